@@ -1,0 +1,42 @@
+# What `cmake --install` puts in place: the headers under their own paths, the libraries, the program, and the
+# descriptions for find_package(mox CONFIG) and pkg-config.
+
+include(CMakePackageConfigHelpers)
+
+set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/mox")
+
+get_property(libraries GLOBAL PROPERTY MOX_LIBRARIES)
+install(TARGETS mox ${libraries} EXPORT moxTargets)
+install(EXPORT moxTargets NAMESPACE mox:: DESTINATION "${package_dir}")
+install(
+  DIRECTORY "${PROJECT_SOURCE_DIR}/mox"
+  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
+  FILES_MATCHING
+  PATTERN "*.h"
+  PATTERN "*_internal.h" EXCLUDE
+)
+if(TARGET mox_program)
+  install(TARGETS mox_program)
+endif()
+
+configure_package_config_file(
+  "${PROJECT_SOURCE_DIR}/cmake/moxConfig.cmake.in" "${PROJECT_BINARY_DIR}/moxConfig.cmake"
+  INSTALL_DESTINATION "${package_dir}"
+)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/moxConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
+install(
+  FILES "${PROJECT_BINARY_DIR}/moxConfig.cmake" "${PROJECT_BINARY_DIR}/moxConfigVersion.cmake"
+  DESTINATION "${package_dir}"
+)
+
+# pkg-config: the prefix is found from where the file lies, so an installed tree can be moved. A static library comes
+# before those it uses, which is the layers' order turned round.
+get_property(link_order GLOBAL PROPERTY MOX_STATIC_LIBRARIES)
+list(REVERSE link_order)
+list(TRANSFORM link_order PREPEND -l)
+list(JOIN link_order " " MOX_PC_LIBS)
+list(JOIN MOX_EXACTNESS_FLAGS " " MOX_PC_CFLAGS)
+file(RELATIVE_PATH MOX_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" MOX_PC_PREFIX "${MOX_PC_PREFIX}")
+configure_file("${PROJECT_SOURCE_DIR}/cmake/mox.pc.in" "${PROJECT_BINARY_DIR}/mox.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/mox.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

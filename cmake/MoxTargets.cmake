@@ -1,0 +1,49 @@
+# One function for each sort of target. Sources are found by folder, so a new file needs no line here.
+
+# mox_library(NAME [DEPENDS LAYER...])
+#
+# The static library `mox_NAME` (alias `mox::NAME`) of the current folder's sources. DEPENDS names the layers that it may
+# use; its link line is the layer rule. A folder without sources yet is an interface target of the same name.
+function(mox_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "DEPENDS")
+  file(GLOB sources CONFIGURE_DEPENDS *.cpp)
+
+  set(target mox_${name})
+  if(sources)
+    set(scope PUBLIC)
+    add_library(${target} STATIC ${sources})
+    mox_compile_options(${target})
+    set_property(GLOBAL APPEND PROPERTY MOX_STATIC_LIBRARIES ${target})
+  else()
+    set(scope INTERFACE)
+    add_library(${target} INTERFACE)
+    target_compile_features(${target} INTERFACE cxx_std_20)
+    target_compile_options(${target} INTERFACE ${MOX_EXACTNESS_FLAGS})
+  endif()
+  add_library(mox::${name} ALIAS ${target})
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+  target_include_directories(
+    ${target} ${scope} $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+  )
+  list(TRANSFORM arg_DEPENDS PREPEND mox::)
+  target_link_libraries(${target} ${scope} ${arg_DEPENDS})
+  set_property(GLOBAL APPEND PROPERTY MOX_LIBRARIES ${target})
+endfunction()
+
+# mox_test(NAME LIBRARIES LIBRARY...)
+#
+# The test program `mox_NAME_test` of the current folder's sources; each of its tests is one of ctest's, named NAME.*.
+function(mox_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LIBRARIES")
+  file(GLOB sources CONFIGURE_DEPENDS *.cpp)
+  if(NOT sources)
+    return()
+  endif()
+
+  set(target mox_${name}_test)
+  add_executable(${target} ${sources})
+  mox_compile_options(${target})
+  target_link_libraries(${target} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
+  target_compile_definitions(${target} PRIVATE MOX_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  gtest_discover_tests(${target} TEST_PREFIX ${name}. PROPERTIES TIMEOUT 120 DISCOVERY_TIMEOUT 60)
+endfunction()
