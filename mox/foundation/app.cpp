@@ -1,0 +1,84 @@
+#include "mox/foundation/app.h"
+
+#include <charconv>
+
+#include "mox/foundation/error.h"
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+TAppSys* installed = nullptr;
+
+template <typename Part>
+Part& Supplied(Part* part, const char* name) {
+  if (part == nullptr) throw Error(std::string("the host supplies no ") + name);
+  return *part;
+}
+
+}  // namespace
+
+int TAppIni::ReadInteger(std::string_view section, std::string_view key, int default_value) const {
+  const std::string text = ReadString(section, key, "");
+  const std::string_view trimmed = TrimBlanks(text);
+  int value = 0;
+  const auto [end, error] = std::from_chars(trimmed.data(), trimmed.data() + trimmed.size(), value);
+  return error == std::errc() && end == trimmed.data() + trimmed.size() ? value : default_value;
+}
+
+bool TAppIni::ReadBool(std::string_view section, std::string_view key, bool default_value) const {
+  const std::string text = ReadString(section, key, "");
+  const std::string_view trimmed = TrimBlanks(text);
+  if (trimmed == "1" || SameName(trimmed, "true")) return true;
+  if (trimmed == "0" || SameName(trimmed, "false")) return false;
+  return default_value;
+}
+
+double TAppIni::ReadFloat(std::string_view section, std::string_view key, double default_value) const {
+  const std::string text = ReadString(section, key, "");
+  try {
+    return ParseNumber(TrimBlanks(text));
+  } catch (const Error&) {
+    return default_value;
+  }
+}
+
+void TAppIni::WriteInteger(std::string_view section, std::string_view key, int value) {
+  WriteString(section, key, std::to_string(value));
+}
+
+void TAppIni::WriteBool(std::string_view section, std::string_view key, bool value) {
+  WriteString(section, key, value ? "1" : "0");
+}
+
+void TAppIni::WriteFloat(std::string_view section, std::string_view key, double value) {
+  WriteString(section, key, ShortestNumber(value));
+}
+
+TAppIni& TAppSys::Ini() const { return Supplied(parts_.ini, "settings file"); }
+TdmComunication& TAppSys::Comunication() const {
+  return Supplied(parts_.comunication, "communication module");
+}
+AppDialogs& TAppSys::Dialogs() const { return Supplied(parts_.dialogs, "message dialogs"); }
+AppLocale& TAppSys::Locale() const { return Supplied(parts_.locale, "locale"); }
+
+TAppSys& App() {
+  if (installed == nullptr) throw Error("no application is installed");
+  return *installed;
+}
+
+ScopedApp::ScopedApp(const AppParts& parts) : app_(parts), previous_(installed) { installed = &app_; }
+
+ScopedApp::~ScopedApp() { installed = previous_; }
+
+const LocaleSettings& CurrentLocale() {
+  static const LocaleSettings croatian;
+  return installed != nullptr && installed->HasLocale() ? installed->Locale().Settings() : croatian;
+}
+
+int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
+                    std::string_view message) {
+  return App().Dialogs().ShowVelorDialog(kind, caption, heading, message);
+}
+
+}  // namespace mox

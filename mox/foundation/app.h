@@ -1,0 +1,114 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace mox {
+
+class RecordSet;
+
+/// The user's settings file: sections of keys with typed reads. A read of a missing key, or of one whose text
+/// is not of the asked type, gives the default. Section and key names are compared without regard to case.
+class TAppIni {
+ public:
+  virtual ~TAppIni() = default;
+  virtual std::string ReadString(std::string_view section, std::string_view key,
+                                 std::string_view default_value) const = 0;
+  /// Raises Error when the setting cannot be stored.
+  virtual void WriteString(std::string_view section, std::string_view key, std::string_view value) = 0;
+
+  int ReadInteger(std::string_view section, std::string_view key, int default_value) const;
+  bool ReadBool(std::string_view section, std::string_view key, bool default_value) const;
+  double ReadFloat(std::string_view section, std::string_view key, double default_value) const;
+  void WriteInteger(std::string_view section, std::string_view key, int value);
+  void WriteBool(std::string_view section, std::string_view key, bool value);
+  void WriteFloat(std::string_view section, std::string_view key, double value);
+};
+
+/// The host's communication module.
+class TdmComunication {
+ public:
+  virtual ~TdmComunication() = default;
+  /// The company parameters, kept open on their one record; null where the host has loaded none.
+  virtual RecordSet* CompanyParameters() = 0;
+};
+
+/// Which dialog ShowVelorDialog shows.
+enum class TVCustomDialogType : std::uint8_t { kInformation = 0, kConfirmation = 1, kError = 2 };
+
+/// What the user answered to a confirmation; a dialog of another kind is just closed.
+inline constexpr int kDialogYes = 1;
+inline constexpr int kDialogNo = 2;
+
+/// The host's message dialogs.
+class AppDialogs {
+ public:
+  virtual ~AppDialogs() = default;
+  virtual int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
+                              std::string_view message) = 0;
+};
+
+/// How the user's system writes numbers and dates.
+struct LocaleSettings {
+  std::string decimal_separator = ",";
+  std::string thousands_separator = ".";
+  std::string short_date = "dd.MM.yyyy";
+  std::string currency_symbol = "€";
+};
+
+class AppLocale {
+ public:
+  virtual ~AppLocale() = default;
+  virtual const LocaleSettings& Settings() const = 0;
+  /// Changes the currency symbol of the user's default locale.
+  virtual void SetCurrencySymbol(std::string_view symbol) = 0;
+};
+
+/// The parts of the host program that the library calls back into. The host owns them; a part that it does
+/// not supply is null.
+struct AppParts {
+  TAppIni* ini = nullptr;
+  TdmComunication* comunication = nullptr;
+  AppDialogs* dialogs = nullptr;
+  AppLocale* locale = nullptr;
+};
+
+/// The host's application object. Asking for a part that the host did not supply raises Error naming it.
+class TAppSys {
+ public:
+  explicit TAppSys(const AppParts& parts) : parts_(parts) {}
+  TAppIni& Ini() const;
+  TdmComunication& Comunication() const;
+  AppDialogs& Dialogs() const;
+  AppLocale& Locale() const;
+  bool HasLocale() const { return parts_.locale != nullptr; }
+
+ private:
+  AppParts parts_;
+};
+
+/// The installed application object; raises Error when there is none.
+TAppSys& App();
+
+/// Installs an application object for its own lifetime and then brings back the one before.
+class ScopedApp {
+ public:
+  explicit ScopedApp(const AppParts& parts);
+  ~ScopedApp();
+  ScopedApp(const ScopedApp&) = delete;
+  ScopedApp& operator=(const ScopedApp&) = delete;
+
+ private:
+  TAppSys app_;
+  TAppSys* previous_;
+};
+
+/// The locale of the installed application, and the Croatian one where none is installed.
+const LocaleSettings& CurrentLocale();
+
+/// The host's custom message dialog.
+int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
+                    std::string_view message);
+
+}  // namespace mox
