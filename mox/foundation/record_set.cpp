@@ -1,0 +1,446 @@
+#include "mox/foundation/record_set.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "mox/foundation/record_filter.h"
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+constexpr std::array<FieldSlot, kVocabularySize> kNoSlots{};
+
+constexpr std::size_t kMostHeaderWords = (32 + Structure::kMostFields + 63) / 64;
+
+// What is read where there is no record: null in every field. Never written, because nothing is writable
+// then.
+struct BlankRecord {
+  std::array<std::uint64_t, kMostHeaderWords> header;
+  std::array<std::uint64_t, Structure::kMostFields> cells;
+};
+
+constexpr BlankRecord kBlank = [] {
+  BlankRecord record{};
+  record.header.fill(~std::uint64_t{0});
+  return record;
+}();
+
+std::uint64_t* BlankCells() { return const_cast<std::uint64_t*>(kBlank.header.data() + kMostHeaderWords); }
+
+}  // namespace
+
+RecordSet::RecordSet(std::string name)
+    : slots_(kNoSlots.data()), cells_(BlankCells()), name_(std::move(name)) {}
+
+RecordSet::~RecordSet() = default;
+
+RecordSet::RecordSet(RecordSet&& other) noexcept : RecordSet() { *this = std::move(other); }
+
+RecordSet& RecordSet::operator=(RecordSet&& other) noexcept {
+  slots_ = std::exchange(other.slots_, kNoSlots.data());
+  cells_ = std::exchange(other.cells_, BlankCells());
+  writable_ = std::exchange(other.writable_, 0U);
+  modified_ = std::exchange(other.modified_, false);
+  watched_ = std::exchange(other.watched_, false);
+  eof_ = std::exchange(other.eof_, true);
+  bof_ = std::exchange(other.bof_, true);
+  filtered_ = std::exchange(other.filtered_, false);
+  has_undo_ = std::exchange(other.has_undo_, false);
+  changed_unseen_ = std::exchange(other.changed_unseen_, false);
+  state_ = std::exchange(other.state_, DataSetState::kInactive);
+  rows_ = std::exchange(other.rows_, nullptr);
+  row_count_ = std::exchange(other.row_count_, 0U);
+  position_ = std::exchange(other.position_, 0U);
+  header_words_ = std::exchange(other.header_words_, 1U);
+  name_ = std::move(other.name_);
+  defined_ = std::move(other.defined_);
+  structure_ = std::move(other.structure_);
+  slabs_ = std::exchange(other.slabs_, RecordSlabs(1));
+  texts_ = std::exchange(other.texts_, TextArena());
+  order_ = std::move(other.order_);
+  visible_ = std::move(other.visible_);
+  undo_ = std::move(other.undo_);
+  pending_ = other.pending_;
+  pending_at_ = other.pending_at_;
+  controls_disabled_ = std::exchange(other.controls_disabled_, 0);
+  on_calc_fields_ = std::exchange(other.on_calc_fields_, nullptr);
+  listener_ = std::exchange(other.listener_, nullptr);
+  filter_ = std::move(other.filter_);
+  return *this;
+}
+
+// --- structure ---
+
+const std::vector<FieldDef>& RecordSet::defs() const { return structure_ ? structure_->fields() : defined_; }
+
+void RecordSet::DefineField(FieldDef def) {
+  if (IsActive()) throw StateError(name_ + ": fields are defined before the record set is opened");
+  if (def.name.empty()) throw Error("a field needs a name");
+  if (FindFieldIndex(def.name)) throw Error("field \"" + def.name + "\" is defined twice");
+  defined_.push_back(std::move(def));
+}
+
+void RecordSet::DefineField(std::string_view name, FieldKind kind, std::size_t size) {
+  FieldDef def;
+  def.name = name;
+  def.kind = kind;
+  def.size = size;
+  DefineField(std::move(def));
+}
+
+void RecordSet::StartWith(std::shared_ptr<Structure> structure) {
+  structure_ = std::move(structure);
+  defined_.clear();
+  slots_ = structure_->slots();
+  header_words_ = structure_->header_words();
+  slabs_ = RecordSlabs(structure_->record_words());
+  texts_.Clear();
+  order_.clear();
+  visible_.clear();
+  filter_.reset();
+  filtered_ = false;
+  writable_ = 0;
+  modified_ = false;
+  has_undo_ = false;
+  state_ = DataSetState::kBrowse;
+  Rebind();
+  ShowNothing();
+}
+
+void RecordSet::Open() {
+  if (IsActive()) return;
+  if (defined_.empty()) throw Error(name_ + ": a record set without fields cannot be opened");
+  StartWith(std::make_shared<Structure>(std::move(defined_)));
+  Notify(RecordSetChange::kRecords);
+}
+
+void RecordSet::Close() {
+  if (!IsActive()) return;
+  if (state_ == DataSetState::kCalcFields) RequireBrowsable("close");
+  defined_ = structure_->fields();
+  structure_.reset();
+  slots_ = kNoSlots.data();
+  slabs_ = RecordSlabs(1);
+  texts_.Clear();
+  order_.clear();
+  visible_.clear();
+  filter_.reset();
+  filtered_ = false;
+  writable_ = 0;
+  modified_ = false;
+  has_undo_ = false;
+  state_ = DataSetState::kInactive;
+  Rebind();
+  ShowNothing();
+  Notify(RecordSetChange::kRecords);
+}
+
+void RecordSet::ShowNothing() {
+  position_ = 0;
+  cells_ = BlankCells();
+  eof_ = true;
+  bof_ = true;
+}
+
+std::optional<std::size_t> RecordSet::FindFieldIndex(std::string_view name) const {
+  if (structure_) return structure_->Find(name);
+  for (std::size_t i = 0; i < defined_.size(); ++i) {
+    if (SameName(defined_[i].name, name)) return i;
+  }
+  return std::nullopt;
+}
+
+std::optional<Field> RecordSet::FindField(std::string_view name) {
+  const auto index = FindFieldIndex(name);
+  if (!index) return std::nullopt;
+  return Field(*this, *index);
+}
+
+Field RecordSet::FieldByName(std::string_view name) {
+  const auto index = FindFieldIndex(name);
+  if (!index) throw FieldNotFound(name, name_);
+  return Field(*this, *index);
+}
+
+Field RecordSet::FieldAt(std::size_t index) {
+  RequireIndex(index);
+  return Field(*this, index);
+}
+
+void RecordSet::RequireIndex(std::size_t index) const {
+  if (index >= FieldCount()) {
+    throw Error(name_ + ": there is no field at position " + std::to_string(index) + " of " +
+                std::to_string(FieldCount()));
+  }
+}
+
+std::size_t RecordSet::IndexOf(NameId id) const {
+  const FieldSlot slot = slots_[static_cast<std::size_t>(id)];
+  if (slot.IsPresent()) return slot.index();
+  throw FieldNotFound(kVocabulary[static_cast<std::size_t>(id)].name, name_);
+}
+
+std::vector<FieldDef>& RecordSet::MutableDefs() {
+  if (!structure_) return defined_;
+  if (structure_.use_count() > 1) {
+    structure_ = std::make_shared<Structure>(*structure_);
+    slots_ = structure_->slots();
+  }
+  return structure_->mutable_fields();
+}
+
+void RecordSet::SetDisplayName(std::size_t index, std::string display_name) {
+  RequireIndex(index);
+  MutableDefs()[index].display_name = std::move(display_name);
+}
+
+void RecordSet::SetDisplayFormat(std::size_t index, std::string mask) {
+  RequireIndex(index);
+  MutableDefs()[index].display_format = std::move(mask);
+}
+
+void RecordSet::SetRequired(std::size_t index, bool required) {
+  RequireIndex(index);
+  MutableDefs()[index].required = required;
+}
+
+// --- records ---
+
+std::uint32_t RecordSet::NewRecord() {
+  const std::uint32_t record = slabs_.Allocate();
+  std::uint64_t* const cells = CellsOf(record);
+  std::uint64_t* const words = cells - header_words_;
+  const std::uint64_t generation = cells[-1] & 0xFFFF'FFFFU;
+  std::fill(words, cells, ~std::uint64_t{0});
+  cells[-1] = (cells[-1] & ~std::uint64_t{0xFFFF'FFFFU}) | generation;
+  std::fill_n(cells, FieldCount(), 0U);
+  return record;
+}
+
+void RecordSet::DropRecord(std::uint32_t record) {
+  std::uint64_t* const cells = CellsOf(record);
+  const std::uint64_t generation = (cells[-1] + 1) & 0xFFFF'FFFFU;
+  cells[-1] = (cells[-1] & ~std::uint64_t{0xFFFF'FFFFU}) | generation;
+  if (structure_->has_texts()) {
+    for (std::size_t i = 0; i < FieldCount(); ++i) {
+      if (HoldsText(KindOf(i))) texts_.Drop(cells[i]);
+    }
+  }
+  slabs_.Free(record);
+}
+
+void RecordSet::Clear() {
+  if (state_ != DataSetState::kBrowse) Cancel();
+  RequireBrowsable("clear");
+  if (order_.empty()) return;
+  for (const std::uint32_t record : order_) DropRecord(record);
+  order_.clear();
+  visible_.clear();
+  texts_.Clear();
+  Rebind();
+  ShowNothing();
+  Notify(RecordSetChange::kRecords);
+}
+
+void RecordSet::Edit() {
+  if (state_ == DataSetState::kEdit || state_ == DataSetState::kInsert) return;
+  RequireBrowsable("edit");
+  if (row_count_ == 0) throw StateError(name_ + ": there is no record to edit");
+  undo_.assign(cells_ - header_words_, cells_ + FieldCount());
+  has_undo_ = true;
+  state_ = DataSetState::kEdit;
+  writable_ = FieldSlot::kEditable;
+  modified_ = false;
+}
+
+void RecordSet::BeginInsert(std::size_t at) {
+  if (state_ != DataSetState::kBrowse) LeaveRecord();
+  if (order_.size() >= kMostRecords) throw Overflow(name_ + ": the record set is full");
+  pending_ = NewRecord();
+  pending_at_ = std::min(at, order_.size());
+  cells_ = CellsOf(pending_);
+  state_ = DataSetState::kInsert;
+  writable_ = FieldSlot::kEditable;
+  modified_ = false;
+  Notify(RecordSetChange::kRecord);
+}
+
+void RecordSet::Insert() {
+  if (state_ != DataSetState::kBrowse) LeaveRecord();
+  BeginInsert(row_count_ == 0 ? order_.size() : OrderIndexOf(rows_[position_], position_));
+}
+
+void RecordSet::Append() { BeginInsert(kMostRecords); }
+
+void RecordSet::FillRecord(std::span<const Value> values) {
+  try {
+    if (values.size() > FieldCount()) {
+      throw Error(name_ + ": " + std::to_string(values.size()) + " values for " +
+                  std::to_string(FieldCount()) + " fields");
+    }
+    for (std::size_t i = 0; i < values.size(); ++i) SetVariant(i, values[i]);
+    Post();
+  } catch (...) {
+    Cancel();
+    throw;
+  }
+}
+
+void RecordSet::InsertRecord(std::span<const Value> values) {
+  Insert();
+  FillRecord(values);
+}
+
+void RecordSet::AppendRecord(std::span<const Value> values) {
+  Append();
+  FillRecord(values);
+}
+
+void RecordSet::EndEditing() {
+  has_undo_ = false;
+  writable_ = 0;
+  modified_ = false;
+  state_ = DataSetState::kBrowse;
+}
+
+void RecordSet::CommitInsert() {
+  const std::size_t at = pending_at_;
+  order_.insert(order_.begin() + static_cast<std::ptrdiff_t>(at), pending_);
+  EndEditing();
+  if (filtered_) {
+    FilterPosted(true);
+    return;
+  }
+  Rebind();
+  ShowRecord(at);
+  eof_ = false;
+  bof_ = false;
+}
+
+void RecordSet::Post() {
+  if (state_ != DataSetState::kEdit && state_ != DataSetState::kInsert) RequireEditing();
+  if (on_calc_fields_) FireCalcFields();
+  if (state_ == DataSetState::kInsert) {
+    CommitInsert();
+  } else {
+    if (structure_->has_texts()) DropReplacedTexts(cells_, undo_.data() + header_words_);
+    EndEditing();
+    if (filtered_) FilterPosted(false);
+  }
+  if (texts_.garbage() > kGarbageLimit && texts_.garbage() > texts_.used() / 2) CompactTexts();
+  if (watched_) Notify(RecordSetChange::kRecord);
+}
+
+void RecordSet::Cancel() {
+  if (state_ == DataSetState::kEdit) {
+    if (structure_->has_texts()) DropReplacedTexts(undo_.data() + header_words_, cells_);
+    std::copy(undo_.begin(), undo_.end(), cells_ - header_words_);
+    EndEditing();
+  } else if (state_ == DataSetState::kInsert) {
+    DropRecord(pending_);
+    EndEditing();
+    if (row_count_ == 0) {
+      ShowNothing();
+    } else {
+      ShowRecord(position_);
+    }
+  } else {
+    return;
+  }
+  Notify(RecordSetChange::kRecord);
+}
+
+void RecordSet::Delete() {
+  if (state_ == DataSetState::kInsert) {
+    Cancel();
+    return;
+  }
+  if (state_ == DataSetState::kEdit) Cancel();
+  RequireBrowsable("delete");
+  if (row_count_ == 0) throw StateError(name_ + ": there is no record to delete");
+  const std::uint32_t record = rows_[position_];
+  order_.erase(order_.begin() + static_cast<std::ptrdiff_t>(OrderIndexOf(record, position_)));
+  if (filtered_) visible_.erase(visible_.begin() + static_cast<std::ptrdiff_t>(position_));
+  DropRecord(record);
+  Rebind();
+  if (row_count_ == 0) {
+    ShowNothing();
+  } else {
+    MoveTo(std::min(position_, row_count_ - 1));
+  }
+  Notify(RecordSetChange::kRecords);
+}
+
+// --- copying ---
+
+void RecordSet::CleanClone(const RecordSet& source) {
+  if (&source == this) return;
+  if (state_ == DataSetState::kCalcFields) RequireBrowsable("clone");
+  if (!source.structure_) {
+    Close();
+    defined_ = source.defined_;
+    return;
+  }
+  StartWith(source.structure_);
+  std::vector<std::optional<std::size_t>> same(FieldCount());
+  for (std::size_t i = 0; i < same.size(); ++i) same[i] = i;
+  order_.reserve(source.order_.size());
+  for (const std::uint32_t record : source.order_) order_.push_back(CopyRecordFrom(source, record, same));
+  Rebind();
+  if (row_count_ > 0) First();
+  Notify(RecordSetChange::kRecords);
+}
+
+void RecordSet::DataTransfer(const RecordSet& source) {
+  if (&source == this) throw Error(name_ + ": a record set cannot be transferred into itself");
+  if (state_ != DataSetState::kBrowse) LeaveRecord();
+  std::vector<std::optional<std::size_t>> from(FieldCount());
+  for (std::size_t i = 0; i < from.size(); ++i) from[i] = source.FindFieldIndex(Definition(i).name);
+  std::vector<std::uint32_t> copies;
+  copies.reserve(source.order_.size());
+  try {
+    for (const std::uint32_t record : source.order_) copies.push_back(CopyRecordFrom(source, record, from));
+  } catch (...) {
+    for (const std::uint32_t record : copies) DropRecord(record);
+    throw;
+  }
+  if (copies.empty()) return;
+  const std::optional<std::uint32_t> current =
+      row_count_ > 0 ? std::optional(rows_[position_]) : std::nullopt;
+  order_.insert(order_.end(), copies.begin(), copies.end());
+  ShowAfterChange(current);
+}
+
+std::uint32_t RecordSet::CopyRecordFrom(const RecordSet& source, std::uint32_t record,
+                                        std::span<const std::optional<std::size_t>> source_fields) {
+  const std::uint32_t copy = NewRecord();
+  std::uint64_t* const cells = CellsOf(copy);
+  const std::uint64_t* const source_cells = source.CellsOf(record);
+  try {
+    for (std::size_t i = 0; i < source_fields.size(); ++i) {
+      if (!source_fields[i] || IsNullCell(source_cells, *source_fields[i])) continue;
+      const std::size_t from = *source_fields[i];
+      if (source.KindOf(from) == KindOf(i) && !HoldsText(KindOf(i))) {
+        cells[i] = source_cells[from];
+      } else {
+        cells[i] = HoldsText(KindOf(i)) && HoldsText(source.KindOf(from))
+                       ? StoredText(i, TextArena::Get(source_cells[from]))
+                       : StoredValue(i, source.ValueOf(source_cells, from));
+      }
+      MarkCell(cells, i, false);
+    }
+  } catch (...) {
+    DropRecord(copy);
+    throw;
+  }
+  return copy;
+}
+
+std::size_t RecordSet::MemoryBytes() const {
+  return slabs_.MemoryBytes() + texts_.MemoryBytes() +
+         (order_.capacity() + visible_.capacity()) * sizeof(std::uint32_t);
+}
+
+}  // namespace mox

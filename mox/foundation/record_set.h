@@ -1,0 +1,427 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mox/foundation/error.h"
+#include "mox/foundation/field.h"
+#include "mox/foundation/real.h"
+#include "mox/foundation/record_store.h"
+#include "mox/foundation/structure.h"
+#include "mox/foundation/vocabulary.h"
+
+namespace mox {
+
+class Field;
+class RecordFilter;
+
+/// The states of a record set, in the order of the screens' framework. A set here is inactive, browsing,
+/// editing, inserting or inside its calculate-fields event; the others exist for their names.
+enum class DataSetState : std::uint8_t {
+  kInactive,
+  kBrowse,
+  kEdit,
+  kInsert,
+  kSetKey,
+  kCalcFields,
+  kFilter,
+  kNewValue,
+  kOldValue,
+  kCurValue,
+  kBlockRead,
+  kInternalCalc,
+  kOpening
+};
+
+/// What a screen bound to a record set is told.
+enum class RecordSetChange : std::uint8_t {
+  kMoved,   ///< another record is current
+  kRecord,  ///< the current record was written, posted or cancelled
+  kRecords  ///< records came, went or were refreshed; also told once after controls are enabled again
+};
+
+/// A remembered record. It stays good while records come and go, until its own is deleted.
+struct Bookmark {
+  std::uint32_t record = 0;
+  std::uint32_t generation = 0;
+  std::size_t position = 0;
+};
+
+struct LocateOptions {
+  bool case_insensitive = false;
+};
+
+/// A table of records with named, typed fields, one current record and a state. The set owns its records and
+/// is a movable value.
+///
+/// Navigation fires the calculate-fields event for the record that becomes current. Leaving a record that is
+/// being edited or inserted posts it when it was changed; an edit without a change ends, an insert that
+/// nobody touched is dropped. Moving past the last record sets Eof() and leaves the last record current.
+/// Reading where there is no record gives null: 0, the empty text.
+///
+/// Fields are read and written by vocabulary name (`lines[field::pc]`), by Field, or by any name. Reading and
+/// writing convert between the kinds; what cannot be converted raises ConversionError, an absent field
+/// FieldNotFound, writing in the wrong state StateError. Texts are handed out as views that hold until the
+/// set is changed. A field that is written is not null afterwards.
+class RecordSet {
+ public:
+  using CalcFieldsEvent = std::function<void(RecordSet&)>;
+  using Listener = std::function<void(RecordSet&, RecordSetChange)>;  ///< must not raise
+
+  explicit RecordSet(std::string name = {});
+  ~RecordSet();
+  RecordSet(RecordSet&& other) noexcept;
+  RecordSet& operator=(RecordSet&& other) noexcept;
+  RecordSet(const RecordSet&) = delete;
+  RecordSet& operator=(const RecordSet&) = delete;
+
+  /// The component name, under which the set travels to the server.
+  const std::string& Name() const { return name_; }
+  void SetName(std::string name) { name_ = std::move(name); }
+
+  // --- structure ---
+
+  /// Only while the set is closed. Raises Error when the name is empty or taken.
+  void DefineField(FieldDef def);
+  void DefineField(std::string_view name, FieldKind kind, std::size_t size = 0);
+  /// Opens the set without records; an open set stays as it is. Raises Error without fields.
+  void Open();
+  /// Drops all records and a pending edit. The fields stay defined.
+  void Close();
+  bool IsActive() const { return state_ != DataSetState::kInactive; }
+
+  std::size_t FieldCount() const { return defs().size(); }
+  const FieldDef& Definition(std::size_t index) const { return defs().at(index); }
+  std::optional<Field> FindField(std::string_view name);
+  Field FieldByName(std::string_view name);
+  Field FieldAt(std::size_t index);
+  std::optional<std::size_t> FindFieldIndex(std::string_view name) const;
+  void SetDisplayName(std::size_t index, std::string display_name);
+  void SetDisplayFormat(std::size_t index, std::string mask);
+  void SetRequired(std::size_t index, bool required);
+
+  /// Takes over the structure and copies of all records, in their order, unfiltered. The name, the event and
+  /// the listener of this set stay.
+  void CleanClone(const RecordSet& source);
+  /// Appends copies of all records of another set; fields that both have are copied by name, converted where
+  /// the kinds differ, the others are null. A value that cannot be converted raises ConversionError and
+  /// leaves this set as it was.
+  void DataTransfer(const RecordSet& source);
+  /// Deletes all records.
+  void Clear();
+
+  // --- navigation ---
+
+  bool IsEmpty() const { return row_count_ == 0; }
+  std::size_t RecordCount() const { return row_count_; }
+  bool Eof() const { return eof_; }
+  bool Bof() const { return bof_; }
+  /// Position of the current record among the visible ones, from 0.
+  std::size_t Position() const { return position_; }
+  void First();
+  void Next();
+  void Prior();
+  void Last();
+  std::optional<Bookmark> GetBookmark() const;
+  /// False, and nothing moved, when the record is gone or filtered out.
+  bool GotoBookmark(const Bookmark& bookmark);
+
+  /// Makes the first record whose key fields equal the values current; false, and nothing moved, when there
+  /// is none. `names` are separated by ';'. Values are compared in the kind of their field; null equals null.
+  bool Locate(std::string_view names, std::span<const Value> values, LocateOptions options = {});
+  bool Locate(std::string_view names, std::initializer_list<Value> values, LocateOptions options = {}) {
+    return Locate(names, std::span(values.begin(), values.size()), options);
+  }
+  bool Locate(FloatName name, double value);
+
+  /// A filter `FIELD = 'text'` or `FIELD like '%text%'` (% stands for any text, _ for one character). The
+  /// text reaches to the last apostrophe; a doubled one inside counts once. Raises Error for anything else,
+  /// FieldNotFound for an unknown field. An empty expression is no filter. Switching it on or off, or
+  /// replacing it while it is on, keeps the current record where it stays visible, else goes to the first.
+  void SetFilter(std::string_view expression, bool case_insensitive = false);
+  void SetFiltered(bool filtered);
+  std::string Filter() const;
+  bool IsFiltered() const { return filtered_; }
+
+  // --- editing ---
+
+  DataSetState State() const { return state_; }
+  bool IsModified() const { return modified_; }
+  void Edit();
+  /// Begins a new record before the current one, or at the end.
+  void Insert();
+  void Append();
+  /// A whole record, values in field order; fields beyond the values are null. A value that does not fit its
+  /// field raises, and no record comes.
+  void InsertRecord(std::span<const Value> values);
+  void AppendRecord(std::span<const Value> values);
+  void AppendRecord(std::initializer_list<Value> values) {
+    AppendRecord(std::span(values.begin(), values.size()));
+  }
+  /// Fires the calculate-fields event and ends the edit or insert. When the event raises, the record stays
+  /// open with what was written.
+  void Post();
+  /// Brings the record back as it was before the edit, or drops the insert.
+  void Cancel();
+  void Delete();
+
+  // --- calculated fields and display ---
+
+  /// Fired for a record that becomes current, on post and on refresh. Inside, only fields defined as
+  /// calculated may be written, and nothing moves.
+  void SetOnCalcFields(CalcFieldsEvent event);
+  /// Fires the event for the current record and tells the listener.
+  void Refresh();
+  void SetListener(Listener listener);
+  bool ControlsDisabled() const { return controls_disabled_ > 0; }
+
+  // --- values of the current record ---
+
+  Currency operator[](CurrencyName name) const;
+  Real operator[](FloatName name) const;
+  std::int64_t operator[](IntegerName name) const;
+  std::string operator[](TextName name) const;
+  /// 0 when the field is absent or null.
+  Currency Optional(CurrencyName name) const { return Has(name) ? (*this)[name] : Currency(); }
+  Real Optional(FloatName name) const { return Has(name) ? (*this)[name] : Real(0); }
+  template <FieldKind K>
+  bool Has(FieldName<K> name) const {
+    return slots_[static_cast<std::size_t>(name.id)].IsPresent();
+  }
+
+  void Set(CurrencyName name, Currency value);
+  /// Stores the nearest ten-thousandth, ties to even.
+  void Set(CurrencyName name, Real value) { Set(name, Currency::FromReal(value.value())); }
+  void Set(FloatName name, Real value);
+  void Set(TextName name, std::string_view value);
+
+  bool IsNull(std::size_t index) const;
+  double AsFloat(std::size_t index) const;
+  Currency AsCurrency(std::size_t index) const;
+  std::int64_t AsInteger(std::size_t index) const;
+  bool AsBoolean(std::size_t index) const;
+  Date AsDate(std::size_t index) const;
+  DateTime AsDateTime(std::size_t index) const;
+  /// As the locale writes it; for a text field the text itself, for a binary one its bytes.
+  std::string AsText(std::size_t index) const;
+  /// Of a text or binary field only, without a copy.
+  std::string_view AsTextView(std::size_t index) const;
+  Value AsVariant(std::size_t index) const;
+  /// A number through the field's display format, where it has one.
+  std::string DisplayText(std::size_t index) const;
+
+  void SetNull(std::size_t index);
+  void SetFloat(std::size_t index, double value);
+  void SetCurrency(std::size_t index, Currency value);
+  void SetInteger(std::size_t index, std::int64_t value);
+  void SetBoolean(std::size_t index, bool value);
+  void SetDate(std::size_t index, Date value);
+  void SetDateTime(std::size_t index, DateTime value);
+  void SetText(std::size_t index, std::string_view value);
+  void SetVariant(std::size_t index, const Value& value);
+
+  // --- text form, described in docs/FORMATS.md ---
+
+  /// All records, whatever the filter. A pending edit is not part of it.
+  std::string SaveToString() const;
+  /// Takes over name, structure and records. Raises FormatError that says where the text is damaged, and
+  /// leaves the set as it was.
+  void LoadFromString(std::string_view text);
+  void SaveToFile(const std::string& path) const;
+  void LoadFromFile(const std::string& path);
+
+  /// Bytes held for records and texts.
+  std::size_t MemoryBytes() const;
+
+ private:
+  friend class ControlsGuard;
+  friend class Field;
+  friend class RecordSetText;
+
+  struct StateGuard;
+
+  static constexpr std::size_t kMostRecords = 0xFFFF'FFFFU;
+  static constexpr std::size_t kGarbageLimit = 1U << 20U;  // bytes of dead texts worth compacting
+
+  const std::vector<FieldDef>& defs() const;
+  std::vector<FieldDef>& MutableDefs();
+  std::uint64_t* CellsOf(std::uint32_t record) const { return slabs_.At(record) + header_words_; }
+  const std::vector<std::uint32_t>& Rows() const { return filtered_ ? visible_ : order_; }
+  void Rebind() {
+    rows_ = Rows().data();
+    row_count_ = Rows().size();
+  }
+
+  void LeaveRecord();
+  void BecameCurrent();
+  void ShowRecord(std::size_t position);
+  void MoveTo(std::size_t position);
+  void FireCalcFields();
+  void Notify(RecordSetChange change);
+  void RequireBrowsable(const char* what) const;
+  void RequireEditing() const;
+  void ShowNothing();
+  void ShowAfterChange(std::optional<std::uint32_t> current);
+
+  std::uint32_t NewRecord();
+  void DropRecord(std::uint32_t record);
+  void BeginInsert(std::size_t at);
+  void FillRecord(std::span<const Value> values);
+  void CommitInsert();
+  void EndEditing();
+  void DropText(std::size_t index);
+  void DropReplacedTexts(const std::uint64_t* kept, const std::uint64_t* replaced);
+  void CompactTexts();
+  bool IsVisible(const std::uint64_t* cells) const;
+  void RebuildVisible();
+  void FilterPosted(bool inserted);
+  std::size_t OrderIndexOf(std::uint32_t record, std::size_t hint) const;
+  std::uint32_t CopyRecordFrom(const RecordSet& source, std::uint32_t record,
+                               std::span<const std::optional<std::size_t>> source_fields);
+  void StartWith(std::shared_ptr<Structure> structure);
+
+  // Cells. A field's null bit stands below its cells, so that the address of the cells is all one needs.
+  static bool IsNullCell(const std::uint64_t* cells, std::size_t index) {
+    const std::size_t bit = index + 32;
+    return (*(cells - 1 - bit / 64) >> bit % 64 & 1U) != 0;
+  }
+  static void MarkCell(std::uint64_t* cells, std::size_t index, bool null) {
+    const std::size_t bit = index + 32;
+    std::uint64_t& word = *(cells - 1 - bit / 64);
+    const std::uint64_t mask = std::uint64_t{1} << bit % 64;
+    word = null ? word | mask : word & ~mask;
+  }
+  FieldKind KindOf(std::size_t index) const { return defs()[index].kind; }
+  static bool HoldsText(FieldKind kind) { return kind == FieldKind::kText || kind == FieldKind::kBinary; }
+  void RequireIndex(std::size_t index) const;
+  std::size_t IndexOf(NameId id) const;
+  Value ValueOf(const std::uint64_t* cells, std::size_t index) const;
+  std::string TextOf(const std::uint64_t* cells, std::size_t index) const;
+  template <typename Result>
+  Result Read(std::size_t index, Result (*convert)(const Value&)) const;
+  void RequireWritable(std::size_t index) const;
+  void WriteCell(std::size_t index, std::uint64_t bits);
+  void WriteValue(std::size_t index, const Value& value);
+  std::uint64_t StoredText(std::size_t index, std::string_view text);
+  std::uint64_t StoredValue(std::size_t index, const Value& value);
+
+  // What every read and write of the current record needs.
+  const FieldSlot* slots_;
+  std::uint64_t* cells_;
+  std::uint32_t writable_ = 0;  // FieldSlot::kEditable while editing, kCalculated inside the event
+  bool modified_ = false;
+  bool watched_ = false;  // an event or a listener is set
+  bool eof_ = true;
+  bool bof_ = true;
+  bool filtered_ = false;
+  bool has_undo_ = false;
+  bool changed_unseen_ = false;  // something changed while the controls were disabled
+  DataSetState state_ = DataSetState::kInactive;
+  const std::uint32_t* rows_ = nullptr;  // Rows(), at hand
+  std::size_t row_count_ = 0;
+  std::size_t position_ = 0;
+  std::size_t header_words_ = 1;
+
+  std::string name_;
+  std::vector<FieldDef> defined_;         // before opening
+  std::shared_ptr<Structure> structure_;  // from opening on
+  RecordSlabs slabs_{1};
+  TextArena texts_;
+  std::vector<std::uint32_t> order_;
+  std::vector<std::uint32_t> visible_;  // of order_, while filtered
+  std::vector<std::uint64_t> undo_;     // the whole record as it was before the edit
+  std::uint32_t pending_ = 0;           // the record being inserted
+  std::size_t pending_at_ = 0;          // its place in order_
+  int controls_disabled_ = 0;
+  CalcFieldsEvent on_calc_fields_;
+  Listener listener_;
+  std::unique_ptr<RecordFilter> filter_;
+};
+
+/// One column of a record set: reads and writes the value of the current record. It refers to its set and
+/// holds while the set is neither moved nor given other fields.
+class Field {
+ public:
+  Field(RecordSet& set, std::size_t index) : set_(&set), index_(index) {}
+
+  RecordSet& DataSet() const { return *set_; }
+  std::size_t Index() const { return index_; }
+  const std::string& Name() const { return set_->Definition(index_).name; }
+  FieldKind Kind() const { return set_->Definition(index_).kind; }
+  std::size_t Size() const { return set_->Definition(index_).size; }
+  const std::string& DisplayName() const;
+  void SetDisplayName(std::string label) { set_->SetDisplayName(index_, std::move(label)); }
+  bool Required() const { return set_->Definition(index_).required; }
+  void SetRequired(bool required) { set_->SetRequired(index_, required); }
+  const std::string& DisplayFormat() const { return set_->Definition(index_).display_format; }
+  void SetDisplayFormat(std::string mask) { set_->SetDisplayFormat(index_, std::move(mask)); }
+
+  bool IsNull() const { return set_->IsNull(index_); }
+  double AsFloat() const { return set_->AsFloat(index_); }
+  Currency AsCurrency() const { return set_->AsCurrency(index_); }
+  std::int64_t AsInteger() const { return set_->AsInteger(index_); }
+  bool AsBoolean() const { return set_->AsBoolean(index_); }
+  Date AsDate() const { return set_->AsDate(index_); }
+  DateTime AsDateTime() const { return set_->AsDateTime(index_); }
+  std::string AsText() const { return set_->AsText(index_); }
+  Value AsVariant() const { return set_->AsVariant(index_); }
+  std::string DisplayText() const { return set_->DisplayText(index_); }
+
+  void SetNull() { set_->SetNull(index_); }
+  void SetFloat(double value) { set_->SetFloat(index_, value); }
+  void SetCurrency(Currency value) { set_->SetCurrency(index_, value); }
+  void SetInteger(std::int64_t value) { set_->SetInteger(index_, value); }
+  void SetBoolean(bool value) { set_->SetBoolean(index_, value); }
+  void SetDate(Date value) { set_->SetDate(index_, value); }
+  void SetDateTime(DateTime value) { set_->SetDateTime(index_, value); }
+  void SetText(std::string_view value) { set_->SetText(index_, value); }
+  void SetVariant(const Value& value) { set_->SetVariant(index_, value); }
+
+  /// The bytes of a binary (or text) field to a file and back, as they are.
+  void SaveToFile(const std::string& path) const;
+  void LoadFromFile(const std::string& path);
+
+ private:
+  RecordSet* set_;
+  std::size_t index_;
+};
+
+/// Disables the controls bound to a set for its own lifetime; guards nest. The listener hears nothing
+/// meanwhile, and once of all changes after the last guard is gone.
+class [[nodiscard]] ControlsGuard {
+ public:
+  explicit ControlsGuard(RecordSet& set) : set_(set) { ++set_.controls_disabled_; }
+  ~ControlsGuard();
+  ControlsGuard(const ControlsGuard&) = delete;
+  ControlsGuard& operator=(const ControlsGuard&) = delete;
+
+ private:
+  RecordSet& set_;
+};
+
+/// Remembers the current record and goes back to it: by Restore() at the end of a walk, or in its destructor
+/// where an error left the walk early; then an error of the calculate-fields event does not cover the first.
+class [[nodiscard]] SavedPosition {
+ public:
+  explicit SavedPosition(RecordSet& set) : set_(set), bookmark_(set.GetBookmark()) {}
+  ~SavedPosition();
+  SavedPosition(const SavedPosition&) = delete;
+  SavedPosition& operator=(const SavedPosition&) = delete;
+  void Restore();
+
+ private:
+  RecordSet& set_;
+  std::optional<Bookmark> bookmark_;
+  bool done_ = false;
+};
+
+}  // namespace mox
+
+#include "mox/foundation/record_set_inline.h"

@@ -1,0 +1,239 @@
+#include <bit>
+#include <cmath>
+
+#include "mox/foundation/app.h"
+#include "mox/foundation/display_format.h"
+#include "mox/foundation/record_set.h"
+#include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
+
+namespace mox {
+
+// --- reading ---
+
+Value RecordSet::ValueOf(const std::uint64_t* cells, std::size_t index) const {
+  if (IsNullCell(cells, index)) return {};
+  const std::uint64_t bits = cells[index];
+  const auto integer = static_cast<std::int64_t>(bits);
+  switch (KindOf(index)) {
+    case FieldKind::kInteger:
+      return integer;
+    case FieldKind::kBoolean:
+      return bits != 0;
+    case FieldKind::kFloat:
+      return std::bit_cast<double>(bits);
+    case FieldKind::kCurrency:
+      return Currency::FromScaled(integer);
+    case FieldKind::kDate:
+      return Date{static_cast<std::int32_t>(integer)};
+    case FieldKind::kDateTime:
+      return DateTime{integer};
+    case FieldKind::kText:
+    case FieldKind::kBinary:
+      break;
+  }
+  return std::string(TextArena::Get(bits));
+}
+
+std::string RecordSet::TextOf(const std::uint64_t* cells, std::size_t index) const {
+  return ToText(ValueOf(cells, index));
+}
+
+template <typename Result>
+Result RecordSet::Read(std::size_t index, Result (*convert)(const Value&)) const {
+  const Value value = AsVariant(index);
+  try {
+    return convert(value);
+  } catch (const ConversionError& error) {
+    throw ConversionError(Definition(index).name + ": " + error.what());
+  }
+}
+
+Value RecordSet::AsVariant(std::size_t index) const {
+  RequireIndex(index);
+  return ValueOf(cells_, index);
+}
+
+bool RecordSet::IsNull(std::size_t index) const {
+  RequireIndex(index);
+  return IsNullCell(cells_, index);
+}
+
+double RecordSet::AsFloat(std::size_t index) const {
+  RequireIndex(index);
+  if (KindOf(index) == FieldKind::kFloat) return std::bit_cast<double>(cells_[index]);
+  return Read(index, ToFloat);
+}
+
+Currency RecordSet::AsCurrency(std::size_t index) const {
+  RequireIndex(index);
+  if (KindOf(index) == FieldKind::kCurrency) {
+    return Currency::FromScaled(static_cast<std::int64_t>(cells_[index]));
+  }
+  return Read(index, ToCurrency);
+}
+
+std::int64_t RecordSet::AsInteger(std::size_t index) const { return Read(index, ToInteger); }
+bool RecordSet::AsBoolean(std::size_t index) const { return Read(index, ToBoolean); }
+Date RecordSet::AsDate(std::size_t index) const { return Read(index, ToDate); }
+DateTime RecordSet::AsDateTime(std::size_t index) const { return Read(index, ToDateTime); }
+
+std::string RecordSet::AsText(std::size_t index) const {
+  RequireIndex(index);
+  return TextOf(cells_, index);
+}
+
+std::string_view RecordSet::AsTextView(std::size_t index) const {
+  RequireIndex(index);
+  if (!HoldsText(KindOf(index))) throw Error(Definition(index).name + ": the field holds no text");
+  return TextArena::Get(cells_[index]);
+}
+
+std::string RecordSet::DisplayText(std::size_t index) const {
+  RequireIndex(index);
+  const FieldDef& field = Definition(index);
+  if (field.display_format.empty() || IsNullCell(cells_, index)) return AsText(index);
+  switch (field.kind) {
+    case FieldKind::kCurrency:
+      return FormatFloat(field.display_format, AsCurrency(index), CurrentLocale());
+    case FieldKind::kFloat:
+    case FieldKind::kInteger:
+      return FormatFloat(field.display_format, AsFloat(index), CurrentLocale());
+    default:
+      return AsText(index);
+  }
+}
+
+// --- writing ---
+
+void RecordSet::RequireWritable(std::size_t index) const {
+  RequireIndex(index);
+  const FieldDef& field = Definition(index);
+  switch (state_) {
+    case DataSetState::kEdit:
+    case DataSetState::kInsert:
+      return;
+    case DataSetState::kCalcFields:
+      if (field.calculated) return;
+      throw StateError(field.name + ": inside the calculate-fields event only calculated fields are written");
+    case DataSetState::kInactive:
+      throw StateError(field.name + ": the record set " + name_ + " is closed");
+    default:
+      throw StateError(field.name + ": the record is not being edited or inserted");
+  }
+}
+
+void RecordSet::WriteCell(std::size_t index, std::uint64_t bits) {
+  cells_[index] = bits;
+  MarkCell(cells_, index, false);
+  modified_ = true;
+}
+
+std::uint64_t RecordSet::StoredText(std::size_t index, std::string_view text) {
+  const FieldDef& field = Definition(index);
+  // Characters are at least as few as bytes: most texts need no counting.
+  if (field.size > 0 && field.kind == FieldKind::kText && text.size() > field.size) {
+    text = CutToCharacters(text, field.size);
+  }
+  return texts_.Add(text);
+}
+
+std::uint64_t RecordSet::StoredValue(std::size_t index, const Value& value) {
+  const FieldKind kind = KindOf(index);
+  if (!HoldsText(kind)) return PackNumber(kind, value);
+  if (const auto* text = std::get_if<std::string>(&value)) return StoredText(index, *text);
+  return StoredText(index, ToText(value));
+}
+
+// Stores a value of another kind than the field's, or a text.
+void RecordSet::WriteValue(std::size_t index, const Value& value) {
+  RequireWritable(index);
+  const auto* text = std::get_if<std::string>(&value);
+  const bool holds_text = HoldsText(KindOf(index));
+  const bool blank = text != nullptr && !holds_text && TrimBlanks(*text).empty();
+  if (blank || std::holds_alternative<std::monostate>(value)) {
+    SetNull(index);
+    return;
+  }
+  std::uint64_t bits = 0;
+  try {
+    bits = StoredValue(index, value);
+  } catch (const ConversionError& error) {
+    throw ConversionError(Definition(index).name + ": " + error.what());
+  } catch (const Overflow& error) {
+    throw Overflow(Definition(index).name + ": " + error.what());
+  }
+  if (holds_text) DropText(index);
+  WriteCell(index, bits);
+}
+
+// The text that the current record held so far is dead, unless a cancel may still bring it back.
+void RecordSet::DropText(std::size_t index) {
+  const bool kept_for_undo = has_undo_ && undo_[header_words_ + index] == cells_[index];
+  if (!kept_for_undo) texts_.Drop(cells_[index]);
+}
+
+void RecordSet::SetNull(std::size_t index) {
+  RequireWritable(index);
+  if (HoldsText(KindOf(index))) DropText(index);
+  WriteCell(index, 0);
+  MarkCell(cells_, index, true);
+}
+
+void RecordSet::SetFloat(std::size_t index, double value) {
+  if (!std::isfinite(value)) throw Overflow("a floating-point field holds finite numbers only");
+  WriteValue(index, value);
+}
+
+void RecordSet::SetCurrency(std::size_t index, Currency value) { WriteValue(index, value); }
+void RecordSet::SetInteger(std::size_t index, std::int64_t value) { WriteValue(index, value); }
+void RecordSet::SetBoolean(std::size_t index, bool value) { WriteValue(index, value); }
+void RecordSet::SetDate(std::size_t index, Date value) { WriteValue(index, value); }
+void RecordSet::SetDateTime(std::size_t index, DateTime value) { WriteValue(index, value); }
+
+void RecordSet::SetText(std::size_t index, std::string_view value) {
+  RequireIndex(index);
+  if (!HoldsText(KindOf(index))) {
+    WriteValue(index, std::string(value));
+    return;
+  }
+  RequireWritable(index);
+  const std::uint64_t bits = StoredText(index, value);
+  DropText(index);
+  WriteCell(index, bits);
+}
+
+void RecordSet::SetVariant(std::size_t index, const Value& value) {
+  RequireIndex(index);
+  if (const auto* number = std::get_if<double>(&value)) {
+    SetFloat(index, *number);
+  } else {
+    WriteValue(index, value);
+  }
+}
+
+// --- the memory of texts ---
+
+void RecordSet::DropReplacedTexts(const std::uint64_t* kept, const std::uint64_t* replaced) {
+  for (std::size_t i = 0; i < FieldCount(); ++i) {
+    if (HoldsText(KindOf(i)) && kept[i] != replaced[i]) texts_.Drop(replaced[i]);
+  }
+}
+
+void RecordSet::CompactTexts() {
+  TextArena compact;
+  for (const std::uint32_t record : order_) {
+    std::uint64_t* const cells = CellsOf(record);
+    for (std::size_t i = 0; i < FieldCount(); ++i) {
+      if (HoldsText(KindOf(i))) cells[i] = compact.Add(TextArena::Get(cells[i]));
+    }
+  }
+  texts_ = std::move(compact);
+}
+
+const std::string& Field::DisplayName() const {
+  const FieldDef& field = set_->Definition(index_);
+  return field.display_name.empty() ? field.name : field.display_name;
+}
+
+}  // namespace mox

@@ -1,0 +1,68 @@
+#include "mox/foundation/structure.h"
+
+#include <algorithm>
+
+#include "mox/foundation/error.h"
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+constexpr std::array<std::string_view, kFieldKindCount> kKindNames = {
+    "text", "integer", "boolean", "float", "currency", "date", "datetime", "binary"};
+
+}  // namespace
+
+std::string_view KindName(FieldKind kind) { return kKindNames.at(static_cast<std::size_t>(kind)); }
+
+bool KindFromName(std::string_view name, FieldKind& kind) {
+  const auto found = std::find_if(kKindNames.begin(), kKindNames.end(),
+                                  [&](std::string_view known) { return SameName(known, name); });
+  if (found == kKindNames.end()) return false;
+  kind = static_cast<FieldKind>(found - kKindNames.begin());
+  return true;
+}
+
+std::optional<NameId> FindInVocabulary(std::string_view name) {
+  const auto found = std::find_if(kVocabulary.begin(), kVocabulary.end(),
+                                  [&](const VocabularyEntry& entry) { return SameName(entry.name, name); });
+  if (found == kVocabulary.end()) return std::nullopt;
+  return static_cast<NameId>(found - kVocabulary.begin());
+}
+
+std::size_t Structure::FoldedHash::operator()(std::string_view name) const {
+  std::uint64_t hash = 0xCBF2'9CE4'8422'2325U;
+  for (const char c : name) {
+    const auto byte = static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c);
+    hash = (hash ^ byte) * 0x0000'0100'0000'01B3U;
+  }
+  return hash;
+}
+
+bool Structure::FoldedEqual::operator()(std::string_view a, std::string_view b) const {
+  return SameName(a, b);
+}
+
+Structure::Structure(std::vector<FieldDef> fields) : fields_(std::move(fields)) {
+  if (fields_.size() > kMostFields) {
+    throw Error("a record set has at most " + std::to_string(kMostFields) + " fields");
+  }
+  header_words_ = (32 + fields_.size() + 63) / 64;
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    const FieldDef& field = fields_[i];
+    if (field.name.empty()) throw Error("field " + std::to_string(i + 1) + " has no name");
+    if (!by_name_.emplace(field.name, i).second) throw Error("field \"" + field.name + "\" is defined twice");
+    if (const auto id = FindInVocabulary(field.name)) {
+      slots_[static_cast<std::size_t>(*id)] = FieldSlot(i, field.kind, field.calculated);
+    }
+    has_texts_ = has_texts_ || field.kind == FieldKind::kText || field.kind == FieldKind::kBinary;
+  }
+}
+
+std::optional<std::size_t> Structure::Find(std::string_view name) const {
+  const auto found = by_name_.find(name);
+  if (found == by_name_.end()) return std::nullopt;
+  return found->second;
+}
+
+}  // namespace mox

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "mox/foundation/field.h"
+
+namespace mox {
+
+// What a value of one kind is in another. Null is 0, false, the empty text, the first day of the calendar of
+// dates (1970-01-01). Numbers and dates in texts are those of the current locale. A number becomes an integer
+// by cutting its decimals off and a Boolean by being other than 0; a Boolean is 0 or 1 as a number and
+// "True" or "False" as a text. What cannot be converted (a date and a number, a text that is no number)
+// raises ConversionError, what does not fit Overflow.
+
+double ToFloat(const Value& value);
+Currency ToCurrency(const Value& value);
+std::int64_t ToInteger(const Value& value);
+bool ToBoolean(const Value& value);
+Date ToDate(const Value& value);
+DateTime ToDateTime(const Value& value);
+std::string ToText(const Value& value);
+
+/// The cell of a value in a field that holds no text.
+std::uint64_t PackNumber(FieldKind kind, const Value& value);
+
+}  // namespace mox
