@@ -1,0 +1,227 @@
+#include "mox/foundation/display_format.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <vector>
+
+#include "mox/foundation/error.h"
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+// ---- The number: decimal digits that can be rounded ----
+
+// The magnitude 0.DIGITS * 10^point; the digits begin with no zero, and zero has none.
+struct Decimal {
+  bool negative = false;
+  std::string digits;
+  int point = 0;
+};
+
+Decimal FromDouble(double value) {
+  if (!std::isfinite(value)) throw Overflow("a number that is not finite cannot be shown");
+  if (value == 0) return {};
+  char buffer[32];  // "d.ddde+nn"
+  const auto [end, error] =
+      std::to_chars(buffer, buffer + sizeof buffer, std::fabs(value), std::chars_format::scientific);
+  if (error != std::errc()) throw Overflow("a number has too long a text");
+  const std::string_view text(buffer, static_cast<std::size_t>(end - buffer));
+  const std::size_t mark = text.find('e');
+  const int exponent = static_cast<int>(ParseInteger(text.substr(mark + 1)));
+  Decimal number{value < 0, std::string(text.substr(0, mark)), exponent + 1};
+  std::erase(number.digits, '.');
+  return number;
+}
+
+Decimal FromCurrency(Currency value) {
+  if (value.IsZero()) return {};
+  std::string digits = std::to_string(value.scaled());
+  if (value.Sign() < 0) digits.erase(0, 1);
+  const int point = static_cast<int>(digits.size()) - 4;
+  return {value.Sign() < 0, std::move(digits), point};
+}
+
+// Half away from zero.
+void RoundTo(Decimal& number, int decimals) {
+  const int kept = number.point + decimals;
+  if (kept >= static_cast<int>(number.digits.size())) return;
+  if (kept < 0) {
+    number = {};
+    return;
+  }
+  auto cut = static_cast<std::size_t>(kept);
+  bool carry = number.digits[cut] >= '5';
+  number.digits.resize(cut);
+  for (; carry && cut > 0; --cut) {
+    char& digit = number.digits[cut - 1];
+    carry = digit == '9';
+    digit = carry ? '0' : static_cast<char>(digit + 1);
+  }
+  if (carry) {
+    number.digits.insert(0, 1, '1');
+    ++number.point;
+  }
+  if (number.digits.empty()) number = {};
+}
+
+// The digit that stands for 10^power.
+char DigitOf(const Decimal& number, int power) {
+  const int index = number.point - 1 - power;
+  return index >= 0 && index < static_cast<int>(number.digits.size())
+             ? number.digits[static_cast<std::size_t>(index)]
+             : '0';
+}
+
+// ---- The mask ----
+
+struct Token {
+  enum class Kind { kLiteral, kDigit, kPoint };
+  Kind kind = Kind::kLiteral;
+  std::string text;  // of a literal
+};
+
+struct Section {
+  std::vector<Token> tokens;
+  bool grouped = false;
+  int integer_places = 0;  // digit places before the decimal separator
+  int least_integers = 0;  // from the first '0' on
+  int decimals = 0;        // digit places after the decimal separator
+  int least_decimals = 0;  // up to the last '0'
+};
+
+void AddDigitPlace(Section& section, bool always, bool behind_point) {
+  section.tokens.push_back({Token::Kind::kDigit, {}});
+  if (behind_point) {
+    ++section.decimals;
+    if (always) section.least_decimals = section.decimals;
+  } else {
+    ++section.integer_places;
+    if (always || section.least_integers > 0) ++section.least_integers;
+  }
+}
+
+void AddLiteral(Section& section, std::string_view text) {
+  if (section.tokens.empty() || section.tokens.back().kind != Token::Kind::kLiteral)
+    section.tokens.emplace_back();
+  section.tokens.back().text += text;
+}
+
+// Reads a section and its closing ';' off the front of the mask.
+Section TakeSection(std::string_view& mask) {
+  Section section;
+  bool point = false;
+  std::size_t at = 0;
+  for (; at < mask.size() && mask[at] != ';'; ++at) {
+    const char c = mask[at];
+    if (c == '0' || c == '#') {
+      AddDigitPlace(section, c == '0', point);
+    } else if (c == ',') {
+      section.grouped = true;
+    } else if (c == '.') {
+      if (!point) section.tokens.push_back({Token::Kind::kPoint, {}});
+      point = true;
+    } else if (c == '"' || c == '\'') {
+      const std::size_t close = std::min(mask.find(c, at + 1), mask.size());
+      AddLiteral(section, mask.substr(at + 1, close - at - 1));
+      at = std::min(close, mask.size() - 1);
+    } else {
+      AddLiteral(section, mask.substr(at, 1));
+    }
+  }
+  mask.remove_prefix(std::min(at + 1, mask.size()));
+  return section;
+}
+
+// ---- Showing one by the other ----
+
+class Writer {
+ public:
+  Writer(const Section& section, const Decimal& number, const LocaleSettings& locale)
+      : section_(section), number_(number), locale_(locale) {
+    const int stored_decimals = static_cast<int>(number.digits.size()) - number.point;
+    // Digits after the last that is not zero stand only where the mask asks for them.
+    const std::size_t last = number.digits.find_last_not_of('0');
+    const int significant =
+        last == std::string::npos ? 0 : stored_decimals - static_cast<int>(number.digits.size() - 1 - last);
+    decimals_ = std::max(section.least_decimals, std::min(section.decimals, significant));
+    integers_ = std::max(section.least_integers, number.digits.empty() ? 0 : number.point);
+  }
+
+  std::string Write() {
+    if (section_.integer_places == 0 && section_.decimals == 0) return Literals();
+    int place = section_.integer_places;  // the power of ten of the place to come, plus one
+    for (const Token& token : section_.tokens) {
+      if (token.kind == Token::Kind::kLiteral) {
+        text_ += token.text;
+      } else if (token.kind == Token::Kind::kPoint) {
+        if (section_.integer_places == 0) WriteDigits(integers_, 0);
+        if (decimals_ > 0) text_ += locale_.decimal_separator;
+      } else if (place > 0) {
+        // The first place takes the digits that have no place of their own.
+        WriteDigits(place == section_.integer_places ? std::max(integers_, place) : place, place - 1);
+        --place;
+      } else {
+        if (-place < decimals_) text_ += DigitOf(number_, place - 1);
+        --place;
+      }
+    }
+    return std::move(text_);
+  }
+
+ private:
+  std::string Literals() const {
+    std::string text;
+    for (const Token& token : section_.tokens) text += token.text;
+    return text;
+  }
+
+  // The integer digits below 10^from, down to that of 10^to.
+  void WriteDigits(int from, int to) {
+    for (int power = from - 1; power >= to; --power) {
+      if (power >= integers_) continue;
+      text_ += DigitOf(number_, power);
+      if (section_.grouped && power > 0 && power % 3 == 0) text_ += locale_.thousands_separator;
+    }
+  }
+
+  const Section& section_;
+  const Decimal& number_;
+  const LocaleSettings& locale_;
+  int decimals_ = 0;  // that are shown
+  int integers_ = 0;  // that are shown
+  std::string text_;
+};
+
+std::string Show(std::string_view mask, const Decimal& number, const LocaleSettings& locale) {
+  std::array<Section, 3> sections;  // for positive, negative and zero
+  for (Section& section : sections) section = TakeSection(mask);
+  if (sections[0].tokens.empty()) {
+    std::string_view as_it_is = "0.####################";
+    sections[0] = TakeSection(as_it_is);
+  }
+  const auto own_or_first = [&](std::size_t index) -> const Section& {
+    return sections[index].tokens.empty() ? sections[0] : sections[index];
+  };
+
+  const Section& by_sign = own_or_first(number.negative ? 1 : 0);
+  Decimal rounded = number;
+  RoundTo(rounded, by_sign.decimals);
+  if (rounded.digits.empty()) return Writer(own_or_first(2), rounded, locale).Write();
+  const bool needs_sign = number.negative && &by_sign == &sections[0];
+  return (needs_sign ? "-" : "") + Writer(by_sign, rounded, locale).Write();
+}
+
+}  // namespace
+
+std::string FormatFloat(std::string_view mask, double value, const LocaleSettings& locale) {
+  return Show(mask, FromDouble(value), locale);
+}
+
+std::string FormatFloat(std::string_view mask, Currency value, const LocaleSettings& locale) {
+  return Show(mask, FromCurrency(value), locale);
+}
+
+}  // namespace mox
