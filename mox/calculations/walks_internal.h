@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+
+#include "mox/foundation/display_format.h"
+#include "mox/foundation/record_set.h"
+
+namespace mox {
+
+/// A tax rate as the recapitulations show it: "25,00%".
+inline std::string RateText(double rate) { return FormatFloat(",0.00%;-,0.00%", rate, CurrentLocale()); }
+
+/// Visits every record from the first to the last with the controls disabled, and leaves the set at its end.
+template <typename Visit>
+void WalkToEnd(RecordSet& lines, Visit visit) {
+  const ControlsGuard guard(lines);
+  for (lines.First(); !lines.Eof(); lines.Next()) visit();
+}
+
+/// The same, but comes back to the record that was current, also when an error leaves the walk early.
+template <typename Visit>
+void WalkAndReturn(RecordSet& lines, Visit visit) {
+  const ControlsGuard guard(lines);
+  SavedPosition position(lines);
+  for (lines.First(); !lines.Eof(); lines.Next()) visit();
+  position.Restore();
+}
+
+}  // namespace mox
