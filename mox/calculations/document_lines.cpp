@@ -53,7 +53,7 @@ Currency NetAfterDiscounts(const RecordSet& lines) {
   return lines[pci] - lines[rbi1] - lines[rbi2] - lines[rbi3];
 }
 
-Real WithTax(Real net, Real rate) { return net + net * rate / 100; }
+Amount WithTax(Amount net, Real rate) { return net + net * rate / 100; }
 
 // The third discount absorbs what the rounding of the gross unit price moved in the base.
 void BalanceThirdDiscount(RecordSet& lines, Currency net) {
@@ -293,7 +293,7 @@ void RadniNalogUslugeCalcFields(RecordSet& lines, int d) {
   calcPci_pc_kolicina(lines);
   calcRabat(lines);
   lines.Set(pci_int, R2(lines[pc_int] * lines[kolicina]));
-  lines.Set(normativ_izn, R2(lines[normativ] * lines[kolicina]));
+  lines.Set(normativ_izn, R2(Amount::OfUnits(lines[normativ] * lines[kolicina])));
   lines.Set(mpc, R2((lines[pci] - lines[rbi1]) / lines[kolicina] * (1 + lines[tbr_stp] / 100)));
   calcMPC_Kolicina(lines);
   lines.Set(pdvi, Round(ContainedTax(lines[mpci], lines[tbr_stp]), d));

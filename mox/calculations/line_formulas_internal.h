@@ -11,14 +11,14 @@ namespace mox {
 void calcOsnovicaPdviUkupnoBezPovNak(RecordSet& lines, int d);
 
 /// The tax contained in a gross amount.
-inline Real ContainedTax(Real gross, Real rate) { return gross * rate / (rate + 100); }
+inline Amount ContainedTax(Amount gross, Real rate) { return gross * rate / (rate + 100); }
 
 /// A net amount of a gross one.
-inline Real WithoutTax(Real gross, Real rate) { return gross * 100 / (rate + 100); }
+inline Amount WithoutTax(Amount gross, Real rate) { return gross * 100 / (rate + 100); }
 
 /// percent := margin / base * 100, not rounded; with a base of 0 it keeps its value.
 inline void SetMarginPercent(RecordSet& lines, FloatName percent, Currency margin, Currency base) {
-  if (!base.IsZero()) lines.Set(percent, Real(margin) / base * 100);
+  if (!base.IsZero()) lines.Set(percent, Amount(margin) / base * 100);
 }
 
 }  // namespace mox

@@ -28,8 +28,8 @@ void CostWholesale(RecordSet& lines, int mode, int digits, CurrencyName margin) 
 }
 
 // Margin percent on a purchase price, 0 where that is 0.
-Real PercentOf(Real margin, Real purchase_price) {
-  return purchase_price == 0 ? Real(0) : margin / purchase_price * 100;
+Real PercentOf(Amount margin, Amount purchase_price) {
+  return purchase_price.scaled() == 0 ? Real(0) : margin / purchase_price * 100;
 }
 
 }  // namespace
@@ -84,14 +84,14 @@ void Calc_Marp_ZadanaMarza_ArtInsert(RecordSet& articles, Currency price, bool w
   const Currency discount1 = R2(invoice_price * articles.Optional(rbp1) / 100);
   const Currency discount2 = R2((invoice_price - discount1) * articles.Optional(rbp2) / 100);
   const Currency discount3 = R2((invoice_price - discount1 - discount2) * articles.Optional(rbp3) / 100);
-  Real purchase_price = 0;
+  Amount purchase_price = Currency();
   if (articles.Has(ztp)) {
-    const Real net = R2(invoice_price - (discount1 + discount2 + discount3) + articles.Optional(pot_nak));
+    const Currency net = R2(invoice_price - (discount1 + discount2 + discount3) + articles.Optional(pot_nak));
     purchase_price = net * articles[ztp] / 100 + net;
   }
   if (price.IsZero() || !articles.Has(marp)) return;
-  const Real net_price =
-      with_vat ? WithoutTax(price - articles.Optional(pov_nak), articles.Optional(tbr_stp)) : Real(price);
+  const Amount net_price =
+      with_vat ? WithoutTax(price - articles.Optional(pov_nak), articles.Optional(tbr_stp)) : Amount(price);
   articles.Set(marp, PercentOf(net_price - purchase_price, purchase_price));
 }
 

@@ -53,9 +53,9 @@ bool IsMargin(std::string_view kind) { return kind == "OPB" || kind == "OPP"; }
 Split SplitMargin(const Procedure& procedure, Currency sale, Currency consumption_tax, Currency purchase,
                   Real rate) {
   const Currency margin = sale - consumption_tax - purchase;
-  const Real exact = ContainedTax(margin, rate);
+  const Amount exact = ContainedTax(margin, rate);
   Split split;
-  split.tax = procedure.rounds_margin_tax ? R2(exact) : Currency::FromReal(exact.value());
+  split.tax = procedure.rounds_margin_tax ? R2(exact) : Stored(exact);
   split.base = margin - split.tax;
   split.non_taxable = purchase;
   if (procedure.frees_negative_margin && split.base < Currency() && sale > Currency()) {

@@ -126,7 +126,7 @@ void FillPDVDataPovDob(const Field& rate_field, const Field& amount_field, Recor
     const Currency amount = amount_field.AsCurrency();
     const double rate = rate_field.AsFloat();
     last_fee = lines.Optional(pov_naki);
-    AddToRate(recap, rate, amount, Round(Real(amount) * rate / 100, digits), amount - last_fee);
+    AddToRate(recap, rate, amount, Round(amount * Real(rate) / 100, digits), amount - last_fee);
   });
   RoundTaxAndTotal(recap, last_fee);
 }

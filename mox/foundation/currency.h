@@ -27,6 +27,8 @@ class Currency {
   /// The nearest ten-thousandth, ties to even. Raises Overflow, also for values that are not finite.
   static Currency FromReal(double value);
   static Currency FromReal(Extended value);
+  /// The same from ten-thousandths that need not be whole.
+  static Currency FromScaledReal(Extended scaled);
   /// From a decimal text with a decimal point and an optional sign, such as "-12.5" or "1e2"; digits after
   /// the fourth decimal are rounded to the nearest, ties to even. Raises ConversionError, Overflow.
   static Currency Parse(std::string_view text);

@@ -23,14 +23,16 @@ inline std::int64_t NearestInteger(Extended value) {
   }
 }
 
-inline Currency Currency::FromReal(Extended value) {
-  const Extended scaled = value * static_cast<Extended>(kScale);
+inline Currency Currency::FromScaledReal(Extended scaled) {
   if (!(std::fabs(scaled) < 0x1p62L)) [[unlikely]] {
-    const Extended whole = std::rint(scaled);
-    if (!(whole >= -0x1p63L && whole < 0x1p63L)) ThrowCurrencyOverflow();
-    return Currency(static_cast<std::int64_t>(whole));
+    if (!(std::fabs(scaled) < 0x1p63L)) ThrowCurrencyOverflow();
+    return Currency(static_cast<std::int64_t>(std::rint(scaled)));
   }
   return Currency(NearestInteger(scaled));
+}
+
+inline Currency Currency::FromReal(Extended value) {
+  return FromScaledReal(value * static_cast<Extended>(kScale));
 }
 
 inline Currency Currency::FromReal(double value) { return FromReal(static_cast<Extended>(value)); }

@@ -9,14 +9,13 @@
 
 namespace mox {
 
-/// A number in the middle of a formula, carried in extended precision. A currency enters an expression at
-/// its real value (the scaled integer divided by 10,000); a quotient checks its divisor.
+/// A plain number in the middle of a formula (a quantity, a rate, a percent), carried in extended precision.
+/// A quotient checks its divisor.
 class Real {
  public:
-  constexpr Real(Extended value) : value_(value) {}     // NOLINT(google-explicit-constructor)
-  constexpr Real(double value) : value_(value) {}       // NOLINT(google-explicit-constructor)
-  constexpr Real(int value) : value_(value) {}          // NOLINT(google-explicit-constructor)
-  Real(Currency value) : value_(value.ToExtended()) {}  // NOLINT(google-explicit-constructor)
+  constexpr Real(Extended value) : value_(value) {}  // NOLINT(google-explicit-constructor)
+  constexpr Real(double value) : value_(value) {}    // NOLINT(google-explicit-constructor)
+  constexpr Real(int value) : value_(value) {}       // NOLINT(google-explicit-constructor)
 
   constexpr Extended value() const { return value_; }
 
@@ -35,14 +34,41 @@ class Real {
   Extended value_;
 };
 
-inline constexpr Real operator+(Real a, Real b) { return a.value() + b.value(); }
-inline constexpr Real operator-(Real a, Real b) { return a.value() - b.value(); }
-inline constexpr Real operator*(Real a, Real b) { return a.value() * b.value(); }
+/// An amount in the middle of a formula, not rounded yet. It is carried in extended precision and in
+/// ten-thousandths, so that a currency enters without a division and loses nothing. An amount times a number is
+/// an amount, an amount by an amount a number.
+class Amount {
+ public:
+  constexpr Amount(Currency value) : scaled_(static_cast<Extended>(value.scaled())) {}  // NOLINT
+  static constexpr Amount FromScaled(Extended scaled) { return Amount(scaled); }
+  /// A plain number taken as an amount of so many units.
+  static constexpr Amount OfUnits(Real units) { return Amount(units.value() * Currency::kScale); }
+  constexpr Extended scaled() const { return scaled_; }
 
-/// Raises DivisionByZero when b is 0, whatever a is.
-inline constexpr Real operator/(Real a, Real b) {
-  if (b.value() == 0) throw DivisionByZero();
-  return a.value() / b.value();
+ private:
+  explicit constexpr Amount(Extended scaled) : scaled_(scaled) {}
+  Extended scaled_;
+};
+
+[[noreturn]] inline void ThrowDivisionByZero() { throw DivisionByZero(); }
+
+constexpr Extended CheckedDivisor(Extended divisor) {
+  if (divisor == 0) [[unlikely]] ThrowDivisionByZero();
+  return divisor;
 }
+
+constexpr Real operator+(Real a, Real b) { return a.value() + b.value(); }
+constexpr Real operator-(Real a, Real b) { return a.value() - b.value(); }
+constexpr Real operator*(Real a, Real b) { return a.value() * b.value(); }
+/// Raises DivisionByZero when b is 0, whatever a is; so do the other quotients.
+constexpr Real operator/(Real a, Real b) { return a.value() / CheckedDivisor(b.value()); }
+
+constexpr Amount operator+(Amount a, Amount b) { return Amount::FromScaled(a.scaled() + b.scaled()); }
+constexpr Amount operator-(Amount a, Amount b) { return Amount::FromScaled(a.scaled() - b.scaled()); }
+constexpr Amount operator*(Amount a, Real b) { return Amount::FromScaled(a.scaled() * b.value()); }
+constexpr Amount operator/(Amount a, Real b) {
+  return Amount::FromScaled(a.scaled() / CheckedDivisor(b.value()));
+}
+constexpr Real operator/(Amount a, Amount b) { return a.scaled() / CheckedDivisor(b.scaled()); }
 
 }  // namespace mox

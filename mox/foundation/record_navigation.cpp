@@ -18,6 +18,12 @@ void RecordSet::RequireBrowsable(const char* what) const {
   }
 }
 
+void RecordSet::RequireEditable() const {
+  if (state_ == DataSetState::kEdit || state_ == DataSetState::kInsert) return;
+  RequireBrowsable("edit");
+  throw StateError(name_ + ": there is no record to edit");
+}
+
 void RecordSet::RequireEditing() const {
   RequireBrowsable("post");
   throw StateError(name_ + ": cannot post, no record is being edited or inserted");

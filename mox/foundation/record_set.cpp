@@ -50,6 +50,9 @@ RecordSet& RecordSet::operator=(RecordSet&& other) noexcept {
   has_undo_ = std::exchange(other.has_undo_, false);
   changed_unseen_ = std::exchange(other.changed_unseen_, false);
   state_ = std::exchange(other.state_, DataSetState::kInactive);
+  kinds_ = std::exchange(other.kinds_, nullptr);
+  field_count_ = std::exchange(other.field_count_, 0U);
+  replaced_text_ = std::exchange(other.replaced_text_, false);
   rows_ = std::exchange(other.rows_, nullptr);
   row_count_ = std::exchange(other.row_count_, 0U);
   position_ = std::exchange(other.position_, 0U);
@@ -93,18 +96,27 @@ void RecordSet::DefineField(std::string_view name, FieldKind kind, std::size_t s
 void RecordSet::StartWith(std::shared_ptr<Structure> structure) {
   structure_ = std::move(structure);
   defined_.clear();
-  slots_ = structure_->slots();
+  BindStructure();
   header_words_ = structure_->header_words();
   slabs_ = RecordSlabs(structure_->record_words());
+  undo_.resize(structure_->record_words());
+  DropEverything();
+  state_ = DataSetState::kBrowse;
+}
+
+void RecordSet::BindStructure() {
+  slots_ = structure_->slots();
+  kinds_ = structure_->kinds();
+  field_count_ = structure_->size();
+}
+
+void RecordSet::DropEverything() {
   texts_.Clear();
   order_.clear();
   visible_.clear();
   filter_.reset();
   filtered_ = false;
-  writable_ = 0;
-  modified_ = false;
-  has_undo_ = false;
-  state_ = DataSetState::kBrowse;
+  EndEditing();
   Rebind();
   ShowNothing();
 }
@@ -122,18 +134,11 @@ void RecordSet::Close() {
   defined_ = structure_->fields();
   structure_.reset();
   slots_ = kNoSlots.data();
+  kinds_ = nullptr;
+  field_count_ = 0;
   slabs_ = RecordSlabs(1);
-  texts_.Clear();
-  order_.clear();
-  visible_.clear();
-  filter_.reset();
-  filtered_ = false;
-  writable_ = 0;
-  modified_ = false;
-  has_undo_ = false;
+  DropEverything();
   state_ = DataSetState::kInactive;
-  Rebind();
-  ShowNothing();
   Notify(RecordSetChange::kRecords);
 }
 
@@ -186,7 +191,7 @@ std::vector<FieldDef>& RecordSet::MutableDefs() {
   if (!structure_) return defined_;
   if (structure_.use_count() > 1) {
     structure_ = std::make_shared<Structure>(*structure_);
-    slots_ = structure_->slots();
+    BindStructure();
   }
   return structure_->mutable_fields();
 }
@@ -223,11 +228,7 @@ void RecordSet::DropRecord(std::uint32_t record) {
   std::uint64_t* const cells = CellsOf(record);
   const std::uint64_t generation = (cells[-1] + 1) & 0xFFFF'FFFFU;
   cells[-1] = (cells[-1] & ~std::uint64_t{0xFFFF'FFFFU}) | generation;
-  if (structure_->has_texts()) {
-    for (std::size_t i = 0; i < FieldCount(); ++i) {
-      if (HoldsText(KindOf(i))) texts_.Drop(cells[i]);
-    }
-  }
+  for (const std::size_t i : structure_->text_fields()) texts_.Drop(cells[i]);
   slabs_.Free(record);
 }
 
@@ -242,17 +243,6 @@ void RecordSet::Clear() {
   Rebind();
   ShowNothing();
   Notify(RecordSetChange::kRecords);
-}
-
-void RecordSet::Edit() {
-  if (state_ == DataSetState::kEdit || state_ == DataSetState::kInsert) return;
-  RequireBrowsable("edit");
-  if (row_count_ == 0) throw StateError(name_ + ": there is no record to edit");
-  undo_.assign(cells_ - header_words_, cells_ + FieldCount());
-  has_undo_ = true;
-  state_ = DataSetState::kEdit;
-  writable_ = FieldSlot::kEditable;
-  modified_ = false;
 }
 
 void RecordSet::BeginInsert(std::size_t at) {
@@ -298,13 +288,6 @@ void RecordSet::AppendRecord(std::span<const Value> values) {
   FillRecord(values);
 }
 
-void RecordSet::EndEditing() {
-  has_undo_ = false;
-  writable_ = 0;
-  modified_ = false;
-  state_ = DataSetState::kBrowse;
-}
-
 void RecordSet::CommitInsert() {
   const std::size_t at = pending_at_;
   order_.insert(order_.begin() + static_cast<std::ptrdiff_t>(at), pending_);
@@ -319,23 +302,23 @@ void RecordSet::CommitInsert() {
   bof_ = false;
 }
 
-void RecordSet::Post() {
+void RecordSet::PostSlowly() {
   if (state_ != DataSetState::kEdit && state_ != DataSetState::kInsert) RequireEditing();
   if (on_calc_fields_) FireCalcFields();
   if (state_ == DataSetState::kInsert) {
     CommitInsert();
   } else {
-    if (structure_->has_texts()) DropReplacedTexts(cells_, undo_.data() + header_words_);
+    if (replaced_text_) DropReplacedTexts(cells_, undo_.data() + header_words_);
     EndEditing();
     if (filtered_) FilterPosted(false);
   }
   if (texts_.garbage() > kGarbageLimit && texts_.garbage() > texts_.used() / 2) CompactTexts();
-  if (watched_) Notify(RecordSetChange::kRecord);
+  Notify(RecordSetChange::kRecord);
 }
 
 void RecordSet::Cancel() {
   if (state_ == DataSetState::kEdit) {
-    if (structure_->has_texts()) DropReplacedTexts(undo_.data() + header_words_, cells_);
+    if (replaced_text_) DropReplacedTexts(undo_.data() + header_words_, cells_);
     std::copy(undo_.begin(), undo_.end(), cells_ - header_words_);
     EndEditing();
   } else if (state_ == DataSetState::kInsert) {

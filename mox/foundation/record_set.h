@@ -197,8 +197,6 @@ class RecordSet {
   }
 
   void Set(CurrencyName name, Currency value);
-  /// Stores the nearest ten-thousandth, ties to even.
-  void Set(CurrencyName name, Real value) { Set(name, Currency::FromReal(value.value())); }
   void Set(FloatName name, Real value);
   void Set(TextName name, std::string_view value);
 
@@ -278,6 +276,10 @@ class RecordSet {
   void EndEditing();
   void DropText(std::size_t index);
   void DropReplacedTexts(const std::uint64_t* kept, const std::uint64_t* replaced);
+  void BindStructure();
+  void DropEverything();
+  void RequireEditable() const;
+  void PostSlowly();
   void CompactTexts();
   bool IsVisible(const std::uint64_t* cells) const;
   void RebuildVisible();
@@ -298,14 +300,21 @@ class RecordSet {
     const std::uint64_t mask = std::uint64_t{1} << bit % 64;
     word = null ? word | mask : word & ~mask;
   }
-  FieldKind KindOf(std::size_t index) const { return defs()[index].kind; }
+  FieldKind KindOf(std::size_t index) const { return kinds_[index]; }
   static bool HoldsText(FieldKind kind) { return kind == FieldKind::kText || kind == FieldKind::kBinary; }
   void RequireIndex(std::size_t index) const;
   std::size_t IndexOf(NameId id) const;
   Value ValueOf(const std::uint64_t* cells, std::size_t index) const;
   std::string TextOf(const std::uint64_t* cells, std::size_t index) const;
   template <typename Result>
-  Result Read(std::size_t index, Result (*convert)(const Value&)) const;
+  Result Read(std::size_t index, Result (*convert)(const Value&)) const {
+    try {
+      return convert(AsVariant(index));
+    } catch (const ConversionError& error) {
+      RethrowFor(index, error);
+    }
+  }
+  [[noreturn]] void RethrowFor(std::size_t index, const ConversionError& error) const;
   void RequireWritable(std::size_t index) const;
   void WriteCell(std::size_t index, std::uint64_t bits);
   void WriteValue(std::size_t index, const Value& value);
@@ -315,6 +324,8 @@ class RecordSet {
   // What every read and write of the current record needs.
   const FieldSlot* slots_;
   std::uint64_t* cells_;
+  const FieldKind* kinds_ = nullptr;  // by position, of an open set
+  std::size_t field_count_ = 0;       // of an open set
   std::uint32_t writable_ = 0;  // FieldSlot::kEditable while editing, kCalculated inside the event
   bool modified_ = false;
   bool watched_ = false;  // an event or a listener is set
@@ -322,6 +333,7 @@ class RecordSet {
   bool bof_ = true;
   bool filtered_ = false;
   bool has_undo_ = false;
+  bool replaced_text_ = false;   // a text that undo_ still refers to was replaced
   bool changed_unseen_ = false;  // something changed while the controls were disabled
   DataSetState state_ = DataSetState::kInactive;
   const std::uint32_t* rows_ = nullptr;  // Rows(), at hand
@@ -336,7 +348,7 @@ class RecordSet {
   TextArena texts_;
   std::vector<std::uint32_t> order_;
   std::vector<std::uint32_t> visible_;  // of order_, while filtered
-  std::vector<std::uint64_t> undo_;     // the whole record as it was before the edit
+  std::vector<std::uint64_t> undo_;     // room for one record: the current one as it was before the edit
   std::uint32_t pending_ = 0;           // the record being inserted
   std::size_t pending_at_ = 0;          // its place in order_
   int controls_disabled_ = 0;

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <bit>
 
 #include "mox/foundation/record_set.h"
+#include "mox/foundation/value_conversion.h"
 
 namespace mox {
 
@@ -82,6 +84,48 @@ inline void RecordSet::Next() {
   } else {
     eof_ = true;
   }
+}
+
+inline void RecordSet::Edit() {
+  if (state_ != DataSetState::kBrowse || row_count_ == 0) {
+    RequireEditable();
+    return;
+  }
+  std::copy_n(cells_ - header_words_, undo_.size(), undo_.begin());
+  has_undo_ = true;
+  state_ = DataSetState::kEdit;
+  writable_ = FieldSlot::kEditable;
+  modified_ = false;
+}
+
+inline void RecordSet::EndEditing() {
+  has_undo_ = false;
+  replaced_text_ = false;
+  writable_ = 0;
+  modified_ = false;
+  state_ = DataSetState::kBrowse;
+}
+
+inline void RecordSet::Post() {
+  if (state_ == DataSetState::kEdit && !watched_ && !filtered_ && !replaced_text_) [[likely]] {
+    EndEditing();
+  } else {
+    PostSlowly();
+  }
+}
+
+inline double RecordSet::AsFloat(std::size_t index) const {
+  if (index < field_count_ && kinds_[index] == FieldKind::kFloat) [[likely]] {
+    return std::bit_cast<double>(cells_[index]);
+  }
+  return Read(index, ToFloat);
+}
+
+inline Currency RecordSet::AsCurrency(std::size_t index) const {
+  if (index < field_count_ && kinds_[index] == FieldKind::kCurrency) [[likely]] {
+    return Currency::FromScaled(static_cast<std::int64_t>(cells_[index]));
+  }
+  return Read(index, ToCurrency);
 }
 
 inline bool RecordSet::Locate(FloatName name, double value) {

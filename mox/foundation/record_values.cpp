@@ -39,14 +39,8 @@ std::string RecordSet::TextOf(const std::uint64_t* cells, std::size_t index) con
   return ToText(ValueOf(cells, index));
 }
 
-template <typename Result>
-Result RecordSet::Read(std::size_t index, Result (*convert)(const Value&)) const {
-  const Value value = AsVariant(index);
-  try {
-    return convert(value);
-  } catch (const ConversionError& error) {
-    throw ConversionError(Definition(index).name + ": " + error.what());
-  }
+void RecordSet::RethrowFor(std::size_t index, const ConversionError& error) const {
+  throw ConversionError(Definition(index).name + ": " + error.what());
 }
 
 Value RecordSet::AsVariant(std::size_t index) const {
@@ -57,20 +51,6 @@ Value RecordSet::AsVariant(std::size_t index) const {
 bool RecordSet::IsNull(std::size_t index) const {
   RequireIndex(index);
   return IsNullCell(cells_, index);
-}
-
-double RecordSet::AsFloat(std::size_t index) const {
-  RequireIndex(index);
-  if (KindOf(index) == FieldKind::kFloat) return std::bit_cast<double>(cells_[index]);
-  return Read(index, ToFloat);
-}
-
-Currency RecordSet::AsCurrency(std::size_t index) const {
-  RequireIndex(index);
-  if (KindOf(index) == FieldKind::kCurrency) {
-    return Currency::FromScaled(static_cast<std::int64_t>(cells_[index]));
-  }
-  return Read(index, ToCurrency);
 }
 
 std::int64_t RecordSet::AsInteger(std::size_t index) const { return Read(index, ToInteger); }
@@ -85,7 +65,7 @@ std::string RecordSet::AsText(std::size_t index) const {
 
 std::string_view RecordSet::AsTextView(std::size_t index) const {
   RequireIndex(index);
-  if (!HoldsText(KindOf(index))) throw Error(Definition(index).name + ": the field holds no text");
+  if (!HoldsText(Definition(index).kind)) throw Error(Definition(index).name + ": the field holds no text");
   return TextArena::Get(cells_[index]);
 }
 
@@ -159,7 +139,7 @@ void RecordSet::WriteValue(std::size_t index, const Value& value) {
   try {
     bits = StoredValue(index, value);
   } catch (const ConversionError& error) {
-    throw ConversionError(Definition(index).name + ": " + error.what());
+    RethrowFor(index, error);
   } catch (const Overflow& error) {
     throw Overflow(Definition(index).name + ": " + error.what());
   }
@@ -170,7 +150,11 @@ void RecordSet::WriteValue(std::size_t index, const Value& value) {
 // The text that the current record held so far is dead, unless a cancel may still bring it back.
 void RecordSet::DropText(std::size_t index) {
   const bool kept_for_undo = has_undo_ && undo_[header_words_ + index] == cells_[index];
-  if (!kept_for_undo) texts_.Drop(cells_[index]);
+  if (kept_for_undo) {
+    replaced_text_ = true;
+  } else {
+    texts_.Drop(cells_[index]);
+  }
 }
 
 void RecordSet::SetNull(std::size_t index) {
@@ -192,12 +176,11 @@ void RecordSet::SetDate(std::size_t index, Date value) { WriteValue(index, value
 void RecordSet::SetDateTime(std::size_t index, DateTime value) { WriteValue(index, value); }
 
 void RecordSet::SetText(std::size_t index, std::string_view value) {
-  RequireIndex(index);
+  RequireWritable(index);
   if (!HoldsText(KindOf(index))) {
     WriteValue(index, std::string(value));
     return;
   }
-  RequireWritable(index);
   const std::uint64_t bits = StoredText(index, value);
   DropText(index);
   WriteCell(index, bits);
@@ -215,8 +198,8 @@ void RecordSet::SetVariant(std::size_t index, const Value& value) {
 // --- the memory of texts ---
 
 void RecordSet::DropReplacedTexts(const std::uint64_t* kept, const std::uint64_t* replaced) {
-  for (std::size_t i = 0; i < FieldCount(); ++i) {
-    if (HoldsText(KindOf(i)) && kept[i] != replaced[i]) texts_.Drop(replaced[i]);
+  for (const std::size_t i : structure_->text_fields()) {
+    if (kept[i] != replaced[i]) texts_.Drop(replaced[i]);
   }
 }
 
@@ -224,9 +207,7 @@ void RecordSet::CompactTexts() {
   TextArena compact;
   for (const std::uint32_t record : order_) {
     std::uint64_t* const cells = CellsOf(record);
-    for (std::size_t i = 0; i < FieldCount(); ++i) {
-      if (HoldsText(KindOf(i))) cells[i] = compact.Add(TextArena::Get(cells[i]));
-    }
+    for (const std::size_t i : structure_->text_fields()) cells[i] = compact.Add(TextArena::Get(cells[i]));
   }
   texts_ = std::move(compact);
 }

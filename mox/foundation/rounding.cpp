@@ -1,5 +1,6 @@
 #include "mox/foundation/rounding.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -36,22 +37,23 @@ double MyRound(double value, int digits) {
   return std::rint(scaled) / power + 0.0;  // a negative zero becomes zero
 }
 
-Currency RoundSlowly(Extended nudged, int decimals) {
+Currency RoundSlowly(Amount amount, int decimals) {
   RefuseTens(decimals < 0);
-  const int used = decimals > kMostDecimals ? kMostDecimals : decimals;
-  const Extended scaled = nudged * static_cast<Extended>(kPowersOfTen[static_cast<std::size_t>(used)]);
-  // From 2^63 on not even the extended precision has a fraction.
-  if (!(std::fabs(scaled) < 0x1p62L)) return Currency::FromReal(nudged);
-  const std::int64_t multiple = NearestInteger(scaled);
-  if (used <= 4) {
-    std::int64_t result = multiple;
-    for (int i = used; i < 4; ++i) {
-      if (__builtin_mul_overflow(result, std::int64_t{10}, &result)) ThrowCurrencyOverflow();
-    }
-    return Currency::FromScaled(result);
+  const Extended scaled = amount.scaled();
+  const Extended nudged = scaled > 0 ? scaled + 0.001L : scaled < 0 ? scaled - 0.001L : scaled;
+  if (decimals <= 4) {
+    if (!(std::fabs(nudged) < 0x1p63L)) ThrowCurrencyOverflow();
+    const auto unit = static_cast<std::int64_t>(kPowersOfTen[static_cast<std::size_t>(4 - decimals)]);
+    const Extended multiple = std::rint(nudged / static_cast<Extended>(unit));
+    return Currency::FromScaledReal(multiple * static_cast<Extended>(unit));
   }
-  std::int64_t unit = 1;
-  for (int i = 4; i < used; ++i) unit *= 10;
+  const int finer = std::min(decimals, kMostDecimals) - 4;
+  const Extended power = kPowersOfTen[static_cast<std::size_t>(finer)];
+  const Extended multiples = nudged * power;
+  // From 2^63 on not even the extended precision has a fraction.
+  if (!(std::fabs(multiples) < 0x1p62L)) return Currency::FromScaledReal(nudged);
+  const std::int64_t multiple = NearestInteger(multiples);
+  const auto unit = static_cast<std::int64_t>(power);
   const std::int64_t quotient = multiple / unit;
   const std::int64_t rest = std::abs(multiple % unit);
   const bool away = rest * 2 > unit || (rest * 2 == unit && quotient % 2 != 0);

@@ -12,21 +12,21 @@ namespace mox {
 /// -2.68). The nudge is absolute: above about 10^9 it is lost in the precision of a double. The result is the
 /// double nearest to its decimal; from 22 decimals on nothing is left to round.
 ///
-/// Raises Error "Nepravilno pozivanje fukcije MyRound!!!!!!!" when digits is positive, Overflow when the
-/// value is not finite.
+/// Raises Error "Nepravilno pozivanje fukcije MyRound!!!!!!!" when digits is positive, Overflow when the value
+/// is not finite.
 double MyRound(double value, int digits);
 
-/// The digits that MyRound takes for a count of decimals. A negative count becomes a positive, refused one.
-constexpr int DigitsOf(int decimals) { return -decimals; }
-
-/// MyRound to the given count of decimals and the storing into a currency field in one step. The nudge and
-/// the rounding are done in extended precision, so they hold for amounts of any size that a currency has.
+/// MyRound of an amount to a count of decimals and the storing into a currency field in one step. The nudge
+/// and the rounding are done in extended precision, so they hold for amounts of any size that a currency has.
 /// Decimals above the fourth are then rounded off to the nearest ten-thousandth, ties to even, as storing
-/// does. Raises as MyRound does, and Overflow when a currency cannot hold the result.
-Currency Round(Real value, int decimals);
+/// does. Raises as MyRound does for a negative count, and Overflow when a currency cannot hold the result.
+Currency Round(Amount amount, int decimals);
 
 /// Round to hundredths.
-Currency R2(Real value);
+Currency R2(Amount amount);
+
+/// The nearest ten-thousandth, ties to even: what storing an amount without rounding gives. Raises Overflow.
+Currency Stored(Amount amount);
 
 /// Tax amounts and most digit settings have at least two decimals.
 constexpr int AtLeast2(int decimals) { return decimals < 2 ? 2 : decimals; }

@@ -4,23 +4,22 @@
 
 namespace mox {
 
-inline constexpr Extended kRoundingNudge = 0.0000001L;
-
 /// Round where the general case is not the usual one: refused digits, more than four decimals, huge amounts.
-Currency RoundSlowly(Extended nudged, int decimals);
+Currency RoundSlowly(Amount amount, int decimals);
 
-inline Currency Round(Real value, int decimals) {
-  static constexpr Extended kPower[] = {1.0L, 10.0L, 100.0L, 1'000.0L, 10'000.0L};
-  static constexpr std::int64_t kToScaled[] = {10'000, 1'000, 100, 10, 1};
-  const Extended x = value.value();
-  const Extended nudged = x + (x > 0 ? kRoundingNudge : x < 0 ? -kRoundingNudge : 0.0L);
-  if (static_cast<unsigned>(decimals) > 4U || !(std::fabs(nudged) < 4e14L)) [[unlikely]] {
-    return RoundSlowly(nudged, decimals);
-  }
+inline Currency Stored(Amount amount) { return Currency::FromScaledReal(amount.scaled()); }
+
+inline Currency Round(Amount amount, int decimals) {
+  static constexpr Extended kUnit[] = {10'000.0L, 1'000.0L, 100.0L, 10.0L, 1.0L};
+  static constexpr std::int64_t kScaledUnit[] = {10'000, 1'000, 100, 10, 1};
+  constexpr Extended kNudge = 0.001L;  // 0.0000001 in ten-thousandths
   const auto index = static_cast<unsigned>(decimals);
-  return Currency::FromScaled(NearestInteger(nudged * kPower[index]) * kToScaled[index]);
+  const Extended scaled = amount.scaled();
+  if (index > 4U || !(std::fabs(scaled) < 0x1p61L)) [[unlikely]] return RoundSlowly(amount, decimals);
+  const Extended nudged = scaled < 0 ? scaled - kNudge : scaled + kNudge;  // on 0 it is rounded off again
+  return Currency::FromScaled(NearestInteger(nudged / kUnit[index]) * kScaledUnit[index]);
 }
 
-inline Currency R2(Real value) { return Round(value, 2); }
+inline Currency R2(Amount amount) { return Round(amount, 2); }
 
 }  // namespace mox

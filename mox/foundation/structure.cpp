@@ -55,7 +55,8 @@ Structure::Structure(std::vector<FieldDef> fields) : fields_(std::move(fields)) 
     if (const auto id = FindInVocabulary(field.name)) {
       slots_[static_cast<std::size_t>(*id)] = FieldSlot(i, field.kind, field.calculated);
     }
-    has_texts_ = has_texts_ || field.kind == FieldKind::kText || field.kind == FieldKind::kBinary;
+    kinds_.push_back(field.kind);
+    if (field.kind == FieldKind::kText || field.kind == FieldKind::kBinary) text_fields_.push_back(i);
   }
 }
 

@@ -60,7 +60,8 @@ class Structure {
   const FieldSlot* slots() const { return slots_.data(); }  ///< indexed by NameId
   std::size_t header_words() const { return header_words_; }
   std::size_t record_words() const { return header_words_ + fields_.size(); }
-  bool has_texts() const { return has_texts_; }
+  const FieldKind* kinds() const { return kinds_.data(); }
+  const std::vector<std::size_t>& text_fields() const { return text_fields_; }  ///< of texts and binaries
 
  private:
   struct FoldedHash {
@@ -76,7 +77,8 @@ class Structure {
   std::array<FieldSlot, kVocabularySize> slots_;
   std::unordered_map<std::string, std::size_t, FoldedHash, FoldedEqual> by_name_;
   std::size_t header_words_ = 1;
-  bool has_texts_ = false;
+  std::vector<FieldKind> kinds_;
+  std::vector<std::size_t> text_fields_;
 };
 
 }  // namespace mox
