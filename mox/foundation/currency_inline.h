@@ -25,8 +25,9 @@ inline std::int64_t NearestInteger(Extended value) {
 
 inline Currency Currency::FromScaledReal(Extended scaled) {
   if (!(std::fabs(scaled) < 0x1p62L)) [[unlikely]] {
-    if (!(std::fabs(scaled) < 0x1p63L)) ThrowCurrencyOverflow();
-    return Currency(static_cast<std::int64_t>(std::rint(scaled)));
+    const Extended whole = std::rint(scaled);
+    if (!(whole >= -0x1p63L && whole < 0x1p63L)) ThrowCurrencyOverflow();
+    return Currency(static_cast<std::int64_t>(whole));
   }
   return Currency(NearestInteger(scaled));
 }
