@@ -17,7 +17,8 @@ namespace mox {
 /// decimal digit follows), ',' anywhere turns grouping by thousands on, a text between quotes is literal and
 /// everything else is literal too; a percent sign does not multiply. A number is rounded to the decimals of
 /// the section, half away from zero on its shortest decimal text. A number that rounds to zero uses the
-/// section for zero.
+/// section for zero. A mask without a first section shows the number as it is. Raises Overflow for a number
+/// that is not finite.
 std::string FormatFloat(std::string_view mask, double value, const LocaleSettings& locale);
 std::string FormatFloat(std::string_view mask, Currency value, const LocaleSettings& locale);
 

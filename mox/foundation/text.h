@@ -39,6 +39,7 @@ std::string FromWindows1250(std::string_view bytes);
 std::string ToWindows1250(std::string_view text);
 
 /// The shortest text with a decimal point that reads back to the same number: "0.1", "25", "1e+300".
+/// Raises Overflow for a number that is not finite.
 std::string ShortestNumber(double value);
 
 /// Reads the whole text as a finite number with a decimal point. Raises ConversionError
