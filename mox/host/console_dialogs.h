@@ -1,0 +1,33 @@
+#pragma once
+
+#include <iosfwd>
+#include <string_view>
+
+#include "mox/foundation/app.h"
+
+namespace mox {
+
+/// Message dialogs on a terminal: each is one line "Caption: heading: message". Empty parts are left out, and
+/// line breaks inside a part become a blank.
+///
+/// A confirmation is answered from the input (a line "d", "da", "y" or "yes" means yes; anything else, also
+/// the end of the input, means no) or always in the same way. The answer to any other dialog is 0.
+class ConsoleDialogs : public AppDialogs {
+ public:
+  /// The streams must outlive the dialogs.
+  ConsoleDialogs(std::ostream& output, std::istream& input) : output_(output), input_(&input) {}
+  /// Answers every confirmation with `answer`: kDialogYes or kDialogNo.
+  ConsoleDialogs(std::ostream& output, int answer) : output_(output), answer_(answer) {}
+
+  int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
+                      std::string_view message) override;
+
+ private:
+  int Ask();
+
+  std::ostream& output_;
+  std::istream* input_ = nullptr;  // null where the answer is fixed
+  int answer_ = kDialogNo;
+};
+
+}  // namespace mox

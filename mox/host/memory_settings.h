@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mox/foundation/app.h"
+
+namespace mox {
+
+/// Settings that live in memory only, for a host without a settings file.
+class MemorySettings : public TAppIni {
+ public:
+  std::string ReadString(std::string_view section, std::string_view key,
+                         std::string_view default_value) const override;
+  void WriteString(std::string_view section, std::string_view key, std::string_view value) override;
+
+ private:
+  struct Setting {
+    std::string section;
+    std::string key;
+    std::string value;
+  };
+
+  std::vector<Setting> settings_;
+};
+
+}  // namespace mox

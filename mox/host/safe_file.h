@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace mox {
+
+/// Gives a file new contents so that whoever opens it, also after a crash, finds either all of the old ones
+/// or all of the new: they are written to a temporary file in the same folder, flushed to the disk and
+/// renamed.
+///
+/// A link is followed and the file behind it replaced. The permissions stay; a file that is write-protected
+/// is refused although its folder would allow the renaming. A failure raises Error naming the path, leaves
+/// the old file as it was and removes the temporary.
+void ReplaceFileSafely(const std::string& path, std::string_view bytes);
+
+}  // namespace mox

@@ -1,0 +1,127 @@
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "mox/foundation/error.h"
+#include "mox/host/company_parameters.h"
+#include "mox/host/console_dialogs.h"
+#include "mox/host/locale.h"
+#include "mox/host/memory_settings.h"
+
+namespace mox {
+namespace {
+
+TEST(MemorySettings, ReadTypedValuesAndDefaults) {
+  MemorySettings settings;
+  settings.WriteInteger("GENERAL", "DIGITS", -3);
+  settings.WriteBool("GENERAL", "FLAG", true);
+  settings.WriteFloat("General", "rate", 7.5345);
+  settings.WriteString("GENERAL", "TEXT", "abc");
+  settings.WriteString("OTHER", "TEXT", " TRUE ");
+  settings.WriteString("general", "text", "1.5");
+  EXPECT_EQ(settings.ReadInteger("general", "digits", 2), -3);
+  EXPECT_EQ(settings.ReadInteger("GENERAL", "TEXT", 2), 2);
+  EXPECT_EQ(settings.ReadFloat("GENERAL", "TEXT", 2), 1.5);
+  EXPECT_EQ(settings.ReadFloat("GENERAL", "RATE", 0), 7.5345);
+  EXPECT_TRUE(settings.ReadBool("GENERAL", "FLAG", false));
+  EXPECT_TRUE(settings.ReadBool("OTHER", "TEXT", false));
+  EXPECT_FALSE(settings.ReadBool("GENERAL", "TEXT", false));
+  EXPECT_EQ(settings.ReadString("OTHER", "FLAG", "none"), "none");
+}
+
+TEST(ConsoleDialogs, ShowOneLineAndTakeAnAnswer) {
+  const struct {
+    TVCustomDialogType kind;
+    const char* heading;
+    const char* message;
+    const char* input;
+    const char* line;
+    int answer;
+  } rows[] = {{TVCustomDialogType::kInformation, "Stanje", "Nema\r\n\r\nrobe.\n", "da",
+               "Upozorenje: Stanje: Nema robe.\n", 0},
+              {TVCustomDialogType::kError, "", "a \nb", "da", "Upozorenje: a b\n", 0},
+              {TVCustomDialogType::kConfirmation, "\n", "", " DA \r\nne", "Upozorenje\n[d/n] ", kDialogYes},
+              {TVCustomDialogType::kConfirmation, "", "", "y", "Upozorenje\n[d/n] ", kDialogYes},
+              {TVCustomDialogType::kConfirmation, "", "", "dan", "Upozorenje\n[d/n] ", kDialogNo},
+              {TVCustomDialogType::kConfirmation, "", "", "", "Upozorenje\n[d/n] ", kDialogNo}};
+  for (const auto& row : rows) {
+    std::ostringstream output;
+    std::istringstream input(row.input);
+    ConsoleDialogs dialogs(output, input);
+    EXPECT_EQ(dialogs.ShowVelorDialog(row.kind, "Upozorenje", row.heading, row.message), row.answer)
+        << row.input;
+    EXPECT_EQ(output.str(), row.line);
+  }
+  std::ostringstream output;
+  EXPECT_EQ(
+      ConsoleDialogs(output, kDialogYes).ShowVelorDialog(TVCustomDialogType::kConfirmation, "a", "b", "c"),
+      kDialogYes);
+  EXPECT_EQ(output.str(), "a: b: c\n");
+}
+
+TEST(CompanyParameterModule, InfersTheKindOfAValue) {
+  const struct {
+    const char* value;
+    FieldKind kind;
+    const char* text;
+  } rows[] = {{"True", FieldKind::kBoolean, nullptr},
+              {"false", FieldKind::kBoolean, nullptr},
+              {"0", FieldKind::kInteger, "0"},
+              {"-3", FieldKind::kInteger, "-3"},
+              {"7.5345", FieldKind::kFloat, "7,5345"},
+              {"-0.5", FieldKind::kFloat, "-0,5"},
+              {"", FieldKind::kText, ""},
+              {"-", FieldKind::kText, "-"},
+              {"007", FieldKind::kText, "007"},
+              {"+3", FieldKind::kText, "+3"},
+              {"1e3", FieldKind::kText, "1e3"},
+              {"1.", FieldKind::kText, "1."},
+              {"1.2.3", FieldKind::kText, "1.2.3"},
+              {"7,5", FieldKind::kText, "7,5"},
+              {" 3", FieldKind::kText, " 3"},
+              {"12345678901234567890", FieldKind::kText, "12345678901234567890"},
+              {"true story", FieldKind::kText, "true story"}};
+  for (const auto& row : rows) {
+    CompanyParameterModule module;
+    module.Set("P", row.value);
+    const Field field = module.CompanyParameters()->FieldByName("p");
+    EXPECT_EQ(field.Kind(), row.kind) << row.value;
+    if (row.text != nullptr) {
+      EXPECT_EQ(field.AsText(), row.text);
+    } else {
+      EXPECT_EQ(field.AsBoolean(), row.value == std::string("True"));
+    }
+  }
+}
+
+TEST(CompanyParameterModule, KeepsOneRecord) {
+  CompanyParameterModule module;
+  EXPECT_EQ(module.CompanyParameters(), nullptr);
+  module.SetAssignment("PdviCalcDigit=3");
+  module.SetAssignment(" Naziv = A=B ");
+  module.SetAssignment("PDVICALCDIGIT=četiri");
+  module.SetAssignment("pdvicalcdigit=4");
+  RecordSet& parameters = *module.CompanyParameters();
+  EXPECT_EQ(parameters.RecordCount(), 1U);
+  EXPECT_EQ(parameters.FieldCount(), 2U);
+  EXPECT_EQ(parameters.State(), DataSetState::kBrowse);
+  EXPECT_EQ(parameters.FieldByName("PdviCalcDigit").AsInteger(), 4);
+  EXPECT_EQ(parameters.FieldByName("Naziv").AsText(), " A=B ");
+  EXPECT_THROW(module.SetAssignment("PdviCalcDigit"), Error);
+  EXPECT_THROW(module.SetAssignment(" =3"), Error);
+  EXPECT_EQ(module.CompanyParameters()->FieldCount(), 2U);
+}
+
+TEST(StandardLocale, IsCroatianUntilChanged) {
+  StandardLocale locale;
+  MemorySettings settings;
+  const ScopedApp app({.ini = &settings, .locale = &locale});
+  EXPECT_EQ(CurrentLocale().decimal_separator, ",");
+  EXPECT_EQ(CurrentLocale().currency_symbol, "€");
+  App().Locale().SetCurrencySymbol("KM");
+  EXPECT_EQ(CurrentLocale().currency_symbol, "KM");
+  EXPECT_EQ(CurrentLocale().short_date, "dd.MM.yyyy");
+}
+
+}  // namespace
+}  // namespace mox

@@ -1,0 +1,128 @@
+#include "mox/host/ini_text.h"
+
+#include <gtest/gtest.h>
+
+#include "mox/foundation/error.h"
+
+namespace mox {
+namespace {
+
+TEST(IniText, ReadsSettings) {
+  const IniText text(
+      "outside = 1\r\n"
+      "; KOL_NUM=9\n"
+      "[ General ] ; the rest does not count\n"
+      "  KOL_NUM\t= 3 ; no comment \n"
+      "KOL_NUM=4\n"
+      "no value\n"
+      "=no key\n"
+      "QUOTED=\"  A4 \"\n"
+      "ONE=\"\n"
+      "EMPTY=\n"
+      "EQUALS=a=b#c\n"
+      "[damaged\n"
+      "[Other]\n"
+      "KOL_NUM=5\n"
+      "[GENERAL]\n"
+      "KOL_NUM=6\n"
+      "LATE=7");
+  const struct {
+    const char* section;
+    const char* key;
+    std::optional<std::string> value;
+  } rows[] = {{"", "OUTSIDE", "1"},
+              {"GENERAL", "kol_num", "3 ; no comment"},
+              {"GENERAL", "no value", {}},
+              {"GENERAL", "", {}},
+              {"GENERAL", "QUOTED", "  A4 "},
+              {"GENERAL", "ONE", "\""},
+              {"GENERAL", "EMPTY", ""},
+              {"GENERAL", "EQUALS", "a=b#c"},
+              {"general", "LATE", "7"},
+              {"Other", "KOL_NUM", "5"},
+              {"Other", "LATE", {}},
+              {"damaged", "KOL_NUM", {}},
+              {"", "KOL_NUM", {}}};
+  for (const auto& row : rows)
+    EXPECT_EQ(text.Find(row.section, row.key), row.value) << row.section << row.key;
+}
+
+// What a write of KEY=new into section GENERAL makes of a text, byte for byte.
+TEST(IniText, ChangesNothingButTheSetting) {
+  const struct {
+    const char* before;
+    const char* after;
+  } rows[] = {{"", "[GENERAL]\nKEY=new\n"},
+              {"; c\n\n\n[general]\n  key = old  \nX=1\n", "; c\n\n\n[general]\n  key = new\nX=1\n"},
+              {"[GENERAL]\r\nKEY=old\r\nX=1", "[GENERAL]\r\nKEY=new\r\nX=1"},
+              {"[GENERAL]\nKEY=old", "[GENERAL]\nKEY=new"},
+              {"[GENERAL]\nKEY=first\nKEY=second\n", "[GENERAL]\nKEY=new\nKEY=second\n"},
+              {"[GENERAL]\n;KEY=old\nKEY\n[B]\n", "[GENERAL]\nKEY=new\n;KEY=old\nKEY\n[B]\n"},
+              {"[GENERAL]\nX=1\n\n; about B\n[B]\n", "[GENERAL]\nX=1\nKEY=new\n\n; about B\n[B]\n"},
+              {"[GENERAL]\n\t X : a = 1\n", "[GENERAL]\n\t X : a = 1\n\t KEY = new\n"},
+              {"[GENERAL]\nX=1", "[GENERAL]\nX=1\nKEY=new\n"},
+              {"[GENERAL]\nX=1\n[B]\n[GENERAL]\nKEY=old\n", "[GENERAL]\nX=1\n[B]\n[GENERAL]\nKEY=new\n"},
+              {"[GENERAL]\n[B]\nX=1\n[GENERAL]\nY=2\n", "[GENERAL]\nKEY=new\n[B]\nX=1\n[GENERAL]\nY=2\n"},
+              {"[B]\r\nKEY=1", "[B]\r\nKEY=1\r\n\r\n[GENERAL]\r\nKEY=new\r\n"},
+              {"[B]\n\n", "[B]\n\n[GENERAL]\nKEY=new\n"},
+              {"\xEF\xBB\xBF[GENERAL]\nKEY=\xC5\xBE\n", "\xEF\xBB\xBF[GENERAL]\nKEY=new\n"},
+              {"# \x9E\x81\n[GENERAL]\nX=\x8A\n", "# \x9E\x81\n[GENERAL]\nX=\x8A\nKEY=new\n"}};
+  for (const auto& row : rows) {
+    IniText text(row.before);
+    EXPECT_EQ(text.Bytes(), row.before);
+    text.Set("GENERAL", "KEY", "new");
+    EXPECT_EQ(text.Bytes(), row.after);
+  }
+  IniText text("; top\n[GENERAL]\n");
+  text.Set("", "KEY", "new");
+  EXPECT_EQ(text.Bytes(), "KEY=new\n; top\n[GENERAL]\n");
+}
+
+TEST(IniText, GivesBackEveryValueItTakes) {
+  for (const char* start : {"", "[GENERAL]\r\nKEY = \"old\"\r\n", "\xEF\xBB\xBF; \xC5\xBE\n", "; \x9E\n"}) {
+    for (const char* value :
+         {"", " ", "a", " a", "a\t", "\"", "\"\"", "\"a\"", "\"a", "a\"b", "'a'", ";a", "#a", "[a]", "a=b",
+          "=", "#,0.00;-#,0.00", "Šćepan Žgela – đačić €", "\u00a0a"}) {
+      IniText text(start);
+      text.Set("Š X", "Ključ 1", value);
+      text.Set("GENERAL", "KEY", value);
+      for (const IniText& read : {text, IniText(text.Bytes())}) {
+        EXPECT_EQ(read.Find("Š X", "Ključ 1"), value) << text.Bytes();
+        EXPECT_EQ(read.Find("GENERAL", "KEY"), value) << text.Bytes();
+      }
+    }
+  }
+}
+
+TEST(IniText, RefusesWhatItCannotHold) {
+  const std::string windows_1250 = "A=\x9E\nB=\xC5\xBE\n";  // B alone would be valid UTF-8
+  const struct {
+    std::string text;
+    std::string section;
+    std::string key;
+    std::string value;
+  } rows[] = {{"", "S", "K", "a\nb"},
+              {"", "S", "K", "a\r"},
+              {"", "S", "K", std::string("a\0b", 3)},
+              {"", "S]", "K", ""},
+              {"", " S", "K", ""},
+              {"", "S\n", "K", ""},
+              {"", "S", "", ""},
+              {"", "S", "K=", ""},
+              {"", "S", "K ", ""},
+              {"", "S", ";K", ""},
+              {"", "S", "#K", ""},
+              {"", "S", "[K", ""},
+              {"", "S", "K", "\xE8"},
+              {windows_1250, "", "A", "Ω"},
+              {windows_1250, "Ω", "A", ""},
+              {windows_1250, "", "A", "ascii"}};
+  for (const auto& row : rows) {
+    IniText text(row.text);
+    EXPECT_THROW(text.Set(row.section, row.key, row.value), Error) << row.section << row.key << row.value;
+  }
+  EXPECT_THROW(IniText("\xFF\xFE[\0"), Error);
+}
+
+}  // namespace
+}  // namespace mox
