@@ -30,20 +30,21 @@ TEST(MemorySettings, ReadTypedValuesAndDefaults) {
 }
 
 TEST(ConsoleDialogs, ShowOneLineAndTakeAnAnswer) {
+  constexpr auto kInformation = TVCustomDialogType::kInformation;
+  constexpr auto kConfirmation = TVCustomDialogType::kConfirmation;
   const struct {
-    TVCustomDialogType kind;
     const char* heading;
     const char* message;
     const char* input;
     const char* line;
+    TVCustomDialogType kind;
     int answer;
-  } rows[] = {{TVCustomDialogType::kInformation, "Stanje", "Nema\r\n\r\nrobe.\n", "da",
-               "Upozorenje: Stanje: Nema robe.\n", 0},
-              {TVCustomDialogType::kError, "", "a \nb", "da", "Upozorenje: a b\n", 0},
-              {TVCustomDialogType::kConfirmation, "\n", "", " DA \r\nne", "Upozorenje\n[d/n] ", kDialogYes},
-              {TVCustomDialogType::kConfirmation, "", "", "y", "Upozorenje\n[d/n] ", kDialogYes},
-              {TVCustomDialogType::kConfirmation, "", "", "dan", "Upozorenje\n[d/n] ", kDialogNo},
-              {TVCustomDialogType::kConfirmation, "", "", "", "Upozorenje\n[d/n] ", kDialogNo}};
+  } rows[] = {{"Stanje", "Nema\r\n\r\nrobe.\n", "da", "Upozorenje: Stanje: Nema robe.\n", kInformation, 0},
+              {"", "a \nb", "da", "Upozorenje: a b\n", TVCustomDialogType::kError, 0},
+              {"\n", "", " DA \r\nne", "Upozorenje\n[d/n] ", kConfirmation, kDialogYes},
+              {"", "", "y", "Upozorenje\n[d/n] ", kConfirmation, kDialogYes},
+              {"", "", "dan", "Upozorenje\n[d/n] ", kConfirmation, kDialogNo},
+              {"", "", "", "Upozorenje\n[d/n] ", kConfirmation, kDialogNo}};
   for (const auto& row : rows) {
     std::ostringstream output;
     std::istringstream input(row.input);
@@ -53,9 +54,7 @@ TEST(ConsoleDialogs, ShowOneLineAndTakeAnAnswer) {
     EXPECT_EQ(output.str(), row.line);
   }
   std::ostringstream output;
-  EXPECT_EQ(
-      ConsoleDialogs(output, kDialogYes).ShowVelorDialog(TVCustomDialogType::kConfirmation, "a", "b", "c"),
-      kDialogYes);
+  EXPECT_EQ(ConsoleDialogs(output, kDialogYes).ShowVelorDialog(kConfirmation, "a", "b", "c"), kDialogYes);
   EXPECT_EQ(output.str(), "a: b: c\n");
 }
 
