@@ -7,6 +7,9 @@
 
 namespace mox {
 
+/// For the few steps that every formula is made of: out of line they would spill the numbers in flight.
+#define MOX_ALWAYS_INLINE [[gnu::always_inline]] inline
+
 /// Quotients are formed in this precision. On the usual platforms it has a 64-bit mantissa.
 using Extended = long double;
 

@@ -35,8 +35,8 @@ class Real {
 };
 
 /// An amount in the middle of a formula, not rounded yet. It is carried in extended precision and in
-/// ten-thousandths, so that a currency enters without a division and loses nothing. An amount times a number is
-/// an amount, an amount by an amount a number.
+/// ten-thousandths, so that a currency enters without a division and loses nothing. An amount times a number
+/// is an amount, an amount by an amount a number.
 class Amount {
  public:
   constexpr Amount(Currency value) : scaled_(static_cast<Extended>(value.scaled())) {}  // NOLINT
@@ -50,10 +50,11 @@ class Amount {
   Extended scaled_;
 };
 
-[[noreturn]] inline void ThrowDivisionByZero() { throw DivisionByZero(); }
+[[noreturn]] void ThrowDivisionByZero();
 
 constexpr Extended CheckedDivisor(Extended divisor) {
-  if (divisor == 0) [[unlikely]] ThrowDivisionByZero();
+  if (divisor == 0) [[unlikely]]
+    ThrowDivisionByZero();
   return divisor;
 }
 

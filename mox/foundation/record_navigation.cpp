@@ -45,7 +45,7 @@ struct RecordSet::StateGuard {
   explicit StateGuard(RecordSet& record_set)
       : set(record_set), state(set.state_), writable(set.writable_), modified(set.modified_) {
     set.state_ = DataSetState::kCalcFields;
-    set.writable_ = FieldSlot::kCalculated;
+    set.writable_ = &set.slots_->calculated;
   }
   ~StateGuard() {
     set.state_ = state;
@@ -57,7 +57,7 @@ struct RecordSet::StateGuard {
 
   RecordSet& set;
   DataSetState state;
-  std::uint32_t writable;
+  const SlotTable* writable;
   bool modified;
 };
 

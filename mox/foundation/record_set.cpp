@@ -10,8 +10,6 @@
 namespace mox {
 namespace {
 
-constexpr std::array<FieldSlot, kVocabularySize> kNoSlots{};
-
 constexpr std::size_t kMostHeaderWords = (32 + Structure::kMostFields + 63) / 64;
 
 // What is read where there is no record: null in every field. Never written, because nothing is writable
@@ -31,17 +29,16 @@ std::uint64_t* BlankCells() { return const_cast<std::uint64_t*>(kBlank.header.da
 
 }  // namespace
 
-RecordSet::RecordSet(std::string name)
-    : slots_(kNoSlots.data()), cells_(BlankCells()), name_(std::move(name)) {}
+RecordSet::RecordSet(std::string name) : cells_(BlankCells()), name_(std::move(name)) {}
 
 RecordSet::~RecordSet() = default;
 
 RecordSet::RecordSet(RecordSet&& other) noexcept : RecordSet() { *this = std::move(other); }
 
 RecordSet& RecordSet::operator=(RecordSet&& other) noexcept {
-  slots_ = std::exchange(other.slots_, kNoSlots.data());
+  slots_ = std::exchange(other.slots_, &kNoSlotTables);
   cells_ = std::exchange(other.cells_, BlankCells());
-  writable_ = std::exchange(other.writable_, 0U);
+  writable_ = std::exchange(other.writable_, &kNoSlots);
   modified_ = std::exchange(other.modified_, false);
   watched_ = std::exchange(other.watched_, false);
   eof_ = std::exchange(other.eof_, true);
@@ -105,7 +102,7 @@ void RecordSet::StartWith(std::shared_ptr<Structure> structure) {
 }
 
 void RecordSet::BindStructure() {
-  slots_ = structure_->slots();
+  slots_ = &structure_->slots();
   kinds_ = structure_->kinds();
   field_count_ = structure_->size();
 }
@@ -133,7 +130,7 @@ void RecordSet::Close() {
   if (state_ == DataSetState::kCalcFields) RequireBrowsable("close");
   defined_ = structure_->fields();
   structure_.reset();
-  slots_ = kNoSlots.data();
+  slots_ = &kNoSlotTables;
   kinds_ = nullptr;
   field_count_ = 0;
   slabs_ = RecordSlabs(1);
@@ -182,8 +179,8 @@ void RecordSet::RequireIndex(std::size_t index) const {
 }
 
 std::size_t RecordSet::IndexOf(NameId id) const {
-  const FieldSlot slot = slots_[static_cast<std::size_t>(id)];
-  if (slot.IsPresent()) return slot.index();
+  const std::size_t slot = slots_->present[static_cast<std::size_t>(id)];
+  if (slot != kNoSlot) return slot;
   throw FieldNotFound(kVocabulary[static_cast<std::size_t>(id)].name, name_);
 }
 
@@ -252,7 +249,7 @@ void RecordSet::BeginInsert(std::size_t at) {
   pending_at_ = std::min(at, order_.size());
   cells_ = CellsOf(pending_);
   state_ = DataSetState::kInsert;
-  writable_ = FieldSlot::kEditable;
+  writable_ = &slots_->usual;
   modified_ = false;
   Notify(RecordSetChange::kRecord);
 }

@@ -193,7 +193,7 @@ class RecordSet {
   Real Optional(FloatName name) const { return Has(name) ? (*this)[name] : Real(0); }
   template <FieldKind K>
   bool Has(FieldName<K> name) const {
-    return slots_[static_cast<std::size_t>(name.id)].IsPresent();
+    return slots_->present[static_cast<std::size_t>(name.id)] != kNoSlot;
   }
 
   void Set(CurrencyName name, Currency value);
@@ -294,6 +294,11 @@ class RecordSet {
     const std::size_t bit = index + 32;
     return (*(cells - 1 - bit / 64) >> bit % 64 & 1U) != 0;
   }
+  // A null cell holds zero bits, so a cell that does not is not null.
+  static void StoreCell(std::uint64_t* cells, std::size_t index, std::uint64_t bits) {
+    if (cells[index] == 0) MarkCell(cells, index, false);
+    cells[index] = bits;
+  }
   static void MarkCell(std::uint64_t* cells, std::size_t index, bool null) {
     const std::size_t bit = index + 32;
     std::uint64_t& word = *(cells - 1 - bit / 64);
@@ -315,6 +320,10 @@ class RecordSet {
     }
   }
   [[noreturn]] void RethrowFor(std::size_t index, const ConversionError& error) const;
+  Currency ReadCurrencySlowly(NameId id) const;
+  double ReadFloatSlowly(NameId id) const;
+  void SetSlowly(NameId id, Currency value);
+  void SetSlowly(NameId id, double value);
   void RequireWritable(std::size_t index) const;
   void WriteCell(std::size_t index, std::uint64_t bits);
   void WriteValue(std::size_t index, const Value& value);
@@ -322,11 +331,11 @@ class RecordSet {
   std::uint64_t StoredValue(std::size_t index, const Value& value);
 
   // What every read and write of the current record needs.
-  const FieldSlot* slots_;
+  const SlotTables* slots_ = &kNoSlotTables;
+  const SlotTable* writable_ = &kNoSlots;  // what the state lets a formula write
   std::uint64_t* cells_;
   const FieldKind* kinds_ = nullptr;  // by position, of an open set
   std::size_t field_count_ = 0;       // of an open set
-  std::uint32_t writable_ = 0;  // FieldSlot::kEditable while editing, kCalculated inside the event
   bool modified_ = false;
   bool watched_ = false;  // an event or a listener is set
   bool eof_ = true;

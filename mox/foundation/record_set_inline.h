@@ -8,45 +8,42 @@
 
 namespace mox {
 
-inline Currency RecordSet::operator[](CurrencyName name) const {
-  const FieldSlot slot = slots_[static_cast<std::size_t>(name.id)];
-  if (slot.Is(FieldKind::kCurrency)) [[likely]] {
-    return Currency::FromScaled(static_cast<std::int64_t>(cells_[slot.index()]));
-  }
-  return AsCurrency(IndexOf(name.id));
+MOX_ALWAYS_INLINE Currency RecordSet::operator[](CurrencyName name) const {
+  const std::size_t slot = slots_->usual[static_cast<std::size_t>(name.id)];
+  if (slot == kNoSlot) [[unlikely]]
+    return ReadCurrencySlowly(name.id);
+  return Currency::FromScaled(static_cast<std::int64_t>(cells_[slot]));
 }
 
-inline Real RecordSet::operator[](FloatName name) const {
-  const FieldSlot slot = slots_[static_cast<std::size_t>(name.id)];
-  if (slot.Is(FieldKind::kFloat)) [[likely]]
-    return std::bit_cast<double>(cells_[slot.index()]);
-  return AsFloat(IndexOf(name.id));
+MOX_ALWAYS_INLINE Real RecordSet::operator[](FloatName name) const {
+  const std::size_t slot = slots_->usual[static_cast<std::size_t>(name.id)];
+  if (slot == kNoSlot) [[unlikely]]
+    return ReadFloatSlowly(name.id);
+  return std::bit_cast<double>(cells_[slot]);
 }
 
 inline std::int64_t RecordSet::operator[](IntegerName name) const { return AsInteger(IndexOf(name.id)); }
 
 inline std::string RecordSet::operator[](TextName name) const { return AsText(IndexOf(name.id)); }
 
-inline void RecordSet::Set(CurrencyName name, Currency value) {
-  const FieldSlot slot = slots_[static_cast<std::size_t>(name.id)];
-  if (slot.Is(FieldKind::kCurrency) && slot.Allows(writable_)) [[likely]] {
-    cells_[slot.index()] = static_cast<std::uint64_t>(value.scaled());
-    MarkCell(cells_, slot.index(), false);
+MOX_ALWAYS_INLINE void RecordSet::Set(CurrencyName name, Currency value) {
+  const std::size_t slot = (*writable_)[static_cast<std::size_t>(name.id)];
+  if (slot != kNoSlot) [[likely]] {
+    StoreCell(cells_, slot, static_cast<std::uint64_t>(value.scaled()));
     modified_ = true;
-    return;
+  } else {
+    SetSlowly(name.id, value);
   }
-  SetCurrency(IndexOf(name.id), value);
 }
 
-inline void RecordSet::Set(FloatName name, Real value) {
-  const FieldSlot slot = slots_[static_cast<std::size_t>(name.id)];
-  if (slot.Is(FieldKind::kFloat) && slot.Allows(writable_)) [[likely]] {
-    cells_[slot.index()] = std::bit_cast<std::uint64_t>(value.ToDouble());
-    MarkCell(cells_, slot.index(), false);
+MOX_ALWAYS_INLINE void RecordSet::Set(FloatName name, Real value) {
+  const std::size_t slot = (*writable_)[static_cast<std::size_t>(name.id)];
+  if (slot != kNoSlot) [[likely]] {
+    StoreCell(cells_, slot, std::bit_cast<std::uint64_t>(value.ToDouble()));
     modified_ = true;
-    return;
+  } else {
+    SetSlowly(name.id, value.ToDouble());
   }
-  SetFloat(IndexOf(name.id), value.ToDouble());
 }
 
 inline void RecordSet::Set(TextName name, std::string_view value) { SetText(IndexOf(name.id), value); }
@@ -94,14 +91,14 @@ inline void RecordSet::Edit() {
   std::copy_n(cells_ - header_words_, undo_.size(), undo_.begin());
   has_undo_ = true;
   state_ = DataSetState::kEdit;
-  writable_ = FieldSlot::kEditable;
+  writable_ = &slots_->usual;
   modified_ = false;
 }
 
 inline void RecordSet::EndEditing() {
   has_undo_ = false;
   replaced_text_ = false;
-  writable_ = 0;
+  writable_ = &kNoSlots;
   modified_ = false;
   state_ = DataSetState::kBrowse;
 }
@@ -129,13 +126,13 @@ inline Currency RecordSet::AsCurrency(std::size_t index) const {
 }
 
 inline bool RecordSet::Locate(FloatName name, double value) {
-  const FieldSlot slot = slots_[static_cast<std::size_t>(name.id)];
-  if (!slot.Is(FieldKind::kFloat) || state_ != DataSetState::kBrowse) {
+  const std::size_t slot = slots_->usual[static_cast<std::size_t>(name.id)];
+  if (slot == kNoSlot || state_ != DataSetState::kBrowse) {
     return Locate(name.text, {Value(value)});
   }
   for (std::size_t i = 0; i < row_count_; ++i) {
     const std::uint64_t* cells = CellsOf(rows_[i]);
-    if (std::bit_cast<double>(cells[slot.index()]) == value && !IsNullCell(cells, slot.index())) {
+    if (std::bit_cast<double>(cells[slot]) == value && !IsNullCell(cells, slot)) {
       MoveTo(i);
       return true;
     }

@@ -53,6 +53,9 @@ bool RecordSet::IsNull(std::size_t index) const {
   return IsNullCell(cells_, index);
 }
 
+Currency RecordSet::ReadCurrencySlowly(NameId id) const { return AsCurrency(IndexOf(id)); }
+double RecordSet::ReadFloatSlowly(NameId id) const { return AsFloat(IndexOf(id)); }
+
 std::int64_t RecordSet::AsInteger(std::size_t index) const { return Read(index, ToInteger); }
 bool RecordSet::AsBoolean(std::size_t index) const { return Read(index, ToBoolean); }
 Date RecordSet::AsDate(std::size_t index) const { return Read(index, ToDate); }
@@ -170,6 +173,8 @@ void RecordSet::SetFloat(std::size_t index, double value) {
 }
 
 void RecordSet::SetCurrency(std::size_t index, Currency value) { WriteValue(index, value); }
+void RecordSet::SetSlowly(NameId id, Currency value) { SetCurrency(IndexOf(id), value); }
+void RecordSet::SetSlowly(NameId id, double value) { SetFloat(IndexOf(id), value); }
 void RecordSet::SetInteger(std::size_t index, std::int64_t value) { WriteValue(index, value); }
 void RecordSet::SetBoolean(std::size_t index, bool value) { WriteValue(index, value); }
 void RecordSet::SetDate(std::size_t index, Date value) { WriteValue(index, value); }

@@ -12,8 +12,8 @@ namespace mox {
 /// -2.68). The nudge is absolute: above about 10^9 it is lost in the precision of a double. The result is the
 /// double nearest to its decimal; from 22 decimals on nothing is left to round.
 ///
-/// Raises Error "Nepravilno pozivanje fukcije MyRound!!!!!!!" when digits is positive, Overflow when the value
-/// is not finite.
+/// Raises Error "Nepravilno pozivanje fukcije MyRound!!!!!!!" when digits is positive, Overflow when the
+/// value is not finite.
 double MyRound(double value, int digits);
 
 /// MyRound of an amount to a count of decimals and the storing into a currency field in one step. The nudge

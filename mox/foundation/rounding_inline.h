@@ -15,7 +15,8 @@ inline Currency Round(Amount amount, int decimals) {
   constexpr Extended kNudge = 0.001L;  // 0.0000001 in ten-thousandths
   const auto index = static_cast<unsigned>(decimals);
   const Extended scaled = amount.scaled();
-  if (index > 4U || !(std::fabs(scaled) < 0x1p61L)) [[unlikely]] return RoundSlowly(amount, decimals);
+  if (index > 4U || !(std::fabs(scaled) < 0x1p61L)) [[unlikely]]
+    return RoundSlowly(amount, decimals);
   const Extended nudged = scaled < 0 ? scaled - kNudge : scaled + kNudge;  // on 0 it is rounded off again
   return Currency::FromScaled(NearestInteger(nudged / kUnit[index]) * kScaledUnit[index]);
 }

@@ -53,7 +53,11 @@ Structure::Structure(std::vector<FieldDef> fields) : fields_(std::move(fields)) 
     if (field.name.empty()) throw Error("field " + std::to_string(i + 1) + " has no name");
     if (!by_name_.emplace(field.name, i).second) throw Error("field \"" + field.name + "\" is defined twice");
     if (const auto id = FindInVocabulary(field.name)) {
-      slots_[static_cast<std::size_t>(*id)] = FieldSlot(i, field.kind, field.calculated);
+      const auto name = static_cast<std::size_t>(*id);
+      const bool usual = field.kind == kVocabulary[name].kind;
+      slots_.present[name] = static_cast<std::uint16_t>(i);
+      if (usual) slots_.usual[name] = static_cast<std::uint16_t>(i);
+      if (usual && field.calculated) slots_.calculated[name] = static_cast<std::uint16_t>(i);
     }
     kinds_.push_back(field.kind);
     if (field.kind == FieldKind::kText || field.kind == FieldKind::kBinary) text_fields_.push_back(i);

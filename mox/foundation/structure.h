@@ -14,30 +14,25 @@
 
 namespace mox {
 
-/// Where a name of the vocabulary stands in a structure, packed so that one comparison answers whether the
-/// field is there, has the expected kind and may be written.
-class FieldSlot {
- public:
-  static constexpr std::uint32_t kEditable = 1U << 24U;  ///< may be written while editing or inserting
-  static constexpr std::uint32_t kCalculated = 1U
-                                               << 25U;  ///< may be written inside the calculate-fields event
+/// Where the names of the vocabulary stand in a record: the position of their field, or kNoSlot.
+using SlotTable = std::array<std::uint16_t, kVocabularySize>;
 
-  constexpr FieldSlot() = default;
-  constexpr FieldSlot(std::size_t index, FieldKind kind, bool calculated)
-      : bits_(static_cast<std::uint32_t>(index) | static_cast<std::uint32_t>(kind) << 16U | kEditable |
-              (calculated ? kCalculated : 0U)) {}
+inline constexpr std::uint16_t kNoSlot = 0xFFFF;
 
-  constexpr bool IsPresent() const { return bits_ != kAbsent; }
-  constexpr std::size_t index() const { return bits_ & 0xFFFFU; }
-  constexpr bool Is(FieldKind kind) const {
-    return (bits_ >> 16U & 0xFFU) == static_cast<std::uint32_t>(kind);
-  }
-  constexpr bool Allows(std::uint32_t writing) const { return (bits_ & writing) != 0; }
+inline constexpr SlotTable kNoSlots = [] {
+  SlotTable table{};
+  table.fill(kNoSlot);
+  return table;
+}();
 
- private:
-  static constexpr std::uint32_t kAbsent = 0x00FF'FFFFU;
-  std::uint32_t bits_ = kAbsent;
+/// One load answers whether a field is there, has the usual kind of its name and may be read or written.
+struct SlotTables {
+  SlotTable present = kNoSlots;     ///< of any kind
+  SlotTable usual = kNoSlots;       ///< of the usual kind of the name
+  SlotTable calculated = kNoSlots;  ///< of the usual kind, and written inside the calculate-fields event
 };
+
+inline constexpr SlotTables kNoSlotTables{};
 
 /// The fields of a record set, shared by its clones.
 ///
@@ -57,7 +52,7 @@ class Structure {
   }  ///< for labels and formats; never names or kinds
   std::size_t size() const { return fields_.size(); }
   std::optional<std::size_t> Find(std::string_view name) const;
-  const FieldSlot* slots() const { return slots_.data(); }  ///< indexed by NameId
+  const SlotTables& slots() const { return slots_; }
   std::size_t header_words() const { return header_words_; }
   std::size_t record_words() const { return header_words_ + fields_.size(); }
   const FieldKind* kinds() const { return kinds_.data(); }
@@ -74,7 +69,7 @@ class Structure {
   };
 
   std::vector<FieldDef> fields_;
-  std::array<FieldSlot, kVocabularySize> slots_;
+  SlotTables slots_;
   std::unordered_map<std::string, std::size_t, FoldedHash, FoldedEqual> by_name_;
   std::size_t header_words_ = 1;
   std::vector<FieldKind> kinds_;
