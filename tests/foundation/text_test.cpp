@@ -20,9 +20,6 @@ TEST(Text, CountsAndCutsCharacters) {
     bool valid = true;
   } rows[] = {
       {"", 0, ""},
-      {"a", 1, "a"},
-      {"abc", 3, "ab"},
-      {"čćž", 3, "čć"},
       {"a€b", 3, "a€"},
       {"𝄞č€", 3, "𝄞č"},
       {"a\0b"s, 3, "a\0"s},
@@ -32,7 +29,6 @@ TEST(Text, CountsAndCutsCharacters) {
       {"\xE2\x82"s + "ab", 4, "\xE2\x82", false},                  // the same before a letter
       {"\x8D\xC4\x8D", 2, "\x8D\xC4\x8D", false},                  // a stray continuation, then č
       {"\xC0\x80", 2, "\xC0\x80", false},                          // overlong
-      {"\xE0\x9F\xBF", 3, "\xE0\x9F", false},                      // overlong
       {"\xF0\x8F\xBF\xBF", 4, "\xF0\x8F", false},                  // overlong
       {"\xED\xA0\x80", 3, "\xED\xA0", false},                      // a surrogate
       {"\xF4\x90\x80\x80", 4, "\xF4\x90", false},                  // beyond Unicode
@@ -84,14 +80,12 @@ TEST(Text, ComparesWithoutRegardToCase) {
               {"ŠKOLA", "škola", true, false},  // names know the letters A to Z only
               {"ſ", "S", true, false},          // of different length
               {"abc", "ab", false, false},
-              {"ab", "abč", false, false},
               {"a[", "a{", false, false},  // 32 apart, but no letters
               {"@", "`", false, false},
               {"č", "c", false, false},
               {"è", "\xE8", false, false},  // a character and the stray byte of the same number
               {"\xE8", "\xE8", true, true},
               {"\xE8", "\xC8", false, false},
-              {"a\0b"s, "A\0B"s, true, true},
               {"a\0b"s, "a\0c"s, false, false}};
   for (const auto& row : rows) {
     EXPECT_EQ(EqualsIgnoringCase(row.a, row.b), row.equal) << row.a << " " << row.b;
@@ -132,8 +126,6 @@ TEST(Text, NamesTheCharacterThatWindows1250CannotHold) {
     const char* text;
     const char* message;
   } rows[] = {{"ČΩ", "\"Ω\" (U+03A9) at position 2 is not a character of Windows-1250"},
-              {"č€𝄞", "\"𝄞\" (U+1D11E) at position 3 is not a character of Windows-1250"},
-              {"\u0081", "\"\u0081\" (U+0081) at position 1 is not a character of Windows-1250"},
               {"\uFFFD", "\"\uFFFD\" (U+FFFD) at position 1 is not a character of Windows-1250"},
               {"ab\xE8", "byte 0xE8 at position 3 is not a character of Windows-1250"}};
   for (const auto& row : rows) {
@@ -153,16 +145,13 @@ TEST(Text, ShowsNumbersShortestAndReadsThemBack) {
     const char* text;
   } rows[] = {{0.0, "0"},
               {-0.0, "0"},
-              {25, "25"},
               {-0.1, "-0.1"},
               {0.1 + 0.2, "0.30000000000000004"},
-              {7.5345, "7.5345"},
               {1e-7, "0.0000001"},
               {0.99e-7, "9.9e-08"},
               {0x1p53, "9007199254740992"},
               {99999999999999984.0, "99999999999999984"},
               {1e17, "1e+17"},
-              {1e300, "1e+300"},
               {Limits::max(), "1.7976931348623157e+308"},
               {-Limits::denorm_min(), "-5e-324"}};
   for (const auto& row : rows) {
