@@ -10,6 +10,14 @@ namespace {
 
 TAppSys* installed = nullptr;
 
+std::optional<int> IntegerIn(const std::string& text) {
+  const std::string_view trimmed = TrimBlanks(text);
+  int value = 0;
+  const auto [end, error] = std::from_chars(trimmed.data(), trimmed.data() + trimmed.size(), value);
+  if (error != std::errc() || end != trimmed.data() + trimmed.size()) return std::nullopt;
+  return value;
+}
+
 template <typename Part>
 Part& Supplied(Part* part, const char* name) {
   if (part == nullptr) throw Error(std::string("the host supplies no ") + name);
@@ -18,12 +26,23 @@ Part& Supplied(Part* part, const char* name) {
 
 }  // namespace
 
+std::string TAppIni::ReadString(std::string_view section, std::string_view key,
+                                std::string_view default_value) const {
+  return Find(section, key).value_or(std::string(default_value));
+}
+
+void TAppIni::WriteString(std::string_view section, std::string_view key, std::string_view value) {
+  read_before_ = {};
+  Store(section, key, value);
+}
+
 int TAppIni::ReadInteger(std::string_view section, std::string_view key, int default_value) const {
-  const std::string text = ReadString(section, key, "");
-  const std::string_view trimmed = TrimBlanks(text);
-  int value = 0;
-  const auto [end, error] = std::from_chars(trimmed.data(), trimmed.data() + trimmed.size(), value);
-  return error == std::errc() && end == trimmed.data() + trimmed.size() ? value : default_value;
+  for (const ReadBefore& before : read_before_) {
+    if (before.key == key && before.section == section) return before.value.value_or(default_value);
+  }
+  ReadBefore& read = read_before_[next_to_replace_++ % kRemembered];
+  read = {std::string(section), std::string(key), IntegerIn(Find(section, key).value_or(""))};
+  return read.value.value_or(default_value);
 }
 
 bool TAppIni::ReadBool(std::string_view section, std::string_view key, bool default_value) const {

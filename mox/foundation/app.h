@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,10 +15,10 @@ class RecordSet;
 class TAppIni {
  public:
   virtual ~TAppIni() = default;
-  virtual std::string ReadString(std::string_view section, std::string_view key,
-                                 std::string_view default_value) const = 0;
-  /// Raises Error when the setting cannot be stored.
-  virtual void WriteString(std::string_view section, std::string_view key, std::string_view value) = 0;
+  std::string ReadString(std::string_view section, std::string_view key,
+                         std::string_view default_value) const;
+  /// This and the other writes raise Error when the setting cannot be stored.
+  void WriteString(std::string_view section, std::string_view key, std::string_view value);
 
   int ReadInteger(std::string_view section, std::string_view key, int default_value) const;
   bool ReadBool(std::string_view section, std::string_view key, bool default_value) const;
@@ -24,6 +26,23 @@ class TAppIni {
   void WriteInteger(std::string_view section, std::string_view key, int value);
   void WriteBool(std::string_view section, std::string_view key, bool value);
   void WriteFloat(std::string_view section, std::string_view key, double value);
+
+ private:
+  /// The stored text of a setting, none where it is missing.
+  virtual std::optional<std::string> Find(std::string_view section, std::string_view key) const = 0;
+  /// Raises Error when the setting cannot be stored.
+  virtual void Store(std::string_view section, std::string_view key, std::string_view value) = 0;
+
+  // Line calculators read a digit setting for every line: the latest integers are remembered until something
+  // is written.
+  struct ReadBefore {
+    std::string section;
+    std::string key;
+    std::optional<int> value;
+  };
+  static constexpr std::size_t kRemembered = 4;
+  mutable std::array<ReadBefore, kRemembered> read_before_;
+  mutable std::size_t next_to_replace_ = 0;
 };
 
 /// The host's communication module.

@@ -8,8 +8,13 @@ namespace mox {
 /// All bytes of a file. Raises Error naming the path when it cannot be read.
 std::string ReadWholeFile(const std::string& path);
 
-/// Writes the bytes under a temporary name in the same folder and renames that, so that nobody sees half a
-/// file and a failure leaves the old one whole. Raises Error naming the path.
+/// Gives a file new contents so that whoever opens it, also after a crash, finds either all of the old ones
+/// or all of the new: they are written to a temporary file in the same folder, flushed to the disk and
+/// renamed.
+///
+/// A link is followed and the file behind it replaced. The permissions stay; a file that is write-protected
+/// is refused although its folder would allow the renaming. A failure raises Error naming the path, leaves
+/// the old file as it was and removes the temporary.
 void ReplaceFile(const std::string& path, std::string_view bytes);
 
 }  // namespace mox

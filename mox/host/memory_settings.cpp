@@ -8,7 +8,7 @@ namespace mox {
 namespace {
 
 template <typename Settings>
-auto Find(Settings& settings, std::string_view section, std::string_view key) {
+auto Position(Settings& settings, std::string_view section, std::string_view key) {
   return std::find_if(settings.begin(), settings.end(), [&](const auto& setting) {
     return SameName(setting.section, section) && SameName(setting.key, key);
   });
@@ -16,14 +16,14 @@ auto Find(Settings& settings, std::string_view section, std::string_view key) {
 
 }  // namespace
 
-std::string MemorySettings::ReadString(std::string_view section, std::string_view key,
-                                       std::string_view default_value) const {
-  const auto found = Find(settings_, section, key);
-  return found != settings_.end() ? found->value : std::string(default_value);
+std::optional<std::string> MemorySettings::Find(std::string_view section, std::string_view key) const {
+  const auto found = Position(settings_, section, key);
+  if (found == settings_.end()) return std::nullopt;
+  return found->value;
 }
 
-void MemorySettings::WriteString(std::string_view section, std::string_view key, std::string_view value) {
-  const auto found = Find(settings_, section, key);
+void MemorySettings::Store(std::string_view section, std::string_view key, std::string_view value) {
+  const auto found = Position(settings_, section, key);
   if (found != settings_.end()) {
     found->value = value;
   } else {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,12 +11,10 @@ namespace mox {
 
 /// Settings that live in memory only, for a host without a settings file.
 class MemorySettings : public TAppIni {
- public:
-  std::string ReadString(std::string_view section, std::string_view key,
-                         std::string_view default_value) const override;
-  void WriteString(std::string_view section, std::string_view key, std::string_view value) override;
-
  private:
+  std::optional<std::string> Find(std::string_view section, std::string_view key) const override;
+  void Store(std::string_view section, std::string_view key, std::string_view value) override;
+
   struct Setting {
     std::string section;
     std::string key;

@@ -5,7 +5,6 @@
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/files.h"
-#include "mox/host/safe_file.h"
 
 namespace mox {
 namespace {
@@ -33,12 +32,11 @@ SettingsFile::SettingsFile(std::string path) : path_(std::move(path)) {
   text_ = NamingThePath(path_, [&] { return IniText(bytes); });
 }
 
-std::string SettingsFile::ReadString(std::string_view section, std::string_view key,
-                                     std::string_view default_value) const {
-  return text_.Find(section, key).value_or(std::string(default_value));
+std::optional<std::string> SettingsFile::Find(std::string_view section, std::string_view key) const {
+  return text_.Find(section, key);
 }
 
-void SettingsFile::WriteString(std::string_view section, std::string_view key, std::string_view value) {
+void SettingsFile::Store(std::string_view section, std::string_view key, std::string_view value) {
   const std::string before = ReadBytes(path_);
   IniText changed = NamingThePath(path_, [&] {
     IniText text(before);
@@ -46,7 +44,7 @@ void SettingsFile::WriteString(std::string_view section, std::string_view key, s
     return text;
   });
   const std::string after = changed.Bytes();
-  if (after != before) ReplaceFileSafely(path_, after);
+  if (after != before) ReplaceFile(path_, after);
   text_ = std::move(changed);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,11 +22,10 @@ class SettingsFile : public TAppIni {
   explicit SettingsFile(std::string path);
   const std::string& Path() const { return path_; }
 
-  std::string ReadString(std::string_view section, std::string_view key,
-                         std::string_view default_value) const override;
-  void WriteString(std::string_view section, std::string_view key, std::string_view value) override;
-
  private:
+  std::optional<std::string> Find(std::string_view section, std::string_view key) const override;
+  void Store(std::string_view section, std::string_view key, std::string_view value) override;
+
   std::string path_;
   IniText text_;
 };
