@@ -13,7 +13,7 @@
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/files.h"
-#include "mox/host/safe_file.h"
+#include "mox/foundation/files.h"
 
 namespace mox {
 namespace {
@@ -159,7 +159,7 @@ TEST_F(SettingsFileTest, RefusesPathsThatAreNoFiles) {
   Write("\xFF\xFE[");
   EXPECT_THROW(SettingsFile(path_.string()), Error);
   fs::create_directory(folder_ / "folder.ini");
-  EXPECT_THROW(ReplaceFileSafely((folder_ / "folder.ini").string(), "x"), Error);
+  EXPECT_THROW(ReplaceFile((folder_ / "folder.ini").string(), "x"), Error);
   EXPECT_EQ(FilesInFolder(), 2);
 }
 
