@@ -13,7 +13,6 @@
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/files.h"
-#include "mox/foundation/files.h"
 
 namespace mox {
 namespace {
