@@ -32,8 +32,8 @@ double MyRound(double value, int digits) {
   const double power =
       kPowersOfTen[static_cast<std::size_t>(digits < -kMostDecimals ? kMostDecimals : -digits)];
   const double scaled = nudged * power;
-  // From 2^52 on a double has no fraction: the nudged value is already the nearest there is to a multiple.
-  if (!(std::fabs(scaled) < 0x1p52)) return nudged;
+  // From 2^53 on doubles lie further apart than multiples: the nudged value is the nearest there is to one.
+  if (!(std::fabs(scaled) < 0x1p53)) return nudged;
   return std::rint(scaled) / power + 0.0;  // a negative zero becomes zero
 }
 
@@ -42,7 +42,6 @@ Currency RoundSlowly(Amount amount, int decimals) {
   const Extended scaled = amount.scaled();
   const Extended nudged = scaled > 0 ? scaled + 0.001L : scaled < 0 ? scaled - 0.001L : scaled;
   if (decimals <= 4) {
-    if (!(std::fabs(nudged) < 0x1p63L)) ThrowCurrencyOverflow();
     const auto unit = static_cast<std::int64_t>(kPowersOfTen[static_cast<std::size_t>(4 - decimals)]);
     const Extended multiple = std::rint(nudged / static_cast<Extended>(unit));
     return Currency::FromScaledReal(multiple * static_cast<Extended>(unit));
