@@ -38,11 +38,11 @@ using Value = std::variant<std::monostate, std::string, std::int64_t, bool, doub
 struct FieldDef {
   std::string name;  ///< compared without regard to case
   FieldKind kind = FieldKind::kText;
-  std::size_t size = 0;        ///< of a text, in characters; longer texts are cut. 0 is without a limit
-  bool required = false;       ///< for the checks of screens; post does not look at it
-  bool calculated = false;     ///< may be written inside the calculate-fields event
-  std::string display_name;    ///< label in messages; empty means the name
-  std::string display_format;  ///< mask of a numeric field; empty means none
+  std::size_t size = 0;             ///< of a text, in characters; longer texts are cut. 0 is without a limit
+  bool required = false;            ///< for the checks of screens; post does not look at it
+  bool calculated = false;          ///< may be written inside the calculate-fields event
+  std::string display_name = {};    ///< label in messages; empty means the name
+  std::string display_format = {};  ///< mask of a numeric field; empty means none
 };
 
 }  // namespace mox
