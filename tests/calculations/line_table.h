@@ -1,0 +1,90 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "mox/foundation/app.h"
+#include "mox/foundation/record_set.h"
+#include "mox/host/memory_settings.h"
+
+namespace mox {
+
+/// The host of a test: settings in memory, and dialogs that are only written down.
+class TestHost : public AppDialogs {
+ public:
+  TestHost() : app_({.ini = &settings, .dialogs = this}) {}
+  int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
+                      std::string_view message) override;
+
+  MemorySettings settings;
+  std::vector<std::string> dialogs;  ///< "kind|caption|heading|message"
+
+ private:
+  ScopedApp app_;
+};
+
+template <typename T>
+T ParseArgument(const std::string& text) {
+  if constexpr (std::is_same_v<T, Currency>) {
+    return Currency::Parse(text);
+  } else {
+    return static_cast<T>(std::stoi(text));
+  }
+}
+
+/// A function of one line, called with arguments that are texts.
+class LineFunction {
+ public:
+  template <typename... Args>
+  LineFunction(const char* name, void (*function)(RecordSet&, Args...))
+      : name_(name), call_([function](RecordSet& lines, const std::vector<std::string>& arguments) {
+          Call(function, lines, arguments, std::index_sequence_for<Args...>());
+        }) {}
+  const char* Name() const { return name_; }
+  void operator()(RecordSet& lines, const std::vector<std::string>& arguments) const {
+    call_(lines, arguments);
+  }
+
+ private:
+  template <typename... Args, std::size_t... I>
+  static void Call(void (*function)(RecordSet&, Args...), RecordSet& lines,
+                   const std::vector<std::string>& arguments, std::index_sequence<I...>) {
+    function(lines, ParseArgument<Args>(arguments.at(I))...);
+  }
+
+  const char* name_;
+  std::function<void(RecordSet&, const std::vector<std::string>&)> call_;
+};
+
+#define MOX_FUNCTION(function) ::mox::LineFunction(#function, ::mox::function)
+
+/// How a function finds the line: edited, inside the calculate-fields event, browsed.
+enum class Way : std::uint8_t { kEdit, kCalcFields, kBrowse };
+
+/// Runs every row through every function. A row is one line of text, such as
+///
+///   "(2) PC_CALC_DIGIT=3 pc=0.333 kolicina=3 -> pci=1 mpc=0.417 ..."
+///
+/// with the arguments in parentheses, settings in capitals, what the line holds and what it holds afterwards.
+/// A field that is not given is null, one given as "absent" is not in the record set. Whatever the right side
+/// does not name must stay as it was, unless it ends in "..."; a text after "!" is that of the error. In the
+/// calculate-fields event only the fields that the right side names are calculated ones. The first row must
+/// name every field that the functions need: the lack of any is to raise FieldNotFound.
+void ExpectRows(const std::vector<LineFunction>& functions, const std::vector<std::string>& rows);
+
+/// Runs the rows in one way only, and does not look for lacking fields.
+void ExpectRowsIn(Way way, const LineFunction& function, const std::vector<std::string>& rows);
+
+/// An open set from "a=1 b=2; a=3": its records, over all the fields that are named, in order of first
+/// appearance. Names of the vocabulary have their usual kind, others hold texts. A name alone declares a
+/// field.
+RecordSet Records(std::string_view text);
+
+/// The records as texts: "160.00 40.00 25 25,00% 200.00; ...".
+std::string Show(RecordSet& records);
+std::string Show(const Value& value);
+
+}  // namespace mox
