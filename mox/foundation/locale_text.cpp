@@ -75,12 +75,13 @@ std::optional<Date> TakeDate(std::string_view& text, std::string_view pattern) {
     }
     const std::size_t run = RunLength(pattern, at);
     const bool is_year = pattern[at] == 'y';
+    const std::size_t left = text.size();
     const auto value = TakeNumber(text, is_year ? 4 : 2);
     if (!value) return std::nullopt;
     if (!is_year) {
       (pattern[at] == 'd' ? civil.day : civil.month) = *value;
     } else if (run > 2) {
-      if (*value < 1000) return std::nullopt;
+      if (left - text.size() < 4) return std::nullopt;
       civil.year = *value;
     } else {
       civil.year = *value >= 100 ? *value : *value < 50 ? 2000 + *value : 1900 + *value;
@@ -153,9 +154,10 @@ std::optional<DateTime> ParseLocaleDateTime(std::string_view text, const LocaleS
   const auto date = TakeDate(text, locale.short_date);
   if (!date) return std::nullopt;
   if (!text.empty() && text.front() == '.') text.remove_prefix(1);
-  text = TrimBlanks(text);
   if (text.empty()) return StartOf(*date);
-  return ParseIsoDateTime(FormatIsoDate(*date) + "T" + std::string(text));
+  const std::string_view time = TrimBlanks(text);
+  if (time.size() == text.size()) return std::nullopt;  // no blank in between
+  return ParseIsoDateTime(FormatIsoDate(*date) + "T" + std::string(time));
 }
 
 }  // namespace mox

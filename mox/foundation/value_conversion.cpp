@@ -16,7 +16,7 @@ namespace {
 }
 
 std::int64_t Truncated(double value) {
-  if (!(value > -0x1p63 && value < 0x1p63)) throw Overflow("number is outside the range of an integer");
+  if (!(value >= -0x1p63 && value < 0x1p63)) throw Overflow("number is outside the range of an integer");
   return static_cast<std::int64_t>(value);
 }
 
