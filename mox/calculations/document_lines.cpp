@@ -1,314 +1,391 @@
 #include "mox/calculations/document_lines.h"
 
-#include "mox/calculations/line_formulas.h"
 #include "mox/calculations/line_formulas_internal.h"
 #include "mox/calculations/receipt_costing.h"
 #include "mox/foundation/precision.h"
 
 namespace mox {
 
-using namespace field;
+using namespace formulas;
 
 namespace {
 
 // --- steps that several documents share ---
 
-void PurchaseWholesaleMargin(RecordSet& lines) {
-  calcNc_Kolicina(lines);
-  calcVpc_Kolicina(lines);
-  calcMarza_vpci_nci(lines);
+MOX_ALWAYS_INLINE void PurchaseWholesaleMargin(auto& line) {
+  calcNc_Kolicina(line);
+  calcVpc_Kolicina(line);
+  calcMarza_vpci_nci(line);
 }
 
-void GoodsPricedNet(RecordSet& lines, int d) {
-  calcPov_nak_Kolicina(lines);
-  calcVpc_Kolicina(lines);
-  calcPci_pc_kolicina(lines);
-  calcRabat1_2_3(lines);
-  calcOsnovicaPdviUkupno(lines, AtLeast2(d));
+MOX_ALWAYS_INLINE Amount TaxOn(Amount net, Real rate) { return net * rate / 100; }
+
+MOX_ALWAYS_INLINE void ReturnDifference(auto& line) { line.Set(razlika, line[nci] - line[zti] - line[nfci]); }
+
+// Tax and total of a return to the supplier.
+MOX_ALWAYS_INLINE void ReturnTaxAndTotal(auto& line, int d) {
+  line.Set(pdvi, Round(TaxOn(line[nfci], line[tbr_stp]), d));
+  line.Set(ukupno, line[nfci] + line[pdvi] + line[pov_naki]);
 }
 
-void ServicesPricedNet(RecordSet& lines, int d) {
-  calcPci_pc_kolicina(lines);
-  calcRabat1_2_3(lines);
-  calcOsnovicaPdviUkupnoBezPovNak(lines, AtLeast2(d));
+// Tax on the base, and the total without a fee.
+MOX_ALWAYS_INLINE void TaxAndTotal(auto& line, int d) {
+  line.Set(pdvi, Round(TaxOn(line[osnovica], line[tbr_stp]), d));
+  line.Set(ukupno, line[osnovica] + line[pdvi]);
 }
 
-void ServicesWithOneDiscount(RecordSet& lines, int d) {
-  calcPci_pc_kolicina(lines);
-  calcRabat(lines);
-  lines.Set(osnovica, lines[pci] - lines[rbi1]);
-  lines.Set(pdvi, Round(lines[osnovica] * lines[tbr_stp] / 100, AtLeast2(d)));
-  lines.Set(ukupno, lines[osnovica] + lines[pdvi]);
-}
+MOX_ALWAYS_INLINE Currency NetAfterDiscounts(auto& line) { return line[pci] - line[rbi1] - line[rbi2] - line[rbi3]; }
 
-// Difference, tax and total of a return to the supplier.
-void ReturnDifference(RecordSet& lines) { lines.Set(razlika, lines[nci] - lines[zti] - lines[nfci]); }
-
-void ReturnTaxAndTotal(RecordSet& lines, int d) {
-  lines.Set(pdvi, Round(lines[nfci] * lines[tbr_stp] / 100, AtLeast2(d)));
-  lines.Set(ukupno, lines[nfci] + lines[pdvi] + lines[pov_naki]);
-}
-
-Currency NetAfterDiscounts(const RecordSet& lines) {
-  return lines[pci] - lines[rbi1] - lines[rbi2] - lines[rbi3];
-}
-
-Amount WithTax(Amount net, Real rate) { return net + net * rate / 100; }
-
-// The third discount absorbs what the rounding of the gross unit price moved in the base.
-void BalanceThirdDiscount(RecordSet& lines, Currency net) {
-  lines.Set(rbi3, lines[rbi3] + (net - lines[osnovica]));
-  lines.Set(rabatIznos, lines[rbi1] + lines[rbi2] + lines[rbi3]);
-}
+MOX_ALWAYS_INLINE Amount WithTax(Amount net, Real rate) { return net + TaxOn(net, rate); }
 
 // Total from the rounded gross unit price, and the tax and base that follow from it, without a fee.
-void TotalTaxBaseFromGross(RecordSet& lines, int d) {
-  lines.Set(ukupno, R2(lines[mpc] * lines[kolicina]));
-  lines.Set(pdvi, Round(ContainedTax(lines[ukupno], lines[tbr_stp]), AtLeast2(d)));
-  lines.Set(osnovica, lines[ukupno] - lines[pdvi]);
+MOX_ALWAYS_INLINE void TotalTaxBaseFromGross(auto& line, int d) {
+  line.Set(ukupno, R2(line[mpc] * line[kolicina]));
+  line.Set(pdvi, Round(ContainedTax(line[ukupno], line[tbr_stp]), d));
+  line.Set(osnovica, line[ukupno] - line[pdvi]);
+}
+
+// The third discount absorbs what the rounding of the gross unit price moved in the base.
+MOX_ALWAYS_INLINE void BalanceThirdDiscount(auto& line, Currency net) {
+  line.Set(rbi3, line[rbi3] + (net - line[osnovica]));
+  line.Set(rabatIznos, line[rbi1] + line[rbi2] + line[rbi3]);
+}
+
+// --- whole calculators that several documents share ---
+
+void CalculateStock(RecordSet& lines) {
+  Calculate(lines, [](auto& line) { PurchaseWholesaleMargin(line); });
+}
+
+void CalculateGoodsPricedNet(RecordSet& lines, int d) {
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcPov_nak_Kolicina(line);
+    calcVpc_Kolicina(line);
+    calcPci_pc_kolicina(line);
+    calcRabat1_2_3(line);
+    calcOsnovicaPdviUkupno(line, d);
+  });
+}
+
+void CalculateServicesPricedNet(RecordSet& lines, int d) {
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcPci_pc_kolicina(line);
+    calcRabat1_2_3(line);
+    calcOsnovicaPdviUkupnoBezPovNak(line, d);
+  });
+}
+
+void CalculateServicesWithOneDiscount(RecordSet& lines, int d) {
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcPci_pc_kolicina(line);
+    calcRabat(line);
+    line.Set(osnovica, line[pci] - line[rbi1]);
+    TaxAndTotal(line, d);
+  });
 }
 
 }  // namespace
 
 // --- stock ---
 
-void MalPrimkaZaduzenjeStavkeCalcFields(RecordSet& lines) { PurchaseWholesaleMargin(lines); }
-void RazduzenjeOtpisStavkeCalcFields(RecordSet& lines) { PurchaseWholesaleMargin(lines); }
-void MeduskladisnicaUlazSetData(RecordSet& lines) { PurchaseWholesaleMargin(lines); }
-void MeduskladisnicaIzlazStavkeCalcFields(RecordSet& lines) { PurchaseWholesaleMargin(lines); }
-void PocetnoStanjeStavkeCalcFields(RecordSet& lines) { PurchaseWholesaleMargin(lines); }
+void MalPrimkaZaduzenjeStavkeCalcFields(RecordSet& lines) { CalculateStock(lines); }
+void RazduzenjeOtpisStavkeCalcFields(RecordSet& lines) { CalculateStock(lines); }
+void MeduskladisnicaUlazSetData(RecordSet& lines) { CalculateStock(lines); }
+void MeduskladisnicaIzlazStavkeCalcFields(RecordSet& lines) { CalculateStock(lines); }
+void PocetnoStanjeStavkeCalcFields(RecordSet& lines) { CalculateStock(lines); }
 
 void RazduzenjeManjakStavkeCalcFields(RecordSet& lines, int d) {
-  PurchaseWholesaleMargin(lines);
-  calcPov_nak_Kolicina(lines);
-  lines.Set(pdvi, Round(lines[vpci] * lines[tbr_stp] / 100, AtLeast2(d)));
-  lines.Set(ukupno, lines[vpci] + lines[pdvi] + lines[pov_naki]);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    PurchaseWholesaleMargin(line);
+    calcPov_nak_Kolicina(line);
+    line.Set(pdvi, Round(TaxOn(line[vpci], line[tbr_stp]), d));
+    line.Set(ukupno, line[vpci] + line[pdvi] + line[pov_naki]);
+  });
 }
 
 void IzmjenaCijenaStavkeCalcFields(RecordSet& lines) {
-  calcVpc_Kolicina(lines);
-  lines.Set(nvpci, R2(lines[nvpc] * lines[kolicina]));
-  lines.Set(razlika, R2(lines[nvpci] - lines[vpci]));
+  Calculate(lines, [](auto& line) {
+    calcVpc_Kolicina(line);
+    line.Set(nvpci, R2(line[nvpc] * line[kolicina]));
+    line.Set(razlika, R2(line[nvpci] - line[vpci]));
+  });
 }
 
 // --- returns and own use ---
 
 void PovratnicaDobavljacuStavkeCalcFields(RecordSet& lines, int d) {
-  calcNc_Kolicina(lines);
-  calcFC_Kolicina(lines);
-  calcPov_nak_Kolicina(lines);
-  calcPot_nak_Kolicina(lines);
-  calcRabatUlazni1_2_3(lines);
-  calcVpc_Kolicina(lines);
-  ReturnDifference(lines);
-  calcMari_vpci_nci(lines);
-  SetMarginPercent(lines, marp, lines[mari], lines[vpci]);
-  ReturnTaxAndTotal(lines, d);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcNc_Kolicina(line);
+    calcFC_Kolicina(line);
+    calcPov_nak_Kolicina(line);
+    calcPot_nak_Kolicina(line);
+    calcRabatUlazni1_2_3(line);
+    calcVpc_Kolicina(line);
+    ReturnDifference(line);
+    calcMari_vpci_nci(line);
+    SetMarginPercent(line, marp, line[mari], line[vpci]);
+    ReturnTaxAndTotal(line, d);
+  });
 }
 
 void MalPovratnicaDobavljacuStavkeCalcFields(RecordSet& lines, int d) {
-  calcPov_nak_Kolicina(lines);
-  calcPot_nak_Kolicina(lines);
-  calcNc_Kolicina(lines);
-  calcFC_Kolicina(lines);
-  calcRabatUlazni1_2_3(lines);
-  ReturnDifference(lines);
-  calcVpc_maloprodaja(lines);
-  calcVpc_Kolicina(lines);
-  calcMPC_Kolicina(lines);
-  calcPDVI_mal_pov_nak(lines, d);
-  calcMal_Mari_pov_naki(lines);
-  calcMal_Marp(lines);
-  lines.Set(pdvi_dob, R2(lines[nfci] * lines[tbr_stp] / 100));
-  lines.Set(uk_dob, R2(lines[nfci] + lines[pdvi_dob] + lines[pov_naki]));
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcPov_nak_Kolicina(line);
+    calcPot_nak_Kolicina(line);
+    calcNc_Kolicina(line);
+    calcFC_Kolicina(line);
+    calcRabatUlazni1_2_3(line);
+    ReturnDifference(line);
+    calcVpc_maloprodaja(line);
+    calcVpc_Kolicina(line);
+    calcMPC_Kolicina(line);
+    calcPDVI_mal_pov_nak(line, d);
+    calcMal_Mari_pov_naki(line);
+    calcMal_Marp(line);
+    line.Set(pdvi_dob, R2(TaxOn(line[nfci], line[tbr_stp])));
+    line.Set(uk_dob, R2(line[nfci] + line[pdvi_dob] + line[pov_naki]));
+  });
 }
 
 void MatPovratnicaDobavljacuStavkeCalcFields(RecordSet& lines, int d) {
-  calcNc_Kolicina(lines);
-  calcFC_Kolicina(lines);
-  calcRabatUlazni1_2_3(lines);  // before pot_naki: nfci takes the fee of the pass before
-  calcPov_nak_Kolicina(lines);
-  calcPot_nak_Kolicina(lines);
-  ReturnDifference(lines);
-  ReturnTaxAndTotal(lines, d);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcNc_Kolicina(line);
+    calcFC_Kolicina(line);
+    calcRabatUlazni1_2_3(line);  // before pot_naki: nfci takes the fee of the pass before
+    calcPov_nak_Kolicina(line);
+    calcPot_nak_Kolicina(line);
+    ReturnDifference(line);
+    ReturnTaxAndTotal(line, d);
+  });
 }
 
 void PovratnicaKupcaStavkeCalcFields(RecordSet& lines, int d) {
-  calcVpc_Kolicina(lines);
-  calcPci_pc_kolicina(lines);
-  lines.Set(osnovica, lines[pci]);
-  lines.Set(pdvi, Round(lines[osnovica] * lines[tbr_stp] / 100, AtLeast2(d)));
-  lines.Set(ukupno, lines[osnovica] + lines[pdvi]);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcVpc_Kolicina(line);
+    calcPci_pc_kolicina(line);
+    line.Set(osnovica, line[pci]);
+    TaxAndTotal(line, d);
+  });
 }
 
 void RacunVlastitePotrebeStavkeCalcFields(RecordSet& lines, int d) {
-  if (lines[kolicina] == 0) return;
-  calcNc_Kolicina(lines);
-  calcPov_nak_Kolicina(lines);
-  lines.Set(pdvi, Round(lines[nci] * lines[tbr_stp] / 100, AtLeast2(d)));
-  lines.Set(ukupno, R2(lines[pdvi] + lines[nci] + lines[pov_naki]));
-  lines.Set(osnovica, lines[ukupno] - lines[pdvi] - lines[pov_naki]);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    if (line[kolicina] == 0) return;
+    calcNc_Kolicina(line);
+    calcPov_nak_Kolicina(line);
+    line.Set(pdvi, Round(TaxOn(line[nci], line[tbr_stp]), d));
+    line.Set(ukupno, R2(line[pdvi] + line[nci] + line[pov_naki]));
+    line.Set(osnovica, line[ukupno] - line[pdvi] - line[pov_naki]);
+  });
 }
 
 // --- net-priced invoices ---
 
-void PredracunStavkeCalcFields(RecordSet& lines, int d) { GoodsPricedNet(lines, d); }
-void PredracunUslugeCalcFields(RecordSet& lines, int d) { ServicesPricedNet(lines, d); }
-void OtpremnicaRacunStavkeCalcFields(RecordSet& lines, int d) { GoodsPricedNet(lines, d); }
-void OtpremnicaRacunUslugeCalcFields(RecordSet& lines, int d) { ServicesPricedNet(lines, d); }
-void StornoOtpremnicaRacunStavkeCalcFields(RecordSet& lines, int d) { GoodsPricedNet(lines, d); }
-void StornoOtpremnicaRacunUslugeCalcFields(RecordSet& lines, int d) { ServicesPricedNet(lines, d); }
+void PredracunStavkeCalcFields(RecordSet& lines, int d) { CalculateGoodsPricedNet(lines, d); }
+void PredracunUslugeCalcFields(RecordSet& lines, int d) { CalculateServicesPricedNet(lines, d); }
+void OtpremnicaRacunStavkeCalcFields(RecordSet& lines, int d) { CalculateGoodsPricedNet(lines, d); }
+void OtpremnicaRacunUslugeCalcFields(RecordSet& lines, int d) { CalculateServicesPricedNet(lines, d); }
+void StornoOtpremnicaRacunStavkeCalcFields(RecordSet& lines, int d) { CalculateGoodsPricedNet(lines, d); }
+void StornoOtpremnicaRacunUslugeCalcFields(RecordSet& lines, int d) { CalculateServicesPricedNet(lines, d); }
 
-void RacunUslugaCalcFields(RecordSet& lines, int d) { ServicesWithOneDiscount(lines, d); }
-void RacunUslugaInozemstvoCalcFields(RecordSet& lines, int d) { ServicesWithOneDiscount(lines, d); }
-
-// The base of a service job is rounded to hundredths.
-static void ServiceJobBaseTaxTotal(RecordSet& lines, int d) {
-  lines.Set(osnovica, R2(lines[pci] - lines[rbi1]));
-  lines.Set(pdvi, Round(lines[osnovica] * lines[tbr_stp] / 100, AtLeast2(d)));
-  lines.Set(ukupno, lines[osnovica] + lines[pdvi]);
-}
+void RacunUslugaCalcFields(RecordSet& lines, int d) { CalculateServicesWithOneDiscount(lines, d); }
+void RacunUslugaInozemstvoCalcFields(RecordSet& lines, int d) { CalculateServicesWithOneDiscount(lines, d); }
 
 void BezGotovinskiRacunServisUslugeCalcFields(RecordSet& lines, int d) {
-  calcPci_pc_kolicina(lines);
-  calcVpc_Kolicina(lines);
-  calcMPC_Kolicina(lines);
-  calcRabat(lines);
-  ServiceJobBaseTaxTotal(lines, d);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcPci_pc_kolicina(line);
+    calcVpc_Kolicina(line);
+    calcMPC_Kolicina(line);
+    calcRabat(line);
+    line.Set(osnovica, R2(line[pci] - line[rbi1]));
+    TaxAndTotal(line, d);
+  });
 }
 
 void BezGotovinskiRacunServisMaterijalCalcFields(RecordSet& lines, int d) {
-  calcPci_pc_kolicina(lines);
-  calcVpc_Kolicina(lines);
-  calcRabat(lines);
-  calcMPC_Kolicina(lines);
-  ServiceJobBaseTaxTotal(lines, d);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcPci_pc_kolicina(line);
+    calcVpc_Kolicina(line);
+    calcRabat(line);
+    calcMPC_Kolicina(line);
+    line.Set(osnovica, R2(line[pci] - line[rbi1]));
+    TaxAndTotal(line, d);
+  });
 }
 
 // --- cash invoices ---
 
 void GotovinskiRacunStavkeCalcFields(RecordSet& lines, int d) {
-  if (lines[kolicina] == 0) return;
-  calcPci_pc_kolicina(lines);
-  calcRabat1_2_3(lines);
-  calcPov_nak_Kolicina(lines);
-  const Currency net = NetAfterDiscounts(lines);
-  lines.Set(mpc, Round((WithTax(net, lines[tbr_stp]) + lines[pov_naki]) / lines[kolicina], GetPcCalcDigit()));
-  lines.Set(ukupno, R2(lines[mpc] * lines[kolicina]));
-  lines.Set(pdvi, Round(ContainedTax(lines[ukupno] - lines[pov_naki], lines[tbr_stp]), AtLeast2(d)));
-  lines.Set(osnovica, lines[ukupno] - lines[pdvi] - lines[pov_naki]);
-  BalanceThirdDiscount(lines, net);
-  calcMPC_Kolicina(lines);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    if (line[kolicina] == 0) return;
+    calcPci_pc_kolicina(line);
+    calcRabat1_2_3(line);
+    calcPov_nak_Kolicina(line);
+    const Currency net = NetAfterDiscounts(line);
+    line.Set(mpc, Round((WithTax(net, line[tbr_stp]) + line[pov_naki]) / line[kolicina], GetPcCalcDigit()));
+    line.Set(ukupno, R2(line[mpc] * line[kolicina]));
+    line.Set(pdvi, Round(ContainedTax(line[ukupno] - line[pov_naki], line[tbr_stp]), d));
+    line.Set(osnovica, line[ukupno] - line[pdvi] - line[pov_naki]);
+    BalanceThirdDiscount(line, net);
+    calcMPC_Kolicina(line);
+  });
 }
 
 void GotovinskiRacunUslugeCalcFields(RecordSet& lines, int d) {
-  if (lines[kolicina] == 0) return;
-  calcPci_pc_kolicina(lines);
-  calcRabat1_2_3(lines);
-  const Currency net = NetAfterDiscounts(lines);
-  lines.Set(mpc, R2(WithTax(net, lines[tbr_stp]) / lines[kolicina]));
-  calcMPC_Kolicina(lines);
-  TotalTaxBaseFromGross(lines, d);
-  BalanceThirdDiscount(lines, net);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    if (line[kolicina] == 0) return;
+    calcPci_pc_kolicina(line);
+    calcRabat1_2_3(line);
+    const Currency net = NetAfterDiscounts(line);
+    line.Set(mpc, R2(WithTax(net, line[tbr_stp]) / line[kolicina]));
+    calcMPC_Kolicina(line);
+    TotalTaxBaseFromGross(line, d);
+    BalanceThirdDiscount(line, net);
+  });
 }
 
 void StornoGotovinskiRacunStavkeCalcFields(RecordSet& lines, int d) {
-  calcPci_pc_kolicina(lines);
-  calcRabat1_2_3(lines);
-  const Currency net = NetAfterDiscounts(lines);
-  lines.Set(mpc, R2(WithTax(net, lines[tbr_stp]) / lines[kolicina]));
-  TotalTaxBaseFromGross(lines, d);
-  BalanceThirdDiscount(lines, net);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcPci_pc_kolicina(line);
+    calcRabat1_2_3(line);
+    const Currency net = NetAfterDiscounts(line);
+    line.Set(mpc, R2(WithTax(net, line[tbr_stp]) / line[kolicina]));
+    TotalTaxBaseFromGross(line, d);
+    BalanceThirdDiscount(line, net);
+  });
+}
+
+static void ServicesPricedGross(auto& line, int d) {
+  calcPci_pc_kolicina(line);
+  calcMPC_Kolicina(line);
+  line.Set(rbi1, R2(line[mpci] * line[rbp1] / 100));
+  line.Set(ukupno, line[mpci] - line[rbi1]);
+  line.Set(pdvi, Round(ContainedTax(line[ukupno], line[tbr_stp]), d));
+  line.Set(vpci, line[ukupno] - line[pdvi]);
+  if (line[kolicina] != 0) line.Set(vpc, R2(line[vpci] / line[kolicina]));
 }
 
 void GotovinskiRacunUslugaCalcFields(RecordSet& lines, int d) {
-  calcPci_pc_kolicina(lines);
-  calcMPC_Kolicina(lines);
-  lines.Set(rbi1, R2(lines[mpci] * lines[rbp1] / 100));
-  lines.Set(ukupno, lines[mpci] - lines[rbi1]);
-  lines.Set(pdvi, Round(ContainedTax(lines[ukupno], lines[tbr_stp]), AtLeast2(d)));
-  lines.Set(vpci, lines[ukupno] - lines[pdvi]);
-  if (lines[kolicina] != 0) lines.Set(vpc, R2(lines[vpci] / lines[kolicina]));
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) { ServicesPricedGross(line, d); });
 }
 
 void GotovinskiRacunUslugaMarinaCalcFields(RecordSet& lines, int d) {
-  GotovinskiRacunUslugaCalcFields(lines, d);
-  lines.Set(mpci_v, R2(lines[mpcv] * lines[kolicina]));
-  lines.Set(rbi1_v, R2(lines[mpci_v] * lines[rbp1] / 100));
-  lines.Set(ukupno_v, lines[mpci_v] - lines[rbi1_v]);
-  lines.Set(pdvi_v, R2(ContainedTax(lines[ukupno_v], lines[tbr_stp])));
-  lines.Set(vpci_v, lines[ukupno_v] - lines[pdvi_v]);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    ServicesPricedGross(line, d);
+    line.Set(mpci_v, R2(line[mpcv] * line[kolicina]));
+    line.Set(rbi1_v, R2(line[mpci_v] * line[rbp1] / 100));
+    line.Set(ukupno_v, line[mpci_v] - line[rbi1_v]);
+    line.Set(pdvi_v, R2(ContainedTax(line[ukupno_v], line[tbr_stp])));
+    line.Set(vpci_v, line[ukupno_v] - line[pdvi_v]);
+  });
 }
 
 void GotovinskiRacunServisUslugeCalcFields(RecordSet& lines, int d) {
-  calcMPC_Kolicina(lines);
-  lines.Set(pc, R2(WithoutTax(lines[mpc], lines[tbr_stp])));
-  calcPci_pc_kolicina(lines);
-  calcVpc_Kolicina(lines);
-  lines.Set(ukupno, R2(lines[mpc] * lines[kolicina]));
-  calcPDVI_mal(lines, d);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcMPC_Kolicina(line);
+    line.Set(pc, R2(WithoutTax(line[mpc], line[tbr_stp])));
+    calcPci_pc_kolicina(line);
+    calcVpc_Kolicina(line);
+    line.Set(ukupno, R2(line[mpc] * line[kolicina]));
+    calcPDVI_mal(line, d);
+  });
 }
 
 void GotovinskiRacunServisMaterijalCalcFields(RecordSet& lines, int d) {
-  calcPci_pc_kolicina(lines);
-  calcVpc_Kolicina(lines);
-  calcRabat(lines);
-  const Currency net = lines[pci] - lines[rbi1];
-  if (lines[kolicina] != 0) lines.Set(mpc, R2(WithTax(net, lines[tbr_stp]) / lines[kolicina]));
-  calcMPC_Kolicina(lines);
-  lines.Set(ukupno, R2(lines[mpc] * lines[kolicina]));
-  lines.Set(osnovica, lines[ukupno] - lines[pdvi]);  // with the tax of the pass before
-  lines.Set(rbi1, lines[rbi1] + (net - lines[osnovica]));
-  calcPDVI_mal(lines, d);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcPci_pc_kolicina(line);
+    calcVpc_Kolicina(line);
+    calcRabat(line);
+    const Currency net = line[pci] - line[rbi1];
+    if (line[kolicina] != 0) line.Set(mpc, R2(WithTax(net, line[tbr_stp]) / line[kolicina]));
+    calcMPC_Kolicina(line);
+    line.Set(ukupno, R2(line[mpc] * line[kolicina]));
+    line.Set(osnovica, line[ukupno] - line[pdvi]);  // with the tax of the pass before
+    line.Set(rbi1, line[rbi1] + (net - line[osnovica]));
+    calcPDVI_mal(line, d);
+  });
 }
 
 void MalGotovinskiRacunCalcFields(RecordSet& lines, int d) {
-  calcPov_nak_Kolicina(lines);
-  calcMPC_Kolicina(lines);
-  lines.Set(pc, R2(lines[mpc] * (1 - lines[popust] / 100)));
-  calcPci_pc_kolicina(lines);
-  lines.Set(popust_iznos, lines[mpci] - lines[pci]);
-  calcPDVI_malPC_pov_nak(lines, d);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcPov_nak_Kolicina(line);
+    calcMPC_Kolicina(line);
+    line.Set(pc, R2(line[mpc] * (1 - line[popust] / 100)));
+    calcPci_pc_kolicina(line);
+    line.Set(popust_iznos, line[mpci] - line[pci]);
+    calcPDVI_malPC_pov_nak(line, d);
+  });
 }
 
 void MalGotovinskiRacunCalcUsluge(RecordSet& lines, int d) {
-  calcMPC_Kolicina(lines);
-  calcPDVI_mal(lines, d);
-  lines.Set(ukupno, lines[mpci]);
-  calcVpc_maloprodaja(lines);
-  calcVpc_Kolicina(lines);
-  calcPci_pc_kolicina(lines);
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    calcMPC_Kolicina(line);
+    calcPDVI_mal(line, d);
+    line.Set(ukupno, line[mpci]);
+    calcVpc_maloprodaja(line);
+    calcVpc_Kolicina(line);
+    calcPci_pc_kolicina(line);
+  });
 }
 
 // --- the rest ---
 
 void RadniNalogStavkeCalcFields(RecordSet& lines, int d) {
-  calcVpc_Kolicina(lines);
-  lines.Set(mpc, R2(lines[vpc] * (1 + lines[tbr_stp] / 100)));
-  calcMPC_Kolicina(lines);
-  lines.Set(pdvi, Round(ContainedTax(lines[mpci], lines[tbr_stp]), d));
+  Calculate(lines, [d](auto& line) {
+    calcVpc_Kolicina(line);
+    line.Set(mpc, R2(line[vpc] * (1 + line[tbr_stp] / 100)));
+    calcMPC_Kolicina(line);
+    line.Set(pdvi, Round(ContainedTax(line[mpci], line[tbr_stp]), d));
+  });
 }
 
 void RadniNalogUslugeCalcFields(RecordSet& lines, int d) {
-  calcPci_pc_kolicina(lines);
-  calcRabat(lines);
-  lines.Set(pci_int, R2(lines[pc_int] * lines[kolicina]));
-  lines.Set(normativ_izn, R2(Amount::OfUnits(lines[normativ] * lines[kolicina])));
-  lines.Set(mpc, R2((lines[pci] - lines[rbi1]) / lines[kolicina] * (1 + lines[tbr_stp] / 100)));
-  calcMPC_Kolicina(lines);
-  lines.Set(pdvi, Round(ContainedTax(lines[mpci], lines[tbr_stp]), d));
+  Calculate(lines, [d](auto& line) {
+    calcPci_pc_kolicina(line);
+    calcRabat(line);
+    line.Set(pci_int, R2(line[pc_int] * line[kolicina]));
+    line.Set(normativ_izn, R2(Amount::OfUnits(line[normativ] * line[kolicina])));
+    line.Set(mpc, R2((line[pci] - line[rbi1]) / line[kolicina] * (1 + line[tbr_stp] / 100)));
+    calcMPC_Kolicina(line);
+    line.Set(pdvi, Round(ContainedTax(line[mpci], line[tbr_stp]), d));
+  });
 }
 
 void MalDnevniIzvBlagCalcFields(RecordSet& lines, int d) {
-  lines.Set(pdviroba, Round(lines[osnovicaroba] * lines[tbr_stp] / 100, AtLeast2(d)));
-  lines.Set(pdviusluge, Round(lines[osnovicausluge] * lines[tbr_stp] / 100, AtLeast2(d)));
+  d = AtLeast2(d);
+  Calculate(lines, [d](auto& line) {
+    line.Set(pdviroba, Round(TaxOn(line[osnovicaroba], line[tbr_stp]), d));
+    line.Set(pdviusluge, Round(TaxOn(line[osnovicausluge], line[tbr_stp]), d));
+  });
 }
 
 void PrimkaKalkulacija01CalcFields(RecordSet& lines) {
-  calcFC_Kolicina(lines);
-  calcPov_nak_Kolicina(lines);
-  calcPot_nak_Kolicina(lines);
-  calcRabatUlazni1_2_3(lines);
+  Calculate(lines, [](auto& line) {
+    calcFC_Kolicina(line);
+    calcPov_nak_Kolicina(line);
+    calcPot_nak_Kolicina(line);
+    calcRabatUlazni1_2_3(line);
+  });
 }
 
 void StornoPrimkeKalkulacijeCalcFields(RecordSet& lines, int purchase_price_decimals, int wholesale_digits) {

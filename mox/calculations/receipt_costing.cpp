@@ -1,12 +1,11 @@
 #include "mox/calculations/receipt_costing.h"
 
-#include "mox/calculations/line_formulas.h"
 #include "mox/calculations/line_formulas_internal.h"
 #include "mox/foundation/precision.h"
 
 namespace mox {
 
-using namespace field;
+using namespace formulas;
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 namespace mox {
 
-using namespace field;
+using namespace formulas;
 
 namespace {
 

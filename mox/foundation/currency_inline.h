@@ -8,7 +8,7 @@
 
 namespace mox {
 
-inline std::int64_t NearestInteger(Extended value) {
+MOX_ALWAYS_INLINE std::int64_t NearestInteger(Extended value) {
   if constexpr (std::numeric_limits<Extended>::digits == 64) {
     // Adding 1.5 * 2^63 leaves no room for a fraction, so the addition itself rounds to nearest, ties to
     // even, and the integer stands in the low bits of the mantissa. A library call would cost three times

@@ -113,7 +113,7 @@ void RecordSet::Last() {
 std::optional<Bookmark> RecordSet::GetBookmark() const {
   if (row_count_ == 0) return std::nullopt;
   const std::uint32_t record = rows_[position_];
-  return Bookmark{record, static_cast<std::uint32_t>(CellsOf(record)[-1]), position_};
+  return Bookmark{record, slabs_.GenerationOf(record), position_};
 }
 
 bool RecordSet::GotoBookmark(const Bookmark& bookmark) {
@@ -122,7 +122,7 @@ bool RecordSet::GotoBookmark(const Bookmark& bookmark) {
   if (at >= row_count_ || rows_[at] != bookmark.record) {
     at = static_cast<std::size_t>(std::find(rows_, rows_ + row_count_, bookmark.record) - rows_);
   }
-  if (at == row_count_ || static_cast<std::uint32_t>(CellsOf(bookmark.record)[-1]) != bookmark.generation) {
+  if (at == row_count_ || slabs_.GenerationOf(bookmark.record) != bookmark.generation) {
     return false;
   }
   MoveTo(at);

@@ -1,35 +1,14 @@
 #include "mox/foundation/record_set.h"
 
 #include <algorithm>
-#include <array>
+#include <cstring>
 #include <utility>
 
 #include "mox/foundation/record_filter.h"
 #include "mox/foundation/text.h"
 
 namespace mox {
-namespace {
-
-constexpr std::size_t kMostHeaderWords = (32 + Structure::kMostFields + 63) / 64;
-
-// What is read where there is no record: null in every field. Never written, because nothing is writable
-// then.
-struct BlankRecord {
-  std::array<std::uint64_t, kMostHeaderWords> header;
-  std::array<std::uint64_t, Structure::kMostFields> cells;
-};
-
-constexpr BlankRecord kBlank = [] {
-  BlankRecord record{};
-  record.header.fill(~std::uint64_t{0});
-  return record;
-}();
-
-std::uint64_t* BlankCells() { return const_cast<std::uint64_t*>(kBlank.header.data() + kMostHeaderWords); }
-
-}  // namespace
-
-RecordSet::RecordSet(std::string name) : cells_(BlankCells()), name_(std::move(name)) {}
+RecordSet::RecordSet(std::string name) : name_(std::move(name)) {}
 
 RecordSet::~RecordSet() = default;
 
@@ -37,7 +16,7 @@ RecordSet::RecordSet(RecordSet&& other) noexcept : RecordSet() { *this = std::mo
 
 RecordSet& RecordSet::operator=(RecordSet&& other) noexcept {
   slots_ = std::exchange(other.slots_, &kNoSlotTables);
-  cells_ = std::exchange(other.cells_, BlankCells());
+  cells_ = std::exchange(other.cells_, nullptr);
   writable_ = std::exchange(other.writable_, &kNoSlots);
   modified_ = std::exchange(other.modified_, false);
   watched_ = std::exchange(other.watched_, false);
@@ -53,7 +32,6 @@ RecordSet& RecordSet::operator=(RecordSet&& other) noexcept {
   rows_ = std::exchange(other.rows_, nullptr);
   row_count_ = std::exchange(other.row_count_, 0U);
   position_ = std::exchange(other.position_, 0U);
-  header_words_ = std::exchange(other.header_words_, 1U);
   name_ = std::move(other.name_);
   defined_ = std::move(other.defined_);
   structure_ = std::move(other.structure_);
@@ -94,7 +72,6 @@ void RecordSet::StartWith(std::shared_ptr<Structure> structure) {
   structure_ = std::move(structure);
   defined_.clear();
   BindStructure();
-  header_words_ = structure_->header_words();
   slabs_ = RecordSlabs(structure_->record_words());
   undo_.resize(structure_->record_words());
   DropEverything();
@@ -141,7 +118,8 @@ void RecordSet::Close() {
 
 void RecordSet::ShowNothing() {
   position_ = 0;
-  cells_ = BlankCells();
+  // Nothing is writable while there is no record.
+  cells_ = structure_ ? const_cast<std::uint64_t*>(structure_->blank().data()) : nullptr;
   eof_ = true;
   bof_ = true;
 }
@@ -178,8 +156,13 @@ void RecordSet::RequireIndex(std::size_t index) const {
   }
 }
 
+void RecordSet::RequireReadable(std::size_t index) const {
+  RequireIndex(index);
+  if (!IsActive()) throw StateError(Definition(index).name + ": the record set " + name_ + " is closed");
+}
+
 std::size_t RecordSet::IndexOf(NameId id) const {
-  const std::size_t slot = slots_->present[static_cast<std::size_t>(id)];
+  const std::size_t slot = slots_->present[id];
   if (slot != kNoSlot) return slot;
   throw FieldNotFound(kVocabulary[static_cast<std::size_t>(id)].name, name_);
 }
@@ -187,8 +170,10 @@ std::size_t RecordSet::IndexOf(NameId id) const {
 std::vector<FieldDef>& RecordSet::MutableDefs() {
   if (!structure_) return defined_;
   if (structure_.use_count() > 1) {
+    const bool shows_nothing = cells_ == structure_->blank().data();
     structure_ = std::make_shared<Structure>(*structure_);
     BindStructure();
+    if (shows_nothing) cells_ = const_cast<std::uint64_t*>(structure_->blank().data());
   }
   return structure_->mutable_fields();
 }
@@ -212,19 +197,12 @@ void RecordSet::SetRequired(std::size_t index, bool required) {
 
 std::uint32_t RecordSet::NewRecord() {
   const std::uint32_t record = slabs_.Allocate();
-  std::uint64_t* const cells = CellsOf(record);
-  std::uint64_t* const words = cells - header_words_;
-  const std::uint64_t generation = cells[-1] & 0xFFFF'FFFFU;
-  std::fill(words, cells, ~std::uint64_t{0});
-  cells[-1] = (cells[-1] & ~std::uint64_t{0xFFFF'FFFFU}) | generation;
-  std::fill_n(cells, FieldCount(), 0U);
+  std::memcpy(CellsOf(record), structure_->blank().data(), structure_->record_words() * sizeof(std::uint64_t));
   return record;
 }
 
 void RecordSet::DropRecord(std::uint32_t record) {
-  std::uint64_t* const cells = CellsOf(record);
-  const std::uint64_t generation = (cells[-1] + 1) & 0xFFFF'FFFFU;
-  cells[-1] = (cells[-1] & ~std::uint64_t{0xFFFF'FFFFU}) | generation;
+  const std::uint64_t* const cells = CellsOf(record);
   for (const std::size_t i : structure_->text_fields()) texts_.Drop(cells[i]);
   slabs_.Free(record);
 }
@@ -305,7 +283,7 @@ void RecordSet::PostSlowly() {
   if (state_ == DataSetState::kInsert) {
     CommitInsert();
   } else {
-    if (replaced_text_) DropReplacedTexts(cells_, undo_.data() + header_words_);
+    if (replaced_text_) DropReplacedTexts(cells_, undo_.data());
     EndEditing();
     if (filtered_) FilterPosted(false);
   }
@@ -315,8 +293,8 @@ void RecordSet::PostSlowly() {
 
 void RecordSet::Cancel() {
   if (state_ == DataSetState::kEdit) {
-    if (replaced_text_) DropReplacedTexts(undo_.data() + header_words_, cells_);
-    std::copy(undo_.begin(), undo_.end(), cells_ - header_words_);
+    if (replaced_text_) DropReplacedTexts(undo_.data(), cells_);
+    std::memcpy(cells_, undo_.data(), undo_.size() * sizeof(std::uint64_t));
     EndEditing();
   } else if (state_ == DataSetState::kInsert) {
     DropRecord(pending_);

@@ -193,7 +193,7 @@ class RecordSet {
   Real Optional(FloatName name) const { return Has(name) ? (*this)[name] : Real(0); }
   template <FieldKind K>
   bool Has(FieldName<K> name) const {
-    return slots_->present[static_cast<std::size_t>(name.id)] != kNoSlot;
+    return slots_->present[name.id] != kNoSlot;
   }
 
   void Set(CurrencyName name, Currency value);
@@ -241,6 +241,7 @@ class RecordSet {
  private:
   friend class ControlsGuard;
   friend class Field;
+  friend class LineView;
   friend class RecordSetText;
 
   struct StateGuard;
@@ -250,7 +251,7 @@ class RecordSet {
 
   const std::vector<FieldDef>& defs() const;
   std::vector<FieldDef>& MutableDefs();
-  std::uint64_t* CellsOf(std::uint32_t record) const { return slabs_.At(record) + header_words_; }
+  std::uint64_t* CellsOf(std::uint32_t record) const { return slabs_.At(record); }
   const std::vector<std::uint32_t>& Rows() const { return filtered_ ? visible_ : order_; }
   void Rebind() {
     rows_ = Rows().data();
@@ -289,25 +290,17 @@ class RecordSet {
                                std::span<const std::optional<std::size_t>> source_fields);
   void StartWith(std::shared_ptr<Structure> structure);
 
-  // Cells. A field's null bit stands below its cells, so that the address of the cells is all one needs.
-  static bool IsNullCell(const std::uint64_t* cells, std::size_t index) {
-    const std::size_t bit = index + 32;
-    return (*(cells - 1 - bit / 64) >> bit % 64 & 1U) != 0;
+  // A record is its cells; the bytes that mark its nulls stand behind them.
+  bool IsNullCell(const std::uint64_t* cells, std::size_t index) const {
+    return reinterpret_cast<const NullMark*>(cells + field_count_)[index] != NullMark::kValue;
   }
-  // A null cell holds zero bits, so a cell that does not is not null.
-  static void StoreCell(std::uint64_t* cells, std::size_t index, std::uint64_t bits) {
-    if (cells[index] == 0) MarkCell(cells, index, false);
-    cells[index] = bits;
-  }
-  static void MarkCell(std::uint64_t* cells, std::size_t index, bool null) {
-    const std::size_t bit = index + 32;
-    std::uint64_t& word = *(cells - 1 - bit / 64);
-    const std::uint64_t mask = std::uint64_t{1} << bit % 64;
-    word = null ? word | mask : word & ~mask;
+  void MarkCell(std::uint64_t* cells, std::size_t index, bool null) const {
+    reinterpret_cast<NullMark*>(cells + field_count_)[index] = null ? NullMark::kNull : NullMark::kValue;
   }
   FieldKind KindOf(std::size_t index) const { return kinds_[index]; }
   static bool HoldsText(FieldKind kind) { return kind == FieldKind::kText || kind == FieldKind::kBinary; }
   void RequireIndex(std::size_t index) const;
+  void RequireReadable(std::size_t index) const;
   std::size_t IndexOf(NameId id) const;
   Value ValueOf(const std::uint64_t* cells, std::size_t index) const;
   std::string TextOf(const std::uint64_t* cells, std::size_t index) const;
@@ -333,7 +326,7 @@ class RecordSet {
   // What every read and write of the current record needs.
   const SlotTables* slots_ = &kNoSlotTables;
   const SlotTable* writable_ = &kNoSlots;  // what the state lets a formula write
-  std::uint64_t* cells_;
+  std::uint64_t* cells_ = nullptr;
   const FieldKind* kinds_ = nullptr;  // by position, of an open set
   std::size_t field_count_ = 0;       // of an open set
   bool modified_ = false;
@@ -348,7 +341,6 @@ class RecordSet {
   const std::uint32_t* rows_ = nullptr;  // Rows(), at hand
   std::size_t row_count_ = 0;
   std::size_t position_ = 0;
-  std::size_t header_words_ = 1;
 
   std::string name_;
   std::vector<FieldDef> defined_;         // before opening

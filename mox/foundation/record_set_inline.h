@@ -9,14 +9,14 @@
 namespace mox {
 
 MOX_ALWAYS_INLINE Currency RecordSet::operator[](CurrencyName name) const {
-  const std::size_t slot = slots_->usual[static_cast<std::size_t>(name.id)];
+  const std::size_t slot = slots_->usual[name.id];
   if (slot == kNoSlot) [[unlikely]]
     return ReadCurrencySlowly(name.id);
   return Currency::FromScaled(static_cast<std::int64_t>(cells_[slot]));
 }
 
 MOX_ALWAYS_INLINE Real RecordSet::operator[](FloatName name) const {
-  const std::size_t slot = slots_->usual[static_cast<std::size_t>(name.id)];
+  const std::size_t slot = slots_->usual[name.id];
   if (slot == kNoSlot) [[unlikely]]
     return ReadFloatSlowly(name.id);
   return std::bit_cast<double>(cells_[slot]);
@@ -27,9 +27,10 @@ inline std::int64_t RecordSet::operator[](IntegerName name) const { return AsInt
 inline std::string RecordSet::operator[](TextName name) const { return AsText(IndexOf(name.id)); }
 
 MOX_ALWAYS_INLINE void RecordSet::Set(CurrencyName name, Currency value) {
-  const std::size_t slot = (*writable_)[static_cast<std::size_t>(name.id)];
+  const std::size_t slot = (*writable_)[name.id];
   if (slot != kNoSlot) [[likely]] {
-    StoreCell(cells_, slot, static_cast<std::uint64_t>(value.scaled()));
+    cells_[slot] = static_cast<std::uint64_t>(value.scaled());
+    MarkCell(cells_, slot, false);
     modified_ = true;
   } else {
     SetSlowly(name.id, value);
@@ -37,9 +38,10 @@ MOX_ALWAYS_INLINE void RecordSet::Set(CurrencyName name, Currency value) {
 }
 
 MOX_ALWAYS_INLINE void RecordSet::Set(FloatName name, Real value) {
-  const std::size_t slot = (*writable_)[static_cast<std::size_t>(name.id)];
+  const std::size_t slot = (*writable_)[name.id];
   if (slot != kNoSlot) [[likely]] {
-    StoreCell(cells_, slot, std::bit_cast<std::uint64_t>(value.ToDouble()));
+    cells_[slot] = std::bit_cast<std::uint64_t>(value.ToDouble());
+    MarkCell(cells_, slot, false);
     modified_ = true;
   } else {
     SetSlowly(name.id, value.ToDouble());
@@ -88,7 +90,7 @@ inline void RecordSet::Edit() {
     RequireEditable();
     return;
   }
-  std::copy_n(cells_ - header_words_, undo_.size(), undo_.begin());
+  std::memcpy(undo_.data(), cells_, undo_.size() * sizeof(std::uint64_t));
   has_undo_ = true;
   state_ = DataSetState::kEdit;
   writable_ = &slots_->usual;
@@ -126,7 +128,7 @@ inline Currency RecordSet::AsCurrency(std::size_t index) const {
 }
 
 inline bool RecordSet::Locate(FloatName name, double value) {
-  const std::size_t slot = slots_->usual[static_cast<std::size_t>(name.id)];
+  const std::size_t slot = slots_->usual[name.id];
   if (slot == kNoSlot || state_ != DataSetState::kBrowse) {
     return Locate(name.text, {Value(value)});
   }

@@ -8,6 +8,12 @@
 
 namespace mox {
 
+std::size_t RecordSlabs::RecordsIn(std::size_t slab) {
+  if (slab >= kGrowing) return kLargest;
+  const auto growing = static_cast<std::uint32_t>(slab);
+  return FirstOf(growing + 1) - FirstOf(growing);
+}
+
 std::uint32_t RecordSlabs::Allocate() {
   if (!free_.empty()) {
     const std::uint32_t record = free_.back();
@@ -15,28 +21,24 @@ std::uint32_t RecordSlabs::Allocate() {
     return record;
   }
   if (used_ == std::numeric_limits<std::uint32_t>::max()) throw Overflow("the record set is full");
-  const std::uint32_t next_slab = used_ < kSmall         ? 0
-                                  : used_ < kBeforeLarge ? 1
-                                                         : 2 + (used_ - kBeforeLarge) / kLarge;
-  if (next_slab == slabs_.size()) {
-    const std::size_t records = next_slab == 0 ? kSmall : next_slab == 1 ? kBeforeLarge - kSmall : kLarge;
-    slabs_.push_back(std::make_unique<std::uint64_t[]>(records * words_));
+  const std::uint32_t slab = used_ < kLargest ? GrowingSlabOf(used_) : kGrowing - 1 + used_ / kLargest;
+  if (slab == slabs_.size()) {
+    slabs_.push_back(std::make_unique_for_overwrite<std::uint64_t[]>(RecordsIn(slab) * words_));
   }
   return used_++;
 }
 
-void RecordSlabs::Clear() {
-  slabs_.clear();
-  free_.clear();
-  used_ = 0;
+void RecordSlabs::Free(std::uint32_t record) {
+  if (generations_.size() <= record) generations_.resize(used_);
+  ++generations_[record];
+  free_.push_back(record);
 }
 
 std::size_t RecordSlabs::MemoryBytes() const {
   std::size_t records = 0;
-  for (std::size_t i = 0; i < slabs_.size(); ++i)
-    records += i == 0 ? kSmall : i == 1 ? kBeforeLarge - kSmall : kLarge;
+  for (std::size_t slab = 0; slab < slabs_.size(); ++slab) records += RecordsIn(slab);
   return records * words_ * sizeof(std::uint64_t) + slabs_.capacity() * sizeof(slabs_[0]) +
-         free_.capacity() * sizeof(free_[0]);
+         (free_.capacity() + generations_.capacity()) * sizeof(std::uint32_t);
 }
 
 namespace {

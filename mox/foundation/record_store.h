@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <memory>
 #include <string_view>
@@ -7,35 +8,48 @@
 
 namespace mox {
 
-/// The memory of a set's records: fixed-size arrays of 64-bit words in slabs that grow from 8 over 64 to 512
-/// records, so that a set of one record stays small. Records are addressed by a number and never move.
+/// The memory of a set's records: fixed-size arrays of 64-bit words in slabs that grow by eight, from 8
+/// records to 32,768, so that a set of one record stays small and a large one lies in few large pieces of
+/// memory. Records are addressed by a number and never move.
 class RecordSlabs {
  public:
   explicit RecordSlabs(std::size_t words_per_record) : words_(words_per_record) {}
 
-  /// A record of zero words, new or given back before.
+  /// A record whose words are not set yet.
   std::uint32_t Allocate();
-  void Free(std::uint32_t record) { free_.push_back(record); }
-  void Clear();
+  void Free(std::uint32_t record);
+  /// How often the record was given back.
+  std::uint32_t GenerationOf(std::uint32_t record) const {
+    return record < generations_.size() ? generations_[record] : 0;
+  }
 
   std::uint64_t* At(std::uint32_t record) const {
-    if (record >= kBeforeLarge) [[likely]] {
-      const std::uint32_t rest = record - kBeforeLarge;
-      return slabs_[2 + rest / kLarge].get() + rest % kLarge * words_;
+    if (record >= kLargest) [[likely]] {
+      return slabs_[kGrowing - 1 + record / kLargest].get() + record % kLargest * words_;
     }
-    return record < kSmall ? slabs_[0].get() + record * words_ : slabs_[1].get() + (record - kSmall) * words_;
+    const std::uint32_t slab = GrowingSlabOf(record);
+    return slabs_[slab].get() + (record - FirstOf(slab)) * words_;
   }
 
   std::size_t MemoryBytes() const;
 
  private:
-  static constexpr std::uint32_t kSmall = 8;
-  static constexpr std::uint32_t kBeforeLarge = 72;
-  static constexpr std::uint32_t kLarge = 512;
+  // The growing slabs end at 8, 64, 512, 4,096 and 32,768 records; all further ones hold 32,768.
+  static constexpr std::uint32_t kLargest = 32'768;
+  static constexpr std::uint32_t kGrowing = 5;
+
+  static std::uint32_t GrowingSlabOf(std::uint32_t record) {
+    return (static_cast<std::uint32_t>(std::bit_width(record | 7U)) - 1) / 3;
+  }
+  static std::uint32_t FirstOf(std::uint32_t growing_slab) {
+    return growing_slab == 0 ? 0 : std::uint32_t{1} << 3 * growing_slab;
+  }
+  static std::size_t RecordsIn(std::size_t slab);
 
   std::size_t words_;
   std::vector<std::unique_ptr<std::uint64_t[]>> slabs_;
   std::vector<std::uint32_t> free_;
+  std::vector<std::uint32_t> generations_;  // of the records up to the last one given back
   std::uint32_t used_ = 0;
 };
 

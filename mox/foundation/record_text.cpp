@@ -191,7 +191,7 @@ class RecordSetText {
     WriteHead(set, out);
     for (const std::uint32_t record : set.order_) {
       const bool in_edit = set.has_undo_ && record == set.rows_[set.position_];
-      const std::uint64_t* const cells = in_edit ? set.undo_.data() + set.header_words_ : set.CellsOf(record);
+      const std::uint64_t* const cells = in_edit ? set.undo_.data() : set.CellsOf(record);
       for (std::size_t i = 0; i < set.FieldCount(); ++i) {
         if (i > 0) out += ' ';
         WriteCell(set, cells, i, out);
@@ -251,7 +251,7 @@ class RecordSetText {
 
   static void WriteCell(const RecordSet& set, const std::uint64_t* cells, std::size_t index,
                         std::string& out) {
-    if (RecordSet::IsNullCell(cells, index)) {
+    if (set.IsNullCell(cells, index)) {
       out += kNull;
     } else if (RecordSet::HoldsText(set.KindOf(index))) {
       AppendCounted(out, TextArena::Get(cells[index]));
@@ -302,7 +302,7 @@ class RecordSetText {
     } else {
       cells[index] = PackNumber(field.kind, ReadPlain(in, field.kind));
     }
-    RecordSet::MarkCell(cells, index, false);
+    set.MarkCell(cells, index, false);
   }
 };
 

@@ -44,12 +44,12 @@ void RecordSet::RethrowFor(std::size_t index, const ConversionError& error) cons
 }
 
 Value RecordSet::AsVariant(std::size_t index) const {
-  RequireIndex(index);
+  RequireReadable(index);
   return ValueOf(cells_, index);
 }
 
 bool RecordSet::IsNull(std::size_t index) const {
-  RequireIndex(index);
+  RequireReadable(index);
   return IsNullCell(cells_, index);
 }
 
@@ -62,18 +62,18 @@ Date RecordSet::AsDate(std::size_t index) const { return Read(index, ToDate); }
 DateTime RecordSet::AsDateTime(std::size_t index) const { return Read(index, ToDateTime); }
 
 std::string RecordSet::AsText(std::size_t index) const {
-  RequireIndex(index);
+  RequireReadable(index);
   return TextOf(cells_, index);
 }
 
 std::string_view RecordSet::AsTextView(std::size_t index) const {
-  RequireIndex(index);
+  RequireReadable(index);
   if (!HoldsText(Definition(index).kind)) throw Error(Definition(index).name + ": the field holds no text");
   return TextArena::Get(cells_[index]);
 }
 
 std::string RecordSet::DisplayText(std::size_t index) const {
-  RequireIndex(index);
+  RequireReadable(index);
   const FieldDef& field = Definition(index);
   if (field.display_format.empty() || IsNullCell(cells_, index)) return AsText(index);
   switch (field.kind) {
@@ -152,7 +152,7 @@ void RecordSet::WriteValue(std::size_t index, const Value& value) {
 
 // The text that the current record held so far is dead, unless a cancel may still bring it back.
 void RecordSet::DropText(std::size_t index) {
-  const bool kept_for_undo = has_undo_ && undo_[header_words_ + index] == cells_[index];
+  const bool kept_for_undo = has_undo_ && undo_[index] == cells_[index];
   if (kept_for_undo) {
     replaced_text_ = true;
   } else {

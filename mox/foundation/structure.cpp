@@ -1,6 +1,7 @@
 #include "mox/foundation/structure.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/text.h"
@@ -47,17 +48,17 @@ Structure::Structure(std::vector<FieldDef> fields) : fields_(std::move(fields)) 
   if (fields_.size() > kMostFields) {
     throw Error("a record set has at most " + std::to_string(kMostFields) + " fields");
   }
-  header_words_ = (32 + fields_.size() + 63) / 64;
+  blank_.resize(fields_.size() + (fields_.size() + 7) / 8);
+  std::memset(blank_.data() + fields_.size(), 1, fields_.size());
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     const FieldDef& field = fields_[i];
     if (field.name.empty()) throw Error("field " + std::to_string(i + 1) + " has no name");
     if (!by_name_.emplace(field.name, i).second) throw Error("field \"" + field.name + "\" is defined twice");
     if (const auto id = FindInVocabulary(field.name)) {
-      const auto name = static_cast<std::size_t>(*id);
-      const bool usual = field.kind == kVocabulary[name].kind;
-      slots_.present[name] = static_cast<std::uint16_t>(i);
-      if (usual) slots_.usual[name] = static_cast<std::uint16_t>(i);
-      if (usual && field.calculated) slots_.calculated[name] = static_cast<std::uint16_t>(i);
+      const bool usual = field.kind == kVocabulary[static_cast<std::size_t>(*id)].kind;
+      slots_.present.Add(*id, i);
+      if (usual) slots_.usual.Add(*id, i);
+      if (usual && field.calculated) slots_.calculated.Add(*id, i);
     }
     kinds_.push_back(field.kind);
     if (field.kind == FieldKind::kText || field.kind == FieldKind::kBinary) text_fields_.push_back(i);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -14,31 +15,46 @@
 
 namespace mox {
 
-/// Where the names of the vocabulary stand in a record: the position of their field, or kNoSlot.
-using SlotTable = std::array<std::uint16_t, kVocabularySize>;
-
 inline constexpr std::uint16_t kNoSlot = 0xFFFF;
 
-inline constexpr SlotTable kNoSlots = [] {
-  SlotTable table{};
-  table.fill(kNoSlot);
-  return table;
-}();
+/// A set of names of the vocabulary, by NameId.
+using NameSet = std::bitset<kVocabularySize>;
+
+/// Where names of the vocabulary stand in a record: the position of their field, or kNoSlot.
+struct SlotTable {
+  std::array<std::uint16_t, kVocabularySize> slots = [] {
+    std::array<std::uint16_t, kVocabularySize> none{};
+    none.fill(kNoSlot);
+    return none;
+  }();
+  NameSet names;  ///< those that have a position
+
+  std::size_t operator[](NameId id) const { return slots[static_cast<std::size_t>(id)]; }
+  void Add(NameId id, std::size_t position) {
+    slots[static_cast<std::size_t>(id)] = static_cast<std::uint16_t>(position);
+    names.set(static_cast<std::size_t>(id));
+  }
+};
+
+inline constexpr SlotTable kNoSlots;
 
 /// One load answers whether a field is there, has the usual kind of its name and may be read or written.
 struct SlotTables {
-  SlotTable present = kNoSlots;     ///< of any kind
-  SlotTable usual = kNoSlots;       ///< of the usual kind of the name
-  SlotTable calculated = kNoSlots;  ///< of the usual kind, and written inside the calculate-fields event
+  SlotTable present;     ///< of any kind
+  SlotTable usual;       ///< of the usual kind of the name
+  SlotTable calculated;  ///< of the usual kind, and written inside the calculate-fields event
 };
 
-inline constexpr SlotTables kNoSlotTables{};
+inline constexpr SlotTables kNoSlotTables;
+
+/// A byte that marks a null. Of a type of its own, because a write of a plain byte may change anything in the
+/// eyes of the compiler, which would then read all else anew.
+enum class NullMark : std::uint8_t { kValue = 0, kNull = 1 };
 
 /// The fields of a record set, shared by its clones.
 ///
-/// A record is an array of 64-bit words: first the header (a generation in the low half of its last word and
-/// the null bits), then one cell a field. A null cell holds zero bits, so that reading it as a number gives 0
-/// without a test.
+/// A record is an array of 64-bit words: one cell a field, then one byte a field that is 1 where the field is
+/// null. A null cell holds zero bits, so that reading it as a number gives 0 without a test.
 class Structure {
  public:
   static constexpr std::size_t kMostFields = 4096;
@@ -53,8 +69,9 @@ class Structure {
   std::size_t size() const { return fields_.size(); }
   std::optional<std::size_t> Find(std::string_view name) const;
   const SlotTables& slots() const { return slots_; }
-  std::size_t header_words() const { return header_words_; }
-  std::size_t record_words() const { return header_words_ + fields_.size(); }
+  std::size_t record_words() const { return blank_.size(); }
+  /// A record that is null in every field.
+  const std::vector<std::uint64_t>& blank() const { return blank_; }
   const FieldKind* kinds() const { return kinds_.data(); }
   const std::vector<std::size_t>& text_fields() const { return text_fields_; }  ///< of texts and binaries
 
@@ -71,7 +88,7 @@ class Structure {
   std::vector<FieldDef> fields_;
   SlotTables slots_;
   std::unordered_map<std::string, std::size_t, FoldedHash, FoldedEqual> by_name_;
-  std::size_t header_words_ = 1;
+  std::vector<std::uint64_t> blank_;
   std::vector<FieldKind> kinds_;
   std::vector<std::size_t> text_fields_;
 };
