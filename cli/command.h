@@ -1,0 +1,45 @@
+#pragma once
+
+#include <functional>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+#include "mox/foundation/error.h"
+
+namespace CLI {
+class App;
+}
+
+namespace mox {
+
+/// The command was called in a wrong way; exit status 2.
+class UsageError : public Error {
+ public:
+  using Error::Error;
+};
+
+/// What a running command works with.
+struct Session {
+  std::istream& in;
+  std::string out;  ///< goes to standard output once the command has succeeded
+};
+
+using Action = std::function<void(Session&)>;
+
+/// One command of the program.
+struct Command {
+  const char* name;
+  const char* usage;     ///< its arguments, as the help shows them
+  const char* summary;   ///< one sentence
+  const char* examples;  ///< and remarks, shown below the options
+  /// Declares the options; parsing them then sets the action.
+  void (*declare)(CLI::App& options, Action& action);
+};
+
+extern const Command kRoundCommand;
+extern const Command kCalcCommand;
+extern const Command kRecapCommand;
+extern const Command kDocumentCommand;
+
+}  // namespace mox

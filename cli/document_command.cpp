@@ -1,0 +1,113 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "cli/command.h"
+#include "cli/document.h"
+#include "cli/document_kinds.h"
+#include "cli/record_set_file.h"
+#include "cli/text_table.h"
+
+namespace mox {
+namespace {
+
+struct DocumentArguments {
+  std::string kind;
+  std::vector<std::string> paths;
+  bool list = false;
+  bool csv = false;
+};
+
+void ListLines(const char* heading, const LineSchema& schema, std::string& out) {
+  if (!schema.Exists()) return;
+  out += std::string("  ") + heading + std::string(schema.inputs) + "\n";
+  out += "  calculates  " + std::string(schema.calculated) + "\n";
+}
+
+void ListKind(const DocumentKind& kind, std::string& out) {
+  out += std::string(kind.name) + ": " + std::string(kind.title) + " (" + std::string(kind.english) + ")\n";
+  ListLines("goods       ", kind.goods, out);
+  ListLines("services    ", kind.services, out);
+  const std::string recap = std::string(kind.recap_member) + " " + std::string(kind.recap_values);
+  out += "  recap       " + (kind.recap_member.empty() ? std::string("none") : recap) + "\n";
+}
+
+void ListKinds(std::string_view only, std::string& out) {
+  if (!only.empty()) return ListKind(FindDocumentKind(only), out);
+  for (const DocumentKind& kind : DocumentKinds()) {
+    if (!out.empty()) out += "\n";
+    ListKind(kind, out);
+  }
+}
+
+void AppendTitled(std::string_view title, RecordSet* records, const TableOptions& options, std::string& out) {
+  if (records == nullptr) return;
+  out += "\n" + std::string(title) + "\n\n";
+  AppendTable(*records, options, out);
+}
+
+void AppendForPeople(Document& document, std::string& out) {
+  const TableOptions lines{.number_records = true, .hide_empty = true};
+  out += std::string(document.kind().title) + "\n";
+  AppendTitled("Stavke", document.Goods(), lines, out);
+  AppendTitled("Usluge", document.Services(), lines, out);
+  AppendTitled("Rekapitulacija PDV-a", document.Recap(), {}, out);
+  AppendTitled("Ukupno", &document.Totals(), {}, out);
+}
+
+void AppendFiles(Document& document, std::string& out) {
+  for (RecordSet* records : {document.Goods(), document.Services(), document.Recap(), &document.Totals()}) {
+    if (records == nullptr) continue;
+    if (!out.empty()) out += "\n";
+    WriteRecordSet(*records, out);
+  }
+}
+
+void RunDocument(const DocumentArguments& arguments, Session& session) {
+  if (arguments.list) return ListKinds(arguments.kind, session.out);
+  if (arguments.kind.empty()) throw UsageError("KIND is required; --list names them");
+  const DocumentKind& kind = FindDocumentKind(arguments.kind);
+  std::vector<std::string> paths = arguments.paths;
+  if (paths.empty()) paths.emplace_back("-");
+  const std::size_t most = (kind.goods.Exists() ? 1U : 0U) + (kind.services.Exists() ? 1U : 0U);
+  if (paths.size() > most) {
+    throw UsageError(std::string(kind.name) + " does not take the file \"" + paths.back() + "\"");
+  }
+  if (paths.size() == 2 && paths[0] == "-" && paths[1] == "-") {
+    throw UsageError("only one of the files can be standard input");
+  }
+  std::vector<FileText> files;
+  for (const std::string& path : paths) files.push_back(ReadFileText(path, session.in));
+
+  Document document(kind, files);
+  if (arguments.csv) {
+    AppendFiles(document, session.out);
+  } else {
+    AppendForPeople(document, session.out);
+  }
+}
+
+void Declare(CLI::App& options, Action& action) {
+  auto arguments = std::make_shared<DocumentArguments>();
+  options.add_option("KIND", arguments->kind, "the kind of document; --list names them");
+  options.add_option(
+      "FILE", arguments->paths,
+      "the lines: input columns and any others (standard input where it is left out or -); then "
+      "SERVICES, the lines of services where the kind has them beside goods");
+  options.add_flag("--list", arguments->list, "list the kinds with their columns, or show the one named");
+  options.add_flag("--csv", arguments->csv,
+                   "print record-set files, separated by a blank line, instead of tables for people");
+  options.callback(
+      [arguments, &action] { action = [arguments](Session& session) { RunDocument(*arguments, session); }; });
+}
+
+}  // namespace
+
+const Command kDocumentCommand = {"document", "KIND [FILE [SERVICES]]",
+                                  "Calculate a whole document: its lines, its tax by rate and its totals.",
+                                  R"(Example:
+  mox document gotovinski-racun goods.csv services.csv
+
+Calculated columns that a file has already are taken as stored by an earlier pass.)",
+                                  Declare};
+
+}  // namespace mox

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "mox/foundation/record_set.h"
+
+namespace mox {
+
+/// A value given to an argument of a recapitulation member.
+struct RecapValue {
+  std::string name;
+  std::string value;
+};
+
+/// Splits "NAME=VALUE". None where the text does not begin with a name and '='.
+std::optional<RecapValue> ParseRecapValue(std::string_view text);
+
+/// A call of a member: its values, and the record sets that its fields are columns of.
+class RecapCall {
+ public:
+  /// `second` is null where there is no second record set; then all fields are columns of the first.
+  RecapCall(std::span<const RecapValue> values, RecordSet& lines, RecordSet* second)
+      : values_(values), lines_(lines), second_(second) {}
+
+  RecordSet& Lines() const { return lines_; }
+  RecordSet* Second() const { return second_; }
+  const std::string* Find(std::string_view name) const;
+  const std::string& Text(std::string_view name) const { return *Find(name); }
+  int Integer(std::string_view name) const;
+  /// None where the argument is not given. Raises FieldNotFound for an unknown column; so does Column.
+  std::optional<Field> OptionalColumn(std::string_view name) const;
+  std::optional<Field> OptionalSecondColumn(std::string_view name) const;
+  Field Column(std::string_view name) const { return *OptionalColumn(name); }
+
+ private:
+  std::span<const RecapValue> values_;
+  RecordSet& lines_;
+  RecordSet* second_;
+};
+
+/// One member of the recapitulation family.
+struct RecapMember {
+  enum class Need {
+    kOptional,
+    kRequired,
+    kWithAmount  ///< required where the amount field of the same number is given
+  };
+  struct Argument {
+    std::string_view name;
+    Need need;
+  };
+  enum class SecondFile { kNone, kOptional, kRequired };
+
+  std::string_view name;
+  std::vector<Argument> arguments;
+  SecondFile second_file;
+  /// The fields of the recapitulation; without any, the member fills the second record set.
+  std::vector<std::string_view> fields;
+  void (*fill)(const RecapCall& call, RecordSet& recap);
+};
+
+std::span<const RecapMember> RecapMembers();
+
+/// Raises UsageError that suggests near names.
+const RecapMember& FindRecapMember(std::string_view name);
+
+/// Raises UsageError for a value whose argument the member does not have, one given twice, an empty one, and
+/// for a required one that is missing.
+void CheckRecapValues(const RecapMember& member, std::span<const RecapValue> values);
+
+/// An open, empty record set with the fields of the member's recapitulation.
+RecordSet DeclareRecap(const RecapMember& member);
+
+}  // namespace mox

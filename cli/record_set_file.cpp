@@ -1,0 +1,275 @@
+#include "cli/record_set_file.h"
+
+#include <exception>
+#include <istream>
+#include <utility>
+
+#include "cli/csv_scanner.h"
+#include "mox/foundation/dates.h"
+#include "mox/foundation/error.h"
+#include "mox/foundation/files.h"
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+// --- reading ---
+
+[[noreturn]] void Refuse(std::string_view value, const char* what) {
+  throw ConversionError("\"" + std::string(value) + "\" is not " + what);
+}
+
+template <typename Parsed>
+Parsed OrRefuse(const std::optional<Parsed>& parsed, std::string_view value, const char* what) {
+  if (!parsed) Refuse(value, what);
+  return *parsed;
+}
+
+const char* RangeOf(FieldKind kind) {
+  if (kind == FieldKind::kCurrency) return "a currency";
+  return kind == FieldKind::kInteger ? "an integer" : "a floating-point number";
+}
+
+void StoreParsed(RecordSet& records, std::size_t index, FieldKind kind, std::string_view text) {
+  switch (kind) {
+    case FieldKind::kInteger:
+      return records.SetInteger(index, ParseInteger(text));
+    case FieldKind::kBoolean:
+      if (text != "true" && text != "false") Refuse(text, "true or false");
+      return records.SetBoolean(index, text == "true");
+    case FieldKind::kFloat:
+      return records.SetFloat(index, ParseNumber(text));
+    case FieldKind::kCurrency:
+      return records.SetCurrency(index, Currency::Parse(text));
+    case FieldKind::kDate:
+      return records.SetDate(index, OrRefuse(ParseIsoDate(text), text, "a date"));
+    case FieldKind::kDateTime:
+      return records.SetDateTime(index, OrRefuse(ParseIsoDateTime(text), text, "a date and time"));
+    case FieldKind::kText:
+    case FieldKind::kBinary:
+      return records.SetText(index, text);
+  }
+}
+
+class Reader {
+ public:
+  explicit Reader(const FileText& file)
+      : file_(file), scanner_(file.bytes), check_utf8_(!IsValidUtf8(file.bytes)) {}
+
+  RecordSetFile Read(const ReadOptions& options) {
+    std::vector<FieldDef> fields = ReadHeader();
+    if (options.declare) options.declare(file_.label, fields);
+    result_.label = file_.label;
+    result_.records.SetName(file_.label);
+    for (FieldDef& field : fields) result_.records.DefineField(std::move(field));
+    result_.records.Open();
+    if (options.on_calc_fields) result_.records.SetOnCalcFields(options.on_calc_fields);
+    while (NextRecord()) ReadRecord();
+    return std::move(result_);
+  }
+
+ private:
+  [[noreturn]] void Fail(const std::string& what) const {
+    throw Error(file_.label + ":" + std::to_string(scanner_.line()) + ": " + what);
+  }
+  [[noreturn]] void FailAt(std::size_t cell, const std::string& what) const {
+    Fail((cell < names_.size() ? names_[cell] : "cell " + std::to_string(cell + 1)) + ": " + what);
+  }
+
+  bool Scan() {
+    bool more = false;
+    try {
+      more = scanner_.Next(cells_);
+    } catch (const CsvFault& fault) {
+      FailAt(fault.cell, fault.reason);
+    }
+    for (std::size_t i = 0; check_utf8_ && i < cells_.size(); ++i) {
+      if (!IsValidUtf8(cells_[i].text)) FailAt(i, "the text is not valid UTF-8");
+    }
+    return more;
+  }
+
+  std::vector<FieldDef> ReadHeader() {
+    if (!Scan()) throw Error(file_.label + ": the file is empty");
+    if (cells_.size() > Structure::kMostFields) Fail("there are too many fields");
+    std::vector<FieldDef> fields;
+    for (std::size_t i = 0; i < cells_.size(); ++i) {
+      FieldDef field = ColumnOf(cells_[i].text);
+      if (field.name.empty()) FailAt(i, "the field has no name");
+      for (const FieldDef& other : fields) {
+        if (SameName(other.name, field.name)) Fail("field \"" + field.name + "\" is there twice");
+      }
+      fields.push_back(std::move(field));
+    }
+    for (const FieldDef& field : fields) {
+      names_.push_back(field.name);
+      kinds_.push_back(field.kind);
+    }
+    return fields;
+  }
+
+  FieldDef ColumnOf(std::string_view cell) const {
+    FieldDef field;
+    const std::size_t colon = cell.rfind(':');
+    field.name = cell.substr(0, colon);
+    if (colon != std::string_view::npos) {
+      const std::string_view kind = cell.substr(colon + 1);
+      if (!KindFromName(kind, field.kind) || field.kind == FieldKind::kBinary) {
+        Fail("field \"" + field.name + "\" has the unknown kind \"" + std::string(kind) + "\"");
+      }
+    } else if (const auto known = FindInVocabulary(cell)) {
+      field.kind = kVocabulary[static_cast<std::size_t>(*known)].kind;
+    }
+    return field;
+  }
+
+  bool NextRecord() {
+    if (!Scan()) return false;
+    if (cells_.size() == names_.size()) return true;
+    const bool blank = cells_.size() == 1 && !cells_[0].quoted && cells_[0].text.empty();
+    if (blank && scanner_.OnlyBlankLinesLeft()) return false;
+    Fail("the line has " + std::to_string(cells_.size()) + (cells_.size() == 1 ? " cell" : " cells") +
+         ", the header " + std::to_string(names_.size()));
+  }
+
+  void ReadRecord() {
+    RecordSet& records = result_.records;
+    records.Append();
+    for (std::size_t i = 0; i < cells_.size(); ++i) {
+      if (!cells_[i].quoted && cells_[i].text.empty()) continue;
+      try {
+        StoreParsed(records, i, kinds_[i], cells_[i].text);
+      } catch (const Overflow&) {
+        FailAt(i, "\"" + std::string(cells_[i].text) + "\" is outside the range of " + RangeOf(kinds_[i]));
+      } catch (const Error& error) {
+        FailAt(i, error.what());
+      }
+    }
+    try {
+      records.Post();
+    } catch (const FieldNotFound&) {
+      throw;
+    } catch (const Error& error) {
+      Fail(error.what());
+    }
+    result_.lines.push_back(scanner_.line());
+  }
+
+  const FileText& file_;
+  CsvScanner scanner_;
+  bool check_utf8_;
+  std::vector<CsvCell> cells_;
+  std::vector<std::string> names_;
+  std::vector<FieldKind> kinds_;
+  RecordSetFile result_;
+};
+
+// --- writing ---
+
+void AppendText(std::string_view text, std::string& out) {
+  if (!text.empty() && text.find_first_of(",\"\r\n") == std::string_view::npos) {
+    out += text;
+    return;
+  }
+  out += '"';
+  for (const char c : text) {
+    if (c == '"') out += '"';
+    out += c;
+  }
+  out += '"';
+}
+
+void AppendValue(const RecordSet& records, std::size_t index, FieldKind kind, std::string& out) {
+  switch (kind) {
+    case FieldKind::kInteger:
+      out += std::to_string(records.AsInteger(index));
+      return;
+    case FieldKind::kBoolean:
+      out += records.AsBoolean(index) ? "true" : "false";
+      return;
+    case FieldKind::kFloat:
+      out += ShortestNumber(records.AsFloat(index));
+      return;
+    case FieldKind::kCurrency:
+      out += records.AsCurrency(index).ToString();
+      return;
+    case FieldKind::kDate:
+      out += FormatIsoDate(records.AsDate(index));
+      return;
+    case FieldKind::kDateTime:
+      out += FormatIsoDateTime(records.AsDateTime(index));
+      return;
+    case FieldKind::kText:
+    case FieldKind::kBinary:
+      AppendText(records.AsTextView(index), out);
+      return;
+  }
+}
+
+}  // namespace
+
+FileText ReadFileText(const std::string& path, std::istream& standard_input) {
+  FileText file;
+  if (path == "-") {
+    file.label = "standard input";
+    char block[64 * 1024];
+    while (standard_input.read(block, sizeof block), standard_input.gcount() > 0) {
+      file.bytes.append(block, static_cast<std::size_t>(standard_input.gcount()));
+    }
+    if (standard_input.bad()) throw Error(file.label + ": cannot be read");
+  } else {
+    file.label = path;
+    file.bytes = ReadWholeFile(path);
+  }
+  if (file.bytes.empty()) throw Error(file.label + ": the file is empty");
+  return file;
+}
+
+std::string RecordSetFile::Where(std::size_t record) const {
+  return label + ":" + std::to_string(lines.at(record));
+}
+
+RecordSetFile ReadRecordSet(const FileText& file, const ReadOptions& options) {
+  return Reader(file).Read(options);
+}
+
+void WriteRecordSet(RecordSet& records, std::string& out) {
+  std::vector<FieldKind> kinds;
+  for (std::size_t i = 0; i < records.FieldCount(); ++i) {
+    const FieldDef& field = records.Definition(i);
+    kinds.push_back(field.kind);
+    if (i > 0) out += ',';
+    AppendText(field.name + ":" + std::string(KindName(field.kind)), out);
+  }
+  out += '\n';
+  for (records.First(); !records.Eof(); records.Next()) {
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+      if (i > 0) out += ',';
+      if (!records.IsNull(i)) AppendValue(records, i, kinds[i], out);
+    }
+    out += '\n';
+  }
+}
+
+void WalkWatch::Visit(const RecordSetFile& file, const RecordSet& records) {
+  if (std::uncaught_exceptions() > 0) return;
+  file_ = &file;
+  record_ = records.Position();
+}
+
+void WalkWatch::Observe(RecordSetFile& file) {
+  file.records.SetOnCalcFields([this, &file](RecordSet& records) { Visit(file, records); });
+}
+
+void WalkWatch::Run(const std::function<void()>& walk) const {
+  try {
+    walk();
+  } catch (const FieldNotFound&) {
+    throw;
+  } catch (const Error& error) {
+    if (file_ == nullptr) throw;
+    throw Error(file_->Where(record_) + ": " + error.what());
+  }
+}
+
+}  // namespace mox

@@ -1,0 +1,38 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "cli/argument_text.h"
+#include "cli/command.h"
+#include "mox/foundation/rounding.h"
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+struct RoundArguments {
+  std::string value;
+  std::string digits;
+};
+
+void RunRound(const RoundArguments& arguments, Session& session) {
+  const double value = NumberArgument("VALUE", arguments.value);
+  const int digits = IntegerArgument("DIGITS", arguments.digits);
+  session.out += ShortestNumber(MyRound(value, digits)) + "\n";
+}
+
+void Declare(CLI::App& options, Action& action) {
+  auto arguments = std::make_shared<RoundArguments>();
+  options.add_option("VALUE", arguments->value, "the number, with a decimal point")->required();
+  options.add_option("DIGITS", arguments->digits, "power of ten: 0 for units, -2 for hundredths")->required();
+  options.callback(
+      [arguments, &action] { action = [arguments](Session& session) { RunRound(*arguments, session); }; });
+}
+
+}  // namespace
+
+const Command kRoundCommand = {"round", "VALUE DIGITS", "Round a number as all calculations do (MyRound).",
+                               R"(Example:
+  mox round -2.675 -2        prints -2.68)",
+                               Declare};
+
+}  // namespace mox

@@ -1,0 +1,201 @@
+#include "cli/run.h"
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <istream>
+#include <memory>
+#include <new>
+#include <ostream>
+
+#include "cli/command.h"
+#include "cli/suggestions.h"
+#include "mox/foundation/app.h"
+#include "mox/host/company_parameters.h"
+#include "mox/host/console_dialogs.h"
+#include "mox/host/locale.h"
+#include "mox/host/memory_settings.h"
+#include "mox/host/settings_file.h"
+
+namespace mox {
+namespace {
+
+constexpr int kDone = 0;
+constexpr int kRefused = 1;
+constexpr int kWrongUsage = 2;
+
+const std::array<const Command*, 4> kCommands = {&kRoundCommand, &kCalcCommand, &kRecapCommand,
+                                                 &kDocumentCommand};
+
+struct GlobalOptions {
+  std::string ini;
+  std::vector<std::string> parameters;
+};
+
+// --- help ---
+
+class HelpText : public CLI::Formatter {
+ public:
+  std::string make_usage(const CLI::App* app, std::string /*name*/) const override {
+    std::string usage = "COMMAND [ARGUMENT...]";
+    for (const Command* command : kCommands) {
+      if (app->get_name() == command->name) usage = app->get_name() + " " + command->usage;
+    }
+    return "Usage: mox [OPTION...] " + usage + "\n";
+  }
+  std::string make_description(const CLI::App* app) const override { return app->get_description() + "\n\n"; }
+};
+
+// --- the host program that the library calls back into ---
+
+std::unique_ptr<TAppIni> OpenSettings(const std::string& path) {
+  if (path.empty()) return std::make_unique<MemorySettings>();
+  if (!std::filesystem::exists(path)) throw Error(path + ": there is no such settings file");
+  return std::make_unique<SettingsFile>(path);
+}
+
+class Host {
+ public:
+  Host(const GlobalOptions& options, std::ostream& err)
+      : settings_(OpenSettings(options.ini)),
+        dialogs_(err, kDialogNo),
+        app_({.ini = settings_.get(), .comunication = &module_, .dialogs = &dialogs_, .locale = &locale_}) {
+    for (const std::string& parameter : options.parameters) SetParameter(parameter);
+  }
+
+ private:
+  void SetParameter(const std::string& parameter) {
+    try {
+      module_.SetAssignment(parameter);
+    } catch (const Error& error) {
+      throw UsageError(std::string("--param: ") + error.what());
+    }
+  }
+
+  std::unique_ptr<TAppIni> settings_;
+  CompanyParameterModule module_;
+  ConsoleDialogs dialogs_;
+  StandardLocale locale_;
+  ScopedApp app_;
+};
+
+// --- the arguments ---
+
+// A negative number is a value. The parser knows that of "-2" and takes "-.5" for an option.
+std::string AsValue(const std::string& argument) {
+  const bool number = argument.size() > 2 && argument[0] == '-' && argument[1] == '.' && argument[2] >= '0' &&
+                      argument[2] <= '9';
+  return number ? "-0" + argument.substr(1) : argument;
+}
+
+struct Parsed {
+  Action action;
+  std::string command;
+  GlobalOptions options;
+};
+
+void DeclareEverything(CLI::App& app, Parsed& parsed) {
+  app.name("mox");
+  app.formatter(std::make_shared<HelpText>());
+  app.allow_windows_style_options(false);
+  app.require_subcommand(1);
+  app.set_version_flag("--version", "mox " MOX_VERSION, "print the version and exit");
+  app.get_formatter()->column_width(24);
+  app.get_formatter()->label("Positionals", "Arguments");
+  app.get_formatter()->label("REQUIRED", "");
+  app.add_option("--ini", parsed.options.ini, "settings file, section GENERAL")->type_name("FILE");
+  app.add_option("--param", parsed.options.parameters, "company parameter; can be repeated")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+  app.footer(
+      R"(Record-set files are comma-separated texts with one header row; a header cell is NAME or NAME:KIND.
+A negative number among the arguments is a value, never an option.
+
+Example:
+  mox document gotovinski-racun examples/gotovinski_racun_roba.csv examples/gotovinski_racun_usluge.csv)");
+  for (const Command* command : kCommands) {
+    CLI::App* const options = app.add_subcommand(command->name, command->summary);
+    options->footer(command->examples);
+    options->group("Commands");
+    options->fallthrough();
+    options->preparse_callback([&parsed, command](std::size_t) { parsed.command = command->name; });
+    command->declare(*options, parsed.action);
+  }
+}
+
+std::string CommandError(const CLI::App& app, const std::string& what) {
+  std::vector<std::string_view> names;
+  for (const Command* command : kCommands) names.emplace_back(command->name);
+  const std::vector<std::string> rest = app.remaining();
+  if (rest.empty()) return app.get_subcommands().empty() ? "COMMAND is required" : what;
+  if (rest.front().starts_with("-")) return "there is no option \"" + rest.front() + "\"";
+  return "there is no command \"" + rest.front() + "\"" + DidYouMean(rest.front(), names);
+}
+
+// --- results and errors ---
+
+// On one line, whatever stands in it.
+void Report(const std::string& message, std::ostream& err) {
+  std::string line = "mox: ";
+  for (const char c : message) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte != 0x7F) {
+      line += c;
+    } else if (c == '\n') {
+      line += "\\n";
+    } else {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\x%02X", byte);
+      line += escape;
+    }
+  }
+  err << line << std::endl;
+}
+
+int Execute(const Parsed& parsed, std::istream& in, std::ostream& out, std::ostream& err) {
+  const Host host(parsed.options, err);
+  Session session{in, {}};
+  parsed.action(session);
+  out.write(session.out.data(), static_cast<std::streamsize>(session.out.size()));
+  if (!out.flush()) throw Error("standard output cannot be written");
+  return kDone;
+}
+
+int WrongUsage(const std::string& command, const std::string& message, std::ostream& err) {
+  const std::string named = command.empty() ? "" : command + ": ";
+  const std::string help = command.empty() ? "mox --help" : "mox " + command + " --help";
+  Report(named + message + " (see " + help + ")", err);
+  return kWrongUsage;
+}
+
+}  // namespace
+
+int Run(const std::vector<std::string>& arguments, std::istream& in, std::ostream& out, std::ostream& err) {
+  Parsed parsed;
+  CLI::App app("The business logic of trade documents, exact to the cent.");
+  DeclareEverything(app, parsed);
+  try {
+    std::vector<std::string> reversed;
+    for (auto i = arguments.rbegin(); i != arguments.rend(); ++i) reversed.push_back(AsValue(*i));
+    app.parse(reversed);
+    return Execute(parsed, in, out, err);
+  } catch (const CLI::Success& success) {
+    app.exit(success, out, err);
+    return out.flush() ? kDone : kRefused;
+  } catch (const CLI::ParseError& error) {
+    return WrongUsage(parsed.command, parsed.command.empty() ? CommandError(app, error.what()) : error.what(),
+                      err);
+  } catch (const UsageError& error) {
+    return WrongUsage(parsed.command, error.what(), err);
+  } catch (const Abort&) {
+    return kRefused;  // the user was told why
+  } catch (const std::bad_alloc&) {
+    Report("not enough memory", err);
+  } catch (const std::exception& error) {
+    Report(error.what(), err);
+  }
+  return kRefused;
+}
+
+}  // namespace mox

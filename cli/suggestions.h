@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mox {
+
+/// `; did you mean "a" or "b"?` with the names that come near to the unknown one, at most three; empty when
+/// none does.
+std::string DidYouMean(std::string_view unknown, const std::vector<std::string_view>& names);
+
+/// The row of a table whose `name` is the given one, or null.
+template <typename Table>
+auto FindRow(const Table& table, std::string_view name) -> decltype(&*std::begin(table)) {
+  for (const auto& row : table) {
+    if (row.name == name) return &row;
+  }
+  return nullptr;
+}
+
+/// What is near to an unknown name among the rows of a table.
+template <typename Table>
+std::string DidYouMeanAmong(const Table& table, std::string_view unknown) {
+  std::vector<std::string_view> names;
+  for (const auto& row : table) names.push_back(row.name);
+  return DidYouMean(unknown, names);
+}
+
+}  // namespace mox

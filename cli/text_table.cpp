@@ -1,0 +1,158 @@
+#include "cli/text_table.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "mox/foundation/app.h"
+#include "mox/foundation/display_format.h"
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+constexpr std::size_t kLongestText = 40;
+constexpr std::string_view kGap = "  ";
+
+struct TableColumn {
+  std::string heading;
+  bool to_the_right = false;
+  bool aligns_decimals = false;
+  bool empty = true;  // nothing worth showing so far
+  std::vector<std::string> cells;
+  std::size_t width = 0;
+};
+
+bool IsNumber(FieldKind kind) {
+  return kind == FieldKind::kInteger || kind == FieldKind::kFloat || kind == FieldKind::kCurrency;
+}
+
+// A text on one line and not too long.
+std::string ShownText(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; },
+      ' ');
+  if (CountCharacters(text) <= kLongestText) return text;
+  return std::string(CutToCharacters(text, kLongestText - 1)) + "…";
+}
+
+std::string ShownValue(const RecordSet& records, std::size_t index, FieldKind kind) {
+  switch (kind) {
+    case FieldKind::kCurrency:
+      return FormatFloat("#,0.00##", records.AsCurrency(index), CurrentLocale());
+    case FieldKind::kFloat:
+      return FormatFloat("#,0.####", records.AsFloat(index), CurrentLocale());
+    case FieldKind::kBoolean:
+      return records.AsBoolean(index) ? "da" : "ne";
+    default:
+      return ShownText(records.AsText(index));
+  }
+}
+
+bool IsWorthShowing(const RecordSet& records, std::size_t index, FieldKind kind) {
+  if (records.IsNull(index)) return false;
+  if (IsNumber(kind)) return records.AsFloat(index) != 0;
+  return kind != FieldKind::kText || !records.AsTextView(index).empty();
+}
+
+std::size_t DecimalsOf(const std::string& number, const std::string& separator) {
+  const std::size_t at = number.find(separator);
+  return at == std::string::npos ? 0 : number.size() - at - separator.size();
+}
+
+// Fills the decimals up with zeros, so that the separators stand in line.
+void AlignDecimals(std::vector<std::string>& numbers) {
+  const std::string& separator = CurrentLocale().decimal_separator;
+  std::size_t most = 0;
+  for (const std::string& number : numbers) most = std::max(most, DecimalsOf(number, separator));
+  for (std::string& number : numbers) {
+    const std::size_t decimals = DecimalsOf(number, separator);
+    if (number.empty() || decimals == most) continue;
+    if (decimals == 0) number += separator;
+    number.append(most - decimals, '0');
+  }
+}
+
+std::vector<TableColumn> CollectColumns(RecordSet& records, const TableOptions& options) {
+  const bool number_records = options.number_records;
+  std::vector<TableColumn> columns;
+  if (number_records) columns.push_back({"rb", true, false, false, {}, 0});
+  for (std::size_t i = 0; i < records.FieldCount(); ++i) {
+    const FieldDef& field = records.Definition(i);
+    const bool decimals = field.kind == FieldKind::kFloat || field.kind == FieldKind::kCurrency;
+    columns.push_back({ShownText(field.name), IsNumber(field.kind), decimals, true, {}, 0});
+  }
+  const std::size_t first = number_records ? 1 : 0;
+  std::size_t row = 0;
+  for (records.First(); !records.Eof(); records.Next()) {
+    ++row;
+    if (number_records) columns[0].cells.push_back(std::to_string(row));
+    for (std::size_t i = 0; i < records.FieldCount(); ++i) {
+      const FieldKind kind = records.Definition(i).kind;
+      TableColumn& column = columns[first + i];
+      column.cells.push_back(records.IsNull(i) ? std::string() : ShownValue(records, i, kind));
+      column.empty = column.empty && !IsWorthShowing(records, i, kind);
+    }
+  }
+  if (options.hide_empty && row > 0)
+    std::erase_if(columns, [](const TableColumn& column) { return column.empty; });
+  return columns;
+}
+
+void AppendPadded(const std::string& text, const TableColumn& column, bool last, std::string& out) {
+  const std::size_t blanks = column.width - CountCharacters(text);
+  if (column.to_the_right) out.append(blanks, ' ');
+  out += text;
+  if (!column.to_the_right && !last) out.append(blanks, ' ');
+}
+
+using Block = std::vector<const TableColumn*>;
+
+template <typename CellOf>
+void AppendLine(const Block& block, CellOf cell_of, std::string& out) {
+  std::string line;
+  for (const TableColumn* column : block) {
+    if (column != block.front()) line += kGap;
+    AppendPadded(cell_of(*column), *column, column == block.back(), line);
+  }
+  line.erase(line.find_last_not_of(' ') + 1);
+  out += line + '\n';
+}
+
+void AppendBlock(const Block& block, std::size_t rows, std::string& out) {
+  AppendLine(
+      block, [](const TableColumn& column) { return column.heading; }, out);
+  AppendLine(
+      block, [](const TableColumn& column) { return std::string(column.width, '-'); }, out);
+  for (std::size_t row = 0; row < rows; ++row) {
+    AppendLine(
+        block, [row](const TableColumn& column) { return column.cells[row]; }, out);
+  }
+}
+
+}  // namespace
+
+void AppendTable(RecordSet& records, const TableOptions& options, std::string& out) {
+  std::vector<TableColumn> columns = CollectColumns(records, options);
+  for (TableColumn& column : columns) {
+    if (column.aligns_decimals) AlignDecimals(column.cells);
+    column.width = CountCharacters(column.heading);
+    for (const std::string& cell : column.cells) column.width = std::max(column.width, CountCharacters(cell));
+  }
+  const std::size_t rows = records.RecordCount();
+  const std::size_t repeated = options.number_records ? 1 : 0;  // at the head of each block
+  Block block;
+  std::size_t width = 0;
+  for (const TableColumn& column : columns) {
+    if (block.size() > repeated && width + column.width > options.width) {
+      AppendBlock(block, rows, out);
+      out += '\n';
+      block.resize(repeated);
+      width = repeated == 0 ? 0 : columns[0].width + kGap.size();
+    }
+    block.push_back(&column);
+    width += column.width + kGap.size();
+  }
+  if (!block.empty()) AppendBlock(block, rows, out);
+}
+
+}  // namespace mox

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+#include "mox/foundation/record_set.h"
+
+namespace mox {
+
+struct TableOptions {
+  bool number_records = false;  ///< a leading column counts the records
+  bool hide_empty = false;      ///< leaves out columns of nothing but nulls, zeros and empty texts
+  std::size_t width = 120;      ///< in characters; wider tables continue below themselves
+};
+
+/// Appends the records as a table for people: numbers as the locale writes them, to the right and with their
+/// decimal separators in line, long texts cut. The set is left at its end.
+void AppendTable(RecordSet& records, const TableOptions& options, std::string& out);
+
+}  // namespace mox
