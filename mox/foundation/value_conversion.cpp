@@ -163,6 +163,20 @@ std::string ToText(const Value& value) {
       });
 }
 
+namespace {
+
+// Only days that have a text are stored.
+DateTime InCalendar(DateTime moment) {
+  static const DateTime first = StartOf(*MakeDate(1, 1, 1));
+  static const DateTime last = StartOf(*MakeDate(9999, 12, 31));
+  if (moment < first || moment.milliseconds >= last.milliseconds + kMillisecondsPerDay) {
+    throw Overflow("date is outside the years 1 to 9999");
+  }
+  return moment;
+}
+
+}  // namespace
+
 std::uint64_t PackNumber(FieldKind kind, const Value& value) {
   switch (kind) {
     case FieldKind::kInteger:
@@ -174,9 +188,9 @@ std::uint64_t PackNumber(FieldKind kind, const Value& value) {
     case FieldKind::kCurrency:
       return static_cast<std::uint64_t>(ToCurrency(value).scaled());
     case FieldKind::kDate:
-      return static_cast<std::uint64_t>(std::int64_t{ToDate(value).days});
+      return static_cast<std::uint64_t>(std::int64_t{DayOf(InCalendar(ToDateTime(value))).days});
     case FieldKind::kDateTime:
-      return static_cast<std::uint64_t>(ToDateTime(value).milliseconds);
+      return static_cast<std::uint64_t>(InCalendar(ToDateTime(value)).milliseconds);
     case FieldKind::kText:
     case FieldKind::kBinary:
       break;
