@@ -65,6 +65,11 @@ LineFunction WalkingItself(LineFunction row) {
   return row;
 }
 
+// A step of the calculators that the library does not export.
+void OsnovicaPdviUkupnoBezPovNak(RecordSet& lines, int d) {
+  formulas::calcOsnovicaPdviUkupnoBezPovNak(lines, d);
+}
+
 #define MOX_ROW(function, ...) Row(#function, function __VA_OPT__(, ) __VA_ARGS__)
 
 // The members of the calculators that take the decimals of tax amounts, or nothing.
@@ -85,7 +90,7 @@ std::vector<LineFunction> Formulas() {
           MOX_ROW(calcVpc_maloprodaja),
           MOX_ROW(calcVpc_maloprodaja_pov_nak),
           MOX_WITH_D(calcOsnovicaPdviUkupno),
-          MOX_WITH_D(calcOsnovicaPdviUkupnoBezPovNak),
+          Row("calcOsnovicaPdviUkupnoBezPovNak", OsnovicaPdviUkupnoBezPovNak, {"d"}),
           MOX_WITH_D(calcPDVI_mal),
           MOX_WITH_D(calcPDVI_mal_pov_nak),
           MOX_WITH_D(calcPDVI_malPC),
