@@ -34,7 +34,9 @@ MOX_ALWAYS_INLINE void TaxAndTotal(auto& line, int d) {
   line.Set(ukupno, line[osnovica] + line[pdvi]);
 }
 
-MOX_ALWAYS_INLINE Currency NetAfterDiscounts(auto& line) { return line[pci] - line[rbi1] - line[rbi2] - line[rbi3]; }
+MOX_ALWAYS_INLINE Currency NetAfterDiscounts(auto& line) {
+  return line[pci] - line[rbi1] - line[rbi2] - line[rbi3];
+}
 
 MOX_ALWAYS_INLINE Amount WithTax(Amount net, Real rate) { return net + TaxOn(net, rate); }
 

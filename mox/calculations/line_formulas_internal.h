@@ -28,8 +28,12 @@ MOX_ALWAYS_INLINE void calcFC_Kolicina(auto& line) { line.Set(fci, R2(line[fc] *
 MOX_ALWAYS_INLINE void calcVpc_Kolicina(auto& line) { line.Set(vpci, R2(line[vpc] * line[kolicina])); }
 MOX_ALWAYS_INLINE void calcMPC_Kolicina(auto& line) { line.Set(mpci, R2(line[mpc] * line[kolicina])); }
 MOX_ALWAYS_INLINE void calcNMPC_Kolicina(auto& line) { line.Set(nmpci, R2(line[nmpc] * line[kolicina])); }
-MOX_ALWAYS_INLINE void calcPov_nak_Kolicina(auto& line) { line.Set(pov_naki, R2(line[pov_nak] * line[kolicina])); }
-MOX_ALWAYS_INLINE void calcPot_nak_Kolicina(auto& line) { line.Set(pot_naki, R2(line[pot_nak] * line[kolicina])); }
+MOX_ALWAYS_INLINE void calcPov_nak_Kolicina(auto& line) {
+  line.Set(pov_naki, R2(line[pov_nak] * line[kolicina]));
+}
+MOX_ALWAYS_INLINE void calcPot_nak_Kolicina(auto& line) {
+  line.Set(pot_naki, R2(line[pot_nak] * line[kolicina]));
+}
 
 MOX_ALWAYS_INLINE void calcRabat(auto& line) { line.Set(rbi1, R2(line[pci] * line[rbp1] / 100)); }
 
@@ -47,7 +51,9 @@ MOX_ALWAYS_INLINE void calcRabatUlazni1_2_3(auto& line) {
   line.Set(nfci, line[fci] - (line[rbi1] + line[rbi2] + line[rbi3]) + line[pot_naki]);
 }
 
-MOX_ALWAYS_INLINE void calcVpc_maloprodaja(auto& line) { line.Set(vpc, R2(WithoutTax(line[mpc], line[tbr_stp]))); }
+MOX_ALWAYS_INLINE void calcVpc_maloprodaja(auto& line) {
+  line.Set(vpc, R2(WithoutTax(line[mpc], line[tbr_stp])));
+}
 
 MOX_ALWAYS_INLINE void calcVpc_maloprodaja_pov_nak(auto& line) {
   line.Set(vpc, R2(WithoutTax(line[mpc] - line[pov_nak], line[tbr_stp])));

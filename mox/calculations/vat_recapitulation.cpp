@@ -21,17 +21,49 @@ Deductions ReadDeductions(const RecordSet& lines) {
   return {lines.Optional(pov_naki), lines.Optional(neoporezivo)};
 }
 
-void AddToRate(RecordSet& recap, double rate, Currency base, Currency tax, Currency total) {
-  if (recap.Locate(stopa, rate)) {
-    recap.Edit();
-    recap.Set(osnovica, recap[osnovica] + base);
-    recap.Set(porez, recap[porez] + tax);
-    recap.Set(ukupno, recap[ukupno] + total);
-    recap.Post();
-  } else {
-    recap.AppendRecord({base, tax, rate, RateText(rate), total});
+struct RateSum {
+  double rate = 0;
+  Currency base;
+  Currency tax;
+};
+
+// The sums of each rate, in order of first appearance. The rows of the recapitulation are made from them at
+// the end of the walks, so that an error on the way leaves it empty rather than half filled.
+class RateSums {
+ public:
+  void Add(double rate, Currency base, Currency tax) {
+    RateSum& sum = Of(rate);
+    sum.base += base;
+    sum.tax += tax;
   }
-}
+
+  /// An amount with tax, split into base and tax.
+  void AddGross(double rate, Currency amount, int digits) {
+    const Currency tax = Round(ContainedTax(amount, rate), digits);
+    Add(rate, amount - tax, tax);
+  }
+
+  /// Appends a row for each rate: its total is base, tax and what is carried over into every row.
+  void WriteTo(RecordSet& recap, Currency carried) const {
+    for (const RateSum& sum : sums_) {
+      const Currency tax = R2(sum.tax);
+      recap.AppendRecord({sum.base, tax, sum.rate, RateText(sum.rate), sum.base + tax + carried});
+    }
+    recap.Last();
+  }
+
+  std::vector<RateSum>& rows() { return sums_; }
+
+ private:
+  RateSum& Of(double rate) {
+    for (RateSum& sum : sums_) {
+      if (sum.rate == rate) return sum;
+    }
+    return sums_.emplace_back(RateSum{.rate = rate, .base = {}, .tax = {}});
+  }
+
+  std::vector<RateSum> sums_;
+};
 
 // Walks the lines of one amount field, where it is given: visit(lines, amount, rate).
 template <typename Visit>
@@ -43,29 +75,6 @@ void WalkAmounts(const std::optional<Field>& amount_field, const std::optional<F
   WalkAndReturn(lines, [&] { visit(lines, amount_field->AsCurrency(), rate_field->AsFloat()); });
 }
 
-// Visits every row of the recapitulation, each edited and posted.
-template <typename Change>
-void FinishRates(RecordSet& recap, Change change) {
-  for (recap.First(); !recap.Eof(); recap.Next()) {
-    recap.Edit();
-    change();
-    recap.Post();
-  }
-}
-
-void RoundTaxAndTotal(RecordSet& recap, Currency carried) {
-  FinishRates(recap, [&] {
-    recap.Set(porez, R2(recap[porez]));
-    recap.Set(ukupno, recap[osnovica] + recap[porez] + carried);
-  });
-}
-
-// The amount with tax, split into base and tax, joins its rate.
-void AddGross(RecordSet& recap, Currency amount, double rate, int digits) {
-  const Currency tax = Round(ContainedTax(amount, rate), digits);
-  AddToRate(recap, rate, amount - tax, tax, amount);
-}
-
 }  // namespace
 
 void FillPDVData(const std::optional<Field>& amount_field1, const std::optional<Field>& amount_field2,
@@ -73,15 +82,16 @@ void FillPDVData(const std::optional<Field>& amount_field1, const std::optional<
                  RecordSet& recap, int digits) {
   digits = AtLeast2(digits);
   recap.Clear();
+  RateSums sums;
   Deductions last;
   WalkAmounts(amount_field1, rate_field1, "RateField1",
               [&](const RecordSet& lines, Currency amount, double rate) {
                 last = ReadDeductions(lines);
-                AddGross(recap, amount - last.fee - last.non_taxable, rate, digits);
+                sums.AddGross(rate, amount - last.fee - last.non_taxable, digits);
               });
   WalkAmounts(amount_field2, rate_field2, "RateField2",
-              [&](const RecordSet&, Currency amount, double rate) { AddGross(recap, amount, rate, digits); });
-  RoundTaxAndTotal(recap, last.Sum());
+              [&](const RecordSet&, Currency amount, double rate) { sums.AddGross(rate, amount, digits); });
+  sums.WriteTo(recap, last.Sum());
 }
 
 void FillPDVDataPPOM(const std::optional<Field>& amount_field1, const std::optional<Field>& amount_field2,
@@ -89,12 +99,13 @@ void FillPDVDataPPOM(const std::optional<Field>& amount_field1, const std::optio
                      RecordSet& recap, int digits) {
   digits = AtLeast2(digits);
   recap.Clear();
+  RateSums sums;
   const auto add = [&](const RecordSet&, Currency amount, double rate) {
-    AddGross(recap, amount, rate, digits);
+    sums.AddGross(rate, amount, digits);
   };
   WalkAmounts(amount_field1, rate_field1, "RateField1", add);
   WalkAmounts(amount_field2, rate_field2, "RateField2", add);
-  RoundTaxAndTotal(recap, Currency());
+  sums.WriteTo(recap, Currency());
 }
 
 void FillPDVDataIznosBezPDV(const std::optional<Field>& amount_field1,
@@ -102,33 +113,32 @@ void FillPDVDataIznosBezPDV(const std::optional<Field>& amount_field1,
                             const std::optional<Field>& rate_field1, const std::optional<Field>& rate_field2,
                             RecordSet& recap) {
   recap.Clear();
+  RateSums sums;
   Deductions last;
   WalkAmounts(amount_field1, rate_field1, "RateField1",
               [&](const RecordSet& lines, Currency amount, double rate) {
                 last = ReadDeductions(lines);
-                AddToRate(recap, rate, amount, Currency(), Currency());
+                sums.Add(rate, amount, Currency());
               });
-  WalkAmounts(amount_field2, rate_field2, "RateField2", [&](const RecordSet&, Currency amount, double rate) {
-    AddToRate(recap, rate, amount, Currency(), Currency());
-  });
-  FinishRates(recap, [&] {
-    recap.Set(porez, R2(recap[osnovica] * recap[stopa] / 100));
-    recap.Set(ukupno, recap[osnovica] + recap[porez] + last.Sum());
-  });
+  WalkAmounts(amount_field2, rate_field2, "RateField2",
+              [&](const RecordSet&, Currency amount, double rate) { sums.Add(rate, amount, Currency()); });
+  for (RateSum& sum : sums.rows()) sum.tax = R2(sum.base * Real(sum.rate) / 100);
+  sums.WriteTo(recap, last.Sum());
 }
 
 void FillPDVDataPovDob(const Field& rate_field, const Field& amount_field, RecordSet& recap, int digits) {
   digits = AtLeast2(digits);
   recap.Clear();
   RecordSet& lines = amount_field.DataSet();
+  RateSums sums;
   Currency last_fee;
   WalkToEnd(lines, [&] {
     const Currency amount = amount_field.AsCurrency();
     const double rate = rate_field.AsFloat();
     last_fee = lines.Optional(pov_naki);
-    AddToRate(recap, rate, amount, Round(amount * Real(rate) / 100, digits), amount - last_fee);
+    sums.Add(rate, amount, Round(amount * Real(rate) / 100, digits));
   });
-  RoundTaxAndTotal(recap, last_fee);
+  sums.WriteTo(recap, last_fee);
 }
 
 void FillPDVDataKnjigaPopisa(RecordSet& lines, RecordSet& book) {

@@ -60,12 +60,12 @@ inline void RecordSet::BecameCurrent() {
 inline void RecordSet::ShowRecord(std::size_t position) {
   position_ = position;
   cells_ = CellsOf(rows_[position]);
+  eof_ = false;
+  bof_ = false;
 }
 
 inline void RecordSet::MoveTo(std::size_t position) {
   ShowRecord(position);
-  eof_ = false;
-  bof_ = false;
   BecameCurrent();
 }
 
@@ -133,7 +133,7 @@ inline bool RecordSet::Locate(FloatName name, double value) {
     return Locate(name.text, {Value(value)});
   }
   for (std::size_t i = 0; i < row_count_; ++i) {
-    const std::uint64_t* cells = CellsOf(rows_[i]);
+    const std::uint64_t* const cells = CellsOf(rows_[i]);
     if (std::bit_cast<double>(cells[slot]) == value && !IsNullCell(cells, slot)) {
       MoveTo(i);
       return true;

@@ -27,6 +27,7 @@ class RecordSlabs {
     if (record >= kLargest) [[likely]] {
       return slabs_[kGrowing - 1 + record / kLargest].get() + record % kLargest * words_;
     }
+    if (record < kSmallest) return slabs_[0].get() + record * words_;
     const std::uint32_t slab = GrowingSlabOf(record);
     return slabs_[slab].get() + (record - FirstOf(slab)) * words_;
   }
@@ -35,6 +36,7 @@ class RecordSlabs {
 
  private:
   // The growing slabs end at 8, 64, 512, 4,096 and 32,768 records; all further ones hold 32,768.
+  static constexpr std::uint32_t kSmallest = 8;
   static constexpr std::uint32_t kLargest = 32'768;
   static constexpr std::uint32_t kGrowing = 5;
 
