@@ -42,14 +42,13 @@ void RecordSet::LeaveRecord() {
 // Inside the event the state is its own; afterwards, also when the event raised, it is what it was. Writing
 // calculated fields does not count as a change of the record.
 struct RecordSet::StateGuard {
-  explicit StateGuard(RecordSet& record_set)
-      : set(record_set), state(set.state_), writable(set.writable_), modified(set.modified_) {
+  explicit StateGuard(RecordSet& record_set) : set(record_set), state(set.state_), modified(set.modified_) {
     set.state_ = DataSetState::kCalcFields;
-    set.writable_ = &set.slots_->calculated;
+    set.BindWritable();
   }
   ~StateGuard() {
     set.state_ = state;
-    set.writable_ = writable;
+    set.BindWritable();
     set.modified_ = modified;
   }
   StateGuard(const StateGuard&) = delete;
@@ -57,13 +56,15 @@ struct RecordSet::StateGuard {
 
   RecordSet& set;
   DataSetState state;
-  const SlotTable* writable;
   bool modified;
 };
 
 void RecordSet::FireCalcFields() {
-  const StateGuard guard(*this);
-  on_calc_fields_(*this);
+  {
+    const StateGuard guard(*this);
+    on_calc_fields_(*this);
+  }
+  if (state_ == DataSetState::kBrowse) CompactTextsIfWorthIt();
 }
 
 void RecordSet::SetOnCalcFields(CalcFieldsEvent event) {

@@ -82,6 +82,7 @@ void RecordSet::BindStructure() {
   slots_ = &structure_->slots();
   kinds_ = structure_->kinds();
   field_count_ = structure_->size();
+  BindWritable();
 }
 
 void RecordSet::DropEverything() {
@@ -197,7 +198,8 @@ void RecordSet::SetRequired(std::size_t index, bool required) {
 
 std::uint32_t RecordSet::NewRecord() {
   const std::uint32_t record = slabs_.Allocate();
-  std::memcpy(CellsOf(record), structure_->blank().data(), structure_->record_words() * sizeof(std::uint64_t));
+  std::memcpy(CellsOf(record), structure_->blank().data(),
+              structure_->record_words() * sizeof(std::uint64_t));
   return record;
 }
 
@@ -287,7 +289,7 @@ void RecordSet::PostSlowly() {
     EndEditing();
     if (filtered_) FilterPosted(false);
   }
-  if (texts_.garbage() > kGarbageLimit && texts_.garbage() > texts_.used() / 2) CompactTexts();
+  CompactTextsIfWorthIt();
   Notify(RecordSetChange::kRecord);
 }
 
@@ -375,17 +377,19 @@ std::uint32_t RecordSet::CopyRecordFrom(const RecordSet& source, std::uint32_t r
                                         std::span<const std::optional<std::size_t>> source_fields) {
   const std::uint32_t copy = NewRecord();
   std::uint64_t* const cells = CellsOf(copy);
-  const std::uint64_t* const source_cells = source.CellsOf(record);
+  const std::uint64_t* const source_cells = source.PostedCellsOf(record);
   try {
     for (std::size_t i = 0; i < source_fields.size(); ++i) {
-      if (!source_fields[i] || IsNullCell(source_cells, *source_fields[i])) continue;
+      if (!source_fields[i] || source.IsNullCell(source_cells, *source_fields[i])) continue;
       const std::size_t from = *source_fields[i];
       if (source.KindOf(from) == KindOf(i) && !HoldsText(KindOf(i))) {
         cells[i] = source_cells[from];
+      } else if (HoldsText(KindOf(i)) && HoldsText(source.KindOf(from))) {
+        cells[i] = StoredText(i, TextArena::Get(source_cells[from]));
+      } else if (const auto bits = StoredValue(i, source.ValueOf(source_cells, from))) {
+        cells[i] = *bits;
       } else {
-        cells[i] = HoldsText(KindOf(i)) && HoldsText(source.KindOf(from))
-                       ? StoredText(i, TextArena::Get(source_cells[from]))
-                       : StoredValue(i, source.ValueOf(source_cells, from));
+        continue;
       }
       MarkCell(cells, i, false);
     }

@@ -107,12 +107,12 @@ class RecordSet {
   void SetDisplayFormat(std::size_t index, std::string mask);
   void SetRequired(std::size_t index, bool required);
 
-  /// Takes over the structure and copies of all records, in their order, unfiltered. The name, the event and
-  /// the listener of this set stay.
+  /// Takes over the structure and copies of all records, in their order, unfiltered and without a pending
+  /// edit. The name, the event and the listener of this set stay.
   void CleanClone(const RecordSet& source);
   /// Appends copies of all records of another set; fields that both have are copied by name, converted where
-  /// the kinds differ, the others are null. A value that cannot be converted raises ConversionError and
-  /// leaves this set as it was.
+  /// the kinds differ as by writing, the others are null. A value that cannot be converted raises
+  /// ConversionError and leaves this set as it was. A pending edit of the other set is not part of it.
   void DataTransfer(const RecordSet& source);
   /// Deletes all records.
   void Clear();
@@ -252,6 +252,10 @@ class RecordSet {
   const std::vector<FieldDef>& defs() const;
   std::vector<FieldDef>& MutableDefs();
   std::uint64_t* CellsOf(std::uint32_t record) const { return slabs_.At(record); }
+  // Of a record without its pending edit.
+  const std::uint64_t* PostedCellsOf(std::uint32_t record) const {
+    return has_undo_ && record == rows_[position_] ? undo_.data() : CellsOf(record);
+  }
   const std::vector<std::uint32_t>& Rows() const { return filtered_ ? visible_ : order_; }
   void Rebind() {
     rows_ = Rows().data();
@@ -278,10 +282,18 @@ class RecordSet {
   void DropText(std::size_t index);
   void DropReplacedTexts(const std::uint64_t* kept, const std::uint64_t* replaced);
   void BindStructure();
+  void BindWritable() {
+    const bool open = state_ == DataSetState::kEdit || state_ == DataSetState::kInsert;
+    const bool calculating = state_ == DataSetState::kCalcFields;
+    writable_ = open ? &slots_->usual : calculating ? &slots_->calculated : &kNoSlots;
+  }
   void DropEverything();
   void RequireEditable() const;
   void PostSlowly();
   void CompactTexts();
+  void CompactTextsIfWorthIt() {
+    if (texts_.garbage() > kGarbageLimit && texts_.garbage() > texts_.used() / 2) CompactTexts();
+  }
   bool IsVisible(const std::uint64_t* cells) const;
   void RebuildVisible();
   void FilterPosted(bool inserted);
@@ -321,7 +333,7 @@ class RecordSet {
   void WriteCell(std::size_t index, std::uint64_t bits);
   void WriteValue(std::size_t index, const Value& value);
   std::uint64_t StoredText(std::size_t index, std::string_view text);
-  std::uint64_t StoredValue(std::size_t index, const Value& value);
+  std::optional<std::uint64_t> StoredValue(std::size_t index, const Value& value);
 
   // What every read and write of the current record needs.
   const SlotTables* slots_ = &kNoSlotTables;

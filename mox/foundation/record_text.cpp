@@ -190,8 +190,7 @@ class RecordSetText {
     std::string out;
     WriteHead(set, out);
     for (const std::uint32_t record : set.order_) {
-      const bool in_edit = set.has_undo_ && record == set.rows_[set.position_];
-      const std::uint64_t* const cells = in_edit ? set.undo_.data() : set.CellsOf(record);
+      const std::uint64_t* const cells = set.PostedCellsOf(record);
       for (std::size_t i = 0; i < set.FieldCount(); ++i) {
         if (i > 0) out += ' ';
         WriteCell(set, cells, i, out);

@@ -121,33 +121,32 @@ std::uint64_t RecordSet::StoredText(std::size_t index, std::string_view text) {
   return texts_.Add(text);
 }
 
-std::uint64_t RecordSet::StoredValue(std::size_t index, const Value& value) {
+// None is null, as which a blank text is stored in a field that holds no text.
+std::optional<std::uint64_t> RecordSet::StoredValue(std::size_t index, const Value& value) {
   const FieldKind kind = KindOf(index);
-  if (!HoldsText(kind)) return PackNumber(kind, value);
-  if (const auto* text = std::get_if<std::string>(&value)) return StoredText(index, *text);
-  return StoredText(index, ToText(value));
-}
-
-// Stores a value of another kind than the field's, or a text.
-void RecordSet::WriteValue(std::size_t index, const Value& value) {
-  RequireWritable(index);
   const auto* text = std::get_if<std::string>(&value);
-  const bool holds_text = HoldsText(KindOf(index));
-  const bool blank = text != nullptr && !holds_text && TrimBlanks(*text).empty();
-  if (blank || std::holds_alternative<std::monostate>(value)) {
-    SetNull(index);
-    return;
-  }
-  std::uint64_t bits = 0;
+  if (std::holds_alternative<std::monostate>(value)) return std::nullopt;
+  if (HoldsText(kind)) return StoredText(index, text != nullptr ? *text : ToText(value));
+  if (text != nullptr && TrimBlanks(*text).empty()) return std::nullopt;
   try {
-    bits = StoredValue(index, value);
+    return PackNumber(kind, value);
   } catch (const ConversionError& error) {
     RethrowFor(index, error);
   } catch (const Overflow& error) {
     throw Overflow(Definition(index).name + ": " + error.what());
   }
-  if (holds_text) DropText(index);
-  WriteCell(index, bits);
+}
+
+// Stores a value of another kind than the field's, or a text.
+void RecordSet::WriteValue(std::size_t index, const Value& value) {
+  RequireWritable(index);
+  const auto bits = StoredValue(index, value);
+  if (!bits) {
+    SetNull(index);
+    return;
+  }
+  if (HoldsText(KindOf(index))) DropText(index);
+  WriteCell(index, *bits);
 }
 
 // The text that the current record held so far is dead, unless a cancel may still bring it back.
