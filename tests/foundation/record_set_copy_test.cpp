@@ -1,0 +1,173 @@
+#include <gtest/gtest.h>
+
+#include <optional>
+
+#include "mox/foundation/error.h"
+#include "record_set_kinds.h"
+#include "record_set_script.h"
+
+namespace mox {
+namespace {
+
+TEST(CleanClone, TakesOverStructureAndRecordsOnly) {
+  RecordSet source = AllKinds();
+  for (const Values& sample : Samples()) source.AppendRecord(sample);
+  source.FieldByName("float").SetDisplayFormat("0.000");
+  source.SetFilter("integer = '-7'");
+  source.SetFiltered(true);
+  const std::string saved = source.SaveToString();
+  RecordSet clone = Letters("a b");
+  int fired = 0;
+  clone.SetOnCalcFields([&](RecordSet&) { ++fired; });
+  RunScript(clone, "e =x");
+  clone.CleanClone(source);
+  EXPECT_EQ(clone.State(), DataSetState::kBrowse);
+  EXPECT_EQ(clone.Name(), "slova");
+  EXPECT_EQ(clone.Position(), 0U);
+  EXPECT_EQ(fired, 1) << "its own event, for the first record";
+  EXPECT_FALSE(clone.IsFiltered());
+  clone.SetName(source.Name());
+  EXPECT_EQ(clone.SaveToString(), saved);
+
+  // What one of them changes the other does not.
+  clone.FieldByName("text").SetDisplayName("Naziv");
+  clone.FieldByName("text").SetRequired(true);
+  clone.FieldByName("float").SetDisplayFormat("0.0");
+  RunScript(clone, "L e =x . F D");
+  EXPECT_EQ(source.SaveToString(), saved);
+  EXPECT_EQ(source.FieldByName("text").DisplayName(), "text");
+  EXPECT_EQ(source.FieldByName("float").DisplayFormat(), "0.000");
+  EXPECT_FALSE(source.FieldByName("text").Required());
+  source.Close();
+  clone.First();
+  EXPECT_EQ(ValuesOf(clone), Samples()[1]);
+  clone.CleanClone(source);
+  EXPECT_FALSE(clone.IsActive());
+  EXPECT_EQ(clone.FieldCount(), kFieldKindCount);
+}
+
+// A label may be changed while a record is open, also where the structure was shared with a set that goes.
+TEST(CleanClone, MayChangeALabelInTheMiddleOfAnEdit) {
+  std::optional<RecordSet> source(std::in_place);
+  source->DefineField("pc", FieldKind::kCurrency);
+  source->DefineField({.name = "pci", .kind = FieldKind::kCurrency, .calculated = true});
+  source->Open();
+  source->AppendRecord({1.0, 1.0});
+  RecordSet clone;
+  clone.CleanClone(*source);
+  bool first = true;
+  clone.SetOnCalcFields([&](RecordSet& line) {
+    if (first) line.FieldByName("pc").SetDisplayFormat("0.00");
+    if (first) source.reset();
+    first = false;
+    line.Set(field::pci, Currency::FromUnits(3));
+  });
+  clone.Edit();
+  clone.Refresh();
+  clone.Set(field::pc, Currency::FromUnits(2));
+  clone.Post();
+  EXPECT_EQ(clone[field::pc].ToString() + clone[field::pci].ToString(), "2.003.00");
+
+  RecordSet again;
+  again.CleanClone(clone);
+  again.Edit();
+  again.FieldByName("pc").SetDisplayName("Cijena");
+  clone = RecordSet();
+  again.Set(field::pc, Currency::FromUnits(4));
+  EXPECT_EQ(again[field::pc].ToString(), "4.00");
+}
+
+TEST(Copying, LeavesAPendingEditOut) {
+  RecordSet source = Letters("a b");
+  RunScript(source, "N e =x");
+  RecordSet clone;
+  clone.CleanClone(source);
+  EXPECT_EQ(Outcome(clone), "<[a] b");
+  clone.DataTransfer(source);
+  EXPECT_EQ(Outcome(clone), "a [b] a b");
+  EXPECT_EQ(Outcome(source), "a [b] edit:x");
+}
+
+TEST(DataTransfer, AppendsRecordsByFieldName) {
+  RecordSet source("izvor");
+  source.DefineField("SIFRA", FieldKind::kInteger);
+  source.DefineField("naziv", FieldKind::kText);
+  source.DefineField("iznos", FieldKind::kText);
+  source.DefineField("visak", FieldKind::kText);
+  source.Open();
+  source.AppendRecord({std::int64_t{7}, "Čašica", "12,5", "x"});
+  source.AppendRecord({Value(), "", " ", "y"});
+  source.AppendRecord({std::int64_t{9}, Value(), Value(), "z"});
+  source.SetFilter("visak = 'x'");
+  source.SetFiltered(true);
+
+  RecordSet target("cilj");
+  target.DefineField("naziv", FieldKind::kText, 3);
+  target.DefineField("iznos", FieldKind::kCurrency);
+  target.DefineField("sifra", FieldKind::kText);
+  for (const char* name : {"datum", "rok", "dvo", "valuta"}) target.DefineField(name, FieldKind::kDate);
+  target.Open();
+  target.AppendRecord({"a", 1.0});
+  target.Edit();
+  target.SetText(0, "b");
+  target.DataTransfer(source);
+  EXPECT_EQ(target.Position(), 0U);
+  EXPECT_EQ(target.State(), DataSetState::kBrowse);
+  std::string records;
+  for (target.First(); !target.Eof(); target.Next()) {
+    for (std::size_t i = 0; i < 3; ++i) {
+      records += (target.IsNull(i) ? "~" : target.AsText(i)) + (i < 2 ? "|" : "\n");
+    }
+    EXPECT_TRUE(target.IsNull(3));
+  }
+  EXPECT_EQ(records, "b|1,00|~\nČaš|12,50|7\n|~|~\n~|~|9\n");
+
+  source.SetFiltered(false);
+  source.Last();
+  source.Edit();
+  source.SetText(2, "abc");
+  source.Post();
+  const std::string before = target.SaveToString();
+  try {
+    target.DataTransfer(source);
+    ADD_FAILURE();
+  } catch (const ConversionError& error) {
+    EXPECT_STREQ(error.what(), "iznos: \"abc\" is not a number");
+  }
+  EXPECT_EQ(target.SaveToString(), before);
+  EXPECT_EQ(target.Position(), 3U);
+  EXPECT_THROW(target.DataTransfer(target), Error);
+
+  target.SetFilter("naziv like 'b%'");
+  target.SetFiltered(true);
+  target.DataTransfer(AllKinds({{}}));
+  EXPECT_EQ(target.RecordCount(), 1U);
+  target.SetFiltered(false);
+  EXPECT_EQ(target.RecordCount(), 5U);
+}
+
+TEST(MovedFromSets, AreEmptyAndUsable) {
+  RecordSet source = Letters("a1 b a2");
+  int fired = 0;
+  source.SetOnCalcFields([&](RecordSet&) { ++fired; });
+  RunScript(source, "f N e =x");
+  RecordSet target(std::move(source));
+  EXPECT_EQ(target.State(), DataSetState::kEdit);
+  EXPECT_EQ(Outcome(target), "a1 [a2] edit:x");
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(source.State(), DataSetState::kInactive);  // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(source.FieldCount(), 0U);
+    EXPECT_THROW(source.First(), StateError);
+    fired = 0;
+    source.DefineField("slovo", FieldKind::kText);
+    source.Open();
+    source.AppendRecord({"c"});
+    EXPECT_EQ(Outcome(source), "[c]");
+    EXPECT_EQ(fired, 0);
+    target = std::move(source);
+  }
+  EXPECT_EQ(target.AsText(0), "c");
+}
+
+}  // namespace
+}  // namespace mox
