@@ -89,9 +89,13 @@ void Calc_Marp_ZadanaMarza_ArtInsert(RecordSet& articles, Currency price, bool w
     purchase_price = net * articles[ztp] / 100 + net;
   }
   if (price.IsZero() || !articles.Has(marp)) return;
+  if (purchase_price.scaled() == 0) {
+    articles.Set(marp, 0);
+    return;
+  }
   const Amount net_price =
       with_vat ? WithoutTax(price - articles.Optional(pov_nak), articles.Optional(tbr_stp)) : Amount(price);
-  articles.Set(marp, PercentOf(net_price - purchase_price, purchase_price));
+  articles.Set(marp, (net_price - purchase_price) / purchase_price * 100);
 }
 
 }  // namespace mox
