@@ -71,10 +71,12 @@ void RunCalc(const CalcArguments& arguments, Session& session) {
 
 void Declare(CLI::App& options, Action& action) {
   auto arguments = std::make_shared<CalcArguments>();
-  options.add_option("FUNCTION", arguments->function, "the function, letter for letter");
-  options.add_option("ARG", arguments->words,
-                     "its own arguments after the record set, in its own order; then FILE, the record set "
-                     "(standard input where it is left out or -)");
+  options.add_option("FUNCTION", arguments->function, "the function, letter for letter")->type_name("");
+  options
+      .add_option("ARG", arguments->words,
+                  "its own arguments after the record set, in its own order;\n"
+                  "then FILE, the record set (standard input where it is left out or -)")
+      ->type_name("");
   options.add_flag("--list", arguments->list, "list the functions with their arguments");
   options.add_flag("--table", arguments->table, "print a table for people instead of a record-set file");
   options.callback(

@@ -45,13 +45,25 @@ void AppendTitled(std::string_view title, RecordSet* records, const TableOptions
   AppendTable(*records, options, out);
 }
 
+void DropZeros(RecordSet& totals) {
+  for (totals.First(); !totals.Eof();) {
+    if (totals.FieldByName("iznos").AsCurrency().IsZero()) {
+      totals.Delete();
+      if (totals.IsEmpty()) return;
+    } else {
+      totals.Next();
+    }
+  }
+}
+
 void AppendForPeople(Document& document, std::string& out) {
   const TableOptions lines{.number_records = true, .hide_empty = true};
   out += std::string(document.kind().title) + "\n";
   AppendTitled("Stavke", document.Goods(), lines, out);
   AppendTitled("Usluge", document.Services(), lines, out);
   AppendTitled("Rekapitulacija PDV-a", document.Recap(), {}, out);
-  AppendTitled("Ukupno", &document.Totals(), {}, out);
+  DropZeros(document.Totals());
+  if (!document.Totals().IsEmpty()) AppendTitled("Ukupno", &document.Totals(), {}, out);
 }
 
 void AppendFiles(Document& document, std::string& out) {
@@ -88,11 +100,13 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
 
 void Declare(CLI::App& options, Action& action) {
   auto arguments = std::make_shared<DocumentArguments>();
-  options.add_option("KIND", arguments->kind, "the kind of document; --list names them");
-  options.add_option(
-      "FILE", arguments->paths,
-      "the lines: input columns and any others (standard input where it is left out or -); then "
-      "SERVICES, the lines of services where the kind has them beside goods");
+  options.add_option("KIND", arguments->kind, "the kind of document; --list names them")->type_name("");
+  options
+      .add_option("FILE", arguments->paths,
+                  "the lines: input columns and any others (standard input where it is\n"
+                  "left out or -); then SERVICES, the lines of services where the kind\n"
+                  "has them beside goods")
+      ->type_name("");
   options.add_flag("--list", arguments->list, "list the kinds with their columns, or show the one named");
   options.add_flag("--csv", arguments->csv,
                    "print record-set files, separated by a blank line, instead of tables for people");

@@ -1,5 +1,7 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
+#include <optional>
 
 #include "cli/command.h"
 #include "cli/recap_members.h"
@@ -21,7 +23,7 @@ void ListMembers(std::string& out) {
     out += member.name;
     for (const RecapMember::Argument& argument : member.arguments) {
       const bool required = argument.need == RecapMember::Need::kRequired;
-      const std::string text = std::string(argument.name) + "=";
+      const std::string text = std::string(argument.name) + (argument.name == "Digits" ? "=N" : "=FIELD");
       out += required ? " " + text : " [" + text + "]";
     }
     const bool needs_second = member.second_file == RecapMember::SecondFile::kRequired;
@@ -49,14 +51,20 @@ Words SplitWords(const std::vector<std::string>& words) {
   return split;
 }
 
-void CheckPaths(const RecapMember& member, const std::vector<std::string>& paths) {
+void CheckPaths(const RecapMember& member, const Words& words) {
   using SecondFile = RecapMember::SecondFile;
+  const std::vector<std::string>& paths = words.paths;
   const std::string name(member.name);
   if (member.second_file == SecondFile::kRequired && paths.size() != 2) {
     throw UsageError(name + " takes two files, the lines and the book");
   }
   if (paths.size() > (member.second_file == SecondFile::kNone ? 1U : 2U)) {
     throw UsageError(name + " does not take the file \"" + paths.back() + "\"");
+  }
+  const bool has_second_field = std::any_of(words.values.begin(), words.values.end(),
+                                            [](const auto& value) { return value.name.ends_with('2'); });
+  if (paths.size() == 2 && member.second_file == SecondFile::kOptional && !has_second_field) {
+    throw UsageError("the file \"" + paths[1] + "\" is given without AmountField2=");
   }
   if (paths.size() == 2 && paths[0] == "-" && paths[1] == "-") {
     throw UsageError("only one of the files can be standard input");
@@ -69,26 +77,21 @@ void RunRecap(const RecapArguments& arguments, Session& session) {
   const RecapMember& member = FindRecapMember(arguments.member);
   const Words words = SplitWords(arguments.words);
   CheckRecapValues(member, words.values);
-  CheckPaths(member, words.paths);
+  CheckPaths(member, words);
 
   WalkWatch watch;
   RecordSetFile lines = ReadRecordSet(ReadFileText(words.paths.empty() ? "-" : words.paths[0], session.in));
   watch.Observe(lines);
-  RecordSetFile second;
-  const bool has_second = words.paths.size() == 2;
-  if (has_second) second = ReadRecordSet(ReadFileText(words.paths[1], session.in));
+  std::optional<RecordSetFile> second;
+  if (words.paths.size() == 2) second = ReadRecordSet(ReadFileText(words.paths[1], session.in));
+  const bool fills_book = member.fields.empty();
+  if (second && !fills_book) watch.Observe(*second);
+
   RecordSet declared;
-  const bool fills_second = member.fields.empty();
-  if (fills_second) {
-    // The lines are what the watch follows.
-  } else {
-    declared = DeclareRecap(member);
-    if (has_second) watch.Observe(second);
-  }
-  RecordSet& recap = fills_second ? second.records : declared;
-  watch.Run([&] {
-    member.fill(RecapCall(words.values, lines.records, has_second ? &second.records : nullptr), recap);
-  });
+  if (!fills_book) declared = DeclareRecap(member);
+  RecordSet& recap = fills_book ? second->records : declared;
+  const RecapCall call(words.values, lines.records, second ? &second->records : nullptr);
+  watch.Run([&] { member.fill(call, recap); });
   if (arguments.table) {
     AppendTable(recap, {}, session.out);
   } else {
@@ -98,11 +101,14 @@ void RunRecap(const RecapArguments& arguments, Session& session) {
 
 void Declare(CLI::App& options, Action& action) {
   auto arguments = std::make_shared<RecapArguments>();
-  options.add_option("MEMBER", arguments->member, "the member of the family, letter for letter");
-  options.add_option(
-      "NAME=VALUE", arguments->words,
-      "its arguments by name; then FILE, the lines (standard input where it is left out or -), "
-      "and FILE2, the lines of the second amount field, or the inventory book");
+  options.add_option("MEMBER", arguments->member, "the member of the family, letter for letter")
+      ->type_name("");
+  options
+      .add_option("NAME=VALUE", arguments->words,
+                  "its arguments by name, in any order; then FILE, the lines\n"
+                  "(standard input where it is left out or -), and FILE2, the lines\n"
+                  "of the second amount field, or the inventory book")
+      ->type_name("");
   options.add_flag("--list", arguments->list, "list the members with their arguments");
   options.add_flag("--table", arguments->table, "print a table for people instead of a record-set file");
   options.callback(

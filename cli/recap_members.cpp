@@ -43,15 +43,14 @@ const std::vector<std::string_view> kByRatesAndKind = {
 // The members in their three shapes, as functions of a call.
 template <auto kMember>
 void TwoAmounts(const RecapCall& call, RecordSet& recap) {
-  kMember(call.OptionalColumn("AmountField1"), call.OptionalSecondColumn("AmountField2"),
-          call.OptionalColumn("RateField1"), call.OptionalSecondColumn("RateField2"), recap,
-          call.Integer("Digits"));
+  kMember(call.Numbers("AmountField1"), call.SecondNumbers("AmountField2"), call.Numbers("RateField1"),
+          call.SecondNumbers("RateField2"), recap, call.Integer("Digits"));
 }
 
 template <auto kMember>
 void Special(const RecapCall& call, RecordSet& recap) {
-  kMember(call.OptionalColumn("SaleAmountField"), call.OptionalColumn("PurchaseAmountField"),
-          call.Column("RateField"), call.Column("KindValueField"), recap, call.Text("KindFieldName"));
+  kMember(call.Numbers("SaleAmountField"), call.Numbers("PurchaseAmountField"), *call.Numbers("RateField"),
+          call.Column("KindValueField"), recap, call.Text("KindFieldName"));
 }
 
 const std::vector<RecapMember> kMembers = {
@@ -59,16 +58,16 @@ const std::vector<RecapMember> kMembers = {
     {"FillPDVDataPPOM", kTwoAmountsAndDigits, SecondFile::kOptional, kByRate, TwoAmounts<FillPDVDataPPOM>},
     {"FillPDVDataIznosBezPDV", kTwoAmounts, SecondFile::kOptional, kByRate,
      [](const RecapCall& call, RecordSet& recap) {
-       FillPDVDataIznosBezPDV(call.OptionalColumn("AmountField1"), call.OptionalSecondColumn("AmountField2"),
-                              call.OptionalColumn("RateField1"), call.OptionalSecondColumn("RateField2"),
-                              recap);
+       FillPDVDataIznosBezPDV(call.Numbers("AmountField1"), call.SecondNumbers("AmountField2"),
+                              call.Numbers("RateField1"), call.SecondNumbers("RateField2"), recap);
      }},
     {"FillPDVDataPovDob",
      {{"RateField", Need::kRequired}, {"AmountField", Need::kRequired}, {"Digits", Need::kRequired}},
      SecondFile::kNone,
      kByRate,
      [](const RecapCall& call, RecordSet& recap) {
-       FillPDVDataPovDob(call.Column("RateField"), call.Column("AmountField"), recap, call.Integer("Digits"));
+       FillPDVDataPovDob(*call.Numbers("RateField"), *call.Numbers("AmountField"), recap,
+                         call.Integer("Digits"));
      }},
     {"FillPDVDataKnjigaPopisa",
      {},
@@ -81,10 +80,9 @@ const std::vector<RecapMember> kMembers = {
      Special<FillPDVDataAranzmanPosebniPostupak>},
     {"FillPDVDataHTLPosebniPostupakPP", kSpecialWithConsumptionTax, SecondFile::kNone, kByRatesAndKind,
      [](const RecapCall& call, RecordSet& recap) {
-       FillPDVDataHTLPosebniPostupakPP(call.OptionalColumn("SaleAmountField"),
-                                       call.OptionalColumn("PurchaseAmountField"), call.Column("RateField"),
-                                       call.Column("ConsumptionTaxRateField"), call.Column("KindValueField"),
-                                       recap, call.Text("KindFieldName"));
+       FillPDVDataHTLPosebniPostupakPP(call.Numbers("SaleAmountField"), call.Numbers("PurchaseAmountField"),
+                                       *call.Numbers("RateField"), *call.Numbers("ConsumptionTaxRateField"),
+                                       call.Column("KindValueField"), recap, call.Text("KindFieldName"));
      }}};
 
 bool IsGiven(std::span<const RecapValue> values, std::string_view name) {
@@ -122,16 +120,16 @@ const std::string* RecapCall::Find(std::string_view name) const {
 
 int RecapCall::Integer(std::string_view name) const { return IntegerArgument(name, Text(name)); }
 
-std::optional<Field> RecapCall::OptionalColumn(std::string_view name) const {
+std::optional<Field> RecapCall::NumbersOf(RecordSet& records, std::string_view name) const {
   const std::string* const column = Find(name);
   if (column == nullptr) return std::nullopt;
-  return lines_.FieldByName(*column);
-}
-
-std::optional<Field> RecapCall::OptionalSecondColumn(std::string_view name) const {
-  const std::string* const column = Find(name);
-  if (column == nullptr) return std::nullopt;
-  return (second_ != nullptr ? *second_ : lines_).FieldByName(*column);
+  const Field field = records.FieldByName(*column);
+  const FieldKind kind = field.Kind();
+  if (kind != FieldKind::kCurrency && kind != FieldKind::kFloat && kind != FieldKind::kInteger) {
+    throw Error(records.Name() + ":1: " + field.Name() + ": the column holds no numbers but " +
+                std::string(KindName(kind)) + "; its header can say " + field.Name() + ":currency");
+  }
+  return field;
 }
 
 std::span<const RecapMember> RecapMembers() { return kMembers; }

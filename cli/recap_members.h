@@ -32,12 +32,18 @@ class RecapCall {
   const std::string* Find(std::string_view name) const;
   const std::string& Text(std::string_view name) const { return *Find(name); }
   int Integer(std::string_view name) const;
-  /// None where the argument is not given. Raises FieldNotFound for an unknown column; so does Column.
-  std::optional<Field> OptionalColumn(std::string_view name) const;
-  std::optional<Field> OptionalSecondColumn(std::string_view name) const;
-  Field Column(std::string_view name) const { return *OptionalColumn(name); }
+  /// The column that an argument names; FieldNotFound for an unknown one.
+  Field Column(std::string_view name) const { return lines_.FieldByName(Text(name)); }
+  /// The same for amounts and rates, of the first record set or the second; none where the argument is not
+  /// given. Raises Error for a column that does not hold numbers.
+  std::optional<Field> Numbers(std::string_view name) const { return NumbersOf(lines_, name); }
+  std::optional<Field> SecondNumbers(std::string_view name) const {
+    return NumbersOf(second_ != nullptr ? *second_ : lines_, name);
+  }
 
  private:
+  std::optional<Field> NumbersOf(RecordSet& records, std::string_view name) const;
+
   std::span<const RecapValue> values_;
   RecordSet& lines_;
   RecordSet* second_;

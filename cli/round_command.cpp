@@ -22,8 +22,12 @@ void RunRound(const RoundArguments& arguments, Session& session) {
 
 void Declare(CLI::App& options, Action& action) {
   auto arguments = std::make_shared<RoundArguments>();
-  options.add_option("VALUE", arguments->value, "the number, with a decimal point")->required();
-  options.add_option("DIGITS", arguments->digits, "power of ten: 0 for units, -2 for hundredths")->required();
+  options.add_option("VALUE", arguments->value, "the number, with a decimal point")
+      ->required()
+      ->type_name("");
+  options.add_option("DIGITS", arguments->digits, "power of ten: 0 for units, -2 for hundredths")
+      ->required()
+      ->type_name("");
   options.callback(
       [arguments, &action] { action = [arguments](Session& session) { RunRound(*arguments, session); }; });
 }

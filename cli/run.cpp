@@ -124,11 +124,13 @@ Example:
   }
 }
 
-std::string CommandError(const CLI::App& app, const std::string& what) {
+// What is wrong where no command is known.
+std::string CommandError(const CLI::App& app, const CLI::ParseError& error) {
   std::vector<std::string_view> names;
   for (const Command* command : kCommands) names.emplace_back(command->name);
   const std::vector<std::string> rest = app.remaining();
-  if (rest.empty()) return app.get_subcommands().empty() ? "COMMAND is required" : what;
+  if (error.get_name() != "RequiredError") return error.what();
+  if (rest.empty()) return "COMMAND is required";
   if (rest.front().starts_with("-")) return "there is no option \"" + rest.front() + "\"";
   return "there is no command \"" + rest.front() + "\"" + DidYouMean(rest.front(), names);
 }
@@ -184,8 +186,7 @@ int Run(const std::vector<std::string>& arguments, std::istream& in, std::ostrea
     app.exit(success, out, err);
     return out.flush() ? kDone : kRefused;
   } catch (const CLI::ParseError& error) {
-    return WrongUsage(parsed.command, parsed.command.empty() ? CommandError(app, error.what()) : error.what(),
-                      err);
+    return WrongUsage(parsed.command, parsed.command.empty() ? CommandError(app, error) : error.what(), err);
   } catch (const UsageError& error) {
     return WrongUsage(parsed.command, error.what(), err);
   } catch (const Abort&) {

@@ -38,7 +38,8 @@ std::string DidYouMean(std::string_view unknown, const std::vector<std::string_v
     if (part || distance <= std::max<std::size_t>(2, folded.size() / 4)) near.emplace_back(distance, name);
   }
   std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-  if (near.size() > kMostSuggestions) near.resize(kMostSuggestions);
+  const std::size_t most = !near.empty() && near.front().first == 0 ? 1 : kMostSuggestions;
+  if (near.size() > most) near.resize(most);
   std::string text;
   for (const auto& [distance, name] : near) {
     text += text.empty() ? "; did you mean " : (name == near.back().second ? " or " : ", ");

@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# Calculates the example documents: examples/demo.sh MOX_BINARY
+set -euo pipefail
+
+[ $# -eq 1 ] || {
+  echo "usage: $0 MOX_BINARY" >&2
+  exit 2
+}
+binary=$(realpath -- "$1")
+cd -- "$(dirname -- "${BASH_SOURCE[0]}")"
+
+mox() { "$binary" "$@"; }
+
+# Shows a command and runs it.
+show() {
+  printf '\n$ %s\n\n' "$1"
+  eval "$1"
+}
+
+echo "A cash invoice: goods and services, discounts, three tax rates, a return fee on bottles."
+show "mox document gotovinski-racun gotovinski_racun_roba.csv gotovinski_racun_usluge.csv"
+
+echo
+echo "A goods receipt: the supplier's invoice and its tax."
+show "mox document primka-kalkulacija primka.csv"
+
+echo
+echo "Its costing: dependent costs make the purchase price, the margin percent makes the retail price."
+show 'mox calc PrimkaKalkulacija01CalcFields primka.csv |
+    mox calc calc_NC_PrimkaKalkulacija 2 |
+    mox calc CalcMPC_Marza_PrimkaKalkulacija 0 2 2 --table'
+
+cat <<TEXT
+
+What to try next, in the folder $PWD:
+
+  mox=$binary
+  \$mox document --list                          # the kinds of documents, what each needs and fills
+  \$mox document gotovinski-racun --csv gotovinski_racun_roba.csv      # files instead of tables
+  \$mox calc --list                              # every function of document lines
+  \$mox recap --list                             # every tax recapitulation
+  \$mox round -2.675 -2                          # the rounding rule behind all of it
+  \$mox --help
+TEXT

@@ -1,0 +1,151 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cli/run.h"
+#include "mox/foundation/files.h"
+
+namespace mox {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A golden file is a transcript. Each of its lines begins with a mark:
+//
+//   file NAME          a file in the folder of the test; its lines follow, each with "| "
+//   copy PATH          a file of the repository, copied there
+//   $ mox ARGUMENTS    a command, or several joined by " | "; "< NAME" gives it standard input, and quotes
+//                      hold an argument together
+//   > TEXT             a line that it printed
+//   ! TEXT             a line of its standard error
+//   = STATUS           its exit status, where that is not 0
+//
+// Other lines are for the reader.
+
+struct Result {
+  std::string out;
+  std::string err;
+  int status = 0;
+};
+
+std::vector<std::string> SplitWords(const std::string& line) {
+  std::vector<std::string> words;
+  bool in_word = false;
+  bool quoted = false;
+  for (const char c : line) {
+    if (c == '"') {
+      quoted = !quoted;
+      if (!in_word) words.emplace_back();
+      in_word = true;
+    } else if (c == ' ' && !quoted) {
+      in_word = false;
+    } else {
+      if (!in_word) words.emplace_back();
+      in_word = true;
+      words.back() += c;
+    }
+  }
+  return words;
+}
+
+// Runs "mox ... < file | mox ...". The status is that of the first command that fails.
+Result RunLine(const std::string& line) {
+  Result result;
+  std::vector<std::string> arguments;
+  std::string input;
+  const auto run = [&] {
+    std::istringstream in(input);
+    std::ostringstream out;
+    std::ostringstream err;
+    const int status = Run(arguments, in, out, err);
+    if (result.status == 0) result.status = status;
+    result.out = out.str();
+    result.err += err.str();
+    input = result.out;
+    arguments.clear();
+  };
+  const std::vector<std::string> words = SplitWords(line);
+  for (auto word = words.begin(); word != words.end(); ++word) {
+    if (*word == "mox" && arguments.empty()) continue;
+    if (*word == "|") {
+      run();
+    } else if (*word == "<") {
+      input = ReadWholeFile(*++word);
+    } else {
+      arguments.push_back(*word);
+    }
+  }
+  run();
+  return result;
+}
+
+void AppendMarked(const std::string& mark, const std::string& text, std::string& transcript) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    transcript += mark + (line.empty() ? "" : " " + line) + "\n";
+  }
+}
+
+bool IsExpectation(const std::string& line) {
+  return line.starts_with("> ") || line == ">" || line.starts_with("! ") || line.starts_with("= ");
+}
+
+// Replays the transcript and writes down what happened.
+std::string Replay(const std::string& golden) {
+  std::string actual;
+  std::ofstream file;
+  std::istringstream lines(golden);
+  for (std::string line; std::getline(lines, line);) {
+    if (IsExpectation(line)) continue;
+    actual += line + "\n";
+    if (line.starts_with("| ")) {
+      file << line.substr(2) << "\n";
+    } else if (line == "|") {
+      file << "\n";
+    } else if (line.starts_with("file ")) {
+      file = std::ofstream(line.substr(5), std::ios::binary);
+    } else if (line.starts_with("copy ")) {
+      const fs::path source = fs::path(MOX_SOURCE_DIR) / line.substr(5);
+      fs::copy_file(source, source.filename(), fs::copy_options::overwrite_existing);
+    } else if (line.starts_with("$ ")) {
+      file.close();
+      const Result result = RunLine(line.substr(2));
+      AppendMarked(">", result.out, actual);
+      AppendMarked("!", result.err, actual);
+      if (result.status != 0) actual += "= " + std::to_string(result.status) + "\n";
+    }
+  }
+  return actual;
+}
+
+class Golden : public testing::TestWithParam<std::string> {};
+
+TEST_P(Golden, IsReplayed) {
+  const std::string golden =
+      ReadWholeFile(std::string(MOX_SOURCE_DIR "/tests/cli/golden/") + GetParam() + ".txt");
+  const fs::path folder = fs::path(testing::TempDir()) / ("mox_golden_" + GetParam());
+  fs::remove_all(folder);
+  fs::create_directories(folder);
+  fs::current_path(folder);
+  EXPECT_EQ(Replay(golden), golden);
+}
+
+std::vector<std::string> GoldenNames() {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(MOX_SOURCE_DIR "/tests/cli/golden")) {
+    if (entry.path().extension() == ".txt") names.push_back(entry.path().stem().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(Cli, Golden, testing::ValuesIn(GoldenNames()),
+                         [](const auto& name) { return name.param; });
+
+}  // namespace
+}  // namespace mox

@@ -1,0 +1,80 @@
+#include "cli/run.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace mox {
+namespace {
+
+struct Outcome {
+  int status = 0;
+  std::string out;
+  std::string err;
+};
+
+Outcome RunWith(const std::vector<std::string>& arguments, const std::string& input = "") {
+  std::istringstream in(input);
+  std::ostringstream out;
+  std::ostringstream err;
+  const int status = mox::Run(arguments, in, out, err);
+  return {status, out.str(), err.str()};
+}
+
+TEST(Run, FailsWhenItsResultCannotBeWritten) {
+  std::istringstream in;
+  std::ostream out(nullptr);
+  std::ostringstream err;
+  EXPECT_EQ(mox::Run({"round", "1", "0"}, in, out, err), 1);
+  EXPECT_EQ(err.str(), "mox: standard output cannot be written\n");
+}
+
+TEST(Run, FailsWhenStandardInputCannotBeRead) {
+  std::istream in(nullptr);
+  std::ostringstream out;
+  std::ostringstream err;
+  EXPECT_EQ(mox::Run({"calc", "calcRabat"}, in, out, err), 1);
+  EXPECT_EQ(err.str(), "mox: standard input: cannot be read\n");
+}
+
+TEST(Run, ReportsAnErrorOnOneLine) {
+  const Outcome outcome = RunWith({"calc", "calcRabat"}, "pci\n\"1\n2\t\x7F\"\n");
+  EXPECT_EQ(outcome.err, "mox: standard input:2: pci: \"1\\n2\\x09\\x7F\" is not a number\n");
+  EXPECT_EQ(outcome.out, "");
+}
+
+TEST(Run, HelpsWithEachCommand) {
+  EXPECT_NE(RunWith({"--help"}).out.find("Usage: mox [OPTION...] COMMAND [ARGUMENT...]"), std::string::npos);
+  for (const char* command : {"round", "calc", "recap", "document"}) {
+    const Outcome outcome = RunWith({command, "--help"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_NE(outcome.out.find(std::string("Usage: mox [OPTION...] ") + command), std::string::npos);
+    EXPECT_NE(outcome.out.find(std::string("\n  mox ") + command), std::string::npos) << "an example";
+  }
+}
+
+// Every listed function can be named, and every listed kind.
+TEST(Run, ListsWhatItKnows) {
+  std::istringstream functions(RunWith({"calc", "--list"}).out);
+  std::size_t count = 0;
+  for (std::string line; std::getline(functions, line);) {
+    if (!line.starts_with("  ")) continue;
+    std::istringstream words(line);
+    std::vector<std::string> arguments = {"calc"};
+    for (std::string word; words >> word;) {
+      const bool boolean = word.ends_with(":boolean");
+      arguments.push_back(word.find(':') == std::string::npos ? word : (boolean ? "true" : "2"));
+    }
+    EXPECT_EQ(RunWith(arguments, "x\n").out, "x:text\n") << line;
+    ++count;
+  }
+  EXPECT_EQ(count, 70U);
+  EXPECT_EQ(RunWith({"document", "--list", "izmjena-cijena"}).out,
+            "izmjena-cijena: Izmjena cijena (price change)\n"
+            "  goods       kolicina vpc nvpc\n"
+            "  calculates  vpci nvpci razlika\n"
+            "  recap       none\n");
+}
+
+}  // namespace
+}  // namespace mox
