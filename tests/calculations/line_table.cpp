@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdio>
@@ -14,23 +13,23 @@ namespace {
 struct Assignment {
   std::string name;
   std::string value;
-  bool operator==(const Assignment&) const = default;
 };
+
+using Assignments = std::vector<Assignment>;
 
 struct Row {
   std::string text;
   std::vector<std::string> arguments;
-  std::vector<Assignment> settings;
-  std::vector<Assignment> given;
-  std::vector<Assignment> expected;
+  Assignments settings;
+  Assignments given;
+  Assignments expected;
   std::string error;
   bool may_change_more = false;
 };
 
 Assignment ParseAssignment(const std::string& word) {
-  const std::size_t equals = word.find('=');
-  return equals == std::string::npos ? Assignment{word, ""}
-                                     : Assignment{word.substr(0, equals), word.substr(equals + 1)};
+  const std::size_t equals = std::min(word.find('='), word.size());
+  return {word.substr(0, equals), word.substr(std::min(equals + 1, word.size()))};
 }
 
 Row ParseRow(const std::string& text) {
@@ -38,40 +37,38 @@ Row ParseRow(const std::string& text) {
   row.text = text;
   const std::size_t error = text.find(" ! ");
   if (error != std::string::npos) row.error = text.substr(error + 3);
-  std::string body = text.substr(0, error);
-  if (body.front() == '(') {
-    const std::size_t end = body.find(')');
-    std::istringstream arguments(body.substr(1, end - 1));
-    for (std::string argument; std::getline(arguments >> std::ws, argument, ',');) {
-      row.arguments.push_back(argument);
-    }
-    body.erase(0, end + 1);
+  std::istringstream words(text.substr(0, error));
+  if (text.front() == '(') {
+    std::string arguments;
+    std::getline(words, arguments, ')');
+    std::istringstream list(arguments.substr(1));
+    for (std::string argument; std::getline(list, argument, ',');) row.arguments.push_back(argument);
   }
-  std::istringstream words(body);
-  bool left = true;
+  Assignments* side = &row.given;
   for (std::string word; words >> word;) {
     if (word == "->") {
-      left = false;
+      side = &row.expected;
     } else if (word == "...") {
       row.may_change_more = true;
-    } else if (std::isupper(static_cast<unsigned char>(word.front())) != 0) {
-      row.settings.push_back(ParseAssignment(word));
     } else {
-      (left ? row.given : row.expected).push_back(ParseAssignment(word));
+      const bool is_setting = std::isupper(static_cast<unsigned char>(word.front())) != 0;
+      (is_setting ? row.settings : *side).push_back(ParseAssignment(word));
     }
   }
-  EXPECT_FALSE(left) << "no arrow in: " << text;
+  EXPECT_EQ(side, &row.expected) << "no arrow in: " << text;
   return row;
 }
 
-bool Names(const std::vector<Assignment>& assignments, std::string_view name) {
-  return std::any_of(assignments.begin(), assignments.end(), [&](const auto& a) { return a.name == name; });
+const std::string* Find(const Assignments& assignments, std::string_view name) {
+  for (const Assignment& a : assignments) {
+    if (a.name == name) return &a.value;
+  }
+  return nullptr;
 }
 
-std::string Join(const std::vector<Assignment>& assignments) {
-  std::string text;
-  for (const Assignment& a : assignments) text += (text.empty() ? "" : " ") + a.name + "=" + a.value;
-  return text;
+FieldKind UsualKind(std::string_view name) {
+  const auto id = FindInVocabulary(name);
+  return id ? kVocabulary[static_cast<std::size_t>(*id)].kind : FieldKind::kText;
 }
 
 Value ParseValue(FieldKind kind, const std::string& text) {
@@ -87,26 +84,29 @@ Value ParseValue(FieldKind kind, const std::string& text) {
   }
 }
 
+void SetField(RecordSet& set, const Assignment& a) {
+  set.FieldByName(a.name).SetVariant(ParseValue(UsualKind(a.name), a.value));
+}
+
 // A line with every field of the vocabulary, but those that the row declares absent and the one to leave out.
-RecordSet MakeLine(const Row& row, std::string_view left_out) {
+RecordSet MakeLine(const Row& row, Way way, std::string_view left_out) {
   RecordSet line("line");
+  const auto is_absent = [&](std::string_view name) {
+    const std::string* value = Find(row.given, name);
+    return name == left_out || (value != nullptr && *value == "absent");
+  };
   for (const VocabularyEntry& entry : kVocabulary) {
-    const std::string name(entry.name);
-    if (name == left_out || std::count(row.given.begin(), row.given.end(), Assignment{name, "absent"}) > 0) {
-      continue;
-    }
+    if (is_absent(entry.name)) continue;
     FieldDef def;
-    def.name = name;
-    def.kind = entry.kind;
-    def.calculated = row.may_change_more || Names(row.expected, name);
+    def.name = entry.name;
+    def.kind = way == Way::kOtherKind && entry.name == "kolicina" ? FieldKind::kCurrency : entry.kind;
+    def.calculated = row.may_change_more || Find(row.expected, entry.name) != nullptr;
     line.DefineField(def);
   }
   line.Open();
   line.Append();
   for (const Assignment& a : row.given) {
-    if (a.name == left_out || a.value == "absent") continue;
-    Field field = line.FieldByName(a.name);
-    field.SetVariant(ParseValue(field.Kind(), a.value));
+    if (!is_absent(a.name)) SetField(line, a);
   }
   line.Post();
   return line;
@@ -120,9 +120,10 @@ struct Outcome {
 Outcome Run(const LineFunction& function, const Row& row, Way way, std::string_view left_out = {}) {
   TestHost host;
   for (const Assignment& a : row.settings) host.settings.WriteString("GENERAL", a.name, a.value);
-  RecordSet line = MakeLine(row, left_out);
-  std::vector<Value> before;
-  for (std::size_t i = 0; i < line.FieldCount(); ++i) before.push_back(line.AsVariant(i));
+  RecordSet line = MakeLine(row, way, left_out);
+  RecordSet before;
+  before.CleanClone(line);
+  before.First();
 
   Outcome outcome;
   try {
@@ -130,48 +131,46 @@ Outcome Run(const LineFunction& function, const Row& row, Way way, std::string_v
       line.SetOnCalcFields([&](RecordSet& lines) { function(lines, row.arguments); });
       line.Refresh();
     } else {
-      if (way == Way::kEdit) line.Edit();
+      if (way != Way::kBrowse) line.Edit();
       function(line, row.arguments);
     }
   } catch (const Error& error) {
     outcome.error = error.what();
   }
-  const auto state = way == Way::kCalcFields ? DataSetState::kBrowse : DataSetState::kEdit;
-  EXPECT_EQ(line.State(), state) << function.Name();
+  EXPECT_EQ(line.State(), way == Way::kCalcFields ? DataSetState::kBrowse : DataSetState::kEdit);
 
-  std::vector<Assignment> values;
+  const auto show = [&](const std::string& name, const Value& value) {
+    outcome.values += " " + name + "=" + Show(value);
+  };
   for (const Assignment& a : row.expected) {
-    if (a.name != left_out) values.push_back({a.name, Show(line.FieldByName(a.name).AsVariant())});
+    if (a.name != left_out) show(a.name, line.FieldByName(a.name).AsVariant());
   }
   for (std::size_t i = 0; i < line.FieldCount() && !row.may_change_more; ++i) {
     const std::string& name = line.FieldAt(i).Name();
-    if (!Names(row.expected, name) && line.AsVariant(i) != before[i]) {
-      values.push_back({name, Show(line.AsVariant(i))});
-    }
+    if (Find(row.expected, name) != nullptr || line.AsVariant(i) == before.AsVariant(i)) continue;
+    show(name, line.AsVariant(i));
   }
-  outcome.values = Join(values);
   return outcome;
 }
 
 void ExpectRow(const LineFunction& function, const Row& row, Way way) {
-  std::vector<Assignment> expected = row.expected;
-  for (Assignment& a : expected) {
-    const auto id = FindInVocabulary(a.name);
-    ASSERT_TRUE(id) << a.name;
-    a.value = Show(ParseValue(kVocabulary[static_cast<std::size_t>(*id)].kind, a.value));
+  std::string expected;
+  for (const Assignment& a : row.expected) {
+    expected += " " + a.name + "=" + Show(ParseValue(UsualKind(a.name), a.value));
   }
   const Outcome outcome = Run(function, row, way);
-  const char* where = way == Way::kCalcFields ? " in the event: " : ": ";
-  EXPECT_EQ(outcome.values, Join(expected)) << function.Name() << where << row.text;
-  EXPECT_EQ(outcome.error, row.error) << function.Name() << where << row.text;
+  const char* ways[] = {": ", " with another kind: ", " in the event: ", ": "};
+  const std::string where = function.Name() + std::string(ways[static_cast<int>(way)]) + row.text;
+  EXPECT_EQ(outcome.values, expected) << where;
+  EXPECT_EQ(outcome.error, row.error) << where;
 }
 
 void ExpectEveryFieldNeeded(const LineFunction& function, const Row& row) {
-  std::vector<Assignment> named = row.given;
-  named.insert(named.end(), row.expected.begin(), row.expected.end());
-  for (const Assignment& a : named) {
-    EXPECT_EQ(Run(function, row, Way::kEdit, a.name).error, "line: field \"" + a.name + "\" not found")
-        << function.Name() << ": " << row.text;
+  for (const Assignments* side : {&row.given, &row.expected}) {
+    for (const Assignment& a : *side) {
+      EXPECT_EQ(Run(function, row, Way::kEdit, a.name).error, "line: field \"" + a.name + "\" not found")
+          << function.Name() << ": " << row.text;
+    }
   }
 }
 
@@ -185,47 +184,37 @@ int TestHost::ShowVelorDialog(TVCustomDialogType kind, std::string_view caption,
   return 0;
 }
 
-void ExpectRows(const std::vector<LineFunction>& functions, const std::vector<std::string>& rows) {
-  for (const LineFunction& function : functions) {
-    for (const std::string& row : rows) {
-      ExpectRow(function, ParseRow(row), Way::kEdit);
-      ExpectRow(function, ParseRow(row), Way::kCalcFields);
-    }
-    ExpectEveryFieldNeeded(function, ParseRow(rows.front()));
-  }
-}
-
 void ExpectRowsIn(Way way, const LineFunction& function, const std::vector<std::string>& rows) {
   for (const std::string& row : rows) ExpectRow(function, ParseRow(row), way);
 }
 
+void ExpectRows(const std::vector<LineFunction>& functions, const std::vector<std::string>& rows) {
+  for (const LineFunction& function : functions) {
+    for (const Way way : {Way::kEdit, Way::kOtherKind, Way::kCalcFields}) ExpectRowsIn(way, function, rows);
+    ExpectEveryFieldNeeded(function, ParseRow(rows.front()));
+  }
+}
+
 RecordSet Records(std::string_view text) {
-  std::vector<std::vector<Assignment>> records(1);
   RecordSet set("lines");
-  std::vector<std::string> names;
+  std::vector<Assignments> records(1);
   std::istringstream words{std::string(text)};
   for (std::string word; words >> word;) {
-    const bool last = word.back() == ';';
-    if (last) word.pop_back();
+    const bool is_last = word.back() == ';';
+    if (is_last) word.pop_back();
     const Assignment a = ParseAssignment(word);
-    if (std::find(names.begin(), names.end(), a.name) == names.end()) {
-      names.push_back(a.name);
-      const auto id = FindInVocabulary(a.name);
-      set.DefineField(a.name, id ? kVocabulary[static_cast<std::size_t>(*id)].kind : FieldKind::kText);
-    }
-    if (word != a.name) records.back().push_back(a);
-    if (last) records.emplace_back();
+    if (!set.FindFieldIndex(a.name)) set.DefineField(a.name, UsualKind(a.name));
+    if (a.name != word) records.back().push_back(a);
+    if (is_last) records.emplace_back();
   }
   set.Open();
-  for (const auto& record : records) {
+  for (const Assignments& record : records) {
     if (record.empty()) continue;
     set.Append();
-    for (const Assignment& a : record) {
-      Field field = set.FieldByName(a.name);
-      field.SetVariant(ParseValue(field.Kind(), a.value));
-    }
+    for (const Assignment& a : record) SetField(set, a);
     set.Post();
   }
+  set.First();
   return set;
 }
 

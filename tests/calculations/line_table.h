@@ -26,33 +26,28 @@ class TestHost : public AppDialogs {
   ScopedApp app_;
 };
 
-template <typename T>
-T ParseArgument(const std::string& text) {
-  if constexpr (std::is_same_v<T, Currency>) {
-    return Currency::Parse(text);
-  } else {
-    return static_cast<T>(std::stoi(text));
-  }
-}
-
 /// A function of one line, called with arguments that are texts.
 class LineFunction {
  public:
   template <typename... Args>
   LineFunction(const char* name, void (*function)(RecordSet&, Args...))
-      : name_(name), call_([function](RecordSet& lines, const std::vector<std::string>& arguments) {
-          Call(function, lines, arguments, std::index_sequence_for<Args...>());
+      : name_(name), call_([function](RecordSet& lines, const std::vector<std::string>& texts) {
+          [&]<std::size_t... I>(std::index_sequence<I...>) {
+            function(lines, Argument<Args>(texts.at(I))...);
+          }
+          (std::index_sequence_for<Args...>());
         }) {}
   const char* Name() const { return name_; }
-  void operator()(RecordSet& lines, const std::vector<std::string>& arguments) const {
-    call_(lines, arguments);
-  }
+  void operator()(RecordSet& lines, const std::vector<std::string>& texts) const { call_(lines, texts); }
 
  private:
-  template <typename... Args, std::size_t... I>
-  static void Call(void (*function)(RecordSet&, Args...), RecordSet& lines,
-                   const std::vector<std::string>& arguments, std::index_sequence<I...>) {
-    function(lines, ParseArgument<Args>(arguments.at(I))...);
+  template <typename T>
+  static T Argument(const std::string& text) {
+    if constexpr (std::is_same_v<T, Currency>) {
+      return Currency::Parse(text);
+    } else {
+      return static_cast<T>(std::stoi(text));
+    }
   }
 
   const char* name_;
@@ -61,10 +56,11 @@ class LineFunction {
 
 #define MOX_FUNCTION(function) ::mox::LineFunction(#function, ::mox::function)
 
-/// How a function finds the line: edited, inside the calculate-fields event, browsed.
-enum class Way : std::uint8_t { kEdit, kCalcFields, kBrowse };
+/// How a function finds the line: edited, edited with a quantity of another kind than usual, inside the
+/// calculate-fields event, browsed.
+enum class Way : std::uint8_t { kEdit, kOtherKind, kCalcFields, kBrowse };
 
-/// Runs every row through every function. A row is one line of text, such as
+/// Runs every row through every function, in all ways but the last. A row is one line of text, such as
 ///
 ///   "(2) PC_CALC_DIGIT=3 pc=0.333 kolicina=3 -> pci=1 mpc=0.417 ..."
 ///
@@ -75,12 +71,12 @@ enum class Way : std::uint8_t { kEdit, kCalcFields, kBrowse };
 /// name every field that the functions need: the lack of any is to raise FieldNotFound.
 void ExpectRows(const std::vector<LineFunction>& functions, const std::vector<std::string>& rows);
 
-/// Runs the rows in one way only, and does not look for lacking fields.
+/// The same in one way only, without the look for lacking fields.
 void ExpectRowsIn(Way way, const LineFunction& function, const std::vector<std::string>& rows);
 
 /// An open set from "a=1 b=2; a=3": its records, over all the fields that are named, in order of first
-/// appearance. Names of the vocabulary have their usual kind, others hold texts. A name alone declares a
-/// field.
+/// appearance; the first record is current. Names of the vocabulary have their usual kind, others hold texts.
+/// A name alone declares a field.
 RecordSet Records(std::string_view text);
 
 /// The records as texts: "160.00 40.00 25 25,00% 200.00; ...".
