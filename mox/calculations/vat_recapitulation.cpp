@@ -17,9 +17,10 @@ struct Deductions {
   Currency Sum() const { return fee + non_taxable; }
 };
 
-Deductions ReadDeductions(const RecordSet& lines) {
-  return {lines.Optional(pov_naki), lines.Optional(neoporezivo)};
-}
+constexpr auto kOfTheLine = [](const RecordSet& lines) {
+  return Deductions{lines.Optional(pov_naki), lines.Optional(neoporezivo)};
+};
+constexpr auto kNone = [](const RecordSet&) { return Deductions(); };
 
 struct RateSum {
   double rate = 0;
@@ -35,12 +36,6 @@ class RateSums {
     RateSum& sum = Of(rate);
     sum.base += base;
     sum.tax += tax;
-  }
-
-  /// An amount with tax, split into base and tax.
-  void AddGross(double rate, Currency amount, int digits) {
-    const Currency tax = Round(ContainedTax(amount, rate), digits);
-    Add(rate, amount - tax, tax);
   }
 
   /// Appends a row for each rate: its total is base, tax and what is carried over into every row.
@@ -65,14 +60,50 @@ class RateSums {
   std::vector<RateSum> sums_;
 };
 
-// Walks the lines of one amount field, where it is given: visit(lines, amount, rate).
+// Where the amounts and rates of goods and of services stand; either may be absent.
+struct AmountFields {
+  const std::optional<Field>& amount1;
+  const std::optional<Field>& amount2;
+  const std::optional<Field>& rate1;
+  const std::optional<Field>& rate2;
+};
+
 template <typename Visit>
 void WalkAmounts(const std::optional<Field>& amount_field, const std::optional<Field>& rate_field,
                  const char* rate_argument, Visit visit) {
   if (!amount_field) return;
   if (!rate_field) throw Error(std::string("an amount field is given without its ") + rate_argument);
-  RecordSet& lines = amount_field->DataSet();
-  WalkAndReturn(lines, [&] { visit(lines, amount_field->AsCurrency(), rate_field->AsFloat()); });
+  WalkAndReturn(amount_field->DataSet(), [&] { visit(amount_field->AsCurrency(), rate_field->AsFloat()); });
+}
+
+// Walks the lines of both amount fields, add(rate, amount, deductions) each, with what the line keeps out of
+// the tax base; lines of the second field keep nothing out. Answers the deductions of the last line of the
+// first set.
+template <typename ReadDeductions, typename Add>
+Deductions SumAmounts(const AmountFields& fields, ReadDeductions read_deductions, Add add) {
+  Deductions last;
+  WalkAmounts(fields.amount1, fields.rate1, "RateField1", [&](Currency amount, double rate) {
+    last = read_deductions(fields.amount1->DataSet());
+    add(rate, amount, last);
+  });
+  WalkAmounts(fields.amount2, fields.rate2, "RateField2",
+              [&](Currency amount, double rate) { add(rate, amount, Deductions()); });
+  return last;
+}
+
+// Amounts with tax.
+template <typename ReadDeductions>
+void FillFromGross(const AmountFields& fields, ReadDeductions read_deductions, RecordSet& recap, int digits) {
+  digits = AtLeast2(digits);
+  recap.Clear();
+  RateSums sums;
+  const Deductions last =
+      SumAmounts(fields, read_deductions, [&](double rate, Currency amount, const Deductions& deductions) {
+        const Currency taxable = amount - deductions.fee - deductions.non_taxable;
+        const Currency tax = Round(ContainedTax(taxable, rate), digits);
+        sums.Add(rate, taxable - tax, tax);
+      });
+  sums.WriteTo(recap, last.Sum());
 }
 
 }  // namespace
@@ -80,32 +111,13 @@ void WalkAmounts(const std::optional<Field>& amount_field, const std::optional<F
 void FillPDVData(const std::optional<Field>& amount_field1, const std::optional<Field>& amount_field2,
                  const std::optional<Field>& rate_field1, const std::optional<Field>& rate_field2,
                  RecordSet& recap, int digits) {
-  digits = AtLeast2(digits);
-  recap.Clear();
-  RateSums sums;
-  Deductions last;
-  WalkAmounts(amount_field1, rate_field1, "RateField1",
-              [&](const RecordSet& lines, Currency amount, double rate) {
-                last = ReadDeductions(lines);
-                sums.AddGross(rate, amount - last.fee - last.non_taxable, digits);
-              });
-  WalkAmounts(amount_field2, rate_field2, "RateField2",
-              [&](const RecordSet&, Currency amount, double rate) { sums.AddGross(rate, amount, digits); });
-  sums.WriteTo(recap, last.Sum());
+  FillFromGross({amount_field1, amount_field2, rate_field1, rate_field2}, kOfTheLine, recap, digits);
 }
 
 void FillPDVDataPPOM(const std::optional<Field>& amount_field1, const std::optional<Field>& amount_field2,
                      const std::optional<Field>& rate_field1, const std::optional<Field>& rate_field2,
                      RecordSet& recap, int digits) {
-  digits = AtLeast2(digits);
-  recap.Clear();
-  RateSums sums;
-  const auto add = [&](const RecordSet&, Currency amount, double rate) {
-    sums.AddGross(rate, amount, digits);
-  };
-  WalkAmounts(amount_field1, rate_field1, "RateField1", add);
-  WalkAmounts(amount_field2, rate_field2, "RateField2", add);
-  sums.WriteTo(recap, Currency());
+  FillFromGross({amount_field1, amount_field2, rate_field1, rate_field2}, kNone, recap, digits);
 }
 
 void FillPDVDataIznosBezPDV(const std::optional<Field>& amount_field1,
@@ -114,14 +126,9 @@ void FillPDVDataIznosBezPDV(const std::optional<Field>& amount_field1,
                             RecordSet& recap) {
   recap.Clear();
   RateSums sums;
-  Deductions last;
-  WalkAmounts(amount_field1, rate_field1, "RateField1",
-              [&](const RecordSet& lines, Currency amount, double rate) {
-                last = ReadDeductions(lines);
-                sums.Add(rate, amount, Currency());
-              });
-  WalkAmounts(amount_field2, rate_field2, "RateField2",
-              [&](const RecordSet&, Currency amount, double rate) { sums.Add(rate, amount, Currency()); });
+  const Deductions last = SumAmounts(
+      {amount_field1, amount_field2, rate_field1, rate_field2}, kOfTheLine,
+      [&](double rate, Currency amount, const Deductions&) { sums.Add(rate, amount, Currency()); });
   for (RateSum& sum : sums.rows()) sum.tax = R2(sum.base * Real(sum.rate) / 100);
   sums.WriteTo(recap, last.Sum());
 }

@@ -254,8 +254,6 @@ void RecordSet::ShowAfterChange(std::optional<std::uint32_t> current) {
     ShowNothing();
   } else if (kept != end) {
     ShowRecord(static_cast<std::size_t>(kept - rows_));
-    eof_ = false;
-    bof_ = false;
   } else {
     First();
   }
@@ -278,8 +276,6 @@ void RecordSet::FilterPosted(bool inserted) {
     ShowNothing();
   } else if (visible) {
     ShowRecord(at);
-    eof_ = false;
-    bof_ = false;
   } else {
     MoveTo(std::min(at, row_count_ - 1));
   }

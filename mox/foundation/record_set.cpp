@@ -275,8 +275,6 @@ void RecordSet::CommitInsert() {
   }
   Rebind();
   ShowRecord(at);
-  eof_ = false;
-  bof_ = false;
 }
 
 void RecordSet::PostSlowly() {

@@ -189,8 +189,8 @@ class RecordSet {
   std::int64_t operator[](IntegerName name) const;
   std::string operator[](TextName name) const;
   /// 0 when the field is absent or null.
-  Currency Optional(CurrencyName name) const { return Has(name) ? (*this)[name] : Currency(); }
-  Real Optional(FloatName name) const { return Has(name) ? (*this)[name] : Real(0); }
+  Currency Optional(CurrencyName name) const;
+  Real Optional(FloatName name) const;
   template <FieldKind K>
   bool Has(FieldName<K> name) const {
     return slots_->present[name.id] != kNoSlot;
@@ -317,13 +317,9 @@ class RecordSet {
   Value ValueOf(const std::uint64_t* cells, std::size_t index) const;
   std::string TextOf(const std::uint64_t* cells, std::size_t index) const;
   template <typename Result>
-  Result Read(std::size_t index, Result (*convert)(const Value&)) const {
-    try {
-      return convert(AsVariant(index));
-    } catch (const ConversionError& error) {
-      RethrowFor(index, error);
-    }
-  }
+  Result Read(std::size_t index, Result (*convert)(const Value&)) const;
+  double ConvertedFloat(std::size_t index) const;
+  Currency ConvertedCurrency(std::size_t index) const;
   [[noreturn]] void RethrowFor(std::size_t index, const ConversionError& error) const;
   Currency ReadCurrencySlowly(NameId id) const;
   double ReadFloatSlowly(NameId id) const;

@@ -4,7 +4,6 @@
 #include <bit>
 
 #include "mox/foundation/record_set.h"
-#include "mox/foundation/value_conversion.h"
 
 namespace mox {
 
@@ -20,6 +19,20 @@ MOX_ALWAYS_INLINE Real RecordSet::operator[](FloatName name) const {
   if (slot == kNoSlot) [[unlikely]]
     return ReadFloatSlowly(name.id);
   return std::bit_cast<double>(cells_[slot]);
+}
+
+inline Currency RecordSet::Optional(CurrencyName name) const {
+  const std::size_t slot = slots_->usual[name.id];
+  if (slot != kNoSlot) [[likely]]
+    return Currency::FromScaled(static_cast<std::int64_t>(cells_[slot]));
+  return Has(name) ? ReadCurrencySlowly(name.id) : Currency();
+}
+
+inline Real RecordSet::Optional(FloatName name) const {
+  const std::size_t slot = slots_->usual[name.id];
+  if (slot != kNoSlot) [[likely]]
+    return std::bit_cast<double>(cells_[slot]);
+  return Has(name) ? Real(ReadFloatSlowly(name.id)) : Real(0);
 }
 
 inline std::int64_t RecordSet::operator[](IntegerName name) const { return AsInteger(IndexOf(name.id)); }
@@ -117,14 +130,14 @@ inline double RecordSet::AsFloat(std::size_t index) const {
   if (index < field_count_ && kinds_[index] == FieldKind::kFloat) [[likely]] {
     return std::bit_cast<double>(cells_[index]);
   }
-  return Read(index, ToFloat);
+  return ConvertedFloat(index);
 }
 
 inline Currency RecordSet::AsCurrency(std::size_t index) const {
   if (index < field_count_ && kinds_[index] == FieldKind::kCurrency) [[likely]] {
     return Currency::FromScaled(static_cast<std::int64_t>(cells_[index]));
   }
-  return Read(index, ToCurrency);
+  return ConvertedCurrency(index);
 }
 
 inline bool RecordSet::Locate(FloatName name, double value) {

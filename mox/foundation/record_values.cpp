@@ -43,6 +43,18 @@ void RecordSet::RethrowFor(std::size_t index, const ConversionError& error) cons
   throw ConversionError(Definition(index).name + ": " + error.what());
 }
 
+template <typename Result>
+Result RecordSet::Read(std::size_t index, Result (*convert)(const Value&)) const {
+  try {
+    return convert(AsVariant(index));
+  } catch (const ConversionError& error) {
+    RethrowFor(index, error);
+  }
+}
+
+double RecordSet::ConvertedFloat(std::size_t index) const { return Read(index, ToFloat); }
+Currency RecordSet::ConvertedCurrency(std::size_t index) const { return Read(index, ToCurrency); }
+
 Value RecordSet::AsVariant(std::size_t index) const {
   RequireReadable(index);
   return ValueOf(cells_, index);
