@@ -56,7 +56,7 @@ class Reader {
 
   void Expect(std::string_view expected) {
     if (text_.substr(at_, expected.size()) != expected) {
-      Refuse(left() == 0 ? "the text ends too early" : "\"" + Shown(expected) + "\" is missing");
+      Refuse(left() == 0 ? "the text ends too early" : Named(expected) + " is missing");
     }
     at_ += expected.size();
   }
@@ -96,6 +96,12 @@ class Reader {
   bool AtNull() const { return text_.substr(at_, 1) == kNull; }
 
  private:
+  static std::string Named(std::string_view expected) {
+    if (expected == "\n") return "the end of the line";
+    if (expected == " ") return "a blank";
+    return "\"" + std::string(expected) + "\"";
+  }
+
   static std::string Shown(std::string_view text) {
     std::string shown(CutToCharacters(text, 40));
     std::replace(shown.begin(), shown.end(), '\n', ' ');
@@ -263,9 +269,11 @@ class RecordSetText {
   static std::size_t ReadHead(RecordSet& set, Reader& in) {
     in.SetPlace("head: ");
     in.Expect(kSignature);
-    in.Expect("\nname ");
+    in.Expect("\n");
+    in.Expect("name ");
     set.SetName(std::string(in.Counted()));
-    in.Expect("\nfields ");
+    in.Expect("\n");
+    in.Expect("fields ");
     const std::size_t fields = in.Count(Structure::kMostFields, "fields");
     in.Expect("\n");
     for (std::size_t i = 0; i < fields; ++i) {
