@@ -1,0 +1,266 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "mox/foundation/error.h"
+#include "record_set_kinds.h"
+#include "record_set_script.h"
+
+namespace mox {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A small text with everything that the form has.
+const std::string kLines =
+    "moxrs 1\n"
+    "name 6:stavke\n"
+    "fields 5\n"
+    "field 5:naziv text 3 rc 11:Naziv\nrobe: 0:\n"
+    "field 2:pc currency 0 - 0: 14:#,0.00;-#,0.00\n"
+    "field 4:uzet boolean 0 - 0: 0:\n"
+    "field 8:kolicina float 0 r 0: 0:\n"
+    "field 4:kraj datetime 0 c 0: 0:\n"
+    "records 3\n"
+    "5:čaš 12.50 true 0.1 2024-03-01T09:05:00\n"
+    "0: -0.0001 false 1e+300 1969-12-31T23:59:59.999\n"
+    "~ ~ ~ ~ ~\n"
+    "end\n";
+
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+  const std::size_t at = text.find(from);
+  EXPECT_NE(at, std::string::npos) << from;
+  return text.replace(at, from.size(), to);
+}
+
+// A set in the middle of an edit behind a filter, and all that can be seen of it.
+RecordSet OpenSet() {
+  RecordSet set = Letters("a1 b a2");
+  RunScript(set, "f N e =ax");
+  return set;
+}
+
+std::string Seen(const RecordSet& set) {
+  return set.SaveToString() + std::to_string(set.Position()) + set.AsText(0) + set.Filter() +
+         std::to_string(static_cast<int>(set.State())) + std::to_string(set.RecordCount()) +
+         (set.IsModified() ? "m" : "") + (set.Bof() ? "b" : "") + (set.Eof() ? "e" : "");
+}
+
+// Loads into an open set. What is refused says where and leaves the set alone; what is taken is whole.
+bool Load(const std::string& text) {
+  static RecordSet receiver = OpenSet();
+  static const std::string before = Seen(receiver);
+  try {
+    receiver.LoadFromString(text);
+  } catch (const FormatError& error) {
+    EXPECT_LE(error.offset(), text.size());
+    EXPECT_EQ(Seen(receiver), before) << text;
+    return false;
+  }
+  const std::string taken = receiver.SaveToString();
+  RecordSet again;
+  again.LoadFromString(taken);
+  EXPECT_EQ(again.SaveToString(), taken);
+  receiver = OpenSet();
+  return true;
+}
+
+TEST(RecordText, IsTheDocumentedForm) {
+  RecordSet set;
+  set.LoadFromString(kLines);
+  EXPECT_EQ(set.SaveToString(), kLines);
+  EXPECT_EQ(set.Name(), "stavke");
+  const FieldDef& name = set.Definition(0);
+  EXPECT_EQ(name.display_name, "Naziv\nrobe:");
+  EXPECT_EQ(name.size, 3U);
+  EXPECT_TRUE(name.required && name.calculated);
+  EXPECT_FALSE(set.Definition(1).required || set.Definition(1).calculated);
+  EXPECT_EQ(set.Position(), 0U);
+  EXPECT_EQ(set.AsText(0), "čaš");
+  EXPECT_EQ(set.FieldByName("pc").DisplayText(), "12,50");
+  set.Next();
+  EXPECT_FALSE(set.IsNull(0)) << "an empty text is not null";
+  EXPECT_EQ(set.AsFloat(3), 1e300);
+  set.Last();
+  for (std::size_t i = 0; i < set.FieldCount(); ++i) EXPECT_TRUE(set.IsNull(i));
+}
+
+TEST(RecordText, KeepsEveryKindAndText) {
+  RecordSet set("\n: čć");
+  set.DefineField({.name = "tekst\n~ 5:", .display_name = "\" '", .display_format = "\n"});
+  for (std::size_t i = 1; i < kFieldKindCount; ++i) {
+    set.DefineField("polje " + std::to_string(i), static_cast<FieldKind>(i));
+  }
+  set.Open();
+  for (const Values& sample : Samples()) set.AppendRecord(sample);
+  const std::string text = set.SaveToString();
+  RecordSet loaded;
+  loaded.LoadFromString(text);
+  EXPECT_EQ(loaded.SaveToString(), text);
+  EXPECT_EQ(loaded.Name(), "\n: čć");
+  EXPECT_EQ(loaded.FieldByName("TEKST\n~ 5:").DisplayName(), "\" '");
+  for (const Values& sample : Samples()) {
+    EXPECT_EQ(ValuesOf(loaded), sample);
+    loaded.Next();
+  }
+  EXPECT_TRUE(loaded.Eof());
+  for (const bool open : {true, false}) {
+    RecordSet empty = AllKinds();
+    if (!open) empty = RecordSet("bez polja");
+    loaded.LoadFromString(empty.SaveToString());
+    EXPECT_EQ(loaded.IsActive(), open);
+    EXPECT_TRUE(loaded.IsEmpty() && loaded.Eof() && loaded.Bof());
+    EXPECT_EQ(loaded.SaveToString(), empty.SaveToString());
+  }
+}
+
+TEST(RecordText, HoldsAllRecordsAndNoPendingChange) {
+  RecordSet set = OpenSet();
+  const auto saved_words = [&] {
+    RecordSet loaded;
+    loaded.LoadFromString(set.SaveToString());
+    EXPECT_EQ(loaded.State(), DataSetState::kBrowse);
+    return Outcome(loaded);
+  };
+  EXPECT_EQ(saved_words(), "<[a1] b a2");
+  RunScript(set, "a =x");
+  EXPECT_EQ(saved_words(), "<[a1] b ax");
+  set.LoadFromString(Letters("c d").SaveToString());
+  EXPECT_FALSE(set.IsFiltered());
+  EXPECT_EQ(Outcome(set), "<[c] d");
+}
+
+TEST(RecordText, SaysWhereItIsDamaged) {
+  const struct {
+    const char* from;
+    const char* to;
+    const char* at;  // the damaged text from the byte of the message on
+    const char* message;
+  } rows[] = {
+      {"moxrs 1", "moxrs 2", "moxrs 2", "head: \"moxrs 1\" is missing"},
+      {"moxrs 1\n", "moxrs 1\r\n", "\r\n", "head: the end of the line is missing"},
+      {"name 6:", "name 6", "6stavke", "head: a length and a colon are missing"},
+      {"name 6", "name 7", "fields 5", "head: the end of the line is missing"},
+      {"fields 5", "fields 5000", "5000", "head: \"5000\" is not a possible number of fields"},
+      {"fields 5", "fields -1", "-1\n", "head: \"-1\" is not a possible number of fields"},
+      {"fields 5", "fields 6", "records 3", "field 6: \"field \" is missing"},
+      {"fields 5", "fields 4", "field 4:kraj", "head: \"records \" is missing"},
+      {"fields 5", "fields 0", "field 5:naziv", "head: \"records \" is missing"},
+      {"5:naziv", "0:", " text", "field 1: a field has no name"},
+      {"2:pc", "5:NAZIV", "field 4:uzet", "field 2: the name \"NAZIV\" stands twice"},
+      {"boolean", "bool", "bool", "field 3: \"bool\" is not a kind of field"},
+      {"rc 11", "rx 11", "rx 11", "field 1: unknown field flag \"x\""},
+      {"text 3", "text three", "three", "field 1: \"three\" is not a possible number of characters"},
+      {"records 3", "records 4", "end\n", "record 4, field naziv: a length and a colon are missing"},
+      {"records 3", "records 2", "~ ~ ~ ~ ~", "after the last record: \"end\" is missing"},
+      {"records 3", "records 3000", "3000", "head: \"3000\" is not a possible number of records"},
+      {"5:čaš", "4:čaš", "\xA1 12.50", "record 1, field pc: a blank is missing"},
+      {"5:čaš", "6:abcdef", " 12.50",
+       "record 1, field naziv: the text is longer than the field's 3 characters"},
+      {"5:čaš", "999:čaš", "999:", "record 1, field naziv: the text ends before its length of 999 bytes"},
+      {"5:čaš", "18446744073709551616:", "18446", "record 1, field naziv: a length and a colon are missing"},
+      {"12.50", "12,50", "12,50", "record 1, field pc: \"12,50\" is not a number"},
+      {"12.50", "1e15", "1e15", "record 1, field pc: amount is outside the range of a currency"},
+      {"true", "True", "True", "record 1, field uzet: \"True\" is not true or false"},
+      {" 0.1 ", " nan ", "nan", "record 1, field kolicina: \"nan\" is not a number"},
+      {"1e+300", "", " 1969", "record 2, field kolicina: \"\" is not a number"},
+      {"03-01T", "02-30T", "2024", "record 1, field kraj: \"2024-02-30T09:05:00\" is not a date"},
+      {"~\nend", "~ ~\nend", " ~\nend", "record 3, field kraj: the end of the line is missing"},
+      {"~ ~ ~ ~ ~\n", "~ ~ ~ ~\n", "\nend", "record 3, field kraj: a blank is missing"},
+      {"end\n", "end", "", "after the last record: the text ends too early"},
+      {"end\n", "end\nx", "x", "after the last record: something follows the end"}};
+  ASSERT_TRUE(Load(kLines));
+  EXPECT_FALSE(Load("moxrs 1\nname 0:\nfields 0\nrecords 1\n\nend\n")) << "records without fields";
+  for (const auto& row : rows) {
+    const std::string text = Replaced(kLines, row.from, row.to);
+    EXPECT_FALSE(Load(text)) << row.to;
+    try {
+      RecordSet set;
+      set.LoadFromString(text);
+    } catch (const FormatError& error) {
+      EXPECT_EQ(error.offset(), *row.at == '\0' ? text.size() : text.rfind(row.at)) << row.to;
+      EXPECT_EQ(error.what(), "byte " + std::to_string(error.offset()) + ": " + row.message);
+    }
+  }
+}
+
+// Whatever the damage, nothing crashes, and the receiving set is either replaced or as it was.
+TEST(RecordText, SurvivesEveryDamage) {
+  for (std::size_t size = 0; size < kLines.size(); ++size) EXPECT_FALSE(Load(kLines.substr(0, size))) << size;
+  std::mt19937 random(1);
+  for (std::size_t at = 0; at < kLines.size(); ++at) {
+    std::string text = kLines;
+    for (int bit = 0; bit < 8; ++bit) {
+      text[at] = static_cast<char>(kLines[at] ^ (1 << bit));
+      Load(text);
+    }
+    for (const char byte : {'0', '9', '~', ' ', '\n', ':', '\0', static_cast<char>(random())}) {
+      text[at] = byte;
+      Load(text);
+    }
+    Load(kLines.substr(0, at) + kLines.substr(at + 1));
+    Load(kLines.substr(0, at) + kLines[at] + kLines.substr(at));
+    const std::size_t from = random() % kLines.size();
+    Load(kLines.substr(0, at) + kLines.substr(from));
+  }
+}
+
+class RecordFiles : public testing::Test {
+ protected:
+  RecordFiles() { fs::create_directories(folder_); }
+  ~RecordFiles() override { fs::remove_all(folder_); }
+  std::size_t FilesInFolder() const {
+    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder_), fs::directory_iterator()));
+  }
+  const fs::path folder_ =
+      fs::path(testing::TempDir()) / testing::UnitTest::GetInstance()->current_test_info()->name();
+};
+
+TEST_F(RecordFiles, HoldTheTextForm) {
+  const std::string path = (folder_ / "čaše.moxrs").string();
+  const RecordSet set = AllKinds({Samples()[1], Samples()[2]});
+  set.SaveToFile(path);
+  set.SaveToFile(path);
+  EXPECT_EQ(FilesInFolder(), 1U);
+  RecordSet loaded;
+  loaded.LoadFromFile(path);
+  EXPECT_EQ(loaded.SaveToString(), set.SaveToString());
+
+  RecordSet receiver = OpenSet();
+  const std::string before = Seen(receiver);
+  std::ofstream(path, std::ios::app) << "x";
+  try {
+    receiver.LoadFromFile(path);
+    ADD_FAILURE();
+  } catch (const FormatError& error) {
+    EXPECT_EQ(error.what(), path + ": byte " + std::to_string(set.SaveToString().size()) +
+                                ": after the last record: something follows the end");
+  }
+  for (const char* name : {"nema.moxrs", "."}) {
+    EXPECT_THROW(receiver.LoadFromFile((folder_ / name).string()), Error) << name;
+  }
+  EXPECT_EQ(Seen(receiver), before);
+  EXPECT_THROW(set.SaveToFile((folder_ / "nema" / "a.moxrs").string()), Error);
+  fs::create_directory(folder_ / "mapa");
+  EXPECT_THROW(set.SaveToFile((folder_ / "mapa").string()), Error);
+  EXPECT_EQ(FilesInFolder(), 2U) << "a failure leaves nothing behind";
+}
+
+TEST_F(RecordFiles, HoldTheBytesOfAField) {
+  const std::string path = (folder_ / "slika.bin").string();
+  RecordSet set = AllKinds({Samples()[3], Samples()[2]});
+  const Field picture = set.FieldByName("binary");
+  picture.SaveToFile(path);
+  EXPECT_EQ(fs::file_size(path), set.AsTextView(7).size());
+  set.First();
+  EXPECT_THROW(set.FieldByName("binary").LoadFromFile(path), StateError);
+  set.Edit();
+  set.FieldByName("binary").LoadFromFile(path);
+  set.Post();
+  EXPECT_EQ(set.AsText(7), std::get<std::string>(Samples()[2][7]));
+}
+
+}  // namespace
+}  // namespace mox
