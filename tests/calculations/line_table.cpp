@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdio>
@@ -40,8 +41,8 @@ Row ParseRow(const std::string& text) {
   std::istringstream words(text.substr(0, error));
   if (text.front() == '(') {
     std::string arguments;
-    std::getline(words, arguments, ')');
-    std::istringstream list(arguments.substr(1));
+    std::getline(words.ignore(), arguments, ')');
+    std::istringstream list(arguments);
     for (std::string argument; std::getline(list, argument, ',');) row.arguments.push_back(argument);
   }
   Assignments* side = &row.given;
@@ -57,6 +58,21 @@ Row ParseRow(const std::string& text) {
   }
   EXPECT_EQ(side, &row.expected) << "no arrow in: " << text;
   return row;
+}
+
+std::vector<Row> ParseTable(const std::string& table) {
+  std::vector<std::string> texts;
+  std::istringstream lines(table);
+  for (std::string line; std::getline(lines >> std::ws, line);) {
+    if (line.front() == '#') continue;
+    const bool goes_on =
+        line.starts_with("->") || (!texts.empty() && texts.back().find("->") == std::string::npos);
+    if (!goes_on) texts.emplace_back();
+    texts.back() += (goes_on ? " " : "") + line;
+  }
+  std::vector<Row> rows(texts.size());
+  std::transform(texts.begin(), texts.end(), rows.begin(), ParseRow);
+  return rows;
 }
 
 const std::string* Find(const Assignments& assignments, std::string_view name) {
@@ -184,15 +200,22 @@ int TestHost::ShowVelorDialog(TVCustomDialogType kind, std::string_view caption,
   return 0;
 }
 
-void ExpectRowsIn(Way way, const LineFunction& function, const std::vector<std::string>& rows) {
-  for (const std::string& row : rows) ExpectRow(function, ParseRow(row), way);
+void ExpectRowsIn(Way way, const LineFunction& function, const std::string& table) {
+  for (const Row& row : ParseTable(table)) ExpectRow(function, row, way);
 }
 
-void ExpectRows(const std::vector<LineFunction>& functions, const std::vector<std::string>& rows) {
+void ExpectRows(const std::vector<LineFunction>& functions, const std::string& table) {
   for (const LineFunction& function : functions) {
-    for (const Way way : {Way::kEdit, Way::kOtherKind, Way::kCalcFields}) ExpectRowsIn(way, function, rows);
-    ExpectEveryFieldNeeded(function, ParseRow(rows.front()));
+    for (const Way way : {Way::kEdit, Way::kOtherKind, Way::kCalcFields}) ExpectRowsIn(way, function, table);
+    ExpectEveryFieldNeeded(function, ParseTable(table).front());
   }
+}
+
+std::string With(std::string table, std::string_view placeholder, std::string_view name) {
+  for (std::size_t at = 0; (at = table.find(placeholder, at)) != std::string::npos;) {
+    table.replace(at, placeholder.size(), name);
+  }
+  return table;
 }
 
 RecordSet Records(std::string_view text) {

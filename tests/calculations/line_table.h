@@ -60,19 +60,23 @@ class LineFunction {
 /// calculate-fields event, browsed.
 enum class Way : std::uint8_t { kEdit, kOtherKind, kCalcFields, kBrowse };
 
-/// Runs every row through every function, in all ways but the last. A row is one line of text, such as
+/// Runs every row of a table through every function, in all ways but the last. A row is a line such as
 ///
-///   "(2) PC_CALC_DIGIT=3 pc=0.333 kolicina=3 -> pci=1 mpc=0.417 ..."
+///   (2) PC_CALC_DIGIT=3 pc=0.333 kolicina=3 -> pci=1 mpc=0.417 ...
 ///
-/// with the arguments in parentheses, settings in capitals, what the line holds and what it holds afterwards.
-/// A field that is not given is null, one given as "absent" is not in the record set. Whatever the right side
-/// does not name must stay as it was, unless it ends in "..."; a text after "!" is that of the error. In the
+/// with the arguments in parentheses, settings in capitals, what the line holds and what it holds afterwards;
+/// a row may go on before and after its arrows, and a line that begins with "#" is a comment. A field
+/// that is not given is null, one given as "absent" is not in the record set. Whatever the right side does
+/// not name must stay as it was, unless it ends in "..."; a text after "!" is that of the error. In the
 /// calculate-fields event only the fields that the right side names are calculated ones. The first row must
 /// name every field that the functions need: the lack of any is to raise FieldNotFound.
-void ExpectRows(const std::vector<LineFunction>& functions, const std::vector<std::string>& rows);
+void ExpectRows(const std::vector<LineFunction>& functions, const std::string& table);
 
 /// The same in one way only, without the look for lacking fields.
-void ExpectRowsIn(Way way, const LineFunction& function, const std::vector<std::string>& rows);
+void ExpectRowsIn(Way way, const LineFunction& function, const std::string& table);
+
+/// A table for one member of a family: `placeholder` in it stands for the name that differs.
+std::string With(std::string table, std::string_view placeholder, std::string_view name);
 
 /// An open set from "a=1 b=2; a=3": its records, over all the fields that are named, in order of first
 /// appearance; the first record is current. Names of the vocabulary have their usual kind, others hold texts.

@@ -1,33 +1,13 @@
-#include "mox/calculations/vat_recapitulation.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/calculations/line_table.h"
+#include "tests/calculations/recap_members.h"
 
 namespace mox {
 namespace {
 
-enum class Member : std::uint8_t { kData, kPpom, kIznosBezPdv, kPovDob };
 using enum Member;
-
-// The lines hold the amount in ukupno and the rate in tbr_stp; a set without fields stands for an absent one.
-void Fill(Member member, RecordSet& goods, RecordSet& services, RecordSet& recap, int digits) {
-  const auto amount1 = goods.FindField("ukupno");
-  const auto amount2 = services.FindField("ukupno");
-  const auto rate1 = goods.FindField("tbr_stp");
-  const auto rate2 = services.FindField("tbr_stp");
-  switch (member) {
-    case kData:
-      return FillPDVData(amount1, amount2, rate1, rate2, recap, digits);
-    case kPpom:
-      return FillPDVDataPPOM(amount1, amount2, rate1, rate2, recap, digits);
-    case kIznosBezPdv:
-      return FillPDVDataIznosBezPDV(amount1, amount2, rate1, rate2, recap);
-    case kPovDob:
-      return FillPDVDataPovDob(rate1.value(), amount1.value(), recap, digits);
-  }
-}
 
 RecordSet LinesOrNone(const char* text) { return *text == '\0' ? RecordSet() : Records(text); }
 
