@@ -88,6 +88,7 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
     throw UsageError("only one of the files can be standard input");
   }
   std::vector<FileText> files;
+  files.reserve(paths.size());
   for (const std::string& path : paths) files.push_back(ReadFileText(path, session.in));
 
   Document document(kind, files);

@@ -45,7 +45,7 @@ LineFunction MakeRow(std::string_view name, void (*function)(RecordSet&, Args...
   LineFunction row;
   row.name = name;
   row.arguments = {{names[I], ArgumentOf<Args>::kKind}...};
-  row.bind = [function, names]([[maybe_unused]] std::span<const std::string> texts) -> BoundLineFunction {
+  row.bind = [=]([[maybe_unused]] std::span<const std::string> texts) -> BoundLineFunction {
     const std::tuple<Args...> values{ArgumentOf<Args>::kParse(names[I], texts[I])...};
     return [function, values](RecordSet& lines) {
       std::apply([&](const Args&... args) { function(lines, args...); }, values);

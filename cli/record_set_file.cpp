@@ -210,6 +210,7 @@ void AppendValue(const RecordSet& records, std::size_t index, FieldKind kind, st
 
 FileText ReadFileText(const std::string& path, std::istream& standard_input) {
   FileText file;
+  if (path.empty()) throw Error("the name of a file is empty");
   if (path == "-") {
     file.label = "standard input";
     char block[64 * 1024];

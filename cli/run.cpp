@@ -25,6 +25,8 @@ constexpr int kDone = 0;
 constexpr int kRefused = 1;
 constexpr int kWrongUsage = 2;
 
+constexpr const char* kUnwritable = "standard output cannot be written";
+
 const std::array<const Command*, 4> kCommands = {&kRoundCommand, &kCalcCommand, &kRecapCommand,
                                                  &kDocumentCommand};
 
@@ -127,6 +129,7 @@ Example:
 // What is wrong where no command is known.
 std::string CommandError(const CLI::App& app, const CLI::ParseError& error) {
   std::vector<std::string_view> names;
+  names.reserve(kCommands.size());
   for (const Command* command : kCommands) names.emplace_back(command->name);
   const std::vector<std::string> rest = app.remaining();
   if (error.get_name() != "RequiredError") return error.what();
@@ -160,7 +163,7 @@ int Execute(const Parsed& parsed, std::istream& in, std::ostream& out, std::ostr
   Session session{in, {}};
   parsed.action(session);
   out.write(session.out.data(), static_cast<std::streamsize>(session.out.size()));
-  if (!out.flush()) throw Error("standard output cannot be written");
+  if (!out.flush()) throw Error(kUnwritable);
   return kDone;
 }
 
@@ -184,7 +187,8 @@ int Run(const std::vector<std::string>& arguments, std::istream& in, std::ostrea
     return Execute(parsed, in, out, err);
   } catch (const CLI::Success& success) {
     app.exit(success, out, err);
-    return out.flush() ? kDone : kRefused;
+    if (out.flush()) return kDone;
+    Report(kUnwritable, err);
   } catch (const CLI::ParseError& error) {
     return WrongUsage(parsed.command, parsed.command.empty() ? CommandError(app, error) : error.what(), err);
   } catch (const UsageError& error) {

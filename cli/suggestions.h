@@ -23,6 +23,7 @@ auto FindRow(const Table& table, std::string_view name) -> decltype(&*std::begin
 template <typename Table>
 std::string DidYouMeanAmong(const Table& table, std::string_view unknown) {
   std::vector<std::string_view> names;
+  names.reserve(std::size(table));
   for (const auto& row : table) names.push_back(row.name);
   return DidYouMean(unknown, names);
 }
