@@ -1,5 +1,8 @@
 #include "mox/calculations/vat_recapitulation.h"
 
+#include <array>
+#include <vector>
+
 #include "mox/calculations/line_formulas_internal.h"
 #include "mox/calculations/walks_internal.h"
 #include "mox/foundation/rounding.h"
@@ -40,10 +43,12 @@ class RateSums {
 
   /// Appends a row for each rate: its total is base, tax and what is carried over into every row.
   void WriteTo(RecordSet& recap, Currency carried) const {
+    std::vector<std::array<Value, 5>> rows;
     for (const RateSum& sum : sums_) {
       const Currency tax = R2(sum.tax);
-      recap.AppendRecord({sum.base, tax, sum.rate, RateText(sum.rate), sum.base + tax + carried});
+      rows.push_back({sum.base, tax, sum.rate, RateText(sum.rate), sum.base + tax + carried});
     }
+    for (const auto& row : rows) recap.AppendRecord(row);
     recap.Last();
   }
 
@@ -149,6 +154,7 @@ void FillPDVDataPovDob(const Field& rate_field, const Field& amount_field, Recor
 }
 
 void FillPDVDataKnjigaPopisa(RecordSet& lines, RecordSet& book) {
+  const ControlsGuard book_guard(book);
   WalkToEnd(lines, [&] {
     const Currency tax = lines[pdvi];
     const Currency fee = lines.Optional(pov_naki);

@@ -34,6 +34,8 @@ void RecordSet::LeaveRecord() {
   if (state_ == DataSetState::kBrowse) return;
   if (modified_) {
     Post();
+  } else if (state_ == DataSetState::kEdit) {
+    EndEditing();  // what the event calculated meanwhile stays
   } else {
     Cancel();
   }
@@ -89,7 +91,7 @@ void RecordSet::Notify(RecordSetChange change) {
 
 void RecordSet::Refresh() {
   RequireBrowsable("refresh");
-  if (on_calc_fields_ && row_count_ > 0) FireCalcFields();
+  if (on_calc_fields_ && (row_count_ > 0 || state_ == DataSetState::kInsert)) FireCalcFields();
   Notify(RecordSetChange::kRecords);
 }
 
@@ -112,9 +114,10 @@ void RecordSet::Last() {
 }
 
 std::optional<Bookmark> RecordSet::GetBookmark() const {
-  if (row_count_ == 0) return std::nullopt;
-  const std::uint32_t record = rows_[position_];
-  return Bookmark{record, slabs_.GenerationOf(record), position_};
+  const bool inserting = state_ == DataSetState::kInsert;
+  if (row_count_ == 0 && !inserting) return std::nullopt;
+  const std::uint32_t record = inserting ? pending_ : rows_[position_];
+  return Bookmark{record, slabs_.GenerationOf(record), epoch_, inserting ? pending_at_ : position_};
 }
 
 bool RecordSet::GotoBookmark(const Bookmark& bookmark) {
@@ -123,7 +126,8 @@ bool RecordSet::GotoBookmark(const Bookmark& bookmark) {
   if (at >= row_count_ || rows_[at] != bookmark.record) {
     at = static_cast<std::size_t>(std::find(rows_, rows_ + row_count_, bookmark.record) - rows_);
   }
-  if (at == row_count_ || slabs_.GenerationOf(bookmark.record) != bookmark.generation) {
+  if (at == row_count_ || epoch_ != bookmark.epoch ||
+      slabs_.GenerationOf(bookmark.record) != bookmark.generation) {
     return false;
   }
   MoveTo(at);
@@ -278,6 +282,18 @@ void RecordSet::FilterPosted(bool inserted) {
     ShowRecord(at);
   } else {
     MoveTo(std::min(at, row_count_ - 1));
+  }
+}
+
+void RecordSet::LeaveForNext() {
+  const std::size_t visible_before = row_count_;
+  const bool editing = state_ == DataSetState::kEdit;
+  const bool was_last = position_ + 1 >= visible_before;
+  LeaveRecord();
+  if (editing && row_count_ < visible_before) {
+    eof_ = eof_ || was_last;
+  } else {
+    Next();
   }
 }
 

@@ -32,6 +32,7 @@ RecordSet& RecordSet::operator=(RecordSet&& other) noexcept {
   rows_ = std::exchange(other.rows_, nullptr);
   row_count_ = std::exchange(other.row_count_, 0U);
   position_ = std::exchange(other.position_, 0U);
+  epoch_ = std::max(epoch_, other.epoch_) + 1;
   name_ = std::move(other.name_);
   defined_ = std::move(other.defined_);
   structure_ = std::move(other.structure_);
@@ -86,6 +87,7 @@ void RecordSet::BindStructure() {
 }
 
 void RecordSet::DropEverything() {
+  ++epoch_;
   texts_.Clear();
   order_.clear();
   visible_.clear();
@@ -165,6 +167,10 @@ void RecordSet::RequireReadable(std::size_t index) const {
 std::size_t RecordSet::IndexOf(NameId id) const {
   const std::size_t slot = slots_->present[id];
   if (slot != kNoSlot) return slot;
+  if (!IsActive()) {
+    throw StateError(std::string(kVocabulary[static_cast<std::size_t>(id)].name) + ": the record set " +
+                     name_ + " is closed");
+  }
   throw FieldNotFound(kVocabulary[static_cast<std::size_t>(id)].name, name_);
 }
 

@@ -47,10 +47,12 @@ enum class RecordSetChange : std::uint8_t {
   kRecords  ///< records came, went or were refreshed; also told once after controls are enabled again
 };
 
-/// A remembered record. It stays good while records come and go, until its own is deleted.
+/// A remembered record. It stays good while records come and go, until its own is deleted or the set is
+/// closed, loaded or cloned anew.
 struct Bookmark {
   std::uint32_t record = 0;
   std::uint32_t generation = 0;
+  std::uint32_t epoch = 0;
   std::size_t position = 0;
 };
 
@@ -263,6 +265,9 @@ class RecordSet {
   }
 
   void LeaveRecord();
+  // Leaves the record, and moves on unless leaving already did: a record that its change took out of the
+  // filter is followed by the next one.
+  void LeaveForNext();
   void BecameCurrent();
   void ShowRecord(std::size_t position);
   void MoveTo(std::size_t position);
@@ -358,6 +363,7 @@ class RecordSet {
   std::vector<std::uint32_t> order_;
   std::vector<std::uint32_t> visible_;  // of order_, while filtered
   std::vector<std::uint64_t> undo_;     // room for one record: the current one as it was before the edit
+  std::uint32_t epoch_ = 0;             // how often the set began anew
   std::uint32_t pending_ = 0;           // the record being inserted
   std::size_t pending_at_ = 0;          // its place in order_
   int controls_disabled_ = 0;

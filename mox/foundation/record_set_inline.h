@@ -90,7 +90,10 @@ inline void RecordSet::First() {
 }
 
 inline void RecordSet::Next() {
-  if (state_ != DataSetState::kBrowse) LeaveRecord();
+  if (state_ != DataSetState::kBrowse) {
+    LeaveForNext();
+    return;
+  }
   if (position_ + 1 < row_count_) [[likely]] {
     MoveTo(position_ + 1);
   } else {

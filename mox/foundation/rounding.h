@@ -17,7 +17,7 @@ namespace mox {
 double MyRound(double value, int digits);
 
 /// MyRound of an amount to a count of decimals and the storing into a currency field in one step. The nudge
-/// and the rounding are done in extended precision, so they hold for amounts of any size that a currency has.
+/// and the rounding are done in extended precision, so the nudge holds for amounts up to 10^12.
 /// Decimals above the fourth are then rounded off to the nearest ten-thousandth, ties to even, as storing
 /// does. Raises as MyRound does for a negative count, and Overflow when a currency cannot hold the result.
 Currency Round(Amount amount, int decimals);

@@ -18,7 +18,9 @@ bool IsWhole(std::string_view text) {
   return AreDigits(text) && (text.size() == 1 || text.front() != '0');
 }
 
+// A parameter without a value is null.
 Value InferValue(std::string_view text) {
+  if (text.empty()) return {};
   if (SameName(text, "true")) return true;
   if (SameName(text, "false")) return false;
   const std::size_t point = text.find('.');
