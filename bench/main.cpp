@@ -1,0 +1,54 @@
+// Measures record sets against hand-written loops and other ways to keep a document's lines, all in one run.
+// The output ends with one line `ratio NAME VALUE` for each ratio; docs/PERFORMANCE.md says what they mean.
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <exception>
+#include <vector>
+
+#include "bench/document_benchmarks.h"
+#include "bench/measurements.h"
+#include "bench/micro_benchmarks.h"
+#include "bench/peers.h"
+#include "mox/foundation/app.h"
+#include "mox/host/memory_settings.h"
+
+namespace {
+
+int Run() {
+  mox::MemorySettings settings;
+  const mox::ScopedApp app({.ini = &settings});
+
+  mox::bench::Peers peers;
+  peers.Check();
+  mox::bench::RegisterDocumentBenchmarks(peers);
+  mox::bench::RegisterMicroBenchmarks(peers);
+  mox::bench::Measurements measurements;
+  benchmark::RunSpecifiedBenchmarks(&measurements);
+  peers.Check();
+
+  std::printf("\n%zu lines (naive: %zu), values of all peers the same; sums of SQLite: %s\n\n",
+              mox::bench::kLineCount, mox::bench::kNaiveLineCount, peers.SqliteDifference().c_str());
+  mox::bench::PrintRatios(measurements, peers);
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Mixed repetitions let a slow moment of the machine fall on all benchmarks alike.
+  char mixed[] = "--benchmark_enable_random_interleaving=true";
+  std::vector<char*> arguments(argv, argv + argc);
+  arguments.insert(arguments.begin() + 1, mixed);
+  int count = static_cast<int>(arguments.size());
+  arguments.push_back(nullptr);
+  benchmark::Initialize(&count, arguments.data());
+  if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 2;
+  try {
+    return Run();
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "mox_bench: %s\n", error.what());
+    return 1;
+  }
+}
