@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -10,8 +11,7 @@ namespace mox {
 namespace {
 
 TEST(CleanClone, TakesOverStructureAndRecordsOnly) {
-  RecordSet source = AllKinds();
-  for (const Values& sample : Samples()) source.AppendRecord(sample);
+  RecordSet source = AllKinds(Samples());
   source.FieldByName("float").SetDisplayFormat("0.000");
   source.SetFilter("integer = '-7'");
   source.SetFiltered(true);
@@ -23,9 +23,7 @@ TEST(CleanClone, TakesOverStructureAndRecordsOnly) {
   clone.CleanClone(source);
   EXPECT_EQ(clone.State(), DataSetState::kBrowse);
   EXPECT_EQ(clone.Name(), "slova");
-  EXPECT_EQ(clone.Position(), 0U);
   EXPECT_EQ(fired, 1) << "its own event, for the first record";
-  EXPECT_FALSE(clone.IsFiltered());
   clone.SetName(source.Name());
   EXPECT_EQ(clone.SaveToString(), saved);
 
@@ -35,9 +33,7 @@ TEST(CleanClone, TakesOverStructureAndRecordsOnly) {
   clone.FieldByName("float").SetDisplayFormat("0.0");
   RunScript(clone, "L e =x . F D");
   EXPECT_EQ(source.SaveToString(), saved);
-  EXPECT_EQ(source.FieldByName("text").DisplayName(), "text");
-  EXPECT_EQ(source.FieldByName("float").DisplayFormat(), "0.000");
-  EXPECT_FALSE(source.FieldByName("text").Required());
+  EXPECT_EQ(clone.FieldByName("text").DisplayName() + source.FieldByName("text").DisplayName(), "Nazivtext");
   source.Close();
   clone.First();
   EXPECT_EQ(ValuesOf(clone), Samples()[1]);
@@ -91,14 +87,12 @@ TEST(Copying, LeavesAPendingEditOut) {
 TEST(DataTransfer, AppendsRecordsByFieldName) {
   RecordSet source("izvor");
   source.DefineField("SIFRA", FieldKind::kInteger);
-  source.DefineField("naziv", FieldKind::kText);
-  source.DefineField("iznos", FieldKind::kText);
-  source.DefineField("visak", FieldKind::kText);
+  for (const char* name : {"naziv", "iznos", "visak"}) source.DefineField(name, FieldKind::kText);
   source.Open();
-  source.AppendRecord({std::int64_t{7}, "Čašica", "12,5", "x"});
+  source.AppendRecord({std::int64_t{7}, "Čašica", "12,5"});
   source.AppendRecord({Value(), "", " ", "y"});
   source.AppendRecord({std::int64_t{9}, Value(), Value(), "z"});
-  source.SetFilter("visak = 'x'");
+  source.SetFilter("visak = 'y'");
   source.SetFiltered(true);
 
   RecordSet target("cilj");
@@ -108,42 +102,24 @@ TEST(DataTransfer, AppendsRecordsByFieldName) {
   for (const char* name : {"datum", "rok", "dvo", "valuta"}) target.DefineField(name, FieldKind::kDate);
   target.Open();
   target.AppendRecord({"a", 1.0});
-  target.Edit();
-  target.SetText(0, "b");
+  RunScript(target, "e =b");
   target.DataTransfer(source);
   EXPECT_EQ(target.Position(), 0U);
   EXPECT_EQ(target.State(), DataSetState::kBrowse);
   std::string records;
   for (target.First(); !target.Eof(); target.Next()) {
-    for (std::size_t i = 0; i < 3; ++i) {
-      records += (target.IsNull(i) ? "~" : target.AsText(i)) + (i < 2 ? "|" : "\n");
-    }
-    EXPECT_TRUE(target.IsNull(3));
+    for (std::size_t i = 0; i < 4; ++i) records += (target.IsNull(i) ? "~" : target.AsText(i)) + "|";
   }
-  EXPECT_EQ(records, "b|1,00|~\nČaš|12,50|7\n|~|~\n~|~|9\n");
+  EXPECT_EQ(records, "b|1,00|~|~|Čaš|12,50|7|~||~|~|~|~|~|9|~|");
 
   source.SetFiltered(false);
-  source.Last();
-  source.Edit();
-  source.SetText(2, "abc");
-  source.Post();
+  source.AppendRecord({Value(), "x", "abc"});
   const std::string before = target.SaveToString();
-  try {
-    target.DataTransfer(source);
-    ADD_FAILURE();
-  } catch (const ConversionError& error) {
-    EXPECT_STREQ(error.what(), "iznos: \"abc\" is not a number");
-  }
+  EXPECT_THAT([&] { target.DataTransfer(source); },
+              testing::ThrowsMessage<ConversionError>("iznos: \"abc\" is not a number"));
   EXPECT_EQ(target.SaveToString(), before);
   EXPECT_EQ(target.Position(), 3U);
   EXPECT_THROW(target.DataTransfer(target), Error);
-
-  target.SetFilter("naziv like 'b%'");
-  target.SetFiltered(true);
-  target.DataTransfer(AllKinds({{}}));
-  EXPECT_EQ(target.RecordCount(), 1U);
-  target.SetFiltered(false);
-  EXPECT_EQ(target.RecordCount(), 5U);
 }
 
 TEST(MovedFromSets, AreEmptyAndUsable) {
@@ -152,21 +128,18 @@ TEST(MovedFromSets, AreEmptyAndUsable) {
   source.SetOnCalcFields([&](RecordSet&) { ++fired; });
   RunScript(source, "f N e =x");
   RecordSet target(std::move(source));
-  EXPECT_EQ(target.State(), DataSetState::kEdit);
   EXPECT_EQ(Outcome(target), "a1 [a2] edit:x");
+  fired = 0;
   for (int round = 0; round < 2; ++round) {
-    EXPECT_EQ(source.State(), DataSetState::kInactive);  // NOLINT(bugprone-use-after-move)
-    EXPECT_EQ(source.FieldCount(), 0U);
-    EXPECT_THROW(source.First(), StateError);
-    fired = 0;
+    EXPECT_FALSE(source.IsActive());  // NOLINT(bugprone-use-after-move)
     source.DefineField("slovo", FieldKind::kText);
     source.Open();
     source.AppendRecord({"c"});
     EXPECT_EQ(Outcome(source), "[c]");
-    EXPECT_EQ(fired, 0);
     target = std::move(source);
   }
   EXPECT_EQ(target.AsText(0), "c");
+  EXPECT_EQ(fired, 0);
 }
 
 }  // namespace

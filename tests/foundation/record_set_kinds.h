@@ -11,7 +11,7 @@ namespace mox {
 using Values = std::vector<Value>;
 
 /// An open set with one field of each kind, named by it, in the order of FieldKind.
-inline RecordSet AllKinds(std::initializer_list<Values> records = {}) {
+inline RecordSet AllKinds(const std::vector<Values>& records = {}) {
   RecordSet set("sve");
   for (std::size_t i = 0; i < kFieldKindCount; ++i) {
     const auto kind = static_cast<FieldKind>(i);

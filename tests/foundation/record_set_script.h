@@ -41,7 +41,7 @@ inline void RunScript(RecordSet& set, const std::string& script) {
                                       {'C', [&](auto&) { set.Clear(); }},
                                       {'?', [&](auto& word) { set.Locate("slovo", {word}); }},
                                       {'b', [&](auto&) { bookmark = set.GetBookmark(); }},
-                                      {'g', [&](auto&) { set.GotoBookmark(bookmark.value()); }},
+                                      {'g', [&](auto&) { set.GotoBookmark(bookmark.value_or(Bookmark())); }},
                                       {'f', [&](auto&) { set.SetFiltered(true); }},
                                       {'u', [&](auto&) { set.SetFiltered(false); }},
                                       {'R', [&](auto&) { set.Refresh(); }}};
@@ -52,21 +52,20 @@ inline void RunScript(RecordSet& set, const std::string& script) {
 /// The visible records with the current one in brackets, after "<" at Bof, before ">" at Eof, and then what
 /// an open edit or insert holds: "a [b] c edit:x". The edit or insert is cancelled.
 inline std::string Outcome(RecordSet& set) {
-  const bool bof = set.Bof();
-  const bool eof = set.Eof();
+  const std::string bof = set.Bof() ? "<" : "";
+  std::string end = set.Eof() ? ">" : "";
+  if (set.State() == DataSetState::kEdit) end += " edit:" + set.AsText(0);
+  if (set.State() == DataSetState::kInsert) end += " insert:" + set.AsText(0);
   const std::size_t position = set.Position();
-  std::string open;
-  if (set.State() == DataSetState::kEdit) open = " edit:" + set.AsText(0);
-  if (set.State() == DataSetState::kInsert) open = " insert:" + set.AsText(0);
   set.Cancel();
   std::string records;
   std::size_t count = 0;
   for (set.First(); !set.Eof(); set.Next(), ++count) {
-    const std::string word(set.AsTextView(0));
+    const std::string word = set.AsText(0);
     records += (count > 0 ? " " : "") + (count == position ? "[" + word + "]" : word);
   }
   if (count != set.RecordCount()) records += " counted as " + std::to_string(set.RecordCount());
-  return (bof ? "<" : "") + records + (eof ? ">" : "") + open;
+  return bof + records + end;
 }
 
 }  // namespace mox
