@@ -59,7 +59,12 @@ TEST(RecordSetNavigation, Bookmarks) {
   Expect("", {"g -> <>"});
   Expect("a b c", {"N b L g -> a [b] c", "N b F i =x . i =y . g -> y x a [b] c", "L b F D g -> b [c]",
                    "N b e =x . F g -> a [x] c", "N b D g -> a [c]", "N b D a =x . F g -> <[a] c x",
-                   "N b C a =x . a =y . a =z . F g -> <[x] y z"});
+                   "N b C a =x . a =y . a =z . F g -> <[x] y z", "N i =x b L g -> a [x] b c",
+                   "N i b F g -> <[a] b c"});
+  RecordSet set = Letters("a b");
+  const auto bookmark = set.GetBookmark();
+  set.LoadFromString(set.SaveToString());
+  EXPECT_FALSE(set.GotoBookmark(*bookmark)) << "of the records before";
 }
 
 TEST(RecordSetNavigation, Filter) {
@@ -67,9 +72,9 @@ TEST(RecordSetNavigation, Filter) {
   Expect("a1 b a2",
          {"L f -> a1 [a2]", "N f -> <[a1] a2", "L f u -> a1 b [a2]", "L f ?b -> a1 [a2]",
           "N b f g -> <[a1] a2", "L b F f g -> a1 [a2]", "f N e =a9 . -> a1 [a9]", "f e =x . -> [a2]",
-          "f N e =x . -> [a1]", "f N e =x N -> [a1]>", "f N e =x ~ -> a1 [a2]", "f e =x . e =x . -> <>",
-          "f N i =a9 . -> a1 [a9] a2", "f N i =a9 . u -> a1 b [a9] a2", "f N i =x . -> a1 [a2]",
-          "f N i =x . u -> a1 b x [a2]", "f N D u -> [a1] b", "f C u -> <>"});
+          "f N e =x . -> [a1]", "f N e =x N -> [a1]>", "f e =x N -> [a2]", "f N e =x ~ -> a1 [a2]",
+          "f e =x . e =x . -> <>", "f N i =a9 . -> a1 [a9] a2", "f N i =a9 . u -> a1 b [a9] a2",
+          "f N i =x . -> a1 [a2]", "f N i =x . u -> a1 b x [a2]", "f N D u -> [a1] b", "f C u -> <>"});
   Expect("a1 b a2 c",
          {"f a =a9 . -> a1 a2 [a9]", "f a =a9 . u -> a1 b a2 c [a9]", "f a =x . u -> [a1] b a2 c x"});
 }

@@ -109,18 +109,6 @@ TEST(RecordText, KeepsEveryKindAndText) {
   }
 }
 
-TEST(RecordText, HoldsAllRecordsAndNoPendingChange) {
-  RecordSet set = OpenSet();
-  RecordSet loaded;
-  loaded.LoadFromString(set.SaveToString());
-  EXPECT_EQ(Outcome(loaded), "<[a1] b a2");
-  RunScript(set, "a =x");
-  loaded.LoadFromString(set.SaveToString());
-  EXPECT_EQ(Outcome(loaded), "<[a1] b ax");
-  set.LoadFromString(Letters("c d").SaveToString());
-  EXPECT_EQ(Outcome(set), "<[c] d") << "without the filter of before";
-}
-
 TEST(RecordText, SaysWhereItIsDamaged) {
   const struct {
     const char* from;
