@@ -6,29 +6,26 @@
 #include <array>
 #include <cctype>
 #include <cstdio>
+#include <map>
 #include <sstream>
 
 namespace mox {
 namespace {
 
-struct Assignment {
-  std::string name;
-  std::string value;
-};
-
-using Assignments = std::vector<Assignment>;
+// Names and their values, as texts.
+using Values = std::map<std::string, std::string, std::less<>>;
 
 struct Row {
   std::string text;
   std::vector<std::string> arguments;
-  Assignments settings;
-  Assignments given;
-  Assignments expected;
+  Values settings;
+  Values given;
+  Values expected;
   std::string error;
   bool may_change_more = false;
 };
 
-Assignment ParseAssignment(const std::string& word) {
+Values::value_type ParseAssignment(const std::string& word) {
   const std::size_t equals = std::min(word.find('='), word.size());
   return {word.substr(0, equals), word.substr(std::min(equals + 1, word.size()))};
 }
@@ -45,7 +42,7 @@ Row ParseRow(const std::string& text) {
     std::istringstream list(arguments);
     for (std::string argument; std::getline(list, argument, ',');) row.arguments.push_back(argument);
   }
-  Assignments* side = &row.given;
+  Values* side = &row.given;
   for (std::string word; words >> word;) {
     if (word == "->") {
       side = &row.expected;
@@ -53,7 +50,7 @@ Row ParseRow(const std::string& text) {
       row.may_change_more = true;
     } else {
       const bool is_setting = std::isupper(static_cast<unsigned char>(word.front())) != 0;
-      (is_setting ? row.settings : *side).push_back(ParseAssignment(word));
+      (is_setting ? row.settings : *side).insert(ParseAssignment(word));
     }
   }
   EXPECT_EQ(side, &row.expected) << "no arrow in: " << text;
@@ -75,20 +72,13 @@ std::vector<Row> ParseTable(const std::string& table) {
   return rows;
 }
 
-const std::string* Find(const Assignments& assignments, std::string_view name) {
-  for (const Assignment& a : assignments) {
-    if (a.name == name) return &a.value;
-  }
-  return nullptr;
-}
-
 FieldKind UsualKind(std::string_view name) {
   const auto id = FindInVocabulary(name);
   return id ? kVocabulary[static_cast<std::size_t>(*id)].kind : FieldKind::kText;
 }
 
-Value ParseValue(FieldKind kind, const std::string& text) {
-  switch (kind) {
+Value ParseValue(std::string_view name, const std::string& text) {
+  switch (UsualKind(name)) {
     case FieldKind::kCurrency:
       return Currency::Parse(text);
     case FieldKind::kFloat:
@@ -100,42 +90,41 @@ Value ParseValue(FieldKind kind, const std::string& text) {
   }
 }
 
-void SetField(RecordSet& set, const Assignment& a) {
-  set.FieldByName(a.name).SetVariant(ParseValue(UsualKind(a.name), a.value));
+void SetFields(RecordSet& set, const Values& values) {
+  for (const auto& [name, text] : values) set.FieldByName(name).SetVariant(ParseValue(name, text));
 }
 
-// A line with every field of the vocabulary, but those that the row declares absent and the one to leave out.
+// A line with every field of the vocabulary but those that are absent.
 RecordSet MakeLine(const Row& row, Way way, std::string_view left_out) {
   RecordSet line("line");
-  const auto is_absent = [&](std::string_view name) {
-    const std::string* value = Find(row.given, name);
-    return name == left_out || (value != nullptr && *value == "absent");
-  };
-  for (const VocabularyEntry& entry : kVocabulary) {
-    if (is_absent(entry.name)) continue;
+  Values given = row.given;
+  for (const auto& [name, kind] : kVocabulary) {
+    const auto value = given.find(name);
+    if (name == left_out || (value != given.end() && value->second == "absent")) {
+      if (value != given.end()) given.erase(value);
+      continue;
+    }
     FieldDef def;
-    def.name = entry.name;
-    def.kind = way == Way::kOtherKind && entry.name == "kolicina" ? FieldKind::kCurrency : entry.kind;
-    def.calculated = row.may_change_more || Find(row.expected, entry.name) != nullptr;
+    def.name = name;
+    def.kind = way == Way::kOtherKind && name == "kolicina" ? FieldKind::kCurrency : kind;
+    def.calculated = row.may_change_more || row.expected.contains(name);
     line.DefineField(def);
   }
   line.Open();
   line.Append();
-  for (const Assignment& a : row.given) {
-    if (!is_absent(a.name)) SetField(line, a);
-  }
+  SetFields(line, given);
   line.Post();
   return line;
 }
 
 struct Outcome {
-  std::string values;  // of the fields that the row expects, and of others that changed all the same
+  Values values;  // of the fields that the row expects, and of others that changed all the same
   std::string error;
 };
 
 Outcome Run(const LineFunction& function, const Row& row, Way way, std::string_view left_out = {}) {
   TestHost host;
-  for (const Assignment& a : row.settings) host.settings.WriteString("GENERAL", a.name, a.value);
+  for (const auto& [key, value] : row.settings) host.settings.WriteString("GENERAL", key, value);
   RecordSet line = MakeLine(row, way, left_out);
   RecordSet before;
   before.CleanClone(line);
@@ -155,25 +144,17 @@ Outcome Run(const LineFunction& function, const Row& row, Way way, std::string_v
   }
   EXPECT_EQ(line.State(), way == Way::kCalcFields ? DataSetState::kBrowse : DataSetState::kEdit);
 
-  const auto show = [&](const std::string& name, const Value& value) {
-    outcome.values += " " + name + "=" + Show(value);
-  };
-  for (const Assignment& a : row.expected) {
-    if (a.name != left_out) show(a.name, line.FieldByName(a.name).AsVariant());
-  }
-  for (std::size_t i = 0; i < line.FieldCount() && !row.may_change_more; ++i) {
+  for (std::size_t i = 0; i < line.FieldCount(); ++i) {
     const std::string& name = line.FieldAt(i).Name();
-    if (Find(row.expected, name) != nullptr || line.AsVariant(i) == before.AsVariant(i)) continue;
-    show(name, line.AsVariant(i));
+    const bool changed = !row.may_change_more && line.AsVariant(i) != before.AsVariant(i);
+    if (row.expected.contains(name) || changed) outcome.values[name] = Show(line.AsVariant(i));
   }
   return outcome;
 }
 
 void ExpectRow(const LineFunction& function, const Row& row, Way way) {
-  std::string expected;
-  for (const Assignment& a : row.expected) {
-    expected += " " + a.name + "=" + Show(ParseValue(UsualKind(a.name), a.value));
-  }
+  Values expected = row.expected;
+  for (auto& [name, text] : expected) text = Show(ParseValue(name, text));
   const Outcome outcome = Run(function, row, way);
   const char* ways[] = {": ", " with another kind: ", " in the event: ", ": "};
   const std::string where = function.Name() + std::string(ways[static_cast<int>(way)]) + row.text;
@@ -182,11 +163,11 @@ void ExpectRow(const LineFunction& function, const Row& row, Way way) {
 }
 
 void ExpectEveryFieldNeeded(const LineFunction& function, const Row& row) {
-  for (const Assignments* side : {&row.given, &row.expected}) {
-    for (const Assignment& a : *side) {
-      EXPECT_EQ(Run(function, row, Way::kEdit, a.name).error, "line: field \"" + a.name + "\" not found")
-          << function.Name() << ": " << row.text;
-    }
+  Values named = row.given;
+  named.insert(row.expected.begin(), row.expected.end());
+  for (const auto& [name, text] : named) {
+    EXPECT_EQ(Run(function, row, Way::kEdit, name).error, "line: field \"" + name + "\" not found")
+        << function.Name() << ": " << row.text;
   }
 }
 
@@ -220,21 +201,21 @@ std::string With(std::string table, std::string_view placeholder, std::string_vi
 
 RecordSet Records(std::string_view text) {
   RecordSet set("lines");
-  std::vector<Assignments> records(1);
+  std::vector<Values> records(1);
   std::istringstream words{std::string(text)};
   for (std::string word; words >> word;) {
     const bool is_last = word.back() == ';';
     if (is_last) word.pop_back();
-    const Assignment a = ParseAssignment(word);
-    if (!set.FindFieldIndex(a.name)) set.DefineField(a.name, UsualKind(a.name));
-    if (a.name != word) records.back().push_back(a);
+    const auto value = ParseAssignment(word);
+    if (!set.FindFieldIndex(value.first)) set.DefineField(value.first, UsualKind(value.first));
+    if (value.first != word) records.back().insert(value);
     if (is_last) records.emplace_back();
   }
   set.Open();
-  for (const Assignments& record : records) {
+  for (const Values& record : records) {
     if (record.empty()) continue;
     set.Append();
-    for (const Assignment& a : record) SetField(set, a);
+    SetFields(set, record);
     set.Post();
   }
   set.First();
