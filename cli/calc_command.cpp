@@ -2,6 +2,7 @@
 #include <memory>
 #include <span>
 
+#include "cli/column_check.h"
 #include "cli/command.h"
 #include "cli/line_functions.h"
 #include "cli/record_set_file.h"
@@ -53,15 +54,17 @@ void RunCalc(const CalcArguments& arguments, Session& session) {
   const std::string path = arguments.words.size() > count ? arguments.words.back() : "-";
   RecordSetFile file = ReadRecordSet(ReadFileText(path, session.in));
 
+  const auto apply = [&](RecordSet& lines) {
+    if (function.walks_itself) {
+      bound(lines);
+    } else {
+      ApplyToEveryRecord(bound, lines);
+    }
+  };
+  RequireColumnsOf(file.records, apply);
   WalkWatch watch;
   watch.Observe(file);
-  watch.Run([&] {
-    if (function.walks_itself) {
-      bound(file.records);
-    } else {
-      ApplyToEveryRecord(bound, file.records);
-    }
-  });
+  watch.Run([&] { apply(file.records); });
   if (arguments.table) {
     AppendTable(file.records, {.number_records = true, .hide_empty = true}, session.out);
   } else {

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 
+#include "cli/column_check.h"
 #include "cli/command.h"
 #include "cli/recap_members.h"
 #include "cli/record_set_file.h"
@@ -87,6 +88,8 @@ void RunRecap(const RecapArguments& arguments, Session& session) {
   const bool fills_book = member.fields.empty();
   if (second && !fills_book) watch.Observe(*second);
 
+  RequireColumns(lines.records, member.line_columns);
+  if (second) RequireColumns(second->records, member.second_columns);
   RecordSet declared;
   if (!fills_book) declared = DeclareRecap(member);
   RecordSet& recap = fills_book ? second->records : declared;

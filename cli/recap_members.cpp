@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "cli/argument_text.h"
+#include "cli/column_check.h"
 #include "cli/command.h"
 #include "cli/suggestions.h"
 #include "mox/calculations/vat_recapitulation.h"
@@ -50,7 +51,7 @@ void TwoAmounts(const RecapCall& call, RecordSet& recap) {
 template <auto kMember>
 void Special(const RecapCall& call, RecordSet& recap) {
   kMember(call.Numbers("SaleAmountField"), call.Numbers("PurchaseAmountField"), *call.Numbers("RateField"),
-          call.Column("KindValueField"), recap, call.Text("KindFieldName"));
+          call.Column("KindValueField"), recap, call.Column("KindFieldName").Name());
 }
 
 const std::vector<RecapMember> kMembers = {
@@ -73,7 +74,9 @@ const std::vector<RecapMember> kMembers = {
      {},
      SecondFile::kRequired,
      {},
-     [](const RecapCall& call, RecordSet& book) { FillPDVDataKnjigaPopisa(call.Lines(), book); }},
+     [](const RecapCall& call, RecordSet& book) { FillPDVDataKnjigaPopisa(call.Lines(), book); },
+     {"ukupno", "pdvi", "tbr_stp"},
+     {"stopa", "roba_iznos", "porezroba_iznos", "pov_nak_izn"}},
     {"FillPDVDataPosebniPostupak", kSpecial, SecondFile::kNone, kByRateAndKind,
      Special<FillPDVDataPosebniPostupak>},
     {"FillPDVDataAranzmanPosebniPostupak", kSpecial, SecondFile::kNone, kByRateAndKind,
@@ -82,7 +85,8 @@ const std::vector<RecapMember> kMembers = {
      [](const RecapCall& call, RecordSet& recap) {
        FillPDVDataHTLPosebniPostupakPP(call.Numbers("SaleAmountField"), call.Numbers("PurchaseAmountField"),
                                        *call.Numbers("RateField"), *call.Numbers("ConsumptionTaxRateField"),
-                                       call.Column("KindValueField"), recap, call.Text("KindFieldName"));
+                                       call.Column("KindValueField"), recap,
+                                       call.Column("KindFieldName").Name());
      }}};
 
 bool IsGiven(std::span<const RecapValue> values, std::string_view name) {
@@ -91,11 +95,14 @@ bool IsGiven(std::span<const RecapValue> values, std::string_view name) {
 }
 
 void CheckMissing(const RecapMember::Argument& argument, std::span<const RecapValue> values) {
-  if (argument.need == Need::kOptional || IsGiven(values, argument.name)) return;
   const std::string name(argument.name);
-  if (argument.need == Need::kRequired) throw UsageError(name + "= is required");
+  const bool given = IsGiven(values, name);
+  if (argument.need == Need::kRequired && !given) throw UsageError(name + "= is required");
+  if (argument.need != Need::kWithAmount) return;
   const std::string amount = std::string("AmountField") + name.back();
-  if (IsGiven(values, amount)) throw UsageError(amount + "= is given without " + name + "=");
+  if (IsGiven(values, amount) == given) return;
+  throw UsageError(given ? name + "= is given without " + amount + "="
+                         : amount + "= is given without " + name + "=");
 }
 
 }  // namespace
@@ -120,14 +127,21 @@ const std::string* RecapCall::Find(std::string_view name) const {
 
 int RecapCall::Integer(std::string_view name) const { return IntegerArgument(name, Text(name)); }
 
+Field RecapCall::ColumnOf(RecordSet& records, std::string_view name) const {
+  const std::string& column = Text(name);
+  if (const auto field = records.FindField(column)) return *field;
+  std::vector<std::string_view> names;
+  for (std::size_t i = 0; i < records.FieldCount(); ++i) names.push_back(records.Definition(i).name);
+  throw Error(records.Name() + ": " + std::string(name) + "=: field \"" + column + "\" not found" +
+              DidYouMean(column, names));
+}
+
 std::optional<Field> RecapCall::NumbersOf(RecordSet& records, std::string_view name) const {
-  const std::string* const column = Find(name);
-  if (column == nullptr) return std::nullopt;
-  const Field field = records.FieldByName(*column);
+  if (Find(name) == nullptr) return std::nullopt;
+  const Field field = ColumnOf(records, name);
   const FieldKind kind = field.Kind();
   if (kind != FieldKind::kCurrency && kind != FieldKind::kFloat && kind != FieldKind::kInteger) {
-    throw Error(records.Name() + ":1: " + field.Name() + ": the column holds no numbers but " +
-                std::string(KindName(kind)) + "; its header can say " + field.Name() + ":currency");
+    throw Error(records.Name() + ": " + NoNumbersText(records.Definition(field.Index())));
   }
   return field;
 }

@@ -32,8 +32,8 @@ class RecapCall {
   const std::string* Find(std::string_view name) const;
   const std::string& Text(std::string_view name) const { return *Find(name); }
   int Integer(std::string_view name) const;
-  /// The column that an argument names; FieldNotFound for an unknown one.
-  Field Column(std::string_view name) const { return lines_.FieldByName(Text(name)); }
+  /// The column that an argument names. Raises Error that suggests near names for an unknown one.
+  Field Column(std::string_view name) const { return ColumnOf(lines_, name); }
   /// The same for amounts and rates, of the first record set or the second; none where the argument is not
   /// given. Raises Error for a column that does not hold numbers.
   std::optional<Field> Numbers(std::string_view name) const { return NumbersOf(lines_, name); }
@@ -42,6 +42,7 @@ class RecapCall {
   }
 
  private:
+  Field ColumnOf(RecordSet& records, std::string_view name) const;
   std::optional<Field> NumbersOf(RecordSet& records, std::string_view name) const;
 
   std::span<const RecapValue> values_;
@@ -68,6 +69,9 @@ struct RecapMember {
   /// The fields of the recapitulation; without any, the member fills the second record set.
   std::vector<std::string_view> fields;
   void (*fill)(const RecapCall& call, RecordSet& recap);
+  /// The fields that a member without arguments for them needs, of the first and of the second record set.
+  std::vector<std::string_view> line_columns = {};
+  std::vector<std::string_view> second_columns = {};
 };
 
 std::span<const RecapMember> RecapMembers();

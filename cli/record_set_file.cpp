@@ -60,7 +60,7 @@ class Reader {
     std::vector<FieldDef> fields = ReadHeader();
     if (options.declare) options.declare(file_.label, fields);
     result_.label = file_.label;
-    result_.records.SetName(file_.label);
+    result_.records.SetName(file_.label + ":1");
     for (FieldDef& field : fields) result_.records.DefineField(std::move(field));
     result_.records.Open();
     if (options.on_calc_fields) result_.records.SetOnCalcFields(options.on_calc_fields);

@@ -26,7 +26,8 @@ struct FileText {
 /// is empty.
 FileText ReadFileText(const std::string& path, std::istream& standard_input);
 
-/// A record set read from a file. The set has the file's label as its name.
+/// A record set read from a file. The set is named after the place of its header,
+/// "lines.csv:1", so that a field that is not there is reported with it.
 struct RecordSetFile {
   std::string label;
   RecordSet records;
