@@ -53,6 +53,17 @@ MOX_ALWAYS_INLINE void BalanceThirdDiscount(auto& line, Currency net) {
   line.Set(rabatIznos, line[rbi1] + line[rbi2] + line[rbi3]);
 }
 
+// Services whose price includes the tax, with a discount on the gross amount.
+MOX_ALWAYS_INLINE void ServicesPricedGross(auto& line, int d) {
+  calcPci_pc_kolicina(line);
+  calcMPC_Kolicina(line);
+  line.Set(rbi1, R2(line[mpci] * line[rbp1] / 100));
+  line.Set(ukupno, line[mpci] - line[rbi1]);
+  line.Set(pdvi, Round(ContainedTax(line[ukupno], line[tbr_stp]), d));
+  line.Set(vpci, line[ukupno] - line[pdvi]);
+  if (line[kolicina] != 0) line.Set(vpc, R2(line[vpci] / line[kolicina]));
+}
+
 // --- whole calculators that several documents share ---
 
 void CalculateStock(RecordSet& lines) {
@@ -269,16 +280,6 @@ void StornoGotovinskiRacunStavkeCalcFields(RecordSet& lines, int d) {
     TotalTaxBaseFromGross(line, d);
     BalanceThirdDiscount(line, net);
   });
-}
-
-static void ServicesPricedGross(auto& line, int d) {
-  calcPci_pc_kolicina(line);
-  calcMPC_Kolicina(line);
-  line.Set(rbi1, R2(line[mpci] * line[rbp1] / 100));
-  line.Set(ukupno, line[mpci] - line[rbi1]);
-  line.Set(pdvi, Round(ContainedTax(line[ukupno], line[tbr_stp]), d));
-  line.Set(vpci, line[ukupno] - line[pdvi]);
-  if (line[kolicina] != 0) line.Set(vpc, R2(line[vpci] / line[kolicina]));
 }
 
 void GotovinskiRacunUslugaCalcFields(RecordSet& lines, int d) {

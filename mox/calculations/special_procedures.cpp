@@ -12,17 +12,17 @@ namespace {
 
 // How the members of the special procedures differ.
 struct Procedure {
-  bool skips_item_kind_1;
-  bool rounds_margin_tax;
-  bool frees_negative_margin;  // a line whose margin is negative becomes non-taxable as a whole
-  bool rounds_sums;
-  bool balances;
-  bool has_consumption_tax;
+  bool skips_item_kind_1 = false;
+  bool rounds_margin_tax = false;
+  bool frees_negative_margin = false;  // a line whose margin is negative becomes non-taxable as a whole
+  bool rounds_sums = false;
+  bool balances = false;
+  bool has_consumption_tax = false;
 };
 
-constexpr Procedure kMarginScheme{false, false, true, true, true, false};
-constexpr Procedure kTravelArrangement{true, true, false, false, false, false};
-constexpr Procedure kHotel{false, true, false, false, false, true};
+constexpr Procedure kMarginScheme{.frees_negative_margin = true, .rounds_sums = true, .balances = true};
+constexpr Procedure kTravelArrangement{.skips_item_kind_1 = true, .rounds_margin_tax = true};
+constexpr Procedure kHotel{.rounds_margin_tax = true, .has_consumption_tax = true};
 
 // The amounts of a line as its kind divides them.
 struct Split {

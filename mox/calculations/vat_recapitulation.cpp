@@ -52,7 +52,7 @@ class RateSums {
     recap.Last();
   }
 
-  std::vector<RateSum>& rows() { return sums_; }
+  std::vector<RateSum>& sums() { return sums_; }
 
  private:
   RateSum& Of(double rate) {
@@ -134,7 +134,7 @@ void FillPDVDataIznosBezPDV(const std::optional<Field>& amount_field1,
   const Deductions last = SumAmounts(
       {amount_field1, amount_field2, rate_field1, rate_field2}, kOfTheLine,
       [&](double rate, Currency amount, const Deductions&) { sums.Add(rate, amount, Currency()); });
-  for (RateSum& sum : sums.rows()) sum.tax = R2(sum.base * Real(sum.rate) / 100);
+  for (RateSum& sum : sums.sums()) sum.tax = R2(sum.base * Real(sum.rate) / 100);
   sums.WriteTo(recap, last.Sum());
 }
 
@@ -165,8 +165,7 @@ void FillPDVDataKnjigaPopisa(RecordSet& lines, RecordSet& book) {
       book.Edit();
       book.Set(roba_iznos, book[roba_iznos] + base);
       book.Set(porezroba_iznos, book[porezroba_iznos] + tax);
-      book.Set(pov_nak_izn, book[pov_nak_izn] + fee);
-      book.Post();
+      book.Set(pov_nak_izn, book[pov_nak_izn] + fee);  // posted by the move to the next row
     });
   });
 }

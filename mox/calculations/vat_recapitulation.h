@@ -65,7 +65,8 @@ void FillPDVDataKnjigaPopisa(RecordSet& lines, RecordSet& book);
 // error dialog, and the line is recorded with the amounts of the line before it (0 for the first), on
 // purpose. Rows are found by stopa and vrsta, the latter being the text of kind_value_field without regard to
 // case. The recapitulation has osnovica, porez, ukupno, neoporezivo, vrsta, stopa and oznaka_stope, by name.
-// Without a sale or a purchase amount field it stays empty. The lines are left at their end.
+// Without a sale or a purchase amount field it stays empty. The lines are left at their end. An error on the
+// way leaves the rows of the lines before it; the members by rate then leave the recapitulation empty.
 
 /// Margin scheme. Margin tax is not rounded beyond four decimals; a negative margin makes the whole line
 /// non-taxable. The sums of a row are rounded to hundredths, and its neoporezivo absorbs their difference.

@@ -12,6 +12,9 @@ class RecordSet;
 
 /// The user's settings file: sections of keys with typed reads. A read of a missing key, or of one whose text
 /// is not of the asked type, gives the default. Section and key names are compared without regard to case.
+///
+/// Integers that were read are remembered until something is written through this object: a host whose store
+/// changes otherwise installs a new one.
 class TAppIni {
  public:
   virtual ~TAppIni() = default;

@@ -14,8 +14,7 @@ std::string WithSeparator(std::string text, const LocaleSettings& locale) {
   return text;
 }
 
-// The text with a decimal point; none when it has a point already or no digit first, which no locale writes
-// (a number in exponent form has a digit first).
+// The text with a decimal point; none when it has a point already that is not the locale's.
 std::optional<std::string> WithPoint(std::string_view text, const LocaleSettings& locale) {
   text = TrimBlanks(text);
   std::string result(text);

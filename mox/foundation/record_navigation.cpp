@@ -35,6 +35,7 @@ void RecordSet::LeaveRecord() {
   if (modified_) {
     Post();
   } else if (state_ == DataSetState::kEdit) {
+    if (replaced_text_) DropReplacedTexts(cells_, undo_.data());
     EndEditing();  // what the event calculated meanwhile stays
   } else {
     Cancel();
@@ -287,11 +288,15 @@ void RecordSet::FilterPosted(bool inserted) {
 
 void RecordSet::LeaveForNext() {
   const std::size_t visible_before = row_count_;
+  const bool posted_insert = state_ == DataSetState::kInsert && modified_;
   const bool editing = state_ == DataSetState::kEdit;
   const bool was_last = position_ + 1 >= visible_before;
+  const bool at_end = pending_at_ == order_.size();
   LeaveRecord();
   if (editing && row_count_ < visible_before) {
     eof_ = eof_ || was_last;
+  } else if (posted_insert && row_count_ == visible_before) {
+    eof_ = eof_ || at_end;  // the new record is filtered out: the one after it is current
   } else {
     Next();
   }
@@ -321,8 +326,7 @@ SavedPosition::~SavedPosition() {
   try {
     Restore();
   } catch (const std::exception&) {
-    // The walk was left by an error, which is the one to report.
-    static_cast<void>(0);
+    done_ = true;  // the walk was left by an error, which is the one to report
   }
 }
 

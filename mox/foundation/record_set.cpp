@@ -15,6 +15,7 @@ RecordSet::~RecordSet() = default;
 RecordSet::RecordSet(RecordSet&& other) noexcept : RecordSet() { *this = std::move(other); }
 
 RecordSet& RecordSet::operator=(RecordSet&& other) noexcept {
+  if (this == &other) return *this;
   slots_ = std::exchange(other.slots_, &kNoSlotTables);
   cells_ = std::exchange(other.cells_, nullptr);
   writable_ = std::exchange(other.writable_, &kNoSlots);
@@ -43,7 +44,6 @@ RecordSet& RecordSet::operator=(RecordSet&& other) noexcept {
   undo_ = std::move(other.undo_);
   pending_ = other.pending_;
   pending_at_ = other.pending_at_;
-  controls_disabled_ = std::exchange(other.controls_disabled_, 0);
   on_calc_fields_ = std::exchange(other.on_calc_fields_, nullptr);
   listener_ = std::exchange(other.listener_, nullptr);
   filter_ = std::move(other.filter_);
@@ -57,6 +57,9 @@ const std::vector<FieldDef>& RecordSet::defs() const { return structure_ ? struc
 void RecordSet::DefineField(FieldDef def) {
   if (IsActive()) throw StateError(name_ + ": fields are defined before the record set is opened");
   if (def.name.empty()) throw Error("a field needs a name");
+  if (defined_.size() == Structure::kMostFields) {
+    throw Error("a record set has at most " + std::to_string(Structure::kMostFields) + " fields");
+  }
   if (FindFieldIndex(def.name)) throw Error("field \"" + def.name + "\" is defined twice");
   defined_.push_back(std::move(def));
 }

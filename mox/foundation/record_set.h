@@ -71,7 +71,7 @@ struct LocateOptions {
 /// Fields are read and written by vocabulary name (`lines[field::pc]`), by Field, or by any name. Reading and
 /// writing convert between the kinds; what cannot be converted raises ConversionError, an absent field
 /// FieldNotFound, writing in the wrong state StateError. Texts are handed out as views that hold until the
-/// set is changed. A field that is written is not null afterwards.
+/// set is changed or moved. A field that is written is not null afterwards.
 class RecordSet {
  public:
   using CalcFieldsEvent = std::function<void(RecordSet&)>;
@@ -420,8 +420,8 @@ class Field {
   std::size_t index_;
 };
 
-/// Disables the controls bound to a set for its own lifetime; guards nest. The listener hears nothing
-/// meanwhile, and once of all changes after the last guard is gone.
+/// Disables the controls bound to a set for its own lifetime, while which the set is not moved; guards nest.
+/// The listener hears nothing meanwhile, and once of all changes after the last guard is gone.
 class [[nodiscard]] ControlsGuard {
  public:
   explicit ControlsGuard(RecordSet& set) : set_(set) { ++set_.controls_disabled_; }

@@ -322,7 +322,6 @@ void RecordSet::LoadFromString(std::string_view text) {
   loaded.on_calc_fields_ = std::move(on_calc_fields_);
   loaded.listener_ = std::move(listener_);
   loaded.watched_ = watched_;
-  loaded.controls_disabled_ = controls_disabled_;
   *this = std::move(loaded);
   if (row_count_ > 0) First();
   Notify(RecordSetChange::kRecords);

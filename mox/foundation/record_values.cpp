@@ -179,7 +179,8 @@ void RecordSet::SetNull(std::size_t index) {
 }
 
 void RecordSet::SetFloat(std::size_t index, double value) {
-  if (!std::isfinite(value)) throw Overflow("a floating-point field holds finite numbers only");
+  RequireIndex(index);
+  if (!std::isfinite(value)) throw Overflow(Definition(index).name + ": only finite numbers are stored");
   WriteValue(index, value);
 }
 

@@ -19,14 +19,12 @@ constexpr std::array<double, kMostDecimals + 1> kPowersOfTen = [] {
   return powers;
 }();
 
-void RefuseTens(bool is_tens) {
-  if (is_tens) throw Error("Nepravilno pozivanje fukcije MyRound!!!!!!!");
-}
+[[noreturn]] void RefuseTens() { throw Error("Nepravilno pozivanje fukcije MyRound!!!!!!!"); }
 
 }  // namespace
 
 double MyRound(double value, int digits) {
-  RefuseTens(digits > 0);
+  if (digits > 0) RefuseTens();
   if (!std::isfinite(value)) throw Overflow("MyRound: the value is not finite");
   const double nudged = value > 0 ? value + 1e-7 : value < 0 ? value - 1e-7 : value;
   const double power =
@@ -38,9 +36,9 @@ double MyRound(double value, int digits) {
 }
 
 Currency RoundSlowly(Amount amount, int decimals) {
-  RefuseTens(decimals < 0);
+  if (decimals < 0) RefuseTens();
   const Extended scaled = amount.scaled();
-  const Extended nudged = scaled > 0 ? scaled + 0.001L : scaled < 0 ? scaled - 0.001L : scaled;
+  const Extended nudged = scaled > 0 ? scaled + kNudge : scaled < 0 ? scaled - kNudge : scaled;
   if (decimals <= 4) {
     const auto unit = static_cast<std::int64_t>(kPowersOfTen[static_cast<std::size_t>(4 - decimals)]);
     const Extended multiple = std::rint(nudged / static_cast<Extended>(unit));

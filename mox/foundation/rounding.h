@@ -10,7 +10,7 @@ namespace mox {
 /// hundredths. The value is first moved away from zero by 0.0000001 and then rounded to the nearest multiple,
 /// ties to even, so that what lies within 1e-07 of a half rounds away from zero (2.675 to 2.68, -2.675 to
 /// -2.68). The nudge is absolute: above about 10^9 it is lost in the precision of a double. The result is the
-/// double nearest to its decimal; from 22 decimals on nothing is left to round.
+/// double nearest to its decimal; more than 22 decimals count as 22.
 ///
 /// Raises Error "Nepravilno pozivanje fukcije MyRound!!!!!!!" when digits is positive, Overflow when the
 /// value is not finite.

@@ -49,7 +49,7 @@ Structure::Structure(std::vector<FieldDef> fields) : fields_(std::move(fields)) 
     throw Error("a record set has at most " + std::to_string(kMostFields) + " fields");
   }
   blank_.resize(fields_.size() + (fields_.size() + 7) / 8);
-  std::memset(blank_.data() + fields_.size(), 1, fields_.size());
+  std::memset(blank_.data() + fields_.size(), static_cast<int>(NullMark::kNull), fields_.size());
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     const FieldDef& field = fields_[i];
     if (field.name.empty()) throw Error("field " + std::to_string(i + 1) + " has no name");

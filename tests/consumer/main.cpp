@@ -13,8 +13,9 @@ int main() {
   for (auto name : {"kolicina", "rbp1", "rbp2", "rbp3", "tbr_stp"}) {
     lines.DefineField(name, mox::FieldKind::kFloat);
   }
-  for (auto name : {"pc", "pov_nak", "pci", "rbi1", "rbi2", "rbi3", "rabatIznos", "pov_naki", "mpc", "mpci",
-                    "osnovica", "pdvi", "ukupno"}) {
+  for (auto name : {"pc", "pov_nak"}) lines.DefineField(name, mox::FieldKind::kCurrency);
+  for (auto name : {"pci", "rbi1", "rbi2", "rbi3", "rabatIznos", "pov_naki", "mpc", "mpci", "osnovica",
+                    "pdvi", "ukupno"}) {
     lines.DefineField({.name = name, .kind = mox::FieldKind::kCurrency, .calculated = true});
   }
   lines.SetOnCalcFields([](mox::RecordSet& line) { mox::GotovinskiRacunStavkeCalcFields(line, 2); });
