@@ -17,7 +17,12 @@ struct RoundArguments {
 void RunRound(const RoundArguments& arguments, Session& session) {
   const double value = NumberArgument("VALUE", arguments.value);
   const int digits = IntegerArgument("DIGITS", arguments.digits);
-  session.out += ShortestNumber(MyRound(value, digits)) + "\n";
+  try {
+    session.out += ShortestNumber(MyRound(value, digits)) + "\n";
+  } catch (const Error& error) {
+    if (digits <= 0) throw;
+    throw Error("DIGITS: " + arguments.digits + ": " + error.what());
+  }
 }
 
 void Declare(CLI::App& options, Action& action) {
@@ -25,7 +30,8 @@ void Declare(CLI::App& options, Action& action) {
   options.add_option("VALUE", arguments->value, "the number, with a decimal point")
       ->required()
       ->type_name("");
-  options.add_option("DIGITS", arguments->digits, "power of ten: 0 for units, -2 for hundredths")
+  options
+      .add_option("DIGITS", arguments->digits, "power of ten, 0 or negative: 0 for units, -2 for\nhundredths")
       ->required()
       ->type_name("");
   options.callback(
