@@ -5,6 +5,7 @@
 #include "cli/document.h"
 #include "cli/document_kinds.h"
 #include "cli/record_set_file.h"
+#include "cli/suggestions.h"
 #include "cli/text_table.h"
 
 namespace mox {
@@ -15,6 +16,7 @@ struct DocumentArguments {
   std::vector<std::string> paths;
   bool list = false;
   bool csv = false;
+  std::string part;
 };
 
 void ListLines(const char* heading, const LineSchema& schema, std::string& out) {
@@ -42,7 +44,11 @@ void ListKinds(std::string_view only, std::string& out) {
 void AppendTitled(std::string_view title, RecordSet* records, const TableOptions& options, std::string& out) {
   if (records == nullptr) return;
   out += "\n" + std::string(title) + "\n\n";
-  AppendTable(*records, options, out);
+  if (records->IsEmpty()) {
+    out += "(nema stavki)\n";
+  } else {
+    AppendTable(*records, options, out);
+  }
 }
 
 void DropZeros(RecordSet& totals) {
@@ -66,18 +72,36 @@ void AppendForPeople(Document& document, std::string& out) {
   if (!document.Totals().IsEmpty()) AppendTitled("Ukupno", &document.Totals(), {}, out);
 }
 
+struct DocumentPart {
+  std::string_view name;
+  RecordSet* (*records)(Document& document);
+};
+
+constexpr DocumentPart kParts[] = {{"lines", [](Document& document) { return document.Goods(); }},
+                                   {"services", [](Document& document) { return document.Services(); }},
+                                   {"recap", [](Document& document) { return document.Recap(); }},
+                                   {"totals", [](Document& document) { return &document.Totals(); }}};
+
 void AppendFiles(Document& document, std::string& out) {
-  for (RecordSet* records : {document.Goods(), document.Services(), document.Recap(), &document.Totals()}) {
+  for (const DocumentPart& part : kParts) {
+    RecordSet* const records = part.records(document);
     if (records == nullptr) continue;
     if (!out.empty()) out += "\n";
     WriteRecordSet(*records, out);
   }
 }
 
+const DocumentPart* FindPart(const std::string& name) {
+  if (name.empty()) return nullptr;
+  if (const DocumentPart* part = FindRow(kParts, name)) return part;
+  throw UsageError("--part: \"" + name + "\" is not lines, services, recap or totals");
+}
+
 void RunDocument(const DocumentArguments& arguments, Session& session) {
   if (arguments.list) return ListKinds(arguments.kind, session.out);
   if (arguments.kind.empty()) throw UsageError("KIND is required; --list names them");
   const DocumentKind& kind = FindDocumentKind(arguments.kind);
+  const DocumentPart* const part = FindPart(arguments.part);
   std::vector<std::string> paths = arguments.paths;
   if (paths.empty()) paths.emplace_back("-");
   const std::size_t most = (kind.goods.Exists() ? 1U : 0U) + (kind.services.Exists() ? 1U : 0U);
@@ -92,7 +116,11 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
   for (const std::string& path : paths) files.push_back(ReadFileText(path, session.in));
 
   Document document(kind, files);
-  if (arguments.csv) {
+  if (part != nullptr) {
+    RecordSet* const records = part->records(document);
+    if (records == nullptr) throw UsageError("--part: the document has no " + arguments.part);
+    WriteRecordSet(*records, session.out);
+  } else if (arguments.csv) {
     AppendFiles(document, session.out);
   } else {
     AppendForPeople(document, session.out);
@@ -110,7 +138,12 @@ void Declare(CLI::App& options, Action& action) {
       ->type_name("");
   options.add_flag("--list", arguments->list, "list the kinds with their columns, or show the one named");
   options.add_flag("--csv", arguments->csv,
-                   "print record-set files, separated by a blank line, instead of tables for people");
+                   "print record-set files instead of tables for people: the parts goods,\n"
+                   "services, tax by rate and totals, separated by one blank line");
+  options
+      .add_option("--part", arguments->part,
+                  "print one part only, as a file: lines, services, recap or totals")
+      ->type_name("PART");
   options.callback(
       [arguments, &action] { action = [arguments](Session& session) { RunDocument(*arguments, session); }; });
 }
