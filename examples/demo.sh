@@ -19,6 +19,8 @@ show() {
 
 echo "A cash invoice: goods and services, discounts, three tax rates, a return fee on bottles."
 show "mox document gotovinski-racun gotovinski_racun_roba.csv gotovinski_racun_usluge.csv"
+echo
+echo "The return fee of 1,68 carries no tax: the total of the lines has it, the tax recapitulation does not."
 
 echo
 echo "A goods receipt: the supplier's invoice and its tax."
