@@ -32,6 +32,13 @@ void ListFunctions(std::string& out) {
     out += std::string(group.title) + "\n";
     for (const LineFunction& function : group.functions) out += "  " + Signature(function) + "\n";
   }
+  out += R"(
+d            decimals of tax amounts, 2 as a rule
+Mode         0: prices from the margin percent; any other: the margin from the price
+Digits       decimals of prices; so are NcDigits (purchase prices) and PriceDigits, VatDigits of tax
+Price        the selling price, WithVat says whether it includes tax
+ClearCustoms, ClearVat  which rates become 0
+)";
 }
 
 void ApplyToEveryRecord(const BoundLineFunction& function, RecordSet& lines) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "cli/column_check.h"
 #include "cli/recap_members.h"
 #include "mox/foundation/precision.h"
 #include "mox/foundation/text.h"
@@ -22,7 +23,10 @@ auto FindByName(std::vector<FieldDef>& fields, std::string_view name) {
 void DeclareLines(const LineSchema& schema, const std::string& label, std::vector<FieldDef>& fields) {
   std::string missing;
   for (const std::string_view name : SplitNames(schema.inputs)) {
-    if (FindByName(fields, name) != fields.end()) continue;
+    if (const auto field = FindByName(fields, name); field != fields.end()) {
+      if (HoldsNoNumbers(*field)) throw Error(label + ":1: " + NoNumbersText(*field));
+      continue;
+    }
     missing += (missing.empty() ? "" : ", ") + std::string(name);
   }
   if (!missing.empty()) throw Error(label + ":1: columns are missing: " + missing);

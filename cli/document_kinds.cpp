@@ -247,8 +247,7 @@ std::span<const DocumentKind> DocumentKinds() { return kKinds; }
 
 const DocumentKind& FindDocumentKind(std::string_view name) {
   if (const DocumentKind* found = FindRow(kKinds, name)) return *found;
-  throw UsageError("there is no kind of document \"" + std::string(name) + "\"" +
-                   DidYouMeanAmong(kKinds, name));
+  throw UsageError(ThereIsNo("kind of document", name, NamesOf(kKinds)));
 }
 
 std::vector<std::string_view> SplitNames(std::string_view names) {

@@ -176,7 +176,7 @@ const LineFunction& FindLineFunction(std::string_view name) {
     if (const LineFunction* found = FindRow(group.functions, name)) return *found;
     for (const LineFunction& function : group.functions) names.push_back(function.name);
   }
-  throw UsageError("there is no function \"" + std::string(name) + "\"" + DidYouMean(name, names));
+  throw UsageError(ThereIsNo("function", name, names));
 }
 
 }  // namespace mox

@@ -150,7 +150,7 @@ std::span<const RecapMember> RecapMembers() { return kMembers; }
 
 const RecapMember& FindRecapMember(std::string_view name) {
   if (const RecapMember* found = FindRow(kMembers, name)) return *found;
-  throw UsageError("there is no member \"" + std::string(name) + "\"" + DidYouMeanAmong(kMembers, name));
+  throw UsageError(ThereIsNo("member", name, NamesOf(kMembers)));
 }
 
 void CheckRecapValues(const RecapMember& member, std::span<const RecapValue> values) {

@@ -92,6 +92,9 @@ class Reader {
   std::vector<FieldDef> ReadHeader() {
     if (!Scan()) throw Error(file_.label + ": the file is empty");
     if (cells_.size() > Structure::kMostFields) Fail("there are too many fields");
+    if (cells_.size() == 1 && cells_[0].text.find_first_of(";\t") != std::string_view::npos) {
+      Fail("the header is one cell; the cells are separated by commas");
+    }
     std::vector<FieldDef> fields;
     for (std::size_t i = 0; i < cells_.size(); ++i) {
       FieldDef field = ColumnOf(cells_[i].text);

@@ -1,6 +1,7 @@
 #include "cli/run.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
@@ -9,9 +10,11 @@
 #include <new>
 #include <ostream>
 
+#include "cli/argument_text.h"
 #include "cli/command.h"
 #include "cli/suggestions.h"
 #include "mox/foundation/app.h"
+#include "mox/foundation/text.h"
 #include "mox/host/company_parameters.h"
 #include "mox/host/console_dialogs.h"
 #include "mox/host/locale.h"
@@ -25,6 +28,7 @@ constexpr int kDone = 0;
 constexpr int kRefused = 1;
 constexpr int kWrongUsage = 2;
 
+constexpr const char* kTaxDigits = "PdviCalcDigit";
 constexpr const char* kUnwritable = "standard output cannot be written";
 
 const std::array<const Command*, 4> kCommands = {&kRoundCommand, &kCalcCommand, &kRecapCommand,
@@ -73,6 +77,20 @@ class Host {
     } catch (const Error& error) {
       throw UsageError(std::string("--param: ") + error.what());
     }
+    const std::size_t equals = parameter.find('=');
+    if (SameName(TrimBlanks(parameter.substr(0, equals)), kTaxDigits)) {
+      CheckTaxDigits(parameter.substr(equals + 1));
+    }
+  }
+
+  // The decimals of tax amounts are a whole number, or null.
+  void CheckTaxDigits(const std::string& text) {
+    const Field digits = module_.CompanyParameters()->FieldByName(kTaxDigits);
+    if (digits.IsNull()) return;
+    const std::string name = std::string("--param: ") + kTaxDigits;
+    if (digits.Kind() != FieldKind::kInteger)
+      throw UsageError(name + ": \"" + text + "\" is not a whole number");
+    IntegerArgument(name, text);
   }
 
   std::unique_ptr<TAppIni> settings_;
@@ -84,11 +102,26 @@ class Host {
 
 // --- the arguments ---
 
-// A negative number is a value. The parser knows that of "-2" and takes "-.5" for an option.
-std::string AsValue(const std::string& argument) {
-  const bool number = argument.size() > 2 && argument[0] == '-' && argument[1] == '.' && argument[2] >= '0' &&
-                      argument[2] <= '9';
-  return number ? "-0" + argument.substr(1) : argument;
+bool IsNumber(const std::string& text) {
+  try {
+    ParseNumber(text);
+    return true;
+  } catch (const Error&) {
+    return false;
+  }
+}
+
+// A negative number is a value. The parser knows that of "-2" and takes "-.5" for an option, so it is given
+// "-0.5". What follows "--" is taken as it stands, and so is the value of an option.
+std::vector<std::string> WithNumbersAsValues(std::vector<std::string> arguments) {
+  std::string_view before;
+  for (std::string& argument : arguments) {
+    if (argument == "--") break;
+    const bool option_value = before == "--ini" || before == "--param";
+    if (!option_value && argument.starts_with("-.") && IsNumber(argument)) argument.insert(1, "0");
+    before = argument;
+  }
+  return arguments;
 }
 
 struct Parsed {
@@ -112,7 +145,14 @@ void DeclareEverything(CLI::App& app, Parsed& parsed) {
       ->allow_extra_args(false);
   app.footer(
       R"(Record-set files are comma-separated texts with one header row; a header cell is NAME or NAME:KIND.
+Kinds: text, integer, boolean, float, currency, date, datetime. Without one, a name of the document lines
+has its usual kind and any other is text. Values: 1234.5 (decimal point, no grouping), true, 2024-03-01,
+2024-03-01T09:05:00; an empty cell is null, "" the empty text.
 A negative number among the arguments is a value, never an option.
+
+Settings in section GENERAL: NC_CALC_DIGIT, PC_CALC_DIGIT, FC_CALC_DIGIT and KOL_NUM, the decimals of
+purchase, selling and invoice prices and of quantities. Parameter PdviCalcDigit=N: the decimals of tax
+amounts, at least 2.
 
 Example:
   mox document gotovinski-racun examples/gotovinski_racun_roba.csv examples/gotovinski_racun_usluge.csv)");
@@ -181,9 +221,9 @@ int Run(const std::vector<std::string>& arguments, std::istream& in, std::ostrea
   CLI::App app("The business logic of trade documents, exact to the cent.");
   DeclareEverything(app, parsed);
   try {
-    std::vector<std::string> reversed;
-    for (auto i = arguments.rbegin(); i != arguments.rend(); ++i) reversed.push_back(AsValue(*i));
-    app.parse(reversed);
+    std::vector<std::string> words = WithNumbersAsValues(arguments);
+    std::reverse(words.begin(), words.end());
+    app.parse(words);
     return Execute(parsed, in, out, err);
   } catch (const CLI::Success& success) {
     app.exit(success, out, err);

@@ -48,4 +48,11 @@ std::string DidYouMean(std::string_view unknown, const std::vector<std::string_v
   return text.empty() ? "" : text + "?";
 }
 
+std::string ThereIsNo(std::string_view what, std::string_view unknown,
+                      const std::vector<std::string_view>& names) {
+  const std::string near = DidYouMean(unknown, names);
+  return "there is no " + std::string(what) + " \"" + std::string(unknown) + "\"" + near +
+         (near.empty() ? ";" : "") + " --list names them all";
+}
+
 }  // namespace mox

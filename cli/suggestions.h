@@ -19,13 +19,23 @@ auto FindRow(const Table& table, std::string_view name) -> decltype(&*std::begin
   return nullptr;
 }
 
-/// What is near to an unknown name among the rows of a table.
+/// `there is no function "x"; did you mean "y"? --list names them all`
+std::string ThereIsNo(std::string_view what, std::string_view unknown,
+                      const std::vector<std::string_view>& names);
+
+/// The names of the rows of a table.
 template <typename Table>
-std::string DidYouMeanAmong(const Table& table, std::string_view unknown) {
+std::vector<std::string_view> NamesOf(const Table& table) {
   std::vector<std::string_view> names;
   names.reserve(std::size(table));
   for (const auto& row : table) names.push_back(row.name);
-  return DidYouMean(unknown, names);
+  return names;
+}
+
+/// What is near to an unknown name among the rows of a table.
+template <typename Table>
+std::string DidYouMeanAmong(const Table& table, std::string_view unknown) {
+  return DidYouMean(unknown, NamesOf(table));
 }
 
 }  // namespace mox
