@@ -124,17 +124,14 @@ TEST(RecordSetValues, VocabularyNamesOfUnusualKinds) {
 }
 
 TEST(RecordSetValues, ManyFields) {
-  for (const std::size_t count : {7U, 8U, 9U, 64U, 65U, 1100U, 4096U, 4097U}) {
+  for (const std::size_t count : {7U, 8U, 9U, 64U, 65U, 1100U, 4096U}) {
     RecordSet set;
     Values values;
     for (std::size_t i = 0; i < count; ++i) {
       set.DefineField("polje" + std::to_string(i), i % 3 == 0 ? FieldKind::kText : FieldKind::kInteger);
       values.push_back(i % 7 == 6 ? Value() : i % 3 == 0 ? Value("t") : std::int64_t(i));
     }
-    if (count > 4096) {
-      EXPECT_THROW(set.Open(), Error);
-      continue;
-    }
+    if (count == 4096) EXPECT_THROW(set.DefineField("one_too_many", FieldKind::kText), Error);
     set.Open();
     for (const Values& record : {Values(), values, Values{"prvo"}}) set.AppendRecord(record);
     set.Prior();
