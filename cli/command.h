@@ -23,6 +23,8 @@ class UsageError : public Error {
 struct Session {
   std::istream& in;
   std::string out;  ///< goes to standard output once the command has succeeded
+  /// What stands before a message of the library, `lines.csv:3: vrsta "XYZ": `; none where nothing is walked.
+  std::function<std::string()> place = nullptr;
 };
 
 using Action = std::function<void(Session&)>;

@@ -7,6 +7,7 @@
 #include "cli/command.h"
 #include "cli/recap_members.h"
 #include "cli/record_set_file.h"
+#include "cli/suggestions.h"
 #include "cli/text_table.h"
 
 namespace mox {
@@ -72,6 +73,18 @@ void CheckPaths(const RecapMember& member, const Words& words) {
   }
 }
 
+// Of the current line, with its kind where the member divides lines by kinds: `lines.csv:3: vrsta "XYZ": `.
+std::string PlaceOf(const WalkWatch& watch, const RecapCall& call, const RecapMember& member) {
+  std::string place = watch.Where();
+  if (place.empty()) return place;
+  place += ": ";
+  if (FindRow(member.arguments, "KindFieldName") != nullptr) {
+    const Field kind = call.Column("KindFieldName");
+    place += kind.Name() + " \"" + kind.AsText() + "\": ";
+  }
+  return place;
+}
+
 void RunRecap(const RecapArguments& arguments, Session& session) {
   if (arguments.list) return ListMembers(session.out);
   if (arguments.member.empty()) throw UsageError("MEMBER is required; --list names them");
@@ -94,7 +107,9 @@ void RunRecap(const RecapArguments& arguments, Session& session) {
   if (!fills_book) declared = DeclareRecap(member);
   RecordSet& recap = fills_book ? second->records : declared;
   const RecapCall call(words.values, lines.records, second ? &second->records : nullptr);
+  session.place = [&] { return PlaceOf(watch, call, member); };
   watch.Run([&] { member.fill(call, recap); });
+  session.place = nullptr;
   if (arguments.table) {
     AppendTable(recap, {}, session.out);
   } else {

@@ -272,7 +272,7 @@ void WalkWatch::Run(const std::function<void()>& walk) const {
     throw;
   } catch (const Error& error) {
     if (file_ == nullptr) throw;
-    throw Error(file_->Where(record_) + ": " + error.what());
+    throw Error(Where() + ": " + error.what());
   }
 }
 

@@ -59,6 +59,8 @@ class WalkWatch {
   void Visit(const RecordSetFile& file, const RecordSet& records);
   /// Has the set call Visit. The file must stay where it is.
   void Observe(RecordSetFile& file);
+  /// "lines.csv:3", empty before the first record.
+  std::string Where() const { return file_ == nullptr ? "" : file_->Where(record_); }
   /// Runs the walk; an error is raised again with the place, but for a field that the file lacks.
   void Run(const std::function<void()>& walk) const;
 

@@ -53,6 +53,24 @@ class HelpText : public CLI::Formatter {
   std::string make_description(const CLI::App* app) const override { return app->get_description() + "\n\n"; }
 };
 
+// A message on one line, whatever stands in it.
+std::string OnOneLine(std::string_view message) {
+  std::string line;
+  for (const char c : message) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte != 0x7F) {
+      line += c;
+    } else if (c == '\n') {
+      line += "\\n";
+    } else {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\x%02X", byte);
+      line += escape;
+    }
+  }
+  return line;
+}
+
 // --- the host program that the library calls back into ---
 
 std::unique_ptr<TAppIni> OpenSettings(const std::string& path) {
@@ -61,11 +79,28 @@ std::unique_ptr<TAppIni> OpenSettings(const std::string& path) {
   return std::make_unique<SettingsFile>(path);
 }
 
+// Dialogs that say first at which line of a file they are shown.
+class PlacedDialogs : public ConsoleDialogs {
+ public:
+  PlacedDialogs(std::ostream& err, const Session& session)
+      : ConsoleDialogs(err, kDialogNo), err_(err), session_(session) {}
+
+  int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
+                      std::string_view message) override {
+    if (session_.place) err_ << OnOneLine(session_.place());
+    return ConsoleDialogs::ShowVelorDialog(kind, caption, heading, message);
+  }
+
+ private:
+  std::ostream& err_;
+  const Session& session_;
+};
+
 class Host {
  public:
-  Host(const GlobalOptions& options, std::ostream& err)
+  Host(const GlobalOptions& options, const Session& session, std::ostream& err)
       : settings_(OpenSettings(options.ini)),
-        dialogs_(err, kDialogNo),
+        dialogs_(err, session),
         app_({.ini = settings_.get(), .comunication = &module_, .dialogs = &dialogs_, .locale = &locale_}) {
     for (const std::string& parameter : options.parameters) SetParameter(parameter);
   }
@@ -95,7 +130,7 @@ class Host {
 
   std::unique_ptr<TAppIni> settings_;
   CompanyParameterModule module_;
-  ConsoleDialogs dialogs_;
+  PlacedDialogs dialogs_;
   StandardLocale locale_;
   ScopedApp app_;
 };
@@ -180,27 +215,13 @@ std::string CommandError(const CLI::App& app, const CLI::ParseError& error) {
 
 // --- results and errors ---
 
-// On one line, whatever stands in it.
 void Report(const std::string& message, std::ostream& err) {
-  std::string line = "mox: ";
-  for (const char c : message) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte != 0x7F) {
-      line += c;
-    } else if (c == '\n') {
-      line += "\\n";
-    } else {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\x%02X", byte);
-      line += escape;
-    }
-  }
-  err << line << std::endl;
+  err << "mox: " << OnOneLine(message) << std::endl;
 }
 
 int Execute(const Parsed& parsed, std::istream& in, std::ostream& out, std::ostream& err) {
-  const Host host(parsed.options, err);
   Session session{in, {}};
+  const Host host(parsed.options, session, err);
   parsed.action(session);
   out.write(session.out.data(), static_cast<std::streamsize>(session.out.size()));
   if (!out.flush()) throw Error(kUnwritable);
