@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <array>
-#include <fstream>
+#include <map>
 #include <sstream>
 
 #include "mox/calculations/customs.h"
@@ -17,102 +16,40 @@
 namespace mox {
 namespace {
 
-struct Section {
-  std::string file;
-  std::string title;
-  std::string rows;
-};
-
-std::vector<Section> ReadSections() {
-  std::vector<Section> sections;
-  for (const char* file : {"line_formulas", "document_lines", "receipt_costing", "customs"}) {
-    std::ifstream in(MOX_SOURCE_DIR "/tests/calculations/cases/" + std::string(file) + ".txt");
-    if (!in) throw std::runtime_error(std::string("cannot read the cases of ") + file);
-    for (std::string line; std::getline(in, line);) {
-      if (line.starts_with("= ")) {
-        sections.push_back({file, line.substr(2), {}});
-      } else if (!sections.empty() && sections.back().file == file) {
-        sections.back().rows += line + "\n";
-      }
-    }
-  }
-  return sections;
-}
+// clang-format off
+#define MOX_LINE_FUNCTIONS(X) \
+  X(calcPci_pc_kolicina) X(calcNc_Kolicina) X(calcFC_Kolicina) X(calcVpc_Kolicina) X(calcMPC_Kolicina) \
+  X(calcNMPC_Kolicina) X(calcPov_nak_Kolicina) X(calcPot_nak_Kolicina) X(calcRabat) X(calcRabat1_2_3) \
+  X(calcRabatUlazni1_2_3) X(calcVpc_maloprodaja) X(calcVpc_maloprodaja_pov_nak) X(calcOsnovicaPdviUkupno) \
+  X(calcPDVI_mal) X(calcPDVI_mal_pov_nak) X(calcPDVI_malPC) X(calcPDVI_malPC_pov_nak) \
+  X(calcMarza_vpci_nci) X(calcMari_vpci_nci) X(calcMarpMarzaNci) X(calcMal_Mari) X(calcMal_Mari_pov_naki) \
+  X(calcMal_Marp) X(calc_NC_PrimkaKalkulacija) X(MalPrimkaZaduzenjeStavkeCalcFields) \
+  X(RazduzenjeOtpisStavkeCalcFields) X(MeduskladisnicaUlazSetData) \
+  X(MeduskladisnicaIzlazStavkeCalcFields) X(PocetnoStanjeStavkeCalcFields) \
+  X(RazduzenjeManjakStavkeCalcFields) X(IzmjenaCijenaStavkeCalcFields) \
+  X(PovratnicaDobavljacuStavkeCalcFields) X(MalPovratnicaDobavljacuStavkeCalcFields) \
+  X(MatPovratnicaDobavljacuStavkeCalcFields) X(PovratnicaKupcaStavkeCalcFields) \
+  X(RacunVlastitePotrebeStavkeCalcFields) X(PredracunStavkeCalcFields) X(PredracunUslugeCalcFields) \
+  X(OtpremnicaRacunStavkeCalcFields) X(OtpremnicaRacunUslugeCalcFields) \
+  X(StornoOtpremnicaRacunStavkeCalcFields) X(StornoOtpremnicaRacunUslugeCalcFields) \
+  X(RacunUslugaCalcFields) X(RacunUslugaInozemstvoCalcFields) X(BezGotovinskiRacunServisUslugeCalcFields) \
+  X(BezGotovinskiRacunServisMaterijalCalcFields) X(GotovinskiRacunStavkeCalcFields) \
+  X(GotovinskiRacunUslugeCalcFields) X(StornoGotovinskiRacunStavkeCalcFields) \
+  X(GotovinskiRacunUslugaCalcFields) X(GotovinskiRacunUslugaMarinaCalcFields) \
+  X(GotovinskiRacunServisUslugeCalcFields) X(GotovinskiRacunServisMaterijalCalcFields) \
+  X(MalGotovinskiRacunCalcFields) X(MalGotovinskiRacunCalcUsluge) X(RadniNalogStavkeCalcFields) \
+  X(RadniNalogUslugeCalcFields) X(MalDnevniIzvBlagCalcFields) X(PrimkaKalkulacija01CalcFields) \
+  X(StornoPrimkeKalkulacijeCalcFields) X(CalcVPC_Marza_PrimkaKalkulacija) \
+  X(Calc_PrimkaKalkulacija_VPC_OR_Marza) X(CalcMPC_Marza_PrimkaKalkulacija) \
+  X(CalcMPC_Marza_AkcijskiNalogIzmjeneCijenaBIH) X(CalcNC_PrimkaZaTuduRobu) \
+  X(Calc_Marp_ZadanaMarza_ArtInsert) X(CarIzlazRaspodjelaTezinaPoKolicini)
+// clang-format on
 
 const LineFunction& Function(const std::string& name) {
-  static const auto functions =
-      std::to_array<LineFunction>({MOX_FUNCTION(calcPci_pc_kolicina),
-                                   MOX_FUNCTION(calcNc_Kolicina),
-                                   MOX_FUNCTION(calcFC_Kolicina),
-                                   MOX_FUNCTION(calcVpc_Kolicina),
-                                   MOX_FUNCTION(calcMPC_Kolicina),
-                                   MOX_FUNCTION(calcNMPC_Kolicina),
-                                   MOX_FUNCTION(calcPov_nak_Kolicina),
-                                   MOX_FUNCTION(calcPot_nak_Kolicina),
-                                   MOX_FUNCTION(calcRabat),
-                                   MOX_FUNCTION(calcRabat1_2_3),
-                                   MOX_FUNCTION(calcRabatUlazni1_2_3),
-                                   MOX_FUNCTION(calcVpc_maloprodaja),
-                                   MOX_FUNCTION(calcVpc_maloprodaja_pov_nak),
-                                   MOX_FUNCTION(calcOsnovicaPdviUkupno),
-                                   MOX_FUNCTION(calcPDVI_mal),
-                                   MOX_FUNCTION(calcPDVI_mal_pov_nak),
-                                   MOX_FUNCTION(calcPDVI_malPC),
-                                   MOX_FUNCTION(calcPDVI_malPC_pov_nak),
-                                   MOX_FUNCTION(calcMarza_vpci_nci),
-                                   MOX_FUNCTION(calcMari_vpci_nci),
-                                   MOX_FUNCTION(calcMarpMarzaNci),
-                                   MOX_FUNCTION(calcMal_Mari),
-                                   MOX_FUNCTION(calcMal_Mari_pov_naki),
-                                   MOX_FUNCTION(calcMal_Marp),
-                                   MOX_FUNCTION(calc_NC_PrimkaKalkulacija),
-                                   MOX_FUNCTION(MalPrimkaZaduzenjeStavkeCalcFields),
-                                   MOX_FUNCTION(RazduzenjeOtpisStavkeCalcFields),
-                                   MOX_FUNCTION(MeduskladisnicaUlazSetData),
-                                   MOX_FUNCTION(MeduskladisnicaIzlazStavkeCalcFields),
-                                   MOX_FUNCTION(PocetnoStanjeStavkeCalcFields),
-                                   MOX_FUNCTION(RazduzenjeManjakStavkeCalcFields),
-                                   MOX_FUNCTION(IzmjenaCijenaStavkeCalcFields),
-                                   MOX_FUNCTION(PovratnicaDobavljacuStavkeCalcFields),
-                                   MOX_FUNCTION(MalPovratnicaDobavljacuStavkeCalcFields),
-                                   MOX_FUNCTION(MatPovratnicaDobavljacuStavkeCalcFields),
-                                   MOX_FUNCTION(PovratnicaKupcaStavkeCalcFields),
-                                   MOX_FUNCTION(RacunVlastitePotrebeStavkeCalcFields),
-                                   MOX_FUNCTION(PredracunStavkeCalcFields),
-                                   MOX_FUNCTION(PredracunUslugeCalcFields),
-                                   MOX_FUNCTION(OtpremnicaRacunStavkeCalcFields),
-                                   MOX_FUNCTION(OtpremnicaRacunUslugeCalcFields),
-                                   MOX_FUNCTION(StornoOtpremnicaRacunStavkeCalcFields),
-                                   MOX_FUNCTION(StornoOtpremnicaRacunUslugeCalcFields),
-                                   MOX_FUNCTION(RacunUslugaCalcFields),
-                                   MOX_FUNCTION(RacunUslugaInozemstvoCalcFields),
-                                   MOX_FUNCTION(BezGotovinskiRacunServisUslugeCalcFields),
-                                   MOX_FUNCTION(BezGotovinskiRacunServisMaterijalCalcFields),
-                                   MOX_FUNCTION(GotovinskiRacunStavkeCalcFields),
-                                   MOX_FUNCTION(GotovinskiRacunUslugeCalcFields),
-                                   MOX_FUNCTION(StornoGotovinskiRacunStavkeCalcFields),
-                                   MOX_FUNCTION(GotovinskiRacunUslugaCalcFields),
-                                   MOX_FUNCTION(GotovinskiRacunUslugaMarinaCalcFields),
-                                   MOX_FUNCTION(GotovinskiRacunServisUslugeCalcFields),
-                                   MOX_FUNCTION(GotovinskiRacunServisMaterijalCalcFields),
-                                   MOX_FUNCTION(MalGotovinskiRacunCalcFields),
-                                   MOX_FUNCTION(MalGotovinskiRacunCalcUsluge),
-                                   MOX_FUNCTION(RadniNalogStavkeCalcFields),
-                                   MOX_FUNCTION(RadniNalogUslugeCalcFields),
-                                   MOX_FUNCTION(MalDnevniIzvBlagCalcFields),
-                                   MOX_FUNCTION(PrimkaKalkulacija01CalcFields),
-                                   MOX_FUNCTION(StornoPrimkeKalkulacijeCalcFields),
-                                   MOX_FUNCTION(CalcVPC_Marza_PrimkaKalkulacija),
-                                   MOX_FUNCTION(Calc_PrimkaKalkulacija_VPC_OR_Marza),
-                                   MOX_FUNCTION(CalcMPC_Marza_PrimkaKalkulacija),
-                                   MOX_FUNCTION(CalcMPC_Marza_AkcijskiNalogIzmjeneCijenaBIH),
-                                   MOX_FUNCTION(CalcNC_PrimkaZaTuduRobu),
-                                   MOX_FUNCTION(Calc_Marp_ZadanaMarza_ArtInsert),
-                                   MOX_FUNCTION(CarIzlazRaspodjelaTezinaPoKolicini)});
-  for (const LineFunction& function : functions) {
-    if (function.Name() == name) return function;
-  }
-  throw std::runtime_error("no function " + name);
+#define MOX_ENTRY(function) {#function, LineFunction(#function, function)},
+  static const std::map<std::string, LineFunction> functions = {MOX_LINE_FUNCTIONS(MOX_ENTRY)};
+#undef MOX_ENTRY
+  return functions.at(name);
 }
 
 class LineCases : public testing::TestWithParam<Section> {};
@@ -142,13 +79,10 @@ TEST_P(LineCases, Hold) {
   }
 }
 
-std::string TestName(const testing::TestParamInfo<Section>& info) {
-  std::string title = info.param.title.substr(0, info.param.title.find_first_of(": "));
-  std::erase_if(title, [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0 && c != '_'; });
-  return title + "_" + std::to_string(info.index);
-}
-
-INSTANTIATE_TEST_SUITE_P(Tables, LineCases, testing::ValuesIn(ReadSections()), TestName);
+INSTANTIATE_TEST_SUITE_P(Tables, LineCases,
+                         testing::ValuesIn(ReadSections({"line_formulas", "document_lines", "receipt_costing",
+                                                         "customs"})),
+                         NameOfSection);
 
 }  // namespace
 }  // namespace mox

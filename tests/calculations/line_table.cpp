@@ -9,6 +9,8 @@
 #include <map>
 #include <sstream>
 
+#include "mox/foundation/files.h"
+
 namespace mox {
 namespace {
 
@@ -58,15 +60,7 @@ Row ParseRow(const std::string& text) {
 }
 
 std::vector<Row> ParseTable(const std::string& table) {
-  std::vector<std::string> texts;
-  std::istringstream lines(table);
-  for (std::string line; std::getline(lines >> std::ws, line);) {
-    if (line.front() == '#') continue;
-    const bool goes_on =
-        line.starts_with("->") || (!texts.empty() && texts.back().find("->") == std::string::npos);
-    if (!goes_on) texts.emplace_back();
-    texts.back() += (goes_on ? " " : "") + line;
-  }
+  const std::vector<std::string> texts = RowsOf(table);
   std::vector<Row> rows(texts.size());
   std::transform(texts.begin(), texts.end(), rows.begin(), ParseRow);
   return rows;
@@ -179,6 +173,40 @@ int TestHost::ShowVelorDialog(TVCustomDialogType kind, std::string_view caption,
   text << static_cast<int>(kind) << '|' << caption << '|' << heading << '|' << message;
   dialogs.push_back(text.str());
   return 0;
+}
+
+std::vector<Section> ReadSections(const std::vector<std::string>& files) {
+  std::vector<Section> sections;
+  for (const std::string& file : files) {
+    std::istringstream in(ReadWholeFile(MOX_SOURCE_DIR "/tests/calculations/cases/" + file + ".txt"));
+    for (std::string line; std::getline(in, line);) {
+      if (line.starts_with("= ")) {
+        sections.push_back({file, line.substr(2), {}});
+      } else if (!sections.empty() && sections.back().file == file) {
+        sections.back().rows += line + "\n";
+      }
+    }
+  }
+  return sections;
+}
+
+std::string NameOfSection(const testing::TestParamInfo<Section>& info) {
+  std::string title = info.param.title.substr(0, info.param.title.find_first_of(":, "));
+  std::erase_if(title, [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0 && c != '_'; });
+  return title + "_" + std::to_string(info.index);
+}
+
+std::vector<std::string> RowsOf(const std::string& table) {
+  std::vector<std::string> rows;
+  std::istringstream lines(table);
+  for (std::string line; std::getline(lines >> std::ws, line);) {
+    if (line.front() == '#') continue;
+    const bool goes_on =
+        line.starts_with("->") || (!rows.empty() && rows.back().find("->") == std::string::npos);
+    if (!goes_on) rows.emplace_back();
+    rows.back() += (goes_on ? " " : "") + line;
+  }
+  return rows;
 }
 
 void ExpectRowsIn(Way way, const LineFunction& function, const std::string& table) {

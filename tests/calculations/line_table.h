@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <string>
 #include <string_view>
@@ -54,7 +56,18 @@ class LineFunction {
   std::function<void(RecordSet&, const std::vector<std::string>&)> call_;
 };
 
-#define MOX_FUNCTION(function) ::mox::LineFunction(#function, ::mox::function)
+/// A section of a file of the folder cases/: what follows "= " on its first line, and the lines after it.
+struct Section {
+  std::string file;
+  std::string title;
+  std::string rows;
+};
+std::vector<Section> ReadSections(const std::vector<std::string>& files);
+std::string NameOfSection(const testing::TestParamInfo<Section>& info);
+
+/// The rows of a table: a line that begins with an arrow goes on with a row, and so do all up to its first
+/// arrow; one that begins with "#" is a comment.
+std::vector<std::string> RowsOf(const std::string& table);
 
 /// How a function finds the line: edited, edited with a quantity of another kind than usual, inside the
 /// calculate-fields event, browsed.

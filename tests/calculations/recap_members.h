@@ -1,10 +1,23 @@
 #pragma once
 
+#include <algorithm>
+
 #include "mox/calculations/vat_recapitulation.h"
 
 namespace mox {
 
 enum class Member : std::uint8_t { kData, kPpom, kIznosBezPdv, kPovDob, kMargin, kTravel, kHotel };
+
+inline Member MemberOf(std::string_view name) {
+  constexpr std::string_view kNames[] = {"FillPDVData",
+                                         "FillPDVDataPPOM",
+                                         "FillPDVDataIznosBezPDV",
+                                         "FillPDVDataPovDob",
+                                         "FillPDVDataPosebniPostupak",
+                                         "FillPDVDataAranzmanPosebniPostupak",
+                                         "FillPDVDataHTLPosebniPostupakPP"};
+  return static_cast<Member>(std::find(std::begin(kNames), std::end(kNames), name) - std::begin(kNames));
+}
 
 /// Calls a member of the recapitulations over lines whose columns have these names: ukupno the amount, nci
 /// the purchase amount, tbr_stp the rate, pp_stopa that of consumption tax, kind the output-tax kind, shown
@@ -34,11 +47,6 @@ inline void Fill(Member member, RecordSet& goods, RecordSet& services, RecordSet
       return FillPDVDataHTLPosebniPostupakPP(amount1, purchase, rate1.value(), goods.FieldByName("pp_stopa"),
                                              shown.value(), recap, "KIND");
   }
-}
-
-inline void Fill(Member member, RecordSet& lines, RecordSet& recap) {
-  RecordSet no_services;
-  Fill(member, lines, no_services, recap, 2);
 }
 
 }  // namespace mox

@@ -1,0 +1,128 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "mox/calculations/customs.h"
+#include "tests/calculations/line_table.h"
+#include "tests/calculations/recap_members.h"
+
+// Runs the table of the functions that walk the lines of a document, one test a section.
+
+namespace mox {
+namespace {
+
+std::vector<std::string> Split(const std::string& text, const std::string& separator) {
+  std::vector<std::string> parts(1);
+  for (std::size_t at = 0; at < text.size();) {
+    const bool ends = text.compare(at, separator.size(), separator) == 0;
+    if (ends) {
+      parts.emplace_back();
+    } else if (text[at] != ' ' || !parts.back().empty()) {
+      parts.back() += text[at];
+    }
+    at += ends ? separator.size() : 1;
+  }
+  for (std::string& part : parts) part.erase(part.find_last_not_of(' ') + 1);
+  return parts;
+}
+
+// No lines at all stand for an absent set.
+RecordSet LinesOrNone(const std::string& text) { return text.empty() ? RecordSet() : Records(text); }
+
+struct Walk {
+  Walk(const std::string& row, const std::string& recap_before) : recap(LinesOrNone(recap_before)) {
+    const std::size_t end = row.front() == '(' ? row.find(')') : 0;
+    if (end != 0) arguments = Split(row.substr(1, end - 1), ",");
+    expected = Split(end == 0 ? row : row.substr(end + 1), "->");
+    std::vector<std::string> lines = Split(expected.front(), "|");
+    expected.erase(expected.begin());
+    if (expected.front().empty()) expected.clear();
+    goods = LinesOrNone(lines.front());
+    if (lines.size() > 1) services = LinesOrNone(lines.back());
+  }
+
+  void Call(const std::string& name) {
+    const auto argument = [&](std::size_t i) { return std::stoi(arguments.at(i)); };
+    if (name == "PonistiCarinuPdv") return PonistiCarinuPdv(goods, argument(0) != 0, argument(1) != 0);
+    if (name == "FillPDVDataKnjigaPopisa") return FillPDVDataKnjigaPopisa(goods, recap);
+    Fill(MemberOf(name), goods, services, recap, arguments.empty() ? 2 : argument(0));
+  }
+
+  std::vector<std::string> arguments;
+  std::vector<std::string> expected;
+  RecordSet goods;
+  RecordSet services;
+  RecordSet recap;
+};
+
+// The records of the result, and then what was raised.
+void ExpectWalk(const std::string& name, Walk walk) {
+  const bool returns = name == "FillPDVData" || name == "FillPDVDataPPOM" || name == "FillPDVDataIznosBezPDV";
+  RecordSet& goods = walk.goods;
+  RecordSet& services = walk.services;
+  if (returns && goods.RecordCount() > 1) goods.Next();
+  if (returns && services.RecordCount() > 1) services.Next();
+  const std::size_t position = goods.Position();
+  const std::size_t position_of_services = services.Position();
+  std::vector<RecordSetChange> heard;
+  goods.SetListener([&](RecordSet&, RecordSetChange change) { heard.push_back(change); });
+
+  TestHost host;
+  bool fails = false;
+  try {
+    walk.Call(name);
+  } catch (const Error& error) {
+    fails = true;
+    host.dialogs.emplace_back(error.what());
+  }
+  goods.SetListener(nullptr);
+  EXPECT_FALSE(goods.ControlsDisabled() || services.ControlsDisabled() || walk.recap.ControlsDisabled());
+  EXPECT_EQ(goods.State(), goods.FieldCount() == 0 ? DataSetState::kInactive : DataSetState::kBrowse);
+  EXPECT_EQ(services.Position(), position_of_services);
+  if (returns || fails) {
+    EXPECT_EQ(goods.Position(), fails ? 1 : position);
+    EXPECT_FALSE(goods.RecordCount() > 0 && goods.Eof());
+  } else {
+    EXPECT_EQ(goods.Eof(), !walk.expected.empty());
+  }
+  // the screen is told once, when the controls are enabled again
+  if (!walk.expected.empty() && goods.FieldCount() != 0) {
+    EXPECT_THAT(heard, testing::ElementsAre(RecordSetChange::kRecords));
+  }
+
+  std::vector<std::string> outcome = Split(Show(name == "PonistiCarinuPdv" ? goods : walk.recap), ";");
+  if (outcome.front().empty()) outcome.clear();
+  for (const std::string& text : host.dialogs) outcome.push_back("! " + text);
+  EXPECT_EQ(outcome, walk.expected);
+}
+
+class WalkCases : public testing::TestWithParam<Section> {};
+
+TEST_P(WalkCases, Hold) {
+  const std::string& title = GetParam().title;
+  const std::size_t end = std::min(title.find(' '), title.size());
+  for (const std::string& name : Split(title.substr(0, end), ",")) {
+    for (const std::string& row : RowsOf(GetParam().rows)) {
+      SCOPED_TRACE(name + ": " + row);
+      ExpectWalk(name, Walk(row, title.substr(end)));
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Tables, WalkCases, testing::ValuesIn(ReadSections({"walks"})), NameOfSection);
+
+TEST(Recapitulations, AskForTheRateOfAnAmount) {
+  RecordSet lines = Records("ukupno=1 tbr_stp=25");
+  RecordSet recap = Records("osnovica porez stopa tekst ukupno");
+  EXPECT_THROW(FillPDVData(lines.FindField("ukupno"), {}, {}, {}, recap, 2), Error);
+}
+
+TEST(Customs, NeedTheRatesThatAreToBeCleared) {
+  RecordSet lines = Records("tbr_stp=25; tbr_stp=5");
+  EXPECT_THROW(PonistiCarinuPdv(lines, true, false), FieldNotFound);
+  EXPECT_FALSE(lines.ControlsDisabled());
+}
+
+}  // namespace
+}  // namespace mox
