@@ -59,32 +59,23 @@ TEST(ConsoleDialogs, ShowOneLineAndTakeAnAnswer) {
 }
 
 TEST(CompanyParameterModule, InfersTheKindOfAValue) {
-  const struct {
-    const char* value;
-    FieldKind kind;
-    const char* text;
-  } rows[] = {{"True", FieldKind::kBoolean, nullptr},
-              {"false", FieldKind::kBoolean, nullptr},
-              {"0", FieldKind::kInteger, "0"},
-              {"7.5345", FieldKind::kFloat, "7,5345"},
-              {"", FieldKind::kText, ""},
-              {"-", FieldKind::kText, "-"},
-              {"007", FieldKind::kText, "007"},
-              {"+3", FieldKind::kText, "+3"},
-              {"1e3", FieldKind::kText, "1e3"},
-              {"1.", FieldKind::kText, "1."},
-              {"12345678901234567890", FieldKind::kText, "12345678901234567890"},
-              {"true story", FieldKind::kText, "true story"}};
-  for (const auto& row : rows) {
-    CompanyParameterModule module;
-    module.Set("P", row.value);
-    const Field field = module.CompanyParameters()->FieldByName("p");
-    EXPECT_EQ(field.Kind(), row.kind) << row.value;
-    if (row.text != nullptr) {
-      EXPECT_EQ(field.AsText(), row.text);
-    } else {
-      EXPECT_EQ(field.AsBoolean(), row.value == std::string("True"));
-    }
+  CompanyParameterModule module;
+  const auto parameter = [&] { return module.CompanyParameters()->FieldByName("p"); };
+  const auto kind_of = [&](const char* value) {
+    module.Set("P", value);
+    return parameter().Kind();
+  };
+  for (const bool flag : {true, false}) {
+    EXPECT_EQ(kind_of(flag ? "True" : "false"), FieldKind::kBoolean);
+    EXPECT_EQ(parameter().AsBoolean(), flag);
+  }
+  EXPECT_EQ(kind_of("0"), FieldKind::kInteger);
+  EXPECT_EQ(parameter().AsText(), "0");
+  EXPECT_EQ(kind_of("7.5345"), FieldKind::kFloat);
+  EXPECT_EQ(parameter().AsText(), "7,5345");
+  for (const char* text : {"", "-", "007", "+3", "1e3", "1.", "12345678901234567890", "true story"}) {
+    EXPECT_EQ(kind_of(text), FieldKind::kText) << text;
+    EXPECT_EQ(parameter().AsText(), text);
   }
 }
 

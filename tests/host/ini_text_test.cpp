@@ -26,23 +26,19 @@ TEST(IniText, ReadsSettings) {
       "[GENERAL]\n"
       "KOL_NUM=6\n"
       "LATE=7");
-  const struct {
-    const char* section;
-    const char* key;
-    std::optional<std::string> value;
-  } rows[] = {{"", "OUTSIDE", "1"},
-              {"GENERAL", "kol_num", "3 ; no comment"},
-              {"GENERAL", "no value", {}},
-              {"GENERAL", "QUOTED", "  A4 "},
-              {"GENERAL", "ONE", "\""},
-              {"GENERAL", "EMPTY", ""},
-              {"GENERAL", "EQUALS", "a=b#c"},
-              {"Other", "KOL_NUM", "5"},
-              {"Other", "LATE", {}},
-              {"damaged", "KOL_NUM", {}},
-              {"", "KOL_NUM", {}}};
-  for (const auto& row : rows)
-    EXPECT_EQ(text.Find(row.section, row.key), row.value) << row.section << row.key;
+  const auto value = [&](const char* section, const char* key) {
+    return text.Find(section, key).value_or("none");
+  };
+  EXPECT_EQ(value("", "OUTSIDE"), "1");
+  EXPECT_EQ(value("GENERAL", "kol_num"), "3 ; no comment");
+  EXPECT_EQ(value("GENERAL", "no value"), "none");
+  EXPECT_EQ(value("GENERAL", "QUOTED"), "  A4 ");
+  EXPECT_EQ(value("GENERAL", "ONE"), "\"");
+  EXPECT_EQ(value("GENERAL", "EMPTY"), "");
+  EXPECT_EQ(value("GENERAL", "EQUALS"), "a=b#c");
+  EXPECT_EQ(value("Other", "KOL_NUM"), "5");
+  for (const char* section : {"", "damaged"}) EXPECT_EQ(value(section, "KOL_NUM"), "none");
+  EXPECT_EQ(value("Other", "LATE"), "none");
 }
 
 // What a write of KEY=new into section GENERAL makes of a text, byte for byte.
@@ -94,29 +90,17 @@ TEST(IniText, GivesBackEveryValueItTakes) {
 
 TEST(IniText, RefusesWhatItCannotHold) {
   const std::string windows_1250 = "A=\x9E\nB=\xC5\xBE\n";  // B alone would be valid UTF-8
-  const struct {
-    std::string text;
-    std::string section;
-    std::string key;
-    std::string value;
-  } rows[] = {{"", "S", "K", "a\nb"},
-              {"", "S", "K", "a\r"},
-              {"", "S", "K", std::string("a\0b", 3)},
-              {"", "S]", "K", ""},
-              {"", "S\n", "K", ""},
-              {"", "S", "", ""},
-              {"", "S", "K=", ""},
-              {"", "S", "K ", ""},
-              {"", "S", ";K", ""},
-              {"", "S", "[K", ""},
-              {"", "S", "K", "\xE8"},
-              {windows_1250, "", "A", "Ω"},
-              {windows_1250, "Ω", "A", ""},
-              {windows_1250, "", "A", "ascii"}};
-  for (const auto& row : rows) {
-    IniText text(row.text);
-    EXPECT_THROW(text.Set(row.section, row.key, row.value), Error) << row.section << row.key << row.value;
-  }
+  const auto expect_refusal = [](const std::string& text, const std::string& section, const std::string& key,
+                                 const std::string& value) {
+    IniText ini(text);
+    EXPECT_THROW(ini.Set(section, key, value), Error) << section << key << value;
+  };
+  for (const char* section : {"S]", "S\n"}) expect_refusal("", section, "K", "");
+  for (const char* key : {"", "K=", "K ", ";K", "[K"}) expect_refusal("", "S", key, "");
+  for (const char* value : {"a\nb", "a\r", "\xE8"}) expect_refusal("", "S", "K", value);
+  expect_refusal("", "S", "K", std::string("a\0b", 3));
+  expect_refusal(windows_1250, "Ω", "A", "");
+  for (const char* value : {"Ω", "ascii"}) expect_refusal(windows_1250, "", "A", value);
   EXPECT_THROW(IniText("\xFF\xFE[\0"), Error);
 }
 

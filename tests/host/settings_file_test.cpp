@@ -109,8 +109,6 @@ TEST_F(SettingsFileTest, LeavesTheFileAloneWhenNothingChanges) {
 TEST_F(SettingsFileTest, RefusesTextsThatTheFileCannotHold) {
   Write("[GENERAL]\nKOL_NUM=2 \x9E\n");
   ExpectRefusal([](SettingsFile& settings) { settings.WriteString("GENERAL", "KOL_NUM", "Ω"); }, "U+03A9");
-  ExpectRefusal([](SettingsFile& settings) { settings.WriteString("GENERAL", "KOL_NUM", "1\n2"); },
-                "line break");
 }
 
 TEST_F(SettingsFileTest, KeepsTheOldFileWhenTheDiskRefuses) {
@@ -136,19 +134,14 @@ TEST_F(SettingsFileTest, KeepsTheOldFileWhenTheDiskRefuses) {
 
 TEST_F(SettingsFileTest, RefusesWriteProtectedFilesAndFolders) {
   Write("[GENERAL]\nKOL_NUM=2\n");
-  const auto write = [](SettingsFile& settings) { settings.WriteInteger("GENERAL", "KOL_NUM", 3); };
-  fs::permissions(path_, fs::perms(0444));
-  fs::permissions(folder_, fs::perms(0777));
-  {
+  for (const bool of_file : {true, false}) {
+    fs::permissions(path_, fs::perms(of_file ? 0444 : 0666));
+    fs::permissions(folder_, fs::perms(of_file ? 0777 : 0555));
     const OrdinaryUser user;
     ASSERT_TRUE(user.done());
-    ExpectRefusal(write, "Permission denied");
+    ExpectRefusal([](SettingsFile& settings) { settings.WriteInteger("GENERAL", "KOL_NUM", 3); },
+                  "Permission denied");
   }
-  fs::permissions(path_, fs::perms(0666));
-  fs::permissions(folder_, fs::perms(0555));
-  const OrdinaryUser user;
-  ASSERT_TRUE(user.done());
-  ExpectRefusal(write, "Permission denied");
 }
 
 TEST_F(SettingsFileTest, RefusesPathsThatAreNoFiles) {
