@@ -65,6 +65,9 @@ TEST(RecordSetNavigation, Bookmarks) {
   const auto bookmark = set.GetBookmark();
   set.LoadFromString(set.SaveToString());
   EXPECT_FALSE(set.GotoBookmark(*bookmark)) << "of the records before";
+  const auto another = set.GetBookmark();
+  set.CleanClone(Letters("a b"));
+  EXPECT_FALSE(set.GotoBookmark(*another));
 }
 
 TEST(RecordSetNavigation, Filter) {

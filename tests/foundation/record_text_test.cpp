@@ -88,7 +88,7 @@ TEST(RecordText, KeepsEveryKindAndText) {
   RecordSet set("\n: čć");
   set.DefineField({.name = "tekst\n~ 5:", .display_name = "\" '", .display_format = "\n"});
   for (std::size_t i = 1; i < kFieldKindCount; ++i) {
-    set.DefineField("polje " + std::to_string(i), static_cast<FieldKind>(i));
+    set.DefineField("polje " + std::to_string(i), static_cast<FieldKind>(i), 2);  // of texts only
   }
   set.Open();
   for (const Values& sample : Samples()) set.AppendRecord(sample);
