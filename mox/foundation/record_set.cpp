@@ -316,6 +316,7 @@ void RecordSet::Cancel() {
   } else {
     return;
   }
+  CompactTextsIfWorthIt();
   Notify(RecordSetChange::kRecord);
 }
 
