@@ -1,28 +1,22 @@
 #include <gtest/gtest.h>
 
-#include "mox/foundation/error.h"
+#include "case_file.h"
 #include "record_set_script.h"
 
 namespace mox {
 namespace {
 
 TEST(CalcFieldsEvent, FiresForARecordThatBecomesCurrentAndOnPostAndRefresh) {
-  // The words of the records that it was fired for.
-  for (const std::string row :
-       {"F -> a",        "N P -> b a",       "N N N N -> b c", "P -> ",        "L -> c",        "?c -> c",
-        "?z -> ",        "N b L g -> b c b", "R -> a",         "e =x . -> x",  "e . -> a",      "e =x ~ -> ",
-        "e =x N -> x b", "e N -> b",         "a -> ",          "i =x . -> x",  "i =x N -> x a", "a =x ~ -> ",
-        "D -> b",        "C F R -> ",        "N f -> b a",     "f e =x . -> x"}) {
+  ForEachCase<2>("calc_fields", "fired", [](auto& script, auto& records) {
     RecordSet set = Letters("a b c");
     std::string fired;
     set.SetOnCalcFields([&](RecordSet& current) {
       fired += (fired.empty() ? "" : " ") + current.AsText(0);
       EXPECT_EQ(&current, &set);
     });
-    const std::size_t arrow = row.find(" -> ");
-    RunScript(set, row.substr(0, arrow));
-    EXPECT_EQ(fired, row.substr(arrow + 4)) << row;
-  }
+    RunScript(set, script);
+    EXPECT_EQ(fired, records);
+  });
 }
 
 // Lines of which the event calculates `pci` and `naziv`.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <limits>
 #include <string>
 #include <vector>
@@ -26,6 +28,23 @@ inline Values ValuesOf(const RecordSet& set) {
   Values values;
   for (std::size_t i = 0; i < set.FieldCount(); ++i) values.push_back(set.AsVariant(i));
   return values;
+}
+
+/// A value from "KIND:TEXT": "float:0.5". Amounts are in ten-thousandths, dates in the ISO form; "null" is
+/// none.
+inline Value ValueFrom(const std::string& typed) {
+  const std::size_t colon = std::min(typed.find(':'), typed.size() - 1);
+  const std::string kind = typed.substr(0, colon);
+  const std::string text = typed.substr(colon + 1);
+  if (kind == "text") return text;
+  if (kind == "integer") return std::int64_t{std::stoll(text)};
+  if (kind == "boolean") return text == "true";
+  if (kind == "float") return std::strtod(text.c_str(), nullptr);
+  if (kind == "currency") return Currency::FromScaled(std::stoll(text));
+  if (kind == "date") return ParseIsoDate(text).value();
+  if (kind == "datetime") return ParseIsoDateTime(text).value();
+  EXPECT_EQ(typed, "null");
+  return Value();
 }
 
 /// Records of all kinds: nulls, zeros and empty texts, ordinary values, the two ends of each kind.

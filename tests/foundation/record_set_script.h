@@ -23,9 +23,10 @@ inline RecordSet Letters(const std::string& words) {
   return set;
 }
 
-/// Runs the steps of a script, which are separated by blanks.
+/// Runs the steps of a script, which are separated by blanks; cases/navigation.txt lists them.
 inline void RunScript(RecordSet& set, const std::string& script) {
   std::optional<Bookmark> bookmark;
+  std::optional<SavedPosition> saved;
   using Step = std::function<void(const std::string& word)>;
   const std::map<char, Step> steps = {{'F', [&](auto&) { set.First(); }},
                                       {'N', [&](auto&) { set.Next(); }},
@@ -42,8 +43,11 @@ inline void RunScript(RecordSet& set, const std::string& script) {
                                       {'?', [&](auto& word) { set.Locate("slovo", {word}); }},
                                       {'b', [&](auto&) { bookmark = set.GetBookmark(); }},
                                       {'g', [&](auto&) { set.GotoBookmark(bookmark.value_or(Bookmark())); }},
+                                      {'(', [&](auto&) { saved.emplace(set); }},
+                                      {')', [&](auto&) { saved.reset(); }},
                                       {'f', [&](auto&) { set.SetFiltered(true); }},
                                       {'u', [&](auto&) { set.SetFiltered(false); }},
+                                      {'X', [&](auto&) { set.Close(); }},
                                       {'R', [&](auto&) { set.Refresh(); }}};
   std::istringstream in(script);
   for (std::string step; in >> step;) steps.at(step[0])(step.substr(1));

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <random>
 
-#include "mox/foundation/error.h"
+#include "case_file.h"
 #include "record_set_kinds.h"
 #include "record_set_script.h"
 
@@ -110,48 +110,15 @@ TEST(RecordText, KeepsEveryKindAndText) {
 }
 
 TEST(RecordText, SaysWhereItIsDamaged) {
-  const struct {
-    const char* from;
-    const char* to;
-    const char* at;  // the damaged text from the byte of the message on
-    const char* message;
-  } rows[] = {
-      {"moxrs 1", "moxrs 2", "moxrs 2", "head: \"moxrs 1\" is missing"},
-      {"name 6:", "name 6", "6stavke", "head: a length and a colon are missing"},
-      {"name 6", "name 7", "fields 5", "head: the end of the line is missing"},
-      {"fields 5", "fields 5000", "5000", "head: \"5000\" is not a possible number of fields"},
-      {"fields 5", "fields 6", "records 3", "field 6: \"field \" is missing"},
-      {"fields 5", "fields 4", "field 4:kraj", "head: \"records \" is missing"},
-      {"5:naziv", "0:", " text", "field 1: a field has no name"},
-      {"2:pc", "5:NAZIV", "field 4:uzet", "field 2: the name \"NAZIV\" stands twice"},
-      {"boolean", "bool", "bool", "field 3: \"bool\" is not a kind of field"},
-      {"rc 11", "rx 11", "rx 11", "field 1: unknown field flag \"x\""},
-      {"text 3", "text three", "three", "field 1: \"three\" is not a possible number of characters"},
-      {"records 3", "records 4", "end\n", "record 4, field naziv: a length and a colon are missing"},
-      {"records 3", "records 2", "~ ~ ~ ~ ~", "after the last record: \"end\" is missing"},
-      {"records 3", "records 3000", "3000", "head: \"3000\" is not a possible number of records"},
-      {"5:čaš", "4:čaš", "\xA1 12.50", "record 1, field pc: a blank is missing"},
-      {"5:čaš", "6:abcdef", " 12.50",
-       "record 1, field naziv: the text is longer than the field's 3 characters"},
-      {"5:čaš", "999:čaš", "999:", "record 1, field naziv: the text ends before its length of 999 bytes"},
-      {"5:čaš", "18446744073709551616:", "18446", "record 1, field naziv: a length and a colon are missing"},
-      {"12.50", "12,50", "12,50", "record 1, field pc: \"12,50\" is not a number"},
-      {"12.50", "1e15", "1e15", "record 1, field pc: amount is outside the range of a currency"},
-      {"true", "True", "True", "record 1, field uzet: \"True\" is not true or false"},
-      {" 0.1 ", " nan ", "nan", "record 1, field kolicina: \"nan\" is not a number"},
-      {"03-01T", "02-30T", "2024", "record 1, field kraj: \"2024-02-30T09:05:00\" is not a date"},
-      {"~\nend", "~ ~\nend", " ~\nend", "record 3, field kraj: the end of the line is missing"},
-      {"end\n", "end", "", "after the last record: the text ends too early"},
-      {"end\n", "end\nx", "x", "after the last record: something follows the end"}};
   ASSERT_TRUE(Load(kLines));
   EXPECT_FALSE(Load("moxrs 1\nname 0:\nfields 0\nrecords 1\n\nend\n")) << "records without fields";
-  for (const auto& row : rows) {
-    const std::string text = Replaced(kLines, row.from, row.to);
-    EXPECT_FALSE(Load(text)) << row.to;
-    const std::size_t offset = *row.at == '\0' ? text.size() : text.rfind(row.at);
+  ForEachCase<4>("record_text", "damaged", [](auto& part, auto& other, auto& damaged, auto& message) {
+    const std::string text = Replaced(kLines, part, other);
+    EXPECT_FALSE(Load(text));
+    const std::size_t offset = damaged.empty() ? text.size() : text.rfind(damaged);
     EXPECT_THAT([&] { RecordSet().LoadFromString(text); },
-                testing::ThrowsMessage<FormatError>("byte " + std::to_string(offset) + ": " + row.message));
-  }
+                testing::ThrowsMessage<FormatError>("byte " + std::to_string(offset) + ": " + message));
+  });
 }
 
 // Whatever the damage, nothing crashes, and the receiving set is either replaced or as it was.
