@@ -2,23 +2,29 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <fstream>
+#include <functional>
+#include <map>
 #include <string>
-#include <tuple>
-#include <type_traits>
 #include <vector>
 
 #include "mox/foundation/error.h"
 
-// Reads the tables of the folder cases/. A table begins with its name, "= NAME"; a row is a line of words
-// with an arrow before what is expected, a line that begins with "#" is a comment. A word that is empty or
-// has blanks stands in double quotes; \n, \t, \xC4, \" and \\ are written as in a program.
+// The tables of the folder cases/. A table begins with its name, "= NAME"; a row is a line of words, with an
+// arrow before what is expected, and a line that begins with "#" is a comment. A word that is empty or has
+// blanks stands in double quotes; \n, \t, \xC4, \" and \\ are written as in a program.
 
 namespace mox {
 
-inline std::vector<std::string> WordsOf(const std::string& row) {
-  std::vector<std::string> words;
+using Words = std::vector<std::string>;
+
+/// What the words before the arrow give: the words after it.
+using TableFunction = std::function<std::string(const Words& row)>;
+
+inline std::string Text(std::int64_t number) { return std::to_string(number); }
+
+inline Words WordsOf(const std::string& row) {
+  Words words;
   bool quoted = false;
   bool in_word = false;
   for (std::size_t i = 0; i < row.size(); ++i) {
@@ -40,39 +46,13 @@ inline std::vector<std::string> WordsOf(const std::string& row) {
     }
   }
   EXPECT_FALSE(quoted);
-  std::erase(words, "->");
   return words;
 }
 
-/// Calls `check` with the `kColumns` words of each row of a table.
-template <std::size_t kColumns, typename Check>
-void ForEachCase(const std::string& file, const std::string& table, const Check& check) {
-  std::ifstream in(MOX_SOURCE_DIR "/tests/foundation/cases/" + file + ".txt");
-  int rows = 0;
-  bool in_table = false;
-  for (std::string line; std::getline(in, line);) {
-    if (line.starts_with("= ")) in_table = line.substr(2) == table;
-    if (!in_table || line.empty() || line[0] == '#' || line[0] == '=') continue;
-    SCOPED_TRACE(line);
-    ++rows;
-    const auto words = WordsOf(line);
-    std::array<std::string, kColumns> columns;
-    ASSERT_EQ(words.size(), kColumns);
-    std::copy(words.begin(), words.end(), columns.begin());
-    std::apply(check, std::as_const(columns));
-  }
-  EXPECT_GT(rows, 0) << file << ": " << table;
-}
-
-/// What a call gives, as a text, or the error that it raises: "!Overflow", "!ConversionError", "! message".
-template <typename Call>
-std::string TextOrError(const Call& call) {
+/// What a call gives, or the error that it raises: "!Overflow", "!ConversionError", "! message".
+inline std::string TextOrError(const std::function<std::string()>& call) {
   try {
-    if constexpr (std::is_arithmetic_v<decltype(call())>) {
-      return std::to_string(call());
-    } else {
-      return std::string(call());
-    }
+    return call();
   } catch (const Overflow&) {
     return "!Overflow";
   } catch (const ConversionError&) {
@@ -80,6 +60,27 @@ std::string TextOrError(const Call& call) {
   } catch (const Error& error) {
     return std::string("! ") + error.what();
   }
+}
+
+/// Runs each row of a file through the function of its table. The file must have a table for each function.
+inline void ExpectTables(const std::string& file, const std::map<std::string, TableFunction>& functions) {
+  std::ifstream in(MOX_SOURCE_DIR "/tests/foundation/cases/" + file + ".txt");
+  std::map<std::string, int> rows;
+  std::string table;
+  for (std::string line; std::getline(in, line);) {
+    if (line.starts_with("= ")) table = line.substr(2);
+    if (line.empty() || line[0] == '#' || line[0] == '=') continue;
+    SCOPED_TRACE(file + ": " + line);
+    ++rows[table];
+    const std::size_t arrow = line.rfind(" -> ");
+    ASSERT_NE(arrow, std::string::npos);
+    std::string expected;
+    for (const std::string& word : WordsOf(line.substr(arrow + 4))) {
+      expected += (expected.empty() ? "" : " ") + word;
+    }
+    EXPECT_EQ(TextOrError([&] { return functions.at(table)(WordsOf(line.substr(0, arrow))); }), expected);
+  }
+  EXPECT_EQ(rows.size(), functions.size()) << file;
 }
 
 }  // namespace mox

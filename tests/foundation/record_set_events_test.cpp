@@ -7,16 +7,16 @@ namespace mox {
 namespace {
 
 TEST(CalcFieldsEvent, FiresForARecordThatBecomesCurrentAndOnPostAndRefresh) {
-  ForEachCase<2>("calc_fields", "fired", [](auto& script, auto& records) {
-    RecordSet set = Letters("a b c");
-    std::string fired;
-    set.SetOnCalcFields([&](RecordSet& current) {
-      fired += (fired.empty() ? "" : " ") + current.AsText(0);
-      EXPECT_EQ(&current, &set);
-    });
-    RunScript(set, script);
-    EXPECT_EQ(fired, records);
-  });
+  ExpectTables("calc_fields", {{"fired", [](auto& row) {
+                                  RecordSet set = Letters("a b c");
+                                  std::string fired;
+                                  set.SetOnCalcFields([&](RecordSet& current) {
+                                    fired += (fired.empty() ? "" : " ") + current.AsText(0);
+                                    EXPECT_EQ(&current, &set);
+                                  });
+                                  RunScript(set, row.at(0));
+                                  return fired;
+                                }}});
 }
 
 // Lines of which the event calculates `pci` and `naziv`.

@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "case_file.h"
@@ -8,42 +7,34 @@ namespace mox {
 namespace {
 
 TEST(RecordSetNavigation, FollowsScripts) {
-  for (const char* table : {"moves", "edits", "leaves", "bookmarks", "filter"}) {
-    ForEachCase<3>("navigation", table, [](auto& records, auto& script, auto& outcome) {
-      RecordSet set = Letters(records);
-      RunScript(set, script);
-      EXPECT_EQ(Outcome(set), outcome);
-    });
-  }
-}
-
-TEST(RecordSetNavigation, StatesAllowWhatTheyAllow) {
-  ForEachCase<3>("navigation", "refused", [](auto& records, auto& script, auto& message) {
-    RecordSet set = Letters(records);
-    const std::size_t last = script.rfind(' ') + 1;  // 0 where it is the only step
-    RunScript(set, script.substr(0, last));
-    EXPECT_THAT([&] { RunScript(set, script.substr(last)); }, testing::ThrowsMessage<StateError>(message));
-  });
-}
-
-// Edits each record without posting it: a word with "!" so that it leaves the filter, another one so that it
-// stays.
-TEST(RecordSetNavigation, AWalkThatEditsVisitsEachRecordOnce) {
-  ForEachCase<3>("navigation", "walks", [](auto& records, auto& visited, auto& outcome) {
-    RecordSet set = Letters(records);
+  const TableFunction run = [](const Words& row) {
+    RecordSet set = Letters(row.at(0));
+    RunScript(set, row.at(1));
+    return Outcome(set);
+  };
+  // Edits each record without posting it: a word with "!" so that it leaves the filter, another so that it
+  // stays.
+  const TableFunction walk = [](const Words& row) {
+    RecordSet set = Letters(row.at(0));
     set.SetFiltered(true);
     std::string words;
     for (set.First(); !set.Eof() && words.size() < 100; set.Next()) {
       const std::string word = set.AsText(0);
-      words += (words.empty() ? "" : " ") + word;
+      words += word + " ";
       set.Edit();
       set.SetText(0, word.ends_with('!') ? "x" : word + "+");
     }
-    EXPECT_EQ(words, visited);
     set.SetFiltered(false);
     set.First();
-    EXPECT_EQ(Outcome(set), outcome);
-  });
+    return words + "leave " + Outcome(set);
+  };
+  ExpectTables("navigation", {{"moves", run},
+                              {"edits", run},
+                              {"leaves", run},
+                              {"bookmarks", run},
+                              {"filter", run},
+                              {"refused", run},
+                              {"walks", walk}});
 }
 
 // Whatever leaves a record posts it when it was changed, and otherwise leaves no trace of it.
