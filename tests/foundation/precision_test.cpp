@@ -3,38 +3,29 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <map>
 
 #include "mox/foundation/app.h"
 #include "mox/foundation/error.h"
+#include "mox/host/memory_settings.h"
 
 namespace mox {
 namespace {
 
-class FakeHost : public TAppIni, public TdmComunication, public AppLocale {
+class FakeHost : public TdmComunication, public AppLocale {
  public:
-  std::map<std::string, std::string> ini;  // by "SECTION.KEY"
+  MemorySettings ini;
   RecordSet* parameters = nullptr;
   LocaleSettings locale;
 
   RecordSet* CompanyParameters() override { return parameters; }
   const LocaleSettings& Settings() const override { return locale; }
   void SetCurrencySymbol(std::string_view symbol) override { locale.currency_symbol = symbol; }
-
- private:
-  std::optional<std::string> Find(std::string_view section, std::string_view key) const override {
-    const auto found = ini.find(std::string(section) + "." + std::string(key));
-    return found == ini.end() ? std::nullopt : std::optional(found->second);
-  }
-  void Store(std::string_view section, std::string_view key, std::string_view value) override {
-    ini[std::string(section) + "." + std::string(key)] = value;
-  }
 };
 
 class Precision : public testing::Test {
  protected:
   FakeHost host_;
-  ScopedApp app_{{.ini = &host_, .comunication = &host_, .locale = &host_}};
+  ScopedApp app_{{.ini = &host_.ini, .comunication = &host_, .locale = &host_}};
 };
 
 TEST_F(Precision, ReadsAndWritesTheSettingsOfEachPrice) {
@@ -46,28 +37,29 @@ TEST_F(Precision, ReadsAndWritesTheSettingsOfEachPrice) {
   } rows[] = {{"NC", GetNcCalcDigit, SetNcCalcDigit, SetNcCalcMask},
               {"PC", GetPcCalcDigit, SetPcCalcDigit, SetPcCalcMask},
               {"FC", GetFcCalcDigit, SetFcCalcDigit, SetFcCalcMask}};
-  using Stored = std::map<std::string, std::string>;
   for (const auto& row : rows) {
-    const std::string digits = "GENERAL." + row.kind + "_CALC_DIGIT";
-    const std::string mask = "GENERAL." + row.kind + "_CALC_MASK";
-    host_.ini.clear();
+    const std::string digits = row.kind + "_CALC_DIGIT";
+    const auto stored = [&] {
+      return host_.ini.ReadString("GENERAL", digits, "none") + " " +
+             host_.ini.ReadString("GENERAL", row.kind + "_CALC_MASK", "none");
+    };
     EXPECT_EQ(row.get(), 2) << row.kind;
     row.set_mask();
-    EXPECT_EQ(host_.ini, (Stored{{mask, "#,0.00;-#,0.00"}}));
+    EXPECT_EQ(stored(), "none #,0.00;-#,0.00");
     row.set(4);
     EXPECT_EQ(row.get(), 4) << row.kind;
-    EXPECT_EQ(host_.ini, (Stored{{digits, "4"}, {mask, "#,0.00;-#,0.00"}})) << "refreshed separately";
+    EXPECT_EQ(stored(), "4 #,0.00;-#,0.00") << "refreshed separately";
     row.set_mask();
-    EXPECT_EQ(host_.ini, (Stored{{digits, "4"}, {mask, "#,0.0000;-#,0.0000"}}));
-    host_.WriteString("GENERAL", row.kind + "_CALC_DIGIT", " -1 ");
+    EXPECT_EQ(stored(), "4 #,0.0000;-#,0.0000");
+    host_.ini.WriteString("GENERAL", digits, " -1 ");
     EXPECT_EQ(row.get(), -1) << "as read";
-    host_.WriteString("GENERAL", row.kind + "_CALC_DIGIT", "two");
+    host_.ini.WriteString("GENERAL", digits, "two");
     EXPECT_EQ(row.get(), 2) << "not an integer";
   }
   EXPECT_EQ(GetKolDecimalPlaces(), 2);
   EXPECT_EQ(GetKolFormat(), "#,0.00;-#,0.00");
-  host_.WriteString("GENERAL", "KOL_NUM", "0");
-  host_.WriteString("GENERAL", "KOL_MASK", "0.000");
+  host_.ini.WriteString("GENERAL", "KOL_NUM", "0");
+  host_.ini.WriteString("GENERAL", "KOL_MASK", "0.000");
   EXPECT_EQ(GetKolDecimalPlaces(), 0);
   EXPECT_EQ(GetKolFormat(), "0.000");
 }
