@@ -80,6 +80,7 @@ TdmComunication& TAppSys::Comunication() const {
 }
 AppDialogs& TAppSys::Dialogs() const { return Supplied(parts_.dialogs, "message dialogs"); }
 AppLocale& TAppSys::Locale() const { return Supplied(parts_.locale, "locale"); }
+AppPlatform& TAppSys::Platform() const { return Supplied(parts_.platform, "platform"); }
 
 TAppSys& App() {
   if (installed == nullptr) throw Error("no application is installed");
@@ -89,6 +90,15 @@ TAppSys& App() {
 ScopedApp::ScopedApp(const AppParts& parts) : app_(parts), previous_(installed) { installed = &app_; }
 
 ScopedApp::~ScopedApp() { installed = previous_; }
+
+HourglassCursor::HourglassCursor()
+    : platform_(installed != nullptr && installed->HasPlatform() ? &installed->Platform() : nullptr) {
+  if (platform_ != nullptr) before_ = platform_->SetCursor(MouseCursor::kHourglass);
+}
+
+HourglassCursor::~HourglassCursor() {
+  if (platform_ != nullptr) platform_->SetCursor(before_);
+}
 
 const LocaleSettings& CurrentLocale() {
   static const LocaleSettings croatian;

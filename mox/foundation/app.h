@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,6 +10,7 @@
 namespace mox {
 
 class RecordSet;
+class TAstaParamList;
 
 /// The user's settings file: sections of keys with typed reads. A read of a missing key, or of one whose text
 /// is not of the asked type, gives the default. Section and key names are compared without regard to case.
@@ -48,12 +50,19 @@ class TAppIni {
   mutable std::size_t next_to_replace_ = 0;
 };
 
-/// The host's communication module.
+/// The host's communication module: everything that the library asks of the application server. Calls block
+/// until the server has answered, and raise Error when it cannot be reached.
 class TdmComunication {
  public:
   virtual ~TdmComunication() = default;
   /// The company parameters, kept open on their one record; null where the host has loaded none.
   virtual RecordSet* CompanyParameters() = 0;
+  /// The answer of a named read service to the request's input values: record sets under fixed names. Null
+  /// where the server has no such service or no answer.
+  virtual std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
+                                                            std::string_view service) = 0;
+  /// Stores the record sets of a write request in one transaction. Other than 0 when the server committed it.
+  virtual int WriteDataService(const TAstaParamList& request) = 0;
 };
 
 /// Which dialog ShowVelorDialog shows.
@@ -69,6 +78,36 @@ class AppDialogs {
   virtual ~AppDialogs() = default;
   virtual int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
                               std::string_view message) = 0;
+};
+
+/// A program that was started.
+class AppProgram {
+ public:
+  virtual ~AppProgram() = default;
+  /// kStillActive as long as it runs.
+  virtual int ExitCode() = 0;
+};
+
+inline constexpr int kStillActive = 259;
+
+enum class MouseCursor : std::uint8_t { kDefault, kHourglass };
+
+/// What the library needs of the operating system and of the screen's event loop.
+class AppPlatform {
+ public:
+  virtual ~AppPlatform() = default;
+  /// Answers the cursor that was shown before.
+  virtual MouseCursor SetCursor(MouseCursor cursor) = 0;
+  /// Lets the user interface process its pending messages.
+  virtual void ProcessMessages() = 0;
+  /// The application is closing.
+  virtual bool IsTerminated() const = 0;
+  /// The folder of the host program, with a trailing path delimiter.
+  virtual std::string ApplicationFolder() const = 0;
+  /// Starts a program without a window, owned by the main form. The file may stand in quotation marks; the
+  /// parameters are one text, split as the system's command lines are. Null when it cannot be started.
+  virtual std::unique_ptr<AppProgram> StartHidden(std::string_view file, std::string_view parameters) = 0;
+  virtual std::string ClipboardText() = 0;
 };
 
 /// How the user's system writes numbers and dates.
@@ -94,6 +133,7 @@ struct AppParts {
   TdmComunication* comunication = nullptr;
   AppDialogs* dialogs = nullptr;
   AppLocale* locale = nullptr;
+  AppPlatform* platform = nullptr;
 };
 
 /// The host's application object. Asking for a part that the host did not supply raises Error naming it.
@@ -104,6 +144,8 @@ class TAppSys {
   TdmComunication& Comunication() const;
   AppDialogs& Dialogs() const;
   AppLocale& Locale() const;
+  AppPlatform& Platform() const;
+  bool HasPlatform() const { return parts_.platform != nullptr; }
   bool HasLocale() const { return parts_.locale != nullptr; }
 
  private:
@@ -124,6 +166,19 @@ class ScopedApp {
  private:
   TAppSys app_;
   TAppSys* previous_;
+};
+
+/// Shows the hourglass for its own lifetime, where the host has a screen.
+class [[nodiscard]] HourglassCursor {
+ public:
+  HourglassCursor();
+  ~HourglassCursor();
+  HourglassCursor(const HourglassCursor&) = delete;
+  HourglassCursor& operator=(const HourglassCursor&) = delete;
+
+ private:
+  AppPlatform* platform_;
+  MouseCursor before_ = MouseCursor::kDefault;
 };
 
 /// The locale of the installed application, and the Croatian one where none is installed.

@@ -66,6 +66,22 @@ void CompanyParameterModule::SetAssignment(std::string_view assignment) {
   Set(TrimBlanks(assignment.substr(0, equals)), assignment.substr(equals + 1));
 }
 
+std::unique_ptr<TAstaParamList> CompanyParameterModule::ReportDataService(const TAstaParamList& request,
+                                                                          std::string_view service) {
+  if (service != "AdditionalFeaturesData" || names_.empty()) return nullptr;
+  const auto feature = record_set_.FindField(request.ParamByName("Code").AsString());
+  if (!feature) return nullptr;
+  RecordSet answer("adsAddFeatures");
+  answer.DefineField("Allow", FieldKind::kBoolean);
+  answer.Open();
+  answer.AppendRecord({feature->AsBoolean()});
+  auto answers = std::make_unique<TAstaParamList>();
+  answers->FastAdd("adsAddFeatures", std::move(answer));
+  return answers;
+}
+
+int CompanyParameterModule::WriteDataService(const TAstaParamList& /*request*/) { return 0; }
+
 void CompanyParameterModule::Rebuild() {
   RecordSet rebuilt("company_parameters");
   for (std::size_t i = 0; i < names_.size(); ++i) rebuilt.DefineField(names_[i], KindOf(values_[i]));

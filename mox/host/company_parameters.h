@@ -6,11 +6,13 @@
 
 #include "mox/foundation/app.h"
 #include "mox/foundation/record_set.h"
+#include "mox/server/param_list.h"
 
 namespace mox {
 
-/// A communication module whose company parameters are set one by one. They are the fields of one record in
-/// memory, in the order in which they were first set.
+/// A communication module without a server, whose company parameters are set one by one. They are the fields
+/// of one record in memory, in the order in which they were first set. An additional feature is a parameter of
+/// its name: "AdditionalFeaturesData" is the one service that answers. Nothing can be stored.
 class CompanyParameterModule : public TdmComunication {
  public:
   /// Sets a parameter from its text; a parameter that is set already takes the new value and its kind. The
@@ -25,6 +27,9 @@ class CompanyParameterModule : public TdmComunication {
 
   /// Null until a parameter is set.
   RecordSet* CompanyParameters() override { return names_.empty() ? nullptr : &record_set_; }
+  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
+                                                    std::string_view service) override;
+  int WriteDataService(const TAstaParamList& request) override;
 
  private:
   void Rebuild();

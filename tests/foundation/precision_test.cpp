@@ -7,6 +7,7 @@
 #include "mox/foundation/app.h"
 #include "mox/foundation/error.h"
 #include "mox/host/memory_settings.h"
+#include "mox/server/param_list.h"
 
 namespace mox {
 namespace {
@@ -18,6 +19,10 @@ class FakeHost : public TdmComunication, public AppLocale {
   LocaleSettings locale;
 
   RecordSet* CompanyParameters() override { return parameters; }
+  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList&, std::string_view) override {
+    return nullptr;
+  }
+  int WriteDataService(const TAstaParamList&) override { return 0; }
   const LocaleSettings& Settings() const override { return locale; }
   void SetCurrencySymbol(std::string_view symbol) override { locale.currency_symbol = symbol; }
 };

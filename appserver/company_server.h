@@ -1,0 +1,78 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "appserver/database.h"
+#include "mox/foundation/app.h"
+#include "mox/host/company_parameters.h"
+
+namespace mox {
+
+/// Why a write request was refused: in which record set, at which record (from 1) and field, where these are
+/// known, and what the database or the rule said.
+struct WriteFailure {
+  std::string transaction;
+  std::string record_set;
+  std::size_t row = 0;
+  std::string field;
+  std::string message;
+
+  /// All of it on one line.
+  std::string ToString() const;
+};
+
+/// What the last write request did.
+struct WriteOutcome {
+  bool committed = false;
+  std::optional<WriteFailure> failure;  ///< of a refused one
+  std::optional<RecordSet> stored;      ///< keys and numbers that the server gave, where the transaction gives any
+};
+
+/// A named service or transaction, for people.
+struct ServiceInfo {
+  std::string_view name;
+  std::string_view inputs;   ///< "skl_id:integer,datum:date"; of a transaction its record sets, "Zaglavlje,Stavke"
+  std::string_view answers;  ///< the record sets that it answers, "adsSkl"
+  std::string_view summary;
+};
+
+/// The application server in the host's own process: answers named services from a company database and
+/// stores named transactions in it. The company parameters are those of the database; parameters set on this
+/// object come before them.
+class CompanyServer : public TdmComunication {
+ public:
+  using Log = std::function<void(std::string_view line)>;
+
+  /// `log` hears of unknown services, refused requests and failures.
+  explicit CompanyServer(Database database, Log log = nullptr);
+
+  Database& database() { return database_; }
+  /// Overrides a company parameter, and additional features of that name, as CompanyParameterModule does.
+  void SetParameter(std::string_view assignment);
+
+  RecordSet* CompanyParameters() override;
+  /// Null for an unknown service, which is logged. Raises DatabaseError when the database fails, Error naming
+  /// a missing or unknown input.
+  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
+                                                    std::string_view service) override;
+  /// 0 when nothing was stored; LastWrite() tells why, and the log was told.
+  int WriteDataService(const TAstaParamList& request) override;
+
+  const WriteOutcome& LastWrite() const { return last_write_; }
+
+ private:
+  Database database_;
+  Log log_;
+  CompanyParameterModule parameters_;
+  WriteOutcome last_write_;
+};
+
+/// The read services and the transactions that a company server has.
+std::span<const ServiceInfo> ReadServices();
+std::span<const ServiceInfo> NamedTransactions();
+
+}  // namespace mox

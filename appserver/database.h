@@ -1,0 +1,129 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mox/foundation/error.h"
+#include "mox/foundation/field.h"
+#include "mox/foundation/record_set.h"
+
+namespace mox {
+
+class DatabaseConnection;  // the connection behind these classes; only database*.cpp see it
+
+/// A company database that cannot be opened, read or written. what() says which file, and why, for people.
+class DatabaseError : public Error {
+ public:
+  using Error::Error;
+};
+
+/// The columns of an answer: names with their kinds, in order.
+using Columns = std::vector<FieldDef>;
+/// From "id:integer,naziv:text,tecaj:float"; a name without a kind is a text.
+Columns ParseColumns(std::string_view columns);
+
+/// One prepared SQL statement. Its parameters are `:name`s in the SQL; they are bound by position, in the
+/// order in which they first appear, each with the kind it was prepared with. What is bound stays bound until
+/// it is bound anew.
+class Statement {
+ public:
+  Statement(Statement&& other) noexcept;
+  Statement& operator=(Statement&& other) noexcept;
+  ~Statement();
+
+  void BindNull(std::size_t index);
+  /// Converted to the parameter's kind. Raises ConversionError, Overflow.
+  void Bind(std::size_t index, const Value& value);
+  void BindText(std::size_t index, std::string_view text);
+  /// The current record's field, without building a value where the kinds are the same.
+  void Bind(std::size_t index, const RecordSet& records, std::size_t field);
+
+  /// Rows changed.
+  std::int64_t Execute();
+  /// Executes an INSERT ... RETURNING of one integer, and answers it.
+  std::int64_t ExecuteForKey();
+  /// Appends a record to an open set for each row; the columns fill the fields in their order.
+  void ExecuteInto(RecordSet& answer);
+
+ private:
+  friend class Database;
+  struct Impl;
+  explicit Statement(std::unique_ptr<Impl> impl);
+  std::unique_ptr<Impl> impl_;
+};
+
+/// A company database: one file with a versioned schema. An object is used by one thread; any number of
+/// processes may use one file at the same time.
+///
+/// Amounts are stored as numbers with four decimals and refused where the engine could not give them back
+/// exactly (beyond 450 thousand million); dates and moments as ISO 8601 texts, Booleans as 0 and 1.
+class Database {
+ public:
+  enum class Access : std::uint8_t { kReadWrite, kReadOnly };
+
+  /// Creates the file with the newest schema and the reference data; it appears whole or not at all. Raises
+  /// DatabaseError, also when the file exists.
+  static void Create(const std::string& path);
+  /// Opens an existing file. With kReadWrite an older schema is brought to the newest one in one transaction.
+  /// Raises DatabaseError for a file that does not exist, is no company database, is damaged, or was written
+  /// by a newer program.
+  explicit Database(const std::string& path, Access access = Access::kReadWrite);
+  ~Database();
+  Database(Database&& other) noexcept;
+  Database& operator=(Database&& other) noexcept;
+
+  const std::string& path() const;
+  int SchemaVersion();
+
+  /// Portable SQL; `fold(column)` stands for the column without regard to letter case and to blanks at its
+  /// ends, as the indexes on such columns have it. Raises DatabaseError.
+  Statement Prepare(std::string_view sql, std::span<const FieldKind> parameter_kinds);
+  Statement Prepare(std::string_view sql, std::initializer_list<FieldKind> parameter_kinds);
+  /// Prepares, binds and executes once. The kinds of the parameters are those of the values.
+  std::int64_t Execute(std::string_view sql, std::initializer_list<Value> values = {});
+  /// The rows as a record set of that name, its first record current.
+  RecordSet Query(std::string_view name, const Columns& columns, std::string_view sql,
+                  std::span<const Value> values = {});
+  RecordSet Query(std::string_view name, const Columns& columns, std::string_view sql,
+                  std::initializer_list<Value> values) {
+    return Query(name, columns, sql, std::span(values.begin(), values.size()));
+  }
+
+  /// The fields of a table in their order, with the kinds of their columns; empty where there is no such table.
+  Columns TableColumns(std::string_view table);
+
+  /// How many values one statement may be given.
+  std::size_t MostParameters() const;
+
+ private:
+  friend class WriteTransaction;
+  std::unique_ptr<DatabaseConnection> connection_;
+};
+
+/// A text as `fold(column)` has it.
+std::string FoldKey(std::string_view text);
+/// The folded texts under which the database may hold a text that equals this one without regard to letter
+/// case and to blanks at its ends; usually one.
+std::vector<std::string> FoldKeys(std::string_view text);
+
+/// A write transaction: everything until Commit, or nothing. It has the file for itself from the beginning and
+/// waits for another process's transaction to end.
+class [[nodiscard]] WriteTransaction {
+ public:
+  explicit WriteTransaction(Database& database);
+  /// Rolls back what was not committed.
+  ~WriteTransaction();
+  WriteTransaction(const WriteTransaction&) = delete;
+  WriteTransaction& operator=(const WriteTransaction&) = delete;
+  void Commit();
+
+ private:
+  Database& database_;
+  bool open_ = true;
+};
+
+}  // namespace mox

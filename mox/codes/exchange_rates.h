@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "mox/foundation/dates.h"
+#include "mox/foundation/record_set.h"
+
+namespace mox {
+
+/// The currency of a date in Croatia: "EUR" from the year 2023 on, "HRK" before.
+std::string_view GetValutaOznakaByDate(Date date);
+
+/// The company parameter "FaktorEura"; 1 divided by it for dates before 13 July 1905, the day 2021 of the
+/// calendar that counts from 30 December 1899. Kept on purpose. Raises Error where the host keeps no company
+/// parameters, FieldNotFound without the parameter, DivisionByZero.
+double GetFaktor2023KnEur(Date date);
+
+/// The exchange rate of a currency on a date, the last one on or before it; 0 where the server has none.
+double GetTecaj(Date date, std::int64_t val_id);
+double GetTecajByOznakaValute(Date date, std::string_view val_ozn);
+/// The whole exchange-rate record (`datum`, `val_id`, `val_ozn`, `tecaj`); none where the server gave none.
+std::optional<RecordSet> GetInfoTecajByOznakaValute(Date date, std::string_view val_ozn);
+
+}  // namespace mox

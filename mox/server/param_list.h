@@ -1,0 +1,97 @@
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "mox/foundation/field.h"
+#include "mox/foundation/record_set.h"
+
+namespace mox {
+
+class TAstaParamList;
+
+/// One item of a parameter list: a name and a value, which is a plain value, a nested list or a record set.
+class TAstaParam {
+ public:
+  TAstaParam(std::string name, Value value);
+  TAstaParam(std::string name, TAstaParamList value);
+  TAstaParam(std::string name, RecordSet value);
+  TAstaParam(TAstaParam&& other) noexcept;
+  TAstaParam& operator=(TAstaParam&& other) noexcept;
+  ~TAstaParam();
+
+  const std::string& Name() const { return name_; }
+  bool IsNull() const;
+
+  // Reads convert between the kinds as those of a record set's fields do; a nested list or record set is no
+  // plain value and raises ConversionError naming the item.
+
+  const Value& AsVariant() const;
+  std::string AsString() const;
+  /// Of a text only, without a copy.
+  std::string_view AsTextView() const;
+  std::int64_t AsInteger() const;
+  bool AsBoolean() const;
+  double AsFloat() const;
+  Currency AsCurrency() const;
+  Date AsDate() const;
+  DateTime AsDateTime() const;
+
+  /// The record set, which may be moved out of the item. A text in the form of `RecordSet::SaveToString` is
+  /// read first. Raises ConversionError or FormatError naming the item when it holds anything else.
+  RecordSet& AsDataSet();
+  /// The nested list; a tokenized text is read first. Raises as AsDataSet.
+  TAstaParamList& AsParamList();
+
+ private:
+  friend class TAstaParamList;
+
+  std::string name_;
+  std::variant<Value, std::unique_ptr<TAstaParamList>, std::unique_ptr<RecordSet>> value_;
+};
+
+/// The ordered list of named values that every request to the application server and every answer is. Names
+/// are compared without regard to the case of the letters A to Z; where a name stands twice, the first is
+/// found.
+class TAstaParamList {
+ public:
+  TAstaParamList();
+  TAstaParamList(std::initializer_list<std::pair<std::string_view, Value>> items);
+  TAstaParamList(TAstaParamList&& other) noexcept;
+  TAstaParamList& operator=(TAstaParamList&& other) noexcept;
+  ~TAstaParamList();
+
+  void FastAdd(std::string_view name, Value value);
+  /// The value as a field of that kind would hold it.
+  void FastAdd(std::string_view name, const Value& value, FieldKind kind);
+  void FastAdd(std::string_view name, const char* text) { FastAdd(name, Value(std::string(text))); }
+  void FastAdd(std::string_view name, int value) { FastAdd(name, Value(std::int64_t{value})); }
+  void FastAdd(std::string_view name, TAstaParamList value);
+  void FastAdd(std::string_view name, RecordSet value);
+
+  std::size_t Count() const { return items_.size(); }
+  TAstaParam& operator[](std::size_t index) { return items_.at(index); }
+  const TAstaParam& operator[](std::size_t index) const { return items_.at(index); }
+  /// Null where there is none.
+  TAstaParam* FindParam(std::string_view name);
+  const TAstaParam* FindParam(std::string_view name) const;
+  /// Raises Error naming the item where there is none.
+  TAstaParam& ParamByName(std::string_view name);
+  const TAstaParam& ParamByName(std::string_view name) const;
+
+  /// The whole list as one text, described in docs/FORMATS.md. `readable` gives one line for a log instead,
+  /// with long values cut, which cannot be read back.
+  std::string AsTokenizedString(bool readable) const;
+  /// Raises FormatError that says where the text is damaged.
+  static TAstaParamList FromTokenizedString(std::string_view text);
+
+ private:
+  std::vector<TAstaParam> items_;
+};
+
+}  // namespace mox

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "mox/foundation/record_set.h"
+#include "mox/server/param_list.h"
+
+namespace mox {
+
+/// A screen's collection of record sets that are stored together.
+class TDataModule {
+ public:
+  virtual ~TDataModule() = default;
+  /// The record sets in the order of their components.
+  virtual std::span<const RecordSet* const> DataSets() const = 0;
+};
+
+/// A write request: one item named after the transaction, whose value is the tokenized text of a list that
+/// holds the text of each record set under its component name. Pending edits are not part of it.
+TAstaParamList WriteRequest(std::string_view transaction_name, std::span<const RecordSet* const> record_sets);
+
+/// Stores the record sets in one transaction of the application server. False when the server refused it.
+bool ExecuteTransaction(std::string_view transaction_name, std::span<const RecordSet* const> record_sets);
+bool ExecuteTransaction(std::string_view transaction_name, std::initializer_list<const RecordSet*> record_sets);
+bool ExecuteTransaction(std::string_view transaction_name, const TDataModule& data_module);
+
+/// Remembers that the next document of kind `child_tip` which the user stores belongs to a document.
+/// Writes the record set "FTransTempVezeDataSet" with the transaction "UpisParentFieldForVD". Texts are cut
+/// to 100, 100, 15 and 5 characters. False when the server refused it.
+bool SaveDocDataToLinkLater(std::string_view parent_table, std::string_view parent_column,
+                            std::int64_t parent_doc_id, std::string_view child_tip, std::string_view user_id);
+
+}  // namespace mox
