@@ -1,5 +1,7 @@
 #include "mox/server/param_list.h"
 
+#include <utility>
+
 #include "mox/foundation/error.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
