@@ -3,8 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <filesystem>
 #include <istream>
 #include <memory>
 #include <new>
@@ -12,14 +10,9 @@
 
 #include "cli/argument_text.h"
 #include "cli/command.h"
+#include "cli/host.h"
 #include "cli/suggestions.h"
-#include "mox/foundation/app.h"
 #include "mox/foundation/text.h"
-#include "mox/host/company_parameters.h"
-#include "mox/host/console_dialogs.h"
-#include "mox/host/locale.h"
-#include "mox/host/memory_settings.h"
-#include "mox/host/settings_file.h"
 
 namespace mox {
 namespace {
@@ -28,16 +21,10 @@ constexpr int kDone = 0;
 constexpr int kRefused = 1;
 constexpr int kWrongUsage = 2;
 
-constexpr const char* kTaxDigits = "PdviCalcDigit";
 constexpr const char* kUnwritable = "standard output cannot be written";
 
 const std::array<const Command*, 4> kCommands = {&kRoundCommand, &kCalcCommand, &kRecapCommand,
                                                  &kDocumentCommand};
-
-struct GlobalOptions {
-  std::string ini;
-  std::vector<std::string> parameters;
-};
 
 // --- help ---
 
@@ -51,88 +38,6 @@ class HelpText : public CLI::Formatter {
     return "Usage: mox [OPTION...] " + usage + "\n";
   }
   std::string make_description(const CLI::App* app) const override { return app->get_description() + "\n\n"; }
-};
-
-// A message on one line, whatever stands in it.
-std::string OnOneLine(std::string_view message) {
-  std::string line;
-  for (const char c : message) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte != 0x7F) {
-      line += c;
-    } else if (c == '\n') {
-      line += "\\n";
-    } else {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\x%02X", byte);
-      line += escape;
-    }
-  }
-  return line;
-}
-
-// --- the host program that the library calls back into ---
-
-std::unique_ptr<TAppIni> OpenSettings(const std::string& path) {
-  if (path.empty()) return std::make_unique<MemorySettings>();
-  if (!std::filesystem::exists(path)) throw Error(path + ": there is no such settings file");
-  return std::make_unique<SettingsFile>(path);
-}
-
-// Dialogs that say first at which line of a file they are shown.
-class PlacedDialogs : public ConsoleDialogs {
- public:
-  PlacedDialogs(std::ostream& err, const Session& session)
-      : ConsoleDialogs(err, kDialogNo), err_(err), session_(session) {}
-
-  int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
-                      std::string_view message) override {
-    if (session_.place) err_ << OnOneLine(session_.place());
-    return ConsoleDialogs::ShowVelorDialog(kind, caption, heading, message);
-  }
-
- private:
-  std::ostream& err_;
-  const Session& session_;
-};
-
-class Host {
- public:
-  Host(const GlobalOptions& options, const Session& session, std::ostream& err)
-      : settings_(OpenSettings(options.ini)),
-        dialogs_(err, session),
-        app_({.ini = settings_.get(), .comunication = &module_, .dialogs = &dialogs_, .locale = &locale_}) {
-    for (const std::string& parameter : options.parameters) SetParameter(parameter);
-  }
-
- private:
-  void SetParameter(const std::string& parameter) {
-    try {
-      module_.SetAssignment(parameter);
-    } catch (const Error& error) {
-      throw UsageError(std::string("--param: ") + error.what());
-    }
-    const std::size_t equals = parameter.find('=');
-    if (SameName(TrimBlanks(parameter.substr(0, equals)), kTaxDigits)) {
-      CheckTaxDigits(parameter.substr(equals + 1));
-    }
-  }
-
-  // The decimals of tax amounts are a whole number, or null.
-  void CheckTaxDigits(const std::string& text) {
-    const Field digits = module_.CompanyParameters()->FieldByName(kTaxDigits);
-    if (digits.IsNull()) return;
-    const std::string name = std::string("--param: ") + kTaxDigits;
-    if (digits.Kind() != FieldKind::kInteger)
-      throw UsageError(name + ": \"" + text + "\" is not a whole number");
-    IntegerArgument(name, text);
-  }
-
-  std::unique_ptr<TAppIni> settings_;
-  CompanyParameterModule module_;
-  PlacedDialogs dialogs_;
-  StandardLocale locale_;
-  ScopedApp app_;
 };
 
 // --- the arguments ---
@@ -152,7 +57,7 @@ std::vector<std::string> WithNumbersAsValues(std::vector<std::string> arguments)
   std::string_view before;
   for (std::string& argument : arguments) {
     if (argument == "--") break;
-    const bool option_value = before == "--ini" || before == "--param";
+    const bool option_value = before == "--ini" || before == "--db" || before == "--param";
     if (!option_value && argument.starts_with("-.") && IsNumber(argument)) argument.insert(1, "0");
     before = argument;
   }
@@ -162,7 +67,7 @@ std::vector<std::string> WithNumbersAsValues(std::vector<std::string> arguments)
 struct Parsed {
   Action action;
   std::string command;
-  GlobalOptions options;
+  HostOptions options;
 };
 
 void DeclareEverything(CLI::App& app, Parsed& parsed) {
