@@ -1,6 +1,7 @@
 #include "mox/codes/control_digits.h"
 
 #include <algorithm>
+#include <array>
 
 #include "mox/foundation/text.h"
 
@@ -13,16 +14,33 @@ bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsCapital(char c) { return c >= 'A' && c <= 'Z'; }
 unsigned LetterNumber(char capital) { return static_cast<unsigned>(capital - 'A') + 10; }
 
-// ISO 7064 MOD 11,10 over all digits but the last.
-int OibControlDigit(std::string_view oib) {
-  int product = 10;
-  for (const char digit : oib.substr(0, kOibLength - 1)) {
-    int sum = product + (digit - '0');  // modulo 10, where 10 stands for 0
-    if (sum > 10) sum -= 10;
-    product = 2 * sum;  // modulo 11, which never gives 0
-    if (product > 11) product -= 11;
+// One step of ISO 7064 MOD 11,10, for the products 1 to 10.
+constexpr std::size_t NextProduct(std::size_t product, std::size_t digit) {
+  const std::size_t sum = (product + digit) % 10;
+  return (sum == 0 ? 10 : sum) * 2 % 11;
+}
+
+constexpr auto kNextProduct = [] {
+  std::array<std::array<std::uint8_t, 10>, 11> next{};
+  for (std::size_t product = 1; product < next.size(); ++product) {
+    for (std::size_t digit = 0; digit < 10; ++digit) {
+      next[product][digit] = static_cast<std::uint8_t>(NextProduct(product, digit));
+    }
   }
-  return product == 1 ? 0 : 11 - product;
+  return next;
+}();
+
+std::size_t Digit(char c) { return static_cast<std::size_t>(c - '0'); }
+
+// Counts them all, as most texts are digits only: that is faster than looking for the first other character.
+bool IsAllDigits(std::string_view text) {
+  return std::count_if(text.begin(), text.end(), IsDigit) == static_cast<std::ptrdiff_t>(text.size());
+}
+
+std::size_t OibControlDigit(std::string_view oib) {
+  std::size_t product = 10;
+  for (const char c : oib.substr(0, kOibLength - 1)) product = kNextProduct[product][Digit(c)];
+  return (11 - product) % 10;
 }
 
 std::string OibMessage(std::string_view oib, std::string_view reason) {
@@ -61,8 +79,8 @@ std::int32_t Remainder(std::string_view text) {
 }  // namespace
 
 std::string CheckOIBvalidity(std::string_view oib) {
-  if (oib.size() == kOibLength && std::all_of(oib.begin(), oib.end(), IsDigit)) {
-    if (OibControlDigit(oib) == oib.back() - '0') return {};
+  if (oib.size() == kOibLength && IsAllDigits(oib)) {
+    if (OibControlDigit(oib) == Digit(oib.back())) return {};
     return OibMessage(oib, "Kontrolna znamenka je neispravna ili je pogreška u unosu prvih deset znamenki.");
   }
   if (CountCharacters(oib) != kOibLength) return OibMessage(oib, "OIB treba biti duljine 11.");
