@@ -74,6 +74,11 @@ void TAppIni::WriteFloat(std::string_view section, std::string_view key, double 
   WriteString(section, key, ShortestNumber(value));
 }
 
+std::optional<std::string> AppDialogs::InputBox(std::string_view /*title*/, std::string_view /*prompt*/,
+                                                std::string_view /*default_text*/) {
+  return std::nullopt;
+}
+
 TAppIni& TAppSys::Ini() const { return Supplied(parts_.ini, "settings file"); }
 TdmComunication& TAppSys::Comunication() const {
   return Supplied(parts_.comunication, "communication module");
@@ -108,6 +113,11 @@ const LocaleSettings& CurrentLocale() {
 int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
                     std::string_view message) {
   return App().Dialogs().ShowVelorDialog(kind, caption, heading, message);
+}
+
+std::optional<std::string> InputBox(std::string_view title, std::string_view prompt,
+                                    std::string_view default_text) {
+  return App().Dialogs().InputBox(title, prompt, default_text);
 }
 
 }  // namespace mox

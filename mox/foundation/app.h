@@ -78,6 +78,10 @@ class AppDialogs {
   virtual ~AppDialogs() = default;
   virtual int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
                               std::string_view message) = 0;
+  /// The line of text that the user entered, beginning with the default; none where he cancelled, and always
+  /// from a host without input boxes.
+  virtual std::optional<std::string> InputBox(std::string_view title, std::string_view prompt,
+                                              std::string_view default_text);
 };
 
 /// A program that was started.
@@ -187,5 +191,9 @@ const LocaleSettings& CurrentLocale();
 /// The host's custom message dialog.
 int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
                     std::string_view message);
+
+/// The host's input box.
+std::optional<std::string> InputBox(std::string_view title, std::string_view prompt,
+                                    std::string_view default_text);
 
 }  // namespace mox

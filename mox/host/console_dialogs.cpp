@@ -41,6 +41,15 @@ int ConsoleDialogs::ShowVelorDialog(TVCustomDialogType kind, std::string_view ca
   return kind == TVCustomDialogType::kConfirmation ? Ask() : 0;
 }
 
+std::optional<std::string> ConsoleDialogs::InputBox(std::string_view title, std::string_view prompt,
+                                                    std::string_view default_text) {
+  std::string line(default_text);
+  if (input_ == nullptr) return answer_ == kDialogYes ? std::optional(line) : std::nullopt;
+  output_ << OnOneLine(title) << ": " << OnOneLine(prompt) << " [" << default_text << "] " << std::flush;
+  if (!std::getline(*input_, line)) return std::nullopt;
+  return line.empty() ? std::string(default_text) : line;
+}
+
 int ConsoleDialogs::Ask() {
   if (input_ == nullptr) return answer_;
   output_ << "[d/n] " << std::flush;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <iosfwd>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "mox/foundation/app.h"
@@ -12,6 +14,9 @@ namespace mox {
 ///
 /// A confirmation is answered from the input (a line "d", "da", "y" or "yes" means yes; anything else, also
 /// the end of the input, means no) or always in the same way. The answer to any other dialog is 0.
+///
+/// An input box takes a line of the input; an empty one means the default, the end of the input cancels.
+/// Where the answer is fixed, yes means the default and no cancels.
 class ConsoleDialogs : public AppDialogs {
  public:
   /// The streams must outlive the dialogs.
@@ -21,6 +26,8 @@ class ConsoleDialogs : public AppDialogs {
 
   int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
                       std::string_view message) override;
+  std::optional<std::string> InputBox(std::string_view title, std::string_view prompt,
+                                      std::string_view default_text) override;
 
  private:
   int Ask();

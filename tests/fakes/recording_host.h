@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,7 @@ class RecordingHost : public TdmComunication, public AppDialogs, public AppPlatf
   std::map<std::string, Service, std::less<>> services;
   int write_answer = 1;
   std::vector<int> dialog_answers;  ///< in order; kDialogYes where they end
+  std::vector<std::string> input_answers;  ///< in order; cancelled where they end
   std::string folder = "/app/";
   std::string clipboard;
 
@@ -49,6 +51,16 @@ class RecordingHost : public TdmComunication, public AppDialogs, public AppPlatf
                   std::string(heading) + " | " + std::string(message));
     if (dialogs_shown_ >= dialog_answers.size()) return kDialogYes;
     return dialog_answers[dialogs_shown_++];
+  }
+
+  std::optional<std::string> InputBox(std::string_view title, std::string_view prompt,
+                                      std::string_view default_text) override {
+    log.push_back("input " + std::string(title) + " | " + std::string(prompt) + " | " +
+                  std::string(default_text));
+    if (input_answers.empty()) return std::nullopt;
+    std::string answer = std::move(input_answers.front());
+    input_answers.erase(input_answers.begin());
+    return answer;
   }
 
   MouseCursor SetCursor(MouseCursor cursor) override {
