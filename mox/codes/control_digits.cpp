@@ -49,14 +49,6 @@ std::string OibMessage(std::string_view oib, std::string_view reason) {
   return message;
 }
 
-std::string InCapitals(std::string_view text) {
-  std::string capitals(text);
-  for (char& c : capitals) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
-  return capitals;
-}
-
 // The remainder modulo 97 of the number that the digits and the letters' numbers make; 0 where there is
 // another character.
 std::int32_t Remainder(std::string_view text) {
@@ -76,6 +68,19 @@ std::int32_t Remainder(std::string_view text) {
   return static_cast<std::int32_t>(number % kModulus);
 }
 
+std::int32_t AccountRemainder(std::string text) {
+  constexpr std::string_view kWord = "IBAN";
+  constexpr std::size_t kMoved = 4;
+  for (char& c : text) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
+  if (const std::size_t at = text.find(kWord); at != std::string::npos) text.erase(at, kWord.size());
+  // The first four characters go to the end. Of a shorter text the doubled one loses its first four.
+  text.append(CutToCharacters(text, kMoved));
+  text.erase(0, CutToCharacters(text, kMoved).size());
+  return Remainder(text);
+}
+
 }  // namespace
 
 std::string CheckOIBvalidity(std::string_view oib) {
@@ -90,18 +95,10 @@ std::string CheckOIBvalidity(std::string_view oib) {
 bool CheckIBANvalidity(std::string_view iban) {
   std::string without_blanks(iban);
   std::erase(without_blanks, ' ');
-  return CalculateDigits(without_blanks) == 1;
+  return AccountRemainder(std::move(without_blanks)) == 1;
 }
 
-std::int32_t CalculateDigits(std::string_view iban) {
-  constexpr std::string_view kWord = "IBAN";
-  std::string text = InCapitals(iban);
-  if (const std::size_t at = text.find(kWord); at != std::string::npos) text.erase(at, kWord.size());
-  // The first four characters go to the end. Of a shorter text the doubled one loses its first four.
-  text.append(CutToCharacters(text, 4));
-  text.erase(0, CutToCharacters(text, 4).size());
-  return Remainder(text);
-}
+std::int32_t CalculateDigits(std::string_view iban) { return AccountRemainder(std::string(iban)); }
 
 std::string ChangeAlpha(std::string_view text) {
   std::string numbers;
