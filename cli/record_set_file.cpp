@@ -5,50 +5,21 @@
 #include <utility>
 
 #include "cli/csv_scanner.h"
-#include "mox/foundation/dates.h"
 #include "mox/foundation/error.h"
+#include "mox/foundation/exchange_text.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 
 namespace mox {
 namespace {
 
+bool IsText(FieldKind kind) { return kind == FieldKind::kText || kind == FieldKind::kBinary; }
+
 // --- reading ---
-
-[[noreturn]] void Refuse(std::string_view value, const char* what) {
-  throw ConversionError("\"" + std::string(value) + "\" is not " + what);
-}
-
-template <typename Parsed>
-Parsed OrRefuse(const std::optional<Parsed>& parsed, std::string_view value, const char* what) {
-  if (!parsed) Refuse(value, what);
-  return *parsed;
-}
 
 const char* RangeOf(FieldKind kind) {
   if (kind == FieldKind::kCurrency) return "a currency";
   return kind == FieldKind::kInteger ? "an integer" : "a floating-point number";
-}
-
-void StoreParsed(RecordSet& records, std::size_t index, FieldKind kind, std::string_view text) {
-  switch (kind) {
-    case FieldKind::kInteger:
-      return records.SetInteger(index, ParseInteger(text));
-    case FieldKind::kBoolean:
-      if (text != "true" && text != "false") Refuse(text, "true or false");
-      return records.SetBoolean(index, text == "true");
-    case FieldKind::kFloat:
-      return records.SetFloat(index, ParseNumber(text));
-    case FieldKind::kCurrency:
-      return records.SetCurrency(index, Currency::Parse(text));
-    case FieldKind::kDate:
-      return records.SetDate(index, OrRefuse(ParseIsoDate(text), text, "a date"));
-    case FieldKind::kDateTime:
-      return records.SetDateTime(index, OrRefuse(ParseIsoDateTime(text), text, "a date and time"));
-    case FieldKind::kText:
-    case FieldKind::kBinary:
-      return records.SetText(index, text);
-  }
 }
 
 class Reader {
@@ -141,7 +112,11 @@ class Reader {
     for (std::size_t i = 0; i < cells_.size(); ++i) {
       if (!cells_[i].quoted && cells_[i].text.empty()) continue;
       try {
-        StoreParsed(records, i, kinds_[i], cells_[i].text);
+        if (IsText(kinds_[i])) {
+          records.SetText(i, cells_[i].text);
+        } else {
+          records.SetVariant(i, ParsePlain(cells_[i].text, kinds_[i]));
+        }
       } catch (const Overflow&) {
         FailAt(i, "\"" + std::string(cells_[i].text) + "\" is outside the range of " + RangeOf(kinds_[i]));
       } catch (const Error& error) {
@@ -180,33 +155,6 @@ void AppendText(std::string_view text, std::string& out) {
     out += c;
   }
   out += '"';
-}
-
-void AppendValue(const RecordSet& records, std::size_t index, FieldKind kind, std::string& out) {
-  switch (kind) {
-    case FieldKind::kInteger:
-      out += std::to_string(records.AsInteger(index));
-      return;
-    case FieldKind::kBoolean:
-      out += records.AsBoolean(index) ? "true" : "false";
-      return;
-    case FieldKind::kFloat:
-      out += ShortestNumber(records.AsFloat(index));
-      return;
-    case FieldKind::kCurrency:
-      out += records.AsCurrency(index).ToString();
-      return;
-    case FieldKind::kDate:
-      out += FormatIsoDate(records.AsDate(index));
-      return;
-    case FieldKind::kDateTime:
-      out += FormatIsoDateTime(records.AsDateTime(index));
-      return;
-    case FieldKind::kText:
-    case FieldKind::kBinary:
-      AppendText(records.AsTextView(index), out);
-      return;
-  }
 }
 
 }  // namespace
@@ -249,7 +197,12 @@ void WriteRecordSet(RecordSet& records, std::string& out) {
   for (records.First(); !records.Eof(); records.Next()) {
     for (std::size_t i = 0; i < kinds.size(); ++i) {
       if (i > 0) out += ',';
-      if (!records.IsNull(i)) AppendValue(records, i, kinds[i], out);
+      if (records.IsNull(i)) continue;
+      if (IsText(kinds[i])) {
+        AppendText(records.AsTextView(i), out);
+      } else {
+        AppendPlain(out, records.AsVariant(i));
+      }
     }
     out += '\n';
   }

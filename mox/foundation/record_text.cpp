@@ -1,8 +1,10 @@
-#include <algorithm>
-#include <charconv>
+#include "mox/foundation/record_text.h"
 
+#include <utility>
+
+#include "mox/foundation/error.h"
+#include "mox/foundation/exchange_text.h"
 #include "mox/foundation/files.h"
-#include "mox/foundation/record_set.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 
@@ -12,38 +14,14 @@ namespace mox {
 namespace {
 
 constexpr std::string_view kSignature = "moxrs 1";
-constexpr std::string_view kNull = "~";
+constexpr char kNull = '~';
 constexpr std::string_view kEnd = "end";
 
-void AppendCounted(std::string& out, std::string_view bytes) {
-  out += std::to_string(bytes.size());
-  out += ':';
-  out += bytes;
-}
-
-// A value that is no text, in the form of exchange: decimal point, ISO dates.
-void AppendPlain(std::string& out, const Value& value) {
-  if (const auto* flag = std::get_if<bool>(&value)) {
-    out += *flag ? "true" : "false";
-  } else if (const auto* integer = std::get_if<std::int64_t>(&value)) {
-    out += std::to_string(*integer);
-  } else if (const auto* number = std::get_if<double>(&value)) {
-    out += ShortestNumber(*number);
-  } else if (const auto* amount = std::get_if<Currency>(&value)) {
-    out += amount->ToString();
-  } else if (const auto* date = std::get_if<Date>(&value)) {
-    out += FormatIsoDate(*date);
-  } else if (const auto* moment = std::get_if<DateTime>(&value)) {
-    out += FormatIsoDateTime(*moment);
-  }
-}
-
-// Walks over the text and knows where it is. Everything that does not fit raises FormatError there.
-class Reader {
+// Knows the cell that is being read.
+class Reader final : public TextReader {
  public:
-  explicit Reader(std::string_view text) : text_(text) {}
+  using TextReader::TextReader;
 
-  [[noreturn]] void Refuse(const std::string& reason) const { throw FormatError(Place() + reason, at_); }
   void SetPlace(std::string where) {
     where_ = std::move(where);
     field_ = nullptr;
@@ -52,69 +30,13 @@ class Reader {
     record_ = record;
     field_ = &field;
   }
-  std::size_t left() const { return text_.size() - at_; }
-
-  void Expect(std::string_view expected) {
-    if (text_.substr(at_, expected.size()) != expected) {
-      Refuse(left() == 0 ? "the text ends too early" : Named(expected) + " is missing");
-    }
-    at_ += expected.size();
-  }
-
-  // Up to the next blank or line break.
-  std::string_view Word() {
-    const std::size_t end = std::min(text_.find_first_of(" \n", at_), text_.size());
-    return text_.substr(at_, end - at_);
-  }
-  void Skip(std::size_t bytes) { at_ += bytes; }
-
-  std::size_t Count(std::size_t most, const char* what) {
-    const std::string_view word = Word();
-    std::size_t count = 0;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), count);
-    if (error != std::errc() || end != word.data() + word.size() || count > most) {
-      Refuse("\"" + Shown(word) + "\" is not a possible number of " + what);
-    }
-    Skip(word.size());
-    return count;
-  }
-
-  std::string_view Counted() {
-    const std::size_t colon = text_.find(':', at_);
-    std::size_t size = 0;
-    const char* const digits_end = text_.data() + std::min(colon, text_.size());
-    const auto [end, error] = std::from_chars(text_.data() + at_, digits_end, size);
-    if (colon == std::string_view::npos || error != std::errc() || end != digits_end) {
-      Refuse("a length and a colon are missing");
-    }
-    if (size > text_.size() - colon - 1)
-      Refuse("the text ends before its length of " + std::to_string(size) + " bytes");
-    at_ = colon + 1 + size;
-    return text_.substr(colon + 1, size);
-  }
-
-  bool AtNull() const { return text_.substr(at_, 1) == kNull; }
 
  private:
-  static std::string Named(std::string_view expected) {
-    if (expected == "\n") return "the end of the line";
-    if (expected == " ") return "a blank";
-    return "\"" + std::string(expected) + "\"";
-  }
-
-  static std::string Shown(std::string_view text) {
-    std::string shown(CutToCharacters(text, 40));
-    std::replace(shown.begin(), shown.end(), '\n', ' ');
-    return shown;
-  }
-
-  std::string Place() const {
+  std::string Place() const override {
     return field_ == nullptr ? where_
                              : "record " + std::to_string(record_) + ", field " + field_->name + ": ";
   }
 
-  std::string_view text_;
-  std::size_t at_ = 0;
   std::string where_;
   std::size_t record_ = 0;
   const FieldDef* field_ = nullptr;  // while reading the cells of a record
@@ -149,52 +71,15 @@ FieldDef ReadField(Reader& in) {
   return field;
 }
 
-Value ReadPlain(Reader& in, FieldKind kind) {
-  const std::string_view word = in.Word();
-  const auto given = [&](const auto& parsed) -> Value {
-    if (!parsed) in.Refuse("\"" + std::string(word.substr(0, 40)) + "\" is not a date");
-    return *parsed;
-  };
-  Value value;
-  try {
-    switch (kind) {
-      case FieldKind::kInteger:
-        value = ParseInteger(word);
-        break;
-      case FieldKind::kFloat:
-        value = ParseNumber(word);
-        break;
-      case FieldKind::kCurrency:
-        value = Currency::Parse(word);
-        break;
-      case FieldKind::kDate:
-        value = given(ParseIsoDate(word));
-        break;
-      case FieldKind::kDateTime:
-        value = given(ParseIsoDateTime(word));
-        break;
-      default:
-        if (word != "true" && word != "false")
-          in.Refuse("\"" + std::string(word.substr(0, 40)) + "\" is not true or false");
-        value = word == "true";
-    }
-  } catch (const FormatError&) {
-    throw;
-  } catch (const Error& error) {
-    in.Refuse(error.what());
-  }
-  in.Skip(word.size());
-  return value;
-}
-
 }  // namespace
 
 /// Reads and writes the text form over the cells of a set.
 class RecordSetText {
  public:
-  static std::string Write(const RecordSet& set) {
-    std::string out;
+  static void Append(const RecordSet& set, std::string& out) {
     WriteHead(set, out);
+    // The text is seldom longer than the records in memory, and room that is not used costs nothing.
+    out.reserve(out.size() + set.MemoryBytes());
     for (const std::uint32_t record : set.order_) {
       const std::uint64_t* const cells = set.PostedCellsOf(record);
       for (std::size_t i = 0; i < set.FieldCount(); ++i) {
@@ -205,7 +90,6 @@ class RecordSetText {
     }
     out += kEnd;
     out += '\n';
-    return out;
   }
 
   static void Read(RecordSet& set, std::string_view text) {
@@ -228,6 +112,18 @@ class RecordSetText {
     if (in.left() > 0) in.Refuse("something follows the end");
     set.Rebind();
     if (!set.IsEmpty()) set.First();
+  }
+
+  static std::optional<RecordSetTextHead> ReadHeadOf(std::string_view text) {
+    if (!text.starts_with(kSignature)) return std::nullopt;
+    try {
+      RecordSet set;
+      Reader in(text);
+      const std::size_t records = ReadHead(set, in);
+      return RecordSetTextHead{set.Name(), records};
+    } catch (const Error&) {
+      return std::nullopt;
+    }
   }
 
  private:
@@ -295,10 +191,7 @@ class RecordSetText {
   }
 
   static void ReadCell(RecordSet& set, std::uint64_t* cells, std::size_t index, Reader& in) {
-    if (in.AtNull()) {
-      in.Expect(kNull);
-      return;
-    }
+    if (in.IsAt(kNull)) return in.Skip(1);
     const FieldDef& field = set.Definition(index);
     if (RecordSet::HoldsText(field.kind)) {
       const std::string_view text = in.Counted();
@@ -307,13 +200,23 @@ class RecordSetText {
       }
       cells[index] = set.texts_.Add(text);
     } else {
-      cells[index] = PackNumber(field.kind, ReadPlain(in, field.kind));
+      cells[index] = PackNumber(field.kind, in.Plain(field.kind));
     }
     set.MarkCell(cells, index, false);
   }
 };
 
-std::string RecordSet::SaveToString() const { return RecordSetText::Write(*this); }
+void AppendRecordSetText(const RecordSet& set, std::string& out) { RecordSetText::Append(set, out); }
+
+std::optional<RecordSetTextHead> ReadRecordSetTextHead(std::string_view text) {
+  return RecordSetText::ReadHeadOf(text);
+}
+
+std::string RecordSet::SaveToString() const {
+  std::string out;
+  AppendRecordSetText(*this, out);
+  return out;
+}
 
 void RecordSet::LoadFromString(std::string_view text) {
   if (state_ == DataSetState::kCalcFields) RequireBrowsable("load");
