@@ -177,6 +177,28 @@ DateTime InCalendar(DateTime moment) {
 
 }  // namespace
 
+Value ConvertTo(FieldKind kind, const Value& value) {
+  if (std::holds_alternative<std::monostate>(value)) return {};
+  switch (kind) {
+    case FieldKind::kInteger:
+      return ToInteger(value);
+    case FieldKind::kBoolean:
+      return ToBoolean(value);
+    case FieldKind::kFloat:
+      return ToFloat(value);
+    case FieldKind::kCurrency:
+      return ToCurrency(value);
+    case FieldKind::kDate:
+      return DayOf(InCalendar(ToDateTime(value)));
+    case FieldKind::kDateTime:
+      return InCalendar(ToDateTime(value));
+    case FieldKind::kText:
+    case FieldKind::kBinary:
+      break;
+  }
+  return ToText(value);
+}
+
 std::uint64_t PackNumber(FieldKind kind, const Value& value) {
   switch (kind) {
     case FieldKind::kInteger:

@@ -21,6 +21,9 @@ Date ToDate(const Value& value);
 DateTime ToDateTime(const Value& value);
 std::string ToText(const Value& value);
 
+/// The value as a field of that kind holds it; null stays null. A date is one of the years 1 to 9999.
+Value ConvertTo(FieldKind kind, const Value& value);
+
 /// The cell of a value in a field that holds no text.
 std::uint64_t PackNumber(FieldKind kind, const Value& value);
 

@@ -13,13 +13,22 @@ TAstaParam::TAstaParam(std::string name, TAstaParamList value)
     : name_(std::move(name)), value_(std::make_unique<TAstaParamList>(std::move(value))) {}
 TAstaParam::TAstaParam(std::string name, RecordSet value)
     : name_(std::move(name)), value_(std::make_unique<RecordSet>(std::move(value))) {}
+TAstaParam::TAstaParam(std::string name, Unread value) : name_(std::move(name)), value_(std::move(value)) {}
 TAstaParam::TAstaParam(TAstaParam&& other) noexcept = default;
 TAstaParam& TAstaParam::operator=(TAstaParam&& other) noexcept = default;
 TAstaParam::~TAstaParam() = default;
 
-bool TAstaParam::IsNull() const {
-  const Value* const value = std::get_if<Value>(&value_);
-  return value != nullptr && std::holds_alternative<std::monostate>(*value);
+ParamKind TAstaParam::Kind() const {
+  if (const Value* const value = std::get_if<Value>(&value_)) return static_cast<ParamKind>(value->index());
+  if (const Unread* const unread = std::get_if<Unread>(&value_)) return unread->kind;
+  return std::holds_alternative<std::unique_ptr<RecordSet>>(value_) ? ParamKind::kDataSet : ParamKind::kList;
+}
+
+const std::string* TAstaParam::TextToRead(ParamKind kind) const {
+  if (const Unread* const unread = std::get_if<Unread>(&value_)) {
+    return unread->kind == kind ? &unread->text : nullptr;
+  }
+  return std::get_if<std::string>(std::get_if<Value>(&value_));
 }
 
 const Value& TAstaParam::AsVariant() const {
@@ -41,7 +50,7 @@ Date TAstaParam::AsDate() const { return ToDate(AsVariant()); }
 DateTime TAstaParam::AsDateTime() const { return ToDateTime(AsVariant()); }
 
 RecordSet& TAstaParam::AsDataSet() {
-  if (const auto* const text = std::get_if<std::string>(std::get_if<Value>(&value_))) {
+  if (const std::string* const text = TextToRead(ParamKind::kDataSet)) {
     auto read = std::make_unique<RecordSet>();
     try {
       read->LoadFromString(*text);
@@ -54,6 +63,18 @@ RecordSet& TAstaParam::AsDataSet() {
   throw ConversionError("parameter \"" + name_ + "\" holds no record set");
 }
 
+TAstaParamList& TAstaParam::AsParamList() {
+  if (const std::string* const text = TextToRead(ParamKind::kList)) {
+    try {
+      value_ = std::make_unique<TAstaParamList>(TAstaParamList::FromTokenizedString(*text));
+    } catch (const FormatError& error) {
+      throw FormatError("parameter \"" + name_ + "\": ", error);
+    }
+  }
+  if (const auto* const list = std::get_if<std::unique_ptr<TAstaParamList>>(&value_)) return **list;
+  throw ConversionError("parameter \"" + name_ + "\" holds no parameter list");
+}
+
 TAstaParamList::TAstaParamList() = default;
 TAstaParamList::TAstaParamList(std::initializer_list<std::pair<std::string_view, Value>> items) {
   for (const auto& [name, value] : items) FastAdd(name, value);
@@ -64,6 +85,9 @@ TAstaParamList::~TAstaParamList() = default;
 
 void TAstaParamList::FastAdd(std::string_view name, Value value) {
   items_.emplace_back(std::string(name), std::move(value));
+}
+void TAstaParamList::FastAdd(std::string_view name, const Value& value, FieldKind kind) {
+  items_.emplace_back(std::string(name), ConvertTo(kind, value));
 }
 void TAstaParamList::FastAdd(std::string_view name, TAstaParamList value) {
   items_.emplace_back(std::string(name), std::move(value));

@@ -15,6 +15,20 @@ namespace mox {
 
 class TAstaParamList;
 
+/// What an item of a parameter list holds.
+enum class ParamKind : std::uint8_t {
+  kNull,
+  kText,
+  kInteger,
+  kBoolean,
+  kFloat,
+  kCurrency,
+  kDate,
+  kDateTime,
+  kList,
+  kDataSet
+};
+
 /// One item of a parameter list: a name and a value, which is a plain value, a nested list or a record set.
 class TAstaParam {
  public:
@@ -26,7 +40,8 @@ class TAstaParam {
   ~TAstaParam();
 
   const std::string& Name() const { return name_; }
-  bool IsNull() const;
+  ParamKind Kind() const;
+  bool IsNull() const { return Kind() == ParamKind::kNull; }
 
   // Reads convert between the kinds as those of a record set's fields do; a nested list or record set is no
   // plain value and raises ConversionError naming the item.
@@ -51,8 +66,20 @@ class TAstaParam {
  private:
   friend class TAstaParamList;
 
+  /// A nested list or record set of a text that was read: its own text until somebody asks for it.
+  struct Unread {
+    ParamKind kind;
+    std::string text;
+  };
+  TAstaParam(std::string name, Unread value);
+
+  /// The text that a nested list or record set is to be read from; null where there is none.
+  const std::string* TextToRead(ParamKind kind) const;
+  void AppendValue(std::string& out) const;
+  std::string ReadableValue(int depth) const;
+
   std::string name_;
-  std::variant<Value, std::unique_ptr<TAstaParamList>, std::unique_ptr<RecordSet>> value_;
+  std::variant<Value, std::unique_ptr<TAstaParamList>, std::unique_ptr<RecordSet>, Unread> value_;
 };
 
 /// The ordered list of named values that every request to the application server and every answer is. Names
@@ -85,13 +112,46 @@ class TAstaParamList {
   const TAstaParam& ParamByName(std::string_view name) const;
 
   /// The whole list as one text, described in docs/FORMATS.md. `readable` gives one line for a log instead,
-  /// with long values cut, which cannot be read back.
+  /// with long values cut, which cannot be read back. Raises Overflow for a number that is not finite.
   std::string AsTokenizedString(bool readable) const;
-  /// Raises FormatError that says where the text is damaged.
+  /// Raises FormatError that says where the text is damaged. Nested lists and record sets are looked at only
+  /// when they are asked for.
   static TAstaParamList FromTokenizedString(std::string_view text);
 
  private:
+  friend class TAstaParam;
+
+  void AppendTokenized(std::string& out) const;
+  std::string Readable(int depth) const;
+
   std::vector<TAstaParam> items_;
+};
+
+/// An item of a tokenized text, as parts of that text. The value is the text, nested list or record set
+/// itself, and of the other kinds its plain form, which is not looked at; null has an empty one.
+struct TokenizedItem {
+  std::string_view name;
+  ParamKind kind = ParamKind::kNull;
+  std::string_view value;
+};
+
+/// The items of a tokenized text without a copy of it. Raises FormatError that says where it is damaged.
+std::vector<TokenizedItem> TokenizedItems(std::string_view text);
+
+/// Writes a tokenized text item by item, so that a large value is built where it is to stand.
+class TokenizedWriter {
+ public:
+  TokenizedWriter(std::string& out, std::size_t items);
+  /// What is appended to the text until the item ends is its value.
+  void BeginItem(std::string_view name, ParamKind kind);
+  void EndItem();
+  /// After as many items as were announced.
+  void End();
+
+ private:
+  std::string& out_;
+  std::size_t value_at_ = 0;
+  bool counted_ = false;
 };
 
 }  // namespace mox
