@@ -1,11 +1,49 @@
 #include "mox/codes/exchange_rates.h"
 
+#include <string>
+
 #include "mox/foundation/app.h"
 #include "mox/foundation/error.h"
 #include "mox/foundation/real.h"
+#include "mox/server/read_services.h"
 
 namespace mox {
+namespace {
+
+// Days from 1899-12-30, where the calendar of day counts begins, to 1970-01-01.
+constexpr std::int32_t kDayCountOf1970 = 25569;
+
+double RateIn(std::optional<RecordSet> rates) {
+  return rates && !rates->IsEmpty() ? rates->FieldByName("tecaj").AsFloat() : 0;
+}
+
+TAstaParamList RequestByOznaka(Date date, std::string_view val_ozn) {
+  return {{"datum", date}, {"val_ozn", std::string(val_ozn)}, {"valIdOrValOzn", "ozn"}};
+}
+
+}  // namespace
 
 std::string_view GetValutaOznakaByDate(Date date) { return ToCivil(date).year >= 2023 ? "EUR" : "HRK"; }
+
+double GetFaktor2023KnEur(Date date) {
+  RecordSet* const parameters = App().Comunication().CompanyParameters();
+  if (parameters == nullptr) throw Error("the host keeps no company parameters");
+  const double factor = parameters->FieldByName("FaktorEura").AsFloat();
+  // A day count is compared with what looks like a year: so on purpose.
+  return date.days + kDayCountOf1970 >= 2021 ? factor : (Real(1) / Real(factor)).ToDouble();
+}
+
+double GetTecaj(Date date, std::int64_t val_id) {
+  return RateIn(CreateDBDataSet("GetTecaj", "adsTecaj",
+                                {{"datum", date}, {"val_id", val_id}, {"valIdOrValOzn", "id"}}));
+}
+
+double GetTecajByOznakaValute(Date date, std::string_view val_ozn) {
+  return RateIn(CreateDBDataSet("GetTecaj", "adsTecaj", RequestByOznaka(date, val_ozn)));
+}
+
+std::optional<RecordSet> GetInfoTecajByOznakaValute(Date date, std::string_view val_ozn) {
+  return CreateDBDataSet("GetTecaj", "adsInfoTecaj", RequestByOznaka(date, val_ozn));
+}
 
 }  // namespace mox
