@@ -115,6 +115,8 @@ int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::stri
   return App().Dialogs().ShowVelorDialog(kind, caption, heading, message);
 }
 
+void ShowMessage(std::string_view text) { App().Dialogs().ShowMessage(text); }
+
 std::optional<std::string> InputBox(std::string_view title, std::string_view prompt,
                                     std::string_view default_text) {
   return App().Dialogs().InputBox(title, prompt, default_text);

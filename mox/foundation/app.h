@@ -78,13 +78,15 @@ class AppDialogs {
   virtual ~AppDialogs() = default;
   virtual int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
                               std::string_view message) = 0;
+  /// A plain message with nothing but its text.
+  virtual void ShowMessage(std::string_view text) = 0;
   /// The line of text that the user entered, beginning with the default; none where he cancelled, and always
   /// from a host without input boxes.
   virtual std::optional<std::string> InputBox(std::string_view title, std::string_view prompt,
                                               std::string_view default_text);
 };
 
-/// A program that was started.
+/// A program that was started. It goes on when this object goes away.
 class AppProgram {
  public:
   virtual ~AppProgram() = default;
@@ -102,14 +104,15 @@ class AppPlatform {
   virtual ~AppPlatform() = default;
   /// Answers the cursor that was shown before.
   virtual MouseCursor SetCursor(MouseCursor cursor) = 0;
-  /// Lets the user interface process its pending messages.
+  /// Lets the user interface process its pending messages. It is called over and over while the library
+  /// waits, so a host pauses in it for some milliseconds when there are none.
   virtual void ProcessMessages() = 0;
   /// The application is closing.
   virtual bool IsTerminated() const = 0;
   /// The folder of the host program, with a trailing path delimiter.
   virtual std::string ApplicationFolder() const = 0;
   /// Starts a program without a window, owned by the main form. The file may stand in quotation marks; the
-  /// parameters are one text, split as the system's command lines are. Null when it cannot be started.
+  /// parameters are one text, split as the command lines of Windows are. Null when it cannot be started.
   virtual std::unique_ptr<AppProgram> StartHidden(std::string_view file, std::string_view parameters) = 0;
   virtual std::string ClipboardText() = 0;
 };
@@ -191,6 +194,9 @@ const LocaleSettings& CurrentLocale();
 /// The host's custom message dialog.
 int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
                     std::string_view message);
+
+/// The host's plain message.
+void ShowMessage(std::string_view text);
 
 /// The host's input box.
 std::optional<std::string> InputBox(std::string_view title, std::string_view prompt,

@@ -41,6 +41,8 @@ int ConsoleDialogs::ShowVelorDialog(TVCustomDialogType kind, std::string_view ca
   return kind == TVCustomDialogType::kConfirmation ? Ask() : 0;
 }
 
+void ConsoleDialogs::ShowMessage(std::string_view text) { output_ << OnOneLine(text) << std::endl; }
+
 std::optional<std::string> ConsoleDialogs::InputBox(std::string_view title, std::string_view prompt,
                                                     std::string_view default_text) {
   std::string line(default_text);

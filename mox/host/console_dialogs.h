@@ -9,8 +9,8 @@
 
 namespace mox {
 
-/// Message dialogs on a terminal: each is one line "Caption: heading: message". Empty parts are left out, and
-/// line breaks inside a part become a blank.
+/// Message dialogs on a terminal: each is one line "Caption: heading: message", a plain message its text
+/// alone. Empty parts are left out, and line breaks inside a part become a blank.
 ///
 /// A confirmation is answered from the input (a line "d", "da", "y" or "yes" means yes; anything else, also
 /// the end of the input, means no) or always in the same way. The answer to any other dialog is 0.
@@ -26,6 +26,7 @@ class ConsoleDialogs : public AppDialogs {
 
   int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
                       std::string_view message) override;
+  void ShowMessage(std::string_view text) override;
   std::optional<std::string> InputBox(std::string_view title, std::string_view prompt,
                                       std::string_view default_text) override;
 

@@ -20,6 +20,7 @@ class TestHost : public AppDialogs {
   TestHost() : app_({.ini = &settings, .dialogs = this}) {}
   int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
                       std::string_view message) override;
+  void ShowMessage(std::string_view text) override { dialogs.emplace_back(text); }
 
   MemorySettings settings;
   std::vector<std::string> dialogs;  ///< "kind|caption|heading|message"

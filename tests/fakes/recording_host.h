@@ -21,16 +21,21 @@ class RecordingHost : public TdmComunication, public AppDialogs, public AppPlatf
  public:
   using Service = std::function<std::unique_ptr<TAstaParamList>(const TAstaParamList& request)>;
 
+  /// What a started program does; the answer is its exit codes, poll by poll, the last of which stays.
+  using Program = std::function<std::vector<int>(std::string_view parameters)>;
+
   std::vector<std::string> log;
   MemorySettings settings;
   StandardLocale locale;
   RecordSet* parameters = nullptr;
   std::map<std::string, Service, std::less<>> services;
   int write_answer = 1;
-  std::vector<int> dialog_answers;  ///< in order; kDialogYes where they end
+  std::vector<int> dialog_answers;         ///< in order; kDialogYes where they end
   std::vector<std::string> input_answers;  ///< in order; cancelled where they end
   std::string folder = "/app/";
   std::string clipboard;
+  Program program;  ///< without one no program can be started
+  bool terminated = false;
 
   RecordSet* CompanyParameters() override { return parameters; }
 
@@ -53,6 +58,8 @@ class RecordingHost : public TdmComunication, public AppDialogs, public AppPlatf
     return dialog_answers[dialogs_shown_++];
   }
 
+  void ShowMessage(std::string_view text) override { log.push_back("message | " + std::string(text)); }
+
   std::optional<std::string> InputBox(std::string_view title, std::string_view prompt,
                                       std::string_view default_text) override {
     log.push_back("input " + std::string(title) + " | " + std::string(prompt) + " | " +
@@ -68,11 +75,12 @@ class RecordingHost : public TdmComunication, public AppDialogs, public AppPlatf
     return std::exchange(cursor_, cursor);
   }
   void ProcessMessages() override { log.emplace_back("messages"); }
-  bool IsTerminated() const override { return false; }
+  bool IsTerminated() const override { return terminated; }
   std::string ApplicationFolder() const override { return folder; }
   std::unique_ptr<AppProgram> StartHidden(std::string_view file, std::string_view parameters_text) override {
-    log.push_back("start " + std::string(file) + " " + std::string(parameters_text));
-    return nullptr;
+    log.push_back("start " + std::string(file) + " |" + std::string(parameters_text));
+    if (!program) return nullptr;
+    return std::make_unique<ScriptedProgram>(program(parameters_text));
   }
   std::string ClipboardText() override { return clipboard; }
 
@@ -82,6 +90,19 @@ class RecordingHost : public TdmComunication, public AppDialogs, public AppPlatf
   }
 
  private:
+  class ScriptedProgram : public AppProgram {
+   public:
+    explicit ScriptedProgram(std::vector<int> exit_codes) : exit_codes_(std::move(exit_codes)) {}
+    int ExitCode() override {
+      const int code = exit_codes_.front();
+      if (exit_codes_.size() > 1) exit_codes_.erase(exit_codes_.begin());
+      return code;
+    }
+
+   private:
+    std::vector<int> exit_codes_;
+  };
+
   std::size_t dialogs_shown_ = 0;
   MouseCursor cursor_ = MouseCursor::kDefault;
 };
