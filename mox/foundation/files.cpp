@@ -108,4 +108,10 @@ void ReplaceFile(const std::string& path, std::string_view bytes) {
   }
 }
 
+bool RemoveFile(const std::string& path) {
+  std::error_code error;
+  fs::remove(path, error);
+  return !error;
+}
+
 }  // namespace mox

@@ -17,4 +17,7 @@ std::string ReadWholeFile(const std::string& path);
 /// the old file as it was and removes the temporary.
 void ReplaceFile(const std::string& path, std::string_view bytes);
 
+/// Removes a file, if there is one. False when it is still there.
+bool RemoveFile(const std::string& path);
+
 }  // namespace mox

@@ -1,0 +1,100 @@
+#include "mox/codes/payment_codes.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <fstream>
+
+#include "mox/foundation/app.h"
+#include "mox/foundation/display_format.h"
+#include "mox/foundation/files.h"
+#include "mox/foundation/text.h"
+#include "mox/server/read_services.h"
+#include "mox/server/request_sender.h"
+
+namespace mox {
+namespace {
+
+// An address of an outside party, up to where a path begins.
+std::string AddressSetting(std::string_view key, std::string_view default_address) {
+  std::string address = App().Ini().ReadString("GENERAL", key, default_address);
+  while (address.ends_with('/')) address.pop_back();
+  return address;
+}
+
+bool IsReadablePicture(const std::string& path) {
+  return std::ifstream(path, std::ios::binary).peek() != std::ifstream::traits_type::eof();
+}
+
+// Lets the request sender draw a picture and answers its path. An old picture that cannot be removed could
+// not be told from a new one.
+std::string DrawnPicture(std::string_view name, const std::string& parameters) {
+  const std::string picture = FileInApplicationFolder(name);
+  if (!RemoveFile(picture)) return {};
+  if (!RunRequestSender(parameters)) {
+    ShowMessage("Error starting CallAPiRequestSender!");
+    return {};
+  }
+  return IsReadablePicture(picture) ? picture : std::string();
+}
+
+// The nearest number with so many significant digits.
+double WithSignificantDigits(double value, int digits) {
+  char text[32];
+  const auto end =
+      std::to_chars(text, text + sizeof text, value, std::chars_format::scientific, digits - 1).ptr;
+  return ParseNumber({text, static_cast<std::size_t>(end - text)});
+}
+
+std::string ReceiptAmountText(double amount) {
+  constexpr int kPrecision = 8;
+  constexpr double kFirstWithFewerDecimals = 1e6;
+  if (std::isfinite(amount) && std::fabs(amount) >= kFirstWithFewerDecimals)
+    amount = WithSignificantDigits(amount, kPrecision);
+  std::string text = FormatFloat("#,0.00;-#,0.00", amount, CurrentLocale());
+  std::erase(text, '.');
+  return text;
+}
+
+// "YYYYMMDD_hhmm".
+std::string IssueTimeText(DateTime issued) {
+  std::string text = FormatIsoDateTime(issued).substr(0, std::string_view("YYYY-MM-DDThh:mm").size());
+  std::erase_if(text, [](char c) { return c == '-' || c == ':'; });
+  std::replace(text.begin(), text.end(), 'T', '_');
+  return text;
+}
+
+}  // namespace
+
+std::string GenerateQRCode(std::string_view zki, double amount, DateTime issued) {
+  const HourglassCursor cursor;
+  const std::string url = AddressSetting("POREZNA_URL", "https://porezna.gov.hr/") +
+                          "/rn?zki=" + std::string(zki) + "&datv=" + IssueTimeText(issued) +
+                          "&izn=" + ReceiptAmountText(amount);
+  return DrawnPicture("QRCodeLastBill.bmp", " -servicetype GenerateQRCode -data " + url);
+}
+
+std::string KeksPayGenerateQRCode(std::string_view bill_number, std::string_view amount,
+                                  std::string_view merchant_id, std::string_view terminal_id) {
+  const HourglassCursor cursor;
+  std::string amount_text(amount);
+  std::replace(amount_text.begin(), amount_text.end(), ',', '.');
+  const std::string url = AddressSetting("KEKSPAY_URL", "https://kekspay.hr/") +
+                          "/pay/?cid=" + std::string(merchant_id) + "&tid=" + std::string(terminal_id) +
+                          "&bill_id=" + std::string(bill_number) + "&amount=" + amount_text + "&qr_type=1";
+  return DrawnPicture("QRCodeLastBill.jpg", " -servicetype GenerateKeksQRCode -data \"" + url + '"');
+}
+
+std::string GetTipPozivaNaBrojPutnika() {
+  auto answer = CreateDBDataSet("GetTipPozivaNaBrojPutnika", "adsPozivNaBroj", {});
+  return answer ? answer->FieldByName("poziv_na_br").AsText() : std::string();
+}
+
+std::optional<RecordSet> GetVirmanDataFromDatabase(std::int64_t virman_id, std::int64_t par_id,
+                                                   std::int64_t doc_id, Currency iznos_racuna) {
+  return CreateDBDataSet(
+      "GetVirmanData", "adsVirmanData",
+      {{"VirmanId", virman_id}, {"DocId", doc_id}, {"IznosRacuna", iznos_racuna}, {"ParId", par_id}});
+}
+
+}  // namespace mox
