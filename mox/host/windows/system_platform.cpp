@@ -1,0 +1,130 @@
+#include "mox/host/system_platform.h"
+
+#define WIN32_LEAN_AND_MEAN
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
+#include <windows.h>
+
+#include <utility>
+
+#include "mox/foundation/error.h"
+#include "mox/host/command_line.h"
+
+namespace mox {
+namespace {
+
+std::wstring ToUtf16(std::string_view text) {
+  const int length = static_cast<int>(text.size());
+  const int count = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), length, nullptr, 0);
+  std::wstring wide(static_cast<std::size_t>(count), L'\0');
+  ::MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), count);
+  return wide;
+}
+
+std::string ToUtf8(std::wstring_view wide) {
+  const int length = static_cast<int>(wide.size());
+  const int count = ::WideCharToMultiByte(CP_UTF8, 0, wide.data(), length, nullptr, 0, nullptr, nullptr);
+  std::string text(static_cast<std::size_t>(count), '\0');
+  ::WideCharToMultiByte(CP_UTF8, 0, wide.data(), length, text.data(), count, nullptr, nullptr);
+  return text;
+}
+
+class Program : public AppProgram {
+ public:
+  explicit Program(HANDLE process) : process_(process) {}
+  ~Program() override { ::CloseHandle(process_); }
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  int ExitCode() override {
+    DWORD code = 0;
+    return ::GetExitCodeProcess(process_, &code) != 0 ? static_cast<int>(code) : -1;
+  }
+
+ private:
+  HANDLE process_;
+};
+
+static_assert(kStillActive == STILL_ACTIVE);
+
+// The clipboard, open for the object's lifetime.
+class OpenedClipboard {
+ public:
+  OpenedClipboard() : open_(::OpenClipboard(nullptr) != 0) {}
+  ~OpenedClipboard() {
+    if (open_) ::CloseClipboard();
+  }
+  OpenedClipboard(const OpenedClipboard&) = delete;
+  OpenedClipboard& operator=(const OpenedClipboard&) = delete;
+
+  std::string Text() const {
+    const HANDLE handle = open_ ? ::GetClipboardData(CF_UNICODETEXT) : nullptr;
+    const void* const block = handle != nullptr ? ::GlobalLock(handle) : nullptr;
+    if (block == nullptr) return {};
+    std::string text = ToUtf8(static_cast<const wchar_t*>(block));
+    ::GlobalUnlock(handle);
+    return text;
+  }
+
+ private:
+  bool open_;
+};
+
+}  // namespace
+
+// Nothing is left to be done for a program that nobody waits for.
+struct SystemPlatform::Children {};
+
+SystemPlatform::SystemPlatform(std::function<std::string()> clipboard) : clipboard_(std::move(clipboard)) {}
+
+SystemPlatform::~SystemPlatform() = default;
+
+MouseCursor SystemPlatform::SetCursor(MouseCursor cursor) { return std::exchange(cursor_, cursor); }
+
+void SystemPlatform::ProcessMessages() {
+  constexpr DWORD kPauseMilliseconds = 2;
+  ::MsgWaitForMultipleObjects(0, nullptr, FALSE, kPauseMilliseconds, QS_ALLINPUT);
+  MSG message;
+  while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != 0) {
+    if (message.message == WM_QUIT) {
+      Terminate();
+      ::PostQuitMessage(static_cast<int>(message.wParam));  // the host's own loop is to see it as well
+      return;
+    }
+    ::TranslateMessage(&message);
+    ::DispatchMessageW(&message);
+  }
+}
+
+std::string SystemPlatform::ApplicationFolder() const {
+  constexpr DWORD kLongestPath = 32'768;
+  std::wstring path(kLongestPath, L'\0');
+  const DWORD length = ::GetModuleFileNameW(nullptr, path.data(), kLongestPath);
+  if (length == 0 || length == kLongestPath) throw Error("the folder of the program is not known");
+  path.resize(length);
+  return ToUtf8(path.substr(0, path.rfind(L'\\') + 1));
+}
+
+std::unique_ptr<AppProgram> SystemPlatform::StartHidden(std::string_view file, std::string_view parameters) {
+  const std::wstring program = ToUtf16(WithoutQuotes(file));
+  std::wstring command_line = L'"' + program + L"\" " + ToUtf16(parameters);
+  STARTUPINFOW start{};
+  start.cb = sizeof start;
+  start.dwFlags = STARTF_USESHOWWINDOW;
+  start.wShowWindow = SW_HIDE;
+  PROCESS_INFORMATION started{};
+  if (::CreateProcessW(program.c_str(), command_line.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW,
+                       nullptr, nullptr, &start, &started) == 0) {
+    return nullptr;
+  }
+  ::CloseHandle(started.hThread);
+  return std::make_unique<Program>(started.hProcess);
+}
+
+std::string SystemPlatform::ClipboardText() {
+  if (clipboard_) return clipboard_();
+  return OpenedClipboard().Text();
+}
+
+}  // namespace mox
