@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 #include <string_view>
 
@@ -23,7 +24,8 @@ TAstaParamList WriteRequest(std::string_view transaction_name, std::span<const R
 
 /// Stores the record sets in one transaction of the application server. False when the server refused it.
 bool ExecuteTransaction(std::string_view transaction_name, std::span<const RecordSet* const> record_sets);
-bool ExecuteTransaction(std::string_view transaction_name, std::initializer_list<const RecordSet*> record_sets);
+bool ExecuteTransaction(std::string_view transaction_name,
+                        std::initializer_list<const RecordSet*> record_sets);
 bool ExecuteTransaction(std::string_view transaction_name, const TDataModule& data_module);
 
 /// Remembers that the next document of kind `child_tip` which the user stores belongs to a document.

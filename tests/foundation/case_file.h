@@ -10,7 +10,7 @@
 
 #include "mox/foundation/error.h"
 
-// The tables of the folder cases/. A table begins with its name, "= NAME"; a row is a line of words, with an
+// The tables of the folders cases/. A table begins with its name, "= NAME"; a row is a line of words, with an
 // arrow before what is expected, and a line that begins with "#" is a comment. A word that is empty or has
 // blanks stands in double quotes; \n, \t, \xC4, \" and \\ are written as in a program.
 
@@ -62,9 +62,11 @@ inline std::string TextOrError(const std::function<std::string()>& call) {
   }
 }
 
-/// Runs each row of a file through the function of its table. The file must have a table for each function.
-inline void ExpectTables(const std::string& file, const std::map<std::string, TableFunction>& functions) {
-  std::ifstream in(MOX_SOURCE_DIR "/tests/foundation/cases/" + file + ".txt");
+/// Runs each row of a file through the function of its table. The file must have a table for each function;
+/// the folder is one of tests/.
+inline void ExpectTables(const std::string& file, const std::map<std::string, TableFunction>& functions,
+                         const std::string& folder = "foundation") {
+  std::ifstream in(MOX_SOURCE_DIR "/tests/" + folder + "/cases/" + file + ".txt");
   std::map<std::string, int> rows;
   std::string table;
   for (std::string line; std::getline(in, line);) {
