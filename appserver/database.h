@@ -93,8 +93,13 @@ class Database {
     return Query(name, columns, sql, std::span(values.begin(), values.size()));
   }
 
-  /// The fields of a table in their order, with the kinds of their columns; empty where there is no such table.
+  /// The fields of a table in their order, with the kinds of their columns; empty where there is no such
+  /// table.
   Columns TableColumns(std::string_view table);
+  /// All tables, by name.
+  std::vector<std::string> TableNames();
+  /// Reads the whole file; raises DatabaseError that says what is damaged.
+  void Check();
 
   /// How many values one statement may be given.
   std::size_t MostParameters() const;
@@ -110,8 +115,8 @@ std::string FoldKey(std::string_view text);
 /// case and to blanks at its ends; usually one.
 std::vector<std::string> FoldKeys(std::string_view text);
 
-/// A write transaction: everything until Commit, or nothing. It has the file for itself from the beginning and
-/// waits for another process's transaction to end.
+/// A write transaction: everything until Commit, or nothing. It has the file for itself from the beginning
+/// and waits for another process's transaction to end.
 class [[nodiscard]] WriteTransaction {
  public:
   explicit WriteTransaction(Database& database);

@@ -1,0 +1,154 @@
+#include "appserver/database.h"
+
+#include <algorithm>
+
+#include "appserver/connection.h"
+#include "appserver/migrations.h"
+#include "appserver/sql_text.h"
+#include "appserver/statement.h"
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+FieldKind KindOf(const Value& value) {
+  constexpr FieldKind kKinds[] = {FieldKind::kText,    FieldKind::kText,    FieldKind::kInteger,
+                                  FieldKind::kBoolean, FieldKind::kFloat,   FieldKind::kCurrency,
+                                  FieldKind::kDate,    FieldKind::kDateTime};
+  return kKinds[value.index()];
+}
+
+}  // namespace
+
+Columns ParseColumns(std::string_view columns) {
+  Columns parsed;
+  while (!columns.empty()) {
+    const std::string_view column = columns.substr(0, columns.find(','));
+    columns.remove_prefix(std::min(column.size() + 1, columns.size()));
+    const std::size_t colon = std::min(column.find(':'), column.size());
+    FieldDef field{.name = std::string(TrimBlanks(column.substr(0, colon)))};
+    const std::string_view kind = TrimBlanks(column.substr(std::min(colon + 1, column.size())));
+    if (field.name.empty() || (colon < column.size() && !KindFromName(kind, field.kind)))
+      throw Error("\"" + std::string(column) + "\" is not a column");
+    parsed.push_back(std::move(field));
+  }
+  return parsed;
+}
+
+FieldDef FieldOfColumn(std::string name, std::string_view declared_type, bool required) {
+  struct Row {
+    std::string_view type;
+    FieldKind kind;
+  };
+  constexpr Row kTypes[] = {{"NUMERIC", FieldKind::kCurrency},   {"DOUBLE", FieldKind::kFloat},
+                            {"REAL", FieldKind::kFloat},         {"BIGINT", FieldKind::kInteger},
+                            {"INTEGER", FieldKind::kInteger},    {"SMALLINT", FieldKind::kInteger},
+                            {"BOOLEAN", FieldKind::kBoolean},    {"DATE", FieldKind::kDate},
+                            {"TIMESTAMP", FieldKind::kDateTime}, {"BLOB", FieldKind::kBinary},
+                            {"BYTEA", FieldKind::kBinary}};
+  const std::size_t parenthesis = std::min(declared_type.find_first_of("( "), declared_type.size());
+  const std::string_view word = declared_type.substr(0, parenthesis);
+  FieldDef field{.name = std::move(name), .required = required};
+  const auto* const row = std::find_if(std::begin(kTypes), std::end(kTypes),
+                                       [&](const Row& r) { return SameName(r.type, word); });
+  if (row != std::end(kTypes)) {
+    field.kind = row->kind;
+  } else if (declared_type.substr(parenthesis).starts_with('(') && declared_type.ends_with(')')) {
+    const std::string_view size = declared_type.substr(parenthesis + 1);
+    field.size = static_cast<std::size_t>(ParseInteger(size.substr(0, size.size() - 1)));
+  }
+  return field;
+}
+
+// --- the database ---
+
+void Database::Create(const std::string& path) {
+  DatabaseConnection::dialect().Create(path, FillNewDatabase);
+}
+
+Database::Database(const std::string& path, Access access)
+    : connection_(std::make_unique<DatabaseConnection>(
+          path, [&](soci::session& session) { DatabaseConnection::dialect().Open(session, path, access); })) {
+  if (access == Access::kReadWrite) {
+    MigrateSchema(*connection_);
+  } else {
+    RequireKnownVersion(*connection_);
+  }
+}
+
+Database::~Database() = default;
+Database::Database(Database&& other) noexcept = default;
+Database& Database::operator=(Database&& other) noexcept = default;
+
+const std::string& Database::path() const { return connection_->path(); }
+int Database::SchemaVersion() { return RequireKnownVersion(*connection_); }
+
+Statement Database::Prepare(std::string_view sql, std::span<const FieldKind> parameter_kinds) {
+  const auto fold = [&](std::string_view expression) { return connection_->dialect().Fold(expression); };
+  return Statement(std::make_unique<Statement::Impl>(*connection_, ReplaceFold(sql, fold), parameter_kinds));
+}
+
+Statement Database::Prepare(std::string_view sql, std::initializer_list<FieldKind> parameter_kinds) {
+  return Prepare(sql, std::span(parameter_kinds.begin(), parameter_kinds.size()));
+}
+
+namespace {
+
+Statement PrepareWith(Database& database, std::string_view sql, std::span<const Value> values) {
+  std::vector<FieldKind> kinds;
+  kinds.reserve(values.size());
+  for (const Value& value : values) kinds.push_back(KindOf(value));
+  Statement statement = database.Prepare(sql, kinds);
+  for (std::size_t i = 0; i < values.size(); ++i) statement.Bind(i, values[i]);
+  return statement;
+}
+
+}  // namespace
+
+std::int64_t Database::Execute(std::string_view sql, std::initializer_list<Value> values) {
+  return PrepareWith(*this, sql, std::span(values.begin(), values.size())).Execute();
+}
+
+RecordSet Database::Query(std::string_view name, const Columns& columns, std::string_view sql,
+                          std::span<const Value> values) {
+  RecordSet answer{std::string(name)};
+  for (const FieldDef& column : columns) answer.DefineField(column);
+  answer.Open();
+  PrepareWith(*this, sql, values).ExecuteInto(answer);
+  if (!answer.IsEmpty()) answer.First();
+  return answer;
+}
+
+Columns Database::TableColumns(std::string_view table) {
+  return connection_->Run(
+      [&] { return connection_->dialect().TableColumns(connection_->session(), std::string(table)); });
+}
+
+std::vector<std::string> Database::TableNames() {
+  return connection_->Run([&] { return connection_->dialect().TableNames(connection_->session()); });
+}
+
+void Database::Check() {
+  const std::string damage =
+      connection_->Run([&] { return connection_->dialect().FindDamage(connection_->session()); });
+  if (!damage.empty()) connection_->Refuse("the file is damaged: " + damage);
+}
+
+std::size_t Database::MostParameters() const { return connection_->dialect().MostParameters(); }
+
+// --- transactions ---
+
+WriteTransaction::WriteTransaction(Database& database) : database_(database) {
+  database_.connection_->BeginWrite();
+}
+
+WriteTransaction::~WriteTransaction() {
+  if (open_) database_.connection_->RollBack();
+}
+
+void WriteTransaction::Commit() {
+  database_.connection_->Commit();
+  open_ = false;
+}
+
+}  // namespace mox

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "appserver/database.h"
+#include "appserver/soci_headers.h"
+
+namespace mox {
+
+/// All that differs between database engines. Everything else is portable SQL through SOCI.
+class Dialect {
+ public:
+  Dialect() = default;
+  virtual ~Dialect() = default;
+  Dialect(const Dialect&) = delete;
+  Dialect& operator=(const Dialect&) = delete;
+
+  /// Opens an existing database. Raises soci_error, Error.
+  virtual void Open(soci::session& session, const std::string& path, Database::Access access) const = 0;
+  /// Creates a database and has it filled; it appears whole or not at all. Raises DatabaseError.
+  virtual void Create(const std::string& path, void (*fill)(DatabaseConnection& connection)) const = 0;
+
+  /// None where it is no company database.
+  virtual std::optional<int> SchemaVersion(soci::session& session) const = 0;
+  virtual void SetSchemaVersion(soci::session& session, int version) const = 0;
+
+  /// The expression without regard to letter case and to blanks at its ends: FoldKey in SQL.
+  virtual std::string Fold(std::string_view expression) const = 0;
+  /// The type of a column that is the table's integer primary key.
+  virtual std::string_view KeyType() const = 0;
+  /// Begins a transaction that no other writer can disturb.
+  virtual std::string_view BeginWrite() const = 0;
+  virtual std::size_t MostParameters() const = 0;
+
+  virtual std::vector<std::string> TableNames(soci::session& session) const = 0;
+  virtual Columns TableColumns(soci::session& session, const std::string& table) const = 0;
+  /// What the engine's full check finds; empty where all is well.
+  virtual std::string FindDamage(soci::session& session) const = 0;
+
+  /// How many columns a prepared statement answers.
+  virtual std::size_t ColumnCount(soci::statement& statement) const = 0;
+  /// Ends a statement whose rows were not all fetched.
+  virtual void Reset(soci::statement& statement) const = 0;
+  /// What went wrong, for people, on one line.
+  virtual std::string Explain(const soci::soci_error& error) const = 0;
+};
+
+const Dialect& SqliteDialect();
+
+/// The kind and size of a column that is declared so: "NUMERIC(19,4)" is a currency, "VARCHAR(20)" a text of
+/// 20 characters.
+FieldDef FieldOfColumn(std::string name, std::string_view declared_type, bool required);
+
+}  // namespace mox
