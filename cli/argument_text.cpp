@@ -44,4 +44,9 @@ bool BooleanArgument(std::string_view name, std::string_view text) {
   return text == "true";
 }
 
+DateTime DateTimeArgument(std::string_view name, std::string_view text) {
+  if (const auto moment = ParseIsoDateTime(text)) return *moment;
+  throw UsageError(std::string(name) + ": \"" + std::string(text) + "\" is not a date");
+}
+
 }  // namespace mox

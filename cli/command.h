@@ -25,6 +25,7 @@ struct Session {
   std::string out;  ///< goes to standard output once the command has succeeded
   /// What stands before a message of the library, `lines.csv:3: vrsta "XYZ": `; none where nothing is walked.
   std::function<std::string()> place = nullptr;
+  bool valid = true;  ///< false where the answer is that what was checked is not valid; exit status 1
 };
 
 using Action = std::function<void(Session&)>;
@@ -43,5 +44,11 @@ extern const Command kRoundCommand;
 extern const Command kCalcCommand;
 extern const Command kRecapCommand;
 extern const Command kDocumentCommand;
+extern const Command kOibCommand;
+extern const Command kIbanCommand;
+extern const Command kWordsCommand;
+extern const Command kCurrencyCommand;
+extern const Command kWorkdaysCommand;
+extern const Command kServiceCommand;
 
 }  // namespace mox

@@ -23,8 +23,9 @@ constexpr int kWrongUsage = 2;
 
 constexpr const char* kUnwritable = "standard output cannot be written";
 
-const std::array<const Command*, 4> kCommands = {&kRoundCommand, &kCalcCommand, &kRecapCommand,
-                                                 &kDocumentCommand};
+const auto kCommands = std::to_array<const Command*>(
+    {&kRoundCommand, &kCalcCommand, &kRecapCommand, &kDocumentCommand, &kOibCommand, &kIbanCommand,
+     &kWordsCommand, &kCurrencyCommand, &kWorkdaysCommand, &kServiceCommand});
 
 // --- help ---
 
@@ -130,7 +131,7 @@ int Execute(const Parsed& parsed, std::istream& in, std::ostream& out, std::ostr
   parsed.action(session);
   out.write(session.out.data(), static_cast<std::streamsize>(session.out.size()));
   if (!out.flush()) throw Error(kUnwritable);
-  return kDone;
+  return session.valid ? kDone : kRefused;
 }
 
 int WrongUsage(const std::string& command, const std::string& message, std::ostream& err) {
