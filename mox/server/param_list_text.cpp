@@ -89,7 +89,7 @@ constexpr std::size_t kShownItems = 20;
 constexpr int kShownDepth = 3;
 
 // On one line, with an escape for what a terminal would not show; long texts are cut.
-std::string Visible(std::string_view text) {
+std::string Escaped(std::string_view text) {
   const std::string_view shown = CutToCharacters(text, kShownCharacters);
   std::string out;
   for (std::size_t at = 0; at < shown.size();) {
@@ -106,14 +106,19 @@ std::string Visible(std::string_view text) {
       out += character;
     }
   }
-  if (shown.size() < text.size()) out += "...";
-  const bool plain = !text.empty() && out.find_first_of(" \"=<>") == std::string::npos;
+  return shown.size() < text.size() ? out + "..." : out;
+}
+
+// In quotes where it could be taken for more than one word.
+std::string Visible(std::string_view text) {
+  const std::string out = Escaped(text);
+  const bool plain = !out.empty() && out.find_first_of(" \"=<>") == std::string::npos;
   return plain ? out : '"' + out + '"';
 }
 
 std::string ShowRecords(std::string_view item, std::string_view set, std::size_t records) {
   std::string out = "<";
-  if (!set.empty() && !SameName(set, item)) out += std::string(set) + ": ";
+  if (!set.empty() && !SameName(set, item)) out += Escaped(set) + ": ";
   return out + std::to_string(records) + (records == 1 ? " record>" : " records>");
 }
 
@@ -256,7 +261,8 @@ std::vector<TokenizedItem> TokenizedItems(std::string_view text) {
     items.push_back(in.ReadItem());
   }
   in.SetItem(0);
-  in.Expect("end\n");
+  in.Expect("end");
+  in.Expect("\n");
   if (in.left() > 0) in.Refuse("something follows the end");
   return items;
 }

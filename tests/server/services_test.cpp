@@ -1,0 +1,186 @@
+#include <gtest/gtest.h>
+
+#include "mox/foundation/error.h"
+#include "mox/foundation/exchange_text.h"
+#include "mox/server/credit_limit.h"
+#include "mox/server/read_services.h"
+#include "mox/server/transactions.h"
+#include "tests/fakes/recording_host.h"
+#include "tests/foundation/case_file.h"
+
+namespace mox {
+namespace {
+
+// One record with a field for each value; without values, no record.
+RecordSet Answer(const std::string& name, const std::vector<FieldDef>& fields, const Words& values) {
+  RecordSet answer(name);
+  for (const FieldDef& field : fields) answer.DefineField(field);
+  answer.Open();
+  if (values.empty()) return answer;
+  std::vector<Value> record;
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    record.push_back(values.at(i) == "null" ? Value() : ParsePlain(values[i], fields[i].kind));
+  }
+  answer.AppendRecord(record);
+  return answer;
+}
+
+RecordingHost::Service Answering(const std::string& name, std::function<RecordSet()> answer) {
+  return [name, answer = std::move(answer)](const TAstaParamList&) {
+    auto answers = std::make_unique<TAstaParamList>();
+    answers->FastAdd("other", answer());
+    answers->FastAdd(name, answer());
+    return answers;
+  };
+}
+
+const std::map<std::string, std::function<std::optional<RecordSet>()>> kHelpers = {
+    {"GetSkladista", GetSkladista},
+    {"GetSklFromGLN", [] { return GetSklFromGLN("3850000000017"); }},
+    {"GetCompanyIbans", GetCompanyIbans},
+    {"GetPoslovniProstorData", [] { return GetPoslovniProstorData(7); }},
+    {"GetUgoPoslovniProstorData", [] { return GetUgoPoslovniProstorData(7); }},
+    {"GetVezniDocIdFromDB", [] { return GetVezniDocIdFromDB("rac", "rac_id", 7, "OTP"); }},
+    {"CheckIfRlistaExist",
+     [] { return CheckIfRlistaExist(7, *MakeDate(2024, 3, 1), *MakeDate(2024, 3, 31)); }},
+    {"CheckIfBrojDocDobExists",
+     [] { return CheckIfBrojDocDobExists(7, "12/2024", *MakeDate(2024, 3, 1), 8); }},
+    {"AdditionalFeaturesData", [] { return AdditionalFeaturesData("WEB"); }},
+    {"AdditionalSetupParamsData", AdditionalSetupParamsData},
+    {"WebshopSkladisteGet", WebshopSkladisteGet},
+};
+
+TEST(ReadServices, AskTheirServiceAndTakeItsAnswer) {
+  const auto reads = [](const Words& row) {
+    RecordingHost host;
+    const ScopedApp app(host.Parts());
+    const auto& helper = kHelpers.at(row.at(0));
+    RecordingHost::Service& service = host.services[row.at(1)];
+    const auto two_records = [] {
+      RecordSet answer = Answer("odgovor", {{.name = "id", .kind = FieldKind::kInteger}}, {"1"});
+      answer.AppendRecord({std::int64_t{2}});
+      return answer;
+    };
+    service = Answering(row.at(2), two_records);
+    const std::optional<RecordSet> taken = helper();
+    EXPECT_TRUE(taken && taken->RecordCount() == 2 && taken->Position() == 0);
+    EXPECT_EQ(host.log.front() + ", " + host.log.back(), "hourglass, cursor");
+    const std::string asked = host.log.at(1);
+
+    service = [&row](const TAstaParamList&) {
+      return std::make_unique<TAstaParamList>(TAstaParamList{{row.at(2), Value()}});
+    };
+    EXPECT_FALSE(helper()) << "an empty answer";
+    service = Answering("nothing", two_records);
+    EXPECT_FALSE(helper()) << "no such answer";
+    service = [](const TAstaParamList&) -> std::unique_ptr<TAstaParamList> { throw Error("no server"); };
+    EXPECT_THROW(helper(), Error);
+    EXPECT_EQ(host.log.back(), "cursor");
+    host.services.clear();
+    EXPECT_FALSE(helper()) << "no such service";
+    return asked;
+  };
+  const auto features = [](const Words& row) {
+    RecordingHost host;
+    const ScopedApp app(host.Parts());
+    EXPECT_FALSE(IsAdditionalFeatureAllowed("WEB"));
+    host.services["AdditionalFeaturesData"] = Answering("adsAddFeatures", [&row] {
+      return Answer("", {{.name = row.at(0), .kind = FieldKind::kBoolean}}, {row.begin() + 1, row.end()});
+    });
+    return std::string(IsAdditionalFeatureAllowed("WEB") ? "yes" : "no");
+  };
+  ExpectTables("services", {{"reads", reads}, {"features", features}}, "server");
+}
+
+/// A host that keeps the text of the last write request.
+class WritingHost : public RecordingHost {
+ public:
+  std::string written;
+  int WriteDataService(const TAstaParamList& request) override {
+    written = request[0].AsTextView();
+    return RecordingHost::WriteDataService(request);
+  }
+};
+
+TEST(Transactions, SendTheTextsOfTheirRecordSets) {
+  WritingHost host;
+  const ScopedApp app(host.Parts());
+  RecordSet head = Answer("Zaglavlje", {{.name = "id", .kind = FieldKind::kInteger}}, {"1"});
+  const RecordSet lines = Answer("Stavke\n", {{.name = "naziv"}}, {"Čaša"});
+  head.Edit();
+  head.FieldByName("id").SetInteger(2);
+  struct Module : TDataModule {
+    std::vector<const RecordSet*> sets;
+    std::span<const RecordSet* const> DataSets() const override { return sets; }
+  } module;
+  module.sets = {&head, &lines};
+  const std::string text = TAstaParamList{
+      {"Zaglavlje", head.SaveToString()},
+      {"Stavke\n",
+       lines.SaveToString()}}.AsTokenizedString(false);
+  for (const int answer : {0, 1, -1}) {
+    host.write_answer = answer;
+    EXPECT_EQ(ExecuteTransaction("UpisRacuna", {&head, &lines}), answer != 0);
+    EXPECT_EQ(std::exchange(host.written, ""), text);
+    EXPECT_EQ(ExecuteTransaction("UpisRacuna", module), answer != 0);
+    EXPECT_EQ(host.written, text);
+  }
+  EXPECT_EQ(host.log.back(), "write UpisRacuna=<list Zaglavlje=<1 record> Stavke\\n=<1 record>>");
+
+  EXPECT_TRUE(SaveDocDataToLinkLater(std::string(101, 't'), "rac_id", 7, "1234567890123456", "žžžžžž"));
+  EXPECT_EQ(host.log.back(), "write UpisParentFieldForVD=<list FTransTempVezeDataSet=<1 record>>");
+  EXPECT_EQ(TokenizedItems(host.written).at(0).value,
+            "moxrs 1\nname 21:FTransTempVezeDataSet\nfields 5\nfield 12:parent_table text 100 - 0: 0:\n"
+            "field 13:parent_column text 100 - 0: 0:\nfield 13:parent_doc_id integer 0 - 0: 0:\n"
+            "field 9:child_tip text 15 - 0: 0:\nfield 7:user_id text 5 - 0: 0:\nrecords 1\n100:" +
+                std::string(100, 't') + " 6:rac_id 7 15:123456789012345 10:žžžžž\nend\n");
+}
+
+TEST(CreditLimit, AsksRefusesOrLetsGoOn) {
+  const std::vector<FieldDef> fields = {{.name = "limit", .kind = FieldKind::kCurrency},
+                                        {.name = "DaniKasnjenja", .kind = FieldKind::kInteger},
+                                        {.name = "saldo", .kind = FieldKind::kCurrency},
+                                        {.name = "PostojiKasnjenje", .kind = FieldKind::kInteger},
+                                        {.name = "fakturiranje_limit_duga", .kind = FieldKind::kBoolean},
+                                        {.name = "faktur_limit_duga_once", .kind = FieldKind::kBoolean}};
+  const std::string limit =
+      " | Upozorenje! | Prekoračenje kreditnog limita | Kreditni limit partnera je prekoračen.";
+  const std::string days =
+      " | Upozorenje! | Prekoračenje dana kašnjenja | Dani kašnjenja partnera su prekoračeni.";
+  const std::map<std::string, std::string> dialogs = {
+      {"dialog 1" + limit + "\r\nNastavak rada?", "limit? "},
+      {"dialog 1" + days + "\r\nNastavak rada?", "days? "},
+      {"dialog 2" + limit, "limit! "},
+      {"dialog 2" + days, "days! "},
+      {"dialog 2 | Upozorenje! | Prekoračenje kreditnog limita i dana kašnjenja | "
+       "Kreditni limit i dani kašnjenja partnera su prekoračeni.",
+       "both! "}};
+  const std::map<std::string, std::vector<int>> answers = {
+      {"-", {}},           {"yes", {1}},       {"no", {2}},           {"closed", {0}},
+      {"yes,yes", {1, 1}}, {"yes,no", {1, 2}}, {"yes,closed", {1, 0}}};
+  const auto checked = [&](const Words& row) {
+    RecordingHost host;
+    const ScopedApp app(host.Parts());
+    const auto check = [&row] { return CheckKreditniLimitPartnera(7, Currency::Parse(row.at(6))); };
+    EXPECT_TRUE(check()) << "no answer";
+    Words values;
+    host.services["KreditniLimitPartnera"] =
+        Answering("KreditniLimit", [&] { return Answer("", fields, values); });
+    EXPECT_TRUE(check()) << "no record";
+    EXPECT_EQ(std::exchange(host.log, {}).size(), 6U) << "no dialog";
+    values = row;
+    host.dialog_answers = answers.at(row.at(7));
+    const bool may_go_on = check();
+    EXPECT_EQ(host.log.at(1), "read KreditniLimitPartnera: par_id=7");
+    std::string seen;
+    for (std::size_t i = 3; i < host.log.size(); ++i) {
+      const auto known = dialogs.find(host.log[i]);
+      seen += known == dialogs.end() ? host.log[i] : known->second;
+    }
+    return seen + (may_go_on ? "true" : "false");
+  };
+  ExpectTables("credit_limit", {{"checked", checked}}, "server");
+}
+
+}  // namespace
+}  // namespace mox
