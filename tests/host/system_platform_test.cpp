@@ -1,0 +1,107 @@
+#include "mox/host/system_platform.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+
+#include "mox/foundation/files.h"
+#include "mox/host/command_line.h"
+#include "tests/foundation/case_file.h"
+
+namespace mox {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(CommandLine, SplitsAsWindowsDoes) {
+  const auto split = [](const Words& row) {
+    std::string arguments;
+    for (const std::string& argument : SplitCommandLine(row.at(0))) arguments += '[' + argument + ']';
+    return arguments;
+  };
+  const auto file = [](const Words& row) { return std::string(WithoutQuotes(row.at(0))); };
+  ExpectTables("command_line", {{"split", split}, {"file", file}}, "host");
+}
+
+// A shell script in a folder with blanks in its name, as a program.
+class StartedProgramTest : public testing::Test {
+ protected:
+  StartedProgramTest() { fs::create_directories(folder_); }
+  ~StartedProgramTest() override { fs::remove_all(folder_); }
+
+  std::unique_ptr<AppProgram> Start(const std::string& script, const std::string& parameters = "") {
+    const std::string file = folder_ + "a program.exe";
+    std::ofstream(file) << "#!/bin/sh\ncd '" << folder_ << "'\n" << script << "\n";
+    fs::permissions(file, fs::perms::owner_all);
+    return platform_.StartHidden('"' + file + '"', parameters);
+  }
+  // The exit code after the program's end, with the polls that it took.
+  int EndOf(AppProgram& program) {
+    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (program.ExitCode() == kStillActive && std::chrono::steady_clock::now() < give_up) {
+      platform_.ProcessMessages();
+      ++polls_;
+    }
+    return program.ExitCode();
+  }
+
+  std::string folder_ = testing::TempDir() + "mox programs " + std::to_string(::getpid()) + "/";
+  SystemPlatform platform_;
+  int polls_ = 0;
+};
+
+TEST_F(StartedProgramTest, GetsItsArgumentsAndNoInput) {
+  const auto program = Start("printf '[%s]' \"$@\" > arguments; cat > input; echo shown; exit 7",
+                             " -link \"C:\\my files\\a.txt\" '$HOME' *");
+  ASSERT_NE(program, nullptr);
+  EXPECT_EQ(EndOf(*program), 7);
+  EXPECT_EQ(program->ExitCode(), 7) << "asked again";
+  EXPECT_EQ(ReadWholeFile(folder_ + "arguments"), "[-link][C:\\my files\\a.txt]['$HOME'][*]");
+  EXPECT_EQ(ReadWholeFile(folder_ + "input"), "");
+}
+
+TEST_F(StartedProgramTest, IsStillActiveUntilItsEnd) {
+  const auto program = Start("until [ -e end ]; do sleep 0.01; done; kill -9 $$");
+  ASSERT_NE(program, nullptr);
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(program->ExitCode(), kStillActive);
+  std::ofstream(folder_ + "end");
+  EXPECT_EQ(EndOf(*program), 128 + 9);
+  EXPECT_GT(polls_, 0);
+}
+
+TEST_F(StartedProgramTest, LeavesNothingBehindWhenNobodyWaits) {
+  ASSERT_NE(Start("until [ -e end ]; do sleep 0.01; done"), nullptr);
+  siginfo_t info{};
+  ASSERT_EQ(::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT), 0) << "it goes on";
+  std::ofstream(folder_ + "end");
+  const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         std::chrono::steady_clock::now() < give_up) {
+    platform_.ProcessMessages();
+  }
+  EXPECT_EQ(errno, ECHILD) << "a child is left";
+}
+
+TEST_F(StartedProgramTest, CannotBeStarted) {
+  EXPECT_EQ(platform_.StartHidden('"' + folder_ + "none.exe\"", ""), nullptr);
+  EXPECT_EQ(platform_.StartHidden(folder_, ""), nullptr) << "a folder";
+  std::ofstream(folder_ + "text.exe") << "text";
+  EXPECT_EQ(platform_.StartHidden(folder_ + "text.exe", ""), nullptr) << "not to be executed";
+}
+
+TEST(SystemPlatform, KnowsItsFolderAndWhatItWasGiven) {
+  SystemPlatform platform([] { return std::string("copied"); });
+  EXPECT_TRUE(fs::equivalent(platform.ApplicationFolder() + "mox_host_test", "/proc/self/exe"));
+  EXPECT_EQ(platform.ClipboardText() + SystemPlatform().ClipboardText(), "copied");
+  EXPECT_EQ(platform.SetCursor(MouseCursor::kHourglass), MouseCursor::kDefault);
+  EXPECT_EQ(platform.SetCursor(MouseCursor::kDefault), MouseCursor::kHourglass);
+  EXPECT_FALSE(platform.IsTerminated());
+  platform.Terminate();
+  EXPECT_TRUE(platform.IsTerminated());
+}
+
+}  // namespace
+}  // namespace mox
