@@ -36,7 +36,8 @@ class Statement {
   ~Statement();
 
   void BindNull(std::size_t index);
-  /// Converted to the parameter's kind. Raises ConversionError, Overflow.
+  /// Converted to the parameter's kind; a blank text for anything but a text is null. Raises ConversionError,
+  /// also for a text with a NUL character, and Overflow.
   void Bind(std::size_t index, const Value& value);
   void BindText(std::size_t index, std::string_view text);
   /// The current record's field, without building a value where the kinds are the same.
@@ -112,7 +113,9 @@ class Database {
 /// A text as `fold(column)` has it.
 std::string FoldKey(std::string_view text);
 /// The folded texts under which the database may hold a text that equals this one without regard to letter
-/// case and to blanks at its ends; usually one.
+/// case and to blanks at its ends; usually one. A column's folding makes the capitals of Croatian and its
+/// neighbours small; a text with letters of other alphabets may stand as given, in small letters, in capitals,
+/// or with capitals at its beginning or at that of each word. None for a text that no database holds.
 std::vector<std::string> FoldKeys(std::string_view text);
 
 /// A write transaction: everything until Commit, or nothing. It has the file for itself from the beginning

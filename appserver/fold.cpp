@@ -1,6 +1,7 @@
 #include "appserver/fold.h"
 
 #include <algorithm>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,48 @@ namespace mox {
 namespace {
 
 char SmallAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+std::string TwoOrThreeBytes(unsigned code) {
+  const auto byte = [](unsigned value) { return static_cast<char>(static_cast<unsigned char>(value)); };
+  if (code < 0x800) return {byte(0xC0U | code >> 6U), byte(0x80U | (code & 0x3FU))};
+  return {byte(0xE0U | code >> 12U), byte(0x80U | (code >> 6U & 0x3FU)), byte(0x80U | (code & 0x3FU))};
+}
+
+// The capitals of the small letters that are not ASCII: FoldCase turned round.
+const std::map<std::string, std::string, std::less<>>& Capitals() {
+  static const auto capitals = [] {
+    constexpr unsigned kFirst = 0xC0;
+    constexpr unsigned kLast = 0x1FFF;
+    std::map<std::string, std::string, std::less<>> found;
+    for (unsigned code = kFirst; code <= kLast; ++code) {
+      const std::string capital = TwoOrThreeBytes(code);
+      std::string small = FoldCase(capital);
+      if (small.size() > 1 && small != capital) found.emplace(std::move(small), capital);
+    }
+    return found;
+  }();
+  return capitals;
+}
+
+constexpr std::string_view kWordEnds = " -.,/(\t\r\n";
+
+enum class Which : std::uint8_t { kAll, kFirstOfText, kFirstOfWords };
+
+// A text of small letters with some of those that are not ASCII made capital.
+std::string WithCapitals(std::string_view small, Which which) {
+  std::string text;
+  bool first = true;
+  while (!small.empty()) {
+    const std::string_view letter = CutToCharacters(small, 1);
+    small.remove_prefix(letter.size());
+    const auto capital = Capitals().find(letter);
+    const bool replace = capital != Capitals().end() && (which == Which::kAll || first);
+    text += replace ? std::string_view(capital->second) : letter;
+    first = which == Which::kFirstOfWords && letter.size() == 1 &&
+            kWordEnds.find(letter) != std::string_view::npos;
+  }
+  return text;
+}
 
 }  // namespace
 
@@ -26,6 +69,17 @@ std::string FoldKey(std::string_view text) {
   return folded;
 }
 
-std::vector<std::string> FoldKeys(std::string_view text) { return {FoldKey(text)}; }
+std::vector<std::string> FoldKeys(std::string_view text) {
+  if (text.find('\0') != std::string_view::npos) return {};
+  std::vector<std::string> keys = {FoldKey(text)};
+  const std::string small = FoldCase(keys.front());
+  for (const std::string& spelling :
+       {small, WithCapitals(small, Which::kAll), WithCapitals(small, Which::kFirstOfText),
+        WithCapitals(small, Which::kFirstOfWords)}) {
+    std::string key = FoldKey(spelling);
+    if (std::find(keys.begin(), keys.end(), key) == keys.end()) keys.push_back(std::move(key));
+  }
+  return keys;
+}
 
 }  // namespace mox

@@ -50,5 +50,6 @@ extern const Command kWordsCommand;
 extern const Command kCurrencyCommand;
 extern const Command kWorkdaysCommand;
 extern const Command kServiceCommand;
+extern const Command kDbCommand;
 
 }  // namespace mox

@@ -25,7 +25,7 @@ constexpr const char* kUnwritable = "standard output cannot be written";
 
 const auto kCommands = std::to_array<const Command*>(
     {&kRoundCommand, &kCalcCommand, &kRecapCommand, &kDocumentCommand, &kOibCommand, &kIbanCommand,
-     &kWordsCommand, &kCurrencyCommand, &kWorkdaysCommand, &kServiceCommand});
+     &kWordsCommand, &kCurrencyCommand, &kWorkdaysCommand, &kServiceCommand, &kDbCommand});
 
 // --- help ---
 
