@@ -1,0 +1,60 @@
+#pragma once
+
+#include <string_view>
+
+#include "mox/foundation/record_set.h"
+
+namespace mox {
+
+// The totals of a supplier's document: the lines of a goods receipt summed by tax rate, and their return
+// fees, into currency fields of one header record. That record is put into edit mode and not posted; every
+// field is set, also to 0.
+//
+// Of a line are read tbr_stp, nfci (net invoice value, in whatever kind its field is), and, unless the kind
+// of the document carries no input tax and no fee, pov_nak per unit and kolicina. A rate is compared for
+// exact equality, and lines of rates without fields of their own go to roba_0 untaxed. Goods values are not
+// rounded beyond four decimals. The lines are left at their end, controls being disabled meanwhile.
+//
+// Both raise FieldNotFound for a column that is needed and Overflow for sums outside the range of a currency,
+// and then leave the header in edit mode with zeros.
+
+/// The header's fields, in the order of the parameters. Tax at 10 % and 13 % stands before tax at 5 %.
+struct DocDobavljacaFields {
+  Field roba_0;  ///< and of all rates that are not listed
+  Field roba_5;
+  Field roba_10;
+  Field roba_13;
+  Field roba_22;
+  Field roba_23;
+  Field roba_25;
+  Field pdv_10;
+  Field pdv_13;
+  Field pdv_5;
+  Field pdv_22;
+  Field pdv_23;
+  Field pdv_25;
+  Field pov_nak;
+};
+
+/// Where the additional feature "PrimkaDocDobInZTI" is allowed, dependent costs, zti, count into the goods
+/// value and so into the tax base. The tax of a line is rounded to digits (at least 2), its fee to
+/// hundredths; the sums of taxes are rounded to hundredths again. Kinds "RU" and "OK" carry no input tax and
+/// no fee.
+void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
+                       int digits);
+
+/// The same of the Bosnian edition.
+struct DocDobavljacaBIHFields {
+  Field roba_0;  ///< and of all rates that are not listed
+  Field roba_10;
+  Field roba_17;
+  Field pdv_10;
+  Field pdv_17;
+  Field pov_nak;
+};
+
+/// Dependent costs never count, taxes and fees of a line are rounded to hundredths, and only kind "RU"
+/// carries no input tax and no fee.
+void CalcDocDobavljacaBIH(const DocDobavljacaBIHFields& header, RecordSet& lines, std::string_view doc_kind);
+
+}  // namespace mox
