@@ -1,12 +1,14 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "appserver/database.h"
+#include "appserver/import_catalogue.h"
 #include "mox/foundation/app.h"
 #include "mox/host/company_parameters.h"
 
@@ -29,13 +31,15 @@ struct WriteFailure {
 struct WriteOutcome {
   bool committed = false;
   std::optional<WriteFailure> failure;  ///< of a refused one
-  std::optional<RecordSet> stored;      ///< keys and numbers that the server gave, where the transaction gives any
+  std::optional<RecordSet>
+      stored;  ///< keys and numbers that the server gave, where the transaction gives any
 };
 
 /// A named service or transaction, for people.
 struct ServiceInfo {
   std::string_view name;
-  std::string_view inputs;   ///< "skl_id:integer,datum:date"; of a transaction its record sets, "Zaglavlje,Stavke"
+  std::string_view
+      inputs;  ///< "skl_id:integer,datum:date"; of a transaction its record sets, "Zaglavlje,Stavke"
   std::string_view answers;  ///< the record sets that it answers, "adsSkl"
   std::string_view summary;
 };
@@ -51,12 +55,14 @@ class CompanyServer : public TdmComunication {
   explicit CompanyServer(Database database, Log log = nullptr);
 
   Database& database() { return database_; }
-  /// Overrides a company parameter, and additional features of that name, as CompanyParameterModule does.
+  /// The SQL texts that the service "ImportGrid" runs.
+  ImportCatalogue& import_catalogue() { return import_catalogue_; }
+  /// "NAME=VALUE" overrides the company parameter and the additional feature of that name.
   void SetParameter(std::string_view assignment);
 
   RecordSet* CompanyParameters() override;
-  /// Null for an unknown service, which is logged. Raises DatabaseError when the database fails, Error naming
-  /// a missing or unknown input.
+  /// Null for an unknown service. Raises DatabaseError when the database fails, Error naming the service and
+  /// an input that is missing, unknown or of another kind, or an SQL text that is not in the catalogue.
   std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
                                                     std::string_view service) override;
   /// 0 when nothing was stored; LastWrite() tells why, and the log was told.
@@ -65,9 +71,15 @@ class CompanyServer : public TdmComunication {
   const WriteOutcome& LastWrite() const { return last_write_; }
 
  private:
+  std::unique_ptr<TAstaParamList> Answer(const TAstaParamList& request, std::string_view service);
+  std::optional<RecordSet> Store(const TAstaParamList& request, WriteFailure& failure);
+  void Tell(std::string_view line) const;
+
   Database database_;
   Log log_;
-  CompanyParameterModule parameters_;
+  ImportCatalogue import_catalogue_;
+  CompanyParameterModule parameters_;  // of the database and set ones
+  CompanyParameterModule set_parameters_;
   WriteOutcome last_write_;
 };
 

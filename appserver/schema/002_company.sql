@@ -20,7 +20,6 @@ CREATE TABLE dodatne_mogucnosti (
   allow BOOLEAN DEFAULT FALSE NOT NULL,
   opis VARCHAR(255)
 );
-CREATE INDEX dodatne_mogucnosti_code ON dodatne_mogucnosti (fold(code));
 
 CREATE TABLE skladiste (
   id KEY,
@@ -34,7 +33,7 @@ CREATE TABLE skladiste (
   FOREIGN KEY (mjesto_id) REFERENCES mjesto (id)
 );
 CREATE INDEX skladiste_sifra ON skladiste (fold(sifra));
-CREATE INDEX skladiste_gln ON skladiste (fold(gln));
+CREATE INDEX skladiste_gln ON skladiste (gln);
 
 -- Business premises under which fiscal receipts are numbered; za_ugovore: those of contracts.
 CREATE TABLE poslovni_prostor (

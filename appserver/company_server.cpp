@@ -1,0 +1,162 @@
+#include "appserver/company_server.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "appserver/read_service.h"
+#include "appserver/write_transactions.h"
+
+namespace mox {
+namespace {
+
+constexpr ServiceInfo kImportGrid = {"ImportGrid", "params1:text,params2:text", "adsList",
+                                     "which values stand in the database, for look-ups in the catalogue"};
+constexpr std::string_view kAdditionalFeatures = "AdditionalFeaturesData";
+
+// Control characters of what clients send do not break a line of the log.
+std::string OneLine(std::string_view text) {
+  std::string line(text);
+  std::replace_if(
+      line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; },
+      ' ');
+  return line;
+}
+
+template <typename Row>
+const Row* FindRow(std::span<const Row> table, std::string_view name) {
+  const auto found =
+      std::find_if(table.begin(), table.end(), [name](const Row& row) { return row.name == name; });
+  return found == table.end() ? nullptr : &*found;
+}
+
+// Names joined for people, kept for the life of the program.
+template <typename Items>
+std::string_view JoinNames(const Items& items) {
+  std::string joined;
+  for (const auto& item : items) joined.append(joined.empty() ? "" : ",").append(item.name);
+  static std::vector<std::unique_ptr<const std::string>> kept;
+  return *kept.emplace_back(std::make_unique<const std::string>(std::move(joined)));
+}
+
+std::vector<ServiceInfo> DescribeReadServices() {
+  std::vector<ServiceInfo> services;
+  for (const ReadService& service : ReadServiceTable()) {
+    services.push_back({service.name, service.inputs, JoinNames(service.answers), service.summary});
+  }
+  services.push_back(kImportGrid);
+  return services;
+}
+
+std::vector<ServiceInfo> DescribeTransactions() {
+  std::vector<ServiceInfo> transactions;
+  for (const NamedTransaction& row : NamedTransactionTable()) {
+    transactions.push_back({row.name, JoinNames(row.record_sets), "", row.summary});
+  }
+  return transactions;
+}
+
+}  // namespace
+
+std::span<const ServiceInfo> ReadServices() {
+  static const std::vector<ServiceInfo> services = DescribeReadServices();
+  return services;
+}
+
+std::span<const ServiceInfo> NamedTransactions() {
+  static const std::vector<ServiceInfo> transactions = DescribeTransactions();
+  return transactions;
+}
+
+std::string WriteFailure::ToString() const {
+  std::string text = transaction;
+  const auto add = [&text](std::string_view part) { text.append(text.empty() ? "" : ": ").append(part); };
+  if (!record_set.empty()) add(record_set);
+  if (row > 0) add("row " + std::to_string(row));
+  if (!field.empty()) add(field);
+  add(message);
+  return OneLine(text);
+}
+
+CompanyServer::CompanyServer(Database database, Log log)
+    : database_(std::move(database)), log_(std::move(log)) {
+  RecordSet stored = database_.Query("parametri", ParseColumns("naziv,vrijednost"),
+                                     "SELECT naziv, vrijednost FROM parametri_poduzeca ORDER BY id");
+  for (; !stored.Eof(); stored.Next()) parameters_.Set(stored.AsTextView(0), stored.AsTextView(1));
+}
+
+void CompanyServer::SetParameter(std::string_view assignment) {
+  set_parameters_.SetAssignment(assignment);
+  parameters_.SetAssignment(assignment);
+}
+
+RecordSet* CompanyServer::CompanyParameters() { return parameters_.CompanyParameters(); }
+
+void CompanyServer::Tell(std::string_view line) const {
+  if (log_) log_(OneLine(line));
+}
+
+std::unique_ptr<TAstaParamList> CompanyServer::Answer(const TAstaParamList& request,
+                                                      std::string_view service) {
+  if (service == kImportGrid.name) {
+    const ServiceInputs inputs(kImportGrid.inputs, request);
+    auto answers = std::make_unique<TAstaParamList>();
+    answers->FastAdd(kImportGrid.answers, import_catalogue_.Find(database_, inputs.As<std::string>("params1"),
+                                                                 inputs.As<std::string>("params2")));
+    return answers;
+  }
+  const ReadService* const row = FindRow(ReadServiceTable(), service);
+  if (row == nullptr) {
+    Tell("unknown service " + std::string(service));
+    return nullptr;
+  }
+  auto answers = RunReadService(*row, database_, request);
+  if (service != kAdditionalFeatures) return answers;
+  auto overridden = set_parameters_.ReportDataService(request, service);
+  return overridden == nullptr ? std::move(answers) : std::move(overridden);
+}
+
+std::unique_ptr<TAstaParamList> CompanyServer::ReportDataService(const TAstaParamList& request,
+                                                                 std::string_view service) {
+  try {
+    return Answer(request, service);
+  } catch (const DatabaseError& error) {
+    Tell("service " + std::string(service) + ": " + error.what());
+    throw;
+  } catch (const Error& error) {
+    const std::string message = "service " + std::string(service) + ": " + error.what();
+    Tell(message);
+    throw Error(message);
+  }
+}
+
+// Fills `failure` with what is known of the request on the way.
+std::optional<RecordSet> CompanyServer::Store(const TAstaParamList& request, WriteFailure& failure) {
+  if (request.Count() != 1) {
+    throw Error("a write request has one item, this one has " + std::to_string(request.Count()));
+  }
+  const TAstaParam& item = request[0];
+  failure.transaction = item.Name();
+  const NamedTransaction* const transaction = FindRow(NamedTransactionTable(), item.Name());
+  if (transaction == nullptr) throw Error("unknown transaction");
+  return RunNamedTransaction(*transaction, database_, item.AsTextView());
+}
+
+int CompanyServer::WriteDataService(const TAstaParamList& request) {
+  last_write_ = {};
+  WriteFailure failure;
+  try {
+    last_write_.stored = Store(request, failure);
+    last_write_.committed = true;
+    return 1;
+  } catch (const WriteRefused& refused) {
+    failure = {std::move(failure.transaction), refused.failure().record_set, refused.failure().row,
+               refused.failure().field, refused.failure().message};
+  } catch (const std::exception& error) {
+    failure.message = error.what();
+  }
+  Tell("refused " + failure.ToString());
+  last_write_.failure = std::move(failure);
+  return 0;
+}
+
+}  // namespace mox

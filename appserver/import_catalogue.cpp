@@ -1,0 +1,197 @@
+#include "appserver/import_catalogue.h"
+
+#include <algorithm>
+#include <optional>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+constexpr std::string_view kSeparator = "','";
+constexpr std::size_t kPortion = 1000;
+constexpr std::size_t kShownSql = 200;  // characters of a refused text
+
+std::vector<std::string_view> SplitValues(std::string_view values) {
+  std::vector<std::string_view> split;
+  for (std::size_t at; (at = values.find(kSeparator)) != std::string_view::npos;) {
+    split.push_back(values.substr(0, at));
+    values.remove_prefix(at + kSeparator.size());
+  }
+  split.push_back(values);
+  return split;
+}
+
+// "25", "25.0", "25,00" and "1.250,50" as the shortest text with a decimal point; none for what is no number.
+std::optional<std::string> NumberKey(std::string_view text) {
+  std::string number(TrimBlanks(text));
+  if (const std::size_t comma = number.rfind(','); comma != std::string::npos) {
+    number.erase(std::remove(number.begin(), number.begin() + static_cast<std::ptrdiff_t>(comma), '.'),
+                 number.begin() + static_cast<std::ptrdiff_t>(comma));
+    number[number.find(',')] = '.';
+  }
+  try {
+    return ShortestNumber(ParseNumber(number));
+  } catch (const Error&) {
+    return std::nullopt;
+  }
+}
+
+// Digits without decimals that are all 0, which spreadsheets add: "1200,00" is "1200". Zeros in front stay.
+std::string DigitsKey(std::string_view text) {
+  text = TrimBlanks(text);
+  const std::size_t end = text.find_last_not_of('0');
+  const bool whole = end != std::string_view::npos && end > 0 && (text[end] == ',' || text[end] == '.') &&
+                     text.find_first_not_of("0123456789") == end;
+  return FoldKey(whole ? text.substr(0, end) : text);
+}
+
+// The keys that the database is asked for, each once, and for numbers the texts that asked for a key.
+class AskedValues {
+ public:
+  AskedValues(std::string_view values, bool number_column, bool numeric) {
+    for (const std::string_view value : SplitValues(values)) {
+      if (!numeric) {
+        for (std::string& key : FoldKeys(value)) AddKey(std::move(key));
+        continue;
+      }
+      std::optional<std::string> key = number_column ? NumberKey(value) : DigitsKey(value);
+      if (!key) continue;
+      AddKey(*key);
+      std::vector<std::string_view>& texts = texts_[*key];
+      if (std::find(texts.begin(), texts.end(), value) == texts.end()) texts.push_back(value);
+    }
+  }
+
+  const std::vector<std::string>& keys() const { return keys_; }
+  const std::vector<std::string_view>& TextsOf(const std::string& key) const {
+    static const std::vector<std::string_view> none;
+    const auto found = texts_.find(key);
+    return found == texts_.end() ? none : found->second;
+  }
+
+ private:
+  void AddKey(std::string key) {
+    if (known_.insert(key).second) keys_.push_back(std::move(key));
+  }
+
+  std::vector<std::string> keys_;
+  std::unordered_set<std::string> known_;
+  std::unordered_map<std::string, std::vector<std::string_view>> texts_;
+};
+
+// Runs the look-up for all keys in portions of one prepared statement; the last one is filled up with its
+// last key.
+void RunInPortions(Database& database, const ImportLookup& lookup, bool number_column,
+                   const std::vector<std::string>& keys, RecordSet& found) {
+  if (keys.empty()) return;
+  const std::size_t portion = std::min({keys.size(), kPortion, database.MostParameters()});
+  const std::vector<FieldKind> kinds(portion, number_column ? FieldKind::kFloat : FieldKind::kText);
+  Statement statement = database.Prepare(ImportLookupSql(lookup, !number_column, portion), kinds);
+  for (std::size_t begin = 0; begin < keys.size(); begin += portion) {
+    for (std::size_t i = 0; i < portion; ++i) {
+      const std::string& key = keys[std::min(begin + i, keys.size() - 1)];
+      if (number_column) {
+        statement.Bind(i, ParseNumber(key));
+      } else {
+        statement.BindText(i, key);
+      }
+    }
+    statement.ExecuteInto(found);
+  }
+}
+
+RecordSet OneColumn(std::string_view name, const std::string& column, FieldKind kind) {
+  RecordSet records{std::string(name)};
+  records.DefineField(column, kind);
+  records.Open();
+  return records;
+}
+
+FieldKind KindOfColumn(Database& database, const std::string& table, const std::string& column) {
+  for (const FieldDef& field : database.TableColumns(table)) {
+    if (SameName(field.name, column)) return field.kind;
+  }
+  throw Error("the database has no column \"" + table + "." + column + "\"");
+}
+
+// Look-ups of master data that the import profiles ask for.
+const ImportLookup kMasterData[] = {
+    {"select NAZIV from PAR WHERE NAZIV in", "par", "naziv", "NAZIV"},
+    {"select sifra SIFRA_DOBAVLJACA from par where sifra in ", "par", "sifra", "SIFRA_DOBAVLJACA"},
+    {"select PTT as PTT from mjesto where PTT in ", "mjesto", "ptt", "PTT"},
+    {"select PTT as PTT_MJE_ROD from mjesto where PTT in ", "mjesto", "ptt", "PTT_MJE_ROD"},
+    {"select NAZIV as MJESTO from mjesto where NAZIV in ", "mjesto", "naziv", "MJESTO"},
+    {"select NAZIV as MJESTO_ROD from mjesto where NAZIV in ", "mjesto", "naziv", "MJESTO_ROD"},
+    {"select naziv from mjesto WHERE naziv in", "mjesto", "naziv", "naziv"},
+    {"select OZNAKA as DRZAVA from DRZAVE WHERE OZNAKA in", "drzave", "oznaka", "DRZAVA"},
+    {"select OZNAKA as VALUTA from valuta WHERE OZNAKA in", "valuta", "oznaka", "VALUTA"},
+    {"select NAZIV as KOMERCIJALIST from KOMERCIJALIST WHERE NAZIV in", "komercijalist", "naziv",
+     "KOMERCIJALIST"},
+    {"select sifra SIFRA_ARTIKLA_RF from art where sifra in ", "art", "sifra", "SIFRA_ARTIKLA_RF"},
+    {"select stopa as TBR from tbr WHERE stopa in ", "tbr", "stopa", "TBR"},
+    {"select sifra as CAR_TAR_BR from CAR_TAR_BR WHERE sifra in  ", "car_tar_br", "sifra", "CAR_TAR_BR", "",
+     true},
+    {"select JMBG from zaposlenik WHERE JMBG in ", "zaposlenik", "jmbg", "JMBG"},
+    {"select sifra as SIFRA_ZAP from zaposlenik where oib in ", "zaposlenik", "oib", "SIFRA_ZAP", "sifra"},
+    {"select NAZIV as PUTNI_TROSAK_NAKNADA_NAZIV from naknada_place where upper(NAZIV) in ", "naknada_place",
+     "naziv", "PUTNI_TROSAK_NAKNADA_NAZIV"},
+    {"select NAZIV as RADNO_MJESTO from RADNO_MJESTO where upper(NAZIV) in ", "radno_mjesto", "naziv",
+     "RADNO_MJESTO"},
+    {"select NAZIV as NAZIV from apo_smjestajna_jedinica where NAZIV in", "apo_smjestajna_jedinica", "naziv",
+     "NAZIV"},
+    {"select NAZIV from RESURS WHERE NAZIV in", "resurs", "naziv", "NAZIV"},
+    {"select BrojPutneIsprave as BROJ_ISPRAVE from APO_FizickeOsobeAtributi WHERE BrojPutneIsprave in ",
+     "apo_fizickeosobeatributi", "brojputneisprave", "BROJ_ISPRAVE"},
+    {"select BROJ as BROJ_GR from APO_GrupeRezervacije where BROJ in", "apo_gruperezervacije", "broj",
+     "BROJ_GR"},
+    {"select sifra as VR_KNJ from fin_vr_k where sifra in ", "fin_vr_k", "sifra", "VR_KNJ"},
+};
+
+}  // namespace
+
+ImportCatalogue::ImportCatalogue() : lookups_(std::begin(kMasterData), std::end(kMasterData)) {}
+
+void ImportCatalogue::Register(ImportLookup lookup) {
+  for (const ImportLookup& known : lookups_) {
+    if (known.sql == lookup.sql) throw Error("the look-up \"" + lookup.sql + "\" is registered already");
+  }
+  lookups_.push_back(std::move(lookup));
+}
+
+RecordSet ImportCatalogue::Find(Database& database, std::string_view sql, std::string_view values) const {
+  const auto asked = [sql](const ImportLookup& lookup) { return lookup.sql == sql; };
+  const auto lookup = std::find_if(lookups_.begin(), lookups_.end(), asked);
+  if (lookup == lookups_.end()) {
+    throw Error("the SQL text is not in the catalogue: " + std::string(CutToCharacters(sql, kShownSql)));
+  }
+  const bool number_column = KindOfColumn(database, lookup->table, lookup->matched) != FieldKind::kText;
+  const bool numeric = number_column || lookup->numeric;
+  const AskedValues asked_values(values, number_column, numeric);
+
+  RecordSet found =
+      OneColumn("adsList", lookup->answer, number_column ? FieldKind::kFloat : FieldKind::kText);
+  RunInPortions(database, *lookup, number_column, asked_values.keys(), found);
+  if (!found.IsEmpty()) found.First();
+  if (!numeric) return found;
+
+  RecordSet as_asked = OneColumn("adsList", lookup->answer, FieldKind::kText);
+  for (; !found.Eof(); found.Next()) {
+    const std::string key = number_column ? ShortestNumber(found.AsFloat(0)) : FoldKey(found.AsTextView(0));
+    for (const std::string_view text : asked_values.TextsOf(key)) as_asked.AppendRecord({std::string(text)});
+  }
+  if (!as_asked.IsEmpty()) as_asked.First();
+  return as_asked;
+}
+
+std::string ImportLookupSql(const ImportLookup& lookup, bool folded, std::size_t values) {
+  const std::string& selected = lookup.selected.empty() ? lookup.matched : lookup.selected;
+  std::string sql = "SELECT " + selected + " FROM " + lookup.table + " WHERE ";
+  sql += folded ? "fold(" + lookup.matched + ")" : lookup.matched;
+  for (std::size_t i = 0; i < values; ++i) sql += (i == 0 ? " IN (:v" : ", :v") + std::to_string(i);
+  return sql + ")";
+}
+
+}  // namespace mox

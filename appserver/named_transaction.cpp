@@ -1,0 +1,74 @@
+#include <algorithm>
+
+#include "appserver/write_transactions.h"
+#include "mox/foundation/text.h"
+#include "mox/server/param_list.h"
+
+namespace mox {
+namespace {
+
+[[noreturn]] void RefuseSet(std::string_view record_set, std::string message) {
+  throw WriteRefused({"", std::string(record_set), 0, "", std::move(message)});
+}
+
+RecordSet ReadRecordSet(const TokenizedItem& item) {
+  if (item.kind != ParamKind::kText && item.kind != ParamKind::kDataSet) {
+    RefuseSet(item.name, "is no record set");
+  }
+  RecordSet records;
+  try {
+    records.LoadFromString(item.value);
+  } catch (const Error& error) {
+    RefuseSet(item.name, error.what());
+  }
+  records.SetName(std::string(item.name));
+  return records;
+}
+
+}  // namespace
+
+SentRecordSets::SentRecordSets(std::string_view inner) {
+  for (const TokenizedItem& item : TokenizedItems(inner)) {
+    if (Find(item.name) != nullptr) RefuseSet(item.name, "was sent twice");
+    sets_.push_back(ReadRecordSet(item));
+  }
+}
+
+RecordSet* SentRecordSets::Find(std::string_view name) {
+  const auto same = [name](const RecordSet& records) { return SameName(records.Name(), name); };
+  const auto found = std::find_if(sets_.begin(), sets_.end(), same);
+  return found == sets_.end() ? nullptr : &*found;
+}
+
+const RecordSetRule* NamedTransaction::FindRule(std::string_view record_set) const {
+  const auto same = [record_set](const RecordSetRule& rule) { return SameName(rule.name, record_set); };
+  const auto found = std::find_if(record_sets.begin(), record_sets.end(), same);
+  return found == record_sets.end() ? nullptr : &*found;
+}
+
+std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction, Database& database,
+                                             std::string_view inner) {
+  SentRecordSets sent(inner);
+  for (const RecordSet& records : sent.All()) {
+    if (transaction.FindRule(records.Name()) == nullptr) {
+      RefuseSet(records.Name(), "the transaction takes no such record set");
+    }
+  }
+  for (const RecordSetRule& rule : transaction.record_sets) {
+    if (rule.required && sent.Find(rule.name) == nullptr) RefuseSet(rule.name, "is missing");
+  }
+
+  WriteTransaction guard(database);
+  std::optional<RecordSet> stored;
+  if (transaction.handler != nullptr) {
+    stored = transaction.handler(transaction, database, sent);
+  } else {
+    for (RecordSet& records : sent.All()) {
+      InsertRecords(database, records, transaction.FindRule(records.Name())->table);
+    }
+  }
+  guard.Commit();
+  return stored;
+}
+
+}  // namespace mox

@@ -1,0 +1,90 @@
+#include "appserver/read_service.h"
+
+#include <algorithm>
+
+#include "appserver/sql_text.h"
+#include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
+
+namespace mox {
+namespace {
+
+std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
+
+RecordSet RunQuery(const ServiceAnswer& answer, Database& database, const ServiceInputs& inputs) {
+  const bool whole_table = answer.columns.starts_with('*');
+  const Columns columns =
+      whole_table ? database.TableColumns(answer.columns.substr(1)) : ParseColumns(answer.columns);
+  RecordSet records{std::string(answer.name)};
+  for (const FieldDef& column : columns) records.DefineField(column);
+  records.Open();
+
+  const std::vector<std::string> names = FindParameters(answer.sql).names;
+  std::vector<FieldKind> kinds;
+  for (const std::string& name : names) kinds.push_back(inputs.KindOf(name));
+  Statement statement = database.Prepare(answer.sql, kinds);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (inputs.IsNull(names[i])) {
+      statement.BindNull(i);
+    } else {
+      statement.Bind(i, inputs[names[i]]);
+    }
+  }
+  statement.ExecuteInto(records);
+  if (!records.IsEmpty()) records.First();
+  return records;
+}
+
+}  // namespace
+
+ServiceInputs::ServiceInputs(std::string_view declared, const TAstaParamList& request) {
+  const Columns columns = declared.empty() ? Columns() : ParseColumns(declared);
+  for (const FieldDef& column : columns) {
+    const bool optional = column.name.ends_with('?');
+    const std::string name = column.name.substr(0, column.name.size() - (optional ? 1 : 0));
+    const TAstaParam* const given = request.FindParam(name);
+    Value value;
+    try {
+      if (given != nullptr) value = ConvertTo(column.kind, given->AsVariant());
+    } catch (const Error& error) {
+      throw Error("input " + Quoted(name) + ": " + error.what());
+    }
+    if (!optional && std::holds_alternative<std::monostate>(value)) {
+      throw Error("input " + Quoted(name) + " is missing");
+    }
+    inputs_.push_back({name, column.kind, std::move(value)});
+  }
+  for (std::size_t i = 0; i < request.Count(); ++i) {
+    const std::string& name = request[i].Name();
+    Find(name);
+    if (request.FindParam(name) != &request[i]) throw Error("input " + Quoted(name) + " is given twice");
+  }
+}
+
+const ServiceInputs::Input& ServiceInputs::Find(std::string_view name) const {
+  const auto same = [name](const Input& input) { return SameName(input.name, name); };
+  const auto found = std::find_if(inputs_.begin(), inputs_.end(), same);
+  if (found == inputs_.end()) throw Error("there is no input " + Quoted(name));
+  return *found;
+}
+
+const Value& ServiceInputs::operator[](std::string_view name) const { return Find(name).value; }
+
+FieldKind ServiceInputs::KindOf(std::string_view name) const { return Find(name).kind; }
+
+void ServiceInputs::Derive(std::string_view name, FieldKind kind, Value value) {
+  inputs_.push_back({std::string(name), kind, std::move(value)});
+}
+
+std::unique_ptr<TAstaParamList> RunReadService(const ReadService& service, Database& database,
+                                               const TAstaParamList& request) {
+  ServiceInputs inputs(service.inputs, request);
+  if (service.prepare != nullptr) service.prepare(database, inputs);
+  auto answers = std::make_unique<TAstaParamList>();
+  for (const ServiceAnswer& answer : service.answers) {
+    answers->FastAdd(answer.name, RunQuery(answer, database, inputs));
+  }
+  return answers;
+}
+
+}  // namespace mox

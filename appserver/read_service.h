@@ -1,0 +1,74 @@
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "appserver/company_server.h"
+#include "appserver/database.h"
+#include "mox/server/param_list.h"
+
+namespace mox {
+
+/// The inputs of one request, checked and in the kinds that the service declares, and what the service
+/// derives from them for its SQL.
+class ServiceInputs {
+ public:
+  /// `declared` is "skl_id:integer,datum:date"; a '?' after a name means that it may be missing, which is
+  /// null. Raises Error naming an input that is missing, unknown or given twice, or that has another kind.
+  ServiceInputs(std::string_view declared, const TAstaParamList& request);
+
+  /// Raises Error for a name that is no input.
+  const Value& operator[](std::string_view name) const;
+  FieldKind KindOf(std::string_view name) const;
+  template <typename T>
+  const T& As(std::string_view name) const {
+    return std::get<T>((*this)[name]);
+  }
+  bool IsNull(std::string_view name) const { return std::holds_alternative<std::monostate>((*this)[name]); }
+
+  /// Another value for the SQL.
+  void Derive(std::string_view name, FieldKind kind, Value value);
+
+ private:
+  struct Input {
+    std::string name;
+    FieldKind kind;
+    Value value;
+  };
+  const Input& Find(std::string_view name) const;
+
+  std::vector<Input> inputs_;
+};
+
+/// One record set of an answer: its SQL, whose parameters are inputs. `columns` is "id:integer,naziv", or the
+/// name of a table after a '*', whose columns it has.
+struct ServiceAnswer {
+  std::string_view name;
+  std::string_view columns;
+  std::string_view sql;
+};
+
+/// What a service does before its SQL runs: checks inputs and derives others.
+using PrepareInputs = void (*)(Database& database, ServiceInputs& inputs);
+
+/// A named read service.
+struct ReadService {
+  std::string_view name;
+  std::string_view inputs;
+  std::string_view summary;
+  std::vector<ServiceAnswer> answers;
+  PrepareInputs prepare = nullptr;
+};
+
+/// Every read service that is answered by SQL alone.
+std::span<const ReadService> ReadServiceTable();
+
+/// Raises DatabaseError, Error.
+std::unique_ptr<TAstaParamList> RunReadService(const ReadService& service, Database& database,
+                                               const TAstaParamList& request);
+
+}  // namespace mox

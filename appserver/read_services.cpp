@@ -1,0 +1,247 @@
+#include <algorithm>
+#include <ctime>
+
+#include "appserver/read_service.h"
+
+namespace mox {
+namespace {
+
+Date Today() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  return MakeDate(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday).value();
+}
+
+// The rate is asked by the currency's id or by its code.
+void CheckTecaj(Database& /*database*/, ServiceInputs& inputs) {
+  const std::string& by = inputs.As<std::string>("valIdOrValOzn");
+  if (by != "id" && by != "ozn") throw Error("input \"valIdOrValOzn\" must be \"id\" or \"ozn\"");
+  const std::string key = "val_" + by;
+  if (inputs.IsNull(key)) throw Error("input \"" + key + "\" is missing");
+}
+
+// The numbers of a supplier's documents begin anew each year.
+void PrepareBrojDokDob(Database& /*database*/, ServiceInputs& inputs) {
+  const int year = ToCivil(inputs.As<Date>("datum_dok_dob")).year;
+  inputs.Derive("od", FieldKind::kDate, MakeDate(year, 1, 1).value());
+  inputs.Derive("do", FieldKind::kDate, MakeDate(year, 12, 31).value());
+  inputs.Derive("broj_kljuc", FieldKind::kText, FoldKey(inputs.As<std::string>("broj_dok_dob")));
+}
+
+// What was due before that day is overdue beyond the days that the partner is allowed.
+void PrepareKreditniLimit(Database& database, ServiceInputs& inputs) {
+  const RecordSet days =
+      database.Query("dani", ParseColumns("dani:integer"),
+                     "SELECT dani_kasnjenja FROM par WHERE id = :par_id", {inputs["par_id"]});
+  const std::int64_t allowed = days.IsEmpty() ? 0 : days.AsInteger(0);
+  const std::int64_t first_day = MakeDate(1, 1, 1).value().days;
+  const std::int64_t since = std::max(Today().days - allowed, first_day);
+  inputs.Derive("kasni_prije", FieldKind::kDate, Date{static_cast<std::int32_t>(since)});
+}
+
+constexpr std::string_view kSkladisteColumns =
+    "id:integer,sifra,naziv,gln,adresa,ptt,mjesto,webshop:boolean,aktivan:boolean";
+
+constexpr std::string_view kPoslovniProstorColumns =
+    "id:integer,skl_id:integer,oznaka,naplatni_uredjaj,adresa,vrijedi_od:date";
+
+constexpr std::string_view kDokumentColumns =
+    "id:integer,vrsta,godina:integer,broj:integer,datum:date,datum_dospijeca:date,skl_id:integer,"
+    "skl_naziv,par_id:integer,par_naziv,valuta_id:integer,val_ozn,tecaj:float,user_id,broj_dok_dob,"
+    "datum_dok_dob:date,nacin_placanja,poziv_na_br,opis,ukupno:currency";
+
+// --- the company ---
+
+constexpr std::string_view kTecajColumns = "datum:date,val_id:integer,val_ozn,tecaj:float,val_naziv,napomena";
+
+constexpr std::string_view kTecajSql = R"(
+SELECT t.datum, v.id, v.oznaka, t.tecaj, v.naziv, t.napomena
+FROM tecaj t JOIN valuta v ON v.id = t.val_id
+WHERE t.datum <= :datum
+  AND ((:valIdOrValOzn = 'id' AND v.id = :val_id) OR
+       (:valIdOrValOzn = 'ozn' AND v.oznaka = UPPER(TRIM(:val_ozn))))
+ORDER BY t.datum DESC LIMIT 1)";
+
+const ReadService kServices[] = {
+    // --- the company ---
+
+    {"GetSkladista", "", "all warehouses", {{"adsSkl", kSkladisteColumns, R"(
+SELECT s.id, s.sifra, s.naziv, s.gln, s.adresa, m.ptt, m.naziv, s.webshop, s.aktivan
+FROM skladiste s LEFT JOIN mjesto m ON m.id = s.mjesto_id
+ORDER BY s.sifra)"}}},
+
+    {"GetSklFromGLN", "GLN", "the warehouse of a global location number", {{"adsSkl", kSkladisteColumns, R"(
+SELECT s.id, s.sifra, s.naziv, s.gln, s.adresa, m.ptt, m.naziv, s.webshop, s.aktivan
+FROM skladiste s LEFT JOIN mjesto m ON m.id = s.mjesto_id
+WHERE s.gln = TRIM(:GLN))"}}},
+
+    {"WebshopSklGet", "", "the warehouse of the web shop", {{"adsWebshopSkl", "webshop_rj_id:integer", R"(
+SELECT id FROM skladiste WHERE webshop ORDER BY id LIMIT 1)"}}},
+
+    {"GetCompanyIban",
+     "",
+     "the company's bank accounts, the main one first",
+     {{"adsIbani", "id:integer,iban,banka,swift,valuta,glavni:boolean", R"(
+SELECT i.id, i.iban, b.naziv, b.swift, v.oznaka, i.glavni
+FROM poduzece_ibani i
+LEFT JOIN banke b ON b.id = i.banka_id
+LEFT JOIN valuta v ON v.id = i.valuta_id
+ORDER BY i.glavni DESC, i.id)"}}},
+
+    {"PoslProstorZaFisk",
+     "skl_id:integer",
+     "the business premises of a warehouse, for fiscal receipts",
+     {{"PoslProData", kPoslovniProstorColumns, R"(
+SELECT id, skl_id, oznaka, naplatni_uredjaj, adresa, vrijedi_od
+FROM poslovni_prostor WHERE skl_id = :skl_id AND NOT za_ugovore ORDER BY id)"}}},
+
+    {"UgoPoslProstorZaFisk",
+     "skl_id:integer",
+     "the same for contracts",
+     {{"PoslProData", kPoslovniProstorColumns, R"(
+SELECT id, skl_id, oznaka, naplatni_uredjaj, adresa, vrijedi_od
+FROM poslovni_prostor WHERE skl_id = :skl_id AND za_ugovore ORDER BY id)"}}},
+
+    {"AdditionalFeaturesData",
+     "Code",
+     "whether an additional feature is allowed",
+     {{"adsAddFeatures", "Allow:boolean", R"(
+SELECT allow FROM dodatne_mogucnosti WHERE code = :Code)"}}},
+
+    {"Kat\\DodatniParametriPoduzeca",
+     "",
+     "the additional company parameters",
+     {{"adsList", "naziv,vrijednost,opis", R"(
+SELECT naziv, vrijednost, opis FROM dodatni_parametri ORDER BY naziv)"}}},
+
+    {"IntegrationsUsersAccounts",
+     "",
+     "the company's account with the intermediary of e-invoices",
+     {{"adsLoginData", "EracunSendB2CBills:boolean,EracunB2CUrl,EracunUserName,EracunKey", R"(
+SELECT eracun_send_b2c_bills, eracun_b2c_url, eracun_user_name, eracun_key
+FROM integracije_racuni WHERE user_id = '')"}}},
+
+    {"CheckIfRlistaExist",
+     "zapID:integer,od_datuma:date,do_datuma:date",
+     "an employee's lists that reach into a period",
+     {{"ads", "id:integer,od_datuma:date,do_datuma:date", R"(
+SELECT id, od_datuma, do_datuma FROM rlista
+WHERE zaposlenik_id = :zapID AND od_datuma <= :do_datuma AND do_datuma >= :od_datuma
+ORDER BY od_datuma, id)"}}},
+
+    // --- partners and payments ---
+
+    {"KreditniLimitPartnera",
+     "par_id:integer",
+     "a partner's credit limit, allowed days overdue, open balance and number of overdue documents",
+     {{"KreditniLimit",
+       "limit:currency,DaniKasnjenja:integer,saldo:currency,PostojiKasnjenje:integer,"
+       "fakturiranje_limit_duga:boolean,faktur_limit_duga_once:boolean",
+       R"(
+SELECT p.limit_duga, p.dani_kasnjenja,
+  (SELECT ROUND(COALESCE(SUM(o.duguje - o.potrazuje), 0), 4) FROM otvorene_stavke o
+   WHERE o.par_id = :par_id),
+  (SELECT COUNT(*) FROM
+    (SELECT o.br_dok FROM otvorene_stavke o
+     WHERE o.par_id = :par_id
+     GROUP BY o.br_dok
+     HAVING ROUND(SUM(o.duguje - o.potrazuje), 4) > 0
+       AND MIN(CASE WHEN o.duguje > 0 THEN o.datum_dos END) < :kasni_prije) kasne),
+  p.fakturiranje_limit_duga, p.faktur_limit_duga_once
+FROM par p WHERE p.id = :par_id)"}},
+     PrepareKreditniLimit},
+
+    {"GetTecaj",
+     "datum:date,val_id?:integer,val_ozn?:text,valIdOrValOzn:text",
+     "the exchange rate of a currency on a date: the last one on or before it",
+     {{"adsTecaj", kTecajColumns, kTecajSql}, {"adsInfoTecaj", kTecajColumns, kTecajSql}},
+     CheckTecaj},
+
+    {"GetVirmanData",
+     "VirmanId:integer,DocId:integer,IznosRacuna:currency,ParId:integer",
+     "what a payment slip (HUB-3) for a document says",
+     {{"adsVirmanData",
+       "platitelj_naziv,platitelj_adresa,platitelj_mjesto,primatelj_naziv,primatelj_adresa,"
+       "primatelj_mjesto,primatelj_iban,model,poziv_na_br,iznos:currency,valuta,sifra_namjene,"
+       "opis_placanja",
+       R"(
+SELECT p.naziv, TRIM(COALESCE(p.adresa, '') || ' ' || COALESCE(p.adresabroj, '')),
+  TRIM(COALESCE(m.ptt, '') || ' ' || COALESCE(m.naziv, '')),
+  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'NazivPoduzeca'),
+  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'AdresaPoduzeca'),
+  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'MjestoPoduzeca'),
+  i.iban, s.model,
+  COALESCE(d.poziv_na_br, CAST(d.broj AS VARCHAR(20)) || '-' || CAST(d.godina AS VARCHAR(20))),
+  CAST(:IznosRacuna AS NUMERIC(19,4)), COALESCE(v.oznaka, 'EUR'), s.sifra_namjene, s.opis_placanja
+FROM virman s
+JOIN par p ON p.id = :ParId
+JOIN dok d ON d.id = :DocId
+LEFT JOIN mjesto m ON m.id = p.mjesto_id
+LEFT JOIN poduzece_ibani i ON i.id = s.iban_id
+LEFT JOIN valuta v ON v.id = i.valuta_id
+WHERE s.id = :VirmanId)"}}},
+
+    {"GetTipPozivaNaBrojPutnika",
+     "",
+     "the payment reference that travellers get",
+     {{"adsPozivNaBroj", "poziv_na_br", R"(
+SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'TipPozivaNaBrojPutnika')"}}},
+
+    // --- documents ---
+
+    {"ProvjeraBrojaDokDobUlRac",
+     "id:integer,broj_dok_dob:text,datum_dok_dob:date,par_id:integer",
+     "whether another document has the supplier's document number of that year",
+     {{"Zaglavlje", "BrojDokDobKoristen:boolean", R"(
+SELECT EXISTS (SELECT 1 FROM dok
+  WHERE par_id = :par_id AND fold(broj_dok_dob) = :broj_kljuc AND id <> :id
+    AND datum_dok_dob BETWEEN :od AND :do))"}},
+     PrepareBrojDokDob},
+
+    // The kind of a link that was asked for before its document existed is cut to 15 characters.
+    {"GetVezniDocIdFromDB",
+     "parent_table:text,parent_column:text,parent_doc_id:integer,child_tip?:text",
+     "the documents linked to a record, of one kind or of any",
+     {{"ads", "child_doc_id:integer,child_tip,godina:integer,broj:integer,datum:date", R"(
+SELECT v.child_doc_id, v.child_tip, d.godina, d.broj, d.datum
+FROM dok_veze v JOIN dok d ON d.id = v.child_doc_id
+WHERE v.parent_doc_id = :parent_doc_id
+  AND v.parent_table = :parent_table AND v.parent_column = :parent_column
+  AND (COALESCE(:child_tip, '') = '' OR v.child_tip = :child_tip OR
+       SUBSTR(v.child_tip, 1, 15) = :child_tip)
+ORDER BY v.id)"}}},
+
+    {"Dokument",
+     "id:integer",
+     "a stored document with its lines and its tax by rate",
+     {{"Zaglavlje", kDokumentColumns, R"(
+SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, d.datum_dospijeca, d.skl_id, s.naziv, d.par_id,
+  p.naziv, d.valuta_id, v.oznaka, d.tecaj, d.user_id, d.broj_dok_dob, d.datum_dok_dob,
+  d.nacin_placanja, d.poziv_na_br, d.opis, d.ukupno
+FROM dok d
+LEFT JOIN skladiste s ON s.id = d.skl_id
+LEFT JOIN par p ON p.id = d.par_id
+LEFT JOIN valuta v ON v.id = d.valuta_id
+WHERE d.id = :id)"},
+      {"Stavke", "*dok_stavke", R"(
+SELECT * FROM dok_stavke WHERE dok_id = :id ORDER BY rb)"},
+      {"Rekapitulacija", "*dok_porezi", R"(
+SELECT * FROM dok_porezi WHERE dok_id = :id ORDER BY rb)"}}},
+
+    {"Dokumenti",
+     "vrsta?:text,godina?:integer",
+     "the stored documents, of one kind and year or of any",
+     {{"adsList", "id:integer,vrsta,godina:integer,broj:integer,datum:date,par_naziv,ukupno:currency", R"(
+SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, p.naziv, d.ukupno
+FROM dok d LEFT JOIN par p ON p.id = d.par_id
+WHERE d.vrsta = COALESCE(:vrsta, d.vrsta) AND d.godina = COALESCE(:godina, d.godina)
+ORDER BY d.godina, d.vrsta, d.broj)"}}},
+
+};
+
+}  // namespace
+
+std::span<const ReadService> ReadServiceTable() { return kServices; }
+
+}  // namespace mox

@@ -1,0 +1,116 @@
+#include "appserver/write_transactions.h"
+
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+struct DocumentKey {
+  std::int64_t id = 0;
+  std::string vrsta;
+  std::int64_t godina = 0;
+  std::int64_t broj = 0;
+  Date datum;
+};
+
+Field RequiredField(RecordSet& header, std::string_view name) {
+  const auto field = header.FindField(name);
+  if (!field || field->IsNull() || TrimBlanks(field->AsText()).empty()) {
+    throw WriteRefused({"", header.Name(), 1, std::string(name), "must not be empty"});
+  }
+  return *field;
+}
+
+std::int64_t NextNumber(Database& database, const DocumentKey& key) {
+  const RecordSet next =
+      database.Query("broj", ParseColumns("broj:integer"),
+                     "SELECT COALESCE(MAX(broj), 0) + 1 FROM dok WHERE vrsta = :vrsta AND godina = :godina",
+                     {key.vrsta, key.godina});
+  return next.AsInteger(0);
+}
+
+// The header with the next number of its kind and year; the year is the date's where none is given.
+DocumentKey InsertHeader(Database& database, RecordSet& header, TableRule rule) {
+  RequireOneRecord(header);
+  header.First();
+  DocumentKey key;
+  key.vrsta = RequiredField(header, "vrsta").AsText();
+  key.datum = RequiredField(header, "datum").AsDate();
+  const auto year = header.FindField("godina");
+  key.godina = year && !year->IsNull() ? year->AsInteger() : ToCivil(key.datum).year;
+  key.broj = NextNumber(database, key);
+  rule.constants = {{"vrsta", key.vrsta}, {"godina", key.godina}, {"broj", key.broj}};
+  key.id = InsertRecord(database, header, rule);
+  return key;
+}
+
+// The links that the user asked for before he made this document. Their kind of document is a text of at most
+// 15 characters.
+void MakePendingLinks(Database& database, const DocumentKey& key, RecordSet& header) {
+  const auto user = header.FindField("user_id");
+  if (!user || user->IsNull()) return;
+  const std::string cut(CutToCharacters(key.vrsta, 15));
+  database.Execute(
+      "INSERT INTO dok_veze (parent_table, parent_column, parent_doc_id, child_tip, child_doc_id) "
+      "SELECT v.parent_table, v.parent_column, v.parent_doc_id, d.vrsta, d.id "
+      "FROM dok_veze_kasnije v JOIN dok d ON d.id = :dok_id "
+      "WHERE v.user_id = :user_id AND v.child_tip = :child_tip ORDER BY v.id",
+      {key.id, user->AsText(), cut});
+  database.Execute("DELETE FROM dok_veze_kasnije WHERE user_id = :user_id AND child_tip = :child_tip",
+                   {user->AsText(), cut});
+}
+
+RecordSet StoredDocument(const DocumentKey& key) {
+  RecordSet stored("Dokument");
+  for (FieldDef& column : ParseColumns("id:integer,vrsta,godina:integer,broj:integer,datum:date")) {
+    stored.DefineField(std::move(column));
+  }
+  stored.Open();
+  stored.AppendRecord({key.id, key.vrsta, key.godina, key.broj, key.datum});
+  stored.First();
+  return stored;
+}
+
+// Goods come before services; their lines are numbered on.
+std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Database& database,
+                                        SentRecordSets& sent) {
+  RecordSet& header = *sent.Find("Zaglavlje");
+  const DocumentKey key = InsertHeader(database, header, transaction.FindRule("Zaglavlje")->table);
+  std::int64_t next_line = 1;
+  const auto insert = [&](std::string_view name) {
+    RecordSet* const records = sent.Find(name);
+    if (records == nullptr) return;
+    TableRule rule = transaction.FindRule(name)->table;
+    rule.constants.emplace_back("dok_id", key.id);
+    rule.row_number = "rb";
+    rule.first_row_number = rule.table == "dok_stavke" ? next_line : 1;
+    InsertRecords(database, *records, rule);
+    if (rule.table == "dok_stavke") next_line += static_cast<std::int64_t>(records->RecordCount());
+  };
+  insert("Stavke");
+  insert("Usluge");
+  insert("Rekapitulacija");
+  MakePendingLinks(database, key, header);
+  return StoredDocument(key);
+}
+
+// Lines and recapitulations have fields of screens too, which are not kept.
+const NamedTransaction kTransactions[] = {
+    {"UpisParentFieldForVD",
+     "remembers that a user's next document of a kind belongs to a record",
+     {{"FTransTempVezeDataSet", {"dok_veze_kasnije"}}}},
+
+    {"DokumentInsert",
+     "stores a document under the next number of its kind and year, and makes the links that wait for it",
+     {{"Zaglavlje", {"dok"}},
+      {"Stavke", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "roba"}}}},
+      {"Usluge", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "usluga"}}}, false},
+      {"Rekapitulacija", {"dok_porezi", UnknownFields::kIgnore}, false}},
+     InsertDocument},
+};
+
+}  // namespace
+
+std::span<const NamedTransaction> NamedTransactionTable() { return kTransactions; }
+
+}  // namespace mox

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "appserver/company_server.h"
+#include "appserver/table_writer.h"
+
+namespace mox {
+
+/// The record sets of a write request under the names that they were sent with.
+class SentRecordSets {
+ public:
+  /// `inner` is the tokenized text of the record sets. Raises FormatError where it is damaged, WriteRefused
+  /// for a damaged record set, for what is none, and for a name that stands twice.
+  explicit SentRecordSets(std::string_view inner);
+
+  std::span<RecordSet> All() { return sets_; }
+  /// Null where there is none.
+  RecordSet* Find(std::string_view name);
+
+ private:
+  std::vector<RecordSet> sets_;
+};
+
+/// A record set that a transaction takes, and the table that it goes to.
+struct RecordSetRule {
+  std::string_view name;
+  TableRule table;
+  bool required = true;
+};
+
+struct NamedTransaction;
+
+/// Stores what the rules of the tables alone cannot; answers the keys and numbers that the server gave. Runs
+/// inside the database's transaction.
+using WriteHandler = std::optional<RecordSet> (*)(const NamedTransaction& transaction, Database& database,
+                                                  SentRecordSets& sent);
+
+/// A named transaction. Without a handler each record set is inserted into its table.
+struct NamedTransaction {
+  std::string_view name;
+  std::string_view summary;
+  std::vector<RecordSetRule> record_sets;
+  WriteHandler handler = nullptr;
+
+  /// Null where there is none.
+  const RecordSetRule* FindRule(std::string_view record_set) const;
+};
+
+std::span<const NamedTransaction> NamedTransactionTable();
+
+/// Stores a request in one transaction of the database: all of it or nothing. Raises WriteRefused and other
+/// kinds of Error for whatever refuses it.
+std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction, Database& database,
+                                             std::string_view inner);
+
+}  // namespace mox
