@@ -1,0 +1,54 @@
+#include "mox/codes/amount_in_words.h"
+#include "mox/codes/control_digits.h"
+#include "mox/codes/dates.h"
+#include "mox/codes/xml_text.h"
+#include "mox/foundation/text.h"
+#include "tests/foundation/case_file.h"
+
+namespace mox {
+namespace {
+
+// The reason alone, after a head that quotes the number.
+std::string OibReason(const Words& row) {
+  const std::string message = CheckOIBvalidity(row.at(0));
+  const std::string head = "OIB (" + row.at(0) + ") nije ispravan:\r\n";
+  if (message.empty()) return "valid";
+  return message.starts_with(head) ? message.substr(head.size()) : message;
+}
+
+std::string CountWorkingDays(const Words& row) {
+  const DateTime from = *ParseIsoDateTime(row.at(0));
+  const DateTime to = *ParseIsoDateTime(row.at(1));
+  std::int64_t counted = 0;
+  for (DateTime day = from; day <= to; day.milliseconds += kMillisecondsPerDay) {
+    if ((DayOf(day).days % 7 + 7 + 3) % 7 < 5) ++counted;  // 1970-01-01 was a Thursday
+  }
+  EXPECT_EQ(WorkingDaysBetween(from, to), counted);
+  return Text(counted);
+}
+
+TEST(Codes, Tables) {
+  ExpectTables("codes",
+               {{"oib", OibReason},
+                {"iban",
+                 [](auto& row) {
+                   std::string compact = row.at(0);
+                   std::erase(compact, ' ');
+                   return Text(CalculateDigits(compact)) +
+                          (CheckIBANvalidity(row.at(0)) ? " valid" : " invalid");
+                 }},
+                {"remainders", [](auto& row) { return Text(CalculateDigits(row.at(0))); }},
+                {"letters", [](auto& row) { return ChangeAlpha(row.at(0)); }},
+                {"words", [](auto& row) { return BrojSlovima(Currency::Parse(row.at(0)), row.at(1)); }},
+                {"working days", CountWorkingDays},
+                {"length of service",
+                 [](auto& row) {
+                   const Staz staz = CalcStaz(*ParseIsoDate(row.at(0)), *ParseIsoDate(row.at(1)));
+                   return Text(staz.days) + " " + Text(staz.months) + " " + Text(staz.years);
+                 }},
+                {"xml", [](auto& row) { return ConvertStringForCreateXML(row.at(0)); }}},
+               "codes");
+}
+
+}  // namespace
+}  // namespace mox
