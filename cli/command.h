@@ -43,6 +43,7 @@ struct Command {
 extern const Command kRoundCommand;
 extern const Command kCalcCommand;
 extern const Command kRecapCommand;
+extern const Command kTotalCommand;
 extern const Command kDocumentCommand;
 extern const Command kOibCommand;
 extern const Command kIbanCommand;

@@ -97,9 +97,9 @@ void Document::FillRecap() {
   if (kind_.recap_member.empty()) return;
   const RecapMember& member = FindRecapMember(kind_.recap_member);
   const bool has_both_sorts = kind_.goods.Exists() && kind_.services.Exists();
-  std::vector<RecapValue> values;
+  std::vector<NamedValue> values;
   for (const std::string_view word : SplitNames(kind_.recap_values)) {
-    RecapValue value = *ParseRecapValue(word);
+    NamedValue value = *ParseNamedValue(word);
     const bool of_services = has_both_sorts && value.name.ends_with('2');
     if (!of_services || services_) values.push_back(std::move(value));
   }

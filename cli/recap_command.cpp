@@ -22,12 +22,7 @@ struct RecapArguments {
 
 void ListMembers(std::string& out) {
   for (const RecapMember& member : RecapMembers()) {
-    out += member.name;
-    for (const RecapMember::Argument& argument : member.arguments) {
-      const bool required = argument.need == RecapMember::Need::kRequired;
-      const std::string text = std::string(argument.name) + (argument.name == "Digits" ? "=N" : "=FIELD");
-      out += required ? " " + text : " [" + text + "]";
-    }
+    out += Signature(member.name, member.arguments);
     const bool needs_second = member.second_file == RecapMember::SecondFile::kRequired;
     out += needs_second ? " FILE FILE2" : " [FILE]";
     if (member.second_file == RecapMember::SecondFile::kOptional) out += " [FILE2]";
@@ -35,25 +30,7 @@ void ListMembers(std::string& out) {
   }
 }
 
-// The files among the words; the rest are values.
-struct Words {
-  std::vector<RecapValue> values;
-  std::vector<std::string> paths;
-};
-
-Words SplitWords(const std::vector<std::string>& words) {
-  Words split;
-  for (const std::string& word : words) {
-    if (auto value = ParseRecapValue(word)) {
-      split.values.push_back(std::move(*value));
-    } else {
-      split.paths.push_back(word);
-    }
-  }
-  return split;
-}
-
-void CheckPaths(const RecapMember& member, const Words& words) {
+void CheckPaths(const RecapMember& member, const ValuesAndFiles& words) {
   using SecondFile = RecapMember::SecondFile;
   const std::vector<std::string>& paths = words.paths;
   const std::string name(member.name);
@@ -89,7 +66,7 @@ void RunRecap(const RecapArguments& arguments, Session& session) {
   if (arguments.list) return ListMembers(session.out);
   if (arguments.member.empty()) throw UsageError("MEMBER is required; --list names them");
   const RecapMember& member = FindRecapMember(arguments.member);
-  const Words words = SplitWords(arguments.words);
+  const ValuesAndFiles words = SplitWords(arguments.words);
   CheckRecapValues(member, words.values);
   CheckPaths(member, words);
 

@@ -1,8 +1,5 @@
 #include "cli/recap_members.h"
 
-#include <algorithm>
-#include <cctype>
-
 #include "cli/argument_text.h"
 #include "cli/column_check.h"
 #include "cli/command.h"
@@ -12,26 +9,25 @@
 namespace mox {
 namespace {
 
-using Need = RecapMember::Need;
 using SecondFile = RecapMember::SecondFile;
 
-const std::vector<RecapMember::Argument> kTwoAmounts = {{"AmountField1", Need::kOptional},
-                                                        {"AmountField2", Need::kOptional},
-                                                        {"RateField1", Need::kWithAmount},
-                                                        {"RateField2", Need::kWithAmount}};
-const std::vector<RecapMember::Argument> kTwoAmountsAndDigits = [] {
+constexpr NamedArgument kDigits = {"Digits", true, "N"};
+
+const std::vector<NamedArgument> kTwoAmounts = {
+    {"AmountField1", false}, {"AmountField2", false}, {"RateField1", false}, {"RateField2", false}};
+const std::vector<NamedArgument> kTwoAmountsAndDigits = [] {
   auto arguments = kTwoAmounts;
-  arguments.push_back({"Digits", Need::kRequired});
+  arguments.push_back(kDigits);
   return arguments;
 }();
-const std::vector<RecapMember::Argument> kSpecial = {{"SaleAmountField", Need::kOptional},
-                                                     {"PurchaseAmountField", Need::kOptional},
-                                                     {"RateField", Need::kRequired},
-                                                     {"KindValueField", Need::kRequired},
-                                                     {"KindFieldName", Need::kRequired}};
-const std::vector<RecapMember::Argument> kSpecialWithConsumptionTax = [] {
+const std::vector<NamedArgument> kSpecial = {{"SaleAmountField", false},
+                                             {"PurchaseAmountField", false},
+                                             {"RateField"},
+                                             {"KindValueField"},
+                                             {"KindFieldName"}};
+const std::vector<NamedArgument> kSpecialWithConsumptionTax = [] {
   auto arguments = kSpecial;
-  arguments.insert(arguments.begin() + 3, {"ConsumptionTaxRateField", Need::kRequired});
+  arguments.insert(arguments.begin() + 3, {"ConsumptionTaxRateField"});
   return arguments;
 }();
 
@@ -63,7 +59,7 @@ const std::vector<RecapMember> kMembers = {
                               call.Numbers("RateField1"), call.SecondNumbers("RateField2"), recap);
      }},
     {"FillPDVDataPovDob",
-     {{"RateField", Need::kRequired}, {"AmountField", Need::kRequired}, {"Digits", Need::kRequired}},
+     {{"RateField"}, {"AmountField"}, kDigits},
      SecondFile::kNone,
      kByRate,
      [](const RecapCall& call, RecordSet& recap) {
@@ -89,41 +85,7 @@ const std::vector<RecapMember> kMembers = {
                                        call.Column("KindFieldName").Name());
      }}};
 
-bool IsGiven(std::span<const RecapValue> values, std::string_view name) {
-  return std::any_of(values.begin(), values.end(),
-                     [&](const RecapValue& value) { return value.name == name; });
-}
-
-void CheckMissing(const RecapMember::Argument& argument, std::span<const RecapValue> values) {
-  const std::string name(argument.name);
-  const bool given = IsGiven(values, name);
-  if (argument.need == Need::kRequired && !given) throw UsageError(name + "= is required");
-  if (argument.need != Need::kWithAmount) return;
-  const std::string amount = std::string("AmountField") + name.back();
-  if (IsGiven(values, amount) == given) return;
-  throw UsageError(given ? name + "= is given without " + amount + "="
-                         : amount + "= is given without " + name + "=");
-}
-
 }  // namespace
-
-std::optional<RecapValue> ParseRecapValue(std::string_view text) {
-  const std::size_t equals = text.find('=');
-  if (equals == std::string_view::npos) return std::nullopt;
-  const std::string_view name = text.substr(0, equals);
-  const bool is_name = !name.empty() && std::all_of(name.begin(), name.end(), [](unsigned char c) {
-    return std::isalnum(c) != 0 || c == '_';
-  });
-  if (!is_name) return std::nullopt;
-  return RecapValue{std::string(name), std::string(text.substr(equals + 1))};
-}
-
-const std::string* RecapCall::Find(std::string_view name) const {
-  for (const RecapValue& value : values_) {
-    if (value.name == name) return &value.value;
-  }
-  return nullptr;
-}
 
 int RecapCall::Integer(std::string_view name) const { return IntegerArgument(name, Text(name)); }
 
@@ -153,19 +115,16 @@ const RecapMember& FindRecapMember(std::string_view name) {
   throw UsageError(ThereIsNo("member", name, NamesOf(kMembers)));
 }
 
-void CheckRecapValues(const RecapMember& member, std::span<const RecapValue> values) {
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    const std::string& name = values[i].name;
-    const auto* const argument = FindRow(member.arguments, name);
-    if (argument == nullptr) {
-      throw UsageError(std::string(member.name) + " has no argument \"" + name + "\"" +
-                       DidYouMeanAmong(member.arguments, name));
-    }
-    if (values[i].value.empty()) throw UsageError(name + "= has no value");
-    if (IsGiven(values.subspan(i + 1), name)) throw UsageError(name + "= is given twice");
-    if (name == "Digits") IntegerArgument(name, values[i].value);
+void CheckRecapValues(const RecapMember& member, std::span<const NamedValue> values) {
+  CheckNamedValues(member.name, member.arguments, values);
+  for (const std::string number : {"1", "2"}) {
+    const std::string amount = "AmountField" + number;
+    const std::string rate = "RateField" + number;
+    const bool has_rate = FindValue(values, rate) != nullptr;
+    if (has_rate == (FindValue(values, amount) != nullptr)) continue;
+    throw UsageError(has_rate ? rate + "= is given without " + amount + "="
+                              : amount + "= is given without " + rate + "=");
   }
-  for (const RecapMember::Argument& argument : member.arguments) CheckMissing(argument, values);
 }
 
 RecordSet DeclareRecap(const RecapMember& member) {

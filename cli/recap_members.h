@@ -7,29 +7,21 @@
 #include <utility>
 #include <vector>
 
+#include "cli/named_values.h"
 #include "mox/foundation/record_set.h"
 
 namespace mox {
-
-/// A value given to an argument of a recapitulation member.
-struct RecapValue {
-  std::string name;
-  std::string value;
-};
-
-/// Splits "NAME=VALUE". None where the text does not begin with a name and '='.
-std::optional<RecapValue> ParseRecapValue(std::string_view text);
 
 /// A call of a member: its values, and the record sets that its fields are columns of.
 class RecapCall {
  public:
   /// `second` is null where there is no second record set; then all fields are columns of the first.
-  RecapCall(std::span<const RecapValue> values, RecordSet& lines, RecordSet* second)
+  RecapCall(std::span<const NamedValue> values, RecordSet& lines, RecordSet* second)
       : values_(values), lines_(lines), second_(second) {}
 
   RecordSet& Lines() const { return lines_; }
   RecordSet* Second() const { return second_; }
-  const std::string* Find(std::string_view name) const;
+  const std::string* Find(std::string_view name) const { return FindValue(values_, name); }
   const std::string& Text(std::string_view name) const { return *Find(name); }
   int Integer(std::string_view name) const;
   /// The column that an argument names. Raises Error that suggests near names for an unknown one.
@@ -45,26 +37,17 @@ class RecapCall {
   Field ColumnOf(RecordSet& records, std::string_view name) const;
   std::optional<Field> NumbersOf(RecordSet& records, std::string_view name) const;
 
-  std::span<const RecapValue> values_;
+  std::span<const NamedValue> values_;
   RecordSet& lines_;
   RecordSet* second_;
 };
 
 /// One member of the recapitulation family.
 struct RecapMember {
-  enum class Need {
-    kOptional,
-    kRequired,
-    kWithAmount  ///< required where the amount field of the same number is given
-  };
-  struct Argument {
-    std::string_view name;
-    Need need;
-  };
   enum class SecondFile { kNone, kOptional, kRequired };
 
   std::string_view name;
-  std::vector<Argument> arguments;
+  std::vector<NamedArgument> arguments;
   SecondFile second_file;
   /// The fields of the recapitulation; without any, the member fills the second record set.
   std::vector<std::string_view> fields;
@@ -79,9 +62,8 @@ std::span<const RecapMember> RecapMembers();
 /// Raises UsageError that suggests near names.
 const RecapMember& FindRecapMember(std::string_view name);
 
-/// Raises UsageError for a value whose argument the member does not have, one given twice, an empty one, and
-/// for a required one that is missing.
-void CheckRecapValues(const RecapMember& member, std::span<const RecapValue> values);
+/// Raises UsageError for values that the member cannot be called with.
+void CheckRecapValues(const RecapMember& member, std::span<const NamedValue> values);
 
 /// An open, empty record set with the fields of the member's recapitulation.
 RecordSet DeclareRecap(const RecapMember& member);

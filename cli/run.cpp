@@ -24,8 +24,8 @@ constexpr int kWrongUsage = 2;
 constexpr const char* kUnwritable = "standard output cannot be written";
 
 const auto kCommands = std::to_array<const Command*>(
-    {&kRoundCommand, &kCalcCommand, &kRecapCommand, &kDocumentCommand, &kOibCommand, &kIbanCommand,
-     &kWordsCommand, &kCurrencyCommand, &kWorkdaysCommand, &kServiceCommand, &kDbCommand});
+    {&kRoundCommand, &kCalcCommand, &kRecapCommand, &kTotalCommand, &kDocumentCommand, &kOibCommand,
+     &kIbanCommand, &kWordsCommand, &kCurrencyCommand, &kWorkdaysCommand, &kServiceCommand, &kDbCommand});
 
 // --- help ---
 

@@ -56,7 +56,7 @@ std::vector<const LineSchema*> SchemasOf(const DocumentKind& kind) {
 std::set<std::string> RecapColumns(const DocumentKind& kind) {
   std::set<std::string> columns;
   for (const std::string_view word : SplitNames(kind.recap_values)) {
-    columns.insert(ParseRecapValue(word).value().value);
+    columns.insert(ParseNamedValue(word).value().value);
   }
   return columns;
 }
