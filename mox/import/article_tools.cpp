@@ -1,0 +1,94 @@
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "mox/foundation/text.h"
+#include "mox/import/import_grid.h"
+#include "mox/import/import_walk_internal.h"
+#include "mox/server/param_list.h"
+#include "mox/server/read_services.h"
+
+namespace mox {
+namespace {
+
+// Makes a field of all rows the texts of two others, one after the other.
+struct Joined {
+  std::string_view field;
+  std::string_view first;
+  std::string_view second;
+};
+
+void JoinFields(RecordSet& set, const std::vector<Joined>& joins) {
+  if (!set.IsActive()) return;
+  const WholeSetWalk walk(set);
+  for (set.First(); !set.Eof(); set.Next()) {
+    set.Edit();
+    for (const auto& [field, first, second] : joins) {
+      set.FieldByName(field).SetText(set.FieldByName(first).AsText() + set.FieldByName(second).AsText());
+    }
+    set.Post();
+  }
+}
+
+constexpr std::string_view kSizeService = "Lunari\\KalkulirajVelicine";
+constexpr std::string_view kSizeColumns = "vel;brend;spol;uzrast";
+
+// Size, brand, sex and age of an article, without regard to letter case and to blanks at the ends.
+using SizeKey = std::vector<std::string>;
+
+SizeKey SizeKeyOf(RecordSet& set, const std::vector<std::string_view>& fields) {
+  SizeKey key;
+  for (const std::string_view field : fields) {
+    key.emplace_back(TrimBlanks(FoldCase(set.FieldByName(field).AsText())));
+  }
+  return key;
+}
+
+}  // namespace
+
+void TfrmImportGrid::GeneriranjeSifriClick() { JoinFields(source_, {{"SIFRA", "KATALOG", "HR_VEL"}}); }
+
+void TfrmImportGrid::WSKatalogClick() {
+  JoinFields(source_, {{"KATALOG", "PATRON", "BOJA"}, {"HR_VEL", "VELICINA", "CUP"}});
+}
+
+// Asks once for each different article: "params1" is the list of columns, "params2" the record set of the
+// rows in these columns. An answer row repeats them beside "HR_Vel"; an article without an answer keeps its
+// size.
+void TfrmImportGrid::PreracunVelicinaClick() {
+  static const std::vector<std::string_view> kAsked = {"VELICINA", "BRAND", "SPOL", "UZRAST"};
+  static const std::vector<std::string_view> kAnswered = {"vel", "brend", "spol", "uzrast"};
+  if (!source_.IsActive()) return;
+  const WholeSetWalk walk(source_);
+  RecordSet articles("adsVelicine");
+  for (const std::string_view column : kAnswered) articles.DefineField(column, FieldKind::kText);
+  articles.Open();
+  std::map<SizeKey, std::string> sizes;
+  for (source_.First(); !source_.Eof(); source_.Next()) {
+    if (!sizes.try_emplace(SizeKeyOf(source_, kAsked)).second) continue;
+    articles.Append();
+    for (std::size_t i = 0; i < kAsked.size(); ++i) {
+      articles.SetText(i, source_.FieldByName(kAsked[i]).AsText());
+    }
+    articles.Post();
+  }
+  if (articles.IsEmpty()) return;
+  TAstaParamList request;
+  request.FastAdd("params1", Value(std::string(kSizeColumns)));
+  request.FastAdd("params2", std::move(articles));
+  std::optional<RecordSet> answer = CreateDBDataSet(kSizeService, "adsList", request);
+  if (!answer) return;
+  sizes.clear();
+  for (answer->First(); !answer->Eof(); answer->Next()) {
+    sizes.try_emplace(SizeKeyOf(*answer, kAnswered), answer->FieldByName("HR_Vel").AsText());
+  }
+  for (source_.First(); !source_.Eof(); source_.Next()) {
+    const auto size = sizes.find(SizeKeyOf(source_, kAsked));
+    if (size == sizes.end()) continue;
+    source_.Edit();
+    source_.FieldByName("HR_VEL").SetText(size->second);
+    source_.Post();
+  }
+}
+
+}  // namespace mox

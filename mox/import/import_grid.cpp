@@ -1,0 +1,192 @@
+#include "mox/import/import_grid.h"
+
+#include <algorithm>
+
+#include "mox/foundation/app.h"
+#include "mox/foundation/error.h"
+#include "mox/foundation/text.h"
+#include "mox/import/import_profiles.h"
+#include "mox/server/transactions.h"
+
+namespace mox {
+namespace {
+
+constexpr std::string_view kFilterCaption = "Filter prikaza...";
+constexpr std::size_t kSourceSize = 100;
+constexpr int kHiddenWidth = 300;
+constexpr int kColumnWidth = 100;
+
+FieldKind KindOf(const ImportFieldDef& field) {
+  switch (ParseInteger(field.field_type)) {
+    case 1:
+      return FieldKind::kText;
+    case 3:
+      return FieldKind::kInteger;
+    case 5:
+      return FieldKind::kBoolean;
+    case 6:
+      return FieldKind::kFloat;
+    case 9:
+      return FieldKind::kDate;
+    default:
+      throw Error(field.field_name + ": there is no kind of field with the code " + field.field_type);
+  }
+}
+
+std::size_t SizeOf(const ImportFieldDef& field) {
+  const std::int64_t size = ParseInteger(field.size);
+  if (size < 0) throw Error(field.field_name + ": a field cannot have the size " + field.size);
+  return static_cast<std::size_t>(size);
+}
+
+// A grid without columns has sets without fields, which stay closed.
+void OpenWithFields(RecordSet& set) {
+  if (set.FieldCount() > 0) set.Open();
+}
+
+}  // namespace
+
+TfrmImportGrid::TfrmImportGrid(ImportGridView& view, std::string_view profile_key)
+    : view_(view),
+      profile_key_(profile_key),
+      source_("adsForImport"),
+      target_("adsForDBSave"),
+      status_(view),
+      filter_button_{.caption = std::string(kFilterCaption),
+                     .hint = "Pozicionirajte se na kolonu te kliknite na botun"},
+      preracun_velicina_button_{.caption = "Preračun veličina"},
+      generiranje_sifri_button_{.caption = "Generiranje šifri"},
+      ws_katalog_button_{.caption = "WS Katalog"},
+      provjera_i_uvoz_button_{.caption = "Provjera i uvoz podataka"},
+      odustani_button_{.caption = "Odustani"} {}
+
+bool CallImportGrid(std::string_view profile_key, ImportGridView& view) {
+  TfrmImportGrid form(view, profile_key);
+  const bool imported = form.ShowModal() == kMrOk;
+  if (imported) {
+    ShowVelorDialog(TVCustomDialogType::kInformation, "Obavijest", "Uvoz podataka",
+                    "Uvoz podataka uspješno izvršen.");
+  }
+  return imported;
+}
+
+int TfrmImportGrid::ShowModal() {
+  modal_result_ = kMrNone;
+  OnShow();
+  view_.ShowModal(*this);
+  return modal_result_;
+}
+
+void TfrmImportGrid::OnShow() {
+  lookup_result_ = RecordSet();
+  const ImportProfile* const profile = FindImportProfile(profile_key_);
+  if (profile != nullptr) (this->*profile->prepare)();
+  OpenWithFields(source_);
+  OpenWithFields(target_);
+  const bool retail_articles = profile != nullptr && profile->has_article_tools;
+  preracun_velicina_button_.visible = retail_articles;
+  generiranje_sifri_button_.visible = retail_articles;
+  ws_katalog_button_.visible = retail_articles;
+  UpdateIndicator();
+}
+
+// --- the grid and its sets ---
+
+void TfrmImportGrid::ImportFieldDefinition(std::size_t index, std::string_view field_name,
+                                           std::string_view caption, std::string_view field_type,
+                                           std::string_view size, std::string_view required,
+                                           std::string_view lookup, std::string_view lookup_sql,
+                                           std::string_view unique, std::string_view unique_sql) {
+  if (index >= fields_.size()) {
+    throw Error("there is no import field at position " + std::to_string(index) + " of " +
+                std::to_string(fields_.size()));
+  }
+  fields_[index] = {std::string(field_name), std::string(caption),  std::string(field_type),
+                    std::string(size),       std::string(required), std::string(lookup),
+                    std::string(lookup_sql), std::string(unique),   std::string(unique_sql)};
+}
+
+void TfrmImportGrid::CreateGrid() {
+  columns_.clear();
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    if (!fields_[i].IsDefined()) continue;
+    const bool data = i >= kFirstDataPosition;
+    columns_.push_back(
+        {i, fields_[i].field_name, fields_[i].caption, data ? kColumnWidth : kHiddenWidth, data});
+  }
+}
+
+void TfrmImportGrid::CreateDataSetFrom() {
+  RecordSet set(source_.Name());
+  for (const ImportFieldDef& field : fields_) {
+    if (field.IsDefined()) set.DefineField(field.field_name, FieldKind::kText, kSourceSize);
+  }
+  OpenWithFields(set);
+  source_ = std::move(set);
+  source_.SetListener([this](RecordSet&, RecordSetChange) { UpdateIndicator(); });
+}
+
+void TfrmImportGrid::CreateDataSetTo() {
+  RecordSet set(target_.Name());
+  for (const ImportFieldDef& field : fields_) {
+    if (field.IsDefined()) set.DefineField(field.field_name, KindOf(field), SizeOf(field));
+  }
+  OpenWithFields(set);
+  target_ = std::move(set);
+}
+
+void TfrmImportGrid::UpdateIndicator() {
+  const std::size_t count = source_.RecordCount();
+  lbl_indicator_ = std::to_string(count > 0 ? source_.Position() + 1 : 0) + "/" + std::to_string(count);
+  view_.FormChanged(*this);
+}
+
+const GridStyle* TfrmImportGrid::RowStyle() const {
+  const bool faulty = source_.RecordCount() > 0 && !source_.IsNull(kValidacijaPosition) &&
+                      !source_.AsBoolean(kValidacijaPosition);
+  return faulty ? &kNeispravno : nullptr;
+}
+
+// --- the display filter ---
+
+void TfrmImportGrid::FilterClick() {
+  if (source_.IsFiltered()) {
+    source_.SetFiltered(false);
+    filter_button_.caption = kFilterCaption;
+  } else {
+    const std::string expression = FilterExpression();
+    if (expression.empty()) return;
+    source_.SetFilter(expression);
+    source_.SetFiltered(true);
+    filter_button_.caption = "Isključi filter...";
+  }
+  view_.FormChanged(*this);
+}
+
+std::string TfrmImportGrid::FilterExpression() const {
+  constexpr std::string_view kTitle = "Filter - jednako, slično";
+  const auto answer = InputBox(kTitle, "Unesite (\"=\" ili \"like\")", "=");
+  if (answer != "=" && answer != "like") return {};
+  const auto text = InputBox("Filter", "Unesite tekst:", "");
+  const auto column = std::find_if(columns_.begin(), columns_.end(), [&](const GridColumn& candidate) {
+    return candidate.visible && candidate.position == focused_;
+  });
+  if (!text || column == columns_.end()) return {};
+  const std::string wrapped = answer == "like" ? "%" + *text + "%" : *text;
+  return column->field_name + " " + *answer + "'" + wrapped + "'";
+}
+
+// --- storing ---
+
+bool TfrmImportGrid::ExecuteTransaction(std::string_view transaction_name,
+                                        std::span<const RecordSet* const> record_sets) {
+  const StatusWindow status(status_, "Pohrana podataka u sustav", 3);
+  status_.SetPosition(1);
+  const TAstaParamList request = WriteRequest(transaction_name, record_sets);
+  status_.SetPosition(2);
+  const bool stored = App().Comunication().WriteDataService(request) != 0;
+  status_.SetPosition(3);
+  return stored;
+}
+
+}  // namespace mox

@@ -1,0 +1,228 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mox/foundation/record_set.h"
+#include "mox/import/import_field.h"
+#include "mox/import/import_view.h"
+
+namespace mox {
+
+struct ImportColumn;
+
+// Modal results of a form; kMrNone keeps it open.
+inline constexpr int kMrNone = 0;
+inline constexpr int kMrOk = 1;
+inline constexpr int kMrCancel = 2;
+
+/// Keys held down together with another one.
+struct ShiftState {
+  bool shift = false;
+  bool alt = false;
+  bool ctrl = false;
+};
+
+/// A column of the grid.
+struct GridColumn {
+  std::size_t position = 0;  ///< in the field list
+  std::string field_name;    ///< what it is bound to
+  std::string caption;
+  int width = 0;
+  bool visible = false;
+};
+
+/// A button of the form.
+struct FormButton {
+  std::string caption;
+  bool visible = true;
+  std::string hint = {};
+};
+
+/// How the grid draws something: colours as 0xBBGGRR, and those of the system with kSystemColor. A colour
+/// that is none stays the grid's own.
+struct GridStyle {
+  std::string_view name;
+  std::optional<std::uint32_t> color;
+  std::optional<std::uint32_t> text_color;
+};
+
+inline constexpr std::uint32_t kSystemColor = 0xFF000000;
+inline constexpr std::uint32_t kScrollBarColor = kSystemColor | 0;
+
+/// The import grid: rows pasted from a spreadsheet are checked column by column against the definitions of a
+/// profile and, when all are in order, stored by the application server in one transaction.
+///
+/// The form has no screen of its own. It holds everything that the dialog shows and does everything that the
+/// dialog does, talks to the screen through a view and to the user, the clipboard and the server through the
+/// host's application object.
+///
+/// The source set has every cell as a text of 100 characters, longer ones are cut; the target set has the
+/// checked rows with the kinds and sizes of the profile. A cell without a value is null. All checks look at
+/// every source row, whatever the display filter hides.
+class TfrmImportGrid {
+ public:
+  // --- what is the same for every profile ---
+
+  static constexpr std::string_view kCaption = "Grid (tablica) za uvoz podataka";
+  static constexpr int kClientWidth = 1008;
+  static constexpr int kClientHeight = 696;
+  static constexpr std::string_view kFont = "Segoe UI";
+  static constexpr bool kFixedBorder = true;
+  static constexpr bool kBoldIndicator = true;
+  static constexpr bool kAppending = true;
+  static constexpr bool kGroupBox = false;
+  static constexpr bool kColumnMoving = false;
+  static constexpr std::string_view kEmptyGridText = "<Tipkom dolje dodajte novi redak>";
+  static constexpr GridStyle kSelected{"Selected", kScrollBarColor, 0x000000};
+  static constexpr GridStyle kHeader{"Header", 15788776, std::nullopt};
+  static constexpr GridStyle kNeispravno{"Neispravno", std::nullopt, 0x0000FF};
+
+  /// The view must outlive the form.
+  explicit TfrmImportGrid(ImportGridView& view, std::string_view profile_key = {});
+  TfrmImportGrid(const TfrmImportGrid&) = delete;
+  TfrmImportGrid& operator=(const TfrmImportGrid&) = delete;
+
+  // --- what the dialog holds ---
+
+  const std::string& ProfileKey() const { return profile_key_; }
+  void SetProfileKey(std::string_view key) { profile_key_ = key; }
+  std::span<const ImportFieldDef> Fields() const { return fields_; }
+  std::span<const GridColumn> Columns() const { return columns_; }
+  /// Current record number, "/", record count.
+  const std::string& LblIndicator() const { return lbl_indicator_; }
+  int ModalResult() const { return modal_result_; }
+  const TfrmStatus& Status() const { return status_; }
+  RecordSet& AdsForImport() { return source_; }
+  RecordSet& AdsForDBSave() { return target_; }
+
+  const FormButton& FilterButton() const { return filter_button_; }
+  const FormButton& PreracunVelicinaButton() const { return preracun_velicina_button_; }
+  const FormButton& GeneriranjeSifriButton() const { return generiranje_sifri_button_; }
+  const FormButton& WSKatalogButton() const { return ws_katalog_button_; }
+  const FormButton& ProvjeraIUvozButton() const { return provjera_i_uvoz_button_; }
+  const FormButton& OdustaniButton() const { return odustani_button_; }
+
+  // --- what the user does ---
+
+  /// Applies the profile. An unknown key gives a grid without columns.
+  void OnShow();
+  /// Shows the form on its view. Answers the modal result.
+  int ShowModal();
+  /// The column of the field list on which the user stands; a hidden one is none.
+  void FocusColumn(std::size_t position) { focused_ = position; }
+  /// Alt+E pastes from the clipboard. True when the key is consumed.
+  bool GridKeyDown(char32_t key, ShiftState shift);
+  void FilterClick();
+  void PreracunVelicinaClick();
+  void GeneriranjeSifriClick();
+  void WSKatalogClick();
+  /// Checks all rows and stores them when they are in order and the user agrees. The modal result is OK also
+  /// where he declines or the server refuses. An error of the server leaves the dialog open.
+  void ProvjeraIUvozClick();
+  void OdustaniClick() { modal_result_ = kMrCancel; }
+  /// The style of the current source row, null for the grid's own.
+  const GridStyle* RowStyle() const;
+
+  // --- how a profile builds the grid ---
+
+  /// Sizes the field list; the definitions follow.
+  void SetFieldCount(std::size_t count) { fields_.assign(count, {}); }
+  /// Raises Error when the field list is shorter.
+  void ImportFieldDefinition(std::size_t index, std::string_view field_name, std::string_view caption,
+                             std::string_view field_type, std::string_view size, std::string_view required,
+                             std::string_view lookup, std::string_view lookup_sql, std::string_view unique,
+                             std::string_view unique_sql);
+  void CreateGrid();
+  void CreateDataSetFrom();
+  /// Raises ConversionError where a kind or a size is no integer, Error where there is no such kind.
+  void CreateDataSetTo();
+
+  void PrepareImportArtDob();
+  void PrepareImportZaposlenik();
+  void PrepareImportParPTTMje();
+  void PrepareImportSmjestajnaJed();
+  void PrepareImportResurs();
+  void PrepareImportResursBezLookup();
+  void PrepareImportGostiHotel();
+  void PrepareImportMjesta();
+  void PrepareImportParPTTMjeOPZ();
+  /// Asks the server which number identifies travellers in payments; only then may their OIB be required.
+  void PrepareImportPutniciGrupa();
+  void PrepareImportArtikala();
+  void PrepareImportOtvoreneStavke();
+  void PrepareImportOtvoreneStavkeStrano();
+  void PrepareImportOsnovnaSredstva();
+  void PrepareImportAPOUplate();
+  void PrepareImportVrsteKnjizenja();
+  void PrepareImportKontniPlan();
+  void PrepareImportTemeljnica();
+  void PrepareImportArtikliLunari();
+  void PrepareUpdateArtikliLunari();
+  void PrepareImportKupciLunari();
+  void PrepareUpdateParEracunMail();
+  void PrepareImportUslugeIPrijevodi();
+
+  // --- the steps of pasting, checking and storing ---
+
+  /// Pastes the clipboard from the current record on: a line a record, a tab between cells.
+  void ReadDataFromExcelClipboard();
+  /// All checks of one column, in their order.
+  void Validate(std::size_t index, std::string_view service_name);
+  void ResetVTemp();
+  void ValidateRequired(std::size_t index);
+  void ValidateLookup(std::size_t index, std::string_view service_name);
+  /// Converts the column and stores it in the target rows, which the first data column appends.
+  void ValidateFormat(std::size_t index);
+  void ValidateUnique(std::size_t index, std::string_view service_name);
+  /// All values of a field that are not null, joined with "','"; "0" where there is none.
+  std::string GetFieldValues(std::string_view field_name);
+  bool ExecuteTransaction(std::string_view transaction_name, std::span<const RecordSet* const> record_sets);
+
+ private:
+  void Prepare(std::size_t field_count, std::span<const ImportColumn> columns);
+  void UpdateIndicator();
+  std::string FilterExpression() const;
+
+  template <typename Action>
+  void ForEachSourceRow(Action action);
+  void AddFault(std::string_view fragment);
+  void ResetFaults();
+  bool IsClean();
+  std::optional<bool> CheckAllRows();
+  void ValidateColumn(std::size_t index, std::string_view service_name);
+  void QueryValues(const ImportFieldDef& field, const std::string& sql, std::string_view service_name);
+  template <typename Key>
+  void MarkKnownValues(const ImportFieldDef& field, Key key);
+
+  ImportGridView& view_;
+  std::string profile_key_;
+  std::vector<ImportFieldDef> fields_;
+  std::vector<GridColumn> columns_;
+  RecordSet source_;
+  RecordSet target_;
+  RecordSet lookup_result_;
+  TfrmStatus status_;
+  std::string lbl_indicator_ = "0/0";
+  int modal_result_ = kMrNone;
+  std::size_t focused_ = kFirstDataPosition;
+  bool v_temp_marked_ = true;  // some row's mark may be other than false
+
+  FormButton filter_button_;
+  FormButton preracun_velicina_button_;
+  FormButton generiranje_sifri_button_;
+  FormButton ws_katalog_button_;
+  FormButton provjera_i_uvoz_button_;
+  FormButton odustani_button_;
+};
+
+/// Shows the import grid for a profile, and tells the user when it was closed with OK. Answers whether it
+/// was.
+bool CallImportGrid(std::string_view profile_key, ImportGridView& view);
+
+}  // namespace mox

@@ -1,0 +1,134 @@
+#include "mox/codes/payment_codes.h"
+#include "mox/import/import_column_internal.h"
+#include "mox/import/import_grid.h"
+
+// Accommodation: units, resources, guests, travellers, payments against contracts.
+
+namespace mox {
+namespace {
+
+constexpr ImportColumn kUnits[] = {
+    TextColumn("SIFRA", "Šifra jedinice")
+        .Required()
+        .Unique("select SIFRA from APO_SMJESTAJNA_JEDINICA WHERE SIFRA in"),
+    TextColumn("NAZIV", "Naziv jedinice")
+        .Required()
+        .Unique("select NAZIV from APO_SMJESTAJNA_JEDINICA WHERE NAZIV in"),
+    NumberColumn("BROJ_SOBA", "Broj soba"),
+    NumberColumn("BROJ_KREVETA", "Broj kreveta").Required(),
+    NumberColumn("BROJ_POM_LEZAJA", "Broj pomoćnih ležaja").Required(),
+    TextColumn("ADRESA", "Adresa"),
+    TextColumn("PTT", "PTT mjesta").Required().Lookup("select PTT as PTT from mjesto where PTT in "),
+    TextColumn("MJESTO", "Naziv mjesta")
+        .Required()
+        .Lookup("select NAZIV as MJESTO from mjesto where NAZIV in "),
+};
+
+constexpr ImportColumn kResources[] = {
+    TextColumn("SIFRA", "Šifra resursa").Required().Unique("select SIFRA from RESURS WHERE SIFRA in"),
+    TextColumn("NAZIV", "Naziv resursa")
+        .Required()
+        .Lookup("select NAZIV as NAZIV from apo_smjestajna_jedinica where NAZIV in")
+        .Unique("select NAZIV from RESURS WHERE NAZIV in"),
+    TextColumn("NAZIV_SKL", "Naziv skladišta"),
+    BooleanColumn("AKTIVAN", "Aktivan"),
+    TextColumn("OPIS", "Opis"),
+    BooleanColumn("TUDJA", "Tuđa"),
+    TextColumn("NAZIV_PAR", "Naziv partnera").Lookup("select NAZIV as NAZIV_PAR from PAR WHERE NAZIV in"),
+};
+
+constexpr ImportColumn kHotelGuests[] = {
+    TextColumn("Ime", "Ime").Required(),
+    TextColumn("Prezime", "Prezime").Required(),
+    TextColumn("MJESTO", "Naziv mjesta").Lookup("select NAZIV as MJESTO from mjesto where NAZIV in "),
+    TextColumn("DRZAVA", "Oznaka države").Lookup("select OZNAKA as DRZAVA from DRZAVE WHERE OZNAKA in"),
+    TextColumn("SPOL", "Spol"),
+    DateColumn("DATUM_ROD", "Datum rođenja"),
+    TextColumn("MJESTO_ROD", "Mjesto rođenja")
+        .Lookup("select NAZIV as MJESTO_ROD from mjesto where NAZIV in "),
+    TextColumn("VRSTA_ISPRAVE", "Vrsta isprave"),
+    TextColumn("BROJ_ISPRAVE", "Broj isprave")
+        .Unique("select BrojPutneIsprave as BROJ_ISPRAVE from APO_FizickeOsobeAtributi "
+                "WHERE BrojPutneIsprave in "),
+    TextColumn("DRZAVA_ROD", "Država rođenja")
+        .Lookup("select OZNAKA as DRZAVA_ROD from DRZAVE WHERE OZNAKA in"),
+    TextColumn("DRZAVA_DRZAVLJANSTVO", "Državljanstvo")
+        .Lookup("select OZNAKA as DRZAVA_DRZAVLJANSTVO from DRZAVE WHERE OZNAKA in"),
+    TextColumn("TEL", "Telefon"),
+    TextColumn("GSM", "Mobitel"),
+    TextColumn("EMAIL", "e-mail"),
+};
+
+constexpr std::string_view kNoQuery = " ";
+
+constexpr ImportColumn kTravellers[] = {
+    TextColumn("BROJ_GR", "Broj grupe")
+        .Lookup("select BROJ as BROJ_GR from APO_GrupeRezervacije where BROJ in"),
+    TextColumn("GRUPA", "Naziv grupe"),
+    DateColumn("DATUM_RODJENJA", "Datum rođenja"),
+    TextColumn("IME", "Ime").Required(),
+    TextColumn("PREZIME", "Prezime").Required(),
+    TextColumn("SPOL", "Spol", "1"),
+    TextColumn("DRZAVA", "Oznaka države").Lookup("select OZNAKA as DRZAVA from DRZAVE WHERE OZNAKA in"),
+    TextColumn("MJESTO", "Naziv mjesta").Lookup("select NAZIV as MJESTO from mjesto where NAZIV in "),
+    TextColumn("ADRESA", "Adresa"),
+    TextColumn("OIB", "OIB putnika", "11"),
+    TextColumn("EMAIL", "e-mail").WithoutLookup(kNoQuery),
+    TextColumn("TELEFON", "Telefon").WithoutLookup(kNoQuery),
+    TextColumn("MOBITEL", "Mobitel").WithoutLookup(kNoQuery),
+    TextColumn("RODITELJ", "Roditelj"),
+    TextColumn("KONTAKT_OSOBA_TELEFON", "Telefon kontakt osobe"),
+    TextColumn("KONTAKT_OSOBA_MOBITEL", "Mobitel kontakt osobe"),
+    TextColumn("BROJ_PUTOVNICE", "Broj putovnice"),
+    TextColumn("BROJ_OSOBNE", "Broj osobne iskaznice"),
+    DateColumn("OSOBNA_VRIJEDI_DO", "Osobna iskaznica vrijedi do"),
+    DateColumn("PUTOVNICA_VRIJEDI_DO", "Putovnica vrijedi do"),
+    TextColumn("VRSTA_PUTNE_ISPRAVE", "Vrsta putne isprave"),
+    TextColumn("BROJ_PUTNE_ISPRAVE", "Broj putne isprave"),
+    TextColumn("DRZAVA_ROD", "Država rođenja")
+        .Lookup("select OZNAKA as DRZAVA_ROD from DRZAVE WHERE OZNAKA in"),
+    TextColumn("DRZAVLJANSTVO", "Državljanstvo")
+        .Lookup("select OZNAKA as DRZAVLJANSTVO from DRZAVE WHERE OZNAKA in"),
+    TextColumn("MJESTO_ROD", "Mjesto rođenja"),
+    DateColumn("DATUM_ULASKA", "Datum ulaska"),
+    TextColumn("TIP_PUTNIKA_UNOS", "Tip putnika"),
+    TextColumn("KON_IME", "Ime kontakt osobe"),
+    TextColumn("KON_PREZIME", "Prezime kontakt osobe"),
+};
+
+constexpr ImportColumn kContractPayments[] = {
+    DateColumn("DATUM", "Datum uplate").Required(),    TextColumn("VP", "Vrsta plaćanja"),
+    TextColumn("BROJ_UGO", "Broj ugovora").Required(), TextColumn("IME", "Ime").Required(),
+    TextColumn("PREZIME", "Prezime").Required(),       TextColumn("SIFRA_GRP", "Šifra grupe").Required(),
+    NumberColumn("IZNOS", "Iznos").Required(),
+};
+
+}  // namespace
+
+void TfrmImportGrid::PrepareImportSmjestajnaJed() { Prepare(11, kUnits); }
+
+void TfrmImportGrid::PrepareImportResurs() { Prepare(10, kResources); }
+
+void TfrmImportGrid::PrepareImportResursBezLookup() {
+  ImportColumns columns = ColumnsOf(kResources);
+  for (const std::string_view name : {"NAZIV", "NAZIV_PAR"}) {
+    ImportColumn& column = ColumnNamed(columns, name);
+    column = column.WithoutLookup();
+  }
+  Prepare(10, columns);
+}
+
+void TfrmImportGrid::PrepareImportGostiHotel() { Prepare(17, kHotelGuests); }
+
+// The list is one position longer than its columns.
+void TfrmImportGrid::PrepareImportPutniciGrupa() {
+  ImportColumns columns = ColumnsOf(kTravellers);
+  if (GetTipPozivaNaBrojPutnika() == "OIB") {
+    ColumnNamed(columns, "OIB") = TextColumn("OIB", "OIB", "11").Required();
+  }
+  Prepare(33, columns);
+}
+
+void TfrmImportGrid::PrepareImportAPOUplate() { Prepare(10, kContractPayments); }
+
+}  // namespace mox
