@@ -18,6 +18,9 @@ install(
 if(TARGET mox_program)
   install(TARGETS mox_program)
 endif()
+if(TARGET mox_sender)
+  install(TARGETS mox_sender)
+endif()
 
 configure_package_config_file(
   "${PROJECT_SOURCE_DIR}/cmake/moxConfig.cmake.in" "${PROJECT_BINARY_DIR}/moxConfig.cmake"

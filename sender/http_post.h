@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace mox {
+
+struct PostLimits {
+  long connect_seconds = 10;
+  long seconds = 60;                     ///< for the whole exchange
+  std::size_t answer_bytes = 1'048'576;  ///< a longer answer is refused
+  std::string ca_file;                   ///< certificate authorities; empty means those of the system
+};
+
+struct HttpAnswer {
+  long status = 0;
+  std::string body;
+};
+
+/// What kept an answer from coming whole. status() is that of HTTP as far as it came, else 0.
+class PostFailure : public std::exception {
+ public:
+  enum class Kind { kUnreachable, kTimeOut, kTooLong };
+  PostFailure(Kind kind, std::string detail, long status)
+      : kind_(kind), detail_(std::move(detail)), status_(status) {}
+  Kind kind() const { return kind_; }
+  long status() const { return status_; }
+  const char* what() const noexcept override { return detail_.c_str(); }
+
+ private:
+  Kind kind_;
+  std::string detail_;
+  long status_;
+};
+
+/// Posts JSON and takes the answer. The server's certificate is verified; an address without TLS is refused
+/// unless it is one of this computer, since an invoice carries the credentials of the account. Redirections
+/// are not followed. Raises PostFailure.
+HttpAnswer PostJson(const std::string& url, const std::string& json, const PostLimits& limits);
+
+}  // namespace mox

@@ -1,0 +1,106 @@
+#include "sender/invoice_answer.h"
+
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "mox/foundation/error.h"
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+using nlohmann::json;
+
+constexpr int kDeepestMember = 32;
+constexpr std::size_t kMostMembers = 1000;
+constexpr std::size_t kExcerptLength = 300;
+constexpr std::int64_t kDeliveryFailed = 50;
+
+// The object that a text holds; none where it is no JSON, or no object of a reasonable size.
+std::optional<json> ObjectIn(const std::string& text) {
+  bool too_deep = false;
+  const auto look = [&too_deep](int depth, json::parse_event_t, const json&) {
+    too_deep = too_deep || depth > kDeepestMember;
+    return !too_deep;
+  };
+  constexpr bool kExceptions = false;
+  json object = json::parse(text, look, kExceptions);
+  if (too_deep || !object.is_object() || object.size() > kMostMembers) return std::nullopt;
+  return object;
+}
+
+Value TextOf(const json& member) {
+  if (member.is_null()) return {};
+  return member.is_string() ? member.get<std::string>() : member.dump();
+}
+
+std::int64_t IntegerOr(RecordSet& records, std::string_view field, std::int64_t otherwise) {
+  const auto found = records.FindField(field);
+  if (!found || found->IsNull()) return otherwise;
+  try {
+    return ParseInteger(TrimBlanks(found->AsText()));
+  } catch (const Error&) {
+    return otherwise;
+  }
+}
+
+RecordSet RecordOf(const json& object) {
+  RecordSet records;
+  std::vector<Value> values;
+  for (const auto& [name, member] : object.items()) {
+    if (name.empty() || records.FindFieldIndex(name)) continue;  // names may differ in case only
+    records.DefineField(name, FieldKind::kText);
+    values.push_back(TextOf(member));
+  }
+  // Whoever takes an electronicId asks for it.
+  if (records.FindFieldIndex("electronicId") && !records.FindFieldIndex("statusId"))
+    records.DefineField("statusId", FieldKind::kText);
+  records.Open();
+  records.AppendRecord(values);
+  return records;
+}
+
+std::string Excerpt(std::string_view text) {
+  const std::string_view trimmed = TrimBlanks(text);
+  const std::string_view cut = CutToCharacters(trimmed, kExcerptLength);
+  return std::string(cut) + (cut.size() < trimmed.size() ? "..." : "");
+}
+
+bool IsSuccess(long status) { return status >= 200 && status < 300; }
+
+}  // namespace
+
+RecordSet Refusal(std::string status_code, std::string message) {
+  RecordSet records;
+  records.DefineField("statusCode", FieldKind::kText);
+  records.DefineField("message", FieldKind::kText);
+  records.Open();
+  records.AppendRecord({std::move(status_code), std::move(message)});
+  return records;
+}
+
+RecordSet InvoiceAnswer(const HttpAnswer& answer) {
+  const std::string status = std::to_string(answer.status);
+  const std::optional<json> object = ObjectIn(answer.body);
+  if (!object) {
+    const char* const what =
+        IsSuccess(answer.status) ? "Odgovor posrednika nije čitljiv: " : "Greška posrednika: ";
+    return Refusal(status, what + Excerpt(answer.body));
+  }
+  RecordSet records = RecordOf(*object);
+  const auto status_code = records.FindField("statusCode");
+  const auto message = records.FindField("message");
+  if (status_code && message) return records;
+  constexpr std::int64_t kNone = INT64_MIN;
+  const bool has_id = IntegerOr(records, "electronicId", kNone) != kNone;
+  if (IsSuccess(answer.status) && !status_code && has_id) return records;
+  return Refusal(status_code ? status_code->AsText() : status,
+                 message ? message->AsText() : Excerpt(answer.body));
+}
+
+bool IsAccepted(RecordSet& answer) {
+  return !answer.FindFieldIndex("statusCode") && IntegerOr(answer, "electronicId", 0) > 0 &&
+         IntegerOr(answer, "statusId", 0) != kDeliveryFailed;
+}
+
+}  // namespace mox
