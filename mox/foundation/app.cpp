@@ -86,6 +86,7 @@ TdmComunication& TAppSys::Comunication() const {
 AppDialogs& TAppSys::Dialogs() const { return Supplied(parts_.dialogs, "message dialogs"); }
 AppLocale& TAppSys::Locale() const { return Supplied(parts_.locale, "locale"); }
 AppPlatform& TAppSys::Platform() const { return Supplied(parts_.platform, "platform"); }
+TCompany& TAppSys::Company() const { return Supplied(parts_.company, "company"); }
 
 TAppSys& App() {
   if (installed == nullptr) throw Error("no application is installed");

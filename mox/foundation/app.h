@@ -133,6 +133,14 @@ class AppLocale {
   virtual void SetCurrencySymbol(std::string_view symbol) = 0;
 };
 
+/// The company that the user works in.
+class TCompany {
+ public:
+  virtual ~TCompany() = default;
+  /// The working year that the user selected.
+  virtual int WorkingYear() const = 0;
+};
+
 /// The parts of the host program that the library calls back into. The host owns them; a part that it does
 /// not supply is null.
 struct AppParts {
@@ -141,6 +149,7 @@ struct AppParts {
   AppDialogs* dialogs = nullptr;
   AppLocale* locale = nullptr;
   AppPlatform* platform = nullptr;
+  TCompany* company = nullptr;
 };
 
 /// The host's application object. Asking for a part that the host did not supply raises Error naming it.
@@ -152,6 +161,7 @@ class TAppSys {
   AppDialogs& Dialogs() const;
   AppLocale& Locale() const;
   AppPlatform& Platform() const;
+  TCompany& Company() const;
   bool HasPlatform() const { return parts_.platform != nullptr; }
   bool HasLocale() const { return parts_.locale != nullptr; }
 

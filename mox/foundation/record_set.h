@@ -214,6 +214,8 @@ class RecordSet {
   /// Of a text or binary field only, without a copy.
   std::string_view AsTextView(std::size_t index) const;
   Value AsVariant(std::size_t index) const;
+  /// As it was before the pending edit; null in an insert.
+  Value OldVariant(std::size_t index) const;
   /// A number through the field's display format, where it has one.
   std::string DisplayText(std::size_t index) const;
 

@@ -60,6 +60,12 @@ Value RecordSet::AsVariant(std::size_t index) const {
   return ValueOf(cells_, index);
 }
 
+Value RecordSet::OldVariant(std::size_t index) const {
+  RequireReadable(index);
+  if (state_ == DataSetState::kInsert) return {};
+  return ValueOf(has_undo_ ? undo_.data() : cells_, index);
+}
+
 bool RecordSet::IsNull(std::size_t index) const {
   RequireReadable(index);
   return IsNullCell(cells_, index);
