@@ -1,0 +1,103 @@
+#include <chrono>
+#include <cstdint>
+#include <ctime>
+
+#include "mox/foundation/rounding.h"
+#include "mox/validations/dialogs_internal.h"
+#include "mox/validations/validations.h"
+
+namespace mox {
+namespace {
+
+constexpr std::int32_t kLongestPaymentTerm = 360;  // days
+
+DateTime LocalNow() {
+  const auto now = std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+  const std::tm local = *std::localtime(&seconds);
+  const auto today = MakeDate(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
+  const std::int64_t of_day = (local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec;
+  return {StartOf(today.value()).milliseconds + of_day * 1000 + now.time_since_epoch().count() % 1000};
+}
+
+bool IsOverridden() {
+  RecordSet* const parameters = App().Comunication().CompanyParameters();
+  if (parameters == nullptr) return false;
+  const auto override_constraints = parameters->FindField("override_constraints");
+  return override_constraints && override_constraints->AsBoolean();
+}
+
+int YearOf(const Field& date) { return ToCivil(date.AsDate()).year; }
+
+template <typename T>
+bool IsAllowed(T value, T related, bool earlier, bool later, bool equal) {
+  return (related < value && earlier) || (related > value && later) || (related == value && equal);
+}
+
+bool WantsToGoOn(std::string_view question) {
+  return ShowVelorDialog(TVCustomDialogType::kConfirmation, kWarning, "Mogući krivi unos podataka!",
+                         question) == kDialogYes;
+}
+
+}  // namespace
+
+bool CheckDateForward(const Field& date) {
+  if (date.AsDateTime() <= LocalNow()) return true;
+  Warn(kBadEntry, "Datum ne smije biti kasniji od tekućeg!");
+  return IsOverridden();
+}
+
+bool CheckDate(const Field& date) {
+  return YearOf(date) == App().Company().WorkingYear() ||
+         Warn(kBadEntry, "Datum mora biti unutar odabrane radne godine");
+}
+
+bool CheckDateActiveAndNextYear(const Field& date, std::string_view text) {
+  const int years_ahead = YearOf(date) - App().Company().WorkingYear();
+  if (years_ahead == 0 || years_ahead == 1) return true;
+  return Warn(kBadEntry, text.empty() ? "Datum mora biti unutar odabrane ili sljedeće radne godine" : text);
+}
+
+bool CheckDateOnRelatedDate(const Field& date, const Field& related, std::string_view message,
+                            bool allow_earlier, bool allow_later, bool allow_equal) {
+  return IsAllowed(date.AsDateTime(), related.AsDateTime(), allow_earlier, allow_later, allow_equal) ||
+         Warn(kBadEntry, message);
+}
+
+bool CheckFieldOnRelatedField(const Field& field, const Field& related, std::string_view message,
+                              bool allow_earlier, bool allow_later, bool allow_equal) {
+  return IsAllowed(MyRound(field.AsFloat(), -6), MyRound(related.AsFloat(), -6), allow_earlier, allow_later,
+                   allow_equal) ||
+         Warn(kBadEntry, message);
+}
+
+bool CheckDatesOnPrimka(const Field& document_date, const Field& supplier_document_date,
+                        const Field& supplier_due_date) {
+  const Date document = document_date.AsDate();
+  const Date supplier = supplier_document_date.AsDate();
+  const Date due = supplier_due_date.AsDate();
+  if (ToCivil(document).month != ToCivil(supplier).month &&
+      !WantsToGoOn(
+          "Datum dokumenta je u različitom mjesecu od datuma dokumenta dobavljača! Nastavak rada?")) {
+    return false;
+  }
+  if (ToCivil(document).year != ToCivil(supplier).year &&
+      !WantsToGoOn(
+          "Datum dokumenta i datum dokumenta dobavljača nisu u istoj radnoj godini! Nastavak rada?")) {
+    return false;
+  }
+  if (document < supplier &&
+      !WantsToGoOn("Datum dokumenta mora biti veći od datuma dokumenta dobavljača! Nastavak rada?")) {
+    return false;
+  }
+  if (due < supplier) {
+    return Warn(kBadEntry,
+                "Datum dospijeća dokumenta dobavljača mora biti veći od datuma dokumenta dobavljača!");
+  }
+  if (due.days - supplier.days > kLongestPaymentTerm) {
+    return Warn(kBadEntry, "Datum dospijeća dobavljača je prevelik u odnosu na datum dokumenta dobavljača!");
+  }
+  return true;
+}
+
+}  // namespace mox

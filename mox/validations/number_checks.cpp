@@ -1,0 +1,67 @@
+#include <cmath>
+
+#include "mox/validations/dialogs_internal.h"
+#include "mox/validations/validations.h"
+
+namespace mox {
+
+bool FWorkWithLagerNegative = false;
+
+void SetConstraintsOnLager() {
+  FWorkWithLagerNegative = App().Ini().ReadInteger("GENERAL", "LAGERNEGATIVE", 0) == 1;
+}
+
+namespace {
+
+bool IsCovered(double quantity, const Field& stock) {
+  return FWorkWithLagerNegative || quantity <= stock.AsFloat() ||
+         Warn(kBadEntry, "Upisana količina je veća od količine na lageru!");
+}
+
+}  // namespace
+
+bool CheckLagerNegative(const Field& quantity, const Field& stock) {
+  return IsCovered(-quantity.AsFloat(), stock);
+}
+
+bool CheckLager(const Field& quantity, const Field& stock) {
+  return IsCovered(std::nearbyint(quantity.AsFloat()), stock);
+}
+
+bool CheckLagerValue(std::span<const Field> fields, const Field& stock, std::size_t index) {
+  if (FWorkWithLagerNegative) return true;
+  for (std::size_t i = index; i < fields.size(); ++i) {
+    if (fields[i].AsFloat() > stock.AsFloat()) {
+      return Warn(kBadEntry,
+                  "Polje " + fields[i].DisplayName() + " ima veću vrijednost od vrijednosti na lageru");
+    }
+  }
+  return true;
+}
+
+bool CheckLagerZero(const Field& stock) {
+  return stock.AsFloat() > 0 || Warn("Nedozvoljena promjena", "Stanje na lageru mora biti 0");
+}
+
+bool CheckIfZero(std::span<const Field> fields) {
+  Lines lines;
+  for (const Field& field : fields) {
+    if (field.AsFloat() == 0) lines.Add("Polje " + field.DisplayName() + " ne smije biti 0");
+  }
+  return lines.NoneOrWarn(kBadEntry);
+}
+
+bool CheckIfGreaterThenZero(std::span<const Field> fields, bool allow_zero) {
+  const bool any_but_zero = FWorkWithLagerNegative && !allow_zero;
+  Lines lines;
+  for (const Field& field : fields) {
+    const double value = field.AsFloat();
+    const bool passes = any_but_zero ? value != 0 : allow_zero ? value >= 0 : value > 0;
+    if (passes) continue;
+    lines.Add("Polje " + field.DisplayName() +
+              (any_but_zero ? " mora biti različito od 0" : " mora biti veće od 0"));
+  }
+  return lines.NoneOrWarn(kBadEntry);
+}
+
+}  // namespace mox

@@ -1,0 +1,80 @@
+#include <vector>
+
+#include "mox/validations/dialogs_internal.h"
+#include "mox/validations/validations.h"
+
+namespace mox {
+namespace {
+
+constexpr std::string_view kIncomplete = "Nepotpun unos!";
+constexpr std::string_view kNotUnique = "Neispravan unos";
+
+// A walk over the set itself would post the record whose value is checked, so a copy is walked. It holds that
+// record as it was before its edit, and not at all while it is inserted.
+bool IsRepeated(const Field& field) {
+  const RecordSet& records = field.DataSet();
+  const Value value = field.AsVariant();
+  RecordSet copy;
+  copy.CleanClone(records);
+  std::size_t count = 0;
+  for (copy.First(); !copy.Eof(); copy.Next()) {
+    if (copy.AsVariant(field.Index()) == value) ++count;
+  }
+  const bool counts_itself =
+      records.State() != DataSetState::kInsert && records.OldVariant(field.Index()) == value;
+  return count > (counts_itself ? 1U : 0U);
+}
+
+bool IsThere(const Value& value, RecordSet& records, const std::string& name) {
+  const ControlsGuard guard(records);
+  SavedPosition position(records);
+  const bool found = records.Locate(name, {value});
+  position.Restore();
+  return found;
+}
+
+}  // namespace
+
+bool CheckRequiredFields(RecordSet& records) {
+  Lines lines;
+  for (std::size_t i = records.FieldCount(); i-- > 0;) {
+    const Field field = records.FieldAt(i);
+    if (field.Required() && field.AsText().empty()) {
+      lines.Add("Polje '" + field.DisplayName() + "' nije popunjeno!");
+    }
+  }
+  return lines.NoneOrWarn(kIncomplete);
+}
+
+bool CheckRequiredFieldsFull(RecordSet& records, std::span<const Field> fields) {
+  std::vector<bool> told(fields.size());
+  Lines lines;
+  {
+    const ControlsGuard guard(records);
+    SavedPosition position(records);
+    for (records.First(); !records.Eof(); records.Next()) {
+      for (std::size_t i = 0; i < fields.size(); ++i) {
+        if (told[i] || fields[i].AsFloat() > 0) continue;
+        told[i] = true;
+        lines.Add("Polje '" + fields[i].DisplayName() + "' mora biti veće od nule!");
+      }
+    }
+    position.Restore();
+  }
+  return lines.NoneOrWarn(kIncomplete);
+}
+
+bool CheckFieldUnique(const Field& field) {
+  return !IsRepeated(field) ||
+         Warn(kNotUnique, "Polje '" + field.DisplayName() + "' unešeno je više puta sa istom vrijednošću (" +
+                              field.AsText() + ")!");
+}
+
+bool CheckFieldUnique(const Field& field, RecordSet& records) {
+  const bool taken =
+      &records == &field.DataSet() ? IsRepeated(field) : IsThere(field.AsVariant(), records, field.Name());
+  return !taken || Warn(kNotUnique, "Polje '" + field.DisplayName() +
+                                        "' sa ovom vrijednosti već postoji.\r\nMolim popravite.");
+}
+
+}  // namespace mox

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "mox/foundation/record_set.h"
+
+namespace mox {
+
+// What editing screens check of a field or of a whole record before it is posted. A check that fails tells
+// the user why, in one dialog unless stated, and answers false. No check changes a record. Values are read as
+// floating-point numbers where they are compared as numbers, null being 0.
+
+// --- stock ---
+
+/// Stock may become negative: the checks of quantities against it pass at once. Set by SetConstraintsOnLager,
+/// false before.
+extern bool FWorkWithLagerNegative;
+
+/// Reads the setting: FWorkWithLagerNegative becomes true where LAGERNEGATIVE of section GENERAL is 1.
+void SetConstraintsOnLager();
+
+/// A quantity that goes out is negative; stock must cover it.
+bool CheckLagerNegative(const Field& quantity, const Field& stock);
+/// The quantity, rounded to a whole number, ties to even, is at most the stock.
+bool CheckLager(const Field& quantity, const Field& stock);
+/// No field from `index` on, counted from 0, exceeds the stock. Tells of the first that does.
+bool CheckLagerValue(std::span<const Field> fields, const Field& stock, std::size_t index);
+/// Complains at a stock of 0 or less, whatever its message says. Holds also where stock may become negative.
+bool CheckLagerZero(const Field& stock);
+
+// --- numbers ---
+
+/// No field is 0. All that are stand in the dialog, a line each.
+bool CheckIfZero(std::span<const Field> fields);
+/// Every field is greater than 0, or at least 0 where allow_zero is set. Where stock may become negative and
+/// allow_zero is not set, it only must not be 0. All fields that fail stand in the dialog, a line each; its
+/// text is the same with and without allow_zero.
+bool CheckIfGreaterThenZero(std::span<const Field> fields, bool allow_zero);
+
+// --- dates ---
+
+/// A moment not later than now, local time. After the dialog a true company parameter "override_constraints"
+/// lets it pass all the same.
+bool CheckDateForward(const Field& date);
+/// In the selected working year.
+bool CheckDate(const Field& date);
+/// In the selected working year or the one after it. An empty text stands for the usual message.
+bool CheckDateActiveAndNextYear(const Field& date, std::string_view text);
+/// The related moment is earlier than that of `date`, later or equal, as far as each is allowed.
+bool CheckDateOnRelatedDate(const Field& date, const Field& related, std::string_view message,
+                            bool allow_earlier, bool allow_later, bool allow_equal);
+/// The same for numbers, both rounded to six decimals: the related one is less, greater or equal.
+bool CheckFieldOnRelatedField(const Field& field, const Field& related, std::string_view message,
+                              bool allow_earlier, bool allow_later, bool allow_equal);
+/// The dates of a goods receipt. Asks whether to go on where the document and the supplier's document differ
+/// in month, where they differ in year, and where the former is earlier; the first no ends the check. Refuses
+/// a due date before the supplier's document or more than 360 days after it, the longest term of payment that
+/// businesses may agree on.
+bool CheckDatesOnPrimka(const Field& document_date, const Field& supplier_document_date,
+                        const Field& supplier_due_date);
+
+// --- records ---
+
+/// No required field of the current record is empty. Those that are stand in the dialog, the last field
+/// first.
+bool CheckRequiredFields(RecordSet& records);
+/// The fields are greater than 0 in all records. Each that is not stands in the dialog once. Comes back to
+/// the current record.
+bool CheckRequiredFieldsFull(RecordSet& records, std::span<const Field> fields);
+/// No other record of the field's set, filtered out or not, holds its value, which may still be edited.
+bool CheckFieldUnique(const Field& field);
+/// No record of another set holds the value in its field of that name. Comes back to that set's current
+/// record. In the field's own set its own record does not count.
+bool CheckFieldUnique(const Field& field, RecordSet& records);
+
+// --- texts ---
+
+/// Empty, or at least 6 characters with "@" and "." among them. Otherwise `message` becomes the text shown.
+bool CheckEmail(std::string_view text, std::string& message);
+/// Empty, or "+" and 8 to 13 digits, the first not 0. A minus sign may stand for a digit at their beginning.
+/// Otherwise `message` becomes the text shown.
+bool CheckTelefonFax(std::string_view text, std::string& message);
+/// The name of business premises or of a till as fiscal receipts allow it: certain characters, no two blanks
+/// in a row, the first blank not in place 20. The suffix follows the list of characters in its message.
+bool CheckFiskalniNaziv(std::string_view text, std::string_view suffix);
+/// A person: "ime" and "prezime" of at least 2 characters, then "telefon", "fax" and "email". Raises Abort
+/// after the dialog of the first that fails.
+void CheckObrSast(RecordSet& person);
+
+}  // namespace mox

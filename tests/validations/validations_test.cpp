@@ -1,0 +1,198 @@
+#include "mox/validations/validations.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <ctime>
+
+#include "tests/fakes/recording_host.h"
+#include "tests/foundation/case_file.h"
+
+// Runs the table of the checks: what they are given, what they answer, and the dialogs in their order.
+
+namespace mox {
+namespace {
+
+// A set from words such as "Iznos:float=2,5", with "!" after the kind of a required field; without a value it
+// is null. "|" begins a further record; "edit" and "insert" take what follows in that state, at the first
+// one. Other words count for nothing.
+RecordSet SetOf(const Words& words) {
+  RecordSet set;
+  for (const std::string& word : words) {
+    const std::size_t colon = word.find(':');
+    if (colon == std::string::npos) continue;
+    FieldDef field;
+    field.name = word.substr(0, colon);
+    field.display_name = "Naziv " + field.name;
+    const std::string kind = word.substr(colon + 1, word.find_first_of("!=") - colon - 1);
+    EXPECT_TRUE(KindFromName(kind, field.kind));
+    field.required = word.find('!') != std::string::npos;
+    set.DefineField(field);
+  }
+  set.Open();
+  set.Append();
+  bool stays_open = false;
+  for (const std::string& word : words) {
+    const std::size_t equals = word.find('=');
+    if (word == "|") set.Append();
+    if (word == "edit" || word == "insert") {
+      set.First();
+      word == "edit" ? set.Edit() : set.Insert();
+      stays_open = true;
+    }
+    if (equals != std::string::npos) {
+      set.FieldByName(word.substr(0, word.find_first_of(":="))).SetText(word.substr(equals + 1));
+    }
+  }
+  if (!stays_open) set.First();
+  return set;
+}
+
+std::vector<Field> FieldsOf(RecordSet& set, std::size_t from = 0) {
+  std::vector<Field> fields;
+  for (std::size_t i = from; i < set.FieldCount(); ++i) fields.push_back(set.FieldAt(i));
+  return fields;
+}
+
+bool Has(const Words& words, std::string_view word) {
+  return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+// The answer of a check and its dialogs. A row may begin with the setting "lager=1", the company parameter
+// "override", and the answers "yes" and "no".
+std::string Outcome(Words row, const std::function<bool(const Words&)>& check) {
+  RecordingHost host;
+  RecordSet parameters = SetOf({"override_constraints:boolean=True"});
+  for (; !row.empty(); row.erase(row.begin())) {
+    const std::string& word = row.front();
+    if (word.starts_with("lager=")) {
+      host.settings.WriteString("GENERAL", "LAGERNEGATIVE", word.substr(6));
+    } else if (word == "override") {
+      host.parameters = &parameters;
+    } else if (word == "yes" || word == "no") {
+      host.dialog_answers.push_back(word == "yes" ? kDialogYes : kDialogNo);
+    } else {
+      break;
+    }
+  }
+  const ScopedApp app(host.Parts());
+  SetConstraintsOnLager();
+  std::string outcome;
+  try {
+    outcome = check(row) ? "true" : "false";
+  } catch (const Abort&) {
+    outcome = "abort";
+  }
+  for (const std::string& line : host.log) outcome += " " + line;
+  return outcome;
+}
+
+TableFunction OnTexts(const std::function<bool(const Words&)>& check) {
+  return [check](const Words& row) { return Outcome(row, check); };
+}
+
+// Of a set that no check may change or leave on another record.
+TableFunction OnSet(const std::function<bool(RecordSet&, const Words&)>& check) {
+  return OnTexts([check](const Words& words) {
+    RecordSet set = SetOf(words);
+    const std::size_t position = set.Position();
+    const DataSetState state = set.State();
+    const std::string records = set.SaveToString();
+    const bool result = check(set, words);
+    EXPECT_EQ(set.Position(), position);
+    EXPECT_EQ(set.State(), state);
+    EXPECT_EQ(set.SaveToString(), records);
+    EXPECT_FALSE(set.ControlsDisabled());
+    return result;
+  });
+}
+
+TableFunction OnTwoFields(bool (*check)(const Field&, const Field&)) {
+  return OnSet([check](RecordSet& set, auto&) { return check(set.FieldAt(0), set.FieldAt(1)); });
+}
+
+TableFunction Related(bool (*check)(const Field&, const Field&, std::string_view, bool, bool, bool)) {
+  return OnSet([check](RecordSet& set, const Words& words) {
+    return check(set.FieldAt(0), set.FieldAt(1), "Poruka", Has(words, "earlier"), Has(words, "later"),
+                 Has(words, "equal"));
+  });
+}
+
+// So many seconds from now, in a time zone five hours ahead of the world's time.
+bool CheckSecondsAhead(const Words& words) {
+  ::setenv("TZ", "MOX-5", 1);
+  ::tzset();
+  const auto moment = std::chrono::system_clock::now().time_since_epoch() + std::chrono::hours(5) +
+                      std::chrono::seconds(std::stoi(words.at(0)));
+  RecordSet set = SetOf({"Datum:datetime"});
+  set.Append();
+  set.SetDateTime(0, {std::chrono::duration_cast<std::chrono::milliseconds>(moment).count()});
+  return CheckDateForward(set.FieldAt(0));
+}
+
+// A text check with the message that it may replace.
+TableFunction Contact(bool (*check)(std::string_view, std::string&)) {
+  return OnTexts([check](const Words& words) {
+    std::string message = "before";
+    const bool result = check(words.at(0), message);
+    EXPECT_EQ(message == "before", result);
+    return result;
+  });
+}
+
+TEST(Validations, FollowTheirTable) {
+  ExpectTables(
+      "validations",
+      {{"CheckLagerNegative", OnTwoFields(CheckLagerNegative)},
+       {"CheckLager", OnTwoFields(CheckLager)},
+       {"CheckLagerValue", OnSet([](RecordSet& set, const Words& words) {
+          const std::vector<Field> fields = FieldsOf(set, 1);
+          return CheckLagerValue(fields, set.FieldAt(0), Has(words, "second") ? 1 : 0);
+        })},
+       {"CheckLagerZero", OnSet([](RecordSet& set, auto&) { return CheckLagerZero(set.FieldAt(0)); })},
+       {"CheckIfZero", OnSet([](RecordSet& set, auto&) { return CheckIfZero(FieldsOf(set)); })},
+       {"CheckIfGreaterThenZero", OnSet([](RecordSet& set, const Words& words) {
+          return CheckIfGreaterThenZero(FieldsOf(set), Has(words, "allowed"));
+        })},
+       {"CheckDateForward", OnTexts(CheckSecondsAhead)},
+       {"CheckDate", OnSet([](RecordSet& set, auto&) { return CheckDate(set.FieldAt(0)); })},
+       {"CheckDateActiveAndNextYear", OnSet([](RecordSet& set, const Words& words) {
+          return CheckDateActiveAndNextYear(set.FieldAt(0), Has(words, "Poruka") ? "Poruka" : "");
+        })},
+       {"CheckDateOnRelatedDate", Related(CheckDateOnRelatedDate)},
+       {"CheckFieldOnRelatedField", Related(CheckFieldOnRelatedField)},
+       {"CheckDatesOnPrimka", OnSet([](RecordSet& set, auto&) {
+          return CheckDatesOnPrimka(set.FieldAt(0), set.FieldAt(1), set.FieldAt(2));
+        })},
+       {"CheckRequiredFields", OnSet([](RecordSet& set, auto&) { return CheckRequiredFields(set); })},
+       {"CheckRequiredFieldsFull", OnSet([](RecordSet& set, auto&) {
+          if (set.RecordCount() > 1) set.Next();
+          const bool result = CheckRequiredFieldsFull(set, FieldsOf(set));
+          if (set.RecordCount() > 1) set.Prior();
+          return result;
+        })},
+       {"CheckFieldUnique", OnSet([](RecordSet& set, auto&) { return CheckFieldUnique(set.FieldAt(0)); })},
+       {"CheckFieldUnique in another set", OnTexts([](const Words& words) {
+          RecordSet field = SetOf({words.front()});
+          RecordSet set = SetOf({words.begin() + 1, words.end()});
+          set.Last();
+          const std::size_t position = set.Position();
+          const bool result = CheckFieldUnique(field.FieldAt(0), set);
+          EXPECT_EQ(set.Position(), position);
+          return result;
+        })},
+       {"CheckFieldUnique in its own set",
+        OnSet([](RecordSet& set, auto&) { return CheckFieldUnique(set.FieldAt(0), set); })},
+       {"CheckEmail", Contact(CheckEmail)},
+       {"CheckTelefonFax", Contact(CheckTelefonFax)},
+       {"CheckObrSast", OnSet([](RecordSet& set, auto&) {
+          CheckObrSast(set);
+          return true;
+        })},
+       {"CheckFiskalniNaziv", OnTexts([](const Words& words) {
+          return CheckFiskalniNaziv(words.at(0), words.size() > 1 ? words[1] : "");
+        })}},
+      "validations");
+}
+
+}  // namespace
+}  // namespace mox
