@@ -17,7 +17,7 @@ namespace mox {
 
 /// A host whose server, dialogs and screen are scripts: everything that the library asks of it is written
 /// down as one line in `log`, in order.
-class RecordingHost : public TdmComunication, public AppDialogs, public AppPlatform {
+class RecordingHost : public TdmComunication, public AppDialogs, public AppPlatform, public TCompany {
  public:
   using Service = std::function<std::unique_ptr<TAstaParamList>(const TAstaParamList& request)>;
 
@@ -36,6 +36,7 @@ class RecordingHost : public TdmComunication, public AppDialogs, public AppPlatf
   std::string clipboard;
   Program program;  ///< without one no program can be started
   bool terminated = false;
+  int working_year = 2024;
 
   RecordSet* CompanyParameters() override { return parameters; }
 
@@ -83,10 +84,16 @@ class RecordingHost : public TdmComunication, public AppDialogs, public AppPlatf
     return std::make_unique<ScriptedProgram>(program(parameters_text));
   }
   std::string ClipboardText() override { return clipboard; }
+  int WorkingYear() const override { return working_year; }
 
   /// The parts of an application object with this host behind all of them.
   AppParts Parts() {
-    return {.ini = &settings, .comunication = this, .dialogs = this, .locale = &locale, .platform = this};
+    return {.ini = &settings,
+            .comunication = this,
+            .dialogs = this,
+            .locale = &locale,
+            .platform = this,
+            .company = this};
   }
 
  private:
