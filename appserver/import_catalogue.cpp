@@ -117,54 +117,135 @@ FieldKind KindOfColumn(Database& database, const std::string& table, const std::
   throw Error("the database has no column \"" + table + "." + column + "\"");
 }
 
-// Look-ups of master data that the import profiles ask for.
-const ImportLookup kMasterData[] = {
-    {"select NAZIV from PAR WHERE NAZIV in", "par", "naziv", "NAZIV"},
-    {"select sifra SIFRA_DOBAVLJACA from par where sifra in ", "par", "sifra", "SIFRA_DOBAVLJACA"},
-    {"select PTT as PTT from mjesto where PTT in ", "mjesto", "ptt", "PTT"},
-    {"select PTT as PTT_MJE_ROD from mjesto where PTT in ", "mjesto", "ptt", "PTT_MJE_ROD"},
-    {"select NAZIV as MJESTO from mjesto where NAZIV in ", "mjesto", "naziv", "MJESTO"},
-    {"select NAZIV as MJESTO_ROD from mjesto where NAZIV in ", "mjesto", "naziv", "MJESTO_ROD"},
-    {"select naziv from mjesto WHERE naziv in", "mjesto", "naziv", "naziv"},
-    {"select OZNAKA as DRZAVA from DRZAVE WHERE OZNAKA in", "drzave", "oznaka", "DRZAVA"},
-    {"select OZNAKA as VALUTA from valuta WHERE OZNAKA in", "valuta", "oznaka", "VALUTA"},
-    {"select NAZIV as KOMERCIJALIST from KOMERCIJALIST WHERE NAZIV in", "komercijalist", "naziv",
-     "KOMERCIJALIST"},
-    {"select sifra SIFRA_ARTIKLA_RF from art where sifra in ", "art", "sifra", "SIFRA_ARTIKLA_RF"},
-    {"select stopa as TBR from tbr WHERE stopa in ", "tbr", "stopa", "TBR"},
-    {"select sifra as CAR_TAR_BR from CAR_TAR_BR WHERE sifra in  ", "car_tar_br", "sifra", "CAR_TAR_BR", "",
-     true},
-    {"select JMBG from zaposlenik WHERE JMBG in ", "zaposlenik", "jmbg", "JMBG"},
-    {"select sifra as SIFRA_ZAP from zaposlenik where oib in ", "zaposlenik", "oib", "SIFRA_ZAP", "sifra"},
-    {"select NAZIV as PUTNI_TROSAK_NAKNADA_NAZIV from naknada_place where upper(NAZIV) in ", "naknada_place",
-     "naziv", "PUTNI_TROSAK_NAKNADA_NAZIV"},
-    {"select NAZIV as RADNO_MJESTO from RADNO_MJESTO where upper(NAZIV) in ", "radno_mjesto", "naziv",
-     "RADNO_MJESTO"},
-    {"select NAZIV as NAZIV from apo_smjestajna_jedinica where NAZIV in", "apo_smjestajna_jedinica", "naziv",
-     "NAZIV"},
-    {"select NAZIV from RESURS WHERE NAZIV in", "resurs", "naziv", "NAZIV"},
-    {"select BrojPutneIsprave as BROJ_ISPRAVE from APO_FizickeOsobeAtributi WHERE BrojPutneIsprave in ",
-     "apo_fizickeosobeatributi", "brojputneisprave", "BROJ_ISPRAVE"},
-    {"select BROJ as BROJ_GR from APO_GrupeRezervacije where BROJ in", "apo_gruperezervacije", "broj",
-     "BROJ_GR"},
-    {"select sifra as VR_KNJ from fin_vr_k where sifra in ", "fin_vr_k", "sifra", "VR_KNJ"},
+// The texts of the import profiles, with their blanks. The columns of the latter are numbers in the grid.
+constexpr std::string_view kTexts[] = {
+    "select BROJ as BROJ_GR from APO_GrupeRezervacije where BROJ in",
+    "select BrojPutneIsprave as BROJ_ISPRAVE from APO_FizickeOsobeAtributi WHERE BrojPutneIsprave in ",
+    "select JMBG from zaposlenik WHERE JMBG in ",
+    "select NAZIV as BANKA from banke where NAZIV in ",
+    "select NAZIV as KOMERCIJALIST from KOMERCIJALIST WHERE NAZIV in",
+    "select NAZIV as MJESTO from mjesto where NAZIV in ",
+    "select NAZIV as MJESTO_KNJIZICA from mjesto where NAZIV in ",
+    "select NAZIV as MJESTO_OSOBNA from mjesto where NAZIV in ",
+    "select NAZIV as MJESTO_ROD from mjesto where NAZIV in ",
+    "select NAZIV as MJESTO_STANOVANJE from mjesto where NAZIV in ",
+    "select NAZIV as NAZIV from apo_smjestajna_jedinica where NAZIV in",
+    "select NAZIV as NAZIV_PAR from PAR WHERE NAZIV in",
+    "select NAZIV as PUTNI_TROSAK_NAKNADA_NAZIV from naknada_place where upper(NAZIV) in ",
+    "select NAZIV as RADNO_MJESTO from RADNO_MJESTO where upper(NAZIV) in ",
+    "select NAZIV from APO_SMJESTAJNA_JEDINICA WHERE NAZIV in",
+    "select NAZIV from PAR WHERE NAZIV in",
+    "select NAZIV from RESURS WHERE NAZIV in",
+    "select OZNAKA as DRZAVA from DRZAVE WHERE OZNAKA in",
+    "select OZNAKA as DRZAVA_DRZAVLJANSTVO from DRZAVE WHERE OZNAKA in",
+    "select OZNAKA as DRZAVA_ROD from DRZAVE WHERE OZNAKA in",
+    "select OZNAKA as DRZAVLJANSTVO from DRZAVE WHERE OZNAKA in",
+    "select OZNAKA as VALUTA from valuta WHERE OZNAKA in",
+    "select PTT as PTT from mjesto where PTT in ",
+    "select PTT as PTT_KNJIZICA from mjesto where PTT in ",
+    "select PTT as PTT_MJE_ROD from mjesto where PTT in ",
+    "select PTT as PTT_OSOBNA from mjesto where PTT in ",
+    "select PTT as PTT_STANOVANJE from mjesto where PTT in ",
+    "select SIFRA from APO_SMJESTAJNA_JEDINICA WHERE SIFRA in",
+    "select SIFRA from RESURS WHERE SIFRA in",
+    "select naziv as DRZAVA_PORIJEKLA from drzave where naziv in ",
+    "select naziv as GRP_KTO from osr_gr_dug_imv where naziv in ",
+    "select naziv as GRUPA from grupa_usl where naziv in ",
+    "select naziv as GRUPA from vrsta where naziv in ",
+    "select naziv as JM from jm where naziv in ",
+    "select naziv as PAR from par where naziv in ",
+    "select naziv as PAR_NAZIV from par where naziv in ",
+    "select naziv as PODGRUPA from podvrsta where naziv in ",
+    "select naziv as PODGRUPA2 from podgrupa2 where naziv in ",
+    "select naziv as RABAT from rabatne_grupe where naziv in ",
+    "select naziv from mjesto WHERE naziv in",
+    "select oib as PAR_OIB from par where oib in ",
+    "select sifra SIFRA_ARTIKLA_RF from art where sifra in ",
+    "select sifra SIFRA_DOBAVLJACA from par where sifra in ",
+    "select sifra as SIFRA_RJ from skladiste where sifra in ",
+    "select sifra as SIFRA_ZAP from zaposlenik where oib in ",
+    "select sifra as SMJESTAJ from OSR_MJE_SMJ where sifra in ",
+    "select sifra as VR_KNJ from fin_vr_k where sifra in ",
+    "select sifra from art where sifra in ",
 };
+constexpr std::string_view kNumbers[] = {
+    "select konto as KONTO from fin_kto where konto in ",
+    "select sifra as CAR_TAR_BR from CAR_TAR_BR WHERE sifra in  ",
+    "select sifra as GRP_AM from osr_sku_dug_imv where sifra in ",
+    "select stopa as TBR from tbr WHERE stopa in ",
+};
+
+bool IsIdentifier(std::string_view word) {
+  return !word.empty() && word.find_first_not_of(
+                              "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
+                              "0123456789_") == std::string_view::npos;
+}
+
+std::vector<std::string_view> SplitWords(std::string_view text) {
+  std::vector<std::string_view> words;
+  for (std::size_t end; !(text = TrimBlanks(text)).empty(); text.remove_prefix(end)) {
+    end = std::min(text.find(' '), text.size());
+    words.push_back(text.substr(0, end));
+  }
+  return words;
+}
 
 }  // namespace
 
-ImportCatalogue::ImportCatalogue() : lookups_(std::begin(kMasterData), std::end(kMasterData)) {}
+ImportLookup ImportLookup::Parse(std::string_view sql, bool numeric) {
+  const std::vector<std::string_view> words = SplitWords(sql);
+  std::size_t at = 0;
+  const auto is = [&](std::string_view keyword) { return at < words.size() && SameName(words[at], keyword); };
+  bool well_formed = true;
+  const auto expect = [&](std::string_view keyword) {
+    well_formed = well_formed && is(keyword);
+    ++at;
+  };
+  const auto identifier = [&](std::string_view word) {
+    well_formed = well_formed && IsIdentifier(word);
+    return std::string(word);
+  };
+  const auto next = [&] { return at < words.size() ? words[at++] : std::string_view(); };
 
-void ImportCatalogue::Register(ImportLookup lookup) {
-  for (const ImportLookup& known : lookups_) {
-    if (known.sql == lookup.sql) throw Error("the look-up \"" + lookup.sql + "\" is registered already");
-  }
-  lookups_.push_back(std::move(lookup));
+  ImportLookup lookup;
+  lookup.sql = sql;
+  lookup.numeric = numeric;
+  expect("select");
+  lookup.selected = identifier(next());
+  if (is("as")) ++at;
+  lookup.answer = is("from") ? lookup.selected : identifier(next());
+  expect("from");
+  lookup.table = identifier(next());
+  expect("where");
+  std::string_view matched = next();
+  if (matched.starts_with("upper(") && matched.ends_with(')'))
+    matched = matched.substr(6, matched.size() - 7);
+  lookup.matched = identifier(matched);
+  expect("in");
+  if (!well_formed || at != words.size()) throw Error("\"" + lookup.sql + "\" is no look-up");
+  return lookup;
+}
+
+ImportCatalogue::ImportCatalogue() {
+  for (const std::string_view sql : kTexts) Register(sql);
+  for (const std::string_view sql : kNumbers) Register(sql, true);
+}
+
+void ImportCatalogue::Register(std::string_view sql, bool numeric) {
+  if (FindLookup(sql) != nullptr)
+    throw Error("the look-up \"" + std::string(sql) + "\" is registered already");
+  lookups_.push_back(ImportLookup::Parse(sql, numeric));
+}
+
+const ImportLookup* ImportCatalogue::FindLookup(std::string_view sql) const {
+  const auto same = [sql](const ImportLookup& lookup) { return lookup.sql == sql; };
+  const auto found = std::find_if(lookups_.begin(), lookups_.end(), same);
+  return found == lookups_.end() ? nullptr : &*found;
 }
 
 RecordSet ImportCatalogue::Find(Database& database, std::string_view sql, std::string_view values) const {
-  const auto asked = [sql](const ImportLookup& lookup) { return lookup.sql == sql; };
-  const auto lookup = std::find_if(lookups_.begin(), lookups_.end(), asked);
-  if (lookup == lookups_.end()) {
+  const ImportLookup* const lookup = FindLookup(sql);
+  if (lookup == nullptr) {
     throw Error("the SQL text is not in the catalogue: " + std::string(CutToCharacters(sql, kShownSql)));
   }
   const bool number_column = KindOfColumn(database, lookup->table, lookup->matched) != FieldKind::kText;
@@ -187,8 +268,7 @@ RecordSet ImportCatalogue::Find(Database& database, std::string_view sql, std::s
 }
 
 std::string ImportLookupSql(const ImportLookup& lookup, bool folded, std::size_t values) {
-  const std::string& selected = lookup.selected.empty() ? lookup.matched : lookup.selected;
-  std::string sql = "SELECT " + selected + " FROM " + lookup.table + " WHERE ";
+  std::string sql = "SELECT " + lookup.selected + " FROM " + lookup.table + " WHERE ";
   sql += folded ? "fold(" + lookup.matched + ")" : lookup.matched;
   for (std::size_t i = 0; i < values; ++i) sql += (i == 0 ? " IN (:v" : ", :v") + std::to_string(i);
   return sql + ")";

@@ -10,13 +10,16 @@ namespace mox {
 
 /// A look-up of the import grid: which of a column's pasted values stand in the database.
 struct ImportLookup {
-  std::string sql;    ///< the text under which clients ask for it, letter for letter: "select PTT as PTT from
-                      ///< mjesto where PTT in "
-  std::string table;  ///< where the values are looked for
-  std::string matched;        ///< in which column
-  std::string answer;         ///< the name of the answer's column
-  std::string selected = {};  ///< the column that is answered; empty for the matched one
-  bool numeric = false;       ///< values are numbers, though the matched column may hold texts of digits
+  std::string sql;       ///< the text under which clients ask for it, letter for letter
+  std::string selected;  ///< the column that is answered, and under which name
+  std::string answer;
+  std::string table;
+  std::string matched;   ///< the column that is searched
+  bool numeric = false;  ///< values are numbers, though the matched column may hold texts of digits
+
+  /// Of "select SELECTED as ANSWER from TABLE where MATCHED in": `as ANSWER` or `as` may be left out, MATCHED
+  /// may stand in upper(). Raises Error for a text of any other form.
+  static ImportLookup Parse(std::string_view sql, bool numeric = false);
 };
 
 /// The look-ups that the server runs; a client's SQL text only chooses one of them.
@@ -27,11 +30,11 @@ struct ImportLookup {
 /// for.
 class ImportCatalogue {
  public:
-  /// Has the look-ups of master data.
+  /// Has the look-ups of the import profiles.
   ImportCatalogue();
 
-  /// Raises Error for an SQL text that is registered already.
-  void Register(ImportLookup lookup);
+  /// Raises Error for an SQL text that is registered already or has not the form of a look-up.
+  void Register(std::string_view sql, bool numeric = false);
   const std::vector<ImportLookup>& Lookups() const { return lookups_; }
 
   /// The found values, as the record set "adsList" with one column. `values` are separated by ','. Raises
@@ -39,6 +42,8 @@ class ImportCatalogue {
   RecordSet Find(Database& database, std::string_view sql, std::string_view values) const;
 
  private:
+  const ImportLookup* FindLookup(std::string_view sql) const;
+
   std::vector<ImportLookup> lookups_;
 };
 

@@ -1,6 +1,7 @@
 #include "appserver/write_transactions.h"
 
 #include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
 
 namespace mox {
 namespace {
@@ -13,12 +14,19 @@ struct DocumentKey {
   Date datum;
 };
 
-Field RequiredField(RecordSet& header, std::string_view name) {
+// A field of the header as another kind; an error names the field.
+template <typename Result>
+Result HeaderValue(RecordSet& header, std::string_view name, Result (*convert)(const Value&)) {
+  const auto refused = [&](std::string message) {
+    return WriteRefused({"", header.Name(), 1, std::string(name), std::move(message)});
+  };
   const auto field = header.FindField(name);
-  if (!field || field->IsNull() || TrimBlanks(field->AsText()).empty()) {
-    throw WriteRefused({"", header.Name(), 1, std::string(name), "must not be empty"});
+  try {
+    if (!field || TrimBlanks(field->AsText()).empty()) throw refused("must not be empty");
+    return convert(field->AsVariant());
+  } catch (const ConversionError& error) {
+    throw refused(error.what());
   }
-  return *field;
 }
 
 std::int64_t NextNumber(Database& database, const DocumentKey& key) {
@@ -34,10 +42,12 @@ DocumentKey InsertHeader(Database& database, RecordSet& header, TableRule rule) 
   RequireOneRecord(header);
   header.First();
   DocumentKey key;
-  key.vrsta = RequiredField(header, "vrsta").AsText();
-  key.datum = RequiredField(header, "datum").AsDate();
-  const auto year = header.FindField("godina");
-  key.godina = year && !year->IsNull() ? year->AsInteger() : ToCivil(key.datum).year;
+  key.vrsta = HeaderValue(header, "vrsta", ToText);
+  key.datum = HeaderValue(header, "datum", ToDate);
+  key.godina = ToCivil(key.datum).year;
+  if (const auto year = header.FindField("godina"); year && !year->IsNull()) {
+    key.godina = HeaderValue(header, "godina", ToInteger);
+  }
   key.broj = NextNumber(database, key);
   rule.constants = {{"vrsta", key.vrsta}, {"godina", key.godina}, {"broj", key.broj}};
   key.id = InsertRecord(database, header, rule);

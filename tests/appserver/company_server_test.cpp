@@ -1,0 +1,235 @@
+#include "appserver/company_server.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "mox/foundation/vocabulary.h"
+#include "mox/import/import_profiles.h"
+#include "mox/server/transactions.h"
+#include "tests/appserver/scratch_database.h"
+#include "tests/foundation/case_file.h"
+
+namespace mox {
+namespace {
+
+// A server over a new company database, and what it logged.
+class CompanyServerTest : public ScratchDatabase {
+ public:
+  std::string TakeLog() {
+    std::string lines;
+    for (const std::string& line : std::exchange(log, {})) lines += " log: " + line;
+    return lines;
+  }
+  const std::string& path() const { return path_; }
+
+  std::vector<std::string> log;
+  CompanyServer server{Database(path_), [this](std::string_view line) { log.emplace_back(line); }};
+
+ protected:
+  void ExpectCases(const std::string& file, std::initializer_list<const char*> tables);
+};
+
+using Company = CompanyServerTest;
+
+// "a=1 b=2 ; a=3": records with their fields that are not null; "-" where there is none.
+std::string Show(RecordSet& records) {
+  std::string text;
+  for (records.First(); !records.Eof(); records.Next()) {
+    if (!text.empty()) text += " ;";
+    for (std::size_t i = 0; i < records.FieldCount(); ++i) {
+      if (records.IsNull(i)) continue;
+      text += (text.empty() ? "" : " ") + records.Definition(i).name + '=' + records.AsText(i);
+    }
+  }
+  return text.empty() ? "-" : text;
+}
+
+// sql STATEMENT
+std::string RunSql(Company& company, const Words& row) {
+  return Text(company.server.database().Execute(row.at(0)));
+}
+
+// rows COLUMNS QUERY
+std::string ShowRows(Company& company, const Words& row) {
+  RecordSet records = company.server.database().Query("rows", ParseColumns(row.at(0)), row.at(1));
+  return Show(records);
+}
+
+// read SERVICE NAME=TEXT...
+std::string Read(Company& company, const Words& row) {
+  TAstaParamList request;
+  for (std::size_t i = 1; i < row.size(); ++i) {
+    const std::size_t equals = row[i].find('=');
+    request.FastAdd(row[i].substr(0, equals), Value(row[i].substr(equals + 1)));
+  }
+  const auto answers = company.server.ReportDataService(request, row.at(0));
+  if (answers == nullptr) return "none" + company.TakeLog();
+  std::string text;
+  for (std::size_t i = 0; i < answers->Count(); ++i) {
+    TAstaParam& item = (*answers)[i];
+    EXPECT_EQ(item.Name(), item.AsDataSet().Name());
+    text += (text.empty() ? "" : " ") + item.Name() + ": " + Show(item.AsDataSet());
+  }
+  return text;
+}
+
+// "kolicina:float,pc:currency" and records "2|3,50", in which ~ is null.
+RecordSet MakeRecordSet(const std::string& name, const Words& words, std::size_t& at) {
+  RecordSet records(name);
+  for (const FieldDef& field : ParseColumns(words.at(at++))) records.DefineField(field);
+  records.Open();
+  for (; at < words.size() && !words[at].starts_with('+'); ++at) {
+    std::vector<Value> values;
+    std::string rest = words[at] + '|';
+    for (std::size_t bar; (bar = rest.find('|')) != std::string::npos; rest.erase(0, bar + 1)) {
+      const std::string value = rest.substr(0, bar);
+      values.push_back(value == "~" ? Value() : Value(value));
+    }
+    records.AppendRecord(values);
+  }
+  return records;
+}
+
+std::string Write(Company& company, const TAstaParamList& request) {
+  const int answer = company.server.WriteDataService(request);
+  const WriteOutcome& outcome = company.server.LastWrite();
+  EXPECT_EQ(answer != 0, outcome.committed);
+  EXPECT_EQ(outcome.committed, !outcome.failure);
+  if (outcome.committed) {
+    RecordSet stored;
+    if (outcome.stored) stored.CleanClone(*outcome.stored);
+    return "committed" + (outcome.stored ? " " + Show(stored) : "") + company.TakeLog();
+  }
+  EXPECT_EQ(company.TakeLog(), " log: refused " + outcome.failure->ToString());
+  std::string refused = "refused " + outcome.failure->ToString();
+  if (const std::size_t at = refused.find(company.path() + ": "); at != std::string::npos) {
+    refused.erase(at, company.path().size() + 2);
+  }
+  return refused;
+}
+
+// write TRANSACTION (+RECORDSET COLUMNS RECORD...)...
+std::string WriteRecordSets(Company& company, const Words& row) {
+  std::vector<RecordSet> sets;
+  for (std::size_t at = 1; at < row.size();) {
+    const std::string name = row[at++].substr(1);
+    sets.push_back(MakeRecordSet(name, row, at));
+  }
+  std::vector<const RecordSet*> pointers;
+  for (const RecordSet& records : sets) pointers.push_back(&records);
+  return Write(company, WriteRequest(row.at(0), pointers));
+}
+
+// raw (NAME TEXT)...; a word alone is nothing
+std::string WriteRaw(Company& company, const Words& row) {
+  TAstaParamList request;
+  for (std::size_t i = 0; i + 1 < row.size(); i += 2) request.FastAdd(row[i], Value(row[i + 1]));
+  return Write(company, request);
+}
+
+// find SQL VALUES: the first field of each record of the answer
+std::string Find(Company& company, const Words& row) {
+  const auto answers =
+      company.server.ReportDataService({{"params1", row.at(0)}, {"params2", row.at(1)}}, "ImportGrid");
+  return Show(answers->ParamByName("adsList").AsDataSet());
+}
+
+// many N: how many of so many values are found
+std::string FindMany(Company& company, const Words& row) {
+  std::string values = "P1";
+  for (int i = 2; i <= std::stoi(row.at(0)); ++i) values += "','P" + Text(i);
+  return Text(static_cast<std::int64_t>(
+      company.server.import_catalogue()
+          .Find(company.server.database(), "select PTT as PTT from mjesto where PTT in ", values)
+          .RecordCount()));
+}
+
+// Runs a file of cases against one company.
+void CompanyServerTest::ExpectCases(const std::string& file, std::initializer_list<const char*> tables) {
+  using Function = std::string (*)(Company&, const Words&);
+  static const std::map<std::string, Function> functions = {
+      {"sql", RunSql},   {"rows", ShowRows}, {"read", Read},    {"write", WriteRecordSets},
+      {"raw", WriteRaw}, {"find", Find},     {"many", FindMany}};
+  std::map<std::string, TableFunction> used;
+  for (const char* table : tables) {
+    used[table] = [this, run = functions.at(table)](const Words& row) {
+      log.clear();
+      try {
+        return run(*this, row);
+      } catch (const Error& error) {
+        EXPECT_EQ(log, std::vector<std::string>{error.what()});
+        throw;
+      }
+    };
+  }
+  ExpectTables(file, used, "appserver");
+}
+
+TEST_F(CompanyServerTest, AnswersServices) { ExpectCases("services", {"sql", "read"}); }
+TEST_F(CompanyServerTest, StoresTransactions) {
+  ExpectCases("transactions", {"write", "raw", "rows", "read"});
+}
+TEST_F(CompanyServerTest, FindsImportedValues) {
+  ExpectCases("import_grid", {"sql", "find", "many", "rows"});
+}
+
+// The server runs every text of the profiles, and answers under the name that the grid asks for.
+TEST_F(CompanyServerTest, LooksUpWhatTheImportProfilesAskFor) {
+  const ScopedApp app({.comunication = &server});
+  class NoView : public ImportGridView {
+    void ShowModal(TfrmImportGrid&) override {}
+  } view;
+  std::set<std::string> asked;
+  for (const ImportProfile& profile : ImportProfiles()) {
+    TfrmImportGrid form(view, profile.key);
+    form.OnShow();
+    for (const ImportFieldDef& field : form.Fields()) {
+      for (const std::string& sql : {field.lookup == "True" ? field.lookup_sql : "", field.unique_sql}) {
+        if (sql.empty()) continue;
+        RecordSet found = server.import_catalogue().Find(server.database(), sql, "0");
+        EXPECT_TRUE(found.FindField(field.field_name)) << profile.key << ": " << sql;
+        asked.insert(sql);
+      }
+    }
+  }
+  EXPECT_EQ(asked.size(), server.import_catalogue().Lookups().size());
+}
+
+TEST_F(CompanyServerTest, EveryLookUpOfImportsUsesAnIndex) {
+  Database& database = server.database();
+  for (const ImportLookup& lookup : server.import_catalogue().Lookups()) {
+    const std::string sql = "EXPLAIN QUERY PLAN " + ImportLookupSql(lookup, lookup.matched != "stopa", 2);
+    RecordSet plan = database.Query("plan", ParseColumns("id:integer,parent:integer,unused:integer,detail"),
+                                    sql, {Value(std::string("1")), Value(std::string("2"))});
+    EXPECT_THAT(plan.AsText(3), testing::ContainsRegex("SEARCH .* INDEX")) << sql;
+  }
+}
+
+TEST_F(CompanyServerTest, HasAColumnForEveryFieldOfLines) {
+  RecordSet lines;
+  for (const FieldDef& column : server.database().TableColumns("dok_stavke")) lines.DefineField(column);
+  const std::set<std::string_view> of_recapitulations = {"porez",      "stopa",           "oznaka_stope",
+                                                         "roba_iznos", "porezroba_iznos", "pov_nak_izn"};
+  for (const VocabularyEntry& entry : kVocabulary) {
+    const auto index = lines.FindFieldIndex(entry.name);
+    EXPECT_EQ(index.has_value(), !of_recapitulations.contains(entry.name)) << entry.name;
+    EXPECT_EQ(index ? lines.Definition(*index).kind : entry.kind, entry.kind) << entry.name;
+  }
+}
+
+TEST_F(CompanyServerTest, HasTheParametersOfTheDatabaseBehindThoseThatAreSet) {
+  const auto parameter = [&](const char* name) {
+    return server.CompanyParameters()->FieldByName(name).AsText();
+  };
+  EXPECT_EQ(parameter("FaktorEura") + " " + parameter("PdviCalcDigit"), "7,5345 2");
+  for (const char* assignment : {"pdvicalcdigit=3", "PrimkaDocDobInZTI=true", "Novo=x"}) {
+    server.SetParameter(assignment);
+  }
+  EXPECT_EQ(parameter("PdviCalcDigit") + " " + parameter("Novo"), "3 x");
+  EXPECT_EQ(Read(*this, {"AdditionalFeaturesData", "Code=PrimkaDocDobInZTI"}), "adsAddFeatures: Allow=True");
+}
+
+}  // namespace
+}  // namespace mox
