@@ -212,7 +212,8 @@ class Sqlite : public Dialect {
   }
 
   std::string FindDamage(soci::session& session) const override {
-    const auto finding = Answer<std::string>(session, "PRAGMA integrity_check(1)");
+    auto finding = Answer<std::string>(session, "PRAGMA integrity_check(1)");
+    std::replace(finding.begin(), finding.end(), '\n', ' ');
     if (finding != "ok") return finding;
     std::string table;
     soci::indicator found = soci::i_null;

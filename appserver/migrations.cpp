@@ -19,8 +19,7 @@ int NumberOf(const SchemaFile& file) {
 }
 
 // Schema files come before reference data, either in the order of their names.
-std::vector<SchemaFile> FilesAbove(int version) {
-  std::vector<SchemaFile> files = SchemaFiles();
+std::vector<SchemaFile> FilesAbove(int version, std::vector<SchemaFile> files) {
   std::erase_if(files, [version](const SchemaFile& file) { return NumberOf(file) <= version; });
   const auto order = [](const SchemaFile& file) {
     return std::pair(!file.name.starts_with("schema/"), file.name);
@@ -42,40 +41,40 @@ void RunFile(DatabaseConnection& connection, const SchemaFile& file) {
   }
 }
 
-void RunFilesAbove(DatabaseConnection& connection, int version) {
-  for (const SchemaFile& file : FilesAbove(version)) RunFile(connection, file);
-  connection.Run([&] { connection.dialect().SetSchemaVersion(connection.session(), NewestSchemaVersion()); });
+int NewestOf(const std::vector<SchemaFile>& files) {
+  int newest = kNoVersion;
+  for (const SchemaFile& file : files) newest = std::max(newest, NumberOf(file));
+  return newest;
+}
+
+void RunFilesAbove(DatabaseConnection& connection, int version, const std::vector<SchemaFile>& files) {
+  for (const SchemaFile& file : FilesAbove(version, files)) RunFile(connection, file);
+  connection.Run([&] { connection.dialect().SetSchemaVersion(connection.session(), NewestOf(files)); });
 }
 
 }  // namespace
 
-int NewestSchemaVersion() {
-  int newest = kNoVersion;
-  for (const SchemaFile& file : SchemaFiles()) newest = std::max(newest, NumberOf(file));
-  return newest;
-}
-
-int RequireKnownVersion(DatabaseConnection& connection) {
+int RequireKnownVersion(DatabaseConnection& connection, const std::vector<SchemaFile>& files) {
   const std::optional<int> version =
       connection.Run([&] { return connection.dialect().SchemaVersion(connection.session()); });
   if (!version) connection.Refuse("is not a company database");
   if (*version <= kNoVersion) connection.Refuse("the file is damaged: it has no schema version");
-  if (*version > NewestSchemaVersion()) {
+  if (*version > NewestOf(files)) {
     connection.Refuse("was written by a newer program (version " + std::to_string(*version) +
-                      ", this program knows up to " + std::to_string(NewestSchemaVersion()) + ")");
+                      ", this program knows up to " + std::to_string(NewestOf(files)) + ")");
   }
   return *version;
 }
 
 void FillNewDatabase(DatabaseConnection& connection) {
-  connection.InTransaction([&] { RunFilesAbove(connection, kNoVersion); });
+  connection.InTransaction([&] { RunFilesAbove(connection, kNoVersion, SchemaFiles()); });
 }
 
-void MigrateSchema(DatabaseConnection& connection) {
-  if (RequireKnownVersion(connection) == NewestSchemaVersion()) return;
+void MigrateSchema(DatabaseConnection& connection, const std::vector<SchemaFile>& files) {
+  if (RequireKnownVersion(connection, files) == NewestOf(files)) return;
   connection.InTransaction([&] {
-    const int version = RequireKnownVersion(connection);
-    if (version < NewestSchemaVersion()) RunFilesAbove(connection, version);
+    const int version = RequireKnownVersion(connection, files);
+    if (version < NewestOf(files)) RunFilesAbove(connection, version, files);
   });
 }
 

@@ -13,20 +13,17 @@ struct SchemaFile {
   std::string_view text;
 };
 
-/// All of them; part of the program.
+/// All of this program. Their highest number is the newest version of the schema.
 const std::vector<SchemaFile>& SchemaFiles();
-
-/// The schema that this program knows: the highest number of a file.
-int NewestSchemaVersion();
 
 /// Gives a new database its tables and its reference data.
 void FillNewDatabase(DatabaseConnection& connection);
 
-/// The version of a company database that this program knows. Raises DatabaseError for any other.
-int RequireKnownVersion(DatabaseConnection& connection);
+/// The version of a company database that these files know. Raises DatabaseError for any other database.
+int RequireKnownVersion(DatabaseConnection& connection, const std::vector<SchemaFile>& files = SchemaFiles());
 
 /// Brings an older schema to the newest version in one transaction, in which the version is looked at again:
 /// of several programs that open the file at once only one does it. Raises DatabaseError.
-void MigrateSchema(DatabaseConnection& connection);
+void MigrateSchema(DatabaseConnection& connection, const std::vector<SchemaFile>& files = SchemaFiles());
 
 }  // namespace mox

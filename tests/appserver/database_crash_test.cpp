@@ -1,0 +1,104 @@
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <random>
+
+#include "tests/appserver/scratch_database.h"
+
+namespace mox {
+namespace {
+
+using DatabaseCrashTest = ScratchDatabase;
+
+// A process of its own that runs the action; its exit status is 1 when the action raises.
+template <typename Action>
+pid_t Fork(const Action& action) {
+  const pid_t child = ::fork();
+  if (child != 0) return child;
+  try {
+    action();
+  } catch (const std::exception& error) {
+    std::fputs(error.what(), stderr);
+    std::_Exit(1);
+  }
+  std::_Exit(0);
+}
+
+int StatusOf(pid_t child) {
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  return status;
+}
+
+std::int64_t Number(Database& database, const std::string& sql) {
+  return database.Query("q", ParseColumns("n:integer"), sql).AsInteger(0);
+}
+
+// Writes transactions of five rows without end, and tells which it has committed.
+void WriteForever(const std::string& path, int told) {
+  Database database(path);
+  for (std::int64_t n = Number(database, "SELECT COALESCE(MAX(t), 0) FROM redak") + 1;; ++n) {
+    WriteTransaction transaction(database);
+    for (std::int64_t row = 0; row < 5; ++row) {
+      const std::string text(static_cast<std::size_t>(n * 997 % 5000), 'x');
+      database.Execute("INSERT INTO redak (t, r, tekst) VALUES (:t, :r, :x)", {n, row, text});
+    }
+    transaction.Commit();
+    if (::write(told, &n, sizeof n) != sizeof n) return;
+  }
+}
+
+TEST_F(DatabaseCrashTest, KeepsTransactionsWholeWhenItsProcessIsKilled) {
+  Database(path_).Execute("CREATE TABLE redak (t BIGINT, r BIGINT, tekst TEXT, UNIQUE (t, r))");
+  const char* const wanted = std::getenv("MOX_CRASHES");
+  std::mt19937 random(3);
+  std::int64_t committed = 0;
+  for (int crash = wanted == nullptr ? 12 : std::atoi(wanted); crash > 0; --crash) {
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const pid_t child = Fork([&] { WriteForever(path_, ends[1]); });
+    ::close(ends[1]);
+    ::usleep(static_cast<unsigned>(20'000 + random() % 60'000));
+    ::kill(child, SIGKILL);
+    EXPECT_TRUE(WIFSIGNALED(StatusOf(child)));
+    for (std::int64_t n = 0; ::read(ends[0], &n, sizeof n) == sizeof n;) committed = n;
+    ::close(ends[0]);
+
+    Database database(path_);
+    database.Check();
+    EXPECT_EQ(
+        Number(database, "SELECT COUNT(*) FROM (SELECT t FROM redak GROUP BY t HAVING COUNT(*) <> 5) AS x"),
+        0);
+    const std::int64_t last = Number(database, "SELECT COALESCE(MAX(t), 0) FROM redak");
+    EXPECT_EQ(Number(database, "SELECT COUNT(*) FROM redak"), 5 * last);
+    EXPECT_GE(last, committed);
+    EXPECT_LE(last, committed + 1);  // committed, but killed before it could tell
+    committed = last;
+  }
+  EXPECT_GT(committed, 12);
+}
+
+TEST_F(DatabaseCrashTest, LosesNoWriteOfProcessesAtTheSameTime) {
+  Database(path_).Execute("CREATE TABLE brojac AS SELECT 0 AS n");
+  constexpr int kTimes = 90;
+  const auto count = [&] {
+    for (int i = 0; i < kTimes; i += 15) {
+      Database database(path_);  // opening and closing meets the other's writing too
+      for (int k = 0; k < 15; ++k) {
+        WriteTransaction transaction(database);
+        const std::int64_t n = Number(database, "SELECT n FROM brojac");
+        database.Execute("UPDATE brojac SET n = :n", {n + 1});
+        transaction.Commit();
+      }
+    }
+  };
+  const pid_t children[] = {Fork(count), Fork(count), Fork(count)};
+  for (const pid_t child : children) EXPECT_EQ(StatusOf(child), 0);
+  Database database(path_);
+  EXPECT_EQ(Number(database, "SELECT n FROM brojac"), 3 * kTimes);
+}
+
+}  // namespace
+}  // namespace mox

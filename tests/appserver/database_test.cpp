@@ -1,0 +1,246 @@
+#include "appserver/database.h"
+
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <random>
+
+#include "appserver/connection.h"
+#include "appserver/migrations.h"
+#include "mox/foundation/files.h"
+#include "mox/foundation/text.h"
+#include "tests/appserver/scratch_database.h"
+#include "tests/foundation/case_file.h"
+
+namespace mox {
+namespace {
+
+namespace fs = std::filesystem;
+using DatabaseTest = ScratchDatabase;
+
+constexpr std::string_view kColumns =
+    "tekst:text,cijeli:integer,da:boolean,broj:float,iznos:currency,dan:date,trenutak:datetime,slika:binary";
+
+Columns KindColumns() { return ParseColumns(kColumns); }
+
+void CreateKinds(Database& database) {
+  database.Execute(
+      "CREATE TABLE vrste (tekst VARCHAR(200), cijeli BIGINT, da BOOLEAN, broj DOUBLE PRECISION, "
+      "iznos NUMERIC(19,4), dan DATE, trenutak TIMESTAMP, slika BLOB)");
+}
+
+TEST_F(DatabaseTest, GivesBackWhatItStored) {
+  RecordSet stored("vrste");
+  for (const FieldDef& column : KindColumns()) stored.DefineField(column);
+  stored.Open();
+  stored.AppendRecord({});
+  stored.AppendRecord({std::string("O'Neil; DROP TABLE vrste--\n\"č\" \xF0\x9F\x98\x80 \xFF"), INT64_MIN,
+                       true, 0.1, Currency::FromScaled(4'500'000'000'000'000), Date{-719162},
+                       DateTime{-62135596800000}, std::string("\0\xFF'", 3)});
+  stored.AppendRecord({std::string(), INT64_MAX, false, -5e-324, Currency::FromScaled(-4'499'999'999'999'999),
+                       Date{2932896}, DateTime{253402300799001}, std::string()});
+  std::mt19937_64 random(1);
+  for (int i = 0; i < 5000; ++i) {
+    const auto scaled = static_cast<std::int64_t>(random() % 9'000'000'000'000'001) - 4'500'000'000'000'000;
+    stored.AppendRecord({std::monostate{}, std::monostate{}, std::monostate{},
+                         static_cast<double>(scaled) / 7, Currency::FromScaled(scaled)});
+  }
+
+  Database database(path_);
+  CreateKinds(database);
+  EXPECT_EQ(database.TableColumns("vrste")[4].kind, FieldKind::kCurrency);
+  std::vector<FieldKind> kinds;
+  for (const FieldDef& column : KindColumns()) kinds.push_back(column.kind);
+  {
+    WriteTransaction transaction(database);
+    Statement insert = database.Prepare("INSERT INTO vrste VALUES (:a, :b, :c, :d, :e, :f, :g, :h)", kinds);
+    for (stored.First(); !stored.Eof(); stored.Next()) {
+      for (std::size_t i = 0; i < kinds.size(); ++i) insert.Bind(i, stored, i);
+      EXPECT_EQ(insert.Execute(), 1);
+    }
+    transaction.Commit();
+  }
+  const RecordSet read = database.Query("vrste", KindColumns(), "SELECT * FROM vrste ORDER BY rowid");
+  EXPECT_TRUE(read.SaveToString() == stored.SaveToString());
+}
+
+TEST_F(DatabaseTest, AnswersTables) {
+  Database database(path_);
+  CreateKinds(database);
+  ExpectTables(
+      "database",
+      {{"refused values",
+        [&](const Words& row) {
+          FieldKind kind{};
+          EXPECT_TRUE(KindFromName(row[0], kind));
+          Statement statement = database.Prepare("SELECT :v", {kind});
+          if (row[1] == "NUL") {
+            statement.Bind(0, std::string("a\0b", 3));
+          } else if (row[1] == "infinity") {
+            statement.Bind(0, HUGE_VAL);
+          } else if (row[1] == "year 10000") {
+            statement.Bind(0, Date{2932897});
+          } else {
+            statement.Bind(0, row[1]);
+          }
+          return std::string("taken");
+        }},
+       {"values of other tools",
+        [&](const Words& row) {
+          RecordSet answer = database.Query("q", ParseColumns(row[0]), "SELECT " + row[1]);
+          return answer.AsText(0);
+        }},
+       {"statements",
+        [&](const Words& row) { return std::to_string(database.Execute(row[0], {std::string("x")})); }},
+       {"found",
+        [&](const Words& row) {
+          database.Execute("DELETE FROM vrste");
+          database.Execute("INSERT INTO vrste (tekst) VALUES (:t)", {row[0]});
+          std::int64_t rows = 0;
+          for (const std::string& key : FoldKeys(row[1])) {
+            rows += database
+                        .Query("q", ParseColumns("n:integer"),
+                               "SELECT COUNT(*) FROM vrste WHERE fold(tekst) = :k", {key})
+                        .AsInteger(0);
+          }
+          return std::to_string(rows) + "/" + std::to_string(FoldKeys(row[1]).size());
+        }}},
+      "appserver");
+}
+
+TEST_F(DatabaseTest, FoldsAsItsSqlDoes) {
+  Database database(path_);
+  Statement fold = database.Prepare("SELECT fold(:t)", {FieldKind::kText});
+  RecordSet folded("q");
+  folded.DefineField("t", FieldKind::kText);
+  folded.Open();
+  std::vector<std::string> texts;
+  for (unsigned c = 1; c < 0x10000; ++c) {
+    const auto byte = [](unsigned value) { return static_cast<char>(static_cast<unsigned char>(value)); };
+    const std::string letter =
+        c < 0x80 ? std::string{byte(c)}
+        : c < 0x800
+            ? std::string{byte(0xC0U | c >> 6U), byte(0x80U | (c & 0x3FU))}
+            : std::string{byte(0xE0U | c >> 12U), byte(0x80U | (c >> 6U & 0x3FU)), byte(0x80U | (c & 0x3FU))};
+    if (c < 0x80 || FoldCase(letter) != letter) texts.push_back(letter);
+  }
+  std::mt19937 random(2);
+  constexpr std::string_view kBytes = " \t\r\nAzČčĐŽÄŐű\xC4\xC3\xC5\x89\xFF'";
+  for (int i = 0; i < 5000; ++i) {
+    std::string& text = texts.emplace_back();
+    for (std::size_t size = random() % 12; size > 0; --size) text += kBytes[random() % kBytes.size()];
+  }
+  for (const std::string& text : texts) {
+    fold.BindText(0, text);
+    fold.ExecuteInto(folded);
+    EXPECT_EQ(folded.AsText(0), FoldKey(text)) << text;
+  }
+  // An index on a folded column serves the query.
+  RecordSet plan = database.Query("p", ParseColumns("id:integer,parent:integer,x:integer,detail"),
+                                  "EXPLAIN QUERY PLAN SELECT id FROM valuta WHERE fold(oznaka) = 'eur'");
+  EXPECT_THAT(plan.AsText(3), testing::HasSubstr("USING INDEX"));
+}
+
+// Each row damages the file and tells what opening or checking it says.
+TEST_F(DatabaseTest, RefusesWhatItCannotTrust) {
+  const std::string bytes = ReadWholeFile(path_);
+  const std::string path = (folder_ / "f.db").string();
+  ExpectTables("refused_files",
+               {{"files",
+                 [&](const Words& row) {
+                   std::string damaged = bytes;
+                   const auto at = static_cast<std::size_t>(ParseInteger(row[1]));
+                   if (row[0] == "cut") damaged.resize(at);
+                   if (row[0] == "flip") damaged[at] = static_cast<char>(~damaged[at]);
+                   if (row[0] == "text") damaged = "Račun 12\n";
+                   fs::remove(path);
+                   if (row[0] != "missing") ReplaceFile(path, damaged);
+                   try {
+                     Database database(row[0] == "folder" ? folder_.string() : path,
+                                       Database::Access::kReadOnly);
+                     database.Check();
+                   } catch (const DatabaseError& error) {
+                     const std::string message = error.what();
+                     EXPECT_EQ(message.find('\n'), std::string::npos);
+                     return message.substr(message.find(": ") + 2);
+                   }
+                   return std::string("taken");
+                 }}},
+               "appserver");
+}
+
+TEST_F(DatabaseTest, CreatesWholeFilesOrNone) {
+  const std::string before = ReadWholeFile(path_);
+  EXPECT_THROW(Database::Create(path_), DatabaseError);
+  EXPECT_EQ(ReadWholeFile(path_), before);
+
+  const std::string path = (folder_ / "puna.db").string();
+  const auto limit_and_create = [&] {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{100'000, 100'000};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    try {
+      Database::Create(path);
+    } catch (const DatabaseError& error) {
+      std::fputs(error.what(), stderr);
+      std::exit(error.what() == path + ": the file cannot be read or written: disk I/O error" ? 1 : 2);
+    }
+    std::exit(0);
+  };
+  EXPECT_EXIT(limit_and_create(), testing::ExitedWithCode(1), "");
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 1);  // the one database
+}
+
+TEST_F(DatabaseTest, SaysWhyItCannotWrite) {
+  const auto message = [](Database& database) {
+    try {
+      WriteTransaction transaction(database);
+      database.Execute("CREATE TABLE pun (tekst TEXT)");
+      const std::string text(100'000, 'x');
+      for (int i = 0; i < 100; ++i) database.Execute("INSERT INTO pun VALUES (:t)", {text});
+      transaction.Commit();
+    } catch (const DatabaseError& error) {
+      return std::string(error.what());
+    }
+    return std::string("written");
+  };
+  Database read_only(path_, Database::Access::kReadOnly);
+  EXPECT_EQ(message(read_only), path_ + ": the file is read-only");
+  Database database(path_);
+  database.Execute("PRAGMA max_page_count = 500");
+  EXPECT_EQ(message(database), path_ + ": the disk is full");
+  EXPECT_THAT(database.TableColumns("pun"), testing::IsEmpty());
+  database.Execute("INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')");  // and goes on
+}
+
+TEST_F(DatabaseTest, BringsAnOlderSchemaToTheNewest) {
+  DatabaseConnection connection(path_, [&](soci::session& session) {
+    SqliteDialect().Open(session, path_, Database::Access::kReadWrite);
+  });
+  const int version = RequireKnownVersion(connection);
+  std::vector<SchemaFile> files = SchemaFiles();
+  files.push_back(
+      {"reference/099_faulty.sql", "INSERT INTO novo VALUES (1, 'a;b'); -- ;\nINSERT INTO nema VALUES (1)"});
+  files.push_back({"schema/098_new.sql", "CREATE TABLE novo (id KEY, a TEXT, PRIMARY KEY (id));"});
+  files.back().text = "CREATE TABLE novo (id KEY, a TEXT);\nCREATE INDEX novo_a ON novo (fold(a));";
+  EXPECT_THROW(MigrateSchema(connection, files), DatabaseError);
+  EXPECT_EQ(RequireKnownVersion(connection), version);
+  EXPECT_THAT(Database(path_).TableColumns("novo"), testing::IsEmpty());
+
+  files[files.size() - 2].text = "INSERT INTO novo VALUES (1, 'a;b'); -- ;\n";
+  MigrateSchema(connection, files);
+  MigrateSchema(connection, files);
+  EXPECT_EQ(RequireKnownVersion(connection, files), 99);
+  try {
+    Database old_program(path_);
+    ADD_FAILURE();
+  } catch (const DatabaseError& error) {
+    EXPECT_EQ(error.what(), path_ +
+                                ": was written by a newer program (version 99, this program knows up to " +
+                                std::to_string(version) + ")");
+  }
+}
+
+}  // namespace
+}  // namespace mox
