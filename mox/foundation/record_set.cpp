@@ -302,7 +302,7 @@ void RecordSet::PostSlowly() {
 
 void RecordSet::Cancel() {
   if (state_ == DataSetState::kEdit) {
-    if (replaced_text_) DropReplacedTexts(undo_.data(), cells_);
+    DropReplacedTexts(undo_.data(), cells_);
     std::memcpy(cells_, undo_.data(), undo_.size() * sizeof(std::uint64_t));
     EndEditing();
   } else if (state_ == DataSetState::kInsert) {

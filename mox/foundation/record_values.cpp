@@ -169,6 +169,7 @@ void RecordSet::WriteValue(std::size_t index, const Value& value) {
 
 // The text that the current record held so far is dead, unless a cancel may still bring it back.
 void RecordSet::DropText(std::size_t index) {
+  if (cells_[index] == 0) return;  // null and the empty text take no memory
   const bool kept_for_undo = has_undo_ && undo_[index] == cells_[index];
   if (kept_for_undo) {
     replaced_text_ = true;

@@ -166,7 +166,8 @@ void TfrmImportGrid::ValidateColumn(std::size_t index, std::string_view service_
   begin_pass("obaveznih");
   if (IsSet(field.required)) ValidateRequired(index);
   begin_pass("loookup");  // three o's, as the users know it
-  if (IsSet(field.lookup)) ValidateLookup(index, service_name);
+  // The next pass would take the marks away at once.
+  if (IsSet(field.lookup)) LookUp(index, service_name, /*keeps_marks=*/false);
   begin_pass("formata");
   ValidateFormat(index);
   begin_pass("jedinstvenosti");
@@ -208,51 +209,60 @@ void TfrmImportGrid::QueryValues(const ImportFieldDef& field, const std::string&
   lookup_result_.CleanClone(answer->ParamByName("adsList").AsDataSet());
 }
 
-// Marks the rows whose value is among the answers, each of the two turned into a key.
+// The answers of the server to a look-up, each turned into a key.
 template <typename Key>
-void TfrmImportGrid::MarkKnownValues(const ImportFieldDef& field, Key key) {
-  if (lookup_result_.IsEmpty()) return;
-  const std::size_t answer = lookup_result_.FieldByName(field.field_name).Index();
+std::unordered_set<std::string> TfrmImportGrid::KnownKeys(const ImportFieldDef& field, Key key) {
   std::unordered_set<std::string> known;
+  if (lookup_result_.IsEmpty()) return known;
+  const std::size_t answer = lookup_result_.FieldByName(field.field_name).Index();
   known.reserve(lookup_result_.RecordCount());
   for (lookup_result_.First(); !lookup_result_.Eof(); lookup_result_.Next()) {
     known.insert(key(lookup_result_.AsText(answer)));
   }
-  const std::size_t value = source_.FieldByName(field.field_name).Index();
-  v_temp_marked_ = true;
-  ForEachSourceRow([&] {
-    if (!known.contains(key(source_.AsTextView(value)))) return;
-    source_.Edit();
-    source_.SetBoolean(kVTempPosition, true);
-    source_.Post();
-  });
+  return known;
 }
 
 void TfrmImportGrid::ValidateLookup(std::size_t index, std::string_view service_name) {
+  LookUp(index, service_name, /*keeps_marks=*/true);
+}
+
+void TfrmImportGrid::LookUp(std::size_t index, std::string_view service_name, bool keeps_marks) {
   const ImportFieldDef& field = fields_.at(index);
   if (!field.IsDefined()) return;
   QueryValues(field, field.lookup_sql, service_name);
-  MarkKnownValues(field, LookupKey);
+  const auto known = KnownKeys(field, LookupKey);
   const std::size_t value = source_.FieldByName(field.field_name).Index();
   ForEachSourceRow([&] {
-    if (source_.AsTextView(value).empty() || source_.AsBoolean(kVTempPosition)) return;
-    source_.Edit();
-    AddFault(" Lookup:" + field.field_name + ":" + source_.AsText(value));
-    source_.Post();
+    const std::string_view text = source_.AsTextView(value);
+    if (known.contains(LookupKey(text))) {
+      if (!keeps_marks) return;
+      source_.Edit();
+      source_.SetBoolean(kVTempPosition, true);
+      source_.Post();
+    } else if (!text.empty() && !source_.AsBoolean(kVTempPosition)) {
+      source_.Edit();
+      AddFault(" Lookup:" + field.field_name + ":" + std::string(text));
+      source_.Post();
+    }
   });
+  v_temp_marked_ = v_temp_marked_ || keeps_marks;
 }
 
 void TfrmImportGrid::ValidateUnique(std::size_t index, std::string_view service_name) {
   const ImportFieldDef& field = fields_.at(index);
   if (!field.IsDefined()) return;
   QueryValues(field, field.unique_sql, service_name);
-  MarkKnownValues(field, UniqueKey);
+  const auto known = KnownKeys(field, UniqueKey);
+  const std::size_t value = source_.FieldByName(field.field_name).Index();
   ForEachSourceRow([&] {
-    if (!source_.AsBoolean(kVTempPosition)) return;
+    const bool found = known.contains(UniqueKey(source_.AsTextView(value)));
+    if (!found && !source_.AsBoolean(kVTempPosition)) return;
     source_.Edit();
+    source_.SetBoolean(kVTempPosition, true);
     AddFault(" Jedinstven:" + field.field_name);
     source_.Post();
   });
+  v_temp_marked_ = true;
 }
 
 void TfrmImportGrid::ValidateFormat(std::size_t index) {
@@ -263,19 +273,20 @@ void TfrmImportGrid::ValidateFormat(std::size_t index) {
   const bool required = IsSet(field.required);
   target_.First();
   ForEachSourceRow([&] {
-    if (index == kFirstDataPosition) {
+    const bool skipped = source_.IsNull(from) && !required;
+    const bool first = index == kFirstDataPosition;
+    if (first) {
       target_.Append();
-    } else {
+    } else if (!skipped) {
       target_.Edit();
     }
-    const bool skipped = source_.IsNull(from) && !required;
     if (!skipped && !Converts(target_, to, field.field_type, source_.AsTextView(from))) {
       source_.Edit();
       AddFault(" Format:" + field.field_name);
       source_.SetBoolean(kVTempPosition, false);
       source_.Post();
     }
-    target_.Post();
+    if (first || !skipped) target_.Post();
     target_.Next();
   });
 }

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "mox/foundation/record_set.h"
@@ -198,7 +199,8 @@ class TfrmImportGrid {
   void ValidateColumn(std::size_t index, std::string_view service_name);
   void QueryValues(const ImportFieldDef& field, const std::string& sql, std::string_view service_name);
   template <typename Key>
-  void MarkKnownValues(const ImportFieldDef& field, Key key);
+  std::unordered_set<std::string> KnownKeys(const ImportFieldDef& field, Key key);
+  void LookUp(std::size_t index, std::string_view service_name, bool keeps_marks);
 
   ImportGridView& view_;
   std::string profile_key_;
