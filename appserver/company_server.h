@@ -30,17 +30,20 @@ struct WriteFailure {
 /// What the last write request did.
 struct WriteOutcome {
   bool committed = false;
-  std::optional<WriteFailure> failure;  ///< of a refused one
-  std::optional<RecordSet>
-      stored;  ///< keys and numbers that the server gave, where the transaction gives any
+  /// Of a refused one.
+  std::optional<WriteFailure> failure;
+  /// Keys and numbers that the server gave, where the transaction gives any.
+  std::optional<RecordSet> stored;
 };
 
 /// A named service or transaction, for people.
 struct ServiceInfo {
   std::string_view name;
-  std::string_view
-      inputs;  ///< "skl_id:integer,datum:date"; of a transaction its record sets, "Zaglavlje,Stavke"
-  std::string_view answers;  ///< the record sets that it answers, "adsSkl"
+  /// "skl_id:integer,val_ozn?:text"; those with a '?' may be left out. Of a transaction its record sets,
+  /// "Zaglavlje,Stavke".
+  std::string_view inputs;
+  /// The record sets that it answers, "adsSkl".
+  std::string_view answers;
   std::string_view summary;
 };
 
