@@ -1,4 +1,5 @@
-// Measures record sets against hand-written loops and other ways to keep a document's lines, all in one run.
+// Measures record sets against hand-written loops and other ways to keep a document's lines, and checks of numbers
+// against another library's, all in one run.
 // The output ends with one line `ratio NAME VALUE` for each ratio; docs/PERFORMANCE.md says what they mean.
 
 #include <benchmark/benchmark.h>
@@ -7,6 +8,7 @@
 #include <exception>
 #include <vector>
 
+#include "bench/codes_benchmarks.h"
 #include "bench/document_benchmarks.h"
 #include "bench/measurements.h"
 #include "bench/micro_benchmarks.h"
@@ -24,6 +26,7 @@ int Run() {
   peers.Check();
   mox::bench::RegisterDocumentBenchmarks(peers);
   mox::bench::RegisterMicroBenchmarks(peers);
+  mox::bench::RegisterCodesBenchmarks();
   mox::bench::Measurements measurements;
   benchmark::RunSpecifiedBenchmarks(&measurements);
   peers.Check();
@@ -31,6 +34,7 @@ int Run() {
   std::printf("\n%zu lines (naive: %zu), values of all peers the same; sums of SQLite: %s\n\n",
               mox::bench::kLineCount, mox::bench::kNaiveLineCount, peers.SqliteDifference().c_str());
   mox::bench::PrintRatios(measurements, peers);
+  mox::bench::PrintCodesRatios(measurements);
   return 0;
 }
 
