@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 //   copy PATH          a file of the repository, copied there
 //   $ mox ARGUMENTS    a command, or several joined by " | "; "< NAME" gives it standard input, and quotes
 //                      hold an argument together
-//   > TEXT             a line that it printed
+//   > TEXT             a line that it printed; a carriage return at its end is written \r
 //   ! TEXT             a line of its standard error
 //   = STATUS           its exit status, where that is not 0
 //
@@ -87,6 +87,7 @@ Result RunLine(const std::string& line) {
 void AppendMarked(const std::string& mark, const std::string& text, std::string& transcript) {
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
+    if (line.ends_with('\r')) line.replace(line.size() - 1, 1, "\\r");
     transcript += mark + (line.empty() ? "" : " " + line) + "\n";
   }
 }
