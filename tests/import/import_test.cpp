@@ -1,0 +1,241 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "mox/import/import_grid.h"
+#include "mox/import/import_profiles.h"
+#include "tests/fakes/recording_host.h"
+#include "tests/foundation/case_file.h"
+
+// The scripts of the folder cases/. A case begins with "= "; each line is a step, and what the dialog did in
+// it stands below, with "> ". Lines that begin with "#" are comments. The steps:
+//
+//   key KEY                  shows the form for a profile
+//   call KEY TEXT            as a screen of the host does; the user pastes the text and checks it
+//   fields FIELD...          a grid of the data columns NAME:TYPE:SIZE:CHECKS, the checks some of R, L and U
+//   define POSITION TEXT...  the nine texts of one column
+//   server SERVICE ANSWER FIELD;FIELD VALUE;VALUE...   answers these records
+//   refuses                  the server, to store
+//   answers NUMBER...        of the user to the next dialogs
+//   inputs TEXT...           of the user in the next input boxes
+//   locale SEPARATOR DATE    of numbers and dates
+//   watch                    shows the status window from here on
+//   paste TEXT [x]           with Alt+E, or another key
+//   go ROW; set FIELD TEXT   edits the grid, the rows counted from 1
+//   check                    the button; says the modal result
+//   validate POSITION; values FIELD; sifre; katalog; velicine; filter [POSITION]
+//   form; rows; stored       show the form and the two record sets, with null as ~
+
+namespace mox {
+namespace {
+
+std::string ReadText(const std::string& path) {
+  std::ifstream in(MOX_SOURCE_DIR "/tests/import/" + path);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+std::string Joined(const Words& words, const char* separator) {
+  std::string joined;
+  for (const std::string& word : words) joined += (&word == words.data() ? "" : separator) + word;
+  return joined;
+}
+
+// A dialog on a screen that writes down what it is told, before a scripted host.
+class Case : public ImportGridView {
+ public:
+  std::string Step(const std::string& line) {
+    host_.log.clear();
+    const Words words = WordsOf(line);
+    const std::string error =
+        TextOrError([&] { return Run(words[0], Words(words.begin() + 1, words.end())); });
+    if (!error.empty()) host_.log.push_back(error);
+    std::string outcome = line + "\n";
+    for (const std::string& entry : host_.log) outcome += "> " + entry + "\n";
+    return outcome;
+  }
+
+ private:
+  void ShowModal(TfrmImportGrid& form) override {
+    if (&form == &form_) return;
+    form.ReadDataFromExcelClipboard();
+    form.ProvjeraIUvozClick();
+  }
+  void StatusChanged(const TfrmStatus& status, bool repaint) override {
+    if (!watched_) return;
+    host_.log.push_back(!status.Visible() ? "status gone"
+                                          : "status " + status.Text() + " " + Text(status.Position()) + "/" +
+                                                Text(status.Maximum()) + (repaint ? " painted" : ""));
+  }
+
+  std::string Run(const std::string& step, const Words& words) {
+    const ScopedApp app(host_.Parts());
+    const auto number = [&](std::size_t word) { return static_cast<std::size_t>(std::stoi(words.at(word))); };
+    RecordSet& grid = form_.AdsForImport();
+    const std::map<std::string, std::function<void()>> actions = {
+        {"key", [&] { form_.SetProfileKey(words[0]), form_.ShowModal(); }},
+        {"fields", [&] { DefineFields(words); }},
+        {"define",
+         [&] {
+           form_.ImportFieldDefinition(number(0), words[1], words[2], words[3], words[4], words[5], words[6],
+                                       words[7], words[8], words[9]);
+           form_.CreateDataSetTo();
+         }},
+        {"server", [&] { host_.services[words[0]] = [words](auto&) { return Answer(words); }; }},
+        {"refuses", [&] { host_.write_answer = 0; }},
+        {"answers", [&] { host_.dialog_answers.push_back(std::stoi(words[0])); }},
+        {"inputs", [&] { host_.input_answers = words; }},
+        {"locale",
+         [&] { host_.locale = StandardLocale({.decimal_separator = words[0], .short_date = words[1]}); }},
+        {"watch", [&] { watched_ = true; }},
+        {"go", [&] { Go(grid, number(0)); }},
+        {"set", [&] { grid.Edit(), grid.FieldByName(words[0]).SetText(words[1]), grid.Post(); }},
+        {"validate", [&] { form_.Validate(number(0), "ImportGrid"); }},
+        {"sifre", [&] { form_.GeneriranjeSifriClick(); }},
+        {"katalog", [&] { form_.WSKatalogClick(); }},
+        {"velicine", [&] { form_.PreracunVelicinaClick(); }},
+        {"filter", [&] { form_.FocusColumn(words.empty() ? 3 : number(0)), form_.FilterClick(); }},
+        {"form", [&] { ShowForm(); }},
+        {"rows", [&] { ShowRows(grid); }},
+        {"stored", [&] { ShowRows(form_.AdsForDBSave()); }}};
+    if (const auto action = actions.find(step); action != actions.end()) {
+      action->second();
+      return "";
+    }
+    if (step == "values") return form_.GetFieldValues(words[0]);
+    if (step == "check") {
+      form_.ProvjeraIUvozClick();
+      return "modal result " + Text(form_.ModalResult());
+    }
+    host_.clipboard = words.at(step == "call" ? 1 : 0);
+    if (step == "call") return CallImportGrid(words[0], *this) ? "imported" : "not imported";
+    return form_.GridKeyDown(words.size() > 1 ? U'x' : U'E', {.alt = true}) ? "" : "key not consumed";
+  }
+
+  static void Go(RecordSet& set, std::size_t row) {
+    set.First();
+    for (std::size_t i = 1; i < row; ++i) set.Next();
+  }
+
+  void DefineFields(const Words& columns) {
+    form_.SetFieldCount(columns.size() + 3);
+    form_.ImportFieldDefinition(0, "V_TEMP", "validate temp", "5", "0", "False", "False", "", "False", "");
+    form_.ImportFieldDefinition(1, "VALIDACIJA", "Validacija", "5", "0", "False", "False", "", "False", "");
+    form_.ImportFieldDefinition(2, "ERR_MSG", "Greška", "1", "200", "False", "False", "", "False", "");
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      std::istringstream column(columns[i]);
+      std::string part[4];
+      for (std::string& text : part) std::getline(column, text, ':');
+      const auto flag = [&](char check) {
+        return part[3].find(check) == std::string::npos ? "0" : check == 'R' ? "TRUE" : "true";
+      };
+      form_.ImportFieldDefinition(i + 3, part[0], "Opis " + part[0], part[1], part[2], flag('R'), flag('L'),
+                                  "look " + part[0] + " in", flag('U'), "new " + part[0] + " in");
+    }
+    form_.CreateGrid();
+    form_.CreateDataSetFrom();
+    form_.CreateDataSetTo();
+    form_.OnShow();
+  }
+
+  static std::unique_ptr<TAstaParamList> Answer(const Words& words) {
+    auto answer = std::make_unique<TAstaParamList>();
+    RecordSet records(words[1]);
+    const auto split = [](const std::string& text) {
+      Words parts;
+      std::istringstream in(text);
+      for (std::string part; std::getline(in, part, ';');) parts.push_back(part);
+      return parts;
+    };
+    for (const std::string& field : split(words[2])) records.DefineField(field, FieldKind::kText);
+    records.Open();
+    for (std::size_t i = 3; i < words.size(); ++i) {
+      const Words row = split(words[i]);
+      records.AppendRecord(std::vector<Value>(row.begin(), row.end()));
+    }
+    answer->FastAdd(words[1], std::move(records));
+    return answer;
+  }
+
+  void ShowForm() {
+    Words visible;
+    for (const GridColumn& column : form_.Columns()) {
+      if (column.visible) visible.push_back(column.caption + " " + Text(column.width));
+    }
+    const FormButton* const tools[] = {&form_.PreracunVelicinaButton(), &form_.GeneriranjeSifriButton(),
+                                       &form_.WSKatalogButton()};
+    for (const FormButton* const tool : tools) {
+      if (tool->visible) visible.push_back("[" + tool->caption + "]");
+    }
+    const GridStyle* const style = form_.RowStyle();
+    host_.log.push_back(form_.LblIndicator() + " | " + form_.FilterButton().caption + " | " +
+                        (style == nullptr ? "" : std::string(style->name)) + " | " + Joined(visible, ", "));
+  }
+
+  void ShowRows(RecordSet& set) {
+    for (std::size_t row = 1; row <= set.RecordCount(); ++row) {
+      const SavedPosition position(set);
+      Go(set, row);
+      Words values;
+      for (std::size_t f = 0; f < set.FieldCount(); ++f) {
+        values.push_back(set.IsNull(f) ? "~" : "[" + set.AsText(f) + "]");
+      }
+      host_.log.push_back(Joined(values, " "));
+    }
+  }
+
+  RecordingHost host_;
+  bool watched_ = false;
+  TfrmImportGrid form_{*this};
+};
+
+TEST(Import, Scripts) {
+  for (const auto& file : std::filesystem::directory_iterator(MOX_SOURCE_DIR "/tests/import/cases")) {
+    const std::string expected = ReadText("cases/" + file.path().filename().string());
+    std::istringstream in(expected);
+    std::string outcome;
+    std::optional<Case> script;
+    for (std::string line; std::getline(in, line);) {
+      if (line.starts_with("> ")) continue;
+      if (line.starts_with("= ")) script.emplace();
+      const bool step = !line.empty() && line[0] != '#' && line[0] != '=';
+      outcome += step ? script->Step(line) : line + "\n";
+    }
+    EXPECT_EQ(outcome, expected) << file.path();
+  }
+}
+
+TEST(Import, ProfilesAreTheTablesOfTheDomain) {
+  RecordingHost host;
+  const ScopedApp app(host.Parts());
+  class NoView : public ImportGridView {
+    void ShowModal(TfrmImportGrid&) override {}
+  } view;
+  std::istringstream expected(ReadText("profiles.txt"));
+  const auto expect = [&](const std::string& line) {
+    std::string next = "#";
+    while (next.starts_with("#")) ASSERT_TRUE(std::getline(expected, next));
+    EXPECT_EQ(line, next);
+  };
+  for (const ImportProfile& profile : ImportProfiles()) {
+    TfrmImportGrid form(view, profile.key);
+    form.OnShow();
+    expect("= " + std::string(profile.key) + " " + std::string(profile.method) + " " +
+           Text(static_cast<std::int64_t>(form.Fields().size())) + " " + std::string(profile.transaction) +
+           " | " + std::string(profile.imports));
+    std::int64_t position = 0;
+    for (const ImportFieldDef& field : form.Fields()) {
+      if (!field.IsDefined()) continue;
+      const std::string look = field.lookup == "True" ? " L[" : " l[";
+      expect(Text(position++) + " " + field.field_name + " " + field.field_type + " " + field.size +
+             (field.required == "True" ? " R" : "") +
+             (field.lookup_sql.empty() ? "" : look + field.lookup_sql + "]") +
+             (field.unique == "True" ? " U[" + field.unique_sql + "]" : "") + " | " + field.caption);
+    }
+  }
+  EXPECT_EQ(expected.peek(), EOF);
+}
+
+}  // namespace
+}  // namespace mox
