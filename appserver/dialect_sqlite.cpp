@@ -136,19 +136,31 @@ std::string EngineMessage(const soci::soci_error& error) {
   return message;
 }
 
+// Readers share a log beside the file. Where it cannot be created, on a disk that is write-protected, nobody
+// can write either, and a file whose log is not left over is read as it stands.
+void OpenForReading(soci::session& session, const std::string& path) {
+  Connect(session, path, "rw");
+  try {
+    session << "PRAGMA query_only = ON";
+    IsOurs(session);
+  } catch (const soci::sqlite3_soci_error& error) {
+    const bool no_log = error.result() == SQLITE_READONLY || error.result() == SQLITE_CANTOPEN;
+    if (!no_log || fs::exists(Beside(path, "-wal"))) throw;
+    session.close();
+    Connect(session, path, "ro&immutable=1");
+  }
+}
+
 class Sqlite : public Dialect {
  public:
   void Open(soci::session& session, const std::string& path, Database::Access access) const override {
     const fs::file_status status = fs::status(path);
     if (!fs::exists(status)) throw DatabaseError(path + ": there is no such file");
     if (!fs::is_regular_file(status)) throw DatabaseError(path + ": is not a file");
+    if (access == Database::Access::kReadOnly) return OpenForReading(session, path);
     Connect(session, path, "rw");
     session << "PRAGMA synchronous = FULL";
-    if (access == Database::Access::kReadOnly) {
-      session << "PRAGMA query_only = ON";
-    } else if (IsOurs(session)) {
-      SetWriteAheadLog(session);
-    }
+    if (IsOurs(session)) SetWriteAheadLog(session);
   }
 
   void Create(const std::string& path, void (*fill)(DatabaseConnection&)) const override {
