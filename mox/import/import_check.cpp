@@ -31,27 +31,27 @@ std::string UniqueKey(std::string_view text) {
   return key;
 }
 
-// Stores a source text in a field of the target set. Kinds that no conversion is known for store nothing.
-// Raises Error where the text is no such value.
-void StoreConverted(RecordSet& target, std::size_t field, std::string_view type, std::string_view text) {
-  if (type == field_type::kText) {
-    target.SetText(field, text);
-  } else if (type == field_type::kFloat) {
-    target.SetFloat(field, ToFloat(std::string(text)));
-  } else if (type == field_type::kBoolean) {
-    target.SetBoolean(field, ToBoolean(std::string(text)));
-  } else if (type == field_type::kDate) {
-    const auto date = ParseLocaleDate(text, CurrentLocale());
-    if (!date) throw ConversionError("\"" + std::string(text) + "\" is not a date");
-    target.SetDate(field, *date);
-  }
-}
-
-bool Converts(RecordSet& target, std::size_t field, std::string_view type, std::string_view text) {
+// Stores a source text in a field of the target set; a kind that no conversion is known for stores nothing.
+// False where the text is no such value.
+bool StoreConverted(RecordSet& target, std::size_t field, std::string_view type, std::string_view text) {
   try {
-    StoreConverted(target, field, type, text);
+    if (type == field_type::kText) {
+      target.SetText(field, text);
+    } else if (type == field_type::kFloat) {
+      const auto number = ParseLocaleNumber(text, CurrentLocale());
+      if (!number) return false;
+      target.SetFloat(field, *number);
+    } else if (type == field_type::kBoolean) {
+      target.SetBoolean(field, ToBoolean(std::string(text)));
+    } else if (type == field_type::kDate) {
+      const auto date = ParseLocaleDate(text, CurrentLocale());
+      if (!date) return false;
+      target.SetDate(field, *date);
+    }
     return true;
-  } catch (const Error&) {
+  } catch (const ConversionError&) {
+    return false;
+  } catch (const Overflow&) {
     return false;
   }
 }
@@ -280,7 +280,7 @@ void TfrmImportGrid::ValidateFormat(std::size_t index) {
     } else if (!skipped) {
       target_.Edit();
     }
-    if (!skipped && !Converts(target_, to, field.field_type, source_.AsTextView(from))) {
+    if (!skipped && !StoreConverted(target_, to, field.field_type, source_.AsTextView(from))) {
       source_.Edit();
       AddFault(" Format:" + field.field_name);
       source_.SetBoolean(kVTempPosition, false);

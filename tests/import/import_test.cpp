@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 
 #include "mox/import/import_grid.h"
@@ -18,6 +20,7 @@
 //   define POSITION TEXT...  the nine texts of one column
 //   server SERVICE ANSWER FIELD;FIELD VALUE;VALUE...   answers these records
 //   refuses                  the server, to store
+//   offline                  the server cannot be reached, until the same step again
 //   answers NUMBER...        of the user to the next dialogs
 //   inputs TEXT...           of the user in the next input boxes
 //   locale SEPARATOR DATE    of numbers and dates
@@ -70,7 +73,9 @@ class Case : public ImportGridView {
   }
 
   std::string Run(const std::string& step, const Words& words) {
-    const ScopedApp app(host_.Parts());
+    AppParts parts = host_.Parts();
+    if (offline_) parts.comunication = nullptr;
+    const ScopedApp app(parts);
     const auto number = [&](std::size_t word) { return static_cast<std::size_t>(std::stoi(words.at(word))); };
     RecordSet& grid = form_.AdsForImport();
     const std::map<std::string, std::function<void()>> actions = {
@@ -84,6 +89,7 @@ class Case : public ImportGridView {
          }},
         {"server", [&] { host_.services[words[0]] = [words](auto&) { return Answer(words); }; }},
         {"refuses", [&] { host_.write_answer = 0; }},
+        {"offline", [&] { offline_ = !offline_; }},
         {"answers", [&] { host_.dialog_answers.push_back(std::stoi(words[0])); }},
         {"inputs", [&] { host_.input_answers = words; }},
         {"locale",
@@ -169,7 +175,8 @@ class Case : public ImportGridView {
       if (tool->visible) visible.push_back("[" + tool->caption + "]");
     }
     const GridStyle* const style = form_.RowStyle();
-    host_.log.push_back(form_.LblIndicator() + " | " + form_.FilterButton().caption + " | " +
+    host_.log.push_back("modal " + Text(form_.ModalResult()) + " | " + form_.LblIndicator() + " | " +
+                        form_.FilterButton().caption + " | " +
                         (style == nullptr ? "" : std::string(style->name)) + " | " + Joined(visible, ", "));
   }
 
@@ -187,6 +194,7 @@ class Case : public ImportGridView {
 
   RecordingHost host_;
   bool watched_ = false;
+  bool offline_ = false;
   TfrmImportGrid form_{*this};
 };
 
@@ -206,12 +214,44 @@ TEST(Import, Scripts) {
   }
 }
 
+class NoView : public ImportGridView {
+  void ShowModal(TfrmImportGrid&) override {}
+};
+
+TEST(Import, AnyTextGivesOneRowForEachLineThatFits) {
+  std::vector<std::string> texts = {std::string(1'000'000, '\t'), std::string(100'000, '\n')};
+  std::minstd_rand random;
+  for (int i = 0; i < 500; ++i) {
+    std::string& text = texts.emplace_back();
+    for (auto length = random() % 200; length > 0; --length) {
+      text += random() % 4 > 0 ? static_cast<char>(random() % 256) : "\t\t\n\r"[random() % 4];
+    }
+  }
+  RecordingHost host;
+  const ScopedApp app(host.Parts());
+  NoView view;
+  for (const std::string& text : texts) {
+    std::size_t expected = 0;
+    std::istringstream lines(text);
+    bool open = false;  // a line with surplus cells leaves its record to the next one
+    for (std::string line; std::getline(lines, line);) {
+      open = std::count(line.begin(), line.end(), '\t') > 1;
+      expected += open ? 0 : 1;
+    }
+    TfrmImportGrid form(view, "KONTNIPLAN");
+    form.OnShow();
+    host.clipboard = text;
+    form.ReadDataFromExcelClipboard();
+    form.ProvjeraIUvozClick();
+    EXPECT_EQ(form.AdsForImport().RecordCount(), expected + (open ? 1 : 0)) << text;
+    EXPECT_EQ(form.AdsForDBSave().RecordCount(), form.AdsForImport().RecordCount()) << text;
+  }
+}
+
 TEST(Import, ProfilesAreTheTablesOfTheDomain) {
   RecordingHost host;
   const ScopedApp app(host.Parts());
-  class NoView : public ImportGridView {
-    void ShowModal(TfrmImportGrid&) override {}
-  } view;
+  NoView view;
   std::istringstream expected(ReadText("profiles.txt"));
   const auto expect = [&](const std::string& line) {
     std::string next = "#";
