@@ -54,6 +54,7 @@ void Connect(soci::session& session, const fs::path& path, std::string_view mode
   const auto* const backend = static_cast<soci::sqlite3_session_backend*>(session.get_backend());
   sqlite_api::sqlite3_busy_handler(backend->conn_, WaitForLock, nullptr);
   session << "PRAGMA foreign_keys = ON";
+  session << "PRAGMA synchronous = FULL";  // the first to read the file
 }
 
 template <typename T>
@@ -139,10 +140,9 @@ std::string EngineMessage(const soci::soci_error& error) {
 // Readers share a log beside the file. Where it cannot be created, on a disk that is write-protected, nobody
 // can write either, and a file whose log is not left over is read as it stands.
 void OpenForReading(soci::session& session, const std::string& path) {
-  Connect(session, path, "rw");
   try {
+    Connect(session, path, "rw");
     session << "PRAGMA query_only = ON";
-    IsOurs(session);
   } catch (const soci::sqlite3_soci_error& error) {
     const bool no_log = error.result() == SQLITE_READONLY || error.result() == SQLITE_CANTOPEN;
     if (!no_log || fs::exists(Beside(path, "-wal"))) throw;
@@ -159,7 +159,6 @@ class Sqlite : public Dialect {
     if (!fs::is_regular_file(status)) throw DatabaseError(path + ": is not a file");
     if (access == Database::Access::kReadOnly) return OpenForReading(session, path);
     Connect(session, path, "rw");
-    session << "PRAGMA synchronous = FULL";
     if (IsOurs(session)) SetWriteAheadLog(session);
   }
 
