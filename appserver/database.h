@@ -114,8 +114,9 @@ class Database {
 std::string FoldKey(std::string_view text);
 /// The folded texts under which the database may hold a text that equals this one without regard to letter
 /// case and to blanks at its ends; usually one. A column's folding makes the capitals of Croatian and its
-/// neighbours small; a text with letters of other alphabets may stand as given, in small letters, in capitals,
-/// or with capitals at its beginning or at that of each word. None for a text that no database holds.
+/// neighbours small; a text with letters of other alphabets may stand as given, in small letters, in
+/// capitals, or with capitals at its beginning or at that of each word. None for a text that no database
+/// holds.
 std::vector<std::string> FoldKeys(std::string_view text);
 
 /// A write transaction: everything until Commit, or nothing. It has the file for itself from the beginning
