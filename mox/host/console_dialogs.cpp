@@ -49,6 +49,7 @@ std::optional<std::string> ConsoleDialogs::InputBox(std::string_view title, std:
   if (input_ == nullptr) return answer_ == kDialogYes ? std::optional(line) : std::nullopt;
   output_ << OnOneLine(title) << ": " << OnOneLine(prompt) << " [" << default_text << "] " << std::flush;
   if (!std::getline(*input_, line)) return std::nullopt;
+  if (line.ends_with('\r')) line.pop_back();
   return line.empty() ? std::string(default_text) : line;
 }
 

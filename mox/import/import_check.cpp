@@ -20,7 +20,7 @@ constexpr std::string_view kService = "ImportGrid";
 bool IsSet(const std::string& flag) { return ToBoolean(flag); }
 
 // Look-ups compare without regard to letter case and to blanks at the ends.
-std::string LookupKey(std::string_view text) { return std::string(TrimBlanks(FoldCase(text))); }
+std::string LookupKey(std::string_view text) { return FoldCase(TrimBlanks(text)); }
 
 // Uniqueness compares without regard to the case of the letters a to z only, and with all blanks.
 std::string UniqueKey(std::string_view text) {

@@ -58,6 +58,18 @@ TEST(ConsoleDialogs, ShowOneLineAndTakeAnAnswer) {
   EXPECT_EQ(output.str(), "a: b: c\n");
 }
 
+TEST(ConsoleDialogs, TakeALine) {
+  std::ostringstream output;
+  std::istringstream input("like\r\n\n");
+  ConsoleDialogs dialogs(output, input);
+  EXPECT_EQ(dialogs.InputBox("Filter", "Unesite:", "="), "like");
+  EXPECT_EQ(dialogs.InputBox("Filter", "Unesite:", "="), "=");
+  EXPECT_EQ(dialogs.InputBox("Filter", "", "="), std::nullopt);
+  EXPECT_EQ(output.str(), "Filter: Unesite: [=] Filter: Unesite: [=] Filter:  [=] ");
+  EXPECT_EQ(ConsoleDialogs(output, kDialogYes).InputBox("", "", "="), "=");
+  EXPECT_EQ(ConsoleDialogs(output, kDialogNo).InputBox("", "", "="), std::nullopt);
+}
+
 TEST(CompanyParameterModule, InfersTheKindOfAValue) {
   CompanyParameterModule module;
   const auto parameter = [&] { return module.CompanyParameters()->FieldByName("p"); };
