@@ -18,11 +18,11 @@ struct ImportColumn {
   std::string_view caption;
   std::string_view type = field_type::kText;
   std::string_view size = "0";
+  std::string_view lookup_sql = {};
+  std::string_view unique_sql = {};
   bool required = false;
   bool lookup = false;
-  std::string_view lookup_sql = {};
   bool unique = false;
-  std::string_view unique_sql = {};
 
   /// No value may be empty.
   constexpr ImportColumn Required(bool is_required = true) const {
