@@ -62,6 +62,18 @@ void AddAmounts(RecordSet& records, std::vector<Sum>& sums) {
   }
 }
 
+Currency SumOf(RecordSet& records, std::string_view field) {
+  Currency sum;
+  const Field amount = records.FieldByName(field);
+  for (records.First(); !records.Eof(); records.Next()) sum += amount.AsCurrency();
+  return sum;
+}
+
+bool HasTotal(const LineSchema& schema) {
+  const std::vector<std::string_view> calculated = SplitNames(schema.calculated);
+  return std::find(calculated.begin(), calculated.end(), schema.total) != calculated.end();
+}
+
 }  // namespace
 
 bool IsAmountField(const FieldDef& field) {
@@ -130,6 +142,16 @@ void Document::FillTotals() {
   for (const Sum& sum : recap_sums) {
     totals_.AppendRecord({std::string("rekapitulacija"), sum.field, sum.amount});
   }
+}
+
+std::optional<Currency> Document::Total() {
+  Currency total;
+  for (const auto* lines : {&goods_, &services_}) {
+    if (*lines == nullptr) continue;
+    if (!HasTotal((*lines)->schema)) return recap_ ? std::optional(SumOf(*recap_, "ukupno")) : std::nullopt;
+    total += SumOf((*lines)->file.records, (*lines)->schema.total);
+  }
+  return total;
 }
 
 }  // namespace mox

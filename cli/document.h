@@ -29,6 +29,9 @@ class Document {
   /// Fields izvor, polje, iznos: the sums of the amounts of all lines ("stavke"), field by field, and of the
   /// recapitulation ("rekapitulacija").
   RecordSet& Totals() { return totals_; }
+  /// The amount that the document shows in words: the sum of the total of all lines, or that of the
+  /// recapitulation where the lines have none. None where the document has neither.
+  std::optional<Currency> Total();
 
  private:
   struct Lines {

@@ -1,5 +1,7 @@
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <memory>
+#include <optional>
 
 #include "cli/command.h"
 #include "cli/document.h"
@@ -7,6 +9,9 @@
 #include "cli/record_set_file.h"
 #include "cli/suggestions.h"
 #include "cli/text_table.h"
+#include "mox/codes/amount_in_words.h"
+#include "mox/codes/exchange_rates.h"
+#include "mox/foundation/locale_text.h"
 
 namespace mox {
 namespace {
@@ -51,6 +56,16 @@ void AppendTitled(std::string_view title, RecordSet* records, const TableOptions
   }
 }
 
+void AppendInWords(const std::optional<Currency>& total, std::string& out) {
+  if (!total) return;
+  const auto today = std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now());
+  const Date date{static_cast<std::int32_t>(today.time_since_epoch().count())};
+  const std::string currency(GetValutaOznakaByDate(date));
+  const std::string words = BrojSlovima(*total, currency);
+  if (words.empty()) return;
+  out += "\nSlovima (" + CurrencyToText(*total, CurrentLocale()) + " " + currency + "): " + words + "\n";
+}
+
 void DropZeros(RecordSet& totals) {
   for (totals.First(); !totals.Eof();) {
     if (totals.FieldByName("iznos").AsCurrency().IsZero()) {
@@ -70,6 +85,7 @@ void AppendForPeople(Document& document, std::string& out) {
   AppendTitled("Rekapitulacija PDV-a", document.Recap(), {}, out);
   DropZeros(document.Totals());
   if (!document.Totals().IsEmpty()) AppendTitled("Ukupno", &document.Totals(), {}, out);
+  AppendInWords(document.Total(), out);
 }
 
 struct DocumentPart {

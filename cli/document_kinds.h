@@ -20,6 +20,7 @@ struct LineSchema {
   std::string_view inputs;      ///< fields that must be there, separated by blanks
   std::string_view calculated;  ///< fields that the calculator writes
   void (*calculate)(RecordSet& lines, const DocumentDigits& digits) = nullptr;  ///< null: no such lines
+  std::string_view total = "ukupno";  ///< the field whose sum is to be paid, if the calculator writes it
 
   bool Exists() const { return calculate != nullptr; }
 };
