@@ -1,6 +1,6 @@
-// Measures record sets against hand-written loops and other ways to keep a document's lines, and checks of numbers
-// against another library's, all in one run.
-// The output ends with one line `ratio NAME VALUE` for each ratio; docs/PERFORMANCE.md says what they mean.
+// Measures record sets against hand-written loops and other ways to keep a document's lines, and checks of
+// numbers against another library's, all in one run. The output ends with one line `ratio NAME VALUE` for
+// each ratio; docs/PERFORMANCE.md says what they mean.
 
 #include <benchmark/benchmark.h>
 
