@@ -13,6 +13,8 @@ class App;
 
 namespace mox {
 
+class CompanyServer;
+
 /// The command was called in a wrong way; exit status 2.
 class UsageError : public Error {
  public:
@@ -22,9 +24,11 @@ class UsageError : public Error {
 /// What a running command works with.
 struct Session {
   std::istream& in;
+  std::ostream& err;  ///< for remarks beside the result
   std::string out;  ///< goes to standard output once the command has succeeded
   /// What stands before a message of the library, `lines.csv:3: vrsta "XYZ": `; none where nothing is walked.
   std::function<std::string()> place = nullptr;
+  CompanyServer* server = nullptr;  ///< over the database that --db names; null where it names none
   bool valid = true;  ///< false where the answer is that what was checked is not valid; exit status 1
 };
 
@@ -52,5 +56,7 @@ extern const Command kCurrencyCommand;
 extern const Command kWorkdaysCommand;
 extern const Command kServiceCommand;
 extern const Command kDbCommand;
+extern const Command kQueryCommand;
+extern const Command kStoreCommand;
 
 }  // namespace mox

@@ -2,11 +2,14 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <ostream>
 
 #include "cli/command.h"
 #include "cli/document.h"
 #include "cli/document_kinds.h"
+#include "cli/document_store.h"
 #include "cli/record_set_file.h"
+#include "cli/service_request.h"
 #include "cli/suggestions.h"
 #include "cli/text_table.h"
 #include "mox/codes/amount_in_words.h"
@@ -22,6 +25,8 @@ struct DocumentArguments {
   bool list = false;
   bool csv = false;
   std::string part;
+  bool store = false;
+  std::vector<std::string> header;
 };
 
 void ListLines(const char* heading, const LineSchema& schema, std::string& out) {
@@ -77,7 +82,18 @@ void DropZeros(RecordSet& totals) {
   }
 }
 
-void AppendForPeople(Document& document, std::string& out) {
+RecordSet Store(Document& document, const DocumentArguments& arguments, Session& session) {
+  std::vector<std::string> lost;
+  RecordSet stored = StoreDocument(document, ServerOf(session), arguments.header, lost);
+  std::string names;
+  for (const std::string& name : lost) names += (names.empty() ? "" : ", ") + name;
+  if (!names.empty()) {
+    session.err << "mox: the database has no place for these columns of the lines: " << names << std::endl;
+  }
+  return stored;
+}
+
+void AppendForPeople(Document& document, RecordSet* stored, std::string& out) {
   const TableOptions lines{.number_records = true, .hide_empty = true};
   out += std::string(document.kind().title) + "\n";
   AppendTitled("Stavke", document.Goods(), lines, out);
@@ -86,6 +102,7 @@ void AppendForPeople(Document& document, std::string& out) {
   DropZeros(document.Totals());
   if (!document.Totals().IsEmpty()) AppendTitled("Ukupno", &document.Totals(), {}, out);
   AppendInWords(document.Total(), out);
+  if (stored != nullptr) out += "\nPohranjeno: " + StoredNumber(*stored) + "\n";
 }
 
 struct DocumentPart {
@@ -98,12 +115,16 @@ constexpr DocumentPart kParts[] = {{"lines", [](Document& document) { return doc
                                    {"recap", [](Document& document) { return document.Recap(); }},
                                    {"totals", [](Document& document) { return &document.Totals(); }}};
 
-void AppendFiles(Document& document, std::string& out) {
+void AppendFiles(Document& document, RecordSet* stored, std::string& out) {
   for (const DocumentPart& part : kParts) {
     RecordSet* const records = part.records(document);
     if (records == nullptr) continue;
     if (!out.empty()) out += "\n";
     WriteRecordSet(*records, out);
+  }
+  if (stored != nullptr) {
+    out += "\n";
+    WriteRecordSet(*stored, out);
   }
 }
 
@@ -132,14 +153,17 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
   for (const std::string& path : paths) files.push_back(ReadFileText(path, session.in));
 
   Document document(kind, files);
+  std::optional<RecordSet> stored;
+  if (arguments.store) stored = Store(document, arguments, session);
+  RecordSet* const stored_record = stored ? &*stored : nullptr;
   if (part != nullptr) {
     RecordSet* const records = part->records(document);
     if (records == nullptr) throw UsageError("--part: the document has no " + arguments.part);
     WriteRecordSet(*records, session.out);
   } else if (arguments.csv) {
-    AppendFiles(document, session.out);
+    AppendFiles(document, stored_record, session.out);
   } else {
-    AppendForPeople(document, session.out);
+    AppendForPeople(document, stored_record, session.out);
   }
 }
 
@@ -160,6 +184,16 @@ void Declare(CLI::App& options, Action& action) {
       .add_option("--part", arguments->part,
                   "print one part only, as a file: lines, services, recap or totals")
       ->type_name("PART");
+  options.add_flag("--store", arguments->store,
+                   "store the document in the database that --db names, in one\n"
+                   "transaction, and print its number; with --csv as one more part");
+  options
+      .add_option("--header", arguments->header,
+                  "a field of the stored document: datum=2024-03-01, skl_id=1,\n"
+                  "par_id=2, user_id=ANA, ...; can be repeated. The date is today's\n"
+                  "where none is given")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
   options.callback(
       [arguments, &action] { action = [arguments](Session& session) { RunDocument(*arguments, session); }; });
 }

@@ -20,6 +20,14 @@ std::unique_ptr<TAppIni> OpenSettings(const std::string& path) {
   return std::make_unique<SettingsFile>(path);
 }
 
+// A file that may not be written is still good for reading.
+Database OpenDatabase(const std::string& path) {
+  std::FILE* const file = std::fopen(path.c_str(), "r+b");
+  const bool is_read_only = file == nullptr && std::filesystem::exists(path);
+  if (file != nullptr) std::fclose(file);
+  return Database(path, is_read_only ? Database::Access::kReadOnly : Database::Access::kReadWrite);
+}
+
 }  // namespace
 
 std::string OnOneLine(std::string_view message) {
@@ -58,18 +66,33 @@ class Host::PlacedDialogs : public ConsoleDialogs {
 
 Host::Host(const HostOptions& options, Session& session, std::ostream& err)
     : settings_(OpenSettings(options.ini)), dialogs_(std::make_unique<PlacedDialogs>(err, session)) {
+  if (!options.database.empty()) {
+    server_ = std::make_unique<CompanyServer>(OpenDatabase(options.database));
+    session.server = server_.get();
+  }
   for (const std::string& parameter : options.parameters) SetParameter(parameter);
   app_.emplace(AppParts{.ini = settings_.get(),
-                        .comunication = &parameters_,
+                        .comunication = &Comunication(),
                         .dialogs = dialogs_.get(),
                         .locale = &locale_});
 }
 
 Host::~Host() = default;
 
+TdmComunication& Host::Comunication() {
+  if (server_) return *server_;
+  return parameters_;
+}
+
 void Host::SetParameter(const std::string& parameter) {
   try {
-    parameters_.SetAssignment(parameter);
+    if (server_) {
+      server_->SetParameter(parameter);
+    } else {
+      parameters_.SetAssignment(parameter);
+    }
+  } catch (const DatabaseError&) {
+    throw;
   } catch (const Error& error) {
     throw UsageError(std::string("--param: ") + error.what());
   }
@@ -81,7 +104,7 @@ void Host::SetParameter(const std::string& parameter) {
 
 // The decimals of tax amounts are a whole number, or null.
 void Host::CheckTaxDigits(const std::string& text) {
-  const Field digits = parameters_.CompanyParameters()->FieldByName(kTaxDigits);
+  const Field digits = Comunication().CompanyParameters()->FieldByName(kTaxDigits);
   if (digits.IsNull()) return;
   const std::string name = std::string("--param: ") + kTaxDigits;
   if (digits.Kind() != FieldKind::kInteger) {

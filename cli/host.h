@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "appserver/company_server.h"
 #include "cli/command.h"
 #include "mox/foundation/app.h"
 #include "mox/host/company_parameters.h"
@@ -18,6 +19,7 @@ namespace mox {
 /// The options that every command has.
 struct HostOptions {
   std::string ini;
+  std::string database;
   std::vector<std::string> parameters;
 };
 
@@ -25,7 +27,7 @@ struct HostOptions {
 std::string OnOneLine(std::string_view message);
 
 /// The host program that the library calls back into, installed for the object's lifetime: settings, dialogs
-/// on standard error, company parameters.
+/// on standard error, and the company database as its application server where one is named.
 class Host {
  public:
   /// Raises UsageError for a faulty parameter, Error for a file that cannot be read.
@@ -39,9 +41,11 @@ class Host {
 
   void SetParameter(const std::string& parameter);
   void CheckTaxDigits(const std::string& text);
+  TdmComunication& Comunication();
 
   std::unique_ptr<TAppIni> settings_;
-  CompanyParameterModule parameters_;
+  std::unique_ptr<CompanyServer> server_;
+  CompanyParameterModule parameters_;  ///< without a server
   std::unique_ptr<PlacedDialogs> dialogs_;
   StandardLocale locale_;
   std::optional<ScopedApp> app_;

@@ -25,7 +25,7 @@ constexpr const char* kUnwritable = "standard output cannot be written";
 
 const auto kCommands = std::to_array<const Command*>(
     {&kRoundCommand, &kCalcCommand, &kRecapCommand, &kTotalCommand, &kDocumentCommand, &kOibCommand,
-     &kIbanCommand, &kWordsCommand, &kCurrencyCommand, &kWorkdaysCommand, &kServiceCommand, &kDbCommand});
+     &kIbanCommand, &kWordsCommand, &kCurrencyCommand, &kWorkdaysCommand, &kServiceCommand, &kDbCommand, &kQueryCommand, &kStoreCommand});
 
 // --- help ---
 
@@ -81,6 +81,7 @@ void DeclareEverything(CLI::App& app, Parsed& parsed) {
   app.get_formatter()->label("Positionals", "Arguments");
   app.get_formatter()->label("REQUIRED", "");
   app.add_option("--ini", parsed.options.ini, "settings file, section GENERAL")->type_name("FILE");
+  app.add_option("--db", parsed.options.database, "company database, made by mox db init")->type_name("FILE");
   app.add_option("--param", parsed.options.parameters, "company parameter; can be repeated")
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
@@ -126,7 +127,7 @@ void Report(const std::string& message, std::ostream& err) {
 }
 
 int Execute(const Parsed& parsed, std::istream& in, std::ostream& out, std::ostream& err) {
-  Session session{in, {}};
+  Session session{in, err, {}};
   const Host host(parsed.options, session, err);
   parsed.action(session);
   out.write(session.out.data(), static_cast<std::streamsize>(session.out.size()));

@@ -1,0 +1,87 @@
+#include "cli/document_store.h"
+
+#include <algorithm>
+#include <ctime>
+
+#include "appserver/company_server.h"
+#include "cli/service_request.h"
+#include "mox/foundation/text.h"
+#include "mox/server/transactions.h"
+
+namespace mox {
+namespace {
+
+Date Today() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local = {};
+  localtime_r(&now, &local);
+  return *MakeDate(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
+}
+
+const FieldDef* FindColumn(const Columns& columns, std::string_view name) {
+  const auto found = std::find_if(columns.begin(), columns.end(),
+                                  [name](const FieldDef& column) { return SameName(column.name, name); });
+  return found == columns.end() ? nullptr : &*found;
+}
+
+RecordSet Header(const DocumentKind& kind, const Columns& columns, std::span<const std::string> words) {
+  RecordSet header("Zaglavlje");
+  std::vector<Value> values;
+  const auto add = [&](std::string_view name, Value value) {
+    const FieldDef* const column = FindColumn(columns, name);
+    if (column == nullptr || SameName(name, "id") || SameName(name, "broj")) {
+      throw UsageError("--header: a document has no field \"" + std::string(name) + "\"");
+    }
+    if (header.FindFieldIndex(name)) throw UsageError("--header: " + std::string(name) + " is given twice");
+    header.DefineField(column->name, column->kind, column->size);
+    values.push_back(std::move(value));
+  };
+  add("vrsta", std::string(kind.name));
+  for (const auto& [name, text] : NamedValues(words)) {
+    const FieldDef* const column = FindColumn(columns, name);
+    add(name, column == nullptr ? Value() : InputValue(*column, text));
+  }
+  if (!header.FindFieldIndex("datum")) add("datum", Today());
+  header.Open();
+  header.AppendRecord(values);
+  return header;
+}
+
+void CollectLost(const RecordSet& lines, const Columns& columns, std::vector<std::string>& lost) {
+  for (std::size_t i = 0; i < lines.FieldCount(); ++i) {
+    const std::string& name = lines.Definition(i).name;
+    if (FindColumn(columns, name) == nullptr && std::find(lost.begin(), lost.end(), name) == lost.end()) {
+      lost.push_back(name);
+    }
+  }
+}
+
+}  // namespace
+
+RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header_words,
+                        std::vector<std::string>& lost) {
+  RecordSet header = Header(document.kind(), server.database().TableColumns("dok"), header_words);
+  std::vector<const RecordSet*> record_sets = {&header};
+  const Columns line_columns = server.database().TableColumns("dok_stavke");
+  const auto add = [&](RecordSet* records, const char* name) {
+    if (records == nullptr) return;
+    records->SetName(name);
+    record_sets.push_back(records);
+  };
+  add(document.Goods(), "Stavke");
+  add(document.Services(), "Usluge");
+  for (std::size_t i = 1; i < record_sets.size(); ++i) CollectLost(*record_sets[i], line_columns, lost);
+  add(document.Recap(), "Rekapitulacija");
+
+  RequireStored(server, ExecuteTransaction("DokumentInsert", record_sets));
+  RecordSet stored;
+  stored.CleanClone(server.LastWrite().stored.value());
+  return stored;
+}
+
+std::string StoredNumber(RecordSet& stored) {
+  return stored.FieldByName("vrsta").AsText() + " " + stored.FieldByName("broj").AsText() + "/" +
+         stored.FieldByName("godina").AsText() + " (id " + stored.FieldByName("id").AsText() + ")";
+}
+
+}  // namespace mox

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "cli/document.h"
+
+namespace mox {
+
+class CompanyServer;
+
+/// Stores a calculated document in one transaction: its header of the words NAME=VALUE (fields of the
+/// database's table of documents; the date is today where none is given), its lines and its recapitulation.
+/// Answers what the server gave it, one record: id, vrsta, godina, broj, datum. Appends to `lost` the names
+/// of the columns of the lines for which the database has no place. Raises UsageError for a faulty word,
+/// Error that says why the server refused.
+RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header,
+                        std::vector<std::string>& lost);
+
+/// "gotovinski-racun 1/2024 (id 1)", of the record that StoreDocument answers.
+std::string StoredNumber(RecordSet& stored);
+
+}  // namespace mox

@@ -1,0 +1,72 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "appserver/company_server.h"
+#include "cli/command.h"
+#include "cli/record_set_file.h"
+#include "cli/service_request.h"
+#include "cli/suggestions.h"
+#include "cli/text_table.h"
+
+namespace mox {
+namespace {
+
+struct QueryArguments {
+  std::string service;
+  std::vector<std::string> values;
+  std::string part;
+  bool table = false;
+};
+
+void Print(RecordSet& answer, bool table, std::string& out) {
+  if (!out.empty()) out += "\n";
+  if (table) {
+    out += answer.Name() + "\n\n";
+    AppendTable(answer, {.hide_empty = true}, out);
+  } else {
+    WriteRecordSet(answer, out);
+  }
+}
+
+void RunQuery(const QueryArguments& arguments, Session& session) {
+  if (arguments.service.empty()) return ListServices(ReadServices(), session.out);
+  const ServiceInfo& service = FindService("service", ReadServices(), arguments.service);
+  const TAstaParamList request = RequestFor(service, arguments.values);
+  const std::unique_ptr<TAstaParamList> answers =
+      ServerOf(session).ReportDataService(request, arguments.service);
+  if (answers == nullptr) throw Error("the server does not answer \"" + arguments.service + "\"");
+  bool printed = false;
+  for (std::size_t i = 0; i < answers->Count(); ++i) {
+    if (!arguments.part.empty() && (*answers)[i].Name() != arguments.part) continue;
+    RecordSet& answer = (*answers)[i].AsDataSet();
+    answer.SetName((*answers)[i].Name());
+    Print(answer, arguments.table, session.out);
+    printed = true;
+  }
+  if (!printed) throw UsageError("--part: the answer holds no \"" + arguments.part + "\"");
+}
+
+void Declare(CLI::App& options, Action& action) {
+  auto arguments = std::make_shared<QueryArguments>();
+  options
+      .add_option("SERVICE", arguments->service,
+                  "the service, letter for letter; without one, all are\nlisted with their inputs")
+      ->type_name("");
+  options.add_option("NAME=VALUE", arguments->values, "its inputs by name, in any order")->type_name("");
+  options.add_option("--part", arguments->part, "print only this record set of the answer")->type_name("NAME");
+  options.add_flag("--table", arguments->table, "print tables for people instead of record-set files");
+  options.callback(
+      [arguments, &action] { action = [arguments](Session& session) { RunQuery(*arguments, session); }; });
+}
+
+}  // namespace
+
+const Command kQueryCommand = {"query", "[SERVICE [NAME=VALUE...]] --db FILE",
+                               "Ask a named read service of the company database.",
+                               R"(Example:
+  mox query GetTecaj datum=2022-12-31 val_ozn=USD valIdOrValOzn=ozn --db firma.db
+
+An answer of several record sets is printed as files separated by one blank line.)",
+                               Declare};
+
+}  // namespace mox

@@ -1,0 +1,80 @@
+#include "cli/service_request.h"
+
+#include <algorithm>
+
+#include "cli/suggestions.h"
+#include "mox/foundation/exchange_text.h"
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+// "skl_id=INTEGER".
+std::string Shown(const Columns& inputs) {
+  std::string shown;
+  for (const FieldDef& input : inputs) {
+    std::string kind(KindName(input.kind));
+    std::transform(kind.begin(), kind.end(), kind.begin(),
+                   [](char c) { return static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c); });
+    shown += " " + input.name + "=" + kind;
+  }
+  return shown;
+}
+
+}  // namespace
+
+Value InputValue(const FieldDef& input, const std::string& text) {
+  if (input.kind == FieldKind::kText) return text;
+  try {
+    return ParsePlain(text, input.kind);
+  } catch (const Error& error) {
+    throw UsageError(input.name + ": " + error.what());
+  }
+}
+
+CompanyServer& ServerOf(const Session& session) {
+  if (session.server == nullptr) throw UsageError("--db is required: the company database");
+  return *session.server;
+}
+
+void ListServices(std::span<const ServiceInfo> services, std::string& out) {
+  for (const ServiceInfo& service : services) {
+    out += std::string(service.name) + Shown(ParseColumns(service.inputs)) + "\n    " +
+           std::string(service.summary) + "\n";
+  }
+}
+
+const ServiceInfo& FindService(std::string_view what, std::span<const ServiceInfo> services,
+                               std::string_view name) {
+  if (const ServiceInfo* const service = FindRow(services, name)) return *service;
+  throw UsageError(ThereIsNo(what, name, NamesOf(services)));
+}
+
+std::vector<NamedValue> NamedValues(std::span<const std::string> words) {
+  ValuesAndFiles split = SplitWords(words);
+  if (split.paths.empty()) return std::move(split.values);
+  throw UsageError("\"" + split.paths.front() + "\" is not of the form NAME=VALUE");
+}
+
+TAstaParamList RequestFor(const ServiceInfo& service, std::span<const std::string> words) {
+  const Columns inputs = ParseColumns(service.inputs);
+  TAstaParamList request;
+  for (const auto& [name, text] : NamedValues(words)) {
+    const auto input = std::find_if(inputs.begin(), inputs.end(),
+                                    [&](const FieldDef& known) { return SameName(known.name, name); });
+    if (input == inputs.end()) {
+      throw UsageError(std::string(service.name) + " has no input \"" + name + "\"");
+    }
+    if (request.FindParam(name) != nullptr) throw UsageError(name + " is given twice");
+    request.FastAdd(input->name, InputValue(*input, text));
+  }
+  return request;
+}
+
+void RequireStored(const CompanyServer& server, bool stored) {
+  if (stored) return;
+  const WriteOutcome& outcome = server.LastWrite();
+  throw Error(outcome.failure ? outcome.failure->ToString() : "the server refused the transaction");
+}
+
+}  // namespace mox

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "appserver/company_server.h"
+#include "cli/command.h"
+#include "cli/named_values.h"
+#include "mox/server/param_list.h"
+
+namespace mox {
+
+/// The server over the database that --db names. Raises UsageError where the option is missing.
+CompanyServer& ServerOf(const Session& session);
+
+/// Appends one line for each service: its name, its inputs or record sets, and what it is for.
+void ListServices(std::span<const ServiceInfo> services, std::string& out);
+
+/// Raises UsageError that suggests near names; `what` is "service" or "transaction".
+const ServiceInfo& FindService(std::string_view what, std::span<const ServiceInfo> services,
+                               std::string_view name);
+
+/// The request of words NAME=VALUE, each value in the kind that the service gives the input: decimal point,
+/// true or false, 2024-03-01. Raises UsageError for an unknown input, one given twice, or a value that is
+/// not of its kind.
+TAstaParamList RequestFor(const ServiceInfo& service, std::span<const std::string> words);
+
+/// A value of an input or field in its kind. Raises UsageError naming it.
+Value InputValue(const FieldDef& input, const std::string& text);
+
+/// Words that are all NAME=VALUE. Raises UsageError for another word.
+std::vector<NamedValue> NamedValues(std::span<const std::string> words);
+
+/// Raises Error that says why the server's last write request was refused.
+void RequireStored(const CompanyServer& server, bool stored);
+
+}  // namespace mox

@@ -1,0 +1,62 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "appserver/company_server.h"
+#include "cli/command.h"
+#include "cli/record_set_file.h"
+#include "cli/service_request.h"
+#include "mox/server/transactions.h"
+
+namespace mox {
+namespace {
+
+struct StoreArguments {
+  std::string transaction;
+  std::vector<std::string> files;
+};
+
+void RunStore(const StoreArguments& arguments, Session& session) {
+  if (arguments.transaction.empty()) return ListServices(NamedTransactions(), session.out);
+  FindService("transaction", NamedTransactions(), arguments.transaction);
+  CompanyServer& server = ServerOf(session);
+
+  std::vector<RecordSetFile> files;
+  for (const auto& [name, path] : NamedValues(arguments.files)) {
+    files.push_back(ReadRecordSet(ReadFileText(path, session.in)));
+    files.back().records.SetName(name);
+  }
+  std::vector<const RecordSet*> record_sets;
+  for (const RecordSetFile& file : files) record_sets.push_back(&file.records);
+  RequireStored(server, ExecuteTransaction(arguments.transaction, record_sets));
+  if (server.LastWrite().stored) {
+    RecordSet stored;
+    stored.CleanClone(*server.LastWrite().stored);
+    WriteRecordSet(stored, session.out);
+  }
+}
+
+void Declare(CLI::App& options, Action& action) {
+  auto arguments = std::make_shared<StoreArguments>();
+  options
+      .add_option("TRANSACTION", arguments->transaction,
+                  "the transaction, letter for letter; without one, all are\nlisted with their record sets")
+      ->type_name("");
+  options
+      .add_option("NAME=FILE", arguments->files,
+                  "its record sets: component name and record-set file\n(- is standard input)")
+      ->type_name("");
+  options.callback(
+      [arguments, &action] { action = [arguments](Session& session) { RunStore(*arguments, session); }; });
+}
+
+}  // namespace
+
+const Command kStoreCommand = {"store", "[TRANSACTION [NAME=FILE...]] --db FILE",
+                               "Store record sets in the company database with a named transaction.",
+                               R"(Example:
+  mox store UpisParentFieldForVD FTransTempVezeDataSet=links.csv --db firma.db
+
+All or nothing is stored. The keys and numbers that the server gave are printed.)",
+                               Declare};
+
+}  // namespace mox
