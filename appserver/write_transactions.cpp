@@ -81,9 +81,12 @@ RecordSet StoredDocument(const DocumentKey& key) {
   return stored;
 }
 
-// Goods come before services; their lines are numbered on.
+// Goods, services or both, the goods first; the lines of services are numbered on.
 std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Database& database,
                                         SentRecordSets& sent) {
+  if (sent.Find("Stavke") == nullptr && sent.Find("Usluge") == nullptr) {
+    throw WriteRefused({"", "Stavke", 0, "", "is missing"});
+  }
   RecordSet& header = *sent.Find("Zaglavlje");
   const DocumentKey key = InsertHeader(database, header, transaction.FindRule("Zaglavlje")->table);
   std::int64_t next_line = 1;
@@ -113,7 +116,7 @@ const NamedTransaction kTransactions[] = {
     {"DokumentInsert",
      "stores a document under the next number of its kind and year, and makes the links that wait for it",
      {{"Zaglavlje", {"dok"}},
-      {"Stavke", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "roba"}}}},
+      {"Stavke", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "roba"}}}, false},
       {"Usluge", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "usluga"}}}, false},
       {"Rekapitulacija", {"dok_porezi", UnknownFields::kIgnore}, false}},
      InsertDocument},
