@@ -1,10 +1,10 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <span>
 
 #include "cli/column_check.h"
 #include "cli/command.h"
 #include "cli/line_functions.h"
+#include "cli/options.h"
 #include "cli/record_set_file.h"
 #include "cli/text_table.h"
 
@@ -79,18 +79,15 @@ void RunCalc(const CalcArguments& arguments, Session& session) {
   }
 }
 
-void Declare(CLI::App& options, Action& action) {
+void Declare(Options& options) {
   auto arguments = std::make_shared<CalcArguments>();
-  options.add_option("FUNCTION", arguments->function, "the function, letter for letter")->type_name("");
-  options
-      .add_option("ARG", arguments->words,
-                  "its own arguments after the record set, in its own order;\n"
-                  "then FILE, the record set (standard input where it is left out or -)")
-      ->type_name("");
-  options.add_flag("--list", arguments->list, "list the functions with their arguments");
-  options.add_flag("--table", arguments->table, "print a table for people instead of a record-set file");
-  options.callback(
-      [arguments, &action] { action = [arguments](Session& session) { RunCalc(*arguments, session); }; });
+  options.Argument("FUNCTION", arguments->function, "the function, letter for letter");
+  options.Arguments("ARG", arguments->words,
+                    "its own arguments after the record set, in its own order;\n"
+                    "then FILE, the record set (standard input where it is left out or -)");
+  options.Flag("--list", arguments->list, "list the functions with their arguments");
+  options.Flag("--table", arguments->table, "print a table for people instead of a record-set file");
+  options.Run([arguments](Session& session) { RunCalc(*arguments, session); });
 }
 
 }  // namespace

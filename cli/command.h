@@ -7,13 +7,10 @@
 
 #include "mox/foundation/error.h"
 
-namespace CLI {
-class App;
-}
-
 namespace mox {
 
 class CompanyServer;
+class Options;
 
 /// The command was called in a wrong way; exit status 2.
 class UsageError : public Error {
@@ -40,8 +37,7 @@ struct Command {
   const char* usage;     ///< its arguments, as the help shows them
   const char* summary;   ///< one sentence
   const char* examples;  ///< and remarks, shown below the options
-  /// Declares the options; parsing them then sets the action.
-  void (*declare)(CLI::App& options, Action& action);
+  void (*declare)(Options& options);
 };
 
 extern const Command kRoundCommand;

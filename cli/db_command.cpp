@@ -1,9 +1,9 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
 #include "appserver/database.h"
 #include "cli/command.h"
+#include "cli/options.h"
 #include "cli/record_set_file.h"
 #include "cli/text_table.h"
 
@@ -52,21 +52,15 @@ void RunDb(const DbArguments& arguments, Session& session) {
   Database::Create(arguments.file);
 }
 
-void Declare(CLI::App& options, Action& action) {
+void Declare(Options& options) {
   auto arguments = std::make_shared<DbArguments>();
-  options
-      .add_option("ACTION", arguments->action,
-                  "init creates a company database with its reference data;\n"
-                  "info checks the whole file, and prints its schema version and\n"
-                  "the number of rows of each table")
-      ->type_name("")
-      ->required();
-  options.add_option("FILE", arguments->file, "the database; init needs a name that is free")
-      ->type_name("")
-      ->required();
-  options.add_flag("--table", arguments->table, "print a table for people instead of a record-set file");
-  options.callback(
-      [arguments, &action] { action = [arguments](Session& session) { RunDb(*arguments, session); }; });
+  options.RequiredArgument("ACTION", arguments->action,
+                           "init creates a company database with its reference data;\n"
+                           "info checks the whole file, and prints its schema version and\n"
+                           "the number of rows of each table");
+  options.RequiredArgument("FILE", arguments->file, "the database; init needs a name that is free");
+  options.Flag("--table", arguments->table, "print a table for people instead of a record-set file");
+  options.Run([arguments](Session& session) { RunDb(*arguments, session); });
 }
 
 }  // namespace

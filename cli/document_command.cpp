@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -8,6 +7,7 @@
 #include "cli/document.h"
 #include "cli/document_kinds.h"
 #include "cli/document_store.h"
+#include "cli/options.h"
 #include "cli/record_set_file.h"
 #include "cli/service_request.h"
 #include "cli/suggestions.h"
@@ -167,35 +167,27 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
   }
 }
 
-void Declare(CLI::App& options, Action& action) {
+void Declare(Options& options) {
   auto arguments = std::make_shared<DocumentArguments>();
-  options.add_option("KIND", arguments->kind, "the kind of document; --list names them")->type_name("");
-  options
-      .add_option("FILE", arguments->paths,
-                  "the lines: input columns and any others (standard input where it is\n"
-                  "left out or -); then SERVICES, the lines of services where the kind\n"
-                  "has them beside goods")
-      ->type_name("");
-  options.add_flag("--list", arguments->list, "list the kinds with their columns, or show the one named");
-  options.add_flag("--csv", arguments->csv,
-                   "print record-set files instead of tables for people: the parts goods,\n"
-                   "services, tax by rate and totals, separated by one blank line");
-  options
-      .add_option("--part", arguments->part,
-                  "print one part only, as a file: lines, services, recap or totals")
-      ->type_name("PART");
-  options.add_flag("--store", arguments->store,
-                   "store the document in the database that --db names, in one\n"
-                   "transaction, and print its number; with --csv as one more part");
-  options
-      .add_option("--header", arguments->header,
-                  "a field of the stored document: datum=2024-03-01, skl_id=1,\n"
-                  "par_id=2, user_id=ANA, ...; can be repeated. The date is today's\n"
-                  "where none is given")
-      ->type_name("NAME=VALUE")
-      ->allow_extra_args(false);
-  options.callback(
-      [arguments, &action] { action = [arguments](Session& session) { RunDocument(*arguments, session); }; });
+  options.Argument("KIND", arguments->kind, "the kind of document; --list names them");
+  options.Arguments("FILE", arguments->paths,
+                    "the lines: input columns and any others (standard input where it is\n"
+                    "left out or -); then SERVICES, the lines of services where the kind\n"
+                    "has them beside goods");
+  options.Flag("--list", arguments->list, "list the kinds with their columns, or show the one named");
+  options.Flag("--csv", arguments->csv,
+               "print record-set files instead of tables for people: the parts goods,\n"
+               "services, tax by rate and totals, separated by one blank line");
+  options.Value("--part", arguments->part, "PART",
+                "print one part only, as a file: lines, services, recap or totals");
+  options.Flag("--store", arguments->store,
+               "store the document in the database that --db names, in one\n"
+               "transaction, and print its number; with --csv as one more part");
+  options.Values("--header", arguments->header, "NAME=VALUE",
+                 "a field of the stored document: datum=2024-03-01, skl_id=1,\n"
+                 "par_id=2, user_id=ANA, ...; can be repeated. The date is today's\n"
+                 "where none is given");
+  options.Run([arguments](Session& session) { RunDocument(*arguments, session); });
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "appserver/company_server.h"
 #include "cli/command.h"
+#include "cli/options.h"
 #include "cli/record_set_file.h"
 #include "cli/service_request.h"
 #include "cli/suggestions.h"
@@ -46,17 +46,14 @@ void RunQuery(const QueryArguments& arguments, Session& session) {
   if (!printed) throw UsageError("--part: the answer holds no \"" + arguments.part + "\"");
 }
 
-void Declare(CLI::App& options, Action& action) {
+void Declare(Options& options) {
   auto arguments = std::make_shared<QueryArguments>();
-  options
-      .add_option("SERVICE", arguments->service,
-                  "the service, letter for letter; without one, all are\nlisted with their inputs")
-      ->type_name("");
-  options.add_option("NAME=VALUE", arguments->values, "its inputs by name, in any order")->type_name("");
-  options.add_option("--part", arguments->part, "print only this record set of the answer")->type_name("NAME");
-  options.add_flag("--table", arguments->table, "print tables for people instead of record-set files");
-  options.callback(
-      [arguments, &action] { action = [arguments](Session& session) { RunQuery(*arguments, session); }; });
+  options.Argument("SERVICE", arguments->service,
+                   "the service, letter for letter; without one, all are\nlisted with their inputs");
+  options.Arguments("NAME=VALUE", arguments->values, "its inputs by name, in any order");
+  options.Value("--part", arguments->part, "NAME", "print only this record set of the answer");
+  options.Flag("--table", arguments->table, "print tables for people instead of record-set files");
+  options.Run([arguments](Session& session) { RunQuery(*arguments, session); });
 }
 
 }  // namespace

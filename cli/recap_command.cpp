@@ -1,10 +1,10 @@
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 #include <optional>
 
 #include "cli/column_check.h"
 #include "cli/command.h"
+#include "cli/options.h"
 #include "cli/recap_members.h"
 #include "cli/record_set_file.h"
 #include "cli/suggestions.h"
@@ -94,20 +94,16 @@ void RunRecap(const RecapArguments& arguments, Session& session) {
   }
 }
 
-void Declare(CLI::App& options, Action& action) {
+void Declare(Options& options) {
   auto arguments = std::make_shared<RecapArguments>();
-  options.add_option("MEMBER", arguments->member, "the member of the family, letter for letter")
-      ->type_name("");
-  options
-      .add_option("NAME=VALUE", arguments->words,
-                  "its arguments by name, in any order; then FILE, the lines\n"
-                  "(standard input where it is left out or -), and FILE2, the lines\n"
-                  "of the second amount field, or the inventory book")
-      ->type_name("");
-  options.add_flag("--list", arguments->list, "list the members with their arguments");
-  options.add_flag("--table", arguments->table, "print a table for people instead of a record-set file");
-  options.callback(
-      [arguments, &action] { action = [arguments](Session& session) { RunRecap(*arguments, session); }; });
+  options.Argument("MEMBER", arguments->member, "the member of the family, letter for letter");
+  options.Arguments("NAME=VALUE", arguments->words,
+                    "its arguments by name, in any order; then FILE, the lines\n"
+                    "(standard input where it is left out or -), and FILE2, the lines\n"
+                    "of the second amount field, or the inventory book");
+  options.Flag("--list", arguments->list, "list the members with their arguments");
+  options.Flag("--table", arguments->table, "print a table for people instead of a record-set file");
+  options.Run([arguments](Session& session) { RunRecap(*arguments, session); });
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "cli/argument_text.h"
 #include "cli/command.h"
+#include "cli/options.h"
 #include "mox/foundation/rounding.h"
 #include "mox/foundation/text.h"
 
@@ -25,17 +25,12 @@ void RunRound(const RoundArguments& arguments, Session& session) {
   }
 }
 
-void Declare(CLI::App& options, Action& action) {
+void Declare(Options& options) {
   auto arguments = std::make_shared<RoundArguments>();
-  options.add_option("VALUE", arguments->value, "the number, with a decimal point")
-      ->required()
-      ->type_name("");
-  options
-      .add_option("DIGITS", arguments->digits, "power of ten, 0 or negative: 0 for units, -2 for\nhundredths")
-      ->required()
-      ->type_name("");
-  options.callback(
-      [arguments, &action] { action = [arguments](Session& session) { RunRound(*arguments, session); }; });
+  options.RequiredArgument("VALUE", arguments->value, "the number, with a decimal point");
+  options.RequiredArgument("DIGITS", arguments->digits,
+                           "power of ten, 0 or negative: 0 for units, -2 for\nhundredths");
+  options.Run([arguments](Session& session) { RunRound(*arguments, session); });
 }
 
 }  // namespace

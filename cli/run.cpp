@@ -11,6 +11,7 @@
 #include "cli/argument_text.h"
 #include "cli/command.h"
 #include "cli/host.h"
+#include "cli/options.h"
 #include "cli/suggestions.h"
 #include "mox/foundation/text.h"
 
@@ -104,7 +105,8 @@ Example:
     options->group("Commands");
     options->fallthrough();
     options->preparse_callback([&parsed, command](std::size_t) { parsed.command = command->name; });
-    command->declare(*options, parsed.action);
+    Options declared(*options, parsed.action);
+    command->declare(declared);
   }
 }
 

@@ -1,8 +1,8 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "appserver/company_server.h"
 #include "cli/command.h"
+#include "cli/options.h"
 #include "cli/record_set_file.h"
 #include "cli/service_request.h"
 #include "mox/server/transactions.h"
@@ -35,18 +35,13 @@ void RunStore(const StoreArguments& arguments, Session& session) {
   }
 }
 
-void Declare(CLI::App& options, Action& action) {
+void Declare(Options& options) {
   auto arguments = std::make_shared<StoreArguments>();
-  options
-      .add_option("TRANSACTION", arguments->transaction,
-                  "the transaction, letter for letter; without one, all are\nlisted with their record sets")
-      ->type_name("");
-  options
-      .add_option("NAME=FILE", arguments->files,
-                  "its record sets: component name and record-set file\n(- is standard input)")
-      ->type_name("");
-  options.callback(
-      [arguments, &action] { action = [arguments](Session& session) { RunStore(*arguments, session); }; });
+  options.Argument("TRANSACTION", arguments->transaction,
+                   "the transaction, letter for letter; without one, all are\nlisted with their record sets");
+  options.Arguments("NAME=FILE", arguments->files,
+                    "its record sets: component name and record-set file\n(- is standard input)");
+  options.Run([arguments](Session& session) { RunStore(*arguments, session); });
 }
 
 }  // namespace

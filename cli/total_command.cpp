@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <utility>
 
@@ -6,6 +5,7 @@
 #include "cli/column_check.h"
 #include "cli/command.h"
 #include "cli/named_values.h"
+#include "cli/options.h"
 #include "cli/record_set_file.h"
 #include "cli/suggestions.h"
 #include "cli/text_table.h"
@@ -101,18 +101,15 @@ void RunTotal(const TotalArguments& arguments, Session& session) {
   }
 }
 
-void Declare(CLI::App& options, Action& action) {
+void Declare(Options& options) {
   auto arguments = std::make_shared<TotalArguments>();
-  options.add_option("FUNCTION", arguments->function, "the function, letter for letter")->type_name("");
-  options
-      .add_option("NAME=VALUE", arguments->words,
-                  "its arguments by name, in any order; then FILE, the lines of the\n"
-                  "goods receipt (standard input where it is left out or -)")
-      ->type_name("");
-  options.add_flag("--list", arguments->list, "list the functions with their arguments");
-  options.add_flag("--table", arguments->table, "print a table for people instead of a record-set file");
-  options.callback(
-      [arguments, &action] { action = [arguments](Session& session) { RunTotal(*arguments, session); }; });
+  options.Argument("FUNCTION", arguments->function, "the function, letter for letter");
+  options.Arguments("NAME=VALUE", arguments->words,
+                    "its arguments by name, in any order; then FILE, the lines of the\n"
+                    "goods receipt (standard input where it is left out or -)");
+  options.Flag("--list", arguments->list, "list the functions with their arguments");
+  options.Flag("--table", arguments->table, "print a table for people instead of a record-set file");
+  options.Run([arguments](Session& session) { RunTotal(*arguments, session); });
 }
 
 }  // namespace

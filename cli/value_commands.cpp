@@ -1,11 +1,11 @@
 // The commands that answer from their arguments alone.
 
-#include <CLI/CLI.hpp>
 #include <array>
 #include <memory>
 
 #include "cli/argument_text.h"
 #include "cli/command.h"
+#include "cli/options.h"
 #include "mox/codes/amount_in_words.h"
 #include "mox/codes/control_digits.h"
 #include "mox/codes/dates.h"
@@ -28,16 +28,14 @@ struct Rule {
 };
 
 template <const Rule& rule>
-void Declare(CLI::App& options, Action& action) {
+void Declare(Options& options) {
   auto texts = std::make_shared<Texts>();
   for (std::size_t i = 0; i < kMostArguments; ++i) {
     const Argument& argument = rule.arguments[i];
     if (argument.name == nullptr) break;
-    options.add_option(argument.name, (*texts)[i], argument.meaning)->required()->type_name("");
+    options.RequiredArgument(argument.name, (*texts)[i], argument.meaning);
   }
-  options.callback([texts, &action] {
-    action = [texts](Session& session) { session.out += rule.answer(*texts, session); };
-  });
+  options.Run([texts](Session& session) { session.out += rule.answer(*texts, session); });
 }
 
 DateTime Moment(const Rule& rule, const Texts& texts, std::size_t index) {

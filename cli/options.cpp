@@ -1,0 +1,35 @@
+#include "cli/options.h"
+
+#include <CLI/CLI.hpp>
+#include <utility>
+
+namespace mox {
+
+void Options::Argument(const char* name, std::string& value, const char* help) {
+  app_.add_option(name, value, help)->type_name("");
+}
+
+void Options::RequiredArgument(const char* name, std::string& value, const char* help) {
+  app_.add_option(name, value, help)->type_name("")->required();
+}
+
+void Options::Arguments(const char* name, std::vector<std::string>& values, const char* help) {
+  app_.add_option(name, values, help)->type_name("");
+}
+
+void Options::Flag(const char* name, bool& value, const char* help) { app_.add_flag(name, value, help); }
+
+void Options::Value(const char* name, std::string& value, const char* value_name, const char* help) {
+  app_.add_option(name, value, help)->type_name(value_name);
+}
+
+void Options::Values(const char* name, std::vector<std::string>& values, const char* value_name,
+                     const char* help) {
+  app_.add_option(name, values, help)->type_name(value_name)->allow_extra_args(false);
+}
+
+void Options::Run(Action action) {
+  app_.callback([this_action = &action_, action = std::move(action)] { *this_action = action; });
+}
+
+}  // namespace mox
