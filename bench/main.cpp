@@ -13,6 +13,7 @@
 #include "bench/measurements.h"
 #include "bench/micro_benchmarks.h"
 #include "bench/peers.h"
+#include "bench/server_benchmarks.h"
 #include "mox/foundation/app.h"
 #include "mox/host/memory_settings.h"
 
@@ -27,6 +28,7 @@ int Run() {
   mox::bench::RegisterDocumentBenchmarks(peers);
   mox::bench::RegisterMicroBenchmarks(peers);
   mox::bench::RegisterCodesBenchmarks();
+  mox::bench::RegisterServerBenchmarks();
   mox::bench::Measurements measurements;
   benchmark::RunSpecifiedBenchmarks(&measurements);
   peers.Check();
@@ -35,6 +37,7 @@ int Run() {
               mox::bench::kLineCount, mox::bench::kNaiveLineCount, peers.SqliteDifference().c_str());
   mox::bench::PrintRatios(measurements, peers);
   mox::bench::PrintCodesRatios(measurements);
+  mox::bench::PrintServerRatios(measurements);
   return 0;
 }
 

@@ -1,0 +1,292 @@
+#include "bench/server_benchmarks.h"
+
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <optional>
+#include <random>
+#include <stdexcept>
+
+#include "bench/company_files.h"
+#include "mox/foundation/app.h"
+#include "mox/server/read_services.h"
+#include "mox/server/transactions.h"
+
+namespace mox::bench {
+namespace {
+
+constexpr std::size_t kStoredLines = 100'000;
+constexpr std::size_t kTowns = 1'000'000;
+constexpr std::array<std::size_t, 3> kLookedUp = {25'000, 50'000, 100'000};
+constexpr int kRepetitions = 5;
+constexpr const char* kLookUp = "select NAZIV as MJESTO from mjesto where NAZIV in ";
+
+struct StoredColumn {
+  const char* name;
+  FieldKind kind;
+};
+
+// 35 fields of a goods line.
+constexpr StoredColumn kStoredColumns[] = {{"sifra", FieldKind::kText},
+                                           {"naziv", FieldKind::kText},
+                                           {"jm", FieldKind::kText},
+                                           {"kolicina", FieldKind::kFloat},
+                                           {"tbr_stp", FieldKind::kFloat},
+                                           {"rbp1", FieldKind::kFloat},
+                                           {"rbp2", FieldKind::kFloat},
+                                           {"rbp3", FieldKind::kFloat},
+                                           {"marp", FieldKind::kFloat},
+                                           {"ztp", FieldKind::kFloat},
+                                           {"nc", FieldKind::kCurrency},
+                                           {"nci", FieldKind::kCurrency},
+                                           {"fc", FieldKind::kCurrency},
+                                           {"fci", FieldKind::kCurrency},
+                                           {"nfci", FieldKind::kCurrency},
+                                           {"zti", FieldKind::kCurrency},
+                                           {"vpc", FieldKind::kCurrency},
+                                           {"vpci", FieldKind::kCurrency},
+                                           {"mpc", FieldKind::kCurrency},
+                                           {"mpci", FieldKind::kCurrency},
+                                           {"nmpc", FieldKind::kCurrency},
+                                           {"nmpci", FieldKind::kCurrency},
+                                           {"pc", FieldKind::kCurrency},
+                                           {"pci", FieldKind::kCurrency},
+                                           {"rbi1", FieldKind::kCurrency},
+                                           {"rbi2", FieldKind::kCurrency},
+                                           {"rbi3", FieldKind::kCurrency},
+                                           {"rabatIznos", FieldKind::kCurrency},
+                                           {"osnovica", FieldKind::kCurrency},
+                                           {"pdvi", FieldKind::kCurrency},
+                                           {"ukupno", FieldKind::kCurrency},
+                                           {"pov_nak", FieldKind::kCurrency},
+                                           {"pov_naki", FieldKind::kCurrency},
+                                           {"mari", FieldKind::kCurrency},
+                                           {"neoporezivo", FieldKind::kCurrency}};
+
+struct Line {
+  std::array<std::string, 3> texts;
+  std::array<double, std::size(kStoredColumns) - 3> numbers;
+};
+
+std::vector<Line> MakeStoredLines() {
+  std::mt19937 random(7);  // NOLINT: the same lines in every run
+  std::vector<Line> lines(kStoredLines);
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    lines[i].texts = {std::to_string(100'000 + i), "Artikl čokolade " + std::to_string(random() % 90'000),
+                      "kom"};
+    for (double& number : lines[i].numbers) number = static_cast<double>(random() % 1'000'000) / 100;
+  }
+  return lines;
+}
+
+RecordSet ToRecordSet(const std::vector<Line>& lines) {
+  RecordSet records("Stavke");
+  for (const StoredColumn& column : kStoredColumns) records.DefineField(column.name, column.kind);
+  records.Open();
+  std::vector<Value> values(std::size(kStoredColumns));
+  for (const Line& line : lines) {
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      if (i < 3) {
+        values[i] = line.texts[i];
+      } else if (kStoredColumns[i].kind == FieldKind::kFloat) {
+        values[i] = line.numbers[i - 3];
+      } else {
+        values[i] = Currency::FromScaled(std::llround(line.numbers[i - 3] * Currency::kScale));
+      }
+    }
+    records.AppendRecord(values);
+  }
+  records.First();
+  return records;
+}
+
+RecordSet MakeHeader() {
+  RecordSet header("Zaglavlje");
+  header.DefineField("vrsta", FieldKind::kText, 50);
+  header.DefineField("datum", FieldKind::kDate);
+  header.Open();
+  header.AppendRecord({std::string("primka"), *MakeDate(2024, 3, 1)});
+  return header;
+}
+
+// The most memory that the process has had since the last reset, in bytes.
+double PeakMemory() {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("VmHWM:")) return std::stod(line.substr(6)) * 1024;
+  }
+  return 0;
+}
+void ResetPeakMemory() { std::ofstream("/proc/self/clear_refs") << "5"; }
+
+// The document's lines stored by both, and what that takes.
+class Storing {
+ public:
+  void ByTransaction() {
+    const ScopedApp app({.comunication = &file_.server()});
+    if (ExecuteTransaction("DokumentInsert", {&header_, &records_})) return;
+    throw std::runtime_error(file_.server().LastWrite().failure->ToString());
+  }
+
+  void ByPlainLoop() {
+    file_.Execute(
+        "BEGIN IMMEDIATE; INSERT INTO dok (vrsta, godina, broj, datum) VALUES ('x', 2024, 1, '2024-03-01')");
+    const std::int64_t document = sqlite3_last_insert_rowid(file_.plain());
+    std::string names = "dok_id, rb, sorta";
+    std::string places = "?, ?, 'roba'";
+    for (const StoredColumn& column : kStoredColumns) {
+      names += std::string(", ") + column.name;
+      places += ", ?";
+    }
+    PlainStatement insert(file_.plain(), "INSERT INTO dok_stavke (" + names + ") VALUES (" + places + ")");
+    std::int64_t number = 0;
+    for (const Line& line : lines_) {
+      insert.Bind(1, document);
+      insert.Bind(2, ++number);
+      int parameter = 2;
+      for (const std::string& text : line.texts) insert.Bind(++parameter, text);
+      for (const double value : line.numbers) insert.Bind(++parameter, value);
+      insert.Run();
+    }
+    file_.Execute("COMMIT");
+  }
+
+  // All lines are there; the next run finds the file as it was.
+  void CheckAndRemove() {
+    if (file_.Number("SELECT COUNT(*) FROM dok_stavke") != static_cast<std::int64_t>(kStoredLines)) {
+      throw std::runtime_error("not all lines were stored");
+    }
+    file_.Execute("DELETE FROM dok_stavke; DELETE FROM dok; PRAGMA wal_checkpoint(TRUNCATE)");
+  }
+
+  // Memory beside the record set, as a multiple of it.
+  double MemoryRatio() {
+    ResetPeakMemory();
+    const double before = PeakMemory();
+    ByTransaction();
+    const double peak = PeakMemory();
+    CheckAndRemove();
+    return (peak - before) / static_cast<double>(records_.MemoryBytes());
+  }
+
+ private:
+  CompanyFile file_;
+  std::vector<Line> lines_ = MakeStoredLines();
+  RecordSet records_ = ToRecordSet(lines_);
+  RecordSet header_ = MakeHeader();
+};
+
+// Names of towns looked up in a table of a million.
+class LookingUp {
+ public:
+  LookingUp() {
+    file_.Execute("BEGIN");
+    PlainStatement insert(file_.plain(), "INSERT INTO mjesto (ptt, naziv) VALUES (?, ?)");
+    for (std::size_t i = 0; i < kTowns; ++i) {
+      const std::string code = std::to_string(i);
+      const std::string name = "Čakovec " + code;
+      insert.Bind(1, code);
+      insert.Bind(2, name);
+      insert.Run();
+    }
+    file_.Execute("COMMIT; PRAGMA wal_checkpoint(TRUNCATE)");
+    std::mt19937 random(11);  // NOLINT: the same names in every run
+    for (std::size_t i = 0; i < kLookedUp.back(); ++i) {
+      names_.push_back("ČAKOVEC " + std::to_string(random() % kTowns));
+    }
+  }
+
+  void ByService(std::size_t count) {
+    std::string values;
+    for (std::size_t i = 0; i < count; ++i) values += (i == 0 ? "" : "','") + names_[i];
+    TAstaParamList request;
+    request.FastAdd("params1", kLookUp);
+    request.FastAdd("params2", Value(std::move(values)));
+    const ScopedApp app({.comunication = &file_.server()});
+    const std::optional<RecordSet> found = CreateDBDataSet("ImportGrid", "adsList", request);
+    if (!found || found->RecordCount() < count * 9 / 10) throw std::runtime_error("too few were found");
+  }
+
+  void ByPlainStatements(std::size_t count) {
+    PlainStatement select(file_.plain(), "SELECT naziv FROM mjesto WHERE " + IndexedName() + " = ?");
+    std::int64_t found = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::string key = FoldKey(names_[i]);
+      select.Bind(1, key);
+      found += select.Run();
+    }
+    if (found < static_cast<std::int64_t>(count)) throw std::runtime_error("too few were found");
+  }
+
+ private:
+  // The expression that the table's index on the name is made of.
+  std::string IndexedName() {
+    const std::string index = file_.Text("SELECT sql FROM sqlite_master WHERE name = 'mjesto_naziv'");
+    const std::size_t begin = index.find('(') + 1;
+    return index.substr(begin, index.rfind(')') - begin);
+  }
+
+  CompanyFile file_;
+  std::vector<std::string> names_;
+};
+
+// Made when the first benchmark that needs it runs.
+template <typename Peer>
+Peer& Shared() {
+  static Peer peer;
+  return peer;
+}
+
+// The peer is made before the time is taken; restore() is not timed either.
+template <typename Peer>
+void Register(const std::string& name, std::size_t items, void (*run)(Peer& peer, std::size_t items),
+              void (*restore)(Peer& peer) = nullptr) {
+  benchmark::RegisterBenchmark(
+      name.c_str(),
+      [=](benchmark::State& state) {
+        Peer& peer = Shared<Peer>();
+        for (auto _ : state) run(peer, items);
+        if (restore != nullptr) restore(peer);
+        state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(items));
+      })
+      ->Iterations(1)
+      ->Repetitions(kRepetitions)
+      ->UseRealTime();
+}
+
+void PrintRatio(const Measurements& measurements, const char* name, const std::string& numerator,
+                const std::string& denominator) {
+  const auto above = measurements.Fastest(numerator);
+  const auto below = measurements.Fastest(denominator);
+  if (above && below) std::printf("ratio %s %.2f\n", name, *above / *below);
+}
+
+}  // namespace
+
+void RegisterServerBenchmarks() {
+  const auto remove = [](Storing& peer) { peer.CheckAndRemove(); };
+  Register<Storing>(
+      "store/transaction", kStoredLines, [](Storing& peer, std::size_t) { peer.ByTransaction(); }, remove);
+  Register<Storing>(
+      "store/plain_loop", kStoredLines, [](Storing& peer, std::size_t) { peer.ByPlainLoop(); }, remove);
+  for (const std::size_t count : kLookedUp) {
+    Register<LookingUp>("look_up/service_" + std::to_string(count), count,
+                        [](LookingUp& peer, std::size_t items) { peer.ByService(items); });
+  }
+  Register<LookingUp>("look_up/statement_each", kLookedUp.back(),
+                      [](LookingUp& peer, std::size_t items) { peer.ByPlainStatements(items); });
+}
+
+void PrintServerRatios(const Measurements& measurements) {
+  PrintRatio(measurements, "store_transaction", "store/transaction", "store/plain_loop");
+  if (measurements.Fastest("store/transaction")) {
+    std::printf("ratio store_memory %.2f\n", Shared<Storing>().MemoryRatio());
+  }
+  PrintRatio(measurements, "look_up_growth", "look_up/service_100000", "look_up/service_25000");
+  PrintRatio(measurements, "look_up_statements", "look_up/statement_each", "look_up/service_100000");
+}
+
+}  // namespace mox::bench
