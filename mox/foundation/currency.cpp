@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstdlib>
+#include <optional>
 
 #include "mox/foundation/error.h"
 
@@ -55,6 +56,24 @@ DecimalText ReadDecimal(std::string_view text) {
   return number;
 }
 
+// Amounts as they are nearly always written: few enough digits, a point and at most four decimals.
+std::optional<std::int64_t> ReadUsual(std::string_view text) {
+  const bool negative = text.starts_with('-');
+  if (negative) text.remove_prefix(1);
+  const std::size_t point = text.find('.');
+  if (text.size() > 15 || point == std::string_view::npos || point == 0) return std::nullopt;
+  const std::size_t decimals = text.size() - point - 1;
+  if (decimals == 0 || decimals > 4) return std::nullopt;
+  std::int64_t scaled = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (i == point) continue;
+    if (!IsDigit(text[i])) return std::nullopt;
+    scaled = scaled * 10 + (text[i] - '0');
+  }
+  for (std::size_t i = decimals; i < 4; ++i) scaled *= 10;
+  return negative ? -scaled : scaled;
+}
+
 }  // namespace
 
 void ThrowCurrencyOverflow() { throw Overflow("amount is outside the range of a currency"); }
@@ -66,6 +85,7 @@ Currency Currency::FromUnits(std::int64_t units) {
 }
 
 Currency Currency::Parse(std::string_view text) {
+  if (const auto usual = ReadUsual(text)) return Currency(*usual);
   const DecimalText number = ReadDecimal(text);
   if (number.digits.empty()) return Currency();
   const std::int64_t kept = number.exponent + 4;  // digits that stand before the cut
