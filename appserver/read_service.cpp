@@ -18,6 +18,11 @@ RecordSet RunQuery(const ServiceAnswer& answer, Database& database, const Servic
   RecordSet records{std::string(answer.name)};
   for (const FieldDef& column : columns) records.DefineField(column);
   records.Open();
+  if (answer.fill != nullptr) {
+    answer.fill(database, inputs, records);
+    records.First();
+    return records;
+  }
 
   const std::vector<std::string> names = FindParameters(answer.sql).names;
   std::vector<FieldKind> kinds;

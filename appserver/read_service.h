@@ -44,12 +44,16 @@ class ServiceInputs {
   std::vector<Input> inputs_;
 };
 
-/// One record set of an answer: its SQL, whose parameters are inputs. `columns` is "id:integer,naziv", or the
-/// name of a table after a '*', whose columns it has.
+/// Fills one record set of an answer, which is open, where SQL alone is not enough.
+using FillAnswer = void (*)(Database& database, const ServiceInputs& inputs, RecordSet& answer);
+
+/// One record set of an answer: its SQL, whose parameters are inputs, or the function that fills it. `columns`
+/// is "id:integer,naziv", or the name of a table after a '*', whose columns it has.
 struct ServiceAnswer {
   std::string_view name;
   std::string_view columns;
   std::string_view sql;
+  FillAnswer fill = nullptr;
 };
 
 /// What a service does before its SQL runs: checks inputs and derives others.
@@ -64,7 +68,7 @@ struct ReadService {
   PrepareInputs prepare = nullptr;
 };
 
-/// Every read service that is answered by SQL alone.
+/// Every read service of the table; the look-ups of imports are apart.
 std::span<const ReadService> ReadServiceTable();
 
 /// Raises DatabaseError, Error.

@@ -1,0 +1,277 @@
+#include "appserver/e_invoice.h"
+
+#include <charconv>
+#include <nlohmann/json.hpp>
+
+#include "appserver/write_transactions.h"
+#include "mox/codes/exchange_rates.h"
+#include "mox/foundation/exchange_text.h"
+#include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
+
+namespace mox {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::int64_t kDeliveryFailed = 50;
+
+// --- the invoice ---
+
+// A member of the invoice: the columns are its members in turn.
+struct Part {
+  const char* name;
+  const char* columns;
+  const char* sql;
+};
+
+constexpr Part kAccount = {"prijava", "korisnik,kljuc", R"(
+SELECT eracun_user_name, eracun_key FROM integracije_racuni WHERE user_id = '')"};
+
+constexpr Part kCompany = {"poduzece", "naziv,oib,adresa,mjesto,iban", R"(
+SELECT
+  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'NazivPoduzeca'),
+  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'OIBPoduzeca'),
+  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'AdresaPoduzeca'),
+  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'MjestoPoduzeca'),
+  (SELECT iban FROM poduzece_ibani ORDER BY glavni DESC, id LIMIT 1))"};
+
+constexpr Part kBuyer = {"kupac", "sifra,naziv,tip_tvrtke,oib,adresa,ptt,mjesto,drzava,email", R"(
+SELECT p.sifra, p.naziv, p.tip_tvrtke, p.oib,
+  NULLIF(TRIM(COALESCE(p.adresa, '') || ' ' || COALESCE(p.adresabroj, '') || COALESCE(p.adresadodatakbroj, '')), ''),
+  m.ptt, m.naziv, z.oznaka, COALESCE(NULLIF(p.email_eracun, ''), p.email)
+FROM dok d JOIN par p ON p.id = d.par_id
+LEFT JOIN mjesto m ON m.id = p.mjesto_id
+LEFT JOIN drzave z ON z.id = COALESCE(p.drzava_id, m.drzava_id)
+WHERE d.id = :id)"};
+
+constexpr Part kHeader = {
+    "dokument",
+    "id:integer,vrsta,broj:integer,godina:integer,datum:date,datum_dospijeca:date,valuta,tecaj:float,"
+    "nacin_placanja,poziv_na_br,opis,ukupno:currency",
+    R"(
+SELECT d.id, d.vrsta, d.broj, d.godina, d.datum, d.datum_dospijeca, v.oznaka, d.tecaj, d.nacin_placanja,
+  d.poziv_na_br, d.opis, d.ukupno
+FROM dok d LEFT JOIN valuta v ON v.id = d.valuta_id
+WHERE d.id = :id)"};
+
+constexpr Part kLines = {"stavke",
+                         "rb:integer,sorta,sifra,naziv,jm,kolicina:float,pc:currency,pci:currency,rbp1:float,"
+                         "rbp2:float,rbp3:float,"
+                         "rbi1:currency,rbi2:currency,rbi3:currency,tbr_stp:float,osnovica:currency,pdvi:"
+                         "currency,pov_naki:currency,"
+                         "ukupno:currency",
+                         R"(
+SELECT rb, sorta, sifra, naziv, jm, kolicina, pc, pci, rbp1, rbp2, rbp3, rbi1, rbi2, rbi3, tbr_stp, osnovica,
+  pdvi, pov_naki, ukupno
+FROM dok_stavke WHERE dok_id = :id ORDER BY rb)"};
+
+constexpr Part kTaxes = {
+    "porezi",
+    "stopa:float,oznaka_stope,vrsta,osnovica:currency,porez:currency,neoporezivo:currency,ukupno:currency",
+    R"(
+SELECT stopa, oznaka_stope, vrsta, osnovica, porez, neoporezivo, ukupno
+FROM dok_porezi WHERE dok_id = :id ORDER BY rb)"};
+
+RecordSet Read(Database& database, const Part& part, std::int64_t doc_id) {
+  const Columns columns = ParseColumns(part.columns);
+  const bool of_document = std::string_view(part.sql).find(":id") != std::string_view::npos;
+  return of_document ? database.Query(part.name, columns, part.sql, {doc_id})
+                     : database.Query(part.name, columns, part.sql);
+}
+
+// Without an exponent, the shortest that reads back to the same number.
+std::string DecimalText(double value) {
+  char text[400];
+  const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed).ptr;
+  return {text, end};
+}
+
+Json ToJson(const Value& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) return *text;
+  if (const auto* integer = std::get_if<std::int64_t>(&value)) return *integer;
+  if (const auto* flag = std::get_if<bool>(&value)) return *flag;
+  if (const auto* number = std::get_if<double>(&value)) return DecimalText(*number);
+  std::string text;
+  AppendPlain(text, value);
+  return text;
+}
+
+Json CurrentRecord(const RecordSet& records) {
+  Json object = Json::object();
+  if (records.IsEmpty()) return object;
+  for (std::size_t i = 0; i < records.FieldCount(); ++i) {
+    if (!records.IsNull(i)) object[records.Definition(i).name] = ToJson(records.AsVariant(i));
+  }
+  return object;
+}
+
+Json AllRecords(RecordSet& records) {
+  Json list = Json::array();
+  for (records.First(); !records.Eof(); records.Next()) list.push_back(CurrentRecord(records));
+  return list;
+}
+
+Currency Sum(RecordSet& records, std::string_view field) {
+  Currency sum;
+  const std::size_t index = *records.FindFieldIndex(field);
+  for (records.First(); !records.Eof(); records.Next()) sum += records.AsCurrency(index);
+  return sum;
+}
+
+bool EveryRecordHas(RecordSet& records, std::string_view field) {
+  const std::size_t index = *records.FindFieldIndex(field);
+  for (records.First(); !records.Eof(); records.Next()) {
+    if (records.IsNull(index)) return false;
+  }
+  return true;
+}
+
+[[noreturn]] void RefuseInvoice(std::int64_t doc_id, const std::string& reason) {
+  throw Error("document " + std::to_string(doc_id) + " " + reason);
+}
+
+// What is to be paid: the lines with their fees, which carry no tax. Lines of a kind without totals of their
+// own are paid by the recapitulation.
+Json Totals(std::int64_t doc_id, RecordSet& header, RecordSet& lines, RecordSet& taxes) {
+  const Currency total = Sum(EveryRecordHas(lines, "ukupno") ? lines : taxes, "ukupno");
+  const Field stored = header.FieldByName("ukupno");
+  if (!stored.IsNull() && stored.AsCurrency() != total) {
+    RefuseInvoice(doc_id,
+                  "has the total " + stored.AsCurrency().ToString() + ", its lines have " + total.ToString());
+  }
+  Json totals = Json::object();
+  totals["osnovica"] = Sum(taxes, "osnovica").ToString();
+  totals["porez"] = Sum(taxes, "porez").ToString();
+  totals["povratna_naknada"] = Sum(lines, "pov_naki").ToString();
+  totals["iznos"] = total.ToString();
+  return totals;
+}
+
+// --- the transactions ---
+
+// A field of the only record as an integer; none where there is no such field or no value.
+std::optional<std::int64_t> IntegerIn(RecordSet& records, std::string_view name) {
+  const auto field = records.FindField(name);
+  if (!field || TrimBlanks(field->AsText()).empty()) return std::nullopt;
+  try {
+    return ToInteger(field->AsVariant());
+  } catch (const Error& error) {
+    throw WriteRefused({"", records.Name(), 1, std::string(name), error.what()});
+  }
+}
+
+std::int64_t RequiredIntegerIn(RecordSet& records, std::string_view name) {
+  RequireOneRecord(records);
+  records.First();
+  if (const auto value = IntegerIn(records, name)) return *value;
+  throw WriteRefused({"", records.Name(), 1, std::string(name), "must not be empty"});
+}
+
+// Refusing means to the client that the document has an e-invoice, so nothing else is refused here: whether
+// there is such a document shows when its data are asked for.
+std::optional<RecordSet> CheckNotLinked(const NamedTransaction& /*transaction*/, Database& database,
+                                        SentRecordSets& sent) {
+  RecordSet& asked = *sent.Find("ads");
+  const std::int64_t doc_id = RequiredIntegerIn(asked, "VelorFormsID");
+  const RecordSet link = database.Query("veza", ParseColumns("electronic_id:integer"),
+                                        "SELECT electronic_id FROM eracun_veze WHERE dok_id = :id", {doc_id});
+  if (link.IsEmpty()) return std::nullopt;
+  throw WriteRefused({"", asked.Name(), 1, "VelorFormsID",
+                      "the document has the e-invoice " + std::to_string(link.AsInteger(0))});
+}
+
+// The whole answer is kept as JSON, whatever an intermediary put into it.
+std::string AnswerJson(RecordSet& answer) {
+  constexpr int kNoIndent = -1;
+  return CurrentRecord(answer).dump(kNoIndent, ' ', false, Json::error_handler_t::replace);
+}
+
+std::optional<RecordSet> InsertLink(const NamedTransaction& /*transaction*/, Database& database,
+                                    SentRecordSets& sent) {
+  RecordSet& answer = *sent.Find("adsMojERacun");
+  const std::int64_t electronic_id = RequiredIntegerIn(answer, "electronicId");
+  const std::optional<std::int64_t> status_id = IntegerIn(answer, "statusId");
+  if (electronic_id < 1) throw WriteRefused({"", answer.Name(), 1, "electronicId", "is no e-invoice"});
+  if (status_id == kDeliveryFailed)
+    throw WriteRefused({"", answer.Name(), 1, "statusId", "was not delivered"});
+  database.Execute(
+      "INSERT INTO eracun_veze (dok_id, electronic_id, status_id, odgovor) "
+      "VALUES (:dok_id, :electronic_id, :status_id, :odgovor)",
+      {RequiredIntegerIn(*sent.Find("adsDocId"), "docId"), electronic_id,
+       status_id ? Value(*status_id) : Value(), AnswerJson(answer)});
+  return std::nullopt;
+}
+
+// A field that is not sent, or is null, leaves what is stored.
+std::optional<RecordSet> SetAccount(const NamedTransaction& /*transaction*/, Database& database,
+                                    SentRecordSets& sent) {
+  constexpr std::pair<std::string_view, std::string_view> kColumns[] = {
+      {"EracunSendB2CBills", "eracun_send_b2c_bills"},
+      {"EracunB2CUrl", "eracun_b2c_url"},
+      {"EracunUserName", "eracun_user_name"},
+      {"EracunKey", "eracun_key"}};
+  RecordSet& account = *sent.Find("adsLoginData");
+  RequireOneRecord(account);
+  account.First();
+  for (const auto& [field_name, column] : kColumns) {
+    const auto field = account.FindField(field_name);
+    if (!field || field->IsNull()) continue;
+    const bool is_flag = field_name == kColumns[0].first;
+    database.Execute("UPDATE integracije_racuni SET " + std::string(column) + " = :value WHERE user_id = ''",
+                     {is_flag ? Value(field->AsBoolean()) : Value(field->AsText())});
+  }
+  return std::nullopt;
+}
+
+const NamedTransaction kTransactions[] = {
+    {"ERacunVezaSaMojERacunProvjera",
+     "refused when the document has an e-invoice; stores nothing",
+     {{"ads", {"eracun_veze"}}},
+     CheckNotLinked},
+    {"InsertERacunB2C",
+     "links a document to the e-invoice that the intermediary made of it, once",
+     {{"adsMojERacun", {"eracun_veze"}}, {"adsDocId", {"eracun_veze"}}},
+     InsertLink},
+    {"UpdateIntegrationsUsersAccounts",
+     "changes the company's account with the intermediary of e-invoices",
+     {{"adsLoginData", {"integracije_racuni"}}},
+     SetAccount},
+};
+
+}  // namespace
+
+std::string InvoiceJson(Database& database, std::int64_t doc_id) {
+  RecordSet header = Read(database, kHeader, doc_id);
+  if (header.IsEmpty()) throw Error("there is no document " + std::to_string(doc_id));
+  RecordSet lines = Read(database, kLines, doc_id);
+  RecordSet taxes = Read(database, kTaxes, doc_id);
+  if (lines.IsEmpty()) RefuseInvoice(doc_id, "has no lines");
+  if (taxes.IsEmpty()) RefuseInvoice(doc_id, "has no tax by rate");
+
+  Json invoice = Json::object();
+  for (const Part* part : {&kAccount, &kCompany, &kBuyer}) {
+    invoice[part->name] = CurrentRecord(Read(database, *part, doc_id));
+  }
+  Json& document = invoice[kHeader.name] = CurrentRecord(header);
+  document.erase("ukupno");
+  if (!document.contains("valuta")) {
+    document["valuta"] = GetValutaOznakaByDate(std::get<Date>(header.FieldByName("datum").AsVariant()));
+  }
+  invoice[kLines.name] = AllRecords(lines);
+  invoice[kTaxes.name] = AllRecords(taxes);
+  invoice["ukupno"] = Totals(doc_id, header, lines, taxes);
+  try {
+    return invoice.dump();
+  } catch (const Json::type_error&) {
+    RefuseInvoice(doc_id, "has a text that is not UTF-8");
+  }
+}
+
+void FillInvoiceData(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
+  answer.AppendRecord({InvoiceJson(database, inputs.As<std::int64_t>("id"))});
+}
+
+std::span<const NamedTransaction> EInvoiceTransactionTable() { return kTransactions; }
+
+}  // namespace mox
