@@ -1,14 +1,13 @@
 #include "mox/codes/payment_codes.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <fstream>
 
 #include "mox/foundation/app.h"
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/files.h"
-#include "mox/foundation/text.h"
+#include "mox/foundation/rounding.h"
 #include "mox/server/read_services.h"
 #include "mox/server/request_sender.h"
 
@@ -38,19 +37,19 @@ std::string DrawnPicture(std::string_view name, const std::string& parameters) {
   return IsReadablePicture(picture) ? picture : std::string();
 }
 
-// The nearest number with so many significant digits.
-double WithSignificantDigits(double value, int digits) {
-  char text[32];
-  const auto end =
-      std::to_chars(text, text + sizeof text, value, std::chars_format::scientific, digits - 1).ptr;
-  return ParseNumber({text, static_cast<std::size_t>(end - text)});
+// The amount in at most eight significant digits, as far as they leave less than two decimals.
+double WithEightDigits(double amount) {
+  constexpr int kDigits = 8;
+  const double magnitude = std::fabs(amount);
+  if (!(magnitude >= 1e6)) return amount;
+  const int decimals = kDigits - 1 - static_cast<int>(std::floor(std::log10(magnitude)));
+  if (decimals >= 0) return MyRound(amount, -decimals);
+  const double unit = std::pow(10.0, -decimals);
+  return MyRound(amount / unit, 0) * unit;
 }
 
 std::string ReceiptAmountText(double amount) {
-  constexpr int kPrecision = 8;
-  constexpr double kFirstWithFewerDecimals = 1e6;
-  if (std::isfinite(amount) && std::fabs(amount) >= kFirstWithFewerDecimals)
-    amount = WithSignificantDigits(amount, kPrecision);
+  if (std::isfinite(amount)) amount = WithEightDigits(amount);
   std::string text = FormatFloat("#,0.00;-#,0.00", amount, CurrentLocale());
   std::erase(text, '.');
   return text;
