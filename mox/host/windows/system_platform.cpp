@@ -5,6 +5,8 @@
 #define NOMINMAX
 #endif
 #include <windows.h>
+// Needs windows.h before it.
+#include <shellapi.h>
 
 #include <utility>
 
@@ -108,18 +110,17 @@ std::string SystemPlatform::ApplicationFolder() const {
 
 std::unique_ptr<AppProgram> SystemPlatform::StartHidden(std::string_view file, std::string_view parameters) {
   const std::wstring program = ToUtf16(WithoutQuotes(file));
-  std::wstring command_line = L'"' + program + L"\" " + ToUtf16(parameters);
-  STARTUPINFOW start{};
-  start.cb = sizeof start;
-  start.dwFlags = STARTF_USESHOWWINDOW;
-  start.wShowWindow = SW_HIDE;
-  PROCESS_INFORMATION started{};
-  if (::CreateProcessW(program.c_str(), command_line.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW,
-                       nullptr, nullptr, &start, &started) == 0) {
-    return nullptr;
-  }
-  ::CloseHandle(started.hThread);
-  return std::make_unique<Program>(started.hProcess);
+  const std::wstring parameter_text = ToUtf16(parameters);
+  SHELLEXECUTEINFOW start{};
+  start.cbSize = sizeof start;
+  // The process handle is kept; the caller tells of a failure, not the shell.
+  start.fMask = SEE_MASK_NOCLOSEPROCESS | SEE_MASK_NOASYNC | SEE_MASK_FLAG_NO_UI;
+  start.hwnd = ::GetActiveWindow();
+  start.lpFile = program.c_str();
+  start.lpParameters = parameter_text.c_str();
+  start.nShow = SW_HIDE;
+  if (::ShellExecuteExW(&start) == 0 || start.hProcess == nullptr) return nullptr;
+  return std::make_unique<Program>(start.hProcess);
 }
 
 std::string SystemPlatform::ClipboardText() {
