@@ -68,12 +68,13 @@ bool CheckDatesOnPrimka(const Field& document_date, const Field& supplier_docume
 /// first.
 bool CheckRequiredFields(RecordSet& records);
 /// The fields are greater than 0 in all records. Each that is not stands in the dialog once. Comes back to
-/// the current record.
+/// the current record; the walk leaves one that is being edited, which posts it.
 bool CheckRequiredFieldsFull(RecordSet& records, std::span<const Field> fields);
 /// No other record of the field's set, filtered out or not, holds its value, which may still be edited.
 bool CheckFieldUnique(const Field& field);
 /// No record of another set holds the value in its field of that name. Comes back to that set's current
-/// record. In the field's own set its own record does not count.
+/// record; the search leaves one that is being edited, which posts it. In the field's own set its own record
+/// does not count, and nothing is posted.
 bool CheckFieldUnique(const Field& field, RecordSet& records);
 
 // --- texts ---
