@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <ctime>
 
+#include "appserver/e_invoice.h"
 #include "appserver/read_service.h"
 
 namespace mox {
@@ -237,6 +238,20 @@ SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, p.naziv, d.ukupno
 FROM dok d LEFT JOIN par p ON p.id = d.par_id
 WHERE d.vrsta = COALESCE(:vrsta, d.vrsta) AND d.godina = COALESCE(:godina, d.godina)
 ORDER BY d.godina, d.vrsta, d.broj)"}}},
+
+    // --- e-invoices ---
+
+    {"MojERacunB2C",
+     "id:integer",
+     "a stored document as the intermediary of e-invoices gets it, and the kind of its buyer",
+     {{"adsData", "jsonData", "", FillInvoiceData}, {"adsPartner", "tipTvrtke", R"(
+SELECT p.tip_tvrtke FROM dok d LEFT JOIN par p ON p.id = d.par_id WHERE d.id = :id)"}}},
+
+    {"ERacunVeza",
+     "id:integer",
+     "the e-invoice that was made of a document",
+     {{"adsERacun", "electronicId:integer,statusId:integer,odgovor", R"(
+SELECT electronic_id, status_id, odgovor FROM eracun_veze WHERE dok_id = :id)"}}},
 
 };
 

@@ -1,0 +1,149 @@
+#include "appserver/key_finder.h"
+
+#include <algorithm>
+
+#include "appserver/table_writer.h"
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+constexpr std::size_t kShownValue = 100;  // characters
+
+std::string QualifiedName(std::string_view column) {
+  return (column.find('.') == std::string_view::npos ? "t." : "") + std::string(column);
+}
+
+// A number as a text of digits, and with all zeros in front that the column has room for.
+std::vector<Value> DigitKeys(double number, std::size_t size) {
+  std::vector<Value> keys;
+  for (std::string text = ShortestNumber(number); keys.empty() || text.size() <= size;
+       text.insert(0, 1, '0')) {
+    keys.emplace_back(text);
+  }
+  return keys;
+}
+
+}  // namespace
+
+bool IsBlank(const RecordSet& records, std::size_t field) {
+  return records.IsNull(field) || (records.Definition(field).kind == FieldKind::kText &&
+                                   TrimBlanks(records.AsTextView(field)).empty());
+}
+
+KeyFinder::KeyFinder(Database& database, const RecordSet& records, const KeyRule& rule)
+    : database_(database), records_(records), rule_(rule) {
+  const Columns columns = database.TableColumns(rule.table);
+  for (const KeyPart& part : rule.parts) {
+    const auto field = records.FindFieldIndex(part.field);
+    if (!field) continue;
+    FieldDef column{.name = QualifiedName(part.column)};
+    for (const FieldDef& known : columns) {
+      if (known.name != part.column) continue;
+      column.kind = known.kind;
+      column.size = known.size;
+    }
+    parts_.push_back({&part, *field, std::move(column)});
+  }
+}
+
+std::vector<Value> KeyFinder::KeysOf(const Part& part) const {
+  if (IsBlank(records_, part.field)) return {};
+  if (part.column.kind != FieldKind::kText) return {records_.AsVariant(part.field)};
+  if (records_.Definition(part.field).kind == FieldKind::kFloat) {
+    return DigitKeys(records_.AsFloat(part.field), part.column.size);
+  }
+  std::vector<Value> keys;
+  for (std::string& key : FoldKeys(records_.AsText(part.field))) keys.emplace_back(std::move(key));
+  if (keys.empty()) throw ConversionError("the text holds a NUL character, which a database does not store");
+  return keys;
+}
+
+Statement KeyFinder::Prepare(const Keys& keys) const {
+  std::string where;
+  std::string order;
+  std::vector<FieldKind> kinds;
+  for (std::size_t i = 0; i < parts_.size(); ++i) {
+    if (keys[i].empty()) continue;
+    const FieldDef& column = parts_[i].column;
+    const bool is_text = column.kind == FieldKind::kText;
+    std::string same = (is_text ? "fold(" + column.name + ')' : column.name) + " IN (";
+    for (std::size_t k = 0; k < keys[i].size(); ++k) {
+      same += (k == 0 ? ":p" : ", :p") + std::to_string(kinds.size());
+      kinds.push_back(column.kind);
+    }
+    same += ')';
+    const std::string_view conjunction = where.empty() ? "" : " AND ";
+    switch (parts_[i].rule->fit) {
+      case Fit::kSame:
+        where.append(conjunction).append(same);
+        break;
+      case Fit::kSameOrNone:
+        where.append(conjunction).append('(' + same + " OR " + column.name + " IS NULL)");
+        order += "CASE WHEN " + column.name + " IS NULL THEN 1 ELSE 0 END, ";
+        break;
+      case Fit::kPreferred:
+        order += "CASE WHEN " + same + " THEN 0 ELSE 1 END, ";
+        break;
+    }
+  }
+  order += rule_.first_by.empty() ? "t.id" : rule_.first_by;
+  return database_.Prepare("SELECT t.id FROM " + std::string(rule_.table) + " t " + std::string(rule_.join) +
+                               " WHERE " + where + " ORDER BY " + order + " LIMIT 2",
+                           kinds);
+}
+
+// At most two.
+std::vector<std::int64_t> KeyFinder::Ask(const Keys& keys) {
+  std::vector<std::size_t> counts;
+  for (const std::vector<Value>& of_part : keys) counts.push_back(of_part.size());
+  auto prepared = statements_.find(counts);
+  if (prepared == statements_.end()) prepared = statements_.emplace(counts, Prepare(keys)).first;
+  std::size_t parameter = 0;
+  for (const std::vector<Value>& of_part : keys) {
+    for (const Value& key : of_part) prepared->second.Bind(parameter++, key);
+  }
+  RecordSet answer;
+  answer.DefineField("id", FieldKind::kInteger);
+  answer.Open();
+  prepared->second.ExecuteInto(answer);
+  std::vector<std::int64_t> ids;
+  for (answer.First(); !answer.Eof(); answer.Next()) ids.push_back(answer.AsInteger(0));
+  return ids;
+}
+
+void KeyFinder::Refuse(std::size_t row, std::string_view found) const {
+  std::string values;
+  std::string_view field;
+  for (const Part& part : parts_) {
+    if (part.rule->fit == Fit::kPreferred || IsBlank(records_, part.field)) continue;
+    if (field.empty()) field = part.rule->field;
+    values += (values.empty() ? "" : " and ") + std::string(part.rule->field) + " \"" +
+              std::string(CutToCharacters(records_.AsText(part.field), kShownValue)) + '"';
+  }
+  throw WriteRefused({"", records_.Name(), row, std::string(field),
+                      std::string(rule_.table) + " has " + std::string(found) + " with " + values});
+}
+
+std::optional<std::int64_t> KeyFinder::Find(std::size_t row) {
+  values_.clear();
+  bool is_blank = true;
+  for (const Part& part : parts_) {
+    const bool is_text = records_.Definition(part.field).kind == FieldKind::kText;
+    values_.append(is_text ? records_.AsTextView(part.field) : records_.AsText(part.field)) += '\0';
+    if (part.rule->fit == Fit::kSame) is_blank = is_blank && IsBlank(records_, part.field);
+  }
+  if (is_blank) return std::nullopt;
+  if (const auto known = known_.find(values_); known != known_.end()) return known->second;
+
+  Keys keys;
+  for (const Part& part : parts_) keys.push_back(KeysOf(part));
+  const std::vector<std::int64_t> ids = Ask(keys);
+  if (ids.empty() && !rule_.may_be_unknown) Refuse(row, "no row");
+  if (ids.size() > 1 && rule_.first_by.empty()) Refuse(row, "several rows");
+  const std::optional<std::int64_t> id = ids.empty() ? std::nullopt : std::optional(ids.front());
+  known_.emplace(values_, id);
+  return id;
+}
+
+}  // namespace mox

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "appserver/database.h"
+
+namespace mox {
+
+/// Which rows a part of a look-up lets through, where its field has a value.
+enum class Fit : std::uint8_t {
+  kSame,        ///< rows with the field's value
+  kSameOrNone,  ///< these, or else rows without any value
+  kPreferred,   ///< all rows, those with the field's value first
+};
+
+struct KeyPart {
+  std::string_view column;  ///< of the table; of a joined one with its name, "v.naziv"
+  std::string_view field;   ///< of the record
+  Fit fit = Fit::kSame;
+};
+
+/// How fields of a record name a row of another table, whose key goes to a column. Those that belong together,
+/// such as a post code and a place, must name one row.
+struct KeyRule {
+  std::string_view column;
+  std::string_view table;  ///< "t" in the SQL of the members below
+  std::vector<KeyPart> parts;
+  /// The order in which the first of several rows is taken; empty where several are refused.
+  std::string_view first_by = {};
+  std::string_view join = {};
+  bool may_be_unknown = false;  ///< without a row the key is null
+};
+
+/// Finds the keys for the records of a set. Texts are matched without regard to letter case and to blanks at
+/// their ends; a number finds a text of digits whatever zeros it begins with. The database is asked once for
+/// each different value.
+class KeyFinder {
+ public:
+  /// All arguments must outlive the finder.
+  KeyFinder(Database& database, const RecordSet& records, const KeyRule& rule);
+
+  /// Whether the set has fields to look for.
+  bool HasFields() const { return !parts_.empty() && parts_.front().rule->fit == Fit::kSame; }
+  const KeyRule& rule() const { return rule_; }
+
+  /// The key for the current record, null where all fields are blank. Raises WriteRefused naming the row and a
+  /// field where no row has the values, or more than one.
+  std::optional<std::int64_t> Find(std::size_t row);
+
+ private:
+  struct Part {
+    const KeyPart* rule;
+    std::size_t field;
+    FieldDef column;
+  };
+  using Keys = std::vector<std::vector<Value>>;  // for each part; none for one that is blank
+
+  std::vector<Value> KeysOf(const Part& part) const;
+  std::vector<std::int64_t> Ask(const Keys& keys);
+  Statement Prepare(const Keys& keys) const;
+  [[noreturn]] void Refuse(std::size_t row, std::string_view found) const;
+
+  Database& database_;
+  const RecordSet& records_;
+  const KeyRule& rule_;
+  std::vector<Part> parts_;
+  std::map<std::vector<std::size_t>, Statement> statements_;  // by the numbers of keys
+  std::unordered_map<std::string, std::optional<std::int64_t>> known_;
+  std::string values_;  // of the current record's parts
+};
+
+/// Whether the current record has no value there, or a text of blanks.
+bool IsBlank(const RecordSet& records, std::size_t field);
+
+}  // namespace mox
