@@ -25,8 +25,8 @@ struct KeyPart {
   Fit fit = Fit::kSame;
 };
 
-/// How fields of a record name a row of another table, whose key goes to a column. Those that belong together,
-/// such as a post code and a place, must name one row.
+/// How fields of a record name a row of another table, whose key goes to a column. Those that belong
+/// together, such as a post code and a place, must name one row.
 struct KeyRule {
   std::string_view column;
   std::string_view table;  ///< "t" in the SQL of the members below
@@ -49,8 +49,8 @@ class KeyFinder {
   bool HasFields() const { return !parts_.empty() && parts_.front().rule->fit == Fit::kSame; }
   const KeyRule& rule() const { return rule_; }
 
-  /// The key for the current record, null where all fields are blank. Raises WriteRefused naming the row and a
-  /// field where no row has the values, or more than one.
+  /// The key for the current record, null where all fields are blank. Raises WriteRefused naming the row and
+  /// a field where no row has the values, or more than one.
   std::optional<std::int64_t> Find(std::size_t row);
 
  private:

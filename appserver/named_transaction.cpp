@@ -64,7 +64,7 @@ std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction
     stored = transaction.handler(transaction, database, sent);
   } else {
     for (RecordSet& records : sent.All()) {
-      InsertRecords(database, records, transaction.FindRule(records.Name())->table);
+      StoreRecords(database, records, transaction.FindRule(records.Name())->table);
     }
   }
   guard.Commit();

@@ -1,6 +1,7 @@
 #include "appserver/table_writer.h"
 
 #include <algorithm>
+#include <memory>
 #include <optional>
 
 #include "mox/foundation/text.h"
@@ -16,7 +17,22 @@ struct FieldColumn {
   std::size_t parameter;
   std::size_t field;
   std::size_t most;
+  const FieldRule* rule;  // null where there is none
 };
+
+struct KeyColumn {
+  std::size_t parameter;
+  std::unique_ptr<KeyFinder> finder;
+};
+
+bool ParseYesOrNo(const std::string& text) {
+  constexpr std::string_view kYes[] = {"da", "d", "true", "t", "1"};
+  constexpr std::string_view kNo[] = {"ne", "n", "false", "f", "0"};
+  const auto is = [word = TrimBlanks(text)](std::string_view known) { return SameName(word, known); };
+  if (std::any_of(std::begin(kYes), std::end(kYes), is)) return true;
+  if (std::any_of(std::begin(kNo), std::end(kNo), is)) return false;
+  throw ConversionError('"' + text + "\" is neither yes nor no");
+}
 
 class TableWriter {
  public:
@@ -25,16 +41,22 @@ class TableWriter {
     if (columns_.empty()) throw Error("the database has no table \"" + std::string(rule.table) + "\"");
     MapConstants();
     MapFields();
+    MapKeys(database);
     if (names_.empty()) Refuse(0, "", "there is nothing to store");
-    statement_ = database.Prepare(InsertSql(returning), kinds_);
+    MapUpdateKey();
+    statement_ = database.Prepare(update_field_ ? UpdateSql() : InsertSql(returning), kinds_);
     BindConstants();
   }
 
-  void InsertAll() {
+  void StoreAll() {
     std::size_t row = 0;
     for (records_.First(); !records_.Eof(); records_.Next()) {
       ++row;
-      Run(row, [this] { return statement_->Execute(); });
+      const std::int64_t changed = Run(row, [this] { return statement_->Execute(); });
+      if (changed > 0) continue;
+      const std::string text = '"' + records_.AsText(*update_field_) + '"';
+      Refuse(row, records_.Definition(*update_field_).name,
+             std::string(rule_.table) + " has no row with " + std::string(rule_.update_by) + ' ' + text);
     }
   }
 
@@ -55,10 +77,26 @@ class TableWriter {
     throw Error("the table \"" + std::string(rule_.table) + "\" has no column \"" + std::string(name) + "\"");
   }
 
+  // Fields that go nowhere, or not as they are.
   bool IsGiven(std::string_view name) const {
     const auto same = [name](const auto& constant) { return SameName(constant.first, name); };
-    return SameName(name, kKey) || SameName(name, rule_.row_number) ||
-           std::any_of(rule_.constants.begin(), rule_.constants.end(), same);
+    const auto is = [name](std::string_view ignored) { return SameName(ignored, name); };
+    return SameName(name, kKey) || SameName(name, rule_.row_number) || SameName(name, rule_.update_by) ||
+           std::any_of(rule_.constants.begin(), rule_.constants.end(), same) ||
+           std::any_of(rule_.ignored.begin(), rule_.ignored.end(), is);
+  }
+
+  const FieldRule* FindFieldRule(std::string_view name) const {
+    const auto same = [name](const FieldRule& rule) { return SameName(rule.field, name); };
+    const auto found = std::find_if(rule_.fields.begin(), rule_.fields.end(), same);
+    return found == rule_.fields.end() ? nullptr : &*found;
+  }
+
+  bool NamesAKey(std::string_view name) const {
+    const auto same = [name](const KeyPart& part) { return SameName(part.field, name); };
+    return std::any_of(rule_.keys.begin(), rule_.keys.end(), [&](const KeyRule& key) {
+      return std::any_of(key.parts.begin(), key.parts.end(), same);
+    });
   }
 
   std::size_t AddColumn(const FieldDef& column) {
@@ -75,16 +113,43 @@ class TableWriter {
   void MapFields() {
     for (std::size_t i = 0; i < records_.FieldCount(); ++i) {
       const FieldDef& field = records_.Definition(i);
-      if (IsGiven(field.name)) continue;
-      if (const FieldDef* const column = FindColumn(field.name)) {
+      const FieldRule* const rule = FindFieldRule(field.name);
+      if (IsGiven(field.name) || (rule == nullptr && NamesAKey(field.name))) continue;
+      const bool renamed = rule != nullptr && !rule->column.empty();
+      if (const FieldDef* const column = FindColumn(renamed ? rule->column : field.name)) {
         const bool may_be_long =
             column->kind == FieldKind::kText && column->size > 0 &&
             (field.kind != FieldKind::kText || field.size == 0 || field.size > column->size);
-        fields_.push_back({AddColumn(*column), i, may_be_long ? column->size : 0});
+        fields_.push_back({AddColumn(*column), i, may_be_long ? column->size : 0, rule});
       } else if (rule_.unknown_fields == UnknownFields::kRefuse) {
         Refuse(0, field.name, "there is no such field in " + std::string(rule_.table));
       }
     }
+  }
+
+  void MapKeys(Database& database) {
+    for (const KeyRule& key : rule_.keys) {
+      auto finder = std::make_unique<KeyFinder>(database, records_, key);
+      if (!finder->HasFields()) continue;
+      keys_.push_back({AddColumn(ColumnByName(key.column)), std::move(finder)});
+    }
+  }
+
+  // The parameter behind those of the columns.
+  void MapUpdateKey() {
+    if (rule_.update_by.empty()) return;
+    update_field_ = records_.FindFieldIndex(rule_.update_by);
+    if (!update_field_) Refuse(0, std::string(rule_.update_by), "is missing");
+    kinds_.push_back(FieldKind::kText);
+  }
+
+  std::string UpdateSql() const {
+    std::string columns;
+    for (const std::string& name : names_) {
+      columns += (columns.empty() ? "" : ", ") + name + " = COALESCE(:" + name + ", " + name + ')';
+    }
+    return "UPDATE " + std::string(rule_.table) + " SET " + columns + " WHERE fold(" +
+           ColumnByName(rule_.update_by).name + ") = :update_key";
   }
 
   std::string InsertSql(std::string_view returning) const {
@@ -101,12 +166,7 @@ class TableWriter {
 
   void BindConstants() {
     for (std::size_t i = 0; i < rule_.constants.size(); ++i) {
-      const Value& value = rule_.constants[i].second;
-      if (std::holds_alternative<std::monostate>(value)) {
-        statement_->BindNull(i);
-      } else {
-        statement_->Bind(i, value);
-      }
+      statement_->Bind(i, rule_.constants[i].second);
     }
   }
 
@@ -123,6 +183,8 @@ class TableWriter {
         BindField(row, column);
       }
       binding = nullptr;
+      for (const KeyColumn& key : keys_) BindKey(row, key);
+      if (update_field_) BindUpdateKey(row);
       return execute();
     } catch (const WriteRefused&) {
       throw;
@@ -132,8 +194,24 @@ class TableWriter {
   }
 
   void BindField(std::size_t row, const FieldColumn& column) {
+    if (rule_.blank_is_null && IsBlank(records_, column.field)) {
+      return statement_->Bind(column.parameter, column.rule == nullptr ? Value() : column.rule->when_blank);
+    }
+    if (column.rule != nullptr && column.rule->yes_or_no) {
+      return statement_->Bind(column.parameter, ParseYesOrNo(records_.AsText(column.field)));
+    }
     if (column.most > 0 && !records_.IsNull(column.field)) CheckLength(row, column);
     statement_->Bind(column.parameter, records_, column.field);
+  }
+
+  void BindKey(std::size_t row, const KeyColumn& key) {
+    const std::optional<std::int64_t> id = key.finder->Find(row);
+    statement_->Bind(key.parameter, id ? Value(*id) : Value());
+  }
+
+  void BindUpdateKey(std::size_t row) {
+    if (IsBlank(records_, *update_field_)) Refuse(row, std::string(rule_.update_by), "must not be empty");
+    statement_->BindText(names_.size(), FoldKey(records_.AsText(*update_field_)));
   }
 
   void CheckLength(std::size_t row, const FieldColumn& column) const {
@@ -148,14 +226,24 @@ class TableWriter {
     return records_.Definition(column.field).name;
   }
 
-  // The column that a database names as "table.column".
+  // The field of the column that a database names as "table.column".
   std::string FieldIn(std::string_view message) const {
     const std::string table = std::string(rule_.table) + '.';
     std::size_t at = message.rfind(table);
     if (at == std::string_view::npos) return {};
     at += table.size();
     const std::size_t end = message.find_first_not_of("abcdefghijklmnopqrstuvwxyz_0123456789", at);
-    return std::string(message.substr(at, end == std::string_view::npos ? end : end - at));
+    return FieldOf(std::string(message.substr(at, end == std::string_view::npos ? end : end - at)));
+  }
+
+  std::string FieldOf(const std::string& column) const {
+    for (const FieldColumn& field : fields_) {
+      if (names_[field.parameter] == column) return NameOf(field);
+    }
+    for (const KeyColumn& key : keys_) {
+      if (names_[key.parameter] == column) return std::string(key.finder->rule().parts.front().field);
+    }
+    return column;
   }
 
   [[noreturn]] void Refuse(std::size_t row, std::string field, std::string message) const {
@@ -169,13 +257,15 @@ class TableWriter {
   std::vector<FieldKind> kinds_;
   std::optional<std::size_t> row_number_;
   std::vector<FieldColumn> fields_;
+  std::vector<KeyColumn> keys_;
+  std::optional<std::size_t> update_field_;
   std::optional<Statement> statement_;
 };
 
 }  // namespace
 
-void InsertRecords(Database& database, RecordSet& records, const TableRule& rule) {
-  TableWriter(database, records, rule).InsertAll();
+void StoreRecords(Database& database, RecordSet& records, const TableRule& rule) {
+  TableWriter(database, records, rule).StoreAll();
 }
 
 void RequireOneRecord(const RecordSet& records) {

@@ -97,7 +97,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
     rule.constants.emplace_back("dok_id", key.id);
     rule.row_number = "rb";
     rule.first_row_number = rule.table == "dok_stavke" ? next_line : 1;
-    InsertRecords(database, *records, rule);
+    StoreRecords(database, *records, rule);
     if (rule.table == "dok_stavke") next_line += static_cast<std::int64_t>(records->RecordCount());
   };
   insert("Stavke");
@@ -124,6 +124,14 @@ const NamedTransaction kTransactions[] = {
 
 }  // namespace
 
-std::span<const NamedTransaction> NamedTransactionTable() { return kTransactions; }
+std::span<const NamedTransaction> NamedTransactionTable() {
+  static const auto all = [] {
+    std::vector<NamedTransaction> table(std::begin(kTransactions), std::end(kTransactions));
+    const auto imports = ImportTransactionTable();
+    table.insert(table.end(), imports.begin(), imports.end());
+    return table;
+  }();
+  return all;
+}
 
 }  // namespace mox

@@ -51,7 +51,10 @@ struct NamedTransaction {
   const RecordSetRule* FindRule(std::string_view record_set) const;
 };
 
+/// Those that store documents and links, and then those of the imports.
 std::span<const NamedTransaction> NamedTransactionTable();
+/// Those that store what the import grid sends.
+std::span<const NamedTransaction> ImportTransactionTable();
 
 /// Stores a request in one transaction of the database: all of it or nothing. Raises WriteRefused and other
 /// kinds of Error for whatever refuses it.

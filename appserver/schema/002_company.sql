@@ -72,11 +72,11 @@ CREATE INDEX naknada_place_naziv ON naknada_place (fold(naziv));
 
 CREATE TABLE zaposlenik (
   id KEY,
-  sifra VARCHAR(20) NOT NULL UNIQUE,
-  ime VARCHAR(60) NOT NULL,
-  prezime VARCHAR(60) NOT NULL,
-  oib VARCHAR(11),
-  jmbg VARCHAR(13),
+  sifra VARCHAR(100) NOT NULL UNIQUE,
+  ime VARCHAR(100) NOT NULL,
+  prezime VARCHAR(100) NOT NULL,
+  oib VARCHAR(100),
+  jmbg VARCHAR(100),
   radno_mjesto_id BIGINT,
   aktivan BOOLEAN DEFAULT TRUE NOT NULL,
   FOREIGN KEY (radno_mjesto_id) REFERENCES radno_mjesto (id)

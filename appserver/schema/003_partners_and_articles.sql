@@ -68,10 +68,10 @@ CREATE TABLE otvorene_stavke (
   datum_pp DATE,
   duguje NUMERIC(19,4) DEFAULT 0 NOT NULL,
   potrazuje NUMERIC(19,4) DEFAULT 0 NOT NULL,
-  br_dok VARCHAR(50) NOT NULL,
+  br_dok VARCHAR(100) NOT NULL,
   datum_dok DATE,
   datum_dos DATE NOT NULL,
-  poziv_na_br VARCHAR(50),
+  poziv_na_br VARCHAR(100),
   FOREIGN KEY (par_id) REFERENCES par (id),
   FOREIGN KEY (konto_id) REFERENCES fin_kto (id),
   FOREIGN KEY (skl_id) REFERENCES skladiste (id)
@@ -80,7 +80,7 @@ CREATE INDEX otvorene_stavke_par ON otvorene_stavke (par_id, br_dok);
 
 CREATE TABLE art (
   id KEY,
-  sifra VARCHAR(50) NOT NULL UNIQUE,
+  sifra VARCHAR(100) NOT NULL UNIQUE,
   naziv VARCHAR(150) NOT NULL,
   jm_id BIGINT,
   tbr_id BIGINT,
@@ -100,7 +100,7 @@ CREATE TABLE art (
   tezina DOUBLE PRECISION,
   stp_kalo_mal DOUBLE PRECISION,
   stp_kalo_vel DOUBLE PRECISION,
-  barcode VARCHAR(50),
+  barcode VARCHAR(100),
   car_tar_br_id BIGINT,
   drzava_porijekla_id BIGINT,
   dobavljac_id BIGINT,
@@ -122,7 +122,7 @@ CREATE INDEX art_barcode ON art (fold(barcode));
 
 CREATE TABLE apo_smjestajna_jedinica (
   id KEY,
-  sifra VARCHAR(20) NOT NULL UNIQUE,
+  sifra VARCHAR(100) NOT NULL UNIQUE,
   naziv VARCHAR(100) NOT NULL
 );
 CREATE INDEX apo_smjestajna_jedinica_sifra ON apo_smjestajna_jedinica (fold(sifra));
@@ -130,7 +130,7 @@ CREATE INDEX apo_smjestajna_jedinica_naziv ON apo_smjestajna_jedinica (fold(nazi
 
 CREATE TABLE resurs (
   id KEY,
-  sifra VARCHAR(20) NOT NULL UNIQUE,
+  sifra VARCHAR(100) NOT NULL UNIQUE,
   naziv VARCHAR(100) NOT NULL,
   apo_smjestajna_jedinica_id BIGINT,
   FOREIGN KEY (apo_smjestajna_jedinica_id) REFERENCES apo_smjestajna_jedinica (id)
@@ -141,7 +141,7 @@ CREATE INDEX resurs_naziv ON resurs (fold(naziv));
 CREATE TABLE apo_fizickeosobeatributi (
   id KEY,
   par_id BIGINT,
-  brojputneisprave VARCHAR(50),
+  brojputneisprave VARCHAR(100),
   FOREIGN KEY (par_id) REFERENCES par (id)
 );
 CREATE INDEX apo_fizickeosobeatributi_brojputneisprave ON apo_fizickeosobeatributi (fold(brojputneisprave));

@@ -33,7 +33,7 @@ CREATE TABLE dok_stavke (
   rb INTEGER NOT NULL,
   sorta VARCHAR(10) NOT NULL CHECK (sorta IN ('roba', 'usluga')),
   art_id BIGINT,
-  sifra VARCHAR(50),
+  sifra VARCHAR(100),
   naziv VARCHAR(150),
   jm VARCHAR(20),
   kolicina DOUBLE PRECISION,
