@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -97,7 +98,14 @@ class TAstaParamList {
   /// The value as a field of that kind would hold it.
   void FastAdd(std::string_view name, const Value& value, FieldKind kind);
   void FastAdd(std::string_view name, const char* text) { FastAdd(name, Value(std::string(text))); }
-  void FastAdd(std::string_view name, int value) { FastAdd(name, Value(std::int64_t{value})); }
+  /// A number or a truth value, in the kind of its type.
+  template <typename T>
+  requires std::is_arithmetic_v<T>
+  void FastAdd(std::string_view name, T value) {
+    using Kept = std::conditional_t<std::is_integral_v<T>,
+                                    std::conditional_t<std::is_same_v<T, bool>, bool, std::int64_t>, double>;
+    FastAdd(name, Value(static_cast<Kept>(value)));
+  }
   void FastAdd(std::string_view name, TAstaParamList value);
   void FastAdd(std::string_view name, RecordSet value);
 

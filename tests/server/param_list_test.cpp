@@ -64,9 +64,9 @@ bool Take(const std::string& text) {
 TEST(ParamList, IsTheDocumentedForm) {
   TAstaParamList list{{"val_ozn", "EUR"}, {"datum", *MakeDate(2024, 3, 1)}, {"naziv", "Čaša\nza vino"}};
   list.FastAdd("rb", -1);
-  list.FastAdd("kolicina", Value(2.5));
+  list.FastAdd("kolicina", 2.5);
   list.FastAdd("pc", Value(Currency::Parse("9.99")));
-  list.FastAdd("akcija", Value(true));
+  list.FastAdd("akcija", true);
   list.FastAdd("izmjena", Value(*ParseIsoDateTime("2024-03-01T09:05")));
   list.FastAdd("par_id", Value(), FieldKind::kInteger);
   list.FastAdd("uvjet", TAstaParamList{{"skl_id", std::int64_t{1}}});
