@@ -40,7 +40,7 @@ struct WriteOutcome {
 struct ServiceInfo {
   std::string_view name;
   /// "skl_id:integer,val_ozn?:text"; those with a '?' may be left out. Of a transaction its record sets,
-  /// "Zaglavlje,Stavke".
+  /// "Zaglavlje,Stavke?".
   std::string_view inputs;
   /// The record sets that it answers, "adsSkl".
   std::string_view answers;

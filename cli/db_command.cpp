@@ -25,7 +25,8 @@ RecordSet DescribeTables(Database& database) {
   tables.Open();
   const std::int64_t version = database.SchemaVersion();
   for (const std::string& name : database.TableNames()) {
-    RecordSet count = database.Query("count", ParseColumns("rows:integer"), "SELECT COUNT(*) FROM " + name);
+    RecordSet count =
+        database.Query("count", ParseColumns("rows:integer"), "SELECT COUNT(*) FROM \"" + name + '"');
     tables.AppendRecord({version, name, count.AsInteger(0)});
   }
   return tables;

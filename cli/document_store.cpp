@@ -24,7 +24,7 @@ const FieldDef* FindColumn(const Columns& columns, std::string_view name) {
   return found == columns.end() ? nullptr : &*found;
 }
 
-RecordSet Header(const DocumentKind& kind, const Columns& columns, std::span<const std::string> words) {
+RecordSet Header(Document& document, const Columns& columns, std::span<const std::string> words) {
   RecordSet header("Zaglavlje");
   std::vector<Value> values;
   const auto add = [&](std::string_view name, Value value) {
@@ -36,12 +36,13 @@ RecordSet Header(const DocumentKind& kind, const Columns& columns, std::span<con
     header.DefineField(column->name, column->kind, column->size);
     values.push_back(std::move(value));
   };
-  add("vrsta", std::string(kind.name));
+  add("vrsta", std::string(document.kind().name));
   for (const auto& [name, text] : NamedValues(words)) {
     const FieldDef* const column = FindColumn(columns, name);
     add(name, column == nullptr ? Value() : InputValue(*column, text));
   }
   if (!header.FindFieldIndex("datum")) add("datum", Today());
+  if (const auto total = document.Total(); total && !header.FindFieldIndex("ukupno")) add("ukupno", *total);
   header.Open();
   header.AppendRecord(values);
   return header;
@@ -60,7 +61,7 @@ void CollectLost(const RecordSet& lines, const Columns& columns, std::vector<std
 
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header_words,
                         std::vector<std::string>& lost) {
-  RecordSet header = Header(document.kind(), server.database().TableColumns("dok"), header_words);
+  RecordSet header = Header(document, server.database().TableColumns("dok"), header_words);
   std::vector<const RecordSet*> record_sets = {&header};
   const Columns line_columns = server.database().TableColumns("dok_stavke");
   const auto add = [&](RecordSet* records, const char* name) {

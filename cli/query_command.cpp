@@ -29,7 +29,7 @@ void Print(RecordSet& answer, bool table, std::string& out) {
 }
 
 void RunQuery(const QueryArguments& arguments, Session& session) {
-  if (arguments.service.empty()) return ListServices(ReadServices(), session.out);
+  if (arguments.service.empty()) return ListServices(ReadServices(), "", session.out);
   const ServiceInfo& service = FindService("service", ReadServices(), arguments.service);
   const TAstaParamList request = RequestFor(service, arguments.values);
   const std::unique_ptr<TAstaParamList> answers =

@@ -9,14 +9,34 @@
 namespace mox {
 namespace {
 
-// "skl_id=INTEGER".
-std::string Shown(const Columns& inputs) {
+struct Input : FieldDef {
+  bool optional = false;
+};
+
+std::vector<Input> InputsOf(const ServiceInfo& service) {
+  std::vector<Input> inputs;
+  for (FieldDef& column : ParseColumns(service.inputs)) {
+    Input& input = inputs.emplace_back(Input{std::move(column)});
+    input.optional = input.name.ends_with('?');
+    if (input.optional) input.name.pop_back();
+  }
+  return inputs;
+}
+
+std::string KindInCapitals(FieldKind kind) {
+  std::string name(KindName(kind));
+  std::transform(name.begin(), name.end(), name.begin(),
+                 [](char c) { return static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c); });
+  return name;
+}
+
+// " skl_id=INTEGER [val_ozn=TEXT]".
+std::string Shown(const ServiceInfo& service, std::string_view value) {
   std::string shown;
-  for (const FieldDef& input : inputs) {
-    std::string kind(KindName(input.kind));
-    std::transform(kind.begin(), kind.end(), kind.begin(),
-                   [](char c) { return static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c); });
-    shown += " " + input.name + "=" + kind;
+  for (const Input& input : InputsOf(service)) {
+    const std::string word =
+        input.name + "=" + (value.empty() ? KindInCapitals(input.kind) : std::string(value));
+    shown += input.optional ? " [" + word + "]" : " " + word;
   }
   return shown;
 }
@@ -37,10 +57,9 @@ CompanyServer& ServerOf(const Session& session) {
   return *session.server;
 }
 
-void ListServices(std::span<const ServiceInfo> services, std::string& out) {
+void ListServices(std::span<const ServiceInfo> services, std::string_view value, std::string& out) {
   for (const ServiceInfo& service : services) {
-    out += std::string(service.name) + Shown(ParseColumns(service.inputs)) + "\n    " +
-           std::string(service.summary) + "\n";
+    out += std::string(service.name) + Shown(service, value) + "\n    " + std::string(service.summary) + "\n";
   }
 }
 
@@ -57,11 +76,11 @@ std::vector<NamedValue> NamedValues(std::span<const std::string> words) {
 }
 
 TAstaParamList RequestFor(const ServiceInfo& service, std::span<const std::string> words) {
-  const Columns inputs = ParseColumns(service.inputs);
+  const std::vector<Input> inputs = InputsOf(service);
   TAstaParamList request;
   for (const auto& [name, text] : NamedValues(words)) {
     const auto input = std::find_if(inputs.begin(), inputs.end(),
-                                    [&](const FieldDef& known) { return SameName(known.name, name); });
+                                    [&](const Input& known) { return SameName(known.name, name); });
     if (input == inputs.end()) {
       throw UsageError(std::string(service.name) + " has no input \"" + name + "\"");
     }

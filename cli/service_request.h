@@ -15,8 +15,9 @@ namespace mox {
 /// The server over the database that --db names. Raises UsageError where the option is missing.
 CompanyServer& ServerOf(const Session& session);
 
-/// Appends one line for each service: its name, its inputs or record sets, and what it is for.
-void ListServices(std::span<const ServiceInfo> services, std::string& out);
+/// Appends for each service its name, its inputs or record sets, those that may be left out in brackets, and
+/// what it is for. `value` stands for what they are given; where it is empty, their kinds do.
+void ListServices(std::span<const ServiceInfo> services, std::string_view value, std::string& out);
 
 /// Raises UsageError that suggests near names; `what` is "service" or "transaction".
 const ServiceInfo& FindService(std::string_view what, std::span<const ServiceInfo> services,

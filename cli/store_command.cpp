@@ -16,7 +16,7 @@ struct StoreArguments {
 };
 
 void RunStore(const StoreArguments& arguments, Session& session) {
-  if (arguments.transaction.empty()) return ListServices(NamedTransactions(), session.out);
+  if (arguments.transaction.empty()) return ListServices(NamedTransactions(), "FILE", session.out);
   FindService("transaction", NamedTransactions(), arguments.transaction);
   CompanyServer& server = ServerOf(session);
 
