@@ -29,11 +29,13 @@ const Row* FindRow(std::span<const Row> table, std::string_view name) {
   return found == table.end() ? nullptr : &*found;
 }
 
-// Names joined for people, kept for the life of the program.
-template <typename Items>
-std::string_view JoinNames(const Items& items) {
+// Names joined for people, with a '?' after each that may be left out, kept for the life of the program.
+template <typename Items, typename MayBeLeftOut>
+std::string_view JoinNames(const Items& items, const MayBeLeftOut& may_be_left_out) {
   std::string joined;
-  for (const auto& item : items) joined.append(joined.empty() ? "" : ",").append(item.name);
+  for (const auto& item : items) {
+    joined.append(joined.empty() ? "" : ",").append(item.name).append(may_be_left_out(item) ? "?" : "");
+  }
   static std::vector<std::unique_ptr<const std::string>> kept;
   return *kept.emplace_back(std::make_unique<const std::string>(std::move(joined)));
 }
@@ -41,7 +43,9 @@ std::string_view JoinNames(const Items& items) {
 std::vector<ServiceInfo> DescribeReadServices() {
   std::vector<ServiceInfo> services;
   for (const ReadService& service : ReadServiceTable()) {
-    services.push_back({service.name, service.inputs, JoinNames(service.answers), service.summary});
+    services.push_back({service.name, service.inputs,
+                        JoinNames(service.answers, [](const ServiceAnswer&) { return false; }),
+                        service.summary});
   }
   services.push_back(kImportGrid);
   return services;
@@ -49,8 +53,9 @@ std::vector<ServiceInfo> DescribeReadServices() {
 
 std::vector<ServiceInfo> DescribeTransactions() {
   std::vector<ServiceInfo> transactions;
+  const auto is_optional = [](const RecordSetRule& rule) { return !rule.required; };
   for (const NamedTransaction& row : NamedTransactionTable()) {
-    transactions.push_back({row.name, JoinNames(row.record_sets), "", row.summary});
+    transactions.push_back({row.name, JoinNames(row.record_sets, is_optional), "", row.summary});
   }
   return transactions;
 }
@@ -97,6 +102,7 @@ void CompanyServer::Tell(std::string_view line) const {
 
 std::unique_ptr<TAstaParamList> CompanyServer::Answer(const TAstaParamList& request,
                                                       std::string_view service) {
+  const ReadTransaction snapshot(database_);
   if (service == kImportGrid.name) {
     const ServiceInputs inputs(kImportGrid.inputs, request);
     auto answers = std::make_unique<TAstaParamList>();

@@ -38,6 +38,7 @@ class DatabaseConnection {
   }
   [[noreturn]] void Refuse(const std::string& reason) const { throw DatabaseError(path_ + ": " + reason); }
 
+  void BeginRead() { Execute(dialect().BeginRead()); }
   void BeginWrite() { Execute(dialect().BeginWrite()); }
   void Commit() { Execute("COMMIT"); }
   /// Also where the engine has ended the transaction by itself, as it does when the disk is full.

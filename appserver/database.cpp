@@ -138,6 +138,12 @@ std::size_t Database::MostParameters() const { return connection_->dialect().Mos
 
 // --- transactions ---
 
+ReadTransaction::ReadTransaction(Database& database) : database_(database) {
+  database_.connection_->BeginRead();
+}
+
+ReadTransaction::~ReadTransaction() { database_.connection_->RollBack(); }
+
 WriteTransaction::WriteTransaction(Database& database) : database_(database) {
   database_.connection_->BeginWrite();
 }

@@ -107,6 +107,7 @@ class Database {
 
  private:
   friend class WriteTransaction;
+  friend class ReadTransaction;
   std::unique_ptr<DatabaseConnection> connection_;
 };
 
@@ -118,6 +119,18 @@ std::string FoldKey(std::string_view text);
 /// capitals, or with capitals at its beginning or at that of each word. None for a text that no database
 /// holds.
 std::vector<std::string> FoldKeys(std::string_view text);
+
+/// All queries of its lifetime see the database as it was at the first one, whatever other processes write.
+class [[nodiscard]] ReadTransaction {
+ public:
+  explicit ReadTransaction(Database& database);
+  ~ReadTransaction();
+  ReadTransaction(const ReadTransaction&) = delete;
+  ReadTransaction& operator=(const ReadTransaction&) = delete;
+
+ private:
+  Database& database_;
+};
 
 /// A write transaction: everything until Commit, or nothing. It has the file for itself from the beginning
 /// and waits for another process's transaction to end.

@@ -31,6 +31,8 @@ class Dialect {
   virtual std::string Fold(std::string_view expression) const = 0;
   /// The type of a column that is the table's integer primary key.
   virtual std::string_view KeyType() const = 0;
+  /// Begins a transaction whose queries all see the same state.
+  virtual std::string_view BeginRead() const = 0;
   /// Begins a transaction that no other writer can disturb.
   virtual std::string_view BeginWrite() const = 0;
   virtual std::size_t MostParameters() const = 0;

@@ -199,6 +199,7 @@ class Sqlite : public Dialect {
   }
 
   std::string_view KeyType() const override { return "INTEGER PRIMARY KEY"; }
+  std::string_view BeginRead() const override { return "BEGIN"; }
   std::string_view BeginWrite() const override { return "BEGIN IMMEDIATE"; }
   std::size_t MostParameters() const override { return 32'766; }
 
