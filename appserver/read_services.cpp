@@ -133,6 +133,7 @@ ORDER BY od_datuma, id)"}}},
 
     // --- partners and payments ---
 
+    // Sums are of whole ten-thousandths, as a sum of numbers with decimals may be off by one of them.
     {"KreditniLimitPartnera",
      "par_id:integer",
      "a partner's credit limit, allowed days overdue, open balance and number of overdue documents",
@@ -140,17 +141,18 @@ ORDER BY od_datuma, id)"}}},
        "limit:currency,DaniKasnjenja:integer,saldo:currency,PostojiKasnjenje:integer,"
        "fakturiranje_limit_duga:boolean,faktur_limit_duga_once:boolean",
        R"(
-SELECT p.limit_duga, p.dani_kasnjenja,
-  (SELECT ROUND(COALESCE(SUM(o.duguje - o.potrazuje), 0), 4) FROM otvorene_stavke o
-   WHERE o.par_id = :par_id),
-  (SELECT COUNT(*) FROM
-    (SELECT o.br_dok FROM otvorene_stavke o
-     WHERE o.par_id = :par_id
-     GROUP BY o.br_dok
-     HAVING ROUND(SUM(o.duguje - o.potrazuje), 4) > 0
-       AND MIN(CASE WHEN o.duguje > 0 THEN o.datum_dos END) < :kasni_prije) kasne),
+SELECT p.limit_duga, p.dani_kasnjenja, COALESCE(s.saldo, 0) / 10000.0, COALESCE(s.kasne, 0),
   p.fakturiranje_limit_duga, p.faktur_limit_duga_once
-FROM par p WHERE p.id = :par_id)"}},
+FROM par p LEFT JOIN
+  (SELECT d.par_id, SUM(d.saldo) AS saldo,
+     SUM(CASE WHEN d.saldo > 0 AND d.dospjelo < :kasni_prije THEN 1 ELSE 0 END) AS kasne
+   FROM
+     (SELECT o.par_id,
+        SUM(CAST(ROUND(o.duguje * 10000) AS BIGINT) - CAST(ROUND(o.potrazuje * 10000) AS BIGINT)) AS saldo,
+        MIN(CASE WHEN o.duguje > 0 THEN o.datum_dos END) AS dospjelo
+      FROM otvorene_stavke o WHERE o.par_id = :par_id GROUP BY o.par_id, o.br_dok) d
+   GROUP BY d.par_id) s ON s.par_id = p.id
+WHERE p.id = :par_id)"}},
      PrepareKreditniLimit},
 
     {"GetTecaj",
