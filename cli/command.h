@@ -25,6 +25,7 @@ struct Session {
   std::string out;  ///< goes to standard output once the command has succeeded
   /// What stands before a message of the library, `lines.csv:3: vrsta "XYZ": `; none where nothing is walked.
   std::function<std::string()> place = nullptr;
+  std::string clipboard = {};  ///< what the library finds on the clipboard
   CompanyServer* server = nullptr;  ///< over the database that --db names; null where it names none
   bool valid = true;  ///< false where the answer is that what was checked is not valid; exit status 1
 };
@@ -54,5 +55,6 @@ extern const Command kServiceCommand;
 extern const Command kDbCommand;
 extern const Command kQueryCommand;
 extern const Command kStoreCommand;
+extern const Command kImportCommand;
 
 }  // namespace mox

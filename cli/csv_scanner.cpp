@@ -4,7 +4,7 @@
 
 namespace mox {
 
-CsvScanner::CsvScanner(std::string_view text) : text_(text) {
+CsvScanner::CsvScanner(std::string_view text, char separator) : text_(text), separator_(separator) {
   constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
   if (text_.starts_with(kByteOrderMark)) text_.remove_prefix(kByteOrderMark.size());
 }
@@ -26,7 +26,7 @@ std::string_view CsvScanner::UnquotedCell(std::size_t cell) {
   const std::size_t begin = at_;
   while (at_ < text_.size()) {
     const char c = text_[at_];
-    if (c == ',' || c == '\n' || c == '\r') break;
+    if (c == separator_ || c == '\n' || c == '\r') break;
     if (c == '"') throw CsvFault{cell, "a quote inside an unquoted cell"};
     ++at_;
   }
@@ -57,11 +57,11 @@ std::string_view CsvScanner::QuotedCell(std::size_t cell) {
   return text;
 }
 
-// Steps over the comma or the line break after a cell.
+// Steps over the separator or the line break after a cell.
 bool CsvScanner::EndOfRecord(std::size_t cell) {
   if (at_ == text_.size()) return true;
   const char c = text_[at_++];
-  if (c == ',') return false;
+  if (c == separator_) return false;
   if (c == '\r') {
     if (at_ == text_.size() || text_[at_] != '\n') {
       throw CsvFault{cell, "a carriage return that ends no line"};

@@ -20,12 +20,12 @@ struct CsvFault {
   const char* reason;
 };
 
-/// Splits a comma-separated text (RFC 4180) into records. Lines end with LF or CRLF, the last one also
-/// without. A blank line is a record of one unquoted empty cell.
+/// Splits a comma-separated text (RFC 4180), or one with another separator, into records. Lines end with LF
+/// or CRLF, the last one also without. A blank line is a record of one unquoted empty cell.
 class CsvScanner {
  public:
   /// The text must outlive the scanner. A byte-order mark is skipped.
-  explicit CsvScanner(std::string_view text);
+  explicit CsvScanner(std::string_view text, char separator = ',');
 
   /// Reads the next record; false at the end. The cells hold until the next call. Throws CsvFault.
   bool Next(std::vector<CsvCell>& cells);
@@ -41,6 +41,7 @@ class CsvScanner {
   bool EndOfRecord(std::size_t cell);
 
   std::string_view text_;
+  char separator_;
   std::size_t at_ = 0;
   std::size_t line_ = 0;
   std::size_t next_line_ = 1;

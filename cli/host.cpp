@@ -65,7 +65,9 @@ class Host::PlacedDialogs : public ConsoleDialogs {
 };
 
 Host::Host(const HostOptions& options, Session& session, std::ostream& err)
-    : settings_(OpenSettings(options.ini)), dialogs_(std::make_unique<PlacedDialogs>(err, session)) {
+    : settings_(OpenSettings(options.ini)),
+      dialogs_(std::make_unique<PlacedDialogs>(err, session)),
+      platform_([&session] { return session.clipboard; }) {
   if (!options.database.empty()) {
     server_ = std::make_unique<CompanyServer>(OpenDatabase(options.database));
     session.server = server_.get();
@@ -74,7 +76,8 @@ Host::Host(const HostOptions& options, Session& session, std::ostream& err)
   app_.emplace(AppParts{.ini = settings_.get(),
                         .comunication = &Comunication(),
                         .dialogs = dialogs_.get(),
-                        .locale = &locale_});
+                        .locale = &locale_,
+                        .platform = &platform_});
 }
 
 Host::~Host() = default;

@@ -13,6 +13,7 @@
 #include "mox/host/company_parameters.h"
 #include "mox/host/console_dialogs.h"
 #include "mox/host/locale.h"
+#include "mox/host/system_platform.h"
 
 namespace mox {
 
@@ -27,7 +28,8 @@ struct HostOptions {
 std::string OnOneLine(std::string_view message);
 
 /// The host program that the library calls back into, installed for the object's lifetime: settings, dialogs
-/// on standard error, and the company database as its application server where one is named.
+/// on standard error, the operating system with the session's clipboard, and the company database as its
+/// application server where one is named.
 class Host {
  public:
   /// Raises UsageError for a faulty parameter, Error for a file that cannot be read.
@@ -48,6 +50,7 @@ class Host {
   CompanyParameterModule parameters_;  ///< without a server
   std::unique_ptr<PlacedDialogs> dialogs_;
   StandardLocale locale_;
+  SystemPlatform platform_;
   std::optional<ScopedApp> app_;
 };
 

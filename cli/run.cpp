@@ -26,7 +26,8 @@ constexpr const char* kUnwritable = "standard output cannot be written";
 
 const auto kCommands = std::to_array<const Command*>(
     {&kRoundCommand, &kCalcCommand, &kRecapCommand, &kTotalCommand, &kDocumentCommand, &kOibCommand,
-     &kIbanCommand, &kWordsCommand, &kCurrencyCommand, &kWorkdaysCommand, &kServiceCommand, &kDbCommand, &kQueryCommand, &kStoreCommand});
+     &kIbanCommand, &kWordsCommand, &kCurrencyCommand, &kWorkdaysCommand, &kServiceCommand, &kDbCommand,
+     &kQueryCommand, &kStoreCommand, &kImportCommand});
 
 // --- help ---
 

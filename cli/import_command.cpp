@@ -1,0 +1,257 @@
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <istream>
+#include <memory>
+#include <ostream>
+#include <vector>
+
+#include "appserver/company_server.h"
+#include "cli/command.h"
+#include "cli/host.h"
+#include "cli/import_faults.h"
+#include "cli/import_text.h"
+#include "cli/locale_argument.h"
+#include "cli/options.h"
+#include "cli/progress_bar.h"
+#include "cli/record_set_file.h"
+#include "cli/service_request.h"
+#include "cli/suggestions.h"
+#include "cli/text_table.h"
+#include "mox/foundation/files.h"
+#include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
+#include "mox/import/import_profiles.h"
+
+namespace mox {
+namespace {
+
+struct ImportArguments {
+  std::string key;
+  std::string path;
+  std::string faults;
+  std::string locale = "hr";
+  bool heading = false;
+  bool yes = false;
+  bool list = false;
+  bool print_heading = false;
+  bool columns = false;
+};
+
+std::vector<std::string_view> ProfileKeys() {
+  std::vector<std::string_view> keys;
+  for (const ImportProfile& profile : ImportProfiles()) keys.push_back(profile.key);
+  return keys;
+}
+
+const ImportProfile& FindProfile(const std::string& key) {
+  if (key.empty()) throw UsageError("KEY is required; --list names them");
+  if (const ImportProfile* const profile = FindImportProfile(key)) return *profile;
+  throw UsageError(ThereIsNo("profile", key, ProfileKeys()));
+}
+
+std::vector<ImportFieldDef> DataFields(const TfrmImportGrid& form) {
+  std::vector<ImportFieldDef> fields;
+  for (const GridColumn& column : form.Columns()) {
+    if (column.position >= kFirstDataPosition) fields.push_back(form.Fields()[column.position]);
+  }
+  return fields;
+}
+
+// --- what a profile is ---
+
+void ListProfiles(std::string& out) {
+  RecordSet profiles("profiles");
+  for (const char* const name : {"key", "rows", "transaction"}) profiles.DefineField(name, FieldKind::kText);
+  profiles.Open();
+  for (const ImportProfile& profile : ImportProfiles()) {
+    profiles.AppendRecord(
+        {std::string(profile.key), std::string(profile.imports), std::string(profile.transaction)});
+  }
+  AppendTable(profiles, {}, out);
+}
+
+void AppendHeading(const TfrmImportGrid& form, std::string& out) {
+  std::string line;
+  for (const ImportFieldDef& field : DataFields(form)) line += (line.empty() ? "" : "\t") + field.caption;
+  out += line + "\n";
+}
+
+std::string KindOf(const ImportFieldDef& field) {
+  if (field.field_type == field_type::kText) return "text";
+  if (field.field_type == field_type::kBoolean) return "boolean";
+  return field.field_type == field_type::kDate ? "date" : "float";
+}
+
+void AppendColumns(const TfrmImportGrid& form, std::string& out) {
+  RecordSet columns("columns");
+  for (const char* const name : {"field", "caption", "kind"}) columns.DefineField(name, FieldKind::kText);
+  columns.DefineField("size", FieldKind::kInteger);
+  columns.DefineField("required", FieldKind::kBoolean);
+  for (const char* const name : {"lookup", "unique"}) columns.DefineField(name, FieldKind::kText);
+  columns.Open();
+  for (const ImportFieldDef& field : DataFields(form)) {
+    const auto sql = [](const std::string& flag, const std::string& text) {
+      return ToBoolean(flag) ? Value(text) : Value();
+    };
+    columns.AppendRecord({field.field_name, field.caption, KindOf(field), ParseInteger(field.size),
+                          ToBoolean(field.required), sql(field.lookup, field.lookup_sql),
+                          sql(field.unique, field.unique_sql)});
+  }
+  WriteRecordSet(columns, out);
+}
+
+// --- the import ---
+
+// The user at a terminal: reads the file onto the clipboard, pastes it and presses the button.
+class ImportSession : public ImportGridView {
+ public:
+  ImportSession(const ImportArguments& arguments, Session& session)
+      : arguments_(arguments), session_(session), bar_(session.err) {}
+
+  void ShowModal(TfrmImportGrid& form) override {
+    const FileText file = ReadFileText(arguments_.path, session_.in);
+    SheetText sheet = ReadSheet(file, SheetFormOf(arguments_.path), arguments_.heading, Widths(form));
+    for (const std::string& remark : sheet.remarks) session_.err << "mox: " << OnOneLine(remark) << std::endl;
+    rows_ = sheet.rows;
+    session_.clipboard = std::move(sheet.text);
+    form.GridKeyDown(U'E', {.alt = true});
+    session_.clipboard = {};
+    form.ProvjeraIUvozClick();
+    if (!arguments_.faults.empty()) ReplaceFile(arguments_.faults, FaultLines(form));
+    if (form.ModalResult() == kMrNone) faults_ = CollectFaults(form);
+  }
+  void StatusChanged(const TfrmStatus& status, bool /*repaint*/) override {
+    if (status.Visible()) {
+      bar_.Show(status.Text(), status.Position(), status.Maximum());
+    } else {
+      bar_.Clear();
+    }
+  }
+
+  std::size_t Rows() const { return rows_; }
+  std::optional<RecordSet>& Faults() { return faults_; }
+
+ private:
+  // What a column holds at most in both record sets.
+  static std::vector<SheetColumn> Widths(TfrmImportGrid& form) {
+    std::vector<SheetColumn> columns;
+    for (const ImportFieldDef& field : DataFields(form)) {
+      const RecordSet& source = form.AdsForImport();
+      std::size_t width = source.Definition(kFirstDataPosition).size;
+      if (field.field_type == field_type::kText) {
+        width = std::min(width, static_cast<std::size_t>(ParseInteger(field.size)));
+      }
+      columns.push_back({field.field_name, width});
+    }
+    return columns;
+  }
+
+  const ImportArguments& arguments_;
+  Session& session_;
+  ProgressBar bar_;
+  std::size_t rows_ = 0;
+  std::optional<RecordSet> faults_;
+};
+
+std::size_t FaultyRows(RecordSet& faults) {
+  std::size_t rows = 0;
+  std::int64_t last = 0;
+  for (faults.First(); !faults.Eof(); faults.Next()) {
+    rows += faults.AsInteger(0) == last ? 0U : 1U;
+    last = faults.AsInteger(0);
+  }
+  return rows;
+}
+
+std::string Rows(std::size_t count) { return std::to_string(count) + (count == 1 ? " row" : " rows"); }
+
+void ReportFaults(RecordSet& faults, std::size_t rows, Session& session) {
+  AppendTable(faults, {}, session.out);
+  session.err << "mox: " << FaultyRows(faults) << " of " << Rows(rows) << " faulty, nothing was stored"
+              << std::endl;
+  session.valid = false;
+}
+
+// The confirmation is asked at a terminal, unless --yes answers it or the rows come from there.
+ConsoleDialogs DialogsOf(const ImportArguments& arguments, Session& session) {
+  const bool asks = !arguments.yes && arguments.path != "-" && IsTerminal(session.in);
+  if (asks) return {session.err, session.in};
+  return {session.err, arguments.yes ? kDialogYes : kDialogNo};
+}
+
+// The grid reports success whatever became of the transaction, so the server is asked.
+void RunImport(const ImportArguments& arguments, const ImportProfile& profile, Session& session) {
+  const CompanyServer& server = ServerOf(session);
+  const auto begin = std::chrono::steady_clock::now();
+  StandardLocale locale(LocaleArgument(arguments.locale));
+  ConsoleDialogs dialogs = DialogsOf(arguments, session);
+  ImportSession user(arguments, session);
+  const ScopedApp app({.ini = &App().Ini(),
+                       .comunication = &App().Comunication(),
+                       .dialogs = &dialogs,
+                       .locale = &locale,
+                       .platform = &App().Platform()});
+  TfrmImportGrid form(user, profile.key);
+  form.ShowModal();
+  if (user.Faults()) return ReportFaults(*user.Faults(), user.Rows(), session);
+  if (form.ModalResult() != kMrOk) throw Error("there are no rows, nothing was stored");
+  if (!server.LastWrite().committed) {
+    if (server.LastWrite().failure)
+      throw Error("nothing was stored: " + server.LastWrite().failure->ToString());
+    throw Error("nothing was stored: the confirmation was not answered with yes (--yes answers it)");
+  }
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begin;
+  char seconds[32];
+  std::snprintf(seconds, sizeof seconds, "%.1f", passed.count());
+  session.out += std::string(profile.key) + ": " + Rows(user.Rows()) + " stored (" +
+                 std::string(profile.imports) + ") in " + seconds + " s\n";
+}
+
+void Run(const ImportArguments& arguments, Session& session) {
+  if (arguments.list) return ListProfiles(session.out);
+  const ImportProfile& profile = FindProfile(arguments.key);
+  if (!arguments.print_heading && !arguments.columns) return RunImport(arguments, profile, session);
+  ImportSession user(arguments, session);
+  TfrmImportGrid form(user, profile.key);
+  form.OnShow();
+  if (arguments.print_heading) AppendHeading(form, session.out);
+  if (arguments.columns) AppendColumns(form, session.out);
+}
+
+void Declare(Options& options) {
+  auto arguments = std::make_shared<ImportArguments>();
+  options.Argument("KEY", arguments->key, "the profile, what the rows are; --list names them");
+  options.Argument("FILE", arguments->path,
+                   "the rows: tab-separated as copied from a spreadsheet, or a .csv with\n"
+                   "commas or semicolons (standard input where it is left out or -)");
+  options.Flag("--heading", arguments->heading, "skip the first row");
+  options.Value("--locale", arguments->locale, "LOCALE",
+                "how numbers and dates are written: hr (default), sl, de, it, en-GB,\n"
+                "en-US, iso, or decimal separator and short date, \". MM/dd/yyyy\"");
+  options.Value("--faults", arguments->faults, "FILE",
+                "write the faulty rows: a line each, its number, a tab, its fault text");
+  options.Flag("--yes", arguments->yes, "store rows that are in order without asking");
+  options.Flag("--list", arguments->list, "list the profiles");
+  options.Flag("--template", arguments->print_heading, "print the heading row of the profile's sheet");
+  options.Flag("--columns", arguments->columns, "print the profile's columns and their checks as a file");
+  options.Run([arguments](Session& session) {
+    if (arguments->path.empty()) arguments->path = "-";
+    Run(*arguments, session);
+  });
+}
+
+}  // namespace
+
+const Command kImportCommand = {"import", "KEY [FILE] --db FILE",
+                                "Check rows copied from a spreadsheet and store all of them or none.",
+                                R"(Example:
+  mox import PARTNERPTT partneri.tsv --heading --yes --db tvrtka.db
+
+Rows are counted from 1 behind the heading. UTF-8, UTF-16 with a byte-order mark and Windows-1250 are told
+apart. A row with a filled cell behind the last column is refused; line breaks and tabs inside the quotes of a
+.csv become blanks, and cells that are too long for their column are cut: a warning names them. Where the
+database does not take the rows, nothing is stored and the exit status is 1.)",
+                                Declare};
+
+}  // namespace mox
