@@ -153,13 +153,16 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
   for (const std::string& path : paths) files.push_back(ReadFileText(path, session.in));
 
   Document document(kind, files);
+  RecordSet* const shown = part == nullptr ? nullptr : part->records(document);
+  if (part != nullptr && shown == nullptr) {
+    throw UsageError("--part: the document has no " + arguments.part);
+  }
   std::optional<RecordSet> stored;
   if (arguments.store) stored = Store(document, arguments, session);
   RecordSet* const stored_record = stored ? &*stored : nullptr;
-  if (part != nullptr) {
-    RecordSet* const records = part->records(document);
-    if (records == nullptr) throw UsageError("--part: the document has no " + arguments.part);
-    WriteRecordSet(*records, session.out);
+  if (shown != nullptr) {
+    WriteRecordSet(*shown, session.out);
+    if (stored) session.err << "Pohranjeno: " << StoredNumber(*stored) << std::endl;
   } else if (arguments.csv) {
     AppendFiles(document, stored_record, session.out);
   } else {
