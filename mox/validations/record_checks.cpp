@@ -1,5 +1,6 @@
 #include <vector>
 
+#include "mox/foundation/error.h"
 #include "mox/validations/dialogs_internal.h"
 #include "mox/validations/validations.h"
 
@@ -25,10 +26,29 @@ bool IsRepeated(const Field& field) {
   return count > (counts_itself ? 1U : 0U);
 }
 
-bool IsThere(const Value& value, RecordSet& records, const std::string& name) {
+// Of a value and one that was found by it in the other's kind: nothing was cut off for it.
+bool IsSame(const Field& value, const Field& found) {
+  switch (found.Kind()) {
+    case FieldKind::kInteger:
+    case FieldKind::kCurrency:
+      return found.AsFloat() == value.AsFloat();
+    case FieldKind::kDate:
+      return found.AsDateTime() == value.AsDateTime();
+    default:
+      return true;
+  }
+}
+
+bool IsThere(const Field& field, RecordSet& records) {
   const ControlsGuard guard(records);
   SavedPosition position(records);
-  const bool found = records.Locate(name, {value});
+  bool found = false;
+  try {
+    found =
+        records.Locate(field.Name(), {field.AsVariant()}) && IsSame(field, records.FieldByName(field.Name()));
+  } catch (const ConversionError&) {  // no field of that kind can hold the value
+  } catch (const Overflow&) {
+  }
   position.Restore();
   return found;
 }
@@ -71,8 +91,7 @@ bool CheckFieldUnique(const Field& field) {
 }
 
 bool CheckFieldUnique(const Field& field, RecordSet& records) {
-  const bool taken =
-      &records == &field.DataSet() ? IsRepeated(field) : IsThere(field.AsVariant(), records, field.Name());
+  const bool taken = &records == &field.DataSet() ? IsRepeated(field) : IsThere(field, records);
   return !taken || Warn(kNotUnique, "Polje '" + field.DisplayName() +
                                         "' sa ovom vrijednosti već postoji.\r\nMolim popravite.");
 }
