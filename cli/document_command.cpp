@@ -1,4 +1,3 @@
-#include <chrono>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -61,10 +60,9 @@ void AppendTitled(std::string_view title, RecordSet* records, const TableOptions
   }
 }
 
-void AppendInWords(const std::optional<Currency>& total, std::string& out) {
+// In the currency of the document's date.
+void AppendInWords(const std::optional<Currency>& total, Date date, std::string& out) {
   if (!total) return;
-  const auto today = std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now());
-  const Date date{static_cast<std::int32_t>(today.time_since_epoch().count())};
   const std::string currency(GetValutaOznakaByDate(date));
   const std::string words = BrojSlovima(*total, currency);
   if (words.empty()) return;
@@ -101,7 +99,8 @@ void AppendForPeople(Document& document, RecordSet* stored, std::string& out) {
   AppendTitled("Rekapitulacija PDV-a", document.Recap(), {}, out);
   DropZeros(document.Totals());
   if (!document.Totals().IsEmpty()) AppendTitled("Ukupno", &document.Totals(), {}, out);
-  AppendInWords(document.Total(), out);
+  const Date date = stored == nullptr ? Today() : stored->FieldByName("datum").AsDate();
+  AppendInWords(document.Total(), date, out);
   if (stored != nullptr) out += "\nPohranjeno: " + StoredNumber(*stored) + "\n";
 }
 

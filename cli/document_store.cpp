@@ -11,13 +11,6 @@
 namespace mox {
 namespace {
 
-Date Today() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local = {};
-  localtime_r(&now, &local);
-  return *MakeDate(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
-}
-
 const FieldDef* FindColumn(const Columns& columns, std::string_view name) {
   const auto found = std::find_if(columns.begin(), columns.end(),
                                   [name](const FieldDef& column) { return SameName(column.name, name); });
@@ -58,6 +51,13 @@ void CollectLost(const RecordSet& lines, const Columns& columns, std::vector<std
 }
 
 }  // namespace
+
+Date Today() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local = {};
+  localtime_r(&now, &local);
+  return *MakeDate(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
+}
 
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header_words,
                         std::vector<std::string>& lost) {
