@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "appserver/read_service.h"
+#include "appserver/retail_sizes.h"
 #include "appserver/write_transactions.h"
 
 namespace mox {
@@ -11,6 +12,8 @@ namespace {
 
 constexpr ServiceInfo kImportGrid = {"ImportGrid", "params1:text,params2:text", "adsList",
                                      "which values stand in the database, for look-ups in the catalogue"};
+constexpr ServiceInfo kRetailSizes = {"Lunari\\KalkulirajVelicine", "params1:text,params2:text", "adsList",
+                                      "the Croatian sizes of retail articles, which params2 has as records"};
 constexpr std::string_view kAdditionalFeatures = "AdditionalFeaturesData";
 
 // Control characters of what clients send do not break a line of the log.
@@ -48,6 +51,7 @@ std::vector<ServiceInfo> DescribeReadServices() {
                         service.summary});
   }
   services.push_back(kImportGrid);
+  services.push_back(kRetailSizes);
   return services;
 }
 
@@ -108,6 +112,11 @@ std::unique_ptr<TAstaParamList> CompanyServer::Answer(const TAstaParamList& requ
     auto answers = std::make_unique<TAstaParamList>();
     answers->FastAdd(kImportGrid.answers, import_catalogue_.Find(database_, inputs.As<std::string>("params1"),
                                                                  inputs.As<std::string>("params2")));
+    return answers;
+  }
+  if (service == kRetailSizes.name) {
+    auto answers = std::make_unique<TAstaParamList>();
+    answers->FastAdd(kRetailSizes.answers, FindRetailSizes(database_, request));
     return answers;
   }
   const ReadService* const row = FindRow(ReadServiceTable(), service);

@@ -1,11 +1,14 @@
 #include "appserver/import_catalogue.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
+#include "mox/import/import_profiles.h"
 
 namespace mox {
 namespace {
@@ -117,64 +120,6 @@ FieldKind KindOfColumn(Database& database, const std::string& table, const std::
   throw Error("the database has no column \"" + table + "." + column + "\"");
 }
 
-// The texts of the import profiles, with their blanks. The columns of the latter are numbers in the grid.
-constexpr std::string_view kTexts[] = {
-    "select BROJ as BROJ_GR from APO_GrupeRezervacije where BROJ in",
-    "select BrojPutneIsprave as BROJ_ISPRAVE from APO_FizickeOsobeAtributi WHERE BrojPutneIsprave in ",
-    "select JMBG from zaposlenik WHERE JMBG in ",
-    "select NAZIV as BANKA from banke where NAZIV in ",
-    "select NAZIV as KOMERCIJALIST from KOMERCIJALIST WHERE NAZIV in",
-    "select NAZIV as MJESTO from mjesto where NAZIV in ",
-    "select NAZIV as MJESTO_KNJIZICA from mjesto where NAZIV in ",
-    "select NAZIV as MJESTO_OSOBNA from mjesto where NAZIV in ",
-    "select NAZIV as MJESTO_ROD from mjesto where NAZIV in ",
-    "select NAZIV as MJESTO_STANOVANJE from mjesto where NAZIV in ",
-    "select NAZIV as NAZIV from apo_smjestajna_jedinica where NAZIV in",
-    "select NAZIV as NAZIV_PAR from PAR WHERE NAZIV in",
-    "select NAZIV as PUTNI_TROSAK_NAKNADA_NAZIV from naknada_place where upper(NAZIV) in ",
-    "select NAZIV as RADNO_MJESTO from RADNO_MJESTO where upper(NAZIV) in ",
-    "select NAZIV from APO_SMJESTAJNA_JEDINICA WHERE NAZIV in",
-    "select NAZIV from PAR WHERE NAZIV in",
-    "select NAZIV from RESURS WHERE NAZIV in",
-    "select OZNAKA as DRZAVA from DRZAVE WHERE OZNAKA in",
-    "select OZNAKA as DRZAVA_DRZAVLJANSTVO from DRZAVE WHERE OZNAKA in",
-    "select OZNAKA as DRZAVA_ROD from DRZAVE WHERE OZNAKA in",
-    "select OZNAKA as DRZAVLJANSTVO from DRZAVE WHERE OZNAKA in",
-    "select OZNAKA as VALUTA from valuta WHERE OZNAKA in",
-    "select PTT as PTT from mjesto where PTT in ",
-    "select PTT as PTT_KNJIZICA from mjesto where PTT in ",
-    "select PTT as PTT_MJE_ROD from mjesto where PTT in ",
-    "select PTT as PTT_OSOBNA from mjesto where PTT in ",
-    "select PTT as PTT_STANOVANJE from mjesto where PTT in ",
-    "select SIFRA from APO_SMJESTAJNA_JEDINICA WHERE SIFRA in",
-    "select SIFRA from RESURS WHERE SIFRA in",
-    "select naziv as DRZAVA_PORIJEKLA from drzave where naziv in ",
-    "select naziv as GRP_KTO from osr_gr_dug_imv where naziv in ",
-    "select naziv as GRUPA from grupa_usl where naziv in ",
-    "select naziv as GRUPA from vrsta where naziv in ",
-    "select naziv as JM from jm where naziv in ",
-    "select naziv as PAR from par where naziv in ",
-    "select naziv as PAR_NAZIV from par where naziv in ",
-    "select naziv as PODGRUPA from podvrsta where naziv in ",
-    "select naziv as PODGRUPA2 from podgrupa2 where naziv in ",
-    "select naziv as RABAT from rabatne_grupe where naziv in ",
-    "select naziv from mjesto WHERE naziv in",
-    "select oib as PAR_OIB from par where oib in ",
-    "select sifra SIFRA_ARTIKLA_RF from art where sifra in ",
-    "select sifra SIFRA_DOBAVLJACA from par where sifra in ",
-    "select sifra as SIFRA_RJ from skladiste where sifra in ",
-    "select sifra as SIFRA_ZAP from zaposlenik where oib in ",
-    "select sifra as SMJESTAJ from OSR_MJE_SMJ where sifra in ",
-    "select sifra as VR_KNJ from fin_vr_k where sifra in ",
-    "select sifra from art where sifra in ",
-};
-constexpr std::string_view kNumbers[] = {
-    "select konto as KONTO from fin_kto where konto in ",
-    "select sifra as CAR_TAR_BR from CAR_TAR_BR WHERE sifra in  ",
-    "select sifra as GRP_AM from osr_sku_dug_imv where sifra in ",
-    "select stopa as TBR from tbr WHERE stopa in ",
-};
-
 bool IsIdentifier(std::string_view word) {
   return !word.empty() && word.find_first_not_of(
                               "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
@@ -226,9 +171,17 @@ ImportLookup ImportLookup::Parse(std::string_view sql, bool numeric) {
   return lookup;
 }
 
+// Several profiles ask the same; where one of them does for a column of numbers, values are numbers.
 ImportCatalogue::ImportCatalogue() {
-  for (const std::string_view sql : kTexts) Register(sql);
-  for (const std::string_view sql : kNumbers) Register(sql, true);
+  std::map<std::string, bool> numeric;
+  for (const ImportProfile& profile : ImportProfiles()) {
+    for (const ImportFieldDef& field : ImportFieldsOf(profile)) {
+      if (!field.IsDefined()) continue;
+      if (ToBoolean(field.lookup)) numeric[field.lookup_sql] |= field.field_type == field_type::kFloat;
+      if (ToBoolean(field.unique)) numeric[field.unique_sql] |= field.field_type == field_type::kFloat;
+    }
+  }
+  for (const auto& [sql, is_numeric] : numeric) Register(sql, is_numeric);
 }
 
 void ImportCatalogue::Register(std::string_view sql, bool numeric) {

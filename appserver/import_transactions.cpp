@@ -52,10 +52,22 @@ KeyRule TaxRate() {
           "CASE WHEN t.vrijedi_do IS NULL THEN 0 ELSE 1 END, t.vrijedi_od DESC, t.id"};
 }
 
-// A group of articles within the one above it.
-KeyRule Subgroup(std::string_view column, std::string_view table, std::string_view field,
-                 std::string_view join, std::string_view above) {
-  return {column, table, {{"naziv", field}, {"g.naziv", above, Fit::kSameOrNone}}, "t.id", join};
+// Groups of articles within those above them.
+KeyRule Subgroup() {
+  return {.column = "podvrsta_id",
+          .table = "podvrsta",
+          .parts = {{"naziv", "PODGRUPA"}, {"v.naziv", "GRUPA", Fit::kSameOrNone}},
+          .first_by = "t.id",
+          .join = "LEFT JOIN vrsta v ON v.id = t.vrsta_id"};
+}
+KeyRule Subgroup2() {
+  return {.column = "podgrupa2_id",
+          .table = "podgrupa2",
+          .parts = {{"naziv", "PODGRUPA2"},
+                    {"p.naziv", "PODGRUPA", Fit::kSameOrNone},
+                    {"v.naziv", "GRUPA", Fit::kSameOrNone}},
+          .first_by = "t.id",
+          .join = "LEFT JOIN podvrsta p ON p.id = t.podvrsta_id LEFT JOIN vrsta v ON v.id = p.vrsta_id"};
 }
 
 const std::vector<KeyRule> kPartnerKeys = {
@@ -92,26 +104,24 @@ const NamedTransaction kTransactions[] = {
 
     // --- articles and services ---
 
-    Import(
-        "ArtikliImportInsert", "stores articles", "art",
-        {Key("jm_id", "jm", "naziv", "JM"),
-         TaxRate(),
-         Key("vrsta_id", "vrsta", "naziv", "GRUPA"),
-         Subgroup("podvrsta_id", "podvrsta", "PODGRUPA", "LEFT JOIN vrsta g ON g.id = t.vrsta_id", "GRUPA"),
-         Subgroup("podgrupa2_id", "podgrupa2", "PODGRUPA2", "LEFT JOIN podvrsta g ON g.id = t.podvrsta_id",
-                  "PODGRUPA"),
-         Key("rabatna_grupa_id", "rabatne_grupe", "naziv", "RABAT"),
-         Key("car_tar_br_id", "car_tar_br", "sifra", "CAR_TAR_BR"),
-         Key("drzava_porijekla_id", "drzave", "naziv", "DRZAVA_PORIJEKLA"),
-         {.column = "dobavljac_id",
-          .table = "par",
-          .parts = {{"sifra", "SIFRA_DOBAVLJACA"}},
-          .may_be_unknown = true}},
-        {{.field = "VAGA", .when_blank = false, .yes_or_no = true},
-         {.field = "KONSIGNACIJA", .when_blank = false, .yes_or_no = true},
-         {.field = "NAKNADA", .when_blank = false, .yes_or_no = true},
-         {"USER", "korisnik"},
-         {"SIFRA_DOBAVLJACA"}}),
+    Import("ArtikliImportInsert", "stores articles", "art",
+           {Key("jm_id", "jm", "naziv", "JM"),
+            TaxRate(),
+            Key("vrsta_id", "vrsta", "naziv", "GRUPA"),
+            Subgroup(),
+            Subgroup2(),
+            Key("rabatna_grupa_id", "rabatne_grupe", "naziv", "RABAT"),
+            Key("car_tar_br_id", "car_tar_br", "sifra", "CAR_TAR_BR"),
+            Key("drzava_porijekla_id", "drzave", "naziv", "DRZAVA_PORIJEKLA"),
+            {.column = "dobavljac_id",
+             .table = "par",
+             .parts = {{"sifra", "SIFRA_DOBAVLJACA"}},
+             .may_be_unknown = true}},
+           {{.field = "VAGA", .when_blank = false, .yes_or_no = true},
+            {.field = "KONSIGNACIJA", .when_blank = false, .yes_or_no = true},
+            {.field = "NAKNADA", .when_blank = false, .yes_or_no = true},
+            {"USER", "korisnik"},
+            {"SIFRA_DOBAVLJACA"}}),
     Import("ArtDobImportInsert", "stores suppliers' codes and names of articles", "art_dob",
            {Key("art_id", "art", "sifra", "SIFRA_ARTIKLA_RF"),
             Key("dobavljac_id", "par", "sifra", "SIFRA_DOBAVLJACA")}),

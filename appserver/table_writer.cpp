@@ -100,6 +100,9 @@ class TableWriter {
   }
 
   std::size_t AddColumn(const FieldDef& column) {
+    if (std::find(names_.begin(), names_.end(), column.name) != names_.end()) {
+      Refuse(0, column.name, "has more than one field");
+    }
     names_.push_back(column.name);
     kinds_.push_back(column.kind);
     return names_.size() - 1;

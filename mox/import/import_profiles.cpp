@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "mox/foundation/app.h"
 #include "mox/import/import_column_internal.h"
+#include "mox/server/param_list.h"
 
 namespace mox {
 namespace {
@@ -68,6 +70,17 @@ constexpr ImportProfile kProfiles[] = {
      "UslugeIPrijevodiImportInsert", "services with translated names"},
 };
 
+// A host for a form that nobody uses.
+class NoHost : public TdmComunication, public ImportGridView {
+  void ShowModal(TfrmImportGrid& /*form*/) override {}
+  RecordSet* CompanyParameters() override { return nullptr; }
+  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& /*request*/,
+                                                    std::string_view /*service*/) override {
+    return nullptr;
+  }
+  int WriteDataService(const TAstaParamList& /*request*/) override { return 0; }
+};
+
 std::string_view FlagText(bool flag) { return flag ? "True" : "False"; }
 
 }  // namespace
@@ -78,6 +91,14 @@ const ImportProfile* FindImportProfile(std::string_view key) {
   const auto* const found = std::find_if(std::begin(kProfiles), std::end(kProfiles),
                                          [&](const ImportProfile& profile) { return profile.key == key; });
   return found == std::end(kProfiles) ? nullptr : found;
+}
+
+std::vector<ImportFieldDef> ImportFieldsOf(const ImportProfile& profile) {
+  NoHost host;
+  const ScopedApp app({.comunication = &host});
+  TfrmImportGrid form(host, profile.key);
+  form.OnShow();
+  return {form.Fields().begin(), form.Fields().end()};
 }
 
 void TfrmImportGrid::Prepare(std::size_t field_count, std::span<const ImportColumn> columns) {

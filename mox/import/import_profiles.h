@@ -2,6 +2,7 @@
 
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "mox/import/import_grid.h"
 
@@ -23,5 +24,8 @@ std::span<const ImportProfile> ImportProfiles();
 
 /// Null where there is none; keys are compared exactly.
 const ImportProfile* FindImportProfile(std::string_view key);
+
+/// What the profile defines where no server answers; for whoever describes or serves its columns.
+std::vector<ImportFieldDef> ImportFieldsOf(const ImportProfile& profile);
 
 }  // namespace mox
