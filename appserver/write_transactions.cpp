@@ -127,8 +127,9 @@ const NamedTransaction kTransactions[] = {
 std::span<const NamedTransaction> NamedTransactionTable() {
   static const auto all = [] {
     std::vector<NamedTransaction> table(std::begin(kTransactions), std::end(kTransactions));
-    const auto imports = ImportTransactionTable();
-    table.insert(table.end(), imports.begin(), imports.end());
+    for (const auto& others : {EInvoiceTransactionTable(), ImportTransactionTable()}) {
+      table.insert(table.end(), others.begin(), others.end());
+    }
     return table;
   }();
   return all;

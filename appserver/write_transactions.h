@@ -51,8 +51,10 @@ struct NamedTransaction {
   const RecordSetRule* FindRule(std::string_view record_set) const;
 };
 
-/// Those that store documents and links, and then those of the imports.
+/// Those that store documents and links, then those of e-invoices, then those of the imports.
 std::span<const NamedTransaction> NamedTransactionTable();
+/// Those that link documents to their e-invoices, and the one that sets the company's account.
+std::span<const NamedTransaction> EInvoiceTransactionTable();
 /// Those that store what the import grid sends.
 std::span<const NamedTransaction> ImportTransactionTable();
 
