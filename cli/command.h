@@ -56,5 +56,7 @@ extern const Command kDbCommand;
 extern const Command kQueryCommand;
 extern const Command kStoreCommand;
 extern const Command kImportCommand;
+extern const Command kQrCommand;
+extern const Command kEInvoiceCommand;
 
 }  // namespace mox

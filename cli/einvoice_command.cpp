@@ -1,0 +1,69 @@
+#include <memory>
+#include <optional>
+#include <ostream>
+
+#include "appserver/company_server.h"
+#include "cli/argument_text.h"
+#include "cli/command.h"
+#include "cli/options.h"
+#include "cli/service_request.h"
+#include "mox/integrations/consumer_e_invoice.h"
+#include "mox/server/read_services.h"
+
+namespace mox {
+namespace {
+
+struct EInvoiceArguments {
+  std::string action;
+  std::string document;
+};
+
+// The number of the e-invoice that a document has.
+std::optional<std::string> ElectronicId(std::int64_t doc_id) {
+  auto link = CreateDBDataSet("ERacunVeza", "adsERacun", {{"id", doc_id}});
+  if (!link || link->IsEmpty()) return std::nullopt;
+  return link->FieldByName("electronicId").AsText();
+}
+
+void RunEInvoice(const EInvoiceArguments& arguments, Session& session) {
+  if (arguments.action != "send") {
+    throw UsageError("there is no action \"" + arguments.action + "\"; send is the one");
+  }
+  const CompanyServer& server = ServerOf(session);
+  const std::int64_t doc_id = IntegerArgument("DOCID", arguments.document);
+  const std::string document = "document " + arguments.document;
+  const bool sent_before = ElectronicId(doc_id).has_value();
+  eRacunB2CSendBill(doc_id);
+
+  if (const auto id = ElectronicId(doc_id)) {
+    session.err << document
+                << (sent_before ? " was sent before, it has the e-invoice " : " is the e-invoice ") << *id
+                << std::endl;
+    return;
+  }
+  const auto& failure = server.LastWrite().failure;
+  throw Error(document + " has no e-invoice" + (failure ? ": " + failure->ToString() : ""));
+}
+
+void Declare(Options& options) {
+  auto arguments = std::make_shared<EInvoiceArguments>();
+  options.RequiredArgument("ACTION", arguments->action, "send");
+  options.RequiredArgument("DOCID", arguments->document, "the stored document's id");
+  options.Run([arguments](Session& session) { RunEInvoice(*arguments, session); });
+}
+
+}  // namespace
+
+const Command kEInvoiceCommand = {"einvoice", "send DOCID --db FILE",
+                                  "Send a stored invoice to a private person as an e-invoice.",
+                                  R"(Example:
+  mox store UpdateIntegrationsUsersAccounts adsLoginData=account.csv --db tvrtka.db
+  mox einvoice send 1 --db tvrtka.db
+
+The account is one record with the fields EracunSendB2CBills:boolean, EracunB2CUrl, EracunUserName and
+EracunKey; a field that is left out stays as it is. CallAPIRequestSender.exe posts the invoice and has to be in
+the folder of this program. Exit status: 0 when the document has an e-invoice, also from an earlier time, which
+standard error tells; 1 when it has none.)",
+                                  Declare};
+
+}  // namespace mox
