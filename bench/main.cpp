@@ -1,15 +1,17 @@
-// Measures record sets against hand-written loops and other ways to keep a document's lines, and checks of
-// numbers against another library's, all in one run. The output ends with one line `ratio NAME VALUE` for
-// each ratio; docs/PERFORMANCE.md says what they mean.
+// Measures record sets against hand-written loops and other ways to keep a document's lines, checks of
+// numbers against another library's, and imports against a database's shell, all in one run. The output ends
+// with one line `ratio NAME VALUE` for each ratio; docs/PERFORMANCE.md says what they mean.
 
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
 #include <exception>
+#include <string_view>
 #include <vector>
 
 #include "bench/codes_benchmarks.h"
 #include "bench/document_benchmarks.h"
+#include "bench/import_benchmarks.h"
 #include "bench/measurements.h"
 #include "bench/micro_benchmarks.h"
 #include "bench/peers.h"
@@ -29,6 +31,7 @@ int Run() {
   mox::bench::RegisterMicroBenchmarks(peers);
   mox::bench::RegisterCodesBenchmarks();
   mox::bench::RegisterServerBenchmarks();
+  mox::bench::RegisterImportBenchmarks();
   mox::bench::Measurements measurements;
   benchmark::RunSpecifiedBenchmarks(&measurements);
   peers.Check();
@@ -38,12 +41,16 @@ int Run() {
   mox::bench::PrintRatios(measurements, peers);
   mox::bench::PrintCodesRatios(measurements);
   mox::bench::PrintServerRatios(measurements);
+  mox::bench::PrintImportRatios(measurements);
   return 0;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 2 && std::string_view(argv[1]) == mox::bench::kImportMemoryOption) {
+    return mox::bench::PrintImportMemory();
+  }
   // Mixed repetitions let a slow moment of the machine fall on all benchmarks alike.
   char mixed[] = "--benchmark_enable_random_interleaving=true";
   std::vector<char*> arguments(argv, argv + argc);
