@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Calculates the example documents: examples/demo.sh MOX_BINARY
+# Calculates the example documents and keeps a company's data: examples/demo.sh MOX_BINARY
 set -euo pipefail
 
 [ $# -eq 1 ] || {
@@ -32,6 +32,26 @@ show 'mox calc PrimkaKalkulacija01CalcFields primka.csv |
     mox calc calc_NC_PrimkaKalkulacija 2 |
     mox calc CalcMPC_Marza_PrimkaKalkulacija 0 2 2 --table'
 
+folder=$(mktemp -d)
+trap 'rm -rf -- "$folder"' EXIT
+db=$folder/tvrtka.db
+
+echo
+echo "A company's own database: accounts and places as they come from a spreadsheet. All rows are stored, or none."
+show 'mox db init $db'
+show 'mox import KONTNIPLAN import/kontniplan.csv --heading --yes --db $db'
+show 'mox import MJESTA import/mjesta.tsv --heading --yes --db $db'
+
+echo
+echo "Partners, three of them with a fault: every fault is shown at once, and nothing is stored. Then the mended file."
+show 'mox import PARTNERPTT import/partnerptt_faulty.tsv --heading --yes --db $db || true'
+show 'mox import PARTNERPTT import/partnerptt.tsv --heading --yes --db $db'
+
+echo
+echo "The cash invoice is stored and asked for again."
+show 'mox document gotovinski-racun gotovinski_racun_roba.csv --part totals --store --header datum=2024-03-01 --db $db'
+show 'mox query Dokument id=1 --table --db $db'
+
 cat <<TEXT
 
 What to try next, in the folder $PWD:
@@ -40,6 +60,7 @@ What to try next, in the folder $PWD:
   \$mox document --list                          # the kinds of documents, what each needs and fills
   \$mox document gotovinski-racun --csv gotovinski_racun_roba.csv      # files instead of tables
   \$mox calc --list                              # every function of document lines
+  \$mox import --list                            # what can be imported; KEY --template prints the sheet's heading
   \$mox recap --list                             # every tax recapitulation
   \$mox round -2.675 -2                          # the rounding rule behind all of it
   \$mox --help
