@@ -72,6 +72,8 @@ std::string FoldKey(std::string_view text) {
 std::vector<std::string> FoldKeys(std::string_view text) {
   if (text.find('\0') != std::string_view::npos) return {};
   std::vector<std::string> keys = {FoldKey(text)};
+  const auto is_ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  if (std::all_of(text.begin(), text.end(), is_ascii)) return keys;
   const std::string small = FoldCase(keys.front());
   for (const std::string& spelling :
        {small, WithCapitals(small, Which::kAll), WithCapitals(small, Which::kFirstOfText),
