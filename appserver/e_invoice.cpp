@@ -259,7 +259,8 @@ std::string InvoiceJson(Database& database, std::int64_t doc_id) {
     document["valuta"] = GetValutaOznakaByDate(std::get<Date>(header.FieldByName("datum").AsVariant()));
   }
   invoice[kLines.name] = AllRecords(lines);
-  invoice[kTaxes.name] = AllRecords(taxes);
+  Json& rates = invoice[kTaxes.name] = AllRecords(taxes);
+  for (Json& rate : rates) rate.erase("ukupno");  // holds fees too
   invoice["ukupno"] = Totals(doc_id, header, lines, taxes);
   try {
     return invoice.dump();

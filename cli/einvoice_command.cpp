@@ -36,8 +36,7 @@ void RunEInvoice(const EInvoiceArguments& arguments, Session& session) {
   eRacunB2CSendBill(doc_id);
 
   if (const auto id = ElectronicId(doc_id)) {
-    session.err << document
-                << (sent_before ? " was sent before, it has the e-invoice " : " is the e-invoice ") << *id
+    session.err << document << (sent_before ? " was sent before" : " was sent") << ": e-invoice " << *id
                 << std::endl;
     return;
   }

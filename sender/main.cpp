@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/files.h"
@@ -66,27 +67,44 @@ PostLimits ReadLimits() {
   return limits;
 }
 
-// The name under which the answer to an invoice is kept. It tells one invoice from any other, also from that
-// of another company with the same document identifier.
-std::string AnswerName(const std::string& url, const std::string& invoice) {
+std::string DigestOf(const std::string& bytes) {
   std::uint64_t digest = 0xCBF2'9CE4'8422'2325;  // FNV-1a
-  for (const char c : url + '\n' + invoice) {
-    digest = (digest ^ static_cast<unsigned char>(c)) * 0x100'0000'01B3;
-  }
+  for (const char c : bytes) digest = (digest ^ static_cast<unsigned char>(c)) * 0x100'0000'01B3;
   char text[32];
-  std::snprintf(text, sizeof text, "adsB2C %016llx", static_cast<unsigned long long>(digest));
+  std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(digest));
   return text;
 }
 
-// An answer that nobody took, of an attempt that was cut short, says that the intermediary has the invoice.
-bool HasAcceptedAnswer(const std::string& answer_file, const std::string& name) {
+// The name under which the answer to an invoice is kept. It tells one invoice from any other, also from that
+// of another company with the same document identifier.
+std::string AnswerName(const std::string& url, const std::string& invoice) {
+  return "adsB2C " + DigestOf(url + '\n' + invoice);
+}
+
+// The name of an answer that nobody took, of an attempt that was cut short, where it says that the
+// intermediary has an invoice.
+std::optional<std::string> AcceptedAnswer(const std::string& answer_file) {
   try {
     RecordSet answer;
     answer.LoadFromFile(answer_file);
-    return answer.Name() == name && IsAccepted(answer);
+    if (IsAccepted(answer)) return answer.Name();
   } catch (const Error&) {
-    return false;
+    return std::nullopt;
   }
+  return std::nullopt;
+}
+
+// An accepted answer to another invoice than the one at hand is the only trace of an e-invoice: it is moved
+// to a name of its own. Any other old answer goes.
+void ClearTheWay(const std::string& answer_file, const std::optional<std::string>& accepted) {
+  if (!accepted) {
+    if (!RemoveFile(answer_file)) throw Error(answer_file + ": an old answer cannot be removed");
+    return;
+  }
+  const std::string aside =
+      std::filesystem::path(answer_file).replace_extension(DigestOf(*accepted) + ".xml").string();
+  std::filesystem::rename(answer_file, aside);
+  std::cerr << aside << ": the answer to an invoice that was sent and never recorded\n";
 }
 
 // Whatever happens on the way has its answer.
@@ -118,11 +136,12 @@ ExitStatus PostInvoice(const Parameters& parameters) {
 
   const std::string invoice = ReadWholeFile(invoice_file);
   const std::string name = AnswerName(url, invoice);
-  if (HasAcceptedAnswer(answer_file, name)) {
+  const std::optional<std::string> accepted = AcceptedAnswer(answer_file);
+  if (accepted == name) {
     std::cerr << "document " << document << ": sent before, its answer is kept\n";
     return kDone;
   }
-  if (!RemoveFile(answer_file)) throw Error(answer_file + ": an old answer cannot be removed");
+  ClearTheWay(answer_file, accepted);
   RecordSet answer = Posted(url, invoice, ReadLimits());
   answer.SetName(name);
   answer.SaveToFile(answer_file);
