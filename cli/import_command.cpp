@@ -118,8 +118,8 @@ class ImportSession : public ImportGridView {
     form.GridKeyDown(U'E', {.alt = true});
     session_.clipboard = {};
     form.ProvjeraIUvozClick();
-    if (!arguments_.faults.empty()) ReplaceFile(arguments_.faults, FaultLines(form));
     if (form.ModalResult() == kMrNone) faults_ = CollectFaults(form);
+    if (!arguments_.faults.empty()) WriteFaults(FaultLines(form));
   }
   void StatusChanged(const TfrmStatus& status, bool /*repaint*/) override {
     if (status.Visible()) {
@@ -133,6 +133,16 @@ class ImportSession : public ImportGridView {
   std::optional<RecordSet>& Faults() { return faults_; }
 
  private:
+  // Where no row is faulty, all may be stored already, and a file that cannot be written changes nothing.
+  void WriteFaults(const std::string& lines) {
+    try {
+      ReplaceFile(arguments_.faults, lines);
+    } catch (const Error& error) {
+      if (!lines.empty()) throw;
+      session_.err << "mox: warning: " << OnOneLine(error.what()) << std::endl;
+    }
+  }
+
   // What a column holds at most in both record sets.
   static std::vector<SheetColumn> Widths(TfrmImportGrid& form) {
     std::vector<SheetColumn> columns;

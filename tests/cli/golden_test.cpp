@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -22,6 +23,7 @@ namespace fs = std::filesystem;
 //   $ mox ARGUMENTS    a command, or several joined by " | "; "< NAME" gives it standard input, and quotes
 //                      hold an argument together
 //   > TEXT             a line that it printed; a carriage return at its end is written \r
+//                      and the seconds of "in 0.1 s" are written T
 //   ! TEXT             a line of its standard error
 //   = STATUS           its exit status, where that is not 0
 //
@@ -116,7 +118,8 @@ std::string Replay(const std::string& golden) {
     } else if (line.starts_with("$ ")) {
       file.close();
       const Result result = RunLine(line.substr(2));
-      AppendMarked(">", result.out, actual);
+      static const std::regex kSeconds(R"(in \d+\.\d s\n)");
+      AppendMarked(">", std::regex_replace(result.out, kSeconds, "in T s\n"), actual);
       AppendMarked("!", result.err, actual);
       if (result.status != 0) actual += "= " + std::to_string(result.status) + "\n";
     }
