@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Calculates the example documents and keeps a company's data: examples/demo.sh MOX_BINARY
+# Calculates the example documents, keeps a company's data and sends an invoice: examples/demo.sh MOX_BINARY
 set -euo pipefail
 
 [ $# -eq 1 ] || {
@@ -49,8 +49,24 @@ show 'mox import PARTNERPTT import/partnerptt.tsv --heading --yes --db $db'
 
 echo
 echo "The cash invoice is stored and asked for again."
-show 'mox document gotovinski-racun gotovinski_racun_roba.csv --part totals --store --header datum=2024-03-01 --db $db'
+show 'mox document gotovinski-racun gotovinski_racun_roba.csv --part totals --store --header datum=2024-03-01 --header par_id=2 --db $db'
 show 'mox query Dokument id=1 --table --db $db'
+
+python3 intermediary.py "$folder" &
+trap 'kill "$!"; rm -rf -- "$folder"' EXIT
+for _ in {1..100}; do [ -s "$folder/port" ] || sleep 0.1; done
+printf 'EracunSendB2CBills:boolean,EracunB2CUrl\ntrue,http://127.0.0.1:%s/accept\n' "$(cat "$folder/port")" >"$folder/account.csv"
+
+echo
+echo "Its buyer is a private person, so it goes out as an e-invoice, here to an intermediary on this computer; only once."
+show 'mox store UpdateIntegrationsUsersAccounts adsLoginData=$folder/account.csv --db $db'
+show 'mox einvoice send 1 --db $db'
+show 'mox einvoice send 1 --db $db'
+show 'mox query ERacunVeza id=1 --table --db $db'
+
+echo
+echo "The code through which the buyer verifies the receipt, as a picture."
+show 'mox qr receipt --zki 0a1b2c3d4e5f60718293a4b5c6d7e8f9 --amount 136.46 --time 2024-03-01T09:05'
 
 cat <<TEXT
 
