@@ -1,5 +1,6 @@
 #include "mox/foundation/currency.h"
 
+#include <array>
 #include <charconv>
 #include <cstdlib>
 #include <optional>
@@ -114,12 +115,22 @@ Currency Currency::Parse(std::string_view text) {
 
 std::string Currency::ToString() const {
   const bool negative = scaled_ < 0;
-  const std::uint64_t magnitude =
+  std::uint64_t rest =
       negative ? 0U - static_cast<std::uint64_t>(scaled_) : static_cast<std::uint64_t>(scaled_);
-  std::string decimals = std::to_string(magnitude % 10'000);
-  decimals.insert(0, 4 - decimals.size(), '0');
-  while (decimals.size() > 2 && decimals.back() == '0') decimals.pop_back();
-  return (negative ? "-" : "") + std::to_string(magnitude / 10'000) + "." + decimals;
+  int decimals = 4;
+  for (; decimals > 2 && rest % 10 == 0; --decimals) rest /= 10;
+  std::array<char, 24> text;
+  std::size_t at = text.size();
+  const auto put_digit = [&] {
+    text[--at] = static_cast<char>('0' + rest % 10);
+    rest /= 10;
+  };
+  for (int i = 0; i < decimals; ++i) put_digit();
+  text[--at] = '.';
+  do put_digit();
+  while (rest > 0);
+  if (negative) text[--at] = '-';
+  return std::string(text.data() + at, text.size() - at);
 }
 
 }  // namespace mox

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -43,7 +42,8 @@ class TextReader {
 
   /// Up to the next blank or line break; it is not skipped yet.
   std::string_view Word() const {
-    const std::size_t end = std::min(text_.find_first_of(" \n", at_), text_.size());
+    std::size_t end = at_;
+    while (end < text_.size() && text_[end] != ' ' && text_[end] != '\n') ++end;
     return text_.substr(at_, end - at_);
   }
 
