@@ -1,5 +1,6 @@
 #include "mox/foundation/exchange_text.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "mox/foundation/error.h"
