@@ -1,18 +1,11 @@
 #include <algorithm>
-#include <ctime>
 
 #include "appserver/e_invoice.h"
 #include "appserver/read_service.h"
+#include "mox/foundation/clock.h"
 
 namespace mox {
 namespace {
-
-Date Today() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  return MakeDate(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday).value();
-}
 
 // The rate is asked by the currency's id or by its code.
 void CheckTecaj(Database& /*database*/, ServiceInputs& inputs) {

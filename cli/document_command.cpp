@@ -13,6 +13,7 @@
 #include "cli/text_table.h"
 #include "mox/codes/amount_in_words.h"
 #include "mox/codes/exchange_rates.h"
+#include "mox/foundation/clock.h"
 #include "mox/foundation/locale_text.h"
 
 namespace mox {

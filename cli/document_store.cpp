@@ -1,10 +1,10 @@
 #include "cli/document_store.h"
 
 #include <algorithm>
-#include <ctime>
 
 #include "appserver/company_server.h"
 #include "cli/service_request.h"
+#include "mox/foundation/clock.h"
 #include "mox/foundation/text.h"
 #include "mox/server/transactions.h"
 
@@ -51,13 +51,6 @@ void CollectLost(const RecordSet& lines, const Columns& columns, std::vector<std
 }
 
 }  // namespace
-
-Date Today() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local = {};
-  localtime_r(&now, &local);
-  return *MakeDate(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
-}
 
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header_words,
                         std::vector<std::string>& lost) {

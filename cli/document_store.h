@@ -9,9 +9,6 @@ namespace mox {
 
 class CompanyServer;
 
-/// The day by the clock and time zone of this computer.
-Date Today();
-
 /// Stores a calculated document in one transaction: its header of the words NAME=VALUE (fields of the
 /// database's table of documents; the date is today where none is given), its lines and its recapitulation.
 /// Answers what the server gave it, one record: id, vrsta, godina, broj, datum. Appends to `lost` the names

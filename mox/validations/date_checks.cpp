@@ -1,7 +1,6 @@
-#include <chrono>
 #include <cstdint>
-#include <ctime>
 
+#include "mox/foundation/clock.h"
 #include "mox/foundation/rounding.h"
 #include "mox/validations/dialogs_internal.h"
 #include "mox/validations/validations.h"
@@ -10,15 +9,6 @@ namespace mox {
 namespace {
 
 constexpr std::int32_t kLongestPaymentTerm = 360;  // days
-
-DateTime LocalNow() {
-  const auto now = std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
-  const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-  const std::tm local = *std::localtime(&seconds);
-  const auto today = MakeDate(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
-  const std::int64_t of_day = (local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec;
-  return {StartOf(today.value()).milliseconds + of_day * 1000 + now.time_since_epoch().count() % 1000};
-}
 
 bool IsOverridden() {
   RecordSet* const parameters = App().Comunication().CompanyParameters();
