@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "appserver/database.h"
 #include "appserver/import_catalogue.h"
@@ -46,6 +47,13 @@ struct ServiceInfo {
   std::string_view answers;
   std::string_view summary;
 };
+
+/// An input of a service, or a record set of a transaction.
+struct ServiceInput : FieldDef {
+  bool may_be_left_out = false;
+};
+/// Of `ServiceInfo::inputs`. Raises Error for another text.
+std::vector<ServiceInput> ParseInputs(std::string_view inputs);
 
 /// The application server in the host's own process: answers named services from a company database and
 /// stores named transactions in it. The company parameters are those of the database; parameters set on this

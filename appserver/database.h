@@ -13,7 +13,7 @@
 
 namespace mox {
 
-class DatabaseConnection;  // the connection behind these classes; only database*.cpp see it
+class DatabaseConnection;  // what knows the engine, in connection.h
 
 /// A company database that cannot be opened, read or written. what() says which file, and why, for people.
 class DatabaseError : public Error {

@@ -42,22 +42,29 @@ RecordSet RunQuery(const ServiceAnswer& answer, Database& database, const Servic
 
 }  // namespace
 
+std::vector<ServiceInput> ParseInputs(std::string_view inputs) {
+  std::vector<ServiceInput> parsed;
+  for (FieldDef& column : ParseColumns(inputs)) {
+    ServiceInput& input = parsed.emplace_back(ServiceInput{std::move(column)});
+    input.may_be_left_out = input.name.ends_with('?');
+    if (input.may_be_left_out) input.name.pop_back();
+  }
+  return parsed;
+}
+
 ServiceInputs::ServiceInputs(std::string_view declared, const TAstaParamList& request) {
-  const Columns columns = declared.empty() ? Columns() : ParseColumns(declared);
-  for (const FieldDef& column : columns) {
-    const bool optional = column.name.ends_with('?');
-    const std::string name = column.name.substr(0, column.name.size() - (optional ? 1 : 0));
-    const TAstaParam* const given = request.FindParam(name);
+  for (const ServiceInput& input : ParseInputs(declared)) {
+    const TAstaParam* const given = request.FindParam(input.name);
     Value value;
     try {
-      if (given != nullptr) value = ConvertTo(column.kind, given->AsVariant());
+      if (given != nullptr) value = ConvertTo(input.kind, given->AsVariant());
     } catch (const Error& error) {
-      throw Error("input " + Quoted(name) + ": " + error.what());
+      throw Error("input " + Quoted(input.name) + ": " + error.what());
     }
-    if (!optional && std::holds_alternative<std::monostate>(value)) {
-      throw Error("input " + Quoted(name) + " is missing");
+    if (!input.may_be_left_out && std::holds_alternative<std::monostate>(value)) {
+      throw Error("input " + Quoted(input.name) + " is missing");
     }
-    inputs_.push_back({name, column.kind, std::move(value)});
+    inputs_.push_back({input.name, input.kind, std::move(value)});
   }
   for (std::size_t i = 0; i < request.Count(); ++i) {
     const std::string& name = request[i].Name();

@@ -9,20 +9,6 @@
 namespace mox {
 namespace {
 
-struct Input : FieldDef {
-  bool optional = false;
-};
-
-std::vector<Input> InputsOf(const ServiceInfo& service) {
-  std::vector<Input> inputs;
-  for (FieldDef& column : ParseColumns(service.inputs)) {
-    Input& input = inputs.emplace_back(Input{std::move(column)});
-    input.optional = input.name.ends_with('?');
-    if (input.optional) input.name.pop_back();
-  }
-  return inputs;
-}
-
 std::string KindInCapitals(FieldKind kind) {
   std::string name(KindName(kind));
   std::transform(name.begin(), name.end(), name.begin(),
@@ -33,10 +19,10 @@ std::string KindInCapitals(FieldKind kind) {
 // " skl_id=INTEGER [val_ozn=TEXT]".
 std::string Shown(const ServiceInfo& service, std::string_view value) {
   std::string shown;
-  for (const Input& input : InputsOf(service)) {
+  for (const ServiceInput& input : ParseInputs(service.inputs)) {
     const std::string word =
         input.name + "=" + (value.empty() ? KindInCapitals(input.kind) : std::string(value));
-    shown += input.optional ? " [" + word + "]" : " " + word;
+    shown += input.may_be_left_out ? " [" + word + "]" : " " + word;
   }
   return shown;
 }
@@ -76,11 +62,11 @@ std::vector<NamedValue> NamedValues(std::span<const std::string> words) {
 }
 
 TAstaParamList RequestFor(const ServiceInfo& service, std::span<const std::string> words) {
-  const std::vector<Input> inputs = InputsOf(service);
+  const std::vector<ServiceInput> inputs = ParseInputs(service.inputs);
   TAstaParamList request;
   for (const auto& [name, text] : NamedValues(words)) {
     const auto input = std::find_if(inputs.begin(), inputs.end(),
-                                    [&](const Input& known) { return SameName(known.name, name); });
+                                    [&](const ServiceInput& known) { return SameName(known.name, name); });
     if (input == inputs.end()) {
       throw UsageError(std::string(service.name) + " has no input \"" + name + "\"");
     }
