@@ -4,33 +4,16 @@
 
 #include <climits>
 
-#include "mox/foundation/app.h"
 #include "mox/foundation/error.h"
-#include "mox/host/memory_settings.h"
-#include "mox/server/param_list.h"
+#include "tests/fakes/recording_host.h"
 
 namespace mox {
 namespace {
 
-class FakeHost : public TdmComunication, public AppLocale {
- public:
-  MemorySettings ini;
-  RecordSet* parameters = nullptr;
-  LocaleSettings locale;
-
-  RecordSet* CompanyParameters() override { return parameters; }
-  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList&, std::string_view) override {
-    return nullptr;
-  }
-  int WriteDataService(const TAstaParamList&) override { return 0; }
-  const LocaleSettings& Settings() const override { return locale; }
-  void SetCurrencySymbol(std::string_view symbol) override { locale.currency_symbol = symbol; }
-};
-
 class Precision : public testing::Test {
  protected:
-  FakeHost host_;
-  ScopedApp app_{{.ini = &host_.ini, .comunication = &host_, .locale = &host_}};
+  RecordingHost host_;
+  ScopedApp app_{host_.Parts()};
 };
 
 TEST_F(Precision, ReadsAndWritesTheSettingsOfEachPrice) {
@@ -45,8 +28,8 @@ TEST_F(Precision, ReadsAndWritesTheSettingsOfEachPrice) {
   for (const auto& row : rows) {
     const std::string digits = row.kind + "_CALC_DIGIT";
     const auto stored = [&] {
-      return host_.ini.ReadString("GENERAL", digits, "none") + " " +
-             host_.ini.ReadString("GENERAL", row.kind + "_CALC_MASK", "none");
+      return host_.settings.ReadString("GENERAL", digits, "none") + " " +
+             host_.settings.ReadString("GENERAL", row.kind + "_CALC_MASK", "none");
     };
     EXPECT_EQ(row.get(), 2) << row.kind;
     row.set_mask();
@@ -56,15 +39,15 @@ TEST_F(Precision, ReadsAndWritesTheSettingsOfEachPrice) {
     EXPECT_EQ(stored(), "4 #,0.00;-#,0.00") << "refreshed separately";
     row.set_mask();
     EXPECT_EQ(stored(), "4 #,0.0000;-#,0.0000");
-    host_.ini.WriteString("GENERAL", digits, " -1 ");
+    host_.settings.WriteString("GENERAL", digits, " -1 ");
     EXPECT_EQ(row.get(), -1) << "as read";
-    host_.ini.WriteString("GENERAL", digits, "two");
+    host_.settings.WriteString("GENERAL", digits, "two");
     EXPECT_EQ(row.get(), 2) << "not an integer";
   }
   EXPECT_EQ(GetKolDecimalPlaces(), 2);
   EXPECT_EQ(GetKolFormat(), "#,0.00;-#,0.00");
-  host_.ini.WriteString("GENERAL", "KOL_NUM", "0");
-  host_.ini.WriteString("GENERAL", "KOL_MASK", "0.000");
+  host_.settings.WriteString("GENERAL", "KOL_NUM", "0");
+  host_.settings.WriteString("GENERAL", "KOL_MASK", "0.000");
   EXPECT_EQ(GetKolDecimalPlaces(), 0);
   EXPECT_EQ(GetKolFormat(), "0.000");
 }
@@ -107,7 +90,7 @@ TEST_F(Precision, GivesDisplayFormats) {
   EXPECT_EQ(set.FieldByName("ukupno").DisplayFormat(), "#,0.00;-#,0.00");
   EXPECT_EQ(set.FieldByName("ukupno").DisplayText(), "") << "null";
   SetSystemCurrencySymbol("kn");
-  EXPECT_EQ(host_.locale.currency_symbol, "kn");
+  EXPECT_EQ(CurrentLocale().currency_symbol, "kn");
 }
 
 TEST(PrecisionOfNoHost, SaysWhatIsMissing) {
