@@ -16,6 +16,7 @@
 #include "mox/host/system_platform.h"
 #include "sender/http_post.h"
 #include "sender/invoice_answer.h"
+#include "sender/one_at_a_time.h"
 #include "sender/parameters.h"
 #include "sender/qr_picture.h"
 
@@ -134,6 +135,7 @@ ExitStatus PostInvoice(const Parameters& parameters) {
   const std::string answer_file = std::filesystem::path(invoice_file).replace_extension(".xml").string();
   if (answer_file == invoice_file) throw UsageError("-link is the answer's file");
 
+  WaitForOtherSenders(SystemPlatform().ApplicationFolder());
   const std::string invoice = ReadWholeFile(invoice_file);
   const std::string name = AnswerName(url, invoice);
   const std::optional<std::string> accepted = AcceptedAnswer(answer_file);
