@@ -34,7 +34,7 @@ install(
 
 # pkg-config: the prefix is found from where the file lies, so an installed tree can be moved. A static library comes
 # before those it uses, which is the layers' order turned round.
-get_property(link_order GLOBAL PROPERTY MOX_STATIC_LIBRARIES)
+set(link_order ${libraries})
 list(REVERSE link_order)
 list(TRANSFORM link_order PREPEND -l)
 list(JOIN link_order " " MOX_PC_LIBS)

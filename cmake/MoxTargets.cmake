@@ -3,30 +3,21 @@
 # mox_library(NAME [DEPENDS LAYER...])
 #
 # The static library `mox_NAME` (alias `mox::NAME`) of the current folder's sources. DEPENDS names the layers that it may
-# use; its link line is the layer rule. A folder without sources yet is an interface target of the same name.
+# use; its link line is the layer rule.
 function(mox_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "DEPENDS")
   file(GLOB sources CONFIGURE_DEPENDS *.cpp)
 
   set(target mox_${name})
-  if(sources)
-    set(scope PUBLIC)
-    add_library(${target} STATIC ${sources})
-    mox_compile_options(${target})
-    set_property(GLOBAL APPEND PROPERTY MOX_STATIC_LIBRARIES ${target})
-  else()
-    set(scope INTERFACE)
-    add_library(${target} INTERFACE)
-    target_compile_features(${target} INTERFACE cxx_std_20)
-    target_compile_options(${target} INTERFACE ${MOX_EXACTNESS_FLAGS})
-  endif()
+  add_library(${target} STATIC ${sources})
+  mox_compile_options(${target})
   add_library(mox::${name} ALIAS ${target})
   set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
   target_include_directories(
-    ${target} ${scope} $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+    ${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
   )
   list(TRANSFORM arg_DEPENDS PREPEND mox::)
-  target_link_libraries(${target} ${scope} ${arg_DEPENDS})
+  target_link_libraries(${target} PUBLIC ${arg_DEPENDS})
   set_property(GLOBAL APPEND PROPERTY MOX_LIBRARIES ${target})
 endfunction()
 
@@ -36,9 +27,6 @@ endfunction()
 function(mox_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LIBRARIES")
   file(GLOB sources CONFIGURE_DEPENDS *.cpp)
-  if(NOT sources)
-    return()
-  endif()
 
   set(target mox_${name}_test)
   add_executable(${target} ${sources})
