@@ -45,7 +45,9 @@ TEST(Run, ReportsAnErrorOnOneLine) {
 
 TEST(Run, HelpsWithEachCommand) {
   EXPECT_NE(RunWith({"--help"}).out.find("Usage: mox [OPTION...] COMMAND [ARGUMENT...]"), std::string::npos);
-  for (const char* command : {"round", "calc", "recap", "document"}) {
+  for (const char* command :
+       {"round", "calc", "recap", "total", "document", "oib", "iban", "words", "currency", "workdays",
+        "service", "db", "query", "store", "import", "qr", "einvoice"}) {
     const Outcome outcome = RunWith({command, "--help"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_NE(outcome.out.find(std::string("Usage: mox [OPTION...] ") + command), std::string::npos);
