@@ -123,7 +123,7 @@ void TfrmImportGrid::ProvjeraIUvozClick() {
     const RecordSet* const stored[] = {&target_};
     ExecuteTransaction(profile->transaction, stored);
   }
-  modal_result_ = kMrOk;
+  modal_result_ = provjera_i_uvoz_button_.modal_result;
 }
 
 // Whether all rows are in order; none where there are no rows.

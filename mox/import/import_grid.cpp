@@ -57,8 +57,8 @@ TfrmImportGrid::TfrmImportGrid(ImportGridView& view, std::string_view profile_ke
       preracun_velicina_button_{.caption = "Preračun veličina"},
       generiranje_sifri_button_{.caption = "Generiranje šifri"},
       ws_katalog_button_{.caption = "WS Katalog"},
-      provjera_i_uvoz_button_{.caption = "Provjera i uvoz podataka"},
-      odustani_button_{.caption = "Odustani"} {}
+      provjera_i_uvoz_button_{.caption = "Provjera i uvoz podataka", .modal_result = kMrOk},
+      odustani_button_{.caption = "Odustani", .modal_result = kMrCancel, .cancel = true} {}
 
 bool CallImportGrid(std::string_view profile_key, ImportGridView& view) {
   TfrmImportGrid form(view, profile_key);

@@ -43,6 +43,8 @@ struct FormButton {
   std::string caption;
   bool visible = true;
   std::string hint = {};
+  int modal_result = kMrNone;  ///< with which it closes the form, unless its click decides otherwise
+  bool cancel = false;         ///< the escape key presses it
 };
 
 /// How the grid draws something: colours as 0xBBGGRR, and those of the system with kSystemColor. A colour
@@ -126,7 +128,7 @@ class TfrmImportGrid {
   /// Checks all rows and stores them when they are in order and the user agrees. The modal result is OK also
   /// where he declines or the server refuses. An error of the server leaves the dialog open.
   void ProvjeraIUvozClick();
-  void OdustaniClick() { modal_result_ = kMrCancel; }
+  void OdustaniClick() { modal_result_ = odustani_button_.modal_result; }
   /// The style of the current source row, null for the grid's own.
   const GridStyle* RowStyle() const;
 
