@@ -124,6 +124,11 @@ Columns Database::TableColumns(std::string_view table) {
       [&] { return connection_->dialect().TableColumns(connection_->session(), std::string(table)); });
 }
 
+std::vector<Reference> Database::References(std::string_view table) {
+  return connection_->Run(
+      [&] { return connection_->dialect().References(connection_->session(), std::string(table)); });
+}
+
 std::vector<std::string> Database::TableNames() {
   return connection_->Run([&] { return connection_->dialect().TableNames(connection_->session()); });
 }

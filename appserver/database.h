@@ -23,6 +23,13 @@ class DatabaseError : public Error {
 
 /// The columns of an answer: names with their kinds, in order.
 using Columns = std::vector<FieldDef>;
+
+/// The rows of `table` that a column refers to by their `key`.
+struct Reference {
+  std::string column;
+  std::string table;
+  std::string key;
+};
 /// From "id:integer,naziv:text,tecaj:float"; a name without a kind is a text.
 Columns ParseColumns(std::string_view columns);
 
@@ -97,6 +104,8 @@ class Database {
   /// The fields of a table in their order, with the kinds of their columns; empty where there is no such
   /// table.
   Columns TableColumns(std::string_view table);
+  /// What the columns of a table refer to.
+  std::vector<Reference> References(std::string_view table);
   /// All tables, by name.
   std::vector<std::string> TableNames();
   /// Reads the whole file; raises DatabaseError that says what is damaged.

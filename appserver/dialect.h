@@ -39,6 +39,7 @@ class Dialect {
 
   virtual std::vector<std::string> TableNames(soci::session& session) const = 0;
   virtual Columns TableColumns(soci::session& session, const std::string& table) const = 0;
+  virtual std::vector<Reference> References(soci::session& session, const std::string& table) const = 0;
   /// What the engine's full check finds; empty where all is well.
   virtual std::string FindDamage(soci::session& session) const = 0;
 

@@ -223,6 +223,18 @@ class Sqlite : public Dialect {
     return columns;
   }
 
+  std::vector<Reference> References(soci::session& session, const std::string& table) const override {
+    std::vector<Reference> references;
+    Reference row;
+    soci::statement statement =
+        (session.prepare
+             << "SELECT \"from\", \"table\", \"to\" FROM pragma_foreign_key_list(:name) ORDER BY id",
+         soci::use(table), soci::into(row.column), soci::into(row.table), soci::into(row.key));
+    statement.execute();
+    while (statement.fetch()) references.push_back(row);
+    return references;
+  }
+
   std::string FindDamage(soci::session& session) const override {
     auto finding = Answer<std::string>(session, "PRAGMA integrity_check(1)");
     std::replace(finding.begin(), finding.end(), '\n', ' ');

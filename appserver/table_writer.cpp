@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
 
 namespace mox {
 namespace {
@@ -37,7 +38,7 @@ bool ParseYesOrNo(const std::string& text) {
 class TableWriter {
  public:
   TableWriter(Database& database, RecordSet& records, const TableRule& rule, std::string_view returning = {})
-      : records_(records), rule_(rule), columns_(database.TableColumns(rule.table)) {
+      : database_(database), records_(records), rule_(rule), columns_(database.TableColumns(rule.table)) {
     if (columns_.empty()) throw Error("the database has no table \"" + std::string(rule.table) + "\"");
     MapConstants();
     MapFields();
@@ -192,6 +193,7 @@ class TableWriter {
     } catch (const WriteRefused&) {
       throw;
     } catch (const Error& error) {
+      if (binding == nullptr) RefuseBrokenReference(row);
       Refuse(row, binding == nullptr ? FieldIn(error.what()) : NameOf(*binding), error.what());
     }
   }
@@ -249,10 +251,25 @@ class TableWriter {
     return column;
   }
 
+  // An engine need not say which of the references of a row is broken.
+  void RefuseBrokenReference(std::size_t row) const {
+    for (const Reference& reference : database_.References(rule_.table)) {
+      for (const FieldColumn& field : fields_) {
+        if (names_[field.parameter] != reference.column || IsBlank(records_, field.field)) continue;
+        const Value value = records_.FieldAt(field.field).AsVariant();
+        const std::string sql = "SELECT 1 FROM " + reference.table + " WHERE " + reference.key + " = :key";
+        if (!database_.Query("found", ParseColumns("found:integer"), sql, {value}).IsEmpty()) continue;
+        Refuse(row, NameOf(field),
+               reference.table + " has no row with " + reference.key + " \"" + ToText(value) + '"');
+      }
+    }
+  }
+
   [[noreturn]] void Refuse(std::size_t row, std::string field, std::string message) const {
     throw WriteRefused({"", records_.Name(), row, std::move(field), std::move(message)});
   }
 
+  Database& database_;
   RecordSet& records_;
   const TableRule& rule_;
   Columns columns_;

@@ -47,6 +47,10 @@ DocumentKey InsertHeader(Database& database, RecordSet& header, TableRule rule) 
   key.godina = ToCivil(key.datum).year;
   if (const auto year = header.FindField("godina"); year && !year->IsNull()) {
     key.godina = HeaderValue(header, "godina", ToInteger);
+    if (key.godina < 1 || key.godina > 9999) {
+      throw WriteRefused(
+          {"", header.Name(), 1, "godina", '"' + std::to_string(key.godina) + "\" is not a year"});
+    }
   }
   key.broj = NextNumber(database, key);
   rule.constants = {{"vrsta", key.vrsta}, {"godina", key.godina}, {"broj", key.broj}};
