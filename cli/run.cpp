@@ -123,6 +123,15 @@ std::string CommandError(const CLI::App& app, const CLI::ParseError& error) {
   return "there is no command \"" + rest.front() + "\"" + DidYouMean(rest.front(), names);
 }
 
+// What is wrong with the arguments of a command. An unknown option is said before what is missing for it.
+std::string ArgumentError(const CLI::App& app, const CLI::ParseError& error) {
+  for (const std::string& word : app.remaining(true)) {
+    if (word.size() > 1 && word.starts_with("-") && !IsNumber(word))
+      return "there is no option \"" + word + "\"";
+  }
+  return error.what();
+}
+
 // --- results and errors ---
 
 void Report(const std::string& message, std::ostream& err) {
@@ -161,7 +170,8 @@ int Run(const std::vector<std::string>& arguments, std::istream& in, std::ostrea
     if (out.flush()) return kDone;
     Report(kUnwritable, err);
   } catch (const CLI::ParseError& error) {
-    return WrongUsage(parsed.command, parsed.command.empty() ? CommandError(app, error) : error.what(), err);
+    return WrongUsage(parsed.command,
+                      parsed.command.empty() ? CommandError(app, error) : ArgumentError(app, error), err);
   } catch (const UsageError& error) {
     return WrongUsage(parsed.command, error.what(), err);
   } catch (const Abort&) {

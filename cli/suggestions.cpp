@@ -35,7 +35,8 @@ std::string DidYouMean(std::string_view unknown, const std::vector<std::string_v
     const std::string folded_name = FoldCase(name);
     const bool part = folded.size() > 2 && folded_name.find(folded) != std::string::npos;
     const std::size_t distance = EditDistance(folded, folded_name);
-    if (part || distance <= std::max<std::size_t>(2, folded.size() / 4)) near.emplace_back(distance, name);
+    const std::size_t most = std::max<std::size_t>(2, folded.size() / 4);
+    if (part || (distance <= most && distance < folded.size())) near.emplace_back(distance, name);
   }
   std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
   const std::size_t most = !near.empty() && near.front().first == 0 ? 1 : kMostSuggestions;

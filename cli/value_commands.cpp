@@ -66,13 +66,14 @@ constexpr Rule kCurrency = {{{{"DATE", "a date"}}}, [](const Texts& texts, Sessi
 
 constexpr Rule kWorkdays = {
     {{{"FROM", "a date, or a moment"}, {"TO", "a date, or a moment"}}}, [](const Texts& texts, Session&) {
-      return std::to_string(WorkingDaysBetween(Moment(kWorkdays, texts, 0), Moment(kWorkdays, texts, 1))) +
-             "\n";
+      const DateTime from = Moment(kWorkdays, texts, 0);
+      return std::to_string(WorkingDaysBetween(from, Moment(kWorkdays, texts, 1))) + "\n";
     }};
 
 constexpr Rule kService = {
     {{{"START", "the first day"}, {"END", "the last day"}}}, [](const Texts& texts, Session&) {
-      const Staz staz = CalcStaz(DayOf(Moment(kService, texts, 0)), DayOf(Moment(kService, texts, 1)));
+      const Date start = DayOf(Moment(kService, texts, 0));
+      const Staz staz = CalcStaz(start, DayOf(Moment(kService, texts, 1)));
       return std::to_string(staz.days) + " " + std::to_string(staz.months) + " " +
              std::to_string(staz.years) + "\n";
     }};
