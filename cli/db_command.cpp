@@ -44,6 +44,7 @@ void PrintInfo(const DbArguments& arguments, Session& session) {
 }
 
 void RunDb(const DbArguments& arguments, Session& session) {
+  if (arguments.file.empty()) throw UsageError("FILE is empty");
   if (arguments.action == "info") return PrintInfo(arguments, session);
   if (arguments.action != "init") {
     throw UsageError("there is no action \"" + arguments.action +

@@ -139,6 +139,7 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
   if (arguments.kind.empty()) throw UsageError("KIND is required; --list names them");
   const DocumentKind& kind = FindDocumentKind(arguments.kind);
   const DocumentPart* const part = FindPart(arguments.part);
+  if (!arguments.store && !arguments.header.empty()) throw UsageError("--header needs --store");
   std::vector<std::string> paths = arguments.paths;
   if (paths.empty()) paths.emplace_back("-");
   const std::size_t most = (kind.goods.Exists() ? 1U : 0U) + (kind.services.Exists() ? 1U : 0U);

@@ -17,25 +17,35 @@ const FieldDef* FindColumn(const Columns& columns, std::string_view name) {
   return found == columns.end() ? nullptr : &*found;
 }
 
+// What the lines or the database say, and no caller.
+bool IsSetWhenStored(Document& document, std::string_view name) {
+  return SameName(name, "id") || SameName(name, "vrsta") || SameName(name, "broj") ||
+         (SameName(name, "ukupno") && document.Total());
+}
+
+// The server refuses texts that are too long; a field with a size would cut them.
 RecordSet Header(Document& document, const Columns& columns, std::span<const std::string> words) {
   RecordSet header("Zaglavlje");
   std::vector<Value> values;
   const auto add = [&](std::string_view name, Value value) {
     const FieldDef* const column = FindColumn(columns, name);
-    if (column == nullptr || SameName(name, "id") || SameName(name, "broj")) {
+    if (column == nullptr) {
       throw UsageError("--header: a document has no field \"" + std::string(name) + "\"");
     }
     if (header.FindFieldIndex(name)) throw UsageError("--header: " + std::string(name) + " is given twice");
-    header.DefineField(column->name, column->kind, column->size);
+    header.DefineField(column->name, column->kind);
     values.push_back(std::move(value));
   };
   add("vrsta", std::string(document.kind().name));
   for (const auto& [name, text] : NamedValues(words)) {
+    if (IsSetWhenStored(document, name)) {
+      throw UsageError("--header: " + name + " is set when the document is stored");
+    }
     const FieldDef* const column = FindColumn(columns, name);
     add(name, column == nullptr ? Value() : InputValue(*column, text));
   }
   if (!header.FindFieldIndex("datum")) add("datum", Today());
-  if (const auto total = document.Total(); total && !header.FindFieldIndex("ukupno")) add("ukupno", *total);
+  if (const auto total = document.Total(); total) add("ukupno", *total);
   header.Open();
   header.AppendRecord(values);
   return header;

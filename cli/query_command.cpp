@@ -15,6 +15,7 @@ struct QueryArguments {
   std::string service;
   std::vector<std::string> values;
   std::string part;
+  bool list = false;
   bool table = false;
 };
 
@@ -29,7 +30,7 @@ void Print(RecordSet& answer, bool table, std::string& out) {
 }
 
 void RunQuery(const QueryArguments& arguments, Session& session) {
-  if (arguments.service.empty()) return ListServices(ReadServices(), "", session.out);
+  if (arguments.list || arguments.service.empty()) return ListServices(ReadServices(), "", session.out);
   const ServiceInfo& service = FindService("service", ReadServices(), arguments.service);
   const TAstaParamList request = RequestFor(service, arguments.values);
   const std::unique_ptr<TAstaParamList> answers =
@@ -51,6 +52,7 @@ void Declare(Options& options) {
   options.Argument("SERVICE", arguments->service,
                    "the service, letter for letter; without one, all are\nlisted with their inputs");
   options.Arguments("NAME=VALUE", arguments->values, "its inputs by name, in any order");
+  options.Flag("--list", arguments->list, "list the services with their inputs");
   options.Value("--part", arguments->part, "NAME", "print only this record set of the answer");
   options.Flag("--table", arguments->table, "print tables for people instead of record-set files");
   options.Run([arguments](Session& session) { RunQuery(*arguments, session); });
@@ -61,7 +63,7 @@ void Declare(Options& options) {
 const Command kQueryCommand = {"query", "[SERVICE [NAME=VALUE...]] --db FILE",
                                "Ask a named read service of the company database.",
                                R"(Example:
-  mox query GetTecaj datum=2022-12-31 val_ozn=USD valIdOrValOzn=ozn --db firma.db
+  mox query GetTecaj datum=2022-12-31 val_ozn=EUR valIdOrValOzn=ozn --db firma.db
 
 An answer of several record sets is printed as files separated by one blank line.)",
                                Declare};

@@ -30,7 +30,10 @@ std::string Shown(const ServiceInfo& service, std::string_view value) {
 }  // namespace
 
 Value InputValue(const FieldDef& input, const std::string& text) {
-  if (input.kind == FieldKind::kText) return text;
+  if (input.kind == FieldKind::kText) {
+    if (!IsValidUtf8(text)) throw UsageError(input.name + ": the text is not valid UTF-8");
+    return text;
+  }
   try {
     return ParsePlain(text, input.kind);
   } catch (const Error& error) {
@@ -72,6 +75,10 @@ TAstaParamList RequestFor(const ServiceInfo& service, std::span<const std::strin
     }
     if (request.FindParam(name) != nullptr) throw UsageError(name + " is given twice");
     request.FastAdd(input->name, InputValue(*input, text));
+  }
+  for (const ServiceInput& input : inputs) {
+    if (input.may_be_left_out || request.FindParam(input.name) != nullptr) continue;
+    throw UsageError(std::string(service.name) + ": " + input.name + "= is required");
   }
   return request;
 }

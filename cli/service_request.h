@@ -24,8 +24,8 @@ const ServiceInfo& FindService(std::string_view what, std::span<const ServiceInf
                                std::string_view name);
 
 /// The request of words NAME=VALUE, each value in the kind that the service gives the input: decimal point,
-/// true or false, 2024-03-01. Raises UsageError for an unknown input, one given twice, or a value that is
-/// not of its kind.
+/// true or false, 2024-03-01. Raises UsageError for an unknown input, one given twice, one that is
+/// missing, or a value that is not of its kind.
 TAstaParamList RequestFor(const ServiceInfo& service, std::span<const std::string> words);
 
 /// A value of an input or field in its kind. Raises UsageError naming it.

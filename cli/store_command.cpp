@@ -13,10 +13,12 @@ namespace {
 struct StoreArguments {
   std::string transaction;
   std::vector<std::string> files;
+  bool list = false;
 };
 
 void RunStore(const StoreArguments& arguments, Session& session) {
-  if (arguments.transaction.empty()) return ListServices(NamedTransactions(), "FILE", session.out);
+  if (arguments.list || arguments.transaction.empty())
+    return ListServices(NamedTransactions(), "FILE", session.out);
   FindService("transaction", NamedTransactions(), arguments.transaction);
   CompanyServer& server = ServerOf(session);
 
@@ -41,6 +43,7 @@ void Declare(Options& options) {
                    "the transaction, letter for letter; without one, all are\nlisted with their record sets");
   options.Arguments("NAME=FILE", arguments->files,
                     "its record sets: component name and record-set file\n(- is standard input)");
+  options.Flag("--list", arguments->list, "list the transactions with their record sets");
   options.Run([arguments](Session& session) { RunStore(*arguments, session); });
 }
 
