@@ -56,7 +56,8 @@ Invoice ReadInvoice(std::int64_t doc_id) {
           partner->AsDataSet().FieldByName("tipTvrtke").AsText()};
 }
 
-// Shows a refusal, records a sent invoice. False when the server did not take the record.
+// Shows a refusal, records a sent invoice and reports when the server did not take the record. False in that
+// case only.
 bool TakeAnswer(RecordSet& answer, std::int64_t doc_id) {
   if (const auto status_code = answer.FindField("statusCode")) {
     ShowError(kAnswer, status_code->AsText() + " ; " + answer.FieldByName("message").AsText() + "\r\n");
@@ -105,13 +106,12 @@ void eRacunB2CSendBill(std::int64_t doc_id) {
     throw Abort();
   }
 
-  bool done = true;
+  // Only an answer that was read is removed: when the application is closing, the sender may leave one later.
   if (std::error_code error; std::filesystem::exists(answer_file, error)) {
     RecordSet answer;
     answer.LoadFromFile(answer_file);
-    done = TakeAnswer(answer, doc_id);
+    if (TakeAnswer(answer, doc_id)) RemoveFile(answer_file);
   }
-  if (done) RemoveFile(answer_file);
   RemoveFile(invoice_file);
 }
 

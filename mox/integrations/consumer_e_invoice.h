@@ -11,9 +11,8 @@ namespace mox {
 // server prepares an invoice as JSON, the request sender posts it, and files of the application's folder
 // carry both ways:
 //   adsB2C_<document>.txt   the JSON
-//   adsB2C_<document>.xml   the answer, a record set in its text form: a refusal has the fields `statusCode`
-//   and
-//                           `message`, anything else `electronicId` and `statusId`
+//   adsB2C_<document>.xml   the answer, a record set in its text form: a refusal has the fields
+//                           `statusCode` and `message`, anything else `electronicId` and `statusId`
 
 /// The company's account with the intermediaries: Boolean `EracunSendB2CBills`, text `EracunB2CUrl`. None
 /// where the server gave none.
