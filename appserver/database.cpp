@@ -35,6 +35,12 @@ Columns ParseColumns(std::string_view columns) {
   return parsed;
 }
 
+const FieldDef* FindColumn(const Columns& columns, std::string_view name) {
+  const auto same = [name](const FieldDef& column) { return SameName(column.name, name); };
+  const auto found = std::find_if(columns.begin(), columns.end(), same);
+  return found == columns.end() ? nullptr : &*found;
+}
+
 FieldDef FieldOfColumn(std::string name, std::string_view declared_type, bool required) {
   struct Row {
     std::string_view type;

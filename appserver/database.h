@@ -32,6 +32,8 @@ struct Reference {
 };
 /// From "id:integer,naziv:text,tecaj:float"; a name without a kind is a text.
 Columns ParseColumns(std::string_view columns);
+/// Null where there is none of that name.
+const FieldDef* FindColumn(const Columns& columns, std::string_view name);
 
 /// One prepared SQL statement. Its parameters are `:name`s in the SQL; they are bound by position, in the
 /// order in which they first appear, each with the kind it was prepared with. What is bound stays bound until

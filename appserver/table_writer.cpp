@@ -67,14 +67,8 @@ class TableWriter {
   }
 
  private:
-  const FieldDef* FindColumn(std::string_view name) const {
-    const auto same = [name](const FieldDef& column) { return SameName(column.name, name); };
-    const auto found = std::find_if(columns_.begin(), columns_.end(), same);
-    return found == columns_.end() ? nullptr : &*found;
-  }
-
   const FieldDef& ColumnByName(std::string_view name) const {
-    if (const FieldDef* const column = FindColumn(name)) return *column;
+    if (const FieldDef* const column = FindColumn(columns_, name)) return *column;
     throw Error("the table \"" + std::string(rule_.table) + "\" has no column \"" + std::string(name) + "\"");
   }
 
@@ -120,7 +114,7 @@ class TableWriter {
       const FieldRule* const rule = FindFieldRule(field.name);
       if (IsGiven(field.name) || (rule == nullptr && NamesAKey(field.name))) continue;
       const bool renamed = rule != nullptr && !rule->column.empty();
-      if (const FieldDef* const column = FindColumn(renamed ? rule->column : field.name)) {
+      if (const FieldDef* const column = FindColumn(columns_, renamed ? rule->column : field.name)) {
         const bool may_be_long =
             column->kind == FieldKind::kText && column->size > 0 &&
             (field.kind != FieldKind::kText || field.size == 0 || field.size > column->size);

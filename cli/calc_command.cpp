@@ -72,11 +72,7 @@ void RunCalc(const CalcArguments& arguments, Session& session) {
   WalkWatch watch;
   watch.Observe(file);
   watch.Run([&] { apply(file.records); });
-  if (arguments.table) {
-    AppendTable(file.records, {.number_records = true, .hide_empty = true}, session.out);
-  } else {
-    WriteRecordSet(file.records, session.out);
-  }
+  AppendTableOrFile(file.records, arguments.table, session.out, {.number_records = true, .hide_empty = true});
 }
 
 void Declare(Options& options) {

@@ -4,7 +4,6 @@
 #include "appserver/database.h"
 #include "cli/command.h"
 #include "cli/options.h"
-#include "cli/record_set_file.h"
 #include "cli/text_table.h"
 
 namespace mox {
@@ -36,11 +35,7 @@ void PrintInfo(const DbArguments& arguments, Session& session) {
   Database database(arguments.file, Database::Access::kReadOnly);
   database.Check();
   RecordSet tables = DescribeTables(database);
-  if (arguments.table) {
-    AppendTable(tables, {}, session.out);
-  } else {
-    WriteRecordSet(tables, session.out);
-  }
+  AppendTableOrFile(tables, arguments.table, session.out);
 }
 
 void RunDb(const DbArguments& arguments, Session& session) {

@@ -11,12 +11,6 @@
 namespace mox {
 namespace {
 
-const FieldDef* FindColumn(const Columns& columns, std::string_view name) {
-  const auto found = std::find_if(columns.begin(), columns.end(),
-                                  [name](const FieldDef& column) { return SameName(column.name, name); });
-  return found == columns.end() ? nullptr : &*found;
-}
-
 // What the lines or the database say, and no caller.
 bool IsSetWhenStored(Document& document, std::string_view name) {
   return SameName(name, "id") || SameName(name, "vrsta") || SameName(name, "broj") ||

@@ -87,11 +87,7 @@ void RunRecap(const RecapArguments& arguments, Session& session) {
   session.place = [&] { return PlaceOf(watch, call, member); };
   watch.Run([&] { member.fill(call, recap); });
   session.place = nullptr;
-  if (arguments.table) {
-    AppendTable(recap, {}, session.out);
-  } else {
-    WriteRecordSet(recap, session.out);
-  }
+  AppendTableOrFile(recap, arguments.table, session.out);
 }
 
 void Declare(Options& options) {

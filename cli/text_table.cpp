@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "cli/record_set_file.h"
 #include "mox/foundation/app.h"
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/text.h"
@@ -153,6 +154,11 @@ void AppendTable(RecordSet& records, const TableOptions& options, std::string& o
     width += column.width + kGap.size();
   }
   if (!block.empty()) AppendBlock(block, rows, out);
+}
+
+void AppendTableOrFile(RecordSet& records, bool table, std::string& out, const TableOptions& options) {
+  if (table) return AppendTable(records, options, out);
+  WriteRecordSet(records, out);
 }
 
 }  // namespace mox

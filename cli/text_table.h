@@ -16,4 +16,7 @@ struct TableOptions {
 /// decimal separators in line, long texts cut. The set is left at its end.
 void AppendTable(RecordSet& records, const TableOptions& options, std::string& out);
 
+/// As a table, or as a record-set file.
+void AppendTableOrFile(RecordSet& records, bool table, std::string& out, const TableOptions& options = {});
+
 }  // namespace mox

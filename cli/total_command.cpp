@@ -94,11 +94,7 @@ void RunTotal(const TotalArguments& arguments, Session& session) {
   watch.Observe(lines);
   watch.Run([&] { function.calculate(header, lines.records, doc_kind, digits); });
   header.Post();
-  if (arguments.table) {
-    AppendTable(header, {}, session.out);
-  } else {
-    WriteRecordSet(header, session.out);
-  }
+  AppendTableOrFile(header, arguments.table, session.out);
 }
 
 void Declare(Options& options) {
