@@ -1,0 +1,79 @@
+#include "appserver/company_server.h"
+#include "mox/import/import_grid.h"
+#include "tests/appserver/scratch_database.h"
+#include "tests/fakes/recording_host.h"
+
+namespace mox {
+namespace {
+
+// A way to a server that fails once, at one of its calls: before the server hears of it, or with its answer.
+struct FailingWay : TdmComunication {
+  template <typename Call>
+  auto Reach(Call call) {
+    const bool fails = ++calls == failing_call;
+    if (fails && !answer_is_lost) throw Error("no connection");
+    auto answer = call();
+    if (fails) throw Error("no connection");
+    return answer;
+  }
+  RecordSet* CompanyParameters() override { return server.CompanyParameters(); }
+  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
+                                                    std::string_view service) override {
+    return Reach([&] { return server.ReportDataService(request, service); });
+  }
+  int WriteDataService(const TAstaParamList& request) override {
+    return Reach([&] { return server.WriteDataService(request); });
+  }
+
+  explicit FailingWay(const std::string& path) : server(Database(path)) {}
+  CompanyServer server;
+  bool answer_is_lost = false;
+  int failing_call = 0;
+  int calls = 0;
+};
+
+struct NoView : ImportGridView {
+  void ShowModal(TfrmImportGrid& /*form*/) override {}
+};
+
+using ImportFailure = ScratchDatabase;
+
+// Six look-ups and the storing of two partners, each of which fails once; then the user presses the button
+// again. Where only the answer was lost, the second check finds the stored partners.
+TEST_F(ImportFailure, IsRaisedAndASecondTryStoresOnce) {
+  FailingWay way(path_);
+  RecordingHost host;
+  AppParts parts = host.Parts();
+  parts.comunication = &way;
+  const ScopedApp app(parts);
+  NoView view;
+  for (int n = 1; n <= 14; ++n) {
+    way.answer_is_lost = n % 2 == 0;
+    way.failing_call = (n + 1) / 2;
+    SCOPED_TRACE(std::to_string(way.failing_call) + (way.answer_is_lost ? ", with its answer" : ", before"));
+    const auto partners = [&] {
+      return way.server.database()
+          .Query("par", ParseColumns("n:integer"), "SELECT count(*) FROM par")
+          .AsInteger(0);
+    };
+    const std::int64_t before = partners();
+    TfrmImportGrid form(view, "PARTNERPTT");
+    form.OnShow();
+    const std::string name = std::to_string(n) + " d.o.o.\t\t\t\t\t10000\tZagreb" + std::string(10, '\t');
+    host.clipboard = "A" + name + "HR\tEUR" + std::string(10, '\t') + "Demo komercijalist\nB" + name + "HR\n";
+    form.ReadDataFromExcelClipboard();
+    way.calls = 0;
+    EXPECT_THROW(form.ProvjeraIUvozClick(), Error);
+    EXPECT_NE(form.ModalResult(), kMrOk);
+    EXPECT_FALSE(form.Status().Visible() || form.AdsForImport().ControlsDisabled());
+    const bool stored = way.answer_is_lost && way.failing_call == 7;
+    EXPECT_EQ(partners(), before + (stored ? 2 : 0));
+    form.ProvjeraIUvozClick();
+    EXPECT_EQ(form.ModalResult(), stored ? kMrNone : kMrOk);
+    EXPECT_EQ(partners(), before + 2);
+    EXPECT_EQ(way.calls - way.failing_call, stored ? 6 : 7);
+  }
+}
+
+}  // namespace
+}  // namespace mox
