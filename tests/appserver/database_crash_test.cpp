@@ -60,7 +60,11 @@ TEST_F(DatabaseCrashTest, KeepsTransactionsWholeWhenItsProcessIsKilled) {
     ASSERT_EQ(::pipe(ends), 0);
     const pid_t child = Fork([&] { WriteForever(path_, ends[1]); });
     ::close(ends[1]);
-    ::usleep(static_cast<unsigned>(20'000 + random() % 60'000));
+    // Every other time it is killed while it may still be opening the file.
+    if (crash % 2 == 0) {
+      ASSERT_EQ(::read(ends[0], &committed, sizeof committed), static_cast<ssize_t>(sizeof committed));
+    }
+    ::usleep(static_cast<unsigned>(random() % 60'000));
     ::kill(child, SIGKILL);
     EXPECT_TRUE(WIFSIGNALED(StatusOf(child)));
     for (std::int64_t n = 0; ::read(ends[0], &n, sizeof n) == sizeof n;) committed = n;
@@ -77,7 +81,7 @@ TEST_F(DatabaseCrashTest, KeepsTransactionsWholeWhenItsProcessIsKilled) {
     EXPECT_LE(last, committed + 1);  // committed, but killed before it could tell
     committed = last;
   }
-  EXPECT_GT(committed, 12);
+  EXPECT_GT(committed, 0);
 }
 
 TEST_F(DatabaseCrashTest, LosesNoWriteOfProcessesAtTheSameTime) {
