@@ -68,7 +68,12 @@ RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<con
   };
   add(document.Goods(), "Stavke");
   add(document.Services(), "Usluge");
-  for (std::size_t i = 1; i < record_sets.size(); ++i) CollectLost(*record_sets[i], line_columns, lost);
+  std::size_t lines = 0;
+  for (std::size_t i = 1; i < record_sets.size(); ++i) {
+    CollectLost(*record_sets[i], line_columns, lost);
+    lines += record_sets[i]->RecordCount();
+  }
+  if (lines == 0) throw Error("the document has no lines, so it is not stored");
   add(document.Recap(), "Rekapitulacija");
 
   RequireStored(server, ExecuteTransaction("DokumentInsert", record_sets));

@@ -13,7 +13,7 @@ class CompanyServer;
 /// database's table of documents; the date is today where none is given), its lines and its recapitulation.
 /// Answers what the server gave it, one record: id, vrsta, godina, broj, datum. Appends to `lost` the names
 /// of the columns of the lines for which the database has no place. Raises UsageError for a faulty word,
-/// Error that says why the server refused.
+/// Error for a document without lines, and Error that says why the server refused.
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header,
                         std::vector<std::string>& lost);
 
