@@ -47,8 +47,8 @@ class ServiceInputs {
 /// Fills one record set of an answer, which is open, where SQL alone is not enough.
 using FillAnswer = void (*)(Database& database, const ServiceInputs& inputs, RecordSet& answer);
 
-/// One record set of an answer: its SQL, whose parameters are inputs, or the function that fills it. `columns`
-/// is "id:integer,naziv", or the name of a table after a '*', whose columns it has.
+/// One record set of an answer: its SQL, whose parameters are inputs, or the function that fills it.
+/// `columns` is "id:integer,naziv", or the name of a table after a '*', whose columns it has.
 struct ServiceAnswer {
   std::string_view name;
   std::string_view columns;

@@ -22,10 +22,10 @@ class UsageError : public Error {
 struct Session {
   std::istream& in;
   std::ostream& err;  ///< for remarks beside the result
-  std::string out;  ///< goes to standard output once the command has succeeded
+  std::string out;    ///< goes to standard output once the command has succeeded
   /// What stands before a message of the library, `lines.csv:3: vrsta "XYZ": `; none where nothing is walked.
   std::function<std::string()> place = nullptr;
-  std::string clipboard = {};  ///< what the library finds on the clipboard
+  std::string clipboard = {};       ///< what the library finds on the clipboard
   CompanyServer* server = nullptr;  ///< over the database that --db names; null where it names none
   bool valid = true;  ///< false where the answer is that what was checked is not valid; exit status 1
 };

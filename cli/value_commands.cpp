@@ -70,13 +70,13 @@ constexpr Rule kWorkdays = {
       return std::to_string(WorkingDaysBetween(from, Moment(kWorkdays, texts, 1))) + "\n";
     }};
 
-constexpr Rule kService = {
-    {{{"START", "the first day"}, {"END", "the last day"}}}, [](const Texts& texts, Session&) {
-      const Date start = DayOf(Moment(kService, texts, 0));
-      const Staz staz = CalcStaz(start, DayOf(Moment(kService, texts, 1)));
-      return std::to_string(staz.days) + " " + std::to_string(staz.months) + " " +
-             std::to_string(staz.years) + "\n";
-    }};
+constexpr Rule kService = {{{{"START", "the first day"}, {"END", "the last day"}}},
+                           [](const Texts& texts, Session&) {
+                             const Date start = DayOf(Moment(kService, texts, 0));
+                             const Staz staz = CalcStaz(start, DayOf(Moment(kService, texts, 1)));
+                             return std::to_string(staz.days) + " " + std::to_string(staz.months) + " " +
+                                    std::to_string(staz.years) + "\n";
+                           }};
 
 }  // namespace
 

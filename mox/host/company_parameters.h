@@ -11,8 +11,8 @@
 namespace mox {
 
 /// A communication module without a server, whose company parameters are set one by one. They are the fields
-/// of one record in memory, in the order in which they were first set. An additional feature is a parameter of
-/// its name: "AdditionalFeaturesData" is the one service that answers. Nothing can be stored.
+/// of one record in memory, in the order in which they were first set. An additional feature is a parameter
+/// of its name: "AdditionalFeaturesData" is the one service that answers. Nothing can be stored.
 class CompanyParameterModule : public TdmComunication {
  public:
   /// Sets a parameter from its text; a parameter that is set already takes the new value and its kind. The
