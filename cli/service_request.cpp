@@ -68,8 +68,9 @@ TAstaParamList RequestFor(const ServiceInfo& service, std::span<const std::strin
   const std::vector<ServiceInput> inputs = ParseInputs(service.inputs);
   TAstaParamList request;
   for (const auto& [name, text] : NamedValues(words)) {
-    const auto input = std::find_if(inputs.begin(), inputs.end(),
-                                    [&](const ServiceInput& known) { return SameName(known.name, name); });
+    const auto input = std::find_if(inputs.begin(), inputs.end(), [&name = name](const ServiceInput& known) {
+      return SameName(known.name, name);
+    });
     if (input == inputs.end()) {
       throw UsageError(std::string(service.name) + " has no input \"" + name + "\"");
     }
