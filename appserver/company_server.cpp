@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "appserver/named_transaction.h"
 #include "appserver/read_service.h"
 #include "appserver/retail_sizes.h"
-#include "appserver/write_transactions.h"
+#include "mox/foundation/find_row.h"
 
 namespace mox {
 namespace {
@@ -23,13 +24,6 @@ std::string OneLine(std::string_view text) {
       line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; },
       ' ');
   return line;
-}
-
-template <typename Row>
-const Row* FindRow(std::span<const Row> table, std::string_view name) {
-  const auto found =
-      std::find_if(table.begin(), table.end(), [name](const Row& row) { return row.name == name; });
-  return found == table.end() ? nullptr : &*found;
 }
 
 // Names joined for people, with a '?' after each that may be left out, kept for the life of the program.
@@ -166,6 +160,9 @@ int CompanyServer::WriteDataService(const TAstaParamList& request) {
   } catch (const WriteRefused& refused) {
     failure = {std::move(failure.transaction), refused.failure().record_set, refused.failure().row,
                refused.failure().field, refused.failure().message};
+  } catch (const DatabaseUnavailable& error) {
+    Tell(error.what());
+    throw;
   } catch (const std::exception& error) {
     failure.message = error.what();
   }

@@ -76,7 +76,8 @@ class CompanyServer : public TdmComunication {
   /// an input that is missing, unknown or of another kind, or an SQL text that is not in the catalogue.
   std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
                                                     std::string_view service) override;
-  /// 0 when nothing was stored; LastWrite() tells why, and the log was told.
+  /// 0 when the request was refused and nothing stored; LastWrite() tells why, and the log was told. Raises
+  /// DatabaseUnavailable when the write could not begin, which is no refusal.
   int WriteDataService(const TAstaParamList& request) override;
 
   const WriteOutcome& LastWrite() const { return last_write_; }

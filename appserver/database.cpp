@@ -156,7 +156,11 @@ ReadTransaction::ReadTransaction(Database& database) : database_(database) {
 ReadTransaction::~ReadTransaction() { database_.connection_->RollBack(); }
 
 WriteTransaction::WriteTransaction(Database& database) : database_(database) {
-  database_.connection_->BeginWrite();
+  try {
+    database_.connection_->BeginWrite();
+  } catch (const DatabaseError& error) {
+    throw DatabaseUnavailable(error.what());
+  }
 }
 
 WriteTransaction::~WriteTransaction() {

@@ -21,6 +21,12 @@ class DatabaseError : public Error {
   using Error::Error;
 };
 
+/// The same where a write could not even begin: the file is read-only, or another program has it locked.
+class DatabaseUnavailable : public DatabaseError {
+ public:
+  using DatabaseError::DatabaseError;
+};
+
 /// The columns of an answer: names with their kinds, in order.
 using Columns = std::vector<FieldDef>;
 
@@ -147,6 +153,7 @@ class [[nodiscard]] ReadTransaction {
 /// and waits for another process's transaction to end.
 class [[nodiscard]] WriteTransaction {
  public:
+  /// Raises DatabaseUnavailable.
   explicit WriteTransaction(Database& database);
   /// Rolls back what was not committed.
   ~WriteTransaction();

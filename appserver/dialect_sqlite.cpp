@@ -264,7 +264,8 @@ class Sqlite : public Dialect {
       case SQLITE_FULL:
         return "the disk is full";
       case SQLITE_IOERR:
-        return "the file cannot be read or written: " + message;
+        // Where a full disk stops the engine's own files beside the database, this is all that it says.
+        return "the file cannot be read or written, perhaps because the disk is full: " + message;
       case SQLITE_READONLY:
         return "the file is read-only";
       case SQLITE_CANTOPEN:

@@ -3,7 +3,7 @@
 #include <charconv>
 #include <nlohmann/json.hpp>
 
-#include "appserver/write_transactions.h"
+#include "appserver/named_transaction.h"
 #include "mox/codes/exchange_rates.h"
 #include "mox/foundation/exchange_text.h"
 #include "mox/foundation/text.h"

@@ -13,20 +13,15 @@ namespace {
 
 char SmallAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-std::string TwoOrThreeBytes(unsigned code) {
-  const auto byte = [](unsigned value) { return static_cast<char>(static_cast<unsigned char>(value)); };
-  if (code < 0x800) return {byte(0xC0U | code >> 6U), byte(0x80U | (code & 0x3FU))};
-  return {byte(0xE0U | code >> 12U), byte(0x80U | (code >> 6U & 0x3FU)), byte(0x80U | (code & 0x3FU))};
-}
-
 // The capitals of the small letters that are not ASCII: FoldCase turned round.
 const std::map<std::string, std::string, std::less<>>& Capitals() {
   static const auto capitals = [] {
-    constexpr unsigned kFirst = 0xC0;
-    constexpr unsigned kLast = 0x1FFF;
+    constexpr char32_t kFirst = 0xC0;
+    constexpr char32_t kLast = 0x1FFF;
     std::map<std::string, std::string, std::less<>> found;
-    for (unsigned code = kFirst; code <= kLast; ++code) {
-      const std::string capital = TwoOrThreeBytes(code);
+    for (char32_t code = kFirst; code <= kLast; ++code) {
+      std::string capital;
+      AppendUtf8(capital, code);
       std::string small = FoldCase(capital);
       if (small.size() > 1 && small != capital) found.emplace(std::move(small), capital);
     }

@@ -1,4 +1,4 @@
-#include "appserver/write_transactions.h"
+#include "appserver/named_transaction.h"
 
 // What becomes of the rows that the import grid sends: a row of a table for each, in which the keys of other
 // tables' rows stand for the texts that name them. A field that is not mentioned goes to the column of its

@@ -1,6 +1,7 @@
+#include "appserver/named_transaction.h"
+
 #include <algorithm>
 
-#include "appserver/write_transactions.h"
 #include "mox/foundation/text.h"
 #include "mox/server/param_list.h"
 

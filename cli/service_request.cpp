@@ -64,22 +64,33 @@ std::vector<NamedValue> NamedValues(std::span<const std::string> words) {
   throw UsageError("\"" + split.paths.front() + "\" is not of the form NAME=VALUE");
 }
 
-TAstaParamList RequestFor(const ServiceInfo& service, std::span<const std::string> words) {
+std::vector<NamedValue> ValuesFor(const ServiceInfo& service, std::span<const std::string> words) {
   const std::vector<ServiceInput> inputs = ParseInputs(service.inputs);
-  TAstaParamList request;
-  for (const auto& [name, text] : NamedValues(words)) {
-    const auto input = std::find_if(inputs.begin(), inputs.end(), [&name = name](const ServiceInput& known) {
-      return SameName(known.name, name);
-    });
-    if (input == inputs.end()) {
-      throw UsageError(std::string(service.name) + " has no input \"" + name + "\"");
+  const std::string label(service.name);
+  std::vector<NamedValue> values = NamedValues(words);
+  for (auto value = values.begin(); value != values.end(); ++value) {
+    const auto is_it = [value](const auto& other) { return SameName(other.name, value->name); };
+    if (std::none_of(inputs.begin(), inputs.end(), is_it)) {
+      throw UsageError(label + " has no input \"" + value->name + "\"");
     }
-    if (request.FindParam(name) != nullptr) throw UsageError(name + " is given twice");
-    request.FastAdd(input->name, InputValue(*input, text));
+    if (std::any_of(values.begin(), value, is_it)) throw UsageError(value->name + " is given twice");
   }
   for (const ServiceInput& input : inputs) {
-    if (input.may_be_left_out || request.FindParam(input.name) != nullptr) continue;
-    throw UsageError(std::string(service.name) + ": " + input.name + "= is required");
+    const auto is_it = [&input](const NamedValue& value) { return SameName(value.name, input.name); };
+    if (!input.may_be_left_out && std::none_of(values.begin(), values.end(), is_it)) {
+      throw UsageError(label + ": " + input.name + "= is required");
+    }
+  }
+  return values;
+}
+
+TAstaParamList RequestFor(const ServiceInfo& service, std::span<const std::string> words) {
+  const std::vector<NamedValue> values = ValuesFor(service, words);
+  TAstaParamList request;
+  for (const ServiceInput& input : ParseInputs(service.inputs)) {
+    if (const std::string* const text = FindValue(values, input.name)) {
+      request.FastAdd(input.name, InputValue(input, *text));
+    }
   }
   return request;
 }

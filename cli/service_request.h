@@ -34,6 +34,11 @@ Value InputValue(const FieldDef& input, const std::string& text);
 /// Words that are all NAME=VALUE. Raises UsageError for another word.
 std::vector<NamedValue> NamedValues(std::span<const std::string> words);
 
+/// Words that are values of a service's inputs, or the files of a transaction's record sets. Raises
+/// UsageError for an input that it does not have, for one given twice, and for one that is required and
+/// missing.
+std::vector<NamedValue> ValuesFor(const ServiceInfo& service, std::span<const std::string> words);
+
 /// Raises Error that says why the server's last write request was refused.
 void RequireStored(const CompanyServer& server, bool stored);
 

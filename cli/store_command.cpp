@@ -19,11 +19,12 @@ struct StoreArguments {
 void RunStore(const StoreArguments& arguments, Session& session) {
   if (arguments.list || arguments.transaction.empty())
     return ListServices(NamedTransactions(), "FILE", session.out);
-  FindService("transaction", NamedTransactions(), arguments.transaction);
+  const ServiceInfo& transaction = FindService("transaction", NamedTransactions(), arguments.transaction);
+  const std::vector<NamedValue> named = ValuesFor(transaction, arguments.files);
   CompanyServer& server = ServerOf(session);
 
   std::vector<RecordSetFile> files;
-  for (const auto& [name, path] : NamedValues(arguments.files)) {
+  for (const auto& [name, path] : named) {
     files.push_back(ReadRecordSet(ReadFileText(path, session.in)));
     files.back().records.SetName(name);
   }

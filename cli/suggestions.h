@@ -4,20 +4,13 @@
 #include <string_view>
 #include <vector>
 
+#include "mox/foundation/find_row.h"
+
 namespace mox {
 
 /// `; did you mean "a" or "b"?` with the names that come near to the unknown one, at most three; empty when
 /// none does.
 std::string DidYouMean(std::string_view unknown, const std::vector<std::string_view>& names);
-
-/// The row of a table whose `name` is the given one, or null.
-template <typename Table>
-auto FindRow(const Table& table, std::string_view name) -> decltype(&*std::begin(table)) {
-  for (const auto& row : table) {
-    if (row.name == name) return &row;
-  }
-  return nullptr;
-}
 
 /// `there is no function "x"; did you mean "y"? --list names them all`
 std::string ThereIsNo(std::string_view what, std::string_view unknown,

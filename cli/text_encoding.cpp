@@ -17,23 +17,6 @@ constexpr std::string_view kUtf16BigEndianMark = "\xFE\xFF";
   throw Error(std::to_string(std::count(before.begin(), before.end(), '\n') + 1) + ": " + what);
 }
 
-void AppendUtf8(std::uint32_t character, std::string& text) {
-  const auto append = [&text](std::uint32_t byte) { text += static_cast<char>(byte); };
-  if (character < 0x80) return append(character);
-  if (character < 0x800) {
-    append(0xC0 | character >> 6);
-  } else {
-    if (character < 0x10000) {
-      append(0xE0 | character >> 12);
-    } else {
-      append(0xF0 | character >> 18);
-      append(0x80 | (character >> 12 & 0x3F));
-    }
-    append(0x80 | (character >> 6 & 0x3F));
-  }
-  append(0x80 | (character & 0x3F));
-}
-
 std::string FromUtf16(std::string_view bytes, bool big_endian) {
   std::string text;
   text.reserve(bytes.size());
@@ -51,7 +34,7 @@ std::string FromUtf16(std::string_view bytes, bool big_endian) {
       character = 0x10000 + ((character - 0xD800) << 10) + (low - 0xDC00);
       at += 2;
     }
-    AppendUtf8(character, text);
+    AppendUtf8(text, character);
   }
   return text;
 }

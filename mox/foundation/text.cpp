@@ -49,27 +49,6 @@ Character Decode(std::string_view text, std::size_t at) {
   return {code, bytes};
 }
 
-void AppendUtf8(std::string& text, char32_t code) {
-  const auto append = [&text](char32_t byte) { text += static_cast<char>(static_cast<unsigned char>(byte)); };
-  if (code < 0x80) {
-    append(code);
-  } else if (code < 0x800) {
-    append(0xC0U | code >> 6U);
-    append(0x80U | (code & 0x3FU));
-  } else if (code < 0x10000) {
-    append(0xE0U | code >> 12U);
-    append(0x80U | (code >> 6U & 0x3FU));
-    append(0x80U | (code & 0x3FU));
-  } else if (code < kStrayByte) {
-    append(0xF0U | code >> 18U);
-    append(0x80U | (code >> 12U & 0x3FU));
-    append(0x80U | (code >> 6U & 0x3FU));
-    append(0x80U | (code & 0x3FU));
-  } else {
-    append(code - kStrayByte);
-  }
-}
-
 // ---- Letter case ----
 
 // Capitals from `first` to `last`, every one or every second code of them; the small letter is `distance`
@@ -210,6 +189,27 @@ std::string_view SkipPlus(std::string_view text) {
 }
 
 }  // namespace
+
+void AppendUtf8(std::string& text, char32_t code) {
+  const auto append = [&text](char32_t byte) { text += static_cast<char>(static_cast<unsigned char>(byte)); };
+  if (code < 0x80) {
+    append(code);
+  } else if (code < 0x800) {
+    append(0xC0U | code >> 6U);
+    append(0x80U | (code & 0x3FU));
+  } else if (code < 0x10000) {
+    append(0xE0U | code >> 12U);
+    append(0x80U | (code >> 6U & 0x3FU));
+    append(0x80U | (code & 0x3FU));
+  } else if (code < kStrayByte) {
+    append(0xF0U | code >> 18U);
+    append(0x80U | (code >> 12U & 0x3FU));
+    append(0x80U | (code >> 6U & 0x3FU));
+    append(0x80U | (code & 0x3FU));
+  } else {
+    append(code - kStrayByte);
+  }
+}
 
 std::size_t CountCharacters(std::string_view text) {
   std::size_t count = 0;

@@ -29,6 +29,9 @@ bool SameName(std::string_view a, std::string_view b);
 /// A text without blanks, tabs and line breaks at its ends.
 std::string_view TrimBlanks(std::string_view text);
 
+/// Appends a character.
+void AppendUtf8(std::string& text, char32_t code);
+
 bool IsValidUtf8(std::string_view text);
 
 /// From Windows-1250. The five bytes that the code page leaves undefined become the replacement character.

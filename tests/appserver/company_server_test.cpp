@@ -5,7 +5,7 @@
 
 #include <set>
 
-#include "appserver/write_transactions.h"
+#include "appserver/named_transaction.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/vocabulary.h"
 #include "mox/import/import_profiles.h"

@@ -116,13 +116,9 @@ TEST_F(DatabaseTest, FoldsAsItsSqlDoes) {
   folded.DefineField("t", FieldKind::kText);
   folded.Open();
   std::vector<std::string> texts;
-  for (unsigned c = 1; c < 0x10000; ++c) {
-    const auto byte = [](unsigned value) { return static_cast<char>(static_cast<unsigned char>(value)); };
-    const std::string letter =
-        c < 0x80 ? std::string{byte(c)}
-        : c < 0x800
-            ? std::string{byte(0xC0U | c >> 6U), byte(0x80U | (c & 0x3FU))}
-            : std::string{byte(0xE0U | c >> 12U), byte(0x80U | (c >> 6U & 0x3FU)), byte(0x80U | (c & 0x3FU))};
+  for (char32_t c = 1; c < 0x10000; ++c) {
+    std::string letter;
+    AppendUtf8(letter, c);
     if (c < 0x80 || FoldCase(letter) != letter) texts.push_back(letter);
   }
   std::mt19937 random(2);
@@ -184,7 +180,12 @@ TEST_F(DatabaseTest, CreatesWholeFilesOrNone) {
       Database::Create(path);
     } catch (const DatabaseError& error) {
       std::fputs(error.what(), stderr);
-      std::exit(error.what() == path + ": the file cannot be read or written: disk I/O error" ? 1 : 2);
+      std::exit(
+          error.what() ==
+                  path +
+                      ": the file cannot be read or written, perhaps because the disk is full: disk I/O error"
+              ? 1
+              : 2);
     }
     std::exit(0);
   };

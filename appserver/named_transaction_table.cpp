@@ -1,5 +1,4 @@
-#include "appserver/write_transactions.h"
-
+#include "appserver/named_transaction.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 
