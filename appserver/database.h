@@ -81,8 +81,8 @@ class Database {
  public:
   enum class Access : std::uint8_t { kReadWrite, kReadOnly };
 
-  /// Creates the file with the newest schema and the reference data; it appears whole or not at all. Raises
-  /// DatabaseError, also when the file exists.
+  /// Creates the file with the newest schema and the reference data; it appears whole or not at all, and only
+  /// its owner may read it. Raises DatabaseError, also when the file exists.
   static void Create(const std::string& path);
   /// Opens an existing file. With kReadWrite an older schema is brought to the newest one in one transaction.
   /// Raises DatabaseError for a file that does not exist, is no company database, is damaged, or was written

@@ -9,6 +9,7 @@
 #include "appserver/dialect.h"
 #include "appserver/fold.h"
 #include "appserver/soci_headers.h"
+#include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 
 namespace mox {
@@ -86,12 +87,19 @@ fs::path Beside(const fs::path& path, std::string_view ending) {
   return beside += ending;
 }
 
-// A name beside the path that is free; whatever lies there in the end is removed.
+// An empty file beside the path, for its owner alone as everything that the engine keeps beside it; whatever
+// lies there in the end is removed.
 class TemporaryDatabase {
  public:
   explicit TemporaryDatabase(const fs::path& target) {
     for (int i = 0; path_.empty() || fs::exists(path_); ++i) {
       path_ = Beside(target, "." + std::to_string(i) + ".new");
+    }
+    try {
+      ReplaceFile(path_.string(), "", FileAccess::kOwnerOnly);
+    } catch (const Error&) {
+      throw DatabaseError(target.string() +
+                          ": cannot be created; is there such a folder, and may it be written?");
     }
   }
   ~TemporaryDatabase() {
@@ -167,7 +175,7 @@ class Sqlite : public Dialect {
     const TemporaryDatabase temporary(path);
     {
       // The log comes last: until then each failure to write is told, and none left to the closing.
-      DatabaseConnection connection(path, [&](soci::session& s) { Connect(s, temporary.path(), "rwc"); });
+      DatabaseConnection connection(path, [&](soci::session& s) { Connect(s, temporary.path(), "rw"); });
       connection.Execute("PRAGMA application_id = " + std::to_string(kApplicationId));
       fill(connection);
       connection.Run([&] { Answer<std::string>(connection.session(), "PRAGMA journal_mode = WAL"); });

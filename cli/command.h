@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "mox/foundation/error.h"
+#include "mox/foundation/output_file.h"
 
 namespace mox {
 
@@ -27,6 +28,7 @@ struct Session {
   std::function<std::string()> place = nullptr;
   std::string clipboard = {};       ///< what the library finds on the clipboard
   CompanyServer* server = nullptr;  ///< over the database that --db names; null where it names none
+  OutputFiles files = {};           ///< what the user names for results is written through it
   bool valid = true;  ///< false where the answer is that what was checked is not valid; exit status 1
 };
 

@@ -18,7 +18,6 @@
 #include "cli/service_request.h"
 #include "cli/suggestions.h"
 #include "cli/text_table.h"
-#include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 #include "mox/import/import_profiles.h"
@@ -136,7 +135,7 @@ class ImportSession : public ImportGridView {
   // Where no row is faulty, all may be stored already, and a file that cannot be written changes nothing.
   void WriteFaults(const std::string& lines) {
     try {
-      ReplaceFile(arguments_.faults, lines);
+      session_.files.Write(arguments_.faults, lines, kFaultList);
     } catch (const Error& error) {
       if (!lines.empty()) throw;
       session_.err << "mox: warning: " << OnOneLine(error.what()) << std::endl;
@@ -193,6 +192,8 @@ ConsoleDialogs DialogsOf(const ImportArguments& arguments, Session& session) {
 // The grid reports success whatever became of the transaction, so the server is asked.
 void RunImport(const ImportArguments& arguments, const ImportProfile& profile, Session& session) {
   const CompanyServer& server = ServerOf(session);
+  session.files.Keep(arguments.path, "the sheet that is imported");
+  if (!arguments.faults.empty()) session.files.Require(arguments.faults, kFaultList);
   const auto begin = std::chrono::steady_clock::now();
   StandardLocale locale(LocaleArgument(arguments.locale));
   ConsoleDialogs dialogs = DialogsOf(arguments, session);

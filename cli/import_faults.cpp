@@ -88,7 +88,14 @@ void TakeFaults(RecordSet& source, std::size_t column, std::string_view reason,
   });
 }
 
+bool BeginsWithRowNumber(std::string_view text) {
+  const std::size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
+  return digits > 0 && digits < text.size() && text[digits] == '\t';
+}
+
 }  // namespace
+
+const OutputKind kFaultList = {"a list of faults", BeginsWithRowNumber};
 
 std::string FaultLines(TfrmImportGrid& form) {
   std::string lines;

@@ -140,6 +140,8 @@ void Report(const std::string& message, std::ostream& err) {
 
 int Execute(const Parsed& parsed, std::istream& in, std::ostream& out, std::ostream& err) {
   Session session{in, err, {}};
+  session.files.Keep(parsed.options.database, "the company database");
+  session.files.Keep(parsed.options.ini, "the settings file");
   const Host host(parsed.options, session, err);
   parsed.action(session);
   out.write(session.out.data(), static_cast<std::streamsize>(session.out.size()));

@@ -9,8 +9,18 @@
 #include <utility>
 
 #if defined(_WIN32)
+#define WIN32_LEAN_AND_MEAN
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
+#include <fcntl.h>
 #include <io.h>
+#include <windows.h>
+// Needs windows.h before it.
+#include <sddl.h>
 #else
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #endif
 
@@ -42,25 +52,45 @@ bool FlushToDisk(std::FILE* file) {
 #endif
 }
 
-// The file that a chain of links leads to. A loop of links is left to fail when it is opened.
-fs::path BehindLinks(fs::path path) {
-  constexpr int kMostLinks = 40;
-  std::error_code error;
-  for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); ++i) {
-    const fs::path target = fs::read_symlink(path, error);
-    if (error) break;
-    path = path.parent_path() / target;
+// A new file, null with errno where there is one or it cannot be created. One that is for its owner alone is
+// so from its first byte.
+#if defined(_WIN32)
+std::FILE* CreateNewFile(const fs::path& path, bool owner_only) {
+  SECURITY_ATTRIBUTES attributes{sizeof(SECURITY_ATTRIBUTES), nullptr, FALSE};
+  // Full access for the owner, and nothing inherited from the folder.
+  constexpr const wchar_t* kOwnerAlone = L"D:P(A;;FA;;;OW)";
+  if (owner_only && ::ConvertStringSecurityDescriptorToSecurityDescriptorW(
+                        kOwnerAlone, SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr) == 0) {
+    errno = EACCES;
+    return nullptr;
   }
-  return path;
+  const HANDLE handle = ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, owner_only ? &attributes : nullptr,
+                                      CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const DWORD failure = handle == INVALID_HANDLE_VALUE ? ::GetLastError() : ERROR_SUCCESS;
+  ::LocalFree(attributes.lpSecurityDescriptor);
+  if (failure != ERROR_SUCCESS) {
+    errno = failure == ERROR_FILE_EXISTS || failure == ERROR_ALREADY_EXISTS ? EEXIST : EACCES;
+    return nullptr;
+  }
+  return ::_fdopen(::_open_osfhandle(reinterpret_cast<intptr_t>(handle), _O_BINARY), "wb");
 }
+#else
+std::FILE* CreateNewFile(const fs::path& path, bool owner_only) {
+  constexpr mode_t kOwner = S_IRUSR | S_IWUSR;
+  constexpr mode_t kUsual = kOwner | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;  // less the user's mask
+  const int descriptor =
+      ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, owner_only ? kOwner : kUsual);
+  return descriptor < 0 ? nullptr : ::fdopen(descriptor, "wb");
+}
+#endif
 
 // A new file beside the target under a name that is free, and that name; crashed programs may have left some.
-OpenFile CreateBeside(const fs::path& target, fs::path& temporary) {
+OpenFile CreateBeside(const fs::path& target, bool owner_only, fs::path& temporary) {
   constexpr int kMostLeftovers = 1000;
   for (int i = 0; i < kMostLeftovers; ++i) {
     temporary = target;
     temporary += "." + std::to_string(i) + ".tmp";
-    OpenFile file(std::fopen(temporary.string().c_str(), "wbx"));
+    OpenFile file(CreateNewFile(temporary, owner_only));
     if (file || errno != EEXIST) return file;
   }
   return nullptr;
@@ -68,7 +98,7 @@ OpenFile CreateBeside(const fs::path& target, fs::path& temporary) {
 
 std::error_code WriteAndClose(OpenFile file, std::string_view bytes) {
   if (std::fwrite(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) return LastError();
-  if (!FlushToDisk(file.get())) return LastError();
+  if (!FlushToDisk(file.get()) && errno != EINVAL) return LastError();  // nothing to flush of a device
   return std::fclose(file.release()) == 0 ? std::error_code() : LastError();
 }
 
@@ -86,18 +116,43 @@ std::string ReadWholeFile(const std::string& path) {
   return bytes;
 }
 
-void ReplaceFile(const std::string& path, std::string_view bytes) {
-  const fs::path target = BehindLinks(path);
+fs::path BehindLinks(fs::path path) {
+  constexpr int kMostLinks = 40;
   std::error_code error;
-  const fs::file_status old = fs::status(target, error);
+  for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); ++i) {
+    const fs::path target = fs::read_symlink(path, error);
+    if (error) break;
+    path = path.parent_path() / target;
+  }
+  return path;
+}
+
+namespace {
+
+// A terminal, a pipe or another device takes the bytes itself.
+void WriteInto(const std::string& path, std::string_view bytes) {
+  OpenFile device(std::fopen(path.c_str(), "wb"));
+  if (!device) Refuse(path, LastError());
+  if (const std::error_code error = WriteAndClose(std::move(device), bytes)) Refuse(path, error);
+}
+
+}  // namespace
+
+void ReplaceFile(const std::string& path, std::string_view bytes, FileAccess access) {
+  std::error_code error;
+  const fs::file_status old = fs::status(path, error);
+  if (fs::is_directory(old)) Refuse(path, std::make_error_code(std::errc::is_a_directory));
+  if (fs::exists(old) && !fs::is_regular_file(old)) return WriteInto(path, bytes);
+  const fs::path target = BehindLinks(path);
   // Opening shows whether the old file may be written; its contents are not touched.
   if (fs::exists(old) && !OpenFile(std::fopen(target.string().c_str(), "r+b"))) Refuse(path, LastError());
 
+  const bool owner_only = access == FileAccess::kOwnerOnly;
   fs::path temporary;
-  OpenFile file = CreateBeside(target, temporary);
+  OpenFile file = CreateBeside(target, owner_only || fs::exists(old), temporary);
   if (!file) Refuse(path, LastError());
   error.clear();
-  if (fs::exists(old)) fs::permissions(temporary, old.permissions(), error);
+  if (fs::exists(old) && !owner_only) fs::permissions(temporary, old.permissions(), error);
   if (!error) error = WriteAndClose(std::move(file), bytes);
   if (!error) fs::rename(temporary, target, error);
   if (error) {

@@ -167,6 +167,13 @@ TEST_F(DatabaseTest, RefusesWhatItCannotTrust) {
 }
 
 TEST_F(DatabaseTest, CreatesWholeFilesOrNone) {
+  {
+    Database database(path_);
+    database.Execute("INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')");
+    for (const char* const ending : {"", "-wal", "-shm"}) {
+      EXPECT_EQ(fs::status(path_ + ending).permissions(), fs::perms(0600)) << ending;
+    }
+  }
   const std::string before = ReadWholeFile(path_);
   EXPECT_THROW(Database::Create(path_), DatabaseError);
   EXPECT_EQ(ReadWholeFile(path_), before);

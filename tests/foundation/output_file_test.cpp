@@ -1,0 +1,103 @@
+#include "mox/foundation/output_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "mox/foundation/error.h"
+#include "mox/foundation/files.h"
+
+namespace mox {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr OutputKind kList = {"a list", [](std::string_view text) { return text.starts_with("list"); }};
+
+class OutputFilesTest : public testing::Test {
+ protected:
+  OutputFilesTest() {
+    std::string name = testing::TempDir() + "mox_output_XXXXXX";
+    folder_ = ::mkdtemp(name.data());
+    fs::current_path(folder_);
+    for (const auto& [file, text] : {std::pair("baza.db", "SQLite format 3"),
+                                     {"druga.db", "SQLite format 3"},
+                                     {"ulaz.csv", "list of rows"},
+                                     {"stara.txt", "list 1"},
+                                     {"prazna.txt", ""},
+                                     {"pismo.txt", "Dragi"}}) {
+      std::ofstream(file) << text;
+    }
+    fs::create_hard_link("baza.db", "tvrda.txt");
+    fs::create_symlink("baza.db", "meka.txt");
+    fs::create_symlink("stara.txt", "na_staru.txt");
+    fs::create_symlink("baza.db-wal", "viseca.txt");
+    fs::create_directory("mapa");
+    files_.Keep("baza.db", "the company database");
+    files_.Keep("ulaz.csv", "the sheet");
+    files_.Keep("jos_nema.ini", "the settings file");
+  }
+  ~OutputFilesTest() override {
+    fs::current_path("/");
+    fs::remove_all(folder_);
+  }
+
+  fs::path folder_;
+  OutputFiles files_;
+};
+
+TEST_F(OutputFilesTest, LeavesEveryOtherFileAsItIs) {
+  const std::pair<const char*, const char*> kCases[] = {
+      {"baza.db", "is the company database"},
+      {"mapa/../baza.db", "is the company database"},
+      {"tvrda.txt", "is the company database"},
+      {"meka.txt", "is the company database"},
+      {"baza.db-wal", "belongs to the database"},
+      {"viseca.txt", "belongs to the database"},
+      {"druga.db-shm", "belongs to the database"},
+      {"druga.db", "is there already and is not a list"},
+      {"ulaz.csv", "is the sheet"},
+      {"jos_nema.ini", "is the settings file"},
+      {"pismo.txt", "is there already and is not a list"},
+      {"mapa", "is a folder"},
+      {"", "the name of the file for a list is empty"},
+      {"stara.txt", nullptr},
+      {"na_staru.txt", nullptr},
+      {"prazna.txt", nullptr},
+      {"nova-wal", nullptr},
+      {"/dev/null", nullptr},
+  };
+  for (const auto& [path, reason] : kCases) {
+    try {
+      files_.Write(path, "list 2", kList);
+      EXPECT_EQ(reason, nullptr) << path;
+    } catch (const Error& error) {
+      ASSERT_NE(reason, nullptr) << error.what();
+      EXPECT_NE(std::string(error.what()).find(reason), std::string::npos) << error.what();
+    }
+  }
+  EXPECT_EQ(ReadWholeFile("baza.db"), "SQLite format 3");
+  EXPECT_EQ(ReadWholeFile("stara.txt"), "list 2");
+  EXPECT_TRUE(fs::is_symlink("na_staru.txt"));
+  EXPECT_FALSE(fs::exists("baza.db-wal"));
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+}
+
+// Nobody else may look into a secret, also not while it is written over a file that all may read.
+TEST_F(OutputFilesTest, WritesForTheOwnerAlone) {
+  const mode_t mask = ::umask(0);
+  fs::permissions("stara.txt", fs::perms(0666));
+  ReplaceFile("stara.txt", "list 3");
+  EXPECT_EQ(fs::status("stara.txt").permissions(), fs::perms(0666));
+  for (const char* const path : {"stara.txt", "tajna.txt"}) {
+    ReplaceFile(path, "secret", FileAccess::kOwnerOnly);
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms(0600));
+  }
+  ::umask(mask);
+}
+
+}  // namespace
+}  // namespace mox
