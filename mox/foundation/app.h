@@ -63,6 +63,8 @@ class TdmComunication {
                                                             std::string_view service) = 0;
   /// Stores the record sets of a write request in one transaction. Other than 0 when the server committed it.
   virtual int WriteDataService(const TAstaParamList& request) = 0;
+  /// Why the last write request was refused, for people; empty where it was not or nobody knows.
+  virtual std::string WriteRefusal() const { return {}; }
 };
 
 /// Which dialog ShowVelorDialog shows.

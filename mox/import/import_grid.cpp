@@ -6,7 +6,6 @@
 #include "mox/foundation/error.h"
 #include "mox/foundation/text.h"
 #include "mox/import/import_profiles.h"
-#include "mox/server/transactions.h"
 
 namespace mox {
 namespace {
@@ -15,29 +14,6 @@ constexpr std::string_view kFilterCaption = "Filter prikaza...";
 constexpr std::size_t kSourceSize = 100;
 constexpr int kHiddenWidth = 300;
 constexpr int kColumnWidth = 100;
-
-FieldKind KindOf(const ImportFieldDef& field) {
-  switch (ParseInteger(field.field_type)) {
-    case 1:
-      return FieldKind::kText;
-    case 3:
-      return FieldKind::kInteger;
-    case 5:
-      return FieldKind::kBoolean;
-    case 6:
-      return FieldKind::kFloat;
-    case 9:
-      return FieldKind::kDate;
-    default:
-      throw Error(field.field_name + ": there is no kind of field with the code " + field.field_type);
-  }
-}
-
-std::size_t SizeOf(const ImportFieldDef& field) {
-  const std::int64_t size = ParseInteger(field.size);
-  if (size < 0) throw Error(field.field_name + ": a field cannot have the size " + field.size);
-  return static_cast<std::size_t>(size);
-}
 
 // A grid without columns has sets without fields, which stay closed.
 void OpenWithFields(RecordSet& set) {
@@ -50,7 +26,7 @@ TfrmImportGrid::TfrmImportGrid(ImportGridView& view, std::string_view profile_ke
     : view_(view),
       profile_key_(profile_key),
       source_("adsForImport"),
-      target_("adsForDBSave"),
+      target_(TypedRows({})),
       status_(view),
       filter_button_{.caption = std::string(kFilterCaption),
                      .hint = "Pozicionirajte se na kolonu te kliknite na botun"},
@@ -78,9 +54,8 @@ int TfrmImportGrid::ShowModal() {
 }
 
 void TfrmImportGrid::OnShow() {
-  lookup_result_ = RecordSet();
   const ImportProfile* const profile = FindImportProfile(profile_key_);
-  if (profile != nullptr) (this->*profile->prepare)();
+  if (profile != nullptr) PrepareProfile(profile->key);
   OpenWithFields(source_);
   OpenWithFields(target_);
   const bool retail_articles = profile != nullptr && profile->has_article_tools;
@@ -126,14 +101,7 @@ void TfrmImportGrid::CreateDataSetFrom() {
   source_.SetListener([this](RecordSet&, RecordSetChange) { UpdateIndicator(); });
 }
 
-void TfrmImportGrid::CreateDataSetTo() {
-  RecordSet set(target_.Name());
-  for (const ImportFieldDef& field : fields_) {
-    if (field.IsDefined()) set.DefineField(field.field_name, KindOf(field), SizeOf(field));
-  }
-  OpenWithFields(set);
-  target_ = std::move(set);
-}
+void TfrmImportGrid::CreateDataSetTo() { target_ = TypedRows(fields_); }
 
 void TfrmImportGrid::UpdateIndicator() {
   const std::size_t count = source_.RecordCount();
@@ -145,6 +113,17 @@ const GridStyle* TfrmImportGrid::RowStyle() const {
   const bool faulty = source_.RecordCount() > 0 && !source_.IsNull(kValidacijaPosition) &&
                       !source_.AsBoolean(kValidacijaPosition);
   return faulty ? &kNeispravno : nullptr;
+}
+
+void TfrmImportGrid::SetOrigin(const ImportOrigin& origin) {
+  RecordSet set("adsUvoz");
+  for (const char* const name : {"profil", "korisnik", "datoteka", "sazetak"}) {
+    set.DefineField(name, FieldKind::kText);
+  }
+  set.DefineField("ponovno", FieldKind::kBoolean);
+  set.Open();
+  set.AppendRecord({profile_key_, origin.user, origin.file, origin.digest, origin.again});
+  origin_ = std::move(set);
 }
 
 // --- the display filter ---
@@ -174,19 +153,6 @@ std::string TfrmImportGrid::FilterExpression() const {
   if (!text || column == columns_.end()) return {};
   const std::string wrapped = answer == "like" ? "%" + *text + "%" : *text;
   return column->field_name + " " + *answer + "'" + wrapped + "'";
-}
-
-// --- storing ---
-
-bool TfrmImportGrid::ExecuteTransaction(std::string_view transaction_name,
-                                        std::span<const RecordSet* const> record_sets) {
-  const StatusWindow status(status_, "Pohrana podataka u sustav", 3);
-  status_.SetPosition(1);
-  const TAstaParamList request = WriteRequest(transaction_name, record_sets);
-  status_.SetPosition(2);
-  const bool stored = App().Comunication().WriteDataService(request) != 0;
-  status_.SetPosition(3);
-  return stored;
 }
 
 }  // namespace mox

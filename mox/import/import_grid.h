@@ -6,16 +6,14 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "mox/foundation/record_set.h"
+#include "mox/import/import_check.h"
 #include "mox/import/import_field.h"
 #include "mox/import/import_view.h"
 
 namespace mox {
-
-struct ImportColumn;
 
 // Modal results of a form; kMrNone keeps it open.
 inline constexpr int kMrNone = 0;
@@ -57,6 +55,25 @@ struct GridStyle {
 
 inline constexpr std::uint32_t kSystemColor = 0xFF000000;
 inline constexpr std::uint32_t kScrollBarColor = kSystemColor | 0;
+
+/// What became of the rows when the button was pressed last.
+enum class ImportOutcome : std::uint8_t {
+  kNone,      ///< it was not pressed, the check ended with an error, or the profile has no transaction
+  kNoRows,    ///< there was nothing to check
+  kFaulty,    ///< rows are faulty
+  kDeclined,  ///< the user did not agree
+  kRefused,   ///< the server refused the transaction
+  kUnknown,   ///< the transaction was sent and no answer came: it may be stored
+  kStored
+};
+
+/// Where the rows of an import come from, for the journal of the application server.
+struct ImportOrigin {
+  std::string user;
+  std::string file;    ///< its name
+  std::string digest;  ///< of its bytes; a digest that was stored before is refused...
+  bool again = false;  ///< ...unless the user knows that
+};
 
 /// The import grid: rows pasted from a spreadsheet are checked column by column against the definitions of a
 /// profile and, when all are in order, stored by the application server in one transaction.
@@ -103,6 +120,14 @@ class TfrmImportGrid {
   const TfrmStatus& Status() const { return status_; }
   RecordSet& AdsForImport() { return source_; }
   RecordSet& AdsForDBSave() { return target_; }
+  /// What the last check found, whole; the fault texts of the rows are cut at 100 characters.
+  std::span<const ImportFault> Faults() const { return faults_; }
+  /// The modal result does not tell.
+  ImportOutcome Outcome() const { return outcome_; }
+  /// Why the server refused the rows, where it says so.
+  const std::string& Refusal() const { return refusal_; }
+  /// Sent with the rows from now on. Without an origin the transaction has them alone.
+  void SetOrigin(const ImportOrigin& origin);
 
   const FormButton& FilterButton() const { return filter_button_; }
   const FormButton& PreracunVelicinaButton() const { return preracun_velicina_button_; }
@@ -188,21 +213,19 @@ class TfrmImportGrid {
   bool ExecuteTransaction(std::string_view transaction_name, std::span<const RecordSet* const> record_sets);
 
  private:
-  void Prepare(std::size_t field_count, std::span<const ImportColumn> columns);
+  class Lookups;
+
+  void PrepareProfile(std::string_view key);
   void UpdateIndicator();
   std::string FilterExpression() const;
 
   template <typename Action>
   void ForEachSourceRow(Action action);
+  void ShowPass(const ImportFieldDef& field, ImportPass pass);
+  bool CheckAllRows();
+  void PaintFaults();
+  void StoreRows(std::string_view transaction);
   void AddFault(std::string_view fragment);
-  void ResetFaults();
-  bool IsClean();
-  std::optional<bool> CheckAllRows();
-  void ValidateColumn(std::size_t index, std::string_view service_name);
-  void QueryValues(const ImportFieldDef& field, const std::string& sql, std::string_view service_name);
-  template <typename Key>
-  std::unordered_set<std::string> KnownKeys(const ImportFieldDef& field, Key key);
-  void LookUp(std::size_t index, std::string_view service_name, bool keeps_marks);
 
   ImportGridView& view_;
   std::string profile_key_;
@@ -210,12 +233,14 @@ class TfrmImportGrid {
   std::vector<GridColumn> columns_;
   RecordSet source_;
   RecordSet target_;
-  RecordSet lookup_result_;
+  RecordSet origin_;
   TfrmStatus status_;
   std::string lbl_indicator_ = "0/0";
   int modal_result_ = kMrNone;
   std::size_t focused_ = kFirstDataPosition;
-  bool v_temp_marked_ = true;  // some row's mark may be other than false
+  std::vector<ImportFault> faults_;
+  ImportOutcome outcome_ = ImportOutcome::kNone;
+  std::string refusal_;
 
   FormButton filter_button_;
   FormButton preracun_velicina_button_;

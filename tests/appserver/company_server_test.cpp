@@ -8,6 +8,7 @@
 #include "appserver/named_transaction.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/vocabulary.h"
+#include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
 #include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"

@@ -1,10 +1,12 @@
-#include "mox/import/import_column_internal.h"
-#include "mox/import/import_grid.h"
+#pragma once
+
+#include "mox/import/import_column.h"
+
+// Employees.
 
 namespace mox {
-namespace {
 
-constexpr ImportColumn kEmployees[] = {
+inline constexpr ImportColumn kEmployeeColumns[] = {
     TextColumn("SIFRA", "Šifra zaposlenika").Required(),
     TextColumn("DRZAVLJANSTVO", "Državljanstvo"),
     TextColumn("IME", "Ime").Required(),
@@ -64,9 +66,5 @@ constexpr ImportColumn kEmployees[] = {
     TextColumn("RADNO_MJESTO", "Radno mjesto")
         .Lookup("select NAZIV as RADNO_MJESTO from RADNO_MJESTO where upper(NAZIV) in "),
 };
-
-}  // namespace
-
-void TfrmImportGrid::PrepareImportZaposlenik() { Prepare(50, kEmployees); }
 
 }  // namespace mox

@@ -1,12 +1,12 @@
-#include "mox/import/import_column_internal.h"
-#include "mox/import/import_grid.h"
+#pragma once
+
+#include "mox/import/import_column.h"
 
 // Accounts, booking types, voucher lines and open items.
 
 namespace mox {
-namespace {
 
-constexpr ImportColumn kOpenItems[] = {
+inline constexpr ImportColumn kOpenItemColumns[] = {
     NumberColumn("KONTO", "Konto").Lookup("select konto as KONTO from fin_kto where konto in "),
     TextColumn("SIFRA_RJ", "Šifra radne jedinice")
         .Required()
@@ -22,17 +22,17 @@ constexpr ImportColumn kOpenItems[] = {
     TextColumn("POZIV_NA_BR", "Poziv na broj").Required(),
 };
 
-constexpr ImportColumn kBookingTypes[] = {
+inline constexpr ImportColumn kBookingTypeColumns[] = {
     TextColumn("SIFRA", "Šifra", "4").Required(),
     TextColumn("OPIS", "Opis").Required(),
 };
 
-constexpr ImportColumn kChartOfAccounts[] = {
+inline constexpr ImportColumn kAccountColumns[] = {
     TextColumn("KONTO", "Konto", "8").Required(),
     TextColumn("OPIS", "Opis", "300").Required(),
 };
 
-constexpr ImportColumn kVoucherLines[] = {
+inline constexpr ImportColumn kVoucherLineColumns[] = {
     NumberColumn("KONTO", "Konto").Required().Lookup("select konto as KONTO from fin_kto where konto in "),
     TextColumn("OPIS", "Opis").Required(),
     DateColumn("DATUM_PP", "Datum poslovne promjene").Required(),
@@ -46,24 +46,12 @@ constexpr ImportColumn kVoucherLines[] = {
         .Lookup("select sifra as VR_KNJ from fin_vr_k where sifra in "),
 };
 
-}  // namespace
-
-void TfrmImportGrid::PrepareImportOtvoreneStavke() { Prepare(14, kOpenItems); }
-
-void TfrmImportGrid::PrepareImportOtvoreneStavkeStrano() {
-  ImportColumns columns = ColumnsOf(kOpenItems);
-  ImportColumn& oib = ColumnNamed(columns, "PAR_OIB");
-  oib = oib.Required(false);
-  columns.push_back(TextColumn("PAR_NAZIV", "Naziv partnera")
-                        .Required()
-                        .Lookup("select naziv as PAR_NAZIV from par where naziv in "));
-  Prepare(15, columns);
-}
-
-void TfrmImportGrid::PrepareImportVrsteKnjizenja() { Prepare(5, kBookingTypes); }
-
-void TfrmImportGrid::PrepareImportKontniPlan() { Prepare(5, kChartOfAccounts); }
-
-void TfrmImportGrid::PrepareImportTemeljnica() { Prepare(10, kVoucherLines); }
+// Open items of partners that have no personal number here.
+inline constexpr ColumnChange kForeignOpenItems[] = {
+    {"PAR_OIB", TextColumn("PAR_OIB", "OIB partnera").Lookup("select oib as PAR_OIB from par where oib in ")},
+    {"PAR_NAZIV", TextColumn("PAR_NAZIV", "Naziv partnera")
+                      .Required()
+                      .Lookup("select naziv as PAR_NAZIV from par where naziv in ")},
+};
 
 }  // namespace mox

@@ -1,12 +1,8 @@
 #pragma once
 
-#include <cstddef>
-#include <iterator>
-#include <string>
+#include <optional>
 #include <string_view>
-#include <vector>
 
-#include "mox/foundation/error.h"
 #include "mox/import/import_field.h"
 
 namespace mox {
@@ -25,9 +21,9 @@ struct ImportColumn {
   bool unique = false;
 
   /// No value may be empty.
-  constexpr ImportColumn Required(bool is_required = true) const {
+  constexpr ImportColumn Required() const {
     ImportColumn column = *this;
-    column.required = is_required;
+    column.required = true;
     return column;
   }
   /// Each value must be in the database.
@@ -44,16 +40,10 @@ struct ImportColumn {
     column.unique_sql = sql;
     return column;
   }
-  constexpr ImportColumn WithoutLookup(std::string_view sql = {}) const {
+  /// A look-up text that no check uses.
+  constexpr ImportColumn WithoutLookup(std::string_view sql) const {
     ImportColumn column = *this;
-    column.lookup = false;
     column.lookup_sql = sql;
-    return column;
-  }
-  constexpr ImportColumn WithoutUnique() const {
-    ImportColumn column = *this;
-    column.unique = false;
-    column.unique_sql = {};
     return column;
   }
 };
@@ -72,25 +62,12 @@ constexpr ImportColumn DateColumn(std::string_view name, std::string_view captio
   return {.name = name, .caption = caption, .type = field_type::kDate};
 }
 
-// A profile that is a variant of another one begins with a copy of its columns.
-
-using ImportColumns = std::vector<ImportColumn>;
-
-template <std::size_t N>
-ImportColumns ColumnsOf(const ImportColumn (&table)[N]) {
-  return ImportColumns(std::begin(table), std::end(table));
-}
-
-/// The column of that name, which must be there.
-inline ImportColumn& ColumnNamed(ImportColumns& columns, std::string_view name) {
-  for (ImportColumn& column : columns) {
-    if (column.name == name) return column;
-  }
-  throw Error("there is no column " + std::string(name));
-}
-
-inline void DropColumn(ImportColumns& columns, std::string_view name) {
-  columns.erase(columns.begin() + (&ColumnNamed(columns, name) - columns.data()));
-}
+/// How a profile differs from columns that it shares with another one: its own column stands in the place of
+/// that of the same name, or behind all where there is none; without one the column is left out.
+struct ColumnChange {
+  std::string_view name;
+  std::optional<ImportColumn> column;
+  bool (*applies)() = nullptr;  ///< asks the server; without it the change always applies
+};
 
 }  // namespace mox

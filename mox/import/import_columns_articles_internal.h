@@ -1,12 +1,12 @@
-#include "mox/import/import_column_internal.h"
-#include "mox/import/import_grid.h"
+#pragma once
+
+#include "mox/import/import_column.h"
 
 // Articles, services and fixed assets.
 
 namespace mox {
-namespace {
 
-constexpr ImportColumn kSupplierArticles[] = {
+inline constexpr ImportColumn kSupplierArticleColumns[] = {
     TextColumn("SIFRA_KOD_PROIZVODJACA", "Šifra kod proizvođača", "15"),
     TextColumn("SIFRA_ARTIKLA_RF", "Šifra artikla")
         .Lookup("select sifra SIFRA_ARTIKLA_RF from art where sifra in "),
@@ -18,7 +18,7 @@ constexpr ImportColumn kSupplierArticles[] = {
     NumberColumn("CIJENA", "Cijena"),
 };
 
-constexpr ImportColumn kArticles[] = {
+inline constexpr ImportColumn kArticleColumns[] = {
     TextColumn("SIFRA", "Šifra artikla").Required().Unique("select sifra from art where sifra in "),
     TextColumn("NAZIV", "Naziv artikla").Required(),
     TextColumn("JM", "Jedinica mjere").Required().Lookup("select naziv as JM from jm where naziv in "),
@@ -49,7 +49,7 @@ constexpr ImportColumn kArticles[] = {
     TextColumn("SIFRA_DOBAVLJACA", "Šifra dobavljača"),
 };
 
-constexpr ImportColumn kRetailArticles[] = {
+inline constexpr ImportColumn kRetailArticleColumns[] = {
     TextColumn("NAZIV", "Naziv artikla"),
     TextColumn("SIFRA", "Šifra artikla"),
     TextColumn("BARCODE", "Barkod").Required(),
@@ -97,7 +97,7 @@ constexpr ImportColumn kRetailArticles[] = {
     TextColumn("OPIS", "Opis"),
 };
 
-constexpr ImportColumn kServices[] = {
+inline constexpr ImportColumn kServiceColumns[] = {
     TextColumn("SIFRA", "Šifra usluge").Required(),
     BooleanColumn("AKTIVNA", "Aktivna").Required(),
     TextColumn("GRUPA", "Grupa usluga").Lookup("select naziv as GRUPA from grupa_usl where naziv in "),
@@ -114,7 +114,7 @@ constexpr ImportColumn kServices[] = {
 
 // The look-up of an employee asks for personal numbers and answers codes, so a row passes only where its
 // employee has the same of both.
-constexpr ImportColumn kFixedAssets[] = {
+inline constexpr ImportColumn kFixedAssetColumns[] = {
     TextColumn("NAZIV", "Naziv sredstva").Required(),
     TextColumn("INV_BROJ", "Inventarni broj").Required(),
     TextColumn("BARCODE", "Barkod"),
@@ -141,22 +141,6 @@ constexpr ImportColumn kFixedAssets[] = {
     TextColumn("NAPOMENA", "Napomena"),
 };
 
-}  // namespace
-
-void TfrmImportGrid::PrepareImportArtDob() { Prepare(9, kSupplierArticles); }
-
-void TfrmImportGrid::PrepareImportArtikala() { Prepare(27, kArticles); }
-
-void TfrmImportGrid::PrepareImportArtikliLunari() { Prepare(48, kRetailArticles); }
-
-void TfrmImportGrid::PrepareUpdateArtikliLunari() {
-  ImportColumns columns = ColumnsOf(kRetailArticles);
-  DropColumn(columns, "OPIS");
-  Prepare(47, columns);
-}
-
-void TfrmImportGrid::PrepareImportUslugeIPrijevodi() { Prepare(15, kServices); }
-
-void TfrmImportGrid::PrepareImportOsnovnaSredstva() { Prepare(20, kFixedAssets); }
+inline constexpr ColumnChange kChangedRetailArticles[] = {{"OPIS", std::nullopt}};
 
 }  // namespace mox

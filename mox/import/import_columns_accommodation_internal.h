@@ -1,13 +1,16 @@
+#pragma once
+
 #include "mox/codes/payment_codes.h"
-#include "mox/import/import_column_internal.h"
-#include "mox/import/import_grid.h"
+#include "mox/import/import_column.h"
 
 // Accommodation: units, resources, guests, travellers, payments against contracts.
 
 namespace mox {
-namespace {
 
-constexpr ImportColumn kUnits[] = {
+/// Whether payments of travellers name them by their personal numbers; asks the server.
+inline bool TravellersPayByOib() { return GetTipPozivaNaBrojPutnika() == "OIB"; }
+
+inline constexpr ImportColumn kUnitColumns[] = {
     TextColumn("SIFRA", "Šifra jedinice")
         .Required()
         .Unique("select SIFRA from APO_SMJESTAJNA_JEDINICA WHERE SIFRA in"),
@@ -24,7 +27,7 @@ constexpr ImportColumn kUnits[] = {
         .Lookup("select NAZIV as MJESTO from mjesto where NAZIV in "),
 };
 
-constexpr ImportColumn kResources[] = {
+inline constexpr ImportColumn kResourceColumns[] = {
     TextColumn("SIFRA", "Šifra resursa").Required().Unique("select SIFRA from RESURS WHERE SIFRA in"),
     TextColumn("NAZIV", "Naziv resursa")
         .Required()
@@ -37,7 +40,7 @@ constexpr ImportColumn kResources[] = {
     TextColumn("NAZIV_PAR", "Naziv partnera").Lookup("select NAZIV as NAZIV_PAR from PAR WHERE NAZIV in"),
 };
 
-constexpr ImportColumn kHotelGuests[] = {
+inline constexpr ImportColumn kHotelGuestColumns[] = {
     TextColumn("Ime", "Ime").Required(),
     TextColumn("Prezime", "Prezime").Required(),
     TextColumn("MJESTO", "Naziv mjesta").Lookup("select NAZIV as MJESTO from mjesto where NAZIV in "),
@@ -59,9 +62,9 @@ constexpr ImportColumn kHotelGuests[] = {
     TextColumn("EMAIL", "e-mail"),
 };
 
-constexpr std::string_view kNoQuery = " ";
+inline constexpr std::string_view kNoQuery = " ";
 
-constexpr ImportColumn kTravellers[] = {
+inline constexpr ImportColumn kTravellerColumns[] = {
     TextColumn("BROJ_GR", "Broj grupe")
         .Lookup("select BROJ as BROJ_GR from APO_GrupeRezervacije where BROJ in"),
     TextColumn("GRUPA", "Naziv grupe"),
@@ -96,39 +99,22 @@ constexpr ImportColumn kTravellers[] = {
     TextColumn("KON_PREZIME", "Prezime kontakt osobe"),
 };
 
-constexpr ImportColumn kContractPayments[] = {
+inline constexpr ImportColumn kContractPaymentColumns[] = {
     DateColumn("DATUM", "Datum uplate").Required(),    TextColumn("VP", "Vrsta plaćanja"),
     TextColumn("BROJ_UGO", "Broj ugovora").Required(), TextColumn("IME", "Ime").Required(),
     TextColumn("PREZIME", "Prezime").Required(),       TextColumn("SIFRA_GRP", "Šifra grupe").Required(),
     NumberColumn("IZNOS", "Iznos").Required(),
 };
 
-}  // namespace
+// Resources as they are written.
+inline constexpr ColumnChange kResourcesWithoutLookups[] = {
+    {"NAZIV",
+     TextColumn("NAZIV", "Naziv resursa").Required().Unique("select NAZIV from RESURS WHERE NAZIV in")},
+    {"NAZIV_PAR", TextColumn("NAZIV_PAR", "Naziv partnera")},
+};
 
-void TfrmImportGrid::PrepareImportSmjestajnaJed() { Prepare(11, kUnits); }
-
-void TfrmImportGrid::PrepareImportResurs() { Prepare(10, kResources); }
-
-void TfrmImportGrid::PrepareImportResursBezLookup() {
-  ImportColumns columns = ColumnsOf(kResources);
-  for (const std::string_view name : {"NAZIV", "NAZIV_PAR"}) {
-    ImportColumn& column = ColumnNamed(columns, name);
-    column = column.WithoutLookup();
-  }
-  Prepare(10, columns);
-}
-
-void TfrmImportGrid::PrepareImportGostiHotel() { Prepare(17, kHotelGuests); }
-
-// The list is one position longer than its columns.
-void TfrmImportGrid::PrepareImportPutniciGrupa() {
-  ImportColumns columns = ColumnsOf(kTravellers);
-  if (GetTipPozivaNaBrojPutnika() == "OIB") {
-    ColumnNamed(columns, "OIB") = TextColumn("OIB", "OIB", "11").Required();
-  }
-  Prepare(33, columns);
-}
-
-void TfrmImportGrid::PrepareImportAPOUplate() { Prepare(10, kContractPayments); }
+inline constexpr ColumnChange kTravellersWithOib[] = {
+    {"OIB", TextColumn("OIB", "OIB", "11").Required(), TravellersPayByOib},
+};
 
 }  // namespace mox

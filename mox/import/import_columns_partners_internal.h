@@ -1,12 +1,12 @@
-#include "mox/import/import_column_internal.h"
-#include "mox/import/import_grid.h"
+#pragma once
+
+#include "mox/import/import_column.h"
 
 // Partners, customers and places.
 
 namespace mox {
-namespace {
 
-constexpr ImportColumn kPartners[] = {
+inline constexpr ImportColumn kPartnerColumns[] = {
     TextColumn("NAZIV", "Naziv partnera").Required().Unique("select NAZIV from PAR WHERE NAZIV in"),
     TextColumn("OIB", "OIB partnera", "11"),
     TextColumn("ADRESA", "Adresa"),
@@ -47,12 +47,12 @@ constexpr ImportColumn kPartners[] = {
     TextColumn("NAPOMENA", "Napomena", "255"),
 };
 
-constexpr ImportColumn kPartnersMail[] = {
+inline constexpr ImportColumn kPartnerMailColumns[] = {
     TextColumn("OIB", "OIB partnera", "11").Required(),
     TextColumn("EMAIL", "e-mail za eRačun", "60"),
 };
 
-constexpr ImportColumn kRetailCustomers[] = {
+inline constexpr ImportColumn kRetailCustomerColumns[] = {
     TextColumn("EMAIL", "e-mail"),
     TextColumn("NAZIV", "Naziv kupca"),
     TextColumn("ADRESA", "Adresa"),
@@ -62,31 +62,17 @@ constexpr ImportColumn kRetailCustomers[] = {
     TextColumn("TELEFON", "Telefon"),
 };
 
-constexpr ImportColumn kPlaces[] = {
+inline constexpr ImportColumn kPlaceColumns[] = {
     TextColumn("NAZIV", "Naziv mjesta").Required().Unique("select naziv from mjesto WHERE naziv in"),
     TextColumn("PTT", "PTT mjesta"),
     TextColumn("DRZAVA", "Oznaka države").Lookup("select OZNAKA as DRZAVA from DRZAVE WHERE OZNAKA in"),
 };
 
-}  // namespace
-
-void TfrmImportGrid::PrepareImportParPTTMje() { Prepare(38, kPartners); }
-
-void TfrmImportGrid::PrepareImportParPTTMjeOPZ() {
-  ImportColumns columns = ColumnsOf(kPartners);
-  DropColumn(columns, "ADRESABROJ");
-  DropColumn(columns, "ADRESADODATAKBROJ");
-  ImportColumn& oib = ColumnNamed(columns, "OIB");
-  oib = oib.Required();
-  ImportColumn& naziv = ColumnNamed(columns, "NAZIV");
-  naziv = naziv.WithoutUnique();
-  Prepare(36, columns);
-}
-
-void TfrmImportGrid::PrepareUpdateParEracunMail() { Prepare(5, kPartnersMail); }
-
-void TfrmImportGrid::PrepareImportKupciLunari() { Prepare(10, kRetailCustomers); }
-
-void TfrmImportGrid::PrepareImportMjesta() { Prepare(6, kPlaces); }
+inline constexpr ColumnChange kPartnersWithOib[] = {
+    {"ADRESABROJ", std::nullopt},
+    {"ADRESADODATAKBROJ", std::nullopt},
+    {"OIB", TextColumn("OIB", "OIB partnera", "11").Required()},
+    {"NAZIV", TextColumn("NAZIV", "Naziv partnera").Required()},
+};
 
 }  // namespace mox

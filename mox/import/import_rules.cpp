@@ -1,0 +1,138 @@
+#include "mox/foundation/error.h"
+#include "mox/foundation/locale_text.h"
+#include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
+#include "mox/import/import_rules_internal.h"
+
+namespace mox {
+namespace {
+
+// U+0000 to U+001F, U+007F and U+0080 to U+009F.
+bool HasControlCharacter(std::string_view text) {
+  unsigned found = 0;
+  unsigned beyond_ascii = 0;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    found |= static_cast<unsigned>(byte < 0x20) | static_cast<unsigned>(byte == 0x7F);
+    beyond_ascii |= byte;
+  }
+  if (found != 0 || beyond_ascii < 0x80) return found != 0;
+  for (std::size_t i = 0; i + 1 < text.size(); ++i) {
+    const auto next = static_cast<unsigned char>(text[i + 1]);
+    if (text[i] == '\xC2' && next >= 0x80 && next < 0xA0) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+std::string UniqueKey(std::string_view text) {
+  std::string key(text);
+  for (char& c : key) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - ('a' - 'A'));
+  }
+  return key;
+}
+
+std::string ColumnRules::LookupKey(std::string_view text) { return FoldCase(TrimBlanks(text)); }
+
+std::string_view ReasonOf(ImportPass pass, const ImportFieldDef& field) {
+  switch (pass) {
+    case ImportPass::kRequired:
+      return "is required";
+    case ImportPass::kLookup:
+      return "is not in the database";
+    case ImportPass::kUnique:
+      return "is in the database already";
+    case ImportPass::kFormat:
+      break;
+  }
+  if (field.field_type == field_type::kDate) return "is not a date";
+  if (field.field_type == field_type::kBoolean) return "is not true or false";
+  return field.field_type == field_type::kText ? "has a control character" : "is not a number";
+}
+
+std::string FaultFragment(const ImportFault& fault, const ImportFieldDef& field) {
+  switch (fault.pass) {
+    case ImportPass::kRequired:
+      return " Req:" + field.field_name;
+    case ImportPass::kLookup:
+      return " Lookup:" + field.field_name + ":" + fault.value;
+    case ImportPass::kFormat:
+      return " Format:" + field.field_name;
+    case ImportPass::kUnique:
+      break;
+  }
+  return " Jedinstven:" + field.field_name;
+}
+
+ColumnRules::ColumnRules(const ImportFieldDef& field)
+    : field_(&field), kind_(Kind::kOther), locale_(&CurrentLocale()) {
+  if (field.field_type == field_type::kText) kind_ = Kind::kText;
+  if (field.field_type == field_type::kFloat) kind_ = Kind::kNumber;
+  if (field.field_type == field_type::kBoolean) kind_ = Kind::kBoolean;
+  if (field.field_type == field_type::kDate) kind_ = Kind::kDate;
+}
+
+bool ColumnRules::Has(ImportPass pass) const {
+  switch (pass) {
+    case ImportPass::kRequired:
+      return ToBoolean(field_->required);
+    case ImportPass::kLookup:
+      return ToBoolean(field_->lookup);
+    case ImportPass::kUnique:
+      return ToBoolean(field_->unique);
+    case ImportPass::kFormat:
+      break;
+  }
+  return true;
+}
+
+void ColumnRules::SetStored(ImportPass pass, RecordSet answer) {
+  const bool look_up = pass == ImportPass::kLookup;
+  auto& texts = (look_up ? known_ : taken_).texts;
+  texts.clear();
+  if (answer.IsEmpty()) return;
+  const std::size_t field = answer.FieldByName(field_->field_name).Index();
+  texts.reserve(answer.RecordCount());
+  for (answer.First(); !answer.Eof(); answer.Next()) {
+    std::string text = answer.AsText(field);
+    texts.insert(look_up ? LookupKey(text) : UniqueKey(text));
+    texts.insert(std::move(text));
+  }
+}
+
+bool ColumnRules::StoreConverted(std::string_view text, RecordSet& typed, std::size_t to) const {
+  switch (kind_) {
+    case Kind::kText:
+      typed.SetText(to, text);
+      return !HasControlCharacter(text);
+    case Kind::kNumber: {
+      const auto number = ParseLocaleNumber(text, *locale_);
+      if (number) typed.SetFloat(to, *number);
+      return number.has_value();
+    }
+    case Kind::kBoolean:
+      typed.SetBoolean(to, ToBoolean(std::string(text)));
+      return true;
+    case Kind::kDate: {
+      const auto date = ParseLocaleDate(text, *locale_);
+      if (date) typed.SetDate(to, *date);
+      return date.has_value();
+    }
+    case Kind::kOther:
+      break;
+  }
+  return true;
+}
+
+std::string_view ColumnRules::Store(std::string_view text, RecordSet& typed, std::size_t to) const {
+  try {
+    if (StoreConverted(text, typed, to)) return {};
+  } catch (const ConversionError&) {
+  } catch (const Overflow&) {
+  }
+  return ReasonOf(ImportPass::kFormat, *field_);
+}
+
+}  // namespace mox

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "mox/foundation/app.h"
+#include "mox/foundation/record_set.h"
+#include "mox/import/import_check.h"
+
+namespace mox {
+
+/// What a column asks of its cells, each rule in one place. A cell without a value is the empty text.
+class ColumnRules {
+ public:
+  /// The field must outlive the rules.
+  explicit ColumnRules(const ImportFieldDef& field);
+
+  const ImportFieldDef& field() const { return *field_; }
+  /// Flags are read when they are asked for. Raises ConversionError.
+  bool Has(ImportPass pass) const;
+
+  /// The answers of the database.
+  void SetStored(ImportPass pass, RecordSet answer);
+
+  /// Whether the database has the value, as a look-up or as uniqueness compares.
+  bool IsKnown(std::string_view text) const { return known_.Contains(text, LookupKey); }
+  bool IsTaken(std::string_view text) const { return taken_.Contains(text, UniqueKey); }
+  /// Stores the value in a field of the current record, which is being edited or inserted. Answers why it
+  /// could not, or what is wrong with it all the same; empty where all is well.
+  std::string_view Store(std::string_view text, RecordSet& typed, std::size_t to) const;
+
+ private:
+  enum class Kind : std::uint8_t { kText, kNumber, kBoolean, kDate, kOther };
+
+  struct Hash : std::hash<std::string_view> {
+    using is_transparent = void;
+  };
+
+  // Values of the database, both as they are and as they are compared: most cells are written as the
+  // database has them, and found without being folded.
+  struct Stored {
+    std::unordered_set<std::string, Hash, std::equal_to<>> texts;
+    bool Contains(std::string_view text, std::string (*key)(std::string_view)) const {
+      return texts.contains(text) || (!texts.empty() && texts.contains(key(text)));
+    }
+  };
+
+  static std::string LookupKey(std::string_view text);
+  bool StoreConverted(std::string_view text, RecordSet& typed, std::size_t to) const;
+
+  const ImportFieldDef* field_;
+  Kind kind_;
+  const LocaleSettings* locale_;
+  Stored known_;
+  Stored taken_;
+};
+
+std::string_view ReasonOf(ImportPass pass, const ImportFieldDef& field);
+
+/// The check in its two halves: first all questions to the database, in the order of the columns and of
+/// their passes, then the rows one after the other, each through all passes.
+class ImportCheck {
+ public:
+  /// All must outlive the check. `typed` is open and empty.
+  ImportCheck(std::span<const ImportFieldDef> profile, RecordSet& rows, RecordSet& typed);
+
+  /// Where a question raises, the passes before it are left to be run.
+  void Ask(ImportLookups& lookups);
+  std::vector<ImportFault> Run();
+
+ private:
+  // A column with those of its passes that are run.
+  struct Column {
+    std::size_t position;
+    std::size_t from;
+    std::size_t to;
+    bool is_required;
+    bool runs[4];
+    ColumnRules rules;
+  };
+
+  void AskColumn(Column& column, ImportLookups& lookups);
+  void CheckRow(std::size_t row, std::vector<ImportFault>& faults);
+
+  std::span<const ImportFieldDef> profile_;
+  RecordSet& rows_;
+  RecordSet& typed_;
+  std::vector<Column> columns_;
+};
+
+}  // namespace mox
