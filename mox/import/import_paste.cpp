@@ -29,6 +29,20 @@ void StoreCell(RecordSet& set, std::size_t field, std::string_view cell) {
   }
 }
 
+// Posts the record and goes to the one for the next line. Where the post takes the record out of the filter,
+// the next one is current already.
+void PostAndGoOn(RecordSet& set) {
+  const std::size_t shown = set.RecordCount() + (set.State() == DataSetState::kInsert ? 1 : 0);
+  const bool was_last = set.Position() + 1 >= set.RecordCount();
+  set.Post();
+  const bool left = set.RecordCount() < shown;
+  if (left ? was_last : set.Position() + 1 >= set.RecordCount()) {
+    set.Append();
+  } else if (!left) {
+    set.Next();
+  }
+}
+
 // Stores the cells of one line. The record is posted by the last cell of the line; surplus cells are dropped
 // and leave it open, so that the next line overwrites it.
 void PasteLine(RecordSet& set, const std::vector<std::size_t>& fields, std::string_view rest) {
@@ -44,13 +58,7 @@ void PasteLine(RecordSet& set, const std::vector<std::size_t>& fields, std::stri
       rest.remove_prefix(tab + 1);
       continue;
     }
-    set.Post();
-    if (set.Position() + 1 >= set.RecordCount()) {
-      set.Append();
-    } else {
-      set.Next();
-    }
-    return;
+    return PostAndGoOn(set);
   }
 }
 
