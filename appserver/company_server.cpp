@@ -147,7 +147,12 @@ std::optional<RecordSet> CompanyServer::Store(const TAstaParamList& request, Wri
   failure.transaction = item.Name();
   const NamedTransaction* const transaction = FindRow(NamedTransactionTable(), item.Name());
   if (transaction == nullptr) throw Error("unknown transaction");
-  return RunNamedTransaction(*transaction, database_, item.AsTextView());
+  return RunNamedTransaction(*transaction, database_, item.AsTextView(),
+                             rehearsing_ ? Ending::kRollBack : Ending::kCommit);
+}
+
+std::string CompanyServer::WriteRefusal() const {
+  return last_write_.failure ? last_write_.failure->ToString() : std::string();
 }
 
 int CompanyServer::WriteDataService(const TAstaParamList& request) {

@@ -30,7 +30,7 @@ struct WriteFailure {
 
 /// What the last write request did.
 struct WriteOutcome {
-  bool committed = false;
+  bool committed = false;  ///< or would have been, in a rehearsal
   /// Of a refused one.
   std::optional<WriteFailure> failure;
   /// Keys and numbers that the server gave, where the transaction gives any.
@@ -79,6 +79,9 @@ class CompanyServer : public TdmComunication {
   /// 0 when the request was refused and nothing stored; LastWrite() tells why, and the log was told. Raises
   /// DatabaseUnavailable when the write could not begin, which is no refusal.
   int WriteDataService(const TAstaParamList& request) override;
+  std::string WriteRefusal() const override;
+  /// Write requests are carried out from now on, and rolled back in the end: whether they would be stored.
+  void SetRehearsing(bool rehearsing) { rehearsing_ = rehearsing; }
 
   const WriteOutcome& LastWrite() const { return last_write_; }
 
@@ -93,6 +96,7 @@ class CompanyServer : public TdmComunication {
   CompanyParameterModule parameters_;  // of the database and set ones
   CompanyParameterModule set_parameters_;
   WriteOutcome last_write_;
+  bool rehearsing_ = false;
 };
 
 /// The read services and the transactions that a company server has.

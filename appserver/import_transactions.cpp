@@ -1,4 +1,4 @@
-#include "appserver/named_transaction.h"
+#include "appserver/import_journal.h"
 
 // What becomes of the rows that the import grid sends: a row of a table for each, in which the keys of other
 // tables' rows stand for the texts that name them. A field that is not mentioned goes to the column of its
@@ -16,7 +16,10 @@ NamedTransaction Import(std::string_view name, std::string_view summary, std::st
                     .ignored = {"V_TEMP", "VALIDACIJA", "ERR_MSG"},
                     .blank_is_null = true,
                     .update_by = update_by};
-  return {name, summary, {{"adsForDBSave", std::move(rule)}}};
+  return {name,
+          summary,
+          {{kImportedRows, std::move(rule)}, {.name = kImportOrigin, .table = {"uvoz"}, .required = false}},
+          StoreImport};
 }
 
 // A row that one text or number names.

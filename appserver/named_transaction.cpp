@@ -48,7 +48,7 @@ const RecordSetRule* NamedTransaction::FindRule(std::string_view record_set) con
 }
 
 std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction, Database& database,
-                                             std::string_view inner) {
+                                             std::string_view inner, Ending ending) {
   SentRecordSets sent(inner);
   for (const RecordSet& records : sent.All()) {
     if (transaction.FindRule(records.Name()) == nullptr) {
@@ -68,7 +68,7 @@ std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction
       StoreRecords(database, records, transaction.FindRule(records.Name())->table);
     }
   }
-  guard.Commit();
+  if (ending == Ending::kCommit) guard.Commit();
   return stored;
 }
 

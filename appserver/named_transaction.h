@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -58,9 +59,12 @@ std::span<const NamedTransaction> EInvoiceTransactionTable();
 /// Those that store what the import grid sends.
 std::span<const NamedTransaction> ImportTransactionTable();
 
+/// Whether a transaction is committed in the end, or only tried.
+enum class Ending : std::uint8_t { kCommit, kRollBack };
+
 /// Stores a request in one transaction of the database: all of it or nothing. Raises WriteRefused and other
 /// kinds of Error for whatever refuses it.
 std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction, Database& database,
-                                             std::string_view inner);
+                                             std::string_view inner, Ending ending = Ending::kCommit);
 
 }  // namespace mox

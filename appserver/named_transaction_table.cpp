@@ -1,3 +1,4 @@
+#include "appserver/import_journal.h"
 #include "appserver/named_transaction.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
@@ -133,6 +134,7 @@ std::span<const NamedTransaction> NamedTransactionTable() {
     for (const auto& others : {EInvoiceTransactionTable(), ImportTransactionTable()}) {
       table.insert(table.end(), others.begin(), others.end());
     }
+    table.push_back(UndoImportTransaction());
     return table;
   }();
   return all;

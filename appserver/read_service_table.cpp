@@ -248,6 +248,16 @@ SELECT p.tip_tvrtke FROM dok d LEFT JOIN par p ON p.id = d.par_id WHERE d.id = :
      {{"adsERacun", "electronicId:integer,statusId:integer,odgovor", R"(
 SELECT electronic_id, status_id, odgovor FROM eracun_veze WHERE dok_id = :id)"}}},
 
+    {"DnevnikUvoza",
+     "",
+     "the stored imports, the last one first",
+     {{"adsUvoz",
+       "id:integer,vrijeme:datetime,korisnik,profil,datoteka,sazetak,tablica,redaka:integer,kljucevi,"
+       "ponisteno:datetime,ponistio",
+       R"(
+SELECT id, vrijeme, korisnik, profil, datoteka, sazetak, tablica, redaka, kljucevi, ponisteno, ponistio
+FROM uvoz ORDER BY id DESC)"}}},
+
 };
 
 }  // namespace

@@ -7,9 +7,12 @@
 #include <vector>
 
 #include "appserver/company_server.h"
+#include "appserver/import_journal.h"
+#include "cli/argument_text.h"
 #include "cli/command.h"
 #include "cli/host.h"
 #include "cli/import_faults.h"
+#include "cli/import_journal.h"
 #include "cli/import_text.h"
 #include "cli/locale_argument.h"
 #include "cli/options.h"
@@ -30,8 +33,12 @@ struct ImportArguments {
   std::string path;
   std::string faults;
   std::string locale = "hr";
+  std::string undo;
   bool heading = false;
   bool yes = false;
+  bool check = false;
+  bool again = false;
+  bool journal = false;
   bool list = false;
   bool print_heading = false;
   bool columns = false;
@@ -102,6 +109,11 @@ void AppendColumns(const TfrmImportGrid& form, std::string& out) {
 
 // --- the import ---
 
+// Not where --yes has answered, or where the rows come from the terminal.
+bool AsksAtTerminal(const ImportArguments& arguments, const Session& session) {
+  return !arguments.yes && !arguments.check && arguments.path != "-" && IsTerminal(session.in);
+}
+
 // The user at a terminal: reads the file onto the clipboard, pastes it and presses the button.
 class ImportSession : public ImportGridView {
  public:
@@ -116,8 +128,8 @@ class ImportSession : public ImportGridView {
     session_.clipboard = std::move(sheet.text);
     form.GridKeyDown(U'E', {.alt = true});
     session_.clipboard = {};
+    SetOrigin(form, file);
     form.ProvjeraIUvozClick();
-    if (form.ModalResult() == kMrNone) faults_ = CollectFaults(form);
     if (!arguments_.faults.empty()) WriteFaults(FaultLines(form));
   }
   void StatusChanged(const TfrmStatus& status, bool /*repaint*/) override {
@@ -129,9 +141,25 @@ class ImportSession : public ImportGridView {
   }
 
   std::size_t Rows() const { return rows_; }
-  std::optional<RecordSet>& Faults() { return faults_; }
+  /// The file was imported before, and the user did not say that he knows.
+  bool IsRepeated() const { return repeated_; }
 
  private:
+  // A file that was imported before is stored once more only where the user wants that; the server sees to
+  // it, too.
+  void SetOrigin(TfrmImportGrid& form, const FileText& file) {
+    ImportOrigin origin = OriginOf(arguments_.path, file.bytes, arguments_.again);
+    const auto before = FindStoredImport(ServerOf(session_).database(), form.ProfileKey(), origin.digest);
+    if (before && !origin.again) {
+      origin.again = AsksAtTerminal(arguments_, session_) &&
+                     ShowVelorDialog(TVCustomDialogType::kConfirmation, "import", origin.file,
+                                     "was imported before (" + before->description +
+                                         "). Import it once more?") == kDialogYes;
+      repeated_ = !origin.again;
+    }
+    form.SetOrigin(origin);
+  }
+
   // Where no row is faulty, all may be stored already, and a file that cannot be written changes nothing.
   void WriteFaults(const std::string& lines) {
     try {
@@ -160,67 +188,87 @@ class ImportSession : public ImportGridView {
   Session& session_;
   ProgressBar bar_;
   std::size_t rows_ = 0;
-  std::optional<RecordSet> faults_;
+  bool repeated_ = false;
 };
-
-std::size_t FaultyRows(RecordSet& faults) {
-  std::size_t rows = 0;
-  std::int64_t last = 0;
-  for (faults.First(); !faults.Eof(); faults.Next()) {
-    rows += faults.AsInteger(0) == last ? 0U : 1U;
-    last = faults.AsInteger(0);
-  }
-  return rows;
-}
 
 std::string Rows(std::size_t count) { return std::to_string(count) + (count == 1 ? " row" : " rows"); }
 
-void ReportFaults(RecordSet& faults, std::size_t rows, Session& session) {
-  AppendTable(faults, {}, session.out);
-  session.err << "mox: " << FaultyRows(faults) << " of " << Rows(rows) << " faulty, nothing was stored"
-              << std::endl;
+constexpr std::size_t kMostShown = 50;  // faults
+
+void ReportFaults(const TfrmImportGrid& form, std::size_t rows, Session& session) {
+  RecordSet table = FaultTable(form, kMostShown);
+  AppendTable(table, {}, session.out);
+  session.err << "mox: " << FaultyRows(form) << " of " << Rows(rows) << " faulty, nothing was stored";
+  if (form.Faults().size() > kMostShown) {
+    session.err << "; the first " << kMostShown << " of " << form.Faults().size()
+                << " faults are shown (--faults FILE takes all of them)";
+  }
+  session.err << std::endl;
   session.valid = false;
 }
 
-// The confirmation is asked at a terminal, unless --yes answers it or the rows come from there.
-ConsoleDialogs DialogsOf(const ImportArguments& arguments, Session& session) {
-  const bool asks = !arguments.yes && arguments.path != "-" && IsTerminal(session.in);
-  if (asks) return {session.err, session.in};
-  return {session.err, arguments.yes ? kDialogYes : kDialogNo};
+// A check asks and tells nothing on the way.
+class SilentDialogs : public AppDialogs {
+  int ShowVelorDialog(TVCustomDialogType kind, std::string_view /*caption*/, std::string_view /*heading*/,
+                      std::string_view /*message*/) override {
+    return kind == TVCustomDialogType::kConfirmation ? kDialogYes : 0;
+  }
+  void ShowMessage(std::string_view /*text*/) override {}
+};
+
+std::unique_ptr<AppDialogs> DialogsOf(const ImportArguments& arguments, Session& session) {
+  if (arguments.check) return std::make_unique<SilentDialogs>();
+  if (AsksAtTerminal(arguments, session)) return std::make_unique<ConsoleDialogs>(session.err, session.in);
+  return std::make_unique<ConsoleDialogs>(session.err, arguments.yes ? kDialogYes : kDialogNo);
 }
 
-// The grid reports success whatever became of the transaction, so the server is asked.
+void ReportRows(const ImportArguments& arguments, const ImportProfile& profile, const ImportSession& user,
+                double seconds, std::string& out) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f", seconds);
+  out += std::string(profile.key) + ": " + Rows(user.Rows()) +
+         (arguments.check ? " in order, nothing was stored (" : " stored (") + std::string(profile.imports) +
+         ") in " + text + " s\n";
+}
+
 void RunImport(const ImportArguments& arguments, const ImportProfile& profile, Session& session) {
-  const CompanyServer& server = ServerOf(session);
+  ServerOf(session).SetRehearsing(arguments.check);
   session.files.Keep(arguments.path, "the sheet that is imported");
   if (!arguments.faults.empty()) session.files.Require(arguments.faults, kFaultList);
   const auto begin = std::chrono::steady_clock::now();
   StandardLocale locale(LocaleArgument(arguments.locale));
-  ConsoleDialogs dialogs = DialogsOf(arguments, session);
+  const std::unique_ptr<AppDialogs> dialogs = DialogsOf(arguments, session);
   ImportSession user(arguments, session);
   const ScopedApp app({.ini = &App().Ini(),
                        .comunication = &App().Comunication(),
-                       .dialogs = &dialogs,
+                       .dialogs = dialogs.get(),
                        .locale = &locale,
                        .platform = &App().Platform()});
   TfrmImportGrid form(user, profile.key);
   form.ShowModal();
-  if (user.Faults()) return ReportFaults(*user.Faults(), user.Rows(), session);
-  if (form.ModalResult() != kMrOk) throw Error("there are no rows, nothing was stored");
-  if (!server.LastWrite().committed) {
-    if (server.LastWrite().failure)
-      throw Error("nothing was stored: " + server.LastWrite().failure->ToString());
-    throw Error("nothing was stored: the confirmation was not answered with yes (--yes answers it)");
+  switch (form.Outcome()) {
+    case ImportOutcome::kFaulty:
+      return ReportFaults(form, user.Rows(), session);
+    case ImportOutcome::kStored:
+      break;
+    case ImportOutcome::kRefused:
+      throw Error("nothing was stored: " + form.Refusal() +
+                  (user.IsRepeated() ? " (--again stores it once more)" : ""));
+    case ImportOutcome::kDeclined:
+      throw Error("nothing was stored: the confirmation was not answered with yes (--yes answers it)");
+    default:
+      throw Error("there are no rows, nothing was stored");
   }
   const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begin;
-  char seconds[32];
-  std::snprintf(seconds, sizeof seconds, "%.1f", passed.count());
-  session.out += std::string(profile.key) + ": " + Rows(user.Rows()) + " stored (" +
-                 std::string(profile.imports) + ") in " + seconds + " s\n";
+  ReportRows(arguments, profile, user, passed.count(), session.out);
 }
 
 void Run(const ImportArguments& arguments, Session& session) {
   if (arguments.list) return ListProfiles(session.out);
+  if (arguments.journal) return ListImports(session);
+  if (!arguments.undo.empty()) {
+    return UndoImport(IntegerArgument("--undo", arguments.undo), arguments.check, session);
+  }
   const ImportProfile& profile = FindProfile(arguments.key);
   if (!arguments.print_heading && !arguments.columns) return RunImport(arguments, profile, session);
   ImportSession user(arguments, session);
@@ -242,7 +290,14 @@ void Declare(Options& options) {
                 "en-US, iso, or decimal separator and short date, \". MM/dd/yyyy\"");
   options.Value("--faults", arguments->faults, "FILE",
                 "write the faulty rows: a line each, its number, a tab, its fault text");
+  options.Flag("--check", arguments->check, "do all of it, but store nothing");
   options.Flag("--yes", arguments->yes, "store rows that are in order without asking");
+  options.Flag("--again", arguments->again, "store a file once more that was imported before");
+  options.Flag("--journal", arguments->journal, "list the stored imports");
+  options.Value(
+      "--undo", arguments->undo, "NUMBER",
+      "take an import of the journal back: all of its rows, or none where\nsome were changed or are "
+      "referred to since");
   options.Flag("--list", arguments->list, "list the profiles");
   options.Flag("--template", arguments->print_heading, "print the heading row of the profile's sheet");
   options.Flag("--columns", arguments->columns, "print the profile's columns and their checks as a file");
@@ -256,13 +311,19 @@ void Declare(Options& options) {
 
 const Command kImportCommand = {"import", "KEY [FILE] --db FILE",
                                 "Check rows copied from a spreadsheet and store all of them or none.",
-                                R"(Example:
+                                R"(Examples:
+  mox import PARTNERPTT partneri.tsv --heading --check --faults greske.txt --db tvrtka.db
   mox import PARTNERPTT partneri.tsv --heading --yes --db tvrtka.db
+  mox import --journal --db tvrtka.db
+  mox import --undo 3 --db tvrtka.db
 
 Rows are counted from 1 behind the heading. UTF-8, UTF-16 with a byte-order mark and Windows-1250 are told
 apart. A row with a filled cell behind the last column is refused; line breaks and tabs inside the quotes of a
 .csv become blanks, and cells that are too long for their column are cut: a warning names them. Where the
-database does not take the rows, nothing is stored and the exit status is 1.)",
+database does not take the rows, nothing is stored and the exit status is 1.
+
+--check finds the same as storing does, what only the database knows too. A file that was imported before is
+refused unless --again is given; it may be imported again once it was taken back.)",
                                 Declare};
 
 }  // namespace mox

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "mox/foundation/output_file.h"
@@ -8,14 +9,17 @@
 
 namespace mox {
 
-/// The grid's faulty rows as plain text: one line a row, its number from 1, a tab and its fault text.
-std::string FaultLines(TfrmImportGrid& form);
+/// All faults of a grid that was checked as plain text: one line for each faulty row, its number from 1, a
+/// tab and its fault text, which is whole here.
+std::string FaultLines(const TfrmImportGrid& form);
 
 /// A file of these lines.
 extern const OutputKind kFaultList;
 
-/// All faults of a grid that was checked, a record each: `row`, `column`, `value` and `reason`. The fault
-/// text of a row has no place for many; so the faulty rows are checked once more, pass by pass.
-RecordSet CollectFaults(TfrmImportGrid& form);
+/// The first `most` faults, a record each: `row`, `column`, `value` and `reason`.
+RecordSet FaultTable(const TfrmImportGrid& form, std::size_t most);
+
+/// How many rows have faults.
+std::size_t FaultyRows(const TfrmImportGrid& form);
 
 }  // namespace mox

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -98,6 +99,13 @@ bool IsExpectation(const std::string& line) {
   return line.starts_with("> ") || line == ">" || line.starts_with("! ") || line.starts_with("= ");
 }
 
+// How long something took, and moments of the last days.
+std::string WithoutTimes(const std::string& text) {
+  static const std::regex kSeconds(R"(in \d+\.\d s\n)");
+  static const std::regex kMoment(R"((20\d\d-\d\d-\d\d[T ]|\d\d\.\d\d\.20\d\d )\d\d:\d\d:\d\d)");
+  return std::regex_replace(std::regex_replace(text, kSeconds, "in T s\n"), kMoment, "NOW");
+}
+
 // Replays the transcript and writes down what happened.
 std::string Replay(const std::string& golden) {
   std::string actual;
@@ -118,9 +126,8 @@ std::string Replay(const std::string& golden) {
     } else if (line.starts_with("$ ")) {
       file.close();
       const Result result = RunLine(line.substr(2));
-      static const std::regex kSeconds(R"(in \d+\.\d s\n)");
-      AppendMarked(">", std::regex_replace(result.out, kSeconds, "in T s\n"), actual);
-      AppendMarked("!", result.err, actual);
+      AppendMarked(">", WithoutTimes(result.out), actual);
+      AppendMarked("!", WithoutTimes(result.err), actual);
       if (result.status != 0) actual += "= " + std::to_string(result.status) + "\n";
     }
   }
@@ -136,6 +143,7 @@ TEST_P(Golden, IsReplayed) {
   fs::remove_all(folder);
   fs::create_directories(folder);
   fs::current_path(folder);
+  ::setenv("USER", "ana", 1);
   EXPECT_EQ(Replay(golden), golden);
 }
 

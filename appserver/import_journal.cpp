@@ -1,0 +1,245 @@
+#include "appserver/import_journal.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "appserver/import_catalogue.h"
+#include "appserver/row_digests.h"
+#include "mox/foundation/clock.h"
+#include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
+#include "mox/import/import_check.h"
+#include "mox/import/import_profiles.h"
+
+namespace mox {
+namespace {
+
+constexpr std::size_t kMostNamed = 20;  // rows in one message
+constexpr std::size_t kShownValue = 100;
+
+// Things of which the first are named.
+class NamedRows {
+ public:
+  void Add(const std::string& name) {
+    if (++count_ <= kMostNamed) names_ += (names_.empty() ? "" : ", ") + name;
+  }
+  std::size_t Count() const { return count_; }
+  std::string ToString() const {
+    return count_ <= kMostNamed ? names_ : names_ + " and " + std::to_string(count_ - kMostNamed) + " more";
+  }
+
+ private:
+  std::string names_;
+  std::size_t count_ = 0;
+};
+
+// --- where an import comes from ---
+
+struct Origin {
+  std::string profile;
+  Value user;
+  Value file;
+  Value digest;
+  bool again = false;
+};
+
+Value TextOrNull(RecordSet& origin, std::string_view name, std::size_t most) {
+  const auto field = origin.FindField(name);
+  const std::string text = field ? field->AsText() : std::string();
+  return text.empty() ? Value() : Value(std::string(CutToCharacters(text, most)));
+}
+
+const ImportProfile* ProfileOf(std::string_view transaction, std::string_view key) {
+  for (const ImportProfile& profile : ImportProfiles()) {
+    if (profile.transaction == transaction && (key.empty() || profile.key == key)) return &profile;
+  }
+  return nullptr;
+}
+
+Origin OriginOf(const NamedTransaction& transaction, SentRecordSets& sent) {
+  Origin origin;
+  if (RecordSet* const set = sent.Find(kImportOrigin)) {
+    RequireOneRecord(*set);
+    origin.profile = ToText(TextOrNull(*set, "profil", kShownValue));
+    origin.user = TextOrNull(*set, "korisnik", 100);
+    origin.file = TextOrNull(*set, "datoteka", 255);
+    origin.digest = TextOrNull(*set, "sazetak", 64);
+    const auto again = set->FindField("ponovno");
+    origin.again = again && again->AsBoolean();
+  }
+  const ImportProfile* const profile = ProfileOf(transaction.name, origin.profile);
+  if (profile == nullptr) {
+    throw WriteRefused({"", std::string(kImportOrigin), 1, "profil",
+                        "\"" + origin.profile + "\" is no profile of this transaction"});
+  }
+  origin.profile = profile->key;
+  return origin;
+}
+
+void RefuseSecondTime(Database& database, const Origin& origin) {
+  if (origin.again || std::holds_alternative<std::monostate>(origin.digest)) return;
+  const auto stored = FindStoredImport(database, origin.profile, ToText(origin.digest));
+  if (!stored) return;
+  throw WriteRefused({"", "", 0, "", "the same file was imported before: " + stored->description});
+}
+
+// --- values that must be new ---
+
+const ImportCatalogue& LookUps() {
+  static const ImportCatalogue catalogue;
+  return catalogue;
+}
+
+void RefuseTaken(Database& database, RecordSet& records, const ImportFieldDef& field) {
+  const auto index = records.FindFieldIndex(field.field_name);
+  if (!index || records.Definition(*index).kind != FieldKind::kText) return;
+  RecordSet found = LookUps().Find(database, field.unique_sql, JoinedValues(records, field.field_name));
+  std::unordered_set<std::string> taken;
+  for (; !found.Eof(); found.Next()) taken.insert(UniqueKey(found.AsText(0)));
+  if (taken.empty()) return;
+  NamedRows rows;
+  std::size_t first = 0;
+  std::size_t row = 0;
+  for (records.First(); !records.Eof(); records.Next()) {
+    ++row;
+    const std::string_view text = records.AsTextView(*index);
+    if (records.IsNull(*index) || !taken.contains(UniqueKey(text))) continue;
+    if (first == 0) first = row;
+    rows.Add(std::to_string(row) + " \"" + std::string(CutToCharacters(text, kShownValue)) + '"');
+  }
+  if (rows.Count() == 0) return;
+  throw WriteRefused(
+      {"", records.Name(), first, field.field_name,
+       "is in the database already, in " +
+           (rows.Count() == 1 ? std::string("row ") : std::to_string(rows.Count()) + " rows: ") +
+           rows.ToString()});
+}
+
+void RefuseTaken(Database& database, RecordSet& records, const ImportProfile& profile) {
+  for (const ImportFieldDef& field : ImportFieldsOf(profile)) {
+    if (field.IsDefined() && ToBoolean(field.unique)) RefuseTaken(database, records, field);
+  }
+}
+
+// --- the journal ---
+
+std::string NamesOf(const Columns& columns) {
+  std::string names;
+  for (const FieldDef& column : columns) {
+    if (column.name != "id") names += (names.empty() ? "" : ",") + column.name;
+  }
+  return names;
+}
+
+// The rows that an import is going to change, whole, in the order of their keys.
+RecordSet RowsToChange(Database& database, RecordSet& records, const TableRule& rule) {
+  Columns columns = ParseColumns("id:integer");
+  const Columns all = database.TableColumns(rule.table);
+  for (const FieldDef& column : all) {
+    if (column.name != "id") columns.push_back({.name = column.name, .kind = column.kind});
+  }
+  RecordSet rows("prije");
+  for (const FieldDef& column : columns) rows.DefineField(column);
+  rows.Open();
+  const auto field = records.FindFieldIndex(rule.update_by);
+  if (!field) return rows;
+  std::vector<std::string> keys;
+  for (records.First(); !records.Eof(); records.Next()) keys.push_back(FoldKey(records.AsText(*field)));
+  std::sort(keys.begin(), keys.end());
+  keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+  const std::string by = FindColumn(all, rule.update_by)->name;
+  Statement select = database.Prepare("SELECT id, " + NamesOf(all) + " FROM " + std::string(rule.table) +
+                                          " WHERE fold(" + by + ") = :update_key",
+                                      {FieldKind::kText});
+  for (const std::string& key : keys) {
+    select.BindText(0, key);
+    select.ExecuteInto(rows);
+  }
+  return rows;
+}
+
+KeyRuns KeysAbove(Database& database, std::string_view table, std::int64_t key) {
+  RecordSet ids =
+      database.Query("ids", ParseColumns("id:integer"),
+                     "SELECT id FROM " + std::string(table) + " WHERE id > :key ORDER BY id", {Value(key)});
+  KeyRuns keys;
+  for (; !ids.Eof(); ids.Next()) keys.Add(ids.AsInteger(0));
+  return keys;
+}
+
+KeyRuns KeysOf(RecordSet& rows) {
+  std::vector<std::int64_t> ids;
+  for (rows.First(); !rows.Eof(); rows.Next()) ids.push_back(rows.AsInteger(0));
+  std::sort(ids.begin(), ids.end());
+  KeyRuns keys;
+  for (const std::int64_t id : ids) keys.Add(id);
+  return keys;
+}
+
+std::int64_t LastKey(Database& database, std::string_view table) {
+  return database
+      .Query("last", ParseColumns("id:integer"), "SELECT COALESCE(MAX(id), 0) FROM " + std::string(table))
+      .AsInteger(0);
+}
+
+void Journal(Database& database, const Origin& origin, std::string_view table, std::size_t rows,
+             const KeyRuns& keys, Value before) {
+  const std::string columns = NamesOf(database.TableColumns(table));
+  std::string digests;
+  RowDigests(database, table, columns).ForEach(keys, [&](std::int64_t, std::optional<std::uint64_t> digest) {
+    digests += DigestText(digest.value());
+  });
+  database.Execute(
+      "INSERT INTO uvoz (vrijeme, korisnik, profil, datoteka, sazetak, tablica, redaka, kljucevi, stupci, "
+      "otisci, prije) VALUES (:vrijeme, :korisnik, :profil, :datoteka, :sazetak, :tablica, :redaka, "
+      ":kljucevi, :stupci, :otisci, :prije)",
+      {JournalMoment(), origin.user, origin.profile, origin.file, origin.digest, std::string(table),
+       static_cast<std::int64_t>(rows), keys.ToString(), columns, std::move(digests), std::move(before)});
+}
+
+}  // namespace
+
+DateTime JournalMoment() {
+  const std::int64_t now = LocalNow().milliseconds;
+  return {now - now % 1000};
+}
+
+std::string JournalMomentText(DateTime moment) {
+  std::string text = FormatIsoDateTime(moment);
+  std::replace(text.begin(), text.end(), 'T', ' ');
+  return text;
+}
+
+std::optional<StoredImport> FindStoredImport(Database& database, std::string_view profile,
+                                             std::string_view digest) {
+  RecordSet found =
+      database.Query("uvoz", ParseColumns("id:integer,vrijeme:datetime,korisnik"),
+                     "SELECT id, vrijeme, korisnik FROM uvoz WHERE sazetak = :digest AND profil "
+                     "= :profile AND ponisteno IS NULL ORDER BY id DESC",
+                     {Value(std::string(digest)), Value(std::string(profile))});
+  if (found.IsEmpty()) return std::nullopt;
+  const std::int64_t id = found.AsInteger(0);
+  const std::string user = found.AsText(2);
+  return StoredImport{id, "import " + std::to_string(id) + " of " + JournalMomentText(found.AsDateTime(1)) +
+                              (user.empty() ? "" : " by " + user)};
+}
+
+std::optional<RecordSet> StoreImport(const NamedTransaction& transaction, Database& database,
+                                     SentRecordSets& sent) {
+  RecordSet& records = *sent.Find(kImportedRows);
+  const TableRule& rule = transaction.FindRule(kImportedRows)->table;
+  const Origin origin = OriginOf(transaction, sent);
+  RefuseSecondTime(database, origin);
+  RefuseTaken(database, records, *ProfileOf(transaction.name, origin.profile));
+  const bool changes = !rule.update_by.empty();
+  RecordSet before = changes ? RowsToChange(database, records, rule) : RecordSet();
+  const std::int64_t last = changes ? 0 : LastKey(database, rule.table);
+  StoreRecords(database, records, rule);
+  if (records.IsEmpty()) return std::nullopt;
+  const KeyRuns keys = changes ? KeysOf(before) : KeysAbove(database, rule.table, last);
+  Journal(database, origin, rule.table, records.RecordCount(), keys,
+          changes ? Value(before.SaveToString()) : Value());
+  return std::nullopt;
+}
+
+}  // namespace mox

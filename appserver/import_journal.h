@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "appserver/named_transaction.h"
+
+namespace mox {
+
+/// The record set beside the rows of an import that says where they come from: "profil", "korisnik",
+/// "datoteka", "sazetak" (of the file's bytes) and "ponovno". It may be missing.
+inline constexpr std::string_view kImportOrigin = "adsUvoz";
+/// The rows.
+inline constexpr std::string_view kImportedRows = "adsForDBSave";
+
+/// Stores an import and journals it: what the check promised of values that must be new is verified again,
+/// and a file that was imported before is refused unless it is to be stored once more.
+std::optional<RecordSet> StoreImport(const NamedTransaction& transaction, Database& database,
+                                     SentRecordSets& sent);
+
+/// Takes back the import that "id" of the record set "adsUvoz" names: its rows are deleted, changed ones get
+/// back what they had. Raises WriteRefused that names them where rows were changed, are gone or are referred
+/// to since.
+std::optional<RecordSet> UndoImport(const NamedTransaction& transaction, Database& database,
+                                    SentRecordSets& sent);
+
+/// The transaction that takes imports back.
+const NamedTransaction& UndoImportTransaction();
+
+/// Now, to the second, and such a moment for people: "2024-03-01 10:00:00".
+DateTime JournalMoment();
+std::string JournalMomentText(DateTime moment);
+
+/// The last import of a file's content by that profile that was not taken back: its number, and for people
+/// "import 3 of 2024-03-01 10:00:00 by ana". None where there is none.
+struct StoredImport {
+  std::int64_t id;
+  std::string description;
+};
+std::optional<StoredImport> FindStoredImport(Database& database, std::string_view profile,
+                                             std::string_view digest);
+
+}  // namespace mox

@@ -1,0 +1,81 @@
+#include "cli/import_journal.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "cli/file_digest.h"
+#include "cli/service_request.h"
+#include "cli/text_table.h"
+#include "mox/server/read_services.h"
+#include "mox/server/transactions.h"
+
+namespace mox {
+namespace {
+
+// The journal's columns and what people read above them.
+struct Shown {
+  const char* field;
+  const char* title;
+  FieldKind kind = FieldKind::kText;
+};
+
+constexpr Shown kShown[] = {{"id", "import", FieldKind::kInteger},
+                            {"vrijeme", "stored", FieldKind::kDateTime},
+                            {"korisnik", "by"},
+                            {"profil", "profile"},
+                            {"datoteka", "file"},
+                            {"redaka", "rows", FieldKind::kInteger},
+                            {"tablica", "table"},
+                            {"kljucevi", "keys"},
+                            {"ponisteno", "taken back", FieldKind::kDateTime}};
+
+}  // namespace
+
+std::string LoginName() {
+  if (const char* const name = std::getenv("USER"); name != nullptr && *name != '\0') return name;
+  const passwd* const user = ::getpwuid(::geteuid());
+  return user == nullptr ? "" : user->pw_name;
+}
+
+ImportOrigin OriginOf(const std::string& path, std::string_view bytes, bool again) {
+  const bool is_file = path != "-";
+  return {LoginName(), is_file ? std::filesystem::path(path).filename().string() : "", Sha256(bytes), again};
+}
+
+void ListImports(Session& session) {
+  ServerOf(session);
+  std::optional<RecordSet> journal = CreateDBDataSet("DnevnikUvoza", "adsUvoz", {});
+  if (!journal) throw Error("the server keeps no journal of imports");
+  RecordSet table("uvozi");
+  for (const Shown& shown : kShown) table.DefineField(shown.title, shown.kind);
+  table.Open();
+  for (; !journal->Eof(); journal->Next()) {
+    table.Append();
+    for (std::size_t i = 0; i < std::size(kShown); ++i) {
+      table.SetVariant(i, journal->FieldByName(kShown[i].field).AsVariant());
+    }
+    table.Post();
+  }
+  AppendTable(table, {}, session.out);
+}
+
+void UndoImport(std::int64_t number, bool rehearsal, Session& session) {
+  CompanyServer& server = ServerOf(session);
+  RecordSet request("adsUvoz");
+  request.DefineField("id", FieldKind::kInteger);
+  request.DefineField("korisnik", FieldKind::kText);
+  request.Open();
+  request.AppendRecord({number, LoginName()});
+  server.SetRehearsing(rehearsal);
+  if (!ExecuteTransaction("PonistiUvoz", {&request})) {
+    const auto& failure = server.LastWrite().failure;
+    throw Error(failure ? failure->message : "the server refused to take the import back");
+  }
+  session.out += "import " + std::to_string(number) +
+                 (rehearsal ? " can be taken back; nothing was changed\n" : " was taken back\n");
+}
+
+}  // namespace mox

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "cli/command.h"
+#include "mox/import/import_grid.h"
+
+namespace mox {
+
+/// The user whose name the operating system knows; empty where it knows none.
+std::string LoginName();
+
+/// Where the bytes of a file that goes into an import come from; standard input has no name.
+ImportOrigin OriginOf(const std::string& path, std::string_view bytes, bool again);
+
+/// `mox import --journal`: the stored imports, the last one first.
+void ListImports(Session& session);
+
+/// `mox import --undo N`. A rehearsal only says whether it could be done.
+void UndoImport(std::int64_t number, bool rehearsal, Session& session);
+
+}  // namespace mox
