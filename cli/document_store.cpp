@@ -59,7 +59,7 @@ void CollectLost(const RecordSet& lines, const Columns& columns, std::vector<std
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header_words,
                         std::vector<std::string>& lost) {
   RecordSet header = Header(document, server.database().TableColumns("dok"), header_words);
-  std::vector<const RecordSet*> record_sets = {&header};
+  std::vector<RecordSet*> record_sets = {&header};
   const Columns line_columns = server.database().TableColumns("dok_stavke");
   const auto add = [&](RecordSet* records, const char* name) {
     if (records == nullptr) return;

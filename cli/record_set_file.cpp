@@ -1,5 +1,7 @@
 #include "cli/record_set_file.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <istream>
 #include <utility>
@@ -20,6 +22,20 @@ bool IsText(FieldKind kind) { return kind == FieldKind::kText || kind == FieldKi
 const char* RangeOf(FieldKind kind) {
   if (kind == FieldKind::kCurrency) return "a currency";
   return kind == FieldKind::kInteger ? "an integer" : "a floating-point number";
+}
+
+// Whether a number, which was read, has a decimal beyond the fourth that is not 0.
+bool HasMoreDecimalsThanCurrency(std::string_view number) {
+  const std::size_t exponent_at = std::min(number.find_first_of("eE"), number.size());
+  std::string_view mantissa = number.substr(0, exponent_at);
+  const std::string exponent(number.substr(std::min(exponent_at + 1, number.size())));
+  const std::size_t point = std::min(mantissa.find('.'), mantissa.size());
+  const std::size_t last = mantissa.find_last_of("123456789");
+  if (last == std::string_view::npos) return false;
+  const auto decimals =
+      last > point ? static_cast<long>(last - point) : 1 - static_cast<long>(point - last);  // "1200" has -2
+  const long shift = exponent.empty() ? 0 : std::strtol(exponent.c_str(), nullptr, 10);
+  return decimals - shift > 4;
 }
 
 class Reader {
@@ -116,6 +132,10 @@ class Reader {
           records.SetText(i, cells_[i].text);
         } else {
           records.SetVariant(i, ParsePlain(cells_[i].text, kinds_[i]));
+        }
+        if (kinds_[i] == FieldKind::kCurrency && HasMoreDecimalsThanCurrency(cells_[i].text)) {
+          throw Error("\"" + std::string(cells_[i].text) + "\" has more than four decimals; " + names_[i] +
+                      ":float keeps them");
         }
       } catch (const Overflow&) {
         FailAt(i, "\"" + std::string(cells_[i].text) + "\" is outside the range of " + RangeOf(kinds_[i]));

@@ -28,8 +28,8 @@ void RunStore(const StoreArguments& arguments, Session& session) {
     files.push_back(ReadRecordSet(ReadFileText(path, session.in)));
     files.back().records.SetName(name);
   }
-  std::vector<const RecordSet*> record_sets;
-  for (const RecordSetFile& file : files) record_sets.push_back(&file.records);
+  std::vector<RecordSet*> record_sets;
+  for (RecordSetFile& file : files) record_sets.push_back(&file.records);
   RequireStored(server, ExecuteTransaction(arguments.transaction, record_sets));
   if (server.LastWrite().stored) {
     RecordSet stored;

@@ -103,18 +103,18 @@ void AddToRow(RecordSet& recap, const Procedure& procedure, const Line& line, co
   } else {
     recap.Append();
   }
-  add(osnovica, split.base);
-  add(porez, split.tax);
-  add(ukupno, split.base + split.non_taxable + split.tax + line.consumption_tax);
-  add(neoporezivo, split.non_taxable);
-  if (procedure.has_consumption_tax && recap.Has(pp_iznos)) add(pp_iznos, line.consumption_tax);
-  if (!found) {
+  WriteAndPost(recap, [&] {
+    add(osnovica, split.base);
+    add(porez, split.tax);
+    add(ukupno, split.base + split.non_taxable + split.tax + line.consumption_tax);
+    add(neoporezivo, split.non_taxable);
+    if (procedure.has_consumption_tax && recap.Has(pp_iznos)) add(pp_iznos, line.consumption_tax);
+    if (found) return;
     recap.Set(vrsta, line.kind_value);
     recap.Set(stopa, line.rate);
     recap.Set(oznaka_stope, RateText(line.rate));
     if (procedure.has_consumption_tax && recap.Has(pp_stopa)) recap.Set(pp_stopa, line.consumption_tax_rate);
-  }
-  recap.Post();
+  });
 }
 
 // The non-taxable part absorbs the rounding difference of the row.
@@ -124,8 +124,7 @@ void Balance(RecordSet& recap) {
   const Currency total = R2(recap[ukupno]);
   if (base + tax + R2(recap[neoporezivo]) == total) return;
   recap.Edit();
-  recap.Set(neoporezivo, total - base - tax);
-  recap.Post();
+  WriteAndPost(recap, [&] { recap.Set(neoporezivo, total - base - tax); });
 }
 
 void FillSpecial(const Procedure& procedure, const LineFields& fields, RecordSet& recap) {

@@ -72,7 +72,7 @@ void SumLines(Totals totals, RecordSet& lines, const Terms& terms) {
     goods = Stored(goods + value);
     if (!terms.taxed) return;
     if (listed) row->tax.sum += Round(value * rate / 100, terms.digits);
-    totals.fee.sum += R2(lines[pov_nak] * lines[kolicina]);
+    totals.fee.sum += R2(lines.Price(pov_nak) * lines[kolicina]);
   });
 
   for (RateTotals& row : totals.rates) row.tax.sum = R2(row.tax.sum);

@@ -6,6 +6,7 @@
 #include "mox/calculations/line_formulas_internal.h"
 #include "mox/calculations/walks_internal.h"
 #include "mox/foundation/rounding.h"
+#include "mox/foundation/text.h"
 
 namespace mox {
 
@@ -65,6 +66,28 @@ class RateSums {
   std::vector<RateSum> sums_;
 };
 
+// Rows are written by position, so the fields are looked at before anything is changed.
+void RequireRateRecap(const RecordSet& recap) {
+  struct Place {
+    const char* name;
+    FieldKind kind;
+  };
+  constexpr Place kPlaces[] = {{osnovica.text, FieldKind::kCurrency},
+                               {porez.text, FieldKind::kCurrency},
+                               {stopa.text, FieldKind::kFloat},
+                               {nullptr, FieldKind::kText},  // the rate as people read it, by any name
+                               {ukupno.text, FieldKind::kCurrency}};
+  for (std::size_t i = 0; i < std::size(kPlaces); ++i) {
+    const auto [name, kind] = kPlaces[i];
+    const FieldDef* const field = i < recap.FieldCount() ? &recap.Definition(i) : nullptr;
+    if (field != nullptr && field->kind == kind && (name == nullptr || SameName(field->name, name))) continue;
+    throw Error(recap.Name() + ": field " + std::to_string(i + 1) + " of a recapitulation by rate is " +
+                (name == nullptr ? "a text" : name + std::string(":") + std::string(KindName(kind))) +
+                (field == nullptr ? ", and it is missing"
+                                  : ", not " + field->name + ":" + std::string(KindName(field->kind))));
+  }
+}
+
 // Where the amounts and rates of goods and of services stand; either may be absent.
 struct AmountFields {
   const std::optional<Field>& amount1;
@@ -100,6 +123,7 @@ Deductions SumAmounts(const AmountFields& fields, ReadDeductions read_deductions
 template <typename ReadDeductions>
 void FillFromGross(const AmountFields& fields, ReadDeductions read_deductions, RecordSet& recap, int digits) {
   digits = AtLeast2(digits);
+  RequireRateRecap(recap);
   recap.Clear();
   RateSums sums;
   const Deductions last =
@@ -129,6 +153,7 @@ void FillPDVDataIznosBezPDV(const std::optional<Field>& amount_field1,
                             const std::optional<Field>& amount_field2,
                             const std::optional<Field>& rate_field1, const std::optional<Field>& rate_field2,
                             RecordSet& recap) {
+  RequireRateRecap(recap);
   recap.Clear();
   RateSums sums;
   const Deductions last = SumAmounts(
@@ -140,6 +165,7 @@ void FillPDVDataIznosBezPDV(const std::optional<Field>& amount_field1,
 
 void FillPDVDataPovDob(const Field& rate_field, const Field& amount_field, RecordSet& recap, int digits) {
   digits = AtLeast2(digits);
+  RequireRateRecap(recap);
   recap.Clear();
   RecordSet& lines = amount_field.DataSet();
   RateSums sums;
@@ -163,9 +189,11 @@ void FillPDVDataKnjigaPopisa(RecordSet& lines, RecordSet& book) {
     WalkToEnd(book, [&] {
       if (book[stopa] != rate) return;
       book.Edit();
-      book.Set(roba_iznos, book[roba_iznos] + base);
-      book.Set(porezroba_iznos, book[porezroba_iznos] + tax);
-      book.Set(pov_nak_izn, book[pov_nak_izn] + fee);  // posted by the move to the next row
+      WriteAndPost(book, [&] {
+        book.Set(roba_iznos, book[roba_iznos] + base);
+        book.Set(porezroba_iznos, book[porezroba_iznos] + tax);
+        book.Set(pov_nak_izn, book[pov_nak_izn] + fee);
+      });
     });
   });
 }

@@ -26,4 +26,17 @@ void WalkAndReturn(RecordSet& lines, Visit visit) {
   position.Restore();
 }
 
+/// Writes a record that was opened, `write()`, and posts it. An error on the way cancels it, so that no later
+/// move posts half of it.
+template <typename Write>
+void WriteAndPost(RecordSet& records, Write write) {
+  try {
+    write();
+    records.Post();
+  } catch (...) {
+    records.Cancel();
+    throw;
+  }
+}
+
 }  // namespace mox

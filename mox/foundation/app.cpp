@@ -8,7 +8,7 @@
 namespace mox {
 namespace {
 
-TAppSys* installed = nullptr;
+thread_local TAppSys* installed = nullptr;
 
 std::optional<int> IntegerIn(const std::string& text) {
   const std::string_view trimmed = TrimBlanks(text);

@@ -16,7 +16,7 @@ class TAstaParamList;
 /// is not of the asked type, gives the default. Section and key names are compared without regard to case.
 ///
 /// Integers that were read are remembered until something is written through this object: a host whose store
-/// changes otherwise installs a new one.
+/// changes otherwise installs a new one. An object serves one thread.
 class TAppIni {
  public:
   virtual ~TAppIni() = default;
@@ -171,10 +171,13 @@ class TAppSys {
   AppParts parts_;
 };
 
-/// The installed application object; raises Error when there is none.
+/// The application object installed in this thread; raises Error when there is none.
+///
+/// Each thread has its own application object and its own FWorkWithLagerNegative, so that threads do not
+/// calculate with each other's settings; the parts that a host hands to two threads it makes safe itself.
 TAppSys& App();
 
-/// Installs an application object for its own lifetime and then brings back the one before.
+/// Installs an application object in this thread for its own lifetime and then brings back the one before.
 class ScopedApp {
  public:
   explicit ScopedApp(const AppParts& parts);

@@ -2,6 +2,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -10,8 +11,9 @@ namespace mox {
 /// For the few steps that every formula is made of: out of line they would spill the numbers in flight.
 #define MOX_ALWAYS_INLINE [[gnu::always_inline]] inline
 
-/// Quotients are formed in this precision. On the usual platforms it has a 64-bit mantissa.
+/// Quotients are formed in this precision: a mantissa of 64 bits or more, which holds every currency.
 using Extended = long double;
+static_assert(std::numeric_limits<Extended>::digits >= 64, "every currency needs an exact Extended");
 
 /// An amount or a price: a signed 64-bit integer scaled by 10,000 (four decimals).
 ///

@@ -32,6 +32,10 @@ inline constexpr std::int64_t kMillisecondsPerDay = 86'400'000;
 std::optional<Date> MakeDate(int year, int month, int day);
 CivilDate ToCivil(Date date);
 
+/// The day count begins at day 0, 30 December 1899: the number that a date is read as, with the time of day
+/// as a fraction, and the date of a null.
+inline constexpr Date kDayZero{-25'569};
+
 DateTime StartOf(Date date);
 /// The day of a moment; moments before 1970 too.
 Date DayOf(DateTime moment);

@@ -26,6 +26,8 @@ enum class FieldKind : std::uint8_t {
 
 inline constexpr std::size_t kFieldKindCount = 8;
 
+constexpr bool HoldsText(FieldKind kind) { return kind == FieldKind::kText || kind == FieldKind::kBinary; }
+
 /// "text", "integer", "boolean", "float", "currency", "date", "datetime", "binary".
 std::string_view KindName(FieldKind kind);
 /// The kind of such a name, without regard to case; false when there is none.

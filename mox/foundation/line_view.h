@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <optional>
 
 #include "mox/foundation/record_set.h"
@@ -27,6 +28,7 @@ class LineView {
   MOX_ALWAYS_INLINE Currency operator[](CurrencyName name) const {
     return Currency::FromScaled(static_cast<std::int64_t>(cells_[SlotOf(name.id)]));
   }
+  MOX_ALWAYS_INLINE Amount operator[](PriceName name) const { return (*this)[CurrencyName(name)]; }
   MOX_ALWAYS_INLINE Real operator[](FloatName name) const {
     return std::bit_cast<double>(cells_[SlotOf(name.id)]);
   }
@@ -39,7 +41,7 @@ class LineView {
 
  private:
   explicit LineView(RecordSet& lines)
-      : slots_(lines.slots_->usual.slots.data()),
+      : slots_(lines.slots_->usual.places.data()),
         cells_(lines.cells_),
         nulls_(reinterpret_cast<NullMark*>(lines.cells_ + lines.field_count_)),
         modified_(&lines.modified_) {}
@@ -58,6 +60,22 @@ class LineView {
   bool* modified_;
 };
 
+/// The current record of any set, asked at each step whether the field is there and may be written. It reads
+/// a unit price that stands in a float field with all of its decimals.
+class AnyLine {
+ public:
+  explicit AnyLine(RecordSet& lines) : lines_(lines) {}
+
+  Currency operator[](CurrencyName name) const { return lines_[name]; }
+  Amount operator[](PriceName name) const { return lines_.Price(name); }
+  Real operator[](FloatName name) const { return lines_[name]; }
+  void Set(CurrencyName name, Currency value) { lines_.Set(name, value); }
+  void Set(FloatName name, Real value) { lines_.Set(name, value); }
+
+ private:
+  RecordSet& lines_;
+};
+
 /// A line of ones that notes which names steps use.
 class LineRecorder {
  public:
@@ -65,6 +83,7 @@ class LineRecorder {
     names_.read.set(static_cast<std::size_t>(name.id));
     return Currency::FromScaled(Currency::kScale);
   }
+  Amount operator[](PriceName name) { return (*this)[CurrencyName(name)]; }
   Real operator[](FloatName name) {
     names_.read.set(static_cast<std::size_t>(name.id));
     return 1;
@@ -78,31 +97,47 @@ class LineRecorder {
   LineNames names_;
 };
 
-/// Runs the steps of a calculator, `steps(line)`, over the current record. The names that they use are noted
-/// once, on a line of ones, where every test for a quantity other than 0 is passed; a set that has all of
-/// those fields in their usual kinds is then read and written without asking at each step. Any other set is
-/// gone through step by step, and what is missing or may not be written raises at its own step. Steps must
-/// use the same fields whatever the values, apart from such tests.
+/// The names that the steps of one calculator use, noted once for all threads on a line of ones, where every
+/// test for a quantity other than 0 is passed.
+class NotedNames {
+ public:
+  /// Null where the steps refuse a setting: the line itself reports it, and the next one tries again.
+  template <typename Steps>
+  const LineNames* For(const Steps& steps) {
+    if (const LineNames* const names = noted_.load(std::memory_order_acquire)) [[likely]] {
+      return names;
+    }
+    LineRecorder line;
+    try {
+      steps(line);
+    } catch (const Error&) {
+      return nullptr;
+    }
+    return Note(line.names());
+  }
+
+ private:
+  const LineNames* Note(const LineNames& names);
+
+  std::atomic<const LineNames*> noted_ = nullptr;
+  LineNames names_;
+};
+
+/// Runs the steps of a calculator, `steps(line)`, over the current record. A set that has all of the fields
+/// that they use in their usual kinds is read and written without asking at each step. Any other set is gone
+/// through step by step, and what is missing or may not be written raises at its own step. Steps must use the
+/// same fields whatever the values, apart from tests for a quantity of 0.
 template <typename Steps>
 void Calculate(RecordSet& lines, const Steps& steps) {
-  static std::optional<LineNames> names;
-  if (!names) [[unlikely]] {
-    try {
-      LineRecorder line;
-      steps(line);
-      names = line.names();
-    } catch (const Error&) {
-      // A setting that the steps refuse: the line itself reports it, and the next one tries again.
-      names.reset();
-    }
-  }
-  if (names) [[likely]] {
+  static constinit NotedNames noted;
+  if (const LineNames* const names = noted.For(steps)) [[likely]] {
     if (auto line = LineView::Of(lines, *names)) [[likely]] {
       steps(*line);
       return;
     }
   }
-  steps(lines);
+  AnyLine line(lines);
+  steps(line);
 }
 
 }  // namespace mox

@@ -18,6 +18,16 @@ void RecordSet::RequireBrowsable(const char* what) const {
   }
 }
 
+// The record that the before-post event looks at stays where it is.
+void RecordSet::RequireUnchecked(const char* what) const {
+  if (checking_) throw StateError(name_ + ": cannot " + what + " inside the before-post event");
+}
+
+void RecordSet::RequireOutsideEvents(const char* what) const {
+  if (state_ == DataSetState::kCalcFields) RequireBrowsable(what);
+  RequireUnchecked(what);
+}
+
 void RecordSet::RequireEditable() const {
   if (state_ == DataSetState::kEdit || state_ == DataSetState::kInsert) return;
   RequireBrowsable("edit");
@@ -31,6 +41,7 @@ void RecordSet::RequireEditing() const {
 
 void RecordSet::LeaveRecord() {
   RequireBrowsable("move");
+  RequireUnchecked("move");
   if (state_ == DataSetState::kBrowse) return;
   if (modified_) {
     Post();
@@ -70,15 +81,33 @@ void RecordSet::FireCalcFields() {
   if (state_ == DataSetState::kBrowse) CompactTextsIfWorthIt();
 }
 
+void RecordSet::FireBeforePost() {
+  RequireUnchecked("post");
+  struct Checking {
+    explicit Checking(bool& flag) : checking(flag) { checking = true; }
+    ~Checking() { checking = false; }
+    Checking(const Checking&) = delete;
+    Checking& operator=(const Checking&) = delete;
+    bool& checking;
+  } const guard(checking_);
+  on_before_post_(*this);
+}
+
 void RecordSet::SetOnCalcFields(CalcFieldsEvent event) {
-  if (state_ == DataSetState::kCalcFields) RequireBrowsable("replace the event");
+  RequireOutsideEvents("replace the event");
   on_calc_fields_ = std::move(event);
-  watched_ = on_calc_fields_ != nullptr || listener_ != nullptr;
+  BindWatched();
+}
+
+void RecordSet::SetOnBeforePost(BeforePostEvent event) {
+  RequireOutsideEvents("replace the event");
+  on_before_post_ = std::move(event);
+  BindWatched();
 }
 
 void RecordSet::SetListener(Listener listener) {
   listener_ = std::move(listener);
-  watched_ = on_calc_fields_ != nullptr || listener_ != nullptr;
+  BindWatched();
 }
 
 void RecordSet::Notify(RecordSetChange change) {
@@ -185,8 +214,8 @@ Key MakeKey(std::size_t index, FieldKind kind, const Value& value, LocateOptions
 
 }  // namespace
 
-bool RecordSet::Locate(std::string_view names, std::span<const Value> values, LocateOptions options) {
-  if (state_ != DataSetState::kBrowse) LeaveRecord();
+std::optional<std::size_t> RecordSet::FindRow(std::string_view names, std::span<const Value> values,
+                                              LocateOptions options, std::size_t from) const {
   std::vector<Key> keys;
   for (std::string_view rest = names; !rest.empty();) {
     const std::size_t end = std::min(rest.find(';'), rest.size());
@@ -195,21 +224,27 @@ bool RecordSet::Locate(std::string_view names, std::span<const Value> values, Lo
     const auto index = FindFieldIndex(name);
     if (!index) throw FieldNotFound(name, name_);
     if (keys.size() == values.size()) throw Error(name_ + ": locate has more fields than values");
-    keys.push_back(MakeKey(*index, KindOf(*index), values[keys.size()], options));
+    keys.push_back(MakeKey(*index, Definition(*index).kind, values[keys.size()], options));
   }
   if (keys.size() != values.size()) throw Error(name_ + ": locate has more values than fields");
-  for (std::size_t i = 0; i < row_count_; ++i) {
-    const std::uint64_t* const cells = CellsOf(rows_[i]);
+  const bool untouched_insert = state_ == DataSetState::kInsert && !modified_;
+  for (std::size_t row = from; row < RowCount(); ++row) {
+    if (untouched_insert && row == PendingRow()) continue;
+    const std::uint64_t* const cells = CellsOfRow(row);
     const bool found = std::all_of(keys.begin(), keys.end(), [&](const Key& key) {
       const bool null = IsNullCell(cells, key.index);
       return null == key.null && (null || key.Matches(cells[key.index]));
     });
-    if (found) {
-      MoveTo(i);
-      return true;
-    }
+    if (found) return row;
   }
-  return false;
+  return std::nullopt;
+}
+
+bool RecordSet::Locate(std::string_view names, std::span<const Value> values, LocateOptions options) {
+  if (state_ != DataSetState::kBrowse) LeaveRecord();
+  const auto row = FindRow(names, values, options);
+  if (row) MoveTo(*row);
+  return row.has_value();
 }
 
 // --- the filter ---
@@ -240,7 +275,7 @@ bool RecordSet::IsVisible(const std::uint64_t* cells) const {
   if (!filter_) return true;
   const std::size_t index = filter_->field_index();
   return HoldsText(KindOf(index)) ? filter_->Matches(TextArena::Get(cells[index]))
-                                  : filter_->Matches(TextOf(cells, index));
+                                  : filter_->Matches(RowOf(cells).AsText(index));
 }
 
 void RecordSet::RebuildVisible() {

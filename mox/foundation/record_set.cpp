@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <exception>
 #include <utility>
 
 #include "mox/foundation/record_filter.h"
@@ -45,6 +46,7 @@ RecordSet& RecordSet::operator=(RecordSet&& other) noexcept {
   pending_ = other.pending_;
   pending_at_ = other.pending_at_;
   on_calc_fields_ = std::exchange(other.on_calc_fields_, nullptr);
+  on_before_post_ = std::exchange(other.on_before_post_, nullptr);
   listener_ = std::exchange(other.listener_, nullptr);
   filter_ = std::move(other.filter_);
   return *this;
@@ -83,7 +85,7 @@ void RecordSet::StartWith(std::shared_ptr<Structure> structure) {
 }
 
 void RecordSet::BindStructure() {
-  slots_ = &structure_->slots();
+  slots_ = &structure_->slot_tables();
   kinds_ = structure_->kinds();
   field_count_ = structure_->size();
   BindWritable();
@@ -110,7 +112,7 @@ void RecordSet::Open() {
 
 void RecordSet::Close() {
   if (!IsActive()) return;
-  if (state_ == DataSetState::kCalcFields) RequireBrowsable("close");
+  RequireOutsideEvents("close");
   defined_ = structure_->fields();
   structure_.reset();
   slots_ = &kNoSlotTables;
@@ -160,11 +162,6 @@ void RecordSet::RequireIndex(std::size_t index) const {
     throw Error(name_ + ": there is no field at position " + std::to_string(index) + " of " +
                 std::to_string(FieldCount()));
   }
-}
-
-void RecordSet::RequireReadable(std::size_t index) const {
-  RequireIndex(index);
-  if (!IsActive()) throw StateError(Definition(index).name + ": the record set " + name_ + " is closed");
 }
 
 std::size_t RecordSet::IndexOf(NameId id) const {
@@ -274,33 +271,39 @@ void RecordSet::AppendRecord(std::span<const Value> values) {
   FillRecord(values);
 }
 
-void RecordSet::CommitInsert() {
-  const std::size_t at = pending_at_;
-  order_.insert(order_.begin() + static_cast<std::ptrdiff_t>(at), pending_);
-  EndEditing();
-  if (filtered_) {
-    FilterPosted(true);
-    return;
-  }
-  Rebind();
-  ShowRecord(at);
-}
-
+// An error of the event is raised when all else is done: the record is posted, and those bound to the set
+// know.
 void RecordSet::PostSlowly() {
   if (state_ != DataSetState::kEdit && state_ != DataSetState::kInsert) RequireEditing();
-  if (on_calc_fields_) FireCalcFields();
-  if (state_ == DataSetState::kInsert) {
-    CommitInsert();
-  } else {
-    if (replaced_text_) DropReplacedTexts(cells_, undo_.data());
-    EndEditing();
-    if (filtered_) FilterPosted(false);
+  if (on_before_post_) FireBeforePost();
+  const bool inserted = state_ == DataSetState::kInsert;
+  if (inserted) {
+    order_.insert(order_.begin() + static_cast<std::ptrdiff_t>(pending_at_), pending_);
+  } else if (replaced_text_) {
+    DropReplacedTexts(cells_, undo_.data());
   }
+  EndEditing();
+  if (inserted && !filtered_) {
+    Rebind();
+    ShowRecord(pending_at_);
+  }
+  std::exception_ptr failure;
+  const auto attempt = [&failure](const auto& step) {
+    try {
+      step();
+    } catch (...) {
+      if (!failure) failure = std::current_exception();
+    }
+  };
+  if (on_calc_fields_) attempt([this] { FireCalcFields(); });
+  if (filtered_) attempt([this, inserted] { FilterPosted(inserted); });
   CompactTextsIfWorthIt();
   Notify(RecordSetChange::kRecord);
+  if (failure) std::rethrow_exception(failure);
 }
 
 void RecordSet::Cancel() {
+  RequireUnchecked("cancel");
   if (state_ == DataSetState::kEdit) {
     DropReplacedTexts(undo_.data(), cells_);
     std::memcpy(cells_, undo_.data(), undo_.size() * sizeof(std::uint64_t));
@@ -321,6 +324,7 @@ void RecordSet::Cancel() {
 }
 
 void RecordSet::Delete() {
+  RequireUnchecked("delete");
   if (state_ == DataSetState::kInsert) {
     Cancel();
     return;
@@ -345,7 +349,7 @@ void RecordSet::Delete() {
 
 void RecordSet::CleanClone(const RecordSet& source) {
   if (&source == this) return;
-  if (state_ == DataSetState::kCalcFields) RequireBrowsable("clone");
+  RequireOutsideEvents("clone");
   if (!source.structure_) {
     Close();
     defined_ = source.defined_;
@@ -394,7 +398,7 @@ std::uint32_t RecordSet::CopyRecordFrom(const RecordSet& source, std::uint32_t r
         cells[i] = source_cells[from];
       } else if (HoldsText(KindOf(i)) && HoldsText(source.KindOf(from))) {
         cells[i] = StoredText(i, TextArena::Get(source_cells[from]));
-      } else if (const auto bits = StoredValue(i, source.ValueOf(source_cells, from))) {
+      } else if (const auto bits = StoredValue(i, source.RowOf(source_cells).AsVariant(from))) {
         cells[i] = *bits;
       } else {
         continue;

@@ -13,6 +13,7 @@
 #include "mox/foundation/error.h"
 #include "mox/foundation/field.h"
 #include "mox/foundation/real.h"
+#include "mox/foundation/record_row.h"
 #include "mox/foundation/record_store.h"
 #include "mox/foundation/structure.h"
 #include "mox/foundation/vocabulary.h"
@@ -61,12 +62,14 @@ struct LocateOptions {
 };
 
 /// A table of records with named, typed fields, one current record and a state. The set owns its records and
-/// is a movable value.
+/// is a movable value. A set is used by one thread at a time; sets share only what never changes, so that
+/// each thread may have its own.
 ///
 /// Navigation fires the calculate-fields event for the record that becomes current. Leaving a record that is
 /// being edited or inserted posts it when it was changed; an edit without a change ends, an insert that
-/// nobody touched is dropped. Moving past the last record sets Eof() and leaves the last record current.
-/// Reading where there is no record gives null: 0, the empty text.
+/// nobody touched is dropped. A post that is refused keeps the record open, and nothing moves. Moving past
+/// the last record sets Eof() and leaves the last record current. Reading where there is no record gives
+/// null: 0, the empty text, 30 December 1899.
 ///
 /// Fields are read and written by vocabulary name (`lines[field::pc]`), by Field, or by any name. Reading and
 /// writing convert between the kinds; what cannot be converted raises ConversionError, an absent field
@@ -75,6 +78,7 @@ struct LocateOptions {
 class RecordSet {
  public:
   using CalcFieldsEvent = std::function<void(RecordSet&)>;
+  using BeforePostEvent = std::function<void(RecordSet&)>;
   using Listener = std::function<void(RecordSet&, RecordSetChange)>;  ///< must not raise
 
   explicit RecordSet(std::string name = {});
@@ -143,6 +147,19 @@ class RecordSet {
   }
   bool Locate(FloatName name, double value);
 
+  // --- rows, read without moving, posting or firing ---
+
+  /// The rows as a screen shows them: the visible records, and one that is being inserted in its place.
+  std::size_t RowCount() const { return row_count_ + (state_ == DataSetState::kInsert ? 1U : 0U); }
+  /// Which of them is current.
+  std::size_t CurrentRow() const { return state_ == DataSetState::kInsert ? PendingRow() : position_; }
+  /// A row with what is pending in it. Raises Error when there is none at that place.
+  RecordRow RowAt(std::size_t row) const;
+  /// The first row, from a place on, whose key fields equal the values, as Locate compares them. An insert
+  /// that nobody touched is passed over.
+  std::optional<std::size_t> FindRow(std::string_view names, std::span<const Value> values,
+                                     LocateOptions options = {}, std::size_t from = 0) const;
+
   /// A filter `FIELD = 'text'` or `FIELD like '%text%'` (% stands for any text, _ for one character). The
   /// text reaches to the last apostrophe; a doubled one inside counts once. Raises Error for anything else,
   /// FieldNotFound for an unknown field. An empty expression is no filter. Switching it on or off, or
@@ -163,22 +180,34 @@ class RecordSet {
   /// A whole record, values in field order; fields beyond the values are null. A value that does not fit its
   /// field raises, and no record comes.
   void InsertRecord(std::span<const Value> values);
+  void InsertRecord(std::initializer_list<Value> values) {
+    InsertRecord(std::span(values.begin(), values.size()));
+  }
   void AppendRecord(std::span<const Value> values);
   void AppendRecord(std::initializer_list<Value> values) {
     AppendRecord(std::span(values.begin(), values.size()));
   }
-  /// Fires the calculate-fields event and ends the edit or insert. When the event raises, the record stays
-  /// open with what was written.
+  /// Fires the before-post event, ends the edit or insert and fires the calculate-fields event. When the
+  /// former raises, the record stays open with what was written; when the latter does, the record is posted
+  /// all the same and the error ends its calculation.
   void Post();
+  /// Ends an edit or insert as a move does; does nothing while browsing.
+  void PostPending();
   /// Brings the record back as it was before the edit, or drops the insert.
   void Cancel();
   void Delete();
 
   // --- calculated fields and display ---
 
-  /// Fired for a record that becomes current, on post and on refresh. Inside, only fields defined as
-  /// calculated may be written, and nothing moves.
+  /// Fired for a record that becomes current, after it was posted and on refresh. Inside, only fields defined
+  /// as calculated may be written, and nothing moves.
   void SetOnCalcFields(CalcFieldsEvent event);
+  /// Fired before a record is posted, by whatever posts it: a screen's checks. Abort, after a dialog, or an
+  /// error cancels the post and the move that wanted it. Inside, the record may be written; nothing moves,
+  /// posts or cancels.
+  void SetOnBeforePost(BeforePostEvent event);
+  /// The before-post event is running.
+  bool IsBeingChecked() const { return checking_; }
   /// Fires the event for the current record and tells the listener.
   void Refresh();
   void SetListener(Listener listener);
@@ -190,6 +219,8 @@ class RecordSet {
   Real operator[](FloatName name) const;
   std::int64_t operator[](IntegerName name) const;
   std::string operator[](TextName name) const;
+  /// A unit price as an unrounded amount: one that stands in a float field keeps all of its decimals.
+  Amount Price(PriceName name) const;
   /// 0 when the field is absent or null.
   Currency Optional(CurrencyName name) const;
   Real Optional(FloatName name) const;
@@ -266,6 +297,9 @@ class RecordSet {
     row_count_ = Rows().size();
   }
 
+  std::size_t PendingRow() const { return pending_at_ == order_.size() ? row_count_ : position_; }
+  const std::uint64_t* CellsOfRow(std::size_t row) const;
+
   void LeaveRecord();
   // Leaves the record, and moves on unless leaving already did: a record that its change took out of the
   // filter is followed by the next one.
@@ -274,9 +308,12 @@ class RecordSet {
   void ShowRecord(std::size_t position);
   void MoveTo(std::size_t position);
   void FireCalcFields();
+  void FireBeforePost();
   void Notify(RecordSetChange change);
   void RequireBrowsable(const char* what) const;
   void RequireEditing() const;
+  void RequireUnchecked(const char* what) const;
+  void RequireOutsideEvents(const char* what) const;
   void ShowNothing();
   void ShowAfterChange(std::optional<std::uint32_t> current);
 
@@ -284,11 +321,13 @@ class RecordSet {
   void DropRecord(std::uint32_t record);
   void BeginInsert(std::size_t at);
   void FillRecord(std::span<const Value> values);
-  void CommitInsert();
   void EndEditing();
   void DropText(std::size_t index);
   void DropReplacedTexts(const std::uint64_t* kept, const std::uint64_t* replaced);
   void BindStructure();
+  void BindWatched() {
+    watched_ = on_calc_fields_ != nullptr || on_before_post_ != nullptr || listener_ != nullptr;
+  }
   void BindWritable() {
     const bool open = state_ == DataSetState::kEdit || state_ == DataSetState::kInsert;
     const bool calculating = state_ == DataSetState::kCalcFields;
@@ -317,16 +356,11 @@ class RecordSet {
     reinterpret_cast<NullMark*>(cells + field_count_)[index] = null ? NullMark::kNull : NullMark::kValue;
   }
   FieldKind KindOf(std::size_t index) const { return kinds_[index]; }
-  static bool HoldsText(FieldKind kind) { return kind == FieldKind::kText || kind == FieldKind::kBinary; }
   void RequireIndex(std::size_t index) const;
-  void RequireReadable(std::size_t index) const;
   std::size_t IndexOf(NameId id) const;
-  Value ValueOf(const std::uint64_t* cells, std::size_t index) const;
-  std::string TextOf(const std::uint64_t* cells, std::size_t index) const;
-  template <typename Result>
-  Result Read(std::size_t index, Result (*convert)(const Value&)) const;
-  double ConvertedFloat(std::size_t index) const;
-  Currency ConvertedCurrency(std::size_t index) const;
+  RecordRow RowOf(const std::uint64_t* cells) const { return {*structure_, name_, cells}; }
+  // The current record; raises where the set has no such field or is closed.
+  RecordRow Readable(std::size_t index) const;
   [[noreturn]] void RethrowFor(std::size_t index, const ConversionError& error) const;
   Currency ReadCurrencySlowly(NameId id) const;
   double ReadFloatSlowly(NameId id) const;
@@ -345,7 +379,8 @@ class RecordSet {
   const FieldKind* kinds_ = nullptr;  // by position, of an open set
   std::size_t field_count_ = 0;       // of an open set
   bool modified_ = false;
-  bool watched_ = false;  // an event or a listener is set
+  bool watched_ = false;   // an event or a listener is set
+  bool checking_ = false;  // inside the before-post event
   bool eof_ = true;
   bool bof_ = true;
   bool filtered_ = false;
@@ -370,6 +405,7 @@ class RecordSet {
   std::size_t pending_at_ = 0;          // its place in order_
   int controls_disabled_ = 0;
   CalcFieldsEvent on_calc_fields_;
+  BeforePostEvent on_before_post_;
   Listener listener_;
   std::unique_ptr<RecordFilter> filter_;
 };

@@ -21,6 +21,14 @@ MOX_ALWAYS_INLINE Real RecordSet::operator[](FloatName name) const {
   return std::bit_cast<double>(cells_[slot]);
 }
 
+inline Amount RecordSet::Price(PriceName name) const {
+  const std::size_t slot = slots_->usual[name.id];
+  if (slot == kNoSlot) [[unlikely]] {
+    return Readable(IndexOf(name.id)).Price(name);
+  }
+  return Currency::FromScaled(static_cast<std::int64_t>(cells_[slot]));
+}
+
 inline Currency RecordSet::Optional(CurrencyName name) const {
   const std::size_t slot = slots_->usual[name.id];
   if (slot != kNoSlot) [[likely]]
@@ -129,18 +137,22 @@ inline void RecordSet::Post() {
   }
 }
 
+inline void RecordSet::PostPending() {
+  if (state_ != DataSetState::kBrowse && state_ != DataSetState::kInactive) LeaveRecord();
+}
+
 inline double RecordSet::AsFloat(std::size_t index) const {
   if (index < field_count_ && kinds_[index] == FieldKind::kFloat) [[likely]] {
     return std::bit_cast<double>(cells_[index]);
   }
-  return ConvertedFloat(index);
+  return Readable(index).AsFloat(index);
 }
 
 inline Currency RecordSet::AsCurrency(std::size_t index) const {
   if (index < field_count_ && kinds_[index] == FieldKind::kCurrency) [[likely]] {
     return Currency::FromScaled(static_cast<std::int64_t>(cells_[index]));
   }
-  return ConvertedCurrency(index);
+  return Readable(index).AsCurrency(index);
 }
 
 inline bool RecordSet::Locate(FloatName name, double value) {

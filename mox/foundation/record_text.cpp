@@ -154,10 +154,10 @@ class RecordSetText {
                         std::string& out) {
     if (set.IsNullCell(cells, index)) {
       out += kNull;
-    } else if (RecordSet::HoldsText(set.KindOf(index))) {
+    } else if (HoldsText(set.KindOf(index))) {
       AppendCounted(out, TextArena::Get(cells[index]));
     } else {
-      AppendPlain(out, set.ValueOf(cells, index));
+      AppendPlain(out, set.RowOf(cells).AsVariant(index));
     }
   }
 
@@ -193,7 +193,7 @@ class RecordSetText {
   static void ReadCell(RecordSet& set, std::uint64_t* cells, std::size_t index, Reader& in) {
     if (in.IsAt(kNull)) return in.Skip(1);
     const FieldDef& field = set.Definition(index);
-    if (RecordSet::HoldsText(field.kind)) {
+    if (HoldsText(field.kind)) {
       const std::string_view text = in.Counted();
       if (field.kind == FieldKind::kText && field.size > 0 && CountCharacters(text) > field.size) {
         in.Refuse("the text is longer than the field's " + std::to_string(field.size) + " characters");
@@ -219,10 +219,11 @@ std::string RecordSet::SaveToString() const {
 }
 
 void RecordSet::LoadFromString(std::string_view text) {
-  if (state_ == DataSetState::kCalcFields) RequireBrowsable("load");
+  RequireOutsideEvents("load");
   RecordSet loaded;
   RecordSetText::Read(loaded, text);
   loaded.on_calc_fields_ = std::move(on_calc_fields_);
+  loaded.on_before_post_ = std::move(on_before_post_);
   loaded.listener_ = std::move(listener_);
   loaded.watched_ = watched_;
   *this = std::move(loaded);

@@ -1,8 +1,6 @@
 #include <bit>
 #include <cmath>
 
-#include "mox/foundation/app.h"
-#include "mox/foundation/display_format.h"
 #include "mox/foundation/record_set.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
@@ -11,98 +9,47 @@ namespace mox {
 
 // --- reading ---
 
-Value RecordSet::ValueOf(const std::uint64_t* cells, std::size_t index) const {
-  if (IsNullCell(cells, index)) return {};
-  const std::uint64_t bits = cells[index];
-  const auto integer = static_cast<std::int64_t>(bits);
-  switch (KindOf(index)) {
-    case FieldKind::kInteger:
-      return integer;
-    case FieldKind::kBoolean:
-      return bits != 0;
-    case FieldKind::kFloat:
-      return std::bit_cast<double>(bits);
-    case FieldKind::kCurrency:
-      return Currency::FromScaled(integer);
-    case FieldKind::kDate:
-      return Date{static_cast<std::int32_t>(integer)};
-    case FieldKind::kDateTime:
-      return DateTime{integer};
-    case FieldKind::kText:
-    case FieldKind::kBinary:
-      break;
-  }
-  return std::string(TextArena::Get(bits));
+RecordRow RecordSet::Readable(std::size_t index) const {
+  RequireIndex(index);
+  if (!IsActive()) throw StateError(Definition(index).name + ": the record set " + name_ + " is closed");
+  return RowOf(cells_);
 }
 
-std::string RecordSet::TextOf(const std::uint64_t* cells, std::size_t index) const {
-  return ToText(ValueOf(cells, index));
+bool RecordSet::IsNull(std::size_t index) const { return Readable(index).IsNull(index); }
+Currency RecordSet::ReadCurrencySlowly(NameId id) const { return AsCurrency(IndexOf(id)); }
+double RecordSet::ReadFloatSlowly(NameId id) const { return AsFloat(IndexOf(id)); }
+std::int64_t RecordSet::AsInteger(std::size_t index) const { return Readable(index).AsInteger(index); }
+bool RecordSet::AsBoolean(std::size_t index) const { return Readable(index).AsBoolean(index); }
+Date RecordSet::AsDate(std::size_t index) const { return Readable(index).AsDate(index); }
+DateTime RecordSet::AsDateTime(std::size_t index) const { return Readable(index).AsDateTime(index); }
+std::string RecordSet::AsText(std::size_t index) const { return Readable(index).AsText(index); }
+std::string_view RecordSet::AsTextView(std::size_t index) const { return Readable(index).AsTextView(index); }
+Value RecordSet::AsVariant(std::size_t index) const { return Readable(index).AsVariant(index); }
+std::string RecordSet::DisplayText(std::size_t index) const { return Readable(index).DisplayText(index); }
+
+Value RecordSet::OldVariant(std::size_t index) const {
+  const RecordRow current = Readable(index);
+  if (state_ == DataSetState::kInsert) return {};
+  return has_undo_ ? RowOf(undo_.data()).AsVariant(index) : current.AsVariant(index);
 }
 
 void RecordSet::RethrowFor(std::size_t index, const ConversionError& error) const {
   throw ConversionError(Definition(index).name + ": " + error.what());
 }
 
-template <typename Result>
-Result RecordSet::Read(std::size_t index, Result (*convert)(const Value&)) const {
-  try {
-    return convert(AsVariant(index));
-  } catch (const ConversionError& error) {
-    RethrowFor(index, error);
+const std::uint64_t* RecordSet::CellsOfRow(std::size_t row) const {
+  if (state_ != DataSetState::kInsert) return CellsOf(rows_[row]);
+  const std::size_t pending = PendingRow();
+  if (row == pending) return CellsOf(pending_);
+  return CellsOf(rows_[row < pending ? row : row - 1]);
+}
+
+RecordRow RecordSet::RowAt(std::size_t row) const {
+  if (row >= RowCount()) {
+    throw Error(name_ + ": there is no row at place " + std::to_string(row) + " of " +
+                std::to_string(RowCount()));
   }
-}
-
-double RecordSet::ConvertedFloat(std::size_t index) const { return Read(index, ToFloat); }
-Currency RecordSet::ConvertedCurrency(std::size_t index) const { return Read(index, ToCurrency); }
-
-Value RecordSet::AsVariant(std::size_t index) const {
-  RequireReadable(index);
-  return ValueOf(cells_, index);
-}
-
-Value RecordSet::OldVariant(std::size_t index) const {
-  RequireReadable(index);
-  if (state_ == DataSetState::kInsert) return {};
-  return ValueOf(has_undo_ ? undo_.data() : cells_, index);
-}
-
-bool RecordSet::IsNull(std::size_t index) const {
-  RequireReadable(index);
-  return IsNullCell(cells_, index);
-}
-
-Currency RecordSet::ReadCurrencySlowly(NameId id) const { return AsCurrency(IndexOf(id)); }
-double RecordSet::ReadFloatSlowly(NameId id) const { return AsFloat(IndexOf(id)); }
-
-std::int64_t RecordSet::AsInteger(std::size_t index) const { return Read(index, ToInteger); }
-bool RecordSet::AsBoolean(std::size_t index) const { return Read(index, ToBoolean); }
-Date RecordSet::AsDate(std::size_t index) const { return Read(index, ToDate); }
-DateTime RecordSet::AsDateTime(std::size_t index) const { return Read(index, ToDateTime); }
-
-std::string RecordSet::AsText(std::size_t index) const {
-  RequireReadable(index);
-  return TextOf(cells_, index);
-}
-
-std::string_view RecordSet::AsTextView(std::size_t index) const {
-  RequireReadable(index);
-  if (!HoldsText(Definition(index).kind)) throw Error(Definition(index).name + ": the field holds no text");
-  return TextArena::Get(cells_[index]);
-}
-
-std::string RecordSet::DisplayText(std::size_t index) const {
-  RequireReadable(index);
-  const FieldDef& field = Definition(index);
-  if (field.display_format.empty() || IsNullCell(cells_, index)) return AsText(index);
-  switch (field.kind) {
-    case FieldKind::kCurrency:
-      return FormatFloat(field.display_format, AsCurrency(index), CurrentLocale());
-    case FieldKind::kFloat:
-    case FieldKind::kInteger:
-      return FormatFloat(field.display_format, AsFloat(index), CurrentLocale());
-    default:
-      return AsText(index);
-  }
+  return RowOf(CellsOfRow(row));
 }
 
 // --- writing ---

@@ -22,16 +22,16 @@ using NameSet = std::bitset<kVocabularySize>;
 
 /// Where names of the vocabulary stand in a record: the position of their field, or kNoSlot.
 struct SlotTable {
-  std::array<std::uint16_t, kVocabularySize> slots = [] {
+  std::array<std::uint16_t, kVocabularySize> places = [] {
     std::array<std::uint16_t, kVocabularySize> none{};
     none.fill(kNoSlot);
     return none;
   }();
   NameSet names;  ///< those that have a position
 
-  std::size_t operator[](NameId id) const { return slots[static_cast<std::size_t>(id)]; }
+  std::size_t operator[](NameId id) const { return places[static_cast<std::size_t>(id)]; }
   void Add(NameId id, std::size_t position) {
-    slots[static_cast<std::size_t>(id)] = static_cast<std::uint16_t>(position);
+    places[static_cast<std::size_t>(id)] = static_cast<std::uint16_t>(position);
     names.set(static_cast<std::size_t>(id));
   }
 };
@@ -68,7 +68,7 @@ class Structure {
   }  ///< for labels and formats; never names or kinds
   std::size_t size() const { return fields_.size(); }
   std::optional<std::size_t> Find(std::string_view name) const;
-  const SlotTables& slots() const { return slots_; }
+  const SlotTables& slot_tables() const { return slots_; }
   std::size_t record_words() const { return blank_.size(); }
   /// A record that is null in every field.
   const std::vector<std::uint64_t>& blank() const { return blank_; }

@@ -39,6 +39,30 @@ Result Convert(const Value& value, FromNumber from_number, FromText from_text, F
       value);
 }
 
+// Only days that have a text are stored.
+DateTime InCalendar(DateTime moment) {
+  static const DateTime first = StartOf(*MakeDate(1, 1, 1));
+  static const DateTime last = StartOf(*MakeDate(9999, 12, 31));
+  if (moment < first || moment.milliseconds >= last.milliseconds + kMillisecondsPerDay) {
+    throw Overflow("date is outside the years 1 to 9999");
+  }
+  return moment;
+}
+
+constexpr auto kDayMilliseconds = static_cast<double>(kMillisecondsPerDay);
+
+double DayCountOf(Date date) { return static_cast<double>(std::int64_t{date.days} - kDayZero.days); }
+double DayCountOf(DateTime moment) {
+  return static_cast<double>(moment.milliseconds - StartOf(kDayZero).milliseconds) / kDayMilliseconds;
+}
+
+DateTime MomentOf(double day_count) {
+  constexpr double kFarAway = 1e7;  // days, beyond the calendar
+  if (!(std::fabs(day_count) < kFarAway)) throw Overflow("date is outside the years 1 to 9999");
+  const auto milliseconds = static_cast<std::int64_t>(std::rint(day_count * kDayMilliseconds));
+  return InCalendar({milliseconds + StartOf(kDayZero).milliseconds});
+}
+
 template <typename Number>
 auto OrRefuse(const std::optional<Number>& parsed, const Value& value, const char* wanted) {
   if (!parsed) Refuse(value, wanted);
@@ -60,7 +84,7 @@ double ToFloat(const Value& value) {
       [&](const std::string& text) {
         return OrRefuse(ParseLocaleNumber(text, CurrentLocale()), value, "a number");
       },
-      [&](auto) -> double { Refuse(value, "a number"); });
+      [](auto date) { return DayCountOf(date); });
 }
 
 Currency ToCurrency(const Value& value) {
@@ -78,7 +102,7 @@ Currency ToCurrency(const Value& value) {
       [&](const std::string& text) {
         return OrRefuse(ParseLocaleCurrency(text, CurrentLocale()), value, "a number");
       },
-      [&](auto) -> Currency { Refuse(value, "a number"); });
+      [](auto date) { return Currency::FromReal(DayCountOf(date)); });
 }
 
 std::int64_t ToInteger(const Value& value) {
@@ -100,7 +124,7 @@ std::int64_t ToInteger(const Value& value) {
           return Truncated(OrRefuse(ParseLocaleNumber(text, CurrentLocale()), value, "a number"));
         }
       },
-      [&](auto) -> std::int64_t { Refuse(value, "a number"); });
+      [](auto date) { return Truncated(DayCountOf(date)); });
 }
 
 bool ToBoolean(const Value& value) {
@@ -125,8 +149,16 @@ bool ToBoolean(const Value& value) {
 Date ToDate(const Value& value) { return DayOf(ToDateTime(value)); }
 
 DateTime ToDateTime(const Value& value) {
+  if (std::holds_alternative<std::monostate>(value)) return StartOf(kDayZero);
   return Convert<DateTime>(
-      value, [&](auto) -> DateTime { Refuse(value, "a date"); },
+      value,
+      [&](auto number) -> DateTime {
+        if constexpr (std::is_same_v<decltype(number), bool>) {
+          Refuse(value, "a date");
+        } else {
+          return MomentOf(ToFloat(value));
+        }
+      },
       [&](const std::string& text) {
         return OrRefuse(ParseLocaleDateTime(text, CurrentLocale()), value, "a date");
       },
@@ -162,20 +194,6 @@ std::string ToText(const Value& value) {
         }
       });
 }
-
-namespace {
-
-// Only days that have a text are stored.
-DateTime InCalendar(DateTime moment) {
-  static const DateTime first = StartOf(*MakeDate(1, 1, 1));
-  static const DateTime last = StartOf(*MakeDate(9999, 12, 31));
-  if (moment < first || moment.milliseconds >= last.milliseconds + kMillisecondsPerDay) {
-    throw Overflow("date is outside the years 1 to 9999");
-  }
-  return moment;
-}
-
-}  // namespace
 
 Value ConvertTo(FieldKind kind, const Value& value) {
   if (std::holds_alternative<std::monostate>(value)) return {};

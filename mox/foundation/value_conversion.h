@@ -7,11 +7,12 @@
 
 namespace mox {
 
-// What a value of one kind is in another. Null is 0, false, the empty text, the first day of the calendar of
-// dates (1970-01-01). Numbers and dates in texts are those of the current locale. A number becomes an integer
-// by cutting its decimals off and a Boolean by being other than 0; a Boolean is 0 or 1 as a number and
-// "True" or "False" as a text. What cannot be converted (a date and a number, a text that is no number)
-// raises ConversionError, what does not fit Overflow.
+// What a value of one kind is in another. Null is 0, false, the empty text, day 0 of the day count (30
+// December 1899). Numbers and dates in texts are those of the current locale. A number becomes an integer by
+// cutting its decimals off and a Boolean by being other than 0; a Boolean is 0 or 1 as a number and "True" or
+// "False" as a text. A date is its day count as a number, the time of day being the fraction, and a number
+// that day and moment, to the millisecond. What cannot be converted (a date and a Boolean, a text that is no
+// number) raises ConversionError, what does not fit Overflow.
 
 double ToFloat(const Value& value);
 Currency ToCurrency(const Value& value);

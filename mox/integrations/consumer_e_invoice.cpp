@@ -44,16 +44,22 @@ RecordSet OneInteger(std::string name, std::string_view field, std::int64_t valu
 
 struct Invoice {
   std::string json;
-  std::string buyer_kind;  // empty where it is not known
+  std::string buyer_kind;
 };
+
+// Of the one record in an item of the answer; raises Error where the server gave none.
+std::string TextIn(TAstaParamList* answer, std::string_view item, std::string_view field) {
+  TAstaParam* const found = answer == nullptr ? nullptr : answer->FindParam(item);
+  if (found == nullptr || found->IsNull() || found->AsDataSet().IsEmpty()) {
+    throw Error("the application server gave no invoice: the answer of \"MojERacunB2C\" has no \"" +
+                std::string(item) + "\"");
+  }
+  return found->AsDataSet().FieldByName(field).AsText();
+}
 
 Invoice ReadInvoice(std::int64_t doc_id) {
   const auto answer = App().Comunication().ReportDataService({{"id", doc_id}}, "MojERacunB2C");
-  if (answer == nullptr) return {};
-  TAstaParam* const partner = answer->FindParam("adsPartner");
-  if (partner == nullptr) return {};
-  return {answer->ParamByName("adsData").AsDataSet().FieldByName("jsonData").AsText(),
-          partner->AsDataSet().FieldByName("tipTvrtke").AsText()};
+  return {TextIn(answer.get(), "adsData", "jsonData"), TextIn(answer.get(), "adsPartner", "tipTvrtke")};
 }
 
 // Shows a refusal, records a sent invoice and reports when the server did not take the record. False in that
@@ -65,7 +71,7 @@ bool TakeAnswer(RecordSet& answer, std::int64_t doc_id) {
   }
   RecordSet link("adsMojERacun");
   link.CleanClone(answer);
-  const RecordSet document = OneInteger("adsDocId", "docId", doc_id);
+  RecordSet document = OneInteger("adsDocId", "docId", doc_id);
   bool sent = link.FieldByName("electronicId").AsInteger() > 0;
   if (sent) sent = link.FieldByName("statusId").AsInteger() != kDeliveryFailed;
   const bool recorded = sent && ExecuteTransaction("InsertERacunB2C", {&link, &document});
@@ -80,7 +86,7 @@ std::optional<RecordSet> eRacunGetLoginData() {
 }
 
 bool eRacunIsDocumentSent(std::int64_t doc_id) {
-  const RecordSet document = OneInteger("ads", "VelorFormsID", doc_id);
+  RecordSet document = OneInteger("ads", "VelorFormsID", doc_id);
   return !ExecuteTransaction("ERacunVezaSaMojERacunProvjera", {&document});
 }
 

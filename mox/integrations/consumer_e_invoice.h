@@ -27,7 +27,7 @@ bool eRacunIsDocumentSent(std::int64_t doc_id);
 ///
 /// Raises Abort, after a dialog, when the company may not send, the buyer is no private person, or the
 /// request sender cannot be started; the files of an earlier attempt stay. Raises Error when the server
-/// cannot be reached or a file cannot be written or read.
+/// cannot be reached or has no such invoice, or a file cannot be written or read.
 ///
 /// An answer is removed only when nothing in it can be lost: one that could not be recorded stays in its
 /// file. With such a file the request sender does not post the invoice again, so that the next attempt

@@ -64,9 +64,13 @@ std::optional<RecordSet> AdditionalFeaturesData(std::string_view code) {
 
 bool IsAdditionalFeatureAllowed(std::string_view code) {
   std::optional<RecordSet> feature = AdditionalFeaturesData(code);
-  if (!feature || feature->IsEmpty()) return false;
-  const auto allow = feature->FindField("Allow");
-  return allow && allow->AsBoolean();
+  if (feature && !feature->IsEmpty()) {
+    const auto allow = feature->FindField("Allow");
+    if (allow && !allow->IsNull()) return allow->AsBoolean();
+  }
+  RecordSet* const settings = App().Comunication().CompanyParameters();
+  const auto setting = settings == nullptr ? std::nullopt : settings->FindField(code);
+  return setting && setting->AsBoolean();
 }
 
 std::optional<RecordSet> AdditionalSetupParamsData() {

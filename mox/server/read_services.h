@@ -37,7 +37,8 @@ std::optional<RecordSet> CheckIfBrojDocDobExists(std::int64_t id, std::string_vi
                                                  Date datum_dok_dob, std::int64_t par_id);
 /// Whether an additional feature is allowed: Boolean field "Allow".
 std::optional<RecordSet> AdditionalFeaturesData(std::string_view code);
-/// The same as a truth value; a missing answer, record or field means not allowed.
+/// The same as a truth value. Where the server says nothing, the company parameter of that name serves;
+/// without one the feature is not allowed.
 bool IsAdditionalFeatureAllowed(std::string_view code);
 /// The additional company parameters.
 std::optional<RecordSet> AdditionalSetupParamsData();

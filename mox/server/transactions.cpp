@@ -22,12 +22,12 @@ TAstaParamList WriteRequest(std::string_view transaction_name,
   return request;
 }
 
-bool ExecuteTransaction(std::string_view transaction_name, std::span<const RecordSet* const> record_sets) {
+bool ExecuteTransaction(std::string_view transaction_name, std::span<RecordSet* const> record_sets) {
+  for (RecordSet* const record_set : record_sets) record_set->PostPending();
   return App().Comunication().WriteDataService(WriteRequest(transaction_name, record_sets)) != 0;
 }
 
-bool ExecuteTransaction(std::string_view transaction_name,
-                        std::initializer_list<const RecordSet*> record_sets) {
+bool ExecuteTransaction(std::string_view transaction_name, std::initializer_list<RecordSet*> record_sets) {
   return ExecuteTransaction(transaction_name, std::span(record_sets.begin(), record_sets.size()));
 }
 

@@ -15,17 +15,18 @@ class TDataModule {
  public:
   virtual ~TDataModule() = default;
   /// The record sets in the order of their components.
-  virtual std::span<const RecordSet* const> DataSets() const = 0;
+  virtual std::span<RecordSet* const> DataSets() const = 0;
 };
 
 /// A write request: one item named after the transaction, whose value is the tokenized text of a list that
 /// holds the text of each record set under its component name. Pending edits are not part of it.
 TAstaParamList WriteRequest(std::string_view transaction_name, std::span<const RecordSet* const> record_sets);
 
-/// Stores the record sets in one transaction of the application server. False when the server refused it.
-bool ExecuteTransaction(std::string_view transaction_name, std::span<const RecordSet* const> record_sets);
-bool ExecuteTransaction(std::string_view transaction_name,
-                        std::initializer_list<const RecordSet*> record_sets);
+/// Stores the record sets in one transaction of the application server. False when the server refused it. A
+/// record that is being edited or inserted is posted first, as a move posts it; when that is refused, nothing
+/// is sent.
+bool ExecuteTransaction(std::string_view transaction_name, std::span<RecordSet* const> record_sets);
+bool ExecuteTransaction(std::string_view transaction_name, std::initializer_list<RecordSet*> record_sets);
 bool ExecuteTransaction(std::string_view transaction_name, const TDataModule& data_module);
 
 /// Remembers that the next document of kind `child_tip` which the user stores belongs to a document.

@@ -17,7 +17,13 @@ bool IsOverridden() {
   return override_constraints && override_constraints->AsBoolean();
 }
 
-int YearOf(const Field& date) { return ToCivil(date.AsDate()).year; }
+// The year of the date is the working year or at most so many after it.
+bool IsInWorkingYear(const Field& date, int years_ahead = 0) {
+  return Holds([&] {
+    const int ahead = ToCivil(date.AsDate()).year - App().Company().WorkingYear();
+    return ahead >= 0 && ahead <= years_ahead;
+  });
+}
 
 template <typename T>
 bool IsAllowed(T value, T related, bool earlier, bool later, bool equal) {
@@ -29,43 +35,7 @@ bool WantsToGoOn(std::string_view question) {
                          question) == kDialogYes;
 }
 
-}  // namespace
-
-bool CheckDateForward(const Field& date) {
-  if (date.AsDateTime() <= LocalNow()) return true;
-  Warn(kBadEntry, "Datum ne smije biti kasniji od tekućeg!");
-  return IsOverridden();
-}
-
-bool CheckDate(const Field& date) {
-  return YearOf(date) == App().Company().WorkingYear() ||
-         Warn(kBadEntry, "Datum mora biti unutar odabrane radne godine");
-}
-
-bool CheckDateActiveAndNextYear(const Field& date, std::string_view text) {
-  const int years_ahead = YearOf(date) - App().Company().WorkingYear();
-  if (years_ahead == 0 || years_ahead == 1) return true;
-  return Warn(kBadEntry, text.empty() ? "Datum mora biti unutar odabrane ili sljedeće radne godine" : text);
-}
-
-bool CheckDateOnRelatedDate(const Field& date, const Field& related, std::string_view message,
-                            bool allow_earlier, bool allow_later, bool allow_equal) {
-  return IsAllowed(date.AsDateTime(), related.AsDateTime(), allow_earlier, allow_later, allow_equal) ||
-         Warn(kBadEntry, message);
-}
-
-bool CheckFieldOnRelatedField(const Field& field, const Field& related, std::string_view message,
-                              bool allow_earlier, bool allow_later, bool allow_equal) {
-  return IsAllowed(MyRound(field.AsFloat(), -6), MyRound(related.AsFloat(), -6), allow_earlier, allow_later,
-                   allow_equal) ||
-         Warn(kBadEntry, message);
-}
-
-bool CheckDatesOnPrimka(const Field& document_date, const Field& supplier_document_date,
-                        const Field& supplier_due_date) {
-  const Date document = document_date.AsDate();
-  const Date supplier = supplier_document_date.AsDate();
-  const Date due = supplier_due_date.AsDate();
+bool AreDatesOfPrimka(Date document, Date supplier, Date due) {
   if (ToCivil(document).month != ToCivil(supplier).month &&
       !WantsToGoOn(
           "Datum dokumenta je u različitom mjesecu od datuma dokumenta dobavljača! Nastavak rada?")) {
@@ -88,6 +58,52 @@ bool CheckDatesOnPrimka(const Field& document_date, const Field& supplier_docume
     return Warn(kBadEntry, "Datum dospijeća dobavljača je prevelik u odnosu na datum dokumenta dobavljača!");
   }
   return true;
+}
+
+}  // namespace
+
+bool CheckDateForward(const Field& date) {
+  if (Holds([&] { return date.AsDateTime() <= LocalNow(); })) return true;
+  Warn(kBadEntry, "Datum ne smije biti kasniji od tekućeg!");
+  return Holds(IsOverridden);
+}
+
+bool CheckDate(const Field& date) {
+  return IsInWorkingYear(date) || Warn(kBadEntry, "Datum mora biti unutar odabrane radne godine");
+}
+
+bool CheckDateActiveAndNextYear(const Field& date, std::string_view text) {
+  if (IsInWorkingYear(date, 1)) return true;
+  return Warn(kBadEntry, text.empty() ? "Datum mora biti unutar odabrane ili sljedeće radne godine" : text);
+}
+
+bool CheckDateOnRelatedDate(const Field& date, const Field& related, std::string_view message,
+                            bool allow_earlier, bool allow_later, bool allow_equal) {
+  return Holds([&] {
+           return IsAllowed(date.AsDateTime(), related.AsDateTime(), allow_earlier, allow_later, allow_equal);
+         }) ||
+         Warn(kBadEntry, message);
+}
+
+bool CheckFieldOnRelatedField(const Field& field, const Field& related, std::string_view message,
+                              bool allow_earlier, bool allow_later, bool allow_equal) {
+  return Holds([&] {
+           return IsAllowed(MyRound(field.AsFloat(), -6), MyRound(related.AsFloat(), -6), allow_earlier,
+                            allow_later, allow_equal);
+         }) ||
+         Warn(kBadEntry, message);
+}
+
+bool CheckDatesOnPrimka(const Field& document_date, const Field& supplier_document_date,
+                        const Field& supplier_due_date) {
+  try {
+    return AreDatesOfPrimka(document_date.AsDate(), supplier_document_date.AsDate(),
+                            supplier_due_date.AsDate());
+  } catch (const ConversionError& error) {
+    return Warn(kBadEntry, error.what());
+  } catch (const Overflow& error) {
+    return Warn(kBadEntry, error.what());
+  }
 }
 
 }  // namespace mox

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "mox/foundation/app.h"
+#include "mox/foundation/error.h"
 
 // How the checks speak to the user.
 
@@ -22,6 +23,16 @@ inline bool Warn(std::string_view heading, std::string_view message) {
 inline bool Fault(std::string_view heading, std::string_view message) {
   ShowVelorDialog(TVCustomDialogType::kError, "Greška", heading, message);
   return false;
+}
+
+/// Whether the test holds; a value that cannot be read, or a part of the host that is not there, fails it.
+template <typename Test>
+bool Holds(const Test& test) {
+  try {
+    return test();
+  } catch (const Error&) {
+    return false;
+  }
 }
 
 /// Lines of one message.

@@ -5,7 +5,7 @@
 
 namespace mox {
 
-bool FWorkWithLagerNegative = false;
+constinit thread_local bool FWorkWithLagerNegative = false;
 
 void SetConstraintsOnLager() {
   FWorkWithLagerNegative = App().Ini().ReadInteger("GENERAL", "LAGERNEGATIVE", 0) == 1;
@@ -13,25 +13,26 @@ void SetConstraintsOnLager() {
 
 namespace {
 
-bool IsCovered(double quantity, const Field& stock) {
-  return FWorkWithLagerNegative || quantity <= stock.AsFloat() ||
+template <typename Quantity>
+bool IsCovered(const Quantity& quantity, const Field& stock) {
+  return FWorkWithLagerNegative || Holds([&] { return quantity() <= stock.AsFloat(); }) ||
          Warn(kBadEntry, "Upisana količina je veća od količine na lageru!");
 }
 
 }  // namespace
 
 bool CheckLagerNegative(const Field& quantity, const Field& stock) {
-  return IsCovered(-quantity.AsFloat(), stock);
+  return IsCovered([&] { return -quantity.AsFloat(); }, stock);
 }
 
 bool CheckLager(const Field& quantity, const Field& stock) {
-  return IsCovered(std::nearbyint(quantity.AsFloat()), stock);
+  return IsCovered([&] { return std::nearbyint(quantity.AsFloat()); }, stock);
 }
 
 bool CheckLagerValue(std::span<const Field> fields, const Field& stock, std::size_t index) {
   if (FWorkWithLagerNegative) return true;
   for (std::size_t i = index; i < fields.size(); ++i) {
-    if (fields[i].AsFloat() > stock.AsFloat()) {
+    if (!Holds([&] { return fields[i].AsFloat() <= stock.AsFloat(); })) {
       return Warn(kBadEntry,
                   "Polje " + fields[i].DisplayName() + " ima veću vrijednost od vrijednosti na lageru");
     }
@@ -40,13 +41,15 @@ bool CheckLagerValue(std::span<const Field> fields, const Field& stock, std::siz
 }
 
 bool CheckLagerZero(const Field& stock) {
-  return stock.AsFloat() > 0 || Warn("Nedozvoljena promjena", "Stanje na lageru mora biti 0");
+  return Holds([&] { return stock.AsFloat() > 0; }) ||
+         Warn("Nedozvoljena promjena", "Stanje na lageru mora biti 0");
 }
 
 bool CheckIfZero(std::span<const Field> fields) {
   Lines lines;
   for (const Field& field : fields) {
-    if (field.AsFloat() == 0) lines.Add("Polje " + field.DisplayName() + " ne smije biti 0");
+    if (!Holds([&] { return field.AsFloat() != 0; }))
+      lines.Add("Polje " + field.DisplayName() + " ne smije biti 0");
   }
   return lines.NoneOrWarn(kBadEntry);
 }
@@ -55,8 +58,10 @@ bool CheckIfGreaterThenZero(std::span<const Field> fields, bool allow_zero) {
   const bool any_but_zero = FWorkWithLagerNegative && !allow_zero;
   Lines lines;
   for (const Field& field : fields) {
-    const double value = field.AsFloat();
-    const bool passes = any_but_zero ? value != 0 : allow_zero ? value >= 0 : value > 0;
+    const bool passes = Holds([&] {
+      const double value = field.AsFloat();
+      return any_but_zero ? value != 0 : allow_zero ? value >= 0 : value > 0;
+    });
     if (passes) continue;
     lines.Add("Polje " + field.DisplayName() +
               (any_but_zero ? " mora biti različito od 0" : " mora biti veće od 0"));

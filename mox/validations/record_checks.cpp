@@ -27,30 +27,32 @@ bool IsRepeated(const Field& field) {
 }
 
 // Of a value and one that was found by it in the other's kind: nothing was cut off for it.
-bool IsSame(const Field& value, const Field& found) {
-  switch (found.Kind()) {
+bool IsSame(const Field& value, const RecordRow& found, std::size_t index) {
+  switch (found.Definition(index).kind) {
     case FieldKind::kInteger:
     case FieldKind::kCurrency:
-      return found.AsFloat() == value.AsFloat();
+      return found.AsFloat(index) == value.AsFloat();
     case FieldKind::kDate:
-      return found.AsDateTime() == value.AsDateTime();
+      return found.AsDateTime(index) == value.AsDateTime();
     default:
       return true;
   }
 }
 
-bool IsThere(const Field& field, RecordSet& records) {
-  const ControlsGuard guard(records);
-  SavedPosition position(records);
-  bool found = false;
+bool IsThere(const Field& field, const RecordSet& records) {
+  const Value values[] = {field.AsVariant()};
   try {
-    found =
-        records.Locate(field.Name(), {field.AsVariant()}) && IsSame(field, records.FieldByName(field.Name()));
+    const auto row = records.FindRow(field.Name(), values);
+    return row && IsSame(field, records.RowAt(*row), *records.FindFieldIndex(field.Name()));
   } catch (const ConversionError&) {  // no field of that kind can hold the value
   } catch (const Overflow&) {
   }
-  position.Restore();
-  return found;
+  return false;
+}
+
+// An insert that nobody touched is no record: a move drops it.
+bool IsRecord(const RecordSet& records, std::size_t row) {
+  return records.State() != DataSetState::kInsert || records.IsModified() || row != records.CurrentRow();
 }
 
 }  // namespace
@@ -69,17 +71,14 @@ bool CheckRequiredFields(RecordSet& records) {
 bool CheckRequiredFieldsFull(RecordSet& records, std::span<const Field> fields) {
   std::vector<bool> told(fields.size());
   Lines lines;
-  {
-    const ControlsGuard guard(records);
-    SavedPosition position(records);
-    for (records.First(); !records.Eof(); records.Next()) {
-      for (std::size_t i = 0; i < fields.size(); ++i) {
-        if (told[i] || fields[i].AsFloat() > 0) continue;
-        told[i] = true;
-        lines.Add("Polje '" + fields[i].DisplayName() + "' mora biti veće od nule!");
-      }
+  for (std::size_t row = 0; row < records.RowCount(); ++row) {
+    if (!IsRecord(records, row)) continue;
+    const RecordRow record = records.RowAt(row);
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      if (told[i] || Holds([&] { return record.AsFloat(fields[i].Index()) > 0; })) continue;
+      told[i] = true;
+      lines.Add("Polje '" + fields[i].DisplayName() + "' mora biti veće od nule!");
     }
-    position.Restore();
   }
   return lines.NoneOrWarn(kIncomplete);
 }

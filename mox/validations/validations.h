@@ -10,14 +10,16 @@
 namespace mox {
 
 // What editing screens check of a field or of a whole record before it is posted. A check that fails tells
-// the user why, in one dialog unless stated, and answers false. No check changes a record. Values are read as
-// floating-point numbers where they are compared as numbers, null being 0.
+// the user why, in one dialog unless stated, and answers false. No check changes a record, the state of its
+// set or the position, and none raises but CheckObrSast: a value that cannot be read as what is compared
+// fails. Values are read as floating-point numbers where they are compared as numbers, null being 0 and a
+// date its day count.
 
 // --- stock ---
 
-/// Stock may become negative: the checks of quantities against it pass at once. Set by SetConstraintsOnLager,
-/// false before.
-extern bool FWorkWithLagerNegative;
+/// Stock may become negative: the checks of quantities against it pass at once. Set by SetConstraintsOnLager
+/// for its own thread, false before.
+extern constinit thread_local bool FWorkWithLagerNegative;
 
 /// Reads the setting: FWorkWithLagerNegative becomes true where LAGERNEGATIVE of section GENERAL is 1.
 void SetConstraintsOnLager();
@@ -43,7 +45,7 @@ bool CheckIfGreaterThenZero(std::span<const Field> fields, bool allow_zero);
 // --- dates ---
 
 /// A moment not later than now, local time. After the dialog a true company parameter "override_constraints"
-/// lets it pass all the same.
+/// lets it pass all the same; without one, or with one that is no truth value, it does not.
 bool CheckDateForward(const Field& date);
 /// In the selected working year.
 bool CheckDate(const Field& date);
@@ -67,14 +69,13 @@ bool CheckDatesOnPrimka(const Field& document_date, const Field& supplier_docume
 /// No required field of the current record is empty. Those that are stand in the dialog, the last field
 /// first.
 bool CheckRequiredFields(RecordSet& records);
-/// The fields are greater than 0 in all records. Each that is not stands in the dialog once. Comes back to
-/// the current record; the walk leaves one that is being edited, which posts it.
+/// The fields, columns of the set, are greater than 0 in all visible records, one that is being edited
+/// counting as it would be posted. Each that is not stands in the dialog once.
 bool CheckRequiredFieldsFull(RecordSet& records, std::span<const Field> fields);
 /// No other record of the field's set, filtered out or not, holds its value, which may still be edited.
 bool CheckFieldUnique(const Field& field);
-/// No record of another set holds the value in its field of that name. Comes back to that set's current
-/// record; the search leaves one that is being edited, which posts it. In the field's own set its own record
-/// does not count, and nothing is posted.
+/// No visible record of another set holds the value in its field of that name, one that is being edited
+/// counting as it would be posted. In the field's own set its own record does not count.
 bool CheckFieldUnique(const Field& field, RecordSet& records);
 
 // --- texts ---

@@ -137,6 +137,67 @@ TEST(Recapitulations, AskForTheRateOfAnAmount) {
   EXPECT_THROW(FillPDVData(lines.FindField("ukupno"), {}, {}, {}, recap, 2), Error);
 }
 
+TEST(Recapitulations, LookAtTheirFieldsBeforeTheyChangeAnything) {
+  const struct {
+    const char* fields;
+    const char* error;
+  } rows[] = {
+      {"osnovica porez stopa BILOSTO ukupno", ""},
+      {"OSNOVICA porez stopa tekst ukupno neoporezivo", ""},
+      {"porez osnovica stopa tekst ukupno",
+       "recap: field 1 of a recapitulation by rate is osnovica:currency, not porez:currency"},
+      {"osnovica porez stopa kolicina ukupno",
+       "recap: field 4 of a recapitulation by rate is a text, not kolicina:float"},
+      {"osnovica porez stopa tekst",
+       "recap: field 5 of a recapitulation by rate is ukupno:currency, and it is missing"},
+  };
+  RecordSet lines = Records("ukupno=1 tbr_stp=25");
+  const auto amount = lines.FindField("ukupno");
+  const auto rate = lines.FindField("tbr_stp");
+  const std::function<void(RecordSet&)> members[] = {
+      [&](RecordSet& recap) { FillPDVData(amount, {}, rate, {}, recap, 2); },
+      [&](RecordSet& recap) { FillPDVDataPPOM(amount, {}, rate, {}, recap, 2); },
+      [&](RecordSet& recap) { FillPDVDataIznosBezPDV(amount, {}, rate, {}, recap); },
+      [&](RecordSet& recap) { FillPDVDataPovDob(*rate, *amount, recap, 2); }};
+  for (const auto& row : rows) {
+    for (const auto& member : members) {
+      RecordSet recap = Records(row.fields);
+      recap.SetName("recap");
+      recap.AppendRecord({5.0});
+      std::string error;
+      try {
+        member(recap);
+      } catch (const Error& raised) {
+        error = raised.what();
+      }
+      EXPECT_EQ(error, row.error);
+      EXPECT_EQ(recap.AsFloat(0) == 5, !error.empty()) << row.fields;
+    }
+  }
+}
+
+TEST(Recapitulations, LeaveNoHalfWrittenRow) {
+  // the text of the kind does not fit a number, and a sum the range of a currency
+  RecordSet lines = Records("ukupno=1 nci=0 tbr_stp=25 KIND=OPO shown=OPO");
+  RecordSet recap;
+  for (const char* name : {"osnovica", "porez", "ukupno", "neoporezivo"}) {
+    recap.DefineField(name, FieldKind::kCurrency);
+  }
+  recap.DefineField("stopa", FieldKind::kFloat);
+  recap.DefineField("vrsta", FieldKind::kText);
+  recap.DefineField("oznaka_stope", FieldKind::kFloat);
+  recap.Open();
+  EXPECT_THROW(Fill(Member::kMargin, lines, lines, recap, 2), ConversionError);
+  EXPECT_EQ(recap.State(), DataSetState::kBrowse);
+  EXPECT_TRUE(recap.IsEmpty());
+
+  RecordSet sold = Records("tbr_stp=25 ukupno=2 pdvi=1");
+  RecordSet book = Records("stopa=25 roba_iznos=1 porezroba_iznos=922337203685477 pov_nak_izn=0");
+  EXPECT_THROW(FillPDVDataKnjigaPopisa(sold, book), Overflow);
+  EXPECT_EQ(book.State(), DataSetState::kBrowse);
+  EXPECT_EQ(book[field::roba_iznos].ToString(), "1.00");
+}
+
 TEST(Customs, NeedTheRatesThatAreToBeCleared) {
   RecordSet lines = Records("tbr_stp=25; tbr_stp=5");
   EXPECT_THROW(PonistiCarinuPdv(lines, true, false), FieldNotFound);

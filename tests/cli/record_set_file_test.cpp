@@ -33,16 +33,16 @@ TEST(RecordSetFile, IsReadAndWrittenAgain) {
       {"a:Integer,b:x:float,c:text\n-7,1e3,:\n", "a:integer,b:x:float,c:text\n-7,1000,:\n"},
       // every kind, and null against the empty text
       {"t:text,i:integer,b:boolean,f:float,c:currency,d:date,m:datetime\n"
-       "x,-9223372036854775808,true,0.1,0.12345,2024-02-29,2024-03-01T09:05:00\n"
+       "x,-9223372036854775808,true,0.1,0.1234000,2024-02-29,2024-03-01T09:05:00\n"
        "\"\",,,,,,\n"
        ",+5,false,-1e300,-.5,0001-01-01,2024-03-01\n",
        "t:text,i:integer,b:boolean,f:float,c:currency,d:date,m:datetime\n"
        "x,-9223372036854775808,true,0.1,0.1234,2024-02-29,2024-03-01T09:05:00\n"
        "\"\",,,,,,\n"
        ",5,false,-1e+300,-0.50,0001-01-01,2024-03-01T00:00:00\n"},
-      // the ends of the currency range, and ties to even beyond the fourth decimal
-      {"c:currency\n922337203685477.5807\n-922337203685477.5808\n0.00005\n0.00015\n",
-       "c:currency\n922337203685477.5807\n-922337203685477.5808\n0.00\n0.0002\n"},
+      // the ends of the currency range, and four decimals written otherwise
+      {"c:currency\n922337203685477.5807\n-922337203685477.5808\n12345678e-4\n1.2E2\n0e-9\n",
+       "c:currency\n922337203685477.5807\n-922337203685477.5808\n1234.5678\n120.00\n0.00\n"},
       // quotes
       {"\"a:text\",\"b,\"\"c\"\"\"\n\"x \"\"y\"\"\nz\",\"1,5\"\n",
        "a:text,\"b,\"\"c\"\":text\"\n\"x \"\"y\"\"\nz\",\"1,5\"\n"},
@@ -85,6 +85,8 @@ TEST(RecordSetFile, SaysWhereItIsFaulty) {
       {"pc\n1.000,00\n", "f.csv:2: the line has 2 cells, the header 1"},
       {"pc\n922337203685477.58075\n",
        "f.csv:2: pc: \"922337203685477.58075\" is outside the range of a currency"},
+      {"pc\n0.00005\n", "f.csv:2: pc: \"0.00005\" has more than four decimals; pc:float keeps them"},
+      {"pc:currency\n12e-5\n", "f.csv:2: pc: \"12e-5\" has more than four decimals; pc:float keeps them"},
       {"pc\n-1e30\n", "f.csv:2: pc: \"-1e30\" is outside the range of a currency"},
       {"kolicina\ninf\n", "f.csv:2: kolicina: \"inf\" is not a number"},
       {"kolicina\n1e400\n", "f.csv:2: kolicina: \"1e400\" is outside the range of a floating-point number"},

@@ -13,6 +13,15 @@
 namespace mox {
 namespace {
 
+// An amount has one dimension: amounts are not multiplied with each other.
+template <typename A, typename B>
+concept Multiplied = requires(A a, B b) {
+  a* b;
+};
+static_assert(Multiplied<Amount, Real> && Multiplied<Currency, Real>);
+static_assert(!Multiplied<Amount, Amount> && !Multiplied<Currency, Currency>);
+static_assert(!Multiplied<Currency, Amount> && !Multiplied<Amount, Currency>);
+
 TEST(Currency, ReadsConvertsAndShows) {
   ExpectTables(
       "currency",

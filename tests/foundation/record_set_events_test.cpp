@@ -83,35 +83,86 @@ TEST(CalcFieldsEvent, NothingMovesInside) {
   EXPECT_EQ(lines.SaveToString(), before);
 }
 
-TEST(CalcFieldsEvent, AnErrorOnPostLeavesTheRecordOpen) {
-  RecordSet lines = Lines();
-  bool faulty = true;
-  lines.SetOnCalcFields([&](RecordSet& line) {
-    line.SetText(3, "written before the error");
-    line.Set(field::pci, line[field::pc]);
-    if (faulty) throw Abort();
-  });
+TEST(CalcFieldsEvent, AnErrorAfterAPostLeavesTheRecordPosted) {
   for (const char* opening : {"e", "i", "a"}) {
-    for (const char* leaving : {".", "N", "F", "u", "i"}) {
+    for (const char* leaving : {".", "N", "P", "F", "L", "?a", "g", "i", "f"}) {
+      SCOPED_TRACE(std::string(opening) + leaving);
+      RecordSet lines = Lines();
+      std::string heard;
+      lines.SetListener(
+          [&](RecordSet&, RecordSetChange change) { heard += "mrs"[static_cast<int>(change)]; });
+      lines.SetOnCalcFields([&](RecordSet& line) {
+        line.SetText(3, "written before the error");
+        if (line[field::pc] == Currency::FromUnits(99)) throw DivisionByZero();
+        line.Set(field::pci, line[field::pc]);
+      });
       RunScript(lines, opening);
-      const DataSetState state = lines.State();
       lines.Set(field::pc, Currency::FromUnits(99));
-      EXPECT_THROW(RunScript(lines, leaving), Abort) << opening << leaving;
-      EXPECT_EQ(lines.State(), state) << opening << leaving;
-      EXPECT_TRUE(lines.IsModified());
-      EXPECT_EQ(lines[field::pc].ToString() + lines[field::pci].ToString(), "99.0099.00");
+      heard.clear();
+      EXPECT_THROW(RunScript(lines, leaving), DivisionByZero);
+      EXPECT_EQ(heard, "r") << "the screen hears of the post all the same";
+      EXPECT_EQ(lines.State(), DataSetState::kBrowse);
+      EXPECT_EQ(lines[field::pc].ToString() + lines.AsText(3), "99.00written before the error");
       lines.Cancel();
-      EXPECT_EQ(lines.AsText(0) + lines[field::pc].ToString() + lines.AsText(3), "b7.00")
-          << opening << leaving;
+      EXPECT_EQ(lines[field::pc].ToString(), "99.00") << "nothing is left to cancel";
+      EXPECT_NO_THROW(RunScript(lines, lines.Position() == 0 ? "N" : "P"))
+          << "a move away does not raise again";
     }
   }
+  RecordSet lines = Lines();
+  lines.SetOnCalcFields([](RecordSet&) { throw Abort(); });
   EXPECT_THROW(lines.AppendRecord({"c"}), Abort);
-  EXPECT_EQ(lines.RecordCount(), 2U);
-  RunScript(lines, "e =x");
-  EXPECT_THROW(lines.Post(), Abort);
-  faulty = false;
-  lines.Post();
-  EXPECT_EQ(lines.AsText(0), "x");
+  EXPECT_THROW(lines.InsertRecord({"d"}), Abort);
+  lines.SetOnCalcFields(nullptr);
+  EXPECT_EQ(Outcome(lines), "a b [d] c");
+}
+
+TEST(BeforePostEvent, CancelsThePostAndTheMoveWhoeverPosts) {
+  for (const char* opening : {"e", "i", "a"}) {
+    for (const char* leaving : {".", "N", "P", "F", "L", "?a", "g", "i", "a", "f", "u"}) {
+      SCOPED_TRACE(std::string(opening) + leaving);
+      RecordSet set = Letters("a b c");
+      RunScript(set, "N");
+      int fired = 0;
+      set.SetOnBeforePost([&](RecordSet& current) {
+        ++fired;
+        EXPECT_TRUE(current.IsBeingChecked());
+        EXPECT_EQ(current.AsText(0), "x");
+        throw Abort();
+      });
+      RunScript(set, std::string(opening) + " =x");
+      const DataSetState state = set.State();
+      EXPECT_THROW(RunScript(set, leaving), Abort);
+      EXPECT_THROW(set.PostPending(), Abort);
+      EXPECT_EQ(fired, 2);
+      EXPECT_FALSE(set.IsBeingChecked());
+      EXPECT_EQ(set.State(), state);
+      EXPECT_EQ(set.Position(), 1U);
+      EXPECT_EQ(set.AsText(0), "x") << "what was written is still there";
+      EXPECT_EQ(Outcome(set), state == DataSetState::kEdit ? "a [b] c edit:x" : "a [b] c insert:x");
+    }
+  }
+  RecordSet set = Letters("a b");
+  set.SetOnBeforePost([](RecordSet&) { throw Abort(); });
+  EXPECT_THROW(set.AppendRecord({"c"}), Abort);
+  EXPECT_EQ(Outcome(set), "[a] b");
+  EXPECT_NO_THROW(RunScript(set, "e N i N a F")) << "what nobody changed is not posted";
+}
+
+TEST(BeforePostEvent, MayWriteTheRecordAndNothingElse) {
+  RecordSet set = Letters("a b");
+  set.SetOnBeforePost([](RecordSet& current) {
+    for (const char* step : {"F", "N", "P", "L", "?a", "g", "i", "a", ".", "~", "D", "C", "f", "u", "X"}) {
+      EXPECT_THROW(RunScript(current, step), StateError) << step;
+    }
+    EXPECT_THROW(current.CleanClone(Letters("c")), StateError);
+    EXPECT_THROW(current.LoadFromString(Letters("c").SaveToString()), StateError);
+    EXPECT_THROW(current.SetOnBeforePost(nullptr), StateError);
+    RunScript(current, "R e");
+    current.SetText(0, current.AsText(0) + "!");
+  });
+  RunScript(set, "e =x N i =y .");
+  EXPECT_EQ(Outcome(set), "x! [y!] b");
 }
 
 TEST(CalcFieldsEvent, AnErrorOnAMoveLeavesAUsableSet) {

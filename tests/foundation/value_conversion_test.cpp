@@ -60,7 +60,12 @@ TEST(ValueConversion, BetweenAllKinds) {
                                      }}});
   EXPECT_EQ(WrittenInEveryKind(set, " "), " |~|~|~|~|~|~|");
   EXPECT_EQ(WrittenInEveryKind(set, Value()), "~|~|~|~|~|~|~|");
-  EXPECT_EQ(ReadInEveryKind(set, 3), "|0|False|0|0,00|01.01.1970|01.01.1970|");
+  EXPECT_EQ(ReadInEveryKind(set, 3), "|0|False|0|0,00|30.12.1899|30.12.1899|");
+  // a moment survives the way over its day count, to the millisecond
+  for (const char* text : {"0001-01-01T00:00:00.001", "1899-12-29T23:59:59.999", "9999-12-31T23:59:59.999"}) {
+    const DateTime moment = *ParseIsoDateTime(text);
+    EXPECT_EQ(ToDateTime(ToFloat(moment)), moment) << text;
+  }
   EXPECT_THROW(set.SetFloat(3, HUGE_VAL), Overflow);
   EXPECT_THROW(set.SetDate(5, Date{std::numeric_limits<std::int32_t>::max()}), Overflow);
   EXPECT_THROW(set.SetDateTime(6, DateTime{std::numeric_limits<std::int64_t>::min()}), Overflow);

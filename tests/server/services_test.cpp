@@ -84,10 +84,22 @@ TEST(ReadServices, AskTheirServiceAndTakeItsAnswer) {
     RecordingHost host;
     const ScopedApp app(host.Parts());
     EXPECT_FALSE(IsAdditionalFeatureAllowed("WEB"));
-    host.services["AdditionalFeaturesData"] = Answering("adsAddFeatures", [&row] {
-      return Answer("", {{.name = row.at(0), .kind = FieldKind::kBoolean}}, {row.begin() + 1, row.end()});
-    });
-    return std::string(IsAdditionalFeatureAllowed("WEB") ? "yes" : "no");
+    if (row.at(0) != "none") {
+      host.services["AdditionalFeaturesData"] = Answering("adsAddFeatures", [&row] {
+        return Answer("", {{.name = row.at(0), .kind = FieldKind::kBoolean}}, {row.begin() + 1, row.end()});
+      });
+    }
+    std::string allowed;
+    for (const char* setting : {"", "true", "false", "null"}) {
+      RecordSet parameters = Answer("", {{.name = "Web", .kind = FieldKind::kBoolean}}, {"null"});
+      if (*setting != '\0') {
+        parameters = Answer("", {{.name = "Web", .kind = FieldKind::kBoolean}}, {setting});
+        host.parameters = &parameters;
+      }
+      allowed += IsAdditionalFeatureAllowed("WEB") ? "y" : "n";
+      host.parameters = nullptr;
+    }
+    return allowed;
   };
   ExpectTables("services", {{"reads", reads}, {"features", features}}, "server");
 }
@@ -106,12 +118,10 @@ TEST(Transactions, SendTheTextsOfTheirRecordSets) {
   WritingHost host;
   const ScopedApp app(host.Parts());
   RecordSet head = Answer("Zaglavlje", {{.name = "id", .kind = FieldKind::kInteger}}, {"1"});
-  const RecordSet lines = Answer("Stavke\n", {{.name = "naziv"}}, {"Čaša"});
-  head.Edit();
-  head.FieldByName("id").SetInteger(2);
+  RecordSet lines = Answer("Stavke\n", {{.name = "naziv"}}, {"Čaša"});
   struct Module : TDataModule {
-    std::vector<const RecordSet*> sets;
-    std::span<const RecordSet* const> DataSets() const override { return sets; }
+    std::vector<RecordSet*> sets;
+    std::span<RecordSet* const> DataSets() const override { return sets; }
   } module;
   module.sets = {&head, &lines};
   const std::string text = TAstaParamList{
@@ -134,6 +144,38 @@ TEST(Transactions, SendTheTextsOfTheirRecordSets) {
             "field 13:parent_column text 100 - 0: 0:\nfield 13:parent_doc_id integer 0 - 0: 0:\n"
             "field 9:child_tip text 15 - 0: 0:\nfield 7:user_id text 5 - 0: 0:\nrecords 1\n100:" +
                 std::string(100, 't') + " 6:rac_id 7 15:123456789012345 10:žžžžž\nend\n");
+}
+
+TEST(Transactions, PostTheRecordThatIsBeingEdited) {
+  WritingHost host;
+  const ScopedApp app(host.Parts());
+  RecordSet head = Answer("Zaglavlje", {{.name = "id", .kind = FieldKind::kInteger}}, {"1"});
+  RecordSet lines = Answer("Stavke", {{.name = "naziv"}}, {"Čaša"});
+  const auto open_both = [&](std::int64_t id) {
+    head.Edit();
+    head.SetInteger(0, id);
+    lines.Append();  // nobody touches it, so it is dropped
+  };
+  open_both(2);
+  EXPECT_TRUE(ExecuteTransaction("UpisRacuna", {&head, &lines}));
+  EXPECT_NE(host.written.find("\n2\nend\n"), std::string::npos) << host.written;
+  EXPECT_EQ(DataSetState::kBrowse, head.State());
+  EXPECT_EQ(DataSetState::kBrowse, lines.State());
+  EXPECT_EQ(lines.RecordCount(), 1U);
+
+  // a post that is refused, and one whose calculation fails
+  head.SetOnBeforePost([](RecordSet&) { throw Abort(); });
+  open_both(3);
+  const std::size_t written = host.log.size();
+  EXPECT_THROW(ExecuteTransaction("UpisRacuna", {&lines, &head}), Abort);
+  EXPECT_EQ(head.State(), DataSetState::kEdit);
+  head.Cancel();
+  EXPECT_EQ(head.AsInteger(0), 2);
+  head.SetOnBeforePost(nullptr);
+  head.SetOnCalcFields([](RecordSet&) { throw DivisionByZero(); });
+  open_both(4);
+  EXPECT_THROW(ExecuteTransaction("UpisRacuna", {&head}), DivisionByZero);
+  EXPECT_EQ(host.log.size(), written) << "nothing was sent";
 }
 
 TEST(CreditLimit, AsksRefusesOrLetsGoOn) {
