@@ -31,6 +31,11 @@ std::optional<NameId> FindInVocabulary(std::string_view name) {
   return static_cast<NameId>(found - kVocabulary.begin());
 }
 
+const VocabularyEntry* FindVocabularyEntry(std::string_view name) {
+  const auto id = FindInVocabulary(name);
+  return id ? &kVocabulary[static_cast<std::size_t>(*id)] : nullptr;
+}
+
 std::size_t Structure::FoldedHash::operator()(std::string_view name) const {
   std::uint64_t hash = 0xCBF2'9CE4'8422'2325U;
   for (const char c : name) {

@@ -92,7 +92,7 @@ void SetFields(RecordSet& set, const Values& values) {
 RecordSet MakeLine(const Row& row, Way way, std::string_view left_out) {
   RecordSet line("line");
   Values given = row.given;
-  for (const auto& [name, kind, unit_price] : kVocabulary) {
+  for (const auto& [name, kind, measure] : kVocabulary) {
     const auto value = given.find(name);
     if (name == left_out || (value != given.end() && value->second == "absent")) {
       if (value != given.end()) given.erase(value);
