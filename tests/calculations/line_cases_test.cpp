@@ -6,6 +6,7 @@
 #include "mox/calculations/customs.h"
 #include "mox/calculations/document_lines.h"
 #include "mox/calculations/line_formulas.h"
+#include "mox/calculations/line_function_list.h"
 #include "mox/calculations/receipt_costing.h"
 #include "tests/calculations/line_table.h"
 
@@ -16,38 +17,11 @@
 namespace mox {
 namespace {
 
-// clang-format off
-#define MOX_LINE_FUNCTIONS(X) \
-  X(calcPci_pc_kolicina) X(calcNc_Kolicina) X(calcFC_Kolicina) X(calcVpc_Kolicina) X(calcMPC_Kolicina) \
-  X(calcNMPC_Kolicina) X(calcPov_nak_Kolicina) X(calcPot_nak_Kolicina) X(calcRabat) X(calcRabat1_2_3) \
-  X(calcRabatUlazni1_2_3) X(calcVpc_maloprodaja) X(calcVpc_maloprodaja_pov_nak) X(calcOsnovicaPdviUkupno) \
-  X(calcPDVI_mal) X(calcPDVI_mal_pov_nak) X(calcPDVI_malPC) X(calcPDVI_malPC_pov_nak) \
-  X(calcMarza_vpci_nci) X(calcMari_vpci_nci) X(calcMarpMarzaNci) X(calcMal_Mari) X(calcMal_Mari_pov_naki) \
-  X(calcMal_Marp) X(calc_NC_PrimkaKalkulacija) X(MalPrimkaZaduzenjeStavkeCalcFields) \
-  X(RazduzenjeOtpisStavkeCalcFields) X(MeduskladisnicaUlazSetData) \
-  X(MeduskladisnicaIzlazStavkeCalcFields) X(PocetnoStanjeStavkeCalcFields) \
-  X(RazduzenjeManjakStavkeCalcFields) X(IzmjenaCijenaStavkeCalcFields) \
-  X(PovratnicaDobavljacuStavkeCalcFields) X(MalPovratnicaDobavljacuStavkeCalcFields) \
-  X(MatPovratnicaDobavljacuStavkeCalcFields) X(PovratnicaKupcaStavkeCalcFields) \
-  X(RacunVlastitePotrebeStavkeCalcFields) X(PredracunStavkeCalcFields) X(PredracunUslugeCalcFields) \
-  X(OtpremnicaRacunStavkeCalcFields) X(OtpremnicaRacunUslugeCalcFields) \
-  X(StornoOtpremnicaRacunStavkeCalcFields) X(StornoOtpremnicaRacunUslugeCalcFields) \
-  X(RacunUslugaCalcFields) X(RacunUslugaInozemstvoCalcFields) X(BezGotovinskiRacunServisUslugeCalcFields) \
-  X(BezGotovinskiRacunServisMaterijalCalcFields) X(GotovinskiRacunStavkeCalcFields) \
-  X(GotovinskiRacunUslugeCalcFields) X(StornoGotovinskiRacunStavkeCalcFields) \
-  X(GotovinskiRacunUslugaCalcFields) X(GotovinskiRacunUslugaMarinaCalcFields) \
-  X(GotovinskiRacunServisUslugeCalcFields) X(GotovinskiRacunServisMaterijalCalcFields) \
-  X(MalGotovinskiRacunCalcFields) X(MalGotovinskiRacunCalcUsluge) X(RadniNalogStavkeCalcFields) \
-  X(RadniNalogUslugeCalcFields) X(MalDnevniIzvBlagCalcFields) X(PrimkaKalkulacija01CalcFields) \
-  X(StornoPrimkeKalkulacijeCalcFields) X(CalcVPC_Marza_PrimkaKalkulacija) \
-  X(Calc_PrimkaKalkulacija_VPC_OR_Marza) X(CalcMPC_Marza_PrimkaKalkulacija) \
-  X(CalcMPC_Marza_AkcijskiNalogIzmjeneCijenaBIH) X(CalcNC_PrimkaZaTuduRobu) \
-  X(Calc_Marp_ZadanaMarza_ArtInsert) X(CarIzlazRaspodjelaTezinaPoKolicini)
-// clang-format on
-
 const LineFunction& Function(const std::string& name) {
-#define MOX_ENTRY(function) {#function, LineFunction(#function, function)},
-  static const std::map<std::string, LineFunction> functions = {MOX_LINE_FUNCTIONS(MOX_ENTRY)};
+#define MOX_ENTRY(function, ...) {#function, LineFunction(#function, function)},
+  static const std::map<std::string, LineFunction> functions = {
+      MOX_LINE_FORMULAS(MOX_ENTRY) MOX_COSTING_FUNCTIONS(MOX_ENTRY) MOX_DOCUMENT_CALCULATORS(MOX_ENTRY)
+          MOX_CUSTOMS_FUNCTIONS(MOX_ENTRY)};
 #undef MOX_ENTRY
   return functions.at(name);
 }
