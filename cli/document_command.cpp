@@ -3,10 +3,10 @@
 #include <ostream>
 
 #include "cli/command.h"
-#include "cli/document.h"
-#include "cli/document_kinds.h"
+#include "cli/document_input.h"
 #include "cli/document_store.h"
 #include "cli/options.h"
+#include "cli/recap_members.h"
 #include "cli/record_set_file.h"
 #include "cli/service_request.h"
 #include "cli/suggestions.h"
@@ -35,16 +35,26 @@ void ListLines(const char* heading, const LineSchema& schema, std::string& out) 
   out += "  calculates  " + std::string(schema.calculated) + "\n";
 }
 
+// As the command recap takes it.
+std::string RecapText(const DocumentRecap& recap) {
+  const auto columns = [](const DocumentRecap::Columns& of, const std::string& number) {
+    return " AmountField" + number + "=" + of.amount.text + " RateField" + number + "=" + of.rate.text;
+  };
+  const bool takes_one = FindRow(FindRecapMember(recap.member).arguments, "AmountField") != nullptr;
+  std::string text = std::string(recap.member) + columns(recap.first, takes_one ? "" : "1");
+  if (recap.second) text += columns(*recap.second, "2");
+  return text;
+}
+
 void ListKind(const DocumentKind& kind, std::string& out) {
   out += std::string(kind.name) + ": " + std::string(kind.title) + " (" + std::string(kind.english) + ")\n";
   ListLines("goods       ", kind.goods, out);
   ListLines("services    ", kind.services, out);
-  const std::string recap = std::string(kind.recap_member) + " " + std::string(kind.recap_values);
-  out += "  recap       " + (kind.recap_member.empty() ? std::string("none") : recap) + "\n";
+  out += "  recap       " + (kind.recap.Exists() ? RecapText(kind.recap) : std::string("none")) + "\n";
 }
 
 void ListKinds(std::string_view only, std::string& out) {
-  if (!only.empty()) return ListKind(FindDocumentKind(only), out);
+  if (!only.empty()) return ListKind(FindKindArgument(only), out);
   for (const DocumentKind& kind : DocumentKinds()) {
     if (!out.empty()) out += "\n";
     ListKind(kind, out);
@@ -94,14 +104,14 @@ RecordSet Store(Document& document, const DocumentArguments& arguments, Session&
 
 void AppendForPeople(Document& document, RecordSet* stored, std::string& out) {
   const TableOptions lines{.number_records = true, .hide_empty = true};
-  out += std::string(document.kind().title) + "\n";
+  out += std::string(document.Kind().title) + "\n";
   AppendTitled("Stavke", document.Goods(), lines, out);
   AppendTitled("Usluge", document.Services(), lines, out);
-  AppendTitled("Rekapitulacija PDV-a", document.Recap(), {}, out);
+  AppendTitled("Rekapitulacija PDV-a", document.Recapitulation(), {}, out);
   DropZeros(document.Totals());
   if (!document.Totals().IsEmpty()) AppendTitled("Ukupno", &document.Totals(), {}, out);
   const Date date = stored == nullptr ? Today() : stored->FieldByName("datum").AsDate();
-  AppendInWords(document.Total(), date, out);
+  AppendInWords(document.ToBePaid(), date, out);
   if (stored != nullptr) out += "\nPohranjeno: " + StoredNumber(*stored) + "\n";
 }
 
@@ -112,7 +122,7 @@ struct DocumentPart {
 
 constexpr DocumentPart kParts[] = {{"lines", [](Document& document) { return document.Goods(); }},
                                    {"services", [](Document& document) { return document.Services(); }},
-                                   {"recap", [](Document& document) { return document.Recap(); }},
+                                   {"recap", [](Document& document) { return document.Recapitulation(); }},
                                    {"totals", [](Document& document) { return &document.Totals(); }}};
 
 void AppendFiles(Document& document, RecordSet* stored, std::string& out) {
@@ -137,7 +147,7 @@ const DocumentPart* FindPart(const std::string& name) {
 void RunDocument(const DocumentArguments& arguments, Session& session) {
   if (arguments.list) return ListKinds(arguments.kind, session.out);
   if (arguments.kind.empty()) throw UsageError("KIND is required; --list names them");
-  const DocumentKind& kind = FindDocumentKind(arguments.kind);
+  const DocumentKind& kind = FindKindArgument(arguments.kind);
   const DocumentPart* const part = FindPart(arguments.part);
   if (!arguments.store && !arguments.header.empty()) throw UsageError("--header needs --store");
   std::vector<std::string> paths = arguments.paths;
@@ -153,7 +163,8 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
   files.reserve(paths.size());
   for (const std::string& path : paths) files.push_back(ReadFileText(path, session.in));
 
-  Document document(kind, files);
+  DocumentInput input(kind, files);
+  Document& document = input.document();
   RecordSet* const shown = part == nullptr ? nullptr : part->records(document);
   if (part != nullptr && shown == nullptr) {
     throw UsageError("--part: the document has no " + arguments.part);

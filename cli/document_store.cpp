@@ -4,9 +4,7 @@
 
 #include "appserver/company_server.h"
 #include "cli/service_request.h"
-#include "mox/foundation/clock.h"
 #include "mox/foundation/text.h"
-#include "mox/server/transactions.h"
 
 namespace mox {
 namespace {
@@ -14,35 +12,25 @@ namespace {
 // What the lines or the database say, and no caller.
 bool IsSetWhenStored(Document& document, std::string_view name) {
   return SameName(name, "id") || SameName(name, "vrsta") || SameName(name, "broj") ||
-         (SameName(name, "ukupno") && document.Total());
+         (SameName(name, "ukupno") && document.ToBePaid());
 }
 
-// The server refuses texts that are too long; a field with a size would cut them.
-RecordSet Header(Document& document, const Columns& columns, std::span<const std::string> words) {
-  RecordSet header("Zaglavlje");
-  std::vector<Value> values;
-  const auto add = [&](std::string_view name, Value value) {
-    const FieldDef* const column = FindColumn(columns, name);
-    if (column == nullptr) {
-      throw UsageError("--header: a document has no field \"" + std::string(name) + "\"");
-    }
-    if (header.FindFieldIndex(name)) throw UsageError("--header: " + std::string(name) + " is given twice");
-    header.DefineField(column->name, column->kind);
-    values.push_back(std::move(value));
-  };
-  add("vrsta", std::string(document.kind().name));
+void FillHeader(Document& document, std::span<const std::string> words) {
+  RecordSet& header = document.Header();
+  std::vector<std::string> given;
   for (const auto& [name, text] : NamedValues(words)) {
     if (IsSetWhenStored(document, name)) {
       throw UsageError("--header: " + name + " is set when the document is stored");
     }
-    const FieldDef* const column = FindColumn(columns, name);
-    add(name, column == nullptr ? Value() : InputValue(*column, text));
+    const auto index = header.FindFieldIndex(name);
+    if (!index) throw UsageError("--header: a document has no field \"" + name + "\"");
+    const FieldDef& field = header.Definition(*index);
+    if (std::find(given.begin(), given.end(), field.name) != given.end()) {
+      throw UsageError("--header: " + name + " is given twice");
+    }
+    given.push_back(field.name);
+    document.SetHeader(field.name, InputValue(field, text));
   }
-  if (!header.FindFieldIndex("datum")) add("datum", Today());
-  if (const auto total = document.Total(); total) add("ukupno", *total);
-  header.Open();
-  header.AppendRecord(values);
-  return header;
 }
 
 void CollectLost(const RecordSet& lines, const Columns& columns, std::vector<std::string>& lost) {
@@ -58,25 +46,12 @@ void CollectLost(const RecordSet& lines, const Columns& columns, std::vector<std
 
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header_words,
                         std::vector<std::string>& lost) {
-  RecordSet header = Header(document, server.database().TableColumns("dok"), header_words);
-  std::vector<RecordSet*> record_sets = {&header};
+  FillHeader(document, header_words);
   const Columns line_columns = server.database().TableColumns("dok_stavke");
-  const auto add = [&](RecordSet* records, const char* name) {
-    if (records == nullptr) return;
-    records->SetName(name);
-    record_sets.push_back(records);
-  };
-  add(document.Goods(), "Stavke");
-  add(document.Services(), "Usluge");
-  std::size_t lines = 0;
-  for (std::size_t i = 1; i < record_sets.size(); ++i) {
-    CollectLost(*record_sets[i], line_columns, lost);
-    lines += record_sets[i]->RecordCount();
+  for (const RecordSet* const lines : {document.Goods(), document.Services()}) {
+    if (lines != nullptr) CollectLost(*lines, line_columns, lost);
   }
-  if (lines == 0) throw Error("the document has no lines, so it is not stored");
-  add(document.Recap(), "Rekapitulacija");
-
-  RequireStored(server, ExecuteTransaction("DokumentInsert", record_sets));
+  RequireStored(server, document.Store());
   RecordSet stored;
   stored.CleanClone(server.LastWrite().stored.value());
   return stored;

@@ -3,14 +3,14 @@
 #include <span>
 #include <string>
 
-#include "cli/document.h"
+#include "mox/documents/document.h"
 
 namespace mox {
 
 class CompanyServer;
 
-/// Stores a calculated document in one transaction: its header of the words NAME=VALUE (fields of the
-/// database's table of documents; the date is today where none is given), its lines and its recapitulation.
+/// Stores a calculated document in one transaction: its header with the words NAME=VALUE (the date is today
+/// where none is given), its lines and its recapitulation.
 /// Answers what the server gave it, one record: id, vrsta, godina, broj, datum. Appends to `lost` the names
 /// of the columns of the lines for which the database has no place. Raises UsageError for a faulty word,
 /// Error for a document without lines, and Error that says why the server refused.

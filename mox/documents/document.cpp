@@ -1,0 +1,300 @@
+#include "mox/documents/document.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <utility>
+
+#include "mox/documents/record_walk_internal.h"
+#include "mox/foundation/clock.h"
+#include "mox/foundation/text.h"
+#include "mox/server/transactions.h"
+
+namespace mox {
+namespace {
+
+// The server refuses texts that are too long; fields with sizes would cut them.
+constexpr std::pair<std::string_view, FieldKind> kHeaderFields[] = {
+    {"vrsta", FieldKind::kText},         {"godina", FieldKind::kInteger},
+    {"datum", FieldKind::kDate},         {"datum_dospijeca", FieldKind::kDate},
+    {"skl_id", FieldKind::kInteger},     {"par_id", FieldKind::kInteger},
+    {"valuta_id", FieldKind::kInteger},  {"tecaj", FieldKind::kFloat},
+    {"user_id", FieldKind::kText},       {"broj_dok_dob", FieldKind::kText},
+    {"datum_dok_dob", FieldKind::kDate}, {"nacin_placanja", FieldKind::kText},
+    {"poziv_na_br", FieldKind::kText},   {"opis", FieldKind::kText},
+    {"ukupno", FieldKind::kCurrency}};
+
+RecordSet MakeHeader(const DocumentKind& kind) {
+  RecordSet header("Zaglavlje");
+  for (const auto& [name, field_kind] : kHeaderFields) header.DefineField(name, field_kind);
+  header.Open();
+  header.Append();
+  header.FieldByName("vrsta").SetText(kind.name);
+  header.FieldByName("datum").SetDate(Today());
+  header.Post();
+  return header;
+}
+
+RecordSet MakeRecapitulation() {
+  RecordSet recap("Rekapitulacija");
+  for (const auto& name : {field::osnovica, field::porez}) {
+    recap.DefineField(name.text, FieldKind::kCurrency);
+  }
+  recap.DefineField(field::stopa.text, FieldKind::kFloat);
+  recap.DefineField(field::oznaka_stope.text, FieldKind::kText);
+  recap.DefineField(field::ukupno.text, FieldKind::kCurrency);
+  recap.Open();
+  return recap;
+}
+
+RecordSet MakeTotals() {
+  RecordSet totals("Ukupno");
+  totals.DefineField("izvor", FieldKind::kText);
+  totals.DefineField("polje", FieldKind::kText);
+  totals.DefineField("iznos", FieldKind::kCurrency);
+  totals.Open();
+  return totals;
+}
+
+bool Has(const std::vector<std::string_view>& names, std::string_view name) {
+  return std::any_of(names.begin(), names.end(),
+                     [name](std::string_view known) { return SameName(known, name); });
+}
+
+// What a recapitulation would take out of the tax base of every line that has it.
+bool HasForeignDeductions(const LineSchema& schema, const RecordSet& lines) {
+  const std::vector<std::string_view> calculated = SplitNames(schema.calculated);
+  const auto is_foreign = [&](std::string_view name) {
+    return lines.FindFieldIndex(name).has_value() && !Has(calculated, name);
+  };
+  return is_foreign(field::pov_naki.text) || is_foreign(field::neoporezivo.text);
+}
+
+// A copy of the lines with the columns that the schema knows.
+RecordSet ColumnsOfSchema(const LineSchema& schema, const RecordSet& lines) {
+  const std::vector<FieldDef> known = LineFields(schema);
+  RecordSet narrow(lines.Name());
+  for (std::size_t i = 0; i < lines.FieldCount(); ++i) {
+    const FieldDef& column = lines.Definition(i);
+    const auto same = [&column](const FieldDef& field) { return SameName(field.name, column.name); };
+    if (std::any_of(known.begin(), known.end(), same)) narrow.DefineField(column);
+  }
+  narrow.Open();
+  narrow.DataTransfer(lines);
+  return narrow;
+}
+
+struct Sum {
+  std::string field;
+  Currency amount;
+};
+
+void AddAmounts(RecordSet& records, std::vector<Sum>& sums) {
+  std::vector<std::pair<std::size_t, std::size_t>> columns;  // index of the field, of the sum
+  for (std::size_t i = 0; i < records.FieldCount(); ++i) {
+    const FieldDef& field = records.Definition(i);
+    if (!IsAmountField(field)) continue;
+    const auto sum = std::find_if(sums.begin(), sums.end(),
+                                  [&](const Sum& known) { return SameName(known.field, field.name); });
+    columns.emplace_back(i, static_cast<std::size_t>(sum - sums.begin()));
+    if (sum == sums.end()) sums.push_back({field.name, Currency()});
+  }
+  ForEachRecord(records, [&] {
+    for (const auto& [index, sum] : columns) sums[sum].amount += records.AsCurrency(index);
+  });
+}
+
+void PostPending(RecordSet* records) {
+  if (records == nullptr) return;
+  if (records->State() == DataSetState::kEdit || records->State() == DataSetState::kInsert) records->Post();
+}
+
+}  // namespace
+
+// Reading a document does not calculate it anew.
+class Document::EventPause {
+ public:
+  explicit EventPause(Document& document) : document_(document) {
+    for (auto* lines : {&document_.goods_, &document_.services_}) {
+      if (*lines && (*lines)->calculates) (*lines)->records.SetOnCalcFields(nullptr);
+    }
+  }
+  ~EventPause() {
+    for (auto* lines : {&document_.goods_, &document_.services_}) {
+      if (*lines && (*lines)->calculates) document_.Watch(**lines);
+    }
+  }
+  EventPause(const EventPause&) = delete;
+  EventPause& operator=(const EventPause&) = delete;
+
+ private:
+  Document& document_;
+};
+
+Document::Document(const DocumentKind& kind)
+    : kind_(&kind),
+      digits_(DocumentDigits::OfApplication()),
+      header_(MakeHeader(kind)),
+      totals_(MakeTotals()) {
+  if (kind.goods.Exists()) goods_ = MakeLines(kind.goods, "Stavke");
+  if (kind.services.Exists()) services_ = MakeLines(kind.services, "Usluge");
+  if (kind.recap.Exists()) recap_ = MakeRecapitulation();
+}
+
+Document::Document(const DocumentKind& kind, std::optional<RecordSet> goods,
+                   std::optional<RecordSet> services)
+    : Document(kind) {
+  const auto take = [&](const LineSchema& schema, std::optional<RecordSet> records) {
+    if (records && !schema.Exists()) {
+      throw Error(records->Name() + ": " + std::string(kind.name) + " has no such lines");
+    }
+    return records ? std::optional(TakeLines(schema, std::move(*records))) : std::nullopt;
+  };
+  goods_ = take(kind.goods, std::move(goods));
+  services_ = take(kind.services, std::move(services));
+}
+
+Document::Lines Document::MakeLines(const LineSchema& schema, const char* name) const {
+  Lines lines{&schema, RecordSet(name), true};
+  for (FieldDef& field : LineFields(schema)) lines.records.DefineField(std::move(field));
+  lines.records.Open();
+  Watch(lines);
+  return lines;
+}
+
+void Document::Watch(Lines& lines) const {
+  lines.records.SetOnCalcFields([schema = lines.schema, digits = digits_](RecordSet& records) {
+    CalculateLine(*schema, records, digits);
+  });
+}
+
+Document::Lines Document::TakeLines(const LineSchema& schema, RecordSet records) const {
+  std::string missing;
+  for (const std::string_view name : SplitNames(schema.inputs)) {
+    if (!records.FindFieldIndex(name)) missing += (missing.empty() ? "" : ", ") + std::string(name);
+  }
+  if (!missing.empty()) throw Error(records.Name() + ": columns are missing: " + missing);
+
+  std::vector<FieldDef> fields;
+  for (std::size_t i = 0; i < records.FieldCount(); ++i) fields.push_back(records.Definition(i));
+  const std::size_t given = fields.size();
+  AddLineFields(schema, fields);
+  if (fields.size() == given) return {&schema, std::move(records)};
+  RecordSet whole(records.Name());
+  for (FieldDef& field : fields) whole.DefineField(std::move(field));
+  whole.Open();
+  whole.DataTransfer(records);
+  return {&schema, std::move(whole)};
+}
+
+void Document::SetHeader(std::string_view field, const Value& value) {
+  header_.First();
+  header_.Edit();
+  try {
+    header_.FieldByName(field).SetVariant(value);
+  } catch (...) {
+    header_.Cancel();
+    throw;
+  }
+  header_.Post();
+}
+
+std::size_t Document::LineCount() const {
+  return (goods_ ? goods_->records.RecordCount() : 0) + (services_ ? services_->records.RecordCount() : 0);
+}
+
+void Document::CalculateEach(Lines& lines) const {
+  RecordSet& records = lines.records;
+  ForEachRecord(records, [&] {
+    records.Edit();
+    CalculateLine(*lines.schema, records, digits_);
+    records.Post();
+  });
+}
+
+void Document::Calculate() {
+  const EventPause pause(*this);
+  if (goods_) CalculateEach(*goods_);
+  if (services_) CalculateEach(*services_);
+}
+
+void Document::Recapitulate() {
+  PostPending(Goods());
+  PostPending(Services());
+  const EventPause pause(*this);
+  if (recap_) FillRecapitulation();
+  FillTotals();
+}
+
+void Document::FillRecapitulation() {
+  const DocumentRecap& rule = kind_->recap;
+  const bool has_both_sorts = kind_->goods.Exists() && kind_->services.Exists();
+  recap_->Clear();
+  // Goods come first, unless the kind has services alone; the member takes deductions from the first set.
+  Lines* first =
+      goods_ || has_both_sorts ? (goods_ ? &*goods_ : nullptr) : (services_ ? &*services_ : nullptr);
+  std::optional<RecordSet> narrow;
+  RecapFields fields;
+  if (first != nullptr) {
+    RecordSet* lines = &first->records;
+    if (HasForeignDeductions(*first->schema, *lines)) {
+      lines = &narrow.emplace(ColumnsOfSchema(*first->schema, *lines));
+    }
+    fields.amount1 = lines->FieldByName(rule.first.amount.text);
+    fields.rate1 = lines->FieldByName(rule.first.rate.text);
+    if (rule.second && !has_both_sorts) {
+      fields.amount2 = lines->FieldByName(rule.second->amount.text);
+      fields.rate2 = lines->FieldByName(rule.second->rate.text);
+    }
+  }
+  if (rule.second && has_both_sorts && services_) {
+    fields.amount2 = services_->records.FieldByName(rule.second->amount.text);
+    fields.rate2 = services_->records.FieldByName(rule.second->rate.text);
+  }
+  if (!fields.amount1 && !fields.amount2) return;
+  rule.fill(fields, *recap_, rule.digits != 0 ? rule.digits : digits_.vat);
+}
+
+void Document::FillTotals() {
+  std::vector<Sum> sums;
+  if (goods_) AddAmounts(goods_->records, sums);
+  if (services_) AddAmounts(services_->records, sums);
+  std::vector<Sum> recap_sums;
+  if (recap_) AddAmounts(*recap_, recap_sums);
+
+  totals_.Clear();
+  for (const Sum& sum : sums) totals_.AppendRecord({std::string("stavke"), sum.field, sum.amount});
+  for (const Sum& sum : recap_sums) {
+    totals_.AppendRecord({std::string("rekapitulacija"), sum.field, sum.amount});
+  }
+}
+
+std::optional<Currency> Document::ToBePaid() {
+  const EventPause pause(*this);
+  return mox::ToBePaid(*kind_, Sets());
+}
+
+std::vector<const RecordSet*> Document::StoreRequest() {
+  Recapitulate();
+  if (LineCount() == 0) throw Error("the document has no lines, so it is not stored");
+  {
+    const EventPause pause(*this);
+    CheckRecapitulation(*kind_, Sets());
+  }
+  PostPending(&header_);
+  if (const auto total = ToBePaid()) SetHeader("ukupno", *total);
+  std::vector<const RecordSet*> request = {&header_};
+  const auto add = [&request](RecordSet* records, const char* name) {
+    if (records == nullptr || records->IsEmpty()) return;
+    records->SetName(name);
+    request.push_back(records);
+  };
+  add(Goods(), "Stavke");
+  add(Services(), "Usluge");
+  add(Recapitulation(), "Rekapitulacija");
+  return request;
+}
+
+bool Document::Store() { return ExecuteTransaction("DokumentInsert", StoreRequest()); }
+
+}  // namespace mox

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "mox/documents/document_figures.h"
+#include "mox/documents/document_kinds.h"
+
+namespace mox {
+
+/// A document as the record sets that it consists of: its header, its lines of goods and of services, its tax
+/// by rate and its totals. It declares and calculates them, and stores them together. The digit settings are
+/// those of the application that is installed when it is made.
+class Document {
+ public:
+  /// Without lines, for a screen or a program that fills them: the sets of lines that the kind has are open,
+  /// and a line is calculated when it is posted, and when it becomes current again.
+  explicit Document(const DocumentKind& kind);
+  /// Raises Error for an unknown kind.
+  explicit Document(std::string_view kind) : Document(DocumentKindByName(kind)) {}
+  /// From lines that the caller has; either sort may be left out. Columns that only the calculator writes are
+  /// added where they are missing; a column that it reads and that is missing raises Error. Nothing is
+  /// calculated until Calculate(), so lines that were calculated stay as they are.
+  Document(const DocumentKind& kind, std::optional<RecordSet> goods, std::optional<RecordSet> services = {});
+
+  const DocumentKind& Kind() const { return *kind_; }
+
+  /// One record: vrsta, datum (today), and what else a document says about itself, which is null: partner,
+  /// warehouse, currency, user and so on. `ukupno` is written when the document is stored.
+  RecordSet& Header() { return header_; }
+  /// Writes one field of the header. Raises FieldNotFound, ConversionError.
+  void SetHeader(std::string_view field, const Value& value);
+
+  /// The lines; null where the document has no such sort.
+  RecordSet* Goods() { return goods_ ? &goods_->records : nullptr; }
+  RecordSet* Services() { return services_ ? &services_->records : nullptr; }
+  std::size_t LineCount() const;
+
+  /// Calculates every line once more.
+  void Calculate();
+  /// Fills the recapitulation and the totals from the lines as they are; a line that is being edited is
+  /// posted first. Columns that the kind neither needs nor computes do not count, whatever they are called.
+  void Recapitulate();
+  /// The tax by rate; null where the kind has none. Empty before Recapitulate().
+  RecordSet* Recapitulation() { return recap_ ? &*recap_ : nullptr; }
+  /// Fields izvor, polje, iznos: the sums of the amounts of all lines ("stavke"), field by field, and of the
+  /// recapitulation ("rekapitulacija"). Empty before Recapitulate().
+  RecordSet& Totals() { return totals_; }
+  /// What is to be paid, of lines and recapitulation as they are.
+  std::optional<Currency> ToBePaid();
+
+  /// The record sets that the transaction "DokumentInsert" takes, under the names that it knows: "Zaglavlje",
+  /// "Stavke", "Usluge", "Rekapitulacija". Recapitulates. Raises Error for a document without lines, and
+  /// where lines and recapitulation disagree.
+  std::vector<const RecordSet*> StoreRequest();
+  /// Stores the document through the application server. False when the server refused it.
+  bool Store();
+
+ private:
+  struct Lines {
+    const LineSchema* schema;
+    RecordSet records;
+    bool calculates = false;  // by the event that this document installed
+  };
+  class EventPause;
+
+  Lines TakeLines(const LineSchema& schema, RecordSet records) const;
+  Lines MakeLines(const LineSchema& schema, const char* name) const;
+  void Watch(Lines& lines) const;
+  void CalculateEach(Lines& lines) const;
+  void FillRecapitulation();
+  void FillTotals();
+  DocumentSets Sets() { return {Goods(), Services(), Recapitulation()}; }
+
+  const DocumentKind* kind_;
+  DocumentDigits digits_;
+  RecordSet header_;
+  std::optional<Lines> goods_;
+  std::optional<Lines> services_;
+  std::optional<RecordSet> recap_;
+  RecordSet totals_;
+};
+
+}  // namespace mox

@@ -1,0 +1,121 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "mox/foundation/record_set.h"
+
+namespace mox {
+
+/// The digit settings that calculators take as arguments.
+struct DocumentDigits {
+  int vat = 2;
+  int purchase_price = 2;
+  int selling_price = 2;
+
+  /// The settings of the installed application.
+  static DocumentDigits OfApplication();
+};
+
+/// What a document is to those who get it, and to the books.
+enum class DocumentClass : std::uint8_t {
+  kInvoice,
+  kProForma,
+  kOrder,
+  kGoodsReceipt,
+  kReturn,
+  kStock,
+  kReport
+};
+
+/// In which direction the lines of goods move stock when their quantities are positive.
+enum class StockDirection : std::uint8_t { kNone, kIn, kOut };
+
+/// How the lines of goods, or those of services, of one kind of document are calculated. Lists of names are
+/// separated by blanks.
+struct LineSchema {
+  std::string_view inputs;      ///< fields that must be there
+  std::string_view calculated;  ///< fields that the calculator writes
+  void (*calculate)(RecordSet& lines, const DocumentDigits& digits) = nullptr;  ///< null: no such lines
+  std::optional<CurrencyName> to_be_paid = std::nullopt;  ///< its sum is what the lines cost
+  /// The taxable base; empty where it is what is recapitulated, less fee and tax. Several fields are added.
+  std::string_view base = {};
+  std::string_view tax = {};  ///< empty where the lines have none
+  /// How often a line is calculated at a time: twice where the calculator reads what it stored before.
+  int passes = 1;
+
+  bool Exists() const { return calculate != nullptr; }
+};
+
+/// Columns of the lines that a recapitulation walks.
+struct RecapFields {
+  std::optional<Field> amount1 = std::nullopt;
+  std::optional<Field> rate1 = std::nullopt;
+  std::optional<Field> amount2 = std::nullopt;
+  std::optional<Field> rate2 = std::nullopt;
+};
+
+/// The recapitulation of a kind: one member of the family by rate, and what it is called with.
+struct DocumentRecap {
+  struct Columns {
+    CurrencyName amount;
+    FloatName rate;
+  };
+
+  std::string_view member = {};
+  void (*fill)(const RecapFields& fields, RecordSet& recap, int digits) = nullptr;  ///< null: no tax
+  /// Of the goods, or of the services where the kind has nothing else.
+  Columns first = {field::ukupno, field::tbr_stp};
+  /// Of the services where the kind has both sorts of lines, else of the same lines as the first.
+  std::optional<Columns> second = std::nullopt;
+  bool takes_digits = true;
+  int digits = 0;  ///< 0: the decimals of tax amounts
+
+  bool Exists() const { return fill != nullptr; }
+};
+
+/// One kind of document.
+struct DocumentKind {
+  std::string_view name;
+  std::string_view tip;      ///< its code, at most 15 characters; no other kind has it
+  std::string_view title;    ///< Croatian
+  std::string_view english;  ///< the title in English
+  DocumentClass is;
+  StockDirection stock;
+  LineSchema goods;
+  LineSchema services;
+  DocumentRecap recap;
+  /// The kind whose documents cancel those of this one; empty where the kind itself does, with quantities of
+  /// the other sign.
+  std::string_view cancelled_by = {};
+  /// Documents of the kind only cancel others.
+  bool is_storno = false;
+};
+
+std::span<const DocumentKind> DocumentKinds();
+
+/// By its name, letter for letter; null where there is none.
+const DocumentKind* FindDocumentKind(std::string_view name);
+/// By its code or its name; also by the first 15 characters of a name where no other kind shares them, as
+/// texts of that length may have cut it. Null where there is none.
+const DocumentKind* FindDocumentTip(std::string_view tip);
+/// As FindDocumentKind. Raises Error for an unknown name.
+const DocumentKind& DocumentKindByName(std::string_view name);
+/// The kind whose documents cancel those of `kind`.
+const DocumentKind& StornoKindOf(const DocumentKind& kind);
+
+/// The names in a list separated by blanks.
+std::vector<std::string_view> SplitNames(std::string_view names);
+
+/// Calculates the current line, which is being edited or in its calculate-fields event.
+void CalculateLine(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits);
+
+/// The fields of a schema: inputs, then calculated ones.
+std::vector<FieldDef> LineFields(const LineSchema& schema);
+/// Adds the fields of a schema that are missing, and marks the calculated ones.
+void AddLineFields(const LineSchema& schema, std::vector<FieldDef>& fields);
+
+}  // namespace mox
