@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "appserver/named_transaction.h"
+#include "appserver/stored_document.h"
 #include "mox/codes/exchange_rates.h"
 #include "mox/foundation/exchange_text.h"
 #include "mox/foundation/text.h"
@@ -119,27 +120,43 @@ Currency Sum(RecordSet& records, std::string_view field) {
   return sum;
 }
 
-bool EveryRecordHas(RecordSet& records, std::string_view field) {
-  const std::size_t index = *records.FindFieldIndex(field);
-  for (records.First(); !records.Eof(); records.Next()) {
-    if (records.IsNull(index)) return false;
-  }
-  return true;
-}
-
 [[noreturn]] void RefuseInvoice(std::int64_t doc_id, const std::string& reason) {
   throw Error("document " + std::to_string(doc_id) + " " + reason);
 }
 
-// What is to be paid: the lines with their fees, which carry no tax. Lines of a kind without totals of their
-// own are paid by the recapitulation.
-Json Totals(std::int64_t doc_id, RecordSet& header, RecordSet& lines, RecordSet& taxes) {
-  const Currency total = Sum(EveryRecordHas(lines, "ukupno") ? lines : taxes, "ukupno");
-  const Field stored = header.FieldByName("ukupno");
-  if (!stored.IsNull() && stored.AsCurrency() != total) {
-    RefuseInvoice(doc_id,
-                  "has the total " + stored.AsCurrency().ToString() + ", its lines have " + total.ToString());
+// Only invoices go out, and what cancels them.
+void RequireInvoice(const StoredDocument& document) {
+  const std::string kind = document.kind == nullptr ? document.vrsta : std::string(document.kind->title);
+  if (document.kind == nullptr || document.figures_kind == nullptr ||
+      document.kind->is != DocumentClass::kInvoice) {
+    RefuseInvoice(document.id, "is no invoice: " + kind);
   }
+}
+
+// What is to be paid, by the one rule for it. A storno that is not negative would be a second sale.
+Currency CheckedTotal(Database& database, const StoredDocument& document) {
+  const RecordSet goods = ReadLines(database, document.id, "roba");
+  const RecordSet services = ReadLines(database, document.id, "usluga");
+  const RecordSet taxes = ReadRows(database, "dok_porezi", document.id);
+  const DocumentSets sets{&goods, &services, &taxes};
+  try {
+    CheckRecapitulation(*document.figures_kind, sets);
+  } catch (const Error& error) {
+    RefuseInvoice(document.id, std::string("does not add up: ") + error.what());
+  }
+  const Currency total = ToBePaid(*document.figures_kind, sets).value();
+  const std::size_t stored = *document.header.FindFieldIndex("ukupno");
+  if (!document.header.IsNull(stored) && document.header.AsCurrency(stored) != total) {
+    RefuseInvoice(document.id, "has the total " + document.header.AsCurrency(stored).ToString() +
+                                   ", its lines have " + total.ToString());
+  }
+  if ((document.kind->is_storno || document.stornira_id) && total > Currency()) {
+    RefuseInvoice(document.id, "cancels an invoice, but its total is " + total.ToString());
+  }
+  return total;
+}
+
+Json Totals(Currency total, RecordSet& lines, RecordSet& taxes) {
   Json totals = Json::object();
   totals["osnovica"] = Sum(taxes, "osnovica").ToString();
   totals["porez"] = Sum(taxes, "porez").ToString();
@@ -242,12 +259,15 @@ const NamedTransaction kTransactions[] = {
 }  // namespace
 
 std::string InvoiceJson(Database& database, std::int64_t doc_id) {
+  const auto stored = ReadStoredDocument(database, doc_id);
+  if (!stored) throw Error("there is no document " + std::to_string(doc_id));
+  RequireInvoice(*stored);
   RecordSet header = Read(database, kHeader, doc_id);
-  if (header.IsEmpty()) throw Error("there is no document " + std::to_string(doc_id));
   RecordSet lines = Read(database, kLines, doc_id);
   RecordSet taxes = Read(database, kTaxes, doc_id);
   if (lines.IsEmpty()) RefuseInvoice(doc_id, "has no lines");
   if (taxes.IsEmpty()) RefuseInvoice(doc_id, "has no tax by rate");
+  const Currency total = CheckedTotal(database, *stored);
 
   Json invoice = Json::object();
   for (const Part* part : {&kAccount, &kCompany, &kBuyer}) {
@@ -261,7 +281,7 @@ std::string InvoiceJson(Database& database, std::int64_t doc_id) {
   invoice[kLines.name] = AllRecords(lines);
   Json& rates = invoice[kTaxes.name] = AllRecords(taxes);
   for (Json& rate : rates) rate.erase("ukupno");  // holds fees too
-  invoice["ukupno"] = Totals(doc_id, header, lines, taxes);
+  invoice["ukupno"] = Totals(total, lines, taxes);
   try {
     return invoice.dump();
   } catch (const Json::type_error&) {

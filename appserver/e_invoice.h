@@ -11,8 +11,8 @@ namespace mox {
 /// The invoice as the intermediary gets it, one object of JSON (docs/E-INVOICES.md). Amounts, quantities and
 /// rates are decimal texts exactly as they are stored; nothing is rounded, and what is null is left out.
 ///
-/// Raises Error for a document that does not exist, has no lines or no tax by rate, or whose header has
-/// another total than the lines.
+/// Raises Error for a document that does not exist, is neither an invoice nor the storno of one, has no lines
+/// or no tax by rate, whose lines, tax by rate and total disagree, and for a storno with a positive total.
 std::string InvoiceJson(Database& database, std::int64_t doc_id);
 
 /// Fills the record set "adsData" of the service "MojERacunB2C".

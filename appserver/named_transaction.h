@@ -54,6 +54,8 @@ struct NamedTransaction {
 
 /// Those that store documents and links, then those of e-invoices, then those of the imports.
 std::span<const NamedTransaction> NamedTransactionTable();
+/// Those that store documents, cancel them and link them.
+std::span<const NamedTransaction> DocumentTransactionTable();
 /// Those that link documents to their e-invoices, and the one that sets the company's account.
 std::span<const NamedTransaction> EInvoiceTransactionTable();
 /// Those that store what the import grid sends.

@@ -2,6 +2,7 @@
 
 #include "appserver/e_invoice.h"
 #include "appserver/read_service.h"
+#include "appserver/stored_document.h"
 #include "mox/foundation/clock.h"
 
 namespace mox {
@@ -21,6 +22,19 @@ void PrepareBrojDokDob(Database& /*database*/, ServiceInputs& inputs) {
   inputs.Derive("od", FieldKind::kDate, MakeDate(year, 1, 1).value());
   inputs.Derive("do", FieldKind::kDate, MakeDate(year, 12, 31).value());
   inputs.Derive("broj_kljuc", FieldKind::kText, FoldKey(inputs.As<std::string>("broj_dok_dob")));
+}
+
+// Links have the code of the kind, which may also be asked for by its name.
+void PrepareChildTip(Database& /*database*/, ServiceInputs& inputs) {
+  std::string tip = inputs.IsNull("child_tip") ? std::string() : inputs.As<std::string>("child_tip");
+  if (const DocumentKind* const kind = FindDocumentTip(tip)) tip = kind->tip;
+  inputs.Derive("tip", FieldKind::kText, std::move(tip));
+}
+
+void RequireDocument(Database& database, ServiceInputs& inputs) {
+  const std::int64_t id = inputs.As<std::int64_t>("id");
+  if (ReadStoredDocument(database, id)) return;
+  throw Error("there is no document " + std::to_string(id));
 }
 
 // What was due before that day is overdue beyond the days that the partner is allowed.
@@ -43,7 +57,8 @@ constexpr std::string_view kPoslovniProstorColumns =
 constexpr std::string_view kDokumentColumns =
     "id:integer,vrsta,godina:integer,broj:integer,datum:date,datum_dospijeca:date,skl_id:integer,"
     "skl_naziv,par_id:integer,par_naziv,valuta_id:integer,val_ozn,tecaj:float,user_id,broj_dok_dob,"
-    "datum_dok_dob:date,nacin_placanja,poziv_na_br,opis,ukupno:currency";
+    "datum_dok_dob:date,vrsta_dok_dob,nacin_placanja,poziv_na_br,opis,ukupno:currency,stornira_id:integer,"
+    "storno_id:integer";
 
 // --- the company ---
 
@@ -191,11 +206,11 @@ SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'TipPozivaNaBrojPutnika'
      "whether another document has the supplier's document number of that year",
      {{"Zaglavlje", "BrojDokDobKoristen:boolean", R"(
 SELECT EXISTS (SELECT 1 FROM dok
-  WHERE par_id = :par_id AND fold(broj_dok_dob) = :broj_kljuc AND id <> :id
+  WHERE par_id = :par_id AND fold(broj_dok_dob) = :broj_kljuc AND id <> :id AND stornira_id IS NULL
+    AND NOT EXISTS (SELECT 1 FROM dok s WHERE s.stornira_id = dok.id)
     AND datum_dok_dob BETWEEN :od AND :do))"}},
      PrepareBrojDokDob},
 
-    // The kind of a link that was asked for before its document existed is cut to 15 characters.
     {"GetVezniDocIdFromDB",
      "parent_table:text,parent_column:text,parent_doc_id:integer,child_tip?:text",
      "the documents linked to a record, of one kind or of any",
@@ -204,9 +219,9 @@ SELECT v.child_doc_id, v.child_tip, d.godina, d.broj, d.datum
 FROM dok_veze v JOIN dok d ON d.id = v.child_doc_id
 WHERE v.parent_doc_id = :parent_doc_id
   AND v.parent_table = :parent_table AND v.parent_column = :parent_column
-  AND (COALESCE(:child_tip, '') = '' OR v.child_tip = :child_tip OR
-       SUBSTR(v.child_tip, 1, 15) = :child_tip)
-ORDER BY v.id)"}}},
+  AND (:tip = '' OR v.child_tip = :tip)
+ORDER BY v.id)"}},
+     PrepareChildTip},
 
     {"Dokument",
      "id:integer",
@@ -214,7 +229,8 @@ ORDER BY v.id)"}}},
      {{"Zaglavlje", kDokumentColumns, R"(
 SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, d.datum_dospijeca, d.skl_id, s.naziv, d.par_id,
   p.naziv, d.valuta_id, v.oznaka, d.tecaj, d.user_id, d.broj_dok_dob, d.datum_dok_dob,
-  d.nacin_placanja, d.poziv_na_br, d.opis, d.ukupno
+  d.vrsta_dok_dob, d.nacin_placanja, d.poziv_na_br, d.opis, d.ukupno, d.stornira_id,
+  (SELECT id FROM dok WHERE stornira_id = d.id)
 FROM dok d
 LEFT JOIN skladiste s ON s.id = d.skl_id
 LEFT JOIN par p ON p.id = d.par_id
@@ -223,13 +239,20 @@ WHERE d.id = :id)"},
       {"Stavke", "*dok_stavke", R"(
 SELECT * FROM dok_stavke WHERE dok_id = :id ORDER BY rb)"},
       {"Rekapitulacija", "*dok_porezi", R"(
-SELECT * FROM dok_porezi WHERE dok_id = :id ORDER BY rb)"}}},
+SELECT * FROM dok_porezi WHERE dok_id = :id ORDER BY rb)"},
+      {"DokDobavljaca", "*dok_dobavljac", R"(
+SELECT * FROM dok_dobavljac WHERE dok_id = :id)"}},
+     RequireDocument},
 
     {"Dokumenti",
      "vrsta?:text,godina?:integer",
-     "the stored documents, of one kind and year or of any",
-     {{"adsList", "id:integer,vrsta,godina:integer,broj:integer,datum:date,par_naziv,ukupno:currency", R"(
-SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, p.naziv, d.ukupno
+     "the stored documents, of one kind and year or of any, with what they cancel and what cancels them",
+     {{"adsList",
+       "id:integer,vrsta,godina:integer,broj:integer,datum:date,par_naziv,ukupno:currency,"
+       "stornira_id:integer,storno_id:integer",
+       R"(
+SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, p.naziv, d.ukupno, d.stornira_id,
+  (SELECT id FROM dok WHERE stornira_id = d.id)
 FROM dok d LEFT JOIN par p ON p.id = d.par_id
 WHERE d.vrsta = COALESCE(:vrsta, d.vrsta) AND d.godina = COALESCE(:godina, d.godina)
 ORDER BY d.godina, d.vrsta, d.broj)"}}},

@@ -1,11 +1,14 @@
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <ostream>
 
+#include "cli/argument_text.h"
 #include "cli/command.h"
 #include "cli/document_input.h"
 #include "cli/document_store.h"
 #include "cli/options.h"
+#include "cli/progress_bar.h"
 #include "cli/recap_members.h"
 #include "cli/record_set_file.h"
 #include "cli/service_request.h"
@@ -13,8 +16,11 @@
 #include "cli/text_table.h"
 #include "mox/codes/amount_in_words.h"
 #include "mox/codes/exchange_rates.h"
+#include "mox/documents/storno.h"
+#include "mox/foundation/app.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/locale_text.h"
+#include "mox/host/console_dialogs.h"
 
 namespace mox {
 namespace {
@@ -27,7 +33,10 @@ struct DocumentArguments {
   std::string part;
   bool store = false;
   std::vector<std::string> header;
+  bool yes = false;
 };
+
+constexpr std::string_view kStorno = "storno";
 
 void ListLines(const char* heading, const LineSchema& schema, std::string& out) {
   if (!schema.Exists()) return;
@@ -91,7 +100,23 @@ void DropZeros(RecordSet& totals) {
   }
 }
 
+// Asked at a terminal, unless --yes answers or the lines come from there.
+void RequireConfirmed(const Document& document, const DocumentArguments& arguments, Session& session) {
+  const bool reads_input =
+      arguments.paths.empty() ||
+      std::find(arguments.paths.begin(), arguments.paths.end(), "-") != arguments.paths.end();
+  const bool asks = !arguments.yes && !reads_input && IsTerminal(session.in);
+  ConsoleDialogs dialogs = asks ? ConsoleDialogs(session.err, session.in)
+                                : ConsoleDialogs(session.err, arguments.yes ? kDialogYes : kDialogNo);
+  AppParts parts = {.ini = &App().Ini(), .dialogs = &dialogs};
+  const ScopedApp app(parts);
+  if (ConfirmQuantities(document)) return;
+  throw Error("nothing was stored: the lines of " + std::string(document.Kind().name) +
+              " have a positive quantity (--yes stores them, storno ID cancels a stored document)");
+}
+
 RecordSet Store(Document& document, const DocumentArguments& arguments, Session& session) {
+  RequireConfirmed(document, arguments, session);
   std::vector<std::string> lost;
   RecordSet stored = StoreDocument(document, ServerOf(session), arguments.header, lost);
   std::string names;
@@ -144,7 +169,17 @@ const DocumentPart* FindPart(const std::string& name) {
   throw UsageError("--part: \"" + name + "\" is not lines, services, recap or totals");
 }
 
+void RunStorno(const DocumentArguments& arguments, Session& session) {
+  if (arguments.paths.size() != 1) throw UsageError("storno takes the ID of one stored document");
+  if (!arguments.part.empty()) throw UsageError("--part: storno shows the number of what it stored");
+  const std::int64_t id = IntegerArgument("ID", arguments.paths.front());
+  RecordSet stored = CancelDocument(id, ServerOf(session), arguments.header);
+  if (arguments.csv) return WriteRecordSet(stored, session.out);
+  session.out += "Pohranjeno: " + StoredNumber(stored) + "\n";
+}
+
 void RunDocument(const DocumentArguments& arguments, Session& session) {
+  if (arguments.kind == kStorno) return RunStorno(arguments, session);
   if (arguments.list) return ListKinds(arguments.kind, session.out);
   if (arguments.kind.empty()) throw UsageError("KIND is required; --list names them");
   const DocumentKind& kind = FindKindArgument(arguments.kind);
@@ -184,7 +219,8 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
 
 void Declare(Options& options) {
   auto arguments = std::make_shared<DocumentArguments>();
-  options.Argument("KIND", arguments->kind, "the kind of document; --list names them");
+  options.Argument("KIND", arguments->kind,
+                   "the kind of document, --list names them; or storno, to cancel the\nstored document ID");
   options.Arguments("FILE", arguments->paths,
                     "the lines: input columns and any others (standard input where it is\n"
                     "left out or -); then SERVICES, the lines of services where the kind\n"
@@ -202,17 +238,23 @@ void Declare(Options& options) {
                  "a field of the stored document: datum=2024-03-01, skl_id=1,\n"
                  "par_id=2, user_id=ANA, ...; can be repeated. The date is today's\n"
                  "where none is given");
+  options.Flag("--yes", arguments->yes,
+               "store the lines of a cancelling kind although a quantity is positive");
   options.Run([arguments](Session& session) { RunDocument(*arguments, session); });
 }
 
 }  // namespace
 
-const Command kDocumentCommand = {"document", "KIND [FILE [SERVICES]]",
-                                  "Calculate a whole document: its lines, its tax by rate and its totals.",
-                                  R"(Example:
+const Command kDocumentCommand = {"document", "KIND [FILE [SERVICES]] | storno ID",
+                                  "Calculate a whole document, store it, or cancel a stored one.",
+                                  R"(Examples:
   mox document gotovinski-racun goods.csv services.csv
+  mox document storno 1 --header datum=2024-03-02 --db firma.db
 
-Calculated columns that a file has already are taken as stored by an earlier pass.)",
+Calculated columns that a file has already are taken as stored by an earlier pass. The storno of a stored
+document is its exact mirror: quantities and amounts of the other sign, prices and texts as they are; a document
+is cancelled once. The kinds that cancel others can also be entered line by line; their quantities are negative,
+and a positive one asks for confirmation.)",
                                   Declare};
 
 }  // namespace mox

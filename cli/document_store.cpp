@@ -1,36 +1,45 @@
 #include "cli/document_store.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "appserver/company_server.h"
 #include "cli/service_request.h"
+#include "mox/documents/storno.h"
 #include "mox/foundation/text.h"
 
 namespace mox {
 namespace {
 
-// What the lines or the database say, and no caller.
-bool IsSetWhenStored(Document& document, std::string_view name) {
-  return SameName(name, "id") || SameName(name, "vrsta") || SameName(name, "broj") ||
-         (SameName(name, "ukupno") && document.ToBePaid());
-}
-
-void FillHeader(Document& document, std::span<const std::string> words) {
-  RecordSet& header = document.Header();
-  std::vector<std::string> given;
+// The words become fields of the one record of the header. `is_set` says what no caller says.
+void FillHeader(RecordSet& header, std::span<const std::string> words,
+                const std::function<bool(std::string_view name)>& is_set) {
+  std::vector<std::size_t> given;
+  header.First();
+  header.Edit();
   for (const auto& [name, text] : NamedValues(words)) {
-    if (IsSetWhenStored(document, name)) {
-      throw UsageError("--header: " + name + " is set when the document is stored");
-    }
+    if (is_set(name)) throw UsageError("--header: " + name + " is set when the document is stored");
     const auto index = header.FindFieldIndex(name);
     if (!index) throw UsageError("--header: a document has no field \"" + name + "\"");
-    const FieldDef& field = header.Definition(*index);
-    if (std::find(given.begin(), given.end(), field.name) != given.end()) {
+    if (std::find(given.begin(), given.end(), *index) != given.end()) {
       throw UsageError("--header: " + name + " is given twice");
     }
-    given.push_back(field.name);
-    document.SetHeader(field.name, InputValue(field, text));
+    given.push_back(*index);
+    header.SetVariant(*index, InputValue(header.Definition(*index), text));
   }
+  header.Post();
+}
+
+bool IsAny(std::string_view name, std::initializer_list<std::string_view> names) {
+  return std::any_of(names.begin(), names.end(),
+                     [name](std::string_view known) { return SameName(name, known); });
+}
+
+RecordSet Stored(CompanyServer& server, bool committed) {
+  RequireStored(server, committed);
+  RecordSet stored;
+  stored.CleanClone(server.LastWrite().stored.value());
+  return stored;
 }
 
 void CollectLost(const RecordSet& lines, const Columns& columns, std::vector<std::string>& lost) {
@@ -46,15 +55,22 @@ void CollectLost(const RecordSet& lines, const Columns& columns, std::vector<std
 
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header_words,
                         std::vector<std::string>& lost) {
-  FillHeader(document, header_words);
+  FillHeader(document.Header(), header_words, [&](std::string_view name) {
+    return IsAny(name, {"id", "vrsta", "broj"}) || (SameName(name, "ukupno") && document.ToBePaid());
+  });
   const Columns line_columns = server.database().TableColumns("dok_stavke");
   for (const RecordSet* const lines : {document.Goods(), document.Services()}) {
     if (lines != nullptr) CollectLost(*lines, line_columns, lost);
   }
-  RequireStored(server, document.Store());
-  RecordSet stored;
-  stored.CleanClone(server.LastWrite().stored.value());
-  return stored;
+  return Stored(server, document.Store());
+}
+
+RecordSet CancelDocument(std::int64_t id, CompanyServer& server, std::span<const std::string> header_words) {
+  RecordSet header = MakeStornoHeader(id);
+  FillHeader(header, header_words, [](std::string_view name) {
+    return IsAny(name, {"id", "vrsta", "broj", "ukupno", "stornira_id"});
+  });
+  return Stored(server, StoreStorno(header));
 }
 
 std::string StoredNumber(RecordSet& stored) {

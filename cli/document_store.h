@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 
@@ -16,6 +17,10 @@ class CompanyServer;
 /// Error for a document without lines, and Error that says why the server refused.
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header,
                         std::vector<std::string>& lost);
+
+/// Cancels the stored document of that id, its storno's header having the words NAME=VALUE. Answers and
+/// raises as StoreDocument.
+RecordSet CancelDocument(std::int64_t id, CompanyServer& server, std::span<const std::string> header);
 
 /// "gotovinski-racun 1/2024 (id 1)", of the record that StoreDocument answers.
 std::string StoredNumber(RecordSet& stored);

@@ -28,14 +28,18 @@ Fields FieldsOf(RecordSet& header, std::index_sequence<kIndex...> /*count*/) {
   return {header.FieldAt(kIndex)...};
 }
 
+std::vector<std::string_view> FieldsOfDocDobavljaca() {
+  std::vector<std::string_view> fields;
+  for (const DocDobavljacaCaption& row : kDocDobavljacaCaptions) fields.push_back(row.field);
+  return fields;
+}
+
 const std::vector<TotalFunction> kFunctions = {
     {"CalcDocDobavljaca",
      {{"DocKind", true, "KIND"}, {"Digits", false, "N"}},
-     {"roba_0", "roba_5", "roba_10", "roba_13", "roba_22", "roba_23", "roba_25", "pdv_10", "pdv_13", "pdv_5",
-      "pdv_22", "pdv_23", "pdv_25", "pov_nak"},
+     FieldsOfDocDobavljaca(),
      [](RecordSet& header, RecordSet& lines, std::string_view doc_kind, int digits) {
-       CalcDocDobavljaca(FieldsOf<DocDobavljacaFields>(header, std::make_index_sequence<14>()), lines,
-                         doc_kind, digits);
+       CalcDocDobavljaca(DocDobavljacaFieldsOf(header), lines, doc_kind, digits);
      }},
     {"CalcDocDobavljacaBIH",
      {{"DocKind", true, "KIND"}},

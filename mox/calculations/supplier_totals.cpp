@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <optional>
 #include <span>
+#include <utility>
+#include <vector>
 
 #include "mox/calculations/walks_internal.h"
 #include "mox/foundation/rounding.h"
@@ -80,6 +82,29 @@ void SumLines(Totals totals, RecordSet& lines, const Terms& terms) {
 }
 
 }  // namespace
+
+RecordSet MakeDocDobavljaca() {
+  RecordSet header("DokDobavljaca");
+  std::vector<Value> zeros;
+  for (const auto& [name, caption] : kDocDobavljacaCaptions) {
+    FieldDef field;
+    field.name = name;
+    field.kind = FieldKind::kCurrency;
+    field.display_name = caption;
+    header.DefineField(std::move(field));
+    zeros.emplace_back(Currency());
+  }
+  header.Open();
+  header.AppendRecord(zeros);
+  return header;
+}
+
+DocDobavljacaFields DocDobavljacaFieldsOf(RecordSet& header) {
+  return [&]<std::size_t... I>(std::index_sequence<I...>) {
+    return DocDobavljacaFields{header.FieldByName(kDocDobavljacaCaptions[I].field)...};
+  }
+  (std::make_index_sequence<std::size(kDocDobavljacaCaptions)>());
+}
 
 void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
                        int digits) {

@@ -36,6 +36,35 @@ struct DocDobavljacaFields {
   Field pov_nak;
 };
 
+/// What the dialog of a supplier's tax says: its title, and the caption of each field in the order of the
+/// parameters. The names are those under which the totals are stored.
+inline constexpr std::string_view kDocDobavljacaTitle = "PDV dokumenta dobavljača";
+
+struct DocDobavljacaCaption {
+  std::string_view field;
+  std::string_view caption;
+};
+
+inline constexpr DocDobavljacaCaption kDocDobavljacaCaptions[] = {{"roba_0", "Vrijednost robe (0%):"},
+                                                                  {"roba_5", "Vrijednost robe (5%):"},
+                                                                  {"roba_10", "Vrijednost robe (10%):"},
+                                                                  {"roba_13", "Vrijednost robe (13%):"},
+                                                                  {"roba_22", "Vrijednost robe (22%):"},
+                                                                  {"roba_23", "Vrijednost robe (23%):"},
+                                                                  {"roba_25", "Vrijednost robe (25%):"},
+                                                                  {"pdv_10", "PDV (10%):"},
+                                                                  {"pdv_13", "PDV (13%):"},
+                                                                  {"pdv_5", "PDV (5%):"},
+                                                                  {"pdv_22", "PDV (22%):"},
+                                                                  {"pdv_23", "PDV (23%):"},
+                                                                  {"pdv_25", "PDV (25%):"},
+                                                                  {"pov_nak", "Povratna naknada:"}};
+
+/// A record of these fields, named "DokDobavljaca", with the captions as labels and zeros as values.
+RecordSet MakeDocDobavljaca();
+/// Its fields as the parameters of the function.
+DocDobavljacaFields DocDobavljacaFieldsOf(RecordSet& header);
+
 /// Where the additional feature "PrimkaDocDobInZTI" is allowed, dependent costs, zti, count into the goods
 /// value and so into the tax base. The tax of a line is rounded to digits (at least 2), its fee to
 /// hundredths; the sums of taxes are rounded to hundredths again. Kinds "RU" and "OK" carry no input tax and

@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "mox/calculations/supplier_totals.h"
+#include "mox/documents/document_header_internal.h"
 #include "mox/documents/record_walk_internal.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/text.h"
@@ -13,20 +15,9 @@
 namespace mox {
 namespace {
 
-// The server refuses texts that are too long; fields with sizes would cut them.
-constexpr std::pair<std::string_view, FieldKind> kHeaderFields[] = {
-    {"vrsta", FieldKind::kText},         {"godina", FieldKind::kInteger},
-    {"datum", FieldKind::kDate},         {"datum_dospijeca", FieldKind::kDate},
-    {"skl_id", FieldKind::kInteger},     {"par_id", FieldKind::kInteger},
-    {"valuta_id", FieldKind::kInteger},  {"tecaj", FieldKind::kFloat},
-    {"user_id", FieldKind::kText},       {"broj_dok_dob", FieldKind::kText},
-    {"datum_dok_dob", FieldKind::kDate}, {"nacin_placanja", FieldKind::kText},
-    {"poziv_na_br", FieldKind::kText},   {"opis", FieldKind::kText},
-    {"ukupno", FieldKind::kCurrency}};
-
 RecordSet MakeHeader(const DocumentKind& kind) {
   RecordSet header("Zaglavlje");
-  for (const auto& [name, field_kind] : kHeaderFields) header.DefineField(name, field_kind);
+  DefineHeaderFields(header);
   header.Open();
   header.Append();
   header.FieldByName("vrsta").SetText(kind.name);
@@ -89,7 +80,7 @@ struct Sum {
   Currency amount;
 };
 
-void AddAmounts(RecordSet& records, std::vector<Sum>& sums) {
+void AddAmounts(const RecordSet& records, std::vector<Sum>& sums) {
   std::vector<std::pair<std::size_t, std::size_t>> columns;  // index of the field, of the sum
   for (std::size_t i = 0; i < records.FieldCount(); ++i) {
     const FieldDef& field = records.Definition(i);
@@ -99,14 +90,9 @@ void AddAmounts(RecordSet& records, std::vector<Sum>& sums) {
     columns.emplace_back(i, static_cast<std::size_t>(sum - sums.begin()));
     if (sum == sums.end()) sums.push_back({field.name, Currency()});
   }
-  ForEachRecord(records, [&] {
-    for (const auto& [index, sum] : columns) sums[sum].amount += records.AsCurrency(index);
+  ForEachRow(records, [&](const RecordRow& row) {
+    for (const auto& [index, sum] : columns) sums[sum].amount += row.AsCurrency(index);
   });
-}
-
-void PostPending(RecordSet* records) {
-  if (records == nullptr) return;
-  if (records->State() == DataSetState::kEdit || records->State() == DataSetState::kInsert) records->Post();
 }
 
 }  // namespace
@@ -139,6 +125,7 @@ Document::Document(const DocumentKind& kind)
   if (kind.goods.Exists()) goods_ = MakeLines(kind.goods, "Stavke");
   if (kind.services.Exists()) services_ = MakeLines(kind.services, "Usluge");
   if (kind.recap.Exists()) recap_ = MakeRecapitulation();
+  if (kind.is == DocumentClass::kGoodsReceipt && kind.recap.Exists()) supplier_totals_ = MakeDocDobavljaca();
 }
 
 Document::Document(const DocumentKind& kind, std::optional<RecordSet> goods,
@@ -188,6 +175,7 @@ Document::Lines Document::TakeLines(const LineSchema& schema, RecordSet records)
 }
 
 void Document::SetHeader(std::string_view field, const Value& value) {
+  header_.PostPending();
   header_.First();
   header_.Edit();
   try {
@@ -205,11 +193,14 @@ std::size_t Document::LineCount() const {
 
 void Document::CalculateEach(Lines& lines) const {
   RecordSet& records = lines.records;
-  ForEachRecord(records, [&] {
+  const ControlsGuard guard(records);
+  SavedPosition position(records);
+  for (records.First(); !records.Eof(); records.Next()) {
     records.Edit();
     CalculateLine(*lines.schema, records, digits_);
     records.Post();
-  });
+  }
+  position.Restore();
 }
 
 void Document::Calculate() {
@@ -219,8 +210,9 @@ void Document::Calculate() {
 }
 
 void Document::Recapitulate() {
-  PostPending(Goods());
-  PostPending(Services());
+  for (RecordSet* const lines : {Goods(), Services()}) {
+    if (lines != nullptr) lines->PostPending();
+  }
   const EventPause pause(*this);
   if (recap_) FillRecapitulation();
   FillTotals();
@@ -269,21 +261,31 @@ void Document::FillTotals() {
   }
 }
 
-std::optional<Currency> Document::ToBePaid() {
-  const EventPause pause(*this);
-  return mox::ToBePaid(*kind_, Sets());
+void Document::FillSupplierTotals() {
+  if (!supplier_totals_ || !goods_) return;
+  RecordSet lines;
+  for (const char* const name :
+       {field::tbr_stp.text, field::nfci.text, field::zti.text, field::pov_nak.text, field::kolicina.text}) {
+    const auto given = goods_->records.FindFieldIndex(name);
+    lines.DefineField(name,
+                      given ? goods_->records.Definition(*given).kind : FindVocabularyEntry(name)->kind);
+  }
+  lines.Open();
+  lines.DataTransfer(goods_->records);
+  RecordSet& totals = *supplier_totals_;
+  totals.First();
+  CalcDocDobavljaca(DocDobavljacaFieldsOf(totals), lines, header_.FieldByName("vrsta_dok_dob").AsText(),
+                    digits_.vat);
+  totals.Post();
 }
 
-std::vector<const RecordSet*> Document::StoreRequest() {
+std::vector<RecordSet*> Document::StoreRequest() {
   Recapitulate();
   if (LineCount() == 0) throw Error("the document has no lines, so it is not stored");
-  {
-    const EventPause pause(*this);
-    CheckRecapitulation(*kind_, Sets());
-  }
-  PostPending(&header_);
+  CheckRecapitulation(*kind_, Sets());
+  header_.PostPending();
   if (const auto total = ToBePaid()) SetHeader("ukupno", *total);
-  std::vector<const RecordSet*> request = {&header_};
+  std::vector<RecordSet*> request = {&header_};
   const auto add = [&request](RecordSet* records, const char* name) {
     if (records == nullptr || records->IsEmpty()) return;
     records->SetName(name);
@@ -292,6 +294,8 @@ std::vector<const RecordSet*> Document::StoreRequest() {
   add(Goods(), "Stavke");
   add(Services(), "Usluge");
   add(Recapitulation(), "Rekapitulacija");
+  FillSupplierTotals();
+  add(SupplierTotals(), "DokDobavljaca");
   return request;
 }
 

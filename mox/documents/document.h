@@ -35,6 +35,8 @@ class Document {
   /// The lines; null where the document has no such sort.
   RecordSet* Goods() { return goods_ ? &goods_->records : nullptr; }
   RecordSet* Services() { return services_ ? &services_->records : nullptr; }
+  const RecordSet* Goods() const { return goods_ ? &goods_->records : nullptr; }
+  const RecordSet* Services() const { return services_ ? &services_->records : nullptr; }
   std::size_t LineCount() const;
 
   /// Calculates every line once more.
@@ -48,12 +50,17 @@ class Document {
   /// recapitulation ("rekapitulacija"). Empty before Recapitulate().
   RecordSet& Totals() { return totals_; }
   /// What is to be paid, of lines and recapitulation as they are.
-  std::optional<Currency> ToBePaid();
+  std::optional<Currency> ToBePaid() const { return mox::ToBePaid(*kind_, Sets()); }
+
+  /// What the document of the supplier comes to, of a goods receipt with tax: one record with the fields of
+  /// CalcDocDobavljaca, as it was when the document was last stored; null for other kinds. The header's
+  /// vrsta_dok_dob says which kind of document it is.
+  RecordSet* SupplierTotals() { return supplier_totals_ ? &*supplier_totals_ : nullptr; }
 
   /// The record sets that the transaction "DokumentInsert" takes, under the names that it knows: "Zaglavlje",
-  /// "Stavke", "Usluge", "Rekapitulacija". Recapitulates. Raises Error for a document without lines, and
-  /// where lines and recapitulation disagree.
-  std::vector<const RecordSet*> StoreRequest();
+  /// "Stavke", "Usluge", "Rekapitulacija", "DokDobavljaca". Recapitulates. Raises Error for a document
+  /// without lines, and where lines and recapitulation disagree.
+  std::vector<RecordSet*> StoreRequest();
   /// Stores the document through the application server. False when the server refused it.
   bool Store();
 
@@ -71,7 +78,8 @@ class Document {
   void CalculateEach(Lines& lines) const;
   void FillRecapitulation();
   void FillTotals();
-  DocumentSets Sets() { return {Goods(), Services(), Recapitulation()}; }
+  void FillSupplierTotals();
+  DocumentSets Sets() const { return {Goods(), Services(), recap_ ? &*recap_ : nullptr}; }
 
   const DocumentKind* kind_;
   DocumentDigits digits_;
@@ -80,6 +88,7 @@ class Document {
   std::optional<Lines> services_;
   std::optional<RecordSet> recap_;
   RecordSet totals_;
+  std::optional<RecordSet> supplier_totals_;
 };
 
 }  // namespace mox

@@ -21,30 +21,31 @@ bool Calculates(const LineSchema& schema, std::string_view field) {
   return std::find(names.begin(), names.end(), field) != names.end();
 }
 
-Currency SumOfAll(RecordSet& records, std::string_view fields) {
+Currency SumOfAll(const RecordSet& records, std::string_view fields) {
   Currency sum;
   for (const std::string_view field : SplitNames(fields)) sum += SumOf(records, field);
   return sum;
 }
 
 // The fees that the lines have by their kind, which carry no tax.
-Currency Fees(const LineSchema& schema, RecordSet& lines) {
+Currency Fees(const LineSchema& schema, const RecordSet& lines) {
   return Calculates(schema, field::pov_naki.text) ? SumOf(lines, field::pov_naki.text) : Currency();
 }
 
-BaseAndTax FiguresOf(const LineSchema& schema, const DocumentRecap::Columns& columns, RecordSet& lines) {
+BaseAndTax FiguresOf(const LineSchema& schema, const DocumentRecap::Columns& columns,
+                     const RecordSet& lines) {
   BaseAndTax figures;
   figures.tax = SumOfAll(lines, schema.tax);
   figures.base = !schema.base.empty() ? SumOfAll(lines, schema.base)
                                       : SumOf(lines, columns.amount.text) - Fees(schema, lines) - figures.tax;
-  figures.lines = lines.RecordCount();
+  figures.lines = lines.RowCount();
   return figures;
 }
 
-bool HasOutputTaxKinds(RecordSet& recap) {
+bool HasOutputTaxKinds(const RecordSet& recap) {
   bool has = false;
-  if (const auto kind = recap.FindField(field::vrsta.text)) {
-    ForEachRecord(recap, [&] { has = has || !kind->IsNull(); });
+  if (const auto kind = recap.FindFieldIndex(field::vrsta.text)) {
+    ForEachRow(recap, [&](const RecordRow& row) { has = has || !row.IsNull(*kind); });
   }
   return has;
 }
@@ -83,7 +84,8 @@ void CheckRecapitulation(const DocumentKind& kind, const DocumentSets& sets) {
   const bool has_both_sorts = kind.goods.Exists() && kind.services.Exists();
   BaseAndTax lines;
   bool with_tax = false;
-  const auto add = [&](const LineSchema& schema, const DocumentRecap::Columns& columns, RecordSet* records) {
+  const auto add = [&](const LineSchema& schema, const DocumentRecap::Columns& columns,
+                       const RecordSet* records) {
     if (records == nullptr || !schema.Exists()) return;
     const BaseAndTax figures = FiguresOf(schema, columns, *records);
     lines.base += figures.base;
@@ -95,7 +97,7 @@ void CheckRecapitulation(const DocumentKind& kind, const DocumentSets& sets) {
   add(kind.services, has_both_sorts ? kind.recap.second.value_or(kind.recap.first) : kind.recap.first,
       sets.services);
   const BaseAndTax recap{SumOf(*sets.recap, field::osnovica.text), SumOf(*sets.recap, field::porez.text)};
-  const std::size_t roundings = lines.lines + sets.recap->RecordCount();
+  const std::size_t roundings = lines.lines + sets.recap->RowCount();
   if (Differ(lines.base, recap.base, roundings) || (with_tax && Differ(lines.tax, recap.tax, roundings))) {
     throw Error("the lines have the " + Shown(lines, with_tax) + ", the recapitulation has the " +
                 Shown(recap, with_tax));

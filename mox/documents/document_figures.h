@@ -6,15 +6,14 @@
 
 namespace mox {
 
-// The figures of a document, for all who show, store, send or check it. The record sets are calculated ones;
-// they are walked with their controls disabled and left on the record that was current. A field that a set
-// does not have counts as 0.
+// The figures of a document, for all who show, store, send or check it. The record sets are calculated ones,
+// and are only read. A field that a set does not have counts as 0.
 
 /// The record sets of a document; null where it has none.
 struct DocumentSets {
-  RecordSet* goods = nullptr;
-  RecordSet* services = nullptr;
-  RecordSet* recap = nullptr;
+  const RecordSet* goods = nullptr;
+  const RecordSet* services = nullptr;
+  const RecordSet* recap = nullptr;
 };
 
 /// What is to be paid: the sum of the field that the kind names for each sort of lines, fees included. Of a

@@ -360,16 +360,19 @@ std::span<const DocumentKind> DocumentKinds() { return kKinds; }
 const DocumentKind* FindDocumentKind(std::string_view name) { return FindRow(kKinds, name); }
 
 const DocumentKind* FindDocumentTip(std::string_view tip) {
-  const DocumentKind* found = nullptr;
   for (const DocumentKind& kind : kKinds) {
     if (kind.tip == tip || kind.name == tip) return &kind;
   }
+  if (tip.size() != kTipSize) return nullptr;
+  const DocumentKind* shortest = nullptr;
   for (const DocumentKind& kind : kKinds) {
-    if (tip.size() != kTipSize || !kind.name.starts_with(tip)) continue;
-    if (found != nullptr) return nullptr;
-    found = &kind;
+    if (!kind.name.starts_with(tip)) continue;
+    if (shortest == nullptr || kind.name.size() < shortest->name.size()) shortest = &kind;
   }
-  return found;
+  const bool stands_apart = std::all_of(kKinds.begin(), kKinds.end(), [&](const DocumentKind& kind) {
+    return !kind.name.starts_with(tip) || kind.name.starts_with(shortest->name);
+  });
+  return stands_apart ? shortest : nullptr;
 }
 
 const DocumentKind& DocumentKindByName(std::string_view name) {

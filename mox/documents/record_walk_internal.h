@@ -4,20 +4,17 @@
 
 namespace mox {
 
-/// Calls visit() at each record, with the controls disabled, and goes back to the current one.
+/// Calls visit(row) with each row, of which nothing moves, posts or calculates.
 template <typename Visit>
-void ForEachRecord(RecordSet& records, Visit visit) {
-  const ControlsGuard guard(records);
-  SavedPosition position(records);
-  for (records.First(); !records.Eof(); records.Next()) visit();
-  position.Restore();
+void ForEachRow(const RecordSet& records, Visit visit) {
+  for (std::size_t row = 0; row < records.RowCount(); ++row) visit(records.RowAt(row));
 }
 
 /// The sum of a column; 0 where there is none.
-inline Currency SumOf(RecordSet& records, std::string_view field) {
+inline Currency SumOf(const RecordSet& records, std::string_view field) {
   Currency sum;
   const auto index = records.FindFieldIndex(field);
-  if (index) ForEachRecord(records, [&] { sum += records.AsCurrency(*index); });
+  if (index) ForEachRow(records, [&](const RecordRow& row) { sum += row.AsCurrency(*index); });
   return sum;
 }
 

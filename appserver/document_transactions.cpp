@@ -1,0 +1,303 @@
+#include <algorithm>
+
+#include "appserver/named_transaction.h"
+#include "appserver/stored_document.h"
+#include "mox/documents/storno.h"
+#include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
+
+namespace mox {
+namespace {
+
+struct DocumentKey {
+  std::int64_t id = 0;
+  const DocumentKind* kind = nullptr;
+  std::int64_t godina = 0;
+  std::int64_t broj = 0;
+  Date datum;
+};
+
+[[noreturn]] void RefuseHeader(const RecordSet& header, std::string_view field, std::string message) {
+  throw WriteRefused({"", header.Name(), 1, std::string(field), std::move(message)});
+}
+
+bool HasValue(RecordSet& header, std::string_view name) {
+  const auto field = header.FindField(name);
+  return field && !TrimBlanks(field->AsText()).empty();
+}
+
+// A field of the header as another kind; an error names the field.
+template <typename Result>
+Result HeaderValue(RecordSet& header, std::string_view name, Result (*convert)(const Value&)) {
+  if (!HasValue(header, name)) RefuseHeader(header, name, "must not be empty");
+  try {
+    return convert(header.FieldByName(name).AsVariant());
+  } catch (const Error& error) {
+    RefuseHeader(header, name, error.what());
+  }
+}
+
+// The kind, the date and the year of the header, which belong together; numbers are of a kind and year.
+DocumentKey ReadKey(RecordSet& header, const DocumentKind& kind) {
+  DocumentKey key{.kind = &kind, .datum = HeaderValue(header, "datum", ToDate)};
+  key.godina = ToCivil(key.datum).year;
+  if (!HasValue(header, "godina")) return key;
+  const std::int64_t year = HeaderValue(header, "godina", ToInteger);
+  if (year == key.godina) return key;
+  RefuseHeader(header, "godina",
+               '"' + std::to_string(year) + "\" is not the year of the date " + ToText(key.datum));
+}
+
+const DocumentKind& ReadKind(RecordSet& header) {
+  const std::string name = HeaderValue(header, "vrsta", ToText);
+  if (const DocumentKind* const kind = FindDocumentKind(name)) return *kind;
+  RefuseHeader(header, "vrsta", '"' + name + "\" is no kind of document");
+}
+
+std::int64_t NextNumber(Database& database, const DocumentKey& key) {
+  const RecordSet next =
+      database.Query("broj", ParseColumns("broj:integer"),
+                     "SELECT COALESCE(MAX(broj), 0) + 1 FROM dok WHERE vrsta = :vrsta AND godina = :godina",
+                     {std::string(key.kind->name), key.godina});
+  return next.AsInteger(0);
+}
+
+// Under the next number of its kind and year.
+void InsertHeader(Database& database, RecordSet& header, TableRule rule, DocumentKey& key) {
+  key.broj = NextNumber(database, key);
+  rule.constants.emplace_back("vrsta", std::string(key.kind->name));
+  rule.constants.emplace_back("godina", key.godina);
+  rule.constants.emplace_back("broj", key.broj);
+  key.id = InsertRecord(database, header, rule);
+}
+
+// The links that the user asked for before he made this document.
+void MakePendingLinks(Database& database, const DocumentKey& key, RecordSet& header) {
+  const auto user = header.FindField("user_id");
+  if (!user || user->IsNull()) return;
+  const std::string tip(key.kind->tip);
+  database.Execute(
+      "INSERT INTO dok_veze (parent_table, parent_column, parent_doc_id, child_tip, child_doc_id) "
+      "SELECT v.parent_table, v.parent_column, v.parent_doc_id, v.child_tip, d.id "
+      "FROM dok_veze_kasnije v JOIN dok d ON d.id = :dok_id "
+      "WHERE v.user_id = :user_id AND v.child_tip = :child_tip ORDER BY v.id",
+      {key.id, user->AsText(), tip});
+  database.Execute("DELETE FROM dok_veze_kasnije WHERE user_id = :user_id AND child_tip = :child_tip",
+                   {user->AsText(), tip});
+}
+
+RecordSet Answer(const DocumentKey& key) {
+  RecordSet stored("Dokument");
+  for (FieldDef& column : ParseColumns("id:integer,vrsta,godina:integer,broj:integer,datum:date")) {
+    stored.DefineField(std::move(column));
+  }
+  stored.Open();
+  stored.AppendRecord({key.id, std::string(key.kind->name), key.godina, key.broj, key.datum});
+  stored.First();
+  return stored;
+}
+
+// --- a new document ---
+
+// Lines and totals must be those of the kind.
+void CheckSorts(const DocumentKind& kind, SentRecordSets& sent) {
+  const auto refuse = [&](const char* name) {
+    throw WriteRefused({"", name, 0, "", std::string(kind.name) + " has no such record set"});
+  };
+  if (sent.Find("Stavke") == nullptr && sent.Find("Usluge") == nullptr) {
+    throw WriteRefused({"", "Stavke", 0, "", "is missing"});
+  }
+  if (sent.Find("Stavke") != nullptr && !kind.goods.Exists()) refuse("Stavke");
+  if (sent.Find("Usluge") != nullptr && !kind.services.Exists()) refuse("Usluge");
+  if (sent.Find("DokDobavljaca") != nullptr && kind.is != DocumentClass::kGoodsReceipt) {
+    refuse("DokDobavljaca");
+  }
+}
+
+// What is to be paid, which the header may say too.
+std::optional<Currency> CheckedTotal(const DocumentKind& kind, RecordSet& header, SentRecordSets& sent) {
+  const DocumentSets sets{sent.Find("Stavke"), sent.Find("Usluge"), sent.Find("Rekapitulacija")};
+  try {
+    CheckRecapitulation(kind, sets);
+  } catch (const Error& error) {
+    throw WriteRefused({"", "Rekapitulacija", 0, "", error.what()});
+  }
+  const std::optional<Currency> total = ToBePaid(kind, sets);
+  if (!total || !HasValue(header, "ukupno")) return total;
+  const Currency given = HeaderValue(header, "ukupno", ToCurrency);
+  if (given != *total) {
+    RefuseHeader(header, "ukupno", given.ToString() + " is not what the lines cost, " + total->ToString());
+  }
+  return total;
+}
+
+// Goods, services or both, the goods first; the lines of services are numbered on.
+std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Database& database,
+                                        SentRecordSets& sent) {
+  RecordSet& header = *sent.Find("Zaglavlje");
+  RequireOneRecord(header);
+  header.First();
+  const DocumentKind& kind = ReadKind(header);
+  DocumentKey key = ReadKey(header, kind);
+  CheckSorts(kind, sent);
+  if (HasValue(header, "stornira_id")) {
+    RefuseHeader(header, "stornira_id", "is written by the transaction DokumentStorno alone");
+  }
+  TableRule header_rule = transaction.FindRule("Zaglavlje")->table;
+  if (const auto total = CheckedTotal(kind, header, sent)) header_rule.constants = {{"ukupno", *total}};
+  InsertHeader(database, header, header_rule, key);
+  std::int64_t next_line = 1;
+  for (const char* const name : {"Stavke", "Usluge", "Rekapitulacija", "DokDobavljaca"}) {
+    RecordSet* const records = sent.Find(name);
+    if (records == nullptr) continue;
+    TableRule rule = transaction.FindRule(name)->table;
+    rule.constants.emplace_back("dok_id", key.id);
+    if (rule.table == "dok_dobavljac") {
+      InsertRecord(database, *records, rule);
+      continue;
+    }
+    rule.row_number = "rb";
+    rule.first_row_number = rule.table == "dok_stavke" ? next_line : 1;
+    StoreRecords(database, *records, rule);
+    if (rule.table == "dok_stavke") next_line += static_cast<std::int64_t>(records->RecordCount());
+  }
+  MakePendingLinks(database, key, header);
+  return Answer(key);
+}
+
+// --- the storno of a stored document ---
+
+void RequireCancellable(Database& database, const StoredDocument& original, const RecordSet& header) {
+  const std::string id = std::to_string(original.id);
+  if (original.stornira_id || original.kind->is_storno) {
+    RefuseHeader(header, "stornira_id", "document " + id + " cancels another and is not cancelled itself");
+  }
+  const RecordSet storno =
+      database.Query("storno", ParseColumns("id:integer,vrsta,broj:integer,godina:integer"),
+                     "SELECT id, vrsta, broj, godina FROM dok WHERE stornira_id = :id", {original.id});
+  if (storno.IsEmpty()) return;
+  RefuseHeader(header, "stornira_id",
+               "document " + id + " is already cancelled, by " + storno.AsText(1) + ' ' + storno.AsText(2) +
+                   '/' + storno.AsText(3) + " (id " + storno.AsText(0) + ')');
+}
+
+// What the storno does not say itself it has from the document.
+RecordSet StornoHeader(RecordSet& asked, const RecordSet& original) {
+  constexpr std::string_view kTaken[] = {"skl_id",       "par_id",        "valuta_id",     "tecaj",
+                                         "broj_dok_dob", "datum_dok_dob", "vrsta_dok_dob", "nacin_placanja",
+                                         "poziv_na_br",  "opis"};
+  RecordSet header(asked.Name());
+  std::vector<Value> values;
+  for (std::size_t i = 0; i < asked.FieldCount(); ++i) {
+    header.DefineField(asked.Definition(i));
+    values.push_back(asked.AsVariant(i));
+  }
+  for (const std::string_view name : kTaken) {
+    const Value value = original.AsVariant(*original.FindFieldIndex(name));
+    const auto given = asked.FindFieldIndex(name);
+    if (!given) {
+      header.DefineField(original.Definition(*original.FindFieldIndex(name)));
+      values.push_back(value);
+    } else if (asked.IsNull(*given)) {
+      values[*given] = value;
+    }
+  }
+  header.Open();
+  header.AppendRecord(values);
+  header.First();
+  return header;
+}
+
+void StoreMirror(Database& database, std::string_view table, RecordSet mirror, std::int64_t doc_id) {
+  if (mirror.IsEmpty()) return;
+  TableRule rule{.table = table};
+  rule.constants = {{"dok_id", doc_id}};
+  StoreRecords(database, mirror, rule);
+}
+
+std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Database& database,
+                                      SentRecordSets& sent) {
+  RecordSet& asked = *sent.Find("Zaglavlje");
+  RequireOneRecord(asked);
+  asked.First();
+  for (const char* const name : {"vrsta", "ukupno"}) {
+    if (HasValue(asked, name)) RefuseHeader(asked, name, "is that of the document that is cancelled");
+  }
+  const std::int64_t id = HeaderValue(asked, "stornira_id", ToInteger);
+  const auto original = ReadStoredDocument(database, id);
+  if (!original) RefuseHeader(asked, "stornira_id", "there is no document " + std::to_string(id));
+  if (original->kind == nullptr) {
+    RefuseHeader(asked, "stornira_id",
+                 "document " + std::to_string(id) + " is of no known kind, \"" + original->vrsta + '"');
+  }
+  RequireCancellable(database, *original, asked);
+  DocumentKey key = ReadKey(asked, StornoKindOf(*original->kind));
+  if (key.datum.days < original->header.AsDate(*original->header.FindFieldIndex("datum")).days) {
+    RefuseHeader(asked, "datum",
+                 ToText(key.datum) + " is before the date of the document that is cancelled, " +
+                     original->header.AsText(*original->header.FindFieldIndex("datum")));
+  }
+
+  RecordSet header = StornoHeader(asked, original->header);
+  TableRule rule = transaction.FindRule("Zaglavlje")->table;
+  const std::size_t total = *original->header.FindFieldIndex("ukupno");
+  rule.constants = {
+      {"ukupno", original->header.IsNull(total) ? Value() : Value(-original->header.AsCurrency(total))}};
+  InsertHeader(database, header, rule, key);
+  StoreMirror(database, "dok_stavke", MirrorOf(ReadRows(database, "dok_stavke", id)), key.id);
+  StoreMirror(database, "dok_porezi", MirrorOf(ReadRows(database, "dok_porezi", id)), key.id);
+  StoreMirror(database, "dok_dobavljac", MirrorOfTotals(ReadRows(database, "dok_dobavljac", id)), key.id);
+  MakePendingLinks(database, key, header);
+  return Answer(key);
+}
+
+// --- links ---
+
+// Links wait under the code of their kind, whatever name of it was sent.
+std::optional<RecordSet> RememberLinks(const NamedTransaction& transaction, Database& database,
+                                       SentRecordSets& sent) {
+  RecordSet& links = *sent.Find("FTransTempVezeDataSet");
+  const auto tip = links.FindFieldIndex("child_tip");
+  for (links.First(); tip && !links.Eof(); links.Next()) {
+    if (links.IsNull(*tip)) continue;
+    const std::string given = links.AsText(*tip);
+    const DocumentKind* const kind = FindDocumentTip(given);
+    if (kind == nullptr) {
+      throw WriteRefused({"", links.Name(), links.Position() + 1, "child_tip",
+                          '"' + given + "\" is not the code of a kind of document"});
+    }
+    links.Edit();
+    links.SetText(*tip, kind->tip);
+    links.Post();
+  }
+  StoreRecords(database, links, transaction.FindRule("FTransTempVezeDataSet")->table);
+  return std::nullopt;
+}
+
+// Lines and recapitulations have fields of screens too, which are not kept.
+const NamedTransaction kTransactions[] = {
+    {"UpisParentFieldForVD",
+     "remembers that a user's next document of a kind belongs to a record",
+     {{"FTransTempVezeDataSet", {"dok_veze_kasnije"}}},
+     RememberLinks},
+
+    {"DokumentInsert",
+     "stores a document under the next number of its kind and year, and makes the links that wait for it",
+     {{"Zaglavlje", {"dok"}},
+      {"Stavke", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "roba"}}}, false},
+      {"Usluge", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "usluga"}}}, false},
+      {"Rekapitulacija", {"dok_porezi", UnknownFields::kIgnore}, false},
+      {"DokDobavljaca", {"dok_dobavljac"}, false}},
+     InsertDocument},
+
+    {"DokumentStorno",
+     "cancels a stored document, stornira_id, by its exact mirror under a number of its own; once",
+     {{"Zaglavlje", {"dok"}}},
+     InsertStorno},
+};
+
+}  // namespace
+
+std::span<const NamedTransaction> DocumentTransactionTable() { return kTransactions; }
+
+}  // namespace mox

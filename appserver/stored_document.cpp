@@ -1,0 +1,44 @@
+#include "appserver/stored_document.h"
+
+namespace mox {
+namespace {
+
+RecordSet ReadHeader(Database& database, std::int64_t id) {
+  return database.Query("dok", database.TableColumns("dok"), "SELECT * FROM dok WHERE id = :id", {id});
+}
+
+const DocumentKind* KindOf(const RecordSet& header) {
+  return FindDocumentKind(header.AsText(*header.FindFieldIndex("vrsta")));
+}
+
+}  // namespace
+
+std::optional<StoredDocument> ReadStoredDocument(Database& database, std::int64_t id) {
+  StoredDocument document;
+  document.header = ReadHeader(database, id);
+  const RecordSet& header = document.header;
+  if (header.IsEmpty()) return std::nullopt;
+  document.id = id;
+  document.vrsta = header.AsText(*header.FindFieldIndex("vrsta"));
+  document.kind = KindOf(header);
+  document.figures_kind = document.kind;
+  const std::size_t cancelled = *header.FindFieldIndex("stornira_id");
+  if (!header.IsNull(cancelled)) {
+    document.stornira_id = header.AsInteger(cancelled);
+    document.figures_kind = KindOf(ReadHeader(database, *document.stornira_id));
+  }
+  return document;
+}
+
+RecordSet ReadRows(Database& database, const std::string& table, std::int64_t doc_id) {
+  return database.Query(table, database.TableColumns(table),
+                        "SELECT * FROM " + table + " WHERE dok_id = :id ORDER BY id", {doc_id});
+}
+
+RecordSet ReadLines(Database& database, std::int64_t doc_id, const char* sort) {
+  return database.Query("dok_stavke", database.TableColumns("dok_stavke"),
+                        "SELECT * FROM dok_stavke WHERE dok_id = :id AND sorta = :sorta ORDER BY rb",
+                        {doc_id, std::string(sort)});
+}
+
+}  // namespace mox

@@ -1,0 +1,89 @@
+#include "mox/documents/storno.h"
+
+#include <utility>
+#include <vector>
+
+#include "mox/documents/document_header_internal.h"
+#include "mox/documents/record_walk_internal.h"
+#include "mox/foundation/app.h"
+#include "mox/foundation/clock.h"
+#include "mox/server/transactions.h"
+
+namespace mox {
+namespace {
+
+bool Turns(const FieldDef& field) {
+  const VocabularyEntry* const known = FindVocabularyEntry(field.name);
+  return known != nullptr && (known->measure == Measure::kQuantity || known->measure == Measure::kAmount);
+}
+
+bool IsCurrency(const FieldDef& field) { return field.kind == FieldKind::kCurrency; }
+
+RecordSet Mirror(const RecordSet& records, bool (*turns)(const FieldDef& field)) {
+  RecordSet mirror(records.Name());
+  mirror.CleanClone(records);
+  std::vector<std::size_t> turned;
+  for (std::size_t i = 0; i < mirror.FieldCount(); ++i) {
+    if (turns(mirror.Definition(i))) turned.push_back(i);
+  }
+  for (mirror.First(); !mirror.Eof(); mirror.Next()) {
+    mirror.Edit();
+    for (const std::size_t i : turned) {
+      if (mirror.IsNull(i)) continue;
+      if (mirror.Definition(i).kind == FieldKind::kCurrency) {
+        mirror.SetCurrency(i, -mirror.AsCurrency(i));
+      } else {
+        mirror.SetFloat(i, 0.0 - mirror.AsFloat(i));  // 0 stays 0
+      }
+    }
+    mirror.Post();
+  }
+  mirror.First();
+  return mirror;
+}
+
+bool HasPositiveQuantity(const RecordSet* lines) {
+  bool has = false;
+  if (lines == nullptr) return has;
+  if (const auto quantity = lines->FindFieldIndex(field::kolicina.text)) {
+    ForEachRow(*lines, [&](const RecordRow& row) { has = has || row.AsFloat(*quantity) > 0; });
+  }
+  return has;
+}
+
+}  // namespace
+
+RecordSet MirrorOf(const RecordSet& records) { return Mirror(records, Turns); }
+
+RecordSet MirrorOfTotals(const RecordSet& records) { return Mirror(records, IsCurrency); }
+
+RecordSet MakeStornoHeader(std::int64_t doc_id) {
+  RecordSet header("Zaglavlje");
+  header.DefineField("stornira_id", FieldKind::kInteger);
+  for (const auto& [name, kind] : kHeaderFields) {
+    if (name != "vrsta" && name != "ukupno") header.DefineField(name, kind);
+  }
+  header.Open();
+  header.Append();
+  header.FieldByName("stornira_id").SetInteger(doc_id);
+  header.FieldByName("datum").SetDate(Today());
+  header.Post();
+  return header;
+}
+
+bool StoreStorno(RecordSet& header) { return ExecuteTransaction("DokumentStorno", {&header}); }
+
+bool StoreStorno(std::int64_t doc_id) {
+  RecordSet header = MakeStornoHeader(doc_id);
+  return StoreStorno(header);
+}
+
+bool ConfirmQuantities(const Document& document) {
+  if (!document.Kind().is_storno) return true;
+  if (!HasPositiveQuantity(document.Goods()) && !HasPositiveQuantity(document.Services())) return true;
+  return App().Dialogs().ShowVelorDialog(
+             TVCustomDialogType::kConfirmation, "Upozorenje", "Mogući krivi unos podataka!",
+             "Količine storna moraju biti negativne! Nastavak rada?") == kDialogYes;
+}
+
+}  // namespace mox
