@@ -7,6 +7,7 @@
 #include "appserver/read_service.h"
 #include "appserver/retail_sizes.h"
 #include "mox/foundation/find_row.h"
+#include "mox/foundation/visible_text.h"
 
 namespace mox {
 namespace {
@@ -16,15 +17,6 @@ constexpr ServiceInfo kImportGrid = {"ImportGrid", "params1:text,params2:text", 
 constexpr ServiceInfo kRetailSizes = {"Lunari\\KalkulirajVelicine", "params1:text,params2:text", "adsList",
                                       "the Croatian sizes of retail articles, which params2 has as records"};
 constexpr std::string_view kAdditionalFeatures = "AdditionalFeaturesData";
-
-// Control characters of what clients send do not break a line of the log.
-std::string OneLine(std::string_view text) {
-  std::string line(text);
-  std::replace_if(
-      line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; },
-      ' ');
-  return line;
-}
 
 // Names joined for people, with a '?' after each that may be left out, kept for the life of the program.
 template <typename Items, typename MayBeLeftOut>
@@ -77,7 +69,7 @@ std::string WriteFailure::ToString() const {
   if (row > 0) add("row " + std::to_string(row));
   if (!field.empty()) add(field);
   add(message);
-  return OneLine(text);
+  return VisibleText(text);
 }
 
 CompanyServer::CompanyServer(Database database, Log log)
@@ -92,10 +84,16 @@ void CompanyServer::SetParameter(std::string_view assignment) {
   parameters_.SetAssignment(assignment);
 }
 
+void CompanyServer::AddSecrets(Secrets& secrets) {
+  RecordSet keys = database_.Query("racuni", ParseColumns("kljuc"),
+                                   "SELECT eracun_key FROM integracije_racuni WHERE eracun_key IS NOT NULL");
+  for (; !keys.Eof(); keys.Next()) secrets.Add(keys.AsTextView(0));
+}
+
 RecordSet* CompanyServer::CompanyParameters() { return parameters_.CompanyParameters(); }
 
 void CompanyServer::Tell(std::string_view line) const {
-  if (log_) log_(OneLine(line));
+  if (log_) log_(VisibleText(line));
 }
 
 std::unique_ptr<TAstaParamList> CompanyServer::Answer(const TAstaParamList& request,

@@ -11,6 +11,7 @@
 #include "appserver/database.h"
 #include "appserver/import_catalogue.h"
 #include "mox/foundation/app.h"
+#include "mox/foundation/secrets.h"
 #include "mox/host/company_parameters.h"
 
 namespace mox {
@@ -71,13 +72,16 @@ class CompanyServer : public TdmComunication {
   /// "NAME=VALUE" overrides the company parameter and the additional feature of that name.
   void SetParameter(std::string_view assignment);
 
+  /// Adds the keys of the company's accounts, which nobody is to see.
+  void AddSecrets(Secrets& secrets);
+
   RecordSet* CompanyParameters() override;
   /// Null for an unknown service. Raises DatabaseError when the database fails, Error naming the service and
   /// an input that is missing, unknown or of another kind, or an SQL text that is not in the catalogue.
   std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
                                                     std::string_view service) override;
   /// 0 when the request was refused and nothing stored; LastWrite() tells why, and the log was told. Raises
-  /// DatabaseUnavailable when the write could not begin, which is no refusal.
+  /// DatabaseUnavailable when the database failed, which is no refusal.
   int WriteDataService(const TAstaParamList& request) override;
   std::string WriteRefusal() const override;
   /// Write requests are carried out from now on, and rolled back in the end: whether they would be stored.

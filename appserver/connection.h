@@ -29,6 +29,7 @@ class DatabaseConnection {
     try {
       return action();
     } catch (const soci::soci_error& error) {
+      if (dialect().IsFailure(error)) throw DatabaseUnavailable(path_ + ": " + dialect().Explain(error));
       Refuse(dialect().Explain(error));
     }
   }

@@ -156,11 +156,7 @@ ReadTransaction::ReadTransaction(Database& database) : database_(database) {
 ReadTransaction::~ReadTransaction() { database_.connection_->RollBack(); }
 
 WriteTransaction::WriteTransaction(Database& database) : database_(database) {
-  try {
-    database_.connection_->BeginWrite();
-  } catch (const DatabaseError& error) {
-    throw DatabaseUnavailable(error.what());
-  }
+  database_.connection_->BeginWrite();
 }
 
 WriteTransaction::~WriteTransaction() {

@@ -21,7 +21,8 @@ class DatabaseError : public Error {
   using Error::Error;
 };
 
-/// The same where a write could not even begin: the file is read-only, or another program has it locked.
+/// The same where nothing was refused and the database itself failed: another program has kept the file
+/// locked, it is read-only or damaged, the disk is full.
 class DatabaseUnavailable : public DatabaseError {
  public:
   using DatabaseError::DatabaseError;

@@ -47,6 +47,8 @@ class Dialect {
   virtual std::size_t ColumnCount(soci::statement& statement) const = 0;
   /// Ends a statement whose rows were not all fetched.
   virtual void Reset(soci::statement& statement) const = 0;
+  /// Whether the database failed, where otherwise it refused what it was given.
+  virtual bool IsFailure(const soci::soci_error& error) const = 0;
   /// What went wrong, for people, on one line.
   virtual std::string Explain(const soci::soci_error& error) const = 0;
 };

@@ -145,6 +145,12 @@ std::string EngineMessage(const soci::soci_error& error) {
   return message;
 }
 
+// The engine's primary result code.
+int ResultOf(const soci::soci_error& error) {
+  const auto* const known = dynamic_cast<const soci::sqlite3_soci_error*>(&error);
+  return known == nullptr ? SQLITE_ERROR : known->result() & 0xFF;
+}
+
 // Readers share a log beside the file. Where it cannot be created, on a disk that is write-protected, nobody
 // can write either, and a file whose log is not left over is read as it stands.
 void OpenForReading(soci::session& session, const std::string& path) {
@@ -261,10 +267,16 @@ class Sqlite : public Dialect {
     sqlite_api::sqlite3_reset(Backend(statement).stmt_);
   }
 
+  bool IsFailure(const soci::soci_error& error) const override {
+    constexpr int kFailures[] = {SQLITE_BUSY,   SQLITE_LOCKED,  SQLITE_NOMEM, SQLITE_READONLY,
+                                 SQLITE_IOERR,  SQLITE_CORRUPT, SQLITE_FULL,  SQLITE_CANTOPEN,
+                                 SQLITE_NOTADB, SQLITE_PROTOCOL};
+    return std::find(std::begin(kFailures), std::end(kFailures), ResultOf(error)) != std::end(kFailures);
+  }
+
   std::string Explain(const soci::soci_error& error) const override {
     const std::string message = EngineMessage(error);
-    const auto* const known = dynamic_cast<const soci::sqlite3_soci_error*>(&error);
-    switch (known == nullptr ? SQLITE_ERROR : known->result() & 0xFF) {
+    switch (ResultOf(error)) {
       case SQLITE_NOTADB:
         return "is not a company database";
       case SQLITE_CORRUPT:

@@ -127,8 +127,8 @@ SELECT naziv, vrijednost, opis FROM dodatni_parametri ORDER BY naziv)"}}},
     {"IntegrationsUsersAccounts",
      "",
      "the company's account with the intermediary of e-invoices",
-     {{"adsLoginData", "EracunSendB2CBills:boolean,EracunB2CUrl,EracunUserName,EracunKey", R"(
-SELECT eracun_send_b2c_bills, eracun_b2c_url, eracun_user_name, eracun_key
+     {{"adsLoginData", "EracunSendB2CBills:boolean,EracunB2CUrl,EracunUserName", R"(
+SELECT eracun_send_b2c_bills, eracun_b2c_url, eracun_user_name
 FROM integracije_racuni WHERE user_id = '')"}}},
 
     {"CheckIfRlistaExist",

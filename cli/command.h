@@ -7,6 +7,7 @@
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/output_file.h"
+#include "mox/foundation/secrets.h"
 
 namespace mox {
 
@@ -28,6 +29,7 @@ struct Session {
   std::function<std::string()> place = nullptr;
   std::string clipboard = {};       ///< what the library finds on the clipboard
   CompanyServer* server = nullptr;  ///< over the database that --db names; null where it names none
+  Secrets secrets = {};             ///< nobody is to see them in a message
   OutputFiles files = {};           ///< what the user names for results is written through it
   bool valid = true;  ///< false where the answer is that what was checked is not valid; exit status 1
 };

@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -5,9 +6,11 @@
 #include "appserver/company_server.h"
 #include "cli/argument_text.h"
 #include "cli/command.h"
+#include "cli/host.h"
 #include "cli/options.h"
 #include "cli/service_request.h"
 #include "mox/integrations/consumer_e_invoice.h"
+#include "mox/server/invoice_files.h"
 #include "mox/server/read_services.h"
 
 namespace mox {
@@ -16,6 +19,7 @@ namespace {
 struct EInvoiceArguments {
   std::string action;
   std::string document;
+  bool yes = false;
 };
 
 // The number of the e-invoice that a document has.
@@ -33,12 +37,26 @@ void RunEInvoice(const EInvoiceArguments& arguments, Session& session) {
   const std::int64_t doc_id = IntegerArgument("DOCID", arguments.document);
   const std::string document = "document " + arguments.document;
   const bool sent_before = ElectronicId(doc_id).has_value();
-  eRacunB2CSendBill(doc_id);
+  RemoveLeftInvoices(App().Platform().StateFolder());
+  SessionDialogs dialogs(session, arguments.yes);
+  {
+    const ScopedApp app({.ini = &App().Ini(),
+                         .comunication = &App().Comunication(),
+                         .dialogs = &dialogs,
+                         .locale = &App().Locale(),
+                         .platform = &App().Platform(),
+                         .company = &App().Company()});
+    eRacunB2CSendBill(doc_id);
+  }
 
   if (const auto id = ElectronicId(doc_id)) {
     session.err << document << (sent_before ? " was sent before" : " was sent") << ": e-invoice " << *id
                 << std::endl;
     return;
+  }
+  if (std::filesystem::exists(InvoiceFilesOf(doc_id).attempt)) {
+    throw Error(document +
+                " may have been sent, and no answer tells: ask the intermediary; --yes sends it again");
   }
   const auto& failure = server.LastWrite().failure;
   throw Error(document + " has no e-invoice" + (failure ? ": " + failure->ToString() : ""));
@@ -48,6 +66,7 @@ void Declare(Options& options) {
   auto arguments = std::make_shared<EInvoiceArguments>();
   options.RequiredArgument("ACTION", arguments->action, "send");
   options.RequiredArgument("DOCID", arguments->document, "the stored document's id");
+  options.Flag("--yes", arguments->yes, "send once more what an earlier attempt may have delivered");
   options.Run([arguments](Session& session) { RunEInvoice(*arguments, session); });
 }
 

@@ -5,6 +5,8 @@
 #include <ostream>
 
 #include "cli/argument_text.h"
+#include "cli/progress_bar.h"
+#include "mox/foundation/clock.h"
 #include "mox/foundation/text.h"
 #include "mox/host/memory_settings.h"
 #include "mox/host/settings_file.h"
@@ -30,54 +32,51 @@ Database OpenDatabase(const std::string& path) {
 
 }  // namespace
 
-std::string OnOneLine(std::string_view message) {
-  std::string line;
-  for (const char c : message) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte != 0x7F) {
-      line += c;
-    } else if (c == '\n') {
-      line += "\\n";
-    } else {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\x%02X", byte);
-      line += escape;
-    }
-  }
-  return line;
+SessionDialogs::SessionDialogs(Session& session, bool yes)
+    : ConsoleDialogs(!yes && IsTerminal(session.in)
+                         ? ConsoleDialogs(session.err, session.in)
+                         : ConsoleDialogs(session.err, yes ? kDialogYes : kDialogNo)),
+      session_(session) {}
+
+int SessionDialogs::ShowVelorDialog(TVCustomDialogType kind, std::string_view caption,
+                                    std::string_view heading, std::string_view message) {
+  if (session_.place) session_.err << OnOneLine(session_.place());
+  const Secrets& secrets = session_.secrets;
+  return ConsoleDialogs::ShowVelorDialog(kind, caption, secrets.Blanked(heading), secrets.Blanked(message));
 }
 
-// Dialogs that say first at which line of a file they are shown.
-class Host::PlacedDialogs : public ConsoleDialogs {
- public:
-  PlacedDialogs(std::ostream& err, const Session& session)
-      : ConsoleDialogs(err, kDialogNo), err_(err), session_(session) {}
+void SessionDialogs::ShowMessage(std::string_view text) {
+  ConsoleDialogs::ShowMessage(session_.secrets.Blanked(text));
+}
 
-  int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
-                      std::string_view message) override {
-    if (session_.place) err_ << OnOneLine(session_.place());
-    return ConsoleDialogs::ShowVelorDialog(kind, caption, heading, message);
-  }
+// The company whose database is open.
+class Host::DatabaseCompany : public TCompany {
+ public:
+  explicit DatabaseCompany(std::string path) : path_(std::move(path)) {}
+  int WorkingYear() const override { return ToCivil(Today()).year; }
+  std::string CompanyPath() const override { return path_; }
 
  private:
-  std::ostream& err_;
-  const Session& session_;
+  std::string path_;
 };
 
-Host::Host(const HostOptions& options, Session& session, std::ostream& err)
+Host::Host(const HostOptions& options, Session& session)
     : settings_(OpenSettings(options.ini)),
-      dialogs_(std::make_unique<PlacedDialogs>(err, session)),
+      dialogs_(session),
       platform_([&session] { return session.clipboard; }) {
   if (!options.database.empty()) {
     server_ = std::make_unique<CompanyServer>(OpenDatabase(options.database));
     session.server = server_.get();
+    server_->AddSecrets(session.secrets);
+    company_ = std::make_unique<DatabaseCompany>(std::filesystem::canonical(options.database).string());
   }
   for (const std::string& parameter : options.parameters) SetParameter(parameter);
   app_.emplace(AppParts{.ini = settings_.get(),
                         .comunication = &Comunication(),
-                        .dialogs = dialogs_.get(),
+                        .dialogs = &dialogs_,
                         .locale = &locale_,
-                        .platform = &platform_});
+                        .platform = &platform_,
+                        .company = company_.get()});
 }
 
 Host::~Host() = default;

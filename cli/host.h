@@ -10,6 +10,7 @@
 #include "appserver/company_server.h"
 #include "cli/command.h"
 #include "mox/foundation/app.h"
+#include "mox/foundation/visible_text.h"
 #include "mox/host/company_parameters.h"
 #include "mox/host/console_dialogs.h"
 #include "mox/host/locale.h"
@@ -24,8 +25,24 @@ struct HostOptions {
   std::vector<std::string> parameters;
 };
 
-/// A message on one line, whatever stands in it.
-std::string OnOneLine(std::string_view message);
+/// A message on one line and not too long, whatever stands in it.
+inline std::string OnOneLine(std::string_view message) { return VisibleMessage(message); }
+
+/// Dialogs on standard error that say first at which line of a file they are shown, and show no secret. A
+/// confirmation is answered with no.
+class SessionDialogs : public ConsoleDialogs {
+ public:
+  explicit SessionDialogs(Session& session) : ConsoleDialogs(session.err, kDialogNo), session_(session) {}
+  /// A confirmation is answered with yes, or asked of a user who sits at a terminal.
+  SessionDialogs(Session& session, bool yes);
+
+  int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
+                      std::string_view message) override;
+  void ShowMessage(std::string_view text) override;
+
+ private:
+  const Session& session_;
+};
 
 /// The host program that the library calls back into, installed for the object's lifetime: settings, dialogs
 /// on standard error, the operating system with the session's clipboard, and the company database as its
@@ -33,13 +50,13 @@ std::string OnOneLine(std::string_view message);
 class Host {
  public:
   /// Raises UsageError for a faulty parameter, Error for a file that cannot be read.
-  Host(const HostOptions& options, Session& session, std::ostream& err);
+  Host(const HostOptions& options, Session& session);
   ~Host();
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
  private:
-  class PlacedDialogs;
+  class DatabaseCompany;
 
   void SetParameter(const std::string& parameter);
   void CheckTaxDigits(const std::string& text);
@@ -48,7 +65,8 @@ class Host {
   std::unique_ptr<TAppIni> settings_;
   std::unique_ptr<CompanyServer> server_;
   CompanyParameterModule parameters_;  ///< without a server
-  std::unique_ptr<PlacedDialogs> dialogs_;
+  SessionDialogs dialogs_;
+  std::unique_ptr<TCompany> company_;  ///< of the database
   StandardLocale locale_;
   SystemPlatform platform_;
   std::optional<ScopedApp> app_;

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <iostream>
 
+#include "mox/foundation/visible_text.h"
+
 namespace mox {
 
 bool IsTerminal(const std::istream& in) { return &in == &std::cin && ::isatty(STDIN_FILENO) != 0; }
@@ -17,7 +19,7 @@ std::string ProgressLine(std::string_view text, std::int64_t position, std::int6
   const auto filled = static_cast<std::size_t>(percent * kWidth / 100);
   const std::string number = std::to_string(percent);
   return "[" + std::string(filled, '#') + std::string(kWidth - filled, '-') + "] " +
-         std::string(3 - number.size(), ' ') + number + " % " + std::string(text);
+         std::string(3 - number.size(), ' ') + number + " % " + VisibleText(text);
 }
 
 void ProgressBar::Show(std::string_view text, std::int64_t position, std::int64_t maximum) {

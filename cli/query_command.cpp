@@ -36,6 +36,7 @@ void RunQuery(const QueryArguments& arguments, Session& session) {
   const std::unique_ptr<TAstaParamList> answers =
       ServerOf(session).ReportDataService(request, arguments.service);
   if (answers == nullptr) throw Error("the server does not answer \"" + arguments.service + "\"");
+  const std::size_t before = session.out.size();
   bool printed = false;
   for (std::size_t i = 0; i < answers->Count(); ++i) {
     if (!arguments.part.empty() && (*answers)[i].Name() != arguments.part) continue;
@@ -43,6 +44,10 @@ void RunQuery(const QueryArguments& arguments, Session& session) {
     answer.SetName((*answers)[i].Name());
     Print(answer, arguments.table, session.out);
     printed = true;
+  }
+  // The invoice holds the key of the account, which goes to the intermediary and nowhere else.
+  if (arguments.service == "MojERacunB2C") {
+    session.out.replace(before, std::string::npos, session.secrets.Blanked(session.out.substr(before)));
   }
   if (!printed) throw UsageError("--part: the answer holds no \"" + arguments.part + "\"");
 }

@@ -142,7 +142,7 @@ int Execute(const Parsed& parsed, std::istream& in, std::ostream& out, std::ostr
   Session session{in, err, {}};
   session.files.Keep(parsed.options.database, "the company database");
   session.files.Keep(parsed.options.ini, "the settings file");
-  const Host host(parsed.options, session, err);
+  const Host host(parsed.options, session);
   parsed.action(session);
   out.write(session.out.data(), static_cast<std::streamsize>(session.out.size()));
   if (!out.flush()) throw Error(kUnwritable);

@@ -7,6 +7,7 @@
 #include "mox/foundation/app.h"
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/text.h"
+#include "mox/foundation/visible_text.h"
 
 namespace mox {
 namespace {
@@ -27,11 +28,11 @@ bool IsNumber(FieldKind kind) {
   return kind == FieldKind::kInteger || kind == FieldKind::kFloat || kind == FieldKind::kCurrency;
 }
 
-// A text on one line and not too long.
+// A text on one line and not too long: line breaks and tabs are blanks, other control characters escapes.
 std::string ShownText(std::string text) {
   std::replace_if(
-      text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; },
-      ' ');
+      text.begin(), text.end(), [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
+  text = VisibleText(text);
   if (CountCharacters(text) <= kLongestText) return text;
   return std::string(CutToCharacters(text, kLongestText - 1)) + "…";
 }

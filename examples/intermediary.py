@@ -2,12 +2,14 @@
 """An intermediary of e-invoices to try things with: examples/intermediary.py FOLDER
 
 Listens on this computer only. FOLDER/port tells its port, and FOLDER/invoice-N.json is the N-th invoice that it got.
-The path of the address chooses the answer: /accept is the usual one, the others are what can go wrong.
+The path of the address chooses the answer: /accept is the usual one, the others are what can go wrong; /number tells
+which e-invoice a document has, asked by company, kind, number and year.
 """
 import http.server
 import json
 import pathlib
 import sys
+import threading
 import time
 
 TAKEN = {"statusId": "30", "statusName": "Poslan"}
@@ -20,23 +22,45 @@ ANSWERS = {  # HTTP status, body, seconds until it comes
     "/failure": (500, "Internal Server Error", 0),
     "/damaged": (200, '{"electronicId": "39', 0),
     "/silent": (200, {}, 3),
+    "/echo": (400, {"statusCode": "%s", "message": "%s"}, 0),
+    "/echo-text": (500, "%s", 0),
+    "/drop": (None, {"electronicId": "%d", **TAKEN}, 0),
     "/long": (200, {"electronicId": "%d", **TAKEN, "note": "x" * 10_000_000}, 0),
 }
 
 
+def document_of(invoice):
+    document = json.loads(invoice)
+    return document["poduzece"]["oib"], *(document["dokument"][name] for name in ("vrsta", "broj", "godina"))
+
+
 class Intermediary(http.server.BaseHTTPRequestHandler):
     count = 0
+    numbers = {}
 
     def do_POST(self):
-        Intermediary.count += 1
         invoice = self.rfile.read(int(self.headers["Content-Length"]))
-        (folder / f"invoice-{self.count}.json").write_bytes(invoice)
-        status, body, seconds = ANSWERS.get(self.path, (404, "Not Found", 0))
+        if self.path == "/number":
+            return self.answer(200, json.dumps({"electronicId": str(self.numbers.get(document_of(invoice), 0))}))
+        with counting:
+            Intermediary.count += 1
+            count = self.count
+            number = 394166 + count
+            status, body, seconds = ANSWERS.get(self.path, (404, "Not Found", 0))
+            if "%d" in str(body):
+                self.numbers[document_of(invoice)] = number
+            (folder / f"invoice-{count}.part").write_bytes(invoice)
+            (folder / f"invoice-{count}.part").rename(folder / f"invoice-{count}.json")
         time.sleep(seconds)
-        text = body if isinstance(body, str) else json.dumps(body).replace("%d", str(394166 + self.count))
+        text = body if isinstance(body, str) else json.dumps(body).replace("%d", str(number))
+        echo = invoice.decode() if isinstance(body, str) else json.dumps(invoice.decode())[1:-1]
+        if status:
+            self.answer(status, text.replace("%s", echo))
+
+    def answer(self, status, text):
         try:
             self.send_response(status)
-            self.send_header("Content-Length", str(len(text)))
+            self.send_header("Content-Length", str(len(text.encode())))
             self.end_headers()
             self.wfile.write(text.encode())
         except OSError:
@@ -47,6 +71,7 @@ class Intermediary(http.server.BaseHTTPRequestHandler):
 
 
 folder = pathlib.Path(sys.argv[1])
+counting = threading.Lock()
 server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Intermediary)
 (folder / "port").write_text(f"{server.server_port}\n")
 server.serve_forever()

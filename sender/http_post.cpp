@@ -34,7 +34,7 @@ void RequireSafe(const std::string& address) {
   const std::string host = PartOf(url.get(), CURLUPART_HOST);
   const bool here = std::find(kThisComputer.begin(), kThisComputer.end(), host) != kThisComputer.end();
   if (valid && (scheme == "https" || (scheme == "http" && here))) return;
-  throw PostFailure(PostFailure::Kind::kUnreachable, "not an https address: " + address, 0);
+  throw PostFailure(PostFailure::Kind::kUnreachable, "not an https address: " + address, 0, false);
 }
 
 struct Received {
@@ -53,14 +53,22 @@ std::size_t Receive(const char* data, std::size_t size, std::size_t count, void*
 
 }  // namespace
 
-HttpAnswer PostJson(const std::string& url, const std::string& json, const PostLimits& limits) {
+std::string PasswordIn(const std::string& url) {
+  const Owned<CURLU> parsed(curl_url());
+  if (curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK) return {};
+  return PartOf(parsed.get(), CURLUPART_PASSWORD);
+}
+
+HttpAnswer PostJson(const std::string& url, const std::string& json, const std::string& key,
+                    const PostLimits& limits) {
   RequireSafe(url);
   const Owned<CURL> handle(curl_easy_init());
   CURL* const curl = handle.get();
-  if (curl == nullptr) throw PostFailure(PostFailure::Kind::kUnreachable, "no network library", 0);
+  if (curl == nullptr) throw PostFailure(PostFailure::Kind::kUnreachable, "no network library", 0, false);
   Owned<curl_slist> headers(curl_slist_append(nullptr, "Content-Type: application/json; charset=utf-8"));
   curl_slist_append(headers.get(), "Accept: application/json");
   curl_slist_append(headers.get(), "Expect:");  // the invoice follows at once
+  curl_slist_append(headers.get(), ("Idempotency-Key: " + key).c_str());
   Received received{{}, limits.answer_bytes};
   std::array<char, CURL_ERROR_SIZE> detail{};
 
@@ -85,11 +93,14 @@ HttpAnswer PostJson(const std::string& url, const std::string& json, const PostL
   const CURLcode code = curl_easy_perform(curl);
   long status = 0;
   curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+  long request_bytes = 0;
+  curl_easy_getinfo(curl, CURLINFO_REQUEST_SIZE, &request_bytes);
   if (code == CURLE_OK) return {status, std::move(received.body)};
   const auto kind = received.too_long                  ? PostFailure::Kind::kTooLong
                     : code == CURLE_OPERATION_TIMEDOUT ? PostFailure::Kind::kTimeOut
                                                        : PostFailure::Kind::kUnreachable;
-  throw PostFailure(kind, detail[0] != '\0' ? detail.data() : curl_easy_strerror(code), status);
+  throw PostFailure(kind, detail[0] != '\0' ? detail.data() : curl_easy_strerror(code), status,
+                    request_bytes > 0);
 }
 
 }  // namespace mox

@@ -44,13 +44,25 @@ std::int64_t IntegerOr(RecordSet& records, std::string_view field, std::int64_t 
   }
 }
 
-RecordSet RecordOf(const json& object) {
+// An integer under one of these names cannot be the key of an account.
+bool IsNumberOfTheInvoice(std::string_view name, const Value& value) {
+  if (!SameName(name, "electronicId") && !SameName(name, "statusId")) return false;
+  const auto* const text = std::get_if<std::string>(&value);
+  return text != nullptr && text->find_first_not_of("0123456789-") == std::string::npos;
+}
+
+RecordSet RecordOf(const json& object, const Secrets& secrets) {
   RecordSet records;
   std::vector<Value> values;
-  for (const auto& [name, member] : object.items()) {
+  for (const auto& [key, member] : object.items()) {
+    const std::string name = secrets.Blanked(key);
     if (name.empty() || records.FindFieldIndex(name)) continue;  // names may differ in case only
     records.DefineField(name, FieldKind::kText);
-    values.push_back(TextOf(member));
+    Value value = TextOf(member);
+    if (auto* const text = std::get_if<std::string>(&value); text && !IsNumberOfTheInvoice(name, value)) {
+      *text = secrets.Blanked(*text);
+    }
+    values.push_back(std::move(value));
   }
   // Whoever takes an electronicId asks for it.
   if (records.FindFieldIndex("electronicId") && !records.FindFieldIndex("statusId"))
@@ -79,23 +91,55 @@ RecordSet Refusal(std::string status_code, std::string message) {
   return records;
 }
 
-RecordSet InvoiceAnswer(const HttpAnswer& answer) {
+InvoiceAnswer ReadInvoiceAnswer(const HttpAnswer& answer, const Secrets& secrets) {
   const std::string status = std::to_string(answer.status);
+  constexpr long kServerErrors = 500;
+  const bool refused = !IsSuccess(answer.status) && answer.status < kServerErrors;
+  const std::string body = secrets.Blanked(answer.body);
   const std::optional<json> object = ObjectIn(answer.body);
   if (!object) {
     const char* const what =
         IsSuccess(answer.status) ? "Odgovor posrednika nije čitljiv: " : "Greška posrednika: ";
-    return Refusal(status, what + Excerpt(answer.body));
+    return {Refusal(status, what + Excerpt(body)), refused};
   }
-  RecordSet records = RecordOf(*object);
+  RecordSet records = RecordOf(*object, secrets);
   const auto status_code = records.FindField("statusCode");
   const auto message = records.FindField("message");
-  if (status_code && message) return records;
+  if (status_code && message) return {std::move(records)};
   constexpr std::int64_t kNone = INT64_MIN;
   const bool has_id = IntegerOr(records, "electronicId", kNone) != kNone;
-  if (IsSuccess(answer.status) && !status_code && has_id) return records;
-  return Refusal(status_code ? status_code->AsText() : status,
-                 message ? message->AsText() : Excerpt(answer.body));
+  if (IsSuccess(answer.status) && !status_code && has_id) return {std::move(records)};
+  return {Refusal(status_code ? status_code->AsText() : status, message ? message->AsText() : Excerpt(body)),
+          refused || status_code.has_value()};
+}
+
+RecordSet MaybeSent() {
+  RecordSet records;
+  for (const char* const name : {"statusCode", "message", "mozda_poslan"}) {
+    records.DefineField(name, FieldKind::kText);
+  }
+  records.Open();
+  records.AppendRecord({"0", "Račun je možda već poslan, odgovor na raniji pokušaj nije stigao", "1"});
+  return records;
+}
+
+std::string AccountKey(const std::string& invoice) {
+  const std::optional<json> object = ObjectIn(invoice);
+  const json key = object ? object->value(json::json_pointer("/prijava/kljuc"), json()) : json();
+  return key.is_string() ? key.get<std::string>() : std::string();
+}
+
+std::string InvoiceQuestion(const std::string& invoice) {
+  const std::optional<json> object = ObjectIn(invoice);
+  if (!object) return {};
+  json question = json::object();
+  for (const char* const member :
+       {"/prijava", "/poduzece/oib", "/dokument/vrsta", "/dokument/broj", "/dokument/godina"}) {
+    const json::json_pointer path(member);
+    if (!object->contains(path)) return {};
+    question[path] = object->at(path);
+  }
+  return question.dump();
 }
 
 bool IsAccepted(RecordSet& answer) {

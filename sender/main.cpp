@@ -4,16 +4,17 @@
 
 #include <curl/curl.h>
 
-#include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <iostream>
 #include <optional>
 
+#include "mox/foundation/digest.h"
 #include "mox/foundation/error.h"
 #include "mox/foundation/files.h"
+#include "mox/foundation/visible_text.h"
 #include "mox/host/settings_file.h"
 #include "mox/host/system_platform.h"
+#include "mox/server/invoice_files.h"
 #include "sender/http_post.h"
 #include "sender/invoice_answer.h"
 #include "sender/one_at_a_time.h"
@@ -25,23 +26,25 @@ namespace {
 
 constexpr const char* kUsage = R"(usage: CallAPIRequestSender.exe -servicetype SERVICE ...
 
-  GenerateQRCode     -data TEXT   the QR code of a text to QRCodeLastBill.bmp in the program's folder
+  GenerateQRCode     -data TEXT   the QR code of a text to QRCodeLastBill.bmp in the program's folder, or in that of
+                                  the user's state where the program's is not his
   GenerateKeksQRCode -data TEXT   the same to QRCodeLastBill.jpg
   MojEracunB2C       -url ADDRESS -link FILE.txt -docId ID -method POST
                                   posts the JSON in FILE.txt and writes the answer to FILE.xml
 
-Settings in section GENERAL of CallAPIRequestSender.ini in the program's folder: CONNECT_TIMEOUT and TIMEOUT in
-seconds (10, 60), ANSWER_LIMIT in bytes (1048576), CA_FILE with certificate authorities.
+Settings in section GENERAL of CallAPIRequestSender.ini in either folder: CONNECT_TIMEOUT and TIMEOUT in seconds
+(10, 60), ANSWER_LIMIT in bytes (1048576), CA_FILE with certificate authorities, QUERY_URL where the intermediary
+tells of a document that may have been sent.
 
 Exit status: 0 done, 1 refused or failed, 2 wrong usage.
 )";
 
 enum ExitStatus { kDone = 0, kFailed = 1, kWrongUsage = 2 };
 
-std::string InOwnFolder(const char* name) { return SystemPlatform().ApplicationFolder() + name; }
+std::string InStateFolder(const char* name) { return SystemPlatform().StateFolder() + name; }
 
 ExitStatus Draw(const Parameters& parameters, const char* file, PictureFormat format) {
-  ReplaceFile(InOwnFolder(file), QrPicture(parameters.Required("-data"), format));
+  ReplaceFile(InStateFolder(file), QrPicture(parameters.Required("-data"), format));
   return kDone;
 }
 
@@ -53,9 +56,19 @@ ExitStatus DrawPaymentCode(const Parameters& parameters) {
   return Draw(parameters, "QRCodeLastBill.jpg", PictureFormat::kJpeg);
 }
 
-PostLimits ReadLimits() {
+struct SenderSettings {
+  PostLimits limits;
+  std::string query_url;
+};
+
+// Those of the user come before those of the program.
+SenderSettings ReadSettings() {
   constexpr std::string_view kSection = "GENERAL";
-  const SettingsFile settings(InOwnFolder("CallAPIRequestSender.ini"));
+  constexpr const char* kName = "CallAPIRequestSender.ini";
+  const SystemPlatform platform;
+  std::string file = platform.StateFolder() + kName;
+  if (!std::filesystem::exists(file)) file = platform.ApplicationFolder() + kName;
+  const SettingsFile settings(file);
   PostLimits limits;
   const auto positive = [&](std::string_view key, auto& limit) {
     const int value = settings.ReadInteger(kSection, key, 0);
@@ -65,21 +78,7 @@ PostLimits ReadLimits() {
   positive("TIMEOUT", limits.seconds);
   positive("ANSWER_LIMIT", limits.answer_bytes);
   limits.ca_file = settings.ReadString(kSection, "CA_FILE", "");
-  return limits;
-}
-
-std::string DigestOf(const std::string& bytes) {
-  std::uint64_t digest = 0xCBF2'9CE4'8422'2325;  // FNV-1a
-  for (const char c : bytes) digest = (digest ^ static_cast<unsigned char>(c)) * 0x100'0000'01B3;
-  char text[32];
-  std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(digest));
-  return text;
-}
-
-// The name under which the answer to an invoice is kept. It tells one invoice from any other, also from that
-// of another company with the same document identifier.
-std::string AnswerName(const std::string& url, const std::string& invoice) {
-  return "adsB2C " + DigestOf(url + '\n' + invoice);
+  return {limits, settings.ReadString(kSection, "QUERY_URL", "")};
 }
 
 // The name of an answer that nobody took, of an attempt that was cut short, where it says that the
@@ -103,53 +102,100 @@ void ClearTheWay(const std::string& answer_file, const std::optional<std::string
     return;
   }
   const std::string aside =
-      std::filesystem::path(answer_file).replace_extension(DigestOf(*accepted) + ".xml").string();
+      std::filesystem::path(answer_file).replace_extension(DigestText(*accepted) + ".xml").string();
   std::filesystem::rename(answer_file, aside);
-  std::cerr << aside << ": the answer to an invoice that was sent and never recorded\n";
+  std::cerr << VisibleText(aside) << ": the answer to an invoice that was sent and never recorded\n";
 }
 
+// An invoice on its way.
+struct Posting {
+  std::string url;
+  std::string json;
+  std::string name;  // of its answer
+  InvoiceFiles files;
+  Secrets secrets;
+  SenderSettings settings;
+};
+
 // Whatever happens on the way has its answer.
-RecordSet Posted(const std::string& url, const std::string& invoice, const PostLimits& limits) {
+InvoiceAnswer Posted(const Posting& posting, const std::string& url, const std::string& json) {
   try {
-    return InvoiceAnswer(PostJson(url, invoice, limits));
+    return ReadInvoiceAnswer(PostJson(url, json, posting.name, posting.settings.limits), posting.secrets);
   } catch (const PostFailure& failure) {
     const std::string status = std::to_string(failure.status());
-    const std::string detail = std::string(" (") + failure.what() + ")";
+    const std::string detail = " (" + posting.secrets.Blanked(failure.what()) + ")";
     switch (failure.kind()) {
       case PostFailure::Kind::kTimeOut:
-        return Refusal(status, "Posrednik nije odgovorio na vrijeme" + detail);
+        return {Refusal(status, "Posrednik nije odgovorio na vrijeme" + detail), !failure.sent()};
       case PostFailure::Kind::kTooLong:
-        return Refusal(status, "Odgovor posrednika je predugačak");
+        return {Refusal(status, "Odgovor posrednika je predugačak"), false};
       case PostFailure::Kind::kUnreachable:
         break;
     }
-    return Refusal(status, "Posrednik nije dostupan" + detail);
+    return {Refusal(status, "Posrednik nije dostupan" + detail), !failure.sent()};
   }
 }
 
+// What the intermediary says of an invoice whose answer was lost, asked by the document's own number; none
+// where it cannot be asked or does not tell. An e-invoice numbered 0 means that it has none.
+std::optional<RecordSet> AskedAfter(const Posting& posting) {
+  if (posting.settings.query_url.empty()) return std::nullopt;
+  const std::string question = InvoiceQuestion(posting.json);
+  if (question.empty()) return std::nullopt;
+  InvoiceAnswer answer = Posted(posting, posting.settings.query_url, question);
+  if (!answer.certain || answer.records.FindFieldIndex("statusCode")) return std::nullopt;
+  return std::move(answer.records);
+}
+
+// The answer to an invoice. Before it is posted, a file says so, which goes when it is known what became of
+// it: who finds the file left asks before he posts again.
+InvoiceAnswer Exchanged(const Posting& posting) {
+  if (std::filesystem::exists(posting.files.attempt)) {
+    std::optional<RecordSet> known = AskedAfter(posting);
+    if (!known) return {MaybeSent(), false};
+    if (IsAccepted(*known)) return {std::move(*known)};
+  }
+  ReplaceFile(posting.files.attempt, posting.name + '\n', FileAccess::kOwnerOnly);
+  return Posted(posting, posting.url, posting.json);
+}
+
 ExitStatus PostInvoice(const Parameters& parameters) {
-  const std::string& url = parameters.Required("-url");
-  const std::string& invoice_file = parameters.Required("-link");
+  Posting posting{parameters.Required("-url"),
+                  {},
+                  {},
+                  InvoiceFilesBeside(parameters.Required("-link")),
+                  {},
+                  ReadSettings()};
+  const InvoiceFiles& files = posting.files;
   const std::string& document = parameters.Required("-docId");
   if (parameters.Required("-method") != "POST") throw UsageError("-method is not POST");
-  const std::string answer_file = std::filesystem::path(invoice_file).replace_extension(".xml").string();
-  if (answer_file == invoice_file) throw UsageError("-link is the answer's file");
+  if (files.answer == files.invoice || files.attempt == files.invoice) {
+    throw UsageError("-link is the answer's file");
+  }
 
-  WaitForOtherSenders(SystemPlatform().ApplicationFolder());
-  const std::string invoice = ReadWholeFile(invoice_file);
-  const std::string name = AnswerName(url, invoice);
-  const std::optional<std::string> accepted = AcceptedAnswer(answer_file);
-  if (accepted == name) {
-    std::cerr << "document " << document << ": sent before, its answer is kept\n";
+  WaitForOtherSenders(std::filesystem::absolute(files.invoice).parent_path().string());
+  posting.json = ReadWholeFile(files.invoice);
+  posting.name = InvoiceAnswerName(posting.url, posting.json);
+  posting.secrets.Add(AccountKey(posting.json));
+  posting.secrets.Add(PasswordIn(posting.url));
+  posting.secrets.Add(PasswordIn(posting.settings.query_url));
+  const std::optional<std::string> accepted = AcceptedAnswer(files.answer);
+  if (accepted == posting.name) {
+    RemoveFile(files.attempt);
+    std::cerr << "document " << VisibleText(document) << ": sent before, its answer is kept\n";
     return kDone;
   }
-  ClearTheWay(answer_file, accepted);
-  RecordSet answer = Posted(url, invoice, ReadLimits());
-  answer.SetName(name);
-  answer.SaveToFile(answer_file);
-  if (IsAccepted(answer)) return kDone;
-  const auto message = answer.FindField("message");
-  std::cerr << "document " << document << ": refused" << (message ? ": " + message->AsText() : "") << '\n';
+  ClearTheWay(files.answer, accepted);
+  InvoiceAnswer answer = Exchanged(posting);
+  RecordSet& records = answer.records;
+  records.SetName(posting.name);
+  ReplaceFile(files.answer, records.SaveToString(), FileAccess::kOwnerOnly);
+  if (answer.certain) RemoveFile(files.attempt);
+  if (IsAccepted(records)) return kDone;
+  const auto message = records.FindField("message");
+  std::cerr << "document " << VisibleText(document)
+            << (answer.certain ? ": refused" : ": perhaps sent, which is not known")
+            << (message ? ": " + VisibleText(message->AsText()) : "") << '\n';
   return kFailed;
 }
 
@@ -180,10 +226,10 @@ int main(int argc, char** argv) {
   try {
     return mox::Serve(mox::Parameters({argv + 1, argv + argc}));
   } catch (const mox::UsageError& error) {
-    std::cerr << "CallAPIRequestSender: " << error.what() << "\n\n" << mox::kUsage;
+    std::cerr << "CallAPIRequestSender: " << mox::VisibleMessage(error.what()) << "\n\n" << mox::kUsage;
     return mox::kWrongUsage;
   } catch (const std::exception& error) {
-    std::cerr << "CallAPIRequestSender: " << error.what() << '\n';
+    std::cerr << "CallAPIRequestSender: " << mox::VisibleMessage(error.what()) << '\n';
     return mox::kFailed;
   }
 }

@@ -28,7 +28,7 @@ bool IsReadablePicture(const std::string& path) {
 // Lets the request sender draw a picture and answers its path. An old picture that cannot be removed could
 // not be told from a new one.
 std::string DrawnPicture(std::string_view name, const std::string& parameters) {
-  const std::string picture = FileInApplicationFolder(name);
+  const std::string picture = FileInStateFolder(name);
   if (!RemoveFile(picture)) return {};
   if (!RunRequestSender(parameters)) {
     ShowMessage("Error starting CallAPiRequestSender!");

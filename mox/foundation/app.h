@@ -113,6 +113,9 @@ class AppPlatform {
   virtual bool IsTerminated() const = 0;
   /// The folder of the host program, with a trailing path delimiter.
   virtual std::string ApplicationFolder() const = 0;
+  /// Where the files lie that the library and the programs it starts hand each other, with a trailing path
+  /// delimiter: the folder of the host program, or one of the user's own where that one is not his.
+  virtual std::string StateFolder() const { return ApplicationFolder(); }
   /// Starts a program without a window, owned by the main form. The file may stand in quotation marks; the
   /// parameters are one text, split as the command lines of Windows are. Null when it cannot be started.
   virtual std::unique_ptr<AppProgram> StartHidden(std::string_view file, std::string_view parameters) = 0;
@@ -141,6 +144,9 @@ class TCompany {
   virtual ~TCompany() = default;
   /// The working year that the user selected.
   virtual int WorkingYear() const = 0;
+  /// Where the company's data lie. It tells the files of one company from those of another that is worked
+  /// with in the same folder; empty where there is one company only.
+  virtual std::string CompanyPath() const { return {}; }
 };
 
 /// The parts of the host program that the library calls back into. The host owns them; a part that it does
@@ -164,6 +170,7 @@ class TAppSys {
   AppLocale& Locale() const;
   AppPlatform& Platform() const;
   TCompany& Company() const;
+  bool HasCompany() const { return parts_.company != nullptr; }
   bool HasPlatform() const { return parts_.platform != nullptr; }
   bool HasLocale() const { return parts_.locale != nullptr; }
 

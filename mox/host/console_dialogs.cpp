@@ -7,13 +7,15 @@
 #include <string>
 
 #include "mox/foundation/text.h"
+#include "mox/foundation/visible_text.h"
 
 namespace mox {
 namespace {
 
 constexpr std::array<std::string_view, 4> kYes = {"d", "da", "y", "yes"};
 
-// A run of line breaks becomes one blank, at the ends nothing.
+// A run of line breaks becomes one blank, at the ends nothing, and nothing reaches the terminal that it
+// obeys.
 std::string OnOneLine(std::string_view text) {
   std::string line;
   for (const char c : TrimBlanks(text)) {
@@ -24,7 +26,7 @@ std::string OnOneLine(std::string_view text) {
       line += ' ';
     }
   }
-  return line;
+  return VisibleText(line);
 }
 
 }  // namespace
@@ -47,7 +49,8 @@ std::optional<std::string> ConsoleDialogs::InputBox(std::string_view title, std:
                                                     std::string_view default_text) {
   std::string line(default_text);
   if (input_ == nullptr) return answer_ == kDialogYes ? std::optional(line) : std::nullopt;
-  output_ << OnOneLine(title) << ": " << OnOneLine(prompt) << " [" << default_text << "] " << std::flush;
+  output_ << OnOneLine(title) << ": " << OnOneLine(prompt) << " [" << OnOneLine(default_text) << "] "
+          << std::flush;
   if (!std::getline(*input_, line)) return std::nullopt;
   if (line.ends_with('\r')) line.pop_back();
   return line.empty() ? std::string(default_text) : line;

@@ -30,6 +30,10 @@ class SystemPlatform : public AppPlatform {
   void Terminate() { terminated_ = true; }
   /// Raises Error where the system does not tell.
   std::string ApplicationFolder() const override;
+  /// The program's folder where it is the user's: he owns it and may write it. Otherwise the folder mox of
+  /// his state (XDG_STATE_HOME or ~/.local/state, on Windows LOCALAPPDATA), made for him alone. Raises Error
+  /// where it cannot be made.
+  std::string StateFolder() const override;
   /// An exit code beyond 128 is that of a program which was ended by a signal, as shells have it.
   std::unique_ptr<AppProgram> StartHidden(std::string_view file, std::string_view parameters) override;
   std::string ClipboardText() override;

@@ -8,6 +8,7 @@
 
 #include "mox/foundation/app.h"
 #include "mox/foundation/files.h"
+#include "mox/server/invoice_files.h"
 #include "mox/server/param_list.h"
 #include "mox/server/read_services.h"
 #include "mox/server/request_sender.h"
@@ -20,6 +21,7 @@ constexpr std::string_view kSending = "Slanje eRačuna B2C";
 constexpr std::string_view kAnswer = "B2C";
 constexpr std::string_view kCallSupport = "Nazovite korisničku podršku!";
 constexpr std::string_view kPrivatePerson = "Fizička osoba";
+constexpr std::string_view kMaybeSent = "mozda_poslan";  // a field of the sender's own answers
 constexpr std::int64_t kDeliveryFailed = 50;
 
 void ShowError(std::string_view heading, std::string_view message) {
@@ -62,13 +64,8 @@ Invoice ReadInvoice(std::int64_t doc_id) {
   return {TextIn(answer.get(), "adsData", "jsonData"), TextIn(answer.get(), "adsPartner", "tipTvrtke")};
 }
 
-// Shows a refusal, records a sent invoice and reports when the server did not take the record. False in that
-// case only.
-bool TakeAnswer(RecordSet& answer, std::int64_t doc_id) {
-  if (const auto status_code = answer.FindField("statusCode")) {
-    ShowError(kAnswer, status_code->AsText() + " ; " + answer.FieldByName("message").AsText() + "\r\n");
-    return true;
-  }
+// Records a sent invoice and reports when the server did not take the record. False in that case only.
+bool Record(RecordSet& answer, std::int64_t doc_id) {
   RecordSet link("adsMojERacun");
   link.CleanClone(answer);
   RecordSet document = OneInteger("adsDocId", "docId", doc_id);
@@ -77,6 +74,59 @@ bool TakeAnswer(RecordSet& answer, std::int64_t doc_id) {
   const bool recorded = sent && ExecuteTransaction("InsertERacunB2C", {&link, &document});
   if (!recorded) ShowError(kAnswer, kCallSupport);
   return recorded || !sent;
+}
+
+// An invoice on its way: its text, where it goes, and the files that carry it.
+struct Sending {
+  std::int64_t doc_id;
+  std::string url;
+  std::string json;
+  InvoiceFiles files;
+};
+
+// Stops with the silent abort, after a message, when the request sender cannot be started.
+void RunSender(const Sending& sending) {
+  ReplaceFile(sending.files.invoice, sending.json, FileAccess::kOwnerOnly);
+  if (RunRequestSender(" -servicetype MojEracunB2C -url " + Quoted(sending.url) + " -link " +
+                       Quoted(sending.files.invoice) + " -docId " + Quoted(std::to_string(sending.doc_id)) +
+                       " -method POST")) {
+    return;
+  }
+  ShowMessage("Error starting CallAPIRequestSender!");
+  throw Abort();
+}
+
+// None where the sender left no answer.
+std::optional<RecordSet> ReadAnswer(const Sending& sending) {
+  if (std::error_code error; !std::filesystem::exists(sending.files.answer, error)) return std::nullopt;
+  RecordSet answer;
+  answer.LoadFromFile(sending.files.answer);
+  return answer;
+}
+
+// Whether the invoice is to be posted although an earlier attempt may have delivered it.
+bool IsToBePostedAgain(const RecordSet& answer) {
+  if (!answer.FindFieldIndex(kMaybeSent)) return false;
+  return ShowVelorDialog(TVCustomDialogType::kConfirmation, "Upozorenje!", kSending,
+                         "Račun je možda već poslan: odgovor na raniji pokušaj nije stigao. Provjerite kod "
+                         "posrednika.\r\nPoslati ponovo?") == kDialogYes;
+}
+
+// Only an answer that was taken is removed: one that could not be recorded, or belongs to another invoice,
+// stays.
+void TakeAnswer(RecordSet& answer, const Sending& sending) {
+  if (IsAnswerToAnother(answer.Name(), sending.url, sending.json)) {
+    ShowError(kAnswer, "Odgovor u datoteci " + sending.files.answer + " ne pripada ovom računu.");
+    return;
+  }
+  if (const auto status_code = answer.FindField("statusCode")) {
+    if (!answer.FindFieldIndex(kMaybeSent)) {
+      ShowError(kAnswer, status_code->AsText() + " ; " + answer.FieldByName("message").AsText() + "\r\n");
+    }
+  } else if (!Record(answer, sending.doc_id)) {
+    return;
+  }
+  RemoveFile(sending.files.answer);
 }
 
 }  // namespace
@@ -95,30 +145,24 @@ void eRacunB2CSendBill(std::int64_t doc_id) {
   if (!login || !login->FieldByName("EracunSendB2CBills").AsBoolean()) {
     Refuse("Za slanje B2C molimo nazovite korisničku podršku!");
   }
+  // Until the answer is recorded no other program finds the document without an e-invoice.
+  const FileLock lock = LockInvoiceFiles();
   if (eRacunIsDocumentSent(doc_id)) return;
 
   const HourglassCursor cursor;
-  const Invoice invoice = ReadInvoice(doc_id);
+  Invoice invoice = ReadInvoice(doc_id);
   if (invoice.buyer_kind != kPrivatePerson) Refuse("Kupac kojem šaljete eRačun nije fizička osoba!");
-  const std::string document = std::to_string(doc_id);
-  const std::string invoice_file = FileInApplicationFolder("adsB2C_" + document + ".txt");
-  const std::string answer_file = FileInApplicationFolder("adsB2C_" + document + ".xml");
-  ReplaceFile(invoice_file, invoice.json);
-
-  if (!RunRequestSender(" -servicetype MojEracunB2C -url " +
-                        Quoted(login->FieldByName("EracunB2CUrl").AsText()) + " -link " +
-                        Quoted(invoice_file) + " -docId " + Quoted(document) + " -method POST")) {
-    ShowMessage("Error starting CallAPIRequestSender!");
-    throw Abort();
+  const Sending sending = {doc_id, login->FieldByName("EracunB2CUrl").AsText(), std::move(invoice.json),
+                           InvoiceFilesOf(doc_id)};
+  RunSender(sending);
+  std::optional<RecordSet> answer = ReadAnswer(sending);
+  if (answer && IsToBePostedAgain(*answer)) {
+    RemoveFile(sending.files.attempt);
+    RunSender(sending);
+    answer = ReadAnswer(sending);
   }
-
-  // Only an answer that was read is removed: when the application is closing, the sender may leave one later.
-  if (std::error_code error; std::filesystem::exists(answer_file, error)) {
-    RecordSet answer;
-    answer.LoadFromFile(answer_file);
-    if (TakeAnswer(answer, doc_id)) RemoveFile(answer_file);
-  }
-  RemoveFile(invoice_file);
+  if (answer) TakeAnswer(*answer, sending);
+  RemoveFile(sending.files.invoice);
 }
 
 }  // namespace mox

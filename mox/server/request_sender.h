@@ -5,8 +5,8 @@
 
 namespace mox {
 
-/// The path of a file in the application's own folder.
-std::string FileInApplicationFolder(std::string_view name);
+/// The path of a file that the library and the request sender hand each other.
+std::string FileInStateFolder(std::string_view name);
 
 /// Starts the request sender of the application's folder without a window, and waits until it has ended or
 /// the application is terminating; meanwhile the user interface processes its messages. There is no time

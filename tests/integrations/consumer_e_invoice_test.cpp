@@ -44,7 +44,11 @@ class InvoiceHost : public RecordingHost {
     program = [this, sender](std::string_view) -> std::vector<int> {
       log.push_back("posted " + ReadWholeFile(folder + "adsB2C_7.txt"));
       if (sender == "damaged") std::ofstream(folder + "adsB2C_7.xml") << "<xml/>";
-      if (sender.find('=') != std::string::npos && !sender.starts_with("old ")) {
+      if (sender.starts_with("other ")) {
+        RecordSet answer = OneRecord(sender.substr(6));
+        answer.SetName("adsB2C 0123456789abcdef");
+        answer.SaveToFile(folder + "adsB2C_7.xml");
+      } else if (sender.find('=') != std::string::npos && !sender.starts_with("old ")) {
         OneRecord(sender).SaveToFile(folder + "adsB2C_7.xml");
       }
       return {kStillActive, 0};
@@ -77,8 +81,10 @@ class InvoiceHost : public RecordingHost {
         "start \"" + folder +
         "CallAPIRequestSender.exe\" | -servicetype MojEracunB2C -url \"https://eracun\" -link \"" + folder +
         "adsB2C_7.txt\" -docId \"7\" -method POST";
-    if (const std::size_t at = story.find(start); at != std::string::npos)
-      story.replace(at, start.size(), "start");
+    for (const auto& [text, short_text] : {std::pair(start, "start"), {folder, "FOLDER"}}) {
+      for (std::size_t at = 0; (at = story.find(text, at)) != std::string::npos;)
+        story.replace(at, text.size(), short_text);
+    }
     for (const char* file : {".txt", ".xml"}) {
       if (fs::exists(folder + "adsB2C_7" + file)) story += std::string(" ") + file;
     }

@@ -3,7 +3,7 @@
 #
 # "$ " begins a command of the shell, "> " what it printed, "! " its standard error and "= " its exit status, where that
 # is not 0; other lines are for the reader. The programs lie in FOLDER, where the commands run; HOST stands for the
-# address of the intermediary, DIGEST for what depends on it.
+# address of the intermediary, DIGEST for what depends on it, COMPANY for what tells companies apart.
 set -uo pipefail
 transcript=$(realpath "$1") folder=$5
 rm -rf "$folder" && mkdir -p "$folder"
@@ -18,7 +18,7 @@ host=127.0.0.1:$(cat port) || exit 1
 mox() { ./mox "$@"; }
 scan() { echo "$(zbarimg --raw -q "$1" 2>/dev/null)"; }
 posted() { find . -name 'invoice-*.json' | wc -l; }
-left() { find . -name 'adsB2C*' -printf '%P left\n' | sort; }
+left() { find . -name 'adsB2C_*' -printf '%P left\n' | sort; }
 
 while IFS= read -r line <&3; do
   case $line in '> '* | '! '* | '= '*) continue ;; esac
@@ -29,5 +29,5 @@ while IFS= read -r line <&3; do
   sed 's/^/> /' out
   sed 's/^/! /' err
   [ "$status" -eq 0 ] || echo "= $status"
-done 3<"$transcript" | sed "s|$host|HOST|g; s|$folder|FOLDER|g; s|\.[0-9a-f]\{16\}\.|.DIGEST.|" >actual
+done 3<"$transcript" | sed "s|$host|HOST|g; s|$folder|FOLDER|g; s|\.[0-9a-f]\{16\}\.|.DIGEST.|; s|_[0-9a-f]\{16\}_|_COMPANY_|" >actual
 diff -u "$transcript" actual

@@ -1,13 +1,16 @@
 #include "mox/host/system_platform.h"
 
 #include <fcntl.h>
+#include <pwd.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <thread>
@@ -35,6 +38,19 @@ int ExitCodeOf(pid_t child) {
   if (ended < 0) return kUnknown;
   constexpr int kSignalBase = 128;
   return WIFEXITED(status) ? WEXITSTATUS(status) : kSignalBase + WTERMSIG(status);
+}
+
+// Where programs keep what they remember of a user, as the XDG base directories have it.
+std::filesystem::path HomeOfStates() {
+  const char* const states = std::getenv("XDG_STATE_HOME");
+  if (states != nullptr && states[0] == '/') return states;
+  const char* home = std::getenv("HOME");
+  if (home == nullptr || home[0] != '/') {
+    const passwd* const user = ::getpwuid(::geteuid());
+    home = user == nullptr ? nullptr : user->pw_dir;
+  }
+  if (home == nullptr) throw Error("the folder of the user is not known");
+  return std::filesystem::path(home) / ".local" / "state";
 }
 
 // How a hidden program is started: without input and output, and with no signal blocked or ignored that the
@@ -128,6 +144,25 @@ std::string SystemPlatform::ApplicationFolder() const {
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
   if (error) throw Error("the folder of the program is not known: " + error.message());
   return program.parent_path() / "";
+}
+
+std::string SystemPlatform::StateFolder() const {
+  const std::string own = ApplicationFolder();
+  struct stat status {};
+  const bool is_his = ::stat(own.c_str(), &status) == 0 && status.st_uid == ::geteuid();
+  if (is_his && ::access(own.c_str(), W_OK) == 0) return own;
+  const std::filesystem::path folder = HomeOfStates() / "mox" / "";
+  std::error_code error;
+  std::filesystem::create_directories(folder.parent_path().parent_path(), error);
+  constexpr mode_t kOwner = S_IRWXU;
+  if (!error && ::mkdir(folder.c_str(), kOwner) != 0 && errno != EEXIST) {
+    error = {errno, std::generic_category()};
+  }
+  if (error) throw Error(folder.string() + ": cannot be made: " + error.message());
+  if (::stat(folder.c_str(), &status) != 0 || status.st_uid != ::geteuid()) {
+    throw Error(folder.string() + ": is the folder of another user");
+  }
+  return folder;
 }
 
 std::unique_ptr<AppProgram> SystemPlatform::StartHidden(std::string_view file, std::string_view parameters) {

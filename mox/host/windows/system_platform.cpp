@@ -108,6 +108,29 @@ std::string SystemPlatform::ApplicationFolder() const {
   return ToUtf8(path.substr(0, path.rfind(L'\\') + 1));
 }
 
+// A file that goes at once shows whether the program's folder may be written.
+std::string SystemPlatform::StateFolder() const {
+  const std::string own = ApplicationFolder();
+  const HANDLE trial =
+      ::CreateFileW(ToUtf16(own + "mox.trial").c_str(), GENERIC_WRITE, FILE_SHARE_DELETE, nullptr,
+                    CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  if (trial != INVALID_HANDLE_VALUE) {
+    ::CloseHandle(trial);
+    return own;
+  }
+  constexpr DWORD kLongestPath = 32'768;
+  std::wstring folder(kLongestPath, L'\0');
+  const DWORD length = ::GetEnvironmentVariableW(L"LOCALAPPDATA", folder.data(), kLongestPath);
+  if (length == 0 || length >= kLongestPath) throw Error("the folder of the user is not known");
+  folder.resize(length);
+  folder += L"\\mox\\";
+  // The folder of the user lets nobody else in, and what is made in it inherits that.
+  if (::CreateDirectoryW(folder.c_str(), nullptr) == 0 && ::GetLastError() != ERROR_ALREADY_EXISTS) {
+    throw Error(ToUtf8(folder) + ": cannot be made");
+  }
+  return ToUtf8(folder);
+}
+
 std::unique_ptr<AppProgram> SystemPlatform::StartHidden(std::string_view file, std::string_view parameters) {
   const std::wstring program = ToUtf16(WithoutQuotes(file));
   const std::wstring parameter_text = ToUtf16(parameters);

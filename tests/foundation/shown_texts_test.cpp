@@ -1,0 +1,48 @@
+#include <gtest/gtest.h>
+
+#include "mox/foundation/secrets.h"
+#include "mox/foundation/visible_text.h"
+
+namespace mox {
+namespace {
+
+TEST(VisibleText, ShowsWhatATerminalWouldObey) {
+  const std::pair<std::string_view, const char*> kCases[] = {
+      {"Čaša 1 l „€“", "Čaša 1 l „€“"},
+      {"a\tb\r\nc", "a\\x09b\\x0D\\nc"},
+      {"\x1B[2J\x7F", "\\x1B[2J\\x7F"},
+      {std::string_view("\0", 1), "\\x00"},
+      {"\xC2\x9B"
+       "2J\xC2\xA0š",
+       "\\u009B2J\xC2\xA0š"},
+      {"1\u202E2\u2066\u200F\u061C\u2028\uFEFF", "1\\u202E2\\u2066\\u200F\\u061C\\u2028\\uFEFF"},
+      {"\xFF\xC4", "\\xFF\\xC4"},
+      {"\u200D\u2010\u2030", "\u200D\u2010\u2030"},
+  };
+  for (const auto& [text, visible] : kCases) EXPECT_EQ(VisibleText(text), visible);
+  const std::string message = "a.csv:2: \"" + std::string(100'000, 'x') + "\" is not a number";
+  const std::string shown = VisibleMessage(message);
+  EXPECT_LT(shown.size(), 1000U);
+  EXPECT_TRUE(shown.starts_with("a.csv:2: \"xx") && shown.ends_with("x\" is not a number")) << shown;
+}
+
+TEST(Secrets, AreBlankedInEveryForm) {
+  Secrets secrets;
+  secrets.Add("taj\"na/Č");
+  secrets.Add("abc");  // too short to hide anything
+  const std::pair<const char*, const char*> kCases[] = {
+      {"key taj\"na/Č!", "key ***!"},
+      {R"({"k":"taj\"na/Č"})", R"({"k":"***"})"},
+      {R"({"k":"taj\"na\/\u010c"})", R"({"k":"***"})"},
+      {"?k=taj%22na%2FČ abc", "?k=taj%22na%2FČ abc"},
+      {"?k=taj%22na%2F%C4%8C abc", "?k=*** abc"},
+      {"?k=taj%22na%2f%c4%8c", "?k=***"},
+      {"dGFqIm5hL8SM", "***"},           // alone,
+      {"OnRhaiJuYS/EjA==", "On***A=="},  // behind one byte,
+      {"YTp0YWoibmEvxIw=", "YTp***w="},  // and behind two
+  };
+  for (const auto& [text, blanked] : kCases) EXPECT_EQ(secrets.Blanked(text), blanked);
+}
+
+}  // namespace
+}  // namespace mox
