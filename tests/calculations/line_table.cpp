@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "mox/foundation/files.h"
+#include "tests/source_dir.h"
 
 namespace mox {
 namespace {
@@ -178,7 +179,7 @@ int TestHost::ShowVelorDialog(TVCustomDialogType kind, std::string_view caption,
 std::vector<Section> ReadSections(const std::vector<std::string>& files) {
   std::vector<Section> sections;
   for (const std::string& file : files) {
-    std::istringstream in(ReadWholeFile(MOX_SOURCE_DIR "/tests/calculations/cases/" + file + ".txt"));
+    std::istringstream in(ReadWholeFile(SourceDir() + "/tests/calculations/cases/" + file + ".txt"));
     for (std::string line; std::getline(in, line);) {
       if (line.starts_with("= ")) {
         sections.push_back({file, line.substr(2), {}});

@@ -11,6 +11,7 @@
 
 #include "cli/run.h"
 #include "mox/foundation/files.h"
+#include "tests/source_dir.h"
 
 namespace mox {
 namespace {
@@ -121,7 +122,7 @@ std::string Replay(const std::string& golden) {
     } else if (line.starts_with("file ")) {
       file = std::ofstream(line.substr(5), std::ios::binary);
     } else if (line.starts_with("copy ")) {
-      const fs::path source = fs::path(MOX_SOURCE_DIR) / line.substr(5);
+      const fs::path source = fs::path(SourceDir()) / line.substr(5);
       fs::copy_file(source, source.filename(), fs::copy_options::overwrite_existing);
     } else if (line.starts_with("$ ")) {
       file.close();
@@ -137,8 +138,7 @@ std::string Replay(const std::string& golden) {
 class Golden : public testing::TestWithParam<std::string> {};
 
 TEST_P(Golden, IsReplayed) {
-  const std::string golden =
-      ReadWholeFile(std::string(MOX_SOURCE_DIR "/tests/cli/golden/") + GetParam() + ".txt");
+  const std::string golden = ReadWholeFile(SourceDir() + "/tests/cli/golden/" + GetParam() + ".txt");
   const fs::path folder = fs::path(testing::TempDir()) / ("mox_golden_" + GetParam());
   fs::remove_all(folder);
   fs::create_directories(folder);
@@ -149,7 +149,7 @@ TEST_P(Golden, IsReplayed) {
 
 std::vector<std::string> GoldenNames() {
   std::vector<std::string> names;
-  for (const auto& entry : fs::directory_iterator(MOX_SOURCE_DIR "/tests/cli/golden")) {
+  for (const auto& entry : fs::directory_iterator(SourceDir() + "/tests/cli/golden")) {
     if (entry.path().extension() == ".txt") names.push_back(entry.path().stem().string());
   }
   std::sort(names.begin(), names.end());

@@ -12,6 +12,7 @@
 #include "mox/foundation/value_conversion.h"
 #include "mox/import/import_profiles.h"
 #include "tests/foundation/case_file.h"
+#include "tests/source_dir.h"
 
 namespace mox {
 namespace {
@@ -27,7 +28,7 @@ struct Sample {
 
 std::vector<Sample> ReadSamples() {
   std::vector<Sample> samples;
-  std::ifstream in(MOX_SOURCE_DIR "/tests/cli/cases/import_samples.txt");
+  std::ifstream in(SourceDir() + "/tests/cli/cases/import_samples.txt");
   for (std::string line; std::getline(in, line);) {
     if (line.empty() || line[0] == '#') continue;
     if (const Words words = WordsOf(line); words[0] == "=" || words[0] == "~") {
@@ -42,7 +43,7 @@ std::vector<Sample> ReadSamples() {
 }
 
 std::string SheetOf(const Sample& sample, const std::string& ending) {
-  return MOX_SOURCE_DIR "/examples/import/" + FoldCase(sample.key) + ending;
+  return SourceDir() + "/examples/import/" + FoldCase(sample.key) + ending;
 }
 
 // A number, date, Boolean or name of another row, as a sheet or the database has it, in one form for both.

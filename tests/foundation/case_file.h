@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "mox/foundation/error.h"
+#include "tests/source_dir.h"
 
 // The tables of the folders cases/. A table begins with its name, "= NAME"; a row is a line of words, with an
 // arrow before what is expected, and a line that begins with "#" is a comment. A word that is empty or has
@@ -66,7 +67,7 @@ inline std::string TextOrError(const std::function<std::string()>& call) {
 /// the folder is one of tests/.
 inline void ExpectTables(const std::string& file, const std::map<std::string, TableFunction>& functions,
                          const std::string& folder = "foundation") {
-  std::ifstream in(MOX_SOURCE_DIR "/tests/" + folder + "/cases/" + file + ".txt");
+  std::ifstream in(SourceDir() + "/tests/" + folder + "/cases/" + file + ".txt");
   std::map<std::string, int> rows;
   std::string table;
   for (std::string line; std::getline(in, line);) {

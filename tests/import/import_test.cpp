@@ -10,6 +10,7 @@
 #include "mox/import/import_profiles.h"
 #include "tests/fakes/recording_host.h"
 #include "tests/foundation/case_file.h"
+#include "tests/source_dir.h"
 
 // The scripts of the folder cases/. A case begins with "= "; each line is a step, and what the dialog did in
 // it stands below, with "> ". Lines that begin with "#" are comments. The steps:
@@ -35,7 +36,7 @@ namespace mox {
 namespace {
 
 std::string ReadText(const std::string& path) {
-  std::ifstream in(MOX_SOURCE_DIR "/tests/import/" + path);
+  std::ifstream in(SourceDir() + "/tests/import/" + path);
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
@@ -199,7 +200,7 @@ class Case : public ImportGridView {
 };
 
 TEST(Import, Scripts) {
-  for (const auto& file : std::filesystem::directory_iterator(MOX_SOURCE_DIR "/tests/import/cases")) {
+  for (const auto& file : std::filesystem::directory_iterator(SourceDir() + "/tests/import/cases")) {
     const std::string expected = ReadText("cases/" + file.path().filename().string());
     std::istringstream in(expected);
     std::string outcome;
