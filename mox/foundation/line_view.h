@@ -19,10 +19,11 @@ class LineView {
  public:
   /// None where the set lacks one of the fields, has it in another kind, or may not write it now.
   static std::optional<LineView> Of(RecordSet& lines, const LineNames& names) {
-    const bool readable = (names.read & ~lines.slots_->usual.names).none();
-    const bool writable = (names.written & ~lines.writable_->names).none();
+    const RecordSet::OpenLine line = lines.Line();
+    const bool readable = (names.read & ~line.readable.names).none();
+    const bool writable = (names.written & ~line.writable.names).none();
     if (!readable || !writable) return std::nullopt;
-    return LineView(lines);
+    return LineView(line);
   }
 
   MOX_ALWAYS_INLINE Currency operator[](CurrencyName name) const {
@@ -40,11 +41,11 @@ class LineView {
   }
 
  private:
-  explicit LineView(RecordSet& lines)
-      : slots_(lines.slots_->usual.places.data()),
-        cells_(lines.cells_),
-        nulls_(reinterpret_cast<NullMark*>(lines.cells_ + lines.field_count_)),
-        modified_(&lines.modified_) {}
+  explicit LineView(const RecordSet::OpenLine& line)
+      : slots_(line.readable.places.data()),
+        cells_(line.cells),
+        nulls_(line.marks),
+        modified_(line.modified) {}
 
   std::size_t SlotOf(NameId id) const { return slots_[static_cast<std::size_t>(id)]; }
   MOX_ALWAYS_INLINE void Write(NameId id, std::uint64_t bits) {

@@ -11,156 +11,110 @@ namespace mox {
 // --- leaving and entering records ---
 
 void RecordSet::RequireBrowsable(const char* what) const {
-  if (state_ == DataSetState::kInactive)
-    throw StateError(name_ + ": cannot " + what + ", the record set is closed");
-  if (state_ == DataSetState::kCalcFields) {
-    throw StateError(name_ + ": cannot " + what + " inside the calculate-fields event");
+  if (now_.state == DataSetState::kInactive)
+    throw StateError(Name() + ": cannot " + what + ", the record set is closed");
+  if (now_.state == DataSetState::kCalcFields) {
+    throw StateError(Name() + ": cannot " + what + " inside the calculate-fields event");
   }
 }
 
 // The record that the before-post event looks at stays where it is.
 void RecordSet::RequireUnchecked(const char* what) const {
-  if (checking_) throw StateError(name_ + ": cannot " + what + " inside the before-post event");
+  if (now_.checking) throw StateError(Name() + ": cannot " + what + " inside the before-post event");
 }
 
 void RecordSet::RequireOutsideEvents(const char* what) const {
-  if (state_ == DataSetState::kCalcFields) RequireBrowsable(what);
+  if (now_.state == DataSetState::kCalcFields) RequireBrowsable(what);
   RequireUnchecked(what);
 }
 
 void RecordSet::RequireEditable() const {
-  if (state_ == DataSetState::kEdit || state_ == DataSetState::kInsert) return;
+  if (now_.state == DataSetState::kEdit || now_.state == DataSetState::kInsert) return;
   RequireBrowsable("edit");
-  throw StateError(name_ + ": there is no record to edit");
+  throw StateError(Name() + ": there is no record to edit");
 }
 
 void RecordSet::RequireEditing() const {
   RequireBrowsable("post");
-  throw StateError(name_ + ": cannot post, no record is being edited or inserted");
+  throw StateError(Name() + ": cannot post, no record is being edited or inserted");
 }
 
 void RecordSet::LeaveRecord() {
   RequireBrowsable("move");
   RequireUnchecked("move");
-  if (state_ == DataSetState::kBrowse) return;
-  if (modified_) {
+  if (now_.state == DataSetState::kBrowse) return;
+  if (now_.modified) {
     Post();
-  } else if (state_ == DataSetState::kEdit) {
-    if (replaced_text_) DropReplacedTexts(cells_, undo_.data());
+  } else if (now_.state == DataSetState::kEdit) {
     EndEditing();  // what the event calculated meanwhile stays
+    Tell(RecordSetChange::kRecord, now_.position);
   } else {
     Cancel();
   }
 }
 
-// Inside the event the state is its own; afterwards, also when the event raised, it is what it was. Writing
-// calculated fields does not count as a change of the record.
-struct RecordSet::StateGuard {
-  explicit StateGuard(RecordSet& record_set) : set(record_set), state(set.state_), modified(set.modified_) {
-    set.state_ = DataSetState::kCalcFields;
-    set.BindWritable();
-  }
-  ~StateGuard() {
-    set.state_ = state;
-    set.BindWritable();
-    set.modified_ = modified;
-  }
-  StateGuard(const StateGuard&) = delete;
-  StateGuard& operator=(const StateGuard&) = delete;
-
-  RecordSet& set;
-  DataSetState state;
-  bool modified;
-};
-
-void RecordSet::FireCalcFields() {
-  {
-    const StateGuard guard(*this);
-    on_calc_fields_(*this);
-  }
-  if (state_ == DataSetState::kBrowse) CompactTextsIfWorthIt();
-}
-
-void RecordSet::FireBeforePost() {
-  RequireUnchecked("post");
-  struct Checking {
-    explicit Checking(bool& flag) : checking(flag) { checking = true; }
-    ~Checking() { checking = false; }
-    Checking(const Checking&) = delete;
-    Checking& operator=(const Checking&) = delete;
-    bool& checking;
-  } const guard(checking_);
-  on_before_post_(*this);
-}
-
-void RecordSet::SetOnCalcFields(CalcFieldsEvent event) {
-  RequireOutsideEvents("replace the event");
-  on_calc_fields_ = std::move(event);
-  BindWatched();
-}
-
-void RecordSet::SetOnBeforePost(BeforePostEvent event) {
-  RequireOutsideEvents("replace the event");
-  on_before_post_ = std::move(event);
-  BindWatched();
-}
-
-void RecordSet::SetListener(Listener listener) {
-  listener_ = std::move(listener);
-  BindWatched();
-}
-
-void RecordSet::Notify(RecordSetChange change) {
-  if (!listener_) return;
-  if (controls_disabled_ > 0) {
-    changed_unseen_ = true;
-  } else {
-    listener_(*this, change);
-  }
-}
-
-void RecordSet::Refresh() {
-  RequireBrowsable("refresh");
-  if (on_calc_fields_ && (row_count_ > 0 || state_ == DataSetState::kInsert)) FireCalcFields();
-  Notify(RecordSetChange::kRecords);
-}
-
 // --- moving ---
 
+// A move is made and told of also when the event of the record raises.
+void RecordSet::TellOfMove() {
+  std::exception_ptr failure;
+  before_calculation_.clear();
+  try {
+    if (events_.calc_fields) FireCalcFields();
+  } catch (...) {
+    failure = std::current_exception();
+  }
+  if (!std::equal(before_calculation_.begin(), before_calculation_.end(), now_.cells)) {
+    Tell(RecordSetChange::kRecord, now_.position);
+  }
+  Tell(RecordSetChange::kMoved, now_.position);
+  if (failure) std::rethrow_exception(failure);
+}
+
 void RecordSet::Prior() {
-  if (state_ != DataSetState::kBrowse) LeaveRecord();
-  if (row_count_ > 0 && position_ > 0) {
-    MoveTo(position_ - 1);
+  if (now_.state != DataSetState::kBrowse) LeaveRecord();
+  if (now_.row_count > 0 && now_.position > 0) {
+    MoveTo(now_.position - 1);
   } else {
-    bof_ = true;
+    now_.bof = true;
   }
 }
 
 void RecordSet::Last() {
-  if (state_ != DataSetState::kBrowse) LeaveRecord();
-  if (row_count_ == 0) return;
-  MoveTo(row_count_ - 1);
-  eof_ = true;
+  if (now_.state != DataSetState::kBrowse) LeaveRecord();
+  if (now_.row_count == 0) return;
+  ShowRecord(now_.row_count - 1);
+  now_.eof = true;
+  BecameCurrent();
+}
+
+void RecordSet::GoToRow(std::size_t row) {
+  const RecordTable::Id record = RecordOfRow(row);
+  if (row == CurrentRow()) return;
+  if (now_.state != DataSetState::kBrowse) LeaveRecord();
+  const RecordTable::Id* const end = now_.rows + now_.row_count;
+  // leaving moves the others by one place at most
+  const RecordTable::Id* const near = now_.rows + (row > 0 ? std::min(row - 1, now_.row_count) : 0);
+  MoveTo(static_cast<std::size_t>(std::find(near, end, record) - now_.rows));
 }
 
 std::optional<Bookmark> RecordSet::GetBookmark() const {
-  const bool inserting = state_ == DataSetState::kInsert;
-  if (row_count_ == 0 && !inserting) return std::nullopt;
-  const std::uint32_t record = inserting ? pending_ : rows_[position_];
-  return Bookmark{record, slabs_.GenerationOf(record), epoch_, inserting ? pending_at_ : position_};
+  if (RowCount() == 0) return std::nullopt;
+  const RecordTable::Id record = now_.inserting ? now_.pending : now_.rows[now_.position];
+  return Bookmark{record, table_.GenerationOf(record), now_.epoch,
+                  now_.inserting ? now_.pending_at : now_.position};
 }
 
 bool RecordSet::GotoBookmark(const Bookmark& bookmark) {
-  if (state_ != DataSetState::kBrowse) LeaveRecord();
-  std::size_t at = bookmark.position;
-  if (at >= row_count_ || rows_[at] != bookmark.record) {
-    at = static_cast<std::size_t>(std::find(rows_, rows_ + row_count_, bookmark.record) - rows_);
-  }
-  if (at == row_count_ || epoch_ != bookmark.epoch ||
-      slabs_.GenerationOf(bookmark.record) != bookmark.generation) {
+  if (now_.state != DataSetState::kBrowse) LeaveRecord();
+  if (now_.epoch != bookmark.epoch || table_.GenerationOf(bookmark.record) != bookmark.generation)
     return false;
-  }
-  MoveTo(at);
+  const RecordTable::Id* const end = now_.rows + now_.row_count;
+  const bool stayed = bookmark.position < now_.row_count && now_.rows[bookmark.position] == bookmark.record;
+  const RecordTable::Id* const at =
+      stayed ? now_.rows + bookmark.position : std::find(now_.rows, end, bookmark.record);
+  if (at == end) return false;
+  MoveTo(static_cast<std::size_t>(at - now_.rows));
   return true;
 }
 
@@ -222,17 +176,17 @@ std::optional<std::size_t> RecordSet::FindRow(std::string_view names, std::span<
     const std::string_view name = TrimBlanks(rest.substr(0, end));
     rest.remove_prefix(std::min(end + 1, rest.size()));
     const auto index = FindFieldIndex(name);
-    if (!index) throw FieldNotFound(name, name_);
-    if (keys.size() == values.size()) throw Error(name_ + ": locate has more fields than values");
+    if (!index) throw FieldNotFound(name, Name());
+    if (keys.size() == values.size()) throw Error(Name() + ": locate has more fields than values");
     keys.push_back(MakeKey(*index, Definition(*index).kind, values[keys.size()], options));
   }
-  if (keys.size() != values.size()) throw Error(name_ + ": locate has more values than fields");
-  const bool untouched_insert = state_ == DataSetState::kInsert && !modified_;
+  if (keys.size() != values.size()) throw Error(Name() + ": locate has more values than fields");
+  const bool untouched_insert = now_.inserting && !now_.modified;
   for (std::size_t row = from; row < RowCount(); ++row) {
     if (untouched_insert && row == PendingRow()) continue;
-    const std::uint64_t* const cells = CellsOfRow(row);
+    const std::uint64_t* const cells = table_.Cells(RecordOfRow(row));
     const bool found = std::all_of(keys.begin(), keys.end(), [&](const Key& key) {
-      const bool null = IsNullCell(cells, key.index);
+      const bool null = table_.IsNull(cells, key.index);
       return null == key.null && (null || key.Matches(cells[key.index]));
     });
     if (found) return row;
@@ -241,7 +195,7 @@ std::optional<std::size_t> RecordSet::FindRow(std::string_view names, std::span<
 }
 
 bool RecordSet::Locate(std::string_view names, std::span<const Value> values, LocateOptions options) {
-  if (state_ != DataSetState::kBrowse) LeaveRecord();
+  if (now_.state != DataSetState::kBrowse) LeaveRecord();
   const auto row = FindRow(names, values, options);
   if (row) MoveTo(*row);
   return row.has_value();
@@ -249,107 +203,104 @@ bool RecordSet::Locate(std::string_view names, std::span<const Value> values, Lo
 
 // --- the filter ---
 
-std::string RecordSet::Filter() const { return filter_ ? filter_->expression() : std::string(); }
-
 void RecordSet::SetFilter(std::string_view expression, bool case_insensitive) {
   std::unique_ptr<RecordFilter> filter;
   if (!TrimBlanks(expression).empty()) {
     filter = std::make_unique<RecordFilter>(expression, case_insensitive);
     const auto index = FindFieldIndex(filter->field());
-    if (!index) throw FieldNotFound(filter->field(), name_);
+    if (!index) throw FieldNotFound(filter->field(), Name());
     filter->SetFieldIndex(*index);
   }
-  if (state_ != DataSetState::kBrowse) LeaveRecord();
+  if (now_.state != DataSetState::kBrowse) LeaveRecord();
   filter_ = std::move(filter);
-  if (filtered_) SetFiltered(true);
+  if (now_.filtered) SetFiltered(true);
 }
 
 void RecordSet::SetFiltered(bool filtered) {
-  if (state_ != DataSetState::kBrowse) LeaveRecord();
-  const auto current = row_count_ > 0 ? std::optional(rows_[position_]) : std::nullopt;
-  filtered_ = filtered;
+  if (now_.state != DataSetState::kBrowse) LeaveRecord();
+  const auto current = now_.row_count > 0 ? std::optional(now_.rows[now_.position]) : std::nullopt;
+  now_.filtered = filtered;
   ShowAfterChange(current);
 }
 
-bool RecordSet::IsVisible(const std::uint64_t* cells) const {
+bool RecordSet::IsVisible(RecordTable::Id record) const {
   if (!filter_) return true;
-  const std::size_t index = filter_->field_index();
-  return HoldsText(KindOf(index)) ? filter_->Matches(TextArena::Get(cells[index]))
-                                  : filter_->Matches(RowOf(cells).AsText(index));
+  const std::size_t field = filter_->field_index();
+  const RecordRow row = table_.Row(table_.Cells(record));
+  return HoldsText(Definition(field).kind) ? filter_->Matches(row.AsTextView(field))
+                                           : filter_->Matches(row.AsText(field));
 }
 
 void RecordSet::RebuildVisible() {
   visible_.clear();
-  if (!filtered_) return;
-  std::copy_if(order_.begin(), order_.end(), std::back_inserter(visible_),
-               [&](std::uint32_t record) { return IsVisible(CellsOf(record)); });
+  if (!now_.filtered) return;
+  std::copy_if(table_.order().begin(), table_.order().end(), std::back_inserter(visible_),
+               [&](RecordTable::Id record) { return IsVisible(record); });
 }
 
-void RecordSet::ShowAfterChange(std::optional<std::uint32_t> current) {
+// Other records are visible than before; the current one is kept where it is among them.
+void RecordSet::ShowAfterChange(std::optional<RecordTable::Id> current) {
   RebuildVisible();
-  Rebind();
-  const std::uint32_t* const end = rows_ + row_count_;
-  const std::uint32_t* const kept = current ? std::find(rows_, end, *current) : end;
-  if (row_count_ == 0) {
+  BindRows();
+  const RecordTable::Id* const end = now_.rows + now_.row_count;
+  const RecordTable::Id* const kept = current ? std::find(now_.rows, end, *current) : end;
+  if (now_.row_count == 0) {
     ShowNothing();
-  } else if (kept != end) {
-    ShowRecord(static_cast<std::size_t>(kept - rows_));
   } else {
-    First();
+    ShowRecord(kept == end ? 0 : static_cast<std::size_t>(kept - now_.rows));
+    now_.bof = kept == end;
   }
-  Notify(RecordSetChange::kRecords);
+  Tell(RecordSetChange::kReset);
+  if (now_.row_count > 0 && kept == end) BecameCurrent();
 }
 
 // The record just posted stands in its place among the visible ones, or leaves them.
 void RecordSet::FilterPosted(bool inserted) {
-  const std::uint32_t record = inserted ? pending_ : rows_[position_];
-  const bool visible = IsVisible(CellsOf(record));
-  std::size_t at = position_;
+  const RecordTable::Id record = inserted ? now_.pending : now_.rows[now_.position];
+  const bool visible = IsVisible(record);
+  // of a new record, the place at which it was pending; the table has it already
+  const bool at_end = inserted && now_.pending_at + 1 == table_.size();
+  const std::size_t row = at_end ? visible_.size() : now_.position;
+  const auto place = visible_.begin() + static_cast<std::ptrdiff_t>(row);
   if (inserted && visible) {
-    if (pending_at_ + 1 == order_.size()) at = visible_.size();
-    visible_.insert(visible_.begin() + static_cast<std::ptrdiff_t>(at), record);
+    visible_.insert(place, record);
   } else if (!inserted && !visible) {
-    visible_.erase(visible_.begin() + static_cast<std::ptrdiff_t>(at));
+    visible_.erase(place);
   }
-  Rebind();
-  if (row_count_ == 0) {
+  BindRows();
+  if (now_.row_count == 0) {
     ShowNothing();
-  } else if (visible) {
-    ShowRecord(at);
   } else {
-    MoveTo(std::min(at, row_count_ - 1));
+    ShowRecord(visible ? row : std::min(now_.position, now_.row_count - 1));
   }
+  Tell(visible ? RecordSetChange::kRecord : RecordSetChange::kRemoved, row);
+  if (!visible && now_.row_count > 0) BecameCurrent();
 }
 
 void RecordSet::LeaveForNext() {
-  const std::size_t visible_before = row_count_;
-  const bool posted_insert = state_ == DataSetState::kInsert && modified_;
-  const bool editing = state_ == DataSetState::kEdit;
-  const bool was_last = position_ + 1 >= visible_before;
-  const bool at_end = pending_at_ == order_.size();
+  const std::size_t visible_before = now_.row_count;
+  const bool posted_insert = now_.state == DataSetState::kInsert && now_.modified;
+  const bool editing = now_.state == DataSetState::kEdit;
+  const bool was_last = now_.position + 1 >= visible_before;
+  const bool at_end = now_.pending_at == table_.size();
   LeaveRecord();
-  if (editing && row_count_ < visible_before) {
-    eof_ = eof_ || was_last;
-  } else if (posted_insert && row_count_ == visible_before) {
-    eof_ = eof_ || at_end;  // the new record is filtered out: the one after it is current
+  if (editing && now_.row_count < visible_before) {
+    now_.eof = now_.eof || was_last;
+  } else if (posted_insert && now_.row_count == visible_before) {
+    now_.eof = now_.eof || at_end;  // the new record is filtered out: the one after it is current
   } else {
     Next();
   }
 }
 
-std::size_t RecordSet::OrderIndexOf(std::uint32_t record, std::size_t hint) const {
-  if (!filtered_) return hint;
-  const auto from = order_.begin() + static_cast<std::ptrdiff_t>(hint);
-  return static_cast<std::size_t>(std::find(from, order_.end(), record) - order_.begin());
+std::size_t RecordSet::OrderIndexOf(RecordTable::Id record, std::size_t hint) const {
+  if (!now_.filtered) return hint;
+  const auto& order = table_.order();
+  return static_cast<std::size_t>(
+      std::find(order.begin() + static_cast<std::ptrdiff_t>(hint), order.end(), record) - order.begin());
 }
 
 // --- guards ---
-
-ControlsGuard::~ControlsGuard() {
-  if (--set_.controls_disabled_ > 0 || !set_.changed_unseen_) return;
-  set_.changed_unseen_ = false;
-  set_.Notify(RecordSetChange::kRecords);
-}
 
 void SavedPosition::Restore() {
   done_ = true;

@@ -8,20 +8,22 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/field.h"
+#include "mox/foundation/listeners.h"
 #include "mox/foundation/real.h"
+#include "mox/foundation/record_filter.h"
 #include "mox/foundation/record_row.h"
-#include "mox/foundation/record_store.h"
-#include "mox/foundation/structure.h"
+#include "mox/foundation/record_table.h"
 #include "mox/foundation/vocabulary.h"
 
 namespace mox {
 
 class Field;
-class RecordFilter;
+class RowRange;
 
 /// The states of a record set, in the order of the screens' framework. A set here is inactive, browsing,
 /// editing, inserting or inside its calculate-fields event; the others exist for their names.
@@ -41,19 +43,12 @@ enum class DataSetState : std::uint8_t {
   kOpening
 };
 
-/// What a screen bound to a record set is told.
-enum class RecordSetChange : std::uint8_t {
-  kMoved,   ///< another record is current
-  kRecord,  ///< the current record was written, posted or cancelled
-  kRecords  ///< records came, went or were refreshed; also told once after controls are enabled again
-};
-
 /// A remembered record. It stays good while records come and go, until its own is deleted or the set is
 /// closed, loaded or cloned anew.
 struct Bookmark {
   std::uint32_t record = 0;
   std::uint32_t generation = 0;
-  std::uint32_t epoch = 0;
+  std::uint64_t epoch = 0;
   std::size_t position = 0;
 };
 
@@ -79,18 +74,18 @@ class RecordSet {
  public:
   using CalcFieldsEvent = std::function<void(RecordSet&)>;
   using BeforePostEvent = std::function<void(RecordSet&)>;
-  using Listener = std::function<void(RecordSet&, RecordSetChange)>;  ///< must not raise
+  using Listener = Listeners::Listener;
 
-  explicit RecordSet(std::string name = {});
-  ~RecordSet();
-  RecordSet(RecordSet&& other) noexcept;
-  RecordSet& operator=(RecordSet&& other) noexcept;
+  explicit RecordSet(std::string name = {}) { table_.name = std::move(name); }
+  ~RecordSet() = default;
+  RecordSet(RecordSet&& other) noexcept = default;
+  RecordSet& operator=(RecordSet&& other) noexcept = default;
   RecordSet(const RecordSet&) = delete;
   RecordSet& operator=(const RecordSet&) = delete;
 
   /// The component name, under which the set travels to the server.
-  const std::string& Name() const { return name_; }
-  void SetName(std::string name) { name_ = std::move(name); }
+  const std::string& Name() const { return table_.name; }
+  void SetName(std::string name) { table_.name = std::move(name); }
 
   // --- structure ---
 
@@ -101,20 +96,20 @@ class RecordSet {
   void Open();
   /// Drops all records and a pending edit. The fields stay defined.
   void Close();
-  bool IsActive() const { return state_ != DataSetState::kInactive; }
+  bool IsActive() const { return now_.state != DataSetState::kInactive; }
 
-  std::size_t FieldCount() const { return defs().size(); }
-  const FieldDef& Definition(std::size_t index) const { return defs().at(index); }
+  std::size_t FieldCount() const { return table_.Fields().size(); }
+  const FieldDef& Definition(std::size_t index) const { return table_.Fields().at(index); }
   std::optional<Field> FindField(std::string_view name);
   Field FieldByName(std::string_view name);
   Field FieldAt(std::size_t index);
-  std::optional<std::size_t> FindFieldIndex(std::string_view name) const;
+  std::optional<std::size_t> FindFieldIndex(std::string_view name) const { return table_.Find(name); }
   void SetDisplayName(std::size_t index, std::string display_name);
   void SetDisplayFormat(std::size_t index, std::string mask);
   void SetRequired(std::size_t index, bool required);
 
   /// Takes over the structure and copies of all records, in their order, unfiltered and without a pending
-  /// edit. The name, the event and the listener of this set stay.
+  /// edit. The name, the events and the listeners of this set stay.
   void CleanClone(const RecordSet& source);
   /// Appends copies of all records of another set; fields that both have are copied by name, converted where
   /// the kinds differ as by writing, the others are null. A value that cannot be converted raises
@@ -125,12 +120,12 @@ class RecordSet {
 
   // --- navigation ---
 
-  bool IsEmpty() const { return row_count_ == 0; }
-  std::size_t RecordCount() const { return row_count_; }
-  bool Eof() const { return eof_; }
-  bool Bof() const { return bof_; }
+  bool IsEmpty() const { return now_.row_count == 0; }
+  std::size_t RecordCount() const { return now_.row_count; }
+  bool Eof() const { return now_.eof; }
+  bool Bof() const { return now_.bof; }
   /// Position of the current record among the visible ones, from 0.
-  std::size_t Position() const { return position_; }
+  std::size_t Position() const { return now_.position; }
   void First();
   void Next();
   void Prior();
@@ -147,14 +142,22 @@ class RecordSet {
   }
   bool Locate(FloatName name, double value);
 
+  /// Makes a row current in one move; the current one stays as it is, also while it is edited or inserted.
+  /// Raises Error when there is none at that place.
+  void GoToRow(std::size_t row);
+
   // --- rows, read without moving, posting or firing ---
 
   /// The rows as a screen shows them: the visible records, and one that is being inserted in its place.
-  std::size_t RowCount() const { return row_count_ + (state_ == DataSetState::kInsert ? 1U : 0U); }
+  std::size_t RowCount() const { return now_.row_count + (now_.inserting ? 1U : 0U); }
   /// Which of them is current.
-  std::size_t CurrentRow() const { return state_ == DataSetState::kInsert ? PendingRow() : position_; }
+  std::size_t CurrentRow() const { return now_.inserting ? PendingRow() : now_.position; }
   /// A row with what is pending in it. Raises Error when there is none at that place.
   RecordRow RowAt(std::size_t row) const;
+  /// All of them, in their order.
+  RowRange Rows() const;
+  /// All records whatever the filter, as they were posted.
+  const RecordTable& Table() const { return table_; }
   /// The first row, from a place on, whose key fields equal the values, as Locate compares them. An insert
   /// that nobody touched is passed over.
   std::optional<std::size_t> FindRow(std::string_view names, std::span<const Value> values,
@@ -166,13 +169,13 @@ class RecordSet {
   /// replacing it while it is on, keeps the current record where it stays visible, else goes to the first.
   void SetFilter(std::string_view expression, bool case_insensitive = false);
   void SetFiltered(bool filtered);
-  std::string Filter() const;
-  bool IsFiltered() const { return filtered_; }
+  std::string Filter() const { return filter_ ? filter_->expression() : std::string(); }
+  bool IsFiltered() const { return now_.filtered; }
 
   // --- editing ---
 
-  DataSetState State() const { return state_; }
-  bool IsModified() const { return modified_; }
+  DataSetState State() const { return now_.state; }
+  bool IsModified() const { return now_.modified; }
   void Edit();
   /// Begins a new record before the current one, or at the end.
   void Insert();
@@ -206,12 +209,22 @@ class RecordSet {
   /// error cancels the post and the move that wanted it. Inside, the record may be written; nothing moves,
   /// posts or cancels.
   void SetOnBeforePost(BeforePostEvent event);
-  /// The before-post event is running.
-  bool IsBeingChecked() const { return checking_; }
-  /// Fires the event for the current record and tells the listener.
+  /// Fires the event for the current record and tells the listeners to read everything anew.
   void Refresh();
-  void SetListener(Listener listener);
-  bool ControlsDisabled() const { return controls_disabled_ > 0; }
+  /// Whoever shows the set is told what changes. The answer names the listener when it is removed.
+  int AddListener(Listener listener);
+  void RemoveListener(int id);
+  /// Nested, and best by ControlsGuard. While they are disabled the listeners hear nothing; after the last
+  /// enabling they are told once of everything.
+  void DisableControls() { ++controls_.disabled; }
+  void EnableControls();
+  bool ControlsDisabled() const { return controls_.disabled > 0; }
+  /// The before-post event is running.
+  bool IsBeingChecked() const { return now_.checking; }
+  /// The set is walked, checked or calculated: a screen that processes messages meanwhile leaves it alone.
+  bool IsBusy() const {
+    return ControlsDisabled() || IsBeingChecked() || now_.state == DataSetState::kCalcFields;
+  }
 
   // --- values of the current record ---
 
@@ -226,7 +239,7 @@ class RecordSet {
   Real Optional(FloatName name) const;
   template <FieldKind K>
   bool Has(FieldName<K> name) const {
-    return slots_->present[name.id] != kNoSlot;
+    return now_.places->present[name.id] != kNoSlot;
   }
 
   void Set(CurrencyName name, Currency value);
@@ -270,144 +283,164 @@ class RecordSet {
   void SaveToFile(const std::string& path) const;
   void LoadFromFile(const std::string& path);
 
+  /// The current record as formulas go over it, with what the state lets them write; holds until the set
+  /// moves or changes its state.
+  struct OpenLine {
+    const SlotTable& readable;
+    const SlotTable& writable;
+    std::uint64_t* cells;
+    NullMark* marks;
+    bool* modified;
+  };
+  OpenLine Line() {
+    return {now_.places->usual, *now_.writable, now_.cells,
+            reinterpret_cast<NullMark*>(now_.cells + now_.field_count), &now_.modified};
+  }
+
   /// Bytes held for records and texts.
-  std::size_t MemoryBytes() const;
+  std::size_t MemoryBytes() const {
+    return table_.MemoryBytes() + visible_.capacity() * sizeof(RecordTable::Id);
+  }
 
  private:
-  friend class ControlsGuard;
-  friend class Field;
-  friend class LineView;
-  friend class RecordSetText;
+  struct CalcGuard;
 
-  struct StateGuard;
+  // Where the set stands. What every read and write of the current record needs comes first.
+  struct Standing {
+    const SlotTables* places = &kNoSlotTables;
+    const SlotTable* writable = &kNoSlots;  // what the state lets a formula write
+    std::uint64_t* cells = nullptr;
+    const FieldKind* kinds = nullptr;  // by position, of an open set
+    std::size_t field_count = 0;       // of an open set
+    bool modified = false;
+    bool watched = false;    // an event or a listener is set
+    bool listening = false;  // a listener is set
+    bool checking = false;   // inside the before-post event
+    bool inserting = false;  // also while the event calculates the new record
+    bool eof = true;
+    bool bof = true;
+    bool filtered = false;
+    DataSetState state = DataSetState::kInactive;
+    const RecordTable::Id* rows = nullptr;  // VisibleRecords(), at hand
+    std::size_t row_count = 0;
+    std::size_t position = 0;
+    RecordTable::Id pending = 0;  // the record being inserted
+    std::size_t pending_at = 0;   // its place in the order
+    std::uint64_t epoch = 0;      // which beginning of which set this is
+  };
 
-  static constexpr std::size_t kMostRecords = 0xFFFF'FFFFU;
-  static constexpr std::size_t kGarbageLimit = 1U << 20U;  // bytes of dead texts worth compacting
+  // A part that moving leaves as new, so that the set it was taken from is closed and can be used again.
+  template <typename Part>
+  struct LeftAsNew : Part {
+    LeftAsNew() = default;
+    ~LeftAsNew() = default;
+    LeftAsNew(LeftAsNew&& other) noexcept : Part(std::exchange(static_cast<Part&>(other), Part())) {}
+    LeftAsNew& operator=(LeftAsNew&& other) noexcept {
+      Part::operator=(std::exchange(static_cast<Part&>(other), Part()));
+      return *this;
+    }
+    LeftAsNew(const LeftAsNew&) = delete;
+    LeftAsNew& operator=(const LeftAsNew&) = delete;
+  };
 
-  const std::vector<FieldDef>& defs() const;
-  std::vector<FieldDef>& MutableDefs();
-  std::uint64_t* CellsOf(std::uint32_t record) const { return slabs_.At(record); }
-  // Of a record without its pending edit.
-  const std::uint64_t* PostedCellsOf(std::uint32_t record) const {
-    return has_undo_ && record == rows_[position_] ? undo_.data() : CellsOf(record);
+  // Belongs to the place of the set, to which guards refer, so that moving leaves it where it is.
+  struct Controls {
+    Controls() = default;
+    ~Controls() = default;
+    Controls(Controls&&) noexcept {}
+    Controls& operator=(Controls&&) noexcept { return *this; }
+    Controls(const Controls&) = delete;
+    Controls& operator=(const Controls&) = delete;
+
+    int disabled = 0;
+    bool moved_unseen = false;
+    bool changed_unseen = false;
+  };
+
+  struct Events {
+    CalcFieldsEvent calc_fields;
+    BeforePostEvent before_post;
+    Listeners listeners;
+  };
+
+  const std::vector<RecordTable::Id>& VisibleRecords() const {
+    return now_.filtered ? visible_ : table_.order();
   }
-  const std::vector<std::uint32_t>& Rows() const { return filtered_ ? visible_ : order_; }
-  void Rebind() {
-    rows_ = Rows().data();
-    row_count_ = Rows().size();
+  std::size_t PendingRow() const { return now_.pending_at == table_.size() ? now_.row_count : now_.position; }
+  RecordTable::Id RecordOfRow(std::size_t row) const;
+
+  // structure
+  std::vector<FieldDef>& MutableFields();
+  void BindStructure();
+  void BindWritable();
+  void BindWatched();
+  void BindRows() {
+    now_.rows = VisibleRecords().data();
+    now_.row_count = VisibleRecords().size();
   }
+  void BeginAnew(DataSetState state);
 
-  std::size_t PendingRow() const { return pending_at_ == order_.size() ? row_count_ : position_; }
-  const std::uint64_t* CellsOfRow(std::size_t row) const;
+  // what the state allows
+  void RequireBrowsable(const char* what) const;
+  void RequireUnchecked(const char* what) const;
+  void RequireOutsideEvents(const char* what) const;
+  void RequireEditable() const;
+  void RequireEditing() const;
 
+  // moving
   void LeaveRecord();
   // Leaves the record, and moves on unless leaving already did: a record that its change took out of the
   // filter is followed by the next one.
   void LeaveForNext();
-  void BecameCurrent();
+  void BecameCurrent() {
+    if (now_.watched) [[unlikely]]
+      TellOfMove();
+  }
+  void TellOfMove();
   void ShowRecord(std::size_t position);
-  void MoveTo(std::size_t position);
-  void FireCalcFields();
-  void FireBeforePost();
-  void Notify(RecordSetChange change);
-  void RequireBrowsable(const char* what) const;
-  void RequireEditing() const;
-  void RequireUnchecked(const char* what) const;
-  void RequireOutsideEvents(const char* what) const;
   void ShowNothing();
-  void ShowAfterChange(std::optional<std::uint32_t> current);
-
-  std::uint32_t NewRecord();
-  void DropRecord(std::uint32_t record);
-  void BeginInsert(std::size_t at);
-  void FillRecord(std::span<const Value> values);
-  void EndEditing();
-  void DropText(std::size_t index);
-  void DropReplacedTexts(const std::uint64_t* kept, const std::uint64_t* replaced);
-  void BindStructure();
-  void BindWatched() {
-    watched_ = on_calc_fields_ != nullptr || on_before_post_ != nullptr || listener_ != nullptr;
-  }
-  void BindWritable() {
-    const bool open = state_ == DataSetState::kEdit || state_ == DataSetState::kInsert;
-    const bool calculating = state_ == DataSetState::kCalcFields;
-    writable_ = open ? &slots_->usual : calculating ? &slots_->calculated : &kNoSlots;
-  }
-  void DropEverything();
-  void RequireEditable() const;
-  void PostSlowly();
-  void CompactTexts();
-  void CompactTextsIfWorthIt() {
-    if (texts_.garbage() > kGarbageLimit && texts_.garbage() > texts_.used() / 2) CompactTexts();
-  }
-  bool IsVisible(const std::uint64_t* cells) const;
+  void MoveTo(std::size_t position);
+  void ShowAfterChange(std::optional<RecordTable::Id> current);
+  bool IsVisible(RecordTable::Id record) const;
   void RebuildVisible();
   void FilterPosted(bool inserted);
-  std::size_t OrderIndexOf(std::uint32_t record, std::size_t hint) const;
-  std::uint32_t CopyRecordFrom(const RecordSet& source, std::uint32_t record,
-                               std::span<const std::optional<std::size_t>> source_fields);
-  void StartWith(std::shared_ptr<Structure> structure);
+  std::size_t OrderIndexOf(RecordTable::Id record, std::size_t hint) const;
 
-  // A record is its cells; the bytes that mark its nulls stand behind them.
-  bool IsNullCell(const std::uint64_t* cells, std::size_t index) const {
-    return reinterpret_cast<const NullMark*>(cells + field_count_)[index] != NullMark::kValue;
-  }
-  void MarkCell(std::uint64_t* cells, std::size_t index, bool null) const {
-    reinterpret_cast<NullMark*>(cells + field_count_)[index] = null ? NullMark::kNull : NullMark::kValue;
-  }
-  FieldKind KindOf(std::size_t index) const { return kinds_[index]; }
+  // editing
+  void BeganEdit();
+  void BeginInsert(std::size_t at);
+  void FillRecord(std::span<const Value> values);
+  void PostSlowly();
+  void EndEditing();
+
+  // events
+  void FireCalcFields();
+  void FireBeforePost();
+  void Tell(RecordSetChange::Kind kind, std::size_t row = 0, std::size_t field = 0);
+
+  // values
   void RequireIndex(std::size_t index) const;
   std::size_t IndexOf(NameId id) const;
-  RecordRow RowOf(const std::uint64_t* cells) const { return {*structure_, name_, cells}; }
-  // The current record; raises where the set has no such field or is closed.
-  RecordRow Readable(std::size_t index) const;
-  [[noreturn]] void RethrowFor(std::size_t index, const ConversionError& error) const;
+  RecordRow Readable(std::size_t index) const;  // the current record; raises where it cannot be read
   Currency ReadCurrencySlowly(NameId id) const;
   double ReadFloatSlowly(NameId id) const;
   void SetSlowly(NameId id, Currency value);
   void SetSlowly(NameId id, double value);
   void RequireWritable(std::size_t index) const;
-  void WriteCell(std::size_t index, std::uint64_t bits);
+  void Wrote(std::size_t index);
   void WriteValue(std::size_t index, const Value& value);
-  std::uint64_t StoredText(std::size_t index, std::string_view text);
-  std::optional<std::uint64_t> StoredValue(std::size_t index, const Value& value);
+  void MarkWritten(std::size_t slot) {
+    reinterpret_cast<NullMark*>(now_.cells + now_.field_count)[slot] = NullMark::kValue;
+    now_.modified = true;
+  }
 
-  // What every read and write of the current record needs.
-  const SlotTables* slots_ = &kNoSlotTables;
-  const SlotTable* writable_ = &kNoSlots;  // what the state lets a formula write
-  std::uint64_t* cells_ = nullptr;
-  const FieldKind* kinds_ = nullptr;  // by position, of an open set
-  std::size_t field_count_ = 0;       // of an open set
-  bool modified_ = false;
-  bool watched_ = false;   // an event or a listener is set
-  bool checking_ = false;  // inside the before-post event
-  bool eof_ = true;
-  bool bof_ = true;
-  bool filtered_ = false;
-  bool has_undo_ = false;
-  bool replaced_text_ = false;   // a text that undo_ still refers to was replaced
-  bool changed_unseen_ = false;  // something changed while the controls were disabled
-  DataSetState state_ = DataSetState::kInactive;
-  const std::uint32_t* rows_ = nullptr;  // Rows(), at hand
-  std::size_t row_count_ = 0;
-  std::size_t position_ = 0;
-
-  std::string name_;
-  std::vector<FieldDef> defined_;         // before opening
-  std::shared_ptr<Structure> structure_;  // from opening on
-  RecordSlabs slabs_{1};
-  TextArena texts_;
-  std::vector<std::uint32_t> order_;
-  std::vector<std::uint32_t> visible_;  // of order_, while filtered
-  std::vector<std::uint64_t> undo_;     // room for one record: the current one as it was before the edit
-  std::uint32_t epoch_ = 0;             // how often the set began anew
-  std::uint32_t pending_ = 0;           // the record being inserted
-  std::size_t pending_at_ = 0;          // its place in order_
-  int controls_disabled_ = 0;
-  CalcFieldsEvent on_calc_fields_;
-  BeforePostEvent on_before_post_;
-  Listener listener_;
+  LeftAsNew<Standing> now_;
+  RecordTable table_;
+  std::vector<RecordTable::Id> visible_;  // of the table's order, while filtered
   std::unique_ptr<RecordFilter> filter_;
+  LeftAsNew<Events> events_;
+  Controls controls_;
+  std::vector<std::uint64_t> before_calculation_;  // room for one record, where somebody listens
 };
 
 /// One column of a record set: reads and writes the value of the current record. It refers to its set and
@@ -458,12 +491,39 @@ class Field {
   std::size_t index_;
 };
 
+/// The rows of a set, to be iterated while the set is left alone.
+class RowRange {
+ public:
+  class Iterator {
+   public:
+    Iterator(const RecordSet& set, std::size_t row) : set_(&set), row_(row) {}
+    RecordRow operator*() const { return set_->RowAt(row_); }
+    Iterator& operator++() {
+      ++row_;
+      return *this;
+    }
+    friend bool operator==(const Iterator& a, const Iterator& b) { return a.row_ == b.row_; }
+
+   private:
+    const RecordSet* set_;
+    std::size_t row_;
+  };
+
+  explicit RowRange(const RecordSet& set) : set_(set) {}
+  Iterator begin() const { return {set_, 0}; }
+  Iterator end() const { return {set_, set_.RowCount()}; }
+
+ private:
+  const RecordSet& set_;
+};
+
+inline RowRange RecordSet::Rows() const { return RowRange(*this); }
+
 /// Disables the controls bound to a set for its own lifetime, while which the set is not moved; guards nest.
-/// The listener hears nothing meanwhile, and once of all changes after the last guard is gone.
 class [[nodiscard]] ControlsGuard {
  public:
-  explicit ControlsGuard(RecordSet& set) : set_(set) { ++set_.controls_disabled_; }
-  ~ControlsGuard();
+  explicit ControlsGuard(RecordSet& set) : set_(set) { set_.DisableControls(); }
+  ~ControlsGuard() { set_.EnableControls(); }
   ControlsGuard(const ControlsGuard&) = delete;
   ControlsGuard& operator=(const ControlsGuard&) = delete;
 

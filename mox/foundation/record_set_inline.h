@@ -8,62 +8,51 @@
 namespace mox {
 
 MOX_ALWAYS_INLINE Currency RecordSet::operator[](CurrencyName name) const {
-  const std::size_t slot = slots_->usual[name.id];
+  const std::size_t slot = now_.places->usual[name.id];
   if (slot == kNoSlot) [[unlikely]]
     return ReadCurrencySlowly(name.id);
-  return Currency::FromScaled(static_cast<std::int64_t>(cells_[slot]));
+  return Currency::FromScaled(static_cast<std::int64_t>(now_.cells[slot]));
 }
 
 MOX_ALWAYS_INLINE Real RecordSet::operator[](FloatName name) const {
-  const std::size_t slot = slots_->usual[name.id];
+  const std::size_t slot = now_.places->usual[name.id];
   if (slot == kNoSlot) [[unlikely]]
     return ReadFloatSlowly(name.id);
-  return std::bit_cast<double>(cells_[slot]);
+  return std::bit_cast<double>(now_.cells[slot]);
 }
 
 inline Amount RecordSet::Price(PriceName name) const {
-  const std::size_t slot = slots_->usual[name.id];
-  if (slot == kNoSlot) [[unlikely]] {
+  const std::size_t slot = now_.places->usual[name.id];
+  if (slot == kNoSlot) [[unlikely]]
     return Readable(IndexOf(name.id)).Price(name);
-  }
-  return Currency::FromScaled(static_cast<std::int64_t>(cells_[slot]));
+  return Currency::FromScaled(static_cast<std::int64_t>(now_.cells[slot]));
 }
 
 inline Currency RecordSet::Optional(CurrencyName name) const {
-  const std::size_t slot = slots_->usual[name.id];
-  if (slot != kNoSlot) [[likely]]
-    return Currency::FromScaled(static_cast<std::int64_t>(cells_[slot]));
-  return Has(name) ? ReadCurrencySlowly(name.id) : Currency();
+  return Has(name) ? (*this)[name] : Currency();
 }
 
-inline Real RecordSet::Optional(FloatName name) const {
-  const std::size_t slot = slots_->usual[name.id];
-  if (slot != kNoSlot) [[likely]]
-    return std::bit_cast<double>(cells_[slot]);
-  return Has(name) ? Real(ReadFloatSlowly(name.id)) : Real(0);
-}
+inline Real RecordSet::Optional(FloatName name) const { return Has(name) ? (*this)[name] : Real(0); }
 
 inline std::int64_t RecordSet::operator[](IntegerName name) const { return AsInteger(IndexOf(name.id)); }
 
 inline std::string RecordSet::operator[](TextName name) const { return AsText(IndexOf(name.id)); }
 
 MOX_ALWAYS_INLINE void RecordSet::Set(CurrencyName name, Currency value) {
-  const std::size_t slot = (*writable_)[name.id];
+  const std::size_t slot = (*now_.writable)[name.id];
   if (slot != kNoSlot) [[likely]] {
-    cells_[slot] = static_cast<std::uint64_t>(value.scaled());
-    MarkCell(cells_, slot, false);
-    modified_ = true;
+    now_.cells[slot] = static_cast<std::uint64_t>(value.scaled());
+    MarkWritten(slot);
   } else {
     SetSlowly(name.id, value);
   }
 }
 
 MOX_ALWAYS_INLINE void RecordSet::Set(FloatName name, Real value) {
-  const std::size_t slot = (*writable_)[name.id];
+  const std::size_t slot = (*now_.writable)[name.id];
   if (slot != kNoSlot) [[likely]] {
-    cells_[slot] = std::bit_cast<std::uint64_t>(value.ToDouble());
-    MarkCell(cells_, slot, false);
-    modified_ = true;
+    now_.cells[slot] = std::bit_cast<std::uint64_t>(value.ToDouble());
+    MarkWritten(slot);
   } else {
     SetSlowly(name.id, value.ToDouble());
   }
@@ -71,18 +60,11 @@ MOX_ALWAYS_INLINE void RecordSet::Set(FloatName name, Real value) {
 
 inline void RecordSet::Set(TextName name, std::string_view value) { SetText(IndexOf(name.id), value); }
 
-inline void RecordSet::BecameCurrent() {
-  if (watched_) [[unlikely]] {
-    if (on_calc_fields_) FireCalcFields();
-    Notify(RecordSetChange::kMoved);
-  }
-}
-
 inline void RecordSet::ShowRecord(std::size_t position) {
-  position_ = position;
-  cells_ = CellsOf(rows_[position]);
-  eof_ = false;
-  bof_ = false;
+  now_.position = position;
+  now_.cells = table_.Cells(now_.rows[position]);
+  now_.eof = false;
+  now_.bof = false;
 }
 
 inline void RecordSet::MoveTo(std::size_t position) {
@@ -91,78 +73,81 @@ inline void RecordSet::MoveTo(std::size_t position) {
 }
 
 inline void RecordSet::First() {
-  if (state_ != DataSetState::kBrowse) LeaveRecord();
-  if (row_count_ == 0) return;
-  MoveTo(0);
-  bof_ = true;
+  if (now_.state != DataSetState::kBrowse) LeaveRecord();
+  if (now_.row_count == 0) return;
+  ShowRecord(0);
+  now_.bof = true;
+  BecameCurrent();
 }
 
 inline void RecordSet::Next() {
-  if (state_ != DataSetState::kBrowse) {
+  if (now_.state != DataSetState::kBrowse) {
     LeaveForNext();
     return;
   }
-  if (position_ + 1 < row_count_) [[likely]] {
-    MoveTo(position_ + 1);
+  if (now_.position + 1 < now_.row_count) [[likely]] {
+    MoveTo(now_.position + 1);
   } else {
-    eof_ = true;
+    now_.eof = true;
   }
 }
 
 inline void RecordSet::Edit() {
-  if (state_ != DataSetState::kBrowse || row_count_ == 0) {
+  if (now_.state != DataSetState::kBrowse || now_.row_count == 0) {
     RequireEditable();
     return;
   }
-  std::memcpy(undo_.data(), cells_, undo_.size() * sizeof(std::uint64_t));
-  has_undo_ = true;
-  state_ = DataSetState::kEdit;
-  writable_ = &slots_->usual;
-  modified_ = false;
+  table_.BeginEdit(now_.rows[now_.position]);
+  now_.state = DataSetState::kEdit;
+  now_.writable = &now_.places->usual;
+  now_.modified = false;
+  if (now_.listening) [[unlikely]]
+    BeganEdit();
 }
 
 inline void RecordSet::EndEditing() {
-  has_undo_ = false;
-  replaced_text_ = false;
-  writable_ = &kNoSlots;
-  modified_ = false;
-  state_ = DataSetState::kBrowse;
+  table_.KeepEdit();
+  now_.writable = &kNoSlots;
+  now_.modified = false;
+  now_.inserting = false;
+  now_.state = DataSetState::kBrowse;
 }
 
 inline void RecordSet::Post() {
-  if (state_ == DataSetState::kEdit && !watched_ && !filtered_ && !replaced_text_) [[likely]] {
+  if (now_.state == DataSetState::kEdit && !now_.watched && !now_.filtered) [[likely]] {
     EndEditing();
+    table_.CompactTextsIfWorthIt();
   } else {
     PostSlowly();
   }
 }
 
 inline void RecordSet::PostPending() {
-  if (state_ != DataSetState::kBrowse && state_ != DataSetState::kInactive) LeaveRecord();
+  if (now_.state != DataSetState::kBrowse && now_.state != DataSetState::kInactive) LeaveRecord();
 }
 
 inline double RecordSet::AsFloat(std::size_t index) const {
-  if (index < field_count_ && kinds_[index] == FieldKind::kFloat) [[likely]] {
-    return std::bit_cast<double>(cells_[index]);
+  if (index < now_.field_count && now_.kinds[index] == FieldKind::kFloat) [[likely]] {
+    return std::bit_cast<double>(now_.cells[index]);
   }
   return Readable(index).AsFloat(index);
 }
 
 inline Currency RecordSet::AsCurrency(std::size_t index) const {
-  if (index < field_count_ && kinds_[index] == FieldKind::kCurrency) [[likely]] {
-    return Currency::FromScaled(static_cast<std::int64_t>(cells_[index]));
+  if (index < now_.field_count && now_.kinds[index] == FieldKind::kCurrency) [[likely]] {
+    return Currency::FromScaled(static_cast<std::int64_t>(now_.cells[index]));
   }
   return Readable(index).AsCurrency(index);
 }
 
 inline bool RecordSet::Locate(FloatName name, double value) {
-  const std::size_t slot = slots_->usual[name.id];
-  if (slot == kNoSlot || state_ != DataSetState::kBrowse) {
+  const std::size_t slot = now_.places->usual[name.id];
+  if (slot == kNoSlot || now_.state != DataSetState::kBrowse) {
     return Locate(name.text, {Value(value)});
   }
-  for (std::size_t i = 0; i < row_count_; ++i) {
-    const std::uint64_t* const cells = CellsOf(rows_[i]);
-    if (std::bit_cast<double>(cells[slot]) == value && !IsNullCell(cells, slot)) {
+  for (std::size_t i = 0; i < now_.row_count; ++i) {
+    const std::uint64_t* const cells = table_.Cells(now_.rows[i]);
+    if (std::bit_cast<double>(cells[slot]) == value && !table_.IsNull(cells, slot)) {
       MoveTo(i);
       return true;
     }

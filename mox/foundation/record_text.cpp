@@ -73,143 +73,139 @@ FieldDef ReadField(Reader& in) {
 
 }  // namespace
 
-/// Reads and writes the text form over the cells of a set.
-class RecordSetText {
- public:
-  static void Append(const RecordSet& set, std::string& out) {
-    WriteHead(set, out);
-    // The text is seldom longer than the records in memory, and room that is not used costs nothing.
-    out.reserve(out.size() + set.MemoryBytes());
-    for (const std::uint32_t record : set.order_) {
-      const std::uint64_t* const cells = set.PostedCellsOf(record);
-      for (std::size_t i = 0; i < set.FieldCount(); ++i) {
-        if (i > 0) out += ' ';
-        WriteCell(set, cells, i, out);
-      }
-      out += '\n';
-    }
-    out += kEnd;
+namespace {
+
+// --- writing ---
+
+void WriteHead(const RecordTable& table, std::string& out) {
+  out += kSignature;
+  out += "\nname ";
+  AppendCounted(out, table.name);
+  out += "\nfields " + std::to_string(table.Fields().size()) + '\n';
+  for (const FieldDef& field : table.Fields()) {
+    out += "field ";
+    AppendCounted(out, field.name);
+    out += ' ';
+    out += KindName(field.kind);
+    out += ' ' + std::to_string(field.size) + ' ';
+    if (field.required) out += 'r';
+    if (field.calculated) out += 'c';
+    if (!field.required && !field.calculated) out += '-';
+    out += ' ';
+    AppendCounted(out, field.display_name);
+    out += ' ';
+    AppendCounted(out, field.display_format);
     out += '\n';
   }
+  out += "records " + std::to_string(table.size()) + '\n';
+}
 
-  static void Read(RecordSet& set, std::string_view text) {
-    Reader in(text);
-    const std::size_t records = ReadHead(set, in);
-    for (std::size_t i = 0; i < records; ++i) {
-      const std::uint32_t record = set.NewRecord();
-      std::uint64_t* const cells = set.CellsOf(record);
-      for (std::size_t field = 0; field < set.FieldCount(); ++field) {
-        in.SetPlace(i + 1, set.Definition(field));
-        if (field > 0) in.Expect(" ");
-        ReadCell(set, cells, field, in);
-      }
-      in.Expect("\n");
-      set.order_.push_back(record);
+void WriteCell(const RecordRow& row, FieldKind kind, std::size_t index, std::string& out) {
+  if (row.IsNull(index)) {
+    out += kNull;
+  } else if (HoldsText(kind)) {
+    AppendCounted(out, row.AsTextView(index));
+  } else {
+    AppendPlain(out, row.AsVariant(index));
+  }
+}
+
+// --- reading ---
+
+// Opens the table with the fields of the text and answers the number of records to come.
+std::size_t ReadHead(RecordTable& table, Reader& in) {
+  in.SetPlace("head: ");
+  in.Expect(kSignature);
+  in.Expect("\n");
+  in.Expect("name ");
+  table.name = in.Counted();
+  in.Expect("\n");
+  in.Expect("fields ");
+  const std::size_t fields = in.Count(Structure::kMostFields, "fields");
+  in.Expect("\n");
+  for (std::size_t i = 0; i < fields; ++i) {
+    in.SetPlace("field " + std::to_string(i + 1) + ": ");
+    FieldDef field = ReadField(in);
+    if (table.Find(field.name)) in.Refuse("the name \"" + field.name + "\" stands twice");
+    table.Define(std::move(field));
+  }
+  in.SetPlace("head: ");
+  in.Expect("records ");
+  const std::size_t records = in.Count(in.left(), "records");
+  in.Expect("\n");
+  if (fields > 0) {
+    table.Open();
+  } else if (records > 0) {
+    in.Refuse("records without fields");
+  }
+  return records;
+}
+
+void ReadCell(RecordTable& table, std::uint64_t* cells, std::size_t index, Reader& in) {
+  if (in.IsAt(kNull)) return in.Skip(1);
+  const FieldDef& field = table.Fields()[index];
+  if (HoldsText(field.kind)) {
+    const std::string_view text = in.Counted();
+    if (field.kind == FieldKind::kText && field.size > 0 && CountCharacters(text) > field.size) {
+      in.Refuse("the text is longer than the field's " + std::to_string(field.size) + " characters");
     }
-    in.SetPlace("after the last record: ");
-    in.Expect(kEnd);
+    table.WriteText(cells, index, text);
+  } else {
+    table.WriteBits(cells, index, PackNumber(field.kind, in.Plain(field.kind)));
+  }
+}
+
+RecordTable ReadTable(std::string_view text) {
+  RecordTable table;
+  Reader in(text);
+  const std::size_t records = ReadHead(table, in);
+  for (std::size_t i = 0; i < records; ++i) {
+    const RecordTable::Id record = table.NewRecord();
+    std::uint64_t* const cells = table.Cells(record);
+    for (std::size_t field = 0; field < table.Fields().size(); ++field) {
+      in.SetPlace(i + 1, table.Fields()[field]);
+      if (field > 0) in.Expect(" ");
+      ReadCell(table, cells, field, in);
+    }
     in.Expect("\n");
-    if (in.left() > 0) in.Refuse("something follows the end");
-    set.Rebind();
-    if (!set.IsEmpty()) set.First();
+    table.Place(record, i);
   }
+  in.SetPlace("after the last record: ");
+  in.Expect(kEnd);
+  in.Expect("\n");
+  if (in.left() > 0) in.Refuse("something follows the end");
+  return table;
+}
 
-  static std::optional<RecordSetTextHead> ReadHeadOf(std::string_view text) {
-    if (!text.starts_with(kSignature)) return std::nullopt;
-    try {
-      RecordSet set;
-      Reader in(text);
-      const std::size_t records = ReadHead(set, in);
-      return RecordSetTextHead{set.Name(), records};
-    } catch (const Error&) {
-      return std::nullopt;
+}  // namespace
+
+void AppendRecordSetText(const RecordSet& set, std::string& out) {
+  const RecordTable& table = set.Table();
+  WriteHead(table, out);
+  // The text is seldom longer than the records in memory, and room that is not used costs nothing.
+  out.reserve(out.size() + table.MemoryBytes());
+  for (std::size_t record = 0; record < table.size(); ++record) {
+    const RecordRow row = table[record];
+    for (std::size_t i = 0; i < row.FieldCount(); ++i) {
+      if (i > 0) out += ' ';
+      WriteCell(row, row.Definition(i).kind, i, out);
     }
+    out += '\n';
   }
-
- private:
-  static void WriteHead(const RecordSet& set, std::string& out) {
-    out += kSignature;
-    out += "\nname ";
-    AppendCounted(out, set.Name());
-    out += "\nfields " + std::to_string(set.FieldCount()) + '\n';
-    for (const FieldDef& field : set.defs()) {
-      out += "field ";
-      AppendCounted(out, field.name);
-      out += ' ';
-      out += KindName(field.kind);
-      out += ' ' + std::to_string(field.size) + ' ';
-      if (field.required) out += 'r';
-      if (field.calculated) out += 'c';
-      if (!field.required && !field.calculated) out += '-';
-      out += ' ';
-      AppendCounted(out, field.display_name);
-      out += ' ';
-      AppendCounted(out, field.display_format);
-      out += '\n';
-    }
-    out += "records " + std::to_string(set.order_.size()) + '\n';
-  }
-
-  static void WriteCell(const RecordSet& set, const std::uint64_t* cells, std::size_t index,
-                        std::string& out) {
-    if (set.IsNullCell(cells, index)) {
-      out += kNull;
-    } else if (HoldsText(set.KindOf(index))) {
-      AppendCounted(out, TextArena::Get(cells[index]));
-    } else {
-      AppendPlain(out, set.RowOf(cells).AsVariant(index));
-    }
-  }
-
-  // Opens the set with the fields of the text and answers the number of records to come.
-  static std::size_t ReadHead(RecordSet& set, Reader& in) {
-    in.SetPlace("head: ");
-    in.Expect(kSignature);
-    in.Expect("\n");
-    in.Expect("name ");
-    set.SetName(std::string(in.Counted()));
-    in.Expect("\n");
-    in.Expect("fields ");
-    const std::size_t fields = in.Count(Structure::kMostFields, "fields");
-    in.Expect("\n");
-    for (std::size_t i = 0; i < fields; ++i) {
-      in.SetPlace("field " + std::to_string(i + 1) + ": ");
-      FieldDef field = ReadField(in);
-      if (set.FindFieldIndex(field.name)) in.Refuse("the name \"" + field.name + "\" stands twice");
-      set.DefineField(std::move(field));
-    }
-    in.SetPlace("head: ");
-    in.Expect("records ");
-    const std::size_t records = in.Count(in.left(), "records");
-    in.Expect("\n");
-    if (fields > 0) {
-      set.Open();
-    } else if (records > 0) {
-      in.Refuse("records without fields");
-    }
-    return records;
-  }
-
-  static void ReadCell(RecordSet& set, std::uint64_t* cells, std::size_t index, Reader& in) {
-    if (in.IsAt(kNull)) return in.Skip(1);
-    const FieldDef& field = set.Definition(index);
-    if (HoldsText(field.kind)) {
-      const std::string_view text = in.Counted();
-      if (field.kind == FieldKind::kText && field.size > 0 && CountCharacters(text) > field.size) {
-        in.Refuse("the text is longer than the field's " + std::to_string(field.size) + " characters");
-      }
-      cells[index] = set.texts_.Add(text);
-    } else {
-      cells[index] = PackNumber(field.kind, in.Plain(field.kind));
-    }
-    set.MarkCell(cells, index, false);
-  }
-};
-
-void AppendRecordSetText(const RecordSet& set, std::string& out) { RecordSetText::Append(set, out); }
+  out += kEnd;
+  out += '\n';
+}
 
 std::optional<RecordSetTextHead> ReadRecordSetTextHead(std::string_view text) {
-  return RecordSetText::ReadHeadOf(text);
+  if (!text.starts_with(kSignature)) return std::nullopt;
+  try {
+    RecordTable table;
+    Reader in(text);
+    const std::size_t records = ReadHead(table, in);
+    return RecordSetTextHead{table.name, records};
+  } catch (const Error&) {
+    return std::nullopt;
+  }
 }
 
 std::string RecordSet::SaveToString() const {
@@ -220,15 +216,10 @@ std::string RecordSet::SaveToString() const {
 
 void RecordSet::LoadFromString(std::string_view text) {
   RequireOutsideEvents("load");
-  RecordSet loaded;
-  RecordSetText::Read(loaded, text);
-  loaded.on_calc_fields_ = std::move(on_calc_fields_);
-  loaded.on_before_post_ = std::move(on_before_post_);
-  loaded.listener_ = std::move(listener_);
-  loaded.watched_ = watched_;
-  *this = std::move(loaded);
-  if (row_count_ > 0) First();
-  Notify(RecordSetChange::kRecords);
+  table_ = ReadTable(text);
+  BeginAnew(table_.IsOpen() ? DataSetState::kBrowse : DataSetState::kInactive);
+  Tell(table_.IsOpen() ? RecordSetChange::kReset : RecordSetChange::kClosed);
+  if (now_.row_count > 0) First();
 }
 
 void RecordSet::SaveToFile(const std::string& path) const { ReplaceFile(path, SaveToString()); }

@@ -98,7 +98,7 @@ void TfrmImportGrid::CreateDataSetFrom() {
   }
   OpenWithFields(set);
   source_ = std::move(set);
-  source_.SetListener([this](RecordSet&, RecordSetChange) { UpdateIndicator(); });
+  source_.AddListener([this](const RecordSet&, const RecordSetChange&) { UpdateIndicator(); });
 }
 
 void TfrmImportGrid::CreateDataSetTo() { target_ = TypedRows(fields_); }

@@ -6,6 +6,8 @@
 namespace mox {
 namespace {
 
+constexpr char kLetters[] = "mcrid*x";  // of the kinds of change
+
 TEST(CalcFieldsEvent, FiresForARecordThatBecomesCurrentAndOnPostAndRefresh) {
   ExpectTables("calc_fields", {{"fired", [](auto& row) {
                                   RecordSet set = Letters("a b c");
@@ -89,8 +91,8 @@ TEST(CalcFieldsEvent, AnErrorAfterAPostLeavesTheRecordPosted) {
       SCOPED_TRACE(std::string(opening) + leaving);
       RecordSet lines = Lines();
       std::string heard;
-      lines.SetListener(
-          [&](RecordSet&, RecordSetChange change) { heard += "mrs"[static_cast<int>(change)]; });
+      lines.AddListener(
+          [&](const RecordSet&, const RecordSetChange& change) { heard += kLetters[change.kind]; });
       lines.SetOnCalcFields([&](RecordSet& line) {
         line.SetText(3, "written before the error");
         if (line[field::pc] == Currency::FromUnits(99)) throw DivisionByZero();
@@ -179,8 +181,9 @@ TEST(CalcFieldsEvent, AnErrorOnAMoveLeavesAUsableSet) {
 TEST(ControlsGuards, TellTheListenerOnceOfAllChanges) {
   RecordSet set = Letters("a b c");
   std::string heard;
-  set.SetListener([&](RecordSet&, RecordSetChange change) { heard += "mrs"[static_cast<int>(change)]; });
+  set.AddListener([&](const RecordSet&, const RecordSetChange& change) { heard += kLetters[change.kind]; });
   RunScript(set, "N e =x .");
+  EXPECT_EQ(std::exchange(heard, ""), "mrcr");
   {
     const ControlsGuard outer(set);
     {
@@ -188,11 +191,21 @@ TEST(ControlsGuards, TellTheListenerOnceOfAllChanges) {
       RunScript(set, "F N D a =y . L");
     }
     set.LoadFromString(Letters("a b").SaveToString());
-    EXPECT_EQ(heard, "mr") << "nothing in between, also in a set that was loaded anew";
+    EXPECT_TRUE(set.IsBusy());
+    EXPECT_EQ(heard, "") << "nothing in between, also in a set that was loaded anew";
   }
-  EXPECT_EQ(heard, "mrs");
+  EXPECT_EQ(std::exchange(heard, ""), "*");
   { const ControlsGuard nothing_changes(set); }
-  EXPECT_EQ(heard, "mrs");
+  {
+    const ControlsGuard moves_only(set);
+    RunScript(set, "F N P");
+  }
+  EXPECT_EQ(std::exchange(heard, ""), "m");
+  {
+    const ControlsGuard closes(set);
+    set.Close();
+  }
+  EXPECT_EQ(heard, "x");
   EXPECT_FALSE(set.ControlsDisabled());
 }
 

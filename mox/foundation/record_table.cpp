@@ -1,0 +1,210 @@
+#include "mox/foundation/record_table.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
+
+namespace mox {
+
+// --- structure ---
+
+std::vector<FieldDef>& RecordTable::MutableFields() {
+  if (!structure_) return defined_;
+  if (structure_.use_count() > 1) structure_ = std::make_shared<Structure>(*structure_);
+  return structure_->mutable_fields();
+}
+
+std::optional<std::size_t> RecordTable::Find(std::string_view field) const {
+  if (structure_) return structure_->Find(field);
+  for (std::size_t i = 0; i < defined_.size(); ++i) {
+    if (SameName(defined_[i].name, field)) return i;
+  }
+  return std::nullopt;
+}
+
+void RecordTable::Define(FieldDef def) {
+  if (def.name.empty()) throw Error("a field needs a name");
+  if (defined_.size() == Structure::kMostFields) {
+    throw Error("a record set has at most " + std::to_string(Structure::kMostFields) + " fields");
+  }
+  if (Find(def.name)) throw Error("field \"" + def.name + "\" is defined twice");
+  defined_.push_back(std::move(def));
+}
+
+void RecordTable::StartWith(std::shared_ptr<Structure> structure) {
+  structure_ = std::move(structure);
+  defined_.clear();
+  order_.clear();
+  texts_.Clear();
+  slabs_ = RecordSlabs(structure_->record_words());
+  posted_.resize(structure_->record_words());
+  under_edit_ = replaced_text_ = false;
+}
+
+void RecordTable::Open() {
+  if (defined_.empty()) throw Error(name + ": a record set without fields cannot be opened");
+  StartWith(std::make_shared<Structure>(std::move(defined_)));
+}
+
+void RecordTable::Close() {
+  defined_ = structure_->fields();
+  structure_.reset();
+  order_.clear();
+  texts_.Clear();
+  slabs_ = RecordSlabs(1);
+  under_edit_ = replaced_text_ = false;
+}
+
+// --- cells ---
+
+void RecordTable::Write(std::uint64_t* cells, std::size_t field, const Value& value) {
+  const FieldDef& def = structure_->fields()[field];
+  const auto* text = std::get_if<std::string>(&value);
+  if (std::holds_alternative<std::monostate>(value)) return WriteNull(cells, field);
+  if (HoldsText(def.kind)) return WriteText(cells, field, text != nullptr ? *text : ToText(value));
+  // a blank text is null in a field that holds no text
+  if (text != nullptr && TrimBlanks(*text).empty()) return WriteNull(cells, field);
+  try {
+    WriteBits(cells, field, PackNumber(def.kind, value));
+  } catch (const ConversionError& error) {
+    throw ConversionError(def.name + ": " + error.what());
+  } catch (const Overflow& error) {
+    throw Overflow(def.name + ": " + error.what());
+  }
+}
+
+void RecordTable::WriteText(std::uint64_t* cells, std::size_t field, std::string_view text) {
+  const FieldDef& def = structure_->fields()[field];
+  // Characters are at least as few as bytes: most texts need no counting.
+  if (def.size > 0 && def.kind == FieldKind::kText && text.size() > def.size) {
+    text = CutToCharacters(text, def.size);
+  }
+  const std::uint64_t bits = texts_.Add(text);
+  DropText(cells, field);
+  WriteBits(cells, field, bits);
+}
+
+void RecordTable::WriteNull(std::uint64_t* cells, std::size_t field) {
+  if (HoldsText(structure_->kinds()[field])) DropText(cells, field);
+  cells[field] = 0;
+  Mark(cells, field, NullMark::kNull);
+}
+
+// The text that a cell held so far is dead, unless an undo may still bring it back.
+void RecordTable::DropText(const std::uint64_t* cells, std::size_t field) {
+  if (cells[field] == 0) return;  // null and the empty text take no memory
+  if (under_edit_ && posted_[field] == cells[field]) {
+    replaced_text_ = true;
+  } else {
+    texts_.Drop(cells[field]);
+  }
+}
+
+// --- records ---
+
+RecordTable::Id RecordTable::NewRecord() {
+  if (order_.size() >= kMostRecords) throw Overflow(name + ": the record set is full");
+  const Id record = slabs_.Allocate();
+  std::memcpy(Cells(record), BlankCells(), structure_->record_words() * sizeof(std::uint64_t));
+  return record;
+}
+
+void RecordTable::Drop(Id record) {
+  const std::uint64_t* const cells = Cells(record);
+  for (const std::size_t field : structure_->text_fields()) texts_.Drop(cells[field]);
+  slabs_.Free(record);
+}
+
+void RecordTable::Clear() {
+  for (const Id record : order_) Drop(record);
+  order_.clear();
+  texts_.Clear();
+}
+
+void RecordTable::UndoEdit() {
+  DropReplacedTexts(posted_.data(), Cells(edited_));
+  std::memcpy(Cells(edited_), posted_.data(), posted_.size() * sizeof(std::uint64_t));
+  under_edit_ = false;
+}
+
+void RecordTable::DropReplacedTexts(const std::uint64_t* kept, const std::uint64_t* replaced) {
+  for (const std::size_t field : structure_->text_fields()) {
+    if (kept[field] != replaced[field]) texts_.Drop(replaced[field]);
+  }
+  replaced_text_ = false;
+}
+
+void RecordTable::CompactTexts() {
+  TextArena compact;
+  for (const Id record : order_) {
+    std::uint64_t* const cells = Cells(record);
+    for (const std::size_t field : structure_->text_fields()) {
+      cells[field] = compact.Add(TextArena::Get(cells[field]));
+    }
+  }
+  texts_ = std::move(compact);
+}
+
+// --- copies ---
+
+void RecordTable::CloneFrom(const RecordTable& source) {
+  if (!source.structure_) {
+    if (structure_) Close();
+    defined_ = source.defined_;
+    return;
+  }
+  StartWith(source.structure_);
+  std::vector<std::optional<std::size_t>> same(structure_->size());
+  for (std::size_t i = 0; i < same.size(); ++i) same[i] = i;
+  order_.reserve(source.order_.size());
+  for (const Id record : source.order_) order_.push_back(CopyOf(source, record, same));
+}
+
+void RecordTable::AppendFrom(const RecordTable& source) {
+  std::vector<std::optional<std::size_t>> from(structure_->size());
+  for (std::size_t i = 0; i < from.size(); ++i) from[i] = source.Find(structure_->fields()[i].name);
+  std::vector<Id> copies;
+  copies.reserve(source.order_.size());
+  try {
+    for (const Id record : source.order_) copies.push_back(CopyOf(source, record, from));
+  } catch (...) {
+    for (const Id record : copies) Drop(record);
+    throw;
+  }
+  order_.insert(order_.end(), copies.begin(), copies.end());
+}
+
+RecordTable::Id RecordTable::CopyOf(const RecordTable& source, Id record,
+                                    std::span<const std::optional<std::size_t>> source_fields) {
+  const Id copy = NewRecord();
+  std::uint64_t* const cells = Cells(copy);
+  const std::uint64_t* const from_cells = source.PostedCells(record);
+  const RecordRow row = source.Row(from_cells);
+  try {
+    for (std::size_t i = 0; i < source_fields.size(); ++i) {
+      if (!source_fields[i] || row.IsNull(*source_fields[i])) continue;
+      const std::size_t from = *source_fields[i];
+      const FieldKind kind = structure_->kinds()[i];
+      const FieldKind from_kind = source.structure_->kinds()[from];
+      if (HoldsText(kind) && HoldsText(from_kind)) {
+        WriteText(cells, i, TextArena::Get(from_cells[from]));
+      } else if (kind == from_kind) {
+        WriteBits(cells, i, from_cells[from]);
+      } else {
+        Write(cells, i, row.AsVariant(from));
+      }
+    }
+  } catch (...) {
+    Drop(copy);
+    throw;
+  }
+  return copy;
+}
+
+std::size_t RecordTable::MemoryBytes() const {
+  return slabs_.MemoryBytes() + texts_.MemoryBytes() + order_.capacity() * sizeof(Id);
+}
+
+}  // namespace mox

@@ -1,0 +1,141 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mox/foundation/record_row.h"
+#include "mox/foundation/record_store.h"
+#include "mox/foundation/structure.h"
+
+namespace mox {
+
+/// The records under a record set: structure, cells, texts and order. It has no current record, no state and
+/// nobody to tell: that is RecordSet's. A record is named by a number that it keeps while it lies in the
+/// table.
+///
+/// One record may be under edit. Its cells are changed in place while a copy keeps what was posted; reading
+/// the table gives what was posted, reading the cells what is pending.
+class RecordTable {
+ public:
+  using Id = std::uint32_t;
+
+  static constexpr std::size_t kMostRecords = 0xFFFF'FFFFU;
+
+  std::string name;
+
+  // --- structure ---
+
+  bool IsOpen() const { return structure_ != nullptr; }
+  const std::vector<FieldDef>& Fields() const { return structure_ ? structure_->fields() : defined_; }
+  /// For labels and formats only. Clones that share the structure keep theirs.
+  std::vector<FieldDef>& MutableFields();
+  std::optional<std::size_t> Find(std::string_view field) const;
+  /// Of a closed table. Raises Error when the name is empty or taken.
+  void Define(FieldDef def);
+  void Open();
+  /// Drops all records. The fields stay defined.
+  void Close();
+  /// Of an open table.
+  const Structure& structure() const { return *structure_; }
+
+  // --- records in their order, as posted ---
+
+  std::size_t size() const { return order_.size(); }
+  bool empty() const { return order_.empty(); }
+  RecordRow operator[](std::size_t at) const { return Row(PostedCells(order_[at])); }
+  const std::vector<Id>& order() const { return order_; }
+
+  // --- cells ---
+
+  std::uint64_t* Cells(Id record) const { return slabs_.At(record); }
+  const std::uint64_t* PostedCells(Id record) const {
+    return under_edit_ && record == edited_ ? posted_.data() : Cells(record);
+  }
+  const std::uint64_t* BlankCells() const { return structure_->blank().data(); }
+  RecordRow Row(const std::uint64_t* cells) const { return {*structure_, name, cells}; }
+  bool IsNull(const std::uint64_t* cells, std::size_t field) const {
+    return reinterpret_cast<const NullMark*>(cells + structure_->size())[field] != NullMark::kValue;
+  }
+  void Mark(std::uint64_t* cells, std::size_t field, NullMark mark) {
+    reinterpret_cast<NullMark*>(cells + structure_->size())[field] = mark;
+  }
+  /// How often a record of that number was given back.
+  std::uint32_t GenerationOf(Id record) const { return slabs_.GenerationOf(record); }
+
+  /// Writes a value in the kind of its field, a text cut to its size. Raises ConversionError or Overflow that
+  /// names the field, and leaves the cell as it was.
+  void Write(std::uint64_t* cells, std::size_t field, const Value& value);
+  void WriteText(std::uint64_t* cells, std::size_t field, std::string_view text);
+  void WriteBits(std::uint64_t* cells, std::size_t field, std::uint64_t bits) {
+    cells[field] = bits;
+    Mark(cells, field, NullMark::kValue);
+  }
+  void WriteNull(std::uint64_t* cells, std::size_t field);
+
+  // --- records that come and go ---
+
+  /// A record that is null in every field and stands nowhere yet. Raises Overflow when the table is full.
+  Id NewRecord();
+  void Place(Id record, std::size_t at) { order_.insert(order_.begin() + Offset(at), record); }
+  void Displace(std::size_t at) { order_.erase(order_.begin() + Offset(at)); }
+  /// Gives back a record that stands nowhere.
+  void Drop(Id record);
+  void Clear();
+
+  // --- the record under edit ---
+
+  void BeginEdit(Id record) {
+    std::memcpy(posted_.data(), Cells(record), posted_.size() * sizeof(std::uint64_t));
+    edited_ = record;
+    under_edit_ = true;
+  }
+  bool IsUnderEdit() const { return under_edit_; }
+  void KeepEdit() {
+    if (replaced_text_) [[unlikely]]
+      DropReplacedTexts(Cells(edited_), posted_.data());
+    under_edit_ = false;
+  }
+  void UndoEdit();
+
+  // --- copies ---
+
+  /// Takes over structure and posted records of an open table.
+  void CloneFrom(const RecordTable& source);
+  /// Appends the posted records of another table, field by name. Where a value cannot be converted, raises
+  /// and leaves the table as it was.
+  void AppendFrom(const RecordTable& source);
+
+  /// Gives back the memory of dead texts where that is worth it. No view of a text may be held.
+  void CompactTextsIfWorthIt() {
+    if (texts_.garbage() > kGarbageLimit && texts_.garbage() > texts_.used() / 2) CompactTexts();
+  }
+  std::size_t MemoryBytes() const;
+
+ private:
+  static constexpr std::size_t kGarbageLimit = 1U << 20U;  // bytes of dead texts worth compacting
+
+  static std::ptrdiff_t Offset(std::size_t at) { return static_cast<std::ptrdiff_t>(at); }
+  void StartWith(std::shared_ptr<Structure> structure);
+  Id CopyOf(const RecordTable& source, Id record, std::span<const std::optional<std::size_t>> source_fields);
+  void DropText(const std::uint64_t* cells, std::size_t field);
+  void DropReplacedTexts(const std::uint64_t* kept, const std::uint64_t* replaced);
+  void CompactTexts();
+
+  std::vector<FieldDef> defined_;         // of a closed table
+  std::shared_ptr<Structure> structure_;  // of an open one
+  RecordSlabs slabs_{1};
+  TextArena texts_;
+  std::vector<Id> order_;
+  std::vector<std::uint64_t> posted_;  // room for one record: the one under edit as it was posted
+  Id edited_ = 0;
+  bool under_edit_ = false;
+  bool replaced_text_ = false;  // a text that posted_ still refers to was replaced
+};
+
+}  // namespace mox

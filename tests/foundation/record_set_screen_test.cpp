@@ -1,0 +1,226 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "record_set_script.h"
+
+// A set and a screen that knows of it only what it is told, driven by random operations.
+
+namespace mox {
+namespace {
+
+template <typename Record>
+std::string TextOf(const Record& row) {
+  std::string text;
+  for (std::size_t i = 0; i < row.FieldCount(); ++i) text += (row.IsNull(i) ? "~" : row.DisplayText(i)) + "|";
+  return text;
+}
+
+/// Keeps its own copy of the rows by what it is told, reading no more of the set than that.
+class FakeScreen {
+ public:
+  void Hear(const RecordSet& set, const RecordSetChange& change) {
+    const auto row = rows.begin() + static_cast<std::ptrdiff_t>(change.row);
+    switch (change.kind) {
+      case RecordSetChange::kMoved:
+        current = change.row;
+        break;
+      case RecordSetChange::kCell:
+      case RecordSetChange::kRecord:
+        rows.at(change.row) = TextOf(set.RowAt(change.row));
+        current = change.row;
+        break;
+      case RecordSetChange::kInserted:
+        rows.insert(row, TextOf(set.RowAt(change.row)));
+        current = change.row;
+        break;
+      case RecordSetChange::kRemoved:
+        rows.erase(row);
+        current = set.CurrentRow();
+        break;
+      case RecordSetChange::kReset:
+        rows.clear();
+        for (const RecordRow& each : set.Rows()) rows.push_back(TextOf(each));
+        current = set.CurrentRow();
+        break;
+      case RecordSetChange::kClosed:
+        rows.clear();
+        current = 0;
+        break;
+    }
+    ++heard;
+  }
+
+  std::vector<std::string> rows;
+  std::size_t current = 0;
+  int heard = 0;
+};
+
+// A set of two fields: a letter that is typed, and what the event makes of it and of how often it ran. The
+// event raises for "!", the check before a post for "?".
+RecordSet WatchedSet(int& calculated) {
+  RecordSet set("slova");
+  set.DefineField("slovo", FieldKind::kText);
+  set.DefineField({.name = "naziv", .kind = FieldKind::kText, .calculated = true});
+  set.Open();
+  set.SetFilter("slovo like 'a%'");
+  set.SetOnCalcFields([&calculated](RecordSet& line) {
+    if (line.AsText(0) == "!") throw DivisionByZero();
+    line.SetText(1, line.AsText(0) + std::to_string(++calculated % 3));
+  });
+  set.SetOnBeforePost([](RecordSet& line) {
+    if (line.AsText(0) == "?") throw Abort();
+  });
+  return set;
+}
+
+constexpr const char* kSteps[] = {"F",  "N", "P",  "L",  "e",  "e",  "i",   "a",     "=a", "=b", "=ab", "=!",
+                                  "=?", ".", ".",  "~",  "D",  "?a", "b g", "( F )", "f",  "u",  "R",   "C",
+                                  "X",  "c", "g0", "g1", "g2", "g3", "l",   "t",     "w",  "n",  "A",   "A"};
+
+// One of the steps of a script, or a step of more than one set.
+void Step(RecordSet& set, const std::string& step) {
+  if (step == "c") return set.CleanClone(Letters("a b ab"));
+  if (step == "l") return set.LoadFromString(set.SaveToString());
+  if (step == "t") return set.DataTransfer(Letters("a c"));
+  if (step == "A") return set.AppendRecord({"ad"});
+  if (step == "n") return set.SetDisplayFormat(0, "#");
+  if (step[0] == 'g') return set.GoToRow(static_cast<std::size_t>(step[1] - '0'));
+  if (step == "w") {
+    const ControlsGuard guard(set);
+    for (set.First(); !set.Eof(); set.Next()) {
+      set.Edit();
+      set.SetText(0, set.AsText(0) + "w");
+      if (set.RecordCount() > 6) set.Delete();
+    }
+    return;
+  }
+  RunScript(set, step);
+}
+
+std::string Join(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) text += word + " ";
+  return text;
+}
+
+// Where the screen differs from the set after the steps, or nothing.
+std::string Difference(const std::vector<std::string>& steps) {
+  int calculated = 0;
+  RecordSet set = WatchedSet(calculated);
+  FakeScreen screen;
+  set.AddListener([&](const RecordSet& of, const RecordSetChange& change) { screen.Hear(of, change); });
+  for (const std::string& step : steps) {
+    try {
+      Step(set, step);
+    } catch (const Error&) {  // refused, or an error of the event
+    } catch (const Abort&) {
+    }
+    std::vector<std::string> rows;
+    const int heard = screen.heard;
+    for (const RecordRow& row : set.Rows()) rows.push_back(TextOf(row));
+    if (screen.heard != heard) return step + ": reading told the screen something";
+    if (rows != screen.rows) return step + ": set " + Join(rows) + "screen " + Join(screen.rows);
+    if (!rows.empty() && screen.current != set.CurrentRow()) {
+      return step + ": row " + std::to_string(set.CurrentRow()) + ", screen " +
+             std::to_string(screen.current);
+    }
+    if (!rows.empty() && rows[set.CurrentRow()] != TextOf(set)) {
+      return step + ": the current row is not the current record";
+    }
+    if (!set.IsActive()) set.Open();
+  }
+  return "";
+}
+
+// The shortest steps that still differ, found by leaving out ever smaller pieces.
+std::vector<std::string> Shrunk(std::vector<std::string> steps) {
+  for (std::size_t piece = steps.size() / 2; piece > 0; piece /= 2) {
+    for (std::size_t at = 0; at + piece <= steps.size();) {
+      std::vector<std::string> fewer = steps;
+      fewer.erase(fewer.begin() + static_cast<std::ptrdiff_t>(at),
+                  fewer.begin() + static_cast<std::ptrdiff_t>(at + piece));
+      if (Difference(fewer).empty()) {
+        at += piece;
+      } else {
+        steps = std::move(fewer);
+      }
+    }
+  }
+  return steps;
+}
+
+TEST(Screens, HoldWhatTheyWereTold) {
+  constexpr int kRuns = 500;
+  constexpr int kStepsARun = 200;
+  std::mt19937 random(7);
+  for (int run = 0; run < kRuns; ++run) {
+    std::vector<std::string> steps;
+    for (int i = 0; i < kStepsARun; ++i) steps.emplace_back(kSteps[random() % std::size(kSteps)]);
+    if (Difference(steps).empty()) continue;
+    const std::vector<std::string> shrunk = Shrunk(steps);
+    FAIL() << Join(shrunk) << "\n" << Difference(shrunk);
+  }
+}
+
+// A table view paints every row while a line is half typed; afterwards Cancel still brings the line back.
+TEST(Screens, ReadRowsInTheMiddleOfAnEdit) {
+  for (const char* opening : {"e", "i", "a"}) {
+    RecordSet set = Letters("a b c");
+    RunScript(set, "N");
+    int fired = 0;
+    set.SetOnCalcFields([&](RecordSet&) { ++fired; });
+    RunScript(set, std::string(opening) + " =x");
+    const RecordSet& painted = set;
+    std::string rows;
+    for (const RecordRow& row : painted.Rows()) rows += row.AsText(0);
+    EXPECT_EQ(rows, *opening == 'e' ? "axc" : *opening == 'i' ? "axbc" : "abcx");
+    EXPECT_EQ(painted.RowAt(painted.CurrentRow()).AsText(0), "x");
+    EXPECT_EQ(painted.FindRow("slovo", std::vector<Value>{"x"}), painted.CurrentRow());
+    EXPECT_EQ(painted.FindRow("slovo", std::vector<Value>{"a"}, {}, 1), std::nullopt);
+    EXPECT_EQ(fired, 0);
+    EXPECT_EQ(set.Table().size(), 3U);
+    EXPECT_THROW(static_cast<void>(painted.RowAt(painted.RowCount())), Error);
+    set.Cancel();
+    EXPECT_EQ(Outcome(set), "a [b] c");
+  }
+}
+
+TEST(Screens, GoToARowInOneMove) {
+  int calculated = 0;
+  RecordSet set = WatchedSet(calculated);
+  for (int i = 0; i < 5'000; ++i) set.AppendRecord({std::to_string(i)});
+  calculated = 0;
+  set.GoToRow(17);
+  EXPECT_EQ(calculated, 1);
+  EXPECT_EQ(set.AsText(0), "17");
+  set.Edit();
+  set.SetText(0, "x");
+  set.GoToRow(17);
+  EXPECT_EQ(set.State(), DataSetState::kEdit) << "the current row stays as it is";
+  set.Insert();
+  set.GoToRow(4'999);
+  EXPECT_EQ(set.AsText(0), "4998") << "the row as it was shown, under the insert that was dropped";
+  EXPECT_THROW(set.GoToRow(5'000), Error);
+}
+
+TEST(Screens, ComeAndGoWhileOthersAreTold) {
+  RecordSet set = Letters("a b");
+  std::string heard;
+  int second = 0;
+  const auto say = [&](char who) {
+    return [&heard, who](const RecordSet&, const RecordSetChange&) { heard += who; };
+  };
+  set.AddListener([&](const RecordSet&, const RecordSetChange&) {
+    heard += '1';
+    set.RemoveListener(second);
+    if (heard.size() == 1) set.AddListener(say('3'));
+  });
+  second = set.AddListener(say('2'));
+  RunScript(set, "N P");
+  EXPECT_EQ(heard, "1313");
+}
+
+}  // namespace
+}  // namespace mox
