@@ -52,6 +52,13 @@ echo "The cash invoice is stored and asked for again."
 show 'mox document gotovinski-racun gotovinski_racun_roba.csv --part totals --store --header datum=2024-03-01 --header par_id=2 --db $db'
 show 'mox query Dokument id=1 --table --db $db'
 
+echo
+echo "A second one was a mistake: its storno is its exact mirror, and the list shows both ways. A document is cancelled once."
+show 'mox document gotovinski-racun gotovinski_racun_roba.csv --part totals --store --header datum=2024-03-01 --header par_id=2 --db $db >/dev/null'
+show 'mox document storno 2 --header datum=2024-03-02 --db $db'
+show 'mox document storno 2 --header datum=2024-03-02 --db $db || true'
+show 'mox query Dokumenti --table --db $db'
+
 python3 intermediary.py "$folder" &
 trap 'kill "$!"; rm -rf -- "$folder"' EXIT
 for _ in {1..100}; do [ -s "$folder/port" ] || sleep 0.1; done

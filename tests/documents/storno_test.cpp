@@ -1,0 +1,127 @@
+#include "mox/documents/storno.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <random>
+
+#include "mox/host/company_parameters.h"
+#include "mox/host/memory_settings.h"
+
+namespace mox {
+namespace {
+
+// How many documents of all kinds together; MOX_STORNO_DOCUMENTS=100000 asks for more than a quick run has
+// time for.
+std::size_t DocumentCount() {
+  const char* const asked = std::getenv("MOX_STORNO_DOCUMENTS");
+  return asked == nullptr ? 1400 : std::stoul(asked);
+}
+
+class Random {
+ public:
+  std::int64_t Between(std::int64_t least, std::int64_t most) {
+    return std::uniform_int_distribution<std::int64_t>(least, most)(engine_);
+  }
+
+  // As users enter it: prices and amounts of up to four decimals, usual rates, quantities of either sign.
+  double ValueOf(const VocabularyEntry& entry) {
+    constexpr double kRates[] = {0, 5, 13, 25};
+    if (entry.name == field::tbr_stp.text) return kRates[Between(0, 3)];
+    switch (entry.measure) {
+      case Measure::kQuantity:
+        return static_cast<double>(Between(1, 20'000) * (Between(0, 3) == 0 ? -1 : 1)) / 1000;
+      case Measure::kPercent:
+        return Between(0, 1) == 0 ? 0 : static_cast<double>(Between(0, 400)) / 10;
+      default:
+        return static_cast<double>(Between(0, 5'000'000)) / 10'000;
+    }
+  }
+
+ private:
+  std::mt19937_64 engine_{20'240'301};  // NOLINT: the same documents in every run
+};
+
+void FillLines(RecordSet& lines, Random& random) {
+  const std::int64_t count = random.Between(1, 6);
+  for (std::int64_t line = 0; line < count; ++line) {
+    lines.Append();
+    for (std::size_t i = 0; i < lines.FieldCount(); ++i) {
+      const FieldDef& field = lines.Definition(i);
+      if (!field.calculated) lines.SetFloat(i, random.ValueOf(*FindVocabularyEntry(field.name)));
+    }
+    lines.Post();
+  }
+}
+
+// Every amount and quantity of both together is 0, and everything else is the same.
+void ExpectCancelled(const RecordSet& original, const RecordSet& storno, std::string_view kind) {
+  ASSERT_EQ(original.RecordCount(), storno.RecordCount()) << kind;
+  for (std::size_t row = 0; row < original.RowCount(); ++row) {
+    for (std::size_t i = 0; i < original.FieldCount(); ++i) {
+      const FieldDef& field = original.Definition(i);
+      const RecordRow one = original.RowAt(row);
+      const RecordRow other = storno.RowAt(row);
+      if (IsAmountField(field)) {
+        ASSERT_TRUE((one.AsCurrency(i) + other.AsCurrency(i)).IsZero()) << kind << " " << field.name;
+      } else if (field.name == field::kolicina.text) {
+        ASSERT_EQ(one.AsFloat(i), -other.AsFloat(i)) << kind;
+      } else {
+        ASSERT_EQ(one.AsVariant(i), other.AsVariant(i)) << kind << " " << field.name;
+      }
+    }
+  }
+}
+
+class StornoTest : public testing::Test {
+ private:
+  MemorySettings settings_;
+  CompanyParameterModule parameters_;
+  ScopedApp app_{{.ini = &settings_, .comunication = &parameters_}};
+};
+
+TEST_F(StornoTest, CancelsEveryAmountOfRandomDocumentsOfEveryKind) {
+  Random random;
+  const std::size_t of_each = DocumentCount() / DocumentKinds().size();
+  for (const DocumentKind& kind : DocumentKinds()) {
+    for (std::size_t i = 0; i < of_each; ++i) {
+      Document document(kind);
+      for (RecordSet* const lines : {document.Goods(), document.Services()}) {
+        if (lines != nullptr) FillLines(*lines, random);
+      }
+      document.Recapitulate();
+      std::optional<RecordSet> mirrors[3];
+      const RecordSet* const sets[] = {document.Goods(), document.Services(), document.Recapitulation()};
+      for (std::size_t set = 0; set < std::size(sets); ++set) {
+        if (sets[set] == nullptr) continue;
+        mirrors[set] = MirrorOf(*sets[set]);
+        ExpectCancelled(*sets[set], *mirrors[set], kind.name);
+      }
+      const auto mirror = [&](std::size_t set) { return mirrors[set] ? &*mirrors[set] : nullptr; };
+      const auto cancelled = ToBePaid(kind, {mirror(0), mirror(1), mirror(2)});
+      ASSERT_EQ(cancelled.has_value(), document.ToBePaid().has_value()) << kind.name;
+      if (cancelled) {
+        ASSERT_TRUE((*cancelled + *document.ToBePaid()).IsZero()) << kind.name;
+      }
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
+// A quantity of 0 stays 0 and not -0, nothing stays nothing, and a price has the sign that it had.
+TEST_F(StornoTest, LeavesWhatHasNoSign) {
+  RecordSet lines;
+  lines.DefineField("kolicina", FieldKind::kFloat);
+  lines.DefineField("mpci", FieldKind::kCurrency);
+  lines.DefineField("mpc", FieldKind::kCurrency);
+  lines.Open();
+  lines.AppendRecord({0.0, Value(), Currency::Parse("2.50")});
+  const RecordSet mirror = MirrorOf(lines);
+  EXPECT_FALSE(std::signbit(mirror.RowAt(0).AsFloat(0)));
+  EXPECT_TRUE(mirror.RowAt(0).IsNull(1));
+  EXPECT_EQ(mirror.RowAt(0).AsCurrency(2).ToString(), "2.50");
+}
+
+}  // namespace
+}  // namespace mox
