@@ -143,6 +143,8 @@ Document::Document(const DocumentKind& kind, std::optional<RecordSet> goods,
 
 Document::Lines Document::MakeLines(const LineSchema& schema, const char* name) const {
   Lines lines{&schema, RecordSet(name), true};
+  lines.records.DefineField("art_id", FieldKind::kInteger);
+  for (const char* const text : {"sifra", "naziv", "jm"}) lines.records.DefineField(text, FieldKind::kText);
   for (FieldDef& field : LineFields(schema)) lines.records.DefineField(std::move(field));
   lines.records.Open();
   Watch(lines);

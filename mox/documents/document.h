@@ -14,8 +14,9 @@ namespace mox {
 /// those of the application that is installed when it is made.
 class Document {
  public:
-  /// Without lines, for a screen or a program that fills them: the sets of lines that the kind has are open,
-  /// and a line is calculated when it is posted, and when it becomes current again.
+  /// Without lines, for a screen or a program that fills them: the sets of lines that the kind has are open
+  /// (art_id, sifra, naziv and jm say what a line is, then come the fields of its kind), and a line is
+  /// calculated when it is posted, and when it becomes current again.
   explicit Document(const DocumentKind& kind);
   /// Raises Error for an unknown kind.
   explicit Document(std::string_view kind) : Document(DocumentKindByName(kind)) {}

@@ -13,6 +13,7 @@ int main() {
   mox::Document invoice("gotovinski-racun");
   mox::RecordSet& goods = *invoice.Goods();
   goods.Append();
+  goods.FieldByName("naziv").SetText("Vijak M3");
   goods.Set(mox::field::kolicina, 3);
   goods.Set(mox::field::pc, mox::Currency::Parse("0.99"));
   goods.Set(mox::field::tbr_stp, 25);

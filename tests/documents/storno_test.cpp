@@ -49,7 +49,8 @@ void FillLines(RecordSet& lines, Random& random) {
     lines.Append();
     for (std::size_t i = 0; i < lines.FieldCount(); ++i) {
       const FieldDef& field = lines.Definition(i);
-      if (!field.calculated) lines.SetFloat(i, random.ValueOf(*FindVocabularyEntry(field.name)));
+      const VocabularyEntry* const entry = FindVocabularyEntry(field.name);
+      if (entry != nullptr && !field.calculated) lines.SetFloat(i, random.ValueOf(*entry));
     }
     lines.Post();
   }
