@@ -1,6 +1,7 @@
 #include "bench/codes_benchmarks.h"
 
 #include <benchmark/benchmark.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -110,7 +111,8 @@ PeerAnswer AskPeer(const char* module, const std::string& file) {
 
 void RegisterPeer(const char* name, const char* module, const std::vector<std::string>& numbers,
                   bool (*is_valid)(const std::string&)) {
-  const std::string file = std::filesystem::temp_directory_path() / (std::string("mox_bench_") + module);
+  const std::string file =
+      std::filesystem::temp_directory_path() / ("mox_bench_" + std::to_string(::getpid()) + module);
   {
     std::ofstream out(file);
     for (const std::string& number : numbers) out << number << '\n';

@@ -23,6 +23,15 @@ if(MOX_SANITIZE)
   add_compile_options(${MOX_SANITIZER_FLAGS} -fno-omit-frame-pointer)
   add_link_options(${MOX_SANITIZER_FLAGS})
   add_compile_definitions(_GLIBCXX_ASSERTIONS)
+elseif(MOX_SANITIZE_THREADS)
+  set(MOX_SANITIZER_FLAGS -fsanitize=thread)
+  add_compile_options(${MOX_SANITIZER_FLAGS} -fno-omit-frame-pointer)
+  add_link_options(${MOX_SANITIZER_FLAGS})
+  # It cannot live with addresses as random as some kernels make them, so they are not made random where that is allowed.
+  execute_process(COMMAND setarch -R true RESULT_VARIABLE refused OUTPUT_QUIET ERROR_QUIET)
+  if(refused EQUAL 0)
+    set(CMAKE_CROSSCOMPILING_EMULATOR setarch -R)
+  endif()
 endif()
 
 # Amounts must not depend on the processor: a multiplication and an addition are never fused into one rounding. The
@@ -31,7 +40,9 @@ set(MOX_EXACTNESS_FLAGS -ffp-contract=off)
 
 function(mox_compile_options target)
   target_compile_features(${target} PUBLIC cxx_std_20)
-  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+  # A library can be put into a shared object; its own functions are inlined all the same.
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON)
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
   target_compile_options(${target} PUBLIC ${MOX_EXACTNESS_FLAGS})
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)

@@ -1,12 +1,12 @@
-# What `cmake --install` puts in place: the headers under their own paths, the libraries, the program, and the
-# descriptions for find_package(mox CONFIG) and pkg-config.
+# What `cmake --install` puts in place: the headers under their own paths, the libraries, the run-time package, the
+# application server's side, the programs, and the descriptions for find_package(mox CONFIG) and pkg-config.
 
 include(CMakePackageConfigHelpers)
 
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/mox")
 
 get_property(libraries GLOBAL PROPERTY MOX_LIBRARIES)
-install(TARGETS mox ${libraries} EXPORT moxTargets)
+install(TARGETS mox mox_runtime ${libraries} EXPORT moxTargets)
 install(EXPORT moxTargets NAMESPACE mox:: DESTINATION "${package_dir}")
 install(
   DIRECTORY "${PROJECT_SOURCE_DIR}/mox"
@@ -15,6 +15,15 @@ install(
   PATTERN "*.h"
   PATTERN "*_internal.h" EXCLUDE
 )
+# A set of its own, since only who asks for it needs SOCI.
+if(TARGET mox_appserver)
+  install(
+    TARGETS mox_appserver EXPORT moxAppserverTargets
+    PUBLIC_HEADER DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/appserver"
+  )
+  install(EXPORT moxAppserverTargets NAMESPACE mox:: DESTINATION "${package_dir}")
+  install(FILES "${PROJECT_SOURCE_DIR}/cmake/FindSOCI.cmake" DESTINATION "${package_dir}")
+endif()
 if(TARGET mox_program)
   install(TARGETS mox_program)
 endif()
@@ -32,14 +41,25 @@ install(
   DESTINATION "${package_dir}"
 )
 
-# pkg-config: the prefix is found from where the file lies, so an installed tree can be moved. A static library comes
-# before those it uses, which is the layers' order turned round.
-set(link_order ${libraries})
-list(REVERSE link_order)
-list(TRANSFORM link_order PREPEND -l)
-list(JOIN link_order " " MOX_PC_LIBS)
+# pkg-config: the prefix is found from where the file lies, so an installed tree can be moved.
 list(JOIN MOX_EXACTNESS_FLAGS " " MOX_PC_CFLAGS)
 file(RELATIVE_PATH MOX_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 string(REGEX REPLACE "/$" "" MOX_PC_PREFIX "${MOX_PC_PREFIX}")
-configure_file("${PROJECT_SOURCE_DIR}/cmake/mox.pc.in" "${PROJECT_BINARY_DIR}/mox.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/mox.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+function(mox_pkg_config name description requires libraries)
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/mox.pc.in" "${PROJECT_BINARY_DIR}/${name}.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${name}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endfunction()
+
+# A static library comes before those it uses, which is the layers' order turned round.
+set(link_order ${libraries})
+list(REVERSE link_order)
+list(TRANSFORM link_order PREPEND -l)
+list(JOIN link_order " " link_order)
+mox_pkg_config(mox "${PROJECT_DESCRIPTION}" "" "${link_order}")
+mox_pkg_config(mox-runtime "${PROJECT_DESCRIPTION}, as a shared object" "" "-lMOX")
+if(TARGET mox_appserver)
+  mox_pkg_config(
+    mox-appserver "The application server's side of mox" "mox sqlite3" "-lmox_appserver -lsoci_sqlite3 -lsoci_core"
+  )
+endif()

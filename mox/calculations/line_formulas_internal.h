@@ -7,6 +7,8 @@
 // is there and may be written, or a view of a line that is known to have them all. What each one does stands
 // at its public name.
 
+#pragma GCC visibility push(hidden)
+
 namespace mox::formulas {
 
 using namespace field;
@@ -106,3 +108,5 @@ MOX_ALWAYS_INLINE void calc_NC_PrimkaKalkulacija(auto& line, int d) {
 }
 
 }  // namespace mox::formulas
+
+#pragma GCC visibility pop

@@ -5,6 +5,8 @@
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/record_set.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 /// A tax rate as the recapitulations show it: "25,00%".
@@ -40,3 +42,5 @@ void WriteAndPost(RecordSet& records, Write write) {
 }
 
 }  // namespace mox
+
+#pragma GCC visibility pop

@@ -5,6 +5,8 @@
 
 #include "mox/foundation/record_set.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 // The server refuses texts that are too long; fields with sizes would cut them.
@@ -23,3 +25,5 @@ inline void DefineHeaderFields(RecordSet& header) {
 }
 
 }  // namespace mox
+
+#pragma GCC visibility pop

@@ -2,6 +2,8 @@
 
 #include "mox/foundation/record_set.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 /// Calls visit(row) with each row, of which nothing moves, posts or calculates.
@@ -19,3 +21,5 @@ inline Currency SumOf(const RecordSet& records, std::string_view field) {
 }
 
 }  // namespace mox
+
+#pragma GCC visibility pop

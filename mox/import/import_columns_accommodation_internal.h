@@ -5,6 +5,8 @@
 
 // Accommodation: units, resources, guests, travellers, payments against contracts.
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 /// Whether payments of travellers name them by their personal numbers; asks the server.
@@ -118,3 +120,5 @@ inline constexpr ColumnChange kTravellersWithOib[] = {
 };
 
 }  // namespace mox
+
+#pragma GCC visibility pop

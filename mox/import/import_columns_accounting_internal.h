@@ -4,6 +4,8 @@
 
 // Accounts, booking types, voucher lines and open items.
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 inline constexpr ImportColumn kOpenItemColumns[] = {
@@ -55,3 +57,5 @@ inline constexpr ColumnChange kForeignOpenItems[] = {
 };
 
 }  // namespace mox
+
+#pragma GCC visibility pop

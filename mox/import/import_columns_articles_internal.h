@@ -4,6 +4,8 @@
 
 // Articles, services and fixed assets.
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 inline constexpr ImportColumn kSupplierArticleColumns[] = {
@@ -144,3 +146,5 @@ inline constexpr ImportColumn kFixedAssetColumns[] = {
 inline constexpr ColumnChange kChangedRetailArticles[] = {{"OPIS", std::nullopt}};
 
 }  // namespace mox
+
+#pragma GCC visibility pop

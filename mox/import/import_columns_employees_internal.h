@@ -4,6 +4,8 @@
 
 // Employees.
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 inline constexpr ImportColumn kEmployeeColumns[] = {
@@ -68,3 +70,5 @@ inline constexpr ImportColumn kEmployeeColumns[] = {
 };
 
 }  // namespace mox
+
+#pragma GCC visibility pop

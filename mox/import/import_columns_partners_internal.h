@@ -4,6 +4,8 @@
 
 // Partners, customers and places.
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 inline constexpr ImportColumn kPartnerColumns[] = {
@@ -76,3 +78,5 @@ inline constexpr ColumnChange kPartnersWithOib[] = {
 };
 
 }  // namespace mox
+
+#pragma GCC visibility pop

@@ -11,6 +11,8 @@
 #include "mox/foundation/record_set.h"
 #include "mox/import/import_check.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 /// What a column asks of its cells, each rule in one place. A cell without a value is the empty text.
@@ -93,3 +95,5 @@ class ImportCheck {
 };
 
 }  // namespace mox
+
+#pragma GCC visibility pop

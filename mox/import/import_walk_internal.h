@@ -4,6 +4,8 @@
 
 #include "mox/foundation/record_set.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 /// For its own lifetime a set shows all its records, whatever its filter, and its bound controls are
@@ -38,3 +40,5 @@ class [[nodiscard]] WholeSetWalk {
 };
 
 }  // namespace mox
+
+#pragma GCC visibility pop

@@ -8,6 +8,8 @@
 
 // How the checks speak to the user.
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 inline constexpr std::string_view kWarning = "Upozorenje";
@@ -50,3 +52,5 @@ class Lines {
 };
 
 }  // namespace mox
+
+#pragma GCC visibility pop

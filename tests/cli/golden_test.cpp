@@ -11,6 +11,7 @@
 
 #include "cli/run.h"
 #include "mox/foundation/files.h"
+#include "tests/fakes/scratch_folder.h"
 #include "tests/source_dir.h"
 
 namespace mox {
@@ -139,12 +140,11 @@ class Golden : public testing::TestWithParam<std::string> {};
 
 TEST_P(Golden, IsReplayed) {
   const std::string golden = ReadWholeFile(SourceDir() + "/tests/cli/golden/" + GetParam() + ".txt");
-  const fs::path folder = fs::path(testing::TempDir()) / ("mox_golden_" + GetParam());
-  fs::remove_all(folder);
-  fs::create_directories(folder);
-  fs::current_path(folder);
+  const ScratchFolder folder;
+  fs::current_path(folder.path());
   ::setenv("USER", "ana", 1);
   EXPECT_EQ(Replay(golden), golden);
+  fs::current_path(fs::temp_directory_path());
 }
 
 std::vector<std::string> GoldenNames() {

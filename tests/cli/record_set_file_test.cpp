@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <sstream>
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/record_set.h"
+#include "tests/fakes/scratch_folder.h"
 
 namespace mox {
 namespace {
@@ -128,8 +128,8 @@ TEST(RecordSetFile, SaysWhereItIsFaulty) {
 TEST(RecordSetFile, ComesFromAFileOrStandardInput) {
   std::istringstream in("a\n1\n");
   EXPECT_EQ(ReadFileText("-", in).bytes, "a\n1\n");
-  const std::string folder = testing::TempDir();
-  for (const std::string& path : {folder, folder + "/no_such_file.csv"}) {
+  const ScratchFolder folder;
+  for (const std::string& path : {folder.path().string(), folder / "no_such_file.csv"}) {
     try {
       ReadFileText(path, in);
       ADD_FAILURE() << path << " is read";

@@ -1,11 +1,10 @@
 #include "mox/codes/payment_codes.h"
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <fstream>
 
 #include "tests/fakes/recording_host.h"
+#include "tests/fakes/scratch_folder.h"
 #include "tests/foundation/case_file.h"
 
 namespace mox {
@@ -19,8 +18,7 @@ namespace fs = std::filesystem;
 class SenderHost : public RecordingHost {
  public:
   explicit SenderHost(const std::string& sender) : app_(Parts()) {
-    folder = testing::TempDir() + "mox_payment_codes_" + std::to_string(::getpid()) + "/";
-    fs::create_directories(folder);
+    folder = scratch_ / "";
     for (const char* name : kPictures) std::ofstream(folder + name) << "old";
     terminated = sender == "runs";
     if (sender == "missing") return;
@@ -33,7 +31,6 @@ class SenderHost : public RecordingHost {
       return {kStillActive, kStillActive, 0};
     };
   }
-  ~SenderHost() override { fs::remove_all(folder); }
 
   // What was asked of the host, and the result.
   std::string Story(const std::string& result) const {
@@ -48,6 +45,7 @@ class SenderHost : public RecordingHost {
 
  private:
   static constexpr const char* kPictures[] = {"QRCodeLastBill.bmp", "QRCodeLastBill.jpg"};
+  ScratchFolder scratch_;
   ScopedApp app_;
 };
 

@@ -1,10 +1,13 @@
-# Installs a build, moves the installed tree elsewhere (nothing in it may know where it was), builds the consumer
-# against it through find_package and through pkg-config, and compares what the two programs print.
+# Installs a build, moves the installed tree elsewhere (nothing in it may know where it was), builds the consumers against
+# it through find_package and through pkg-config, and compares what they print: one with the libraries, the same one with
+# the shared object, and one with the application server's side.
 #
-# cmake -D BUILD_DIR=... -D SOURCE_DIR=... -D WORK_DIR=... -D CXX=... -D FLAGS=... -P install_consumer.cmake
+# cmake -D BUILD_DIR=... -D SOURCE_DIR=... -D WORK_DIR=... -D CXX=... -D PYTHON=... -D FLAGS=... -P install_consumer.cmake
 
 function(run)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  execute_process(
+    COMMAND ${ARGN} WORKING_DIRECTORY "${WORK_DIR}" RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output
+  )
   if(NOT status EQUAL 0)
     string(JOIN " " command ${ARGN})
     message(FATAL_ERROR "failed (${status}): ${command}\n${output}")
@@ -12,13 +15,20 @@ function(run)
   set(output "${output}" PARENT_SCOPE)
 endfunction()
 
-function(expect_figures program)
+# The module is a description for pkg-config; each has a source, and a file with what it prints.
+function(expect_figures program module)
   run("${program}")
-  file(READ "${SOURCE_DIR}/expected.txt" expected)
+  file(READ "${SOURCE_DIR}/${source_of_${module}}.txt" expected)
   if(NOT output STREQUAL expected)
     message(FATAL_ERROR "${program} printed\n${output}\ninstead of\n${expected}")
   endif()
+  file(REMOVE "${WORK_DIR}/tvrtka.db")
 endfunction()
+
+set(modules mox mox-runtime mox-appserver)
+set(source_of_mox main)
+set(source_of_mox-runtime main)
+set(source_of_mox-appserver company)
 
 # The consumer is the README's example, letter for letter.
 file(READ "${SOURCE_DIR}/main.cpp" consumer)
@@ -29,11 +39,12 @@ if(place EQUAL -1)
 endif()
 
 file(REMOVE_RECURSE "${WORK_DIR}")
+file(MAKE_DIRECTORY "${WORK_DIR}")
 run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${WORK_DIR}/installed")
 file(RENAME "${WORK_DIR}/installed" "${WORK_DIR}/prefix")
 
 # Every installed header must find what it includes among the installed ones.
-file(GLOB_RECURSE headers RELATIVE "${WORK_DIR}/prefix/include" "${WORK_DIR}/prefix/include/mox/*.h")
+file(GLOB_RECURSE headers RELATIVE "${WORK_DIR}/prefix/include" "${WORK_DIR}/prefix/include/*.h")
 list(TRANSFORM headers REPLACE "(.+)" "#include \"\\1\"\n")
 list(JOIN headers "" every_header)
 file(WRITE "${WORK_DIR}/every_header.cpp" "${every_header}")
@@ -44,17 +55,23 @@ run(
   "-DEVERY_HEADER=${WORK_DIR}/every_header.cpp"
 )
 run("${CMAKE_COMMAND}" --build "${WORK_DIR}/by_package")
-expect_figures("${WORK_DIR}/by_package/consumer")
+foreach(module IN LISTS modules)
+  expect_figures("${WORK_DIR}/by_package/with_${module}" ${module})
+endforeach()
 
 file(GLOB_RECURSE pc_file "${WORK_DIR}/prefix/*/mox.pc")
 cmake_path(GET pc_file PARENT_PATH pc_dir)
 set(ENV{PKG_CONFIG_PATH} "${pc_dir}")
-run(pkg-config --cflags mox)
-separate_arguments(compile_flags UNIX_COMMAND "${FLAGS} ${output}")
-run(pkg-config --libs mox)
-separate_arguments(link_flags UNIX_COMMAND "${output}")
-run(
-  "${CXX}" -std=c++20 ${compile_flags} "${SOURCE_DIR}/main.cpp" "${WORK_DIR}/every_header.cpp"
-  -o "${WORK_DIR}/by_pkg_config" ${link_flags}
-)
-expect_figures("${WORK_DIR}/by_pkg_config")
+foreach(module IN LISTS modules)
+  run(pkg-config --cflags ${module})
+  separate_arguments(compile_flags UNIX_COMMAND "${FLAGS} ${output}")
+  run(pkg-config --libs ${module})
+  separate_arguments(link_flags UNIX_COMMAND "${output}")
+  run(
+    "${CXX}" -std=c++20 ${compile_flags} "${SOURCE_DIR}/${source_of_${module}}.cpp" -o "${WORK_DIR}/with_${module}"
+    ${link_flags} "-Wl,-rpath,${pc_dir}/.."
+  )
+  expect_figures("${WORK_DIR}/with_${module}" ${module})
+endforeach()
+
+file(REMOVE_RECURSE "${WORK_DIR}")

@@ -8,6 +8,7 @@
 #include "case_file.h"
 #include "record_set_kinds.h"
 #include "record_set_script.h"
+#include "tests/fakes/scratch_folder.h"
 
 namespace mox {
 namespace {
@@ -149,7 +150,8 @@ TEST(RecordText, SurvivesEveryDamage) {
 }
 
 TEST(RecordFiles, HoldTheTextFormAndTheBytesOfAField) {
-  const fs::path folder = fs::path(testing::TempDir()) / "record_files";
+  const ScratchFolder scratch;
+  const fs::path& folder = scratch.path();
   fs::create_directories(folder / "mapa");
   const std::string path = (folder / "čaše.moxrs").string();
   RecordSet set = AllKinds({Samples()[3], Samples()[2]});
@@ -181,7 +183,6 @@ TEST(RecordFiles, HoldTheTextFormAndTheBytesOfAField) {
   set.Edit();
   set.FieldByName("binary").LoadFromFile(path);
   EXPECT_EQ(set.AsVariant(7), Samples()[2][7]);
-  fs::remove_all(folder);
 }
 
 }  // namespace

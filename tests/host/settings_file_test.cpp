@@ -13,6 +13,7 @@
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/files.h"
+#include "tests/fakes/scratch_folder.h"
 
 namespace mox {
 namespace {
@@ -22,16 +23,6 @@ using testing::HasSubstr;
 
 class SettingsFileTest : public testing::Test {
  protected:
-  SettingsFileTest() {
-    std::string name = testing::TempDir() + "mox_settings_XXXXXX";
-    folder_ = ::mkdtemp(name.data());
-    path_ = folder_ / "user.ini";
-  }
-  ~SettingsFileTest() override {
-    fs::permissions(folder_, fs::perms::owner_all);
-    fs::remove_all(folder_);
-  }
-
   void Write(std::string_view bytes) { std::ofstream(path_, std::ios::binary) << bytes; }
   std::string Bytes() const { return ReadWholeFile(path_.string()); }
   std::ptrdiff_t FilesInFolder() const { return std::distance(fs::directory_iterator(folder_), {}); }
@@ -54,8 +45,9 @@ class SettingsFileTest : public testing::Test {
     EXPECT_EQ(settings.ReadString("GENERAL", "KOL_NUM", "none"), value);
   }
 
-  fs::path folder_;
-  fs::path path_;
+  ScratchFolder scratch_;
+  fs::path folder_ = scratch_.path();
+  fs::path path_ = folder_ / "user.ini";
 };
 
 // Write protection does not hold for root: gives up its rights for a while.

@@ -9,6 +9,7 @@
 
 #include "mox/foundation/files.h"
 #include "mox/host/command_line.h"
+#include "tests/fakes/scratch_folder.h"
 #include "tests/foundation/case_file.h"
 
 namespace mox {
@@ -29,9 +30,6 @@ TEST(CommandLine, SplitsAsWindowsDoes) {
 // A shell script in a folder with blanks in its name, as a program.
 class StartedProgramTest : public testing::Test {
  protected:
-  StartedProgramTest() { fs::create_directories(folder_); }
-  ~StartedProgramTest() override { fs::remove_all(folder_); }
-
   std::unique_ptr<AppProgram> Start(const std::string& script, const std::string& parameters = "") {
     const std::string file = folder_ + "a program.exe";
     std::ofstream(file) << "#!/bin/sh\ncd '" << folder_ << "'\n" << script << "\n";
@@ -48,7 +46,8 @@ class StartedProgramTest : public testing::Test {
     return program.ExitCode();
   }
 
-  std::string folder_ = testing::TempDir() + "mox programs " + std::to_string(::getpid()) + "/";
+  ScratchFolder scratch_;
+  std::string folder_ = scratch_ / "";
   SystemPlatform platform_;
   int polls_ = 0;
 };

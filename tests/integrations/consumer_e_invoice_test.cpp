@@ -1,12 +1,11 @@
 #include "mox/integrations/consumer_e_invoice.h"
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <fstream>
 
 #include "mox/foundation/files.h"
 #include "tests/fakes/recording_host.h"
+#include "tests/fakes/scratch_folder.h"
 #include "tests/foundation/case_file.h"
 
 namespace mox {
@@ -33,8 +32,7 @@ RecordSet OneRecord(const std::string& text) {
 class InvoiceHost : public RecordingHost {
  public:
   explicit InvoiceHost(const Words& row) : app_(Parts()) {
-    folder = testing::TempDir() + "mox e-invoice " + std::to_string(::getpid()) + "/";
-    fs::create_directories(folder);
+    folder = scratch_ / "";
     refused_ = row.at(1);
     Answer("IntegrationsUsersAccounts", {{"adsLoginData", row.at(0)}});
     Answer("MojERacunB2C", {{"adsData", R"(jsonData={\"kupac\":\"Šime\"})"}, {"adsPartner", row.at(2)}});
@@ -54,7 +52,6 @@ class InvoiceHost : public RecordingHost {
       return {kStillActive, 0};
     };
   }
-  ~InvoiceHost() override { fs::remove_all(folder); }
 
   int WriteDataService(const TAstaParamList& request) override {
     std::string line = "write " + request[0].Name();
@@ -103,6 +100,7 @@ class InvoiceHost : public RecordingHost {
   }
 
   std::string refused_;
+  ScratchFolder scratch_;
   ScopedApp app_;
 };
 

@@ -2,14 +2,17 @@
 # Replays a transcript with the built programs: replay.sh TRANSCRIPT MOX SENDER INTERMEDIARY FOLDER
 #
 # "$ " begins a command of the shell, "> " what it printed, "! " its standard error and "= " its exit status, where that
-# is not 0; other lines are for the reader. The programs lie in FOLDER, where the commands run; HOST stands for the
-# address of the intermediary, DIGEST for what depends on it, COMPANY for what tells companies apart.
+# is not 0; other lines are for the reader. The programs lie in a new folder whose name begins with FOLDER, where the
+# commands run; HOST stands for the address of the intermediary, DIGEST for what depends on it, COMPANY for what tells
+# companies apart.
 set -uo pipefail
-transcript=$(realpath "$1") folder=$5
-rm -rf "$folder" && mkdir -p "$folder"
+transcript=$(realpath "$1")
+folder=$(mktemp -d "$5 XXXXXX") || exit 1
+trap 'rm -rf -- "$folder"' EXIT
 cp -l "$2" "$folder/mox" && cp -l "$3" "$folder/CallAPIRequestSender.exe" || exit 1
 python3 "$4" "$folder" &
-trap "kill $!" EXIT
+intermediary=$!
+trap 'kill "$intermediary"; cd / && rm -rf -- "$folder"' EXIT
 cd "$folder" || exit 1
 await() { for _ in {1..400}; do eval "$1" && return || sleep 0.05; done; }
 await '[ -s port ]'

@@ -96,6 +96,8 @@ class HiddenStart {
 
 }  // namespace
 
+#pragma GCC visibility push(hidden)
+
 // They are asked for now and then, so that none stays in the system's table after it has ended.
 struct SystemPlatform::Children {
   std::vector<pid_t> running;
@@ -125,6 +127,7 @@ struct SystemPlatform::Children {
     int exit_code_ = kStillActive;
   };
 };
+#pragma GCC visibility pop
 
 SystemPlatform::SystemPlatform(std::function<std::string()> clipboard)
     : clipboard_(std::move(clipboard)), children_(std::make_shared<Children>()) {}
