@@ -16,7 +16,6 @@ constexpr ServiceInfo kImportGrid = {"ImportGrid", "params1:text,params2:text", 
                                      "which values stand in the database, for look-ups in the catalogue"};
 constexpr ServiceInfo kRetailSizes = {"Lunari\\KalkulirajVelicine", "params1:text,params2:text", "adsList",
                                       "the Croatian sizes of retail articles, which params2 has as records"};
-constexpr std::string_view kAdditionalFeatures = "AdditionalFeaturesData";
 
 // Names joined for people, with a '?' after each that may be left out, kept for the life of the program.
 template <typename Items, typename MayBeLeftOut>
@@ -73,24 +72,13 @@ std::string WriteFailure::ToString() const {
 }
 
 CompanyServer::CompanyServer(Database database, Log log)
-    : database_(std::move(database)), log_(std::move(log)) {
-  RecordSet stored = database_.Query("parametri", ParseColumns("naziv,vrijednost"),
-                                     "SELECT naziv, vrijednost FROM parametri_poduzeca ORDER BY id");
-  for (; !stored.Eof(); stored.Next()) parameters_.Set(stored.AsTextView(0), stored.AsTextView(1));
-}
-
-void CompanyServer::SetParameter(std::string_view assignment) {
-  set_parameters_.SetAssignment(assignment);
-  parameters_.SetAssignment(assignment);
-}
+    : database_(std::move(database)), log_(std::move(log)), company_(database_) {}
 
 void CompanyServer::AddSecrets(Secrets& secrets) {
   RecordSet keys = database_.Query("racuni", ParseColumns("kljuc"),
                                    "SELECT eracun_key FROM integracije_racuni WHERE eracun_key IS NOT NULL");
   for (; !keys.Eof(); keys.Next()) secrets.Add(keys.AsTextView(0));
 }
-
-RecordSet* CompanyServer::CompanyParameters() { return parameters_.CompanyParameters(); }
 
 void CompanyServer::Tell(std::string_view line) const {
   if (log_) log_(VisibleText(line));
@@ -100,7 +88,7 @@ std::unique_ptr<TAstaParamList> CompanyServer::Answer(const TAstaParamList& requ
                                                       std::string_view service) {
   const ReadTransaction snapshot(database_);
   if (service == kImportGrid.name) {
-    const ServiceInputs inputs(kImportGrid.inputs, request);
+    const ServiceInputs inputs(kImportGrid.inputs, request, company_);
     auto answers = std::make_unique<TAstaParamList>();
     answers->FastAdd(kImportGrid.answers, import_catalogue_.Find(database_, inputs.As<std::string>("params1"),
                                                                  inputs.As<std::string>("params2")));
@@ -116,10 +104,7 @@ std::unique_ptr<TAstaParamList> CompanyServer::Answer(const TAstaParamList& requ
     Tell("unknown service " + std::string(service));
     return nullptr;
   }
-  auto answers = RunReadService(*row, database_, request);
-  if (service != kAdditionalFeatures) return answers;
-  auto overridden = set_parameters_.ReportDataService(request, service);
-  return overridden == nullptr ? std::move(answers) : std::move(overridden);
+  return RunReadService(*row, database_, request, company_);
 }
 
 std::unique_ptr<TAstaParamList> CompanyServer::ReportDataService(const TAstaParamList& request,
@@ -145,8 +130,10 @@ std::optional<RecordSet> CompanyServer::Store(const TAstaParamList& request, Wri
   failure.transaction = item.Name();
   const NamedTransaction* const transaction = FindRow(NamedTransactionTable(), item.Name());
   if (transaction == nullptr) throw Error("unknown transaction");
-  return RunNamedTransaction(*transaction, database_, item.AsTextView(),
-                             rehearsing_ ? Ending::kRollBack : Ending::kCommit);
+  auto stored = RunNamedTransaction(*transaction, database_, item.AsTextView(),
+                                    rehearsing_ ? Ending::kRollBack : Ending::kCommit);
+  if (FindRow(CompanyTransactionTable(), item.Name()) != nullptr) company_.Reload();
+  return stored;
 }
 
 std::string CompanyServer::WriteRefusal() const {

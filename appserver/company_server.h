@@ -8,11 +8,11 @@
 #include <string_view>
 #include <vector>
 
+#include "appserver/company_data.h"
 #include "appserver/database.h"
 #include "appserver/import_catalogue.h"
 #include "mox/foundation/app.h"
 #include "mox/foundation/secrets.h"
-#include "mox/host/company_parameters.h"
 
 namespace mox {
 
@@ -69,13 +69,14 @@ class CompanyServer : public TdmComunication {
   Database& database() { return database_; }
   /// The SQL texts that the service "ImportGrid" runs.
   ImportCatalogue& import_catalogue() { return import_catalogue_; }
-  /// "NAME=VALUE" overrides the company parameter and the additional feature of that name.
-  void SetParameter(std::string_view assignment);
+  const CompanyData& company() const { return company_; }
+  /// "NAME=VALUE" stands before the company parameter and the additional feature of that name.
+  void SetParameter(std::string_view assignment) { company_.Set(assignment); }
 
   /// Adds the keys of the company's accounts, which nobody is to see.
   void AddSecrets(Secrets& secrets);
 
-  RecordSet* CompanyParameters() override;
+  RecordSet* CompanyParameters() override { return company_.Parameters(); }
   /// Null for an unknown service. Raises DatabaseError when the database fails, Error naming the service and
   /// an input that is missing, unknown or of another kind, or an SQL text that is not in the catalogue.
   std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
@@ -97,8 +98,7 @@ class CompanyServer : public TdmComunication {
   Database database_;
   Log log_;
   ImportCatalogue import_catalogue_;
-  CompanyParameterModule parameters_;  // of the database and set ones
-  CompanyParameterModule set_parameters_;
+  CompanyData company_;
   WriteOutcome last_write_;
   bool rehearsing_ = false;
 };

@@ -68,12 +68,20 @@ FieldDef FieldOfColumn(std::string name, std::string_view declared_type, bool re
 
 // --- the database ---
 
-void Database::Create(const std::string& path) {
-  DatabaseConnection::dialect().Create(path, FillNewDatabase);
+void Database::Create(const std::string& path, WithDemo demo,
+                      const std::function<void(Database& created)>& fill) {
+  DatabaseConnection::dialect().Create(path, [&](DatabaseConnection& connection) {
+    FillNewDatabase(connection, demo);
+    if (!fill) return;
+    Database created(std::shared_ptr<DatabaseConnection>(&connection, [](DatabaseConnection*) {}));
+    WriteTransaction transaction(created);
+    fill(created);
+    transaction.Commit();
+  });
 }
 
 Database::Database(const std::string& path, Access access)
-    : connection_(std::make_unique<DatabaseConnection>(
+    : connection_(std::make_shared<DatabaseConnection>(
           path, [&](soci::session& session) { DatabaseConnection::dialect().Open(session, path, access); })) {
   if (access == Access::kReadWrite) {
     MigrateSchema(*connection_);

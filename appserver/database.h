@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "mox/foundation/error.h"
@@ -73,6 +75,10 @@ class Statement {
   std::unique_ptr<Impl> impl_;
 };
 
+/// Whether a new database begins with a made-up company, its partners and an article, or with reference data
+/// alone.
+enum class WithDemo : std::uint8_t { kNo, kYes };
+
 /// A company database: one file with a versioned schema. An object is used by one thread; any number of
 /// processes may use one file at the same time.
 ///
@@ -82,9 +88,11 @@ class Database {
  public:
   enum class Access : std::uint8_t { kReadWrite, kReadOnly };
 
-  /// Creates the file with the newest schema and the reference data; it appears whole or not at all, and only
-  /// its owner may read it. Raises DatabaseError, also when the file exists.
-  static void Create(const std::string& path);
+  /// Creates the file with the newest schema, the reference data and what `fill` stores, which runs in a
+  /// transaction of its own; it appears whole or not at all, and only its owner may read it. Raises
+  /// DatabaseError, also when the file exists, and what `fill` raises.
+  static void Create(const std::string& path, WithDemo demo = WithDemo::kNo,
+                     const std::function<void(Database& created)>& fill = nullptr);
   /// Opens an existing file. With kReadWrite an older schema is brought to the newest one in one transaction.
   /// Raises DatabaseError for a file that does not exist, is no company database, is damaged, or was written
   /// by a newer program.
@@ -126,7 +134,8 @@ class Database {
  private:
   friend class WriteTransaction;
   friend class ReadTransaction;
-  std::unique_ptr<DatabaseConnection> connection_;
+  explicit Database(std::shared_ptr<DatabaseConnection> connection) : connection_(std::move(connection)) {}
+  std::shared_ptr<DatabaseConnection> connection_;
 };
 
 /// A text as `fold(column)` has it.

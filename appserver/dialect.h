@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,7 +22,8 @@ class Dialect {
   /// Opens an existing database. Raises soci_error, Error.
   virtual void Open(soci::session& session, const std::string& path, Database::Access access) const = 0;
   /// Creates a database and has it filled; it appears whole or not at all. Raises DatabaseError.
-  virtual void Create(const std::string& path, void (*fill)(DatabaseConnection& connection)) const = 0;
+  virtual void Create(const std::string& path,
+                      const std::function<void(DatabaseConnection& connection)>& fill) const = 0;
 
   /// None where it is no company database.
   virtual std::optional<int> SchemaVersion(soci::session& session) const = 0;

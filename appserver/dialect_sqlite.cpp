@@ -176,7 +176,7 @@ class Sqlite : public Dialect {
     if (IsOurs(session)) SetWriteAheadLog(session);
   }
 
-  void Create(const std::string& path, void (*fill)(DatabaseConnection&)) const override {
+  void Create(const std::string& path, const std::function<void(DatabaseConnection&)>& fill) const override {
     RequireFree(path);
     const TemporaryDatabase temporary(path);
     {

@@ -29,13 +29,13 @@ struct Part {
 constexpr Part kAccount = {"prijava", "korisnik,kljuc", R"(
 SELECT eracun_user_name, eracun_key FROM integracije_racuni WHERE user_id = '')"};
 
-constexpr Part kCompany = {"poduzece", "naziv,oib,adresa,mjesto,iban", R"(
-SELECT
-  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'NazivPoduzeca'),
-  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'OIBPoduzeca'),
-  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'AdresaPoduzeca'),
-  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'MjestoPoduzeca'),
-  (SELECT iban FROM poduzece_ibani ORDER BY glavni DESC, id LIMIT 1))"};
+constexpr Part kIban = {"iban", "iban", R"(
+SELECT iban FROM poduzece_ibani ORDER BY glavni DESC, id LIMIT 1)"};
+
+constexpr std::pair<const char*, const char*> kCompany[] = {{"naziv", "NazivPoduzeca"},
+                                                            {"oib", "OIBPoduzeca"},
+                                                            {"adresa", "AdresaPoduzeca"},
+                                                            {"mjesto", "MjestoPoduzeca"}};
 
 constexpr Part kBuyer = {"kupac", "sifra,naziv,tip_tvrtke,oib,adresa,ptt,mjesto,drzava,email", R"(
 SELECT p.sifra, p.naziv, p.tip_tvrtke, p.oib,
@@ -104,6 +104,15 @@ Json CurrentRecord(const RecordSet& records) {
   for (std::size_t i = 0; i < records.FieldCount(); ++i) {
     if (!records.IsNull(i)) object[records.Definition(i).name] = ToJson(records.AsVariant(i));
   }
+  return object;
+}
+
+Json CompanyOf(Database& database, const CompanyData& company, std::int64_t doc_id) {
+  company.RequireNamed();
+  Json object = Json::object();
+  for (const auto& [name, parameter] : kCompany) object[name] = *company.Parameter(parameter);
+  const RecordSet iban = Read(database, kIban, doc_id);
+  if (!iban.IsEmpty()) object[kIban.name] = iban.AsText(0);
   return object;
 }
 
@@ -223,20 +232,12 @@ std::optional<RecordSet> InsertLink(const NamedTransaction& /*transaction*/, Dat
 // A field that is not sent, or is null, leaves what is stored.
 std::optional<RecordSet> SetAccount(const NamedTransaction& /*transaction*/, Database& database,
                                     SentRecordSets& sent) {
-  constexpr std::pair<std::string_view, std::string_view> kColumns[] = {
-      {"EracunSendB2CBills", "eracun_send_b2c_bills"},
-      {"EracunB2CUrl", "eracun_b2c_url"},
-      {"EracunUserName", "eracun_user_name"},
-      {"EracunKey", "eracun_key"}};
   RecordSet& account = *sent.Find("adsLoginData");
   RequireOneRecord(account);
   account.First();
-  for (const auto& [field_name, column] : kColumns) {
-    const auto field = account.FindField(field_name);
-    if (!field || field->IsNull()) continue;
-    const bool is_flag = field_name == kColumns[0].first;
-    database.Execute("UPDATE integracije_racuni SET " + std::string(column) + " = :value WHERE user_id = ''",
-                     {is_flag ? Value(field->AsBoolean()) : Value(field->AsText())});
+  for (const AccountField& field : AccountFields()) {
+    const auto sent_field = account.FindField(field.name);
+    if (sent_field && !sent_field->IsNull()) StoreAccountField(database, field, sent_field->AsVariant());
   }
   return std::nullopt;
 }
@@ -258,7 +259,7 @@ const NamedTransaction kTransactions[] = {
 
 }  // namespace
 
-std::string InvoiceJson(Database& database, std::int64_t doc_id) {
+std::string InvoiceJson(Database& database, const CompanyData& company, std::int64_t doc_id) {
   const auto stored = ReadStoredDocument(database, doc_id);
   if (!stored) throw Error("there is no document " + std::to_string(doc_id));
   RequireInvoice(*stored);
@@ -270,9 +271,9 @@ std::string InvoiceJson(Database& database, std::int64_t doc_id) {
   const Currency total = CheckedTotal(database, *stored);
 
   Json invoice = Json::object();
-  for (const Part* part : {&kAccount, &kCompany, &kBuyer}) {
-    invoice[part->name] = CurrentRecord(Read(database, *part, doc_id));
-  }
+  invoice[kAccount.name] = CurrentRecord(Read(database, kAccount, doc_id));
+  invoice["poduzece"] = CompanyOf(database, company, doc_id);
+  invoice[kBuyer.name] = CurrentRecord(Read(database, kBuyer, doc_id));
   Json& document = invoice[kHeader.name] = CurrentRecord(header);
   document.erase("ukupno");
   if (!document.contains("valuta")) {
@@ -290,7 +291,22 @@ std::string InvoiceJson(Database& database, std::int64_t doc_id) {
 }
 
 void FillInvoiceData(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
-  answer.AppendRecord({InvoiceJson(database, inputs.As<std::int64_t>("id"))});
+  answer.AppendRecord({InvoiceJson(database, inputs.Company(), inputs.As<std::int64_t>("id"))});
+}
+
+std::span<const AccountField> AccountFields() {
+  static constexpr AccountField kFields[] = {
+      {"EracunSendB2CBills", "eracun_send_b2c_bills", "šalje li poduzeće e-račune građanima", true},
+      {"EracunB2CUrl", "eracun_b2c_url", "adresa posrednika"},
+      {"EracunUserName", "eracun_user_name", "korisničko ime kod posrednika"},
+      {"EracunKey", "eracun_key", "ključ kod posrednika", false, true}};
+  return kFields;
+}
+
+void StoreAccountField(Database& database, const AccountField& field, const Value& value) {
+  database.Execute(
+      "UPDATE integracije_racuni SET " + std::string(field.column) + " = :value WHERE user_id = ''",
+      {field.is_flag ? Value(ToBoolean(value)) : Value(ToText(value))});
 }
 
 std::span<const NamedTransaction> EInvoiceTransactionTable() { return kTransactions; }

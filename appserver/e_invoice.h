@@ -1,7 +1,10 @@
 #pragma once
 
+#include <span>
 #include <string>
+#include <string_view>
 
+#include "appserver/company_data.h"
 #include "appserver/read_service.h"
 
 namespace mox {
@@ -12,10 +15,23 @@ namespace mox {
 /// rates are decimal texts exactly as they are stored; nothing is rounded, and what is null is left out.
 ///
 /// Raises Error for a document that does not exist, is neither an invoice nor the storno of one, has no lines
-/// or no tax by rate, whose lines, tax by rate and total disagree, and for a storno with a positive total.
-std::string InvoiceJson(Database& database, std::int64_t doc_id);
+/// or no tax by rate, whose lines, tax by rate and total disagree, for a storno with a positive total, and
+/// where the company is not named yet.
+std::string InvoiceJson(Database& database, const CompanyData& company, std::int64_t doc_id);
 
 /// Fills the record set "adsData" of the service "MojERacunB2C".
 void FillInvoiceData(Database& database, const ServiceInputs& inputs, RecordSet& answer);
+
+/// A field of the company's account with the intermediary.
+struct AccountField {
+  std::string_view name;
+  std::string_view column;
+  std::string_view summary;
+  bool is_flag = false;
+  bool is_secret = false;
+};
+std::span<const AccountField> AccountFields();
+/// Raises ConversionError for a flag that is neither true nor false.
+void StoreAccountField(Database& database, const AccountField& field, const Value& value);
 
 }  // namespace mox

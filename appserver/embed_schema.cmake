@@ -28,7 +28,7 @@ std::string_view View(const unsigned char (&text)[N]) {
 
 }  // namespace
 
-const std::vector<SchemaFile>& SchemaFiles() {
+const std::vector<SchemaFile>& EmbeddedFiles() {
   static const std::vector<SchemaFile> files = {
 ${rows}  };
   return files;

@@ -18,6 +18,8 @@ int NumberOf(const SchemaFile& file) {
   return static_cast<int>(ParseInteger(name.substr(0, name.find('_'))));
 }
 
+constexpr std::string_view kDemoFolder = "demo/";
+
 // Schema files come before reference data, either in the order of their names.
 std::vector<SchemaFile> FilesAbove(int version, std::vector<SchemaFile> files) {
   std::erase_if(files, [version](const SchemaFile& file) { return NumberOf(file) <= version; });
@@ -66,8 +68,22 @@ int RequireKnownVersion(DatabaseConnection& connection, const std::vector<Schema
   return *version;
 }
 
-void FillNewDatabase(DatabaseConnection& connection) {
-  connection.InTransaction([&] { RunFilesAbove(connection, kNoVersion, SchemaFiles()); });
+const std::vector<SchemaFile>& SchemaFiles() {
+  static const std::vector<SchemaFile> files = [] {
+    std::vector<SchemaFile> all = EmbeddedFiles();
+    std::erase_if(all, [](const SchemaFile& file) { return file.name.starts_with(kDemoFolder); });
+    return all;
+  }();
+  return files;
+}
+
+void FillNewDatabase(DatabaseConnection& connection, WithDemo demo) {
+  connection.InTransaction([&] {
+    RunFilesAbove(connection, kNoVersion, SchemaFiles());
+    for (const SchemaFile& file : EmbeddedFiles()) {
+      if (demo == WithDemo::kYes && file.name.starts_with(kDemoFolder)) RunFile(connection, file);
+    }
+  });
 }
 
 void MigrateSchema(DatabaseConnection& connection, const std::vector<SchemaFile>& files) {

@@ -52,12 +52,14 @@ struct NamedTransaction {
   const RecordSetRule* FindRule(std::string_view record_set) const;
 };
 
-/// Those that store documents and links, then those of e-invoices, then those of the imports.
+/// Those that store documents and links, then those of the company, of e-invoices and of the imports.
 std::span<const NamedTransaction> NamedTransactionTable();
 /// Those that store documents, cancel them and link them.
 std::span<const NamedTransaction> DocumentTransactionTable();
 /// Those that link documents to their e-invoices, and the one that sets the company's account.
 std::span<const NamedTransaction> EInvoiceTransactionTable();
+/// Those that change the company's own data.
+std::span<const NamedTransaction> CompanyTransactionTable();
 /// Those that store what the import grid sends.
 std::span<const NamedTransaction> ImportTransactionTable();
 

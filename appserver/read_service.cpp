@@ -52,7 +52,9 @@ std::vector<ServiceInput> ParseInputs(std::string_view inputs) {
   return parsed;
 }
 
-ServiceInputs::ServiceInputs(std::string_view declared, const TAstaParamList& request) {
+ServiceInputs::ServiceInputs(std::string_view declared, const TAstaParamList& request,
+                             const CompanyData& company)
+    : company_(company) {
   for (const ServiceInput& input : ParseInputs(declared)) {
     const TAstaParam* const given = request.FindParam(input.name);
     Value value;
@@ -89,8 +91,8 @@ void ServiceInputs::Derive(std::string_view name, FieldKind kind, Value value) {
 }
 
 std::unique_ptr<TAstaParamList> RunReadService(const ReadService& service, Database& database,
-                                               const TAstaParamList& request) {
-  ServiceInputs inputs(service.inputs, request);
+                                               const TAstaParamList& request, const CompanyData& company) {
+  ServiceInputs inputs(service.inputs, request, company);
   if (service.prepare != nullptr) service.prepare(database, inputs);
   auto answers = std::make_unique<TAstaParamList>();
   for (const ServiceAnswer& answer : service.answers) {

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "appserver/company_data.h"
 #include "appserver/company_server.h"
 #include "appserver/database.h"
 #include "mox/server/param_list.h"
@@ -19,7 +20,11 @@ class ServiceInputs {
  public:
   /// `declared` is "skl_id:integer,datum:date"; a '?' after a name means that it may be missing, which is
   /// null. Raises Error naming an input that is missing, unknown or given twice, or that has another kind.
-  ServiceInputs(std::string_view declared, const TAstaParamList& request);
+  /// The company must outlive the inputs.
+  ServiceInputs(std::string_view declared, const TAstaParamList& request, const CompanyData& company);
+
+  /// Whom the request is made to.
+  const CompanyData& Company() const { return company_; }
 
   /// Raises Error for a name that is no input.
   const Value& operator[](std::string_view name) const;
@@ -42,6 +47,7 @@ class ServiceInputs {
   const Input& Find(std::string_view name) const;
 
   std::vector<Input> inputs_;
+  const CompanyData& company_;
 };
 
 /// Fills one record set of an answer, which is open, where SQL alone is not enough.
@@ -73,6 +79,6 @@ std::span<const ReadService> ReadServiceTable();
 
 /// Raises DatabaseError, Error.
 std::unique_ptr<TAstaParamList> RunReadService(const ReadService& service, Database& database,
-                                               const TAstaParamList& request);
+                                               const TAstaParamList& request, const CompanyData& company);
 
 }  // namespace mox

@@ -48,6 +48,35 @@ void PrepareKreditniLimit(Database& database, ServiceInputs& inputs) {
   inputs.Derive("kasni_prije", FieldKind::kDate, Date{static_cast<std::int32_t>(since)});
 }
 
+// The payee of a payment slip.
+void PrepareVirman(Database& /*database*/, ServiceInputs& inputs) {
+  const CompanyData& company = inputs.Company();
+  company.RequireNamed();
+  for (const std::string_view name : {"NazivPoduzeca", "AdresaPoduzeca", "MjestoPoduzeca"}) {
+    inputs.Derive(name, FieldKind::kText, *company.Parameter(name));
+  }
+  inputs.Derive("GlavniIban", FieldKind::kText, company.RequireIban());
+}
+
+void FillFeature(Database& /*database*/, const ServiceInputs& inputs, RecordSet& answer) {
+  if (const auto allowed = inputs.Company().Feature(inputs.As<std::string>("Code"))) {
+    answer.AppendRecord({*allowed});
+  }
+}
+
+void FillAdditionalParameters(Database& /*database*/, const ServiceInputs& inputs, RecordSet& answer) {
+  inputs.Company().AppendAdditional(answer);
+}
+
+void FillCompany(Database& /*database*/, const ServiceInputs& inputs, RecordSet& answer) {
+  inputs.Company().AppendAll(answer);
+}
+
+void FillTravellerReference(Database& /*database*/, const ServiceInputs& inputs, RecordSet& answer) {
+  const auto type = inputs.Company().Parameter("TipPozivaNaBrojPutnika");
+  answer.AppendRecord({type ? Value(*type) : Value()});
+}
+
 constexpr std::string_view kSkladisteColumns =
     "id:integer,sifra,naziv,gln,adresa,ptt,mjesto,webshop:boolean,aktivan:boolean";
 
@@ -115,14 +144,17 @@ FROM poslovni_prostor WHERE skl_id = :skl_id AND za_ugovore ORDER BY id)"}}},
     {"AdditionalFeaturesData",
      "Code",
      "whether an additional feature is allowed",
-     {{"adsAddFeatures", "Allow:boolean", R"(
-SELECT allow FROM dodatne_mogucnosti WHERE code = :Code)"}}},
+     {{"adsAddFeatures", "Allow:boolean", "", FillFeature}}},
 
     {"Kat\\DodatniParametriPoduzeca",
      "",
      "the additional company parameters",
-     {{"adsList", "naziv,vrijednost,opis", R"(
-SELECT naziv, vrijednost, opis FROM dodatni_parametri ORDER BY naziv)"}}},
+     {{"adsList", "naziv,vrijednost,opis", "", FillAdditionalParameters}}},
+
+    {"Kat\\ParametriPoduzeca",
+     "",
+     "who the company is and how it works: parameters, additional features, the e-invoice account",
+     {{"adsList", "naziv,vrijednost,opis,skupina", "", FillCompany}}},
 
     {"IntegrationsUsersAccounts",
      "",
@@ -179,25 +211,22 @@ WHERE p.id = :par_id)"}},
        R"(
 SELECT p.naziv, TRIM(COALESCE(p.adresa, '') || ' ' || COALESCE(p.adresabroj, '')),
   TRIM(COALESCE(m.ptt, '') || ' ' || COALESCE(m.naziv, '')),
-  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'NazivPoduzeca'),
-  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'AdresaPoduzeca'),
-  (SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'MjestoPoduzeca'),
-  i.iban, s.model,
+  :NazivPoduzeca, :AdresaPoduzeca, :MjestoPoduzeca, i.iban, s.model,
   COALESCE(d.poziv_na_br, CAST(d.broj AS VARCHAR(20)) || '-' || CAST(d.godina AS VARCHAR(20))),
   CAST(:IznosRacuna AS NUMERIC(19,4)), COALESCE(v.oznaka, 'EUR'), s.sifra_namjene, s.opis_placanja
 FROM virman s
 JOIN par p ON p.id = :ParId
 JOIN dok d ON d.id = :DocId
 LEFT JOIN mjesto m ON m.id = p.mjesto_id
-LEFT JOIN poduzece_ibani i ON i.id = s.iban_id
+LEFT JOIN poduzece_ibani i ON i.id = s.iban_id OR (s.iban_id IS NULL AND i.iban = :GlavniIban)
 LEFT JOIN valuta v ON v.id = i.valuta_id
-WHERE s.id = :VirmanId)"}}},
+WHERE s.id = :VirmanId)"}},
+     PrepareVirman},
 
     {"GetTipPozivaNaBrojPutnika",
      "",
      "the payment reference that travellers get",
-     {{"adsPozivNaBroj", "poziv_na_br", R"(
-SELECT vrijednost FROM parametri_poduzeca WHERE naziv = 'TipPozivaNaBrojPutnika')"}}},
+     {{"adsPozivNaBroj", "poziv_na_br", "", FillTravellerReference}}},
 
     // --- documents ---
 

@@ -17,7 +17,7 @@ CompanyFile::CompanyFile() {
   if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error(pattern + " cannot be created");
   folder_ = pattern;
   const std::string path = (folder_ / "company.db").string();
-  Database::Create(path);
+  Database::Create(path, WithDemo::kYes);
   server_ = std::make_unique<CompanyServer>(Database(path));
   sqlite3* opened = nullptr;
   const int result = sqlite3_open(path.c_str(), &opened);

@@ -1,17 +1,36 @@
+#include <algorithm>
 #include <memory>
 #include <string>
 
+#include "appserver/company_data.h"
 #include "appserver/database.h"
 #include "cli/command.h"
 #include "cli/options.h"
 #include "cli/text_table.h"
+#include "mox/foundation/files.h"
+#include "mox/foundation/find_row.h"
+#include "mox/foundation/text.h"
+#include "mox/host/ini_text.h"
 
 namespace mox {
 namespace {
 
+constexpr std::string_view kCompanySection = "PODUZECE";
+constexpr std::string_view kIban = "IBAN";
+
+// What the new company is told of itself: from an option, or from the file whose name stands before it.
+struct CompanyValue {
+  std::string where;
+  std::string name;
+  std::string value;
+};
+
 struct DbArguments {
   std::string action;
   std::string file;
+  std::string company_file;
+  std::vector<std::pair<std::string, std::string>> company;  // by option
+  bool demo = false;
   bool table = false;
 };
 
@@ -38,15 +57,61 @@ void PrintInfo(const DbArguments& arguments, Session& session) {
   AppendTableOrFile(tables, arguments.table, session.out);
 }
 
+std::vector<CompanyValue> CompanyValues(const DbArguments& arguments) {
+  std::vector<CompanyValue> values;
+  if (const std::string& path = arguments.company_file; !path.empty()) {
+    const IniText ini(ReadWholeFile(path));
+    for (auto& [name, value] : ini.Settings(kCompanySection)) {
+      values.push_back({path + ": [" + std::string(kCompanySection) + "] " + name, name, value});
+    }
+    if (values.empty())
+      throw Error(path + ": has no settings in section [" + std::string(kCompanySection) + "]");
+  }
+  for (const auto& [option, value] : arguments.company) {
+    if (!value.empty()) values.push_back({option, option.substr(2), value});
+  }
+  return values;
+}
+
+// Several accounts are separated by commas; the first one is the main one.
+void AddIbans(Database& database, std::string_view ibans) {
+  while (!ibans.empty()) {
+    const std::size_t end = std::min(ibans.find(','), ibans.size());
+    AddCompanyIban(database, ibans.substr(0, end));
+    ibans.remove_prefix(std::min(end + 1, ibans.size()));
+  }
+}
+
+void StoreCompany(Database& database, const std::vector<CompanyValue>& values) {
+  for (const auto& [where, name, value] : values) {
+    try {
+      if (SameName(name, kIban)) {
+        AddIbans(database, value);
+      } else {
+        StoreCompanyValue(database, name, value);
+      }
+    } catch (const DatabaseError&) {
+      throw;
+    } catch (const Error& error) {
+      throw Error(where + ": " + error.what());
+    }
+  }
+}
+
 void RunDb(const DbArguments& arguments, Session& session) {
   if (arguments.file.empty()) throw UsageError("FILE is empty");
-  if (arguments.action == "info") return PrintInfo(arguments, session);
+  const std::vector<CompanyValue> company = CompanyValues(arguments);
+  if (arguments.action == "info") {
+    if (arguments.demo || !company.empty()) throw UsageError("info takes no company");
+    return PrintInfo(arguments, session);
+  }
   if (arguments.action != "init") {
     throw UsageError("there is no action \"" + arguments.action +
                      "\"; init creates a file and info describes it");
   }
   if (arguments.table) throw UsageError("init does not take --table");
-  Database::Create(arguments.file);
+  Database::Create(arguments.file, arguments.demo ? WithDemo::kYes : WithDemo::kNo,
+                   [&](Database& created) { StoreCompany(created, company); });
 }
 
 void Declare(Options& options) {
@@ -56,16 +121,29 @@ void Declare(Options& options) {
                            "info checks the whole file, and prints its schema version and\n"
                            "the number of rows of each table");
   options.RequiredArgument("FILE", arguments->file, "the database; init needs a name that is free");
+  options.Value("--company", arguments->company_file, "FILE.ini",
+                "init: the company's data, section PODUZECE, keys as the\noptions below");
+  for (const CompanyParameter& parameter : CompanyParameterTable()) {
+    arguments->company.emplace_back("--" + std::string(parameter.name), "");
+  }
+  arguments->company.emplace_back("--" + std::string(kIban), "");
+  for (auto& [option, value] : arguments->company) {
+    const CompanyParameter* const parameter = FindRow(CompanyParameterTable(), option.substr(2));
+    const std::string_view help = parameter == nullptr ? "its bank account" : parameter->summary;
+    options.Value(option.c_str(), value, "TEXT", ("init: " + std::string(help)).c_str());
+  }
+  options.Flag("--demo", arguments->demo, "init: with a made-up company, partners, an article, rates");
   options.Flag("--table", arguments->table, "print a table for people instead of a record-set file");
   options.Run([arguments](Session& session) { RunDb(*arguments, session); });
 }
 
 }  // namespace
 
-const Command kDbCommand = {"db", "init FILE | info FILE",
+const Command kDbCommand = {"db", "init FILE [--company FILE.ini | --demo] | info FILE",
                             "Create a company database, or check one and show what it holds.",
                             R"(Example:
-  mox db init tvrtka.db
+  mox db init tvrtka.db --NazivPoduzeca "Prva d.o.o." --OIBPoduzeca 12345678903
+  mox db init proba.db --demo
   mox db info tvrtka.db --table)",
                             Declare};
 

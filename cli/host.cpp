@@ -49,14 +49,23 @@ void SessionDialogs::ShowMessage(std::string_view text) {
   ConsoleDialogs::ShowMessage(session_.secrets.Blanked(text));
 }
 
-// The company whose database is open.
-class Host::DatabaseCompany : public TCompany {
+// The company whose database is open. Its working year is a parameter; where that is not set, the current
+// year is.
+class Host::WorkingCompany : public TCompany {
  public:
-  explicit DatabaseCompany(std::string path) : path_(std::move(path)) {}
-  int WorkingYear() const override { return ToCivil(Today()).year; }
+  WorkingCompany(TdmComunication& comunication, std::string path)
+      : comunication_(comunication), path_(std::move(path)) {}
+
+  int WorkingYear() const override {
+    RecordSet* const parameters = comunication_.CompanyParameters();
+    const auto year = parameters == nullptr ? std::nullopt : parameters->FindField("RadnaGodina");
+    if (year && !year->IsNull()) return static_cast<int>(year->AsInteger());
+    return ToCivil(Today()).year;
+  }
   std::string CompanyPath() const override { return path_; }
 
  private:
+  TdmComunication& comunication_;
   std::string path_;
 };
 
@@ -64,13 +73,15 @@ Host::Host(const HostOptions& options, Session& session)
     : settings_(OpenSettings(options.ini)),
       dialogs_(session),
       platform_([&session] { return session.clipboard; }) {
+  std::string company_path;
   if (!options.database.empty()) {
     server_ = std::make_unique<CompanyServer>(OpenDatabase(options.database));
     session.server = server_.get();
     server_->AddSecrets(session.secrets);
-    company_ = std::make_unique<DatabaseCompany>(std::filesystem::canonical(options.database).string());
+    company_path = std::filesystem::canonical(options.database).string();
   }
   for (const std::string& parameter : options.parameters) SetParameter(parameter);
+  company_ = std::make_unique<WorkingCompany>(Comunication(), company_path);
   app_.emplace(AppParts{.ini = settings_.get(),
                         .comunication = &Comunication(),
                         .dialogs = &dialogs_,

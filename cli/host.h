@@ -56,7 +56,7 @@ class Host {
   Host& operator=(const Host&) = delete;
 
  private:
-  class DatabaseCompany;
+  class WorkingCompany;
 
   void SetParameter(const std::string& parameter);
   void CheckTaxDigits(const std::string& text);
@@ -66,7 +66,7 @@ class Host {
   std::unique_ptr<CompanyServer> server_;
   CompanyParameterModule parameters_;  ///< without a server
   SessionDialogs dialogs_;
-  std::unique_ptr<TCompany> company_;  ///< of the database
+  std::unique_ptr<WorkingCompany> company_;
   StandardLocale locale_;
   SystemPlatform platform_;
   std::optional<ScopedApp> app_;

@@ -2,6 +2,7 @@
 #include <memory>
 #include <vector>
 
+#include "appserver/company_server.h"
 #include "cli/argument_text.h"
 #include "cli/command.h"
 #include "cli/options.h"
@@ -68,6 +69,7 @@ void RunQr(const QrArguments& arguments, Session& session) {
     throw UsageError(std::string(option.name) + (needed ? " is required for a " : " does not belong to a ") +
                      kind->name);
   }
+  if (session.server != nullptr) session.server->company().RequireNamed();
   const std::string path = kind->draw(arguments);
   if (path.empty()) throw Error("no picture of the code was made");
   session.out += path + "\n";
@@ -95,7 +97,8 @@ const Command kQrCommand = {"qr",
   mox qr payment --bill 17/PP1/1 --amount 12.50 --merchant C00123 --terminal P00456
 
 The picture lies in the folder of this program, where CallAPIRequestSender.exe has to be: QRCodeLastBill.bmp or
-QRCodeLastBill.jpg. Settings: POREZNA_URL and KEKSPAY_URL, the addresses of the two parties.)",
+QRCodeLastBill.jpg. Settings: POREZNA_URL and KEKSPAY_URL, the addresses of the two parties. With --db the
+company must be named (mox company set).)",
                             Declare};
 
 }  // namespace mox

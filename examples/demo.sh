@@ -38,7 +38,7 @@ db=$folder/tvrtka.db
 
 echo
 echo "A company's own database: accounts and places as they come from a spreadsheet. All rows are stored, or none."
-show 'mox db init $db'
+show 'mox db init $db --demo'
 show 'mox import KONTNIPLAN import/kontniplan.csv --heading --yes --db $db'
 show 'mox import MJESTA import/mjesta.tsv --heading --yes --db $db'
 

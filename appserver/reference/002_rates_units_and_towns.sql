@@ -1,4 +1,4 @@
--- Exchange rates: the fixed conversion of the kuna, and examples to be replaced by the national bank's lists.
+-- Exchange rates that are fixed for good; the others come with the national bank's lists.
 
 INSERT INTO tecaj (val_id, datum, tecaj, napomena)
 SELECT id, '1994-05-30', 1, 'domaća valuta' FROM valuta WHERE oznaka = 'HRK';
@@ -10,12 +10,6 @@ INSERT INTO tecaj (val_id, datum, tecaj, napomena)
 SELECT id, '2023-01-01', 1, 'domaća valuta' FROM valuta WHERE oznaka = 'EUR';
 INSERT INTO tecaj (val_id, datum, tecaj, napomena)
 SELECT id, '2023-01-01', 1.95583, 'fiksni tečaj valutnog odbora' FROM valuta WHERE oznaka = 'BAM';
-INSERT INTO tecaj (val_id, datum, tecaj, napomena)
-SELECT id, '2024-01-01', 1.1, 'primjer, nije s tečajne liste' FROM valuta WHERE oznaka = 'USD';
-INSERT INTO tecaj (val_id, datum, tecaj, napomena)
-SELECT id, '2024-01-01', 0.95, 'primjer, nije s tečajne liste' FROM valuta WHERE oznaka = 'CHF';
-INSERT INTO tecaj (val_id, datum, tecaj, napomena)
-SELECT id, '2024-01-01', 0.86, 'primjer, nije s tečajne liste' FROM valuta WHERE oznaka = 'GBP';
 
 -- Rates of value-added tax, with the days from which and to which they held.
 

@@ -1,41 +1,17 @@
--- A company to begin with: its parameters, a warehouse, and partners and an article to try documents with.
+-- What every company begins with: its parameters, of which its own data are still to be set, a payment slip and
+-- the account of the intermediary of e-invoices.
 
 INSERT INTO parametri_poduzeca (naziv, vrijednost, opis) VALUES
   ('PdviCalcDigit', '2', 'decimale iznosa poreza'),
   ('FaktorEura', '7.5345', 'kuna za jedan euro'),
-  ('NazivPoduzeca', 'Demo poduzeće d.o.o.', 'primatelj na uplatnicama'),
-  ('AdresaPoduzeca', 'Ilica 1', 'ulica i broj primatelja na uplatnicama'),
-  ('MjestoPoduzeca', '10000 Zagreb', 'mjesto primatelja na uplatnicama'),
+  ('NazivPoduzeca', NULL, 'naziv poduzeća'),
+  ('AdresaPoduzeca', NULL, 'ulica i broj poduzeća'),
+  ('MjestoPoduzeca', NULL, 'poštanski broj i mjesto poduzeća'),
   ('TipPozivaNaBrojPutnika', 'BROJ', 'poziv na broj putnika: OIB ili BROJ');
 
 INSERT INTO dodatne_mogucnosti (code, allow, opis) VALUES
   ('PrimkaDocDobInZTI', FALSE, 'zavisni troškovi ulaze u osnovicu dokumenta dobavljača');
 
-INSERT INTO skladiste (sifra, naziv, webshop, mjesto_id)
-SELECT '1', 'Glavno skladište', TRUE, id FROM mjesto WHERE ptt = '10000';
-INSERT INTO poslovni_prostor (skl_id, za_ugovore, oznaka, naplatni_uredjaj, adresa, vrijedi_od)
-SELECT id, FALSE, 'PP1', '1', 'Ilica 1, 10000 Zagreb', '2023-01-01' FROM skladiste WHERE sifra = '1';
-INSERT INTO poslovni_prostor (skl_id, za_ugovore, oznaka, naplatni_uredjaj, adresa, vrijedi_od)
-SELECT id, TRUE, 'UGO1', '1', 'Ilica 1, 10000 Zagreb', '2023-01-01' FROM skladiste WHERE sifra = '1';
-
-INSERT INTO poduzece_ibani (iban, valuta_id, glavni)
-SELECT 'HR1210010051863000160', id, TRUE FROM valuta WHERE oznaka = 'EUR';
-INSERT INTO virman (naziv, iban_id, model, sifra_namjene, opis_placanja)
-SELECT 'Uplata računa', id, 'HR00', 'OTHR', 'Plaćanje računa' FROM poduzece_ibani;
+INSERT INTO virman (naziv, model, sifra_namjene, opis_placanja)
+VALUES ('Uplata računa', 'HR00', 'OTHR', 'Plaćanje računa');
 INSERT INTO integracije_racuni (user_id) VALUES ('');
-
-INSERT INTO komercijalist (naziv) VALUES ('Demo komercijalist');
-INSERT INTO par (sifra, naziv, oib, adresa, adresabroj, mjesto_id, drzava_id, valuta_id, tip_tvrtke)
-SELECT '1', 'Demo kupac d.o.o.', '12345678903', 'Vukovarska ulica', '1', m.id, m.drzava_id, v.id, 'd.o.o.'
-FROM mjesto m, valuta v WHERE m.ptt = '21000' AND v.oznaka = 'EUR';
-INSERT INTO par (sifra, naziv, oib, adresa, adresabroj, mjesto_id, drzava_id, valuta_id, tip_tvrtke)
-SELECT '2', 'Ana Primjer', '98765432106', 'Korzo', '2', m.id, m.drzava_id, v.id, 'Fizička osoba'
-FROM mjesto m, valuta v WHERE m.ptt = '51000' AND v.oznaka = 'EUR';
-
-INSERT INTO vrsta (sifra, naziv) VALUES ('1', 'Roba');
-INSERT INTO rabatne_grupe (sifra, naziv, rbp1) VALUES ('1', 'Bez rabata', 0);
-INSERT INTO grupa_usl (sifra, naziv) VALUES ('1', 'Usluge');
-INSERT INTO art (sifra, naziv, jm_id, tbr_id, vrsta_id, rabatna_grupa_id, vpc, mpc)
-SELECT '1', 'Demo artikl', j.id, t.id, v.id, r.id, 80, 100
-FROM jm j, tbr t, vrsta v, rabatne_grupe r
-WHERE j.naziv = 'kom' AND t.stopa = 25 AND v.sifra = '1' AND r.sifra = '1';

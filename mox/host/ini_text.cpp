@@ -85,6 +85,15 @@ std::optional<std::string> IniText::Find(std::string_view section, std::string_v
   return lines_[at].value;
 }
 
+std::vector<std::pair<std::string, std::string>> IniText::Settings(std::string_view section) const {
+  std::vector<std::pair<std::string, std::string>> settings;
+  for (std::size_t i = 0; i < lines_.size(); ++i) {
+    if (lines_[i].kind != LineKind::kSetting || FindSetting(section, lines_[i].name) != i) continue;
+    settings.emplace_back(lines_[i].name, lines_[i].value);
+  }
+  return settings;
+}
+
 void IniText::Set(std::string_view section, std::string_view key, std::string_view value) {
   RequireSection(section);
   RequireKey(key);

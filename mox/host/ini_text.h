@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace mox {
@@ -33,6 +34,8 @@ class IniText {
 
   std::string Bytes() const;
   std::optional<std::string> Find(std::string_view section, std::string_view key) const;
+  /// All settings of a section, each key once, in their order.
+  std::vector<std::pair<std::string, std::string>> Settings(std::string_view section) const;
   /// Raises Error for what an INI file cannot hold: a line break or a NUL, ']' in the name of a section, '='
   /// in a key, a key that looks like a comment or a section, an empty key, names with blanks at their ends;
   /// ConversionError for a text that the encoding cannot hold. The text may be changed in part then.

@@ -17,7 +17,7 @@ class ScratchDatabase : public testing::Test {
     std::string name = testing::TempDir() + "mox_database_XXXXXX";
     folder_ = ::mkdtemp(name.data());
     path_ = (folder_ / "tvrtka \"č\" = 1%.db").string();
-    Database::Create(path_);
+    Database::Create(path_, WithDemo::kYes);
   }
   ~ScratchDatabase() override { std::filesystem::remove_all(folder_); }
 

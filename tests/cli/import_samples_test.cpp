@@ -98,7 +98,7 @@ Rows StoredRows(Database& database, const std::string& sql, const std::vector<Im
 TEST(ImportSamples, AreStoredAsTheSheetSays) {
   const std::string path = testing::TempDir() + "mox_import_samples.db";
   std::filesystem::remove(path);
-  Database::Create(path);
+  Database::Create(path, WithDemo::kYes);
   const std::vector<Sample> samples = ReadSamples();
   EXPECT_EQ(samples.size(), ImportProfiles().size());
   for (const Sample& sample : samples) {
