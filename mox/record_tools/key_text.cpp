@@ -1,0 +1,37 @@
+#include "mox/foundation/exchange_text.h"
+#include "mox/record_tools/key_text_internal.h"
+
+namespace mox {
+
+std::vector<std::size_t> FieldIndexes(RecordSet& records, FieldNames names) {
+  std::vector<std::size_t> indexes;
+  for (const std::string_view name : names) {
+    records.FieldByName(name);
+    indexes.push_back(*records.FindFieldIndex(name));
+  }
+  return indexes;
+}
+
+std::string KeyText(const RecordSet& records, const std::vector<std::size_t>& fields) {
+  std::string key;
+  for (const std::size_t field : fields) {
+    if (records.IsNull(field)) {
+      key += 'n';
+      continue;
+    }
+    const Value value = records.AsVariant(field);
+    std::string text;
+    if (const auto* const given = std::get_if<std::string>(&value)) {
+      text = *given;
+    } else if (const auto* const number = std::get_if<double>(&value); number != nullptr && *number == 0) {
+      text = "0";  // whatever its sign
+    } else {
+      AppendPlain(text, value);
+    }
+    key += 'v';
+    AppendCounted(key, text);
+  }
+  return key;
+}
+
+}  // namespace mox

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "mox/record_tools/record_tools.h"
+
+namespace mox {
+
+/// Raises FieldNotFound.
+std::vector<std::size_t> FieldIndexes(RecordSet& records, FieldNames names);
+
+/// A text that two records have in common exactly where the values of these fields are the same.
+std::string KeyText(const RecordSet& records, const std::vector<std::size_t>& fields);
+
+}  // namespace mox

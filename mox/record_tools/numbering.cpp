@@ -1,0 +1,101 @@
+#include <algorithm>
+
+#include "mox/record_tools/key_text_internal.h"
+#include "mox/record_tools/record_tools.h"
+
+namespace mox {
+namespace {
+
+constexpr std::string_view kDigits = "0123456789";
+constexpr std::size_t kMostDigits = 7;
+
+template <typename Change>
+void ForEachRecord(RecordSet& records, const Change& change) {
+  const ControlsGuard guard(records);
+  SavedPosition position(records);
+  for (records.First(); !records.Eof(); records.Next()) change();
+  position.Restore();
+}
+
+// By its number, then by its width: "012" comes after "12".
+bool IsLower(std::string_view a, std::string_view b) {
+  const auto number = [](std::string_view code) {
+    return code.substr(std::min(code.find_first_not_of('0'), code.size()));
+  };
+  const std::string_view left = number(a);
+  const std::string_view right = number(b);
+  if (left.size() != right.size()) return left.size() < right.size();
+  return left == right ? a.size() < b.size() : left < right;
+}
+
+}  // namespace
+
+void RenumberField(RecordSet& records, std::string_view field, std::int64_t first) {
+  const std::size_t index = FieldIndexes(records, {&field, 1}).front();
+  std::int64_t number = first;
+  ForEachRecord(records, [&] {
+    if (records.IsNull(index) || records.AsInteger(index) != number) {
+      records.Edit();
+      records.SetInteger(index, number);
+      records.Post();
+    }
+    ++number;
+  });
+}
+
+void FillDefaults(RecordSet& records, std::span<const std::pair<std::string_view, Value>> defaults) {
+  std::vector<std::size_t> fields;
+  for (const auto& [name, value] : defaults) fields.push_back(FieldIndexes(records, {&name, 1}).front());
+  ForEachRecord(records, [&] {
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      if (!records.IsNull(fields[i])) continue;
+      records.Edit();
+      records.SetVariant(fields[i], defaults[i].second);
+    }
+    if (records.State() == DataSetState::kEdit) records.Post();
+  });
+}
+
+std::int64_t NextNumber(const RecordSet& records, std::string_view field) {
+  RecordSet rows(records.Name());
+  rows.CleanClone(records);
+  const std::size_t index = FieldIndexes(rows, {&field, 1}).front();
+  std::int64_t highest = 0;
+  for (rows.First(); !rows.Eof(); rows.Next()) highest = std::max(highest, rows.AsInteger(index));
+  if (highest == INT64_MAX) throw Overflow("there is no number after " + std::to_string(highest));
+  return highest + 1;
+}
+
+std::string NextCode(std::string_view code) {
+  const std::size_t stem = code.find_last_not_of(kDigits) + 1;  // 0 where there are only digits
+  std::string next(code);
+  for (std::size_t at = next.size(); at > stem; --at) {
+    char& digit = next[at - 1];
+    if (digit != '9') {
+      ++digit;
+      return next;
+    }
+    digit = '0';
+  }
+  next.insert(stem, 1, '1');
+  return next;
+}
+
+bool IsRunningCode(std::string_view code) {
+  return !code.empty() && code.size() <= kMostDigits &&
+         code.find_first_not_of(kDigits) == std::string_view::npos;
+}
+
+std::string NextCodeIn(const RecordSet& records, std::string_view field) {
+  RecordSet rows(records.Name());
+  rows.CleanClone(records);
+  const std::size_t index = FieldIndexes(rows, {&field, 1}).front();
+  std::string highest;
+  for (rows.First(); !rows.Eof(); rows.Next()) {
+    std::string code = rows.AsText(index);
+    if (IsRunningCode(code) && (highest.empty() || IsLower(highest, code))) highest = std::move(code);
+  }
+  return NextCode(highest);
+}
+
+}  // namespace mox

@@ -1,0 +1,133 @@
+#include <map>
+#include <unordered_map>
+#include <vector>
+
+#include "mox/foundation/value_conversion.h"
+#include "mox/record_tools/key_text_internal.h"
+#include "mox/record_tools/record_tools.h"
+
+namespace mox {
+namespace {
+
+// A field that both sets have.
+struct Common {
+  std::size_t field;
+  std::size_t source;
+};
+
+std::vector<Common> CommonFields(const RecordSet& records, const RecordSet& other) {
+  std::vector<Common> common;
+  for (std::size_t i = 0; i < records.FieldCount(); ++i) {
+    if (const auto source = other.FindFieldIndex(records.Definition(i).name)) common.push_back({i, *source});
+  }
+  return common;
+}
+
+// The records by key as they shall be; other fields are null.
+class Wanted {
+ public:
+  Wanted(const RecordSet& records, RecordSet& other, const std::vector<Common>& common, FieldNames keys)
+      : rows_(other.Name()) {
+    for (std::size_t i = 0; i < records.FieldCount(); ++i) rows_.DefineField(records.Definition(i));
+    rows_.Open();
+    const std::vector<std::size_t> key_fields = FieldIndexes(rows_, keys);
+    FieldIndexes(other, keys);
+    for (other.First(); !other.Eof(); other.Next()) {
+      std::vector<Value> values(records.FieldCount());
+      for (const auto& [field, source] : common) values[field] = other.AsVariant(source);
+      rows_.AppendRecord(values);
+      rows_.Last();
+      if (!places_.emplace(KeyText(rows_, key_fields), values_.size()).second) {
+        throw Error("the record set \"" + other.Name() + "\" has a key twice");
+      }
+      values_.emplace_back();
+      for (std::size_t i = 0; i < rows_.FieldCount(); ++i) values_.back().push_back(rows_.AsVariant(i));
+      taken_.push_back(false);
+    }
+  }
+
+  // Each can be taken once.
+  const std::vector<Value>* Take(const std::string& key) {
+    const auto place = places_.find(key);
+    if (place == places_.end()) return nullptr;
+    taken_[place->second] = true;
+    return &values_[place->second];
+  }
+  std::vector<const std::vector<Value>*> NotTaken() const {
+    std::vector<const std::vector<Value>*> rest;
+    for (std::size_t i = 0; i < values_.size(); ++i) {
+      if (!taken_[i]) rest.push_back(&values_[i]);
+    }
+    return rest;
+  }
+
+ private:
+  RecordSet rows_;
+  std::unordered_map<std::string, std::size_t> places_;
+  std::vector<std::vector<Value>> values_;
+  std::vector<bool> taken_;
+};
+
+void RequireKeysOnce(const RecordSet& records, FieldNames keys) {
+  RecordSet rows(records.Name());
+  rows.CleanClone(records);
+  const std::vector<std::size_t> fields = FieldIndexes(rows, keys);
+  std::unordered_map<std::string, std::size_t> seen;
+  for (rows.First(); !rows.Eof(); rows.Next()) {
+    if (++seen[KeyText(rows, fields)] > 1)
+      throw Error("the record set \"" + records.Name() + "\" has a key twice");
+  }
+}
+
+// True where a value differed.
+bool TakeOver(RecordSet& records, const std::vector<Common>& common, const std::vector<Value>& values) {
+  bool changed = false;
+  for (const Common& pair : common) {
+    if (records.AsVariant(pair.field) == values[pair.field]) continue;
+    if (!changed) records.Edit();
+    changed = true;
+    if (std::holds_alternative<std::monostate>(values[pair.field])) {
+      records.SetNull(pair.field);
+    } else {
+      records.SetVariant(pair.field, values[pair.field]);
+    }
+  }
+  if (changed) records.Post();
+  return changed;
+}
+
+}  // namespace
+
+RecordChanges SynchroniseRecords(RecordSet& records, const RecordSet& other, FieldNames keys) {
+  RecordSet source(other.Name());
+  source.CleanClone(other);
+  const std::vector<Common> common = CommonFields(records, source);
+  RequireKeysOnce(records, keys);
+  Wanted wanted(records, source, common, keys);
+
+  const ControlsGuard guard(records);
+  SavedPosition position(records);
+  const bool filtered = records.IsFiltered();
+  records.SetFiltered(false);
+  const std::vector<std::size_t> key_fields = FieldIndexes(records, keys);
+  RecordChanges changes;
+  for (records.First(); !records.Eof();) {
+    if (const auto* const values = wanted.Take(KeyText(records, key_fields))) {
+      changes.changed += TakeOver(records, common, *values) ? 1 : 0;
+      records.Next();
+    } else {
+      records.Delete();
+      ++changes.removed;
+      if (records.IsEmpty()) break;
+    }
+  }
+  for (const std::vector<Value>* const values : wanted.NotTaken()) {
+    records.AppendRecord(*values);
+    ++changes.inserted;
+  }
+  records.SetFiltered(filtered);
+  position.Restore();
+  return changes;
+}
+
+}  // namespace mox

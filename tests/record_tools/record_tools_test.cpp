@@ -1,0 +1,170 @@
+#include "mox/record_tools/record_tools.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "tests/foundation/case_file.h"
+
+namespace mox {
+namespace {
+
+std::vector<std::string> Split(const std::string& text, char separator) {
+  std::vector<std::string> parts;
+  std::string rest = text + separator;
+  for (std::size_t at; (at = rest.find(separator)) != std::string::npos; rest.erase(0, at + 1)) {
+    parts.push_back(rest.substr(0, at));
+  }
+  return parts;
+}
+
+// "k:text,v:float" and records "a|1;b|~", where ~ is null; "-" is none.
+RecordSet Parse(const std::string& fields, const std::string& rows) {
+  RecordSet records("rows");
+  for (const std::string& field : Split(fields, ',')) {
+    const auto parts = Split(field, ':');
+    FieldKind kind{};
+    EXPECT_TRUE(KindFromName(parts.at(1), kind));
+    records.DefineField(parts[0], kind);
+  }
+  records.Open();
+  for (const std::string& row : Split(rows, ';')) {
+    if (row == "-") break;
+    std::vector<Value> values;
+    for (const std::string& value : Split(row, '|')) values.push_back(value == "~" ? Value() : Value(value));
+    records.AppendRecord(values);
+  }
+  if (!records.IsEmpty()) records.First();
+  return records;
+}
+
+std::string Show(RecordSet& records) {
+  std::string shown;
+  for (records.First(); !records.Eof(); records.Next()) {
+    shown += shown.empty() ? "" : ";";
+    for (std::size_t i = 0; i < records.FieldCount(); ++i) {
+      shown += (i == 0 ? "" : "|") + (records.IsNull(i) ? "~" : records.AsText(i));
+    }
+  }
+  return shown.empty() ? "-" : shown;
+}
+
+std::vector<std::string_view> Views(const std::vector<std::string>& names) {
+  std::vector<std::string_view> views;
+  for (const std::string& name : names) {
+    if (!name.empty()) views.emplace_back(name);
+  }
+  return views;
+}
+
+// What a function made of the set, whose current record must still be the one before: its second.
+std::string AfterWriting(RecordSet& records, const std::function<std::string()>& write) {
+  records.First();
+  records.Next();
+  const std::string before = records.IsEmpty() ? "" : records.AsText(0);
+  const std::size_t count = records.RecordCount();
+  const std::string said = write();
+  EXPECT_TRUE(records.RecordCount() != count || records.AsText(0) == before);
+  EXPECT_FALSE(records.ControlsDisabled());
+  return said + Show(records);
+}
+
+TEST(RecordTools, AnswersTables) {
+  ExpectTables(
+      "record_tools",
+      {{"group",  // FIELDS ROWS KEYS SUMS
+        [](const Words& row) {
+          RecordSet records = Parse(row[0], row[1]);
+          records.Edit();  // pending, and still so afterwards
+          records.SetNull(0);
+          RecordSet grouped =
+              GroupRecords(records, Views(Split(row[2], ',')), Views(Split(row[3], ',')), "broj");
+          EXPECT_EQ(records.State(), DataSetState::kEdit);
+          return Show(grouped);
+        }},
+       {"sum",
+        [](const Words& row) {
+          RecordSet sum("sum");
+          const RecordSet records = Parse(row[0], row[1]);
+          sum.DefineField("sum", records.Definition(*records.FindFieldIndex(row[2])).kind);
+          sum.Open();
+          sum.AppendRecord({SumField(records, row[2])});
+          return sum.AsText(0);
+        }},
+       {"synchronise",  // FIELDS ROWS FIELDS ROWS KEYS
+        [](const Words& row) {
+          RecordSet records = Parse(row[0], row[1]);
+          const RecordSet other = Parse(row[2], row[3]);
+          const std::string before = records.SaveToString();
+          try {
+            return AfterWriting(records, [&] {
+              const auto [inserted, changed, removed] =
+                  SynchroniseRecords(records, other, Views(Split(row[4], ',')));
+              return "+" + std::to_string(inserted) + " *" + std::to_string(changed) + " -" +
+                     std::to_string(removed) + " ";
+            });
+          } catch (const Error&) {
+            EXPECT_EQ(records.SaveToString(), before);
+            throw;
+          }
+        }},
+       {"renumber",  // FIELDS ROWS FILTER FIELD FIRST; the filter is on k
+        [](const Words& row) {
+          RecordSet records = Parse(row[0], row[1]);
+          if (!row[2].empty()) records.SetFilter("k like '" + row[2] + "'");
+          records.SetFiltered(!row[2].empty());
+          return AfterWriting(records, [&] {
+            RenumberField(records, row[3], std::stoi(row[4]));
+            records.SetFiltered(false);
+            return std::string();
+          });
+        }},
+       {"defaults",  // FIELDS ROWS FIELD=VALUE...
+        [](const Words& row) {
+          RecordSet records = Parse(row[0], row[1]);
+          std::vector<std::vector<std::string>> words;
+          for (std::size_t i = 2; i < row.size(); ++i) words.push_back(Split(row[i], '='));
+          std::vector<std::pair<std::string_view, Value>> defaults;
+          for (const auto& word : words) defaults.emplace_back(word.at(0), word.at(1));
+          return AfterWriting(records, [&] {
+            FillDefaults(records, defaults);
+            return std::string();
+          });
+        }},
+       {"next number",
+        [](const Words& row) { return std::to_string(NextNumber(Parse("k:integer", row[0]), "K")); }},
+       {"next code", [](const Words& row) { return NextCode(row[0]); }},
+       {"next code in", [](const Words& row) { return NextCodeIn(Parse("k:text", row[0]), "k"); }}},
+      "record_tools");
+}
+
+// However two sets differ, one is in step with the other afterwards, and then nothing is left to change.
+TEST(RecordTools, SynchronisesRandomSets) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 300; ++round) {
+    const auto make = [&] {
+      RecordSet records = Parse("k:integer,v:currency,t:text", "-");
+      for (int key = 0; key < 12; ++key) {
+        if (random() % 2 == 0) continue;
+        const Value text = random() % 3 == 0 ? Value() : Value(std::string(random() % 3, 'x'));
+        records.AppendRecord({std::int64_t{key}, Currency::FromScaled(random() % 3), text});
+      }
+      return records;
+    };
+    RecordSet records = make();
+    RecordSet other = make();
+    const std::size_t before = records.RecordCount();
+    constexpr std::string_view kKeys[] = {"k"};
+    const RecordChanges changes = SynchroniseRecords(records, other, kKeys);
+    EXPECT_EQ(before + changes.inserted - changes.removed, other.RecordCount());
+    EXPECT_EQ(SynchroniseRecords(records, other, kKeys), RecordChanges());
+    std::vector<std::string> rows = Split(Show(records), ';');
+    std::vector<std::string> expected = Split(Show(other), ';');
+    std::sort(rows.begin(), rows.end());
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(rows, expected);
+  }
+}
+
+}  // namespace
+}  // namespace mox
