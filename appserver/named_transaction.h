@@ -52,7 +52,8 @@ struct NamedTransaction {
   const RecordSetRule* FindRule(std::string_view record_set) const;
 };
 
-/// Those that store documents and links, then those of the company, of e-invoices and of the imports.
+/// Those that store documents and links, then those of the company, of codebooks, of e-invoices and of
+/// the imports.
 std::span<const NamedTransaction> NamedTransactionTable();
 /// Those that store documents, cancel them and link them.
 std::span<const NamedTransaction> DocumentTransactionTable();
@@ -60,6 +61,8 @@ std::span<const NamedTransaction> DocumentTransactionTable();
 std::span<const NamedTransaction> EInvoiceTransactionTable();
 /// Those that change the company's own data.
 std::span<const NamedTransaction> CompanyTransactionTable();
+/// Those that store rows of codebooks and take them away.
+std::span<const NamedTransaction> CodebookTransactionTable();
 /// Those that store what the import grid sends.
 std::span<const NamedTransaction> ImportTransactionTable();
 

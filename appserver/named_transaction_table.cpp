@@ -6,8 +6,9 @@ namespace mox {
 std::span<const NamedTransaction> NamedTransactionTable() {
   static const auto all = [] {
     std::vector<NamedTransaction> table;
-    for (const auto& some : {DocumentTransactionTable(), CompanyTransactionTable(),
-                             EInvoiceTransactionTable(), ImportTransactionTable()}) {
+    for (const auto& some :
+         {DocumentTransactionTable(), CompanyTransactionTable(), CodebookTransactionTable(),
+          EInvoiceTransactionTable(), ImportTransactionTable()}) {
       table.insert(table.end(), some.begin(), some.end());
     }
     table.push_back(UndoImportTransaction());

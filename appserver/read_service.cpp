@@ -17,7 +17,7 @@ RecordSet RunQuery(const ServiceAnswer& answer, Database& database, const Servic
       whole_table ? database.TableColumns(answer.columns.substr(1)) : ParseColumns(answer.columns);
   RecordSet records{std::string(answer.name)};
   for (const FieldDef& column : columns) records.DefineField(column);
-  records.Open();
+  if (!columns.empty()) records.Open();
   if (answer.fill != nullptr) {
     answer.fill(database, inputs, records);
     records.First();

@@ -50,7 +50,7 @@ class ServiceInputs {
   const CompanyData& company_;
 };
 
-/// Fills one record set of an answer, which is open, where SQL alone is not enough.
+/// Fills one record set of an answer, which is open where it has columns, where SQL alone is not enough.
 using FillAnswer = void (*)(Database& database, const ServiceInputs& inputs, RecordSet& answer);
 
 /// One record set of an answer: its SQL, whose parameters are inputs, or the function that fills it.
@@ -74,8 +74,10 @@ struct ReadService {
   PrepareInputs prepare = nullptr;
 };
 
-/// Every read service of the table; the look-ups of imports are apart.
+/// Every read service; the look-ups of imports are apart.
 std::span<const ReadService> ReadServiceTable();
+/// Those of the codebooks, one each, and the one that lists them.
+std::span<const ReadService> CodebookServices();
 
 /// Raises DatabaseError, Error.
 std::unique_ptr<TAstaParamList> RunReadService(const ReadService& service, Database& database,

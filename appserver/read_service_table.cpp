@@ -314,6 +314,14 @@ FROM uvoz ORDER BY id DESC)"}}},
 
 }  // namespace
 
-std::span<const ReadService> ReadServiceTable() { return kServices; }
+std::span<const ReadService> ReadServiceTable() {
+  static const auto all = [] {
+    std::vector<ReadService> table(std::begin(kServices), std::end(kServices));
+    const std::span<const ReadService> codebooks = CodebookServices();
+    table.insert(table.end(), codebooks.begin(), codebooks.end());
+    return table;
+  }();
+  return all;
+}
 
 }  // namespace mox

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 
+#include "appserver/codebook.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 
@@ -45,6 +46,7 @@ class TableWriter {
     MapKeys(database);
     if (names_.empty()) Refuse(0, "", "there is nothing to store");
     MapUpdateKey();
+    if (!update_field_) MapCodebook();
     statement_ = database.Prepare(update_field_ ? UpdateSql() : InsertSql(returning), kinds_);
     BindConstants();
   }
@@ -141,6 +143,35 @@ class TableWriter {
     kinds_.push_back(FieldKind::kText);
   }
 
+  // Of a codebook's new rows none has a text that another one has for its own, and each has its code.
+  void MapCodebook() {
+    const Codebook* const codebook = FindCodebookOf(rule_.table);
+    if (codebook == nullptr) return;
+    const auto field_of = [&](std::string_view column) {
+      return std::find_if(fields_.begin(), fields_.end(),
+                          [&](const FieldColumn& field) { return names_[field.parameter] == column; });
+    };
+    for (const std::string_view column : codebook->unique) {
+      if (const auto field = field_of(column); field != fields_.end()) {
+        unique_.push_back({field->field, UniqueCheck(database_, *codebook, column)});
+      }
+    }
+    if (codebook->numbered.empty()) return;
+    numbering_.emplace(database_, *codebook);
+    const auto field = field_of(codebook->numbered);
+    if (field != fields_.end()) numbered_field_ = field->field;
+    numbered_ = field == fields_.end() ? AddColumn(ColumnByName(codebook->numbered)) : field->parameter;
+  }
+
+  void CheckUnique(std::size_t row) {
+    for (auto& [field, check] : unique_) {
+      const std::string text = IsBlank(records_, field) ? std::string() : records_.AsText(field);
+      if (const auto other = check.Find(text)) {
+        Refuse(row, records_.Definition(field).name, '"' + text + "\" " + check.Refusal(*other));
+      }
+    }
+  }
+
   std::string UpdateSql() const {
     std::string columns;
     for (const std::string& name : names_) {
@@ -183,6 +214,10 @@ class TableWriter {
       binding = nullptr;
       for (const KeyColumn& key : keys_) BindKey(row, key);
       if (update_field_) BindUpdateKey(row);
+      CheckUnique(row);
+      if (numbered_ && (!numbered_field_ || IsBlank(records_, *numbered_field_))) {
+        statement_->BindText(*numbered_, numbering_->Next());
+      }
       return execute();
     } catch (const WriteRefused&) {
       throw;
@@ -273,6 +308,14 @@ class TableWriter {
   std::vector<FieldColumn> fields_;
   std::vector<KeyColumn> keys_;
   std::optional<std::size_t> update_field_;
+  struct UniqueField {
+    std::size_t field;
+    UniqueCheck check;
+  };
+  std::vector<UniqueField> unique_;
+  std::optional<CodeNumbering> numbering_;
+  std::optional<std::size_t> numbered_;        // parameter
+  std::optional<std::size_t> numbered_field_;  // where the records have one
   std::optional<Statement> statement_;
 };
 

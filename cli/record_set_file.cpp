@@ -45,7 +45,9 @@ class Reader {
 
   RecordSetFile Read(const ReadOptions& options) {
     std::vector<FieldDef> fields = ReadHeader();
+    const std::size_t columns = fields.size();
     if (options.declare) options.declare(file_.label, fields);
+    for (std::size_t i = 0; i < columns; ++i) kinds_.push_back(fields[i].kind);
     result_.label = file_.label;
     result_.records.SetName(file_.label + ":1");
     for (FieldDef& field : fields) result_.records.DefineField(std::move(field));
@@ -91,10 +93,7 @@ class Reader {
       }
       fields.push_back(std::move(field));
     }
-    for (const FieldDef& field : fields) {
-      names_.push_back(field.name);
-      kinds_.push_back(field.kind);
-    }
+    for (const FieldDef& field : fields) names_.push_back(field.name);
     return fields;
   }
 

@@ -27,7 +27,8 @@ constexpr const char* kUnwritable = "standard output cannot be written";
 const auto kCommands = std::to_array<const Command*>(
     {&kRoundCommand, &kCalcCommand, &kRecapCommand, &kTotalCommand, &kDocumentCommand, &kOibCommand,
      &kIbanCommand, &kWordsCommand, &kCurrencyCommand, &kWorkdaysCommand, &kServiceCommand, &kDbCommand,
-     &kCompanyCommand, &kQueryCommand, &kStoreCommand, &kImportCommand, &kQrCommand, &kEInvoiceCommand});
+     &kCompanyCommand, &kCodebookCommand, &kQueryCommand, &kStoreCommand, &kImportCommand, &kQrCommand,
+     &kEInvoiceCommand});
 
 // --- help ---
 

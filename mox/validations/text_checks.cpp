@@ -46,36 +46,49 @@ const std::set<std::string, std::less<>>& FiscalCharacters() {
 
 }  // namespace
 
-bool CheckEmail(std::string_view text, std::string& message) {
+std::string EmailFault(std::string_view text) {
   const bool valid = text.empty() || (text.find('@') != std::string_view::npos &&
                                       text.find('.') != std::string_view::npos && CountCharacters(text) >= 6);
-  return valid || FaultAs("E-mail nije pravilno formatiran", message);
+  return valid ? "" : "E-mail nije pravilno formatiran";
 }
 
-bool CheckTelefonFax(std::string_view text, std::string& message) {
+std::string TelefonFaxFault(std::string_view text) {
   // only ASCII passes, so that bytes are characters
   const bool valid = text.empty() || (text.size() >= 9 && text.size() <= 14 && text.front() == '+' &&
                                       IsWholeNumber(text.substr(1)));
-  return valid || FaultAs(
-                      "Broj telefona i/ili telefaksa mora biti početi s \"+\", potom 8 do 13 brojeva, bez "
-                      "razmaka između brojeva",
-                      message);
+  return valid ? ""
+               : "Broj telefona i/ili telefaksa mora biti početi s \"+\", potom 8 do 13 brojeva, bez "
+                 "razmaka između brojeva";
 }
 
-bool CheckFiskalniNaziv(std::string_view text, std::string_view suffix) {
-  constexpr std::string_view kHeading = "Netočan unos podatka!";
+std::string FiskalniNazivFault(std::string_view text, std::string_view suffix) {
   constexpr std::size_t kNoBlankAt = 20;
   for (std::string_view rest = text; !rest.empty();) {
     if (FiscalCharacters().contains(TakeCharacter(rest))) continue;
-    return Fault(kHeading, "Fiskalni naziv (podržani znakovi, mala i velika slova): " +
-                               std::string(kFiscalCharacters) + std::string(suffix));
+    return "Fiskalni naziv (podržani znakovi, mala i velika slova): " + std::string(kFiscalCharacters) +
+           std::string(suffix);
   }
   const std::size_t blank = text.find(' ');
-  if (blank == std::string_view::npos) return true;
+  if (blank == std::string_view::npos) return {};
   if (text.find("  ") == std::string_view::npos && CountCharacters(text.substr(0, blank)) + 1 != kNoBlankAt) {
-    return true;
+    return {};
   }
-  return Fault(kHeading, "U nazivu ne smije biti: više razmaka (space) zaredom,  razmak na 20 poziciji!");
+  return "U nazivu ne smije biti: više razmaka (space) zaredom,  razmak na 20 poziciji!";
+}
+
+bool CheckEmail(std::string_view text, std::string& message) {
+  const std::string fault = EmailFault(text);
+  return fault.empty() || FaultAs(fault, message);
+}
+
+bool CheckTelefonFax(std::string_view text, std::string& message) {
+  const std::string fault = TelefonFaxFault(text);
+  return fault.empty() || FaultAs(fault, message);
+}
+
+bool CheckFiskalniNaziv(std::string_view text, std::string_view suffix) {
+  const std::string fault = FiskalniNazivFault(text, suffix);
+  return fault.empty() || Fault("Netočan unos podatka!", fault);
 }
 
 void CheckObrSast(RecordSet& person) {

@@ -80,6 +80,12 @@ bool CheckFieldUnique(const Field& field, RecordSet& records);
 
 // --- texts ---
 
+// What is wrong with a text, in the words of the dialog; empty where nothing is. The checks below show it.
+
+std::string EmailFault(std::string_view text);
+std::string TelefonFaxFault(std::string_view text);
+std::string FiskalniNazivFault(std::string_view text, std::string_view suffix = {});
+
 /// Empty, or at least 6 characters with "@" and "." among them. Otherwise `message` becomes the text shown.
 bool CheckEmail(std::string_view text, std::string& message);
 /// Empty, or "+" and 8 to 13 digits, the first not 0. A minus sign may stand for a digit at their beginning.

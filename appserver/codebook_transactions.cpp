@@ -1,0 +1,474 @@
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+#include "appserver/codebook.h"
+#include "appserver/named_transaction.h"
+#include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
+
+// Storing rows of codebooks and taking them away.
+
+namespace mox {
+namespace {
+
+constexpr std::size_t kShownUsers = 3;
+
+std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
+
+// Rows of one codebook that were sent.
+class CodebookRows {
+ public:
+  CodebookRows(Database& database, const Codebook& codebook, RecordSet& records)
+      : database_(database), codebook_(codebook), records_(records), shape_(ShapeOf(database, codebook)) {
+    for (std::size_t i = 0; i < records.FieldCount(); ++i) {
+      const std::string& name = records.Definition(i).name;
+      if (SameName(name, kVersionField)) {
+        version_ = i;
+        continue;
+      }
+      fields_.resize(shape_.fields.size());
+      fields_[Require(name)] = i;
+    }
+    fields_.resize(shape_.fields.size());
+    for (const std::string_view name : codebook.key) {
+      const std::size_t field = shape_.IndexOf(name);
+      if (IsGiven(field) || name == codebook.numbered || shape_.Rule(field).has_default) continue;
+      Refuse(name, "is missing, and is a part of the key");
+    }
+  }
+
+  const CodebookShape& shape() const { return shape_; }
+  std::size_t row() const { return row_; }
+
+  template <typename Action>
+  void ForEach(const Action& action) {
+    for (records_.First(); !records_.Eof(); records_.Next()) {
+      ++row_;
+      action();
+    }
+  }
+
+  bool IsGiven(std::size_t field) const { return fields_[field].has_value(); }
+  bool IsBlank(std::size_t field) const { return !fields_[field] || mox::IsBlank(records_, *fields_[field]); }
+
+  // As it is stored: a text without blanks at its ends, null for a blank one.
+  Value ValueOf(std::size_t field) const {
+    if (IsBlank(field)) return {};
+    const FieldDef& column = shape_.fields[field];
+    try {
+      Value value = ConvertTo(column.kind, records_.AsVariant(*fields_[field]));
+      if (auto* const text = std::get_if<std::string>(&value)) *text = TrimBlanks(*text);
+      return value;
+    } catch (const Error& error) {
+      Refuse(column.name, error.what());
+    }
+  }
+  std::string TextOf(std::size_t field) const {
+    return IsBlank(field) ? std::string() : ToText(ValueOf(field));
+  }
+  std::string Version() const { return version_ ? records_.AsText(*version_) : std::string(); }
+
+  [[noreturn]] void Refuse(std::string_view field, std::string message) const {
+    throw WriteRefused({"", std::string(codebook_.name), row_, std::string(field), std::move(message)});
+  }
+
+  // The row that the key names; none where there is no such row, or the key is blank.
+  std::optional<std::int64_t> FindByKey() const {
+    std::string where;
+    std::vector<Value> values;
+    bool is_blank = true;
+    for (const std::string_view name : codebook_.key) {
+      const std::size_t field = shape_.IndexOf(name);
+      where += (where.empty() ? "WHERE " : " AND ") + Condition(field, values);
+      is_blank = is_blank && IsBlank(field);
+    }
+    if (is_blank) return std::nullopt;
+    const RecordSet found =
+        database_.Query("found", ParseColumns("id:integer"),
+                        "SELECT t.id FROM " + shape_.from + ' ' + where + " ORDER BY t.id LIMIT 2", values);
+    if (found.RecordCount() > 1) Refuse(codebook_.key.front(), "several rows have the key \"" + Key() + '"');
+    return found.IsEmpty() ? std::nullopt : std::optional(found.AsInteger(0));
+  }
+
+  std::string Key() const {
+    std::string key;
+    for (const std::string_view name : codebook_.key) {
+      key += (name == codebook_.key.front() ? "" : ";") + TextOf(shape_.IndexOf(name));
+    }
+    return key;
+  }
+
+  // The stored row as it is read.
+  RecordSet Stored(std::int64_t id) const {
+    RecordSet row = EmptyAnswer(shape_);
+    AppendRows(database_, shape_, "WHERE t.id = :id", std::vector<Value>{id}, row);
+    row.First();
+    return row;
+  }
+
+ private:
+  std::size_t Require(const std::string& name) const {
+    try {
+      return shape_.IndexOf(name);
+    } catch (const Error&) {
+      Refuse(name, "there is no such column; the codebook has " + std::to_string(shape_.fields.size()) +
+                       " others, see mox codebook " + std::string(codebook_.name) + " --columns");
+    }
+  }
+
+  // A row's field is the value, by its code or by its name.
+  std::string Condition(std::size_t field, std::vector<Value>& values) const {
+    const std::string& expression = shape_.expressions[field];
+    const CodebookField& rule = shape_.Rule(field);
+    if (IsBlank(field)) {
+      if (rule.has_default && shape_.fields[field].kind == FieldKind::kBoolean) return "NOT " + expression;
+      return expression + " IS NULL";
+    }
+    const auto parameter = [&](Value value) {
+      values.push_back(std::move(value));
+      return ":key" + std::to_string(values.size());
+    };
+    if (shape_.fields[field].kind != FieldKind::kText) return expression + " = " + parameter(ValueOf(field));
+    const std::vector<std::string> keys = FoldKeys(TextOf(field));
+    const auto in = [&](const std::string& column) {
+      std::string list;
+      for (const std::string& key : keys) list += (list.empty() ? "" : ", ") + parameter(key);
+      return "fold(" + column + ") IN (" + list + ")";
+    };
+    const std::string same = in(expression);
+    if (rule.or_column.empty()) return same;
+    const std::string alias = expression.substr(0, expression.find('.') + 1);
+    return "(" + same + " OR " + in(alias + std::string(rule.or_column)) + ")";
+  }
+
+  Database& database_;
+  const Codebook& codebook_;
+  RecordSet& records_;
+  CodebookShape shape_;
+  std::vector<std::optional<std::size_t>> fields_;  // of the sent set, by those of the shape
+  std::optional<std::size_t> version_;
+  std::size_t row_ = 0;
+};
+
+// A column that refers to another table, and how its rows are found: first by code, then by name.
+class ReferenceFinder {
+ public:
+  ReferenceFinder(Database& database, const CodebookShape& shape, std::size_t field,
+                  const RecordSet& records) {
+    const CodebookField& rule = shape.Rule(field);
+    column_ = rule.reference;
+    rules_.reserve(2);
+    for (const KeyRule& special : shape.codebook->rules) {
+      if (special.column == rule.reference) rules_.push_back(special);
+    }
+    if (rules_.empty()) {
+      rules_.push_back({rule.reference, shape.tables[field], {{rule.column, rule.name}}});
+      if (!rule.or_column.empty()) {
+        rules_.front().may_be_unknown = true;
+        rules_.push_back({rule.reference, shape.tables[field], {{rule.or_column, rule.name}}});
+      }
+    }
+    for (const KeyRule& key : rules_) finders_.push_back(std::make_unique<KeyFinder>(database, records, key));
+  }
+
+  std::string_view column() const { return column_; }
+  bool IsGiven() const { return finders_.front()->HasFields(); }
+  // Null where all of its fields are blank.
+  Value Find(std::size_t row) {
+    for (const auto& finder : finders_) {
+      if (const auto id = finder->Find(row)) return *id;
+    }
+    return {};
+  }
+
+ private:
+  std::string_view column_;
+  std::vector<KeyRule> rules_;
+  std::vector<std::unique_ptr<KeyFinder>> finders_;
+};
+
+class CodebookWriter {
+ public:
+  CodebookWriter(Database& database, const Codebook& codebook, RecordSet& records)
+      : database_(database), codebook_(codebook), rows_(database, codebook, records) {
+    const CodebookShape& shape = rows_.shape();
+    if (!codebook.numbered.empty()) numbering_.emplace(database, codebook);
+    for (const std::string_view column : codebook.unique) {
+      if (rows_.IsGiven(shape.IndexOf(column))) unique_.emplace_back(database, codebook, column);
+    }
+    for (std::size_t i = 0; i < shape.fields.size(); ++i) {
+      const std::string_view reference = shape.Rule(i).reference;
+      const auto same = [reference](const auto& finder) { return finder->column() == reference; };
+      if (reference.empty() || std::any_of(references_.begin(), references_.end(), same)) continue;
+      references_.push_back(std::make_unique<ReferenceFinder>(database, shape, i, records));
+    }
+  }
+
+  void StoreAll(RecordSet& stored) {
+    rows_.ForEach([&] {
+      bool is_new = false;
+      const std::int64_t id = StoreRow(is_new);
+      const RecordSet row = rows_.Stored(id);
+      stored.AppendRecord({std::string(codebook_.name), KeyOf(rows_.shape(), row), is_new});
+    });
+  }
+
+ private:
+  struct Column {
+    std::string name;
+    Value value;
+  };
+
+  std::int64_t StoreRow(bool& is_new) {
+    const std::optional<std::int64_t> id = FindRow();
+    CheckVersion(id);
+    CheckUnique(id.value_or(0));
+    const std::vector<Column> columns = Columns(!id);
+    is_new = !id;
+    try {
+      return id ? Update(*id, columns) : Insert(columns);
+    } catch (const WriteRefused&) {
+      throw;
+    } catch (const Error& error) {
+      rows_.Refuse("", error.what());
+    }
+  }
+
+  // By the key, or where it is blank by another column of which each row has its own.
+  std::optional<std::int64_t> FindRow() {
+    if (const auto id = rows_.FindByKey()) return id;
+    const std::size_t key = rows_.shape().IndexOf(codebook_.key.front());
+    if (!rows_.IsBlank(key)) return std::nullopt;
+    for (UniqueCheck& check : unique_) {
+      if (const auto id = check.Find(rows_.TextOf(rows_.shape().IndexOf(check.column())))) return id;
+    }
+    return std::nullopt;
+  }
+
+  // What was read must still be what is stored.
+  void CheckVersion(std::optional<std::int64_t> id) {
+    const std::string version = rows_.Version();
+    if (TrimBlanks(version).empty()) return;
+    const std::string key = Quoted(rows_.Key());
+    if (!id) rows_.Refuse(codebook_.key.front(), key + " was taken away since it was read");
+    const RecordSet stored = rows_.Stored(*id);
+    if (stored.AsText(rows_.shape().fields.size()) == version) return;
+    std::string both;
+    for (std::size_t i = 0; i < rows_.shape().fields.size(); ++i) {
+      if (!rows_.IsGiven(i) || rows_.ValueOf(i) == stored.AsVariant(i)) continue;
+      both += (both.empty() ? " " : ", ") + rows_.shape().fields[i].name + " stored " +
+              Quoted(stored.AsText(i)) + ", sent " + Quoted(rows_.TextOf(i));
+    }
+    rows_.Refuse(codebook_.key.front(), key + " was changed by somebody else since it was read:" +
+                                            (both.empty() ? " in columns that were not sent" : both));
+  }
+
+  void CheckUnique(std::int64_t own_id) {
+    for (const std::string_view name : codebook_.unique) {
+      const std::string text = rows_.TextOf(rows_.shape().IndexOf(name));
+      UniqueCheck check(database_, codebook_, name);
+      if (const auto other = check.Find(text, own_id))
+        rows_.Refuse(name, Quoted(text) + ' ' + check.Refusal(*other));
+    }
+  }
+
+  // The columns to be written; of a new row those that have a value.
+  std::vector<Column> Columns(bool is_new) {
+    const CodebookShape& shape = rows_.shape();
+    std::vector<Column> columns;
+    for (std::size_t i = 0; i < shape.fields.size(); ++i) {
+      const FieldDef& field = shape.fields[i];
+      const CodebookField& rule = shape.Rule(i);
+      if (!rows_.IsGiven(i) && !is_new) continue;
+      Value value = rows_.ValueOf(i);
+      const bool is_null = std::holds_alternative<std::monostate>(value);
+      if (is_null && rule.name == codebook_.numbered) {
+        if (!is_new) continue;
+        value = numbering_->Next();
+      } else if (is_null) {
+        if (field.required || (rule.has_default && !is_new)) rows_.Refuse(field.name, "must not be empty");
+        if (is_new) continue;
+      }
+      if (rule.reference.empty()) {
+        CheckText(field, rule, value);
+        columns.push_back({field.name, std::move(value)});
+      }
+    }
+    for (const auto& reference : references_) {
+      if (!reference->IsGiven()) continue;
+      Value id = reference->Find(rows_.row());
+      if (is_new && std::holds_alternative<std::monostate>(id)) continue;
+      columns.push_back({std::string(reference->column()), std::move(id)});
+    }
+    return columns;
+  }
+
+  void CheckText(const FieldDef& field, const CodebookField& rule, const Value& value) const {
+    const auto* const text = std::get_if<std::string>(&value);
+    if (text == nullptr) return;
+    if (field.size > 0 && CountCharacters(*text) > field.size) {
+      rows_.Refuse(field.name,
+                   Quoted(*text) + " is longer than " + std::to_string(field.size) + " characters");
+    }
+    if (const std::string fault = FaultOf(rule.check, *text); !fault.empty()) {
+      rows_.Refuse(field.name, Quoted(*text) + ": " + fault);
+    }
+  }
+
+  std::int64_t Update(std::int64_t id, const std::vector<Column>& columns) const {
+    if (columns.empty()) return id;
+    std::string sets;
+    std::vector<Value> values;
+    for (const Column& column : columns) {
+      sets += (sets.empty() ? "" : ", ") + column.name + " = " + Parameter(column, values);
+    }
+    values.emplace_back(id);
+    return Answer("UPDATE " + std::string(codebook_.table) + " SET " + sets + " WHERE id = :own_id", values);
+  }
+
+  std::int64_t Insert(const std::vector<Column>& columns) const {
+    if (columns.empty()) rows_.Refuse("", "there is nothing to store");
+    std::string names;
+    std::string parameters;
+    std::vector<Value> values;
+    for (const Column& column : columns) {
+      names += (names.empty() ? "" : ", ") + column.name;
+      parameters += (parameters.empty() ? "" : ", ") + Parameter(column, values);
+    }
+    return Answer(
+        "INSERT INTO " + std::string(codebook_.table) + " (" + names + ") VALUES (" + parameters + ")",
+        values);
+  }
+
+  static std::string Parameter(const Column& column, std::vector<Value>& values) {
+    if (std::holds_alternative<std::monostate>(column.value)) return "NULL";
+    values.push_back(column.value);
+    return ":" + column.name;
+  }
+
+  // The written row's id.
+  std::int64_t Answer(const std::string& sql, const std::vector<Value>& values) const {
+    return database_.Query("row", ParseColumns("id:integer"), sql + " RETURNING id", values).AsInteger(0);
+  }
+
+  Database& database_;
+  const Codebook& codebook_;
+  CodebookRows rows_;
+  std::optional<CodeNumbering> numbering_;
+  std::vector<UniqueCheck> unique_;
+  std::vector<std::unique_ptr<ReferenceFinder>> references_;
+};
+
+// --- taking away ---
+
+// How people call a row of any table.
+std::string NameOfRow(Database& database, const std::string& table, std::int64_t id) {
+  if (const Codebook* const codebook = FindCodebookOf(table)) {
+    const CodebookShape shape = ShapeOf(database, *codebook);
+    RecordSet row = EmptyAnswer(shape);
+    AppendRows(database, shape, "WHERE t.id = :id", std::vector<Value>{id}, row);
+    row.First();
+    return Quoted(KeyOf(shape, row));
+  }
+  const bool of_document = table.starts_with("dok_");
+  if (table == "dok" || of_document) {
+    const RecordSet document = database.Query(
+        "dok", ParseColumns("naziv"),
+        "SELECT d.vrsta || ' ' || CAST(d.broj AS VARCHAR(20)) || '/' || CAST(d.godina AS VARCHAR(20)) FROM "
+        "dok d" +
+            std::string(of_document ? " JOIN " + table + " s ON s.dok_id = d.id WHERE s.id = :id"
+                                    : " WHERE d.id = :id"),
+        {id});
+    if (!document.IsEmpty()) return document.AsText(0);
+  }
+  return "id " + std::to_string(id);
+}
+
+// "dok: racun 1/2024, racun 2/2024 and 3 more"; empty where no row of the table has the value in the column.
+std::string UsersIn(Database& database, const std::string& table, const std::string& column,
+                    const Value& value) {
+  const RecordSet count =
+      database.Query("n", ParseColumns("n:integer"),
+                     "SELECT COUNT(*) FROM " + table + " WHERE " + column + " = :value", {value});
+  const auto all = static_cast<std::size_t>(count.AsInteger(0));
+  if (all == 0) return {};
+  RecordSet first = database.Query("ids", ParseColumns("id:integer"),
+                                   "SELECT id FROM " + table + " WHERE " + column +
+                                       " = :value ORDER BY id LIMIT " + std::to_string(kShownUsers),
+                                   {value});
+  const Codebook* const codebook = FindCodebookOf(table);
+  std::string users = codebook == nullptr ? table : std::string(codebook->name);
+  for (std::string_view separator = ": "; !first.Eof(); first.Next(), separator = ", ") {
+    users.append(separator).append(NameOfRow(database, table, first.AsInteger(0)));
+  }
+  return all > kShownUsers ? users + " and " + std::to_string(all - kShownUsers) + " more" : users;
+}
+
+std::string UsersOf(Database& database, const CodebookShape& shape, std::int64_t id, const RecordSet& row) {
+  std::string users;
+  const auto add = [&](const std::string& more) {
+    users += (users.empty() || more.empty() ? "" : "; ") + more;
+  };
+  for (const std::string& table : database.TableNames()) {
+    for (const Reference& reference : database.References(table)) {
+      if (reference.table == shape.codebook->table) add(UsersIn(database, table, reference.column, id));
+    }
+  }
+  for (const auto& [table, column, field] : shape.codebook->named_by) {
+    const Value value = row.AsVariant(shape.IndexOf(field));
+    add(UsersIn(database, std::string(table), std::string(column), value));
+  }
+  return users;
+}
+
+void DeleteRows(Database& database, const Codebook& codebook, RecordSet& records) {
+  CodebookRows rows(database, codebook, records);
+  rows.ForEach([&] {
+    const auto id = rows.FindByKey();
+    if (!id) rows.Refuse(codebook.key.front(), "there is no " + Quoted(rows.Key()));
+    const std::string users = UsersOf(database, rows.shape(), *id, rows.Stored(*id));
+    if (!users.empty()) rows.Refuse(codebook.key.front(), Quoted(rows.Key()) + " is used by " + users);
+    database.Execute("DELETE FROM " + std::string(codebook.table) + " WHERE id = :id", {*id});
+  });
+}
+
+// --- the transactions: record sets named as the codebooks, in the order in which they were sent ---
+
+std::optional<RecordSet> StoreCodebooks(const NamedTransaction& /*transaction*/, Database& database,
+                                        SentRecordSets& sent) {
+  RecordSet stored("Upisano");
+  for (FieldDef& column : ParseColumns("sifarnik,kljuc,novi:boolean")) stored.DefineField(std::move(column));
+  stored.Open();
+  for (RecordSet& records : sent.All()) {
+    CodebookWriter(database, *FindCodebook(records.Name()), records).StoreAll(stored);
+  }
+  if (!stored.IsEmpty()) stored.First();
+  return stored;
+}
+
+std::optional<RecordSet> DeleteFromCodebooks(const NamedTransaction& /*transaction*/, Database& database,
+                                             SentRecordSets& sent) {
+  for (RecordSet& records : sent.All()) DeleteRows(database, *FindCodebook(records.Name()), records);
+  return std::nullopt;
+}
+
+std::vector<RecordSetRule> EveryCodebook() {
+  std::vector<RecordSetRule> rules;
+  for (const Codebook& codebook : CodebookTable()) rules.push_back({codebook.name, {codebook.table}, false});
+  return rules;
+}
+
+}  // namespace
+
+std::span<const NamedTransaction> CodebookTransactionTable() {
+  static const NamedTransaction transactions[] = {
+      {"KatalogUpis", "inserts or changes rows of codebooks by their keys, only the columns that are sent",
+       EveryCodebook(), StoreCodebooks},
+      {"KatalogBrisanje", "takes rows of codebooks away by their keys, which nothing may use",
+       EveryCodebook(), DeleteFromCodebooks},
+  };
+  return transactions;
+}
+
+}  // namespace mox

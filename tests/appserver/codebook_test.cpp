@@ -1,0 +1,108 @@
+#include "appserver/codebook.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <random>
+#include <thread>
+
+#include "appserver/company_server.h"
+#include "mox/foundation/text.h"
+#include "mox/server/transactions.h"
+#include "tests/appserver/scratch_database.h"
+
+namespace mox {
+namespace {
+
+class CodebookTest : public ScratchDatabase {
+ public:
+  RecordSet Read(const Codebook& codebook, const TAstaParamList& request = {}) {
+    const auto answers = server.ReportDataService(request, "Kat\\" + std::string(codebook.name));
+    RecordSet records;
+    records.CleanClone(answers->ParamByName(codebook.name).AsDataSet());
+    records.SetName(std::string(codebook.name));
+    return records;
+  }
+
+  // What the server says to record sets: each stored key, with a '+' before a new one.
+  std::string Write(std::string_view transaction, const RecordSet& records) {
+    const RecordSet* const sets[] = {&records};
+    server.WriteDataService(WriteRequest(transaction, sets));
+    const WriteOutcome& outcome = server.LastWrite();
+    if (outcome.failure) return outcome.failure->ToString();
+    if (!outcome.stored) return "done";
+    RecordSet stored;
+    stored.CleanClone(*outcome.stored);
+    std::string keys;
+    for (stored.First(); !stored.Eof(); stored.Next()) {
+      keys += (keys.empty() ? "" : " ") + std::string(stored.AsBoolean(2) ? "+" : "") + stored.AsText(1);
+    }
+    return keys;
+  }
+
+  CompanyServer server{Database(path_)};
+};
+
+// Every row of a made-up company, sent back as it was read, is found again and changes nothing.
+TEST_F(CodebookTest, TakesBackWhatItAnswers) {
+  for (const Codebook& codebook : CodebookTable()) {
+    SCOPED_TRACE(codebook.name);
+    RecordSet rows = Read(codebook);
+    const std::string before = rows.SaveToString();
+    const std::string keys = Write("KatalogUpis", rows);
+    EXPECT_TRUE(server.LastWrite().committed) << keys;
+    EXPECT_THAT(keys, testing::Not(testing::HasSubstr("+")));
+    EXPECT_EQ(Read(codebook).SaveToString(), before);
+  }
+}
+
+// What an import looks up can be entered: its table has a codebook, whose field the matched column is.
+TEST_F(CodebookTest, MeetsEveryLookUpOfTheImports) {
+  for (const ImportLookup& lookup : server.import_catalogue().Lookups()) {
+    const Codebook* const codebook = FindCodebookOf(FoldCase(lookup.table));
+    ASSERT_NE(codebook, nullptr) << lookup.sql;
+    EXPECT_NO_THROW(ShapeOf(server.database(), *codebook).IndexOf(lookup.matched)) << lookup.sql;
+  }
+}
+
+// Every column of the table is a field, or is shown by one; but for keys, and for those said here.
+TEST_F(CodebookTest, HasAFieldForEveryColumn) {
+  for (const Codebook& codebook : CodebookTable()) {
+    for (const FieldDef& column : server.database().TableColumns(codebook.table)) {
+      const bool known =
+          std::any_of(codebook.fields.begin(), codebook.fields.end(), [&](const CodebookField& field) {
+            return field.name == column.name || field.reference == column.name;
+          });
+      const bool is_kept_as_imported = column.name == "sifra_dobavljaca" || column.name == "naziv_par";
+      EXPECT_TRUE(known || column.name == "id" || is_kept_as_imported) << codebook.name << '.' << column.name;
+    }
+  }
+}
+
+// Several programs add partners at once: no code is given twice, none is left out, no number comes twice.
+TEST_F(CodebookTest, NumbersPartnersOfSeveralProgramsOn) {
+  const auto add = [this](int program) {
+    CompanyServer own{Database(path_)};
+    for (int i = 0; i < 20; ++i) {
+      RecordSet partner("partneri");
+      partner.DefineField("naziv", FieldKind::kText);
+      partner.Open();
+      partner.AppendRecord({std::to_string(program) + "/" + std::to_string(i)});
+      const RecordSet* const sets[] = {&partner};
+      own.WriteDataService(WriteRequest("KatalogUpis", sets));
+      EXPECT_TRUE(own.LastWrite().committed);
+    }
+  };
+  std::thread first(add, 1);
+  std::thread second(add, 2);
+  first.join();
+  second.join();
+  RecordSet rows = Read(*FindCodebook("partneri"));
+  EXPECT_EQ(rows.RecordCount(), 42U);
+  int code = 0;
+  for (rows.First(); !rows.Eof(); rows.Next())
+    EXPECT_EQ(rows.FieldByName("sifra").AsText(), std::to_string(++code));
+}
+
+}  // namespace
+}  // namespace mox
