@@ -8,7 +8,7 @@ std::span<const NamedTransaction> NamedTransactionTable() {
     std::vector<NamedTransaction> table;
     for (const auto& some :
          {DocumentTransactionTable(), CompanyTransactionTable(), CodebookTransactionTable(),
-          EInvoiceTransactionTable(), ImportTransactionTable()}) {
+          RateTransactionTable(), EInvoiceTransactionTable(), ImportTransactionTable()}) {
       table.insert(table.end(), some.begin(), some.end());
     }
     table.push_back(UndoImportTransaction());

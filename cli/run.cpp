@@ -25,10 +25,10 @@ constexpr int kWrongUsage = 2;
 constexpr const char* kUnwritable = "standard output cannot be written";
 
 const auto kCommands = std::to_array<const Command*>(
-    {&kRoundCommand, &kCalcCommand, &kRecapCommand, &kTotalCommand, &kDocumentCommand, &kOibCommand,
-     &kIbanCommand, &kWordsCommand, &kCurrencyCommand, &kWorkdaysCommand, &kServiceCommand, &kDbCommand,
-     &kCompanyCommand, &kCodebookCommand, &kQueryCommand, &kStoreCommand, &kImportCommand, &kQrCommand,
-     &kEInvoiceCommand});
+    {&kRoundCommand,   &kCalcCommand,  &kRecapCommand,   &kTotalCommand,    &kDocumentCommand,
+     &kOibCommand,     &kIbanCommand,  &kWordsCommand,   &kCurrencyCommand, &kWorkdaysCommand,
+     &kServiceCommand, &kDbCommand,    &kCompanyCommand, &kCodebookCommand, &kRatesCommand,
+     &kQueryCommand,   &kStoreCommand, &kImportCommand,  &kQrCommand,       &kEInvoiceCommand});
 
 // --- help ---
 
