@@ -1,5 +1,7 @@
 #include "appserver/company_server.h"
 #include "mox/import/import_grid.h"
+#include "mox/import/import_profiles.h"
+#include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
 #include "tests/fakes/recording_host.h"
 
@@ -56,7 +58,13 @@ TEST_F(ImportFailure, IsRaisedAndASecondTryStoresOnce) {
           .Query("par", ParseColumns("n:integer"), "SELECT count(*) FROM par")
           .AsInteger(0);
     };
+    const auto imports = [&] {
+      return way.server.database()
+          .Query("uvoz", ParseColumns("n:integer"), "SELECT count(*) FROM uvoz WHERE ponisteno IS NULL")
+          .AsInteger(0);
+    };
     const std::int64_t before = partners();
+    const std::int64_t journalled = imports();
     TfrmImportGrid form(view, "PARTNERPTT");
     form.OnShow();
     const std::string name = std::to_string(n) + " d.o.o.\t\t\t\t\t10000\tZagreb" + std::string(10, '\t');
@@ -71,7 +79,36 @@ TEST_F(ImportFailure, IsRaisedAndASecondTryStoresOnce) {
     form.ProvjeraIUvozClick();
     EXPECT_EQ(form.ModalResult(), stored ? kMrNone : kMrOk);
     EXPECT_EQ(partners(), before + 2);
+    EXPECT_EQ(imports() - journalled, 1);
     EXPECT_EQ(way.calls - way.failing_call, stored ? 6 : 7);
+  }
+}
+
+// Taking back fails once before the server hears of it, and once with its answer.
+TEST_F(ImportFailure, OfTakingBackLeavesTheImportOrNothingOfIt) {
+  FailingWay way(path_);
+  const ScopedApp app({.comunication = &way});
+  Database& database = way.server.database();
+  RecordSet places = TypedRows(ImportFieldsOf(*FindImportProfile("MJESTA")));
+  places.Append();
+  places.FieldByName("NAZIV").SetText("Selo");
+  places.Post();
+  RecordSet request("adsUvoz");
+  request.DefineField("id", FieldKind::kInteger);
+  request.Open();
+  for (std::int64_t import = 1; import <= 2; ++import) {
+    way.answer_is_lost = import == 2;
+    way.failing_call = 2;
+    way.calls = 0;
+    request.Clear();
+    request.AppendRecord({import});
+    ASSERT_TRUE(ExecuteTransaction("MjestaImportInsert", {&places}));
+    EXPECT_THROW(ExecuteTransaction("PonistiUvoz", {&request}), Error);
+    const bool stored =
+        !database.Query("q", ParseColumns("id:integer"), "SELECT id FROM mjesto WHERE naziv = 'Selo'")
+             .IsEmpty();
+    EXPECT_NE(stored, way.answer_is_lost);
+    EXPECT_EQ(ExecuteTransaction("PonistiUvoz", {&request}), stored);
   }
 }
 

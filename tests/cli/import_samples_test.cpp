@@ -1,16 +1,21 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include "appserver/company_server.h"
 #include "appserver/database.h"
 #include "cli/run.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
+#include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
+#include "tests/fakes/recording_host.h"
 #include "tests/foundation/case_file.h"
 #include "tests/source_dir.h"
 
@@ -94,13 +99,70 @@ Rows StoredRows(Database& database, const std::string& sql, const std::vector<Im
   return rows;
 }
 
+// All rows of all tables but the journal, as texts.
+std::string Dump(const std::string& path) {
+  Database database(path);
+  std::string dump;
+  for (const std::string& table : database.TableNames()) {
+    if (table == "uvoz") continue;
+    std::string names;
+    for (const FieldDef& column : database.TableColumns(table))
+      names += (names.empty() ? "" : ",") + column.name;
+    RecordSet rows =
+        database.Query(table, ParseColumns(names), "SELECT " + names + " FROM " + table + " ORDER BY 1");
+    dump += rows.SaveToString();
+  }
+  return dump;
+}
+
+bool HasUniqueColumn(const std::vector<ImportFieldDef>& fields) {
+  return std::any_of(fields.begin(), fields.end(), [](const ImportFieldDef& field) {
+    return field.IsDefined() && ToBoolean(field.unique);
+  });
+}
+
+// A user at another program, who is asked to confirm while somebody else stores the same rows.
+class SlowUser : public RecordingHost, public ImportGridView {
+ public:
+  explicit SlowUser(std::function<void()> meanwhile) : meanwhile_(std::move(meanwhile)) {}
+  void ShowModal(TfrmImportGrid& form) override {
+    form.ReadDataFromExcelClipboard();
+    form.ProvjeraIUvozClick();
+  }
+  int ShowVelorDialog(TVCustomDialogType kind, std::string_view /*caption*/, std::string_view /*heading*/,
+                      std::string_view /*message*/) override {
+    if (kind == TVCustomDialogType::kConfirmation) meanwhile_();
+    return kDialogYes;
+  }
+
+ private:
+  std::function<void()> meanwhile_;
+};
+
+// What became of his import.
+std::string ImportSlowly(const std::string& database, const Sample& sample, std::function<void()> meanwhile) {
+  CompanyServer server{Database(database)};
+  SlowUser user(std::move(meanwhile));
+  AppParts parts = user.Parts();
+  parts.comunication = &server;
+  const ScopedApp app(parts);
+  const std::string sheet = ReadWholeFile(SheetOf(sample, ".tsv"));
+  user.clipboard = sheet.substr(sheet.find('\n') + 1);
+  TfrmImportGrid form(user, sample.key);
+  form.ShowModal();
+  return form.Outcome() == ImportOutcome::kRefused ? form.Refusal() : "not refused";
+}
+
 // Every import stores its sample sheet value by value, and nothing of the faulty one, whose faults it shows.
+// Where two programs import the sheet at once and values must be new, the later one is refused with the
+// rows. In the end all imports are taken back, the last one first, and the database is as it was.
 TEST(ImportSamples, AreStoredAsTheSheetSays) {
-  const std::string path = testing::TempDir() + "mox_import_samples.db";
+  const std::string path = testing::TempDir() + "mox_import_samples_" + Text(::getpid()) + ".db";
   std::filesystem::remove(path);
   Database::Create(path, WithDemo::kYes);
   const std::vector<Sample> samples = ReadSamples();
   EXPECT_EQ(samples.size(), ImportProfiles().size());
+  const std::string empty = Dump(path);
   for (const Sample& sample : samples) {
     SCOPED_TRACE(sample.key);
     const auto fields = ImportFieldsOf(*FindImportProfile(sample.key));
@@ -120,11 +182,52 @@ TEST(ImportSamples, AreStoredAsTheSheetSays) {
     const Rows before = stored();
     EXPECT_EQ(import("_faulty.tsv"), "1\n" + sample.faults);
     EXPECT_EQ(stored(), before);
-    EXPECT_EQ(import(".tsv").front(), '0');
+    const auto import_sheet = [&] { EXPECT_EQ(import(".tsv").front(), '0'); };
+    if (HasUniqueColumn(fields)) {
+      EXPECT_THAT(ImportSlowly(path, sample, import_sheet),
+                  testing::ContainsRegex("row 1: .* is in the database already, in "));
+    } else {
+      import_sheet();
+    }
     const Rows after = stored();
     ASSERT_EQ(after.size(), before.size() + (sample.changes ? 0 : sheet.size()));
     EXPECT_EQ(Rows(after.end() - static_cast<std::ptrdiff_t>(sheet.size()), after.end()), sheet);
   }
+  for (std::size_t import = samples.size(); import > 0; --import) {
+    std::istringstream in;
+    std::ostringstream out, err;
+    EXPECT_EQ(mox::Run({"import", "--undo", Text(import), "--db", path}, in, out, err), 0) << err.str();
+  }
+  EXPECT_EQ(Dump(path), empty);
+  std::filesystem::remove(path);
+}
+
+// A wrong sheet gives a fault for nearly every cell: the first are shown, all are counted, and the file has
+// them whole, longer than the grid's fault text is.
+TEST(ImportFaults, OfLargeSheetsAreShownInPartAndWrittenWhole) {
+  const std::string folder = testing::TempDir() + "mox_import_faults_" + Text(::getpid()) + "/";
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directories(folder);
+  Database::Create(folder + "tvrtka.db");
+  std::ofstream sheet(folder + "list.tsv");
+  const std::string place(90, 'x');
+  for (int row = 0; row < 30; ++row) sheet << "1\t\t\t\t\tnema\t" << place << "\n";
+  sheet.close();
+  std::istringstream in;
+  std::ostringstream out, err;
+  EXPECT_EQ(mox::Run({"import", "PARTNERPTT", folder + "list.tsv", "--check", "--faults",
+                      folder + "greske.txt", "--db", folder + "tvrtka.db"},
+                     in, out, err),
+            1);
+  const std::string shown = out.str();
+  EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 2 + 50);
+  EXPECT_THAT(err.str(),
+              testing::HasSubstr("30 of 30 rows faulty, nothing was stored; the first 50 of 60 faults"));
+  std::string expected;
+  for (int row = 1; row <= 30; ++row)
+    expected += Text(row) + "\t Lookup:PTT:nema Lookup:MJESTO:" + place + "\n";
+  EXPECT_EQ(ReadWholeFile(folder + "greske.txt"), expected);
+  std::filesystem::remove_all(folder);
 }
 
 }  // namespace

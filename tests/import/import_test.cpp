@@ -30,6 +30,7 @@
 //   go ROW; set FIELD TEXT   edits the grid, the rows counted from 1
 //   check                    the button; says the modal result
 //   validate POSITION; values FIELD; sifre; katalog; velicine; filter [POSITION]
+//   outcome                  what became of the rows, and all faults of the check
 //   form; rows; stored       show the form and the two record sets, with null as ~
 
 namespace mox {
@@ -104,6 +105,7 @@ class Case : public ImportGridView {
         {"velicine", [&] { form_.PreracunVelicinaClick(); }},
         {"filter", [&] { form_.FocusColumn(words.empty() ? 3 : number(0)), form_.FilterClick(); }},
         {"form", [&] { ShowForm(); }},
+        {"outcome", [&] { ShowOutcome(); }},
         {"rows", [&] { ShowRows(grid); }},
         {"stored", [&] { ShowRows(form_.AdsForDBSave()); }}};
     if (const auto action = actions.find(step); action != actions.end()) {
@@ -179,6 +181,17 @@ class Case : public ImportGridView {
     host_.log.push_back("modal " + Text(form_.ModalResult()) + " | " + form_.LblIndicator() + " | " +
                         form_.FilterButton().caption + " | " +
                         (style == nullptr ? "" : std::string(style->name)) + " | " + Joined(visible, ", "));
+  }
+
+  void ShowOutcome() {
+    constexpr const char* kOutcomes[] = {"none",    "no rows", "faulty", "declined",
+                                         "refused", "unknown", "stored"};
+    host_.log.push_back(kOutcomes[static_cast<std::size_t>(form_.Outcome())] +
+                        (form_.Refusal().empty() ? "" : ": " + form_.Refusal()));
+    for (const ImportFault& fault : form_.Faults()) {
+      host_.log.push_back("row " + Text(fault.row) + " column " + Text(fault.column) + " [" + fault.value +
+                          "] " + std::string(fault.reason));
+    }
   }
 
   void ShowRows(RecordSet& set) {

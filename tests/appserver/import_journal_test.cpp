@@ -1,0 +1,215 @@
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <random>
+
+#include "appserver/company_server.h"
+#include "mox/import/import_check.h"
+#include "mox/import/import_profiles.h"
+#include "mox/server/transactions.h"
+#include "tests/appserver/scratch_database.h"
+
+namespace mox {
+namespace {
+
+class ImportJournal : public ScratchDatabase {
+ protected:
+  static std::int64_t Number(Database& database, const std::string& sql) {
+    return database.Query("q", ParseColumns("n:integer"), sql).AsInteger(0);
+  }
+
+  // A set of the profile's fields in which each row has these values.
+  static RecordSet Rows(std::string_view profile, std::initializer_list<std::pair<const char*, Value>> values,
+                        const std::vector<std::string>& names, const char* name_field) {
+    RecordSet rows = TypedRows(ImportFieldsOf(*FindImportProfile(profile)));
+    for (const std::string& name : names) {
+      rows.Append();
+      for (const auto& [field, value] : values) rows.FieldByName(field).SetVariant(value);
+      rows.FieldByName(name_field).SetText(name);
+      rows.Post();
+    }
+    return rows;
+  }
+  static RecordSet Places(const std::vector<std::string>& names) {
+    return Rows("MJESTA", {{"DRZAVA", std::string("HR")}}, names, "NAZIV");
+  }
+
+  // "committed", or why it was refused.
+  static std::string Write(CompanyServer& server, std::string_view transaction, const RecordSet& records) {
+    const RecordSet* const sent[] = {&records};
+    const int answer = server.WriteDataService(WriteRequest(transaction, sent));
+    return answer != 0 ? "committed" : server.LastWrite().failure->message;
+  }
+  static std::string Undo(CompanyServer& server, std::int64_t import) {
+    RecordSet request("adsUvoz");
+    request.DefineField("id", FieldKind::kInteger);
+    request.Open();
+    request.AppendRecord({import});
+    return Write(server, "PonistiUvoz", request);
+  }
+};
+
+TEST_F(ImportJournal, TakesBackOnlyRowsThatNobodyChangedOrRefersTo) {
+  CompanyServer server{Database(path_)};
+  Database& database = server.database();
+  const std::string first = std::to_string(Number(database, "SELECT MAX(id) + 1 FROM mjesto"));
+  const std::string second = std::to_string(std::stoll(first) + 1);
+  ASSERT_EQ(Write(server, "MjestaImportInsert", Places({"Prvo", "Drugo", "Treće"})), "committed");
+
+  // What is done to the rows, what is undone of that, and what is said of the import.
+  const struct {
+    std::string change;
+    std::string restore;
+    std::string refusal;
+  } cases[] = {
+      {"UPDATE mjesto SET ptt = '1' WHERE naziv = 'Drugo'",
+       "UPDATE mjesto SET ptt = NULL WHERE naziv = 'Drugo'", "row 2 (mjesto " + second + ") was changed"},
+      {"UPDATE mjesto SET drzava_id = NULL WHERE id >= " + first,
+       "UPDATE mjesto SET drzava_id = (SELECT id FROM drzave WHERE oznaka = 'HR') WHERE id >= " + first,
+       "row 3 (mjesto "},
+      {"INSERT INTO par (naziv, mjesto_id) VALUES ('Ana', " + first + ")",
+       "DELETE FROM par WHERE naziv = 'Ana'", "row 1 (mjesto " + first + ") is referred to by par.mjesto_id"},
+      {"INSERT INTO dok (vrsta, godina, broj, datum) VALUES ('x', 2024, 1, '2024-03-01')", "", ""},
+      {"INSERT INTO dok_veze (parent_table, parent_column, parent_doc_id, child_tip, child_doc_id) SELECT "
+       "'mjesto', 'id', " +
+           second + ", 'x', MAX(id) FROM dok",
+       "DELETE FROM dok_veze", "row 2 (mjesto " + second + ") is referred to by dok_veze"},
+      {"DELETE FROM mjesto WHERE id = " + first,
+       "INSERT INTO mjesto (id, naziv, drzava_id) SELECT " + first +
+           ", 'Prvo', id FROM drzave WHERE oznaka = 'HR'",
+       "row 1 (mjesto " + first + ") is gone"},
+  };
+  for (const auto& row : cases) {
+    database.Execute(row.change);
+    if (row.refusal.empty()) continue;
+    EXPECT_THAT(Undo(server, 1), testing::HasSubstr(row.refusal)) << row.change;
+    EXPECT_EQ(Number(database, "SELECT COUNT(*) FROM uvoz WHERE ponisteno IS NULL"), 1);
+    database.Execute(row.restore);
+  }
+  EXPECT_EQ(Undo(server, 1), "committed");
+  EXPECT_EQ(Number(database, "SELECT COUNT(*) FROM mjesto WHERE id >= " + first), 0);
+}
+
+TEST_F(ImportJournal, SeesArticlesThatLinesNameByTheirCodes) {
+  CompanyServer server{Database(path_)};
+  Database& database = server.database();
+  ASSERT_EQ(Write(server, "ArtikliImportInsert",
+                  Rows("ARTIKLI",
+                       {{"NAZIV", std::string("Kruh")},
+                        {"JM", std::string("kom")},
+                        {"TBR", 25.0},
+                        {"GRUPA", std::string("Roba")},
+                        {"RABAT", std::string("Bez rabata")}},
+                       {"K-1", "K-2"}, "SIFRA")),
+            "committed");
+  database.Execute("INSERT INTO dok (vrsta, godina, broj, datum) VALUES ('x', 2024, 1, '2024-03-01')");
+  database.Execute("INSERT INTO dok_stavke (dok_id, rb, sorta, sifra) SELECT id, 1, 'roba', 'K-2' FROM dok");
+  EXPECT_THAT(Undo(server, 1), testing::ContainsRegex("row 2 .* is referred to by dok_stavke.sifra"));
+}
+
+// All places that the loser has in common with the winner are named, but no more than twenty of them.
+TEST_F(ImportJournal, RefusesTheLoserOfTwoImportsWithItsRows) {
+  CompanyServer one{Database(path_)};
+  CompanyServer other{Database(path_)};
+  std::vector<std::string> names;
+  for (int i = 1; i <= 30; ++i) names.push_back("Selo " + std::to_string(i));
+  ASSERT_EQ(Write(one, "MjestaImportInsert", Places(names)), "committed");
+  EXPECT_EQ(Write(other, "MjestaImportInsert", Places({"Novo", "SELO 7", "selo 7 ", "Selo 9"})),
+            "is in the database already, in 2 rows: 2 \"SELO 7\", 4 \"Selo 9\"");
+  EXPECT_THAT(Write(other, "MjestaImportInsert", Places(names)),
+              testing::EndsWith("20 \"Selo 20\" and 10 more"));
+  EXPECT_EQ(Write(other, "MjestaImportInsert", Places({"Novo", "Selo 9"})),
+            "is in the database already, in row 2 \"Selo 9\"");
+}
+
+TEST_F(ImportJournal, LeavesNothingOfARehearsal) {
+  CompanyServer server{Database(path_)};
+  const auto counts = [&] {
+    return std::pair(Number(server.database(), "SELECT COUNT(*) FROM mjesto"),
+                     Number(server.database(), "SELECT COUNT(*) FROM uvoz"));
+  };
+  const auto before = counts();
+  server.SetRehearsing(true);
+  EXPECT_EQ(Write(server, "MjestaImportInsert", Places({"Selo"})), "committed");
+  EXPECT_EQ(counts(), before);
+  EXPECT_EQ(Undo(server, 1), "there is no import 1");
+  server.SetRehearsing(false);
+  EXPECT_EQ(Write(server, "MjestaImportInsert", Places({"Selo"})), "committed");
+  EXPECT_NE(counts(), before);
+}
+
+int Wait(pid_t child) {
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  return status;
+}
+
+TEST_F(ImportJournal, LetsOneOfTwoProcessesStoreASheet) {
+  std::vector<std::string> names;
+  for (int i = 1; i <= 200; ++i) names.push_back("Selo " + std::to_string(i));
+  for (int trial = 0; trial < 3; ++trial) {
+    const auto import = [&] {
+      CompanyServer server{Database(path_)};
+      std::_Exit(Write(server, "MjestaImportInsert", Places(names)) == "committed" ? 0 : 1);
+    };
+    pid_t children[2];
+    for (pid_t& child : children) {
+      child = ::fork();
+      if (child == 0) import();
+    }
+    EXPECT_EQ(WEXITSTATUS(Wait(children[0])) + WEXITSTATUS(Wait(children[1])), 1);
+    CompanyServer server{Database(path_)};
+    EXPECT_EQ(Number(server.database(), "SELECT COUNT(*) FROM mjesto WHERE naziv LIKE 'Selo %'"), 200);
+    EXPECT_EQ(Undo(server, trial + 1), "committed");
+  }
+}
+
+// Imports and takes back without end, until it is killed.
+TEST_F(ImportJournal, KeepsImportsWholeWhenTheirProcessIsKilled) {
+  constexpr std::int64_t kRows = 300;
+  std::vector<std::string> names;
+  for (std::int64_t i = 1; i <= kRows; ++i) names.push_back("Selo " + std::to_string(i));
+  const auto run = [&](int told) {
+    CompanyServer server{Database(path_)};
+    if (::write(told, "x", 1) != 1) std::_Exit(1);
+    for (;;) {
+      RecordSet left = server.database().Query("q", ParseColumns("id:integer"),
+                                               "SELECT id FROM uvoz WHERE ponisteno IS NULL");
+      const std::string done = left.IsEmpty() ? Write(server, "MjestaImportInsert", Places(names))
+                                              : Undo(server, left.AsInteger(0));
+      if (done != "committed") std::_Exit(1);
+    }
+  };
+  const char* const wanted = std::getenv("MOX_CRASHES");
+  std::mt19937 random(5);
+  std::size_t found_stored = 0;
+  int crashes = wanted == nullptr ? 12 : std::atoi(wanted);
+  for (; crashes > 0; --crashes) {
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const pid_t child = ::fork();
+    if (child == 0) run(ends[1]);
+    ::close(ends[1]);
+    char told = 0;
+    ASSERT_EQ(::read(ends[0], &told, 1), 1);
+    ::close(ends[0]);
+    ::usleep(static_cast<unsigned>(random() % 120'000));
+    ::kill(child, SIGKILL);
+    EXPECT_TRUE(WIFSIGNALED(Wait(child)));
+
+    Database database(path_);
+    database.Check();
+    const std::int64_t stored = Number(database, "SELECT COUNT(*) FROM mjesto WHERE naziv LIKE 'Selo %'");
+    const std::int64_t valid = Number(database, "SELECT COUNT(*) FROM uvoz WHERE ponisteno IS NULL");
+    EXPECT_TRUE(stored == 0 || stored == kRows) << stored;
+    EXPECT_EQ(valid, stored / kRows);
+    found_stored += stored > 0 ? 1U : 0U;
+  }
+  std::printf("found stored %zu times\n", found_stored);
+}
+
+}  // namespace
+}  // namespace mox
