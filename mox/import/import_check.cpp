@@ -56,9 +56,10 @@ std::string JoinedValues(RecordSet& rows, std::string_view field_name) {
   bool found = false;
   const WholeSetWalk walk(rows);
   for (rows.First(); !rows.Eof(); rows.Next()) {
-    if (rows.IsNull(value)) continue;
+    const std::string_view text = rows.AsTextView(value);
+    if (text.empty() && rows.IsNull(value)) continue;
     if (std::exchange(found, true)) values += "','";
-    values += rows.AsTextView(value);
+    values += text;
   }
   return found ? values : "0";
 }
@@ -115,8 +116,8 @@ std::vector<ImportFault> ImportCheck::Run() {
 
 void ImportCheck::CheckRow(std::size_t row, std::vector<ImportFault>& faults) {
   for (const Column& column : columns_) {
-    const bool null = rows_.IsNull(column.from);
-    const std::string_view text = null ? std::string_view() : rows_.AsTextView(column.from);
+    const std::string_view text = rows_.AsTextView(column.from);
+    const bool null = text.empty() && rows_.IsNull(column.from);
     const ColumnRules& rules = column.rules;
     const auto add = [&](ImportPass pass) {
       faults.push_back({row, column.position, pass, std::string(text), ReasonOf(pass, rules.field())});

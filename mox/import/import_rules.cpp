@@ -90,16 +90,20 @@ bool ColumnRules::Has(ImportPass pass) const {
 
 void ColumnRules::SetStored(ImportPass pass, RecordSet answer) {
   const bool look_up = pass == ImportPass::kLookup;
-  auto& texts = (look_up ? known_ : taken_).texts;
-  texts.clear();
+  TextSet& texts = look_up ? known_ : taken_;
+  texts = TextSet();
   if (answer.IsEmpty()) return;
   const std::size_t field = answer.FieldByName(field_->field_name).Index();
-  texts.reserve(answer.RecordCount());
   for (answer.First(); !answer.Eof(); answer.Next()) {
-    std::string text = answer.AsText(field);
-    texts.insert(look_up ? LookupKey(text) : UniqueKey(text));
-    texts.insert(std::move(text));
+    const std::string text = answer.AsText(field);
+    texts.Insert(look_up ? LookupKey(text) : UniqueKey(text));
+    if (look_up) texts.Insert(text);
   }
+}
+
+// Most cells are written as the database has them, and are found without being folded.
+bool ColumnRules::IsKnown(std::string_view text) const {
+  return known_.Contains(text) || (!known_.IsEmpty() && known_.Contains(LookupKey(text)));
 }
 
 bool ColumnRules::StoreConverted(std::string_view text, RecordSet& typed, std::size_t to) const {

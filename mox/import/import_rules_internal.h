@@ -1,15 +1,14 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "mox/foundation/app.h"
 #include "mox/foundation/record_set.h"
 #include "mox/import/import_check.h"
+#include "mox/import/text_set_internal.h"
 
 #pragma GCC visibility push(hidden)
 
@@ -29,8 +28,8 @@ class ColumnRules {
   void SetStored(ImportPass pass, RecordSet answer);
 
   /// Whether the database has the value, as a look-up or as uniqueness compares.
-  bool IsKnown(std::string_view text) const { return known_.Contains(text, LookupKey); }
-  bool IsTaken(std::string_view text) const { return taken_.Contains(text, UniqueKey); }
+  bool IsKnown(std::string_view text) const;
+  bool IsTaken(std::string_view text) const { return !taken_.IsEmpty() && taken_.Contains(UniqueKey(text)); }
   /// Stores the value in a field of the current record, which is being edited or inserted. Answers why it
   /// could not, or what is wrong with it all the same; empty where all is well.
   std::string_view Store(std::string_view text, RecordSet& typed, std::size_t to) const;
@@ -38,27 +37,14 @@ class ColumnRules {
  private:
   enum class Kind : std::uint8_t { kText, kNumber, kBoolean, kDate, kOther };
 
-  struct Hash : std::hash<std::string_view> {
-    using is_transparent = void;
-  };
-
-  // Values of the database, both as they are and as they are compared: most cells are written as the
-  // database has them, and found without being folded.
-  struct Stored {
-    std::unordered_set<std::string, Hash, std::equal_to<>> texts;
-    bool Contains(std::string_view text, std::string (*key)(std::string_view)) const {
-      return texts.contains(text) || (!texts.empty() && texts.contains(key(text)));
-    }
-  };
-
   static std::string LookupKey(std::string_view text);
   bool StoreConverted(std::string_view text, RecordSet& typed, std::size_t to) const;
 
   const ImportFieldDef* field_;
   Kind kind_;
   const LocaleSettings* locale_;
-  Stored known_;
-  Stored taken_;
+  TextSet known_;  // values both as they are and as they are compared
+  TextSet taken_;  // as they are compared
 };
 
 std::string_view ReasonOf(ImportPass pass, const ImportFieldDef& field);
