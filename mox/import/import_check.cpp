@@ -39,6 +39,27 @@ std::size_t SizeOf(const ImportFieldDef& field) {
   return static_cast<std::size_t>(size);
 }
 
+// Those of several fields, by one walk.
+std::vector<std::string> JoinedValues(RecordSet& rows, const std::vector<std::size_t>& fields) {
+  constexpr std::string_view kSeparator = "','";
+  std::vector<std::string> joined(fields.size());
+  const WholeSetWalk walk(rows);
+  for (rows.First(); !rows.Eof(); rows.Next()) {
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      const std::string_view text = rows.AsTextView(fields[i]);
+      if (!text.empty() || !rows.IsNull(fields[i])) joined[i].append(kSeparator).append(text);
+    }
+  }
+  for (std::string& values : joined) {
+    if (values.empty()) {
+      values = "0";
+    } else {
+      values.erase(0, kSeparator.size());
+    }
+  }
+  return joined;
+}
+
 }  // namespace
 
 RecordSet TypedRows(std::span<const ImportFieldDef> profile) {
@@ -51,17 +72,7 @@ RecordSet TypedRows(std::span<const ImportFieldDef> profile) {
 }
 
 std::string JoinedValues(RecordSet& rows, std::string_view field_name) {
-  const std::size_t value = rows.FieldByName(field_name).Index();
-  std::string values;
-  bool found = false;
-  const WholeSetWalk walk(rows);
-  for (rows.First(); !rows.Eof(); rows.Next()) {
-    const std::string_view text = rows.AsTextView(value);
-    if (text.empty() && rows.IsNull(value)) continue;
-    if (std::exchange(found, true)) values += "','";
-    values += text;
-  }
-  return found ? values : "0";
+  return std::move(JoinedValues(rows, {rows.FieldByName(field_name).Index()}).front());
 }
 
 // --- the questions ---
@@ -80,9 +91,31 @@ void ImportCheck::Ask(ImportLookups& lookups) {
                         .to = typed_.FieldByName(field.field_name).Index(),
                         .is_required = false,
                         .runs = {},
-                        .rules = ColumnRules(field)});
+                        .rules = ColumnRules(field),
+                        .hash = 0});
     AskColumn(columns_.back(), lookups);
   }
+  values_ = {};
+}
+
+// At the first question the values of all columns that there may be questions about are joined.
+std::string ImportCheck::ValuesOf(const Column& column) {
+  if (values_.empty()) {
+    std::vector<std::size_t> positions;
+    std::vector<std::size_t> fields;
+    for (std::size_t i = column.position; i < profile_.size(); ++i) {
+      const ImportFieldDef& field = profile_[i];
+      const auto index = rows_.FindFieldIndex(field.field_name);
+      if (!index || (field.lookup_sql.empty() && field.unique_sql.empty() && i != column.position)) continue;
+      positions.push_back(i);
+      fields.push_back(*index);
+    }
+    std::vector<std::string> joined = JoinedValues(rows_, fields);
+    values_.resize(profile_.size());
+    for (std::size_t i = 0; i < positions.size(); ++i) values_[positions[i]] = std::move(joined[i]);
+  }
+  const std::string& values = values_[column.position];
+  return values.empty() ? JoinedValues(rows_, column.rules.field().field_name) : values;
 }
 
 void ImportCheck::AskColumn(Column& column, ImportLookups& lookups) {
@@ -93,7 +126,7 @@ void ImportCheck::AskColumn(Column& column, ImportLookups& lookups) {
     if (pass == ImportPass::kRequired) column.is_required = true;
     if (pass == ImportPass::kLookup || pass == ImportPass::kUnique) {
       const std::string& sql = pass == ImportPass::kLookup ? field.lookup_sql : field.unique_sql;
-      column.rules.SetStored(pass, lookups.Find(field, sql, JoinedValues(rows_, field.field_name)));
+      column.rules.SetStored(pass, lookups.Find(field, sql, ValuesOf(column)));
     }
     column.runs[IndexOf(pass)] = true;
   }
@@ -104,14 +137,28 @@ void ImportCheck::AskColumn(Column& column, ImportLookups& lookups) {
 std::vector<ImportFault> ImportCheck::Run() {
   std::vector<ImportFault> faults;
   const bool makes_rows = !columns_.empty() && columns_.front().runs[IndexOf(ImportPass::kFormat)];
+  looked_up_.clear();
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    if (columns_[i].runs[IndexOf(ImportPass::kLookup)]) looked_up_.push_back(i);
+  }
   const WholeSetWalk walk(rows_);
   std::size_t row = 0;
   for (rows_.First(); !rows_.Eof(); rows_.Next()) {
+    FetchKnown();
     if (makes_rows) typed_.Append();
     CheckRow(++row, faults);
     if (makes_rows) typed_.Post();
   }
   return faults;
+}
+
+// What look-ups read lies anywhere in memory: it is asked for early, for all of them at once.
+void ImportCheck::FetchKnown() {
+  for (const std::size_t i : looked_up_) {
+    Column& column = columns_[i];
+    column.hash = column.rules.Known().AskForSlot(rows_.AsTextView(column.from));
+  }
+  for (const std::size_t i : looked_up_) columns_[i].rules.Known().AskForText(columns_[i].hash);
 }
 
 void ImportCheck::CheckRow(std::size_t row, std::vector<ImportFault>& faults) {
@@ -124,7 +171,8 @@ void ImportCheck::CheckRow(std::size_t row, std::vector<ImportFault>& faults) {
     };
     const auto runs = [&](ImportPass pass) { return column.runs[IndexOf(pass)]; };
     if (runs(ImportPass::kRequired) && text.empty()) add(ImportPass::kRequired);
-    if (runs(ImportPass::kLookup) && !text.empty() && !rules.IsKnown(text)) add(ImportPass::kLookup);
+    if (runs(ImportPass::kLookup) && !text.empty() && !rules.IsKnown(text, column.hash))
+      add(ImportPass::kLookup);
     // An empty cell that need not be filled is not converted.
     const bool converts = runs(ImportPass::kFormat) && (!null || column.is_required);
     if (converts && !rules.Store(text, typed_, column.to).empty()) add(ImportPass::kFormat);

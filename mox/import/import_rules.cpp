@@ -102,8 +102,8 @@ void ColumnRules::SetStored(ImportPass pass, RecordSet answer) {
 }
 
 // Most cells are written as the database has them, and are found without being folded.
-bool ColumnRules::IsKnown(std::string_view text) const {
-  return known_.Contains(text) || (!known_.IsEmpty() && known_.Contains(LookupKey(text)));
+bool ColumnRules::IsKnown(std::string_view text, std::uint64_t hash) const {
+  return known_.Contains(text, hash) || (!known_.IsEmpty() && known_.Contains(LookupKey(text)));
 }
 
 bool ColumnRules::StoreConverted(std::string_view text, RecordSet& typed, std::size_t to) const {

@@ -28,7 +28,9 @@ class ColumnRules {
   void SetStored(ImportPass pass, RecordSet answer);
 
   /// Whether the database has the value, as a look-up or as uniqueness compares.
-  bool IsKnown(std::string_view text) const;
+  bool IsKnown(std::string_view text) const { return IsKnown(text, known_.AskForSlot(text)); }
+  bool IsKnown(std::string_view text, std::uint64_t hash) const;
+  const TextSet& Known() const { return known_; }
   bool IsTaken(std::string_view text) const { return !taken_.IsEmpty() && taken_.Contains(UniqueKey(text)); }
   /// Stores the value in a field of the current record, which is being edited or inserted. Answers why it
   /// could not, or what is wrong with it all the same; empty where all is well.
@@ -69,15 +71,20 @@ class ImportCheck {
     bool is_required;
     bool runs[4];
     ColumnRules rules;
+    std::uint64_t hash;  // of the value of the row that is being checked, where it is looked up
   };
 
   void AskColumn(Column& column, ImportLookups& lookups);
+  std::string ValuesOf(const Column& column);
+  void FetchKnown();
   void CheckRow(std::size_t row, std::vector<ImportFault>& faults);
 
   std::span<const ImportFieldDef> profile_;
   RecordSet& rows_;
   RecordSet& typed_;
   std::vector<Column> columns_;
+  std::vector<std::size_t> looked_up_;  // of the columns, those with a look-up
+  std::vector<std::string> values_;     // joined, by position; while questions are asked
 };
 
 }  // namespace mox

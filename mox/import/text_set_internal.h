@@ -26,7 +26,22 @@ class TextSet {
     ++count_;
   }
 
-  bool Contains(std::string_view text) const { return count_ > 0 && slots_[Find(text, HashOf(text))] != 0; }
+  bool Contains(std::string_view text) const { return Contains(text, HashOf(text)); }
+
+  // The same in three steps, for whoever has something else to do while memory is read: the hash of the text,
+  // which asks for its slot; then the text in that slot is asked for; then both are there.
+  std::uint64_t AskForSlot(std::string_view text) const {
+    const std::uint64_t hash = HashOf(text);
+    if (count_ > 0) __builtin_prefetch(&slots_[hash & (slots_.size() - 1)]);
+    return hash;
+  }
+  void AskForText(std::uint64_t hash) const {
+    const std::uint64_t slot = count_ > 0 ? slots_[hash & (slots_.size() - 1)] : 0;
+    if (slot != 0) __builtin_prefetch(pool_.data() + ((slot & ~kTag) - 1));
+  }
+  bool Contains(std::string_view text, std::uint64_t hash) const {
+    return count_ > 0 && slots_[Find(text, hash)] != 0;
+  }
 
  private:
   static constexpr std::uint64_t kTag = 0xFFFF'FF00'0000'0000U;  // of the hash; the rest is the text's place
