@@ -13,6 +13,8 @@
 
 #include "bench/company_files.h"
 #include "mox/foundation/app.h"
+#include "mox/import/import_check.h"
+#include "mox/import/import_profiles.h"
 #include "mox/server/read_services.h"
 #include "mox/server/transactions.h"
 
@@ -184,6 +186,53 @@ class Storing {
   RecordSet header_ = MakeHeader();
 };
 
+// An import of partners stored, and taken back.
+class TakingBack {
+ public:
+  TakingBack() : rows_(TypedRows(ImportFieldsOf(*FindImportProfile("PARTNERPTT")))) {
+    constexpr std::size_t kFirstNumber = 10'000;
+    std::vector<Value> values(rows_.FieldCount());
+    for (std::size_t row = 0; row < kStoredLines; ++row) {
+      for (std::size_t i = kFirstDataPosition; i < values.size(); ++i) {
+        const FieldDef& field = rows_.Definition(i);
+        if (field.kind == FieldKind::kText)
+          values[i] = field.name.substr(0, 3) + std::to_string(kFirstNumber + row);
+        if (field.kind == FieldKind::kFloat) values[i] = static_cast<double>(row % 1000);
+        if (field.kind == FieldKind::kBoolean) values[i] = row % 2 == 0;
+      }
+      const auto set = [&](const char* name, Value value) {
+        values[*rows_.FindFieldIndex(name)] = std::move(value);
+      };
+      set("PTT", std::string("10000"));
+      set("MJESTO", std::string("Zagreb"));
+      set("DRZAVA", std::string("HR"));
+      set("VALUTA", std::string("EUR"));
+      set("KOMERCIJALIST", std::string("Demo komercijalist"));
+      rows_.AppendRecord(values);
+    }
+    request_.DefineField("id", FieldKind::kInteger);
+    request_.Open();
+  }
+
+  void Store() { Write("ParImportInsertPTTMje", rows_); }
+  void TakeBack() {
+    request_.Clear();
+    request_.AppendRecord({file_.Number("SELECT MAX(id) FROM uvoz")});
+    Write("PonistiUvoz", request_);
+  }
+
+ private:
+  void Write(std::string_view transaction, RecordSet& records) {
+    const ScopedApp app({.comunication = &file_.server()});
+    if (ExecuteTransaction(transaction, {&records})) return;
+    throw std::runtime_error(file_.server().LastWrite().failure->ToString());
+  }
+
+  CompanyFile file_;
+  RecordSet rows_;
+  RecordSet request_{"adsUvoz"};
+};
+
 // Names of towns looked up in a table of a million.
 class LookingUp {
  public:
@@ -245,14 +294,15 @@ Peer& Shared() {
   return peer;
 }
 
-// The peer is made before the time is taken; restore() is not timed either.
+// The peer is made before the time is taken; prepare() and restore() are not timed either.
 template <typename Peer>
 void Register(const std::string& name, std::size_t items, void (*run)(Peer& peer, std::size_t items),
-              void (*restore)(Peer& peer) = nullptr) {
+              void (*restore)(Peer& peer) = nullptr, void (*prepare)(Peer& peer) = nullptr) {
   benchmark::RegisterBenchmark(
       name.c_str(),
       [=](benchmark::State& state) {
         Peer& peer = Shared<Peer>();
+        if (prepare != nullptr) prepare(peer);
         for (auto _ : state) run(peer, items);
         if (restore != nullptr) restore(peer);
         state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(items));
@@ -277,6 +327,12 @@ void RegisterServerBenchmarks() {
       "store/transaction", kStoredLines, [](Storing& peer, std::size_t) { peer.ByTransaction(); }, remove);
   Register<Storing>(
       "store/plain_loop", kStoredLines, [](Storing& peer, std::size_t) { peer.ByPlainLoop(); }, remove);
+  Register<TakingBack>(
+      "undo/store", kStoredLines, [](TakingBack& peer, std::size_t) { peer.Store(); },
+      [](TakingBack& peer) { peer.TakeBack(); });
+  Register<TakingBack>(
+      "undo/take_back", kStoredLines, [](TakingBack& peer, std::size_t) { peer.TakeBack(); }, nullptr,
+      [](TakingBack& peer) { peer.Store(); });
   for (const std::size_t count : kLookedUp) {
     Register<LookingUp>("look_up/service_" + std::to_string(count), count,
                         [](LookingUp& peer, std::size_t items) { peer.ByService(items); });
@@ -290,6 +346,7 @@ void PrintServerRatios(const Measurements& measurements) {
   if (measurements.Fastest("store/transaction")) {
     std::printf("ratio store_memory %.2f\n", Shared<Storing>().MemoryRatio());
   }
+  PrintRatio(measurements, "undo_store", "undo/take_back", "undo/store");
   PrintRatio(measurements, "look_up_growth", "look_up/service_100000", "look_up/service_25000");
   PrintRatio(measurements, "look_up_statements", "look_up/statement_each", "look_up/service_100000");
 }

@@ -45,9 +45,10 @@ std::vector<std::string> JoinedValues(RecordSet& rows, const std::vector<std::si
   std::vector<std::string> joined(fields.size());
   const WholeSetWalk walk(rows);
   for (rows.First(); !rows.Eof(); rows.Next()) {
+    const RecordRow row = rows.RowAt(rows.CurrentRow());
     for (std::size_t i = 0; i < fields.size(); ++i) {
-      const std::string_view text = rows.AsTextView(fields[i]);
-      if (!text.empty() || !rows.IsNull(fields[i])) joined[i].append(kSeparator).append(text);
+      const std::string_view text = row.AsTextView(fields[i]);
+      if (!text.empty() || !row.IsNull(fields[i])) joined[i].append(kSeparator).append(text);
     }
   }
   for (std::string& values : joined) {
@@ -142,32 +143,33 @@ std::vector<ImportFault> ImportCheck::Run() {
     if (columns_[i].runs[IndexOf(ImportPass::kLookup)]) looked_up_.push_back(i);
   }
   const WholeSetWalk walk(rows_);
-  std::size_t row = 0;
+  std::size_t number = 0;
   for (rows_.First(); !rows_.Eof(); rows_.Next()) {
-    FetchKnown();
+    const RecordRow row = rows_.RowAt(rows_.CurrentRow());
+    FetchKnown(row);
     if (makes_rows) typed_.Append();
-    CheckRow(++row, faults);
+    CheckRow(row, ++number, faults);
     if (makes_rows) typed_.Post();
   }
   return faults;
 }
 
 // What look-ups read lies anywhere in memory: it is asked for early, for all of them at once.
-void ImportCheck::FetchKnown() {
+void ImportCheck::FetchKnown(const RecordRow& row) {
   for (const std::size_t i : looked_up_) {
     Column& column = columns_[i];
-    column.hash = column.rules.Known().AskForSlot(rows_.AsTextView(column.from));
+    column.hash = column.rules.Known().AskForSlot(row.AsTextView(column.from));
   }
   for (const std::size_t i : looked_up_) columns_[i].rules.Known().AskForText(columns_[i].hash);
 }
 
-void ImportCheck::CheckRow(std::size_t row, std::vector<ImportFault>& faults) {
+void ImportCheck::CheckRow(const RecordRow& row, std::size_t number, std::vector<ImportFault>& faults) {
   for (const Column& column : columns_) {
-    const std::string_view text = rows_.AsTextView(column.from);
-    const bool null = text.empty() && rows_.IsNull(column.from);
+    const std::string_view text = row.AsTextView(column.from);
+    const bool null = text.empty() && row.IsNull(column.from);
     const ColumnRules& rules = column.rules;
     const auto add = [&](ImportPass pass) {
-      faults.push_back({row, column.position, pass, std::string(text), ReasonOf(pass, rules.field())});
+      faults.push_back({number, column.position, pass, std::string(text), ReasonOf(pass, rules.field())});
     };
     const auto runs = [&](ImportPass pass) { return column.runs[IndexOf(pass)]; };
     if (runs(ImportPass::kRequired) && text.empty()) add(ImportPass::kRequired);

@@ -76,8 +76,8 @@ class ImportCheck {
 
   void AskColumn(Column& column, ImportLookups& lookups);
   std::string ValuesOf(const Column& column);
-  void FetchKnown();
-  void CheckRow(std::size_t row, std::vector<ImportFault>& faults);
+  void FetchKnown(const RecordRow& row);
+  void CheckRow(const RecordRow& row, std::size_t number, std::vector<ImportFault>& faults);
 
   std::span<const ImportFieldDef> profile_;
   RecordSet& rows_;
