@@ -196,7 +196,10 @@ TEST(ImportSamples, AreStoredAsTheSheetSays) {
   for (std::size_t import = samples.size(); import > 0; --import) {
     std::istringstream in;
     std::ostringstream out, err;
-    EXPECT_EQ(mox::Run({"import", "--undo", Text(import), "--db", path}, in, out, err), 0) << err.str();
+    EXPECT_EQ(
+        mox::Run({"import", "--undo", Text(static_cast<std::int64_t>(import)), "--db", path}, in, out, err),
+        0)
+        << err.str();
   }
   EXPECT_EQ(Dump(path), empty);
   std::filesystem::remove(path);
