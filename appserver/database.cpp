@@ -147,11 +147,18 @@ std::vector<std::string> Database::TableNames() {
   return connection_->Run([&] { return connection_->dialect().TableNames(connection_->session()); });
 }
 
-void Database::Check() {
-  const std::string damage =
-      connection_->Run([&] { return connection_->dialect().FindDamage(connection_->session()); });
-  if (!damage.empty()) connection_->Refuse("the file is damaged: " + damage);
+std::vector<std::string> Database::FindDamages(int most) {
+  return connection_->Run([&] { return connection_->dialect().FindDamages(connection_->session(), most); });
 }
+
+void Database::Check() {
+  const std::vector<std::string> damages = FindDamages(1);
+  if (!damages.empty()) connection_->Refuse("the file is damaged: " + damages.front());
+}
+
+void Database::BackUp(const std::string& to) { connection_->dialect().BackUp(*connection_, to); }
+
+void Database::Restore(const std::string& path) { connection_->dialect().Restore(*connection_, path); }
 
 std::size_t Database::MostParameters() const { return connection_->dialect().MostParameters(); }
 

@@ -125,6 +125,15 @@ class Database {
   std::vector<Reference> References(std::string_view table);
   /// All tables, by name.
   std::vector<std::string> TableNames();
+  /// What is damaged and which references lead nowhere, a line each and so many at most.
+  std::vector<std::string> FindDamages(int most);
+  /// Copies the database to a file whose name is free, as it is at this moment, while others read and write
+  /// it. The copy is checked, appears whole or not at all, and is its owner's alone. Raises DatabaseError.
+  void BackUp(const std::string& to);
+  /// Puts what this database holds in the place of another one, or of a file that is damaged or missing: at
+  /// once, checked before, and with nothing left of the old one beside it. Raises DatabaseError where other
+  /// programs use that one; it is as it was then.
+  void Restore(const std::string& path);
   /// Reads the whole file; raises DatabaseError that says what is damaged.
   void Check();
 

@@ -42,8 +42,13 @@ class Dialect {
   virtual std::vector<std::string> TableNames(soci::session& session) const = 0;
   virtual Columns TableColumns(soci::session& session, const std::string& table) const = 0;
   virtual std::vector<Reference> References(soci::session& session, const std::string& table) const = 0;
-  /// What the engine's full check finds; empty where all is well.
-  virtual std::string FindDamage(soci::session& session) const = 0;
+  /// A copy of an open database under a name that is free, while others write it. Raises soci_error,
+  /// DatabaseError.
+  virtual void BackUp(DatabaseConnection& database, const std::string& to) const = 0;
+  /// Puts what an open copy holds in the place of a database. Raises soci_error, DatabaseError.
+  virtual void Restore(DatabaseConnection& copy, const std::string& path) const = 0;
+  /// What the engine's full check finds, so many findings at most; empty where all is well.
+  virtual std::vector<std::string> FindDamages(soci::session& session, int most) const = 0;
 
   /// How many columns a prepared statement answers.
   virtual std::size_t ColumnCount(soci::statement& statement) const = 0;

@@ -1,14 +1,10 @@
-#include <soci/sqlite3/soci-sqlite3.h>
-
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
-#include <thread>
 
 #include "appserver/connection.h"
 #include "appserver/dialect.h"
 #include "appserver/fold.h"
-#include "appserver/soci_headers.h"
+#include "appserver/sqlite_files.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 
@@ -17,121 +13,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kApplicationId = 0x6D6F7864;  // "moxd", in the head of each company database
-constexpr auto kLongestWait = std::chrono::seconds(30);
-
-// The engine's own waiting pauses up to a tenth of a second, in which busy writers can pass by a waiting one
-// again and again. Looking more often costs little and leaves nobody behind.
-int WaitForLock(void* /*unused*/, int tries) {
-  thread_local std::chrono::steady_clock::time_point begin;
-  const auto now = std::chrono::steady_clock::now();
-  if (tries == 0) begin = now;
-  if (now - begin > kLongestWait) return 0;
-  std::this_thread::sleep_for(std::chrono::microseconds(tries < 10 ? 500 : 1000 + tries % 7 * 500));
-  return 1;
-}
-
-// As a URI, in which every character can stand, and which does not create a file that is missing.
-std::string ConnectString(const fs::path& path, std::string_view mode) {
-  std::string uri = "dbname=file://";
-  for (const char c : fs::absolute(path).string()) {
-    constexpr std::string_view kPlain = "/._-";
-    const bool plain = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-                       kPlain.find(c) != std::string_view::npos;
-    if (plain) {
-      uri += c;
-    } else {
-      constexpr std::string_view kDigits = "0123456789ABCDEF";
-      const auto byte = static_cast<unsigned char>(c);
-      uri += {'%', kDigits[byte >> 4U], kDigits[byte & 15U]};
-    }
-  }
-  return uri + "?mode=" + std::string(mode);
-}
-
-void Connect(soci::session& session, const fs::path& path, std::string_view mode) {
-  [[maybe_unused]] static const int uris = sqlite_api::sqlite3_config(SQLITE_CONFIG_URI, 1);
-  session.open(soci::sqlite3, ConnectString(path, mode));
-  const auto* const backend = static_cast<soci::sqlite3_session_backend*>(session.get_backend());
-  sqlite_api::sqlite3_busy_handler(backend->conn_, WaitForLock, nullptr);
-  session << "PRAGMA foreign_keys = ON";
-  session << "PRAGMA synchronous = FULL";  // the first to read the file
-}
-
-template <typename T>
-T Answer(soci::session& session, const std::string& sql) {
-  T value{};
-  session << sql, soci::into(value);
-  return value;
-}
-
-bool IsOurs(soci::session& session) {
-  return Answer<int>(session, "PRAGMA application_id") == kApplicationId;
-}
-
 // A file mode that another tool has changed is set right when nobody else has the file open.
 void SetWriteAheadLog(soci::session& session) {
-  if (Answer<std::string>(session, "PRAGMA journal_mode") == "wal") return;
+  if (AnswerOf<std::string>(session, "PRAGMA journal_mode") == "wal") return;
   try {
-    Answer<std::string>(session, "PRAGMA journal_mode = WAL");
+    AnswerOf<std::string>(session, "PRAGMA journal_mode = WAL");
   } catch (const soci::soci_error&) {
     return;
   }
-}
-
-// What the engine keeps beside a database.
-constexpr std::string_view kCompanions[] = {"-journal", "-wal", "-shm"};
-
-fs::path Beside(const fs::path& path, std::string_view ending) {
-  fs::path beside = path;
-  return beside += ending;
-}
-
-// An empty file beside the path, for its owner alone as everything that the engine keeps beside it; whatever
-// lies there in the end is removed.
-class TemporaryDatabase {
- public:
-  explicit TemporaryDatabase(const fs::path& target) {
-    for (int i = 0; path_.empty() || fs::exists(path_); ++i) {
-      path_ = Beside(target, "." + std::to_string(i) + ".new");
-    }
-    try {
-      ReplaceFile(path_.string(), "", FileAccess::kOwnerOnly);
-    } catch (const Error&) {
-      throw DatabaseError(target.string() +
-                          ": cannot be created; is there such a folder, and may it be written?");
-    }
-  }
-  ~TemporaryDatabase() {
-    std::error_code ignored;
-    fs::remove(path_, ignored);
-    for (const std::string_view companion : kCompanions) fs::remove(Beside(path_, companion), ignored);
-  }
-  TemporaryDatabase(const TemporaryDatabase&) = delete;
-  TemporaryDatabase& operator=(const TemporaryDatabase&) = delete;
-  const fs::path& path() const { return path_; }
-
- private:
-  fs::path path_;
-};
-
-void RequireFree(const fs::path& path) {
-  if (fs::exists(fs::symlink_status(path)))
-    throw DatabaseError(path.string() + ": there is such a file already");
-  for (const std::string_view companion : kCompanions) {
-    const fs::path leftover = Beside(path, companion);
-    if (fs::exists(leftover)) {
-      throw DatabaseError(leftover.string() + ": is left over from another database; remove it first");
-    }
-  }
-}
-
-// Gives a complete file its name, which must be free; a second name first, because a link replaces nothing.
-void GiveName(const fs::path& complete, const fs::path& name) {
-  std::error_code error;
-  fs::create_hard_link(complete, name, error);
-  if (error && !fs::exists(fs::symlink_status(name))) fs::rename(complete, name, error);
-  if (error) throw DatabaseError(name.string() + ": cannot be created: " + error.message());
 }
 
 // The engine's own words, without the place in the library in which they were said.
@@ -145,55 +34,49 @@ std::string EngineMessage(const soci::soci_error& error) {
   return message;
 }
 
-// The engine's primary result code.
-int ResultOf(const soci::soci_error& error) {
-  const auto* const known = dynamic_cast<const soci::sqlite3_soci_error*>(&error);
-  return known == nullptr ? SQLITE_ERROR : known->result() & 0xFF;
-}
-
-// Readers share a log beside the file. Where it cannot be created, on a disk that is write-protected, nobody
-// can write either, and a file whose log is not left over is read as it stands.
-void OpenForReading(soci::session& session, const std::string& path) {
-  try {
-    Connect(session, path, "rw");
-    session << "PRAGMA query_only = ON";
-  } catch (const soci::sqlite3_soci_error& error) {
-    const bool no_log = error.result() == SQLITE_READONLY || error.result() == SQLITE_CANTOPEN;
-    if (!no_log || fs::exists(Beside(path, "-wal"))) throw;
-    session.close();
-    Connect(session, path, "ro&immutable=1");
-  }
-}
-
 class Sqlite : public Dialect {
  public:
   void Open(soci::session& session, const std::string& path, Database::Access access) const override {
     const fs::file_status status = fs::status(path);
     if (!fs::exists(status)) throw DatabaseError(path + ": there is no such file");
     if (!fs::is_regular_file(status)) throw DatabaseError(path + ": is not a file");
-    if (access == Database::Access::kReadOnly) return OpenForReading(session, path);
-    Connect(session, path, "rw");
-    if (IsOurs(session)) SetWriteAheadLog(session);
+    if (access == Database::Access::kReadOnly) return ConnectSqliteForReading(session, path);
+    ConnectSqlite(session, path, "rw");
+    if (IsCompanyDatabase(session)) SetWriteAheadLog(session);
   }
 
   void Create(const std::string& path, const std::function<void(DatabaseConnection&)>& fill) const override {
-    RequireFree(path);
-    const TemporaryDatabase temporary(path);
+    RequireFreeName(path);
+    const TemporarySqliteFile temporary(path);
     {
       // The log comes last: until then each failure to write is told, and none left to the closing.
-      DatabaseConnection connection(path, [&](soci::session& s) { Connect(s, temporary.path(), "rw"); });
+      DatabaseConnection connection(path,
+                                    [&](soci::session& s) { ConnectSqlite(s, temporary.path(), "rw"); });
       connection.Execute("PRAGMA application_id = " + std::to_string(kApplicationId));
       fill(connection);
-      connection.Run([&] { Answer<std::string>(connection.session(), "PRAGMA journal_mode = WAL"); });
+      connection.Run([&] { AnswerOf<std::string>(connection.session(), "PRAGMA journal_mode = WAL"); });
     }
-    if (fs::exists(Beside(temporary.path(), "-wal"))) throw DatabaseError(path + ": cannot be written");
-    GiveName(temporary.path(), path);
+    if (fs::exists(temporary.path().string() + "-wal")) throw DatabaseError(path + ": cannot be written");
+    temporary.GiveName(path);
+  }
+
+  void BackUp(DatabaseConnection& database, const std::string& to) const override {
+    RequireFreeName(to);
+    const TemporarySqliteFile temporary(to);
+    database.Run([&] { CopySqlite(database.session(), temporary); });
+    temporary.GiveName(to);
+  }
+
+  void Restore(DatabaseConnection& copy, const std::string& path) const override {
+    TemporarySqliteFile temporary(BehindLinks(path));
+    copy.Run([&] { CopySqlite(copy.session(), temporary); });
+    ReplaceSqlite(temporary, path);
   }
 
   std::optional<int> SchemaVersion(soci::session& session) const override {
-    if (!IsOurs(session)) return std::nullopt;
-    Answer<int>(session, "SELECT count(*) FROM sqlite_master");  // has all definitions read
-    return Answer<int>(session, "PRAGMA user_version");
+    if (!IsCompanyDatabase(session)) return std::nullopt;
+    AnswerOf<int>(session, "SELECT count(*) FROM sqlite_master");  // has all definitions read
+    return AnswerOf<int>(session, "PRAGMA user_version");
   }
 
   void SetSchemaVersion(soci::session& session, int version) const override {
@@ -249,14 +132,8 @@ class Sqlite : public Dialect {
     return references;
   }
 
-  std::string FindDamage(soci::session& session) const override {
-    auto finding = Answer<std::string>(session, "PRAGMA integrity_check(1)");
-    std::replace(finding.begin(), finding.end(), '\n', ' ');
-    if (finding != "ok") return finding;
-    std::string table;
-    soci::indicator found = soci::i_null;
-    session << "SELECT \"table\" FROM pragma_foreign_key_check LIMIT 1", soci::into(table, found);
-    return session.got_data() ? "a row of " + table + " refers to one that is not there" : "";
+  std::vector<std::string> FindDamages(soci::session& session, int most) const override {
+    return FindSqliteDamages(session, most);
   }
 
   std::size_t ColumnCount(soci::statement& statement) const override {
@@ -271,12 +148,12 @@ class Sqlite : public Dialect {
     constexpr int kFailures[] = {SQLITE_BUSY,   SQLITE_LOCKED,  SQLITE_NOMEM, SQLITE_READONLY,
                                  SQLITE_IOERR,  SQLITE_CORRUPT, SQLITE_FULL,  SQLITE_CANTOPEN,
                                  SQLITE_NOTADB, SQLITE_PROTOCOL};
-    return std::find(std::begin(kFailures), std::end(kFailures), ResultOf(error)) != std::end(kFailures);
+    return std::find(std::begin(kFailures), std::end(kFailures), SqliteResult(error)) != std::end(kFailures);
   }
 
   std::string Explain(const soci::soci_error& error) const override {
     const std::string message = EngineMessage(error);
-    switch (ResultOf(error)) {
+    switch (SqliteResult(error)) {
       case SQLITE_NOTADB:
         return "is not a company database";
       case SQLITE_CORRUPT:
@@ -287,13 +164,13 @@ class Sqlite : public Dialect {
         // Where a full disk stops the engine's own files beside the database, this is all that it says.
         return "the file cannot be read or written, perhaps because the disk is full: " + message;
       case SQLITE_READONLY:
-        return "the file is read-only";
+        return "cannot be written: the file or its folder is read-only";
       case SQLITE_CANTOPEN:
         return "cannot be opened; the program must be allowed to read and write the file and its folder";
       case SQLITE_BUSY:
       case SQLITE_LOCKED:
       case SQLITE_PROTOCOL:
-        return "another program has kept the file locked for " + std::to_string(kLongestWait.count()) +
+        return "another program has kept the file locked for " + std::to_string(kLongestWaitSeconds) +
                " seconds";
       default:
         return message;

@@ -29,6 +29,7 @@ struct Session {
   std::function<std::string()> place = nullptr;
   std::string clipboard = {};       ///< what the library finds on the clipboard
   CompanyServer* server = nullptr;  ///< over the database that --db names; null where it names none
+  std::string database = {};        ///< what --db names, also where the command opens it itself
   Secrets secrets = {};             ///< nobody is to see them in a message
   OutputFiles files = {};           ///< what the user names for results is written through it
   bool valid = true;  ///< false where the answer is that what was checked is not valid; exit status 1
@@ -43,6 +44,7 @@ struct Command {
   const char* summary;   ///< one sentence
   const char* examples;  ///< and remarks, shown below the options
   void (*declare)(Options& options);
+  bool opens_database = true;  ///< false where the command itself does with --db what it does
 };
 
 extern const Command kRoundCommand;

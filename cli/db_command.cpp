@@ -5,6 +5,7 @@
 #include "appserver/company_data.h"
 #include "appserver/database.h"
 #include "cli/command.h"
+#include "cli/database_care.h"
 #include "cli/options.h"
 #include "cli/text_table.h"
 #include "mox/foundation/files.h"
@@ -98,7 +99,21 @@ void StoreCompany(Database& database, const std::vector<CompanyValue>& values) {
   }
 }
 
+bool RunCare(const DbArguments& arguments, Session& session) {
+  if (arguments.action == "check") {
+    CheckDatabase(arguments.file.empty() ? session.database : arguments.file, arguments.table, session);
+  } else if (arguments.action == "backup") {
+    BackUpDatabase(arguments.file, session);
+  } else if (arguments.action == "restore") {
+    RestoreDatabase(arguments.file, session);
+  } else {
+    return false;
+  }
+  return true;
+}
+
 void RunDb(const DbArguments& arguments, Session& session) {
+  if (RunCare(arguments, session)) return;
   if (arguments.file.empty()) throw UsageError("FILE is empty");
   const std::vector<CompanyValue> company = CompanyValues(arguments);
   if (arguments.action == "info") {
@@ -107,7 +122,7 @@ void RunDb(const DbArguments& arguments, Session& session) {
   }
   if (arguments.action != "init") {
     throw UsageError("there is no action \"" + arguments.action +
-                     "\"; init creates a file and info describes it");
+                     "\"; init, info, check, backup and restore are the ones");
   }
   if (arguments.table) throw UsageError("init does not take --table");
   Database::Create(arguments.file, arguments.demo ? WithDemo::kYes : WithDemo::kNo,
@@ -119,8 +134,13 @@ void Declare(Options& options) {
   options.RequiredArgument("ACTION", arguments->action,
                            "init creates a company database with its reference data;\n"
                            "info checks the whole file, and prints its schema version and\n"
-                           "the number of rows of each table");
-  options.RequiredArgument("FILE", arguments->file, "the database; init needs a name that is free");
+                           "the number of rows of each table;\n"
+                           "check lists what is wrong with it, and exits with 1 where anything is;\n"
+                           "backup copies the database that --db names, while others use it;\n"
+                           "restore puts a copy in the place of the one that --db names");
+  options.Argument("FILE", arguments->file,
+                   "the database, for check also by --db; of backup and restore the copy;\n"
+                   "init and backup need a name that is free");
   options.Value("--company", arguments->company_file, "FILE.ini",
                 "init: the company's data, section PODUZECE, keys as the\noptions below");
   for (const CompanyParameter& parameter : CompanyParameterTable()) {
@@ -139,12 +159,22 @@ void Declare(Options& options) {
 
 }  // namespace
 
-const Command kDbCommand = {"db", "init FILE [--company FILE.ini | --demo] | info FILE",
-                            "Create a company database, or check one and show what it holds.",
-                            R"(Example:
+const Command kDbCommand = {
+    "db",
+    "init FILE [--company FILE.ini | --demo] | info FILE | check FILE | backup FILE --db FILE | restore FILE "
+    "--db FILE",
+    "Create a company database, show what it holds, check it, copy it and put a copy back.",
+    R"(Example:
   mox db init tvrtka.db --NazivPoduzeca "Prva d.o.o." --OIBPoduzeca 12345678903
   mox db init proba.db --demo
-  mox db info tvrtka.db --table)",
-                            Declare};
+  mox db info tvrtka.db --table
+  mox db check tvrtka.db --table
+  mox db backup tvrtka-2026-11-21.db --db tvrtka.db
+  mox db restore tvrtka-2026-11-21.db --db tvrtka.db
+
+A copy made with other tools while somebody writes may lack documents. A restored database is as it was when the
+copy was made; nobody else may use it at that moment. docs/BACKUP.md tells more.)",
+    Declare,
+    false};
 
 }  // namespace mox

@@ -1,6 +1,5 @@
 #include "cli/host.h"
 
-#include <cstdio>
 #include <filesystem>
 #include <ostream>
 
@@ -22,12 +21,17 @@ std::unique_ptr<TAppIni> OpenSettings(const std::string& path) {
   return std::make_unique<SettingsFile>(path);
 }
 
-// A file that may not be written is still good for reading.
+// What may not be written, the file or its folder, is still good for reading, and so is a full disk.
 Database OpenDatabase(const std::string& path) {
-  std::FILE* const file = std::fopen(path.c_str(), "r+b");
-  const bool is_read_only = file == nullptr && std::filesystem::exists(path);
-  if (file != nullptr) std::fclose(file);
-  return Database(path, is_read_only ? Database::Access::kReadOnly : Database::Access::kReadWrite);
+  try {
+    return Database(path, Database::Access::kReadWrite);
+  } catch (const DatabaseUnavailable&) {
+    try {
+      return Database(path, Database::Access::kReadOnly);
+    } catch (const DatabaseError&) {
+    }
+    throw;
+  }
 }
 
 }  // namespace

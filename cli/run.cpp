@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <istream>
 #include <memory>
 #include <new>
@@ -71,6 +72,7 @@ std::vector<std::string> WithNumbersAsValues(std::vector<std::string> arguments)
 struct Parsed {
   Action action;
   std::string command;
+  bool opens_database = true;
   HostOptions options;
 };
 
@@ -106,7 +108,10 @@ Example:
     options->footer(command->examples);
     options->group("Commands");
     options->fallthrough();
-    options->preparse_callback([&parsed, command](std::size_t) { parsed.command = command->name; });
+    options->preparse_callback([&parsed, command](std::size_t) {
+      parsed.command = command->name;
+      parsed.opens_database = command->opens_database;
+    });
     Options declared(*options, parsed.action);
     command->declare(declared);
   }
@@ -139,11 +144,20 @@ void Report(const std::string& message, std::ostream& err) {
   err << "mox: " << OnOneLine(message) << std::endl;
 }
 
-int Execute(const Parsed& parsed, std::istream& in, std::ostream& out, std::ostream& err) {
+int Execute(const CLI::App& app, const Parsed& parsed, std::istream& in, std::ostream& out,
+            std::ostream& err) {
   Session session{in, err, {}};
   session.files.Keep(parsed.options.database, "the company database");
   session.files.Keep(parsed.options.ini, "the settings file");
-  const Host host(parsed.options, session);
+  for (const char* const name : {"--ini", "--db"}) {
+    if (app.count(name) > 0 && app[name]->as<std::string>().empty()) {
+      throw UsageError(std::string(name) + ": the name of the file is empty");
+    }
+  }
+  session.database = parsed.options.database;
+  HostOptions options = parsed.options;
+  if (!parsed.opens_database) options.database.clear();
+  const Host host(options, session);
   parsed.action(session);
   out.write(session.out.data(), static_cast<std::streamsize>(session.out.size()));
   if (!out.flush()) throw Error(kUnwritable);
@@ -167,7 +181,7 @@ int Run(const std::vector<std::string>& arguments, std::istream& in, std::ostrea
     std::vector<std::string> words = WithNumbersAsValues(arguments);
     std::reverse(words.begin(), words.end());
     app.parse(words);
-    return Execute(parsed, in, out, err);
+    return Execute(app, parsed, in, out, err);
   } catch (const CLI::Success& success) {
     app.exit(success, out, err);
     if (out.flush()) return kDone;
@@ -179,6 +193,9 @@ int Run(const std::vector<std::string>& arguments, std::istream& in, std::ostrea
     return WrongUsage(parsed.command, error.what(), err);
   } catch (const Abort&) {
     return kRefused;  // the user was told why
+  } catch (const std::filesystem::filesystem_error& error) {
+    const std::string path = error.path1().string();
+    Report((path.empty() ? "" : path + ": ") + error.code().message(), err);
   } catch (const std::bad_alloc&) {
     Report("not enough memory", err);
   } catch (const std::exception& error) {

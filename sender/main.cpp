@@ -228,6 +228,10 @@ int main(int argc, char** argv) {
   } catch (const mox::UsageError& error) {
     std::cerr << "CallAPIRequestSender: " << mox::VisibleMessage(error.what()) << "\n\n" << mox::kUsage;
     return mox::kWrongUsage;
+  } catch (const std::filesystem::filesystem_error& error) {
+    std::cerr << "CallAPIRequestSender: " << mox::VisibleMessage(error.path1().string()) << ": "
+              << error.code().message() << '\n';
+    return mox::kFailed;
   } catch (const std::exception& error) {
     std::cerr << "CallAPIRequestSender: " << mox::VisibleMessage(error.what()) << '\n';
     return mox::kFailed;

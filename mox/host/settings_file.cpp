@@ -9,11 +9,15 @@
 namespace mox {
 namespace {
 
-// Of a missing file no bytes.
+// Of a missing file no bytes. A pipe would be waited for.
 std::string ReadBytes(const std::string& path) {
   std::error_code error;
   const std::filesystem::file_status status = std::filesystem::status(path, error);
-  return status.type() == std::filesystem::file_type::not_found ? std::string() : ReadWholeFile(path);
+  if (status.type() == std::filesystem::file_type::not_found) return {};
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    throw Error(path + ": is not a file");
+  }
+  return ReadWholeFile(path);
 }
 
 template <typename Action>

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <random>
@@ -200,6 +201,47 @@ TEST_F(DatabaseTest, CreatesWholeFilesOrNone) {
   EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 1);  // the one database
 }
 
+// A user who may not write the folder, with and without a log that is left over, and a disk that takes
+// nothing.
+TEST_F(DatabaseTest, IsReadWhereNothingCanBeWritten) {
+  const std::string left = (folder_ / "ostatak.db").string();
+  {
+    Database database(path_);
+    database.Execute("INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')");
+    for (const char* const ending : {"", "-wal"}) {
+      fs::copy_file(path_ + ending, left + ending);
+      fs::permissions(left + ending, fs::perms(0666));
+    }
+  }
+  fs::permissions(path_, fs::perms(0666));
+  const auto can_be_read = [](const std::string& path) {
+    try {
+      Database database(path, Database::Access::kReadOnly);
+      const RecordSet found =
+          database.Query("q", ParseColumns("n:integer"), "SELECT COUNT(*) FROM drzave WHERE oznaka = 'XX'");
+      return found.AsInteger(0) == 1;
+    } catch (const Error& error) {
+      std::fputs(error.what(), stderr);
+      return false;
+    }
+  };
+  const auto as_ordinary_user = [&] {
+    constexpr uid_t kNobody = 65534;
+    const bool ordinary = ::geteuid() != 0 || ::setuid(kNobody) == 0;
+    std::exit(ordinary && can_be_read(path_) && can_be_read(left) ? 0 : 1);
+  };
+  const auto on_a_full_disk = [&] {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{0, 0};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    std::exit(can_be_read(path_) && can_be_read(left) ? 0 : 1);
+  };
+  fs::permissions(folder_, fs::perms(0555));
+  EXPECT_EXIT(as_ordinary_user(), testing::ExitedWithCode(0), "");
+  fs::permissions(folder_, fs::perms(0755));
+  EXPECT_EXIT(on_a_full_disk(), testing::ExitedWithCode(0), "");
+}
+
 TEST_F(DatabaseTest, SaysWhyItCannotWrite) {
   const auto message = [](Database& database) {
     try {
@@ -214,7 +256,7 @@ TEST_F(DatabaseTest, SaysWhyItCannotWrite) {
     return std::string("written");
   };
   Database read_only(path_, Database::Access::kReadOnly);
-  EXPECT_EQ(message(read_only), path_ + ": the file is read-only");
+  EXPECT_EQ(message(read_only), path_ + ": cannot be written: the file or its folder is read-only");
   Database database(path_);
   database.Execute("PRAGMA max_page_count = 500");
   EXPECT_EQ(message(database), path_ + ": the disk is full");

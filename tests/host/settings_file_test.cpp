@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -138,6 +139,10 @@ TEST_F(SettingsFileTest, RefusesWriteProtectedFilesAndFolders) {
 
 TEST_F(SettingsFileTest, RefusesPathsThatAreNoFiles) {
   EXPECT_THROW(SettingsFile(folder_.string()), Error);
+  const std::string pipe = folder_.string() + ".pipe";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_THROW(SettingsFile{pipe}, Error);
+  fs::remove(pipe);
   SettingsFile settings((folder_ / "no" / "user.ini").string());
   EXPECT_THROW(settings.WriteInteger("GENERAL", "KOL_NUM", 3), Error);
   Write("\xFF\xFE[");

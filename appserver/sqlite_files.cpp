@@ -1,0 +1,245 @@
+#include "appserver/sqlite_files.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "appserver/database.h"
+#include "mox/foundation/files.h"
+
+namespace mox {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The engine's own waiting pauses up to a tenth of a second, in which busy writers can pass by a waiting one
+// again and again. Looking more often costs little and leaves nobody behind.
+int WaitForLock(void* /*unused*/, int tries) {
+  thread_local std::chrono::steady_clock::time_point begin;
+  const auto now = std::chrono::steady_clock::now();
+  if (tries == 0) begin = now;
+  if (now - begin > std::chrono::seconds(kLongestWaitSeconds)) return 0;
+  std::this_thread::sleep_for(std::chrono::microseconds(tries < 10 ? 500 : 1000 + tries % 7 * 500));
+  return 1;
+}
+
+// As a URI, in which every character can stand, and which does not create a file that is missing.
+std::string ConnectString(const fs::path& path, std::string_view mode) {
+  std::string uri = "dbname=file://";
+  for (const char c : fs::absolute(path).string()) {
+    constexpr std::string_view kPlain = "/._-";
+    const bool plain = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+                       kPlain.find(c) != std::string_view::npos;
+    if (plain) {
+      uri += c;
+    } else {
+      constexpr std::string_view kDigits = "0123456789ABCDEF";
+      const auto byte = static_cast<unsigned char>(c);
+      uri += {'%', kDigits[byte >> 4U], kDigits[byte & 15U]};
+    }
+  }
+  return uri + "?mode=" + std::string(mode);
+}
+
+sqlite_api::sqlite3* HandleOf(soci::session& session) {
+  return static_cast<soci::sqlite3_session_backend*>(session.get_backend())->conn_;
+}
+
+// What the engine keeps beside a database.
+constexpr std::string_view kCompanions[] = {"-journal", "-wal", "-shm"};
+
+fs::path Beside(const fs::path& path, std::string_view ending) {
+  fs::path beside = path;
+  return beside += ending;
+}
+
+void RemoveCompanions(const fs::path& path) {
+  std::error_code ignored;
+  for (const std::string_view companion : kCompanions) fs::remove(Beside(path, companion), ignored);
+}
+
+// Writes of others that are not in the file itself yet.
+bool HasLog(const fs::path& path) {
+  std::error_code error;
+  const auto size = fs::file_size(Beside(path, "-wal"), error);
+  return !error && size > 0;
+}
+
+[[noreturn]] void RefuseInUse(const std::string& path) {
+  throw DatabaseError(path + ": other programs are using it; nothing was changed");
+}
+
+}  // namespace
+
+void ConnectSqlite(soci::session& session, const fs::path& path, std::string_view mode, Locking locking) {
+  [[maybe_unused]] static const int uris = sqlite_api::sqlite3_config(SQLITE_CONFIG_URI, 1);
+  session.open(soci::sqlite3, ConnectString(path, mode));
+  sqlite_api::sqlite3_busy_handler(HandleOf(session), WaitForLock, nullptr);
+  session << "PRAGMA foreign_keys = ON";
+  if (locking == Locking::kExclusive) {
+    constexpr int kMilliseconds = 1000;
+    sqlite_api::sqlite3_busy_timeout(HandleOf(session), kMilliseconds);
+    AnswerOf<std::string>(session, "PRAGMA locking_mode = EXCLUSIVE");
+  }
+  session << "PRAGMA synchronous = FULL";  // the first to read the file
+}
+
+// Readers share an index of the log beside the file. Where it cannot be made, a file without a log is read as
+// it stands; one whose log is left is read alone, which needs no such index.
+void ConnectSqliteForReading(soci::session& session, const std::string& path) {
+  try {
+    ConnectSqlite(session, path, "rw");
+    session << "PRAGMA query_only = ON";
+  } catch (const soci::sqlite3_soci_error& error) {
+    constexpr int kNotWritten[] = {SQLITE_READONLY, SQLITE_CANTOPEN, SQLITE_IOERR, SQLITE_FULL};
+    const int result = SqliteResult(error);
+    if (std::find(std::begin(kNotWritten), std::end(kNotWritten), result) == std::end(kNotWritten)) throw;
+    session.close();
+    if (!HasLog(path)) return ConnectSqlite(session, path, "ro&immutable=1");
+    ConnectSqlite(session, path, "rw", Locking::kExclusive);
+    session << "PRAGMA query_only = ON";
+  }
+}
+
+bool IsCompanyDatabase(soci::session& session) {
+  return AnswerOf<int>(session, "PRAGMA application_id") == kApplicationId;
+}
+
+int SqliteResult(const soci::soci_error& error) {
+  const auto* const known = dynamic_cast<const soci::sqlite3_soci_error*>(&error);
+  return known == nullptr ? SQLITE_ERROR : known->result() & 0xFF;
+}
+
+std::vector<std::string> FindSqliteDamages(soci::session& session, int most) {
+  const std::string limit = std::to_string(most);
+  const soci::rowset<std::string> rows =
+      (session.prepare << "SELECT integrity_check FROM pragma_integrity_check(" + limit + ")");
+  std::vector<std::string> damages(rows.begin(), rows.end());
+  std::erase(damages, "ok");
+  for (std::string& damage : damages) std::replace(damage.begin(), damage.end(), '\n', ' ');
+  if (!damages.empty()) return damages;
+  std::string table;
+  std::string parent;
+  soci::statement statement =
+      (session.prepare << "SELECT DISTINCT \"table\", parent FROM pragma_foreign_key_check LIMIT " + limit,
+       soci::into(table), soci::into(parent));
+  statement.execute();
+  while (statement.fetch()) {
+    damages.push_back("a row of " + table + " refers to one of " + parent + " that is not there");
+  }
+  return damages;
+}
+
+TemporarySqliteFile::TemporarySqliteFile(const fs::path& target) {
+  try {
+    for (int i = 0; !lock_; ++i) {
+      path_ = Beside(target, "." + std::to_string(i) + ".new");
+      lock_ = FileLock::Try(path_.string());
+      if (lock_ && !fs::exists(path_)) lock_.reset();  // it was just given its name
+    }
+  } catch (const Error&) {
+    throw DatabaseError(target.string() +
+                        ": cannot be created; is there such a folder, and may it be written?");
+  }
+  RemoveCompanions(path_);
+  std::error_code error;
+  fs::resize_file(path_, 0, error);
+}
+
+TemporarySqliteFile::~TemporarySqliteFile() {
+  if (path_.empty()) return;
+  std::error_code ignored;
+  fs::remove(path_, ignored);
+  RemoveCompanions(path_);
+}
+
+// A second name first, because a link replaces nothing.
+void TemporarySqliteFile::GiveName(const fs::path& name) const {
+  std::error_code error;
+  fs::create_hard_link(path_, name, error);
+  if (error && !fs::exists(fs::symlink_status(name))) fs::rename(path_, name, error);
+  if (error) throw DatabaseError(name.string() + ": cannot be created: " + error.message());
+}
+
+void TemporarySqliteFile::TakePlaceOf(const fs::path& target) {
+  std::error_code error;
+  fs::rename(path_, target, error);
+  if (error) throw DatabaseError(target.string() + ": cannot be replaced: " + error.message());
+  path_.clear();
+}
+
+void RequireFreeName(const fs::path& path) {
+  if (fs::exists(fs::symlink_status(path)))
+    throw DatabaseError(path.string() + ": there is such a file already");
+  for (const std::string_view companion : kCompanions) {
+    const fs::path leftover = Beside(path, companion);
+    if (fs::exists(leftover)) {
+      throw DatabaseError(leftover.string() + ": is left over from another database; remove it first");
+    }
+  }
+}
+
+// The engine copies page by page within one snapshot, so that writers need not wait.
+void CopySqlite(soci::session& from, const TemporarySqliteFile& to) {
+  soci::session copy;
+  ConnectSqlite(copy, to.path(), "rw");
+  sqlite_api::sqlite3_backup* const backup =
+      sqlite_api::sqlite3_backup_init(HandleOf(copy), "main", HandleOf(from), "main");
+  constexpr int kAllPages = -1;
+  if (backup != nullptr) sqlite_api::sqlite3_backup_step(backup, kAllPages);
+  const int result = backup == nullptr ? SQLITE_ERROR : sqlite_api::sqlite3_backup_finish(backup);
+  if (result != SQLITE_OK) {
+    throw DatabaseError(to.path().string() + ": the copy failed: " + sqlite_api::sqlite3_errstr(result));
+  }
+  const std::vector<std::string> damages = FindSqliteDamages(copy, 1);
+  if (!IsCompanyDatabase(copy) || !damages.empty()) {
+    throw DatabaseError("the copy is damaged, as the database may be" +
+                        (damages.empty() ? "" : ": " + damages.front()));
+  }
+}
+
+namespace {
+
+// The database to be replaced, for this program alone and whole in one file. False where the file is none, or
+// so damaged that the engine cannot open it. Raises DatabaseError where others use it.
+bool TakeForOneself(soci::session& session, const std::string& path) {
+  try {
+    ConnectSqlite(session, path, "rw", Locking::kExclusive);
+    session << "BEGIN EXCLUSIVE";
+    session << "COMMIT";
+    AnswerOf<std::string>(session, "PRAGMA journal_mode = DELETE");
+    return true;
+  } catch (const soci::soci_error& error) {
+    const int result = SqliteResult(error);
+    if (result == SQLITE_BUSY || result == SQLITE_LOCKED) RefuseInUse(path);
+    session.close();
+    return false;
+  }
+}
+
+// Who opened the old file in the last moment is not to go on with one that has no name any more.
+void MakeUseless(soci::session& session) {
+  try {
+    AnswerOf<std::string>(session, "PRAGMA journal_mode = OFF");
+    session << "PRAGMA application_id = 0";
+  } catch (const soci::soci_error&) {
+    return;
+  }
+}
+
+}  // namespace
+
+void ReplaceSqlite(TemporarySqliteFile& complete, const std::string& path) {
+  const fs::path target = BehindLinks(path);
+  const fs::file_status old = fs::status(target);
+  if (fs::exists(old) && !fs::is_regular_file(old)) throw DatabaseError(path + ": is not a file");
+  soci::session session;
+  const bool taken = fs::exists(old) && TakeForOneself(session, target.string());
+  std::error_code error;
+  if (fs::exists(old)) fs::permissions(complete.path(), old.permissions(), error);
+  RemoveCompanions(target);
+  complete.TakePlaceOf(target);
+  if (taken) MakeUseless(session);
+}
+
+}  // namespace mox

@@ -1,0 +1,146 @@
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+
+#include "appserver/database_check.h"
+#include "mox/foundation/files.h"
+#include "tests/appserver/scratch_database.h"
+
+namespace mox {
+namespace {
+
+namespace fs = std::filesystem;
+
+void StoreDocument(Database& database, int number) {
+  WriteTransaction transaction(database);
+  const std::string id = std::to_string(number);
+  database.Execute("INSERT INTO dok (id, vrsta, godina, broj, datum) VALUES (" + id + ", 'racun', 2024, " +
+                   id + ", '2024-03-01')");
+  for (int line = 1; line <= 3; ++line) {
+    database.Execute("INSERT INTO dok_stavke (dok_id, rb, sorta, naziv) VALUES (" + id + ", " +
+                     std::to_string(line) + ", 'roba', '" + std::string(500, 'x') + "')");
+  }
+  transaction.Commit();
+}
+
+std::int64_t Count(const std::string& path, const std::string& from) {
+  Database database(path, Database::Access::kReadOnly);
+  return database.Query("n", ParseColumns("n:integer"), "SELECT COUNT(*) FROM " + from).AsInteger(0);
+}
+
+class DatabaseCare : public ScratchDatabase {
+ protected:
+  std::string InFolder(const char* name) const { return (folder_ / name).string(); }
+  void Restore(const std::string& copy) const { Database(copy, Database::Access::kReadOnly).Restore(path_); }
+};
+
+TEST_F(DatabaseCare, CopiesWholeTransactionsWhileAnotherProgramWrites) {
+  const pid_t writer = ::fork();
+  if (writer == 0) {
+    Database database(path_);
+    for (int number = 1;; ++number) StoreDocument(database, number);
+  }
+  while (Count(path_, "dok") == 0) ::usleep(1000);
+  std::int64_t before = 0;
+  for (int i = 0; i < 10; ++i) {
+    const std::string copy = InFolder(("kopija" + std::to_string(i)).c_str());
+    Database(path_, Database::Access::kReadOnly).BackUp(copy);
+    EXPECT_EQ(fs::status(copy).permissions(), fs::perms(0600));
+    const std::int64_t documents = Count(copy, "dok");
+    EXPECT_EQ(Count(copy, "dok_stavke"), 3 * documents);
+    EXPECT_EQ(Count(copy, "(SELECT MAX(broj) AS n FROM dok) WHERE n = " + std::to_string(documents)), 1);
+    EXPECT_GE(documents, before);
+    before = documents;
+  }
+  EXPECT_GT(before, 1);
+  ::kill(writer, SIGKILL);
+  ::waitpid(writer, nullptr, 0);
+  const std::string bytes = ReadWholeFile(InFolder("kopija0"));
+  EXPECT_THROW(Database(path_).BackUp(InFolder("kopija0")), DatabaseError);
+  EXPECT_EQ(ReadWholeFile(InFolder("kopija0")), bytes);
+}
+
+// What stands in the place of the database before, each time.
+TEST_F(DatabaseCare, PutsACopyInThePlaceOfWhatIsLeft) {
+  const std::string copy = InFolder("kopija.db");
+  {
+    Database database(path_);
+    StoreDocument(database, 1);
+    database.BackUp(copy);
+  }
+  const auto expect_restored = [&](const char* what) {
+    SCOPED_TRACE(what);
+    Restore(copy);
+    EXPECT_FALSE(fs::exists(path_ + "-wal") || fs::exists(path_ + "-journal"));
+    EXPECT_EQ(Count(path_, "dok"), 1);
+    Database database(path_);
+    EXPECT_THAT(FindFaults(database), testing::IsEmpty());
+    StoreDocument(database, 2);
+  };
+  expect_restored("a newer database");
+  fs::permissions(path_, fs::perms(0660));
+  expect_restored("the same, which its group may use");
+  EXPECT_EQ(fs::status(path_).permissions(), fs::perms(0660));
+  ReplaceFile(path_, ReadWholeFile(path_).substr(0, 5000));
+  expect_restored("a damaged file");
+  std::ofstream(path_) << "Dragi";
+  std::ofstream(path_ + "-wal") << "log";
+  expect_restored("another file with a left-over log");
+  fs::remove(path_);
+  std::ofstream(path_ + "-wal") << "log";
+  expect_restored("nothing but a left-over log");
+  fs::rename(path_, InFolder("negdje.db"));
+  fs::create_symlink("negdje.db", path_);
+  expect_restored("a link");
+  EXPECT_TRUE(fs::is_symlink(path_));
+}
+
+TEST_F(DatabaseCare, ReplacesNoDatabaseThatIsUsed) {
+  const std::string copy = InFolder("kopija.db");
+  Database(path_).BackUp(copy);
+  const auto message = [&] {
+    try {
+      Restore(copy);
+    } catch (const DatabaseError& error) {
+      return std::string(error.what());
+    }
+    return std::string("restored");
+  };
+  {
+    Database user(path_);
+    StoreDocument(user, 1);
+    EXPECT_EQ(message(), path_ + ": other programs are using it; nothing was changed");
+    StoreDocument(user, 2);
+  }
+  {
+    Database reader(path_, Database::Access::kReadOnly);
+    const ReadTransaction snapshot(reader);
+    EXPECT_EQ(reader.TableNames().empty(), false);
+    EXPECT_NE(message(), "restored");
+  }
+  EXPECT_EQ(Count(path_, "dok"), 2);
+  fs::resize_file(copy, fs::file_size(copy) / 2);
+  EXPECT_NE(message(), "restored") << "a damaged copy";
+  EXPECT_EQ(Count(path_, "dok"), 2);
+}
+
+TEST_F(DatabaseCare, FindsWhatIsWrong) {
+  Database database(path_);
+  for (const int number : {2, 3, 7}) StoreDocument(database, number);
+  database.Execute("PRAGMA foreign_keys = OFF");
+  database.Execute("INSERT INTO dok_stavke (dok_id, rb, sorta) VALUES (99, 1, 'roba')");
+  std::string found;
+  for (const auto& [check, where, finding] : FindFaults(database)) {
+    found += check + "|" + where + "|" + finding + "\n";
+  }
+  EXPECT_EQ(found,
+            "file||a row of dok_stavke refers to one of dok that is not there\n"
+            "numbers|racun 2024|1 is missing\n"
+            "numbers|racun 2024|4 to 6 are missing\n");
+}
+
+}  // namespace
+}  // namespace mox
