@@ -1,11 +1,48 @@
 #include "appserver/database_check.h"
 
+#include "appserver/stored_document.h"
+
 namespace mox {
 namespace {
 
 void CheckFile(Database& database, std::vector<DatabaseFinding>& findings) {
   constexpr int kMost = 100;
   for (const std::string& damage : database.FindDamages(kMost)) findings.push_back({"file", "", damage});
+}
+
+// What is wrong with the figures of a document; empty where they agree.
+std::string FaultOfTotals(Database& database, const StoredDocument& document) {
+  if (document.figures_kind == nullptr) return "is of a kind that is not known";
+  const RecordSet goods = ReadLines(database, document.id, "roba");
+  const RecordSet services = ReadLines(database, document.id, "usluga");
+  const RecordSet taxes = ReadRows(database, "dok_porezi", document.id);
+  if (goods.IsEmpty() && services.IsEmpty()) return "has no lines";
+  const DocumentSets sets{&goods, &services, &taxes};
+  try {
+    CheckRecapitulation(*document.figures_kind, sets);
+  } catch (const Error& error) {
+    return error.what();
+  }
+  const std::optional<Currency> total = ToBePaid(*document.figures_kind, sets);
+  const std::size_t stored = *document.header.FindFieldIndex("ukupno");
+  if (!total || document.header.IsNull(stored) || document.header.AsCurrency(stored) == *total) return {};
+  return "has the total " + document.header.AsCurrency(stored).ToString() + ", its lines have " +
+         total->ToString();
+}
+
+void CheckTotals(Database& database, std::vector<DatabaseFinding>& findings) {
+  RecordSet documents =
+      database.Query("dokumenti", ParseColumns("id:integer,vrsta,broj:integer,godina:integer"),
+                     "SELECT id, vrsta, broj, godina FROM dok ORDER BY id");
+  for (; !documents.Eof(); documents.Next()) {
+    const auto document = ReadStoredDocument(database, documents.AsInteger(0));
+    const std::string fault = FaultOfTotals(database, document.value());
+    if (fault.empty()) continue;
+    findings.push_back({"total",
+                        documents.AsText(1) + ' ' + documents.AsText(2) + '/' + documents.AsText(3) +
+                            " (id " + documents.AsText(0) + ')',
+                        fault});
+  }
 }
 
 // Numbers are given one after the other from 1, and none is taken back.
@@ -30,6 +67,8 @@ std::vector<DatabaseFinding> FindFaults(Database& database) {
   const ReadTransaction snapshot(database);
   std::vector<DatabaseFinding> findings;
   CheckFile(database, findings);
+  // Where the file is damaged, what it says of documents is not to be trusted.
+  if (findings.empty()) CheckTotals(database, findings);
   CheckNumbers(database, findings);
   return findings;
 }

@@ -3,6 +3,7 @@
 #include "appserver/named_transaction.h"
 #include "appserver/stored_document.h"
 #include "mox/documents/storno.h"
+#include "mox/foundation/digest.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 
@@ -131,6 +132,37 @@ std::optional<Currency> CheckedTotal(const DocumentKind& kind, RecordSet& header
   return total;
 }
 
+// Two attempts are the same when their lines are.
+std::string DigestOfLines(SentRecordSets& sent) {
+  std::string lines;
+  for (const char* const name : {"Stavke", "Usluge"}) {
+    if (const RecordSet* const records = sent.Find(name)) lines += records->SaveToString();
+  }
+  return DigestText(lines);
+}
+
+// The document that an attempt of that key has stored; none where it is the first. Raises WriteRefused where
+// the key is that of another document, which would be lost.
+std::optional<RecordSet> StoredBefore(Database& database, RecordSet& header, const DocumentKey& key,
+                                      const std::string& digest) {
+  if (!HasValue(header, "kljuc")) return std::nullopt;
+  const std::string name = header.FieldByName("kljuc").AsText();
+  RecordSet stored = database.Query(
+      "Dokument", ParseColumns("id:integer,vrsta,godina:integer,broj:integer,datum:date,kljuc_sazetak"),
+      "SELECT id, vrsta, godina, broj, datum, kljuc_sazetak FROM dok WHERE kljuc = :kljuc", {name});
+  if (stored.IsEmpty()) return std::nullopt;
+  if (stored.AsTextView(1) != key.kind->name || stored.AsTextView(5) != digest) {
+    RefuseHeader(header, "kljuc",
+                 '"' + name + "\" is the key of another document, " + stored.AsText(1) + ' ' +
+                     stored.AsText(3) + '/' + stored.AsText(2) + " (id " + stored.AsText(0) + ')');
+  }
+  return Answer({.id = stored.AsInteger(0),
+                 .kind = key.kind,
+                 .godina = stored.AsInteger(2),
+                 .broj = stored.AsInteger(3),
+                 .datum = std::get<Date>(stored.AsVariant(4))});
+}
+
 // Goods, services or both, the goods first; the lines of services are numbered on.
 std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Database& database,
                                         SentRecordSets& sent) {
@@ -143,8 +175,11 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   if (HasValue(header, "stornira_id")) {
     RefuseHeader(header, "stornira_id", "is written by the transaction DokumentStorno alone");
   }
+  const std::string digest = DigestOfLines(sent);
+  if (auto stored = StoredBefore(database, header, key, digest)) return stored;
   TableRule header_rule = transaction.FindRule("Zaglavlje")->table;
   if (const auto total = CheckedTotal(kind, header, sent)) header_rule.constants = {{"ukupno", *total}};
+  if (HasValue(header, "kljuc")) header_rule.constants.emplace_back("kljuc_sazetak", digest);
   InsertHeader(database, header, header_rule, key);
   std::int64_t next_line = 1;
   for (const char* const name : {"Stavke", "Usluge", "Rekapitulacija", "DokDobavljaca"}) {

@@ -32,6 +32,7 @@ struct Session {
   std::string database = {};        ///< what --db names, also where the command opens it itself
   Secrets secrets = {};             ///< nobody is to see them in a message
   OutputFiles files = {};           ///< what the user names for results is written through it
+  std::string stored = {};          ///< "stored as KIND NUMBER": what is so whatever fails afterwards
   bool valid = true;  ///< false where the answer is that what was checked is not valid; exit status 1
 };
 

@@ -20,6 +20,7 @@
 #include "mox/foundation/app.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/locale_text.h"
+#include "mox/foundation/visible_text.h"
 #include "mox/host/console_dialogs.h"
 
 namespace mox {
@@ -33,6 +34,7 @@ struct DocumentArguments {
   std::string part;
   bool store = false;
   std::vector<std::string> header;
+  std::string key;
   bool yes = false;
 };
 
@@ -118,11 +120,15 @@ void RequireConfirmed(const Document& document, const DocumentArguments& argumen
 RecordSet Store(Document& document, const DocumentArguments& arguments, Session& session) {
   RequireConfirmed(document, arguments, session);
   std::vector<std::string> lost;
-  RecordSet stored = StoreDocument(document, ServerOf(session), arguments.header, lost);
+  std::vector<std::string> header = arguments.header;
+  if (!arguments.key.empty()) header.push_back("kljuc=" + arguments.key);
+  RecordSet stored = StoreDocument(document, ServerOf(session), header, lost);
+  session.stored = "stored as " + StoredNumber(stored);
   std::string names;
   for (const std::string& name : lost) names += (names.empty() ? "" : ", ") + name;
   if (!names.empty()) {
-    session.err << "mox: the database has no place for these columns of the lines: " << names << std::endl;
+    session.err << "mox: the database has no place for these columns of the lines: " << VisibleText(names)
+                << std::endl;
   }
   return stored;
 }
@@ -174,6 +180,7 @@ void RunStorno(const DocumentArguments& arguments, Session& session) {
   if (!arguments.part.empty()) throw UsageError("--part: storno shows the number of what it stored");
   const std::int64_t id = IntegerArgument("ID", arguments.paths.front());
   RecordSet stored = CancelDocument(id, ServerOf(session), arguments.header);
+  session.stored = "stored as " + StoredNumber(stored);
   if (arguments.csv) return WriteRecordSet(stored, session.out);
   session.out += "Pohranjeno: " + StoredNumber(stored) + "\n";
 }
@@ -185,6 +192,7 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
   const DocumentKind& kind = FindKindArgument(arguments.kind);
   const DocumentPart* const part = FindPart(arguments.part);
   if (!arguments.store && !arguments.header.empty()) throw UsageError("--header needs --store");
+  if (!arguments.store && !arguments.key.empty()) throw UsageError("--key needs --store");
   std::vector<std::string> paths = arguments.paths;
   if (paths.empty()) paths.emplace_back("-");
   const std::size_t most = (kind.goods.Exists() ? 1U : 0U) + (kind.services.Exists() ? 1U : 0U);
@@ -238,6 +246,9 @@ void Declare(Options& options) {
                  "a field of the stored document: datum=2024-03-01, skl_id=1,\n"
                  "par_id=2, user_id=ANA, ...; can be repeated. The date is today's\n"
                  "where none is given");
+  options.Value("--key", arguments->key, "TEXT",
+                "names this attempt to store: the same key again stores nothing and\n"
+                "answers the number of the first time");
   options.Flag("--yes", arguments->yes,
                "store the lines of a cancelling kind although a quantity is positive");
   options.Run([arguments](Session& session) { RunDocument(*arguments, session); });

@@ -1,8 +1,12 @@
+#include <csignal>
 #include <iostream>
 
 #include "cli/run.h"
 
 int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
+#if defined(SIGPIPE)
+  std::signal(SIGPIPE, SIG_IGN);  // what was stored is told although nobody reads the result
+#endif
   return mox::Run({argv + 1, argv + argc}, std::cin, std::cout, std::cerr);
 }

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <filesystem>
 #include <istream>
 #include <memory>
@@ -158,10 +159,20 @@ int Execute(const CLI::App& app, const Parsed& parsed, std::istream& in, std::os
   HostOptions options = parsed.options;
   if (!parsed.opens_database) options.database.clear();
   const Host host(options, session);
-  parsed.action(session);
-  out.write(session.out.data(), static_cast<std::streamsize>(session.out.size()));
-  if (!out.flush()) throw Error(kUnwritable);
-  return session.valid ? kDone : kRefused;
+  try {
+    parsed.action(session);
+    errno = 0;
+    out.write(session.out.data(), static_cast<std::streamsize>(session.out.size()));
+    if (out.flush()) return session.valid ? kDone : kRefused;
+    const bool nobody_reads = errno == EPIPE;
+    if (nobody_reads && session.stored.empty()) return kRefused;
+    throw Error(kUnwritable);
+  } catch (const Abort&) {
+    throw;
+  } catch (const std::exception& error) {
+    if (session.stored.empty()) throw;
+    throw Error(std::string(error.what()) + "; " + session.stored);
+  }
 }
 
 int WrongUsage(const std::string& command, const std::string& message, std::ostream& err) {

@@ -31,6 +31,7 @@ void RunStore(const StoreArguments& arguments, Session& session) {
   std::vector<RecordSet*> record_sets;
   for (RecordSetFile& file : files) record_sets.push_back(&file.records);
   RequireStored(server, ExecuteTransaction(arguments.transaction, record_sets));
+  session.stored = arguments.transaction + " was stored";
   if (server.LastWrite().stored) {
     RecordSet stored;
     stored.CleanClone(*server.LastWrite().stored);

@@ -18,7 +18,8 @@ inline constexpr std::pair<std::string_view, FieldKind> kHeaderFields[] = {
     {"user_id", FieldKind::kText},        {"broj_dok_dob", FieldKind::kText},
     {"datum_dok_dob", FieldKind::kDate},  {"vrsta_dok_dob", FieldKind::kText},
     {"nacin_placanja", FieldKind::kText}, {"poziv_na_br", FieldKind::kText},
-    {"opis", FieldKind::kText},           {"ukupno", FieldKind::kCurrency}};
+    {"opis", FieldKind::kText},           {"ukupno", FieldKind::kCurrency},
+    {"kljuc", FieldKind::kText}};
 
 inline void DefineHeaderFields(RecordSet& header) {
   for (const auto& [name, kind] : kHeaderFields) header.DefineField(name, kind);

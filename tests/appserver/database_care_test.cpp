@@ -17,8 +17,8 @@ namespace fs = std::filesystem;
 void StoreDocument(Database& database, int number) {
   WriteTransaction transaction(database);
   const std::string id = std::to_string(number);
-  database.Execute("INSERT INTO dok (id, vrsta, godina, broj, datum) VALUES (" + id + ", 'racun', 2024, " +
-                   id + ", '2024-03-01')");
+  database.Execute("INSERT INTO dok (id, vrsta, godina, broj, datum) VALUES (" + id +
+                   ", 'gotovinski-racun', 2024, " + id + ", '2024-03-01')");
   for (int line = 1; line <= 3; ++line) {
     database.Execute("INSERT INTO dok_stavke (dok_id, rb, sorta, naziv) VALUES (" + id + ", " +
                      std::to_string(line) + ", 'roba', '" + std::string(500, 'x') + "')");
@@ -130,16 +130,25 @@ TEST_F(DatabaseCare, ReplacesNoDatabaseThatIsUsed) {
 TEST_F(DatabaseCare, FindsWhatIsWrong) {
   Database database(path_);
   for (const int number : {2, 3, 7}) StoreDocument(database, number);
+  const auto found = [&] {
+    std::string text;
+    for (const auto& [check, where, finding] : FindFaults(database)) {
+      text += check + "|" + where + "|" + finding + "\n";
+    }
+    return text;
+  };
+  database.Execute("UPDATE dok SET ukupno = 5 WHERE id = 3");
+  database.Execute("DELETE FROM dok_stavke WHERE dok_id = 7");
+  const std::string numbers =
+      "numbers|gotovinski-racun 2024|1 is missing\n"
+      "numbers|gotovinski-racun 2024|4 to 6 are missing\n";
+  EXPECT_EQ(found(),
+            "total|gotovinski-racun 3/2024 (id 3)|has the total 5.00, its lines have 0.00\n"
+            "total|gotovinski-racun 7/2024 (id 7)|has no lines\n" +
+                numbers);
   database.Execute("PRAGMA foreign_keys = OFF");
   database.Execute("INSERT INTO dok_stavke (dok_id, rb, sorta) VALUES (99, 1, 'roba')");
-  std::string found;
-  for (const auto& [check, where, finding] : FindFaults(database)) {
-    found += check + "|" + where + "|" + finding + "\n";
-  }
-  EXPECT_EQ(found,
-            "file||a row of dok_stavke refers to one of dok that is not there\n"
-            "numbers|racun 2024|1 is missing\n"
-            "numbers|racun 2024|4 to 6 are missing\n");
+  EXPECT_EQ(found(), "file||a row of dok_stavke refers to one of dok that is not there\n" + numbers);
 }
 
 }  // namespace

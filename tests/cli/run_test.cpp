@@ -1,7 +1,9 @@
 #include "cli/run.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <filesystem>
 #include <sstream>
 
 namespace mox {
@@ -27,6 +29,34 @@ TEST(Run, FailsWhenItsResultCannotBeWritten) {
   std::ostringstream err;
   EXPECT_EQ(mox::Run({"round", "1", "0"}, in, out, err), 1);
   EXPECT_EQ(err.str(), "mox: standard output cannot be written\n");
+}
+
+// A second attempt of the same key answers what the first one stored.
+TEST(Run, TellsWhatWasStoredWhenItsResultCannotBeWritten) {
+  const std::string folder = testing::TempDir() + "mox_run_" + std::to_string(::getpid());
+  std::filesystem::create_directory(folder);
+  const std::string database = folder + "/tvrtka.db";
+  ASSERT_EQ(RunWith({"db", "init", database}).status, 0);
+  const std::string lines = "kolicina,pc,rbp1,rbp2,rbp3,tbr_stp,pov_nak\n1,8,0,0,0,25,0\n";
+  const auto store = [&](const std::string& input, std::ostream& out, const std::string& kind) {
+    std::istringstream in(input);
+    std::ostringstream err;
+    mox::Run({"document", kind, "--part", "recap", "--store", "--key", "1", "--header", "datum=2024-03-01",
+              "--db", database},
+             in, out, err);
+    return err.str();
+  };
+  std::ostream nowhere(nullptr);
+  EXPECT_EQ(store(lines, nowhere, "gotovinski-racun"),
+            "Pohranjeno: gotovinski-racun 1/2024 (id 1)\n"
+            "mox: standard output cannot be written; stored as gotovinski-racun 1/2024 (id 1)\n");
+  std::ostringstream out;
+  EXPECT_EQ(store(lines, out, "gotovinski-racun"), "Pohranjeno: gotovinski-racun 1/2024 (id 1)\n");
+  const std::string refused =
+      "mox: DokumentInsert: Zaglavlje: row 1: kljuc: \"1\" is the key of another document, "
+      "gotovinski-racun 1/2024 (id 1)\n";
+  EXPECT_EQ(store(lines + "1,8,0,0,0,25,0\n", out, "gotovinski-racun"), refused);
+  std::filesystem::remove_all(folder);
 }
 
 TEST(Run, FailsWhenStandardInputCannotBeRead) {
