@@ -8,6 +8,7 @@
 #include "cli/options.h"
 #include "cli/suggestions.h"
 #include "mox/codes/payment_codes.h"
+#include "mox/server/request_sender.h"
 
 namespace mox {
 namespace {
@@ -52,13 +53,21 @@ struct QrKind {
   const char* name;
   std::vector<std::string QrArguments::*> needs;
   std::string (*draw)(const QrArguments& arguments);
+  const char* picture;
+  OutputKind form;  // of the picture
 };
 
 const QrKind kKinds[] = {
-    {"receipt", {&QrArguments::zki, &QrArguments::amount, &QrArguments::time}, DrawReceipt},
+    {"receipt",
+     {&QrArguments::zki, &QrArguments::amount, &QrArguments::time},
+     DrawReceipt,
+     "QRCodeLastBill.bmp",
+     {"a picture", [](std::string_view file) { return file.starts_with("BM"); }}},
     {"payment",
      {&QrArguments::bill, &QrArguments::amount, &QrArguments::merchant, &QrArguments::terminal},
-     DrawPayment}};
+     DrawPayment,
+     "QRCodeLastBill.jpg",
+     {"a picture", [](std::string_view file) { return file.starts_with("\xFF\xD8"); }}}};
 
 void RunQr(const QrArguments& arguments, Session& session) {
   const QrKind* const kind = FindRow(kKinds, arguments.kind);
@@ -70,6 +79,7 @@ void RunQr(const QrArguments& arguments, Session& session) {
                      kind->name);
   }
   if (session.server != nullptr) session.server->company().RequireNamed();
+  session.files.Require(FileInStateFolder(kind->picture), kind->form);
   const std::string path = kind->draw(arguments);
   if (path.empty()) throw Error("no picture of the code was made");
   session.out += path + "\n";
@@ -96,9 +106,10 @@ const Command kQrCommand = {"qr",
   mox qr receipt --zki 0a1b2c3d4e5f60718293a4b5c6d7e8f9 --amount 12.50 --time 2024-03-01T09:05
   mox qr payment --bill 17/PP1/1 --amount 12.50 --merchant C00123 --terminal P00456
 
-The picture lies in the folder of this program, where CallAPIRequestSender.exe has to be: QRCodeLastBill.bmp or
-QRCodeLastBill.jpg. Settings: POREZNA_URL and KEKSPAY_URL, the addresses of the two parties. With --db the
-company must be named (mox company set).)",
+The picture lies in the folder of this program, or in that of your state (~/.local/state/mox) where it is not yours:
+QRCodeLastBill.bmp or QRCodeLastBill.jpg. CallAPIRequestSender.exe has to be in the folder of this program.
+Settings: POREZNA_URL and KEKSPAY_URL, the addresses of the two parties. With --db the company must be named (mox
+company set).)",
                             Declare};
 
 }  // namespace mox
