@@ -16,6 +16,7 @@
 #include "bench/micro_benchmarks.h"
 #include "bench/peers.h"
 #include "bench/server_benchmarks.h"
+#include "bench/workbook_benchmarks.h"
 #include "mox/foundation/app.h"
 #include "mox/host/memory_settings.h"
 
@@ -32,6 +33,7 @@ int Run() {
   mox::bench::RegisterCodesBenchmarks();
   mox::bench::RegisterServerBenchmarks();
   mox::bench::RegisterImportBenchmarks();
+  mox::bench::RegisterWorkbookBenchmarks();
   mox::bench::Measurements measurements;
   benchmark::RunSpecifiedBenchmarks(&measurements);
   peers.Check();
@@ -42,6 +44,7 @@ int Run() {
   mox::bench::PrintCodesRatios(measurements);
   mox::bench::PrintServerRatios(measurements);
   mox::bench::PrintImportRatios(measurements);
+  mox::bench::PrintWorkbookRatios(measurements);
   return 0;
 }
 
@@ -50,6 +53,9 @@ int Run() {
 int main(int argc, char** argv) {
   if (argc == 2 && std::string_view(argv[1]) == mox::bench::kImportMemoryOption) {
     return mox::bench::PrintImportMemory();
+  }
+  if (argc == 3 && std::string_view(argv[1]) == mox::bench::kWorkbookMemoryOption) {
+    return mox::bench::PrintWorkbookMemory(argv[2]);
   }
   // Mixed repetitions let a slow moment of the machine fall on all benchmarks alike.
   char mixed[] = "--benchmark_enable_random_interleaving=true";

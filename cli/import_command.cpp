@@ -13,7 +13,7 @@
 #include "cli/host.h"
 #include "cli/import_faults.h"
 #include "cli/import_journal.h"
-#include "cli/import_text.h"
+#include "cli/import_sheet.h"
 #include "cli/locale_argument.h"
 #include "cli/options.h"
 #include "cli/progress_bar.h"
@@ -34,7 +34,7 @@ struct ImportArguments {
   std::string faults;
   std::string locale = "hr";
   std::string undo;
-  bool heading = false;
+  SheetArguments sheet;
   bool yes = false;
   bool check = false;
   bool again = false;
@@ -122,9 +122,9 @@ class ImportSession : public ImportGridView {
 
   void ShowModal(TfrmImportGrid& form) override {
     const FileText file = ReadFileText(arguments_.path, session_.in);
-    SheetText sheet = ReadSheet(file, SheetFormOf(arguments_.path), arguments_.heading, Widths(form));
-    for (const std::string& remark : sheet.remarks) session_.err << "mox: " << OnOneLine(remark) << std::endl;
-    rows_ = sheet.rows;
+    const std::size_t width = form.AdsForImport().Definition(kFirstDataPosition).size;
+    SheetText sheet = ReadImportSheet(file, arguments_.sheet, DataFields(form), width, session_);
+    rows_ = sheet.numbers.size();
     session_.clipboard = std::move(sheet.text);
     form.GridKeyDown(U'E', {.alt = true});
     session_.clipboard = {};
@@ -168,20 +168,6 @@ class ImportSession : public ImportGridView {
       if (!lines.empty()) throw;
       session_.err << "mox: warning: " << OnOneLine(error.what()) << std::endl;
     }
-  }
-
-  // What a column holds at most in both record sets.
-  static std::vector<SheetColumn> Widths(TfrmImportGrid& form) {
-    std::vector<SheetColumn> columns;
-    for (const ImportFieldDef& field : DataFields(form)) {
-      const RecordSet& source = form.AdsForImport();
-      std::size_t width = source.Definition(kFirstDataPosition).size;
-      if (field.field_type == field_type::kText) {
-        width = std::min(width, static_cast<std::size_t>(ParseInteger(field.size)));
-      }
-      columns.push_back({field.field_name, width});
-    }
-    return columns;
   }
 
   const ImportArguments& arguments_;
@@ -282,9 +268,10 @@ void Declare(Options& options) {
   auto arguments = std::make_shared<ImportArguments>();
   options.Argument("KEY", arguments->key, "the profile, what the rows are; --list names them");
   options.Argument("FILE", arguments->path,
-                   "the rows: tab-separated as copied from a spreadsheet, or a .csv with\n"
-                   "commas or semicolons (standard input where it is left out or -)");
-  options.Flag("--heading", arguments->heading, "skip the first row");
+                   "the rows: a spreadsheet (.xlsx, .xlsm, .ods), a .csv with commas or\n"
+                   "semicolons, or tab-separated as copied from a spreadsheet (standard\n"
+                   "input where it is left out or -)");
+  DeclareSheetArguments(options, arguments->sheet);
   options.Value("--locale", arguments->locale, "LOCALE",
                 "how numbers and dates are written: hr (default), sl, de, it, en-GB,\n"
                 "en-US, iso, or decimal separator and short date, \". MM/dd/yyyy\"");
@@ -317,10 +304,11 @@ const Command kImportCommand = {"import", "KEY [FILE] --db FILE",
   mox import --journal --db tvrtka.db
   mox import --undo 3 --db tvrtka.db
 
-Rows are counted from 1 behind the heading. UTF-8, UTF-16 with a byte-order mark and Windows-1250 are told
-apart. A row with a filled cell behind the last column is refused; line breaks and tabs inside the quotes of a
-.csv become blanks, and cells that are too long for their column are cut: a warning names them. Where the
-database does not take the rows, nothing is stored and the exit status is 1.
+Rows are counted from 1 behind the heading. UTF-8, UTF-16 with a byte-order mark, Windows-1250 and
+ISO-8859-2 are told apart; what is not UTF-8 is named. A row with a filled cell behind the last column is
+refused; line breaks and tabs inside the quotes of a .csv become blanks, and cells that are too long for
+their column are cut: a warning names them. Where the database does not take the rows, nothing is stored and
+the exit status is 1.
 
 --check finds the same as storing does, what only the database knows too. A file that was imported before is
 refused unless --again is given; it may be imported again once it was taken back.)",

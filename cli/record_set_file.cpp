@@ -6,11 +6,11 @@
 #include <istream>
 #include <utility>
 
-#include "cli/csv_scanner.h"
 #include "mox/foundation/error.h"
 #include "mox/foundation/exchange_text.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
+#include "sheets/csv_scanner.h"
 
 namespace mox {
 namespace {

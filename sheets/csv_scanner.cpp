@@ -1,4 +1,4 @@
-#include "cli/csv_scanner.h"
+#include "sheets/csv_scanner.h"
 
 #include <algorithm>
 
