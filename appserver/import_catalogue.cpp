@@ -196,22 +196,37 @@ const ImportLookup* ImportCatalogue::FindLookup(std::string_view sql) const {
   return found == lookups_.end() ? nullptr : &*found;
 }
 
+const ImportLookup& ImportCatalogue::LookupOf(std::string_view sql) const {
+  if (const ImportLookup* const lookup = FindLookup(sql)) return *lookup;
+  throw Error("the SQL text is not in the catalogue: " + std::string(CutToCharacters(sql, kShownSql)));
+}
+
+RecordSet ImportCatalogue::Choices(Database& database, std::string_view sql, std::size_t most) const {
+  const ImportLookup& lookup = LookupOf(sql);
+  const FieldKind kind = KindOfColumn(database, lookup.table, lookup.selected);
+  RecordSet values = OneColumn("choices", lookup.answer, kind);
+  const std::string column = lookup.selected;
+  database
+      .Prepare("SELECT DISTINCT " + column + " FROM " + lookup.table + " WHERE " + column +
+                   " IS NOT NULL ORDER BY " + column + " LIMIT " + std::to_string(most),
+               {})
+      .ExecuteInto(values);
+  if (!values.IsEmpty()) values.First();
+  return values;
+}
+
 RecordSet ImportCatalogue::Find(Database& database, std::string_view sql, std::string_view values) const {
-  const ImportLookup* const lookup = FindLookup(sql);
-  if (lookup == nullptr) {
-    throw Error("the SQL text is not in the catalogue: " + std::string(CutToCharacters(sql, kShownSql)));
-  }
-  const bool number_column = KindOfColumn(database, lookup->table, lookup->matched) != FieldKind::kText;
-  const bool numeric = number_column || lookup->numeric;
+  const ImportLookup& lookup = LookupOf(sql);
+  const bool number_column = KindOfColumn(database, lookup.table, lookup.matched) != FieldKind::kText;
+  const bool numeric = number_column || lookup.numeric;
   const AskedValues asked_values(values, number_column, numeric);
 
-  RecordSet found =
-      OneColumn("adsList", lookup->answer, number_column ? FieldKind::kFloat : FieldKind::kText);
-  RunInPortions(database, *lookup, number_column, asked_values.keys(), found);
+  RecordSet found = OneColumn("adsList", lookup.answer, number_column ? FieldKind::kFloat : FieldKind::kText);
+  RunInPortions(database, lookup, number_column, asked_values.keys(), found);
   if (!found.IsEmpty()) found.First();
   if (!numeric) return found;
 
-  RecordSet as_asked = OneColumn("adsList", lookup->answer, FieldKind::kText);
+  RecordSet as_asked = OneColumn("adsList", lookup.answer, FieldKind::kText);
   for (; !found.Eof(); found.Next()) {
     const std::string key = number_column ? ShortestNumber(found.AsFloat(0)) : FoldKey(found.AsTextView(0));
     for (const std::string_view text : asked_values.TextsOf(key)) as_asked.AppendRecord({std::string(text)});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,7 +42,12 @@ class ImportCatalogue {
   /// Error when the SQL text is not registered, DatabaseError.
   RecordSet Find(Database& database, std::string_view sql, std::string_view values) const;
 
+  /// The values that a look-up finds, in their order, at most so many: one column. Raises as Find.
+  RecordSet Choices(Database& database, std::string_view sql, std::size_t most) const;
+
  private:
+  /// Raises Error when the SQL text is not registered.
+  const ImportLookup& LookupOf(std::string_view sql) const;
   const ImportLookup* FindLookup(std::string_view sql) const;
 
   std::vector<ImportLookup> lookups_;

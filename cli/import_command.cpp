@@ -14,6 +14,7 @@
 #include "cli/import_faults.h"
 #include "cli/import_journal.h"
 #include "cli/import_sheet.h"
+#include "cli/import_workbook.h"
 #include "cli/locale_argument.h"
 #include "cli/options.h"
 #include "cli/progress_bar.h"
@@ -27,6 +28,8 @@
 
 namespace mox {
 namespace {
+
+constexpr std::size_t kSourceWidth = 100;  // characters that the grid keeps of a cell
 
 struct ImportArguments {
   std::string key;
@@ -42,6 +45,9 @@ struct ImportArguments {
   bool list = false;
   bool print_heading = false;
   bool columns = false;
+  std::string workbook;
+
+  bool WantsFaultWorkbook() const { return IsWorkbookName(faults); }
 };
 
 std::vector<std::string_view> ProfileKeys() {
@@ -122,15 +128,14 @@ class ImportSession : public ImportGridView {
 
   void ShowModal(TfrmImportGrid& form) override {
     const FileText file = ReadFileText(arguments_.path, session_.in);
-    const std::size_t width = form.AdsForImport().Definition(kFirstDataPosition).size;
-    SheetText sheet = ReadImportSheet(file, arguments_.sheet, DataFields(form), width, session_);
-    rows_ = sheet.numbers.size();
-    session_.clipboard = std::move(sheet.text);
+    sheet_ = ReadImportSheet(file, arguments_.sheet, DataFields(form), kSourceWidth, session_);
+    session_.clipboard = arguments_.WantsFaultWorkbook() ? sheet_.text : std::move(sheet_.text);
     form.GridKeyDown(U'E', {.alt = true});
     session_.clipboard = {};
+    form.SetSheetFaults(FaultsOfSheet());
     SetOrigin(form, file);
     form.ProvjeraIUvozClick();
-    if (!arguments_.faults.empty()) WriteFaults(FaultLines(form));
+    if (!arguments_.faults.empty()) WriteFaults(form);
   }
   void StatusChanged(const TfrmStatus& status, bool /*repaint*/) override {
     if (status.Visible()) {
@@ -140,7 +145,8 @@ class ImportSession : public ImportGridView {
     }
   }
 
-  std::size_t Rows() const { return rows_; }
+  /// Where the rows stand in the sheet.
+  const std::vector<std::size_t>& Numbers() const { return sheet_.numbers; }
   /// The file was imported before, and the user did not say that he knows.
   bool IsRepeated() const { return repeated_; }
 
@@ -160,12 +166,25 @@ class ImportSession : public ImportGridView {
     form.SetOrigin(origin);
   }
 
+  std::vector<ImportFault> FaultsOfSheet() const {
+    std::vector<ImportFault> faults;
+    for (const SheetFault& fault : sheet_.faults) {
+      faults.push_back(
+          {fault.row + 1, fault.column + kFirstDataPosition, ImportPass::kFormat, fault.value, fault.reason});
+    }
+    return faults;
+  }
+
   // Where no row is faulty, all may be stored already, and a file that cannot be written changes nothing.
-  void WriteFaults(const std::string& lines) {
+  void WriteFaults(const TfrmImportGrid& form) {
     try {
-      session_.files.Write(arguments_.faults, lines, kFaultList);
+      if (arguments_.WantsFaultWorkbook()) {
+        session_.files.Write(arguments_.faults, FaultWorkbook(form, DataFields(form), sheet_), kWorkbook);
+      } else {
+        session_.files.Write(arguments_.faults, FaultLines(form, sheet_.numbers), kFaultList);
+      }
     } catch (const Error& error) {
-      if (!lines.empty()) throw;
+      if (!form.Faults().empty()) throw;
       session_.err << "mox: warning: " << OnOneLine(error.what()) << std::endl;
     }
   }
@@ -173,7 +192,7 @@ class ImportSession : public ImportGridView {
   const ImportArguments& arguments_;
   Session& session_;
   ProgressBar bar_;
-  std::size_t rows_ = 0;
+  SheetText sheet_;
   bool repeated_ = false;
 };
 
@@ -181,10 +200,11 @@ std::string Rows(std::size_t count) { return std::to_string(count) + (count == 1
 
 constexpr std::size_t kMostShown = 50;  // faults
 
-void ReportFaults(const TfrmImportGrid& form, std::size_t rows, Session& session) {
-  RecordSet table = FaultTable(form, kMostShown);
+void ReportFaults(const TfrmImportGrid& form, RowNumbers numbers, Session& session) {
+  RecordSet table = FaultTable(form, numbers, kMostShown);
   AppendTable(table, {}, session.out);
-  session.err << "mox: " << FaultyRows(form) << " of " << Rows(rows) << " faulty, nothing was stored";
+  session.err << "mox: " << FaultyRows(form) << " of " << Rows(numbers.size())
+              << " faulty, nothing was stored";
   if (form.Faults().size() > kMostShown) {
     session.err << "; the first " << kMostShown << " of " << form.Faults().size()
                 << " faults are shown (--faults FILE takes all of them)";
@@ -212,7 +232,7 @@ void ReportRows(const ImportArguments& arguments, const ImportProfile& profile, 
                 double seconds, std::string& out) {
   char text[32];
   std::snprintf(text, sizeof text, "%.1f", seconds);
-  out += std::string(profile.key) + ": " + Rows(user.Rows()) +
+  out += std::string(profile.key) + ": " + Rows(user.Numbers().size()) +
          (arguments.check ? " in order, nothing was stored (" : " stored (") + std::string(profile.imports) +
          ") in " + text + " s\n";
 }
@@ -220,7 +240,8 @@ void ReportRows(const ImportArguments& arguments, const ImportProfile& profile, 
 void RunImport(const ImportArguments& arguments, const ImportProfile& profile, Session& session) {
   ServerOf(session).SetRehearsing(arguments.check);
   session.files.Keep(arguments.path, "the sheet that is imported");
-  if (!arguments.faults.empty()) session.files.Require(arguments.faults, kFaultList);
+  if (!arguments.faults.empty())
+    session.files.Require(arguments.faults, arguments.WantsFaultWorkbook() ? kWorkbook : kFaultList);
   const auto begin = std::chrono::steady_clock::now();
   StandardLocale locale(LocaleArgument(arguments.locale));
   const std::unique_ptr<AppDialogs> dialogs = DialogsOf(arguments, session);
@@ -234,7 +255,7 @@ void RunImport(const ImportArguments& arguments, const ImportProfile& profile, S
   form.ShowModal();
   switch (form.Outcome()) {
     case ImportOutcome::kFaulty:
-      return ReportFaults(form, user.Rows(), session);
+      return ReportFaults(form, user.Numbers(), session);
     case ImportOutcome::kStored:
       break;
     case ImportOutcome::kRefused:
@@ -249,6 +270,38 @@ void RunImport(const ImportArguments& arguments, const ImportProfile& profile, S
   ReportRows(arguments, profile, user, passed.count(), session.out);
 }
 
+// One profile asks the server which of its columns are required; without one it does without.
+std::vector<ImportFieldDef> FieldsOf(const ImportProfile& profile, const ImportArguments& arguments,
+                                     Session& session) {
+  if (session.server == nullptr) {
+    std::vector<ImportFieldDef> fields = ImportFieldsOf(profile);
+    fields.erase(fields.begin(), fields.begin() + kFirstDataPosition);
+    std::erase_if(fields, [](const ImportFieldDef& field) { return !field.IsDefined(); });
+    return fields;
+  }
+  ImportSession user(arguments, session);
+  TfrmImportGrid form(user, profile.key);
+  form.OnShow();
+  return DataFields(form);
+}
+
+// The profile's sheet for people, empty or with the rows of a file.
+void WriteTemplate(const ImportArguments& arguments, const ImportProfile& profile, Session& session) {
+  if (!arguments.print_heading) throw UsageError("--xlsx FILE takes the --template");
+  session.files.Keep(arguments.path, "the sheet that it is filled with");
+  session.files.Require(arguments.workbook, kWorkbook);
+  StandardLocale locale(LocaleArgument(arguments.locale));
+  const ScopedApp app({.ini = &App().Ini(), .comunication = session.server, .locale = &locale});
+  const std::vector<ImportFieldDef> fields = FieldsOf(profile, arguments, session);
+  SheetText rows;
+  if (!arguments.path.empty()) {
+    rows = ReadImportSheet(ReadFileText(arguments.path, session.in), arguments.sheet, fields, kSourceWidth,
+                           session);
+  }
+  session.files.Write(arguments.workbook, TemplateWorkbook(arguments.key, fields, session.server, rows),
+                      kWorkbook);
+}
+
 void Run(const ImportArguments& arguments, Session& session) {
   if (arguments.list) return ListProfiles(session.out);
   if (arguments.journal) return ListImports(session);
@@ -256,6 +309,7 @@ void Run(const ImportArguments& arguments, Session& session) {
     return UndoImport(IntegerArgument("--undo", arguments.undo), arguments.check, session);
   }
   const ImportProfile& profile = FindProfile(arguments.key);
+  if (!arguments.workbook.empty()) return WriteTemplate(arguments, profile, session);
   if (!arguments.print_heading && !arguments.columns) return RunImport(arguments, profile, session);
   ImportSession user(arguments, session);
   TfrmImportGrid form(user, profile.key);
@@ -276,7 +330,8 @@ void Declare(Options& options) {
                 "how numbers and dates are written: hr (default), sl, de, it, en-GB,\n"
                 "en-US, iso, or decimal separator and short date, \". MM/dd/yyyy\"");
   options.Value("--faults", arguments->faults, "FILE",
-                "write the faulty rows: a line each, its number, a tab, its fault text");
+                "write the faulty rows: a line each, its number, a tab, its fault text; as a\n"
+                ".xlsx the rows themselves with their faults, to be mended and imported");
   options.Flag("--check", arguments->check, "do all of it, but store nothing");
   options.Flag("--yes", arguments->yes, "store rows that are in order without asking");
   options.Flag("--again", arguments->again, "store a file once more that was imported before");
@@ -287,9 +342,13 @@ void Declare(Options& options) {
       "referred to since");
   options.Flag("--list", arguments->list, "list the profiles");
   options.Flag("--template", arguments->print_heading, "print the heading row of the profile's sheet");
+  options.Value("--xlsx", arguments->workbook, "FILE",
+                "with --template: write it as a sheet to be filled in, required columns\n"
+                "marked, drop-down lists of the database where --db names one; with the\n"
+                "rows of FILE where it is given");
   options.Flag("--columns", arguments->columns, "print the profile's columns and their checks as a file");
   options.Run([arguments](Session& session) {
-    if (arguments->path.empty()) arguments->path = "-";
+    if (arguments->path.empty() && arguments->workbook.empty()) arguments->path = "-";
     Run(*arguments, session);
   });
 }

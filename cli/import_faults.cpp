@@ -15,12 +15,12 @@ bool BeginsWithRowNumber(std::string_view text) {
 
 const OutputKind kFaultList = {"a list of faults", BeginsWithRowNumber};
 
-std::string FaultLines(const TfrmImportGrid& form) {
+std::string FaultLines(const TfrmImportGrid& form, RowNumbers numbers) {
   std::string lines;
   std::size_t row = 0;
   for (const ImportFault& fault : form.Faults()) {
     if (fault.row != row) {
-      lines += (row == 0 ? "" : "\n") + std::to_string(fault.row) + "\t";
+      lines += (row == 0 ? "" : "\n") + std::to_string(numbers[fault.row - 1]) + "\t";
       row = fault.row;
     }
     std::string fragment = FaultFragment(fault, form.Fields()[fault.column]);
@@ -31,7 +31,7 @@ std::string FaultLines(const TfrmImportGrid& form) {
   return lines.empty() ? lines : lines + "\n";
 }
 
-RecordSet FaultTable(const TfrmImportGrid& form, std::size_t most) {
+RecordSet FaultTable(const TfrmImportGrid& form, RowNumbers numbers, std::size_t most) {
   RecordSet table("faults");
   table.DefineField("row", FieldKind::kInteger);
   table.DefineField("column", FieldKind::kText);
@@ -39,8 +39,8 @@ RecordSet FaultTable(const TfrmImportGrid& form, std::size_t most) {
   table.DefineField("reason", FieldKind::kText);
   table.Open();
   for (const ImportFault& fault : form.Faults().first(std::min(most, form.Faults().size()))) {
-    table.AppendRecord({static_cast<std::int64_t>(fault.row), form.Fields()[fault.column].field_name,
-                        fault.value, std::string(fault.reason)});
+    table.AppendRecord({static_cast<std::int64_t>(numbers[fault.row - 1]),
+                        form.Fields()[fault.column].field_name, fault.value, std::string(fault.reason)});
   }
   return table;
 }

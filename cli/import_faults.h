@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 
 #include "mox/foundation/output_file.h"
@@ -9,15 +10,18 @@
 
 namespace mox {
 
-/// All faults of a grid that was checked as plain text: one line for each faulty row, its number from 1, a
-/// tab and its fault text, which is whole here.
-std::string FaultLines(const TfrmImportGrid& form);
+/// Where each row of a grid stands in its sheet, from 1 behind the heading.
+using RowNumbers = std::span<const std::size_t>;
+
+/// All faults of a grid that was checked as plain text: one line for each faulty row, its number in the
+/// sheet, a tab and its fault text, which is whole here.
+std::string FaultLines(const TfrmImportGrid& form, RowNumbers numbers);
 
 /// A file of these lines.
 extern const OutputKind kFaultList;
 
 /// The first `most` faults, a record each: `row`, `column`, `value` and `reason`.
-RecordSet FaultTable(const TfrmImportGrid& form, std::size_t most);
+RecordSet FaultTable(const TfrmImportGrid& form, RowNumbers numbers, std::size_t most);
 
 /// How many rows have faults.
 std::size_t FaultyRows(const TfrmImportGrid& form);

@@ -54,16 +54,6 @@ void SaveMap(const SheetText& sheet, const SheetArguments& arguments, Session& s
               arguments.save_map);
 }
 
-// Cells that the sheet cannot vouch for.
-void RefuseFaults(const SheetText& sheet, const std::vector<SheetColumn>& columns) {
-  if (sheet.faults.empty()) return;
-  const SheetFault& first = sheet.faults.front();
-  const std::string more =
-      sheet.faults.size() > 1 ? " (and " + std::to_string(sheet.faults.size() - 1) + " more)" : "";
-  throw Error("nothing was stored: row " + std::to_string(sheet.numbers[first.row]) + ": " +
-              columns[first.column].name + ": \"" + first.value + "\" " + first.reason + more);
-}
-
 }  // namespace
 
 void DeclareSheetArguments(Options& options, SheetArguments& arguments) {
@@ -101,7 +91,6 @@ SheetText ReadImportSheet(const FileText& file, const SheetArguments& arguments,
   }
   for (const std::string& remark : sheet.remarks) session.err << "mox: " << OnOneLine(remark) << std::endl;
   if (!arguments.save_map.empty()) SaveMap(sheet, arguments, session);
-  RefuseFaults(sheet, columns);
   return sheet;
 }
 

@@ -197,6 +197,13 @@ CellForm AppendNumber(std::string_view stored, NumberFormat format, DateEpoch ep
   return {};
 }
 
+CellForm FormOfText(std::string_view text) {
+  constexpr std::string_view kErrors[] = {"#N/A", "#REF!", "#VALUE!", "#DIV/0!", "#NAME?", "#NUM!", "#NULL!"};
+  if (!text.starts_with('#')) return {};
+  const bool error = std::find(std::begin(kErrors), std::end(kErrors), text) != std::end(kErrors);
+  return {CellKind::kText, error ? kErrorFault : std::string_view()};
+}
+
 CellForm AppendIsoMoment(std::string_view stored, std::string& text) {
   int hours = 0, minutes = 0, seconds = 0;
   if (std::sscanf(std::string(stored.substr(0, 40)).c_str(), "PT%6dH%2dM%2d", &hours, &minutes, &seconds) ==

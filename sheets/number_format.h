@@ -37,13 +37,15 @@ CellForm AppendNumber(std::string_view stored, NumberFormat format, DateEpoch ep
 /// Adds a date, moment or time of ISO 8601: "2024-03-01", "2024-03-01T09:05:00", "PT09H05M00S".
 CellForm AppendIsoMoment(std::string_view stored, std::string& text);
 
-// Why a cell cannot be taken.
-inline constexpr std::string_view kRoundedFault =
-    "was rounded by the spreadsheet, which keeps 15 digits: format the column as text and enter it again";
+/// What a text is: one that is the name of an error, "#N/A", is that error, also where it was copied as a
+/// text.
+CellForm FormOfText(std::string_view text);
+
+// Why a cell cannot be taken, and what can be done where that is not plain.
+inline constexpr std::string_view kRoundedFault = "was rounded to 15 digits: enter as text";
 inline constexpr std::string_view kNoDayFault = "is no day of the calendar";
-inline constexpr std::string_view kErrorFault = "is an error of the spreadsheet's formula";
-inline constexpr std::string_view kNotCalculatedFault =
-    "is a formula without its result: open the file with the spreadsheet and save it";
+inline constexpr std::string_view kErrorFault = "is the error of a formula";
+inline constexpr std::string_view kNotCalculatedFault = "is not calculated: save the sheet anew";
 inline constexpr std::string_view kNoNumberFault = "is no number";
 
 }  // namespace mox

@@ -175,7 +175,7 @@ class OdsRows::Reader {
     if (column > row_.Size()) row_.PadTo(column);
     CellForm form;
     if (is_empty) {
-      row_.Text() += "?";
+      row_.Text() += "#N/A";
       form.fault = kNotCalculatedFault;
     } else {
       form = AppendValue();
@@ -227,8 +227,9 @@ class OdsRows::Reader {
           static_cast<std::uint8_t>(padded ? std::min<std::size_t>(paragraphs_.size(), 40) : 0);
       return AppendNumber(value_, {NumberFormat::Shows::kNumber, digits}, DateEpoch::k1900, text);
     }
-    text += value_.empty() ? paragraphs_ : value_;
-    return {};
+    const std::string& shown = value_.empty() ? paragraphs_ : value_;
+    text += shown;
+    return FormOfText(shown);
   }
 
   static bool IsDigits(std::string_view text) {

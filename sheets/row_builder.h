@@ -27,7 +27,7 @@ class RowBuilder {
   /// Ends a cell whose text was added since the last one.
   void EndCell(CellForm form);
   /// Adds a cell whose text stands elsewhere, as long as the row is used.
-  void AddCell(std::string_view text) { places_.push_back({0, text.size(), text.data(), {}}); }
+  void AddCell(std::string_view text) { places_.push_back({0, text.size(), text.data(), FormOfText(text)}); }
   /// A cell of the row, also behind its end.
   bool IsEmpty(std::size_t column) const { return column >= places_.size() || places_[column].length == 0; }
   void Replace(std::size_t column, const SheetCell& cell);

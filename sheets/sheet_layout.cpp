@@ -147,13 +147,10 @@ class Layout {
   }
 
   bool IsHeadingAgain(std::span<const SheetCell> cells) const {
-    if (order_.empty()) return false;
-    for (std::size_t i = 0; i < std::max(cells.size(), heading_.cells.size()); ++i) {
-      const std::string_view text = i < cells.size() ? TrimBlanks(cells[i].text) : std::string_view();
-      if (text !=
-          (i < heading_.cells.size() ? std::string_view(heading_.cells[i].text) : std::string_view())) {
-        return false;
-      }
+    for (std::size_t i = 0; i < heading_.cells.size(); ++i) {
+      const Heading::Cell& cell = heading_.cells[i];
+      if (cell.meaning != Meaning::kColumn) continue;
+      if (i >= cells.size() || TrimBlanks(cells[i].text) != cell.text) return false;
     }
     return true;
   }
@@ -192,19 +189,20 @@ class Layout {
              ", which has no heading");
       }
     }
-    if (IsHeadingAgain(cells)) AddFault(0, columns_[0].caption, kHeadingAgain);
+    const bool heading_again = IsHeadingAgain(cells);
     for (std::size_t i = 0; i < columns_.size(); ++i) {
       if (i > 0) sheet_.text += '\t';
-      if (order_[i] < cells.size()) AddCell(cells[order_[i]], i);
+      if (order_[i] >= cells.size()) continue;
+      AddCell(cells[order_[i]], i);
+      if (heading_again) AddFault(i, cells[order_[i]].text, kHeadingAgain);
     }
   }
 
   void AddFault(std::size_t column, std::string_view value, std::string_view reason) {
-    sheet_.faults.push_back({sheet_.numbers.size() - 1, column, std::string(value), std::string(reason)});
+    sheet_.faults.push_back({sheet_.numbers.size() - 1, column, std::string(value), reason});
   }
 
   void AddCell(const SheetCell& cell, std::size_t column) {
-    if (!cell.fault.empty()) AddFault(column, cell.text, cell.fault);
     const std::size_t begin = sheet_.text.size();
     if (cell.kind == CellKind::kText) {
       AppendOnOneLine(cell.text, column);
@@ -212,6 +210,7 @@ class Layout {
       AppendInLocale(cell);
     }
     const std::string_view added = std::string_view(sheet_.text).substr(begin);
+    if (!cell.fault.empty()) AddFault(column, added, cell.fault);
     const std::size_t width = columns_[column].width;
     if (added.size() > width && CountCharacters(added) > width) {
       cut_.Add(Place(column) + " (to " + std::to_string(width) + " characters)");

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "mox/foundation/app.h"
@@ -14,10 +15,10 @@ namespace mox {
 
 /// A cell that the sheet itself cannot vouch for.
 struct SheetFault {
-  std::size_t row = 0;     ///< among the rows of the layout, from 0
-  std::size_t column = 0;  ///< among the columns, from 0
-  std::string value;       ///< as the sheet shows it
-  std::string reason;
+  std::size_t row = 0;      ///< among the rows of the layout, from 0
+  std::size_t column = 0;   ///< among the columns, from 0
+  std::string value;        ///< as it was laid out
+  std::string_view reason;  ///< a text for the life of the program
 };
 
 /// The rows of a sheet in the form in which a spreadsheet puts them on the clipboard: a line a row, a tab

@@ -241,7 +241,7 @@ class XlsxRows::Reader {
 
   void AddCell(NumberFormat format) {
     if (value_.empty() && is_formula_ && (!has_value_ || type_.empty() || type_ == "n")) {
-      row_.Text() += "?";
+      row_.Text() += "#N/A";
       return row_.EndCell({CellKind::kText, kNotCalculatedFault});
     }
     if (type_ == "s" && has_value_) {
@@ -265,7 +265,7 @@ class XlsxRows::Reader {
     text += value_;
     if (type_ == "e") return {CellKind::kText, kErrorFault};
     if (type_ == "str") ReplaceEscapes(text, begin);
-    return {};
+    return FormOfText(std::string_view(text).substr(begin));
   }
 
   void StartMerged() {

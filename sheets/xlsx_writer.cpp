@@ -198,8 +198,10 @@ class XlsxWriter::Book {
     constexpr double kFirstRounded = 1e15;
     switch (columns_[index].kind) {
       case CellKind::kNumber: {
+        const bool padded = text.size() > 1 && text[0] == '0' && text[1] >= '0' && text[1] <= '9';
         const auto number = ParseLocaleNumber(text, locale_);
-        if (!number || number.value() >= kFirstRounded || number.value() <= -kFirstRounded) return false;
+        if (padded || !number || number.value() >= kFirstRounded || number.value() <= -kFirstRounded)
+          return false;
         Require(worksheet_write_number(sheet_, row, Column(index), *number, format));
         return true;
       }

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "mox/foundation/record_set.h"
@@ -120,6 +121,10 @@ class TfrmImportGrid {
   const TfrmStatus& Status() const { return status_; }
   RecordSet& AdsForImport() { return source_; }
   RecordSet& AdsForDBSave() { return target_; }
+  /// Faults of cells that whoever read the sheet found and the check cannot see: a number that the
+  /// spreadsheet has rounded. They count from the next check on, each as long as its cell has the value that
+  /// it names.
+  void SetSheetFaults(std::vector<ImportFault> faults) { sheet_faults_ = std::move(faults); }
   /// What the last check found, whole; the fault texts of the rows are cut at 100 characters.
   std::span<const ImportFault> Faults() const { return faults_; }
   /// The modal result does not tell.
@@ -223,6 +228,7 @@ class TfrmImportGrid {
   void ForEachSourceRow(Action action);
   void ShowPass(const ImportFieldDef& field, ImportPass pass);
   bool CheckAllRows();
+  void AddSheetFaults();
   void PaintFaults();
   void StoreRows(std::string_view transaction);
   void AddFault(std::string_view fragment);
@@ -239,6 +245,7 @@ class TfrmImportGrid {
   int modal_result_ = kMrNone;
   std::size_t focused_ = kFirstDataPosition;
   std::vector<ImportFault> faults_;
+  std::vector<ImportFault> sheet_faults_;
   ImportOutcome outcome_ = ImportOutcome::kNone;
   std::string refusal_;
 

@@ -1,9 +1,12 @@
+#include <algorithm>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "mox/foundation/app.h"
 #include "mox/foundation/error.h"
+#include "mox/foundation/text.h"
 #include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
 #include "mox/import/import_rules_internal.h"
@@ -128,10 +131,29 @@ bool TfrmImportGrid::CheckAllRows() {
     throw;
   }
   faults_ = check.Run();
+  AddSheetFaults();
   PaintFaults();
   columns_.at(kErrMsgPosition).visible = true;
   view_.FormChanged(*this);
   return true;
+}
+
+void TfrmImportGrid::AddSheetFaults() {
+  const std::size_t found = faults_.size();
+  auto fault = sheet_faults_.begin();
+  std::size_t row = 0;
+  ForEachSourceRow([&] {
+    ++row;
+    for (; fault != sheet_faults_.end() && fault->row <= row; ++fault) {
+      const std::size_t width = source_.Definition(fault->column).size;
+      const bool unchanged = source_.AsTextView(fault->column) == CutToCharacters(fault->value, width);
+      if (fault->row == row && unchanged) faults_.push_back(*fault);
+    }
+  });
+  if (faults_.size() == found) return;
+  std::stable_sort(faults_.begin(), faults_.end(), [](const ImportFault& a, const ImportFault& b) {
+    return std::tie(a.row, a.column, a.pass) < std::tie(b.row, b.column, b.pass);
+  });
 }
 
 // The working columns of all rows. The mark of the last pass stays where that is uniqueness.

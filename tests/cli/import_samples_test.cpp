@@ -153,11 +153,14 @@ std::string ImportSlowly(const std::string& database, const Sample& sample, std:
   return form.Outcome() == ImportOutcome::kRefused ? form.Refusal() : "not refused";
 }
 
-// Every import stores its sample sheet value by value, and nothing of the faulty one, whose faults it shows.
+class ImportSamples : public testing::TestWithParam<std::string> {};
+
+// Every import stores its sample sheet value by value, as a text and as a workbook, and nothing of the faulty
+// one, whose faults it shows.
 // Where two programs import the sheet at once and values must be new, the later one is refused with the
 // rows. In the end all imports are taken back, the last one first, and the database is as it was.
-TEST(ImportSamples, AreStoredAsTheSheetSays) {
-  const std::string path = testing::TempDir() + "mox_import_samples_" + Text(::getpid()) + ".db";
+TEST_P(ImportSamples, AreStoredAsTheSheetSays) {
+  const std::string path = testing::TempDir() + "mox_import_samples_" + GetParam() + Text(::getpid()) + ".db";
   std::filesystem::remove(path);
   Database::Create(path, WithDemo::kYes);
   const std::vector<Sample> samples = ReadSamples();
@@ -167,7 +170,7 @@ TEST(ImportSamples, AreStoredAsTheSheetSays) {
     SCOPED_TRACE(sample.key);
     const auto fields = ImportFieldsOf(*FindImportProfile(sample.key));
     const auto import = [&](const std::string& ending) {
-      const Words words = {"import", sample.key, SheetOf(sample, ending), "--heading", "--yes", "--db", path};
+      const Words words = {"import", sample.key, SheetOf(sample, ending), "--yes", "--db", path};
       std::istringstream in;
       std::ostringstream out, err;
       const int status = mox::Run(words, in, out, err);
@@ -182,7 +185,7 @@ TEST(ImportSamples, AreStoredAsTheSheetSays) {
     const Rows before = stored();
     EXPECT_EQ(import("_faulty.tsv"), "1\n" + sample.faults);
     EXPECT_EQ(stored(), before);
-    const auto import_sheet = [&] { EXPECT_EQ(import(".tsv").front(), '0'); };
+    const auto import_sheet = [&] { EXPECT_EQ(import("." + GetParam()).front(), '0'); };
     if (HasUniqueColumn(fields)) {
       EXPECT_THAT(ImportSlowly(path, sample, import_sheet),
                   testing::ContainsRegex("row 1: .* is in the database already, in "));
@@ -232,6 +235,9 @@ TEST(ImportFaults, OfLargeSheetsAreShownInPartAndWrittenWhole) {
   EXPECT_EQ(ReadWholeFile(folder + "greske.txt"), expected);
   std::filesystem::remove_all(folder);
 }
+
+INSTANTIATE_TEST_SUITE_P(Forms, ImportSamples, testing::Values("tsv", "xlsx"),
+                         [](const auto& form) { return form.param; });
 
 }  // namespace
 }  // namespace mox
