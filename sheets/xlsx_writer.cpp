@@ -22,8 +22,8 @@ constexpr double kNarrowest = 9;
 constexpr double kWidest = 40;
 
 // Day 1 of the calendar since 1900 for dates after its 29 February.
-constexpr std::int32_t kDayZero = -25'569;
-constexpr std::int32_t kFirstSafeDay = kDayZero + 61;
+constexpr std::int32_t kSerialZero = -25'569;
+constexpr std::int32_t kFirstSafeDay = kSerialZero + 61;
 
 // A folder for one file, which only its owner reads.
 class ScratchFile {
@@ -209,7 +209,7 @@ class XlsxWriter::Book {
       case CellKind::kMoment: {
         const auto day = ParseLocaleDate(text, locale_);
         if (!day || day->days < kFirstSafeDay) return false;
-        Require(worksheet_write_number(sheet_, row, Column(index), day->days - kDayZero, format));
+        Require(worksheet_write_number(sheet_, row, Column(index), day->days - kSerialZero, format));
         return true;
       }
       case CellKind::kBoolean: {
