@@ -358,14 +358,18 @@ void Declare(Options& options) {
 const Command kImportCommand = {"import", "KEY [FILE] --db FILE",
                                 "Check rows copied from a spreadsheet and store all of them or none.",
                                 R"(Examples:
-  mox import PARTNERPTT partneri.tsv --heading --check --faults greske.txt --db tvrtka.db
-  mox import PARTNERPTT partneri.tsv --heading --yes --db tvrtka.db
+  mox import PARTNERPTT --template --xlsx partneri.xlsx --db tvrtka.db
+  mox import PARTNERPTT partneri.xlsx --check --faults greske.xlsx --db tvrtka.db
+  mox import PARTNERPTT partneri.xlsx --sheet Kupci --yes --db tvrtka.db
+  mox import PARTNERPTT izvoz.csv --save-map karta.csv --db tvrtka.db
+  mox import PARTNERPTT izvoz.csv --map karta.csv --yes --db tvrtka.db
   mox import --journal --db tvrtka.db
   mox import --undo 3 --db tvrtka.db
 
-Rows are counted from 1 behind the heading. UTF-8, UTF-16 with a byte-order mark, Windows-1250 and
-ISO-8859-2 are told apart; what is not UTF-8 is named. A row with a filled cell behind the last column is
-refused; line breaks and tabs inside the quotes of a .csv become blanks, and cells that are too long for
+A first row with names or captions of the columns is a heading, by which they may stand in any order; what is
+unknown or missing is named. Rows are counted from 1 behind the heading. UTF-8, UTF-16 with a byte-order mark,
+Windows-1250 and ISO-8859-2 are told apart; what is not UTF-8 is named. A row with a filled cell behind the
+last column is refused; line breaks and tabs inside a cell become blanks, and cells that are too long for
 their column are cut: a warning names them. Where the database does not take the rows, nothing is stored and
 the exit status is 1.
 
