@@ -6,6 +6,7 @@
 #include "mox/foundation/app.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
+#include "sheets/number_format.h"
 #include "sheets/xlsx_writer.h"
 
 namespace mox {
@@ -101,7 +102,7 @@ std::string FaultWorkbook(const TfrmImportGrid& form, const std::vector<ImportFi
 
   Lines lines(rows.text);
   std::vector<std::string_view> cells;
-  std::vector<std::size_t> faulty;
+  std::vector<FaultyCell> faulty;
   auto fault = form.Faults().begin();
   for (std::size_t row = 1; lines.Next(cells) && fault != form.Faults().end(); ++row) {
     if (fault->row != row) continue;
@@ -109,7 +110,7 @@ std::string FaultWorkbook(const TfrmImportGrid& form, const std::vector<ImportFi
     std::string reasons;
     for (; fault != form.Faults().end() && fault->row == row; ++fault) {
       const std::size_t column = fault->column - kFirstDataPosition;
-      faulty.push_back(column);
+      faulty.push_back({column, fault->reason == kRoundedFault});
       reasons += (reasons.empty() ? "" : "; ") + columns[column].heading + ": " + std::string(fault->reason);
     }
     const std::string number = std::to_string(rows.numbers[row - 1]);

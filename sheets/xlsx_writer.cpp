@@ -77,11 +77,12 @@ class XlsxWriter::Book {
   Book(const Book&) = delete;
   Book& operator=(const Book&) = delete;
 
-  void AddRow(std::span<const std::string_view> cells, std::span<const std::size_t> faulty) {
+  void AddRow(std::span<const std::string_view> cells, std::span<const FaultyCell> faulty) {
     if (row_ >= kMostSheetRows) throw Error("there are more rows than a sheet has");
     for (std::size_t i = 0; i < std::min(cells.size(), columns_.size()); ++i) {
-      const bool is_faulty = std::find(faulty.begin(), faulty.end(), i) != faulty.end();
-      AddCell(i, cells[i], is_faulty);
+      const auto fault =
+          std::find_if(faulty.begin(), faulty.end(), [&](const FaultyCell& f) { return f.column == i; });
+      AddCell(i, cells[i], fault == faulty.end() ? nullptr : &*fault);
     }
     ++row_;
   }
@@ -181,12 +182,16 @@ class XlsxWriter::Book {
            std::to_string(choices.size());
   }
 
-  void AddCell(std::size_t index, std::string_view text, bool faulty) {
+  void AddCell(std::size_t index, std::string_view text, const FaultyCell* fault) {
     const Formats& formats = FormatsOf(columns_[index].kind);
-    lxw_format* const format = faulty ? formats.faulty : formats.plain;
+    lxw_format* const format = fault != nullptr ? formats.faulty : formats.plain;
     const auto row = static_cast<lxw_row_t>(row_);
-    if (text.empty()) {
-      if (faulty) Require(worksheet_write_blank(sheet_, row, Column(index), format));
+    const auto number = ParseLocaleNumber(text, locale_);
+    if (fault != nullptr && fault->was_rounded && number) {
+      Require(
+          worksheet_write_number(sheet_, row, Column(index), *number, FormatsOf(CellKind::kNumber).faulty));
+    } else if (text.empty()) {
+      if (fault != nullptr) Require(worksheet_write_blank(sheet_, row, Column(index), format));
     } else if (!AddValue(row, index, text, format)) {
       const std::string cell(CutToCharacters(text, kLongestText));
       Require(worksheet_write_string(sheet_, row, Column(index), cell.c_str(), format));
@@ -241,7 +246,7 @@ XlsxWriter::XlsxWriter(const std::string& sheet, std::vector<WrittenColumn> colu
 
 XlsxWriter::~XlsxWriter() = default;
 
-void XlsxWriter::AddRow(std::span<const std::string_view> cells, std::span<const std::size_t> faulty) {
+void XlsxWriter::AddRow(std::span<const std::string_view> cells, std::span<const FaultyCell> faulty) {
   book_->AddRow(cells, faulty);
 }
 

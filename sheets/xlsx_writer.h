@@ -20,6 +20,12 @@ struct WrittenColumn {
   std::vector<std::string> choices;  ///< for a drop-down list; others can be entered all the same
 };
 
+/// A cell of a written row that is shown in red.
+struct FaultyCell {
+  std::size_t column = 0;
+  bool was_rounded = false;  ///< stays the rounded number that it was, also in a column of texts
+};
+
 /// Writes a workbook with one sheet for people: a heading that stays in view, columns of texts formatted as
 /// such, so that zeros in front stay, drop-down lists, and rows below it.
 class XlsxWriter {
@@ -30,8 +36,8 @@ class XlsxWriter {
              bool many_rows = false);
   ~XlsxWriter();
 
-  /// Adds a row; the cells of `faulty` columns are shown in red. Raises Error where the sheet is full.
-  void AddRow(std::span<const std::string_view> cells, std::span<const std::size_t> faulty = {});
+  /// Adds a row. Raises Error where the sheet is full.
+  void AddRow(std::span<const std::string_view> cells, std::span<const FaultyCell> faulty = {});
   /// Ends the file and answers its bytes. Raises Error where it cannot be written.
   std::string Finish();
 
