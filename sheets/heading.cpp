@@ -137,4 +137,12 @@ std::optional<std::size_t> HeadingReader::Find(std::span<const Row> rows) const 
   return std::nullopt;
 }
 
+std::size_t HeadingReader::FindAnnounced(std::span<const Row> rows) const {
+  for (std::size_t i = 0; i < std::min(rows.size(), kMostTitles + 1); ++i) {
+    if (Read(rows[i]).Count(Meaning::kColumn) > 0) return i;
+    if (Filled(rows[i]) > 1) break;
+  }
+  return 0;
+}
+
 }  // namespace mox

@@ -56,6 +56,9 @@ class HeadingReader {
   /// Raises UnclearHeading where a row has known headings beside others, or has words alone where only digits
   /// follow.
   std::optional<std::size_t> Find(std::span<const std::vector<std::string>> rows) const;
+  /// Which of them is the heading where there is one: the first below titles that has a known heading, else
+  /// the first of all.
+  std::size_t FindAnnounced(std::span<const std::vector<std::string>> rows) const;
 
  private:
   struct Known {

@@ -1,6 +1,7 @@
 #include "sheets/sheet_layout.h"
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 #include "mox/foundation/dates.h"
@@ -80,14 +81,11 @@ class Layout {
 
   // Answers where the data begin.
   std::size_t TakeHeading(const std::vector<HeldRow>& first) {
+    if (options_.heading == HeadingMode::kAbsent || first.empty()) return 0;
     const HeadingReader reader(columns_, options_.map);
-    std::size_t at = 0;
-    if (options_.heading == HeadingMode::kAbsent || first.empty()) return at;
-    if (options_.heading == HeadingMode::kRecognised) {
-      const auto found = Find(reader, first);
-      if (!found) return 0;
-      at = *found;
-    }
+    const std::optional<std::size_t> found = Find(reader, first);
+    if (!found) return 0;
+    const std::size_t at = *found;
     if (at > 0) {
       sheet_.remarks.push_back(rows_.Label() + ": what stands above the heading in row " +
                                std::to_string(first[at].number) + " is left out");
@@ -100,6 +98,7 @@ class Layout {
   std::optional<std::size_t> Find(const HeadingReader& reader, const std::vector<HeldRow>& first) const {
     std::vector<std::vector<std::string>> texts;
     for (const HeldRow& row : first) texts.push_back(row.texts);
+    if (options_.heading == HeadingMode::kPresent) return reader.FindAnnounced(texts);
     try {
       return reader.Find(texts);
     } catch (const UnclearHeading& error) {
