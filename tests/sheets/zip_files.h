@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 #include <zip.h>
 
 #include <filesystem>
@@ -20,7 +21,7 @@ struct ZipWish {
 
 /// The bytes of a zip file of these parts.
 inline std::string Zip(const Parts& parts, const ZipWish& wish = {}) {
-  const std::string path = testing::TempDir() + "mox_sheets_test.zip";
+  const std::string path = testing::TempDir() + "mox_sheets_test_" + std::to_string(::getpid()) + ".zip";
   std::filesystem::remove(path);
   zip_t* const archive = zip_open(path.c_str(), ZIP_CREATE, nullptr);
   for (const auto& [name, bytes] : parts) {
@@ -32,7 +33,9 @@ inline std::string Zip(const Parts& parts, const ZipWish& wish = {}) {
     if (wish.password != nullptr) zip_file_set_encryption(archive, part, ZIP_EM_TRAD_PKWARE, wish.password);
   }
   EXPECT_EQ(zip_close(archive), 0);
-  return ReadWholeFile(path);
+  std::string bytes = ReadWholeFile(path);
+  std::filesystem::remove(path);
+  return bytes;
 }
 
 }  // namespace mox
