@@ -26,18 +26,16 @@ constexpr const char* kReader = "workbook/read";
 constexpr const char* kPeer = "workbook/openpyxl";
 constexpr const char* kPython = "/usr/bin/python3 ";  // the one that finds Debian's packages
 
+CellKind KindOf(const ImportFieldDef& field) {
+  if (field.field_type == field_type::kFloat) return CellKind::kNumber;
+  return field.field_type == field_type::kBoolean ? CellKind::kBoolean : CellKind::kText;
+}
+
 std::vector<WrittenColumn> Columns() {
   std::vector<WrittenColumn> columns;
-  for (const ImportFieldDef& field : ImportFieldsOf(*FindImportProfile("PARTNERPTT"))) {
-    if (columns.empty() &&
-        (field.field_name == "V_TEMP" || field.field_name == "VALIDACIJA" || field.field_name == "ERR_MSG")) {
-      continue;
-    }
-    const bool number = field.field_type == field_type::kFloat;
-    const bool boolean = field.field_type == field_type::kBoolean;
-    columns.push_back({field.caption, number    ? CellKind::kNumber
-                                      : boolean ? CellKind::kBoolean
-                                                : CellKind::kText});
+  const std::vector<ImportFieldDef> fields = ImportFieldsOf(*FindImportProfile("PARTNERPTT"));
+  for (std::size_t i = kFirstDataPosition; i < fields.size(); ++i) {
+    columns.push_back({fields[i].caption, KindOf(fields[i]), false, {}});
   }
   return columns;
 }
