@@ -108,7 +108,7 @@ std::vector<std::int64_t> KeyFinder::Ask(const Keys& keys) {
   answer.Open();
   prepared->second.ExecuteInto(answer);
   std::vector<std::int64_t> ids;
-  for (answer.First(); !answer.Eof(); answer.Next()) ids.push_back(answer.AsInteger(0));
+  for (const RecordRow& row : answer.Rows()) ids.push_back(row.AsInteger(0));
   return ids;
 }
 

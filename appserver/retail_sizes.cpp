@@ -26,9 +26,9 @@ RecordSet FindRetailSizes(Database& database, const TAstaParamList& request) {
       "AND fold(brend) = fold(:brend) AND fold(spol) = fold(:spol) AND fold(uzrast) = fold(:uzrast) "
       "ORDER BY id LIMIT 1",
       std::vector<FieldKind>(std::size(kFields), FieldKind::kText));
-  for (articles.First(); !articles.Eof(); articles.Next()) {
+  for (const RecordRow& article : articles.Rows()) {
     for (std::size_t i = 0; i < std::size(kFields); ++i) {
-      statement.BindText(i, articles.FieldByName(kFields[i]).AsText());
+      statement.BindText(i, article.AsText(articles.FieldByName(kFields[i]).Index()));
     }
     statement.ExecuteInto(sizes);
   }

@@ -204,7 +204,7 @@ RecordSetFile ReadRecordSet(const FileText& file, const ReadOptions& options) {
   return Reader(file).Read(options);
 }
 
-void WriteRecordSet(RecordSet& records, std::string& out) {
+void WriteRecordSet(const RecordSet& records, std::string& out) {
   std::vector<FieldKind> kinds;
   for (std::size_t i = 0; i < records.FieldCount(); ++i) {
     const FieldDef& field = records.Definition(i);
@@ -213,14 +213,14 @@ void WriteRecordSet(RecordSet& records, std::string& out) {
     AppendText(field.name + ":" + std::string(KindName(field.kind)), out);
   }
   out += '\n';
-  for (records.First(); !records.Eof(); records.Next()) {
+  for (const RecordRow& record : records.Rows()) {
     for (std::size_t i = 0; i < kinds.size(); ++i) {
       if (i > 0) out += ',';
-      if (records.IsNull(i)) continue;
+      if (record.IsNull(i)) continue;
       if (IsText(kinds[i])) {
-        AppendText(records.AsTextView(i), out);
+        AppendText(record.AsTextView(i), out);
       } else {
-        AppendPlain(out, records.AsVariant(i));
+        AppendPlain(out, record.AsVariant(i));
       }
     }
     out += '\n';

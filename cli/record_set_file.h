@@ -48,8 +48,8 @@ struct ReadOptions {
 /// "abc" is not a number`, with the line at which the record starts.
 RecordSetFile ReadRecordSet(const FileText& file, const ReadOptions& options = {});
 
-/// Appends all records in the form of a record-set file. The set is left at its end.
-void WriteRecordSet(RecordSet& records, std::string& out);
+/// Appends the rows in the form of a record-set file, where they stand: nothing moves or is calculated.
+void WriteRecordSet(const RecordSet& records, std::string& out);
 
 /// Remembers which record a walk has come to, so that an error can say where it happened.
 class WalkWatch {

@@ -37,23 +37,23 @@ std::string ShownText(std::string text) {
   return std::string(CutToCharacters(text, kLongestText - 1)) + "…";
 }
 
-std::string ShownValue(const RecordSet& records, std::size_t index, FieldKind kind) {
+std::string ShownValue(const RecordRow& record, std::size_t index, FieldKind kind) {
   switch (kind) {
     case FieldKind::kCurrency:
-      return FormatFloat("#,0.00##", records.AsCurrency(index), CurrentLocale());
+      return FormatFloat("#,0.00##", record.AsCurrency(index), CurrentLocale());
     case FieldKind::kFloat:
-      return FormatFloat("#,0.####", records.AsFloat(index), CurrentLocale());
+      return FormatFloat("#,0.####", record.AsFloat(index), CurrentLocale());
     case FieldKind::kBoolean:
-      return records.AsBoolean(index) ? "da" : "ne";
+      return record.AsBoolean(index) ? "da" : "ne";
     default:
-      return ShownText(records.AsText(index));
+      return ShownText(record.AsText(index));
   }
 }
 
-bool IsWorthShowing(const RecordSet& records, std::size_t index, FieldKind kind) {
-  if (records.IsNull(index)) return false;
-  if (IsNumber(kind)) return records.AsFloat(index) != 0;
-  return kind != FieldKind::kText || !records.AsTextView(index).empty();
+bool IsWorthShowing(const RecordRow& record, std::size_t index, FieldKind kind) {
+  if (record.IsNull(index)) return false;
+  if (IsNumber(kind)) return record.AsFloat(index) != 0;
+  return kind != FieldKind::kText || !record.AsTextView(index).empty();
 }
 
 std::size_t DecimalsOf(const std::string& number, const std::string& separator) {
@@ -74,7 +74,7 @@ void AlignDecimals(std::vector<std::string>& numbers) {
   }
 }
 
-std::vector<TableColumn> CollectColumns(RecordSet& records, const TableOptions& options) {
+std::vector<TableColumn> CollectColumns(const RecordSet& records, const TableOptions& options) {
   const bool number_records = options.number_records;
   std::vector<TableColumn> columns;
   if (number_records) columns.push_back({"rb", true, false, false, {}, 0});
@@ -85,14 +85,14 @@ std::vector<TableColumn> CollectColumns(RecordSet& records, const TableOptions& 
   }
   const std::size_t first = number_records ? 1 : 0;
   std::size_t row = 0;
-  for (records.First(); !records.Eof(); records.Next()) {
+  for (const RecordRow& record : records.Rows()) {
     ++row;
     if (number_records) columns[0].cells.push_back(std::to_string(row));
     for (std::size_t i = 0; i < records.FieldCount(); ++i) {
       const FieldKind kind = records.Definition(i).kind;
       TableColumn& column = columns[first + i];
-      column.cells.push_back(records.IsNull(i) ? std::string() : ShownValue(records, i, kind));
-      column.empty = column.empty && !IsWorthShowing(records, i, kind);
+      column.cells.push_back(record.IsNull(i) ? std::string() : ShownValue(record, i, kind));
+      column.empty = column.empty && !IsWorthShowing(record, i, kind);
     }
   }
   if (options.hide_empty && row > 0)
@@ -133,14 +133,14 @@ void AppendBlock(const Block& block, std::size_t rows, std::string& out) {
 
 }  // namespace
 
-void AppendTable(RecordSet& records, const TableOptions& options, std::string& out) {
+void AppendTable(const RecordSet& records, const TableOptions& options, std::string& out) {
   std::vector<TableColumn> columns = CollectColumns(records, options);
   for (TableColumn& column : columns) {
     if (column.aligns_decimals) AlignDecimals(column.cells);
     column.width = CountCharacters(column.heading);
     for (const std::string& cell : column.cells) column.width = std::max(column.width, CountCharacters(cell));
   }
-  const std::size_t rows = records.RecordCount();
+  const std::size_t rows = records.RowCount();
   const std::size_t repeated = options.number_records ? 1 : 0;  // at the head of each block
   Block block;
   std::size_t width = 0;
@@ -157,7 +157,7 @@ void AppendTable(RecordSet& records, const TableOptions& options, std::string& o
   if (!block.empty()) AppendBlock(block, rows, out);
 }
 
-void AppendTableOrFile(RecordSet& records, bool table, std::string& out, const TableOptions& options) {
+void AppendTableOrFile(const RecordSet& records, bool table, std::string& out, const TableOptions& options) {
   if (table) return AppendTable(records, options, out);
   WriteRecordSet(records, out);
 }

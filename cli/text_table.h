@@ -13,10 +13,11 @@ struct TableOptions {
 };
 
 /// Appends the records as a table for people: numbers as the locale writes them, to the right and with their
-/// decimal separators in line, long texts cut. The set is left at its end.
-void AppendTable(RecordSet& records, const TableOptions& options, std::string& out);
+/// decimal separators in line, long texts cut.
+void AppendTable(const RecordSet& records, const TableOptions& options, std::string& out);
 
 /// As a table, or as a record-set file.
-void AppendTableOrFile(RecordSet& records, bool table, std::string& out, const TableOptions& options = {});
+void AppendTableOrFile(const RecordSet& records, bool table, std::string& out,
+                       const TableOptions& options = {});
 
 }  // namespace mox

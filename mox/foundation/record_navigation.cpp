@@ -58,12 +58,18 @@ void RecordSet::LeaveRecord() {
 // A move is made and told of also when the event of the record raises.
 void RecordSet::TellOfMove() {
   std::exception_ptr failure;
-  before_calculation_.clear();
-  try {
-    if (events_.calc_fields) FireCalcFields();
-  } catch (...) {
-    failure = std::current_exception();
+  const RecordTable::Id record = now_.rows[now_.position];
+  if (events_.calc_fields && !events_.settled.Has(record)) {
+    if (!now_.listening) return FireCalcFields(record);
+    try {
+      FireCalcFields(record);
+    } catch (...) {
+      failure = std::current_exception();
+    }
+  } else {
+    before_calculation_.clear();
   }
+  if (!now_.listening) return;
   if (!std::equal(before_calculation_.begin(), before_calculation_.end(), now_.cells)) {
     Tell(RecordSetChange::kRecord, now_.position);
   }

@@ -60,6 +60,7 @@ void RecordSet::BeginAnew(DataSetState state) {
   now_.epoch = NextEpoch();
   now_.state = state;
   now_.modified = now_.inserting = now_.filtered = false;
+  events_.settled.Clear();
   visible_.clear();
   filter_.reset();
   BindStructure();
@@ -154,6 +155,7 @@ void RecordSet::Clear() {
   RequireBrowsable("clear");
   if (table_.empty()) return;
   table_.Clear();
+  events_.settled.Clear();
   visible_.clear();
   BindRows();
   ShowNothing();
@@ -161,6 +163,7 @@ void RecordSet::Clear() {
 }
 
 void RecordSet::BeganEdit() {
+  events_.settled.Remove(now_.rows[now_.position]);
   BindWritable();
   Tell(RecordSetChange::kRecord, CurrentRow());
 }
@@ -216,6 +219,7 @@ void RecordSet::PostSlowly() {
   if (now_.state != DataSetState::kEdit && now_.state != DataSetState::kInsert) RequireEditing();
   if (events_.before_post) FireBeforePost();
   const bool inserted = now_.inserting;
+  const RecordTable::Id record = inserted ? now_.pending : now_.rows[now_.position];
   if (inserted) table_.Place(now_.pending, now_.pending_at);
   EndEditing();
   if (!now_.filtered) BindRows();
@@ -228,7 +232,7 @@ void RecordSet::PostSlowly() {
       if (!failure) failure = std::current_exception();
     }
   };
-  if (events_.calc_fields) attempt([this] { FireCalcFields(); });
+  if (events_.calc_fields) attempt([this, record] { FireCalcFields(record); });
   if (now_.filtered) {
     attempt([this, inserted] { FilterPosted(inserted); });
   } else {
@@ -302,6 +306,7 @@ void RecordSet::DataTransfer(const RecordSet& source) {
   const auto current = now_.row_count > 0 ? std::optional(now_.rows[now_.position]) : std::nullopt;
   const std::size_t before = table_.size();
   table_.AppendFrom(source.table_);
+  events_.settled.Clear();
   if (table_.size() > before) ShowAfterChange(current);
 }
 
@@ -328,14 +333,22 @@ struct RecordSet::CalcGuard {
   bool modified;
 };
 
-void RecordSet::FireCalcFields() {
+// For the current record, of that number. A record whose edit may still be cancelled is never settled.
+void RecordSet::FireCalcFields(RecordTable::Id record) {
   const std::size_t words = table_.structure().record_words();
-  if (now_.listening) before_calculation_.assign(now_.cells, now_.cells + words);
+  const bool compares = now_.listening || events_.reads == CalcFieldsReads::kItsRecord;
+  if (compares) before_calculation_.assign(now_.cells, now_.cells + words);
+  events_.settled.Remove(record);
   {
     const CalcGuard guard(*this);
     events_.calc_fields(*this);
   }
-  if (now_.state == DataSetState::kBrowse) table_.CompactTextsIfWorthIt();
+  if (now_.state != DataSetState::kBrowse) return;
+  const bool settled = events_.reads == CalcFieldsReads::kItsInputs ||
+                       (events_.reads == CalcFieldsReads::kItsRecord &&
+                        std::equal(before_calculation_.begin(), before_calculation_.end(), now_.cells));
+  if (settled) events_.settled.Add(record);
+  table_.CompactTextsIfWorthIt();
 }
 
 void RecordSet::FireBeforePost() {
@@ -350,9 +363,11 @@ void RecordSet::FireBeforePost() {
   events_.before_post(*this);
 }
 
-void RecordSet::SetOnCalcFields(CalcFieldsEvent event) {
+void RecordSet::SetOnCalcFields(CalcFieldsEvent event, CalcFieldsReads reads) {
   RequireOutsideEvents("replace the event");
   events_.calc_fields = std::move(event);
+  events_.reads = reads;
+  events_.settled.Clear();
   BindWatched();
 }
 
@@ -394,7 +409,9 @@ void RecordSet::EnableControls() {
 
 void RecordSet::Refresh() {
   RequireBrowsable("refresh");
-  if (events_.calc_fields && (now_.row_count > 0 || now_.inserting)) FireCalcFields();
+  if (events_.calc_fields && RowCount() > 0) {
+    FireCalcFields(now_.inserting ? now_.pending : now_.rows[now_.position]);
+  }
   Tell(RecordSetChange::kReset);
 }
 

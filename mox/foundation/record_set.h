@@ -18,6 +18,7 @@
 #include "mox/foundation/record_filter.h"
 #include "mox/foundation/record_row.h"
 #include "mox/foundation/record_table.h"
+#include "mox/foundation/settled_records.h"
 #include "mox/foundation/vocabulary.h"
 
 namespace mox {
@@ -203,8 +204,9 @@ class RecordSet {
   // --- calculated fields and display ---
 
   /// Fired for a record that becomes current, after it was posted and on refresh. Inside, only fields defined
-  /// as calculated may be written, and nothing moves.
-  void SetOnCalcFields(CalcFieldsEvent event);
+  /// as calculated may be written, and nothing moves. What the event reads tells when it need not run on a
+  /// move; Refresh always runs it.
+  void SetOnCalcFields(CalcFieldsEvent event, CalcFieldsReads reads = CalcFieldsReads::kAnything);
   /// Fired before a record is posted, by whatever posts it: a screen's checks. Abort, after a dialog, or an
   /// error cancels the post and the move that wanted it. Inside, the record may be written; nothing moves,
   /// posts or cancels.
@@ -359,6 +361,8 @@ class RecordSet {
 
   struct Events {
     CalcFieldsEvent calc_fields;
+    CalcFieldsReads reads = CalcFieldsReads::kAnything;
+    SettledRecords settled;
     BeforePostEvent before_post;
     Listeners listeners;
   };
@@ -414,7 +418,7 @@ class RecordSet {
   void EndEditing();
 
   // events
-  void FireCalcFields();
+  void FireCalcFields(RecordTable::Id record);
   void FireBeforePost();
   void Tell(RecordSetChange::Kind kind, std::size_t row = 0, std::size_t field = 0);
 

@@ -101,7 +101,7 @@ inline void RecordSet::Edit() {
   now_.state = DataSetState::kEdit;
   now_.writable = &now_.places->usual;
   now_.modified = false;
-  if (now_.listening) [[unlikely]]
+  if (now_.watched) [[unlikely]]
     BeganEdit();
 }
 

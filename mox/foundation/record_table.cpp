@@ -81,6 +81,8 @@ void RecordTable::WriteText(std::uint64_t* cells, std::size_t field, std::string
   if (def.size > 0 && def.kind == FieldKind::kText && text.size() > def.size) {
     text = CutToCharacters(text, def.size);
   }
+  // what stays the same takes no memory, and a calculation that writes it again changes nothing
+  if (!IsNull(cells, field) && TextArena::Get(cells[field]) == text) return;
   const std::uint64_t bits = texts_.Add(text);
   DropText(cells, field);
   WriteBits(cells, field, bits);

@@ -10,16 +10,15 @@ namespace {
 constexpr std::string_view kIncomplete = "Nepotpun unos!";
 constexpr std::string_view kNotUnique = "Neispravan unos";
 
-// A walk over the set itself would post the record whose value is checked, so a copy is walked. It holds that
-// record as it was before its edit, and not at all while it is inserted.
+// Among all records as they were posted, whatever the filter: the record whose value is checked counts as it was
+// before its edit, and not at all while it is inserted.
 bool IsRepeated(const Field& field) {
   const RecordSet& records = field.DataSet();
+  const RecordTable& table = records.Table();
   const Value value = field.AsVariant();
-  RecordSet copy;
-  copy.CleanClone(records);
   std::size_t count = 0;
-  for (copy.First(); !copy.Eof(); copy.Next()) {
-    if (copy.AsVariant(field.Index()) == value) ++count;
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    if (table[i].AsVariant(field.Index()) == value) ++count;
   }
   const bool counts_itself =
       records.State() != DataSetState::kInsert && records.OldVariant(field.Index()) == value;
