@@ -110,6 +110,12 @@ RecordSet& Peers::LinesWithEvent() {
   return lines_;
 }
 
+RecordSet& Peers::LinesWithSettlingEvent() {
+  lines_.SetOnCalcFields([](RecordSet& line) { GotovinskiRacunStavkeCalcFields(line, kDigits.tax); },
+                         CalcFieldsReads::kItsInputs);
+  return lines_;
+}
+
 RecordSet& Peers::LinesWithoutEvent() {
   lines_.SetOnCalcFields(nullptr);
   return lines_;
@@ -127,7 +133,9 @@ void Peers::Check() {
   RaisePrices(LinesWithEvent(), by);
   RaisePricesPlainly(plain_, by, kDigits);
   CheckLines("the posted record set", LinesWithoutEvent(), plain_, value_of_field);
-  RaisePrices(LinesWithEvent(), -by);
+  Walk(LinesWithSettlingEvent());
+  RaisePrices(lines_, by);
+  RaisePrices(lines_, -by - by);
   RaisePricesOncePlainly(plain_, -by, kDigits);
   CheckLines("the record set posted again", LinesWithoutEvent(), plain_, value_of_field);
 

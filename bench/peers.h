@@ -30,6 +30,10 @@ class Peers {
 
   /// The record set with the calculate-fields event of a cash invoice, or without any.
   RecordSet& LinesWithEvent();
+  /// The event is declared to read its inputs alone, so that a line is calculated once and not again until it
+  /// is edited.
+  RecordSet& LinesWithSettlingEvent();
+  RecordSet& Lines() { return lines_; }  ///< with the event that it has
   RecordSet& LinesWithoutEvent();
   RecordSet& SomeLines() { return some_lines_; }  ///< kTextLineCount of them
   RecordSet& Recapitulation() { return recapitulation_; }
