@@ -158,10 +158,17 @@ void RecordTable::CloneFrom(const RecordTable& source) {
     return;
   }
   StartWith(source.structure_);
-  std::vector<std::optional<std::size_t>> same(structure_->size());
-  for (std::size_t i = 0; i < same.size(); ++i) same[i] = i;
   order_.reserve(source.order_.size());
-  for (const Id record : source.order_) order_.push_back(CopyOf(source, record, same));
+  for (const Id record : source.order_) {
+    const std::uint64_t* const from = source.PostedCells(record);
+    const Id copy = slabs_.Allocate();
+    std::uint64_t* const cells = Cells(copy);
+    std::memcpy(cells, from, structure_->record_words() * sizeof(std::uint64_t));
+    for (const std::size_t field : structure_->text_fields()) {
+      cells[field] = texts_.Add(TextArena::Get(from[field]));
+    }
+    order_.push_back(copy);
+  }
 }
 
 void RecordTable::AppendFrom(const RecordTable& source) {

@@ -105,6 +105,10 @@ void WriteCell(const RecordRow& row, FieldKind kind, std::size_t index, std::str
     out += kNull;
   } else if (HoldsText(kind)) {
     AppendCounted(out, row.AsTextView(index));
+  } else if (kind == FieldKind::kCurrency) {  // as AppendPlain writes it, without a value in between
+    out += row.AsCurrency(index).ToString();
+  } else if (kind == FieldKind::kFloat) {
+    out += ShortestNumber(row.AsFloat(index));
   } else {
     AppendPlain(out, row.AsVariant(index));
   }
@@ -186,9 +190,10 @@ void AppendRecordSetText(const RecordSet& set, std::string& out) {
   out.reserve(out.size() + table.MemoryBytes());
   for (std::size_t record = 0; record < table.size(); ++record) {
     const RecordRow row = table[record];
+    const FieldKind* const kinds = table.structure().kinds();
     for (std::size_t i = 0; i < row.FieldCount(); ++i) {
       if (i > 0) out += ' ';
-      WriteCell(row, row.Definition(i).kind, i, out);
+      WriteCell(row, kinds[i], i, out);
     }
     out += '\n';
   }

@@ -10,8 +10,8 @@ namespace {
 constexpr std::string_view kIncomplete = "Nepotpun unos!";
 constexpr std::string_view kNotUnique = "Neispravan unos";
 
-// Among all records as they were posted, whatever the filter: the record whose value is checked counts as it was
-// before its edit, and not at all while it is inserted.
+// Among all records as they were posted, whatever the filter: the record whose value is checked counts as it
+// was before its edit, and not at all while it is inserted.
 bool IsRepeated(const Field& field) {
   const RecordSet& records = field.DataSet();
   const RecordTable& table = records.Table();
