@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 /// A set of texts for many look-ups. A slot is eight bytes, the texts lie one behind the other in one buffer:
@@ -82,3 +84,5 @@ class TextSet {
 };
 
 }  // namespace mox
+
+#pragma GCC visibility pop

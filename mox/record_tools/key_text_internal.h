@@ -5,6 +5,8 @@
 
 #include "mox/record_tools/record_tools.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 /// Raises FieldNotFound.
@@ -14,3 +16,5 @@ std::vector<std::size_t> FieldIndexes(RecordSet& records, FieldNames names);
 std::string KeyText(const RecordSet& records, const std::vector<std::size_t>& fields);
 
 }  // namespace mox
+
+#pragma GCC visibility pop

@@ -1,12 +1,25 @@
 #include <iostream>
 
 #include "appserver/company_server.h"
-#include "mox/codes/exchange_rates.h"
+#include "mox/documents/document.h"
 #include "mox/foundation/app.h"
+#include "mox/host/memory_settings.h"
 
 int main() {
   mox::Database::Create("tvrtka.db");
   mox::CompanyServer server(mox::Database("tvrtka.db"));
-  mox::ScopedApp app({.comunication = &server});
-  std::cout << "rate " << mox::GetTecajByOznakaValute(*mox::MakeDate(2022, 12, 31), "EUR") << "\n";
+  mox::MemorySettings settings;
+  mox::ScopedApp app({.ini = &settings, .comunication = &server});
+  mox::Document invoice("gotovinski-racun");
+  mox::RecordSet& goods = *invoice.Goods();
+  goods.Append();
+  goods.Set(mox::field::kolicina, 3);
+  goods.Set(mox::field::pc, mox::Currency::Parse("0.99"));
+  goods.Set(mox::field::tbr_stp, 25);
+  goods.Post();
+  if (!invoice.Store()) return 1;
+  mox::RecordSet& taxes = *invoice.Recapitulation();
+  std::cout << "base " << taxes[mox::field::osnovica].ToString() << ", tax "
+            << taxes[mox::field::porez].ToString() << ", to be paid " << invoice.ToBePaid()->ToString()
+            << ", stored as " << server.LastWrite().stored->AsText(0) << "\n";
 }

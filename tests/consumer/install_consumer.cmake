@@ -49,6 +49,10 @@ list(TRANSFORM headers REPLACE "(.+)" "#include \"\\1\"\n")
 list(JOIN headers "" every_header)
 file(WRITE "${WORK_DIR}/every_header.cpp" "${every_header}")
 
+# The shared object must show no name that is in none of them.
+file(GLOB_RECURSE library "${WORK_DIR}/prefix/*/libMOX.so")
+run("${PYTHON}" -B "${SOURCE_DIR}/visible_names.py" "${library}" "${WORK_DIR}/prefix/include/mox")
+
 run(
   "${CMAKE_COMMAND}" -S "${SOURCE_DIR}" -B "${WORK_DIR}/by_package" -G Ninja
   "-DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix" "-DCMAKE_CXX_COMPILER=${CXX}" "-DCMAKE_CXX_FLAGS=${FLAGS}"

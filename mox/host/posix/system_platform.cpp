@@ -94,40 +94,39 @@ class HiddenStart {
   posix_spawnattr_t attributes_{};
 };
 
-}  // namespace
-
-#pragma GCC visibility push(hidden)
-
 // They are asked for now and then, so that none stays in the system's table after it has ended.
-struct SystemPlatform::Children {
+struct ChildList {
   std::vector<pid_t> running;
 
   void Forget() {
     std::erase_if(running, [](pid_t child) { return ExitCodeOf(child) != kStillActive; });
   }
-
-  class Program : public AppProgram {
-   public:
-    Program(pid_t child, std::shared_ptr<Children> children)
-        : child_(child), children_(std::move(children)) {}
-    ~Program() override {
-      if (ExitCode() == kStillActive) children_->running.push_back(child_);
-    }
-    Program(const Program&) = delete;
-    Program& operator=(const Program&) = delete;
-
-    int ExitCode() override {
-      if (exit_code_ == kStillActive) exit_code_ = ExitCodeOf(child_);
-      return exit_code_;
-    }
-
-   private:
-    pid_t child_;
-    std::shared_ptr<Children> children_;
-    int exit_code_ = kStillActive;
-  };
 };
-#pragma GCC visibility pop
+
+class RunningProgram : public AppProgram {
+ public:
+  RunningProgram(pid_t child, std::shared_ptr<ChildList> children)
+      : child_(child), children_(std::move(children)) {}
+  ~RunningProgram() override {
+    if (ExitCode() == kStillActive) children_->running.push_back(child_);
+  }
+  RunningProgram(const RunningProgram&) = delete;
+  RunningProgram& operator=(const RunningProgram&) = delete;
+
+  int ExitCode() override {
+    if (exit_code_ == kStillActive) exit_code_ = ExitCodeOf(child_);
+    return exit_code_;
+  }
+
+ private:
+  pid_t child_;
+  std::shared_ptr<ChildList> children_;
+  int exit_code_ = kStillActive;
+};
+
+}  // namespace
+
+struct SystemPlatform::Children : ChildList {};
 
 SystemPlatform::SystemPlatform(std::function<std::string()> clipboard)
     : clipboard_(std::move(clipboard)), children_(std::make_shared<Children>()) {}
@@ -174,7 +173,7 @@ std::unique_ptr<AppProgram> SystemPlatform::StartHidden(std::string_view file, s
   words.insert(words.begin(), std::string(WithoutQuotes(file)));
   const std::optional<pid_t> child = HiddenStart().Run(words);
   if (!child) return nullptr;
-  return std::make_unique<Children::Program>(*child, children_);
+  return std::make_unique<RunningProgram>(*child, children_);
 }
 
 std::string SystemPlatform::ClipboardText() { return clipboard_ ? clipboard_() : std::string(); }
