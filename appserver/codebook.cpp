@@ -118,12 +118,19 @@ void AppendRows(Database& database, const CodebookShape& shape, std::string_view
   }
 }
 
+std::string PlainText(const Value& value) {
+  if (const auto* const text = std::get_if<std::string>(&value)) return *text;
+  std::string plain;
+  AppendPlain(plain, value);
+  return plain;
+}
+
 std::string KeyOf(const CodebookShape& shape, const RecordSet& records) {
   std::string key;
   for (const std::string_view name : shape.codebook->key) {
     const auto field = records.FindFieldIndex(name);
-    key +=
-        (name == shape.codebook->key.front() ? "" : ";") + (field ? records.AsText(*field) : std::string());
+    key += name == shape.codebook->key.front() ? "" : ";";
+    if (field) key += PlainText(records.AsVariant(*field));
   }
   return key;
 }

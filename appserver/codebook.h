@@ -79,6 +79,8 @@ RecordSet EmptyAnswer(const CodebookShape& shape);
 /// Appends rows; `rest` goes on after FROM.
 void AppendRows(Database& database, const CodebookShape& shape, std::string_view rest,
                 std::span<const Value> values, RecordSet& answer);
+/// A value as keys have it, whatever the locale: "2012-03-01", "true", "25".
+std::string PlainText(const Value& value);
 /// The key of the current record for people, "10000;Zagreb".
 std::string KeyOf(const CodebookShape& shape, const RecordSet& records);
 

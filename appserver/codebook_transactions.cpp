@@ -94,7 +94,7 @@ class CodebookRows {
   std::string Key() const {
     std::string key;
     for (const std::string_view name : codebook_.key) {
-      key += (name == codebook_.key.front() ? "" : ";") + TextOf(shape_.IndexOf(name));
+      key += (name == codebook_.key.front() ? "" : ";") + PlainText(ValueOf(shape_.IndexOf(name)));
     }
     return key;
   }
