@@ -162,8 +162,8 @@ void RecordSet::Clear() {
   Tell(RecordSetChange::kReset);
 }
 
+// A post calculates the record anyway, and a cancel brings back the settled one.
 void RecordSet::BeganEdit() {
-  events_.settled.Remove(now_.rows[now_.position]);
   BindWritable();
   Tell(RecordSetChange::kRecord, CurrentRow());
 }

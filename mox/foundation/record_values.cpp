@@ -49,6 +49,9 @@ Value RecordSet::OldVariant(std::size_t index) const {
 // --- writing it ---
 
 void RecordSet::RequireWritable(std::size_t index) const {
+  const bool open = now_.state == DataSetState::kEdit || now_.state == DataSetState::kInsert;
+  if (open && index < now_.field_count) [[likely]]
+    return;
   RequireIndex(index);
   const FieldDef& field = Definition(index);
   switch (now_.state) {
