@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "appserver/named_transaction.h"
+#include "appserver/open_items.h"
 #include "appserver/stored_document.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/digest.h"
@@ -196,6 +197,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
     StoreRecords(database, *records, rule);
     if (rule.table == "dok_stavke") next_line += static_cast<std::int64_t>(records->RecordCount());
   }
+  OpenItem(database, kind, key.id);
   MakePendingLinks(database, key, header);
   return Answer(key);
 }
@@ -282,6 +284,7 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
   StoreMirror(database, "dok_stavke", MirrorOf(ReadRows(database, "dok_stavke", id)), key.id);
   StoreMirror(database, "dok_porezi", MirrorOf(ReadRows(database, "dok_porezi", id)), key.id);
   StoreMirror(database, "dok_dobavljac", MirrorOfTotals(ReadRows(database, "dok_dobavljac", id)), key.id);
+  CloseItem(database, id, key.id);
   MakePendingLinks(database, key, header);
   return Answer(key);
 }

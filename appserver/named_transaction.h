@@ -63,6 +63,8 @@ std::span<const NamedTransaction> EInvoiceTransactionTable();
 std::span<const NamedTransaction> CompanyTransactionTable();
 /// Those that store rows of codebooks and take them away.
 std::span<const NamedTransaction> CodebookTransactionTable();
+/// Those that store payments.
+std::span<const NamedTransaction> MoneyTransactionTable();
 /// Those that store exchange rates.
 std::span<const NamedTransaction> RateTransactionTable();
 /// Those that store what the import grid sends.

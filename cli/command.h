@@ -63,6 +63,7 @@ extern const Command kDbCommand;
 extern const Command kCompanyCommand;
 extern const Command kCodebookCommand;
 extern const Command kRatesCommand;
+extern const Command kPayCommand;
 extern const Command kQueryCommand;
 extern const Command kStoreCommand;
 extern const Command kImportCommand;

@@ -3,10 +3,13 @@
 #include <optional>
 #include <ostream>
 
+#include "appserver/company_server.h"
 #include "cli/argument_text.h"
 #include "cli/command.h"
 #include "cli/document_input.h"
 #include "cli/document_store.h"
+#include "cli/host.h"
+#include "cli/named_values.h"
 #include "cli/options.h"
 #include "cli/progress_bar.h"
 #include "cli/recap_members.h"
@@ -22,6 +25,7 @@
 #include "mox/foundation/locale_text.h"
 #include "mox/foundation/visible_text.h"
 #include "mox/host/console_dialogs.h"
+#include "mox/server/credit_limit.h"
 
 namespace mox {
 namespace {
@@ -117,8 +121,22 @@ void RequireConfirmed(const Document& document, const DocumentArguments& argumen
               " have a positive quantity (--yes stores them, storno ID cancels a stored document)");
 }
 
+// The customer's credit limit and days overdue allow the debt, or the user does.
+void RequireCredit(const Document& document, const DocumentArguments& arguments, Session& session) {
+  const std::vector<NamedValue> header = NamedValues(arguments.header);
+  const std::string* const partner = FindValue(header, "par_id");
+  const std::optional<Currency> amount = document.ToBePaid();
+  if (!IsPaidLater(document.Kind()) || partner == nullptr || !amount || *amount <= Currency()) return;
+  ServerOf(session);
+  SessionDialogs dialogs(session, arguments.yes);
+  const ScopedApp app({.ini = &App().Ini(), .comunication = &App().Comunication(), .dialogs = &dialogs});
+  if (CheckKreditniLimitPartnera(IntegerArgument("par_id", *partner), *amount)) return;
+  throw Error("nothing was stored: the credit limit of partner " + *partner + " does not allow it");
+}
+
 RecordSet Store(Document& document, const DocumentArguments& arguments, Session& session) {
   RequireConfirmed(document, arguments, session);
+  RequireCredit(document, arguments, session);
   std::vector<std::string> lost;
   std::vector<std::string> header = arguments.header;
   if (!arguments.key.empty()) header.push_back("kljuc=" + arguments.key);

@@ -30,7 +30,8 @@ const auto kCommands = std::to_array<const Command*>(
     {&kRoundCommand,   &kCalcCommand,  &kRecapCommand,   &kTotalCommand,    &kDocumentCommand,
      &kOibCommand,     &kIbanCommand,  &kWordsCommand,   &kCurrencyCommand, &kWorkdaysCommand,
      &kServiceCommand, &kDbCommand,    &kCompanyCommand, &kCodebookCommand, &kRatesCommand,
-     &kQueryCommand,   &kStoreCommand, &kImportCommand,  &kQrCommand,       &kEInvoiceCommand});
+     &kPayCommand,     &kQueryCommand, &kStoreCommand,   &kImportCommand,   &kQrCommand,
+     &kEInvoiceCommand});
 
 // --- help ---
 

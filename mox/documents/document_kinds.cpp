@@ -384,6 +384,12 @@ const DocumentKind& StornoKindOf(const DocumentKind& kind) {
   return kind.cancelled_by.empty() ? kind : DocumentKindByName(kind.cancelled_by);
 }
 
+bool IsPaidLater(const DocumentKind& kind) {
+  constexpr std::string_view kPaidLater[] = {"otpremnica-racun", "storno-otpremnica-racun", "racun-usluga",
+                                             "racun-usluga-inozemstvo", "bez-gotovinski-racun-servis"};
+  return std::find(std::begin(kPaidLater), std::end(kPaidLater), kind.name) != std::end(kPaidLater);
+}
+
 std::vector<std::string_view> SplitNames(std::string_view names) {
   std::vector<std::string_view> split;
   while (!names.empty()) {

@@ -107,6 +107,9 @@ const DocumentKind& DocumentKindByName(std::string_view name);
 /// The kind whose documents cancel those of `kind`.
 const DocumentKind& StornoKindOf(const DocumentKind& kind);
 
+/// An invoice whose customer pays it later: its total is his debt from its date on. Others are paid at once.
+bool IsPaidLater(const DocumentKind& kind);
+
 /// The names in a list separated by blanks.
 std::vector<std::string_view> SplitNames(std::string_view names);
 

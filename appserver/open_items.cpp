@@ -1,0 +1,133 @@
+#include "appserver/open_items.h"
+
+#include <cmath>
+
+#include "appserver/named_transaction.h"
+#include "mox/foundation/clock.h"
+#include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
+
+namespace mox {
+namespace {
+
+// Days of payment are whole ones; what is not a sensible number of them is none.
+Date DueDate(Date date, double days) {
+  constexpr double kMostDays = 3650;
+  if (!(days > 0 && days <= kMostDays)) return date;
+  return Date{date.days + static_cast<std::int32_t>(std::floor(days))};
+}
+
+// The debt of a document.
+struct Item {
+  std::int64_t partner = 0;
+  std::string number;
+};
+
+std::optional<Item> FindItem(Database& database, std::int64_t doc_id) {
+  const RecordSet row = database.Query("stavka", ParseColumns("par_id:integer,br_dok"),
+                                       "SELECT par_id, br_dok FROM otvorene_stavke "
+                                       "WHERE dok_id = :dok_id AND duguje <> 0 ORDER BY id LIMIT 1",
+                                       {doc_id});
+  if (row.IsEmpty()) return std::nullopt;
+  return Item{row.AsInteger(0), row.AsText(1)};
+}
+
+// Debt less payments, summed without rounding.
+Currency OpenAmount(Database& database, const Item& item) {
+  RecordSet rows = database.Query("stavke", ParseColumns("duguje:currency,potrazuje:currency"),
+                                  "SELECT duguje, potrazuje FROM otvorene_stavke "
+                                  "WHERE par_id = :par_id AND br_dok = :br_dok",
+                                  {item.partner, item.number});
+  Currency open;
+  for (; !rows.Eof(); rows.Next()) open += rows.AsCurrency(0) - rows.AsCurrency(1);
+  return open;
+}
+
+void RequireNotCancelled(Database& database, const RecordSet& payments, std::size_t row,
+                         std::int64_t doc_id) {
+  const RecordSet storno = database.Query("storno", ParseColumns("id:integer"),
+                                          "SELECT id FROM dok WHERE stornira_id = :id", {doc_id});
+  if (storno.IsEmpty()) return;
+  throw WriteRefused(
+      {"", payments.Name(), row, "dok_id",
+       "document " + std::to_string(doc_id) + " was cancelled by document " + storno.AsText(0)});
+}
+
+std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/, Database& database,
+                                        SentRecordSets& sent) {
+  RecordSet& payments = *sent.Find("Uplate");
+  RecordSet stored("Uplaceno");
+  for (FieldDef& column : ParseColumns("dok_id:integer,iznos:currency,datum:date,preostalo:currency")) {
+    stored.DefineField(std::move(column));
+  }
+  stored.Open();
+  std::size_t row = 0;
+  for (payments.First(); !payments.Eof(); payments.Next()) {
+    ++row;
+    const auto refuse = [&](std::string_view field, std::string message) {
+      return WriteRefused({"", payments.Name(), row, std::string(field), std::move(message)});
+    };
+    const std::int64_t doc_id = payments.FieldByName("dok_id").AsInteger();
+    const Currency amount = payments.FieldByName("iznos").AsCurrency();
+    const auto date_field = payments.FindField("datum");
+    const Date date = date_field && !date_field->IsNull() ? date_field->AsDate() : Today();
+    if (amount <= Currency()) throw refuse("iznos", amount.ToString() + " is not above 0");
+    if (amount != Currency::FromScaled(amount.ToCents() * 100))
+      throw refuse("iznos", amount.ToString() + " has more than two decimals");
+    const std::optional<Item> item = FindItem(database, doc_id);
+    if (!item) {
+      throw refuse("dok_id", "document " + std::to_string(doc_id) +
+                                 " has no open item: there is none, it is paid at once or has no partner");
+    }
+    RequireNotCancelled(database, payments, row, doc_id);
+    database.Execute(
+        "INSERT INTO otvorene_stavke (par_id, opis, datum_pp, potrazuje, br_dok, datum_dok, datum_dos, "
+        "dok_id) "
+        "VALUES (:par_id, 'Uplata', :datum_pp, :potrazuje, :br_dok, :datum_dok, :datum_dos, :dok_id)",
+        {item->partner, date, amount, item->number, date, date, doc_id});
+    stored.AppendRecord({doc_id, amount, date, OpenAmount(database, *item)});
+  }
+  if (!stored.IsEmpty()) stored.First();
+  return stored;
+}
+
+const NamedTransaction kTransactions[] = {
+    {"UplataInsert",
+     "stores payments of invoices (dok_id, iznos, datum); answers what is still open, negative when overpaid",
+     {{"Uplate", {"otvorene_stavke"}}},
+     InsertPayments},
+};
+
+}  // namespace
+
+std::span<const NamedTransaction> MoneyTransactionTable() { return kTransactions; }
+
+void OpenItem(Database& database, const DocumentKind& kind, std::int64_t doc_id) {
+  if (!IsPaidLater(kind)) return;
+  const RecordSet document = database.Query(
+      "dok", ParseColumns("par_id:integer,ukupno:currency,datum:date,datum_dospijeca:date,odgoda:float"),
+      "SELECT d.par_id, d.ukupno, d.datum, d.datum_dospijeca, p.odgoda FROM dok d JOIN par p ON p.id = "
+      "d.par_id "
+      "WHERE d.id = :id",
+      {doc_id});
+  if (document.IsEmpty() || document.AsCurrency(1).IsZero()) return;
+  const Date due = document.IsNull(3) ? DueDate(document.AsDate(2), document.AsFloat(4)) : document.AsDate(3);
+  database.Execute(
+      "INSERT INTO otvorene_stavke (par_id, skl_id, opis, datum_pp, duguje, br_dok, datum_dok, datum_dos, "
+      "poziv_na_br, dok_id) "
+      "SELECT par_id, skl_id, opis, datum, ukupno, vrsta || ' ' || CAST(broj AS VARCHAR(20)) || '/' || "
+      "CAST(godina AS VARCHAR(20)), datum, :datum_dos, poziv_na_br, id FROM dok WHERE id = :id",
+      {due, doc_id});
+}
+
+void CloseItem(Database& database, std::int64_t cancelled_id, std::int64_t storno_id) {
+  database.Execute(
+      "INSERT INTO otvorene_stavke (par_id, skl_id, opis, datum_pp, duguje, br_dok, datum_dok, datum_dos, "
+      "poziv_na_br, dok_id) "
+      "SELECT o.par_id, o.skl_id, 'Storno', s.datum, -o.duguje, o.br_dok, s.datum, o.datum_dos, "
+      "o.poziv_na_br, "
+      "s.id FROM otvorene_stavke o, dok s WHERE o.dok_id = :cancelled AND o.duguje <> 0 AND s.id = :storno",
+      {cancelled_id, storno_id});
+}
+
+}  // namespace mox

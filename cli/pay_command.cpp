@@ -1,0 +1,63 @@
+#include <memory>
+#include <ostream>
+
+#include "appserver/company_server.h"
+#include "cli/argument_text.h"
+#include "cli/command.h"
+#include "cli/options.h"
+#include "cli/record_set_file.h"
+#include "cli/service_request.h"
+#include "mox/foundation/clock.h"
+#include "mox/server/transactions.h"
+
+namespace mox {
+namespace {
+
+struct PayArguments {
+  std::string document;
+  std::string amount;
+  std::string date;
+};
+
+void RunPay(const PayArguments& arguments, Session& session) {
+  const CompanyServer& server = ServerOf(session);
+  RecordSet payment("Uplate");
+  payment.DefineField("dok_id", FieldKind::kInteger);
+  payment.DefineField("iznos", FieldKind::kCurrency);
+  payment.DefineField("datum", FieldKind::kDate);
+  payment.Open();
+  const FieldDef date{.name = "--date", .kind = FieldKind::kDate};
+  payment.AppendRecord({std::int64_t{IntegerArgument("ID", arguments.document)},
+                        CurrencyArgument("AMOUNT", arguments.amount),
+                        arguments.date.empty() ? Value(Today()) : InputValue(date, arguments.date)});
+  RequireStored(server, ExecuteTransaction("UplataInsert", {&payment}));
+  RecordSet stored;
+  stored.CleanClone(server.LastWrite().stored.value());
+  WriteRecordSet(stored, session.out);
+  stored.First();
+  const Currency open = stored.FieldByName("preostalo").AsCurrency();
+  if (open < Currency()) {
+    session.err << "mox: document " << arguments.document << " is overpaid by " << (-open).ToString()
+                << std::endl;
+  }
+}
+
+void Declare(Options& options) {
+  auto arguments = std::make_shared<PayArguments>();
+  options.RequiredArgument("ID", arguments->document, "the stored document's id");
+  options.RequiredArgument("AMOUNT", arguments->amount, "what was paid, with a decimal point");
+  options.Value("--date", arguments->date, "DATE", "when it was paid; today where it is left out");
+  options.Run([arguments](Session& session) { RunPay(*arguments, session); });
+}
+
+}  // namespace
+
+const Command kPayCommand = {"pay", "ID AMOUNT [--date DATE] --db FILE",
+                             "Store a payment of a stored invoice, whole or in part.",
+                             R"(Example:
+  mox pay 12 100.50 --date 2024-03-15 --db tvrtka.db
+
+Prints what is still open of the document; a negative amount was paid too much, which standard error tells.)",
+                             Declare};
+
+}  // namespace mox
