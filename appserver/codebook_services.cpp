@@ -1,7 +1,8 @@
+#include "appserver/codebook_services.h"
+
 #include <deque>
 
 #include "appserver/codebook.h"
-#include "appserver/read_service.h"
 #include "mox/foundation/text.h"
 
 // What is read of codebooks.

@@ -1,9 +1,10 @@
+#include "appserver/codebook_transactions.h"
+
 #include <algorithm>
 #include <memory>
 #include <optional>
 
 #include "appserver/codebook.h"
-#include "appserver/named_transaction.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 

@@ -3,73 +3,15 @@
 #include <algorithm>
 #include <utility>
 
-#include "appserver/named_transaction.h"
-#include "appserver/read_service.h"
+#include "appserver/company_transactions.h"
+#include "appserver/named_transaction_table.h"
+#include "appserver/read_service_table.h"
 #include "appserver/retail_sizes.h"
+#include "appserver/service_info.h"
 #include "mox/foundation/find_row.h"
 #include "mox/foundation/visible_text.h"
 
 namespace mox {
-namespace {
-
-constexpr ServiceInfo kImportGrid = {"ImportGrid", "params1:text,params2:text", "adsList",
-                                     "which values stand in the database, for look-ups in the catalogue"};
-constexpr ServiceInfo kRetailSizes = {"Lunari\\KalkulirajVelicine", "params1:text,params2:text", "adsList",
-                                      "the Croatian sizes of retail articles, which params2 has as records"};
-
-// Names joined for people, with a '?' after each that may be left out, kept for the life of the program.
-template <typename Items, typename MayBeLeftOut>
-std::string_view JoinNames(const Items& items, const MayBeLeftOut& may_be_left_out) {
-  std::string joined;
-  for (const auto& item : items) {
-    joined.append(joined.empty() ? "" : ",").append(item.name).append(may_be_left_out(item) ? "?" : "");
-  }
-  static std::vector<std::unique_ptr<const std::string>> kept;
-  return *kept.emplace_back(std::make_unique<const std::string>(std::move(joined)));
-}
-
-std::vector<ServiceInfo> DescribeReadServices() {
-  std::vector<ServiceInfo> services;
-  for (const ReadService& service : ReadServiceTable()) {
-    services.push_back({service.name, service.inputs,
-                        JoinNames(service.answers, [](const ServiceAnswer&) { return false; }),
-                        service.summary});
-  }
-  services.push_back(kImportGrid);
-  services.push_back(kRetailSizes);
-  return services;
-}
-
-std::vector<ServiceInfo> DescribeTransactions() {
-  std::vector<ServiceInfo> transactions;
-  const auto is_optional = [](const RecordSetRule& rule) { return !rule.required; };
-  for (const NamedTransaction& row : NamedTransactionTable()) {
-    transactions.push_back({row.name, JoinNames(row.record_sets, is_optional), "", row.summary});
-  }
-  return transactions;
-}
-
-}  // namespace
-
-std::span<const ServiceInfo> ReadServices() {
-  static const std::vector<ServiceInfo> services = DescribeReadServices();
-  return services;
-}
-
-std::span<const ServiceInfo> NamedTransactions() {
-  static const std::vector<ServiceInfo> transactions = DescribeTransactions();
-  return transactions;
-}
-
-std::string WriteFailure::ToString() const {
-  std::string text = transaction;
-  const auto add = [&text](std::string_view part) { text.append(text.empty() ? "" : ": ").append(part); };
-  if (!record_set.empty()) add(record_set);
-  if (row > 0) add("row " + std::to_string(row));
-  if (!field.empty()) add(field);
-  add(message);
-  return VisibleText(text);
-}
 
 CompanyServer::CompanyServer(Database database, Log log)
     : database_(std::move(database)), log_(std::move(log)), company_(database_) {}
@@ -87,16 +29,17 @@ void CompanyServer::Tell(std::string_view line) const {
 std::unique_ptr<TAstaParamList> CompanyServer::Answer(const TAstaParamList& request,
                                                       std::string_view service) {
   const ReadTransaction snapshot(database_);
-  if (service == kImportGrid.name) {
-    const ServiceInputs inputs(kImportGrid.inputs, request, company_);
+  if (service == kImportGridService.name) {
+    const ServiceInputs inputs(kImportGridService.inputs, request, company_);
     auto answers = std::make_unique<TAstaParamList>();
-    answers->FastAdd(kImportGrid.answers, import_catalogue_.Find(database_, inputs.As<std::string>("params1"),
-                                                                 inputs.As<std::string>("params2")));
+    answers->FastAdd(kImportGridService.answers,
+                     import_catalogue_.Find(database_, inputs.As<std::string>("params1"),
+                                            inputs.As<std::string>("params2")));
     return answers;
   }
-  if (service == kRetailSizes.name) {
+  if (service == kRetailSizesService.name) {
     auto answers = std::make_unique<TAstaParamList>();
-    answers->FastAdd(kRetailSizes.answers, FindRetailSizes(database_, request));
+    answers->FastAdd(kRetailSizesService.answers, FindRetailSizes(database_, request));
     return answers;
   }
   const ReadService* const row = FindRow(ReadServiceTable(), service);

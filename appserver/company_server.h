@@ -2,59 +2,17 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
-#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "appserver/company_data.h"
 #include "appserver/database.h"
 #include "appserver/import_catalogue.h"
+#include "appserver/write_outcome.h"
 #include "mox/foundation/app.h"
 #include "mox/foundation/secrets.h"
 
 namespace mox {
-
-/// Why a write request was refused: in which record set, at which record (from 1) and field, where these are
-/// known, and what the database or the rule said.
-struct WriteFailure {
-  std::string transaction;
-  std::string record_set;
-  std::size_t row = 0;
-  std::string field;
-  std::string message;
-
-  /// All of it on one line.
-  std::string ToString() const;
-};
-
-/// What the last write request did.
-struct WriteOutcome {
-  bool committed = false;  ///< or would have been, in a rehearsal
-  /// Of a refused one.
-  std::optional<WriteFailure> failure;
-  /// Keys and numbers that the server gave, where the transaction gives any.
-  std::optional<RecordSet> stored;
-};
-
-/// A named service or transaction, for people.
-struct ServiceInfo {
-  std::string_view name;
-  /// "skl_id:integer,val_ozn?:text"; those with a '?' may be left out. Of a transaction its record sets,
-  /// "Zaglavlje,Stavke?".
-  std::string_view inputs;
-  /// The record sets that it answers, "adsSkl".
-  std::string_view answers;
-  std::string_view summary;
-};
-
-/// An input of a service, or a record set of a transaction.
-struct ServiceInput : FieldDef {
-  bool may_be_left_out = false;
-};
-/// Of `ServiceInfo::inputs`. Raises Error for another text.
-std::vector<ServiceInput> ParseInputs(std::string_view inputs);
 
 /// The application server in the host's own process: answers named services from a company database and
 /// stores named transactions in it. The company parameters are those of the database; parameters set on this
@@ -102,9 +60,5 @@ class CompanyServer : public TdmComunication {
   WriteOutcome last_write_;
   bool rehearsing_ = false;
 };
-
-/// The read services and the transactions that a company server has.
-std::span<const ServiceInfo> ReadServices();
-std::span<const ServiceInfo> NamedTransactions();
 
 }  // namespace mox

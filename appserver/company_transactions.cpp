@@ -1,5 +1,6 @@
+#include "appserver/company_transactions.h"
+
 #include "appserver/company_data.h"
-#include "appserver/named_transaction.h"
 
 // What changes the company's own data.
 
@@ -72,19 +73,19 @@ std::optional<RecordSet> DeleteIban(const NamedTransaction& /*transaction*/, Dat
 const NamedTransaction kTransactions[] = {
     {"ParametriPoduzecaUpdate",
      "changes parameters, additional features and the e-invoice account by their names (naziv, vrijednost)",
-     {{"Parametri", {"parametri_poduzeca"}}},
+     {{"Parametri", {"parametri_poduzeca"}, true, "naziv,vrijednost"}},
      StoreParameters},
     {"PoduzeceIbanInsert",
      "adds bank accounts of the company (iban, banka, valuta); the first one is its main one",
-     {{"Ibani", {"poduzece_ibani"}}},
+     {{"Ibani", {"poduzece_ibani"}, true, "iban,banka,valuta"}},
      InsertIban},
     {"PoduzeceIbanMain",
      "makes a bank account the company's main one (iban)",
-     {{"Ibani", {"poduzece_ibani"}}},
+     {{"Ibani", {"poduzece_ibani"}, true, "iban"}},
      MainIban},
     {"PoduzeceIbanDelete",
      "takes bank accounts of the company away (iban)",
-     {{"Ibani", {"poduzece_ibani"}}},
+     {{"Ibani", {"poduzece_ibani"}, true, "iban"}},
      DeleteIban},
 };
 

@@ -80,6 +80,14 @@ void Database::Create(const std::string& path, WithDemo demo,
   });
 }
 
+Database Database::InMemory() {
+  const Dialect& dialect = DatabaseConnection::dialect();
+  const auto open = [&](soci::session& session) { dialect.OpenInMemory(session); };
+  auto connection = std::make_shared<DatabaseConnection>("(in memory)", open);
+  FillNewDatabase(*connection, WithDemo::kNo);
+  return Database(std::move(connection));
+}
+
 Database::Database(const std::string& path, Access access)
     : connection_(std::make_shared<DatabaseConnection>(
           path, [&](soci::session& session) { DatabaseConnection::dialect().Open(session, path, access); })) {

@@ -93,6 +93,8 @@ class Database {
   /// DatabaseError, also when the file exists, and what `fill` raises.
   static void Create(const std::string& path, WithDemo demo = WithDemo::kNo,
                      const std::function<void(Database& created)>& fill = nullptr);
+  /// The newest schema with the reference data, in memory and without a file.
+  static Database InMemory();
   /// Opens an existing file. With kReadWrite an older schema is brought to the newest one in one transaction.
   /// Raises DatabaseError for a file that does not exist, is no company database, is damaged, or was written
   /// by a newer program.

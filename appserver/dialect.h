@@ -25,6 +25,9 @@ class Dialect {
   virtual void Create(const std::string& path,
                       const std::function<void(DatabaseConnection& connection)>& fill) const = 0;
 
+  /// A new database without a file.
+  virtual void OpenInMemory(soci::session& session) const = 0;
+
   /// None where it is no company database.
   virtual std::optional<int> SchemaVersion(soci::session& session) const = 0;
   virtual void SetSchemaVersion(soci::session& session, int version) const = 0;

@@ -73,6 +73,8 @@ class Sqlite : public Dialect {
     ReplaceSqlite(temporary, path);
   }
 
+  void OpenInMemory(soci::session& session) const override { session.open(soci::sqlite3, "db=:memory:"); }
+
   std::optional<int> SchemaVersion(soci::session& session) const override {
     if (!IsCompanyDatabase(session)) return std::nullopt;
     AnswerOf<int>(session, "SELECT count(*) FROM sqlite_master");  // has all definitions read

@@ -1,6 +1,7 @@
+#include "appserver/document_transactions.h"
+
 #include <algorithm>
 
-#include "appserver/named_transaction.h"
 #include "appserver/open_items.h"
 #include "appserver/stored_document.h"
 #include "mox/documents/storno.h"

@@ -3,7 +3,6 @@
 #include <charconv>
 #include <nlohmann/json.hpp>
 
-#include "appserver/named_transaction.h"
 #include "appserver/stored_document.h"
 #include "mox/codes/exchange_rates.h"
 #include "mox/foundation/exchange_text.h"

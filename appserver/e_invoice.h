@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "appserver/company_data.h"
+#include "appserver/named_transaction.h"
 #include "appserver/read_service.h"
 
 namespace mox {
@@ -33,5 +35,7 @@ struct AccountField {
 std::span<const AccountField> AccountFields();
 /// Raises ConversionError for a flag that is neither true nor false.
 void StoreAccountField(Database& database, const AccountField& field, const Value& value);
+/// Those that link documents to their e-invoices, and the one that sets the company's account.
+std::span<const NamedTransaction> EInvoiceTransactionTable();
 
 }  // namespace mox

@@ -1,3 +1,5 @@
+#include "appserver/import_transactions.h"
+
 #include "appserver/import_journal.h"
 #include "appserver/key_rules.h"
 
@@ -19,7 +21,8 @@ NamedTransaction Import(std::string_view name, std::string_view summary, std::st
                     .update_by = update_by};
   return {name,
           summary,
-          {{kImportedRows, std::move(rule)}, {.name = kImportOrigin, .table = {"uvoz"}, .required = false}},
+          {{kImportedRows, std::move(rule)},
+           {kImportOrigin, {"uvoz"}, false, "profil,korisnik,datoteka,sazetak,ponovno:boolean"}},
           StoreImport};
 }
 

@@ -188,7 +188,7 @@ std::optional<RecordSet> UndoImport(const NamedTransaction& /*transaction*/, Dat
 const NamedTransaction& UndoImportTransaction() {
   static const NamedTransaction transaction = {"PonistiUvoz",
                                                "takes a stored import back, whole or not at all",
-                                               {{kImportOrigin, {"uvoz"}}},
+                                               {{kImportOrigin, {"uvoz"}, true, "id:integer,korisnik"}},
                                                UndoImport};
   return transaction;
 }

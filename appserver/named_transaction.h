@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "appserver/company_server.h"
+#include "appserver/database.h"
 #include "appserver/table_writer.h"
 
 namespace mox {
@@ -32,6 +32,8 @@ struct RecordSetRule {
   std::string_view name;
   TableRule table;
   bool required = true;
+  /// "naziv,vrijednost": the fields, where a handler reads them itself.
+  std::string_view fields = {};
 };
 
 struct NamedTransaction;
@@ -51,24 +53,6 @@ struct NamedTransaction {
   /// Null where there is none.
   const RecordSetRule* FindRule(std::string_view record_set) const;
 };
-
-/// Those that store documents and links, then those of the company, of codebooks, of e-invoices and of
-/// the imports.
-std::span<const NamedTransaction> NamedTransactionTable();
-/// Those that store documents, cancel them and link them.
-std::span<const NamedTransaction> DocumentTransactionTable();
-/// Those that link documents to their e-invoices, and the one that sets the company's account.
-std::span<const NamedTransaction> EInvoiceTransactionTable();
-/// Those that change the company's own data.
-std::span<const NamedTransaction> CompanyTransactionTable();
-/// Those that store rows of codebooks and take them away.
-std::span<const NamedTransaction> CodebookTransactionTable();
-/// Those that store payments.
-std::span<const NamedTransaction> MoneyTransactionTable();
-/// Those that store exchange rates.
-std::span<const NamedTransaction> RateTransactionTable();
-/// Those that store what the import grid sends.
-std::span<const NamedTransaction> ImportTransactionTable();
 
 /// Whether a transaction is committed in the end, or only tried.
 enum class Ending : std::uint8_t { kCommit, kRollBack };

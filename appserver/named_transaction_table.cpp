@@ -1,5 +1,13 @@
+#include "appserver/named_transaction_table.h"
+
+#include "appserver/codebook_transactions.h"
+#include "appserver/company_transactions.h"
+#include "appserver/document_transactions.h"
+#include "appserver/e_invoice.h"
 #include "appserver/import_journal.h"
-#include "appserver/named_transaction.h"
+#include "appserver/import_transactions.h"
+#include "appserver/open_items.h"
+#include "appserver/rate_transactions.h"
 
 namespace mox {
 

@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "appserver/named_transaction.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
@@ -94,7 +93,7 @@ std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/,
 const NamedTransaction kTransactions[] = {
     {"UplataInsert",
      "stores payments of invoices (dok_id, iznos, datum); answers what is still open, negative when overpaid",
-     {{"Uplate", {"otvorene_stavke"}}},
+     {{"Uplate", {"otvorene_stavke"}, true, "dok_id:integer,iznos:currency,datum:date"}},
      InsertPayments},
 };
 

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "appserver/database.h"
+#include "appserver/named_transaction.h"
 #include "mox/documents/document_kinds.h"
 
 namespace mox {
@@ -18,5 +20,8 @@ void OpenItem(Database& database, const DocumentKind& kind, std::int64_t doc_id)
 /// A storno takes back the debt of the document that it cancels; what was paid of it stays to the partner's
 /// credit.
 void CloseItem(Database& database, std::int64_t cancelled_id, std::int64_t storno_id);
+
+/// Those that store payments.
+std::span<const NamedTransaction> MoneyTransactionTable();
 
 }  // namespace mox

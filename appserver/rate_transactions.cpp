@@ -1,4 +1,5 @@
-#include "appserver/named_transaction.h"
+#include "appserver/rate_transactions.h"
+
 #include "mox/foundation/exchange_text.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
@@ -90,11 +91,11 @@ std::optional<RecordSet> ReplaceRates(const NamedTransaction& /*transaction*/, D
 const NamedTransaction kTransactions[] = {
     {"TecajnaListaInsert",
      "stores exchange rates (datum, val_ozn, tecaj); refused where another rate of a day is stored",
-     {{"Tecajevi", {"tecaj"}}},
+     {{"Tecajevi", {"tecaj"}, true, "datum:date,val_ozn,tecaj:float"}},
      InsertRates},
     {"TecajnaListaReplace",
      "stores exchange rates in place of those that are stored",
-     {{"Tecajevi", {"tecaj"}}},
+     {{"Tecajevi", {"tecaj"}, true, "datum:date,val_ozn,tecaj:float"}},
      ReplaceRates},
 };
 

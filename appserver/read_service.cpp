@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "appserver/service_inputs.h"
 #include "appserver/sql_text.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
@@ -12,10 +13,8 @@ namespace {
 std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 
 RecordSet RunQuery(const ServiceAnswer& answer, Database& database, const ServiceInputs& inputs) {
-  const bool whole_table = answer.columns.starts_with('*');
-  const Columns columns =
-      whole_table ? database.TableColumns(answer.columns.substr(1)) : ParseColumns(answer.columns);
   RecordSet records{std::string(answer.name)};
+  const Columns columns = AnswerColumns(answer, database);
   for (const FieldDef& column : columns) records.DefineField(column);
   if (!columns.empty()) records.Open();
   if (answer.fill != nullptr) {
@@ -42,14 +41,9 @@ RecordSet RunQuery(const ServiceAnswer& answer, Database& database, const Servic
 
 }  // namespace
 
-std::vector<ServiceInput> ParseInputs(std::string_view inputs) {
-  std::vector<ServiceInput> parsed;
-  for (FieldDef& column : ParseColumns(inputs)) {
-    ServiceInput& input = parsed.emplace_back(ServiceInput{std::move(column)});
-    input.may_be_left_out = input.name.ends_with('?');
-    if (input.may_be_left_out) input.name.pop_back();
-  }
-  return parsed;
+Columns AnswerColumns(const ServiceAnswer& answer, Database& database) {
+  const bool whole_table = answer.columns.starts_with('*');
+  return whole_table ? database.TableColumns(answer.columns.substr(1)) : ParseColumns(answer.columns);
 }
 
 ServiceInputs::ServiceInputs(std::string_view declared, const TAstaParamList& request,

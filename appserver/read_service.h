@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "appserver/company_data.h"
-#include "appserver/company_server.h"
 #include "appserver/database.h"
 #include "mox/server/param_list.h"
 
@@ -62,6 +61,9 @@ struct ServiceAnswer {
   FillAnswer fill = nullptr;
 };
 
+/// The database gives the columns of its tables.
+Columns AnswerColumns(const ServiceAnswer& answer, Database& database);
+
 /// What a service does before its SQL runs: checks inputs and derives others.
 using PrepareInputs = void (*)(Database& database, ServiceInputs& inputs);
 
@@ -73,11 +75,6 @@ struct ReadService {
   std::vector<ServiceAnswer> answers;
   PrepareInputs prepare = nullptr;
 };
-
-/// Every read service; the look-ups of imports are apart.
-std::span<const ReadService> ReadServiceTable();
-/// Those of the codebooks, one each, and the one that lists them.
-std::span<const ReadService> CodebookServices();
 
 /// Raises DatabaseError, Error.
 std::unique_ptr<TAstaParamList> RunReadService(const ReadService& service, Database& database,

@@ -1,7 +1,9 @@
+#include "appserver/read_service_table.h"
+
 #include <algorithm>
 
+#include "appserver/codebook_services.h"
 #include "appserver/e_invoice.h"
-#include "appserver/read_service.h"
 #include "appserver/stored_document.h"
 #include "mox/foundation/clock.h"
 

@@ -7,21 +7,11 @@
 #include <utility>
 #include <vector>
 
-#include "appserver/company_server.h"
 #include "appserver/database.h"
 #include "appserver/key_finder.h"
+#include "appserver/write_outcome.h"
 
 namespace mox {
-
-/// A rule or the database refused a row of a write request.
-class WriteRefused : public Error {
- public:
-  explicit WriteRefused(WriteFailure failure) : Error(failure.message), failure_(std::move(failure)) {}
-  const WriteFailure& failure() const { return failure_; }
-
- private:
-  WriteFailure failure_;
-};
 
 /// What happens to fields that the table has no column for.
 enum class UnknownFields : std::uint8_t { kRefuse, kIgnore };

@@ -1,9 +1,11 @@
+#include <algorithm>
 #include <memory>
 
 #include "appserver/company_server.h"
 #include "cli/command.h"
 #include "cli/options.h"
 #include "cli/record_set_file.h"
+#include "cli/service_page.h"
 #include "cli/service_request.h"
 #include "cli/suggestions.h"
 #include "cli/text_table.h"
@@ -16,6 +18,7 @@ struct QueryArguments {
   std::vector<std::string> values;
   std::string part;
   bool list = false;
+  bool markdown = false;
   bool table = false;
 };
 
@@ -29,35 +32,51 @@ void Print(RecordSet& answer, bool table, std::string& out) {
   }
 }
 
+// Raises UsageError for a record set that the service never answers, before anything is asked.
+void RequireAnswer(const ServiceInfo& service, const std::string& part) {
+  std::vector<std::string_view> names;
+  for (std::string_view rest = service.answers; !rest.empty();) {
+    names.push_back(rest.substr(0, rest.find(',')));
+    if (names.back() == part) return;
+    rest.remove_prefix(std::min(names.back().size() + 1, rest.size()));
+  }
+  throw UsageError("--part: " + std::string(service.name) + ": " + ThereIsNo("answer", part, names));
+}
+
 void RunQuery(const QueryArguments& arguments, Session& session) {
+  if (arguments.markdown && arguments.service.empty()) return AppendReadServicePage(session.out);
   if (arguments.list || arguments.service.empty()) return ListServices(ReadServices(), "", session.out);
   const ServiceInfo& service = FindService("service", ReadServices(), arguments.service);
+  if (!arguments.part.empty()) RequireAnswer(service, arguments.part);
+  if (arguments.markdown || (arguments.values.empty() && session.server == nullptr)) {
+    return AppendReadService(service, session.out);
+  }
   const TAstaParamList request = RequestFor(service, arguments.values);
   const std::unique_ptr<TAstaParamList> answers =
       ServerOf(session).ReportDataService(request, arguments.service);
   if (answers == nullptr) throw Error("the server does not answer \"" + arguments.service + "\"");
   const std::size_t before = session.out.size();
-  bool printed = false;
   for (std::size_t i = 0; i < answers->Count(); ++i) {
     if (!arguments.part.empty() && (*answers)[i].Name() != arguments.part) continue;
     RecordSet& answer = (*answers)[i].AsDataSet();
     answer.SetName((*answers)[i].Name());
     Print(answer, arguments.table, session.out);
-    printed = true;
   }
   // The invoice holds the key of the account, which goes to the intermediary and nowhere else.
   if (arguments.service == "MojERacunB2C") {
     session.out.replace(before, std::string::npos, session.secrets.Blanked(session.out.substr(before)));
   }
-  if (!printed) throw UsageError("--part: the answer holds no \"" + arguments.part + "\"");
 }
 
 void Declare(Options& options) {
   auto arguments = std::make_shared<QueryArguments>();
   options.Argument("SERVICE", arguments->service,
-                   "the service, letter for letter; without one, all are\nlisted with their inputs");
+                   "the service, letter for letter; without one, all are\nlisted with their inputs; without "
+                   "inputs and --db, it is described");
   options.Arguments("NAME=VALUE", arguments->values, "its inputs by name, in any order");
   options.Flag("--list", arguments->list, "list the services with their inputs");
+  options.Flag("--markdown", arguments->markdown,
+               "describe all services, or SERVICE, with their answers' columns");
   options.Value("--part", arguments->part, "NAME", "print only this record set of the answer");
   options.Flag("--table", arguments->table, "print tables for people instead of record-set files");
   options.Run([arguments](Session& session) { RunQuery(*arguments, session); });

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "appserver/company_server.h"
+#include "appserver/service_info.h"
 #include "cli/command.h"
 #include "cli/named_values.h"
 #include "mox/server/param_list.h"

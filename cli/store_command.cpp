@@ -4,6 +4,7 @@
 #include "cli/command.h"
 #include "cli/options.h"
 #include "cli/record_set_file.h"
+#include "cli/service_page.h"
 #include "cli/service_request.h"
 #include "mox/server/transactions.h"
 
@@ -14,12 +15,17 @@ struct StoreArguments {
   std::string transaction;
   std::vector<std::string> files;
   bool list = false;
+  bool markdown = false;
 };
 
 void RunStore(const StoreArguments& arguments, Session& session) {
+  if (arguments.markdown && arguments.transaction.empty()) return AppendTransactionPage(session.out);
   if (arguments.list || arguments.transaction.empty())
     return ListServices(NamedTransactions(), "FILE", session.out);
   const ServiceInfo& transaction = FindService("transaction", NamedTransactions(), arguments.transaction);
+  if (arguments.markdown || (arguments.files.empty() && session.server == nullptr)) {
+    return AppendTransaction(transaction, session.out);
+  }
   const std::vector<NamedValue> named = ValuesFor(transaction, arguments.files);
   CompanyServer& server = ServerOf(session);
 
@@ -42,10 +48,13 @@ void RunStore(const StoreArguments& arguments, Session& session) {
 void Declare(Options& options) {
   auto arguments = std::make_shared<StoreArguments>();
   options.Argument("TRANSACTION", arguments->transaction,
-                   "the transaction, letter for letter; without one, all are\nlisted with their record sets");
+                   "the transaction, letter for letter; without one, all are\nlisted with their record sets; "
+                   "without files and --db, it is described");
   options.Arguments("NAME=FILE", arguments->files,
                     "its record sets: component name and record-set file\n(- is standard input)");
   options.Flag("--list", arguments->list, "list the transactions with their record sets");
+  options.Flag("--markdown", arguments->markdown,
+               "describe all transactions, or TRANSACTION, with their fields");
   options.Run([arguments](Session& session) { RunStore(*arguments, session); });
 }
 

@@ -5,7 +5,8 @@
 
 #include <set>
 
-#include "appserver/named_transaction.h"
+#include "appserver/import_transactions.h"
+#include "appserver/service_info.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/vocabulary.h"
 #include "mox/import/import_grid.h"
@@ -282,6 +283,23 @@ TEST_F(CompanyServerTest, HasAColumnForEveryFieldOfLines) {
     const auto index = lines.FindFieldIndex(entry.name);
     EXPECT_EQ(index.has_value(), !of_recapitulations.contains(entry.name)) << entry.name;
     EXPECT_EQ(index ? lines.Definition(*index).kind : entry.kind, entry.kind) << entry.name;
+  }
+}
+
+// What is told of a transaction's record sets is what it takes: no field of theirs is refused.
+TEST_F(CompanyServerTest, TakesTheFieldsThatItTellsOf) {
+  for (const ServiceInfo& transaction : NamedTransactions()) {
+    std::vector<RecordSet> sets;
+    for (const RecordSetInfo& told : RecordSetsOf(transaction, server.database())) {
+      RecordSet& records = sets.emplace_back(told.name);
+      for (const FieldDef& column : told.columns) records.DefineField(column.name, column.kind);
+      records.Open();
+    }
+    std::vector<const RecordSet*> pointers;
+    for (const RecordSet& records : sets) pointers.push_back(&records);
+    server.WriteDataService(WriteRequest(transaction.name, pointers));
+    const auto& failure = server.LastWrite().failure;
+    EXPECT_TRUE(!failure || failure->field.empty()) << failure->ToString();
   }
 }
 

@@ -6,6 +6,9 @@
 #include <filesystem>
 #include <sstream>
 
+#include "mox/foundation/files.h"
+#include "tests/source_dir.h"
+
 namespace mox {
 namespace {
 
@@ -106,6 +109,12 @@ TEST(Run, ListsWhatItKnows) {
             "  goods       kolicina vpc nvpc\n"
             "  calculates  vpci nvpci razlika\n"
             "  recap       none\n");
+}
+
+TEST(Run, WritesThePageOfServices) {
+  EXPECT_EQ(RunWith({"query", "--markdown"}).out + "\n" + RunWith({"store", "--markdown"}).out,
+            ReadWholeFile(SourceDir() + "/docs/SERVICES.md"))
+      << "write it anew: { mox query --markdown; echo; mox store --markdown; } >docs/SERVICES.md";
 }
 
 }  // namespace

@@ -1,0 +1,17 @@
+#include "appserver/write_outcome.h"
+
+#include "mox/foundation/visible_text.h"
+
+namespace mox {
+
+std::string WriteFailure::ToString() const {
+  std::string text = transaction;
+  const auto add = [&text](std::string_view part) { text.append(text.empty() ? "" : ": ").append(part); };
+  if (!record_set.empty()) add(record_set);
+  if (row > 0) add("row " + std::to_string(row));
+  if (!field.empty()) add(field);
+  add(message);
+  return VisibleText(text);
+}
+
+}  // namespace mox
