@@ -17,6 +17,10 @@ ANSWERS = {  # HTTP status, body, seconds until it comes
     "/accept": (200, {"electronicId": "%d", **TAKEN}, 0),
     "/slow": (200, {"electronicId": "%d", **TAKEN}, 3),
     "/refuse": (400, {"statusCode": 1301, "message": "Neispravan OIB kupca"}, 0),
+    "/refuse-with-number": (200, {"statusCode": 5, "message": "ne", "electronicId": "7"}, 0),
+    "/no-name": (200, {"": "x", "electronicId": "%d", **TAKEN}, 0),
+    **{f"/deep-{n}": (200, '{"electronicId": "%d", "a": ' + "[" * n + "]" * n + "}", 0) for n in (32, 33)},
+    **{f"/members-{n}": (200, {"electronicId": "%d", **{f"m{i}": i for i in range(1, n)}}, 0) for n in (1000, 1001)},
     "/no-number": (200, {"electronicId": "0", **TAKEN}, 0),
     "/not-delivered": (200, {"electronicId": "%d", "statusId": "50"}, 0),
     "/failure": (500, "Internal Server Error", 0),
@@ -52,7 +56,7 @@ class Intermediary(http.server.BaseHTTPRequestHandler):
             (folder / f"invoice-{count}.part").write_bytes(invoice)
             (folder / f"invoice-{count}.part").rename(folder / f"invoice-{count}.json")
         time.sleep(seconds)
-        text = body if isinstance(body, str) else json.dumps(body).replace("%d", str(number))
+        text = (body if isinstance(body, str) else json.dumps(body)).replace("%d", str(number))
         echo = invoice.decode() if isinstance(body, str) else json.dumps(invoice.decode())[1:-1]
         if status:
             self.answer(status, text.replace("%s", echo))

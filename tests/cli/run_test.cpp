@@ -104,6 +104,11 @@ TEST(Run, ListsWhatItKnows) {
     ++count;
   }
   EXPECT_EQ(count, 69U);
+  EXPECT_NE(
+      RunWith({"import", "--list"})
+          .out.find(
+              "\nKONTNIPLAN            chart of accounts                         KontniPlanImportInsert\n"),
+      std::string::npos);
   EXPECT_EQ(RunWith({"document", "--list", "izmjena-cijena"}).out,
             "izmjena-cijena: Izmjena cijena (price change)\n"
             "  goods       kolicina vpc nvpc\n"
