@@ -257,8 +257,9 @@ class TfrmImportGrid {
   FormButton odustani_button_;
 };
 
-/// Shows the import grid for a profile, and tells the user when it was closed with OK. Answers whether it
-/// was.
+/// Shows the import grid for a profile. Where it was closed with OK, the user is told of success, although
+/// the rows may have been declined or refused, which Outcome() of a form of one's own tells. Answers whether
+/// it was.
 bool CallImportGrid(std::string_view profile_key, ImportGridView& view);
 
 }  // namespace mox
