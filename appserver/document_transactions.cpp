@@ -117,6 +117,25 @@ void CheckSorts(const DocumentKind& kind, SentRecordSets& sent) {
   }
 }
 
+// A storno by hand that sells is stored only when the user has said so.
+void CheckQuantities(const DocumentKind& kind, RecordSet& header, SentRecordSets& sent) {
+  if (HasValue(header, "potvrdeno") && HeaderValue(header, "potvrdeno", ToBoolean)) return;
+  for (const char* const name : {"Stavke", "Usluge"}) {
+    if (const auto line = FindPositiveQuantity(kind, sent.Find(name))) {
+      throw WriteRefused({"", name, *line, "kolicina",
+                          "is positive, and " + std::string(kind.name) +
+                              " cancels; potvrdeno of Zaglavlje says that it was confirmed"});
+    }
+  }
+}
+
+// What the server writes itself.
+void RefuseOwnFields(RecordSet& header) {
+  for (const char* const name : {"broj", "kljuc_sazetak"}) {
+    if (HasValue(header, name)) RefuseHeader(header, name, "is given when the document is stored");
+  }
+}
+
 // What is to be paid, which the header may say too.
 std::optional<Currency> CheckedTotal(const DocumentKind& kind, RecordSet& header, SentRecordSets& sent) {
   const DocumentSets sets{sent.Find("Stavke"), sent.Find("Usluge"), sent.Find("Rekapitulacija")};
@@ -173,7 +192,9 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   header.First();
   const DocumentKind& kind = ReadKind(header);
   DocumentKey key = ReadKey(header, kind);
+  RefuseOwnFields(header);
   CheckSorts(kind, sent);
+  CheckQuantities(kind, header, sent);
   if (HasValue(header, "stornira_id")) {
     RefuseHeader(header, "stornira_id", "is written by the transaction DokumentStorno alone");
   }
@@ -261,6 +282,7 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
   for (const char* const name : {"vrsta", "ukupno"}) {
     if (HasValue(asked, name)) RefuseHeader(asked, name, "is that of the document that is cancelled");
   }
+  RefuseOwnFields(asked);
   const std::int64_t id = HeaderValue(asked, "stornira_id", ToInteger);
   const auto original = ReadStoredDocument(database, id);
   if (!original) RefuseHeader(asked, "stornira_id", "there is no document " + std::to_string(id));
@@ -322,7 +344,7 @@ const NamedTransaction kTransactions[] = {
 
     {"DokumentInsert",
      "stores a document under the next number of its kind and year, and makes the links that wait for it",
-     {{"Zaglavlje", {"dok"}},
+     {{"Zaglavlje", {.table = "dok", .ignored = {"potvrdeno"}}},
       {"Stavke", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "roba"}}}, false},
       {"Usluge", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "usluga"}}}, false},
       {"Rekapitulacija", {"dok_porezi", UnknownFields::kIgnore}, false},

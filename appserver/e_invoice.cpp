@@ -141,7 +141,25 @@ void RequireInvoice(const StoredDocument& document) {
   }
 }
 
-// What is to be paid, by the one rule for it. A storno that is not negative would be a second sale.
+// A storno is the negative of what it cancels. One that was entered by hand names no document: it is at most
+// nothing, or it would be a second sale.
+void RequireCancelling(Database& database, const StoredDocument& document, Currency total) {
+  if (!document.stornira_id) {
+    if (document.kind->is_storno && total > Currency()) {
+      RefuseInvoice(document.id, "cancels an invoice, but its total is " + total.ToString());
+    }
+    return;
+  }
+  const RecordSet goods = ReadLines(database, *document.stornira_id, "roba");
+  const RecordSet services = ReadLines(database, *document.stornira_id, "usluga");
+  const RecordSet taxes = ReadRows(database, "dok_porezi", *document.stornira_id);
+  const Currency cancelled = ToBePaid(*document.figures_kind, {&goods, &services, &taxes}).value();
+  if ((total + cancelled).IsZero()) return;
+  RefuseInvoice(document.id,
+                "cancels an invoice of " + cancelled.ToString() + ", but its total is " + total.ToString());
+}
+
+// What is to be paid, by the one rule for it.
 Currency CheckedTotal(Database& database, const StoredDocument& document) {
   const RecordSet goods = ReadLines(database, document.id, "roba");
   const RecordSet services = ReadLines(database, document.id, "usluga");
@@ -158,9 +176,7 @@ Currency CheckedTotal(Database& database, const StoredDocument& document) {
     RefuseInvoice(document.id, "has the total " + document.header.AsCurrency(stored).ToString() +
                                    ", its lines have " + total.ToString());
   }
-  if ((document.kind->is_storno || document.stornira_id) && total > Currency()) {
-    RefuseInvoice(document.id, "cancels an invoice, but its total is " + total.ToString());
-  }
+  RequireCancelling(database, document, total);
   return total;
 }
 

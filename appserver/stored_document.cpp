@@ -25,7 +25,9 @@ std::optional<StoredDocument> ReadStoredDocument(Database& database, std::int64_
   const std::size_t cancelled = *header.FindFieldIndex("stornira_id");
   if (!header.IsNull(cancelled)) {
     document.stornira_id = header.AsInteger(cancelled);
-    document.figures_kind = KindOf(ReadHeader(database, *document.stornira_id));
+    const DocumentKind* const mirrored = KindOf(ReadHeader(database, *document.stornira_id));
+    document.figures_kind =
+        document.kind == nullptr || mirrored == nullptr ? nullptr : &FiguresKindOf(*document.kind, mirrored);
   }
   return document;
 }

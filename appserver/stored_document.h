@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "appserver/database.h"
-#include "mox/documents/document_figures.h"
+#include "mox/documents/storno.h"
 
 namespace mox {
 

@@ -63,6 +63,7 @@ std::string RecapText(const DocumentRecap& recap) {
 
 void ListKind(const DocumentKind& kind, std::string& out) {
   out += std::string(kind.name) + ": " + std::string(kind.title) + " (" + std::string(kind.english) + ")\n";
+  out += "  tip         " + std::string(kind.tip) + "\n";
   ListLines("goods       ", kind.goods, out);
   ListLines("services    ", kind.services, out);
   out += "  recap       " + (kind.recap.Exists() ? RecapText(kind.recap) : std::string("none")) + "\n";
@@ -90,9 +91,11 @@ void AppendTitled(std::string_view title, RecordSet* records, const TableOptions
 void AppendInWords(const std::optional<Currency>& total, Date date, std::string& out) {
   if (!total) return;
   const std::string currency(GetValutaOznakaByDate(date));
-  const std::string words = BrojSlovima(*total, currency);
+  const bool is_negative = *total < Currency();
+  const std::string words = BrojSlovima(is_negative ? -*total : *total, currency);
   if (words.empty()) return;
-  out += "\nSlovima (" + CurrencyToText(*total, CurrentLocale()) + " " + currency + "): " + words + "\n";
+  out += "\nSlovima (" + CurrencyToText(*total, CurrentLocale()) + " " + currency +
+         "): " + (is_negative ? "minus " : "") + words + "\n";
 }
 
 void DropZeros(RecordSet& totals) {
@@ -107,7 +110,7 @@ void DropZeros(RecordSet& totals) {
 }
 
 // Asked at a terminal, unless --yes answers or the lines come from there.
-void RequireConfirmed(const Document& document, const DocumentArguments& arguments, Session& session) {
+void RequireConfirmed(Document& document, const DocumentArguments& arguments, Session& session) {
   const bool reads_input =
       arguments.paths.empty() ||
       std::find(arguments.paths.begin(), arguments.paths.end(), "-") != arguments.paths.end();

@@ -56,7 +56,8 @@ void CollectLost(const RecordSet& lines, const Columns& columns, std::vector<std
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header_words,
                         std::vector<std::string>& lost) {
   FillHeader(document.Header(), header_words, [&](std::string_view name) {
-    return IsAny(name, {"id", "vrsta", "broj"}) || (SameName(name, "ukupno") && document.ToBePaid());
+    return IsAny(name, {"id", "vrsta", "broj", "potvrdeno"}) ||
+           (SameName(name, "ukupno") && document.ToBePaid());
   });
   const Columns line_columns = server.database().TableColumns("dok_stavke");
   for (const RecordSet* const lines : {document.Goods(), document.Services()}) {

@@ -27,8 +27,10 @@ void CarIzlazRaspodjelaTezinaPoKolicini(RecordSet& lines) {
 void PonistiCarinuPdv(RecordSet& lines, bool clear_customs, bool clear_vat) {
   WalkToEnd(lines, [&] {
     lines.Edit();
-    if (clear_vat) lines.Set(tbr_stp, 0);
-    if (clear_customs) lines.Set(ctb_stopa, 0);
+    WriteAndPost(lines, [&] {
+      if (clear_vat) lines.Set(tbr_stp, 0);
+      if (clear_customs) lines.Set(ctb_stopa, 0);
+    });
   });
 }
 

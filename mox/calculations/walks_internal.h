@@ -4,6 +4,7 @@
 
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/record_set.h"
+#include "mox/foundation/write_and_post_internal.h"
 
 #pragma GCC visibility push(hidden)
 
@@ -26,19 +27,6 @@ void WalkAndReturn(RecordSet& lines, Visit visit) {
   SavedPosition position(lines);
   for (lines.First(); !lines.Eof(); lines.Next()) visit();
   position.Restore();
-}
-
-/// Writes a record that was opened, `write()`, and posts it. An error on the way cancels it, so that no later
-/// move posts half of it.
-template <typename Write>
-void WriteAndPost(RecordSet& records, Write write) {
-  try {
-    write();
-    records.Post();
-  } catch (...) {
-    records.Cancel();
-    throw;
-  }
 }
 
 }  // namespace mox

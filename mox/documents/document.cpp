@@ -8,8 +8,10 @@
 #include "mox/calculations/supplier_totals.h"
 #include "mox/documents/document_header_internal.h"
 #include "mox/documents/record_walk_internal.h"
+#include "mox/documents/storno.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/text.h"
+#include "mox/foundation/write_and_post_internal.h"
 #include "mox/server/transactions.h"
 
 namespace mox {
@@ -158,6 +160,7 @@ void Document::Watch(Lines& lines) const {
 }
 
 Document::Lines Document::TakeLines(const LineSchema& schema, RecordSet records) const {
+  records.PostPending();
   std::string missing;
   for (const std::string_view name : SplitNames(schema.inputs)) {
     if (!records.FindFieldIndex(name)) missing += (missing.empty() ? "" : ", ") + std::string(name);
@@ -180,13 +183,7 @@ void Document::SetHeader(std::string_view field, const Value& value) {
   header_.PostPending();
   header_.First();
   header_.Edit();
-  try {
-    header_.FieldByName(field).SetVariant(value);
-  } catch (...) {
-    header_.Cancel();
-    throw;
-  }
-  header_.Post();
+  WriteAndPost(header_, [&] { header_.FieldByName(field).SetVariant(value); });
 }
 
 std::size_t Document::LineCount() const {
@@ -199,8 +196,7 @@ void Document::CalculateEach(Lines& lines) const {
   SavedPosition position(records);
   for (records.First(); !records.Eof(); records.Next()) {
     records.Edit();
-    CalculateLine(*lines.schema, records, digits_);
-    records.Post();
+    WriteAndPost(records, [&] { CalculateLine(*lines.schema, records, digits_); });
   }
   position.Restore();
 }
@@ -276,9 +272,10 @@ void Document::FillSupplierTotals() {
   lines.DataTransfer(goods_->records);
   RecordSet& totals = *supplier_totals_;
   totals.First();
-  CalcDocDobavljaca(DocDobavljacaFieldsOf(totals), lines, header_.FieldByName("vrsta_dok_dob").AsText(),
-                    digits_.vat);
-  totals.Post();
+  WriteAndPost(totals, [&] {
+    CalcDocDobavljaca(DocDobavljacaFieldsOf(totals), lines, header_.FieldByName("vrsta_dok_dob").AsText(),
+                      digits_.vat);
+  });
 }
 
 std::vector<RecordSet*> Document::StoreRequest() {
@@ -301,6 +298,8 @@ std::vector<RecordSet*> Document::StoreRequest() {
   return request;
 }
 
-bool Document::Store() { return ExecuteTransaction("DokumentInsert", StoreRequest()); }
+bool Document::Store() {
+  return ConfirmQuantities(*this) && ExecuteTransaction("DokumentInsert", StoreRequest());
+}
 
 }  // namespace mox

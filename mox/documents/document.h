@@ -10,8 +10,9 @@
 namespace mox {
 
 /// A document as the record sets that it consists of: its header, its lines of goods and of services, its tax
-/// by rate and its totals. It declares and calculates them, and stores them together. The digit settings are
-/// those of the application that is installed when it is made.
+/// by rate and its totals. It declares and calculates them, and stores them together. The decimals of tax
+/// amounts and of purchase prices are those of the application that is installed when it is made; calculators
+/// that round selling prices read their decimals anew for each line.
 class Document {
  public:
   /// Without lines, for a screen or a program that fills them: the sets of lines that the kind has are open
@@ -21,8 +22,9 @@ class Document {
   /// Raises Error for an unknown kind.
   explicit Document(std::string_view kind) : Document(DocumentKindByName(kind)) {}
   /// From lines that the caller has; either sort may be left out. Columns that only the calculator writes are
-  /// added where they are missing; a column that it reads and that is missing raises Error. Nothing is
-  /// calculated until Calculate(), so lines that were calculated stay as they are.
+  /// added where they are missing; a column that it reads and that is missing raises Error. A line that is
+  /// being edited is posted first. Nothing is calculated until Calculate(), so lines that were calculated
+  /// stay as they are. Events and listeners of the sets stay only where no column is missing.
   Document(const DocumentKind& kind, std::optional<RecordSet> goods, std::optional<RecordSet> services = {});
 
   const DocumentKind& Kind() const { return *kind_; }
@@ -40,7 +42,8 @@ class Document {
   const RecordSet* Services() const { return services_ ? &services_->records : nullptr; }
   std::size_t LineCount() const;
 
-  /// Calculates every line once more.
+  /// Calculates every line once more, posting it. An error cancels the line that it comes from and ends the
+  /// walk: the lines before it are calculated, those after it are as they were.
   void Calculate();
   /// Fills the recapitulation and the totals from the lines as they are; a line that is being edited is
   /// posted first. Columns that the kind neither needs nor computes do not count, whatever they are called.
@@ -62,7 +65,8 @@ class Document {
   /// "Stavke", "Usluge", "Rekapitulacija", "DokDobavljaca". Recapitulates. Raises Error for a document
   /// without lines, and where lines and recapitulation disagree.
   std::vector<RecordSet*> StoreRequest();
-  /// Stores the document through the application server. False when the server refused it.
+  /// Stores the document through the application server. False when the server refused it, and when the user
+  /// did not confirm a positive quantity of a kind that cancels others (ConfirmQuantities).
   bool Store();
 
  private:

@@ -9,6 +9,9 @@
 
 namespace mox {
 
+// The user has said yes to positive quantities of a storno.
+inline constexpr std::string_view kConfirmed = "potvrdeno";
+
 // The server refuses texts that are too long; fields with sizes would cut them.
 inline constexpr std::pair<std::string_view, FieldKind> kHeaderFields[] = {
     {"vrsta", FieldKind::kText},          {"godina", FieldKind::kInteger},
@@ -19,7 +22,7 @@ inline constexpr std::pair<std::string_view, FieldKind> kHeaderFields[] = {
     {"datum_dok_dob", FieldKind::kDate},  {"vrsta_dok_dob", FieldKind::kText},
     {"nacin_placanja", FieldKind::kText}, {"poziv_na_br", FieldKind::kText},
     {"opis", FieldKind::kText},           {"ukupno", FieldKind::kCurrency},
-    {"kljuc", FieldKind::kText}};
+    {"kljuc", FieldKind::kText},          {kConfirmed, FieldKind::kBoolean}};
 
 inline void DefineHeaderFields(RecordSet& header) {
   for (const auto& [name, kind] : kHeaderFields) header.DefineField(name, kind);

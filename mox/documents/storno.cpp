@@ -42,15 +42,6 @@ RecordSet Mirror(const RecordSet& records, bool (*turns)(const FieldDef& field))
   return mirror;
 }
 
-bool HasPositiveQuantity(const RecordSet* lines) {
-  bool has = false;
-  if (lines == nullptr) return has;
-  if (const auto quantity = lines->FindFieldIndex(field::kolicina.text)) {
-    ForEachRow(*lines, [&](const RecordRow& row) { has = has || row.AsFloat(*quantity) > 0; });
-  }
-  return has;
-}
-
 }  // namespace
 
 RecordSet MirrorOf(const RecordSet& records) { return Mirror(records, Turns); }
@@ -61,7 +52,7 @@ RecordSet MakeStornoHeader(std::int64_t doc_id) {
   RecordSet header("Zaglavlje");
   header.DefineField("stornira_id", FieldKind::kInteger);
   for (const auto& [name, kind] : kHeaderFields) {
-    if (name != "vrsta" && name != "ukupno") header.DefineField(name, kind);
+    if (name != "vrsta" && name != "ukupno" && name != kConfirmed) header.DefineField(name, kind);
   }
   header.Open();
   header.Append();
@@ -78,12 +69,31 @@ bool StoreStorno(std::int64_t doc_id) {
   return StoreStorno(header);
 }
 
-bool ConfirmQuantities(const Document& document) {
-  if (!document.Kind().is_storno) return true;
-  if (!HasPositiveQuantity(document.Goods()) && !HasPositiveQuantity(document.Services())) return true;
-  return App().Dialogs().ShowVelorDialog(
-             TVCustomDialogType::kConfirmation, "Upozorenje", "Mogući krivi unos podataka!",
-             "Količine storna moraju biti negativne! Nastavak rada?") == kDialogYes;
+std::optional<std::size_t> FindPositiveQuantity(const DocumentKind& kind, const RecordSet* lines) {
+  if (!kind.is_storno || lines == nullptr) return std::nullopt;
+  const auto quantity = lines->FindFieldIndex(field::kolicina.text);
+  for (std::size_t row = 0; quantity && row < lines->RowCount(); ++row) {
+    if (lines->RowAt(row).AsFloat(*quantity) > 0) return row + 1;
+  }
+  return std::nullopt;
+}
+
+bool ConfirmQuantities(Document& document) {
+  const DocumentKind& kind = document.Kind();
+  const bool asks =
+      FindPositiveQuantity(kind, document.Goods()) || FindPositiveQuantity(kind, document.Services());
+  if (!asks || document.Header().FieldByName(kConfirmed).AsBoolean()) return true;
+  if (App().Dialogs().ShowVelorDialog(
+          TVCustomDialogType::kConfirmation, "Upozorenje", "Mogući krivi unos podataka!",
+          "Količine storna moraju biti negativne! Nastavak rada?") != kDialogYes) {
+    return false;
+  }
+  document.SetHeader(kConfirmed, true);
+  return true;
+}
+
+const DocumentKind& FiguresKindOf(const DocumentKind& kind, const DocumentKind* cancelled) {
+  return cancelled == nullptr ? kind : *cancelled;
 }
 
 }  // namespace mox

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "mox/documents/document.h"
 
@@ -17,7 +18,8 @@ RecordSet MirrorOf(const RecordSet& records);
 RecordSet MirrorOfTotals(const RecordSet& records);
 
 /// The header of the storno of a stored document: one record, "Zaglavlje", with stornira_id, the id of the
-/// document, and datum (today). What else it says is taken from the document where it is left null.
+/// document, and datum (today). Where it is left null, what else it says is taken from the document, but for
+/// the due date and the user.
 RecordSet MakeStornoHeader(std::int64_t doc_id);
 /// Stores the storno that the header asks for, with the transaction "DokumentStorno": the server mirrors what
 /// it has stored. False when it refused.
@@ -25,9 +27,17 @@ bool StoreStorno(RecordSet& header);
 /// The same with nothing to say about it.
 bool StoreStorno(std::int64_t doc_id);
 
-/// Whether a document may be stored. Lines of a kind that cancels others, entered by hand, have negative
-/// quantities; a positive one would be a second sale and is asked about (dialog kind 1). True for any other
-/// document, and where the user says yes.
-bool ConfirmQuantities(const Document& document);
+/// The line, counted from 1, that would be a second sale: lines of a kind that cancels others, entered by
+/// hand, have negative quantities. None where all have, where there are no lines, and for other kinds.
+std::optional<std::size_t> FindPositiveQuantity(const DocumentKind& kind, const RecordSet* lines);
+
+/// Whether a document may be stored. A positive quantity in a kind that cancels others is asked about (dialog
+/// kind 1); a yes is noted in the header, potvrdeno, which the server wants to see, and nobody asks again.
+/// True for any other document. Document::Store() asks by itself.
+bool ConfirmQuantities(Document& document);
+
+/// The kind by whose row the lines of a stored document are read and summed: its own, or that of the document
+/// that it mirrors, `cancelled`, whose services and fees its own kind may not have. Null for no mirror.
+const DocumentKind& FiguresKindOf(const DocumentKind& kind, const DocumentKind* cancelled);
 
 }  // namespace mox

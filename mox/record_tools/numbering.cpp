@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "mox/foundation/write_and_post_internal.h"
 #include "mox/record_tools/key_text_internal.h"
 #include "mox/record_tools/record_tools.h"
 
@@ -36,8 +37,7 @@ void RenumberField(RecordSet& records, std::string_view field, std::int64_t firs
   ForEachRecord(records, [&] {
     if (records.IsNull(index) || records.AsInteger(index) != number) {
       records.Edit();
-      records.SetInteger(index, number);
-      records.Post();
+      WriteAndPost(records, [&] { records.SetInteger(index, number); });
     }
     ++number;
   });
@@ -47,12 +47,14 @@ void FillDefaults(RecordSet& records, std::span<const std::pair<std::string_view
   std::vector<std::size_t> fields;
   for (const auto& [name, value] : defaults) fields.push_back(FieldIndexes(records, {&name, 1}).front());
   ForEachRecord(records, [&] {
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-      if (!records.IsNull(fields[i])) continue;
-      records.Edit();
-      records.SetVariant(fields[i], defaults[i].second);
-    }
-    if (records.State() == DataSetState::kEdit) records.Post();
+    const auto is_null = [&](std::size_t field) { return records.IsNull(field); };
+    if (std::none_of(fields.begin(), fields.end(), is_null)) return;
+    records.Edit();
+    WriteAndPost(records, [&] {
+      for (std::size_t i = 0; i < fields.size(); ++i) {
+        if (records.IsNull(fields[i])) records.SetVariant(fields[i], defaults[i].second);
+      }
+    });
   });
 }
 

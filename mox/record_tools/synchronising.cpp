@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <map>
 #include <unordered_map>
 #include <vector>
 
 #include "mox/foundation/value_conversion.h"
+#include "mox/foundation/write_and_post_internal.h"
 #include "mox/record_tools/key_text_internal.h"
 #include "mox/record_tools/record_tools.h"
 
@@ -81,19 +83,22 @@ void RequireKeysOnce(const RecordSet& records, FieldNames keys) {
 
 // True where a value differed.
 bool TakeOver(RecordSet& records, const std::vector<Common>& common, const std::vector<Value>& values) {
-  bool changed = false;
-  for (const Common& pair : common) {
-    if (records.AsVariant(pair.field) == values[pair.field]) continue;
-    if (!changed) records.Edit();
-    changed = true;
-    if (std::holds_alternative<std::monostate>(values[pair.field])) {
-      records.SetNull(pair.field);
-    } else {
-      records.SetVariant(pair.field, values[pair.field]);
+  const auto differs = [&](const Common& pair) {
+    return records.AsVariant(pair.field) != values[pair.field];
+  };
+  if (std::none_of(common.begin(), common.end(), differs)) return false;
+  records.Edit();
+  WriteAndPost(records, [&] {
+    for (const Common& pair : common) {
+      if (!differs(pair)) continue;
+      if (std::holds_alternative<std::monostate>(values[pair.field])) {
+        records.SetNull(pair.field);
+      } else {
+        records.SetVariant(pair.field, values[pair.field]);
+      }
     }
-  }
-  if (changed) records.Post();
-  return changed;
+  });
+  return true;
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <optional>
 
 #include "mox/foundation/clock.h"
 #include "mox/foundation/rounding.h"
@@ -9,6 +10,19 @@ namespace mox {
 namespace {
 
 constexpr std::int32_t kLongestPaymentTerm = 360;  // days
+
+constexpr std::string_view kOutsideWorkingYear = "Datum mora biti unutar odabrane radne godine";
+constexpr std::string_view kDueTooEarly =
+    "Datum dospijeća dokumenta dobavljača mora biti veći od datuma dokumenta dobavljača!";
+
+// None where the value is no date.
+std::optional<Date> DateOf(const Field& field) {
+  try {
+    return field.AsDate();
+  } catch (const Error&) {
+    return std::nullopt;
+  }
+}
 
 bool IsOverridden() {
   RecordSet* const parameters = App().Comunication().CompanyParameters();
@@ -50,10 +64,7 @@ bool AreDatesOfPrimka(Date document, Date supplier, Date due) {
       !WantsToGoOn("Datum dokumenta mora biti veći od datuma dokumenta dobavljača! Nastavak rada?")) {
     return false;
   }
-  if (due < supplier) {
-    return Warn(kBadEntry,
-                "Datum dospijeća dokumenta dobavljača mora biti veći od datuma dokumenta dobavljača!");
-  }
+  if (due < supplier) return Warn(kBadEntry, kDueTooEarly);
   if (due.days - supplier.days > kLongestPaymentTerm) {
     return Warn(kBadEntry, "Datum dospijeća dobavljača je prevelik u odnosu na datum dokumenta dobavljača!");
   }
@@ -68,9 +79,7 @@ bool CheckDateForward(const Field& date) {
   return Holds(IsOverridden);
 }
 
-bool CheckDate(const Field& date) {
-  return IsInWorkingYear(date) || Warn(kBadEntry, "Datum mora biti unutar odabrane radne godine");
-}
+bool CheckDate(const Field& date) { return IsInWorkingYear(date) || Warn(kBadEntry, kOutsideWorkingYear); }
 
 bool CheckDateActiveAndNextYear(const Field& date, std::string_view text) {
   if (IsInWorkingYear(date, 1)) return true;
@@ -96,14 +105,12 @@ bool CheckFieldOnRelatedField(const Field& field, const Field& related, std::str
 
 bool CheckDatesOnPrimka(const Field& document_date, const Field& supplier_document_date,
                         const Field& supplier_due_date) {
-  try {
-    return AreDatesOfPrimka(document_date.AsDate(), supplier_document_date.AsDate(),
-                            supplier_due_date.AsDate());
-  } catch (const ConversionError& error) {
-    return Warn(kBadEntry, error.what());
-  } catch (const Overflow& error) {
-    return Warn(kBadEntry, error.what());
-  }
+  const std::optional<Date> document = DateOf(document_date);
+  if (!document) return Warn(kBadEntry, kOutsideWorkingYear);
+  const std::optional<Date> supplier = DateOf(supplier_document_date);
+  const std::optional<Date> due = DateOf(supplier_due_date);
+  if (!supplier || !due) return Warn(kBadEntry, kDueTooEarly);
+  return AreDatesOfPrimka(*document, *supplier, *due);
 }
 
 }  // namespace mox

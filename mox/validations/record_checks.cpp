@@ -14,6 +14,7 @@ constexpr std::string_view kNotUnique = "Neispravan unos";
 // was before its edit, and not at all while it is inserted.
 bool IsRepeated(const Field& field) {
   const RecordSet& records = field.DataSet();
+  if (!records.IsActive()) return false;
   const RecordTable& table = records.Table();
   const Value value = field.AsVariant();
   std::size_t count = 0;
@@ -39,10 +40,12 @@ bool IsSame(const Field& value, const RecordRow& found, std::size_t index) {
 }
 
 bool IsThere(const Field& field, const RecordSet& records) {
+  const auto index = records.FindFieldIndex(field.Name());
+  if (!index || !records.IsActive()) return false;
   const Value values[] = {field.AsVariant()};
   try {
     const auto row = records.FindRow(field.Name(), values);
-    return row && IsSame(field, records.RowAt(*row), *records.FindFieldIndex(field.Name()));
+    return row && IsSame(field, records.RowAt(*row), *index);
   } catch (const ConversionError&) {  // no field of that kind can hold the value
   } catch (const Overflow&) {
   }
@@ -60,7 +63,7 @@ bool CheckRequiredFields(RecordSet& records) {
   Lines lines;
   for (std::size_t i = records.FieldCount(); i-- > 0;) {
     const Field field = records.FieldAt(i);
-    if (field.Required() && field.AsText().empty()) {
+    if (field.Required() && !Holds([&] { return !field.AsText().empty(); })) {
       lines.Add("Polje '" + field.DisplayName() + "' nije popunjeno!");
     }
   }

@@ -92,7 +92,10 @@ bool CheckFiskalniNaziv(std::string_view text, std::string_view suffix) {
 }
 
 void CheckObrSast(RecordSet& person) {
-  const auto text_of = [&person](std::string_view name) { return person.FieldByName(name).AsText(); };
+  const auto text_of = [&person](std::string_view name) {
+    const auto field = person.FindField(name);
+    return field ? field->AsText() : std::string();
+  };
   if (CountCharacters(text_of("ime")) < 2 || CountCharacters(text_of("prezime")) < 2) {
     Fault("Nepotpuni podaci", "Polje \"Ime\" i/ili \"Prezime\" nije ispravno popunjeno");
     throw Abort();

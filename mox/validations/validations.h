@@ -11,9 +11,10 @@ namespace mox {
 
 // What editing screens check of a field or of a whole record before it is posted. A check that fails tells
 // the user why, in one dialog unless stated, and answers false. No check changes a record, the state of its
-// set or the position, and none raises but CheckObrSast: a value that cannot be read as what is compared
-// fails. Values are read as floating-point numbers where they are compared as numbers, null being 0 and a
-// date its day count.
+// set or the position, and none raises but CheckObrSast, with the silent abort: a value that cannot be read
+// as what is compared fails, and so does one that a closed set does not have, where one is required; nothing
+// is there twice in a closed set, or in one without the field. Values are read as floating-point numbers
+// where they are compared as numbers, null being 0 and a date its day count.
 
 // --- stock ---
 

@@ -200,8 +200,10 @@ TEST(Recapitulations, LeaveNoHalfWrittenRow) {
 
 TEST(Customs, NeedTheRatesThatAreToBeCleared) {
   RecordSet lines = Records("tbr_stp=25; tbr_stp=5");
-  EXPECT_THROW(PonistiCarinuPdv(lines, true, false), FieldNotFound);
+  EXPECT_THROW(PonistiCarinuPdv(lines, true, true), FieldNotFound);
   EXPECT_FALSE(lines.ControlsDisabled());
+  EXPECT_EQ(lines.State(), DataSetState::kBrowse);
+  EXPECT_EQ(lines[field::tbr_stp], 25);
 }
 
 }  // namespace

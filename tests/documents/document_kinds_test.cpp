@@ -135,6 +135,51 @@ TEST_F(DocumentKindsTest, RecapitulateTheBaseAndTaxOfTheirLines) {
   }
 }
 
+// A set with a column to be added is copied, another one taken as it is; either has the line being entered.
+TEST_F(DocumentKindsTest, KeepTheLineThatIsBeingEntered) {
+  for (const char* const columns : {"", "pci rbi1 osnovica pdvi ukupno"}) {
+    RecordSet services("Usluge");
+    const std::string names = std::string("kolicina pc rbp1 tbr_stp ") + columns;
+    for (const std::string_view name : SplitNames(names)) {
+      services.DefineField(name, FindVocabularyEntry(name)->kind);
+    }
+    services.Open();
+    for (const double price : {100.0, 50.0}) {
+      services.Append();
+      services.Set(field::kolicina, 1);
+      services.FieldByName("pc").SetFloat(price);
+    }
+    Document document(DocumentKindByName("racun-usluga"), std::nullopt, std::move(services));
+    EXPECT_EQ(document.LineCount(), 2U) << columns;
+    document.Calculate();
+    EXPECT_EQ(document.ToBePaid(), Currency::Parse("150.00")) << columns;
+  }
+}
+
+// An error of the calculator, or a screen's check that does not let a line be posted, leaves the line closed
+// and as it was.
+TEST_F(DocumentKindsTest, CancelTheLineThatCannotBeCalculated) {
+  Document document("storno-gotovinski-racun");
+  RecordSet& goods = *document.Goods();
+  for (const double quantity : {-1.0, -2.0}) {
+    goods.Append();
+    goods.Set(field::kolicina, quantity);
+    goods.FieldByName("pc").SetFloat(10);
+    goods.Post();
+  }
+  const std::string before = goods.SaveToString();
+  goods.SetOnBeforePost([](RecordSet&) { throw mox::Abort(); });
+  EXPECT_THROW(document.Calculate(), mox::Abort);
+  EXPECT_EQ(goods.State(), DataSetState::kBrowse);
+  EXPECT_EQ(goods.SaveToString(), before);
+  goods.SetOnBeforePost(nullptr);
+  goods.Edit();
+  goods.Set(field::kolicina, 0);
+  EXPECT_THROW(goods.Post(), DivisionByZero);
+  EXPECT_THROW(document.Calculate(), DivisionByZero);
+  EXPECT_EQ(goods.State(), DataSetState::kBrowse);
+}
+
 // Codes are found, and so are names that were cut to a code's length, unless several kinds begin so.
 TEST_F(DocumentKindsTest, AreFoundByTheirCodes) {
   const auto name_of = [](std::string_view tip) {

@@ -8,6 +8,7 @@
 
 #include "mox/host/company_parameters.h"
 #include "mox/host/memory_settings.h"
+#include "tests/fakes/recording_host.h"
 
 namespace mox {
 namespace {
@@ -108,6 +109,29 @@ TEST_F(StornoTest, CancelsEveryAmountOfRandomDocumentsOfEveryKind) {
       if (HasFatalFailure()) return;
     }
   }
+}
+
+// Asked once, by whoever stores; a refusal stores nothing, and asks the server nothing.
+TEST_F(StornoTest, AsksBeforeItSellsAgain) {
+  RecordingHost host;
+  host.dialog_answers = {kDialogNo, kDialogYes};
+  const ScopedApp app(host.Parts());
+  Document document("storno-gotovinski-racun");
+  const auto add = [&](double quantity) {
+    document.Goods()->Append();
+    document.Goods()->Set(field::kolicina, quantity);
+    document.Goods()->FieldByName("pc").SetFloat(10);
+    document.Goods()->Post();
+  };
+  add(-1);
+  EXPECT_TRUE(ConfirmQuantities(document));
+  add(1);
+  EXPECT_FALSE(document.Store());
+  EXPECT_EQ(host.log.size(), 1U);
+  EXPECT_TRUE(ConfirmQuantities(document));
+  EXPECT_TRUE(ConfirmQuantities(document));
+  EXPECT_EQ(host.log.size(), 2U);
+  EXPECT_TRUE(document.Header().FieldByName("potvrdeno").AsBoolean());
 }
 
 // A quantity of 0 stays 0 and not -0, nothing stays nothing, and a price has the sign that it had.

@@ -14,7 +14,7 @@ namespace {
 
 // A set from words such as "Iznos:float=2,5", with "!" after the kind of a required field; without a value it
 // is null. "|" begins a further record; "edit" and "insert" take what follows in that state, at the first
-// one. Other words count for nothing.
+// one; "closed" closes the set. Other words count for nothing.
 RecordSet SetOf(const Words& words) {
   RecordSet set;
   for (const std::string& word : words) {
@@ -44,6 +44,7 @@ RecordSet SetOf(const Words& words) {
     }
   }
   if (!stays_open) set.First();
+  if (std::find(words.begin(), words.end(), "closed") != words.end()) set.Close();
   return set;
 }
 
