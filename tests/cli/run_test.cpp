@@ -111,6 +111,7 @@ TEST(Run, ListsWhatItKnows) {
       std::string::npos);
   EXPECT_EQ(RunWith({"document", "--list", "izmjena-cijena"}).out,
             "izmjena-cijena: Izmjena cijena (price change)\n"
+            "  tip         izmjena-cijena\n"
             "  goods       kolicina vpc nvpc\n"
             "  calculates  vpci nvpci razlika\n"
             "  recap       none\n");

@@ -99,6 +99,7 @@ TableFunction OnTexts(const std::function<bool(const Words&)>& check) {
 
 // The set as it was before its pending edit, which it cancels, after all else that a check must leave alone.
 std::string StateOf(RecordSet& set) {
+  if (!set.IsActive()) return "closed";
   std::string state = std::to_string(set.Position()) + " of " + set.SaveToString();
   state += std::to_string(static_cast<int>(set.State())) + (set.IsModified() ? " modified" : "");
   for (std::size_t i = 0; i < set.FieldCount(); ++i) state += " " + set.AsText(i);
