@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <random>
 
@@ -262,6 +263,18 @@ TEST_F(DatabaseTest, SaysWhyItCannotWrite) {
   EXPECT_EQ(message(database), path_ + ": the disk is full");
   EXPECT_THAT(database.TableColumns("pun"), testing::IsEmpty());
   database.Execute("INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')");  // and goes on
+}
+
+// A file whose number a database may have passed already would never run there.
+TEST(Migrations, HaveEachNumberOnce) {
+  std::vector<int> numbers;
+  std::vector<int> expected;
+  for (const SchemaFile& file : SchemaFiles()) {
+    numbers.push_back(std::stoi(std::string(file.name.substr(file.name.find('/') + 1))));
+    expected.push_back(static_cast<int>(numbers.size()));
+  }
+  std::sort(numbers.begin(), numbers.end());
+  EXPECT_EQ(numbers, expected);
 }
 
 TEST_F(DatabaseTest, BringsAnOlderSchemaToTheNewest) {
