@@ -179,7 +179,8 @@ class ImportSession : public ImportGridView {
   void WriteFaults(const TfrmImportGrid& form) {
     try {
       if (arguments_.WantsFaultWorkbook()) {
-        session_.files.Write(arguments_.faults, FaultWorkbook(form, DataFields(form), sheet_), kWorkbook);
+        session_.files.Write(arguments_.faults, FaultWorkbook(form, DataFields(form), sheet_),
+                             kFaultWorkbook);
       } else {
         session_.files.Write(arguments_.faults, FaultLines(form, sheet_.numbers), kFaultList);
       }
@@ -241,7 +242,7 @@ void RunImport(const ImportArguments& arguments, const ImportProfile& profile, S
   ServerOf(session).SetRehearsing(arguments.check);
   session.files.Keep(arguments.path, "the sheet that is imported");
   if (!arguments.faults.empty())
-    session.files.Require(arguments.faults, arguments.WantsFaultWorkbook() ? kWorkbook : kFaultList);
+    session.files.Require(arguments.faults, arguments.WantsFaultWorkbook() ? kFaultWorkbook : kFaultList);
   const auto begin = std::chrono::steady_clock::now();
   StandardLocale locale(LocaleArgument(arguments.locale));
   const std::unique_ptr<AppDialogs> dialogs = DialogsOf(arguments, session);
@@ -289,7 +290,7 @@ std::vector<ImportFieldDef> FieldsOf(const ImportProfile& profile, const ImportA
 void WriteTemplate(const ImportArguments& arguments, const ImportProfile& profile, Session& session) {
   if (!arguments.print_heading) throw UsageError("--xlsx FILE takes the --template");
   session.files.Keep(arguments.path, "the sheet that it is filled with");
-  session.files.Require(arguments.workbook, kWorkbook);
+  session.files.Require(arguments.workbook, kTemplateWorkbook);
   StandardLocale locale(LocaleArgument(arguments.locale));
   const ScopedApp app({.ini = &App().Ini(), .comunication = session.server, .locale = &locale});
   const std::vector<ImportFieldDef> fields = FieldsOf(profile, arguments, session);
@@ -299,7 +300,7 @@ void WriteTemplate(const ImportArguments& arguments, const ImportProfile& profil
                            session);
   }
   session.files.Write(arguments.workbook, TemplateWorkbook(arguments.key, fields, session.server, rows),
-                      kWorkbook);
+                      kTemplateWorkbook);
 }
 
 void Run(const ImportArguments& arguments, Session& session) {

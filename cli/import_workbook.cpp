@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "mox/foundation/app.h"
+#include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 #include "sheets/number_format.h"
@@ -14,6 +15,10 @@ namespace {
 
 constexpr std::size_t kMostChoices = 2000;  // a longer list helps nobody
 constexpr std::size_t kRowsInMemory = 20'000;
+constexpr const char* kTemplateMark = "mox import template";
+constexpr const char* kFaultMark = "mox import faults";
+
+bool BeginsAsWorkbook(std::string_view text) { return text.starts_with("PK\x03\x04"); }
 
 // A number that is looked up is a code, whose zeros in front count.
 CellKind KindOf(const ImportFieldDef& field) {
@@ -77,8 +82,12 @@ class Lines {
 
 }  // namespace
 
-const OutputKind kWorkbook = {"a workbook",
-                              [](std::string_view text) { return text.starts_with("PK\x03\x04"); }};
+const OutputKind kTemplateWorkbook = {"an empty template", BeginsAsWorkbook, [](const std::string& path) {
+                                        return IsAsWritten(ReadWholeFile(path), kTemplateMark);
+                                      }};
+const OutputKind kFaultWorkbook = {"a list of faults", BeginsAsWorkbook, [](const std::string& path) {
+                                     return IsAsWritten(ReadWholeFile(path), kFaultMark);
+                                   }};
 
 bool IsWorkbookName(const std::string& path) { return FoldCase(path).ends_with(".xlsx"); }
 
@@ -88,7 +97,7 @@ std::string TemplateWorkbook(const std::string& key, const std::vector<ImportFie
                     rows.numbers.size() > kRowsInMemory);
   std::vector<std::string_view> cells;
   for (Lines lines(rows.text); lines.Next(cells);) writer.AddRow(cells);
-  return writer.Finish();
+  return writer.Finish(rows.text.empty() ? kTemplateMark : "");
 }
 
 std::string FaultWorkbook(const TfrmImportGrid& form, const std::vector<ImportFieldDef>& fields,
@@ -118,7 +127,7 @@ std::string FaultWorkbook(const TfrmImportGrid& form, const std::vector<ImportFi
     cells.insert(cells.end(), {number, reasons});
     writer.AddRow(cells, faulty);
   }
-  return writer.Finish();
+  return writer.Finish(kFaultMark);
 }
 
 }  // namespace mox

@@ -10,8 +10,10 @@
 
 namespace mox {
 
-/// A workbook, .xlsx.
-extern const OutputKind kWorkbook;
+/// The workbooks that are written here, .xlsx, as long as nobody has saved them with a spreadsheet program: a
+/// template without rows, and faulty rows.
+extern const OutputKind kTemplateWorkbook;
+extern const OutputKind kFaultWorkbook;
 
 /// Whether a file of that name is written as a workbook.
 bool IsWorkbookName(const std::string& path);

@@ -11,6 +11,7 @@
 #include "mox/foundation/locale_text.h"
 #include "mox/foundation/text.h"
 #include "sheets/merged_values.h"
+#include "sheets/zip_package.h"
 
 namespace mox {
 namespace {
@@ -87,7 +88,13 @@ class XlsxWriter::Book {
     ++row_;
   }
 
-  std::string Finish() {
+  std::string Finish(const std::string& mark) {
+    if (!mark.empty()) {
+      std::string comments = mark;
+      lxw_doc_properties properties{};
+      properties.comments = comments.data();
+      Require(workbook_set_properties(book_, &properties));
+    }
     lxw_workbook* const book = book_;
     book_ = nullptr;
     Require(workbook_close(book));
@@ -250,6 +257,28 @@ void XlsxWriter::AddRow(std::span<const std::string_view> cells, std::span<const
   book_->AddRow(cells, faulty);
 }
 
-std::string XlsxWriter::Finish() { return book_->Finish(); }
+std::string XlsxWriter::Finish(const std::string& mark) { return book_->Finish(mark); }
+
+// A spreadsheet program that saves a workbook keeps when it was created and sets when it was modified.
+bool IsAsWritten(std::string_view bytes, std::string_view mark) {
+  constexpr const char* kProperties = "docProps/core.xml";
+  std::string properties;
+  try {
+    const ZipPackage package(bytes, "");
+    if (!package.Has(kProperties)) return false;
+    properties = package.Read(kProperties);
+  } catch (const Error&) {
+    return false;
+  }
+  const auto value = [&](std::string_view name) {
+    const std::string end = "</" + std::string(name) + '>';
+    const std::size_t begin = properties.find('<' + std::string(name));
+    const std::size_t text = properties.find('>', std::min(begin, properties.size()));
+    const std::size_t last = properties.find(end, std::min(text, properties.size()));
+    return last == std::string::npos ? std::string() : properties.substr(text + 1, last - text - 1);
+  };
+  return value("dc:description") == mark && !value("dcterms:created").empty() &&
+         value("dcterms:created") == value("dcterms:modified");
+}
 
 }  // namespace mox

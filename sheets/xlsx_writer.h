@@ -38,12 +38,17 @@ class XlsxWriter {
 
   /// Adds a row. Raises Error where the sheet is full.
   void AddRow(std::span<const std::string_view> cells, std::span<const FaultyCell> faulty = {});
-  /// Ends the file and answers its bytes. Raises Error where it cannot be written.
-  std::string Finish();
+  /// Ends the file and answers its bytes. Its properties carry the mark, plain words that say what it is.
+  /// Raises Error where it cannot be written.
+  std::string Finish(const std::string& mark = {});
 
  private:
   class Book;
   std::unique_ptr<Book> book_;
 };
+
+/// Whether these are the bytes of a workbook that was finished with that mark and saved by nobody since, so
+/// that nothing of a user's is in it.
+bool IsAsWritten(std::string_view bytes, std::string_view mark);
 
 }  // namespace mox

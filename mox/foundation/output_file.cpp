@@ -74,7 +74,8 @@ void OutputFiles::Require(const std::string& path, const OutputKind& kind) const
   if (fs::is_directory(status)) throw Error(path + ": is a folder");
   if (!fs::is_regular_file(status)) return;
   const std::string beginning = BeginningOf(path);
-  if (!beginning.empty() && !kind.begins(beginning)) {
+  if (beginning.empty()) return;
+  if (!kind.begins(beginning) || (kind.is != nullptr && !kind.is(path))) {
     Refuse(path, "is there already and is not " + std::string(kind.name));
   }
 }

@@ -12,6 +12,8 @@ struct OutputKind {
   /// Whether a file that begins so is of the kind. It is asked with the first 4096 bytes at most of a file
   /// that is not empty.
   bool (*begins)(std::string_view beginning);
+  /// Whether a file that begins so is of the kind, where its beginning alone does not tell.
+  bool (*is)(const std::string& path) = nullptr;
 };
 
 /// Writes the files that a user names for results, and sees to it that nothing else is lost: a result takes
