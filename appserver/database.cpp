@@ -166,7 +166,9 @@ void Database::Check() {
 
 void Database::BackUp(const std::string& to) { connection_->dialect().BackUp(*connection_, to); }
 
-void Database::Restore(const std::string& path) { connection_->dialect().Restore(*connection_, path); }
+std::string Database::Restore(const std::string& path) {
+  return connection_->dialect().Restore(*connection_, path);
+}
 
 std::size_t Database::MostParameters() const { return connection_->dialect().MostParameters(); }
 

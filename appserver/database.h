@@ -134,8 +134,9 @@ class Database {
   void BackUp(const std::string& to);
   /// Puts what this database holds in the place of another one, or of a file that is damaged or missing: at
   /// once, checked before, and with nothing left of the old one beside it. Raises DatabaseError where other
-  /// programs use that one; it is as it was then.
-  void Restore(const std::string& path);
+  /// programs use that one; it is as it was then. Answers the name beside it under which the old file stays,
+  /// empty where there was none.
+  std::string Restore(const std::string& path);
   /// Reads the whole file; raises DatabaseError that says what is damaged.
   void Check();
 

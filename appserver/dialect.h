@@ -48,8 +48,9 @@ class Dialect {
   /// A copy of an open database under a name that is free, while others write it. Raises soci_error,
   /// DatabaseError.
   virtual void BackUp(DatabaseConnection& database, const std::string& to) const = 0;
-  /// Puts what an open copy holds in the place of a database. Raises soci_error, DatabaseError.
-  virtual void Restore(DatabaseConnection& copy, const std::string& path) const = 0;
+  /// Puts what an open copy holds in the place of a database, which stays under the name that is answered.
+  /// Raises soci_error, DatabaseError.
+  virtual std::string Restore(DatabaseConnection& copy, const std::string& path) const = 0;
   /// What the engine's full check finds, so many findings at most; empty where all is well.
   virtual std::vector<std::string> FindDamages(soci::session& session, int most) const = 0;
 

@@ -67,10 +67,10 @@ class Sqlite : public Dialect {
     temporary.GiveName(to);
   }
 
-  void Restore(DatabaseConnection& copy, const std::string& path) const override {
+  std::string Restore(DatabaseConnection& copy, const std::string& path) const override {
     TemporarySqliteFile temporary(BehindLinks(path));
     copy.Run([&] { CopySqlite(copy.session(), temporary); });
-    ReplaceSqlite(temporary, path);
+    return ReplaceSqlite(temporary, path);
   }
 
   void OpenInMemory(soci::session& session) const override { session.open(soci::sqlite3, "db=:memory:"); }

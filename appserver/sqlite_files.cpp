@@ -179,9 +179,10 @@ void RequireFreeName(const fs::path& path) {
   }
 }
 
+namespace {
+
 // The engine copies page by page within one snapshot, so that writers need not wait.
-void CopySqlite(soci::session& from, const TemporarySqliteFile& to) {
-  soci::session copy;
+void CopyPages(soci::session& from, soci::session& copy, const TemporarySqliteFile& to) {
   ConnectSqlite(copy, to.path(), "rw");
   sqlite_api::sqlite3_backup* const backup =
       sqlite_api::sqlite3_backup_init(HandleOf(copy), "main", HandleOf(from), "main");
@@ -191,6 +192,13 @@ void CopySqlite(soci::session& from, const TemporarySqliteFile& to) {
   if (result != SQLITE_OK) {
     throw DatabaseError(to.path().string() + ": the copy failed: " + sqlite_api::sqlite3_errstr(result));
   }
+}
+
+}  // namespace
+
+void CopySqlite(soci::session& from, const TemporarySqliteFile& to) {
+  soci::session copy;
+  CopyPages(from, copy, to);
   const std::vector<std::string> damages = FindSqliteDamages(copy, 1);
   if (!IsCompanyDatabase(copy) || !damages.empty()) {
     throw DatabaseError("the copy is damaged, as the database may be" +
@@ -227,19 +235,53 @@ void MakeUseless(soci::session& session) {
   }
 }
 
+// A free name for what is replaced.
+fs::path NameOfReplaced(const fs::path& target) {
+  for (int i = 1;; ++i) {
+    fs::path name = Beside(target, ".replaced-" + std::to_string(i));
+    if (!fs::exists(fs::symlink_status(name)) && !HasLog(name)) return name;
+  }
+}
+
+// The old database as it is, damaged perhaps; nobody else uses it.
+void KeepReplaced(soci::session& session, const fs::path& target, const fs::path& name) {
+  const TemporarySqliteFile temporary(target);
+  {
+    soci::session copy;
+    CopyPages(session, copy, temporary);
+  }
+  std::error_code error;
+  fs::permissions(temporary.path(), fs::status(target).permissions(), error);
+  temporary.GiveName(name);
+}
+
+// A file that the engine cannot open, with its log.
+void KeepUnreadable(const fs::path& target, const fs::path& name) {
+  std::error_code error;
+  fs::copy_file(target, name, error);
+  if (!error && HasLog(target)) fs::copy_file(Beside(target, "-wal"), Beside(name, "-wal"), error);
+  if (error) throw DatabaseError(name.string() + ": cannot be written: " + error.message());
+}
+
 }  // namespace
 
-void ReplaceSqlite(TemporarySqliteFile& complete, const std::string& path) {
+std::string ReplaceSqlite(TemporarySqliteFile& complete, const std::string& path) {
   const fs::path target = BehindLinks(path);
   const fs::file_status old = fs::status(target);
   if (fs::exists(old) && !fs::is_regular_file(old)) throw DatabaseError(path + ": is not a file");
   soci::session session;
   const bool taken = fs::exists(old) && TakeForOneself(session, target.string());
+  fs::path kept;
+  if (fs::exists(old)) {
+    kept = NameOfReplaced(target);
+    taken ? KeepReplaced(session, target, kept) : KeepUnreadable(target, kept);
+  }
   std::error_code error;
   if (fs::exists(old)) fs::permissions(complete.path(), old.permissions(), error);
   RemoveCompanions(target);
   complete.TakePlaceOf(target);
   if (taken) MakeUseless(session);
+  return kept.string();
 }
 
 }  // namespace mox

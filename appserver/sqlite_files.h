@@ -75,7 +75,8 @@ void RequireFreeName(const std::filesystem::path& path);
 void CopySqlite(soci::session& from, const TemporarySqliteFile& to);
 
 /// Puts a complete file in the place of a database, at once and together with the removal of what the engine
-/// kept beside it. Raises DatabaseError where other programs use the database; it is as it was then.
-void ReplaceSqlite(TemporarySqliteFile& complete, const std::string& path);
+/// kept beside it. Raises DatabaseError where other programs use the database; it is as it was then. Answers
+/// the name beside it under which the old one stays, empty where there was none.
+std::string ReplaceSqlite(TemporarySqliteFile& complete, const std::string& path);
 
 }  // namespace mox

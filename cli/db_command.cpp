@@ -33,6 +33,7 @@ struct DbArguments {
   std::vector<std::pair<std::string, std::string>> company;  // by option
   bool demo = false;
   bool table = false;
+  bool yes = false;
 };
 
 // A record for each table with the number of its rows.
@@ -105,7 +106,7 @@ bool RunCare(const DbArguments& arguments, Session& session) {
   } else if (arguments.action == "backup") {
     BackUpDatabase(arguments.file, session);
   } else if (arguments.action == "restore") {
-    RestoreDatabase(arguments.file, session);
+    RestoreDatabase(arguments.file, arguments.yes, session);
   } else {
     return false;
   }
@@ -113,6 +114,7 @@ bool RunCare(const DbArguments& arguments, Session& session) {
 }
 
 void RunDb(const DbArguments& arguments, Session& session) {
+  if (arguments.yes && arguments.action != "restore") throw UsageError("--yes is for restore");
   if (RunCare(arguments, session)) return;
   if (arguments.file.empty()) throw UsageError("FILE is empty");
   const std::vector<CompanyValue> company = CompanyValues(arguments);
@@ -153,6 +155,7 @@ void Declare(Options& options) {
     options.Value(option.c_str(), value, "TEXT", ("init: " + std::string(help)).c_str());
   }
   options.Flag("--demo", arguments->demo, "init: with a made-up company, partners, an article, rates");
+  options.Flag("--yes", arguments->yes, "restore: also the copy of another company's database");
   options.Flag("--table", arguments->table, "print a table for people instead of a record-set file");
   options.Run([arguments](Session& session) { RunDb(*arguments, session); });
 }
