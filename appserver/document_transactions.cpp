@@ -153,13 +153,13 @@ std::optional<Currency> CheckedTotal(const DocumentKind& kind, RecordSet& header
   return total;
 }
 
-// Two attempts are the same when their lines are.
-std::string DigestOfLines(SentRecordSets& sent) {
-  std::string lines;
-  for (const char* const name : {"Stavke", "Usluge"}) {
-    if (const RecordSet* const records = sent.Find(name)) lines += records->SaveToString();
+// Two attempts are the same when their headers and lines are.
+std::string DigestOfAttempt(SentRecordSets& sent) {
+  std::string attempt;
+  for (const char* const name : {"Zaglavlje", "Stavke", "Usluge"}) {
+    if (const RecordSet* const records = sent.Find(name)) attempt += records->SaveToString();
   }
-  return DigestText(lines);
+  return DigestText(attempt);
 }
 
 // The document that an attempt of that key has stored; none where it is the first. Raises WriteRefused where
@@ -198,7 +198,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   if (HasValue(header, "stornira_id")) {
     RefuseHeader(header, "stornira_id", "is written by the transaction DokumentStorno alone");
   }
-  const std::string digest = DigestOfLines(sent);
+  const std::string digest = DigestOfAttempt(sent);
   if (auto stored = StoredBefore(database, header, key, digest)) return stored;
   TableRule header_rule = transaction.FindRule("Zaglavlje")->table;
   if (const auto total = CheckedTotal(kind, header, sent)) header_rule.constants = {{"ukupno", *total}};
@@ -290,8 +290,10 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
     RefuseHeader(asked, "stornira_id",
                  "document " + std::to_string(id) + " is of no known kind, \"" + original->vrsta + '"');
   }
-  RequireCancellable(database, *original, asked);
   DocumentKey key = ReadKey(asked, StornoKindOf(*original->kind));
+  const std::string digest = DigestOfAttempt(sent);
+  if (auto stored = StoredBefore(database, asked, key, digest)) return stored;
+  RequireCancellable(database, *original, asked);
   if (key.datum.days < original->header.AsDate(*original->header.FindFieldIndex("datum")).days) {
     RefuseHeader(asked, "datum",
                  ToText(key.datum) + " is before the date of the document that is cancelled, " +
@@ -303,6 +305,7 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
   const std::size_t total = *original->header.FindFieldIndex("ukupno");
   rule.constants = {
       {"ukupno", original->header.IsNull(total) ? Value() : Value(-original->header.AsCurrency(total))}};
+  if (HasValue(asked, "kljuc")) rule.constants.emplace_back("kljuc_sazetak", digest);
   InsertHeader(database, header, rule, key);
   StoreMirror(database, "dok_stavke", MirrorOf(ReadRows(database, "dok_stavke", id)), key.id);
   StoreMirror(database, "dok_porezi", MirrorOf(ReadRows(database, "dok_porezi", id)), key.id);

@@ -23,6 +23,7 @@
 #include "mox/foundation/app.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/locale_text.h"
+#include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
 #include "mox/host/console_dialogs.h"
 #include "mox/server/credit_limit.h"
@@ -38,7 +39,7 @@ struct DocumentArguments {
   std::string part;
   bool store = false;
   std::vector<std::string> header;
-  std::string key;
+  std::vector<std::string> key;  // one at most
   bool yes = false;
 };
 
@@ -137,13 +138,25 @@ void RequireCredit(const Document& document, const DocumentArguments& arguments,
   throw Error("nothing was stored: the credit limit of partner " + *partner + " does not allow it");
 }
 
+// The words of the header with the key of the attempt.
+std::vector<std::string> HeaderWords(const DocumentArguments& arguments) {
+  std::vector<std::string> words = arguments.header;
+  if (!arguments.key.empty()) words.push_back("kljuc=" + arguments.key.front());
+  return words;
+}
+
+void CheckKey(const DocumentArguments& arguments) {
+  if (arguments.key.empty()) return;
+  if (arguments.key.size() > 1) throw UsageError("--key is given twice");
+  if (TrimBlanks(arguments.key.front()).empty()) throw UsageError("--key: the name of the attempt is empty");
+  if (!arguments.store && arguments.kind != kStorno) throw UsageError("--key needs --store");
+}
+
 RecordSet Store(Document& document, const DocumentArguments& arguments, Session& session) {
   RequireConfirmed(document, arguments, session);
   RequireCredit(document, arguments, session);
   std::vector<std::string> lost;
-  std::vector<std::string> header = arguments.header;
-  if (!arguments.key.empty()) header.push_back("kljuc=" + arguments.key);
-  RecordSet stored = StoreDocument(document, ServerOf(session), header, lost);
+  RecordSet stored = StoreDocument(document, ServerOf(session), HeaderWords(arguments), lost);
   session.stored = "stored as " + StoredNumber(stored);
   std::string names;
   for (const std::string& name : lost) names += (names.empty() ? "" : ", ") + name;
@@ -200,20 +213,20 @@ void RunStorno(const DocumentArguments& arguments, Session& session) {
   if (arguments.paths.size() != 1) throw UsageError("storno takes the ID of one stored document");
   if (!arguments.part.empty()) throw UsageError("--part: storno shows the number of what it stored");
   const std::int64_t id = IntegerArgument("ID", arguments.paths.front());
-  RecordSet stored = CancelDocument(id, ServerOf(session), arguments.header);
+  RecordSet stored = CancelDocument(id, ServerOf(session), HeaderWords(arguments));
   session.stored = "stored as " + StoredNumber(stored);
   if (arguments.csv) return WriteRecordSet(stored, session.out);
   session.out += "Pohranjeno: " + StoredNumber(stored) + "\n";
 }
 
 void RunDocument(const DocumentArguments& arguments, Session& session) {
+  CheckKey(arguments);
   if (arguments.kind == kStorno) return RunStorno(arguments, session);
   if (arguments.list) return ListKinds(arguments.kind, session.out);
   if (arguments.kind.empty()) throw UsageError("KIND is required; --list names them");
   const DocumentKind& kind = FindKindArgument(arguments.kind);
   const DocumentPart* const part = FindPart(arguments.part);
   if (!arguments.store && !arguments.header.empty()) throw UsageError("--header needs --store");
-  if (!arguments.store && !arguments.key.empty()) throw UsageError("--key needs --store");
   std::vector<std::string> paths = arguments.paths;
   if (paths.empty()) paths.emplace_back("-");
   const std::size_t most = (kind.goods.Exists() ? 1U : 0U) + (kind.services.Exists() ? 1U : 0U);
@@ -267,9 +280,9 @@ void Declare(Options& options) {
                  "a field of the stored document: datum=2024-03-01, skl_id=1,\n"
                  "par_id=2, user_id=ANA, ...; can be repeated. The date is today's\n"
                  "where none is given");
-  options.Value("--key", arguments->key, "TEXT",
-                "names this attempt to store: the same key again stores nothing and\n"
-                "answers the number of the first time");
+  options.Values("--key", arguments->key, "TEXT",
+                 "names this attempt to store or cancel: the same again stores nothing and\n"
+                 "answers the number of the first time");
   options.Flag("--yes", arguments->yes,
                "store the lines of a cancelling kind although a quantity is positive");
   options.Run([arguments](Session& session) { RunDocument(*arguments, session); });
