@@ -36,7 +36,6 @@ void RunEInvoice(const EInvoiceArguments& arguments, Session& session) {
   const CompanyServer& server = ServerOf(session);
   const std::int64_t doc_id = IntegerArgument("DOCID", arguments.document);
   const std::string document = "document " + arguments.document;
-  const bool sent_before = ElectronicId(doc_id).has_value();
   RemoveLeftInvoices(App().Platform().StateFolder());
   SessionDialogs dialogs(session, arguments.yes);
   {
@@ -50,7 +49,8 @@ void RunEInvoice(const EInvoiceArguments& arguments, Session& session) {
   }
 
   if (const auto id = ElectronicId(doc_id)) {
-    session.err << document << (sent_before ? " was sent before" : " was sent") << ": e-invoice " << *id
+    const bool recorded_now = server.LastWrite().committed;
+    session.err << document << (recorded_now ? " was sent" : " was sent before") << ": e-invoice " << *id
                 << std::endl;
     return;
   }
