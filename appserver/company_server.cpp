@@ -73,7 +73,7 @@ std::optional<RecordSet> CompanyServer::Store(const TAstaParamList& request, Wri
   failure.transaction = item.Name();
   const NamedTransaction* const transaction = FindRow(NamedTransactionTable(), item.Name());
   if (transaction == nullptr) throw Error("unknown transaction");
-  auto stored = RunNamedTransaction(*transaction, database_, item.AsTextView(),
+  auto stored = RunNamedTransaction(*transaction, database_, item.AsTextView(), company_,
                                     rehearsing_ ? Ending::kRollBack : Ending::kCommit);
   if (FindRow(CompanyTransactionTable(), item.Name()) != nullptr) company_.Reload();
   return stored;

@@ -17,15 +17,18 @@ std::string FaultOfTotals(Database& database, const StoredDocument& document) {
   const RecordSet services = ReadLines(database, document.id, "usluga");
   const RecordSet taxes = ReadRows(database, "dok_porezi", document.id);
   if (goods.IsEmpty() && services.IsEmpty()) return "has no lines";
-  const DocumentSets sets{&goods, &services, &taxes};
+  const DocumentSets sets{&goods, &services, &taxes, document.supplier_document};
   try {
-    CheckRecapitulation(*document.figures_kind, sets);
+    CheckFigures(*document.figures_kind, sets);
   } catch (const Error& error) {
     return error.what();
   }
   const std::optional<Currency> total = ToBePaid(*document.figures_kind, sets);
   const std::size_t stored = *document.header.FindFieldIndex("ukupno");
-  if (!total || document.header.IsNull(stored) || document.header.AsCurrency(stored) == *total) return {};
+  if (document.header.IsNull(stored)) return {};
+  if (!total)
+    return "has the total " + document.header.AsCurrency(stored).ToString() + ", but its kind has none";
+  if (document.header.AsCurrency(stored) == *total) return {};
   return "has the total " + document.header.AsCurrency(stored).ToString() + ", its lines have " +
          total->ToString();
 }

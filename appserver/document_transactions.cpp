@@ -4,6 +4,7 @@
 
 #include "appserver/open_items.h"
 #include "appserver/stored_document.h"
+#include "mox/calculations/supplier_totals.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/digest.h"
 #include "mox/foundation/text.h"
@@ -27,6 +28,11 @@ struct DocumentKey {
 bool HasValue(RecordSet& header, std::string_view name) {
   const auto field = header.FindField(name);
   return field && !TrimBlanks(field->AsText()).empty();
+}
+
+std::string SupplierDocument(RecordSet& header) {
+  const auto field = header.FindField("vrsta_dok_dob");
+  return field ? field->AsText() : std::string();
 }
 
 // A field of the header as another kind; an error names the field.
@@ -104,17 +110,19 @@ RecordSet Answer(const DocumentKey& key) {
 
 // Lines and totals must be those of the kind.
 void CheckSorts(const DocumentKind& kind, SentRecordSets& sent) {
-  const auto refuse = [&](const char* name) {
+  const auto check = [&](const char* name, bool has) {
+    if (has || sent.Find(name) == nullptr) return;
     throw WriteRefused({"", name, 0, "", std::string(kind.name) + " has no such record set"});
   };
-  if (sent.Find("Stavke") == nullptr && sent.Find("Usluge") == nullptr) {
-    throw WriteRefused({"", "Stavke", 0, "", "is missing"});
+  check("Stavke", kind.goods.Exists());
+  check("Usluge", kind.services.Exists());
+  check("Rekapitulacija", kind.recap.Exists());
+  check("DokDobavljaca", HasSupplierTotals(kind));
+  for (const char* const name : {"Stavke", "Usluge"}) {
+    const RecordSet* const lines = sent.Find(name);
+    if (lines != nullptr && !lines->IsEmpty()) return;
   }
-  if (sent.Find("Stavke") != nullptr && !kind.goods.Exists()) refuse("Stavke");
-  if (sent.Find("Usluge") != nullptr && !kind.services.Exists()) refuse("Usluge");
-  if (sent.Find("DokDobavljaca") != nullptr && kind.is != DocumentClass::kGoodsReceipt) {
-    refuse("DokDobavljaca");
-  }
+  throw WriteRefused({"", "", 0, "", "the document has no lines"});
 }
 
 // A storno by hand that sells is stored only when the user has said so.
@@ -138,19 +146,55 @@ void RefuseOwnFields(RecordSet& header) {
 
 // What is to be paid, which the header may say too.
 std::optional<Currency> CheckedTotal(const DocumentKind& kind, RecordSet& header, SentRecordSets& sent) {
-  const DocumentSets sets{sent.Find("Stavke"), sent.Find("Usluge"), sent.Find("Rekapitulacija")};
-  try {
-    CheckRecapitulation(kind, sets);
-  } catch (const Error& error) {
-    throw WriteRefused({"", "Rekapitulacija", 0, "", error.what()});
-  }
+  const DocumentSets sets{sent.Find("Stavke"), sent.Find("Usluge"), sent.Find("Rekapitulacija"),
+                          SupplierDocument(header)};
+  CheckFigures(kind, sets);
   const std::optional<Currency> total = ToBePaid(kind, sets);
-  if (!total || !HasValue(header, "ukupno")) return total;
+  if (!HasValue(header, "ukupno")) return total;
   const Currency given = HeaderValue(header, "ukupno", ToCurrency);
+  if (!total) {
+    RefuseHeader(header, "ukupno",
+                 given.ToString() + " is sent, but " + std::string(kind.name) + " has no total");
+  }
   if (given != *total) {
     RefuseHeader(header, "ukupno", given.ToString() + " is not what the lines cost, " + total->ToString());
   }
   return total;
+}
+
+// By the company's own settings, as its screens have them.
+SupplierTerms TermsOf(const CompanyData& company, std::string supplier_document) {
+  SupplierTerms terms{.supplier_document = std::move(supplier_document)};
+  if (const auto digits = company.Parameter("PdviCalcDigit"))
+    terms.digits = static_cast<int>(ToInteger(*digits));
+  if (const auto allowed = company.Feature(kCostsCountFeature)) {
+    terms.costs_count = *allowed;
+  } else if (const auto setting = company.Parameter(kCostsCountFeature)) {
+    terms.costs_count = ToBoolean(*setting);
+  }
+  return terms;
+}
+
+// What the supplier's document comes to follows from the lines.
+void CheckSupplierTotals(RecordSet& header, SentRecordSets& sent) {
+  const RecordSet* const given = sent.Find("DokDobavljaca");
+  if (given == nullptr) return;
+  RequireOneRecord(*given);
+  const bool is_bosnian = given->FindFieldIndex("roba_17").has_value();
+  RecordSet totals = is_bosnian ? MakeDocDobavljacaBIH() : MakeDocDobavljaca();
+  FillSupplierTotals(totals, *sent.Find("Stavke"), TermsOf(sent.Company(), SupplierDocument(header)));
+  const auto check = [&](const std::string& field) {
+    const auto value = [&field](const RecordSet& records) {
+      const auto column = records.FindFieldIndex(field);
+      return column ? records.RowAt(0).AsCurrency(*column) : Currency();
+    };
+    if (value(*given) == value(totals)) return;
+    throw WriteRefused(
+        {"", given->Name(), 1, field,
+         value(*given).ToString() + " is not what the lines come to, " + value(totals).ToString()});
+  };
+  for (const DocDobavljacaCaption& known : kDocDobavljacaCaptions) check(std::string(known.field));
+  for (const char* const field : {"roba_17", "pdv_17"}) check(field);
 }
 
 // Two attempts are the same when their headers and lines are.
@@ -202,6 +246,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   if (auto stored = StoredBefore(database, header, key, digest)) return stored;
   TableRule header_rule = transaction.FindRule("Zaglavlje")->table;
   if (const auto total = CheckedTotal(kind, header, sent)) header_rule.constants = {{"ukupno", *total}};
+  CheckSupplierTotals(header, sent);
   if (HasValue(header, "kljuc")) header_rule.constants.emplace_back("kljuc_sazetak", digest);
   InsertHeader(database, header, header_rule, key);
   std::int64_t next_line = 1;

@@ -141,6 +141,11 @@ void RequireInvoice(const StoredDocument& document) {
   }
 }
 
+struct Figures {
+  Currency to_be_paid;
+  Currency fees;
+};
+
 // A storno is the negative of what it cancels. One that was entered by hand names no document: it is at most
 // nothing, or it would be a second sale.
 void RequireCancelling(Database& database, const StoredDocument& document, Currency total) {
@@ -159,14 +164,14 @@ void RequireCancelling(Database& database, const StoredDocument& document, Curre
                 "cancels an invoice of " + cancelled.ToString() + ", but its total is " + total.ToString());
 }
 
-// What is to be paid, by the one rule for it.
-Currency CheckedTotal(Database& database, const StoredDocument& document) {
+// By the one rule for them.
+Figures CheckedFigures(Database& database, const StoredDocument& document) {
   const RecordSet goods = ReadLines(database, document.id, "roba");
   const RecordSet services = ReadLines(database, document.id, "usluga");
   const RecordSet taxes = ReadRows(database, "dok_porezi", document.id);
-  const DocumentSets sets{&goods, &services, &taxes};
+  const DocumentSets sets{&goods, &services, &taxes, document.supplier_document};
   try {
-    CheckRecapitulation(*document.figures_kind, sets);
+    CheckFigures(*document.figures_kind, sets);
   } catch (const Error& error) {
     RefuseInvoice(document.id, std::string("does not add up: ") + error.what());
   }
@@ -177,15 +182,25 @@ Currency CheckedTotal(Database& database, const StoredDocument& document) {
                                    ", its lines have " + total.ToString());
   }
   RequireCancelling(database, document, total);
-  return total;
+  return {total, Fees(*document.figures_kind, sets)};
 }
 
-Json Totals(Currency total, RecordSet& lines, RecordSet& taxes) {
+// A fee that lines of the kind cannot have is none, whatever the screen has kept there.
+Json LinesOf(const DocumentKind& kind, RecordSet& records) {
+  Json lines = AllRecords(records);
+  for (Json& line : lines) {
+    const LineSchema& schema = line.value("sorta", "") == "roba" ? kind.goods : kind.services;
+    if (!HasFees(schema)) line.erase("pov_naki");
+  }
+  return lines;
+}
+
+Json Totals(const Figures& figures, RecordSet& taxes) {
   Json totals = Json::object();
   totals["osnovica"] = Sum(taxes, "osnovica").ToString();
   totals["porez"] = Sum(taxes, "porez").ToString();
-  totals["povratna_naknada"] = Sum(lines, "pov_naki").ToString();
-  totals["iznos"] = total.ToString();
+  totals["povratna_naknada"] = figures.fees.ToString();
+  totals["iznos"] = figures.to_be_paid.ToString();
   return totals;
 }
 
@@ -283,7 +298,7 @@ std::string InvoiceJson(Database& database, const CompanyData& company, std::int
   RecordSet taxes = Read(database, kTaxes, doc_id);
   if (lines.IsEmpty()) RefuseInvoice(doc_id, "has no lines");
   if (taxes.IsEmpty()) RefuseInvoice(doc_id, "has no tax by rate");
-  const Currency total = CheckedTotal(database, *stored);
+  const Figures figures = CheckedFigures(database, *stored);
 
   Json invoice = Json::object();
   invoice[kAccount.name] = CurrentRecord(Read(database, kAccount, doc_id));
@@ -294,10 +309,10 @@ std::string InvoiceJson(Database& database, const CompanyData& company, std::int
   if (!document.contains("valuta")) {
     document["valuta"] = GetValutaOznakaByDate(std::get<Date>(header.FieldByName("datum").AsVariant()));
   }
-  invoice[kLines.name] = AllRecords(lines);
+  invoice[kLines.name] = LinesOf(*stored->figures_kind, lines);
   Json& rates = invoice[kTaxes.name] = AllRecords(taxes);
   for (Json& rate : rates) rate.erase("ukupno");  // holds fees too
-  invoice["ukupno"] = Totals(total, lines, taxes);
+  invoice["ukupno"] = Totals(figures, taxes);
   try {
     return invoice.dump();
   } catch (const Json::type_error&) {

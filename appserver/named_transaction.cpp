@@ -28,7 +28,7 @@ RecordSet ReadRecordSet(const TokenizedItem& item) {
 
 }  // namespace
 
-SentRecordSets::SentRecordSets(std::string_view inner) {
+SentRecordSets::SentRecordSets(std::string_view inner, const CompanyData& company) : company_(company) {
   for (const TokenizedItem& item : TokenizedItems(inner)) {
     if (Find(item.name) != nullptr) RefuseSet(item.name, "was sent twice");
     sets_.push_back(ReadRecordSet(item));
@@ -48,8 +48,9 @@ const RecordSetRule* NamedTransaction::FindRule(std::string_view record_set) con
 }
 
 std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction, Database& database,
-                                             std::string_view inner, Ending ending) {
-  SentRecordSets sent(inner);
+                                             std::string_view inner, const CompanyData& company,
+                                             Ending ending) {
+  SentRecordSets sent(inner, company);
   for (const RecordSet& records : sent.All()) {
     if (transaction.FindRule(records.Name()) == nullptr) {
       RefuseSet(records.Name(), "the transaction takes no such record set");

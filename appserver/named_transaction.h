@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "appserver/company_data.h"
 #include "appserver/database.h"
 #include "appserver/table_writer.h"
 
@@ -17,13 +18,16 @@ class SentRecordSets {
  public:
   /// `inner` is the tokenized text of the record sets. Raises FormatError where it is damaged, WriteRefused
   /// for a damaged record set, for what is none, and for a name that stands twice.
-  explicit SentRecordSets(std::string_view inner);
+  SentRecordSets(std::string_view inner, const CompanyData& company);
+
+  const CompanyData& Company() const { return company_; }
 
   std::span<RecordSet> All() { return sets_; }
   /// Null where there is none.
   RecordSet* Find(std::string_view name);
 
  private:
+  const CompanyData& company_;
   std::vector<RecordSet> sets_;
 };
 
@@ -60,6 +64,7 @@ enum class Ending : std::uint8_t { kCommit, kRollBack };
 /// Stores a request in one transaction of the database: all of it or nothing. Raises WriteRefused and other
 /// kinds of Error for whatever refuses it.
 std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction, Database& database,
-                                             std::string_view inner, Ending ending = Ending::kCommit);
+                                             std::string_view inner, const CompanyData& company,
+                                             Ending ending = Ending::kCommit);
 
 }  // namespace mox

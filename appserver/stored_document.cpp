@@ -11,6 +11,10 @@ const DocumentKind* KindOf(const RecordSet& header) {
   return FindDocumentKind(header.AsText(*header.FindFieldIndex("vrsta")));
 }
 
+std::string SupplierDocumentOf(const RecordSet& header) {
+  return header.AsText(*header.FindFieldIndex("vrsta_dok_dob"));
+}
+
 }  // namespace
 
 std::optional<StoredDocument> ReadStoredDocument(Database& database, std::int64_t id) {
@@ -22,12 +26,15 @@ std::optional<StoredDocument> ReadStoredDocument(Database& database, std::int64_
   document.vrsta = header.AsText(*header.FindFieldIndex("vrsta"));
   document.kind = KindOf(header);
   document.figures_kind = document.kind;
+  document.supplier_document = SupplierDocumentOf(header);
   const std::size_t cancelled = *header.FindFieldIndex("stornira_id");
   if (!header.IsNull(cancelled)) {
     document.stornira_id = header.AsInteger(cancelled);
-    const DocumentKind* const mirrored = KindOf(ReadHeader(database, *document.stornira_id));
+    const RecordSet original = ReadHeader(database, *document.stornira_id);
+    const DocumentKind* const mirrored = KindOf(original);
     document.figures_kind =
         document.kind == nullptr || mirrored == nullptr ? nullptr : &FiguresKindOf(*document.kind, mirrored);
+    document.supplier_document = SupplierDocumentOf(original);
   }
   return document;
 }

@@ -20,6 +20,7 @@ struct StoredDocument {
 
   /// The kind by which its figures are read: that of the document that it mirrors, or its own.
   const DocumentKind* figures_kind = nullptr;
+  std::string supplier_document;  ///< of that document, what its vrsta_dok_dob says
 };
 
 /// None where there is no such document.

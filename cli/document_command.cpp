@@ -155,15 +155,16 @@ void CheckKey(const DocumentArguments& arguments) {
 RecordSet Store(Document& document, const DocumentArguments& arguments, Session& session) {
   RequireConfirmed(document, arguments, session);
   RequireCredit(document, arguments, session);
-  std::vector<std::string> lost;
+  LostInStore lost;
   RecordSet stored = StoreDocument(document, ServerOf(session), HeaderWords(arguments), lost);
   session.stored = "stored as " + StoredNumber(stored);
-  std::string names;
-  for (const std::string& name : lost) names += (names.empty() ? "" : ", ") + name;
-  if (!names.empty()) {
-    session.err << "mox: the database has no place for these columns of the lines: " << VisibleText(names)
-                << std::endl;
-  }
+  const auto tell = [&session](const char* what, const std::vector<std::string>& lost_names) {
+    std::string names;
+    for (const std::string& name : lost_names) names += (names.empty() ? "" : ", ") + name;
+    if (!names.empty()) session.err << "mox: " << what << VisibleText(names) << std::endl;
+  };
+  tell("the database has no place for these columns of the lines: ", lost.columns);
+  tell("the database keeps four decimals of these columns of the lines: ", lost.decimals);
   return stored;
 }
 

@@ -7,6 +7,7 @@
 #include "cli/service_request.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
 
 namespace mox {
 namespace {
@@ -42,11 +43,28 @@ RecordSet Stored(CompanyServer& server, bool committed) {
   return stored;
 }
 
-void CollectLost(const RecordSet& lines, const Columns& columns, std::vector<std::string>& lost) {
+void AddName(const std::string& name, std::vector<std::string>& names) {
+  if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+}
+
+// Numbers that were counted with more decimals than amounts have.
+bool IsCut(const RecordSet& lines, std::size_t field) {
+  if (lines.Definition(field).kind != FieldKind::kFloat) return false;
+  for (std::size_t row = 0; row < lines.RowCount(); ++row) {
+    const RecordRow line = lines.RowAt(row);
+    if (line.AsFloat(field) != ToFloat(line.AsCurrency(field))) return true;
+  }
+  return false;
+}
+
+void CollectLost(const RecordSet& lines, const Columns& columns, LostInStore& lost) {
   for (std::size_t i = 0; i < lines.FieldCount(); ++i) {
     const std::string& name = lines.Definition(i).name;
-    if (FindColumn(columns, name) == nullptr && std::find(lost.begin(), lost.end(), name) == lost.end()) {
-      lost.push_back(name);
+    const FieldDef* const column = FindColumn(columns, name);
+    if (column == nullptr) {
+      AddName(name, lost.columns);
+    } else if (column->kind == FieldKind::kCurrency && IsCut(lines, i)) {
+      AddName(name, lost.decimals);
     }
   }
 }
@@ -54,7 +72,7 @@ void CollectLost(const RecordSet& lines, const Columns& columns, std::vector<std
 }  // namespace
 
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header_words,
-                        std::vector<std::string>& lost) {
+                        LostInStore& lost) {
   FillHeader(document.Header(), header_words, [&](std::string_view name) {
     return IsAny(name, {"id", "vrsta", "broj", "potvrdeno"}) ||
            (SameName(name, "ukupno") && document.ToBePaid());

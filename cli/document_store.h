@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "mox/documents/document.h"
 
@@ -10,13 +11,19 @@ namespace mox {
 
 class CompanyServer;
 
+/// Columns of the lines that the database does not keep, and those of which it keeps four decimals only.
+struct LostInStore {
+  std::vector<std::string> columns;
+  std::vector<std::string> decimals;
+};
+
 /// Stores a calculated document in one transaction: its header with the words NAME=VALUE (the date is today
 /// where none is given), its lines and its recapitulation.
-/// Answers what the server gave it, one record: id, vrsta, godina, broj, datum. Appends to `lost` the names
-/// of the columns of the lines for which the database has no place. Raises UsageError for a faulty word,
+/// Answers what the server gave it, one record: id, vrsta, godina, broj, datum. Adds to `lost` what of the
+/// lines it has not kept. Raises UsageError for a faulty word,
 /// Error for a document without lines, and Error that says why the server refused.
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header,
-                        std::vector<std::string>& lost);
+                        LostInStore& lost);
 
 /// Cancels the stored document of that id, its storno's header having the words NAME=VALUE. Answers and
 /// raises as StoreDocument.

@@ -81,12 +81,13 @@ void SumLines(Totals totals, RecordSet& lines, const Terms& terms) {
   totals.Write();
 }
 
-}  // namespace
+constexpr DocDobavljacaCaption kBosnianFields[] = {{"roba_0", ""}, {"roba_10", ""}, {"roba_17", ""},
+                                                   {"pdv_10", ""}, {"pdv_17", ""},  {"pov_nak", ""}};
 
-RecordSet MakeDocDobavljaca() {
+RecordSet MakeHeader(std::span<const DocDobavljacaCaption> fields) {
   RecordSet header("DokDobavljaca");
   std::vector<Value> zeros;
-  for (const auto& [name, caption] : kDocDobavljacaCaptions) {
+  for (const auto& [name, caption] : fields) {
     FieldDef field;
     field.name = name;
     field.kind = FieldKind::kCurrency;
@@ -99,6 +100,19 @@ RecordSet MakeDocDobavljaca() {
   return header;
 }
 
+}  // namespace
+
+RecordSet MakeDocDobavljaca() { return MakeHeader(kDocDobavljacaCaptions); }
+
+RecordSet MakeDocDobavljacaBIH() { return MakeHeader(kBosnianFields); }
+
+DocDobavljacaBIHFields DocDobavljacaBIHFieldsOf(RecordSet& header) {
+  return [&]<std::size_t... I>(std::index_sequence<I...>) {
+    return DocDobavljacaBIHFields{header.FieldByName(kBosnianFields[I].field)...};
+  }
+  (std::make_index_sequence<std::size(kBosnianFields)>());
+}
+
 DocDobavljacaFields DocDobavljacaFieldsOf(RecordSet& header) {
   return [&]<std::size_t... I>(std::index_sequence<I...>) {
     return DocDobavljacaFields{header.FieldByName(kDocDobavljacaCaptions[I].field)...};
@@ -106,11 +120,17 @@ DocDobavljacaFields DocDobavljacaFieldsOf(RecordSet& header) {
   (std::make_index_sequence<std::size(kDocDobavljacaCaptions)>());
 }
 
+bool CarriesInputTax(std::string_view doc_kind) { return doc_kind != "RU" && doc_kind != "OK"; }
+
 void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
                        int digits) {
-  const Terms terms = {.costs_count = IsAdditionalFeatureAllowed("PrimkaDocDobInZTI"),
-                       .taxed = doc_kind != "RU" && doc_kind != "OK",
-                       .digits = AtLeast2(digits)};
+  CalcDocDobavljaca(header, lines, doc_kind, digits, IsAdditionalFeatureAllowed(kCostsCountFeature));
+}
+
+void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
+                       int digits, bool costs_count) {
+  const Terms terms = {
+      .costs_count = costs_count, .taxed = CarriesInputTax(doc_kind), .digits = AtLeast2(digits)};
   RateTotals rates[] = {{22, {header.roba_22}, {header.pdv_22}}, {23, {header.roba_23}, {header.pdv_23}},
                         {25, {header.roba_25}, {header.pdv_25}}, {13, {header.roba_13}, {header.pdv_13}},
                         {10, {header.roba_10}, {header.pdv_10}}, {5, {header.roba_5}, {header.pdv_5}}};

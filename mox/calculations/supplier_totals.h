@@ -72,6 +72,14 @@ DocDobavljacaFields DocDobavljacaFieldsOf(RecordSet& header);
 void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
                        int digits);
 
+/// The same where the caller knows whether dependent costs count.
+void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
+                       int digits, bool costs_count);
+/// Whether a supplier's document of that kind carries input tax and fees: not of kinds "RU" and "OK".
+bool CarriesInputTax(std::string_view doc_kind);
+/// The additional feature by which dependent costs count.
+inline constexpr std::string_view kCostsCountFeature = "PrimkaDocDobInZTI";
+
 /// The same of the Bosnian edition.
 struct DocDobavljacaBIHFields {
   Field roba_0;  ///< and of all rates that are not listed
@@ -81,6 +89,10 @@ struct DocDobavljacaBIHFields {
   Field pdv_17;
   Field pov_nak;
 };
+
+/// A record of these fields, named "DokDobavljaca", with zeros.
+RecordSet MakeDocDobavljacaBIH();
+DocDobavljacaBIHFields DocDobavljacaBIHFieldsOf(RecordSet& header);
 
 /// Dependent costs never count, taxes and fees of a line are rounded to hundredths, and only kind "RU"
 /// carries no input tax and no fee.

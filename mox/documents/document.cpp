@@ -12,6 +12,7 @@
 #include "mox/foundation/clock.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/write_and_post_internal.h"
+#include "mox/server/read_services.h"
 #include "mox/server/transactions.h"
 
 namespace mox {
@@ -82,11 +83,13 @@ struct Sum {
   Currency amount;
 };
 
-void AddAmounts(const RecordSet& records, std::vector<Sum>& sums) {
+// Of the columns that count, by their names.
+template <typename Counts>
+void AddAmounts(const RecordSet& records, Counts counts, std::vector<Sum>& sums) {
   std::vector<std::pair<std::size_t, std::size_t>> columns;  // index of the field, of the sum
   for (std::size_t i = 0; i < records.FieldCount(); ++i) {
     const FieldDef& field = records.Definition(i);
-    if (!IsAmountField(field)) continue;
+    if (!IsAmountField(field) || !counts(field.name)) continue;
     const auto sum = std::find_if(sums.begin(), sums.end(),
                                   [&](const Sum& known) { return SameName(known.field, field.name); });
     columns.emplace_back(i, static_cast<std::size_t>(sum - sums.begin()));
@@ -127,7 +130,7 @@ Document::Document(const DocumentKind& kind)
   if (kind.goods.Exists()) goods_ = MakeLines(kind.goods, "Stavke");
   if (kind.services.Exists()) services_ = MakeLines(kind.services, "Usluge");
   if (kind.recap.Exists()) recap_ = MakeRecapitulation();
-  if (kind.is == DocumentClass::kGoodsReceipt && kind.recap.Exists()) supplier_totals_ = MakeDocDobavljaca();
+  if (HasSupplierTotals(kind)) supplier_totals_ = MakeDocDobavljaca();
 }
 
 Document::Document(const DocumentKind& kind, std::optional<RecordSet> goods,
@@ -247,10 +250,18 @@ void Document::FillRecapitulation() {
 
 void Document::FillTotals() {
   std::vector<Sum> sums;
-  if (goods_) AddAmounts(goods_->records, sums);
-  if (services_) AddAmounts(services_->records, sums);
+  for (const std::optional<Lines>* const lines : {&goods_, &services_}) {
+    if (!*lines) continue;
+    const LineSchema& schema = *(*lines)->schema;
+    const auto is_of_kind = [&schema](std::string_view name) {
+      return Has(SplitNames(schema.inputs), name) || Has(SplitNames(schema.calculated), name);
+    };
+    AddAmounts((*lines)->records, is_of_kind, sums);
+  }
   std::vector<Sum> recap_sums;
-  if (recap_) AddAmounts(*recap_, recap_sums);
+  if (recap_)
+    AddAmounts(
+        *recap_, [](std::string_view) { return true; }, recap_sums);
 
   totals_.Clear();
   for (const Sum& sum : sums) totals_.AppendRecord({std::string("stavke"), sum.field, sum.amount});
@@ -259,29 +270,23 @@ void Document::FillTotals() {
   }
 }
 
+DocumentSets Document::Sets() const {
+  return {Goods(), Services(), recap_ ? &*recap_ : nullptr,
+          header_.AsText(*header_.FindFieldIndex("vrsta_dok_dob"))};
+}
+
 void Document::FillSupplierTotals() {
   if (!supplier_totals_ || !goods_) return;
-  RecordSet lines;
-  for (const char* const name :
-       {field::tbr_stp.text, field::nfci.text, field::zti.text, field::pov_nak.text, field::kolicina.text}) {
-    const auto given = goods_->records.FindFieldIndex(name);
-    lines.DefineField(name,
-                      given ? goods_->records.Definition(*given).kind : FindVocabularyEntry(name)->kind);
-  }
-  lines.Open();
-  lines.DataTransfer(goods_->records);
-  RecordSet& totals = *supplier_totals_;
-  totals.First();
-  WriteAndPost(totals, [&] {
-    CalcDocDobavljaca(DocDobavljacaFieldsOf(totals), lines, header_.FieldByName("vrsta_dok_dob").AsText(),
-                      digits_.vat);
-  });
+  mox::FillSupplierTotals(*supplier_totals_, goods_->records,
+                          {.supplier_document = Sets().supplier_document,
+                           .digits = digits_.vat,
+                           .costs_count = IsAdditionalFeatureAllowed(kCostsCountFeature)});
 }
 
 std::vector<RecordSet*> Document::StoreRequest() {
   Recapitulate();
   if (LineCount() == 0) throw Error("the document has no lines, so it is not stored");
-  CheckRecapitulation(*kind_, Sets());
+  CheckFigures(*kind_, Sets());
   header_.PostPending();
   if (const auto total = ToBePaid()) SetHeader("ukupno", *total);
   std::vector<RecordSet*> request = {&header_};

@@ -84,7 +84,7 @@ class Document {
   void FillRecapitulation();
   void FillTotals();
   void FillSupplierTotals();
-  DocumentSets Sets() const { return {Goods(), Services(), recap_ ? &*recap_ : nullptr}; }
+  DocumentSets Sets() const;
 
   const DocumentKind* kind_;
   DocumentDigits digits_;

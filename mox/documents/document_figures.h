@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include "mox/documents/document_kinds.h"
 
@@ -14,18 +15,42 @@ struct DocumentSets {
   const RecordSet* goods = nullptr;
   const RecordSet* services = nullptr;
   const RecordSet* recap = nullptr;
+  /// What the header's vrsta_dok_dob says.
+  std::string supplier_document = {};
 };
 
+/// Whether lines of the schema have fees (pov_naki), which carry no tax. Of lines that have none a column of
+/// that name does not count.
+bool HasFees(const LineSchema& schema);
+/// The fees of all lines. Raises Overflow.
+Currency Fees(const DocumentKind& kind, const DocumentSets& sets);
+
 /// What is to be paid: the sum of the field that the kind names for each sort of lines, fees included. Of a
-/// kind whose lines have no total it is the recapitulation's base and tax, and the fees of the lines. None
-/// for a kind that costs nothing. Raises Overflow.
+/// kind whose lines have no total it is the recapitulation's base and tax, and the fees of the lines; the
+/// base alone where the supplier's document of a receipt carries neither. None for a kind that costs
+/// nothing. Raises Overflow.
 std::optional<Currency> ToBePaid(const DocumentKind& kind, const DocumentSets& sets);
 
-/// Raises Error with both figures where the base or the tax of the lines differs from that of the
-/// recapitulation by more than rounding line by line can make: a hundredth for each line and each rate. A
-/// document without a recapitulation passes, and so does one recapitulated by kinds of output tax, which is
-/// taxed by rules of its own.
-void CheckRecapitulation(const DocumentKind& kind, const DocumentSets& sets);
+/// What every document that is stored or sent has to be. Raises Error that says what it is not: every line is
+/// calculated; a kind with tax has a recapitulation, others have none; and at each rate lines and
+/// recapitulation have the same base and tax. Only rounding line by line may part them: where taxes of lines
+/// are finer than hundredths by half a hundredth for each line (and one for the tax of the rate), and where
+/// the whole base of a rate is taxed the tax by as much, which is then that of the base to the hundredth.
+void CheckFigures(const DocumentKind& kind, const DocumentSets& sets);
+
+/// Whether documents of the kind keep what the document of their supplier comes to: goods receipts with tax.
+bool HasSupplierTotals(const DocumentKind& kind);
+
+/// How the document of a supplier is summed, see CalcDocDobavljaca.
+struct SupplierTerms {
+  std::string supplier_document;
+  int digits = 2;
+  bool costs_count = false;
+};
+
+/// Writes the record of `totals`, as MakeDocDobavljaca or MakeDocDobavljacaBIH makes it. A column that the
+/// goods do not have is null in all of them. Raises Overflow.
+void FillSupplierTotals(RecordSet& totals, const RecordSet& goods, const SupplierTerms& terms);
 
 /// Whether a currency field of the vocabulary holds amounts, which are summed, and not unit prices.
 bool IsAmountField(const FieldDef& field);

@@ -20,9 +20,11 @@ void StoreDocument(Database& database, int number) {
   database.Execute("INSERT INTO dok (id, vrsta, godina, broj, datum) VALUES (" + id +
                    ", 'gotovinski-racun', 2024, " + id + ", '2024-03-01')");
   for (int line = 1; line <= 3; ++line) {
-    database.Execute("INSERT INTO dok_stavke (dok_id, rb, sorta, naziv) VALUES (" + id + ", " +
-                     std::to_string(line) + ", 'roba', '" + std::string(500, 'x') + "')");
+    database.Execute("INSERT INTO dok_stavke (dok_id, rb, sorta, kolicina, naziv) VALUES (" + id + ", " +
+                     std::to_string(line) + ", 'roba', 0, '" + std::string(500, 'x') + "')");
   }
+  database.Execute("INSERT INTO dok_porezi (dok_id, rb, stopa, osnovica, porez, ukupno) VALUES (" + id +
+                   ", 1, 25, 0, 0, 0)");
   transaction.Commit();
 }
 

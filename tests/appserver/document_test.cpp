@@ -9,6 +9,7 @@
 #include "appserver/sql_text.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/text.h"
+#include "mox/host/memory_settings.h"
 #include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
 
@@ -19,17 +20,17 @@ class DocumentTest : public ScratchDatabase {
  protected:
   // The id of a pro-forma invoice of one line.
   std::int64_t StoreDocument(CompanyServer& server) {
-    const ScopedApp app({.comunication = &server});
-    RecordSet header("Zaglavlje");
-    header.DefineField("vrsta", FieldKind::kText);
-    header.DefineField("datum", FieldKind::kDate);
-    header.Open();
-    header.AppendRecord({std::string("predracun"), *MakeDate(2024, 3, 1)});
-    RecordSet lines("Stavke");
-    lines.DefineField("ukupno", FieldKind::kCurrency);
-    lines.Open();
-    lines.AppendRecord({Currency::Parse("12.50")});
-    EXPECT_TRUE(ExecuteTransaction("DokumentInsert", {&header, &lines}));
+    MemorySettings settings;
+    const ScopedApp app({.ini = &settings, .comunication = &server});
+    Document document("predracun");
+    document.SetHeader("datum", *MakeDate(2024, 3, 1));
+    RecordSet& lines = *document.Goods();
+    lines.Append();
+    for (const auto& [name, value] : {std::pair("kolicina", 1), {"pc", 10}, {"tbr_stp", 25}}) {
+      lines.FieldByName(name).SetFloat(value);
+    }
+    lines.Post();
+    EXPECT_TRUE(document.Store());
     return server.LastWrite().stored.value().AsInteger(0);
   }
 };
