@@ -34,6 +34,17 @@ std::string EngineMessage(const soci::soci_error& error) {
   return message;
 }
 
+// What the engine says of a broken rule of a table, "UNIQUE constraint failed: fin_kto.konto", for people.
+std::string ExplainConstraint(const std::string& message) {
+  const std::size_t colon = message.find(": ");
+  const std::string what = colon == std::string::npos ? std::string() : message.substr(colon + 2);
+  if (message.starts_with("UNIQUE")) return "there is a row already with the same " + what;
+  if (message.starts_with("NOT NULL")) return what + " must not be empty";
+  if (message.starts_with("CHECK")) return "a value is not allowed: " + what;
+  if (message.starts_with("FOREIGN KEY")) return "a row that is referred to does not exist";
+  return message;
+}
+
 class Sqlite : public Dialect {
  public:
   void Open(soci::session& session, const std::string& path, Database::Access access) const override {
@@ -156,6 +167,8 @@ class Sqlite : public Dialect {
   std::string Explain(const soci::soci_error& error) const override {
     const std::string message = EngineMessage(error);
     switch (SqliteResult(error)) {
+      case SQLITE_CONSTRAINT:
+        return ExplainConstraint(message);
       case SQLITE_NOTADB:
         return "is not a company database";
       case SQLITE_CORRUPT:

@@ -90,12 +90,28 @@ const ImportCatalogue& LookUps() {
   return catalogue;
 }
 
+// A value with the separator in it falls apart in the list that the catalogue is asked with.
+void AddTakenWithSeparator(Database& database, RecordSet& records, std::size_t field, std::string_view sql,
+                           std::unordered_set<std::string>& taken) {
+  const auto lookup = std::find_if(LookUps().Lookups().begin(), LookUps().Lookups().end(),
+                                   [sql](const ImportLookup& candidate) { return candidate.sql == sql; });
+  if (lookup == LookUps().Lookups().end()) return;
+  for (records.First(); !records.Eof(); records.Next()) {
+    const std::string text = records.AsText(field);
+    if (text.find("','") == std::string::npos) continue;
+    RecordSet found = database.Query("found", ParseColumns("found"), ImportLookupSql(*lookup, true, 1),
+                                     {Value(FoldKey(text))});
+    for (; !found.Eof(); found.Next()) taken.insert(UniqueKey(found.AsText(0)));
+  }
+}
+
 void RefuseTaken(Database& database, RecordSet& records, const ImportFieldDef& field) {
   const auto index = records.FindFieldIndex(field.field_name);
   if (!index || records.Definition(*index).kind != FieldKind::kText) return;
   RecordSet found = LookUps().Find(database, field.unique_sql, JoinedValues(records, field.field_name));
   std::unordered_set<std::string> taken;
   for (; !found.Eof(); found.Next()) taken.insert(UniqueKey(found.AsText(0)));
+  AddTakenWithSeparator(database, records, *index, field.unique_sql, taken);
   if (taken.empty()) return;
   NamedRows rows;
   std::size_t first = 0;

@@ -222,8 +222,10 @@ class TableWriter {
     } catch (const WriteRefused&) {
       throw;
     } catch (const Error& error) {
-      if (binding == nullptr) RefuseBrokenReference(row);
-      Refuse(row, binding == nullptr ? FieldIn(error.what()) : NameOf(*binding), error.what());
+      if (binding != nullptr) Refuse(row, NameOf(*binding), error.what());
+      RefuseBrokenReference(row);
+      RefuseDouble(row, error.what());
+      Refuse(row, FieldIn(error.what()), error.what());
     }
   }
 
@@ -292,6 +294,28 @@ class TableWriter {
                reference.table + " has no row with " + reference.key + " \"" + ToText(value) + '"');
       }
     }
+  }
+
+  // Where the database refused a row for the text or number of one column that another row has.
+  void RefuseDouble(std::size_t row, std::string_view message) const {
+    const std::string table = std::string(rule_.table) + '.';
+    if (message.find(table) != message.rfind(table)) return;  // several columns
+    const std::string name = FieldIn(message);
+    const auto field = std::find_if(fields_.begin(), fields_.end(),
+                                    [&](const FieldColumn& column) { return NameOf(column) == name; });
+    if (field == fields_.end() || IsBlank(records_, field->field)) return;
+    const Value value = records_.FieldAt(field->field).AsVariant();
+    const std::string text = '"' + ToText(value) + '"';
+    std::size_t above = 1;
+    for (records_.First(); above < row; records_.Next(), ++above) {
+      if (records_.AsText(field->field) == ToText(value)) {
+        Refuse(row, name, text + " stands in row " + std::to_string(above) + " already");
+      }
+    }
+    const std::string sql =
+        "SELECT 1 FROM " + std::string(rule_.table) + " WHERE " + names_[field->parameter] + " = :value";
+    if (database_.Query("found", ParseColumns("found:integer"), sql, {value}).IsEmpty()) return;
+    Refuse(row, name, text + " is in the database already");
   }
 
   [[noreturn]] void Refuse(std::size_t row, std::string field, std::string message) const {
