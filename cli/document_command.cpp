@@ -24,7 +24,6 @@
 #include "mox/foundation/clock.h"
 #include "mox/foundation/locale_text.h"
 #include "mox/foundation/text.h"
-#include "mox/foundation/visible_text.h"
 #include "mox/host/console_dialogs.h"
 #include "mox/server/credit_limit.h"
 
@@ -158,13 +157,7 @@ RecordSet Store(Document& document, const DocumentArguments& arguments, Session&
   LostInStore lost;
   RecordSet stored = StoreDocument(document, ServerOf(session), HeaderWords(arguments), lost);
   session.stored = "stored as " + StoredNumber(stored);
-  const auto tell = [&session](const char* what, const std::vector<std::string>& lost_names) {
-    std::string names;
-    for (const std::string& name : lost_names) names += (names.empty() ? "" : ", ") + name;
-    if (!names.empty()) session.err << "mox: " << what << VisibleText(names) << std::endl;
-  };
-  tell("the database has no place for these columns of the lines: ", lost.columns);
-  tell("the database keeps four decimals of these columns of the lines: ", lost.decimals);
+  WarnOfLost(lost, "the lines", session.err);
   return stored;
 }
 

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <functional>
+#include <ostream>
 
 #include "appserver/company_server.h"
 #include "cli/service_request.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
+#include "mox/foundation/visible_text.h"
 
 namespace mox {
 namespace {
@@ -21,7 +23,11 @@ void FillHeader(RecordSet& header, std::span<const std::string> words,
   for (const auto& [name, text] : NamedValues(words)) {
     if (is_set(name)) throw UsageError("--header: " + name + " is set when the document is stored");
     const auto index = header.FindFieldIndex(name);
-    if (!index) throw UsageError("--header: a document has no field \"" + name + "\"");
+    if (!index)
+      throw UsageError(
+          "--header: a document has no field "
+          " + name + "
+          "");
     if (std::find(given.begin(), given.end(), *index) != given.end()) {
       throw UsageError("--header: " + name + " is given twice");
     }
@@ -57,6 +63,16 @@ bool IsCut(const RecordSet& lines, std::size_t field) {
   return false;
 }
 
+void Warn(const char* what, std::string_view whose, std::span<const std::string> lost, std::ostream& err) {
+  if (lost.empty()) return;
+  std::string names;
+  for (const std::string& name : lost) names += (names.empty() ? "" : ", ") + name;
+  err << "mox: the database " << what << " these columns of " << whose << ": " << VisibleText(names)
+      << std::endl;
+}
+
+}  // namespace
+
 void CollectLost(const RecordSet& lines, const Columns& columns, LostInStore& lost) {
   for (std::size_t i = 0; i < lines.FieldCount(); ++i) {
     const std::string& name = lines.Definition(i).name;
@@ -69,7 +85,10 @@ void CollectLost(const RecordSet& lines, const Columns& columns, LostInStore& lo
   }
 }
 
-}  // namespace
+void WarnOfLost(const LostInStore& lost, std::string_view whose, std::ostream& err) {
+  Warn("has no place for", whose, lost.columns, err);
+  Warn("keeps four decimals of", whose, lost.decimals, err);
+}
 
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header_words,
                         LostInStore& lost) {

@@ -25,6 +25,11 @@ struct LostInStore {
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header,
                         LostInStore& lost);
 
+/// Adds what a table of these columns does not keep of the records, each name once.
+void CollectLost(const RecordSet& lines, const Columns& columns, LostInStore& lost);
+/// Says for people what was lost, if anything; `whose` is "the lines".
+void WarnOfLost(const LostInStore& lost, std::string_view whose, std::ostream& err);
+
 /// Cancels the stored document of that id, its storno's header having the words NAME=VALUE. Answers and
 /// raises as StoreDocument.
 RecordSet CancelDocument(std::int64_t id, CompanyServer& server, std::span<const std::string> header);

@@ -1,7 +1,9 @@
 #include <memory>
 
 #include "appserver/company_server.h"
+#include "appserver/named_transaction.h"
 #include "cli/command.h"
+#include "cli/document_store.h"
 #include "cli/options.h"
 #include "cli/record_set_file.h"
 #include "cli/service_page.h"
@@ -17,6 +19,21 @@ struct StoreArguments {
   bool list = false;
   bool markdown = false;
 };
+
+// Of the record sets whose other columns a transaction leaves out.
+void WarnOfColumns(const std::string& transaction, const std::vector<RecordSetFile>& files,
+                   CompanyServer& server, std::ostream& err) {
+  for (const NamedTransaction& candidate : NamedTransactionTable()) {
+    if (candidate.name != transaction) continue;
+    for (const RecordSetFile& file : files) {
+      const RecordSetRule* const rule = candidate.FindRule(file.records.Name());
+      if (rule == nullptr || rule->table.unknown_fields != UnknownFields::kIgnore) continue;
+      LostInStore lost;
+      CollectLost(file.records, server.database().TableColumns(rule->table.table), lost);
+      WarnOfLost(lost, file.records.Name(), err);
+    }
+  }
+}
 
 void RunStore(const StoreArguments& arguments, Session& session) {
   if (arguments.markdown && arguments.transaction.empty()) return AppendTransactionPage(session.out);
@@ -38,6 +55,7 @@ void RunStore(const StoreArguments& arguments, Session& session) {
   for (RecordSetFile& file : files) record_sets.push_back(&file.records);
   RequireStored(server, ExecuteTransaction(arguments.transaction, record_sets));
   session.stored = arguments.transaction + " was stored";
+  WarnOfColumns(arguments.transaction, files, server, session.err);
   if (server.LastWrite().stored) {
     RecordSet stored;
     stored.CleanClone(*server.LastWrite().stored);
