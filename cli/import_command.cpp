@@ -115,6 +115,12 @@ void AppendColumns(const TfrmImportGrid& form, std::string& out) {
 
 // --- the import ---
 
+std::string Rows(std::size_t count) { return std::to_string(count) + (count == 1 ? " row" : " rows"); }
+
+std::string StoredText(std::string_view key, std::size_t rows) {
+  return std::string(key) + ": " + Rows(rows) + " stored";
+}
+
 // Not where --yes has answered, or where the rows come from the terminal.
 bool AsksAtTerminal(const ImportArguments& arguments, const Session& session) {
   return !arguments.yes && !arguments.check && arguments.path != "-" && IsTerminal(session.in);
@@ -135,6 +141,10 @@ class ImportSession : public ImportGridView {
     form.SetSheetFaults(FaultsOfSheet());
     SetOrigin(form, file);
     form.ProvjeraIUvozClick();
+    if (form.Outcome() == ImportOutcome::kStored && !arguments_.check) {
+      session_.stored = StoredText(form.ProfileKey(), sheet_.numbers.size());
+    }
+    if (form.Outcome() == ImportOutcome::kRefused) ShowRefusedCell(form);
     if (!arguments_.faults.empty()) WriteFaults(form);
   }
   void StatusChanged(const TfrmStatus& status, bool /*repaint*/) override {
@@ -175,6 +185,13 @@ class ImportSession : public ImportGridView {
     return faults;
   }
 
+  void ShowRefusedCell(TfrmImportGrid& form) {
+    const auto& failure = ServerOf(session_).LastWrite().failure;
+    if (!failure || failure->row == 0) return;
+    refusal_ = failure->message;
+    form.SetRefusedCell(failure->row, failure->field, refusal_);
+  }
+
   // Where no row is faulty, all may be stored already, and a file that cannot be written changes nothing.
   void WriteFaults(const TfrmImportGrid& form) {
     try {
@@ -194,10 +211,9 @@ class ImportSession : public ImportGridView {
   Session& session_;
   ProgressBar bar_;
   SheetText sheet_;
+  std::string refusal_;
   bool repeated_ = false;
 };
-
-std::string Rows(std::size_t count) { return std::to_string(count) + (count == 1 ? " row" : " rows"); }
 
 constexpr std::size_t kMostShown = 50;  // faults
 
@@ -211,6 +227,13 @@ void ReportFaults(const TfrmImportGrid& form, RowNumbers numbers, Session& sessi
                 << " faults are shown (--faults FILE takes all of them)";
   }
   session.err << std::endl;
+  session.valid = false;
+}
+
+// Its table has the row as the user counts it.
+void ReportRefusedCell(const TfrmImportGrid& form, RowNumbers numbers, Session& session) {
+  AppendTable(FaultTable(form, numbers, kMostShown), {}, session.out);
+  session.err << "mox: " << OnOneLine("nothing was stored: " + form.Refusal()) << std::endl;
   session.valid = false;
 }
 
@@ -260,6 +283,7 @@ void RunImport(const ImportArguments& arguments, const ImportProfile& profile, S
     case ImportOutcome::kStored:
       break;
     case ImportOutcome::kRefused:
+      if (!form.Faults().empty()) return ReportRefusedCell(form, user.Numbers(), session);
       throw Error("nothing was stored: " + form.Refusal() +
                   (user.IsRepeated() ? " (--again stores it once more)" : ""));
     case ImportOutcome::kDeclined:
@@ -370,8 +394,8 @@ const Command kImportCommand = {"import", "KEY [FILE] --db FILE",
 A first row with names or captions of the columns is a heading, by which they may stand in any order; what is
 unknown or missing is named. Rows are counted from 1 behind the heading. UTF-8, UTF-16 with a byte-order mark,
 Windows-1250 and ISO-8859-2 are told apart; what is not UTF-8 is named. A row with a filled cell behind the
-last column is refused; line breaks and tabs inside a cell become blanks, and cells that are too long for
-their column are cut: a warning names them. Where the database does not take the rows, nothing is stored and
+last column is refused; line breaks and tabs inside a cell become blanks, which a warning names; a text
+longer than its column, or than 100 characters, is a fault. Where the database does not take the rows, nothing is stored and
 the exit status is 1.
 
 --check finds the same as storing does, what only the database knows too. A file that was imported before is

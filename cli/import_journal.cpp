@@ -74,6 +74,7 @@ void UndoImport(std::int64_t number, bool rehearsal, Session& session) {
     const auto& failure = server.LastWrite().failure;
     throw Error(failure ? failure->message : "the server refused to take the import back");
   }
+  if (!rehearsal) session.stored = "import " + std::to_string(number) + " was taken back";
   session.out += "import " + std::to_string(number) +
                  (rehearsal ? " can be taken back; nothing was changed\n" : " was taken back\n");
 }

@@ -15,6 +15,8 @@
 namespace mox {
 namespace {
 
+constexpr std::size_t kMostInput = 1024UL * 1024 * 1024;
+
 bool IsText(FieldKind kind) { return kind == FieldKind::kText || kind == FieldKind::kBinary; }
 
 // --- reading ---
@@ -186,6 +188,8 @@ FileText ReadFileText(const std::string& path, std::istream& standard_input) {
     char block[64 * 1024];
     while (standard_input.read(block, sizeof block), standard_input.gcount() > 0) {
       file.bytes.append(block, static_cast<std::size_t>(standard_input.gcount()));
+      if (file.bytes.size() > kMostInput)
+        throw Error(file.label + ": is longer than a gigabyte, which is too long");
     }
     if (standard_input.bad()) throw Error(file.label + ": cannot be read");
   } else {

@@ -31,7 +31,7 @@ bool IsDigits(std::string_view text) {
 // Words alone, above a column of digits alone.
 bool LooksForeign(std::span<const Row> rows) {
   const Row& first = rows.front();
-  if (rows.size() < 3 || Filled(first) < 2) return false;
+  if (rows.size() < 2 || Filled(first) < 2) return false;
   if (std::any_of(first.begin(), first.end(), [](const std::string& cell) { return HasDigit(cell); }))
     return false;
   for (std::size_t column = 0; column < first.size(); ++column) {

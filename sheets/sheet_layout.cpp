@@ -1,7 +1,10 @@
 #include "sheets/sheet_layout.h"
 
 #include <algorithm>
+#include <map>
+#include <mutex>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "mox/foundation/dates.h"
@@ -20,6 +23,16 @@ constexpr std::size_t kMostText = 1024UL * 1024 * 1024;
 constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 
 constexpr const char* kHeadingAgain = "is the heading once more";
+
+// Each width's once, for faults outlive the sheet.
+std::string_view TooLongFor(std::size_t width) {
+  static std::mutex lock;
+  static std::map<std::size_t, std::string> reasons;
+  const std::lock_guard guard(lock);
+  std::string& reason = reasons[width];
+  if (reason.empty()) reason = "is longer than " + std::to_string(width) + " characters";
+  return reason;
+}
 
 // Things of the sheet that something happened to, of which the first are named.
 class Named {
@@ -68,7 +81,6 @@ class Layout {
     while (rows_.Next(row)) AddRow(row);
     std::vector<std::string> remarks = rows_.Remarks();
     std::move(sheet_.remarks.begin(), sheet_.remarks.end(), std::back_inserter(remarks));
-    cut_.AppendTo(remarks);
     flattened_.AppendTo(remarks);
     sheet_.remarks = std::move(remarks);
     return std::move(sheet_);
@@ -212,7 +224,7 @@ class Layout {
     if (!cell.fault.empty()) AddFault(column, added, cell.fault);
     const std::size_t width = columns_[column].width;
     if (added.size() > width && CountCharacters(added) > width) {
-      cut_.Add(Place(column) + " (to " + std::to_string(width) + " characters)");
+      AddFault(column, added, TooLongFor(width));
     }
   }
 
@@ -256,7 +268,6 @@ class Layout {
   std::vector<std::size_t> order_;  // for each column its cell; none where cells are taken as they come
   std::size_t heading_number_ = 0;
   std::size_t number_ = 0;  // of the row that is added
-  Named cut_{"cells that are too long were cut", "; "};
   Named flattened_{"line breaks and tabs inside cells became blanks", "; "};
 };
 

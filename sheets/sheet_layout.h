@@ -13,7 +13,7 @@
 
 namespace mox {
 
-/// A cell that the sheet itself cannot vouch for.
+/// A cell that the sheet itself cannot vouch for, or that is too long for its column.
 struct SheetFault {
   std::size_t row = 0;      ///< among the rows of the layout, from 0
   std::size_t column = 0;   ///< among the columns, from 0
@@ -29,7 +29,7 @@ struct SheetText {
   std::vector<std::size_t> numbers;
   std::vector<SheetFault> faults;
   /// For people, one a line: how the file was read where that was not certain, headings that are unknown,
-  /// columns that are missing, cells that will be cut, and line breaks and tabs inside cells, each of which
+  /// columns that are missing, and line breaks and tabs inside cells, each of which
   /// became a blank.
   std::vector<std::string> remarks;
   /// The headings as they were taken; none where the sheet has no heading.

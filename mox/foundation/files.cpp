@@ -102,16 +102,35 @@ std::error_code WriteAndClose(OpenFile file, std::string_view bytes) {
   return std::fclose(file.release()) == 0 ? std::error_code() : LastError();
 }
 
+constexpr std::size_t kMostRead = 1024UL * 1024 * 1024;
+
+// Devices such as /dev/zero never end; a terminal does, and so do pipes.
+void RequireEnd(const std::string& path, std::FILE* file) {
+#if defined(_WIN32)
+  (void)path;
+  (void)file;
+#else
+  struct stat status {};
+  if (::fstat(::fileno(file), &status) != 0) return;
+  const bool device = S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode);
+  if (device && ::isatty(::fileno(file)) == 0) throw Error(path + ": is a device and not a file");
+#endif
+}
+
 }  // namespace
 
 std::string ReadWholeFile(const std::string& path) {
   const OpenFile file(std::fopen(path.c_str(), "rb"));
   if (!file) Refuse(path, LastError(), "read");
+  RequireEnd(path, file.get());
   std::string bytes;
   std::array<char, 64 * 1024> block{};
   std::size_t count = 0;
-  while ((count = std::fread(block.data(), 1, block.size(), file.get())) > 0)
+  while ((count = std::fread(block.data(), 1, block.size(), file.get())) > 0) {
+    if (bytes.size() > kMostRead - count)
+      throw Error(path + ": is longer than a gigabyte, which is too long");
     bytes.append(block.data(), count);
+  }
   if (std::ferror(file.get()) != 0) Refuse(path, LastError(), "read");
   return bytes;
 }

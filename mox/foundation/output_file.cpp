@@ -63,6 +63,8 @@ void OutputFiles::Keep(const std::string& path, std::string what) {
 
 void OutputFiles::Require(const std::string& path, const OutputKind& kind) const {
   if (path.empty()) throw Error("the name of the file for " + std::string(kind.name) + " is empty");
+  if (path == "-")
+    throw Error("\"-\" is no file for " + std::string(kind.name) + " (./- is one of that name)");
   for (const Kept& kept : kept_) {
     if (IsSameFile(path, kept.path)) Refuse(path, "is " + kept.what);
   }

@@ -13,7 +13,13 @@
 namespace mox {
 
 /// The passes that the check of a column consists of, in their order.
-enum class ImportPass : std::uint8_t { kRequired, kLookup, kFormat, kUnique };
+enum class ImportPass : std::uint8_t {
+  kRequired,
+  kLookup,
+  kFormat,
+  kUnique,
+  kStore  ///< none of the check: what the server found when it stored
+};
 
 /// One thing that is wrong with one cell.
 struct ImportFault {
@@ -25,7 +31,7 @@ struct ImportFault {
 };
 
 /// What a fault adds to the fault text of its row: " Req:NAZIV", " Lookup:DRZAVA:XX", " Format:DATUM" or
-/// " Jedinstven:SIFRA".
+/// " Jedinstven:SIFRA"; " Pohrana:SIFRA" where the server refused it.
 std::string FaultFragment(const ImportFault& fault, const ImportFieldDef& field);
 
 /// Whom a check asks about a sheet's values, and tells where it has come to.

@@ -131,6 +131,9 @@ class TfrmImportGrid {
   ImportOutcome Outcome() const { return outcome_; }
   /// Why the server refused the rows, where it says so.
   const std::string& Refusal() const { return refusal_; }
+  /// Makes the cell for which the server refused the rows, counted from 1, a fault. Nothing happens where
+  /// there is no such row or data column. The reason must live as long as the faults do.
+  void SetRefusedCell(std::size_t row, std::string_view field_name, std::string_view reason);
   /// Sent with the rows from now on. Without an origin the transaction has them alone.
   void SetOrigin(const ImportOrigin& origin);
 

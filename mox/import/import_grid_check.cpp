@@ -156,6 +156,18 @@ void TfrmImportGrid::AddSheetFaults() {
   });
 }
 
+void TfrmImportGrid::SetRefusedCell(std::size_t row, std::string_view field_name, std::string_view reason) {
+  for (std::size_t column = kFirstDataPosition; column < fields_.size(); ++column) {
+    if (!fields_[column].IsDefined() || !SameName(fields_[column].field_name, field_name)) continue;
+    std::size_t number = 0;
+    ForEachSourceRow([&] {
+      if (++number != row) return;
+      faults_.push_back({row, column, ImportPass::kStore, std::string(source_.AsTextView(column)), reason});
+    });
+  }
+  PaintFaults();
+}
+
 // The working columns of all rows. The mark of the last pass stays where that is uniqueness.
 void TfrmImportGrid::PaintFaults() {
   std::size_t last = fields_.size();

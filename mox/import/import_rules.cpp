@@ -58,6 +58,8 @@ std::string_view ReasonOf(ImportPass pass, const ImportFieldDef& field) {
       return "is not in the database";
     case ImportPass::kUnique:
       return "is in the database already";
+    case ImportPass::kStore:
+      return "is refused by the server";
     case ImportPass::kFormat:
       break;
   }
@@ -74,6 +76,8 @@ std::string FaultFragment(const ImportFault& fault, const ImportFieldDef& field)
       return " Lookup:" + field.field_name + ":" + fault.value;
     case ImportPass::kFormat:
       return " Format:" + field.field_name;
+    case ImportPass::kStore:
+      return " Pohrana:" + field.field_name;
     case ImportPass::kUnique:
       break;
   }
@@ -96,6 +100,8 @@ bool ColumnRules::Has(ImportPass pass) const {
       return ToBoolean(field_->lookup);
     case ImportPass::kUnique:
       return ToBoolean(field_->unique);
+    case ImportPass::kStore:
+      return false;
     case ImportPass::kFormat:
       break;
   }

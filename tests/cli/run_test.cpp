@@ -53,6 +53,10 @@ TEST(Run, TellsWhatWasStoredWhenItsResultCannotBeWritten) {
   EXPECT_EQ(store(lines, nowhere, "gotovinski-racun"),
             "Pohranjeno: gotovinski-racun 1/2024 (id 1)\n"
             "mox: standard output cannot be written; stored as gotovinski-racun 1/2024 (id 1)\n");
+  std::istringstream accounts("99001\tBanka\n");
+  std::ostringstream err;
+  EXPECT_EQ(mox::Run({"import", "KONTNIPLAN", "--yes", "--db", database}, accounts, nowhere, err), 1);
+  EXPECT_NE(err.str().find("cannot be written; KONTNIPLAN: 1 row stored\n"), std::string::npos) << err.str();
   std::ostringstream out;
   EXPECT_EQ(store(lines, out, "gotovinski-racun"), "Pohranjeno: gotovinski-racun 1/2024 (id 1)\n");
   const std::string refused =
