@@ -74,6 +74,7 @@ void Store(const CodebookArguments& arguments, Session& session) {
   RecordSetFile file = ReadRows(arguments, session);
   file.records.SetName(arguments.name);
   RequireStored(server, ExecuteTransaction("KatalogUpis", {&file.records}));
+  session.stored = "the rows were stored";
   RecordSet stored;
   stored.CleanClone(server.LastWrite().stored.value());
   AppendTableOrFile(stored, arguments.table, session.out);

@@ -23,11 +23,7 @@ void FillHeader(RecordSet& header, std::span<const std::string> words,
   for (const auto& [name, text] : NamedValues(words)) {
     if (is_set(name)) throw UsageError("--header: " + name + " is set when the document is stored");
     const auto index = header.FindFieldIndex(name);
-    if (!index)
-      throw UsageError(
-          "--header: a document has no field "
-          " + name + "
-          "");
+    if (!index) throw UsageError("--header: a document has no field \"" + name + "\"");
     if (std::find(given.begin(), given.end(), *index) != given.end()) {
       throw UsageError("--header: " + name + " is given twice");
     }

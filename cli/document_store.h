@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "appserver/database.h"
 #include "mox/documents/document.h"
 
 namespace mox {

@@ -28,16 +28,25 @@ bool IsDigits(std::string_view text) {
   return HasDigit(text) && text.find_first_not_of("0123456789.,-/ ") == std::string_view::npos;
 }
 
+bool HasDigits(const Row& row) { return std::any_of(row.begin(), row.end(), HasDigit); }
+
+bool IsFilled(const Row& row, std::size_t column) {
+  return column < row.size() && !TrimBlanks(row[column]).empty();
+}
+
 // Words alone, above a column of digits alone.
 bool LooksForeign(std::span<const Row> rows) {
   const Row& first = rows.front();
   if (rows.size() < 2 || Filled(first) < 2) return false;
-  if (std::any_of(first.begin(), first.end(), [](const std::string& cell) { return HasDigit(cell); }))
-    return false;
+  if (HasDigits(first)) return false;
   for (std::size_t column = 0; column < first.size(); ++column) {
     if (TrimBlanks(first[column]).empty()) continue;
-    const auto is_digits = [&](const Row& row) { return column < row.size() && IsDigits(row[column]); };
-    if (std::all_of(rows.begin() + 1, rows.end(), is_digits)) return true;
+    const auto has_other = [&](const Row& row) { return IsFilled(row, column) && !IsDigits(row[column]); };
+    const auto is_filled = [&](const Row& row) { return IsFilled(row, column); };
+    if (std::any_of(rows.begin() + 1, rows.end(), is_filled) &&
+        std::none_of(rows.begin() + 1, rows.end(), has_other)) {
+      return true;
+    }
   }
   return false;
 }
@@ -121,11 +130,11 @@ std::optional<std::size_t> HeadingReader::Find(std::span<const Row> rows) const 
     if (IsHeading(heading, one_column)) return i;
     if (Filled(rows[i]) > 1) break;
   }
-  // One word of many cells may well be the same as a heading.
+  // One word of many cells may well be the same as a heading where others have digits.
   const Heading first = Read(rows.front());
   const std::size_t known = first.Count(Meaning::kColumn);
   const std::size_t unknown = first.Count(Meaning::kUnknown);
-  if (known > 1 || (known == 1 && unknown < 2)) {
+  if (known > 1 || (known == 1 && (unknown < 2 || !HasDigits(rows.front())))) {
     const std::string others = unknown > 0 ? Quote(first, Meaning::kUnknown) : "nothing else";
     throw UnclearHeading("the first row may be a heading, for it has " + Quote(first, Meaning::kColumn) +
                          ", and may be none, for it has " + others);
