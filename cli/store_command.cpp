@@ -2,6 +2,7 @@
 
 #include "appserver/company_server.h"
 #include "appserver/named_transaction.h"
+#include "appserver/named_transaction_table.h"
 #include "cli/command.h"
 #include "cli/document_store.h"
 #include "cli/options.h"
