@@ -55,10 +55,11 @@ book.active.append([12345678901234567, "Kupci"])
 book.save(folder / "konta.xlsx")
 rounded = 12345678901234570
 calculated, entered = "Konto: is not calculated: save the sheet anew", "Konto: was rounded to 15 digits: enter as text"
+too_long = "; Konto: is longer than 8 characters"
 run("import", "KONTNIPLAN", folder / "konta.xlsx", "--yes", "--faults", folder / "greske.xlsx", status=1)
 book = openpyxl.load_workbook(folder / "greske.xlsx")
 expect(list(book.active.values), [("Konto *", "Opis *", "Redak", "Greška"), ("#N/A", "Banka", 3, calculated),
-                                  (rounded, "Kupci", 4, entered)])
+                                  (rounded, "Kupci", 4, entered + too_long)])
 run("import", "KONTNIPLAN", folder / "greske.xlsx", "--yes", "--faults", folder / "opet.xlsx", status=1)
 expect([row[2] for row in openpyxl.load_workbook(folder / "opet.xlsx").active.values], ["Redak", 1, 2])
 book.active["A2"], book.active["A3"] = "1010", "01230"
