@@ -189,8 +189,8 @@ class Case : public ImportGridView {
     host_.log.push_back(kOutcomes[static_cast<std::size_t>(form_.Outcome())] +
                         (form_.Refusal().empty() ? "" : ": " + form_.Refusal()));
     for (const ImportFault& fault : form_.Faults()) {
-      host_.log.push_back("row " + Text(fault.row) + " column " + Text(fault.column) + " [" + fault.value +
-                          "] " + std::string(fault.reason));
+      host_.log.push_back("row " + std::to_string(fault.row) + " column " + std::to_string(fault.column) +
+                          " [" + fault.value + "] " + std::string(fault.reason));
     }
   }
 
