@@ -66,7 +66,7 @@ constexpr StoredColumn kStoredColumns[] = {{"sifra", FieldKind::kText},
                                            {"ukupno", FieldKind::kCurrency},
                                            {"pov_nak", FieldKind::kCurrency},
                                            {"pov_naki", FieldKind::kCurrency},
-                                           {"mari", FieldKind::kCurrency},
+                                           {"marza", FieldKind::kCurrency},
                                            {"neoporezivo", FieldKind::kCurrency}};
 
 struct Line {
@@ -111,7 +111,7 @@ RecordSet MakeHeader() {
   header.DefineField("vrsta", FieldKind::kText, 50);
   header.DefineField("datum", FieldKind::kDate);
   header.Open();
-  header.AppendRecord({std::string("primka"), *MakeDate(2024, 3, 1)});
+  header.AppendRecord({std::string("pocetno-stanje"), *MakeDate(2024, 3, 1)});
   return header;
 }
 
