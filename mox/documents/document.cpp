@@ -102,24 +102,17 @@ void AddAmounts(const RecordSet& records, Counts counts, std::vector<Sum>& sums)
 
 }  // namespace
 
-// Reading a document does not calculate it anew.
-class Document::EventPause {
+// Reading a document does not calculate it anew, and Calculate() calculates each line once.
+class Document::CalculationPauses {
  public:
-  explicit EventPause(Document& document) : document_(document) {
-    for (auto* lines : {&document_.goods_, &document_.services_}) {
-      if (*lines && (*lines)->calculates) (*lines)->records.SetOnCalcFields(nullptr);
-    }
+  explicit CalculationPauses(Document& document) {
+    if (document.goods_) goods_.emplace(document.goods_->records);
+    if (document.services_) services_.emplace(document.services_->records);
   }
-  ~EventPause() {
-    for (auto* lines : {&document_.goods_, &document_.services_}) {
-      if (*lines && (*lines)->calculates) document_.Watch(**lines);
-    }
-  }
-  EventPause(const EventPause&) = delete;
-  EventPause& operator=(const EventPause&) = delete;
 
  private:
-  Document& document_;
+  std::optional<CalculationPause> goods_;
+  std::optional<CalculationPause> services_;
 };
 
 Document::Document(const DocumentKind& kind)
@@ -147,7 +140,7 @@ Document::Document(const DocumentKind& kind, std::optional<RecordSet> goods,
 }
 
 Document::Lines Document::MakeLines(const LineSchema& schema, const char* name) const {
-  Lines lines{&schema, RecordSet(name), true};
+  Lines lines{&schema, RecordSet(name)};
   lines.records.DefineField("art_id", FieldKind::kInteger);
   for (const char* const text : {"sifra", "naziv", "jm"}) lines.records.DefineField(text, FieldKind::kText);
   for (FieldDef& field : LineFields(schema)) lines.records.DefineField(std::move(field));
@@ -157,9 +150,9 @@ Document::Lines Document::MakeLines(const LineSchema& schema, const char* name) 
 }
 
 void Document::Watch(Lines& lines) const {
-  lines.records.SetOnCalcFields([schema = lines.schema, digits = digits_](RecordSet& records) {
-    CalculateLine(*schema, records, digits);
-  });
+  lines.records.SetOnCalcFields([schema = lines.schema, digits = digits_](
+                                    RecordSet& records) { CalculateLine(*schema, records, digits); },
+                                lines.schema->reads);
 }
 
 Document::Lines Document::TakeLines(const LineSchema& schema, RecordSet records) const {
@@ -205,7 +198,7 @@ void Document::CalculateEach(Lines& lines) const {
 }
 
 void Document::Calculate() {
-  const EventPause pause(*this);
+  const CalculationPauses pauses(*this);
   if (goods_) CalculateEach(*goods_);
   if (services_) CalculateEach(*services_);
 }
@@ -214,7 +207,7 @@ void Document::Recapitulate() {
   for (RecordSet* const lines : {Goods(), Services()}) {
     if (lines != nullptr) lines->PostPending();
   }
-  const EventPause pause(*this);
+  const CalculationPauses pauses(*this);
   if (recap_) FillRecapitulation();
   FillTotals();
 }

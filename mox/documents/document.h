@@ -17,7 +17,7 @@ class Document {
  public:
   /// Without lines, for a screen or a program that fills them: the sets of lines that the kind has are open
   /// (art_id, sifra, naziv and jm say what a line is, then come the fields of its kind), and a line is
-  /// calculated when it is posted, and when it becomes current again.
+  /// calculated when it is posted, and when it becomes current again unless that would change nothing.
   explicit Document(const DocumentKind& kind);
   /// Raises Error for an unknown kind.
   explicit Document(std::string_view kind) : Document(DocumentKindByName(kind)) {}
@@ -42,8 +42,9 @@ class Document {
   const RecordSet* Services() const { return services_ ? &services_->records : nullptr; }
   std::size_t LineCount() const;
 
-  /// Calculates every line once more, posting it. An error cancels the line that it comes from and ends the
-  /// walk: the lines before it are calculated, those after it are as they were.
+  /// Calculates every line once more, posting it; the set's own event does not run meanwhile. An error
+  /// cancels the line that it comes from and ends the walk: the lines before it are calculated, those after
+  /// it are as they were.
   void Calculate();
   /// Fills the recapitulation and the totals from the lines as they are; a line that is being edited is
   /// posted first. Columns that the kind neither needs nor computes do not count, whatever they are called.
@@ -73,9 +74,8 @@ class Document {
   struct Lines {
     const LineSchema* schema;
     RecordSet records;
-    bool calculates = false;  // by the event that this document installed
   };
-  class EventPause;
+  class CalculationPauses;
 
   Lines TakeLines(const LineSchema& schema, RecordSet records) const;
   Lines MakeLines(const LineSchema& schema, const char* name) const;

@@ -120,7 +120,8 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kOut,
      {"kolicina pc rbp1 rbp2 rbp3 tbr_stp pov_nak",
       "pci rbi1 rbi2 rbi3 rabatIznos pov_naki mpc mpci osnovica pdvi ukupno",
-      Vat<GotovinskiRacunStavkeCalcFields>, field::ukupno, "osnovica", "pdvi"},
+      // The decimals of the selling price are asked anew for each line.
+      Vat<GotovinskiRacunStavkeCalcFields>, field::ukupno, "osnovica", "pdvi", 1, CalcFieldsReads::kAnything},
      {"kolicina pc rbp1 rbp2 rbp3 tbr_stp", "pci rbi1 rbi2 rbi3 rabatIznos mpc mpci osnovica pdvi ukupno",
       Vat<GotovinskiRacunUslugeCalcFields>, field::ukupno, "osnovica", "pdvi"},
      kTotalsOfBoth,

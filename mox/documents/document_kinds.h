@@ -46,6 +46,8 @@ struct LineSchema {
   std::string_view tax = {};  ///< empty where the lines have none
   /// How often a line is calculated at a time: twice where the calculator reads what it stored before.
   int passes = 1;
+  /// What the calculator reads beside the line: nothing, unless a setting is asked anew for each line.
+  CalcFieldsReads reads = CalcFieldsReads::kItsRecord;
 
   bool Exists() const { return calculate != nullptr; }
 };

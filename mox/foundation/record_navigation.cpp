@@ -59,7 +59,7 @@ void RecordSet::LeaveRecord() {
 void RecordSet::TellOfMove() {
   std::exception_ptr failure;
   const RecordTable::Id record = now_.rows[now_.position];
-  if (events_.calc_fields && !events_.settled.Has(record)) {
+  if (events_.calc_fields && controls_.calculation_paused == 0 && !events_.settled.Has(record)) {
     if (!now_.listening) return FireCalcFields(record);
     try {
       FireCalcFields(record);

@@ -335,10 +335,11 @@ struct RecordSet::CalcGuard {
 
 // For the current record, of that number. A record whose edit may still be cancelled is never settled.
 void RecordSet::FireCalcFields(RecordTable::Id record) {
+  events_.settled.Remove(record);
+  if (controls_.calculation_paused > 0) return;
   const std::size_t words = table_.structure().record_words();
   const bool compares = now_.listening || events_.reads == CalcFieldsReads::kItsRecord;
   if (compares) before_calculation_.assign(now_.cells, now_.cells + words);
-  events_.settled.Remove(record);
   {
     const CalcGuard guard(*this);
     events_.calc_fields(*this);

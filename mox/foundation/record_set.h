@@ -221,6 +221,10 @@ class RecordSet {
   void DisableControls() { ++controls_.disabled; }
   void EnableControls();
   bool ControlsDisabled() const { return controls_.disabled > 0; }
+  /// Nested, and best by CalculationPause. Meanwhile the calculate-fields event does not run; a record posted
+  /// then is calculated when it becomes current again.
+  void PauseCalculation() { ++controls_.calculation_paused; }
+  void ResumeCalculation() { --controls_.calculation_paused; }
   /// The before-post event is running.
   bool IsBeingChecked() const { return now_.checking; }
   /// The set is walked, checked or calculated: a screen that processes messages meanwhile leaves it alone.
@@ -355,6 +359,7 @@ class RecordSet {
     Controls& operator=(const Controls&) = delete;
 
     int disabled = 0;
+    int calculation_paused = 0;
     bool moved_unseen = false;
     bool changed_unseen = false;
   };
@@ -530,6 +535,19 @@ class [[nodiscard]] ControlsGuard {
   ~ControlsGuard() { set_.EnableControls(); }
   ControlsGuard(const ControlsGuard&) = delete;
   ControlsGuard& operator=(const ControlsGuard&) = delete;
+
+ private:
+  RecordSet& set_;
+};
+
+/// Keeps the calculate-fields event of a set from running for its own lifetime, while which the set is not
+/// moved: for who reads lines as they are, or calculates them himself.
+class [[nodiscard]] CalculationPause {
+ public:
+  explicit CalculationPause(RecordSet& set) : set_(set) { set_.PauseCalculation(); }
+  ~CalculationPause() { set_.ResumeCalculation(); }
+  CalculationPause(const CalculationPause&) = delete;
+  CalculationPause& operator=(const CalculationPause&) = delete;
 
  private:
   RecordSet& set_;

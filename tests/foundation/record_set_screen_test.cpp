@@ -77,13 +77,17 @@ RecordSet WatchedSet(int& calculated) {
 
 constexpr const char* kSteps[] = {"F",  "N", "P",  "L",  "e",  "e",  "i",   "a",     "=a", "=b", "=ab", "=!",
                                   "=?", ".", ".",  "~",  "D",  "?a", "b g", "( F )", "f",  "u",  "R",   "C",
-                                  "X",  "c", "g0", "g1", "g2", "g3", "l",   "t",     "w",  "n",  "A",   "A"};
+                                  "X",  "c", "g0", "g1", "g2", "g3", "l",   "t",     "w",  "n",  "A",   "p"};
 
 // One of the steps of a script, or a step of more than one set.
 void Step(RecordSet& set, const std::string& step) {
   if (step == "c") return set.CleanClone(Letters("a b ab"));
   if (step == "l") return set.LoadFromString(set.SaveToString());
   if (step == "t") return set.DataTransfer(Letters("a c"));
+  if (step == "p") {
+    const CalculationPause pause(set);
+    return RunScript(set, "e =ab . N R");
+  }
   if (step == "A") return set.AppendRecord({"ad"});
   if (step == "n") return set.SetDisplayFormat(0, "#");
   if (step[0] == 'g') return set.GoToRow(static_cast<std::size_t>(step[1] - '0'));
