@@ -42,13 +42,6 @@ struct Codebook {
   std::string_view numbered = {};
   /// How a reference finds its row, where its fields alone do not say it.
   std::vector<KeyRule> rules = {};
-  /// Columns of other tables that name a row by the value of a field instead of referring to it.
-  struct NamedBy {
-    std::string_view table;
-    std::string_view column;
-    std::string_view field;
-  };
-  std::vector<NamedBy> named_by = {};
 };
 
 std::span<const Codebook> CodebookTable();

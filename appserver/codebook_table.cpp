@@ -242,11 +242,7 @@ const Codebook kCodebooks[] = {
       {"stopa", "Stopa"},
       {"naziv", "Naziv"},
       {"vrijedi_od", "Vrijedi od"},
-      {"vrijedi_do", "Vrijedi do"}},
-     {},
-     {},
-     {},
-     {{"usluge", "tbr", "stopa"}, {"dok_stavke", "tbr_stp", "stopa"}}},
+      {"vrijedi_do", "Vrijedi do"}}},
     {"banke", "banke", "banks", {"naziv"}, {{"naziv", "Naziv"}, {"vbdi", "VBDI"}, {"swift", "SWIFT"}}},
     {"car_tar_br",
      "car_tar_br",
@@ -294,10 +290,7 @@ const Codebook kCodebooks[] = {
       {"naziv", "Ime i prezime"},
       {"oib", "OIB", kOib},
       Defaulted("aktivan", "Aktivan")},
-     {"user_id"},
-     {},
-     {},
-     {{"dok", "user_id", "user_id"}, {"integracije_racuni", "user_id", "user_id"}}},
+     {"user_id"}},
 
     // --- the company's places and payments ---
 

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "appserver/codebook.h"
+#include "appserver/row_uses.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 
@@ -372,53 +373,40 @@ std::string NameOfRow(Database& database, const std::string& table, std::int64_t
     row.First();
     return Quoted(KeyOf(shape, row));
   }
-  const bool of_document = table.starts_with("dok_");
-  if (table == "dok" || of_document) {
+  std::string document_key = table == "dok" ? "id" : "";
+  for (const Reference& reference : database.References(table)) {
+    if (reference.table == "dok" && document_key.empty()) document_key = reference.column;
+  }
+  if (!document_key.empty()) {
     const RecordSet document = database.Query(
         "dok", ParseColumns("naziv"),
         "SELECT d.vrsta || ' ' || CAST(d.broj AS VARCHAR(20)) || '/' || CAST(d.godina AS VARCHAR(20)) FROM "
-        "dok d" +
-            std::string(of_document ? " JOIN " + table + " s ON s.dok_id = d.id WHERE s.id = :id"
-                                    : " WHERE d.id = :id"),
+        "dok d JOIN " +
+            table + " u ON u." + document_key + " = d.id WHERE u.id = :id",
         {id});
     if (!document.IsEmpty()) return document.AsText(0);
   }
   return "id " + std::to_string(id);
 }
 
-// "dok: racun 1/2024, racun 2/2024 and 3 more"; empty where no row of the table has the value in the column.
-std::string UsersIn(Database& database, const std::string& table, const std::string& column,
-                    const Value& value) {
-  const RecordSet count =
-      database.Query("n", ParseColumns("n:integer"),
-                     "SELECT COUNT(*) FROM " + table + " WHERE " + column + " = :value", {value});
-  const auto all = static_cast<std::size_t>(count.AsInteger(0));
+// "dok: racun 1/2024, racun 2/2024 and 3 more"; empty where none of its rows uses the row.
+std::string UsersIn(Database& database, const RowUse& use, std::int64_t key) {
+  const std::size_t all = use.CountUsers(database, key);
   if (all == 0) return {};
-  RecordSet first = database.Query("ids", ParseColumns("id:integer"),
-                                   "SELECT id FROM " + table + " WHERE " + column +
-                                       " = :value ORDER BY id LIMIT " + std::to_string(kShownUsers),
-                                   {value});
-  const Codebook* const codebook = FindCodebookOf(table);
-  std::string users = codebook == nullptr ? table : std::string(codebook->name);
+  const Codebook* const codebook = FindCodebookOf(use.Table());
+  std::string users = codebook == nullptr ? use.Table() : std::string(codebook->name);
+  RecordSet first = use.FirstUsers(database, key, kShownUsers);
   for (std::string_view separator = ": "; !first.Eof(); first.Next(), separator = ", ") {
-    users.append(separator).append(NameOfRow(database, table, first.AsInteger(0)));
+    users.append(separator).append(NameOfRow(database, use.Table(), first.AsInteger(0)));
   }
   return all > kShownUsers ? users + " and " + std::to_string(all - kShownUsers) + " more" : users;
 }
 
-std::string UsersOf(Database& database, const CodebookShape& shape, std::int64_t id, const RecordSet& row) {
+std::string UsersOf(Database& database, std::string_view table, std::int64_t key) {
   std::string users;
-  const auto add = [&](const std::string& more) {
+  for (const RowUse& use : UsesOf(database, table)) {
+    const std::string more = UsersIn(database, use, key);
     users += (users.empty() || more.empty() ? "" : "; ") + more;
-  };
-  for (const std::string& table : database.TableNames()) {
-    for (const Reference& reference : database.References(table)) {
-      if (reference.table == shape.codebook->table) add(UsersIn(database, table, reference.column, id));
-    }
-  }
-  for (const auto& [table, column, field] : shape.codebook->named_by) {
-    const Value value = row.AsVariant(shape.IndexOf(field));
-    add(UsersIn(database, std::string(table), std::string(column), value));
   }
   return users;
 }
@@ -428,7 +416,7 @@ void DeleteRows(Database& database, const Codebook& codebook, RecordSet& records
   rows.ForEach([&] {
     const auto id = rows.FindByKey();
     if (!id) rows.Refuse(codebook.key.front(), "there is no " + Quoted(rows.Key()));
-    const std::string users = UsersOf(database, rows.shape(), *id, rows.Stored(*id));
+    const std::string users = UsersOf(database, codebook.table, *id);
     if (!users.empty()) rows.Refuse(codebook.key.front(), Quoted(rows.Key()) + " is used by " + users);
     database.Execute("DELETE FROM " + std::string(codebook.table) + " WHERE id = :id", {*id});
   });

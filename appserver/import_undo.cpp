@@ -2,6 +2,7 @@
 
 #include "appserver/import_journal.h"
 #include "appserver/row_digests.h"
+#include "appserver/row_uses.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 
@@ -84,51 +85,13 @@ void FindChangedRows(Database& database, const Entry& entry, Obstacles& obstacle
       });
 }
 
-// What names rows of a table without a reference of the database: the table, where the name stands, and the
-// keys of the rows that are named.
-struct NamedBy {
-  std::string_view table;
-  std::string_view where;
-  std::string_view sql;
-};
-
-constexpr NamedBy kNamedBy[] = {
-    {"art", "dok_stavke.sifra",
-     "SELECT DISTINCT t.id FROM dok_stavke s JOIN art t ON t.sifra = s.sifra WHERE s.art_id IS NULL AND t.id "
-     ">= :first AND t.id <= :last ORDER BY t.id"},
-};
-
-constexpr std::string_view kLinks =
-    "SELECT DISTINCT parent_doc_id FROM dok_veze WHERE parent_table = :tablica AND parent_doc_id >= :first "
-    "AND "
-    "parent_doc_id <= :last ORDER BY parent_doc_id";
-
-void FindReferredRows(Database& database, const Entry& entry, Obstacles& obstacles) {
-  const auto find = [&](std::string_view where, const std::string& sql, std::vector<Value> values) {
-    const std::size_t first = values.size();
-    values.resize(first + 2);
-    for (const auto& run : entry.keys.Runs()) {
-      values[first] = run.first;
-      values[first + 1] = run.second;
-      RecordSet keys = database.Query("keys", ParseColumns("id:integer"), sql, values);
-      for (; !keys.Eof(); keys.Next())
-        obstacles.Add(keys.AsInteger(0), "is referred to by " + std::string(where));
-    }
-  };
-  for (const std::string& table : database.TableNames()) {
-    for (const Reference& reference : database.References(table)) {
-      if (reference.table != entry.table || reference.key != "id") continue;
-      const std::string& column = reference.column;
-      find(table + "." + column,
-           "SELECT DISTINCT " + column + " FROM " + table + " WHERE " + column + " >= :first AND " + column +
-               " <= :last ORDER BY " + column,
-           {});
+void FindUsedRows(Database& database, const Entry& entry, Obstacles& obstacles) {
+  for (const RowUse& use : UsesOf(database, entry.table)) {
+    for (const auto& [first, last] : entry.keys.Runs()) {
+      RecordSet keys = use.UsedKeys(database, first, last);
+      for (; !keys.Eof(); keys.Next()) obstacles.Add(keys.AsInteger(0), "is referred to by " + use.Place());
     }
   }
-  for (const NamedBy& named : kNamedBy) {
-    if (named.table == entry.table) find(named.where, std::string(named.sql), {});
-  }
-  find("dok_veze", std::string(kLinks), {Value(entry.table)});
 }
 
 void DeleteRows(Database& database, const Entry& entry) {
@@ -172,7 +135,7 @@ std::optional<RecordSet> UndoImport(const NamedTransaction& /*transaction*/, Dat
   const Entry entry = ReadEntry(database, id->AsInteger());
   Obstacles obstacles(entry);
   FindChangedRows(database, entry, obstacles);
-  if (!entry.before) FindReferredRows(database, entry, obstacles);
+  if (!entry.before) FindUsedRows(database, entry, obstacles);
   obstacles.RefuseIfAny();
   if (entry.before) {
     RestoreRows(database, entry);

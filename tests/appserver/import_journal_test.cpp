@@ -93,9 +93,11 @@ TEST_F(ImportJournal, TakesBackOnlyRowsThatNobodyChangedOrRefersTo) {
   EXPECT_EQ(Number(database, "SELECT COUNT(*) FROM mjesto WHERE id >= " + first), 0);
 }
 
-TEST_F(ImportJournal, SeesArticlesThatLinesNameByTheirCodes) {
+// Articles and services of the same codes: each is named by lines of its own sort alone, as people write it.
+TEST_F(ImportJournal, SeesWhatLinesNameByItsCode) {
   CompanyServer server{Database(path_)};
   Database& database = server.database();
+  const std::vector<std::string> codes = {"K-1", "K-2"};
   ASSERT_EQ(Write(server, "ArtikliImportInsert",
                   Rows("ARTIKLI",
                        {{"NAZIV", std::string("Kruh")},
@@ -103,11 +105,41 @@ TEST_F(ImportJournal, SeesArticlesThatLinesNameByTheirCodes) {
                         {"TBR", 25.0},
                         {"GRUPA", std::string("Roba")},
                         {"RABAT", std::string("Bez rabata")}},
-                       {"K-1", "K-2"}, "SIFRA")),
+                       codes, "SIFRA")),
+            "committed");
+  ASSERT_EQ(Write(server, "UslugeIPrijevodiImportInsert",
+                  Rows("USLUGEIPRIJEVODI",
+                       {{"AKTIVNA", true},
+                        {"KONTO", std::string("120")},
+                        {"NAZIV_HRV", std::string("Popravak")},
+                        {"PC", 40.0}},
+                       codes, "SIFRA")),
             "committed");
   database.Execute("INSERT INTO dok (vrsta, godina, broj, datum) VALUES ('x', 2024, 1, '2024-03-01')");
-  database.Execute("INSERT INTO dok_stavke (dok_id, rb, sorta, sifra) SELECT id, 1, 'roba', 'K-2' FROM dok");
-  EXPECT_THAT(Undo(server, 1), testing::ContainsRegex("row 2 .* is referred to by dok_stavke.sifra"));
+  const std::string article = std::to_string(Number(database, "SELECT id FROM art WHERE sifra = 'K-2'"));
+  const std::string service = std::to_string(Number(database, "SELECT id FROM usluge WHERE sifra = 'K-2'"));
+  const struct {
+    std::string line;
+    std::string of_articles;  // what is said of each import, "committed" where it is taken back
+    std::string of_services;
+  } cases[] = {
+      {"'roba', NULL, ' k-2'", "row 2 (art " + article + ") is referred to by dok_stavke.sifra", ""},
+      {"'roba', " + article + ", 'K-1'", "row 2 (art " + article + ") is referred to by dok_stavke.art_id",
+       ""},
+      {"'usluga', NULL, 'k-2 '", "", "row 2 (usluge " + service + ") is referred to by dok_stavke.sifra"},
+  };
+  server.SetRehearsing(true);
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.line);
+    database.Execute("INSERT INTO dok_stavke (dok_id, rb, sorta, art_id, sifra) SELECT id, 1, " + row.line +
+                     " FROM dok");
+    for (const auto& [import, refusal] : {std::pair(1, row.of_articles), std::pair(2, row.of_services)}) {
+      EXPECT_EQ(Undo(server, import),
+                refusal.empty() ? "committed"
+                                : "import " + std::to_string(import) + " cannot be taken back: " + refusal);
+    }
+    database.Execute("DELETE FROM dok_stavke");
+  }
 }
 
 // All places that the loser has in common with the winner are named, but no more than twenty of them.

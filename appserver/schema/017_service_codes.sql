@@ -1,0 +1,2 @@
+-- Services are found by their codes as people write them.
+CREATE INDEX usluge_sifra ON usluge (fold(sifra));
