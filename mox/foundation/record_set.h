@@ -153,6 +153,8 @@ class RecordSet {
   std::size_t RowCount() const { return now_.row_count + (now_.inserting ? 1U : 0U); }
   /// Which of them is current.
   std::size_t CurrentRow() const { return now_.inserting ? PendingRow() : now_.position; }
+  /// Its number among all records whatever the filter, from 1. Raises Error when there is none at that place.
+  std::size_t NumberOfRow(std::size_t row) const;
   /// A row with what is pending in it. Raises Error when there is none at that place.
   RecordRow RowAt(std::size_t row) const;
   /// All of them, in their order.

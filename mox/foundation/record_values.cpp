@@ -17,6 +17,14 @@ RecordTable::Id RecordSet::RecordOfRow(std::size_t row) const {
   return now_.rows[row < pending ? row : row - 1];
 }
 
+std::size_t RecordSet::NumberOfRow(std::size_t row) const {
+  const RecordTable::Id record = RecordOfRow(row);
+  if (!now_.inserting) return OrderIndexOf(record, row) + 1;
+  const std::size_t pending = PendingRow();
+  if (row == pending) return now_.pending_at + 1;
+  return row < pending ? OrderIndexOf(record, row) + 1 : OrderIndexOf(record, row - 1) + 2;
+}
+
 RecordRow RecordSet::RowAt(std::size_t row) const { return table_.Row(table_.Cells(RecordOfRow(row))); }
 
 // --- reading the current record ---

@@ -1,6 +1,7 @@
 #include "mox/import/import_grid.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "mox/foundation/app.h"
 #include "mox/foundation/error.h"
@@ -47,7 +48,7 @@ bool CallImportGrid(std::string_view profile_key, ImportGridView& view) {
 }
 
 int TfrmImportGrid::ShowModal() {
-  modal_result_ = kMrNone;
+  SetModalResult(kMrNone);
   OnShow();
   view_.ShowModal(*this);
   return modal_result_;
@@ -109,10 +110,24 @@ void TfrmImportGrid::UpdateIndicator() {
   view_.FormChanged(*this);
 }
 
-const GridStyle* TfrmImportGrid::RowStyle() const {
-  const bool faulty = source_.RecordCount() > 0 && !source_.IsNull(kValidacijaPosition) &&
-                      !source_.AsBoolean(kValidacijaPosition);
+void TfrmImportGrid::SetModalResult(int result) {
+  if (std::exchange(modal_result_, result) != result) view_.ModalResultChanged(*this);
+}
+
+const GridStyle* TfrmImportGrid::RowStyle(std::size_t row) const {
+  const RecordRow cells = source_.RowAt(row);
+  const bool faulty = !cells.IsNull(kValidacijaPosition) && !cells.AsBoolean(kValidacijaPosition);
   return faulty ? &kNeispravno : nullptr;
+}
+
+const GridStyle* TfrmImportGrid::RowStyle() const {
+  return source_.RowCount() > 0 ? RowStyle(source_.CurrentRow()) : nullptr;
+}
+
+std::span<const ImportFault> TfrmImportGrid::FaultsOfRow(std::size_t row) const {
+  const std::size_t number = source_.NumberOfRow(row);
+  const auto of_row = std::ranges::equal_range(faults_, number, {}, &ImportFault::row);
+  return {of_row.begin(), of_row.end()};
 }
 
 void TfrmImportGrid::SetOrigin(const ImportOrigin& origin) {

@@ -120,6 +120,7 @@ class TfrmImportGrid {
   int ModalResult() const { return modal_result_; }
   const TfrmStatus& Status() const { return status_; }
   RecordSet& AdsForImport() { return source_; }
+  const RecordSet& AdsForImport() const { return source_; }
   RecordSet& AdsForDBSave() { return target_; }
   /// Faults of cells that whoever read the sheet found and the check cannot see: a number that the
   /// spreadsheet has rounded. They count from the next check on, each as long as its cell has the value that
@@ -161,9 +162,15 @@ class TfrmImportGrid {
   /// Checks all rows and stores them when they are in order and the user agrees. The modal result is OK also
   /// where he declines or the server refuses. An error of the server leaves the dialog open.
   void ProvjeraIUvozClick();
-  void OdustaniClick() { modal_result_ = odustani_button_.modal_result; }
-  /// The style of the current source row, null for the grid's own.
+  void OdustaniClick() { SetModalResult(odustani_button_.modal_result); }
+  /// The style of a source row as the grid shows them, null for the grid's own. Raises Error when there is
+  /// none at that place.
+  const GridStyle* RowStyle(std::size_t row) const;
+  /// Of the current source row; null where there is none.
   const GridStyle* RowStyle() const;
+  /// What the last check found in a source row as the grid shows them. Rows that came or went since then move
+  /// the others.
+  std::span<const ImportFault> FaultsOfRow(std::size_t row) const;
 
   // --- how a profile builds the grid ---
 
@@ -225,6 +232,7 @@ class TfrmImportGrid {
 
   void PrepareProfile(std::string_view key);
   void UpdateIndicator();
+  void SetModalResult(int result);
   std::string FilterExpression() const;
 
   template <typename Action>

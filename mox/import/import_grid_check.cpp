@@ -59,13 +59,13 @@ class TfrmImportGrid::Lookups : public ImportLookups {
 
 void TfrmImportGrid::ProvjeraIUvozClick() {
   constexpr std::string_view kHeading = "Uvoz podataka";
-  modal_result_ = kMrNone;
+  SetModalResult(kMrNone);
   outcome_ = ImportOutcome::kNone;
   refusal_.clear();
   if (!CheckAllRows()) {
     ShowVelorDialog(TVCustomDialogType::kError, "Upozorenje", kHeading, "Nema podataka za obradu!");
-    modal_result_ = kMrCancel;
     outcome_ = ImportOutcome::kNoRows;
+    SetModalResult(kMrCancel);
     return;
   }
   const ImportProfile* const profile = FindImportProfile(profile_key_);
@@ -85,7 +85,7 @@ void TfrmImportGrid::ProvjeraIUvozClick() {
   } else if (profile != nullptr) {
     StoreRows(profile->transaction);
   }
-  modal_result_ = provjera_i_uvoz_button_.modal_result;
+  SetModalResult(provjera_i_uvoz_button_.modal_result);
 }
 
 void TfrmImportGrid::StoreRows(std::string_view transaction) {

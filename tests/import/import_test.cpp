@@ -31,6 +31,10 @@
 //   check                    the button; says the modal result
 //   validate POSITION; values FIELD; sifre; katalog; velicine; filter [POSITION]
 //   outcome                  what became of the rows, and all faults of the check
+//   type FIELD TEXT; cancel  edits the current row and leaves it half typed; gives it up
+//   odustani                 the button
+//   paint                    what a table view needs of each row: its style, texts and faults, and the number
+//                            of its record where a filter hides others
 //   form; rows; stored       show the form and the two record sets, with null as ~
 
 namespace mox {
@@ -66,6 +70,9 @@ class Case : public ImportGridView {
     if (&form == &form_) return;
     form.ReadDataFromExcelClipboard();
     form.ProvjeraIUvozClick();
+  }
+  void ModalResultChanged(const TfrmImportGrid& form) override {
+    if (watched_) host_.log.push_back("told of modal result " + Text(form.ModalResult()));
   }
   void StatusChanged(const TfrmStatus& status, bool repaint) override {
     if (!watched_) return;
@@ -107,6 +114,10 @@ class Case : public ImportGridView {
         {"form", [&] { ShowForm(); }},
         {"outcome", [&] { ShowOutcome(); }},
         {"rows", [&] { ShowRows(grid); }},
+        {"paint", [&] { PaintRows(); }},
+        {"type", [&] { grid.Edit(), grid.FieldByName(words[0]).SetText(words[1]); }},
+        {"cancel", [&] { grid.Cancel(); }},
+        {"odustani", [&] { form_.OdustaniClick(); }},
         {"stored", [&] { ShowRows(form_.AdsForDBSave()); }}};
     if (const auto action = actions.find(step); action != actions.end()) {
       action->second();
@@ -181,6 +192,24 @@ class Case : public ImportGridView {
     host_.log.push_back("modal " + Text(form_.ModalResult()) + " | " + form_.LblIndicator() + " | " +
                         form_.FilterButton().caption + " | " +
                         (style == nullptr ? "" : std::string(style->name)) + " | " + Joined(visible, ", "));
+  }
+
+  void PaintRows() {
+    const TfrmImportGrid& form = form_;
+    const RecordSet& grid = form.AdsForImport();
+    for (std::size_t row = 0; row < grid.RowCount(); ++row) {
+      const GridStyle* const style = form.RowStyle(row);
+      std::string painted = std::to_string(grid.NumberOfRow(row)) + (row == grid.CurrentRow() ? "*" : "") +
+                            " | " + (style == nullptr ? "" : std::string(style->name)) + " |";
+      for (std::size_t f = kFirstDataPosition; f < grid.FieldCount(); ++f) {
+        painted += " [" + grid.RowAt(row).DisplayText(f) + "]";
+      }
+      painted += " |";
+      for (const ImportFault& fault : form.FaultsOfRow(row)) {
+        painted += FaultFragment(fault, form.Fields()[fault.column]);
+      }
+      host_.log.push_back(painted);
+    }
   }
 
   void ShowOutcome() {
