@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
-"""An intermediary of e-invoices to try things with: examples/intermediary.py FOLDER
+"""An intermediary of e-invoices to try things with: examples/intermediary.py FOLDER [CERTIFICATE]
 
 Listens on this computer only. FOLDER/port tells its port, and FOLDER/invoice-N.json is the N-th invoice that it got.
 The path of the address chooses the answer: /accept is the usual one, the others are what can go wrong; /number tells
-which e-invoice a document has, asked by company, kind, number and year.
+which e-invoice a document has, asked by company, kind, number and year. With a file that holds a certificate
+and its key it is asked by https.
 """
 import http.server
 import json
 import pathlib
+import ssl
 import sys
 import threading
 import time
@@ -21,6 +23,9 @@ ANSWERS = {  # HTTP status, body, seconds until it comes
     "/no-name": (200, {"": "x", "electronicId": "%d", **TAKEN}, 0),
     **{f"/deep-{n}": (200, '{"electronicId": "%d", "a": ' + "[" * n + "]" * n + "}", 0) for n in (32, 33)},
     **{f"/members-{n}": (200, {"electronicId": "%d", **{f"m{i}": i for i in range(1, n)}}, 0) for n in (1000, 1001)},
+    "/odd": (200, '{"electronicId": %d, "electronicid": "9", "note": null, "list": [1, 2]}', 0),
+    **{f"/status-{n}": (n, {"electronicId": "%d", **TAKEN}, 0) for n in (299, 300, 499, 500)},
+    **{f"/text-{n}": (200, "x" * n, 0) for n in (300, 301)},
     "/no-number": (200, {"electronicId": "0", **TAKEN}, 0),
     "/not-delivered": (200, {"electronicId": "%d", "statusId": "50"}, 0),
     "/failure": (500, "Internal Server Error", 0),
@@ -28,6 +33,7 @@ ANSWERS = {  # HTTP status, body, seconds until it comes
     "/silent": (200, {}, 3),
     "/echo": (400, {"statusCode": "%s", "message": "%s"}, 0),
     "/echo-text": (500, "%s", 0),
+    "/headers": (400, {"statusCode": 1, "message": "%h"}, 0),
     "/drop": (None, {"electronicId": "%d", **TAKEN}, 0),
     "/long": (200, {"electronicId": "%d", **TAKEN, "note": "x" * 10_000_000}, 0),
 }
@@ -58,8 +64,9 @@ class Intermediary(http.server.BaseHTTPRequestHandler):
         time.sleep(seconds)
         text = (body if isinstance(body, str) else json.dumps(body)).replace("%d", str(number))
         echo = invoice.decode() if isinstance(body, str) else json.dumps(invoice.decode())[1:-1]
+        told = " ".join(self.headers[name] for name in ("Content-Type", "Accept", "Idempotency-Key"))
         if status:
-            self.answer(status, text.replace("%s", echo))
+            self.answer(status, text.replace("%s", echo).replace("%h", told))
 
     def answer(self, status, text):
         try:
@@ -77,5 +84,9 @@ class Intermediary(http.server.BaseHTTPRequestHandler):
 folder = pathlib.Path(sys.argv[1])
 counting = threading.Lock()
 server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Intermediary)
+if len(sys.argv) > 2:
+    context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+    context.load_cert_chain(sys.argv[2])
+    server.socket = context.wrap_socket(server.socket, server_side=True)
 (folder / "port").write_text(f"{server.server_port}\n")
 server.serve_forever()

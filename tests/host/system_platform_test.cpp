@@ -84,6 +84,14 @@ TEST_F(StartedProgramTest, LeavesNothingBehindWhenNobodyWaits) {
   EXPECT_EQ(errno, ECHILD) << "a child is left";
 }
 
+// A host may wait for all of its children itself.
+TEST_F(StartedProgramTest, HasEndedWhenSomebodyElseWaitedForIt) {
+  const auto program = Start("exit 7");
+  ASSERT_NE(program, nullptr);
+  ASSERT_GT(::waitpid(-1, nullptr, 0), 0);
+  EXPECT_EQ(program->ExitCode(), -1);
+}
+
 TEST_F(StartedProgramTest, CannotBeStarted) {
   EXPECT_EQ(platform_.StartHidden('"' + folder_ + "none.exe\"", ""), nullptr);
   EXPECT_EQ(platform_.StartHidden(folder_, ""), nullptr) << "a folder";
