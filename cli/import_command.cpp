@@ -48,6 +48,11 @@ struct ImportArguments {
   std::string workbook;
 
   bool WantsFaultWorkbook() const { return IsWorkbookName(faults); }
+  bool WantsFaultRecords() const { return FoldCase(faults).ends_with(".csv"); }
+  const OutputKind& FaultKind() const {
+    if (WantsFaultWorkbook()) return kFaultWorkbook;
+    return WantsFaultRecords() ? kFaultRecords : kFaultList;
+  }
 };
 
 std::vector<std::string_view> ProfileKeys() {
@@ -188,19 +193,19 @@ class ImportSession : public ImportGridView {
   void ShowRefusedCell(TfrmImportGrid& form) {
     const auto& failure = ServerOf(session_).LastWrite().failure;
     if (!failure || failure->row == 0) return;
-    refusal_ = failure->message;
-    form.SetRefusedCell(failure->row, failure->field, refusal_);
+    form.SetRefusedCell(failure->row, failure->field, failure->message);
+  }
+
+  std::string FaultFile(const TfrmImportGrid& form) const {
+    if (arguments_.WantsFaultWorkbook()) return FaultWorkbook(form, DataFields(form), sheet_);
+    if (arguments_.WantsFaultRecords()) return FaultRecords(form, sheet_.numbers);
+    return FaultLines(form, sheet_.numbers);
   }
 
   // Where no row is faulty, all may be stored already, and a file that cannot be written changes nothing.
   void WriteFaults(const TfrmImportGrid& form) {
     try {
-      if (arguments_.WantsFaultWorkbook()) {
-        session_.files.Write(arguments_.faults, FaultWorkbook(form, DataFields(form), sheet_),
-                             kFaultWorkbook);
-      } else {
-        session_.files.Write(arguments_.faults, FaultLines(form, sheet_.numbers), kFaultList);
-      }
+      session_.files.Write(arguments_.faults, FaultFile(form), arguments_.FaultKind());
     } catch (const Error& error) {
       if (!form.Faults().empty()) throw;
       session_.err << "mox: warning: " << OnOneLine(error.what()) << std::endl;
@@ -211,7 +216,6 @@ class ImportSession : public ImportGridView {
   Session& session_;
   ProgressBar bar_;
   SheetText sheet_;
-  std::string refusal_;
   bool repeated_ = false;
 };
 
@@ -264,8 +268,7 @@ void ReportRows(const ImportArguments& arguments, const ImportProfile& profile, 
 void RunImport(const ImportArguments& arguments, const ImportProfile& profile, Session& session) {
   ServerOf(session).SetRehearsing(arguments.check);
   session.files.Keep(arguments.path, "the sheet that is imported");
-  if (!arguments.faults.empty())
-    session.files.Require(arguments.faults, arguments.WantsFaultWorkbook() ? kFaultWorkbook : kFaultList);
+  if (!arguments.faults.empty()) session.files.Require(arguments.faults, arguments.FaultKind());
   const auto begin = std::chrono::steady_clock::now();
   StandardLocale locale(LocaleArgument(arguments.locale));
   const std::unique_ptr<AppDialogs> dialogs = DialogsOf(arguments, session);
@@ -355,8 +358,9 @@ void Declare(Options& options) {
                 "how numbers and dates are written: hr (default), sl, de, it, en-GB,\n"
                 "en-US, iso, or decimal separator and short date, \". MM/dd/yyyy\"");
   options.Value("--faults", arguments->faults, "FILE",
-                "write the faulty rows: a line each, its number, a tab, its fault text; as a\n"
-                ".xlsx the rows themselves with their faults, to be mended and imported");
+                "write all faults: a line a row, its number, a tab, its fault text; as a .csv\n"
+                "a record each with value and reason; as a .xlsx the rows themselves with\n"
+                "their faults, to be mended and imported");
   options.Flag("--check", arguments->check, "do all of it, but store nothing");
   options.Flag("--yes", arguments->yes, "store rows that are in order without asking");
   options.Flag("--again", arguments->again, "store a file once more that was imported before");
@@ -394,8 +398,8 @@ const Command kImportCommand = {"import", "KEY [FILE] --db FILE",
 A first row with names or captions of the columns is a heading, by which they may stand in any order; what is
 unknown or missing is named. Rows are counted from 1 behind the heading. UTF-8, UTF-16 with a byte-order mark,
 Windows-1250 and ISO-8859-2 are told apart; what is not UTF-8 is named. A row with a filled cell behind the
-last column is refused; line breaks and tabs inside a cell become blanks, which a warning names; a text
-longer than its column, or than 100 characters, is a fault. Where the database does not take the rows, nothing is stored and
+last column is refused; a line break or a tab inside a cell is a fault, and so is a text longer than its
+column, or than 100 characters. Where the database does not take the rows, nothing is stored and
 the exit status is 1.
 
 --check finds the same as storing does, what only the database knows too. A file that was imported before is

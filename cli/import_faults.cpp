@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "cli/record_set_file.h"
+
 namespace mox {
 namespace {
 
@@ -14,6 +16,15 @@ bool BeginsWithRowNumber(std::string_view text) {
 }  // namespace
 
 const OutputKind kFaultList = {"a list of faults", BeginsWithRowNumber};
+const OutputKind kFaultRecords = {"a list of faults", [](std::string_view text) {
+                                    return text.starts_with("row:integer,column:text,value:text,reason:text");
+                                  }};
+
+std::string FaultRecords(const TfrmImportGrid& form, RowNumbers numbers) {
+  std::string records;
+  WriteRecordSet(FaultTable(form, numbers, form.Faults().size()), records);
+  return records;
+}
 
 std::string FaultLines(const TfrmImportGrid& form, RowNumbers numbers) {
   std::string lines;
@@ -40,7 +51,7 @@ RecordSet FaultTable(const TfrmImportGrid& form, RowNumbers numbers, std::size_t
   table.Open();
   for (const ImportFault& fault : form.Faults().first(std::min(most, form.Faults().size()))) {
     table.AppendRecord({static_cast<std::int64_t>(numbers[fault.row - 1]),
-                        form.Fields()[fault.column].field_name, fault.value, std::string(fault.reason)});
+                        form.Fields()[fault.column].field_name, fault.value, fault.reason});
   }
   return table;
 }

@@ -20,6 +20,12 @@ std::string FaultLines(const TfrmImportGrid& form, RowNumbers numbers);
 /// A file of these lines.
 extern const OutputKind kFaultList;
 
+/// All faults as a record-set file: a record each, as FaultTable has them.
+std::string FaultRecords(const TfrmImportGrid& form, RowNumbers numbers);
+
+/// Such a file.
+extern const OutputKind kFaultRecords;
+
 /// The first `most` faults, a record each: `row`, `column`, `value` and `reason`.
 RecordSet FaultTable(const TfrmImportGrid& form, RowNumbers numbers, std::size_t most);
 

@@ -119,8 +119,8 @@ std::string FaultWorkbook(const TfrmImportGrid& form, const std::vector<ImportFi
     std::string reasons;
     for (; fault != form.Faults().end() && fault->row == row; ++fault) {
       const std::size_t column = fault->column - kFirstDataPosition;
-      faulty.push_back({column, fault->reason == kRoundedFault});
-      reasons += (reasons.empty() ? "" : "; ") + columns[column].heading + ": " + std::string(fault->reason);
+      faulty.push_back({column, fault->reason.starts_with(kRoundedFault)});
+      reasons += (reasons.empty() ? "" : "; ") + columns[column].heading + ": " + fault->reason;
     }
     const std::string number = std::to_string(rows.numbers[row - 1]);
     cells.resize(data);

@@ -1,8 +1,6 @@
 #include "sheets/sheet_layout.h"
 
 #include <algorithm>
-#include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,16 +21,7 @@ constexpr std::size_t kMostText = 1024UL * 1024 * 1024;
 constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 
 constexpr const char* kHeadingAgain = "is the heading once more";
-
-// Each width's once, for faults outlive the sheet.
-std::string_view TooLongFor(std::size_t width) {
-  static std::mutex lock;
-  static std::map<std::size_t, std::string> reasons;
-  const std::lock_guard guard(lock);
-  std::string& reason = reasons[width];
-  if (reason.empty()) reason = "is longer than " + std::to_string(width) + " characters";
-  return reason;
-}
+constexpr const char* kSeveralLines = "has a line break or a tab: use one line";
 
 // Things of the sheet that something happened to, of which the first are named.
 class Named {
@@ -81,7 +70,6 @@ class Layout {
     while (rows_.Next(row)) AddRow(row);
     std::vector<std::string> remarks = rows_.Remarks();
     std::move(sheet_.remarks.begin(), sheet_.remarks.end(), std::back_inserter(remarks));
-    flattened_.AppendTo(remarks);
     sheet_.remarks = std::move(remarks);
     return std::move(sheet_);
   }
@@ -210,34 +198,42 @@ class Layout {
   }
 
   void AddFault(std::size_t column, std::string_view value, std::string_view reason) {
-    sheet_.faults.push_back({sheet_.numbers.size() - 1, column, std::string(value), reason});
+    const std::size_t row = sheet_.numbers.size() - 1;
+    if (!sheet_.faults.empty() && sheet_.faults.back().row == row && sheet_.faults.back().column == column) {
+      sheet_.faults.back().reason.append("; ").append(reason);
+    } else {
+      sheet_.faults.push_back({row, column, std::string(value), std::string(reason)});
+    }
   }
 
   void AddCell(const SheetCell& cell, std::size_t column) {
     const std::size_t begin = sheet_.text.size();
+    bool on_one_line = true;
     if (cell.kind == CellKind::kText) {
-      AppendOnOneLine(cell.text, column);
+      on_one_line = AppendOnOneLine(cell.text);
     } else {
       AppendInLocale(cell);
     }
     const std::string_view added = std::string_view(sheet_.text).substr(begin);
     if (!cell.fault.empty()) AddFault(column, added, cell.fault);
+    if (!on_one_line) AddFault(column, added, kSeveralLines);
     const std::size_t width = columns_[column].width;
     if (added.size() > width && CountCharacters(added) > width) {
-      AddFault(column, added, TooLongFor(width));
+      AddFault(column, added, "is longer than " + std::to_string(width) + " characters");
     }
   }
 
-  void AppendOnOneLine(std::string_view text, std::size_t column) {
-    if (text.find_first_of("\t\n") == std::string_view::npos) {
+  // False where it stood on several, or had a tab.
+  bool AppendOnOneLine(std::string_view text) {
+    if (text.find_first_of("\t\n\r") == std::string_view::npos) {
       sheet_.text += text;
-      return;
+      return true;
     }
     for (std::size_t i = 0; i < text.size(); ++i) {
       if (text.substr(i).starts_with("\r\n")) continue;
-      sheet_.text += text[i] == '\n' || text[i] == '\t' ? ' ' : text[i];
+      sheet_.text += text[i] == '\n' || text[i] == '\t' || text[i] == '\r' ? ' ' : text[i];
     }
-    flattened_.Add(Place(column));
+    return false;
   }
 
   // What a spreadsheet knows the kind of, as the grid will read it.
@@ -256,10 +252,6 @@ class Layout {
     }
   }
 
-  std::string Place(std::size_t column) const {
-    return "row " + std::to_string(number_) + " " + columns_[column].name;
-  }
-
   SheetRows& rows_;
   std::span<const SheetColumn> columns_;
   const LayoutOptions& options_;
@@ -268,7 +260,6 @@ class Layout {
   std::vector<std::size_t> order_;  // for each column its cell; none where cells are taken as they come
   std::size_t heading_number_ = 0;
   std::size_t number_ = 0;  // of the row that is added
-  Named flattened_{"line breaks and tabs inside cells became blanks", "; "};
 };
 
 }  // namespace

@@ -13,12 +13,13 @@
 
 namespace mox {
 
-/// A cell that the sheet itself cannot vouch for, or that is too long for its column.
+/// A cell that the sheet itself cannot vouch for, that is too long for its column, or that cannot be laid out
+/// on one line.
 struct SheetFault {
-  std::size_t row = 0;      ///< among the rows of the layout, from 0
-  std::size_t column = 0;   ///< among the columns, from 0
-  std::string value;        ///< as it was laid out
-  std::string_view reason;  ///< a text for the life of the program
+  std::size_t row = 0;     ///< among the rows of the layout, from 0
+  std::size_t column = 0;  ///< among the columns, from 0
+  std::string value;       ///< as it was laid out
+  std::string reason;
 };
 
 /// The rows of a sheet in the form in which a spreadsheet puts them on the clipboard: a line a row, a tab
@@ -27,10 +28,11 @@ struct SheetText {
   std::string text;
   /// Of each row: where it stands in its sheet, from 1 behind the heading.
   std::vector<std::size_t> numbers;
+  /// One of a cell at most, by rows, then by columns. A line break or a tab inside a cell is a fault of it; a
+  /// blank is laid out in its place.
   std::vector<SheetFault> faults;
   /// For people, one a line: how the file was read where that was not certain, headings that are unknown,
-  /// columns that are missing, and line breaks and tabs inside cells, each of which
-  /// became a blank.
+  /// columns that are missing.
   std::vector<std::string> remarks;
   /// The headings as they were taken; none where the sheet has no heading.
   ColumnMap map;

@@ -169,7 +169,8 @@ void ImportCheck::CheckRow(const RecordRow& row, std::size_t number, std::vector
     const bool null = text.empty() && row.IsNull(column.from);
     const ColumnRules& rules = column.rules;
     const auto add = [&](ImportPass pass) {
-      faults.push_back({number, column.position, pass, std::string(text), ReasonOf(pass, rules.field())});
+      faults.push_back(
+          {number, column.position, pass, std::string(text), std::string(ReasonOf(pass, rules.field()))});
     };
     const auto runs = [&](ImportPass pass) { return column.runs[IndexOf(pass)]; };
     if (runs(ImportPass::kRequired) && text.empty()) add(ImportPass::kRequired);

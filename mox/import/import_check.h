@@ -26,8 +26,8 @@ struct ImportFault {
   std::size_t row;     ///< from 1
   std::size_t column;  ///< position in the field list
   ImportPass pass;
-  std::string value;        ///< of the cell
-  std::string_view reason;  ///< "is not a number"; a text for the life of the program
+  std::string value;   ///< of the cell
+  std::string reason;  ///< "is not a number"
 };
 
 /// What a fault adds to the fault text of its row: " Req:NAZIV", " Lookup:DRZAVA:XX", " Format:DATUM" or

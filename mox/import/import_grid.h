@@ -124,7 +124,7 @@ class TfrmImportGrid {
   RecordSet& AdsForDBSave() { return target_; }
   /// Faults of cells that whoever read the sheet found and the check cannot see: a number that the
   /// spreadsheet has rounded. They count from the next check on, each as long as its cell has the value that
-  /// it names.
+  /// it names, and in the place of what the same pass finds of that cell.
   void SetSheetFaults(std::vector<ImportFault> faults) { sheet_faults_ = std::move(faults); }
   /// What the last check found, whole; the fault texts of the rows are cut at 100 characters.
   std::span<const ImportFault> Faults() const { return faults_; }
@@ -133,7 +133,7 @@ class TfrmImportGrid {
   /// Why the server refused the rows, where it says so.
   const std::string& Refusal() const { return refusal_; }
   /// Makes the cell for which the server refused the rows, counted from 1, a fault. Nothing happens where
-  /// there is no such row or data column. The reason must live as long as the faults do.
+  /// there is no such row or data column.
   void SetRefusedCell(std::size_t row, std::string_view field_name, std::string_view reason);
   /// Sent with the rows from now on. Without an origin the transaction has them alone.
   void SetOrigin(const ImportOrigin& origin);

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -139,7 +140,7 @@ bool TfrmImportGrid::CheckAllRows() {
 }
 
 void TfrmImportGrid::AddSheetFaults() {
-  const std::size_t found = faults_.size();
+  std::vector<ImportFault> faults;
   auto fault = sheet_faults_.begin();
   std::size_t row = 0;
   ForEachSourceRow([&] {
@@ -147,13 +148,18 @@ void TfrmImportGrid::AddSheetFaults() {
     for (; fault != sheet_faults_.end() && fault->row <= row; ++fault) {
       const std::size_t width = source_.Definition(fault->column).size;
       const bool unchanged = source_.AsTextView(fault->column) == CutToCharacters(fault->value, width);
-      if (fault->row == row && unchanged) faults_.push_back(*fault);
+      if (fault->row == row && unchanged) faults.push_back(*fault);
     }
   });
-  if (faults_.size() == found) return;
-  std::stable_sort(faults_.begin(), faults_.end(), [](const ImportFault& a, const ImportFault& b) {
-    return std::tie(a.row, a.column, a.pass) < std::tie(b.row, b.column, b.pass);
-  });
+  if (faults.empty()) return;
+  const auto place = [](const ImportFault& f) { return std::tie(f.row, f.column, f.pass); };
+  std::move(faults_.begin(), faults_.end(), std::back_inserter(faults));
+  std::stable_sort(faults.begin(), faults.end(),
+                   [&](const ImportFault& a, const ImportFault& b) { return place(a) < place(b); });
+  faults.erase(std::unique(faults.begin(), faults.end(),
+                           [&](const ImportFault& a, const ImportFault& b) { return place(a) == place(b); }),
+               faults.end());
+  faults_ = std::move(faults);
 }
 
 void TfrmImportGrid::SetRefusedCell(std::size_t row, std::string_view field_name, std::string_view reason) {
@@ -162,7 +168,8 @@ void TfrmImportGrid::SetRefusedCell(std::size_t row, std::string_view field_name
     std::size_t number = 0;
     ForEachSourceRow([&] {
       if (++number != row) return;
-      faults_.push_back({row, column, ImportPass::kStore, std::string(source_.AsTextView(column)), reason});
+      faults_.push_back(
+          {row, column, ImportPass::kStore, std::string(source_.AsTextView(column)), std::string(reason)});
     });
   }
   PaintFaults();

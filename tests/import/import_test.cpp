@@ -219,7 +219,7 @@ class Case : public ImportGridView {
                         (form_.Refusal().empty() ? "" : ": " + form_.Refusal()));
     for (const ImportFault& fault : form_.Faults()) {
       host_.log.push_back("row " + std::to_string(fault.row) + " column " + std::to_string(fault.column) +
-                          " [" + fault.value + "] " + std::string(fault.reason));
+                          " [" + fault.value + "] " + fault.reason);
     }
   }
 

@@ -55,7 +55,7 @@ book.active.append([12345678901234567, "Kupci"])
 book.save(folder / "konta.xlsx")
 rounded = 12345678901234570
 calculated, entered = "Konto: is not calculated: save the sheet anew", "Konto: was rounded to 15 digits: enter as text"
-too_long = "; Konto: is longer than 8 characters"
+too_long = "; is longer than 8 characters"
 run("import", "KONTNIPLAN", folder / "konta.xlsx", "--yes", "--faults", folder / "greske.xlsx", status=1)
 book = openpyxl.load_workbook(folder / "greske.xlsx")
 expect(list(book.active.values), [("Konto *", "Opis *", "Redak", "Greška"), ("#N/A", "Banka", 3, calculated),
