@@ -1,5 +1,6 @@
 #include "appserver/database_check.h"
 
+#include "appserver/stock_services.h"
 #include "appserver/stored_document.h"
 
 namespace mox {
@@ -73,6 +74,7 @@ std::vector<DatabaseFinding> FindFaults(Database& database) {
   // Where the file is damaged, what it says of documents is not to be trusted.
   if (findings.empty()) CheckTotals(database, findings);
   CheckNumbers(database, findings);
+  CheckStock(database, findings);
   return findings;
 }
 

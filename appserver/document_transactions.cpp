@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "appserver/open_items.h"
+#include "appserver/stock.h"
 #include "appserver/stored_document.h"
 #include "mox/calculations/supplier_totals.h"
 #include "mox/documents/storno.h"
@@ -125,9 +126,13 @@ void CheckSorts(const DocumentKind& kind, SentRecordSets& sent) {
   throw WriteRefused({"", "", 0, "", "the document has no lines"});
 }
 
+bool IsSaid(RecordSet& header, std::string_view name) {
+  return HasValue(header, name) && HeaderValue(header, name, ToBoolean);
+}
+
 // A storno by hand that sells is stored only when the user has said so.
 void CheckQuantities(const DocumentKind& kind, RecordSet& header, SentRecordSets& sent) {
-  if (HasValue(header, "potvrdeno") && HeaderValue(header, "potvrdeno", ToBoolean)) return;
+  if (IsSaid(header, "potvrdeno")) return;
   for (const char* const name : {"Stavke", "Usluge"}) {
     if (const auto line = FindPositiveQuantity(kind, sent.Find(name))) {
       throw WriteRefused({"", name, *line, "kolicina",
@@ -197,6 +202,11 @@ void CheckSupplierTotals(RecordSet& header, SentRecordSets& sent) {
   for (const char* const field : {"roba_17", "pdv_17"}) check(field);
 }
 
+std::optional<std::int64_t> WarehouseOfHeader(RecordSet& header) {
+  if (!HasValue(header, "skl_id")) return std::nullopt;
+  return HeaderValue(header, "skl_id", ToInteger);
+}
+
 // Two attempts are the same when their headers and lines are.
 std::string DigestOfAttempt(SentRecordSets& sent) {
   std::string attempt;
@@ -248,6 +258,9 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   if (const auto total = CheckedTotal(kind, header, sent)) header_rule.constants = {{"ukupno", *total}};
   CheckSupplierTotals(header, sent);
   if (HasValue(header, "kljuc")) header_rule.constants.emplace_back("kljuc_sazetak", digest);
+  const LineArticles articles(database, sent.Find("Stavke"));
+  const auto warehouse = WarehouseOf(database, kind, articles, WarehouseOfHeader(header));
+  if (warehouse) header_rule.constants.emplace_back("skl_id", *warehouse);
   InsertHeader(database, header, header_rule, key);
   std::int64_t next_line = 1;
   for (const char* const name : {"Stavke", "Usluge", "Rekapitulacija", "DokDobavljaca"}) {
@@ -263,6 +276,10 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
     rule.first_row_number = rule.table == "dok_stavke" ? next_line : 1;
     StoreRecords(database, *records, rule);
     if (rule.table == "dok_stavke") next_line += static_cast<std::int64_t>(records->RecordCount());
+  }
+  articles.StoreKeys(database, key.id);
+  if (warehouse && articles.HasArticles()) {
+    MoveStock(database, kind, key.id, *warehouse, IsSaid(header, kStockMayBeNegative));
   }
   OpenItem(database, kind, key.id);
   MakePendingLinks(database, key, header);
@@ -355,6 +372,7 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
   StoreMirror(database, "dok_stavke", MirrorOf(ReadRows(database, "dok_stavke", id)), key.id);
   StoreMirror(database, "dok_porezi", MirrorOf(ReadRows(database, "dok_porezi", id)), key.id);
   StoreMirror(database, "dok_dobavljac", MirrorOfTotals(ReadRows(database, "dok_dobavljac", id)), key.id);
+  MoveStockBack(database, id, key.id, IsSaid(asked, kStockMayBeNegative));
   CloseItem(database, id, key.id);
   MakePendingLinks(database, key, header);
   return Answer(key);
@@ -392,7 +410,7 @@ const NamedTransaction kTransactions[] = {
 
     {"DokumentInsert",
      "stores a document under the next number of its kind and year, and makes the links that wait for it",
-     {{"Zaglavlje", {.table = "dok", .ignored = {"potvrdeno"}}},
+     {{"Zaglavlje", {.table = "dok", .ignored = {"potvrdeno", kStockMayBeNegative}}},
       {"Stavke", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "roba"}}}, false},
       {"Usluge", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "usluga"}}}, false},
       {"Rekapitulacija", {"dok_porezi", UnknownFields::kIgnore}, false},
@@ -401,7 +419,7 @@ const NamedTransaction kTransactions[] = {
 
     {"DokumentStorno",
      "cancels a stored document, stornira_id, by its exact mirror under a number of its own; once",
-     {{"Zaglavlje", {"dok"}}},
+     {{"Zaglavlje", {.table = "dok", .ignored = {kStockMayBeNegative}}}},
      InsertStorno},
 };
 

@@ -4,6 +4,7 @@
 
 #include "appserver/codebook_services.h"
 #include "appserver/e_invoice.h"
+#include "appserver/stock_services.h"
 #include "appserver/stored_document.h"
 #include "mox/foundation/clock.h"
 
@@ -319,8 +320,9 @@ FROM uvoz ORDER BY id DESC)"}}},
 std::span<const ReadService> ReadServiceTable() {
   static const auto all = [] {
     std::vector<ReadService> table(std::begin(kServices), std::end(kServices));
-    const std::span<const ReadService> codebooks = CodebookServices();
-    table.insert(table.end(), codebooks.begin(), codebooks.end());
+    for (const std::span<const ReadService> family : {StockServices(), CodebookServices()}) {
+      table.insert(table.end(), family.begin(), family.end());
+    }
     return table;
   }();
   return all;

@@ -10,6 +10,7 @@
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 #include "mox/foundation/visible_text.h"
+#include "mox/validations/validations.h"
 
 namespace mox {
 namespace {
@@ -67,6 +68,16 @@ void Warn(const char* what, std::string_view whose, std::span<const std::string>
       << std::endl;
 }
 
+// What the setting of the user allows.
+void AllowNegativeStock(RecordSet& header) {
+  SetConstraintsOnLager();
+  Field allowed = header.FieldByName("lagernegative");
+  if (!FWorkWithLagerNegative || !allowed.IsNull()) return;
+  header.Edit();
+  allowed.SetBoolean(true);
+  header.Post();
+}
+
 }  // namespace
 
 void CollectLost(const RecordSet& lines, const Columns& columns, LostInStore& lost) {
@@ -92,6 +103,7 @@ RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<con
     return IsAny(name, {"id", "vrsta", "broj", "potvrdeno"}) ||
            (SameName(name, "ukupno") && document.ToBePaid());
   });
+  AllowNegativeStock(document.Header());
   const Columns line_columns = server.database().TableColumns("dok_stavke");
   for (const RecordSet* const lines : {document.Goods(), document.Services()}) {
     if (lines != nullptr) CollectLost(*lines, line_columns, lost);
@@ -104,6 +116,7 @@ RecordSet CancelDocument(std::int64_t id, CompanyServer& server, std::span<const
   FillHeader(header, header_words, [](std::string_view name) {
     return IsAny(name, {"id", "vrsta", "broj", "ukupno", "stornira_id"});
   });
+  AllowNegativeStock(header);
   return Stored(server, StoreStorno(header));
 }
 

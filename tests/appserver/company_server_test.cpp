@@ -224,6 +224,7 @@ TEST_F(CompanyServerTest, AnswersServices) { ExpectCases("services", {"sql", "re
 TEST_F(CompanyServerTest, StoresTransactions) {
   ExpectCases("transactions", {"write", "raw", "rows", "read"});
 }
+TEST_F(CompanyServerTest, MovesStock) { ExpectCases("stock", {"sql", "write", "rows", "read"}); }
 TEST_F(CompanyServerTest, FindsImportedValues) {
   ExpectCases("import_grid", {"sql", "find", "many", "rows"});
 }

@@ -1,0 +1,93 @@
+#include "appserver/stock_services.h"
+
+#include "mox/documents/document_kinds.h"
+
+namespace mox {
+namespace {
+
+constexpr std::string_view kStanjeColumns =
+    "skl_id:integer,skl_naziv,art_id:integer,sifra,naziv,jm,kolicina:float,nc:currency,vrijednost:currency";
+
+// The condition names only what is asked, so that an index serves it.
+void FillStanje(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
+  std::string condition;
+  std::vector<Value> values;
+  const auto narrow = [&](std::string_view input, std::string_view where, Value value) {
+    if (inputs.IsNull(input)) return;
+    condition += (condition.empty() ? "WHERE " : " AND ") + std::string(where);
+    values.push_back(std::move(value));
+  };
+  narrow("skl_id", "s.skl_id = :skl_id", inputs["skl_id"]);
+  narrow("art_id", "s.art_id = :art_id", inputs["art_id"]);
+  if (!inputs.IsNull("sifra")) {
+    narrow("sifra", "fold(a.sifra) = :sifra", FoldKey(inputs.As<std::string>("sifra")));
+  }
+  answer = database.Query(answer.Name(), ParseColumns(kStanjeColumns), R"(
+SELECT s.skl_id, k.naziv, s.art_id, a.sifra, a.naziv, j.naziv, s.kolicina / 1000000.0, s.nc / 10000.0,
+  s.vrijednost / 10000.0
+FROM skl_stanje s
+JOIN skladiste k ON k.id = s.skl_id
+JOIN art a ON a.id = s.art_id
+LEFT JOIN jm j ON j.id = a.jm_id
+)" + condition + " ORDER BY k.sifra, a.sifra",
+                          values);
+}
+
+const ReadService kServices[] = {
+    {"StanjeSkladista",
+     "skl_id?:integer,art_id?:integer,sifra?:text",
+     "what stands in the warehouses, by article: quantity, average purchase price and value at purchase "
+     "prices",
+     {{"adsStanje", kStanjeColumns, "", FillStanje}}},
+};
+
+void Tell(RecordSet faults, std::vector<DatabaseFinding>& findings) {
+  for (const RecordRow& row : faults.Rows()) findings.push_back({"stock", row.AsText(0), row.AsText(1)});
+}
+
+// The kinds whose quantities move stock in the direction, as SQL has a list.
+std::string KindsThatMove(StockDirection direction) {
+  std::string list;
+  for (const DocumentKind& kind : DocumentKinds()) {
+    if (kind.stock == direction) list += (list.empty() ? "'" : ", '") + std::string(kind.name) + "'";
+  }
+  return list;
+}
+
+}  // namespace
+
+std::span<const ReadService> StockServices() { return kServices; }
+
+void CheckStock(Database& database, std::vector<DatabaseFinding>& findings) {
+  const Columns columns = ParseColumns("gdje,sto");
+  Tell(database.Query("zbroj", columns, R"(
+SELECT 'article ' || a.sifra || ' in warehouse ' || k.sifra,
+  'stands at ' || CAST(SUM(z.stoji) / 1000000.0 AS VARCHAR(40)) || ', its movements come to ' ||
+  CAST(SUM(z.doslo) / 1000000.0 AS VARCHAR(40)) || '; it is worth ' ||
+  CAST(SUM(z.vrijedi) / 10000.0 AS VARCHAR(40)) || ', they ' || CAST(SUM(z.donijelo) / 10000.0 AS VARCHAR(40))
+FROM
+  (SELECT skl_id, art_id, kolicina AS stoji, vrijednost AS vrijedi, 0 AS doslo, 0 AS donijelo FROM skl_stanje
+   UNION ALL
+   SELECT skl_id, art_id, 0, 0, SUM(kolicina), SUM(vrijednost) FROM skl_promet GROUP BY skl_id, art_id) z
+JOIN skladiste k ON k.id = z.skl_id
+JOIN art a ON a.id = z.art_id
+GROUP BY z.skl_id, z.art_id, a.sifra, k.sifra
+HAVING SUM(z.stoji) <> SUM(z.doslo) OR SUM(z.vrijedi) <> SUM(z.donijelo)
+ORDER BY k.sifra, a.sifra)"),
+       findings);
+  Tell(database.Query(
+           "stavke", columns,
+           "SELECT d.vrsta || ' ' || CAST(d.broj AS VARCHAR(20)) || '/' || CAST(d.godina AS VARCHAR(20)) "
+           "|| ' (id ' || CAST(d.id AS VARCHAR(20)) || ')', "
+           "'line ' || CAST(p.rb AS VARCHAR(20)) || ' has moved another quantity or article than it says' "
+           "FROM skl_promet p JOIN dok d ON d.id = p.dok_id "
+           "LEFT JOIN dok_stavke s ON s.dok_id = p.dok_id AND s.rb = p.rb "
+           "WHERE s.id IS NULL OR s.art_id IS NULL OR s.art_id <> p.art_id "
+           "OR p.kolicina <> CAST(ROUND(s.kolicina * 1000000) AS BIGINT) * "
+           "CASE WHEN d.vrsta IN (" +
+               KindsThatMove(StockDirection::kIn) + ") THEN 1 WHEN d.vrsta IN (" +
+               KindsThatMove(StockDirection::kOut) + ") THEN -1 ELSE 0 END ORDER BY p.dok_id, p.rb"),
+       findings);
+}
+
+}  // namespace mox
