@@ -249,6 +249,12 @@ const Codebook kCodebooks[] = {
      "customs tariff numbers",
      {"sifra"},
      {{"sifra", "Šifra"}, {"naziv", "Naziv"}, {"ctb_stopa", "Carinska stopa"}}},
+    {"nacini_placanja",
+     "nacini_placanja",
+     "kinds of pay",
+     {"naziv"},
+     {{"naziv", "Naziv"}, {"oznaka", "Oznaka na računu"}, Defaulted("odmah", "Plaća se odmah")},
+     {"naziv", "oznaka"}},
     {"fin_kto", "fin_kto", "accounts", {"konto"}, {{"konto", "Konto"}, {"opis", "Opis"}}},
     {"fin_vr_k", "fin_vr_k", "kinds of bookings", {"sifra"}, {{"sifra", "Šifra"}, {"opis", "Opis"}}},
 

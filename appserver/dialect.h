@@ -34,6 +34,8 @@ class Dialect {
 
   /// The expression without regard to letter case and to blanks at its ends: FoldKey in SQL.
   virtual std::string Fold(std::string_view expression) const = 0;
+  /// The date so many days after another one, of whole days.
+  virtual std::string DaysAfter(std::string_view date, std::string_view days) const = 0;
   /// The type of a column that is the table's integer primary key.
   virtual std::string_view KeyType() const = 0;
   /// Begins a transaction whose queries all see the same state.

@@ -108,6 +108,10 @@ class Sqlite : public Dialect {
     return folded;
   }
 
+  std::string DaysAfter(std::string_view date, std::string_view days) const override {
+    return "date(" + std::string(date) + ", CAST(" + std::string(days) + " AS INTEGER) || ' days')";
+  }
+
   std::string_view KeyType() const override { return "INTEGER PRIMARY KEY"; }
   std::string_view BeginRead() const override { return "BEGIN"; }
   std::string_view BeginWrite() const override { return "BEGIN IMMEDIATE"; }

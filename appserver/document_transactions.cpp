@@ -20,6 +20,7 @@ struct DocumentKey {
   std::int64_t godina = 0;
   std::int64_t broj = 0;
   Date datum;
+  std::optional<Date> due = {};  // of what is paid later
 };
 
 [[noreturn]] void RefuseHeader(const RecordSet& header, std::string_view field, std::string message) {
@@ -98,11 +99,13 @@ void MakePendingLinks(Database& database, const DocumentKey& key, RecordSet& hea
 
 RecordSet Answer(const DocumentKey& key) {
   RecordSet stored("Dokument");
-  for (FieldDef& column : ParseColumns("id:integer,vrsta,godina:integer,broj:integer,datum:date")) {
+  for (FieldDef& column :
+       ParseColumns("id:integer,vrsta,godina:integer,broj:integer,datum:date,datum_dospijeca:date")) {
     stored.DefineField(std::move(column));
   }
   stored.Open();
-  stored.AppendRecord({key.id, std::string(key.kind->name), key.godina, key.broj, key.datum});
+  stored.AppendRecord({key.id, std::string(key.kind->name), key.godina, key.broj, key.datum,
+                       key.due ? Value(*key.due) : Value()});
   stored.First();
   return stored;
 }
@@ -144,9 +147,26 @@ void CheckQuantities(const DocumentKind& kind, RecordSet& header, SentRecordSets
 
 // What the server writes itself.
 void RefuseOwnFields(RecordSet& header) {
-  for (const char* const name : {"broj", "kljuc_sazetak"}) {
+  for (const char* const name : {"broj", "kljuc_sazetak", "placeno_odmah"}) {
     if (HasValue(header, name)) RefuseHeader(header, name, "is given when the document is stored");
   }
+}
+
+// How the header says that it is paid, by the name that the codebook has.
+std::optional<KindOfPay> PayOf(Database& database, RecordSet& header, TableRule& rule) {
+  if (!HasValue(header, "nacin_placanja")) return std::nullopt;
+  const std::string text = header.FieldByName("nacin_placanja").AsText();
+  const std::optional<KindOfPay> pay = FindKindOfPay(database, text);
+  if (!pay) RefuseHeader(header, "nacin_placanja", '"' + text + "\" is no kind of pay (nacini_placanja)");
+  rule.constants.emplace_back("nacin_placanja", pay->name);
+  return pay;
+}
+
+// An invoice is paid as its header says, else as its kind of document is.
+void AddPayment(Database& database, const DocumentKind& kind, RecordSet& header, TableRule& rule) {
+  const std::optional<KindOfPay> pay = PayOf(database, header, rule);
+  if (kind.is != DocumentClass::kInvoice) return;
+  rule.constants.emplace_back("placeno_odmah", pay ? pay->at_once : !IsPaidLater(kind));
 }
 
 // What is to be paid, which the header may say too.
@@ -223,8 +243,12 @@ std::optional<RecordSet> StoredBefore(Database& database, RecordSet& header, con
   if (!HasValue(header, "kljuc")) return std::nullopt;
   const std::string name = header.FieldByName("kljuc").AsText();
   RecordSet stored = database.Query(
-      "Dokument", ParseColumns("id:integer,vrsta,godina:integer,broj:integer,datum:date,kljuc_sazetak"),
-      "SELECT id, vrsta, godina, broj, datum, kljuc_sazetak FROM dok WHERE kljuc = :kljuc", {name});
+      "Dokument",
+      ParseColumns("id:integer,vrsta,godina:integer,broj:integer,datum:date,kljuc_sazetak,dospijeva:date"),
+      "SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, d.kljuc_sazetak, o.datum_dos FROM dok d "
+      "LEFT JOIN otvorene_stavke o ON o.dok_id = d.id AND o.duguje <> 0 AND d.stornira_id IS NULL "
+      "WHERE d.kljuc = :kljuc",
+      {name});
   if (stored.IsEmpty()) return std::nullopt;
   if (stored.AsTextView(1) != key.kind->name || stored.AsTextView(5) != digest) {
     RefuseHeader(header, "kljuc",
@@ -235,7 +259,8 @@ std::optional<RecordSet> StoredBefore(Database& database, RecordSet& header, con
                  .kind = key.kind,
                  .godina = stored.AsInteger(2),
                  .broj = stored.AsInteger(3),
-                 .datum = std::get<Date>(stored.AsVariant(4))});
+                 .datum = stored.AsDate(4),
+                 .due = stored.IsNull(6) ? std::nullopt : std::optional(stored.AsDate(6))});
 }
 
 // Goods, services or both, the goods first; the lines of services are numbered on.
@@ -256,6 +281,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   if (auto stored = StoredBefore(database, header, key, digest)) return stored;
   TableRule header_rule = transaction.FindRule("Zaglavlje")->table;
   if (const auto total = CheckedTotal(kind, header, sent)) header_rule.constants = {{"ukupno", *total}};
+  AddPayment(database, kind, header, header_rule);
   CheckSupplierTotals(header, sent);
   if (HasValue(header, "kljuc")) header_rule.constants.emplace_back("kljuc_sazetak", digest);
   const LineArticles articles(database, sent.Find("Stavke"));
@@ -281,7 +307,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   if (warehouse && articles.HasArticles()) {
     MoveStock(database, kind, key.id, *warehouse, IsSaid(header, kStockMayBeNegative));
   }
-  OpenItem(database, kind, key.id);
+  key.due = OpenItem(database, sent, key.id);
   MakePendingLinks(database, key, header);
   return Answer(key);
 }
@@ -362,11 +388,14 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
                      original->header.AsText(*original->header.FindFieldIndex("datum")));
   }
 
-  RecordSet header = StornoHeader(asked, original->header);
   TableRule rule = transaction.FindRule("Zaglavlje")->table;
+  PayOf(database, asked, rule);
+  rule.constants.emplace_back("placeno_odmah",
+                              original->header.AsVariant(*original->header.FindFieldIndex("placeno_odmah")));
+  RecordSet header = StornoHeader(asked, original->header);
   const std::size_t total = *original->header.FindFieldIndex("ukupno");
-  rule.constants = {
-      {"ukupno", original->header.IsNull(total) ? Value() : Value(-original->header.AsCurrency(total))}};
+  rule.constants.emplace_back(
+      "ukupno", original->header.IsNull(total) ? Value() : Value(-original->header.AsCurrency(total)));
   if (HasValue(asked, "kljuc")) rule.constants.emplace_back("kljuc_sazetak", digest);
   InsertHeader(database, header, rule, key);
   StoreMirror(database, "dok_stavke", MirrorOf(ReadRows(database, "dok_stavke", id)), key.id);
@@ -414,7 +443,8 @@ const NamedTransaction kTransactions[] = {
       {"Stavke", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "roba"}}}, false},
       {"Usluge", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "usluga"}}}, false},
       {"Rekapitulacija", {"dok_porezi", UnknownFields::kIgnore}, false},
-      {"DokDobavljaca", {"dok_dobavljac"}, false}},
+      {"DokDobavljaca", {"dok_dobavljac"}, false},
+      {kConfirmations, {"otvorene_stavke"}, false, "saldo:currency"}},
      InsertDocument},
 
     {"DokumentStorno",

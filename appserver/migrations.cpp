@@ -34,9 +34,14 @@ std::vector<SchemaFile> FilesAbove(int version, std::vector<SchemaFile> files) {
 void RunFile(DatabaseConnection& connection, const SchemaFile& file) {
   const Dialect& dialect = connection.dialect();
   const auto fold = [&](std::string_view expression) { return dialect.Fold(expression); };
+  const auto days_after = [&](std::string_view arguments) {
+    const std::size_t comma = arguments.find(',');  // behind a column
+    return dialect.DaysAfter(arguments.substr(0, comma), arguments.substr(comma + 1));
+  };
   try {
     for (const std::string_view statement : SplitStatements(file.text)) {
-      connection.Execute(ReplaceFold(ReplaceKeyType(statement, dialect.KeyType()), fold));
+      const std::string typed = ReplaceKeyType(statement, dialect.KeyType());
+      connection.Execute(ReplaceCalls(ReplaceFold(typed, fold), "days_after", days_after));
     }
   } catch (const DatabaseError& error) {
     throw DatabaseError(std::string(error.what()) + " (in " + std::string(file.name) + ")");

@@ -2,9 +2,10 @@
 
 #include <cmath>
 
+#include "appserver/read_service_table.h"
 #include "mox/foundation/clock.h"
-#include "mox/foundation/text.h"
-#include "mox/foundation/value_conversion.h"
+#include "mox/foundation/find_row.h"
+#include "mox/server/credit_limit.h"
 
 namespace mox {
 namespace {
@@ -40,6 +41,30 @@ Currency OpenAmount(Database& database, const Item& item) {
   Currency open;
   for (; !rows.Eof(); rows.Next()) open += rows.AsCurrency(0) - rows.AsCurrency(1);
   return open;
+}
+
+// The figures are those of the writing transaction, so that two programs at once cannot both use up a limit.
+void CheckCredit(Database& database, SentRecordSets& sent, std::int64_t partner, Currency amount) {
+  if (amount <= Currency()) return;
+  const RecordSet limited = database.Query(
+      "par", ParseColumns("id:integer"),
+      "SELECT id FROM par WHERE id = :id AND (limit_duga <> 0 OR dani_kasnjenja > 0)", {partner});
+  if (limited.IsEmpty()) return;
+  TAstaParamList request;
+  request.FastAdd("par_id", partner);
+  const auto answer = RunReadService(*FindRow(ReadServiceTable(), "KreditniLimitPartnera"), database, request,
+                                     sent.Company());
+  const auto figures = CreditFigures::Of(answer->ParamByName("KreditniLimit").AsDataSet());
+  const CreditVerdict verdict = JudgeCredit(figures.value(), amount);
+  const RecordSet* const confirmed = sent.Find(kConfirmations);
+  const auto balance = confirmed == nullptr ? std::nullopt : confirmed->FindFieldIndex("saldo");
+  const bool agreed = balance && !confirmed->IsEmpty() && !confirmed->RowAt(0).IsNull(*balance) &&
+                      confirmed->RowAt(0).AsCurrency(*balance) == figures->balance;
+  if (verdict == CreditVerdict::kAllowed || (verdict == CreditVerdict::kAsk && agreed)) return;
+  throw WriteRefused({"", std::string(kConfirmations), 0, "saldo",
+                      "the credit limit of partner " + std::to_string(partner) + " does not allow " +
+                          amount.ToString() + ": the balance is " + figures->balance.ToString() +
+                          (verdict == CreditVerdict::kAsk ? ", and nobody has agreed on that" : "")});
 }
 
 void RequireNotCancelled(Database& database, const RecordSet& payments, std::size_t row,
@@ -101,22 +126,38 @@ const NamedTransaction kTransactions[] = {
 
 std::span<const NamedTransaction> MoneyTransactionTable() { return kTransactions; }
 
-void OpenItem(Database& database, const DocumentKind& kind, std::int64_t doc_id) {
-  if (!IsPaidLater(kind)) return;
+std::optional<KindOfPay> FindKindOfPay(Database& database, const std::string& text) {
+  for (const std::string& key : FoldKeys(text)) {
+    const RecordSet found =
+        database.Query("nacin", ParseColumns("naziv,odmah:boolean"),
+                       "SELECT naziv, odmah FROM nacini_placanja WHERE fold(naziv) = :key "
+                       "OR fold(oznaka) = :key ORDER BY id LIMIT 1",
+                       {key});
+    if (!found.IsEmpty()) return KindOfPay{found.AsText(0), found.AsBoolean(1)};
+  }
+  return std::nullopt;
+}
+
+std::optional<Date> OpenItem(Database& database, SentRecordSets& sent, std::int64_t doc_id) {
   const RecordSet document = database.Query(
       "dok", ParseColumns("par_id:integer,ukupno:currency,datum:date,datum_dospijeca:date,odgoda:float"),
       "SELECT d.par_id, d.ukupno, d.datum, d.datum_dospijeca, p.odgoda FROM dok d JOIN par p ON p.id = "
       "d.par_id "
-      "WHERE d.id = :id",
+      "WHERE d.id = :id AND NOT d.placeno_odmah",
       {doc_id});
-  if (document.IsEmpty() || document.AsCurrency(1).IsZero()) return;
+  if (document.IsEmpty() || document.AsCurrency(1).IsZero()) return std::nullopt;
+  CheckCredit(database, sent, document.AsInteger(0), document.AsCurrency(1));
   const Date due = document.IsNull(3) ? DueDate(document.AsDate(2), document.AsFloat(4)) : document.AsDate(3);
+  if (document.IsNull(3)) {
+    database.Execute("UPDATE dok SET datum_dospijeca = :due WHERE id = :id", {due, doc_id});
+  }
   database.Execute(
       "INSERT INTO otvorene_stavke (par_id, skl_id, opis, datum_pp, duguje, br_dok, datum_dok, datum_dos, "
       "poziv_na_br, dok_id) "
       "SELECT par_id, skl_id, opis, datum, ukupno, vrsta || ' ' || CAST(broj AS VARCHAR(20)) || '/' || "
-      "CAST(godina AS VARCHAR(20)), datum, :datum_dos, poziv_na_br, id FROM dok WHERE id = :id",
-      {due, doc_id});
+      "CAST(godina AS VARCHAR(20)), datum, datum_dospijeca, poziv_na_br, id FROM dok WHERE id = :id",
+      {doc_id});
+  return due;
 }
 
 void CloseItem(Database& database, std::int64_t cancelled_id, std::int64_t storno_id) {

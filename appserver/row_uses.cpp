@@ -22,6 +22,8 @@ constexpr NamedRows kNamedRows[] = {
     {"jm", "naziv", true, "dok_stavke", "jm"},
     {"tbr", "stopa", false, "usluge", "tbr"},
     {"tbr", "stopa", false, "dok_stavke", "tbr_stp"},
+    {"nacini_placanja", "naziv", true, "dok", "nacin_placanja"},
+    {"nacini_placanja", "naziv", true, "par", "nacin_placanja"},
     {"korisnik", "user_id", true, "dok", "user_id"},
     {"korisnik", "user_id", true, "integracije_racuni", "user_id"},
 };

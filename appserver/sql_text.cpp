@@ -66,7 +66,7 @@ std::string_view TakeParenthesis(std::string_view& rest) {
     depth += text == "(" ? 1 : text == ")" ? -1 : 0;
     if (depth == 0) return begin.substr(1, begin.size() - rest.size() - 2);
   }
-  throw Error("a parenthesis is not closed: fold" + std::string(CutToCharacters(begin, 40)));
+  throw Error("a parenthesis is not closed: " + std::string(CutToCharacters(begin, 40)));
 }
 
 }  // namespace
@@ -105,17 +105,22 @@ ParameterNames FindParameters(std::string_view sql) {
   return found;
 }
 
-std::string ReplaceFold(std::string_view sql, const std::function<std::string(std::string_view)>& fold) {
+std::string ReplaceCalls(std::string_view sql, std::string_view function,
+                         const std::function<std::string(std::string_view)>& replacement) {
   std::string replaced;
   while (!sql.empty()) {
     const Piece piece = TakePiece(sql);
-    if (piece.kind == Piece::Kind::kWord && SameName(piece.text, "fold") && sql.starts_with('(')) {
-      replaced += fold(ReplaceFold(TakeParenthesis(sql), fold));
+    if (piece.kind == Piece::Kind::kWord && SameName(piece.text, function) && sql.starts_with('(')) {
+      replaced += replacement(ReplaceCalls(TakeParenthesis(sql), function, replacement));
     } else {
       replaced += piece.text;
     }
   }
   return replaced;
+}
+
+std::string ReplaceFold(std::string_view sql, const std::function<std::string(std::string_view)>& fold) {
+  return ReplaceCalls(sql, "fold", fold);
 }
 
 std::string ReplaceKeyType(std::string_view sql, std::string_view type) {

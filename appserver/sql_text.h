@@ -19,7 +19,10 @@ struct ParameterNames {
 };
 ParameterNames FindParameters(std::string_view sql);
 
-/// Puts another text for each `fold(expression)`.
+/// Puts another text for each call `function(arguments)`, which may hold such calls too.
+std::string ReplaceCalls(std::string_view sql, std::string_view function,
+                         const std::function<std::string(std::string_view arguments)>& replacement);
+/// The same for each `fold(expression)`.
 std::string ReplaceFold(std::string_view sql, const std::function<std::string(std::string_view)>& fold);
 
 /// Puts another text for the column type KEY; PRIMARY KEY and FOREIGN KEY stay.

@@ -25,7 +25,6 @@
 #include "mox/foundation/locale_text.h"
 #include "mox/foundation/text.h"
 #include "mox/host/console_dialogs.h"
-#include "mox/server/credit_limit.h"
 
 namespace mox {
 namespace {
@@ -124,17 +123,13 @@ void RequireConfirmed(Document& document, const DocumentArguments& arguments, Se
               " have a positive quantity (--yes stores them, storno ID cancels a stored document)");
 }
 
-// The customer's credit limit and days overdue allow the debt, or the user does.
-void RequireCredit(const Document& document, const DocumentArguments& arguments, Session& session) {
-  const std::vector<NamedValue> header = NamedValues(arguments.header);
-  const std::string* const partner = FindValue(header, "par_id");
-  const std::optional<Currency> amount = document.ToBePaid();
-  if (!IsPaidLater(document.Kind()) || partner == nullptr || !amount || *amount <= Currency()) return;
-  ServerOf(session);
+// Whether the user lets the document be stored beyond the customer's limits.
+bool ConfirmCredit(Document& document, const DocumentArguments& arguments, Session& session) {
   SessionDialogs dialogs(session, arguments.yes);
   const ScopedApp app({.ini = &App().Ini(), .comunication = &App().Comunication(), .dialogs = &dialogs});
-  if (CheckKreditniLimitPartnera(IntegerArgument("par_id", *partner), *amount)) return;
-  throw Error("nothing was stored: the credit limit of partner " + *partner + " does not allow it");
+  if (document.ConfirmCredit()) return true;
+  throw Error("nothing was stored: the credit limit of partner " +
+              document.Header().FieldByName("par_id").AsText() + " does not allow it");
 }
 
 // The words of the header with the key of the attempt.
@@ -153,9 +148,9 @@ void CheckKey(const DocumentArguments& arguments) {
 
 RecordSet Store(Document& document, const DocumentArguments& arguments, Session& session) {
   RequireConfirmed(document, arguments, session);
-  RequireCredit(document, arguments, session);
   LostInStore lost;
-  RecordSet stored = StoreDocument(document, ServerOf(session), HeaderWords(arguments), lost);
+  RecordSet stored = StoreDocument(document, ServerOf(session), HeaderWords(arguments), lost,
+                                   [&] { return ConfirmCredit(document, arguments, session); });
   session.stored = "stored as " + StoredNumber(stored);
   WarnOfLost(lost, "the lines", session.err);
   return stored;
@@ -171,7 +166,7 @@ void AppendForPeople(Document& document, RecordSet* stored, std::string& out) {
   if (!document.Totals().IsEmpty()) AppendTitled("Ukupno", &document.Totals(), {}, out);
   const Date date = stored == nullptr ? Today() : stored->FieldByName("datum").AsDate();
   AppendInWords(document.ToBePaid(), date, out);
-  if (stored != nullptr) out += "\nPohranjeno: " + StoredNumber(*stored) + "\n";
+  if (stored != nullptr) out += "\n" + StoredLine(*stored) + "\n";
 }
 
 struct DocumentPart {
@@ -210,7 +205,7 @@ void RunStorno(const DocumentArguments& arguments, Session& session) {
   RecordSet stored = CancelDocument(id, ServerOf(session), HeaderWords(arguments));
   session.stored = "stored as " + StoredNumber(stored);
   if (arguments.csv) return WriteRecordSet(stored, session.out);
-  session.out += "Pohranjeno: " + StoredNumber(stored) + "\n";
+  session.out += StoredLine(stored) + "\n";
 }
 
 void RunDocument(const DocumentArguments& arguments, Session& session) {
@@ -245,7 +240,7 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
   RecordSet* const stored_record = stored ? &*stored : nullptr;
   if (shown != nullptr) {
     WriteRecordSet(*shown, session.out);
-    if (stored) session.err << "Pohranjeno: " << StoredNumber(*stored) << std::endl;
+    if (stored) session.err << StoredLine(*stored) << std::endl;
   } else if (arguments.csv) {
     AppendFiles(document, stored_record, session.out);
   } else {
@@ -273,7 +268,8 @@ void Declare(Options& options) {
   options.Values("--header", arguments->header, "NAME=VALUE",
                  "a field of the stored document: datum=2024-03-01, skl_id=1,\n"
                  "par_id=2, user_id=ANA, ...; can be repeated. The date is today's\n"
-                 "where none is given");
+                 "where none is given; nacin_placanja=Kartica says how an invoice is\n"
+                 "paid where its kind does not, see mox codebook nacini_placanja");
   options.Values("--key", arguments->key, "TEXT",
                  "names this attempt to store or cancel: the same again stores nothing and\n"
                  "answers the number of the first time");

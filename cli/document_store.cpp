@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "appserver/company_server.h"
+#include "appserver/open_items.h"
 #include "cli/service_request.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/text.h"
@@ -98,7 +99,7 @@ void WarnOfLost(const LostInStore& lost, std::string_view whose, std::ostream& e
 }
 
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header_words,
-                        LostInStore& lost) {
+                        LostInStore& lost, const std::function<bool()>& confirm_credit) {
   FillHeader(document.Header(), header_words, [&](std::string_view name) {
     return IsAny(name, {"id", "vrsta", "broj", "potvrdeno"}) ||
            (SameName(name, "ukupno") && document.ToBePaid());
@@ -108,7 +109,13 @@ RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<con
   for (const RecordSet* const lines : {document.Goods(), document.Services()}) {
     if (lines != nullptr) CollectLost(*lines, line_columns, lost);
   }
-  return Stored(server, document.Store());
+  const auto lacks_credit = [&server] {
+    const auto& failure = server.LastWrite().failure;
+    return failure && failure->record_set == kConfirmations;
+  };
+  bool committed = document.Store();
+  while (!committed && lacks_credit() && confirm_credit()) committed = document.Store();
+  return Stored(server, committed);
 }
 
 RecordSet CancelDocument(std::int64_t id, CompanyServer& server, std::span<const std::string> header_words) {
@@ -123,6 +130,11 @@ RecordSet CancelDocument(std::int64_t id, CompanyServer& server, std::span<const
 std::string StoredNumber(RecordSet& stored) {
   return stored.FieldByName("vrsta").AsText() + " " + stored.FieldByName("broj").AsText() + "/" +
          stored.FieldByName("godina").AsText() + " (id " + stored.FieldByName("id").AsText() + ")";
+}
+
+std::string StoredLine(RecordSet& stored) {
+  const auto due = stored.FieldByName("datum_dospijeca");
+  return "Pohranjeno: " + StoredNumber(stored) + (due.IsNull() ? "" : ", dospijeva " + due.AsText());
 }
 
 }  // namespace mox

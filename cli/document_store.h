@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <span>
 #include <string>
@@ -22,11 +23,12 @@ struct LostInStore {
 
 /// Stores a calculated document in one transaction: its header with the words NAME=VALUE (the date is today
 /// where none is given), its lines and its recapitulation.
-/// Answers what the server gave it, one record: id, vrsta, godina, broj, datum. Adds to `lost` what of the
-/// lines it has not kept. Raises UsageError for a faulty word,
-/// Error for a document without lines, and Error that says why the server refused.
+/// Answers what the server gave it, one record: id, vrsta, godina, broj, datum, datum_dospijeca of what is
+/// paid later. Adds to `lost` what of the lines it has not kept. Where the partner's credit does not allow
+/// it, `confirm_credit` is asked, as often as the partner's balance changes meanwhile. Raises UsageError for
+/// a faulty word, Error for a document without lines, and Error that says why the server refused.
 RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header,
-                        LostInStore& lost);
+                        LostInStore& lost, const std::function<bool()>& confirm_credit);
 
 /// Adds what a table of these columns does not keep of the records, each name once.
 void CollectLost(const RecordSet& lines, const Columns& columns, LostInStore& lost);
@@ -39,5 +41,7 @@ RecordSet CancelDocument(std::int64_t id, CompanyServer& server, std::span<const
 
 /// "gotovinski-racun 1/2024 (id 1)", of the record that StoreDocument answers.
 std::string StoredNumber(RecordSet& stored);
+/// The same for people, with the due date of what is paid later.
+std::string StoredLine(RecordSet& stored);
 
 }  // namespace mox

@@ -12,6 +12,7 @@
 #include "mox/foundation/clock.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/write_and_post_internal.h"
+#include "mox/server/credit_limit.h"
 #include "mox/server/read_services.h"
 #include "mox/server/transactions.h"
 
@@ -293,7 +294,23 @@ std::vector<RecordSet*> Document::StoreRequest() {
   add(Recapitulation(), "Rekapitulacija");
   FillSupplierTotals();
   add(SupplierTotals(), "DokDobavljaca");
+  if (confirmed_) add(&*confirmed_, "Potvrde");
   return request;
+}
+
+bool Document::ConfirmCredit() {
+  const RecordRow header = header_.RowAt(0);
+  const std::size_t partner = *header_.FindFieldIndex("par_id");
+  const std::optional<Currency> amount = ToBePaid();
+  if (header.IsNull(partner) || !amount) return true;
+  const std::optional<CreditFigures> figures = CreditFigures::Read(header.AsInteger(partner));
+  if (!figures) return true;
+  if (!mox::ConfirmCredit(*figures, *amount)) return false;
+  confirmed_.emplace("Potvrde");
+  confirmed_->DefineField("saldo", FieldKind::kCurrency);
+  confirmed_->Open();
+  confirmed_->AppendRecord({figures->balance});
+  return true;
 }
 
 bool Document::Store() {

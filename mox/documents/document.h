@@ -63,9 +63,14 @@ class Document {
   RecordSet* SupplierTotals() { return supplier_totals_ ? &*supplier_totals_ : nullptr; }
 
   /// The record sets that the transaction "DokumentInsert" takes, under the names that it knows: "Zaglavlje",
-  /// "Stavke", "Usluge", "Rekapitulacija", "DokDobavljaca". Recapitulates. Raises Error for a document
-  /// without lines, and where lines and recapitulation disagree.
+  /// "Stavke", "Usluge", "Rekapitulacija", "DokDobavljaca", "Potvrde". Recapitulates. Raises Error for a
+  /// document without lines, and where lines and recapitulation disagree.
   std::vector<RecordSet*> StoreRequest();
+  /// Whether the partner may owe what the document costs. Asks the user on the figures that the server has
+  /// now (CheckKreditniLimitPartnera), and says to the server on which figures the user agreed: it stores a
+  /// document beyond the limits only while they are still so. For a document that the server refused for
+  /// its partner's credit; true where there is no partner or nothing to be paid.
+  bool ConfirmCredit();
   /// Stores the document through the application server. False when the server refused it, and when the user
   /// did not confirm a positive quantity of a kind that cancels others (ConfirmQuantities).
   bool Store();
@@ -94,6 +99,7 @@ class Document {
   std::optional<RecordSet> recap_;
   RecordSet totals_;
   std::optional<RecordSet> supplier_totals_;
+  std::optional<RecordSet> confirmed_;
 };
 
 }  // namespace mox

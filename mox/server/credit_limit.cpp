@@ -30,33 +30,60 @@ bool Refuse(const Notice& notice) {
   return false;
 }
 
-bool AskOrRefuse(bool ask, const Notice& notice) { return ask ? Ask(notice) != kDialogNo : Refuse(notice); }
+bool IsExceeded(const CreditFigures& figures, Currency amount) {
+  return !figures.limit.IsZero() && figures.balance + amount > figures.limit;
+}
+
+bool IsOverdue(const CreditFigures& figures) { return figures.days > 0 && figures.is_overdue; }
 
 }  // namespace
 
+std::optional<CreditFigures> CreditFigures::Of(const RecordSet& answer) {
+  if (answer.IsEmpty()) return std::nullopt;
+  const RecordRow row = answer.RowAt(0);
+  const auto index = [&answer](std::string_view name) {
+    if (const auto field = answer.FindFieldIndex(name)) return *field;
+    throw FieldNotFound(name, answer.Name());
+  };
+  return CreditFigures{.limit = row.AsCurrency(index("limit")),
+                       .days = row.AsInteger(index("DaniKasnjenja")),
+                       .balance = row.AsCurrency(index("saldo")),
+                       .is_overdue = row.AsInteger(index("PostojiKasnjenje")) > 0,
+                       .always = row.AsBoolean(index("fakturiranje_limit_duga")),
+                       .once = row.AsBoolean(index("faktur_limit_duga_once"))};
+}
+
+std::optional<CreditFigures> CreditFigures::Read(std::int64_t partner_id) {
+  const auto answer = CreateDBDataSet("KreditniLimitPartnera", "KreditniLimit", {{"par_id", partner_id}});
+  return answer ? Of(*answer) : std::nullopt;
+}
+
+CreditVerdict JudgeCredit(const CreditFigures& figures, Currency amount) {
+  using enum CreditVerdict;
+  const bool has_limit = !figures.limit.IsZero();
+  const bool exceeded = IsExceeded(figures, amount);
+  const bool overdue = IsOverdue(figures);
+  if (has_limit && figures.days > 0 ? !exceeded || !overdue : !exceeded && !overdue) return kAllowed;
+  // Without a limit of the amount only the first of the flags counts.
+  const bool ask = has_limit ? figures.always != figures.once : figures.always;
+  return ask ? kAsk : kRefused;
+}
+
+bool ConfirmCredit(const CreditFigures& figures, Currency amount) {
+  const CreditVerdict verdict = JudgeCredit(figures, amount);
+  if (verdict == CreditVerdict::kAllowed) return true;
+  const bool has_limit = !figures.limit.IsZero();
+  const bool has_both = has_limit && figures.days > 0;
+  const Notice& notice = has_both ? kBoth : has_limit ? kLimit : kDays;
+  if (verdict == CreditVerdict::kRefused) return Refuse(notice);
+  // No to the first question lets work go on, no to the second stops it: so on purpose.
+  if (has_both) return Ask(kLimit) != kDialogYes || Ask(kDays) == kDialogYes;
+  return Ask(notice) != kDialogNo;
+}
+
 bool CheckKreditniLimitPartnera(std::int64_t partner_id, Currency amount) {
-  std::optional<RecordSet> answer =
-      CreateDBDataSet("KreditniLimitPartnera", "KreditniLimit", {{"par_id", partner_id}});
-  if (!answer || answer->IsEmpty()) return true;
-
-  const auto field = [&answer](std::string_view name) { return answer->FieldByName(name); };
-  const Currency limit = field("limit").AsCurrency();
-  const bool has_limit = !limit.IsZero();
-  const bool has_days = field("DaniKasnjenja").AsInteger() > 0;
-  const bool exceeded = has_limit && field("saldo").AsCurrency() + amount > limit;
-  const bool overdue = has_days && field("PostojiKasnjenje").AsInteger() > 0;
-  const bool always = field("fakturiranje_limit_duga").AsBoolean();
-  const bool once = field("faktur_limit_duga_once").AsBoolean();
-  const bool ask = always != once;
-
-  if (has_limit && has_days) {
-    if (!exceeded || !overdue) return true;
-    if (!ask) return Refuse(kBoth);
-    // No to the first question lets work go on, no to the second stops it: so on purpose.
-    return Ask(kLimit) != kDialogYes || Ask(kDays) == kDialogYes;
-  }
-  if (has_limit) return !exceeded || AskOrRefuse(ask, kLimit);
-  return !overdue || AskOrRefuse(always, kDays);
+  const std::optional<CreditFigures> figures = CreditFigures::Read(partner_id);
+  return !figures || ConfirmCredit(*figures, amount);
 }
 
 }  // namespace mox

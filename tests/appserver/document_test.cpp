@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "appserver/company_server.h"
+#include "appserver/connection.h"
 #include "appserver/migrations.h"
 #include "appserver/sql_text.h"
 #include "mox/documents/storno.h"
@@ -15,6 +16,22 @@
 
 namespace mox {
 namespace {
+
+class AnsweringDialogs : public AppDialogs {
+ public:
+  explicit AnsweringDialogs(int answer) : answer_(answer) {}
+  int ShowVelorDialog(TVCustomDialogType /*kind*/, std::string_view /*caption*/, std::string_view /*heading*/,
+                      std::string_view /*message*/) override {
+    ++asked;
+    return answer_;
+  }
+  void ShowMessage(std::string_view /*text*/) override {}
+
+  int asked = 0;
+
+ private:
+  int answer_;
+};
 
 class DocumentTest : public ScratchDatabase {
  protected:
@@ -32,6 +49,26 @@ class DocumentTest : public ScratchDatabase {
     lines.Post();
     EXPECT_TRUE(document.Store());
     return server.LastWrite().stored.value().AsInteger(0);
+  }
+
+  // Of 12.50, which partner 1 pays later.
+  static Document Invoice(const Value& due = {}) {
+    Document document("racun-usluga");
+    document.SetHeader("datum", *MakeDate(2024, 3, 1));
+    document.SetHeader("par_id", std::int64_t{1});
+    document.SetHeader("datum_dospijeca", due);
+    RecordSet& lines = *document.Services();
+    lines.Append();
+    for (const auto& [name, value] : {std::pair("kolicina", 1), {"pc", 10}, {"tbr_stp", 25}}) {
+      lines.FieldByName(name).SetFloat(value);
+    }
+    lines.Post();
+    return document;
+  }
+  static bool StoreInvoice(CompanyServer& server, const Value& due = {}) {
+    MemorySettings settings;
+    const ScopedApp app({.ini = &settings, .comunication = &server});
+    return Invoice(due).Store();
   }
 };
 
@@ -59,6 +96,87 @@ TEST_F(DocumentTest, IsCancelledOnceByManyProgramsAtOnce) {
   EXPECT_EQ(count.AsInteger(0), 1);
   EXPECT_TRUE(count.AsCurrency(1).IsZero());
   EXPECT_THROW(server.database().Execute("UPDATE dok SET stornira_id = 1 WHERE id = 1"), DatabaseError);
+}
+
+// Two programs see the same balance, and the limit has room for one invoice of 12.50.
+TEST_F(DocumentTest, ACreditLimitIsUsedUpOnce) {
+  Database(path_).Execute("UPDATE par SET limit_duga = 20 WHERE id = 1");
+  constexpr int kPrograms = 4;
+  std::atomic<int> ready = 0;
+  std::atomic<int> committed = 0;
+  std::vector<std::thread> programs;
+  for (int i = 0; i < kPrograms; ++i) {
+    programs.emplace_back([&] {
+      CompanyServer program{Database(path_)};
+      for (++ready; ready < kPrograms;) std::this_thread::yield();
+      committed += StoreInvoice(program) ? 1 : 0;
+    });
+  }
+  for (std::thread& program : programs) program.join();
+  EXPECT_EQ(committed, 1);
+}
+
+// Who agreed did so on figures that another program has changed since.
+TEST_F(DocumentTest, ALeaveHoldsForTheBalanceThatItWasGivenFor) {
+  Database(path_).Execute("UPDATE par SET limit_duga = 20, fakturiranje_limit_duga = TRUE WHERE id = 1");
+  CompanyServer server{Database(path_)};
+  CompanyServer other{Database(path_)};
+  MemorySettings settings;
+  AnsweringDialogs yes(kDialogYes);
+  const ScopedApp app({.ini = &settings, .comunication = &server, .dialogs = &yes});
+  ASSERT_TRUE(StoreInvoice(server));
+  Document second = Invoice();
+  EXPECT_FALSE(second.Store());
+  EXPECT_TRUE(second.ConfirmCredit());
+  Database(path_).Execute(
+      "INSERT INTO otvorene_stavke (par_id, br_dok, duguje, datum_dos) VALUES (1, 'R', 0.01, '2030-01-01')");
+  EXPECT_FALSE(second.Store());
+  EXPECT_TRUE(second.ConfirmCredit());
+  EXPECT_TRUE(second.Store());
+  EXPECT_EQ(yes.asked, 2);
+}
+
+// Invoices from before there were open items get those that storing opens now.
+TEST_F(DocumentTest, InvoicesOfOlderDatabasesGetTheirItems) {
+  CompanyServer server{Database(path_)};
+  Database& database = server.database();
+  database.Execute("UPDATE par SET odgoda = 30.9 WHERE id = 1");
+  for (const Value& due : {Value(), Value(*MakeDate(2024, 5, 1)), Value()})
+    ASSERT_TRUE(StoreInvoice(server, due));
+  MemorySettings settings;
+  {
+    const ScopedApp app({.ini = &settings, .comunication = &server});
+    ASSERT_TRUE(StoreStorno(1));
+  }
+  StoreDocument(server);
+  const auto items = [&] {
+    return database.Query("items", database.TableColumns("otvorene_stavke"), "SELECT * FROM otvorene_stavke")
+        .SaveToString();
+  };
+  const auto paid = [&] {
+    return database.Query("dok", ParseColumns("odmah"), "SELECT placeno_odmah FROM dok").SaveToString();
+  };
+  const std::string items_before = items();
+  const std::string paid_before = paid();
+  database.Execute("DELETE FROM otvorene_stavke WHERE id <> 2");
+  database.Execute("UPDATE otvorene_stavke SET id = 100");
+  database.Execute("UPDATE dok SET placeno_odmah = NULL, datum_dospijeca = NULL WHERE id <> 2");
+  DatabaseConnection connection(path_, [&](soci::session& session) {
+    SqliteDialect().Open(session, path_, Database::Access::kReadWrite);
+  });
+  std::vector<SchemaFile> files = SchemaFiles();
+  for (const SchemaFile& file : SchemaFiles()) {
+    const std::size_t update = file.text.find("UPDATE dok SET placeno_odmah");
+    if (update != std::string_view::npos)
+      files.push_back({"reference/099_again.sql", file.text.substr(update)});
+  }
+  MigrateSchema(connection, files);
+  EXPECT_EQ(paid(), paid_before);
+  database.Execute("UPDATE otvorene_stavke SET id = id + 1000");
+  database.Execute(
+      "UPDATE otvorene_stavke SET id = CASE id - 1000 WHEN 101 THEN 1 WHEN 100 THEN 2 WHEN 102 THEN 3 ELSE 4 "
+      "END");
+  EXPECT_EQ(items(), items_before);
 }
 
 // Links that wait under names cut to 15 characters, and links that were made, get the codes of their kinds.
