@@ -38,6 +38,28 @@ auto Attempt(std::string_view text, const LocaleSettings& locale, Parse parse)
   }
 }
 
+// Digits with at most one separator between them, few enough that number and power of ten are exact, so that
+// one division rounds as it should: what nearly all numbers of a sheet look like.
+std::optional<double> PlainNumber(std::string_view text, const LocaleSettings& locale) {
+  constexpr double kPowers[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
+  if (text.size() > 15 || locale.decimal_separator.size() != 1) return std::nullopt;
+  const char separator = locale.decimal_separator.front();
+  std::int64_t digits = 0;
+  std::size_t point = text.size();
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] >= '0' && text[i] <= '9') {
+      digits = digits * 10 + (text[i] - '0');
+    } else if (text[i] == separator && i > 0 && point == text.size()) {
+      point = i;
+    } else {
+      return std::nullopt;
+    }
+  }
+  if (text.empty() || point + 1 == text.size()) return std::nullopt;
+  const std::size_t decimals = point == text.size() ? 0 : text.size() - point - 1;
+  return static_cast<double>(digits) / kPowers[decimals];
+}
+
 bool IsDatePart(char c) { return c == 'd' || c == 'M' || c == 'y'; }
 
 // Takes up to `most` digits, at least one.
@@ -134,6 +156,7 @@ std::string DateTimeToText(DateTime moment, const LocaleSettings& locale) {
 }
 
 std::optional<double> ParseLocaleNumber(std::string_view text, const LocaleSettings& locale) {
+  if (const auto plain = PlainNumber(text, locale)) return plain;
   return Attempt(text, locale, [](std::string_view pointed) { return ParseNumber(pointed); });
 }
 

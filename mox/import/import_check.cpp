@@ -42,9 +42,16 @@ std::size_t SizeOf(const ImportFieldDef& field) {
 // Those of several fields, by one walk.
 std::vector<std::string> JoinedValues(RecordSet& rows, const std::vector<std::size_t>& fields) {
   constexpr std::string_view kSeparator = "','";
+  constexpr std::size_t kRowsToJudge = 1000;
   std::vector<std::string> joined(fields.size());
   const WholeSetWalk walk(rows);
+  std::size_t walked = 0;
   for (rows.First(); !rows.Eof(); rows.Next()) {
+    if (++walked == kRowsToJudge) {  // what all will take, so that a long list is not copied as it grows
+      for (std::string& values : joined) {
+        values.reserve(values.size() / kRowsToJudge * rows.RecordCount() * 9 / 8);
+      }
+    }
     const RecordRow row = rows.RowAt(rows.CurrentRow());
     for (std::size_t i = 0; i < fields.size(); ++i) {
       const std::string_view text = row.AsTextView(fields[i]);

@@ -20,32 +20,74 @@ bool HasLateControlCharacter(std::string_view text) {
   return false;
 }
 
-// U+0000 to U+001F, U+007F and U+0080 to U+009F; eight bytes at a time, because every cell is looked through.
-// A byte below n makes the high bit of (byte - n) & ~byte; a byte that is 0 after the difference to 0x7F is
-// below 1.
-bool HasControlCharacter(std::string_view text) {
-  constexpr std::uint64_t kEach = 0x0101010101010101U;
-  constexpr std::uint64_t kHigh = 0x80 * kEach;
-  std::uint64_t found = 0;
-  std::uint64_t all = 0;
-  for (std::size_t at = 0; at < text.size(); at += 8) {
-    std::uint64_t bytes = 0x20 * kEach;
-    std::memcpy(&bytes, text.data() + at, std::min<std::size_t>(8, text.size() - at));
+// Eight bytes of a text, in which control characters are looked for at once. A byte below n makes the high
+// bit of (byte - n) & ~byte; a byte that is 0 after the difference to 0x7F is below 1.
+class ControlCharacters {
+ public:
+  void Look(std::uint64_t bytes) {
     const std::uint64_t difference = bytes ^ (0x7F * kEach);
-    found |= ((bytes - 0x20 * kEach) & ~bytes) | ((difference - kEach) & ~difference);
-    all |= bytes;
+    found_ |= ((bytes - 0x20 * kEach) & ~bytes) | ((difference - kEach) & ~difference);
+    all_ |= bytes;
   }
-  return (found & kHigh) != 0 || ((all & kHigh) != 0 && HasLateControlCharacter(text));
+  bool AreThere() const { return (found_ & kHigh) != 0; }
+  bool MayBeLate() const { return (all_ & kHigh) != 0; }
+
+  static constexpr std::uint64_t kEach = 0x0101010101010101U;
+
+ private:
+  static constexpr std::uint64_t kHigh = 0x80 * kEach;
+  std::uint64_t found_ = 0;
+  std::uint64_t all_ = 0;
+};
+
+// So many bytes as the word has, behind blanks.
+template <typename Word>
+std::uint64_t BytesAt(const char* at) {
+  Word word{};
+  std::memcpy(&word, at, sizeof word);
+  return word | (sizeof word < 8 ? 0x20 * ControlCharacters::kEach << (8 * sizeof word % 64) : 0);
+}
+
+// U+0000 to U+001F, U+007F and U+0080 to U+009F. Every cell is looked through, so none of its loads has a
+// size that is known only then; the last ones of a text overlap.
+bool HasControlCharacter(std::string_view text) {
+  ControlCharacters looked;
+  const char* at = text.data();
+  std::size_t left = text.size();
+  if (left >= 8) {
+    for (; left > 8; left -= 8, at += 8) looked.Look(BytesAt<std::uint64_t>(at));
+    looked.Look(BytesAt<std::uint64_t>(at + left - 8));
+  } else if (left >= 4) {
+    looked.Look(BytesAt<std::uint32_t>(at));
+    looked.Look(BytesAt<std::uint32_t>(at + left - 4));
+  } else {
+    for (; left > 0; --left, ++at) looked.Look(BytesAt<std::uint8_t>(at));
+  }
+  return looked.AreThere() || (looked.MayBeLate() && HasLateControlCharacter(text));
+}
+
+}  // namespace
+
+namespace {
+
+void CopyUniqueKey(std::string_view text, char* key) {
+  for (const char c : text) *key++ = c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 'A')) : c;
 }
 
 }  // namespace
 
 std::string UniqueKey(std::string_view text) {
-  std::string key(text);
-  for (char& c : key) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - ('a' - 'A'));
-  }
+  std::string key(text.size(), '\0');
+  CopyUniqueKey(text, key.data());
   return key;
+}
+
+bool ColumnRules::IsTaken(std::string_view text) const {
+  if (taken_.IsEmpty()) return false;
+  char key[256];
+  if (text.size() > sizeof key) return taken_.Contains(UniqueKey(text));
+  CopyUniqueKey(text, key);
+  return taken_.Contains({key, text.size()});
 }
 
 std::string ColumnRules::LookupKey(std::string_view text) { return FoldCase(TrimBlanks(text)); }

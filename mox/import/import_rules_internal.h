@@ -31,7 +31,7 @@ class ColumnRules {
   bool IsKnown(std::string_view text) const { return IsKnown(text, known_.AskForSlot(text)); }
   bool IsKnown(std::string_view text, std::uint64_t hash) const;
   const TextSet& Known() const { return known_; }
-  bool IsTaken(std::string_view text) const { return !taken_.IsEmpty() && taken_.Contains(UniqueKey(text)); }
+  bool IsTaken(std::string_view text) const;
   /// Stores the value in a field of the current record, which is being edited or inserted. Answers why it
   /// could not, or what is wrong with it all the same; empty where all is well.
   std::string_view Store(std::string_view text, RecordSet& typed, std::size_t to) const;
