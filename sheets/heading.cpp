@@ -16,6 +16,30 @@ constexpr std::size_t kMostQuoted = 3;
 // Columns that are not for data: those of a sheet of faults, and the working columns.
 constexpr std::string_view kOwnHeadings[] = {"Redak", "Greška", "V_TEMP", "VALIDACIJA", "ERR_MSG"};
 
+// Words that columns are called by where sheets come from; as ComparableHeading has them.
+constexpr std::string_view kUsualWords[] = {
+    "sifra",    "naziv",     "ime",         "prezime",   "opis",        "vrsta",        "kolicina",
+    "cijena",   "cena",      "iznos",       "datum",     "adresa",      "mjesto",       "kraj",
+    "grad",     "posta",     "drzava",      "telefon",   "mobitel",     "valuta",       "konto",
+    "racun",    "jedinica",  "grupa",       "skupina",   "broj",        "stevilka",     "oznaka",
+    "napomena", "opomba",    "stopa",       "popust",    "rabat",       "barkod",       "stranka",
+    "kupac",    "dobavljac", "artikl",      "artikel",   "proizvod",    "usluga",       "partner",
+    "tvrtka",   "id",        "oib",         "code",      "name",        "text",         "description",
+    "title",    "type",      "kind",        "quantity",  "qty",         "price",        "amount",
+    "date",     "address",   "city",        "town",      "country",     "phone",        "email",
+    "mail",     "currency",  "account",     "unit",      "group",       "number",       "no",
+    "note",     "notes",     "remark",      "rate",      "discount",    "barcode",      "item",
+    "product",  "customer",  "supplier",    "vendor",    "company",     "key",          "value",
+    "category", "zip",       "street",      "status",    "surname",     "lastname",     "firstname",
+    "vat",      "tax",       "nummer",      "nr",        "bezeichnung", "beschreibung", "typ",
+    "menge",    "preis",     "betrag",      "adresse",   "ort",         "stadt",        "land",
+    "währung",  "einheit",   "gruppe",      "bemerkung", "kunde",       "lieferant",    "firma",
+    "vorname",  "nachname",  "strasse",     "straße",    "plz",         "schlüssel",    "codice",
+    "nome",     "cognome",   "descrizione", "tipo",      "quantità",    "prezzo",       "importo",
+    "data",     "indirizzo", "città",       "paese",     "telefono",    "conto",        "unità",
+    "gruppo",   "numero",    "nota",        "cliente",   "fornitore",   "articolo",     "prodotto",
+    "servizio"};
+
 std::size_t Filled(const Row& row) {
   return static_cast<std::size_t>(std::count_if(
       row.begin(), row.end(), [](const std::string& cell) { return !TrimBlanks(cell).empty(); }));
@@ -30,23 +54,58 @@ bool IsDigits(std::string_view text) {
 
 bool HasDigits(const Row& row) { return std::any_of(row.begin(), row.end(), HasDigit); }
 
-bool IsFilled(const Row& row, std::size_t column) {
-  return column < row.size() && !TrimBlanks(row[column]).empty();
+bool IsUsualWord(std::string_view word) {
+  return std::find(std::begin(kUsualWords), std::end(kUsualWords), ComparableHeading(word)) !=
+         std::end(kUsualWords);
 }
 
-// Words alone, above a column of digits alone.
+// "Product code": one of its words is usual.
+bool HasUsualWord(std::string_view cell) {
+  constexpr std::string_view kBetweenWords = " \t_-./()*:";
+  for (std::size_t at = 0; (at = cell.find_first_not_of(kBetweenWords, at)) != std::string_view::npos;) {
+    const std::size_t end = std::min(cell.find_first_of(kBetweenWords, at), cell.size());
+    if (IsUsualWord(cell.substr(at, end - at))) return true;
+    at = end;
+  }
+  return false;
+}
+
+bool HasSmallLetter(std::string_view text) {
+  return std::any_of(text.begin(), text.end(), [](char c) { return c >= 'a' && c <= 'z'; });
+}
+
+std::vector<std::string_view> FilledBelow(std::span<const Row> rows, std::size_t column) {
+  std::vector<std::string_view> cells;
+  for (const Row& row : rows.subspan(1)) {
+    if (column < row.size() && !TrimBlanks(row[column]).empty()) cells.push_back(TrimBlanks(row[column]));
+  }
+  return cells;
+}
+
+// A word above digits alone, or above codes alone: capitals of one length, three of them at least.
+bool StandsAboveOthers(std::string_view word, const std::vector<std::string_view>& below) {
+  if (below.empty()) return false;
+  const bool above_codes = below.size() > 2 && HasSmallLetter(word) && word.size() != below.front().size() &&
+                           std::all_of(below.begin(), below.end(), [&](std::string_view cell) {
+                             return cell.size() == below.front().size() && !HasSmallLetter(cell);
+                           });
+  return above_codes || std::all_of(below.begin(), below.end(), IsDigits);
+}
+
+// Words alone, most of them such as columns are called by, or one of them above what is none. A word that
+// stands alone, and a row without others, is a heading only where there is nothing else in it.
 bool LooksForeign(std::span<const Row> rows) {
   const Row& first = rows.front();
-  if (rows.size() < 2 || Filled(first) < 2) return false;
-  if (HasDigits(first)) return false;
+  const std::size_t filled = Filled(first);
+  if (filled == 0 || HasDigits(first)) return false;
+  const auto count = [&](bool (*is)(std::string_view)) {
+    return static_cast<std::size_t>(std::count_if(first.begin(), first.end(), is));
+  };
+  if (rows.size() < 2 || filled == 1) return count(IsUsualWord) == filled && filled + rows.size() > 2;
+  if (2 * count(HasUsualWord) > filled) return true;
   for (std::size_t column = 0; column < first.size(); ++column) {
-    if (TrimBlanks(first[column]).empty()) continue;
-    const auto has_other = [&](const Row& row) { return IsFilled(row, column) && !IsDigits(row[column]); };
-    const auto is_filled = [&](const Row& row) { return IsFilled(row, column); };
-    if (std::any_of(rows.begin() + 1, rows.end(), is_filled) &&
-        std::none_of(rows.begin() + 1, rows.end(), has_other)) {
-      return true;
-    }
+    const std::string_view word = TrimBlanks(first[column]);
+    if (!word.empty() && StandsAboveOthers(word, FilledBelow(rows, column))) return true;
   }
   return false;
 }
@@ -141,7 +200,7 @@ std::optional<std::size_t> HeadingReader::Find(std::span<const Row> rows) const 
   }
   if (LooksForeign(rows)) {
     throw UnclearHeading("the first row looks like a heading, but " + Quote(first, Meaning::kUnknown) +
-                         " are no columns");
+                         (first.Count(Meaning::kUnknown) == 1 ? " is no column" : " are no columns"));
   }
   return std::nullopt;
 }

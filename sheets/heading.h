@@ -53,8 +53,8 @@ class HeadingReader {
   /// more than half of those that are filled; or all of them in a sheet of one column. Rows before it have at
   /// most one filled cell: titles.
   ///
-  /// Raises UnclearHeading where a row has known headings beside others, or has words alone where only digits
-  /// follow.
+  /// Raises UnclearHeading where the first row has known headings beside others; where it has words alone,
+  /// most of them such as columns are called by, or one above a column of digits or of codes.
   std::optional<std::size_t> Find(std::span<const std::vector<std::string>> rows) const;
   /// Which of them is the heading where there is one: the first below titles that has a known heading, else
   /// the first of all.
