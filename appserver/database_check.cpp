@@ -1,5 +1,6 @@
 #include "appserver/database_check.h"
 
+#include "appserver/partner_balances.h"
 #include "appserver/stock_services.h"
 #include "appserver/stored_document.h"
 
@@ -75,6 +76,7 @@ std::vector<DatabaseFinding> FindFaults(Database& database) {
   if (findings.empty()) CheckTotals(database, findings);
   CheckNumbers(database, findings);
   CheckStock(database, findings);
+  CheckBalances(database, findings);
   return findings;
 }
 

@@ -9,7 +9,7 @@ namespace mox {
 
 /// Something that is wrong with a company database.
 struct DatabaseFinding {
-  std::string check;    ///< "file", "total", "numbers" or "stock"
+  std::string check;    ///< "file", "total", "numbers", "stock" or "balance"
   std::string where;    ///< the document or the series of numbers; empty for the file
   std::string finding;  ///< on one line
 };

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "appserver/import_journal.h"
+#include "appserver/partner_balances.h"
 #include "appserver/row_digests.h"
 #include "appserver/row_uses.h"
 #include "mox/foundation/text.h"
@@ -142,6 +143,7 @@ std::optional<RecordSet> UndoImport(const NamedTransaction& /*transaction*/, Dat
   } else {
     DeleteRows(database, entry);
   }
+  if (entry.table == "otvorene_stavke") SumBalancesAnew(database);
   const auto user = request.FindField("korisnik");
   database.Execute("UPDATE uvoz SET ponisteno = :kada, ponistio = :tko WHERE id = :id",
                    {JournalMoment(), user ? user->AsVariant() : Value(), entry.id});

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "appserver/partner_balances.h"
 #include "mox/foundation/text.h"
 #include "mox/server/param_list.h"
 
@@ -69,6 +70,7 @@ std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction
       StoreRecords(database, records, transaction.FindRule(records.Name())->table);
     }
   }
+  KeepBalances(database);
   if (ending == Ending::kCommit) guard.Commit();
   return stored;
 }

@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "appserver/codebook_services.h"
+#include "appserver/document_list.h"
 #include "appserver/e_invoice.h"
+#include "appserver/report_services.h"
 #include "appserver/stock_services.h"
 #include "appserver/stored_document.h"
 #include "mox/foundation/clock.h"
@@ -276,19 +278,6 @@ SELECT * FROM dok_porezi WHERE dok_id = :id ORDER BY rb)"},
 SELECT * FROM dok_dobavljac WHERE dok_id = :id)"}},
      RequireDocument},
 
-    {"Dokumenti",
-     "vrsta?:text,godina?:integer",
-     "the stored documents, of one kind and year or of any, with what they cancel and what cancels them",
-     {{"adsList",
-       "id:integer,vrsta,godina:integer,broj:integer,datum:date,par_naziv,ukupno:currency,"
-       "stornira_id:integer,storno_id:integer",
-       R"(
-SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, p.naziv, d.ukupno, d.stornira_id,
-  (SELECT id FROM dok WHERE stornira_id = d.id)
-FROM dok d LEFT JOIN par p ON p.id = d.par_id
-WHERE d.vrsta = COALESCE(:vrsta, d.vrsta) AND d.godina = COALESCE(:godina, d.godina)
-ORDER BY d.godina, d.vrsta, d.broj)"}}},
-
     // --- e-invoices ---
 
     {"MojERacunB2C",
@@ -320,7 +309,9 @@ FROM uvoz ORDER BY id DESC)"}}},
 std::span<const ReadService> ReadServiceTable() {
   static const auto all = [] {
     std::vector<ReadService> table(std::begin(kServices), std::end(kServices));
-    for (const std::span<const ReadService> family : {StockServices(), CodebookServices()}) {
+    table.push_back(DocumentListService());
+    for (const std::span<const ReadService> family :
+         {StockServices(), ReportServices(), CodebookServices()}) {
       table.insert(table.end(), family.begin(), family.end());
     }
     return table;

@@ -64,6 +64,7 @@ extern const Command kCompanyCommand;
 extern const Command kCodebookCommand;
 extern const Command kRatesCommand;
 extern const Command kPayCommand;
+extern const Command kReportCommand;
 extern const Command kQueryCommand;
 extern const Command kStoreCommand;
 extern const Command kImportCommand;

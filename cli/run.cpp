@@ -27,11 +27,11 @@ constexpr int kWrongUsage = 2;
 constexpr const char* kUnwritable = "standard output cannot be written";
 
 const auto kCommands = std::to_array<const Command*>(
-    {&kRoundCommand,   &kCalcCommand,  &kRecapCommand,   &kTotalCommand,    &kDocumentCommand,
-     &kOibCommand,     &kIbanCommand,  &kWordsCommand,   &kCurrencyCommand, &kWorkdaysCommand,
-     &kServiceCommand, &kDbCommand,    &kCompanyCommand, &kCodebookCommand, &kRatesCommand,
-     &kPayCommand,     &kQueryCommand, &kStoreCommand,   &kImportCommand,   &kQrCommand,
-     &kEInvoiceCommand});
+    {&kRoundCommand,   &kCalcCommand,    &kRecapCommand,   &kTotalCommand,    &kDocumentCommand,
+     &kOibCommand,     &kIbanCommand,    &kWordsCommand,   &kCurrencyCommand, &kWorkdaysCommand,
+     &kServiceCommand, &kDbCommand,      &kCompanyCommand, &kCodebookCommand, &kRatesCommand,
+     &kPayCommand,     &kReportCommand,  &kQueryCommand,   &kStoreCommand,    &kImportCommand,
+     &kQrCommand,      &kEInvoiceCommand});
 
 // --- help ---
 

@@ -20,7 +20,8 @@ CREATE TABLE skl_promet (
 CREATE INDEX skl_promet_art ON skl_promet (art_id, skl_id);
 CREATE INDEX skl_promet_skl ON skl_promet (skl_id);
 
--- nc is the average purchase price of what stood there last, in ten-thousandths.
+-- nc is the average purchase price of what stood there last, in ten-thousandths. The movements are who refers to articles and
+-- warehouses.
 CREATE TABLE skl_stanje (
   id KEY,
   skl_id BIGINT NOT NULL,
@@ -28,9 +29,7 @@ CREATE TABLE skl_stanje (
   kolicina BIGINT NOT NULL,
   vrijednost BIGINT NOT NULL,
   nc BIGINT NOT NULL,
-  UNIQUE (skl_id, art_id),
-  FOREIGN KEY (skl_id) REFERENCES skladiste (id),
-  FOREIGN KEY (art_id) REFERENCES art (id)
+  UNIQUE (skl_id, art_id)
 );
 CREATE INDEX skl_stanje_art ON skl_stanje (art_id);
 

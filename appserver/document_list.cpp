@@ -1,0 +1,88 @@
+#include "appserver/document_list.h"
+
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+constexpr std::string_view kColumns =
+    "id:integer,vrsta,godina:integer,broj:integer,datum:date,datum_dospijeca:date,par_naziv,ukupno:currency,"
+    "placeno:currency,otvoreno:currency,stornira_id:integer,storno_id:integer";
+
+// What was paid at once is paid; of what is paid later the open items of its number say it.
+constexpr std::string_view kSql = R"(
+SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, d.datum_dospijeca, p.naziv, d.ukupno,
+  CASE WHEN d.placeno_odmah THEN d.ukupno ELSE
+    (SELECT SUM(CAST(ROUND(o.potrazuje * 10000) AS BIGINT)) / 10000.0 FROM otvorene_stavke o
+     WHERE o.dok_id = d.id AND d.stornira_id IS NULL) END,
+  CASE WHEN d.placeno_odmah THEN 0 ELSE
+    (SELECT SUM(CAST(ROUND(o.duguje * 10000) AS BIGINT) - CAST(ROUND(o.potrazuje * 10000) AS BIGINT)) / 10000.0
+     FROM otvorene_stavke o WHERE o.par_id = d.par_id AND o.br_dok =
+       d.vrsta || ' ' || CAST(d.broj AS VARCHAR(20)) || '/' || CAST(d.godina AS VARCHAR(20))) END,
+  d.stornira_id, (SELECT s.id FROM dok s WHERE s.stornira_id = d.id)
+FROM dok d LEFT JOIN par p ON p.id = d.par_id
+)";
+
+constexpr std::string_view kSearched[] = {
+    "p.naziv", "d.opis", "d.broj_dok_dob", "d.poziv_na_br",
+    "CAST(d.broj AS VARCHAR(20)) || '/' || CAST(d.godina AS VARCHAR(20))"};
+
+// The condition names only what is asked, so that an index serves it.
+class Condition {
+ public:
+  void Add(const std::string& sql) { sql_ += (sql_.empty() ? "WHERE " : " AND ") + sql; }
+  std::string Parameter(Value value) {
+    values_.push_back(std::move(value));
+    return ":p" + std::to_string(values_.size());
+  }
+  const std::string& sql() const { return sql_; }
+  std::span<const Value> values() const { return values_; }
+
+ private:
+  std::string sql_;
+  std::vector<Value> values_;
+};
+
+void FillDocuments(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
+  Condition condition;
+  const auto narrow = [&](std::string_view input, const char* column, const char* is) {
+    if (!inputs.IsNull(input)) condition.Add(std::string(column) + is + condition.Parameter(inputs[input]));
+  };
+  narrow("vrsta", "d.vrsta", " = ");
+  narrow("godina", "d.godina", " = ");
+  narrow("od", "d.datum", " >= ");
+  narrow("do", "d.datum", " <= ");
+  narrow("par_id", "d.par_id", " = ");
+  const std::string text = inputs.IsNull("trazi") ? std::string() : inputs.As<std::string>("trazi");
+  if (!TrimBlanks(text).empty()) {
+    std::string any;
+    for (const std::string& key : FoldKeys(text)) {
+      const std::string parameter = condition.Parameter(key);
+      for (const std::string_view searched : kSearched) {
+        const std::string folded = "fold(" + std::string(searched) + ")";
+        any += (any.empty() ? "" : " OR ") + ("REPLACE(" + folded + ", " + parameter + ", '') <> " + folded);
+      }
+    }
+    condition.Add(any.empty() ? "1 = 0" : "(" + any + ")");
+  }
+  answer = database.Query(answer.Name(), ParseColumns(kColumns),
+                          std::string(kSql) + condition.sql() + " ORDER BY d.godina, d.vrsta, d.broj",
+                          condition.values());
+}
+
+}  // namespace
+
+const ReadService& DocumentListService() {
+  static const ReadService service = {
+      "Dokumenti",
+      "vrsta?:text,godina?:integer,od?:date,do?:date,par_id?:integer,trazi?:text",
+      "the stored documents, of a kind, a year, a period, a partner, or with a text (in the partner's name, "
+      "opis, "
+      "poziv_na_br, the supplier's number, broj/godina), with what is to be paid, paid and still open, what "
+      "they cancel "
+      "and what cancels them",
+      {{"adsList", kColumns, "", FillDocuments}}};
+  return service;
+}
+
+}  // namespace mox

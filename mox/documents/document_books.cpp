@@ -1,0 +1,42 @@
+#include "mox/documents/document_books.h"
+
+namespace mox {
+namespace {
+
+constexpr std::string_view kOwnUse = "racun-vlastite-potrebe";
+
+}  // namespace
+
+TaxRole TaxRoleOf(const DocumentKind& kind) {
+  if (!kind.recap.Exists()) return {};
+  switch (kind.is) {
+    case DocumentClass::kInvoice:
+    case DocumentClass::kStock:
+      return {TaxSide::kOutput, 1};
+    case DocumentClass::kGoodsReceipt:
+      return {TaxSide::kInput, 1};
+    case DocumentClass::kReturn:
+      return {kind.stock == StockDirection::kIn ? TaxSide::kOutput : TaxSide::kInput, -1};
+    case DocumentClass::kProForma:
+    case DocumentClass::kOrder:
+    case DocumentClass::kReport:
+      return {};
+  }
+  return {};
+}
+
+int TurnoverSign(const DocumentKind& kind) {
+  if (kind.is == DocumentClass::kInvoice) return kind.name == kOwnUse ? 0 : 1;
+  return kind.is == DocumentClass::kReturn && kind.stock == StockDirection::kIn ? -1 : 0;
+}
+
+const LineSchema* StoredSchema(const DocumentKind& kind, bool services) {
+  const auto lines = [services](const DocumentKind& of) { return services ? &of.services : &of.goods; };
+  if (lines(kind)->Exists()) return lines(kind);
+  for (const DocumentKind& cancelled : DocumentKinds()) {
+    if (cancelled.cancelled_by == kind.name && lines(cancelled)->Exists()) return lines(cancelled);
+  }
+  return nullptr;
+}
+
+}  // namespace mox

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+
+#include "mox/documents/document_kinds.h"
+
+namespace mox {
+
+// Where documents of a kind stand in the company's books. They count with a sign: a storno has amounts below
+// 0 itself and counts like what it cancels, and a return, whose amounts are above 0, counts against what was
+// sold or bought.
+
+/// Which tax a document carries: what the company charges, or what its suppliers charge and it deducts.
+enum class TaxSide : std::uint8_t { kNone, kOutput, kInput };
+
+struct TaxRole {
+  TaxSide side = TaxSide::kNone;
+  int sign = 0;
+};
+
+/// Output tax: invoices, own use and shortages (which are taxed as supplies), less customers' returns. Input
+/// tax: goods receipts, less returns to suppliers. A pro-forma invoice, an order and the daily cash report,
+/// which repeats what invoices say, carry none; nor do documents without tax by rate.
+TaxRole TaxRoleOf(const DocumentKind& kind);
+
+/// 1 for what is sold: invoices and their stornos; -1 for customers' returns; 0 for all else, the company's
+/// own use too, which nobody buys.
+int TurnoverSign(const DocumentKind& kind);
+
+/// The kind by whose row the lines of a stored document of `kind` are read: its own where it has such lines,
+/// else, for a kind that cancels others, that of the documents that it mirrors. Null where neither has them.
+const LineSchema* StoredSchema(const DocumentKind& kind, bool services);
+
+}  // namespace mox
