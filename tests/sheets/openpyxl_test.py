@@ -1,31 +1,14 @@
 """Workbooks of another program are imported, and ours are read by it: openpyxl_test.py MOX FOLDER."""
 
 import datetime
-import pathlib
-import subprocess
 import sys
 
 import openpyxl
 
-mox = sys.argv[1]
-folder = pathlib.Path(sys.argv[2])
-folder.mkdir(parents=True, exist_ok=True)
-for left_over in folder.glob("*"):
-    left_over.unlink()
-database = str(folder / "firma.db")
+from command import Command, expect
 
-
-def run(*arguments, status=0):
-    result = subprocess.run([mox, *map(str, arguments), "--db", database], capture_output=True, text=True)
-    assert result.returncode == status, (arguments, result)
-    return result.stdout
-
-
-def expect(actual, expected):
-    assert actual == expected, f"{actual!r} is not {expected!r}"
-
-
-subprocess.run([mox, "db", "init", database], check=True)
+command = Command(*sys.argv[1:])
+folder, run = command.folder, command.run
 run("import", "MJESTA", "examples/import/mjesta.tsv", "--yes")
 
 # Cells of every kind, in another order, on the second sheet of a workbook that starts in 1904.
