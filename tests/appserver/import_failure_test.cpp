@@ -2,6 +2,7 @@
 #include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
 #include "mox/server/transactions.h"
+#include "tests/appserver/failing_disk.h"
 #include "tests/appserver/scratch_database.h"
 #include "tests/fakes/recording_host.h"
 
@@ -109,6 +110,64 @@ TEST_F(ImportFailure, OfTakingBackLeavesTheImportOrNothingOfIt) {
              .IsEmpty();
     EXPECT_NE(stored, way.answer_is_lost);
     EXPECT_EQ(ExecuteTransaction("PonistiUvoz", {&request}), stored);
+  }
+}
+
+// A disk that fails at each of the reads, writes and flushes of an import, then of its taking back.
+TEST_F(ImportFailure, OfTheDiskLeavesTheImportOrNothingOfIt) {
+  RecordSet places = TypedRows(ImportFieldsOf(*FindImportProfile("MJESTA")));
+  for (const char* const name : {"Selo 1", "Selo 2"}) {
+    places.Append();
+    places.FieldByName("NAZIV").SetText(name);
+    places.FieldByName("DRZAVA").SetText("HR");
+    places.Post();
+  }
+  const auto write = [&](bool undo) {
+    RecordSet request("adsUvoz");
+    request.DefineField("id", FieldKind::kInteger);
+    request.Open();
+    CompanyServer server{Database(path_)};
+    const RecordSet* sent = &places;
+    if (undo) {
+      request.AppendRecord(
+          {server.database()
+               .Query("q", ParseColumns("id:integer"), "SELECT id FROM uvoz WHERE ponisteno IS NULL")
+               .AsInteger(0)});
+      sent = &request;
+    }
+    return server.WriteDataService(WriteRequest(undo ? "PonistiUvoz" : "MjestaImportInsert", {&sent, 1})) !=
+           0;
+  };
+  const auto is_stored = [&] {
+    Database database(path_);
+    database.Check();
+    const RecordSet counts = database.Query("q", ParseColumns("rows:integer,valid:integer"),
+                                            "SELECT (SELECT COUNT(*) FROM mjesto WHERE naziv LIKE 'Selo %'), "
+                                            "(SELECT COUNT(*) FROM uvoz WHERE ponisteno IS NULL)");
+    EXPECT_EQ(counts.AsInteger(0), 2 * counts.AsInteger(1));
+    return counts.AsInteger(1) == 1;
+  };
+  for (const bool undo : {false, true}) {
+    bool stored = is_stored();
+    bool failed = true;
+    int n = 0;
+    while (failed) {
+      SCOPED_TRACE((undo ? "undo, access " : "import, access ") + std::to_string(++n));
+      ASSERT_TRUE(stored == undo || write(!undo));
+      bool answer = false;
+      {
+        const FailingDisk disk(n);
+        try {
+          answer = write(undo);
+        } catch (const Error&) {
+        }
+        failed = disk.HasFailed();
+      }
+      stored = is_stored();
+      EXPECT_TRUE(answer || failed);
+      EXPECT_TRUE(stored != undo || !answer);
+    }
+    EXPECT_GT(n, 30);  // an access that never came was the last
   }
 }
 

@@ -199,6 +199,40 @@ TEST_F(ImportJournal, LetsOneOfTwoProcessesStoreASheet) {
   }
 }
 
+// One process takes an import back while another one stores what refers to it: one of them finds that it is
+// too late.
+TEST_F(ImportJournal, TakesBackOrIsReferredToByAnotherProcess) {
+  for (int trial = 1; trial <= 4; ++trial) {
+    {
+      CompanyServer server{Database(path_)};
+      ASSERT_EQ(Write(server, "MjestaImportInsert", Places({"Selo"})), "committed");
+    }
+    const pid_t child = ::fork();
+    if (child == 0) {
+      CompanyServer server{Database(path_)};
+      ::usleep(static_cast<unsigned>(trial % 2) * 3000);
+      std::_Exit(Undo(server, trial) == "committed" ? 0 : 1);
+    }
+    Database database(path_);
+    ::usleep(static_cast<unsigned>(trial / 2) * 3000);
+    {
+      WriteTransaction transaction(database);
+      database.Execute(
+          "INSERT INTO par (naziv, mjesto_id) SELECT 'Ana', id FROM mjesto WHERE naziv = 'Selo'");
+      transaction.Commit();
+    }
+    const bool undone = WEXITSTATUS(Wait(child)) == 0;
+    EXPECT_EQ(Number(database, "SELECT COUNT(*) FROM par WHERE naziv = 'Ana'"), undone ? 0 : 1);
+    EXPECT_EQ(Number(database, "SELECT COUNT(*) FROM mjesto WHERE naziv = 'Selo'"), undone ? 0 : 1);
+    EXPECT_TRUE(database.FindDamages(1).empty());
+    database.Execute("DELETE FROM par WHERE naziv = 'Ana'");
+    if (!undone) {
+      CompanyServer server{Database(path_)};
+      EXPECT_EQ(Undo(server, trial), "committed");
+    }
+  }
+}
+
 // Imports and takes back without end, until it is killed.
 TEST_F(ImportJournal, KeepsImportsWholeWhenTheirProcessIsKilled) {
   constexpr std::int64_t kRows = 300;
