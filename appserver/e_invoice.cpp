@@ -5,6 +5,7 @@
 
 #include "appserver/stored_document.h"
 #include "mox/codes/exchange_rates.h"
+#include "mox/foundation/clock.h"
 #include "mox/foundation/exchange_text.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
@@ -224,17 +225,33 @@ std::int64_t RequiredIntegerIn(RecordSet& records, std::string_view name) {
   throw WriteRefused({"", records.Name(), 1, std::string(name), "must not be empty"});
 }
 
+// Blank where there is no such field.
+std::string TextIn(RecordSet& records, std::string_view name) {
+  const auto field = records.FindField(name);
+  return field ? std::string(TrimBlanks(field->AsText())) : std::string();
+}
+
+// The number of the e-invoice that a document has.
+std::optional<std::int64_t> LinkOf(Database& database, std::int64_t doc_id) {
+  const RecordSet link = database.Query("veza", ParseColumns("electronic_id:integer"),
+                                        "SELECT electronic_id FROM eracun_veze WHERE dok_id = :id", {doc_id});
+  return link.IsEmpty() ? std::nullopt : std::optional(link.AsInteger(0));
+}
+
+std::string HasEInvoice(std::int64_t electronic_id) {
+  return "the document has the e-invoice " + std::to_string(electronic_id);
+}
+
 // Refusing means to the client that the document has an e-invoice, so nothing else is refused here: whether
 // there is such a document shows when its data are asked for.
 std::optional<RecordSet> CheckNotLinked(const NamedTransaction& /*transaction*/, Database& database,
                                         SentRecordSets& sent) {
   RecordSet& asked = *sent.Find("ads");
   const std::int64_t doc_id = RequiredIntegerIn(asked, "VelorFormsID");
-  const RecordSet link = database.Query("veza", ParseColumns("electronic_id:integer"),
-                                        "SELECT electronic_id FROM eracun_veze WHERE dok_id = :id", {doc_id});
-  if (link.IsEmpty()) return std::nullopt;
-  throw WriteRefused({"", asked.Name(), 1, "VelorFormsID",
-                      "the document has the e-invoice " + std::to_string(link.AsInteger(0))});
+  if (const auto id = LinkOf(database, doc_id)) {
+    throw WriteRefused({"", asked.Name(), 1, "VelorFormsID", HasEInvoice(*id)});
+  }
+  return std::nullopt;
 }
 
 // The whole answer is kept as JSON, whatever an intermediary put into it.
@@ -251,11 +268,52 @@ std::optional<RecordSet> InsertLink(const NamedTransaction& /*transaction*/, Dat
   if (electronic_id < 1) throw WriteRefused({"", answer.Name(), 1, "electronicId", "is no e-invoice"});
   if (status_id == kDeliveryFailed)
     throw WriteRefused({"", answer.Name(), 1, "statusId", "was not delivered"});
+  const std::int64_t doc_id = RequiredIntegerIn(*sent.Find("adsDocId"), "docId");
+  if (LinkOf(database, doc_id) == electronic_id) return std::nullopt;  // two programs have asked after it
   database.Execute(
       "INSERT INTO eracun_veze (dok_id, electronic_id, status_id, odgovor) "
       "VALUES (:dok_id, :electronic_id, :status_id, :odgovor)",
-      {RequiredIntegerIn(*sent.Find("adsDocId"), "docId"), electronic_id,
-       status_id ? Value(*status_id) : Value(), AnswerJson(answer)});
+      {doc_id, electronic_id, status_id ? Value(*status_id) : Value(), AnswerJson(answer)});
+  database.Execute("DELETE FROM eracun_pokusaji WHERE dok_id = :id", {doc_id});
+  return std::nullopt;
+}
+
+// An attempt takes the place of the one that its program has seen, so that of two programs at the same moment
+// one has to look again.
+std::optional<RecordSet> BeginAttempt(const NamedTransaction& /*transaction*/, Database& database,
+                                      SentRecordSets& sent) {
+  RecordSet& attempt = *sent.Find("adsPokusaj");
+  const std::int64_t doc_id = RequiredIntegerIn(attempt, "docId");
+  const std::string name = TextIn(attempt, "pokusaj");
+  const auto refuse = [&](std::string field, std::string message) {
+    throw WriteRefused({"", attempt.Name(), 1, std::move(field), std::move(message)});
+  };
+  if (name.empty()) refuse("pokusaj", "must not be empty");
+  if (const auto id = LinkOf(database, doc_id)) refuse("docId", HasEInvoice(*id));
+  const RecordSet before = database.Query("prije", ParseColumns("pokusaj"),
+                                          "SELECT pokusaj FROM eracun_pokusaji WHERE dok_id = :id", {doc_id});
+  if ((before.IsEmpty() ? std::string() : before.AsText(0)) != TextIn(attempt, "prethodni")) {
+    refuse("prethodni", "another attempt to send the document has begun");
+  }
+  database.Execute("DELETE FROM eracun_pokusaji WHERE dok_id = :id", {doc_id});
+  database.Execute(
+      "INSERT INTO eracun_pokusaji (dok_id, pokusaj, sazetak, vrijeme, u_tijeku) "
+      "VALUES (:dok_id, :pokusaj, :sazetak, :vrijeme, :u_tijeku)",
+      {doc_id, name, TextIn(attempt, "sazetak"), LocalNow(), true});
+  return std::nullopt;
+}
+
+// Another attempt, that has taken the place of this one, is left alone.
+std::optional<RecordSet> EndAttempt(const NamedTransaction& /*transaction*/, Database& database,
+                                    SentRecordSets& sent) {
+  RecordSet& attempt = *sent.Find("adsPokusaj");
+  const std::int64_t doc_id = RequiredIntegerIn(attempt, "docId");
+  const auto known = attempt.FindField("poznat");
+  const std::string change = known && !known->IsNull() && ToBoolean(known->AsVariant())
+                                 ? "DELETE FROM eracun_pokusaji"
+                                 : "UPDATE eracun_pokusaji SET u_tijeku = FALSE";
+  database.Execute(change + " WHERE dok_id = :dok_id AND pokusaj = :pokusaj",
+                   {doc_id, TextIn(attempt, "pokusaj")});
   return std::nullopt;
 }
 
@@ -281,6 +339,17 @@ const NamedTransaction kTransactions[] = {
      "links a document to the e-invoice that the intermediary made of it, once",
      {{"adsMojERacun", {"eracun_veze"}}, {"adsDocId", {"eracun_veze"}}},
      InsertLink},
+    {"ERacunPokusajPocetak",
+     "remembers, before an invoice is posted, that it may have been sent; refused when the document has an "
+     "e-invoice, or its last attempt is not `prethodni`",
+     {{"adsPokusaj", {"eracun_pokusaji"}, true, "docId,pokusaj,prethodni,sazetak"}},
+     BeginAttempt},
+    {"ERacunPokusajKraj",
+     "forgets an attempt of which it is known (`poznat`) that there is no e-invoice of it; of any other one "
+     "says "
+     "that it has ended",
+     {{"adsPokusaj", {"eracun_pokusaji"}, true, "docId,pokusaj,poznat"}},
+     EndAttempt},
     {"UpdateIntegrationsUsersAccounts",
      "changes the company's account with the intermediary of e-invoices",
      {{"adsLoginData", {"integracije_racuni"}}},

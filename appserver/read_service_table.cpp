@@ -163,9 +163,9 @@ FROM poslovni_prostor WHERE skl_id = :skl_id AND za_ugovore ORDER BY id)"}}},
 
     {"IntegrationsUsersAccounts",
      "",
-     "the company's account with the intermediary of e-invoices",
-     {{"adsLoginData", "EracunSendB2CBills:boolean,EracunB2CUrl,EracunUserName", R"(
-SELECT eracun_send_b2c_bills, eracun_b2c_url, eracun_user_name
+     "the company's account with the intermediary of e-invoices, and that attempts to send are remembered",
+     {{"adsLoginData", "EracunSendB2CBills:boolean,EracunB2CUrl,EracunUserName,EracunPokusaji:boolean", R"(
+SELECT eracun_send_b2c_bills, eracun_b2c_url, eracun_user_name, TRUE
 FROM integracije_racuni WHERE user_id = '')"}}},
 
     {"CheckIfRlistaExist",
@@ -291,6 +291,12 @@ SELECT p.tip_tvrtke FROM dok d LEFT JOIN par p ON p.id = d.par_id WHERE d.id = :
      "the e-invoice that was made of a document",
      {{"adsERacun", "electronicId:integer,statusId:integer,odgovor", R"(
 SELECT electronic_id, status_id, odgovor FROM eracun_veze WHERE dok_id = :id)"}}},
+
+    {"ERacunPokusaj",
+     "id:integer",
+     "the last attempt to send a document, where it is not known what became of it",
+     {{"adsPokusaj", "pokusaj,sazetak,vrijeme:datetime,u_tijeku:boolean", R"(
+SELECT pokusaj, sazetak, vrijeme, u_tijeku FROM eracun_pokusaji WHERE dok_id = :id)"}}},
 
     {"DnevnikUvoza",
      "",

@@ -1,4 +1,3 @@
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -9,6 +8,7 @@
 #include "cli/host.h"
 #include "cli/options.h"
 #include "cli/service_request.h"
+#include "mox/foundation/dates.h"
 #include "mox/integrations/consumer_e_invoice.h"
 #include "mox/server/invoice_files.h"
 #include "mox/server/read_services.h"
@@ -27,6 +27,19 @@ std::optional<std::string> ElectronicId(std::int64_t doc_id) {
   auto link = CreateDBDataSet("ERacunVeza", "adsERacun", {{"id", doc_id}});
   if (!link || link->IsEmpty()) return std::nullopt;
   return link->FieldByName("electronicId").AsText();
+}
+
+// Raises Error where nobody knows whether the document was sent.
+void RequireNoAttempt(std::int64_t doc_id, const std::string& document) {
+  auto attempt = CreateDBDataSet("ERacunPokusaj", "adsPokusaj", {{"id", doc_id}});
+  if (!attempt || attempt->IsEmpty()) return;
+  if (!attempt->FieldByName("u_tijeku").AsBoolean()) {
+    throw Error(document +
+                " may have been sent, and no answer tells: ask the intermediary; --yes sends it again");
+  }
+  throw Error(document + " may have been sent: an attempt that began on " +
+              FormatIsoDateTime(attempt->FieldByName("vrijeme").AsDateTime()) +
+              " has not ended; try again, or ask the intermediary; --yes sends it again");
 }
 
 void RunEInvoice(const EInvoiceArguments& arguments, Session& session) {
@@ -54,10 +67,7 @@ void RunEInvoice(const EInvoiceArguments& arguments, Session& session) {
                 << std::endl;
     return;
   }
-  if (std::filesystem::exists(InvoiceFilesOf(doc_id).attempt)) {
-    throw Error(document +
-                " may have been sent, and no answer tells: ask the intermediary; --yes sends it again");
-  }
+  RequireNoAttempt(doc_id, document);
   const auto& failure = server.LastWrite().failure;
   throw Error(document + " has no e-invoice" + (failure ? ": " + failure->ToString() : ""));
 }

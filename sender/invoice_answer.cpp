@@ -14,7 +14,6 @@ using nlohmann::json;
 constexpr int kDeepestMember = 32;
 constexpr std::size_t kMostMembers = 1000;
 constexpr std::size_t kExcerptLength = 300;
-constexpr std::int64_t kDeliveryFailed = 50;
 
 // The object that a text holds; none where it is no JSON, or no object of a reasonable size.
 std::optional<json> ObjectIn(const std::string& text) {
@@ -140,11 +139,6 @@ std::string InvoiceQuestion(const std::string& invoice) {
     question[path] = object->at(path);
   }
   return question.dump();
-}
-
-bool IsAccepted(RecordSet& answer) {
-  return !answer.FindFieldIndex("statusCode") && IntegerOr(answer, "electronicId", 0) > 0 &&
-         IntegerOr(answer, "statusId", 0) != kDeliveryFailed;
 }
 
 }  // namespace mox

@@ -36,8 +36,4 @@ std::string AccountKey(const std::string& invoice);
 /// `godina`. Empty where the invoice does not say which document it is.
 std::string InvoiceQuestion(const std::string& invoice);
 
-/// Whether the intermediary has taken the invoice: an `electronicId` above 0, and no `statusId` of a failed
-/// delivery.
-bool IsAccepted(RecordSet& answer);
-
 }  // namespace mox

@@ -87,7 +87,7 @@ std::optional<std::string> AcceptedAnswer(const std::string& answer_file) {
   try {
     RecordSet answer;
     answer.LoadFromFile(answer_file);
-    if (IsAccepted(answer)) return answer.Name();
+    if (IsAcceptedAnswer(answer)) return answer.Name();
   } catch (const Error&) {
     return std::nullopt;
   }
@@ -150,12 +150,15 @@ std::optional<RecordSet> AskedAfter(const Posting& posting) {
 // The answer to an invoice. Before it is posted, a file says so, which goes when it is known what became of
 // it: who finds the file left asks before he posts again.
 InvoiceAnswer Exchanged(const Posting& posting) {
-  if (std::filesystem::exists(posting.files.attempt)) {
+  const std::string& file = posting.files.attempt;
+  const InvoiceAttempt attempt = ReadAttempt(file).value_or(InvoiceAttempt{posting.name, AttemptStep::kPost});
+  const bool may_be_posted = attempt.step != AttemptStep::kAskOnly;
+  if (attempt.step == AttemptStep::kAsk || !may_be_posted) {
     std::optional<RecordSet> known = AskedAfter(posting);
-    if (!known) return {MaybeSent(), false};
-    if (IsAccepted(*known)) return {std::move(*known)};
+    if (known && IsAcceptedAnswer(*known)) return {std::move(*known)};
+    if (!known || !may_be_posted) return {MaybeSent(), false};
   }
-  ReplaceFile(posting.files.attempt, posting.name + '\n', FileAccess::kOwnerOnly);
+  WriteAttempt(file, {attempt.name, AttemptStep::kAsk});
   return Posted(posting, posting.url, posting.json);
 }
 
@@ -191,7 +194,7 @@ ExitStatus PostInvoice(const Parameters& parameters) {
   records.SetName(posting.name);
   ReplaceFile(files.answer, records.SaveToString(), FileAccess::kOwnerOnly);
   if (answer.certain) RemoveFile(files.attempt);
-  if (IsAccepted(records)) return kDone;
+  if (IsAcceptedAnswer(records)) return kDone;
   const auto message = records.FindField("message");
   std::cerr << "document " << VisibleText(document)
             << (answer.certain ? ": refused" : ": perhaps sent, which is not known")

@@ -8,6 +8,7 @@
 
 #include "mox/foundation/app.h"
 #include "mox/foundation/files.h"
+#include "mox/integrations/send_attempt_internal.h"
 #include "mox/server/invoice_files.h"
 #include "mox/server/param_list.h"
 #include "mox/server/read_services.h"
@@ -64,7 +65,8 @@ Invoice ReadInvoice(std::int64_t doc_id) {
   return {TextIn(answer.get(), "adsData", "jsonData"), TextIn(answer.get(), "adsPartner", "tipTvrtke")};
 }
 
-// Records a sent invoice and reports when the server did not take the record. False in that case only.
+// Records a sent invoice and reports where there is none, or the server did not take the record. False in
+// the latter case.
 bool Record(RecordSet& answer, std::int64_t doc_id) {
   RecordSet link("adsMojERacun");
   link.CleanClone(answer);
@@ -76,6 +78,12 @@ bool Record(RecordSet& answer, std::int64_t doc_id) {
   return recorded || !sent;
 }
 
+// Whether the server remembers which invoices may have been sent.
+bool KeepsAttempts(RecordSet& login) {
+  const auto keeps = login.FindField("EracunPokusaji");
+  return keeps && keeps->AsBoolean();
+}
+
 // An invoice on its way: its text, where it goes, and the files that carry it.
 struct Sending {
   std::int64_t doc_id;
@@ -85,13 +93,14 @@ struct Sending {
 };
 
 // Stops with the silent abort, after a message, when the request sender cannot be started.
-void RunSender(const Sending& sending) {
+void RunSender(const Sending& sending, SendAttempt& attempt) {
   ReplaceFile(sending.files.invoice, sending.json, FileAccess::kOwnerOnly);
   if (RunRequestSender(" -servicetype MojEracunB2C -url " + Quoted(sending.url) + " -link " +
                        Quoted(sending.files.invoice) + " -docId " + Quoted(std::to_string(sending.doc_id)) +
                        " -method POST")) {
     return;
   }
+  attempt.End();
   ShowMessage("Error starting CallAPIRequestSender!");
   throw Abort();
 }
@@ -114,16 +123,19 @@ bool IsToBePostedAgain(const RecordSet& answer) {
 
 // Only an answer that was taken is removed: one that could not be recorded, or belongs to another invoice,
 // stays.
-void TakeAnswer(RecordSet& answer, const Sending& sending) {
+void TakeAnswer(RecordSet& answer, const Sending& sending, SendAttempt& attempt) {
   if (IsAnswerToAnother(answer.Name(), sending.url, sending.json)) {
+    attempt.End(true);
     ShowError(kAnswer, "Odgovor u datoteci " + sending.files.answer + " ne pripada ovom računu.");
     return;
   }
+  if (!IsAcceptedAnswer(answer)) attempt.End();
   if (const auto status_code = answer.FindField("statusCode")) {
     if (!answer.FindFieldIndex(kMaybeSent)) {
       ShowError(kAnswer, status_code->AsText() + " ; " + answer.FieldByName("message").AsText() + "\r\n");
     }
   } else if (!Record(answer, sending.doc_id)) {
+    attempt.End(true);
     return;
   }
   RemoveFile(sending.files.answer);
@@ -147,6 +159,8 @@ void eRacunB2CSendBill(std::int64_t doc_id) {
   }
   // Until the answer is recorded no other program finds the document without an e-invoice.
   const FileLock lock = LockInvoiceFiles();
+  const bool keeps_attempts = KeepsAttempts(*login);
+  if (keeps_attempts) CarryOverAttempts();
   if (eRacunIsDocumentSent(doc_id)) return;
 
   const HourglassCursor cursor;
@@ -154,14 +168,20 @@ void eRacunB2CSendBill(std::int64_t doc_id) {
   if (invoice.buyer_kind != kPrivatePerson) Refuse("Kupac kojem šaljete eRačun nije fizička osoba!");
   const Sending sending = {doc_id, login->FieldByName("EracunB2CUrl").AsText(), std::move(invoice.json),
                            InvoiceFilesOf(doc_id)};
-  RunSender(sending);
+  SendAttempt attempt(keeps_attempts, doc_id, sending.files, InvoiceAnswerName(sending.url, sending.json));
+  attempt.Begin();
+  RunSender(sending, attempt);
   std::optional<RecordSet> answer = ReadAnswer(sending);
   if (answer && IsToBePostedAgain(*answer)) {
-    RemoveFile(sending.files.attempt);
-    RunSender(sending);
+    attempt.BeginAgain();
+    RunSender(sending, attempt);
     answer = ReadAnswer(sending);
   }
-  if (answer) TakeAnswer(*answer, sending);
+  if (answer) {
+    TakeAnswer(*answer, sending, attempt);
+  } else {
+    attempt.End();
+  }
   RemoveFile(sending.files.invoice);
 }
 

@@ -14,8 +14,9 @@ namespace mox {
 //   adsB2C_<document>.xml   the answer, a record set in its text form: a refusal has the fields
 //                           `statusCode` and `message`, anything else `electronicId` and `statusId`
 
-/// The company's account with the intermediaries: Boolean `EracunSendB2CBills`, text `EracunB2CUrl`. None
-/// where the server gave none.
+/// The company's account with the intermediaries: Boolean `EracunSendB2CBills`, text `EracunB2CUrl`, and the
+/// Boolean `EracunPokusaji` of a server that remembers attempts to send (services ERacunPokusaj,
+/// ERacunPokusajPocetak and ERacunPokusajKraj). None where the server gave none.
 std::optional<RecordSet> eRacunGetLoginData();
 
 /// Whether the invoice already has an e-invoice: the server refuses to link it once more.
@@ -32,6 +33,9 @@ bool eRacunIsDocumentSent(std::int64_t doc_id);
 /// An answer is removed only when nothing in it can be lost: one that could not be recorded stays in its
 /// file. With such a file the request sender does not post the invoice again, so that the next attempt
 /// records it.
+///
+/// While nobody knows whether the intermediary has the invoice, the server remembers the attempt, or where it
+/// keeps none a file does; the next one asks the intermediary, or the user, before it posts again.
 void eRacunB2CSendBill(std::int64_t doc_id);
 
 }  // namespace mox

@@ -222,7 +222,7 @@ void CompanyServerTest::ExpectCases(const std::string& file, std::initializer_li
 
 TEST_F(CompanyServerTest, AnswersServices) { ExpectCases("services", {"sql", "read"}); }
 TEST_F(CompanyServerTest, StoresTransactions) {
-  ExpectCases("transactions", {"write", "raw", "rows", "read"});
+  ExpectCases("transactions", {"sql", "write", "raw", "rows", "read"});
 }
 TEST_F(CompanyServerTest, MovesStock) { ExpectCases("stock", {"sql", "write", "rows", "read"}); }
 TEST_F(CompanyServerTest, FindsImportedValues) {

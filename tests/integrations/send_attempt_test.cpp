@@ -1,0 +1,207 @@
+#include <algorithm>
+#include <span>
+
+#include "mox/foundation/files.h"
+#include "mox/integrations/consumer_e_invoice.h"
+#include "mox/server/invoice_files.h"
+#include "tests/fakes/recording_host.h"
+#include "tests/fakes/scratch_folder.h"
+
+namespace mox {
+namespace {
+
+constexpr std::int64_t kDocument = 7;
+constexpr const char* kUrl = "https://eracun";
+constexpr const char* kInvoice = "{}";
+
+// The company database and the intermediary, which workstations share.
+struct World {
+  std::string attempt;  // of the document; empty where none is remembered
+  bool under_way = false;
+  bool linked = false;
+  bool refuses = false;
+  bool drops_answers = false;
+  int posted_unasked = 0;
+};
+
+struct Killed {};
+
+RecordSet OneRecord(const std::vector<std::pair<std::string, Value>>& fields) {
+  RecordSet records;
+  std::vector<Value> values;
+  for (const auto& [name, value] : fields) {
+    records.DefineField(name, std::holds_alternative<bool>(value) ? FieldKind::kBoolean : FieldKind::kText);
+    values.push_back(value);
+  }
+  records.Open();
+  records.AppendRecord(values);
+  return records;
+}
+
+// A workstation whose program and request sender are killed together before their n-th step.
+class Workstation : public RecordingHost {
+ public:
+  Workstation(World& world, int steps) : world_(world), steps_(steps) {
+    folder = scratch_ / "";
+    program = [this](std::string_view) -> std::vector<int> {
+      SendInvoice();
+      return {0};
+    };
+    dialog_answers.assign(100, kDialogNo);
+  }
+
+  void KillBeforeStep(int steps) { steps_ = steps; }
+
+  // False when it was killed.
+  bool Try() {
+    const ScopedApp app(Parts());
+    try {
+      eRacunB2CSendBill(kDocument);
+    } catch (const Killed&) {
+      return false;
+    }
+    return true;
+  }
+
+  bool WasPosting() {
+    const ScopedApp app(Parts());
+    const auto left = ReadAttempt(InvoiceFilesOf(kDocument).attempt);
+    return left && left->step == AttemptStep::kAsk;
+  }
+
+  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& /*request*/,
+                                                    std::string_view service) override {
+    Step();
+    auto answers = std::make_unique<TAstaParamList>();
+    const auto add = [&](const char* name, RecordSet records) { answers->FastAdd(name, std::move(records)); };
+    if (service == "IntegrationsUsersAccounts") {
+      add("adsLoginData",
+          OneRecord(
+              {{"EracunSendB2CBills", true}, {"EracunB2CUrl", std::string(kUrl)}, {"EracunPokusaji", true}}));
+    } else if (service == "MojERacunB2C") {
+      add("adsData", OneRecord({{"jsonData", std::string(kInvoice)}}));
+      add("adsPartner", OneRecord({{"tipTvrtke", std::string("Fizička osoba")}}));
+    } else if (!world_.attempt.empty()) {
+      add("adsPokusaj", OneRecord({{"pokusaj", world_.attempt},
+                                   {"sazetak", InvoiceAnswerName(kUrl, kInvoice)},
+                                   {"u_tijeku", world_.under_way}}));
+    }
+    return answers;
+  }
+
+  int WriteDataService(const TAstaParamList& request) override {
+    Step();
+    const int done = Store(request);
+    Step();
+    return done;
+  }
+
+  int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
+                      std::string_view message) override {
+    Step();
+    return RecordingHost::ShowVelorDialog(kind, caption, heading, message);
+  }
+
+ private:
+  void Step() {
+    if (--steps_ == 0) throw Killed();
+  }
+
+  int Store(const TAstaParamList& request) {
+    const std::string name = request[0].Name();
+    if (name == "ERacunVezaSaMojERacunProvjera") return world_.linked ? 0 : 1;
+    if (name == "InsertERacunB2C") {
+      world_.linked = true;
+      world_.attempt.clear();
+      return 1;
+    }
+    auto sets = TAstaParamList::FromTokenizedString(request[0].AsTextView());
+    RecordSet& sent = sets[0].AsDataSet();
+    const std::string attempt = sent.FieldByName("pokusaj").AsText();
+    if (name == "ERacunPokusajPocetak") {
+      if (world_.linked || sent.FieldByName("prethodni").AsText() != world_.attempt) return 0;
+      world_.attempt = attempt;
+      world_.under_way = true;
+    } else if (attempt == world_.attempt) {
+      world_.under_way = false;
+      if (sent.FieldByName("poznat").AsText() == "true") world_.attempt.clear();
+    }
+    return 1;
+  }
+
+  // What the request sender does where the intermediary cannot be asked.
+  void SendInvoice() {
+    const InvoiceFiles files = InvoiceFilesOf(kDocument);
+    Step();
+    const InvoiceAttempt attempt = ReadAttempt(files.attempt).value();
+    RecordSet answer = OneRecord({{"electronicId", std::string("5")}, {"statusId", std::string("30")}});
+    if (attempt.step == AttemptStep::kAsk || attempt.step == AttemptStep::kAskOnly) {
+      answer = OneRecord({{"statusCode", ""}, {"message", ""}, {"mozda_poslan", std::string("1")}});
+    } else {
+      WriteAttempt(files.attempt, {attempt.name, AttemptStep::kAsk});
+      Step();
+      if (attempt.step == AttemptStep::kPost) ++world_.posted_unasked;
+      Step();
+      if (world_.drops_answers) return;
+      if (world_.refuses) answer = OneRecord({{"statusCode", std::string("1")}, {"message", ""}});
+    }
+    answer.SetName(InvoiceAnswerName(kUrl, kInvoice));
+    answer.SaveToFile(files.answer);
+    Step();
+    if (!answer.FindFieldIndex("mozda_poslan")) RemoveFile(files.attempt);
+    Step();
+  }
+
+  World& world_;
+  int steps_;
+  ScratchFolder scratch_;
+};
+
+constexpr int kNever = 0;
+
+// Killed before any step, tried again from the same workstation and from others: what may have been delivered
+// is posted again only where a user has said so.
+TEST(SendAttempt, IsRememberedWheneverItIsKilled) {
+  for (const bool drops_answers : {false, true}) {
+    for (const bool same_first : {false, true}) {
+      bool killed = true;
+      for (int step = 1; killed; ++step) {
+        SCOPED_TRACE("step " + std::to_string(step));
+        World world;
+        world.drops_answers = drops_answers;
+        Workstation first(world, step);
+        Workstation second(world, kNever);
+        killed = !first.Try();
+        first.KillBeforeStep(kNever);
+        Workstation* const order[] = {&first, &second, &first};
+        for (Workstation* const next : std::span(order).subspan(same_first ? 0 : 1)) {
+          next->Try();
+          EXPECT_LE(world.posted_unasked, 1);
+        }
+        EXPECT_TRUE(world.linked || !world.attempt.empty());
+      }
+    }
+  }
+}
+
+// Its own workstation knows whether the invoice was on its way, and asks only then.
+TEST(SendAttempt, IsAskedAboutOnlyInDoubt) {
+  bool killed = true;
+  for (int step = 1; killed; ++step) {
+    SCOPED_TRACE("step " + std::to_string(step));
+    World world;
+    world.refuses = true;
+    Workstation workstation(world, step);
+    killed = !workstation.Try();
+    const bool in_doubt = workstation.WasPosting();
+    workstation.KillBeforeStep(kNever);
+    workstation.log.clear();
+    workstation.Try();
+    const auto asked = [](const std::string& line) { return line.starts_with("dialog 1"); };
+    EXPECT_EQ(std::any_of(workstation.log.begin(), workstation.log.end(), asked), in_doubt);
+    EXPECT_EQ(world.attempt.empty(), !in_doubt);
+  }
+}
+
+}  // namespace
+}  // namespace mox
