@@ -6,6 +6,7 @@
 #include "appserver/e_invoice.h"
 #include "mox/codes/control_digits.h"
 #include "mox/foundation/find_row.h"
+#include "mox/foundation/secrets.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 
@@ -214,6 +215,11 @@ void CompanyData::AppendAll(RecordSet& answer) const {
     Value value = stored.IsEmpty() ? Value() : stored.AsVariant(0);
     if (field.is_flag) value = std::string(stored.AsText(0) == "1" ? "true" : "false");
     if (field.is_secret) value = std::string(stored.AsText(0).empty() ? "" : "(postavljen)");
+    if (auto* const text = std::get_if<std::string>(&value)) {
+      Secrets secrets;
+      secrets.AddThoseOf(*text);
+      *text = secrets.Blanked(*text);
+    }
     answer.AppendRecord(
         {std::string(field.name), value, std::string(field.summary), std::string(kAccountGroup)});
   }

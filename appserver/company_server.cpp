@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "appserver/company_transactions.h"
+#include "appserver/e_invoice.h"
 #include "appserver/named_transaction_table.h"
 #include "appserver/read_service_table.h"
 #include "appserver/retail_sizes.h"
@@ -16,11 +17,7 @@ namespace mox {
 CompanyServer::CompanyServer(Database database, Log log)
     : database_(std::move(database)), log_(std::move(log)), company_(database_) {}
 
-void CompanyServer::AddSecrets(Secrets& secrets) {
-  RecordSet keys = database_.Query("racuni", ParseColumns("kljuc"),
-                                   "SELECT eracun_key FROM integracije_racuni WHERE eracun_key IS NOT NULL");
-  for (; !keys.Eof(); keys.Next()) secrets.Add(keys.AsTextView(0));
-}
+void CompanyServer::AddSecrets(Secrets& secrets) { AddAccountSecrets(database_, secrets); }
 
 void CompanyServer::Tell(std::string_view line) const {
   if (log_) log_(VisibleText(line));

@@ -31,7 +31,7 @@ class CompanyServer : public TdmComunication {
   /// "NAME=VALUE" stands before the company parameter and the additional feature of that name.
   void SetParameter(std::string_view assignment) { company_.Set(assignment); }
 
-  /// Adds the keys of the company's accounts, which nobody is to see.
+  /// Adds the keys and passwords of the company's accounts, which nobody is to see.
   void AddSecrets(Secrets& secrets);
 
   RecordSet* CompanyParameters() override { return company_.Parameters(); }

@@ -408,6 +408,15 @@ void StoreAccountField(Database& database, const AccountField& field, const Valu
       {field.is_flag ? Value(ToBoolean(value)) : Value(ToText(value))});
 }
 
+void AddAccountSecrets(Database& database, Secrets& secrets) {
+  RecordSet accounts = database.Query("racuni", ParseColumns("kljuc,adresa"),
+                                      "SELECT eracun_key, eracun_b2c_url FROM integracije_racuni");
+  for (; !accounts.Eof(); accounts.Next()) {
+    secrets.Add(accounts.AsTextView(0));
+    secrets.AddThoseOf(accounts.AsTextView(1));
+  }
+}
+
 std::span<const NamedTransaction> EInvoiceTransactionTable() { return kTransactions; }
 
 }  // namespace mox

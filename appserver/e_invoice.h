@@ -8,6 +8,7 @@
 #include "appserver/company_data.h"
 #include "appserver/named_transaction.h"
 #include "appserver/read_service.h"
+#include "mox/foundation/secrets.h"
 
 namespace mox {
 
@@ -35,6 +36,8 @@ struct AccountField {
 std::span<const AccountField> AccountFields();
 /// Raises ConversionError for a flag that is neither true nor false.
 void StoreAccountField(Database& database, const AccountField& field, const Value& value);
+/// Adds the keys of the accounts, and what their addresses hold, to what nobody is to see.
+void AddAccountSecrets(Database& database, Secrets& secrets);
 /// Those that link documents to their e-invoices, and the one that sets the company's account.
 std::span<const NamedTransaction> EInvoiceTransactionTable();
 

@@ -57,10 +57,13 @@ void Set(const CompanyArguments& arguments, Session& session) {
     if (SameName(name, kSecret)) {
       throw UsageError("the key is read from a file or from standard input: --key FILE, or --key -");
     }
+    session.secrets.AddThoseOf(value);
     values.AppendRecord({name, value});
   }
   if (!arguments.key_file.empty()) {
-    values.AppendRecord({std::string(kSecret), ReadSecret(arguments.key_file, session)});
+    const std::string key = ReadSecret(arguments.key_file, session);
+    session.secrets.Add(key);
+    values.AppendRecord({std::string(kSecret), key});
   }
   RequireStored(server, ExecuteTransaction("ParametriPoduzecaUpdate", {&values}));
 }

@@ -43,6 +43,11 @@ void RequireAnswer(const ServiceInfo& service, const std::string& part) {
   throw UsageError("--part: " + std::string(service.name) + ": " + ThereIsNo("answer", part, names));
 }
 
+// Keys and passwords of accounts, which go to the intermediary and nowhere else.
+bool HoldsSecrets(std::string_view service) {
+  return service == "MojERacunB2C" || service == "IntegrationsUsersAccounts";
+}
+
 void RunQuery(const QueryArguments& arguments, Session& session) {
   if (arguments.markdown && arguments.service.empty()) return AppendReadServicePage(session.out);
   if (arguments.list || arguments.service.empty()) return ListServices(ReadServices(), "", session.out);
@@ -62,8 +67,7 @@ void RunQuery(const QueryArguments& arguments, Session& session) {
     answer.SetName((*answers)[i].Name());
     Print(answer, arguments.table, session.out);
   }
-  // The invoice holds the key of the account, which goes to the intermediary and nowhere else.
-  if (arguments.service == "MojERacunB2C") {
+  if (HoldsSecrets(arguments.service)) {
     session.out.replace(before, std::string::npos, session.secrets.Blanked(session.out.substr(before)));
   }
 }

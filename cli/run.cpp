@@ -170,9 +170,11 @@ int Execute(const CLI::App& app, const Parsed& parsed, std::istream& in, std::os
     throw Error(kUnwritable);
   } catch (const Abort&) {
     throw;
+  } catch (const UsageError& error) {
+    throw UsageError(session.secrets.Blanked(error.what()));
   } catch (const std::exception& error) {
-    if (session.stored.empty()) throw;
-    throw Error(std::string(error.what()) + "; " + session.stored);
+    const std::string stored = session.stored.empty() ? "" : "; " + session.stored;
+    throw Error(session.secrets.Blanked(error.what()) + stored);
   }
 }
 

@@ -36,6 +36,13 @@ void WarnOfColumns(const std::string& transaction, const std::vector<RecordSetFi
   }
 }
 
+// The account of a record set is shown in no message.
+void KeepSecret(RecordSet& records, Secrets& secrets) {
+  if (records.IsEmpty()) return;
+  if (const auto key = records.FindField("EracunKey")) secrets.Add(key->AsText());
+  if (const auto address = records.FindField("EracunB2CUrl")) secrets.AddThoseOf(address->AsText());
+}
+
 void RunStore(const StoreArguments& arguments, Session& session) {
   if (arguments.markdown && arguments.transaction.empty()) return AppendTransactionPage(session.out);
   if (arguments.list || arguments.transaction.empty())
@@ -51,6 +58,7 @@ void RunStore(const StoreArguments& arguments, Session& session) {
   for (const auto& [name, path] : named) {
     files.push_back(ReadRecordSet(ReadFileText(path, session.in)));
     files.back().records.SetName(name);
+    KeepSecret(files.back().records, session.secrets);
   }
   std::vector<RecordSet*> record_sets;
   for (RecordSetFile& file : files) record_sets.push_back(&file.records);

@@ -53,12 +53,6 @@ std::size_t Receive(const char* data, std::size_t size, std::size_t count, void*
 
 }  // namespace
 
-std::string PasswordIn(const std::string& url) {
-  const Owned<CURLU> parsed(curl_url());
-  if (curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK) return {};
-  return PartOf(parsed.get(), CURLUPART_PASSWORD);
-}
-
 HttpAnswer PostJson(const std::string& url, const std::string& json, const std::string& key,
                     const PostLimits& limits) {
   RequireSafe(url);

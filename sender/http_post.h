@@ -36,9 +36,6 @@ class PostFailure : public std::exception {
   bool sent_;
 };
 
-/// The password that stands in an address; empty where there is none.
-std::string PasswordIn(const std::string& url);
-
 /// Posts JSON and takes the answer. The server's certificate is verified; an address without TLS is refused
 /// unless it is one of this computer, since an invoice carries the credentials of the account. Redirections
 /// are not followed. Raises PostFailure.

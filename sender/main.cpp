@@ -180,8 +180,8 @@ ExitStatus PostInvoice(const Parameters& parameters) {
   posting.json = ReadWholeFile(files.invoice);
   posting.name = InvoiceAnswerName(posting.url, posting.json);
   posting.secrets.Add(AccountKey(posting.json));
-  posting.secrets.Add(PasswordIn(posting.url));
-  posting.secrets.Add(PasswordIn(posting.settings.query_url));
+  posting.secrets.AddThoseOf(posting.url);
+  posting.secrets.AddThoseOf(posting.settings.query_url);
   const std::optional<std::string> accepted = AcceptedAnswer(files.answer);
   if (accepted == posting.name) {
     RemoveFile(files.attempt);

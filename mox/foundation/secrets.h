@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,14 +11,29 @@ namespace mox {
 /// an outside party goes through Blanked.
 class Secrets {
  public:
-  /// Remembers a secret, and how it stands in JSON, in an address and in base64. One of less than four
-  /// characters hides nothing and is left alone.
+  Secrets();
+  Secrets(const Secrets&);
+  Secrets(Secrets&&) noexcept;
+  Secrets& operator=(const Secrets&);
+  Secrets& operator=(Secrets&&) noexcept;
+  ~Secrets();
+
+  /// Remembers a secret, however it is encoded: as in JSON, in an address (each character of it as it is or
+  /// by its code), in HTML, in Windows-1250 or in base64. One of less than four characters hides nothing and
+  /// is left alone.
   void Add(std::string_view secret);
+  /// Remembers the password of an address, and values that it calls a key, token or the like; also of one
+  /// that is not valid, where more than the password may count as one.
+  void AddThoseOf(std::string_view address);
   /// The text with "***" wherever a secret stands in it.
   std::string Blanked(std::string_view text) const;
 
  private:
-  std::vector<std::string> forms_;  // the longest first
+  struct Character;
+  std::size_t LengthAt(std::string_view text, std::size_t at) const;
+
+  std::vector<std::vector<Character>> secrets_;  // the longest first
+  std::vector<std::string> forms_;               // in base64, likewise
 };
 
 }  // namespace mox
