@@ -18,7 +18,7 @@ MOX_ALWAYS_INLINE void PurchaseWholesaleMargin(auto& line) {
   calcMarza_vpci_nci(line);
 }
 
-MOX_ALWAYS_INLINE Amount TaxOn(Amount net, Real rate) { return net * rate / 100; }
+MOX_ALWAYS_INLINE auto TaxOn(auto net, auto rate) { return net * rate / 100; }
 
 MOX_ALWAYS_INLINE void ReturnDifference(auto& line) { line.Set(razlika, line[nci] - line[zti] - line[nfci]); }
 
@@ -38,7 +38,7 @@ MOX_ALWAYS_INLINE Currency NetAfterDiscounts(auto& line) {
   return line[pci] - line[rbi1] - line[rbi2] - line[rbi3];
 }
 
-MOX_ALWAYS_INLINE Amount WithTax(Amount net, Real rate) { return net + TaxOn(net, rate); }
+MOX_ALWAYS_INLINE auto WithTax(auto net, auto rate) { return net + TaxOn(net, rate); }
 
 // Total from the rounded gross unit price, and the tax and base that follow from it, without a fee.
 MOX_ALWAYS_INLINE void TotalTaxBaseFromGross(auto& line, int d) {

@@ -14,10 +14,10 @@ namespace mox::formulas {
 using namespace field;
 
 /// The tax contained in a gross amount.
-MOX_ALWAYS_INLINE Amount ContainedTax(Amount gross, Real rate) { return gross * rate / (rate + 100); }
+MOX_ALWAYS_INLINE auto ContainedTax(auto gross, auto rate) { return gross * rate / (rate + 100); }
 
 /// A net amount of a gross one.
-MOX_ALWAYS_INLINE Amount WithoutTax(Amount gross, Real rate) { return gross * 100 / (rate + 100); }
+MOX_ALWAYS_INLINE auto WithoutTax(auto gross, auto rate) { return gross * 100 / (rate + 100); }
 
 /// percent := margin / base * 100, not rounded; with a base of 0 it keeps its value.
 MOX_ALWAYS_INLINE void SetMarginPercent(auto& line, FloatName percent, Currency margin, Currency base) {

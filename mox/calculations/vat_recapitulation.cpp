@@ -129,7 +129,7 @@ void FillFromGross(const AmountFields& fields, ReadDeductions read_deductions, R
   const Deductions last =
       SumAmounts(fields, read_deductions, [&](double rate, Currency amount, const Deductions& deductions) {
         const Currency taxable = amount - deductions.fee - deductions.non_taxable;
-        const Currency tax = Round(ContainedTax(taxable, rate), digits);
+        const Currency tax = Round(ContainedTax(taxable, Number(rate)), digits);
         sums.Add(rate, taxable - tax, tax);
       });
   sums.WriteTo(recap, last.Sum());
@@ -159,7 +159,7 @@ void FillPDVDataIznosBezPDV(const std::optional<Field>& amount_field1,
   const Deductions last = SumAmounts(
       {amount_field1, amount_field2, rate_field1, rate_field2}, kOfTheLine,
       [&](double rate, Currency amount, const Deductions&) { sums.Add(rate, amount, Currency()); });
-  for (RateSum& sum : sums.sums()) sum.tax = R2(sum.base * Real(sum.rate) / 100);
+  for (RateSum& sum : sums.sums()) sum.tax = R2(sum.base * Number(sum.rate) / 100);
   sums.WriteTo(recap, last.Sum());
 }
 
@@ -174,7 +174,7 @@ void FillPDVDataPovDob(const Field& rate_field, const Field& amount_field, Recor
     const Currency amount = amount_field.AsCurrency();
     const double rate = rate_field.AsFloat();
     last_fee = lines.Optional(pov_naki);
-    sums.Add(rate, amount, Round(amount * Real(rate) / 100, digits));
+    sums.Add(rate, amount, Round(amount * Number(rate) / 100, digits));
   });
   sums.WriteTo(recap, last_fee);
 }

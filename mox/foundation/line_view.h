@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "mox/foundation/record_set.h"
+#include "mox/foundation/unrounded.h"
 
 namespace mox {
 
@@ -29,8 +30,7 @@ class LineView {
   MOX_ALWAYS_INLINE Currency operator[](CurrencyName name) const {
     return Currency::FromScaled(static_cast<std::int64_t>(cells_[SlotOf(name.id)]));
   }
-  MOX_ALWAYS_INLINE Amount operator[](PriceName name) const { return (*this)[CurrencyName(name)]; }
-  MOX_ALWAYS_INLINE Real operator[](FloatName name) const {
+  MOX_ALWAYS_INLINE Number operator[](FloatName name) const {
     return std::bit_cast<double>(cells_[SlotOf(name.id)]);
   }
   MOX_ALWAYS_INLINE void Set(CurrencyName name, Currency value) {
@@ -62,7 +62,7 @@ class LineView {
 };
 
 /// The current record of any set, asked at each step whether the field is there and may be written. It reads
-/// a unit price that stands in a float field with all of its decimals.
+/// a unit price that stands in a float field with all of its decimals, and calculates in extended precision.
 class AnyLine {
  public:
   explicit AnyLine(RecordSet& lines) : lines_(lines) {}
@@ -84,8 +84,7 @@ class LineRecorder {
     names_.read.set(static_cast<std::size_t>(name.id));
     return Currency::FromScaled(Currency::kScale);
   }
-  Amount operator[](PriceName name) { return (*this)[CurrencyName(name)]; }
-  Real operator[](FloatName name) {
+  Number operator[](FloatName name) {
     names_.read.set(static_cast<std::size_t>(name.id));
     return 1;
   }
