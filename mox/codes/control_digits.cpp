@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <utility>
 
 #include "mox/foundation/text.h"
@@ -13,7 +14,7 @@ constexpr std::size_t kOibLength = 11;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsCapital(char c) { return c >= 'A' && c <= 'Z'; }
-unsigned LetterNumber(char capital) { return static_cast<unsigned>(capital - 'A') + 10; }
+constexpr unsigned LetterNumber(char capital) { return static_cast<unsigned>(capital - 'A') + 10; }
 
 // One step of ISO 7064 MOD 11,10, for the products 1 to 10.
 constexpr std::size_t NextProduct(std::size_t product, std::size_t digit) {
@@ -82,6 +83,63 @@ std::int32_t AccountRemainder(std::string text) {
   return Remainder(text);
 }
 
+// What a character of an account number stands for, letters of either case alike.
+constexpr std::uint8_t kBlank = 254;
+constexpr std::uint8_t kOther = 255;
+constexpr auto kCharacterNumbers = [] {
+  std::array<std::uint8_t, 256> numbers{};
+  numbers.fill(kOther);
+  numbers[' '] = kBlank;
+  for (unsigned i = 0; i < 10; ++i) numbers['0' + i] = static_cast<std::uint8_t>(i);
+  for (unsigned i = 0; i < 26; ++i) numbers['A' + i] = numbers['a' + i] = static_cast<std::uint8_t>(10 + i);
+  return numbers;
+}();
+
+constexpr std::uint64_t LetterBits(std::string_view letters) {
+  std::uint64_t bits = 0;
+  for (const char letter : letters) bits |= std::uint64_t{1} << LetterNumber(letter);
+  return bits;
+}
+
+// The remainder in one pass over the text as it was typed: the first four characters are kept apart and
+// joined at the end. None where there is another character or less than four, and where the word "IBAN" may
+// stand in it.
+std::optional<std::int32_t> RemainderAsTyped(std::string_view iban) {
+  constexpr std::uint64_t kModulus = 97;
+  constexpr std::uint64_t kRoomForTwoDigits = UINT64_MAX / 100 - 1;
+  constexpr std::uint64_t kWord = LetterBits("IBAN");
+  std::uint64_t seen = 0;
+  std::uint64_t moved_power = 1;
+  const auto join = [&seen](std::uint64_t number, std::uint8_t next) {
+    if (next < 10) return number * 10 + next;
+    seen |= std::uint64_t{1} << next;
+    return number * 100 + next;
+  };
+  std::size_t at = 0;
+  std::uint64_t moved = 0;
+  for (int count = 0; count < 4; ++at) {
+    if (at == iban.size()) return std::nullopt;
+    const std::uint8_t next = kCharacterNumbers[static_cast<unsigned char>(iban[at])];
+    if (next == kBlank) continue;
+    if (next == kOther) return std::nullopt;
+    moved = join(moved, next);
+    moved_power *= next < 10 ? 10 : 100;
+    ++count;
+  }
+  std::uint64_t number = 0;
+  for (; at < iban.size(); ++at) {
+    const std::uint8_t next = kCharacterNumbers[static_cast<unsigned char>(iban[at])];
+    if (next >= kBlank) {
+      if (next == kOther) return std::nullopt;
+      continue;
+    }
+    if (number > kRoomForTwoDigits) number %= kModulus;
+    number = join(number, next);
+  }
+  if ((seen & kWord) == kWord) return std::nullopt;
+  return static_cast<std::int32_t>((number % kModulus * moved_power + moved) % kModulus);
+}
+
 }  // namespace
 
 std::string CheckOIBvalidity(std::string_view oib) {
@@ -94,6 +152,7 @@ std::string CheckOIBvalidity(std::string_view oib) {
 }
 
 bool CheckIBANvalidity(std::string_view iban) {
+  if (const auto remainder = RemainderAsTyped(iban)) return *remainder == 1;
   std::string without_blanks(iban);
   std::erase(without_blanks, ' ');
   return AccountRemainder(std::move(without_blanks)) == 1;

@@ -1,3 +1,8 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
 #include "mox/codes/amount_in_words.h"
 #include "mox/codes/control_digits.h"
 #include "mox/codes/dates.h"
@@ -48,6 +53,23 @@ TEST(Codes, Tables) {
                  }},
                 {"xml", [](auto& row) { return ConvertStringForCreateXML(row.at(0)); }}},
                "codes");
+}
+
+// Typed with blanks it is valid exactly when its remainder without them is 1, whatever the text is made of.
+TEST(Codes, AccountsAreCheckedAsTyped) {
+  constexpr std::string_view kParts[] = {"HR",    "12", " ", "hr17", "2360", "0000",     "1101", "IBAN",
+                                         "iban ", "I",  "n", "AB",   "-",    "\xc5\xa1", "1"};
+  std::mt19937 random(97);
+  int valid = 0;
+  for (int i = 0; i < 20'000; ++i) {
+    std::string typed;
+    for (std::size_t parts = random() % 9; parts > 0; --parts) typed += kParts[random() % std::size(kParts)];
+    std::string compact = typed;
+    std::erase(compact, ' ');
+    ASSERT_EQ(CheckIBANvalidity(typed), CalculateDigits(compact) == 1) << typed;
+    valid += CheckIBANvalidity(typed) ? 1 : 0;
+  }
+  EXPECT_GT(valid, 20);
 }
 
 }  // namespace
