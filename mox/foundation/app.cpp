@@ -1,5 +1,6 @@
 #include "mox/foundation/app.h"
 
+#include <atomic>
 #include <charconv>
 
 #include "mox/foundation/error.h"
@@ -33,7 +34,13 @@ std::string TAppIni::ReadString(std::string_view section, std::string_view key,
 
 void TAppIni::WriteString(std::string_view section, std::string_view key, std::string_view value) {
   read_before_ = {};
+  version_ = NewVersion();
   Store(section, key, value);
+}
+
+std::uint64_t TAppIni::NewVersion() {
+  static std::atomic<std::uint64_t> latest = 0;
+  return ++latest;
 }
 
 int TAppIni::ReadInteger(std::string_view section, std::string_view key, int default_value) const {

@@ -32,14 +32,20 @@ class TAppIni {
   void WriteBool(std::string_view section, std::string_view key, bool value);
   void WriteFloat(std::string_view section, std::string_view key, double value);
 
+  /// What the settings are, as a number: as long as it stays the same, so does every integer that is read. No
+  /// two objects have the same, but for copies that nobody wrote to since.
+  std::uint64_t Version() const { return version_; }
+
  private:
   /// The stored text of a setting, none where it is missing.
   virtual std::optional<std::string> Find(std::string_view section, std::string_view key) const = 0;
   /// Raises Error when the setting cannot be stored.
   virtual void Store(std::string_view section, std::string_view key, std::string_view value) = 0;
 
-  // Line calculators read a digit setting for every line: the latest integers are remembered until something
-  // is written.
+  static std::uint64_t NewVersion();
+
+  std::uint64_t version_ = NewVersion();
+  // The latest integers are remembered until something is written.
   struct ReadBefore {
     std::string section;
     std::string key;

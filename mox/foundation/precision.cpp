@@ -21,12 +21,24 @@ constexpr PriceKeys kPurchase{"NC_CALC_DIGIT", "NC_CALC_MASK"};
 constexpr PriceKeys kSelling{"PC_CALC_DIGIT", "PC_CALC_MASK"};
 constexpr PriceKeys kInvoice{"FC_CALC_DIGIT", "FC_CALC_MASK"};
 
-int ReadDigits(const PriceKeys& keys) { return App().Ini().ReadInteger(kSection, keys.digits, 2); }
+// Line calculators ask for every line, so a setting is looked up once for each version of the settings.
+template <const PriceKeys& kKeys>
+int ReadDigits() {
+  thread_local std::uint64_t version = 0;  // of none
+  thread_local int digits = 0;
+  const TAppIni& ini = App().Ini();
+  if (ini.Version() != version) [[unlikely]] {
+    digits = ini.ReadInteger(kSection, kKeys.digits, 2);
+    version = ini.Version();
+  }
+  return digits;
+}
 void WriteDigits(const PriceKeys& keys, int decimals) {
   App().Ini().WriteInteger(kSection, keys.digits, decimals);
 }
-void RefreshMask(const PriceKeys& keys) {
-  App().Ini().WriteString(kSection, keys.mask, GetFieldDisplayFormat(ReadDigits(keys)));
+template <const PriceKeys& kKeys>
+void RefreshMask() {
+  App().Ini().WriteString(kSection, kKeys.mask, GetFieldDisplayFormat(ReadDigits<kKeys>()));
 }
 
 }  // namespace
@@ -42,17 +54,17 @@ int GetPdviCalcDigit() {
 int GetKolDecimalPlaces() { return App().Ini().ReadInteger(kSection, "KOL_NUM", 2); }
 std::string GetKolFormat() { return App().Ini().ReadString(kSection, "KOL_MASK", "#,0.00;-#,0.00"); }
 
-int GetNcCalcDigit() { return ReadDigits(kPurchase); }
-int GetPcCalcDigit() { return ReadDigits(kSelling); }
-int GetFcCalcDigit() { return ReadDigits(kInvoice); }
+int GetNcCalcDigit() { return ReadDigits<kPurchase>(); }
+int GetPcCalcDigit() { return ReadDigits<kSelling>(); }
+int GetFcCalcDigit() { return ReadDigits<kInvoice>(); }
 
 void SetNcCalcDigit(int decimals) { WriteDigits(kPurchase, decimals); }
 void SetPcCalcDigit(int decimals) { WriteDigits(kSelling, decimals); }
 void SetFcCalcDigit(int decimals) { WriteDigits(kInvoice, decimals); }
 
-void SetNcCalcMask() { RefreshMask(kPurchase); }
-void SetPcCalcMask() { RefreshMask(kSelling); }
-void SetFcCalcMask() { RefreshMask(kInvoice); }
+void SetNcCalcMask() { RefreshMask<kPurchase>(); }
+void SetPcCalcMask() { RefreshMask<kSelling>(); }
+void SetFcCalcMask() { RefreshMask<kInvoice>(); }
 
 std::string GetFieldDisplayFormat(int digits) {
   const std::string zeros(digits > 0 ? static_cast<std::size_t>(digits) : 0, '0');

@@ -52,6 +52,21 @@ TEST_F(Precision, ReadsAndWritesTheSettingsOfEachPrice) {
   EXPECT_EQ(GetKolFormat(), "0.000");
 }
 
+TEST_F(Precision, IsThatOfTheInstalledApplication) {
+  SetPcCalcDigit(3);
+  EXPECT_EQ(GetPcCalcDigit(), 3);
+  {
+    MemorySettings other;
+    const ScopedApp app({.ini = &other});
+    EXPECT_EQ(GetPcCalcDigit(), 2);
+    other = host_.settings;
+    EXPECT_EQ(GetPcCalcDigit(), 3);
+    SetPcCalcDigit(4);
+    EXPECT_EQ(GetPcCalcDigit(), 4);
+  }
+  EXPECT_EQ(GetPcCalcDigit(), 3);
+}
+
 TEST_F(Precision, TaxDecimalsAreAtLeastTwo) {
   RecordSet parameters;
   EXPECT_EQ(GetPdviCalcDigit(), 2) << "no parameters are loaded";
