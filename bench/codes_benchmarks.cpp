@@ -133,12 +133,6 @@ void RegisterPeer(const char* name, const char* module, const std::vector<std::s
       ->Repetitions(kRepetitionsOfPeer);
 }
 
-struct Ratio {
-  const char* name;
-  const char* numerator;
-  const char* denominator;
-};
-
 constexpr Ratio kRatios[] = {
     {"oib_stdnum", "codes/oib_stdnum", "codes/oib"},
     {"iban_stdnum", "codes/iban_stdnum", "codes/iban"},
@@ -178,11 +172,7 @@ void RegisterCodesBenchmarks() {
 }
 
 void PrintCodesRatios(const Measurements& measurements) {
-  for (const Ratio& ratio : kRatios) {
-    const auto numerator = measurements.Fastest(ratio.numerator);
-    const auto denominator = measurements.Fastest(ratio.denominator);
-    if (numerator && denominator) std::printf("ratio %s %.2f\n", ratio.name, *numerator / *denominator);
-  }
+  for (const Ratio& ratio : kRatios) measurements.PrintRatio(ratio);
   for (const Speed& speed : kMillionsPerSecond) {
     const auto nanoseconds = measurements.Fastest(speed.benchmark);
     if (nanoseconds) std::printf("ratio %s %.2f\n", speed.name, 1'000 / *nanoseconds);

@@ -24,18 +24,15 @@ void Register(const char* name, int repetitions, std::size_t lines, std::functio
       ->Repetitions(repetitions);
 }
 
-struct Ratio {
-  const char* name;
-  const char* numerator;
-  const char* denominator;
-};
-
 constexpr Ratio kRatios[] = {
     {"calc_walk", "calc_walk/record_set", "calc_walk/plain_loop"},
+    {"calc_walk_base", "calc_walk/record_set", "calc_walk/base_loop"},
     {"calc_post", "calc_post/record_set", "calc_post/plain_loop"},
+    {"calc_post_base", "calc_post/record_set", "calc_post/base_loop"},
     {"calc_post_once", "calc_post/settled", "calc_post/plain_loop_once"},
     {"calc_naive", "calc_walk/naive", "calc_walk/record_set"},
     {"recap_walk", "recap/record_set", "recap/plain_loop"},
+    {"recap_walk_base", "recap/record_set", "recap/base_loop"},
     {"recap_sqlite", "recap/sqlite", "recap/record_set"},
 };
 
@@ -43,7 +40,10 @@ constexpr Ratio kRatios[] = {
 
 void RegisterDocumentBenchmarks(Peers& peers) {
   Register("calc_walk/record_set", kRepetitions, kLineCount, [&] { Walk(peers.LinesWithEvent()); });
+  constexpr auto kRounding = Arithmetic::kRoundingTest;
   Register("calc_walk/plain_loop", kRepetitions, kLineCount,
+           [&] { CalculatePlainly(peers.Plain(), kDigits, kRounding); });
+  Register("calc_walk/base_loop", kRepetitions, kLineCount,
            [&] { CalculatePlainly(peers.Plain(), kDigits); });
   Register("calc_walk/naive", kRepetitionsOfSlow, kNaiveLineCount, [&] {
     NaiveRecordSet& lines = peers.Naive();
@@ -62,25 +62,26 @@ void RegisterDocumentBenchmarks(Peers& peers) {
       [&] { RaisePrices(peers.Lines(), -kRaise); }, [&] { Walk(peers.LinesWithSettlingEvent()); });
   Register(
       "calc_post/plain_loop", kRepetitions, kLineCount,
+      [&] { RaisePricesPlainly(peers.Plain(), kRaise, kDigits, kRounding); }, lower_plain);
+  Register(
+      "calc_post/base_loop", kRepetitions, kLineCount,
       [&] { RaisePricesPlainly(peers.Plain(), kRaise, kDigits); }, lower_plain);
   Register(
       "calc_post/plain_loop_once", kRepetitions, kLineCount,
-      [&] { RaisePricesOncePlainly(peers.Plain(), kRaise, kDigits); }, lower_plain);
+      [&] { RaisePricesOncePlainly(peers.Plain(), kRaise, kDigits, kRounding); }, lower_plain);
 
   Register("recap/record_set", kRepetitions, kLineCount,
            [&] { Recapitulate(peers.LinesWithoutEvent(), peers.Recapitulation()); });
   Register("recap/plain_loop", kRepetitions, kLineCount,
+           [&] { benchmark::DoNotOptimize(RecapitulatePlainly(peers.Plain(), kDigits, kRounding)); });
+  Register("recap/base_loop", kRepetitions, kLineCount,
            [&] { benchmark::DoNotOptimize(RecapitulatePlainly(peers.Plain(), kDigits)); });
   Register("recap/sqlite", kRepetitionsOfSlow, kLineCount,
            [&] { benchmark::DoNotOptimize(peers.Sqlite().Recapitulate()); });
 }
 
 void PrintRatios(const Measurements& measurements, Peers& peers) {
-  for (const Ratio& ratio : kRatios) {
-    const auto numerator = measurements.Fastest(ratio.numerator);
-    const auto denominator = measurements.Fastest(ratio.denominator);
-    if (numerator && denominator) std::printf("ratio %s %.2f\n", ratio.name, *numerator / *denominator);
-  }
+  for (const Ratio& ratio : kRatios) measurements.PrintRatio(ratio);
   const auto bytes = static_cast<double>(peers.LinesWithoutEvent().MemoryBytes());
   std::printf("ratio line_bytes %.2f\n", bytes / static_cast<double>(kLineCount));
 }

@@ -161,11 +161,9 @@ void PrintImportRatios(const Measurements& measurements) {
     if (row) std::printf("%-12s %.3f s\n", size.benchmark, *row * static_cast<double>(size.rows) / 1e9);
   }
   const auto one = measurements.Fastest("import/100k");
-  const auto two = measurements.Fastest("import/200k");
-  const auto shell = measurements.Fastest(kShell);
   if (!one) return;
-  if (shell) std::printf("ratio import_sqlite %.2f\n", *shell / *one);
-  if (two) std::printf("ratio import_linear %.2f\n", *two / *one);
+  measurements.PrintRatio({"import_sqlite", kShell, "import/100k"});
+  measurements.PrintRatio({"import_linear", "import/200k", "import/100k"});
   std::printf("ratio import_seconds_100k %.3f\n", *one * static_cast<double>(kRows) / 1e9);
 
   const std::string self = std::filesystem::read_symlink("/proc/self/exe");

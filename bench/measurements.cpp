@@ -48,4 +48,12 @@ std::optional<double> Measurements::Fastest(const std::string& benchmark) const 
   return std::nullopt;
 }
 
+void Measurements::PrintRatio(const Ratio& ratio) const {
+  const auto numerator = Fastest(ratio.numerator);
+  const auto denominator = Fastest(ratio.denominator);
+  if (!numerator || !denominator) return;
+  std::printf("ratio %s %.2f  (%.1f ns to %.1f)\n", ratio.name, *numerator / *denominator, *numerator,
+              *denominator);
+}
+
 }  // namespace mox::bench

@@ -10,6 +10,13 @@
 
 namespace mox::bench {
 
+/// The time of one benchmark, to that of another.
+struct Ratio {
+  const char* name;
+  const char* numerator;
+  const char* denominator;
+};
+
 /// Collects the runs, whose repetitions are mixed, and prints a row for each benchmark at the end.
 ///
 /// Times are processor time for one item (a line, a call). A benchmark counts with the fastest of its
@@ -22,6 +29,8 @@ class Measurements : public benchmark::BenchmarkReporter {
 
   /// Nanoseconds for an item; none when the benchmark did not run.
   std::optional<double> Fastest(const std::string& benchmark) const;
+  /// Prints `ratio NAME VALUE` and both times for an item; nothing where one of them did not run.
+  void PrintRatio(const Ratio& ratio) const;
 
  private:
   struct Series {

@@ -2,20 +2,22 @@
 
 #include <benchmark/benchmark.h>
 
-#include "mox/foundation/rounding.h"
+#include "mox/foundation/unrounded.h"
 
 namespace mox::bench {
 namespace {
 
-inline void Calculate(PlainLine& line, Digits digits) {
+// Of numbers as Real all is extended precision.
+template <typename Numeric>
+void Calculate(PlainLine& line, Digits digits) {
   if (line.kolicina == 0) return;
-  const Real quantity = line.kolicina;
-  const Real rate = line.tbr_stp;
+  const Numeric quantity = line.kolicina;
+  const Numeric rate = line.tbr_stp;
 
   const Currency pci = R2(line.pc * quantity);
-  const Currency rbi1 = R2(pci * line.rbp1 / 100);
-  const Currency rbi2 = R2((pci - rbi1) * line.rbp2 / 100);
-  const Currency rbi3 = R2((pci - rbi1 - rbi2) * line.rbp3 / 100);
+  const Currency rbi1 = R2(pci * Numeric(line.rbp1) / 100);
+  const Currency rbi2 = R2((pci - rbi1) * Numeric(line.rbp2) / 100);
+  const Currency rbi3 = R2((pci - rbi1 - rbi2) * Numeric(line.rbp3) / 100);
   const Currency fee = R2(line.pov_nak * quantity);
   const Currency net = pci - rbi1 - rbi2 - rbi3;
 
@@ -46,32 +48,11 @@ RateRow& RowOf(std::vector<RateRow>& rows, double rate) {
   return rows.back();
 }
 
-}  // namespace
-
-void CalculatePlainly(std::span<PlainLine> lines, Digits digits) {
-  for (PlainLine& line : lines) Calculate(line, digits);
-}
-
-void RaisePricesPlainly(std::span<PlainLine> lines, Currency by, Digits digits) {
-  for (PlainLine& line : lines) {
-    Calculate(line, digits);
-    benchmark::ClobberMemory();  // or the compiler might see that the first pass is overwritten
-    line.pc += by;
-    Calculate(line, digits);
-  }
-}
-
-void RaisePricesOncePlainly(std::span<PlainLine> lines, Currency by, Digits digits) {
-  for (PlainLine& line : lines) {
-    line.pc += by;
-    Calculate(line, digits);
-  }
-}
-
-std::vector<RateRow> RecapitulatePlainly(std::span<const PlainLine> lines, Digits digits) {
+template <typename Numeric>
+std::vector<RateRow> Recapitulate(std::span<const PlainLine> lines, Digits digits) {
   std::vector<RateRow> rows;
   for (const PlainLine& line : lines) {
-    const Real rate = line.tbr_stp;
+    const Numeric rate = line.tbr_stp;
     const Currency taxable = line.ukupno - line.pov_naki - line.neoporezivo;
     const Currency tax = Round(taxable * rate / (rate + 100), digits.tax);
     RateRow& row = RowOf(rows, line.tbr_stp);
@@ -83,6 +64,50 @@ std::vector<RateRow> RecapitulatePlainly(std::span<const PlainLine> lines, Digit
     row.total = row.base + row.tax + lines.back().pov_naki + lines.back().neoporezivo;
   }
   return rows;
+}
+
+// work(calculate) with the calculation of a line in that arithmetic.
+template <typename Work>
+void WithArithmetic(Arithmetic arithmetic, Work work) {
+  if (arithmetic == Arithmetic::kExtended) {
+    work([](PlainLine& line, Digits digits) { Calculate<Real>(line, digits); });
+  } else {
+    work([](PlainLine& line, Digits digits) { Calculate<Number>(line, digits); });
+  }
+}
+
+}  // namespace
+
+void CalculatePlainly(std::span<PlainLine> lines, Digits digits, Arithmetic arithmetic) {
+  WithArithmetic(arithmetic, [&](auto calculate) {
+    for (PlainLine& line : lines) calculate(line, digits);
+  });
+}
+
+void RaisePricesPlainly(std::span<PlainLine> lines, Currency by, Digits digits, Arithmetic arithmetic) {
+  WithArithmetic(arithmetic, [&](auto calculate) {
+    for (PlainLine& line : lines) {
+      calculate(line, digits);
+      benchmark::ClobberMemory();  // or the compiler might see that the first pass is overwritten
+      line.pc += by;
+      calculate(line, digits);
+    }
+  });
+}
+
+void RaisePricesOncePlainly(std::span<PlainLine> lines, Currency by, Digits digits, Arithmetic arithmetic) {
+  WithArithmetic(arithmetic, [&](auto calculate) {
+    for (PlainLine& line : lines) {
+      line.pc += by;
+      calculate(line, digits);
+    }
+  });
+}
+
+std::vector<RateRow> RecapitulatePlainly(std::span<const PlainLine> lines, Digits digits,
+                                         Arithmetic arithmetic) {
+  return arithmetic == Arithmetic::kExtended ? Recapitulate<Real>(lines, digits)
+                                             : Recapitulate<Number>(lines, digits);
 }
 
 }  // namespace mox::bench

@@ -17,15 +17,24 @@ struct Digits {
   int price = 2;
 };
 
+/// What unrounded amounts are formed in.
+enum class Arithmetic {
+  kExtended,      ///< extended precision throughout: what all that is measured here is compared with
+  kRoundingTest,  ///< double, and extended precision where that leaves the rounding open, as the record set
+};
+
 /// What GotovinskiRacunStavkeCalcFields does, once for each line.
-void CalculatePlainly(std::span<PlainLine> lines, Digits digits);
+void CalculatePlainly(std::span<PlainLine> lines, Digits digits,
+                      Arithmetic arithmetic = Arithmetic::kExtended);
 
 /// Adds to the selling price of each line, and calculates before and after: the record set calculates a line
 /// twice too, when it becomes current and when it is posted.
-void RaisePricesPlainly(std::span<PlainLine> lines, Currency by, Digits digits);
+void RaisePricesPlainly(std::span<PlainLine> lines, Currency by, Digits digits,
+                        Arithmetic arithmetic = Arithmetic::kExtended);
 
 /// The same as a loop that knows no events would do it: each line is calculated once, with the new price.
-void RaisePricesOncePlainly(std::span<PlainLine> lines, Currency by, Digits digits);
+void RaisePricesOncePlainly(std::span<PlainLine> lines, Currency by, Digits digits,
+                            Arithmetic arithmetic = Arithmetic::kExtended);
 
 struct RateRow {
   double rate = 0;
@@ -35,6 +44,7 @@ struct RateRow {
 };
 
 /// What FillPDVData does over ukupno and tbr_stp.
-std::vector<RateRow> RecapitulatePlainly(std::span<const PlainLine> lines, Digits digits);
+std::vector<RateRow> RecapitulatePlainly(std::span<const PlainLine> lines, Digits digits,
+                                         Arithmetic arithmetic = Arithmetic::kExtended);
 
 }  // namespace mox::bench

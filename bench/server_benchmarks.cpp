@@ -314,9 +314,7 @@ void Register(const std::string& name, std::size_t items, void (*run)(Peer& peer
 
 void PrintRatio(const Measurements& measurements, const char* name, const std::string& numerator,
                 const std::string& denominator) {
-  const auto above = measurements.Fastest(numerator);
-  const auto below = measurements.Fastest(denominator);
-  if (above && below) std::printf("ratio %s %.2f\n", name, *above / *below);
+  measurements.PrintRatio({name, numerator.c_str(), denominator.c_str()});
 }
 
 }  // namespace

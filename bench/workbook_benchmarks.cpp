@@ -141,9 +141,8 @@ int PrintWorkbookMemory(const char* path) {
 
 void PrintWorkbookRatios(const Measurements& measurements) {
   const auto reader = measurements.Fastest(kReader);
-  const auto peer = measurements.Fastest(kPeer);
   if (!reader) return;
-  if (peer) std::printf("ratio xlsx_openpyxl %.2f\n", *peer / *reader);
+  measurements.PrintRatio({"xlsx_openpyxl", kPeer, kReader});
   std::printf("ratio xlsx_seconds_100k %.3f\n", *reader * static_cast<double>(kRows) / 1e9);
 
   const std::string self = std::filesystem::read_symlink("/proc/self/exe");
