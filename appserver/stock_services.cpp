@@ -33,7 +33,33 @@ LEFT JOIN jm j ON j.id = a.jm_id
                           values);
 }
 
+void CheckArticleName(Database& /*database*/, ServiceInputs& inputs) {
+  if (inputs.IsNull("sifra") == inputs.IsNull("art_id"))
+    throw Error("one of the inputs \"sifra\" and \"art_id\" is needed");
+  std::string code = inputs.IsNull("sifra") ? std::string() : FoldKey(inputs.As<std::string>("sifra"));
+  inputs.Derive("kljuc", FieldKind::kText, std::move(code));
+}
+
+// By the code or by the key, so that an index serves either.
+constexpr std::string_view kArtiklSql = R"(
+SELECT a.id, a.sifra, a.naziv, j.naziv, t.stopa, a.vpc, a.mpc, s.nc / 10000.0
+FROM art a
+LEFT JOIN jm j ON j.id = a.jm_id
+LEFT JOIN tbr t ON t.id = a.tbr_id
+LEFT JOIN skl_stanje s ON s.art_id = a.id AND s.skl_id = :skl_id
+WHERE (:art_id IS NOT NULL AND a.id = :art_id) OR (:art_id IS NULL AND fold(a.sifra) = :kljuc)
+ORDER BY a.id LIMIT 1)";
+
 const ReadService kServices[] = {
+    {"ArtiklZaStavku",
+     "sifra?:text,art_id?:integer,skl_id?:integer",
+     "what a document line takes from the article that it names: tax rate, prices, the average purchase "
+     "price in a "
+     "warehouse",
+     {{"adsArtikl", "id:integer,sifra,naziv,jm,tbr_stp:float,vpc:currency,mpc:currency,nc:currency",
+       kArtiklSql}},
+     CheckArticleName},
+
     {"StanjeSkladista",
      "skl_id?:integer,art_id?:integer,sifra?:text",
      "what stands in the warehouses, by article: quantity, average purchase price and value at purchase "

@@ -19,12 +19,15 @@
 #include "cli/text_table.h"
 #include "mox/codes/amount_in_words.h"
 #include "mox/codes/exchange_rates.h"
+#include "mox/documents/article_lines.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/app.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/locale_text.h"
 #include "mox/foundation/text.h"
+#include "mox/foundation/visible_text.h"
 #include "mox/host/console_dialogs.h"
+#include "mox/validations/validations.h"
 
 namespace mox {
 namespace {
@@ -146,8 +149,43 @@ void CheckKey(const DocumentArguments& arguments) {
   if (!arguments.store && arguments.kind != kStorno) throw UsageError("--key needs --store");
 }
 
+// The warehouse of the header, or the only one.
+std::optional<std::int64_t> WarehouseOf(const DocumentArguments& arguments) {
+  const std::vector<NamedValue> header = NamedValues(arguments.header);
+  const std::string* const named = FindValue(header, "skl_id");
+  return named == nullptr ? OnlyWarehouse() : IntegerArgument("skl_id", *named);
+}
+
+// What goes out has to stand in the warehouse, unless stock may become negative. The same attempt again is
+// not asked anew.
+void RequireStock(const Document& document, const DocumentArguments& arguments) {
+  SetConstraintsOnLager();
+  const std::vector<NamedValue> header = NamedValues(arguments.header);
+  if (document.Goods() == nullptr || !arguments.key.empty() || FindValue(header, "lagernegative") != nullptr)
+    return;
+  const std::optional<std::int64_t> warehouse = WarehouseOf(arguments);
+  if (!warehouse) return;
+  RecordSet taken = StockTaken(document.Kind(), *document.Goods(), *warehouse);
+  for (taken.First(); !taken.Eof(); taken.Next()) {
+    if (CheckLagerNegative(taken.FieldByName("kolicina"), taken.FieldByName("stanje"))) continue;
+    throw Error("nothing was stored: article " + taken.FieldByName("sifra").AsText() + " stands at " +
+                ShortestNumber(taken.FieldByName("stanje").AsFloat()) + ", and the lines take " +
+                ShortestNumber(-taken.FieldByName("kolicina").AsFloat()));
+  }
+}
+
+void TellUnknown(const std::vector<std::string>& unknown, std::ostream& err) {
+  constexpr std::size_t kMost = 5;
+  for (std::size_t i = 0; i < std::min(unknown.size(), kMost); ++i) {
+    err << "mox: " << VisibleText(unknown[i]) << std::endl;
+  }
+  if (unknown.size() > kMost) err << "mox: and " << unknown.size() - kMost << " lines more" << std::endl;
+}
+
 RecordSet Store(Document& document, const DocumentArguments& arguments, Session& session) {
   RequireConfirmed(document, arguments, session);
+  ServerOf(session);
+  RequireStock(document, arguments);
   LostInStore lost;
   RecordSet stored = StoreDocument(document, ServerOf(session), HeaderWords(arguments), lost,
                                    [&] { return ConfirmCredit(document, arguments, session); });
@@ -229,7 +267,10 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
   files.reserve(paths.size());
   for (const std::string& path : paths) files.push_back(ReadFileText(path, session.in));
 
-  DocumentInput input(kind, files);
+  std::optional<ArticleSource> articles;
+  if (session.server != nullptr && kind.goods.Exists()) articles = ArticleSource{WarehouseOf(arguments)};
+  DocumentInput input(kind, files, articles);
+  TellUnknown(input.UnknownArticles(), session.err);
   Document& document = input.document();
   RecordSet* const shown = part == nullptr ? nullptr : part->records(document);
   if (part != nullptr && shown == nullptr) {
@@ -289,7 +330,11 @@ const Command kDocumentCommand = {"document", "KIND [FILE [SERVICES]] | storno I
 Calculated columns that a file has already are taken as stored by an earlier pass. The storno of a stored
 document is its exact mirror: quantities and amounts of the other sign, prices and texts as they are; a document
 is cancelled once. The kinds that cancel others can also be entered line by line; their quantities are negative,
-and a positive one asks for confirmation.)",
+and a positive one asks for confirmation.
+With --db, goods that name articles (columns sifra, art_id) take from them what they leave out: name, unit, tax rate,
+prices. A code that no article has is told, and refused where the document moves a warehouse: the one of its
+header, skl_id, or the only one. Opening stock is a document, pocetno-stanje. What goes out has to stand there, unless the
+setting LAGERNEGATIVE or --header lagernegative=true allows less than nothing.)",
                                   Declare};
 
 }  // namespace mox
