@@ -5,6 +5,7 @@
 #include "appserver/dialect.h"
 #include "appserver/fold.h"
 #include "appserver/sqlite_files.h"
+#include "appserver/statement.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 
@@ -43,6 +44,28 @@ std::string ExplainConstraint(const std::string& message) {
   if (message.starts_with("CHECK")) return "a value is not allowed: " + what;
   if (message.starts_with("FOREIGN KEY")) return "a row that is referred to does not exist";
   return message;
+}
+
+// The statement refers to a text or to bytes, which stay where they are while it runs.
+int BindValue(sqlite_api::sqlite3_stmt* statement, int parameter, const ValueSlot& slot) {
+  if (slot.indicator == soci::i_null) return sqlite_api::sqlite3_bind_null(statement, parameter);
+  switch (slot.kind) {
+    case FieldKind::kInteger:
+    case FieldKind::kBoolean:
+      return sqlite_api::sqlite3_bind_int64(statement, parameter, slot.integer);
+    case FieldKind::kFloat:
+    case FieldKind::kCurrency:
+      return sqlite_api::sqlite3_bind_double(statement, parameter, slot.number);
+    case FieldKind::kBinary: {
+      auto& blob = static_cast<soci::sqlite3_blob_backend&>(*slot.bytes->get_backend());
+      if (blob.get_len() == 0) return sqlite_api::sqlite3_bind_zeroblob(statement, parameter, 0);
+      return sqlite_api::sqlite3_bind_blob64(statement, parameter, blob.get_buffer(), blob.get_len(),
+                                             nullptr);
+    }
+    default:
+      return sqlite_api::sqlite3_bind_text64(statement, parameter, slot.text.data(), slot.text.size(),
+                                             nullptr, SQLITE_UTF8);
+  }
 }
 
 class Sqlite : public Dialect {
@@ -151,6 +174,23 @@ class Sqlite : public Dialect {
 
   std::vector<std::string> FindDamages(soci::session& session, int most) const override {
     return FindSqliteDamages(session, most);
+  }
+
+  std::int64_t Execute(soci::statement& statement, std::span<const ValueSlot> parameters) const override {
+    sqlite_api::sqlite3_stmt* const prepared = Backend(statement).stmt_;
+    int result = SQLITE_OK;
+    for (std::size_t i = 0; i < parameters.size() && result == SQLITE_OK; ++i) {
+      result = BindValue(prepared, static_cast<int>(i) + 1, parameters[i]);
+    }
+    if (result == SQLITE_OK) result = sqlite_api::sqlite3_step(prepared);
+    sqlite_api::sqlite3* const database = sqlite_api::sqlite3_db_handle(prepared);
+    if (result != SQLITE_DONE && result != SQLITE_ROW) {
+      const std::string message = sqlite_api::sqlite3_errmsg(database);
+      sqlite_api::sqlite3_reset(prepared);
+      throw soci::sqlite3_soci_error(message, result);
+    }
+    sqlite_api::sqlite3_reset(prepared);
+    return sqlite_api::sqlite3_changes(database);
   }
 
   std::size_t ColumnCount(soci::statement& statement) const override {

@@ -267,10 +267,9 @@ void Statement::Bind(std::size_t index, const RecordSet& records, std::size_t fi
 }
 
 std::int64_t Statement::Execute() {
-  impl_->Expect({});
-  if (impl_->Execute()) impl_->connection.dialect().Reset(*impl_->statement);
-  if (!impl_->changes_rows) return 0;
-  return impl_->connection.Run([&] { return impl_->statement->get_affected_rows(); });
+  const std::int64_t changed = impl_->connection.Run(
+      [&] { return impl_->connection.dialect().Execute(*impl_->statement, impl_->parameters); });
+  return impl_->changes_rows ? changed : 0;
 }
 
 std::int64_t Statement::ExecuteForKey() {

@@ -59,19 +59,22 @@ DecimalText ReadDecimal(std::string_view text) {
 
 // Amounts as they are nearly always written: few enough digits, a point and at most four decimals.
 std::optional<std::int64_t> ReadUsual(std::string_view text) {
-  const bool negative = text.starts_with('-');
-  if (negative) text.remove_prefix(1);
-  const std::size_t point = text.find('.');
-  if (text.size() > 15 || point == std::string_view::npos || point == 0) return std::nullopt;
-  const std::size_t decimals = text.size() - point - 1;
-  if (decimals == 0 || decimals > 4) return std::nullopt;
+  constexpr std::size_t kMostCharacters = 16;
+  if (text.size() > kMostCharacters) return std::nullopt;
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  const bool negative = at != end && *at == '-';
+  if (negative) ++at;
   std::int64_t scaled = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (i == point) continue;
-    if (!IsDigit(text[i])) return std::nullopt;
-    scaled = scaled * 10 + (text[i] - '0');
-  }
-  for (std::size_t i = decimals; i < 4; ++i) scaled *= 10;
+  const char* const units = at;
+  for (; at != end && IsDigit(*at); ++at) scaled = scaled * 10 + (*at - '0');
+  if (at == units || at == end || *at != '.') return std::nullopt;
+  const char* const decimals = ++at;
+  for (; at != end && IsDigit(*at); ++at) scaled = scaled * 10 + (*at - '0');
+  const auto count = at - decimals;
+  if (at != end || count == 0 || count > 4) return std::nullopt;
+  constexpr std::int64_t kMissing[] = {1, 1000, 100, 10, 1};
+  scaled *= kMissing[count];
   return negative ? -scaled : scaled;
 }
 
@@ -114,23 +117,19 @@ Currency Currency::Parse(std::string_view text) {
 }
 
 std::string Currency::ToString() const {
-  const bool negative = scaled_ < 0;
-  std::uint64_t rest =
-      negative ? 0U - static_cast<std::uint64_t>(scaled_) : static_cast<std::uint64_t>(scaled_);
-  int decimals = 4;
-  for (; decimals > 2 && rest % 10 == 0; --decimals) rest /= 10;
-  std::array<char, 24> text;
-  std::size_t at = text.size();
-  const auto put_digit = [&] {
-    text[--at] = static_cast<char>('0' + rest % 10);
-    rest /= 10;
-  };
-  for (int i = 0; i < decimals; ++i) put_digit();
-  text[--at] = '.';
-  do put_digit();
-  while (rest > 0);
-  if (negative) text[--at] = '-';
-  return std::string(text.data() + at, text.size() - at);
+  const std::uint64_t magnitude =
+      scaled_ < 0 ? 0U - static_cast<std::uint64_t>(scaled_) : static_cast<std::uint64_t>(scaled_);
+  std::array<char, 32> buffer;
+  char* at = buffer.data();
+  if (scaled_ < 0) *at++ = '-';
+  at = std::to_chars(at, buffer.data() + buffer.size(), magnitude / kScale).ptr;
+  const auto decimals = static_cast<unsigned>(magnitude % kScale);
+  *at++ = '.';
+  *at++ = static_cast<char>('0' + decimals / 1000);
+  *at++ = static_cast<char>('0' + decimals / 100 % 10);
+  if (decimals % 100 != 0) *at++ = static_cast<char>('0' + decimals / 10 % 10);
+  if (decimals % 10 != 0) *at++ = static_cast<char>('0' + decimals % 10);
+  return {buffer.data(), at};
 }
 
 }  // namespace mox

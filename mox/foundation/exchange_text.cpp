@@ -75,7 +75,8 @@ Value ParsePlain(std::string_view text, FieldKind kind) {
 }
 
 void AppendCounted(std::string& out, std::string_view bytes) {
-  out += std::to_string(bytes.size());
+  char size[20];
+  out.append(size, std::to_chars(size, size + sizeof size, bytes.size()).ptr);
   out += ':';
   out += bytes;
 }
@@ -116,16 +117,22 @@ std::string_view TextReader::Counted() {
   return text_.substr(begin, size);
 }
 
-Value TextReader::Plain(FieldKind kind) {
+template <typename Parse>
+auto TextReader::Parsed(const Parse& parse) {
   const std::string_view word = Word();
-  Value value;
   try {
-    value = ParsePlain(word, kind);
+    const auto value = parse(word);
+    Skip(word.size());
+    return value;
   } catch (const Error& error) {
     Refuse(error.what());
   }
-  Skip(word.size());
-  return value;
 }
+
+Value TextReader::Plain(FieldKind kind) {
+  return Parsed([kind](std::string_view word) { return ParsePlain(word, kind); });
+}
+Currency TextReader::Amount() { return Parsed(Currency::Parse); }
+double TextReader::Number() { return Parsed(ParseNumber); }
 
 }  // namespace mox

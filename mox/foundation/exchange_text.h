@@ -50,12 +50,17 @@ class TextReader {
   std::size_t Count(std::size_t most, const char* what);
   std::string_view Counted();
   Value Plain(FieldKind kind);
+  /// The same of an amount and of a number.
+  Currency Amount();
+  double Number();
 
  protected:
   ~TextReader() = default;
 
  private:
   [[noreturn]] void RefuseLackOf(std::string_view expected) const;
+  template <typename Parse>
+  auto Parsed(const Parse& parse);
   /// What stands before the reason: "record 1, field pc: ".
   virtual std::string Place() const = 0;
 

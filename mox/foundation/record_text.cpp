@@ -1,5 +1,6 @@
 #include "mox/foundation/record_text.h"
 
+#include <bit>
 #include <utility>
 
 #include "mox/foundation/error.h"
@@ -100,10 +101,9 @@ void WriteHead(const RecordTable& table, std::string& out) {
   out += "records " + std::to_string(table.size()) + '\n';
 }
 
+// Of a cell that is not null.
 void WriteCell(const RecordRow& row, FieldKind kind, std::size_t index, std::string& out) {
-  if (row.IsNull(index)) {
-    out += kNull;
-  } else if (HoldsText(kind)) {
+  if (HoldsText(kind)) {
     AppendCounted(out, row.AsTextView(index));
   } else if (kind == FieldKind::kCurrency) {  // as AppendPlain writes it, without a value in between
     out += row.AsCurrency(index).ToString();
@@ -154,6 +154,10 @@ void ReadCell(RecordTable& table, std::uint64_t* cells, std::size_t index, Reade
       in.Refuse("the text is longer than the field's " + std::to_string(field.size) + " characters");
     }
     table.WriteText(cells, index, text);
+  } else if (field.kind == FieldKind::kCurrency) {  // as PackNumber packs it, without a value in between
+    table.WriteBits(cells, index, static_cast<std::uint64_t>(in.Amount().scaled()));
+  } else if (field.kind == FieldKind::kFloat) {
+    table.WriteBits(cells, index, std::bit_cast<std::uint64_t>(in.Number()));
   } else {
     table.WriteBits(cells, index, PackNumber(field.kind, in.Plain(field.kind)));
   }
@@ -188,12 +192,17 @@ void AppendRecordSetText(const RecordSet& set, std::string& out) {
   WriteHead(table, out);
   // The text is seldom longer than the records in memory, and room that is not used costs nothing.
   out.reserve(out.size() + table.MemoryBytes());
+  const std::size_t fields = table.Fields().size();
   for (std::size_t record = 0; record < table.size(); ++record) {
-    const RecordRow row = table[record];
-    const FieldKind* const kinds = table.structure().kinds();
-    for (std::size_t i = 0; i < row.FieldCount(); ++i) {
+    const std::uint64_t* const cells = table.PostedCells(table.order()[record]);
+    const RecordRow row = table.Row(cells);
+    for (std::size_t i = 0; i < fields; ++i) {
       if (i > 0) out += ' ';
-      WriteCell(row, kinds[i], i, out);
+      if (table.IsNull(cells, i)) {
+        out += kNull;
+      } else {
+        WriteCell(row, table.structure().kinds()[i], i, out);
+      }
     }
     out += '\n';
   }

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <iterator>
+#include <optional>
 
 #include "mox/foundation/error.h"
 
@@ -182,6 +183,32 @@ constexpr std::array<char16_t, 128> kWindows1250 = {
   throw Overflow("\"" + std::string(text) + "\" is outside the range of numbers");
 }
 
+constexpr std::int64_t kFewDecimals = 10'000;
+constexpr double kFewDigits = 1e11;  // with four decimals 15 digits, which no two doubles have the same
+
+// Ten-thousandths, where the number is the double nearest to them: no shorter text can read back to it.
+std::optional<std::int64_t> AsFewDecimals(double value) {
+  if (!(std::fabs(value) < kFewDigits)) return std::nullopt;
+  const auto scaled = static_cast<std::int64_t>(value * kFewDecimals + (value < 0 ? -0.5 : 0.5));
+  if (static_cast<double>(scaled) / kFewDecimals != value) return std::nullopt;
+  return scaled;
+}
+
+std::string FewDecimals(std::int64_t scaled) {
+  char buffer[24];
+  char* at = buffer;
+  if (scaled < 0) *at++ = '-';
+  const auto magnitude = static_cast<std::uint64_t>(scaled < 0 ? -scaled : scaled);
+  at = std::to_chars(at, buffer + sizeof buffer, magnitude / kFewDecimals).ptr;
+  auto decimals = static_cast<unsigned>(magnitude % kFewDecimals);
+  if (decimals != 0) *at++ = '.';
+  for (unsigned place = kFewDecimals / 10; decimals != 0; place /= 10) {
+    *at++ = static_cast<char>('0' + decimals / place);
+    decimals %= place;
+  }
+  return {buffer, at};
+}
+
 // The text behind a leading plus sign, which std::from_chars does not take.
 std::string_view SkipPlus(std::string_view text) {
   const bool plus = text.size() > 1 && text[0] == '+' && text[1] != '-';
@@ -309,7 +336,7 @@ std::string ToWindows1250(std::string_view text) {
 
 std::string ShortestNumber(double value) {
   if (!std::isfinite(value)) throw Overflow("a number that is not finite has no text");
-  if (value == 0) return "0";
+  if (const auto scaled = AsFewDecimals(value)) return FewDecimals(*scaled);
   const double magnitude = std::fabs(value);
   const bool positional = magnitude >= 1e-7 && magnitude < 1e17;
   char text[48];
