@@ -48,8 +48,23 @@ Result HeaderValue(RecordSet& header, std::string_view name, Result (*convert)(c
   }
 }
 
+// Days that a document of these books cannot be of are slips of the keyboard.
+void CheckYears(RecordSet& header) {
+  constexpr int kFirstYear = 1990;
+  constexpr int kLastYear = 2099;
+  for (const char* const name : {"datum", "datum_dospijeca", "datum_dok_dob"}) {
+    if (!HasValue(header, name)) continue;
+    const int year = ToCivil(HeaderValue(header, name, ToDate)).year;
+    if (year >= kFirstYear && year <= kLastYear) continue;
+    RefuseHeader(header, name,
+                 "the year " + std::to_string(year) + " is not one of " + std::to_string(kFirstYear) +
+                     " to " + std::to_string(kLastYear));
+  }
+}
+
 // The kind, the date and the year of the header, which belong together; numbers are of a kind and year.
 DocumentKey ReadKey(RecordSet& header, const DocumentKind& kind) {
+  CheckYears(header);
   DocumentKey key{.kind = &kind, .datum = HeaderValue(header, "datum", ToDate)};
   key.godina = ToCivil(key.datum).year;
   if (!HasValue(header, "godina")) return key;
@@ -111,6 +126,22 @@ RecordSet Answer(const DocumentKey& key) {
 }
 
 // --- a new document ---
+
+// The sort of a line is that of its record set. One that says another would be stored as what it is not.
+void CheckSortsOfLines(SentRecordSets& sent) {
+  constexpr std::pair<const char*, const char*> kSorts[] = {{"Stavke", "roba"}, {"Usluge", "usluga"}};
+  for (const auto& [name, sort] : kSorts) {
+    const RecordSet* const lines = sent.Find(name);
+    const auto field = lines == nullptr ? std::nullopt : lines->FindFieldIndex("sorta");
+    if (!field) continue;
+    for (std::size_t row = 0; row < lines->RowCount(); ++row) {
+      const std::string given = lines->RowAt(row).AsText(*field);
+      if (TrimBlanks(given).empty() || given == sort) continue;
+      throw WriteRefused({"", name, row + 1, "sorta",
+                          '"' + given + "\" is sent, but lines of " + name + " are \"" + sort + '"'});
+    }
+  }
+}
 
 // Lines and totals must be those of the kind.
 void CheckSorts(const DocumentKind& kind, SentRecordSets& sent) {
@@ -227,20 +258,19 @@ std::optional<std::int64_t> WarehouseOfHeader(RecordSet& header) {
   return HeaderValue(header, "skl_id", ToInteger);
 }
 
-// Two attempts are the same when their headers and lines are.
-std::string DigestOfAttempt(SentRecordSets& sent) {
-  std::string attempt;
-  for (const char* const name : {"Zaglavlje", "Stavke", "Usluge"}) {
-    if (const RecordSet* const records = sent.Find(name)) attempt += records->SaveToString();
-  }
-  return DigestText(attempt);
+// Two attempts under a key are the same when their headers and lines are. Empty without a key.
+std::string DigestOfAttempt(RecordSet& header, const SentRecordSets& sent) {
+  if (!HasValue(header, "kljuc")) return {};
+  TextDigest digest;
+  for (const char* const name : {"Zaglavlje", "Stavke", "Usluge"}) digest.Add(sent.TextOf(name));
+  return digest.Digits();
 }
 
 // The document that an attempt of that key has stored; none where it is the first. Raises WriteRefused where
 // the key is that of another document, which would be lost.
 std::optional<RecordSet> StoredBefore(Database& database, RecordSet& header, const DocumentKey& key,
                                       const std::string& digest) {
-  if (!HasValue(header, "kljuc")) return std::nullopt;
+  if (digest.empty()) return std::nullopt;
   const std::string name = header.FieldByName("kljuc").AsText();
   RecordSet stored = database.Query(
       "Dokument",
@@ -273,17 +303,18 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   DocumentKey key = ReadKey(header, kind);
   RefuseOwnFields(header);
   CheckSorts(kind, sent);
+  CheckSortsOfLines(sent);
   CheckQuantities(kind, header, sent);
   if (HasValue(header, "stornira_id")) {
     RefuseHeader(header, "stornira_id", "is written by the transaction DokumentStorno alone");
   }
-  const std::string digest = DigestOfAttempt(sent);
+  const std::string digest = DigestOfAttempt(header, sent);
   if (auto stored = StoredBefore(database, header, key, digest)) return stored;
   TableRule header_rule = transaction.FindRule("Zaglavlje")->table;
   if (const auto total = CheckedTotal(kind, header, sent)) header_rule.constants = {{"ukupno", *total}};
   AddPayment(database, kind, header, header_rule);
   CheckSupplierTotals(header, sent);
-  if (HasValue(header, "kljuc")) header_rule.constants.emplace_back("kljuc_sazetak", digest);
+  if (!digest.empty()) header_rule.constants.emplace_back("kljuc_sazetak", digest);
   const LineArticles articles(database, sent.Find("Stavke"));
   const auto warehouse = WarehouseOf(database, kind, articles, WarehouseOfHeader(header));
   if (warehouse) header_rule.constants.emplace_back("skl_id", *warehouse);
@@ -379,7 +410,7 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
                  "document " + std::to_string(id) + " is of no known kind, \"" + original->vrsta + '"');
   }
   DocumentKey key = ReadKey(asked, StornoKindOf(*original->kind));
-  const std::string digest = DigestOfAttempt(sent);
+  const std::string digest = DigestOfAttempt(asked, sent);
   if (auto stored = StoredBefore(database, asked, key, digest)) return stored;
   RequireCancellable(database, *original, asked);
   if (key.datum.days < original->header.AsDate(*original->header.FindFieldIndex("datum")).days) {
@@ -396,7 +427,7 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
   const std::size_t total = *original->header.FindFieldIndex("ukupno");
   rule.constants.emplace_back(
       "ukupno", original->header.IsNull(total) ? Value() : Value(-original->header.AsCurrency(total)));
-  if (HasValue(asked, "kljuc")) rule.constants.emplace_back("kljuc_sazetak", digest);
+  if (!digest.empty()) rule.constants.emplace_back("kljuc_sazetak", digest);
   InsertHeader(database, header, rule, key);
   StoreMirror(database, "dok_stavke", MirrorOf(ReadRows(database, "dok_stavke", id)), key.id);
   StoreMirror(database, "dok_porezi", MirrorOf(ReadRows(database, "dok_porezi", id)), key.id);

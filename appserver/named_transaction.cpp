@@ -33,7 +33,15 @@ SentRecordSets::SentRecordSets(std::string_view inner, const CompanyData& compan
   for (const TokenizedItem& item : TokenizedItems(inner)) {
     if (Find(item.name) != nullptr) RefuseSet(item.name, "was sent twice");
     sets_.push_back(ReadRecordSet(item));
+    texts_.push_back(item.value);
   }
+}
+
+std::string_view SentRecordSets::TextOf(std::string_view name) const {
+  for (std::size_t i = 0; i < sets_.size(); ++i) {
+    if (SameName(sets_[i].Name(), name)) return texts_[i];
+  }
+  return {};
 }
 
 RecordSet* SentRecordSets::Find(std::string_view name) {

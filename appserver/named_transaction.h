@@ -25,10 +25,13 @@ class SentRecordSets {
   std::span<RecordSet> All() { return sets_; }
   /// Null where there is none.
   RecordSet* Find(std::string_view name);
+  /// As it was sent, while the request is there; empty where there is none.
+  std::string_view TextOf(std::string_view name) const;
 
  private:
   const CompanyData& company_;
   std::vector<RecordSet> sets_;
+  std::vector<std::string_view> texts_;  // of the sets, in their order
 };
 
 /// A record set that a transaction takes, and the table that it goes to.

@@ -72,6 +72,12 @@ constexpr StoredColumn kStoredColumns[] = {{"sifra", FieldKind::kText},
 struct Line {
   std::array<std::string, 3> texts;
   std::array<double, std::size(kStoredColumns) - 3> numbers;
+
+  double& Number(std::string_view name) {
+    std::size_t column = 0;
+    while (kStoredColumns[column].name != name) ++column;
+    return numbers[column - 3];
+  }
 };
 
 std::vector<Line> MakeStoredLines() {
@@ -81,6 +87,10 @@ std::vector<Line> MakeStoredLines() {
     lines[i].texts = {std::to_string(100'000 + i), "Artikl čokolade " + std::to_string(random() % 90'000),
                       "kom"};
     for (double& number : lines[i].numbers) number = static_cast<double>(random() % 1'000'000) / 100;
+    // Purchase and selling value, as the calculator of opening stock has them.
+    for (const auto& [price, amount] : {std::pair("nc", "nci"), {"vpc", "vpci"}}) {
+      lines[i].Number(amount) = std::round(lines[i].Number(price) * lines[i].Number("kolicina") * 100) / 100;
+    }
   }
   return lines;
 }

@@ -7,7 +7,6 @@
 
 #include "mox/calculations/supplier_totals.h"
 #include "mox/documents/document_header_internal.h"
-#include "mox/documents/record_walk_internal.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/text.h"
@@ -96,9 +95,9 @@ void AddAmounts(const RecordSet& records, Counts counts, std::vector<Sum>& sums)
     columns.emplace_back(i, static_cast<std::size_t>(sum - sums.begin()));
     if (sum == sums.end()) sums.push_back({field.name, Currency()});
   }
-  ForEachRow(records, [&](const RecordRow& row) {
+  for (const RecordRow& row : records.Rows()) {
     for (const auto& [index, sum] : columns) sums[sum].amount += row.AsCurrency(index);
-  });
+  }
 }
 
 }  // namespace

@@ -1,10 +1,12 @@
 #include "mox/documents/document_figures.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string>
+#include <utility>
 
 #include "mox/calculations/supplier_totals.h"
-#include "mox/documents/record_walk_internal.h"
+#include "mox/documents/column_sum_internal.h"
 #include "mox/foundation/rounding.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/write_and_post_internal.h"
@@ -72,20 +74,97 @@ Names FiguresOf(const DocumentKind& kind, const Sort& sort) {
   return figures;
 }
 
-// Some calculators leave a line without quantity as it is.
-void RequireCalculated(const DocumentKind& kind, const Sort& sort) {
-  const auto quantity = sort.records->FindFieldIndex(field::kolicina.text);
-  for (const std::string_view name : FiguresOf(kind, sort)) {
-    const auto column = sort.records->FindFieldIndex(name);
-    for (std::size_t row = 0; row < sort.records->RowCount(); ++row) {
-      const RecordRow line = sort.records->RowAt(row);
-      if (column && !line.IsNull(*column)) continue;
-      if (quantity && line.AsFloat(*quantity) == 0) continue;
-      throw Error(std::string(sort.name) + ": row " + std::to_string(row + 1) + ": " + std::string(name) +
-                  ": is not calculated");
+// A unit price that was entered, and the amount that is quantity times it.
+struct Product {
+  std::string_view price;
+  std::size_t price_column;
+  std::size_t amount_column;
+};
+
+std::vector<Product> ProductsOf(const Sort& sort) {
+  std::vector<Product> products;
+  const Names calculated = SplitNames(sort.schema.calculated);
+  for (const std::string_view price : SplitNames(sort.schema.inputs)) {
+    const std::string amount = std::string(price) + 'i';
+    const auto price_column = sort.records->FindFieldIndex(price);
+    const auto amount_column = sort.records->FindFieldIndex(amount);
+    if (!price_column || !amount_column || !Has(calculated, amount)) continue;
+    products.push_back({price, *price_column, *amount_column});
+  }
+  return products;
+}
+
+// The lines of one sort, one after the other.
+class LineChecks {
+ public:
+  LineChecks(const DocumentKind& kind, const Sort& sort)
+      : sort_(sort),
+        quantity_(sort.records->FindFieldIndex(field::kolicina.text)),
+        products_(quantity_ ? ProductsOf(sort) : std::vector<Product>()) {
+    for (const std::string_view name : FiguresOf(kind, sort)) {
+      figures_.emplace_back(name, sort.records->FindFieldIndex(name));
+    }
+    if (Has(SplitNames(sort.schema.inputs), field::tbr_stp.text)) {
+      rate_ = sort.records->FindFieldIndex(field::tbr_stp.text);
     }
   }
-}
+
+  void Check() {
+    for (const RecordRow& line : sort_.records->Rows()) {
+      ++row_;
+      const double quantity = quantity_ ? line.AsFloat(*quantity_) : 0;
+      // Some calculators leave a line without quantity as it is.
+      if (!quantity_ || quantity != 0) RequireCalculated(line);
+      if (quantity != 0) RequireProducts(line, quantity);
+      if (rate_) RequireRate(line.AsFloat(*rate_));
+    }
+  }
+
+ private:
+  [[noreturn]] void Refuse(std::string_view field, const std::string& reason) const {
+    throw Error(std::string(sort_.name) + ": row " + std::to_string(row_) + ": " + std::string(field) + ": " +
+                reason);
+  }
+
+  void RequireCalculated(const RecordRow& line) const {
+    for (const auto& [name, column] : figures_) {
+      if (!column || line.IsNull(*column)) Refuse(name, "is not calculated");
+    }
+  }
+
+  // A price may be shown with fewer decimals than the amount was made of; more than that parts them only in a
+  // line that nobody calculated.
+  void RequireProducts(const RecordRow& line, double quantity) const {
+    for (const Product& product : products_) {
+      if (line.IsNull(product.price_column) || line.IsNull(product.amount_column)) continue;
+      const double price = line.AsFloat(product.price_column);
+      const double product_of_both = price * quantity;
+      const Currency amount = line.AsCurrency(product.amount_column);
+      const double gap = std::abs(amount.ToDouble() - product_of_both);
+      if (gap <= kHalfHundredth.ToDouble()) continue;
+      const double half_of_last_decimal = std::nearbyint(price * 100) / 100 == price ? 0.005 : 0.00005;
+      const double explained = kHalfHundredth.ToDouble() + std::abs(quantity) * half_of_last_decimal;
+      if (gap <= explained + std::abs(product_of_both) * kErrorOfProduct) continue;
+      Refuse(sort_.records->Definition(product.amount_column).name,
+             amount.ToString() + " is not kolicina " + ShortestNumber(quantity) + " times " +
+                 std::string(product.price) + ' ' + ShortestNumber(price));
+    }
+  }
+
+  void RequireRate(double rate) const {
+    if (rate >= 0 && rate <= 100) return;
+    Refuse(field::tbr_stp.text, ShortestNumber(rate) + " is no rate of tax, which is 0 to 100");
+  }
+
+  static constexpr double kErrorOfProduct = 1e-15;  // of factors and product together, as part of it
+
+  const Sort& sort_;
+  std::size_t row_ = 0;
+  std::optional<std::size_t> quantity_;
+  std::vector<Product> products_;
+  std::vector<std::pair<std::string_view, std::optional<std::size_t>>> figures_;
+  std::optional<std::size_t> rate_;
+};
 
 bool IsFinerThanHundredths(Currency amount) { return amount.scaled() % (2 * kHalfHundredth.scaled()) != 0; }
 
@@ -121,7 +200,7 @@ void AddLines(const Sort& sort, std::vector<RateFigures>& figures) {
     if (HasFees(schema)) fees = ColumnsOf(records, {field::pov_naki.text});
   }
   const auto rate = records.FindFieldIndex(sort.recapitulated.rate.text);
-  ForEachRow(records, [&](const RecordRow& row) {
+  for (const RecordRow& row : records.Rows()) {
     RateFigures& of_rate = OfRate(figures, rate ? row.AsFloat(*rate) : 0);
     const Currency tax = SumInRow(row, taxes);
     of_rate.lines.tax += tax;
@@ -129,7 +208,7 @@ void AddLines(const Sort& sort, std::vector<RateFigures>& figures) {
     if (schema.base.empty()) of_rate.lines.base -= SumInRow(row, fees) + tax;
     of_rate.is_finer = of_rate.is_finer || IsFinerThanHundredths(tax);
     of_rate.roundings += static_cast<std::int64_t>(taxes.size());
-  });
+  }
 }
 
 void AddRecapitulation(const RecordSet& recap, std::vector<RateFigures>& figures) {
@@ -141,12 +220,12 @@ void AddRecapitulation(const RecordSet& recap, std::vector<RateFigures>& figures
   const auto rate = recap.FindFieldIndex(field::stopa.text);
   const std::vector<std::size_t> base = ColumnsOf(recap, {field::osnovica.text});
   const std::vector<std::size_t> tax = ColumnsOf(recap, {field::porez.text});
-  ForEachRow(recap, [&](const RecordRow& row) {
+  for (const RecordRow& row : recap.Rows()) {
     RateFigures& of_rate = OfRate(figures, rate ? row.AsFloat(*rate) : 0);
     of_rate.recap.base += SumInRow(row, base);
     of_rate.is_finer = of_rate.is_finer || IsFinerThanHundredths(of_rate.recap.base);
     of_rate.recap.tax += SumInRow(row, tax);
-  });
+  }
 }
 
 // Where the recapitulation taxes the whole base of a rate.
@@ -214,7 +293,7 @@ std::optional<Currency> ToBePaid(const DocumentKind& kind, const DocumentSets& s
 
 void CheckFigures(const DocumentKind& kind, const DocumentSets& sets) {
   const std::vector<Sort> sorts = SortsOf(kind, sets);
-  for (const Sort& sort : sorts) RequireCalculated(kind, sort);
+  for (const Sort& sort : sorts) LineChecks(kind, sort).Check();
   const bool is_recapitulated = sets.recap != nullptr && !sets.recap->IsEmpty();
   if (!kind.recap.Exists()) {
     if (is_recapitulated) throw Error(std::string(kind.name) + " has no tax, but a recapitulation");

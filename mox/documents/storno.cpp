@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "mox/documents/document_header_internal.h"
-#include "mox/documents/record_walk_internal.h"
 #include "mox/foundation/app.h"
 #include "mox/foundation/clock.h"
 #include "mox/server/transactions.h"

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <set>
 
 #include "mox/documents/document.h"
@@ -222,6 +224,84 @@ TEST_F(DocumentKindsTest, CalculateALineNoMoreOftenThanItChanges) {
     EXPECT_EQ(read([&] { document.Calculate(); }), kLines * passes);
     EXPECT_EQ(read([&] { document.Recapitulate(); }), 0);
   }
+}
+
+// The fault of lines of opening stock or of services, of which one field is another one.
+std::string FaultOf(const DocumentKind& kind, RecordSet& lines, std::string_view field, const Value& value) {
+  RecordSet changed = CopyOf(&lines);
+  changed.Edit();
+  changed.FieldByName(field).SetVariant(value);
+  changed.Post();
+  const bool are_goods = lines.Name() == "Stavke";
+  try {
+    CheckFigures(kind, {are_goods ? &changed : nullptr, are_goods ? nullptr : &changed});
+  } catch (const Error& error) {
+    return error.what();
+  }
+  return {};
+}
+
+// What the calculators make of odd quantities and prices is never refused; an amount that no rounding of its
+// price explains, and a rate that is none, is.
+TEST_F(DocumentKindsTest, RefuseAmountsThatAreNotQuantityTimesPrice) {
+  std::mt19937 random(5);  // NOLINT: the same lines in every run
+  for (const DocumentKind& kind : DocumentKinds()) {
+    Document document(kind);
+    for (RecordSet* const lines : {document.Goods(), document.Services()}) {
+      for (const double quantity : {1.0, -3.0, 0.125, 1.0 / 3, 1000.0, 123456.789}) {
+        if (lines == nullptr) continue;
+        lines->Append();
+        for (std::size_t f = 0; f < lines->FieldCount(); ++f) {
+          const FieldDef& field = lines->Definition(f);
+          if (field.calculated || FindVocabularyEntry(field.name) == nullptr) continue;
+          const double value = static_cast<double>(random() % 1'000'000) / 10'000;
+          lines->SetFloat(f, field.name == "kolicina" ? quantity : field.name == "tbr_stp" ? 13 : value);
+        }
+        lines->Post();
+      }
+    }
+    EXPECT_NO_THROW(document.StoreRequest()) << kind.name;
+    for (RecordSet* const lines : {document.Goods(), document.Services()}) {
+      if (lines == nullptr) continue;
+      const LineSchema& schema = lines == document.Goods() ? kind.goods : kind.services;
+      const Names calculated = SplitNames(schema.calculated);
+      for (const std::string_view price : SplitNames(schema.inputs)) {
+        const std::string amount = std::string(price) + 'i';
+        if (std::find(calculated.begin(), calculated.end(), amount) == calculated.end()) continue;
+        lines->First();
+        const Value wrong = lines->FieldByName(amount).AsCurrency() + Currency::Parse("0.02");
+        EXPECT_NE(FaultOf(kind, *lines, amount, wrong).find("is not kolicina 1 times"), std::string::npos)
+            << kind.name << " " << amount;
+      }
+      for (const double rate : {-5.0, 100.5}) {
+        if (!lines->FindField("tbr_stp")) continue;
+        EXPECT_NE(FaultOf(kind, *lines, "tbr_stp", rate).find("is no rate of tax"), std::string::npos)
+            << kind.name;
+      }
+    }
+  }
+}
+
+// Prices that were cut to two or to four decimals after their amounts were made.
+TEST_F(DocumentKindsTest, AllowPricesThatWereRounded) {
+  const auto fault = [](double quantity, const char* price, const char* amount) {
+    RecordSet lines("Stavke");
+    lines.DefineField("kolicina", FieldKind::kFloat);
+    for (const char* const name : {"nc", "nci", "vpci", "marza"}) {
+      lines.DefineField(name, FieldKind::kCurrency);
+    }
+    lines.Open();
+    lines.AppendRecord({quantity, Currency::Parse(price), Currency::Parse(amount), Currency(), Currency()});
+    return FaultOf(DocumentKindByName("pocetno-stanje"), lines, "vpci", Currency());
+  };
+  EXPECT_EQ(fault(3, "3.33", "10.00"), "");
+  EXPECT_EQ(fault(-3, "3.33", "-10.00"), "");
+  EXPECT_EQ(fault(100'000, "0.1235", "12345.60"), "");
+  EXPECT_EQ(fault(0, "5.00", "7.00"), "");
+  EXPECT_EQ(fault(3, "3.33", "10.02"), "Stavke: row 1: nci: 10.02 is not kolicina 3 times nc 3.33");
+  EXPECT_NE(fault(3, "3.3334", "10.02"), "");
+  EXPECT_NE(fault(100'000, "0.1235", "12356.00"), "");
+  EXPECT_NE(fault(-2, "10.00", "20.00"), "");
 }
 
 // A set with a column to be added is copied, another one taken as it is; either has the line being entered.
