@@ -94,6 +94,17 @@ CodebookShape ShapeOf(Database& database, const Codebook& codebook) {
   return shape;
 }
 
+std::optional<SearchIndex> SearchIndexOf(const CodebookShape& shape) {
+  const Codebook& codebook = *shape.codebook;
+  if (codebook.search_index.empty()) return std::nullopt;
+  SearchIndex index{std::string(codebook.search_index), std::string(codebook.table), {}};
+  for (std::size_t i = 0; i < shape.fields.size(); ++i) {
+    const bool is_own_text = shape.Rule(i).reference.empty() && shape.fields[i].kind == FieldKind::kText;
+    if (is_own_text) index.columns.push_back(shape.fields[i].name);
+  }
+  return index;
+}
+
 RecordSet EmptyAnswer(const CodebookShape& shape) {
   RecordSet answer{std::string(shape.codebook->name)};
   for (const FieldDef& field : shape.fields) answer.DefineField(field);

@@ -9,6 +9,7 @@
 
 #include "appserver/database.h"
 #include "appserver/key_finder.h"
+#include "appserver/search_index.h"
 
 namespace mox {
 
@@ -40,6 +41,8 @@ struct Codebook {
   std::vector<std::string_view> unique = {};
   /// The column of codes that a new row without one gets: numbered on.
   std::string_view numbered = {};
+  /// The index in which its own texts are searched; empty for a codebook that is searched row by row.
+  std::string_view search_index = {};
   /// How a reference finds its row, where its fields alone do not say it.
   std::vector<KeyRule> rules = {};
 };
@@ -62,6 +65,8 @@ struct CodebookShape {
   const CodebookField& Rule(std::size_t index) const { return codebook->fields[index]; }
 };
 CodebookShape ShapeOf(Database& database, const Codebook& codebook);
+/// The index in which its texts are searched; none where it has none.
+std::optional<SearchIndex> SearchIndexOf(const CodebookShape& shape);
 
 /// The field of the codebooks' answers that tells whether a row was changed since: to be sent back with a
 /// correction.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <unordered_map>
 
 #include "appserver/codebook.h"
 #include "appserver/row_uses.h"
@@ -15,14 +16,52 @@ namespace mox {
 namespace {
 
 constexpr std::size_t kShownUsers = 3;
+constexpr int kRefreshed = 2000;  // rows taken into an index by one transaction
 
 std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
+
+// Statements that are run for many rows, each prepared once.
+class Statements {
+ public:
+  explicit Statements(Database& database) : database_(database) {}
+
+  void Query(const std::string& sql, std::span<const Value> values, RecordSet& answer) {
+    std::string key = sql;
+    for (const Value& value : values) key += static_cast<char>(value.index());
+    const auto known = prepared_.find(key);
+    if (known == prepared_.end()) {
+      prepared_.emplace(std::move(key), database_.PrepareWith(sql, values)).first->second.ExecuteInto(answer);
+    } else {
+      for (std::size_t i = 0; i < values.size(); ++i) known->second.Bind(i, values[i]);
+      known->second.ExecuteInto(answer);
+    }
+    if (!answer.IsEmpty()) answer.First();
+  }
+
+  std::vector<std::int64_t> Ids(const std::string& sql, std::span<const Value> values) {
+    RecordSet found("ids");
+    found.DefineField("id", FieldKind::kInteger);
+    found.Open();
+    Query(sql, values, found);
+    std::vector<std::int64_t> ids;
+    for (const RecordRow& row : found.Rows()) ids.push_back(row.AsInteger(0));
+    return ids;
+  }
+
+ private:
+  Database& database_;
+  std::unordered_map<std::string, Statement> prepared_;
+};
 
 // Rows of one codebook that were sent.
 class CodebookRows {
  public:
   CodebookRows(Database& database, const Codebook& codebook, RecordSet& records)
-      : database_(database), codebook_(codebook), records_(records), shape_(ShapeOf(database, codebook)) {
+      : database_(database),
+        codebook_(codebook),
+        records_(records),
+        shape_(ShapeOf(database, codebook)),
+        statements_(database) {
     for (std::size_t i = 0; i < records.FieldCount(); ++i) {
       const std::string& name = records.Definition(i).name;
       if (SameName(name, kVersionField)) {
@@ -76,7 +115,7 @@ class CodebookRows {
   }
 
   // The row that the key names; none where there is no such row, or the key is blank.
-  std::optional<std::int64_t> FindByKey() const {
+  std::optional<std::int64_t> FindByKey() {
     std::string where;
     std::vector<Value> values;
     bool is_blank = true;
@@ -86,11 +125,10 @@ class CodebookRows {
       is_blank = is_blank && IsBlank(field);
     }
     if (is_blank) return std::nullopt;
-    const RecordSet found =
-        database_.Query("found", ParseColumns("id:integer"),
-                        "SELECT t.id FROM " + shape_.from + ' ' + where + " ORDER BY t.id LIMIT 2", values);
-    if (found.RecordCount() > 1) Refuse(codebook_.key.front(), "several rows have the key \"" + Key() + '"');
-    return found.IsEmpty() ? std::nullopt : std::optional(found.AsInteger(0));
+    const std::vector<std::int64_t> found =
+        statements_.Ids("SELECT t.id FROM " + shape_.from + ' ' + where + " ORDER BY t.id LIMIT 2", values);
+    if (found.size() > 1) Refuse(codebook_.key.front(), "several rows have the key \"" + Key() + '"');
+    return found.empty() ? std::nullopt : std::optional(found.front());
   }
 
   std::string Key() const {
@@ -99,6 +137,25 @@ class CodebookRows {
       key += (name == codebook_.key.front() ? "" : ";") + PlainText(ValueOf(shape_.IndexOf(name)));
     }
     return key;
+  }
+
+  // The key of a stored row.
+  std::string StoredKey(std::int64_t id) {
+    RecordSet key("key");
+    std::string sql;
+    for (const std::string_view name : codebook_.key) {
+      const std::size_t field = shape_.IndexOf(name);
+      key.DefineField(shape_.fields[field]);
+      sql += (sql.empty() ? "SELECT " : ", ") + shape_.expressions[field];
+    }
+    key.Open();
+    statements_.Query(sql + " FROM " + shape_.from + " WHERE t.id = :id", std::vector<Value>{id}, key);
+    return KeyOf(shape_, key);
+  }
+
+  // Runs a statement that answers the id of the row that it wrote.
+  std::int64_t Write(const std::string& sql, std::span<const Value> values) {
+    return statements_.Ids(sql + " RETURNING id", values).front();
   }
 
   // The stored row as it is read.
@@ -151,6 +208,7 @@ class CodebookRows {
   std::vector<std::optional<std::size_t>> fields_;  // of the sent set, by those of the shape
   std::optional<std::size_t> version_;
   std::size_t row_ = 0;
+  Statements statements_;
 };
 
 // A column that refers to another table, and how its rows are found: first by code, then by name.
@@ -193,11 +251,11 @@ class ReferenceFinder {
 class CodebookWriter {
  public:
   CodebookWriter(Database& database, const Codebook& codebook, RecordSet& records)
-      : database_(database), codebook_(codebook), rows_(database, codebook, records) {
+      : codebook_(codebook), rows_(database, codebook, records) {
     const CodebookShape& shape = rows_.shape();
     if (!codebook.numbered.empty()) numbering_.emplace(database, codebook);
     for (const std::string_view column : codebook.unique) {
-      if (rows_.IsGiven(shape.IndexOf(column))) unique_.emplace_back(database, codebook, column);
+      unique_.emplace_back(database, codebook, column);
     }
     for (std::size_t i = 0; i < shape.fields.size(); ++i) {
       const std::string_view reference = shape.Rule(i).reference;
@@ -211,8 +269,7 @@ class CodebookWriter {
     rows_.ForEach([&] {
       bool is_new = false;
       const std::int64_t id = StoreRow(is_new);
-      const RecordSet row = rows_.Stored(id);
-      stored.AppendRecord({std::string(codebook_.name), KeyOf(rows_.shape(), row), is_new});
+      stored.AppendRecord({std::string(codebook_.name), rows_.StoredKey(id), is_new});
     });
   }
 
@@ -267,11 +324,10 @@ class CodebookWriter {
   }
 
   void CheckUnique(std::int64_t own_id) {
-    for (const std::string_view name : codebook_.unique) {
-      const std::string text = rows_.TextOf(rows_.shape().IndexOf(name));
-      UniqueCheck check(database_, codebook_, name);
+    for (UniqueCheck& check : unique_) {
+      const std::string text = rows_.TextOf(rows_.shape().IndexOf(check.column()));
       if (const auto other = check.Find(text, own_id))
-        rows_.Refuse(name, Quoted(text) + ' ' + check.Refusal(*other));
+        rows_.Refuse(check.column(), Quoted(text) + ' ' + check.Refusal(*other));
     }
   }
 
@@ -318,7 +374,7 @@ class CodebookWriter {
     }
   }
 
-  std::int64_t Update(std::int64_t id, const std::vector<Column>& columns) const {
+  std::int64_t Update(std::int64_t id, const std::vector<Column>& columns) {
     if (columns.empty()) return id;
     std::string sets;
     std::vector<Value> values;
@@ -326,10 +382,11 @@ class CodebookWriter {
       sets += (sets.empty() ? "" : ", ") + column.name + " = " + Parameter(column, values);
     }
     values.emplace_back(id);
-    return Answer("UPDATE " + std::string(codebook_.table) + " SET " + sets + " WHERE id = :own_id", values);
+    return rows_.Write("UPDATE " + std::string(codebook_.table) + " SET " + sets + " WHERE id = :own_id",
+                       values);
   }
 
-  std::int64_t Insert(const std::vector<Column>& columns) const {
+  std::int64_t Insert(const std::vector<Column>& columns) {
     if (columns.empty()) rows_.Refuse("", "there is nothing to store");
     std::string names;
     std::string parameters;
@@ -338,7 +395,7 @@ class CodebookWriter {
       names += (names.empty() ? "" : ", ") + column.name;
       parameters += (parameters.empty() ? "" : ", ") + Parameter(column, values);
     }
-    return Answer(
+    return rows_.Write(
         "INSERT INTO " + std::string(codebook_.table) + " (" + names + ") VALUES (" + parameters + ")",
         values);
   }
@@ -349,12 +406,6 @@ class CodebookWriter {
     return ":" + column.name;
   }
 
-  // The written row's id.
-  std::int64_t Answer(const std::string& sql, const std::vector<Value>& values) const {
-    return database_.Query("row", ParseColumns("id:integer"), sql + " RETURNING id", values).AsInteger(0);
-  }
-
-  Database& database_;
   const Codebook& codebook_;
   CodebookRows rows_;
   std::optional<CodeNumbering> numbering_;
@@ -433,6 +484,7 @@ std::optional<RecordSet> StoreCodebooks(const NamedTransaction& /*transaction*/,
     CodebookWriter(database, *FindCodebook(records.Name()), records).StoreAll(stored);
   }
   if (!stored.IsEmpty()) stored.First();
+  RefreshSearchIndexes(database, kRefreshed);
   return stored;
 }
 

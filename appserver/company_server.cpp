@@ -8,6 +8,7 @@
 #include "appserver/named_transaction_table.h"
 #include "appserver/read_service_table.h"
 #include "appserver/retail_sizes.h"
+#include "appserver/search_index.h"
 #include "appserver/service_info.h"
 #include "mox/foundation/find_row.h"
 #include "mox/foundation/visible_text.h"
@@ -15,7 +16,9 @@
 namespace mox {
 
 CompanyServer::CompanyServer(Database database, Log log)
-    : database_(std::move(database)), log_(std::move(log)), company_(database_) {}
+    : database_(std::move(database)), log_(std::move(log)), company_(database_) {
+  CatchUpSearchIndexes(database_);
+}
 
 void CompanyServer::AddSecrets(Secrets& secrets) { AddAccountSecrets(database_, secrets); }
 

@@ -114,21 +114,17 @@ Statement Database::Prepare(std::string_view sql, std::initializer_list<FieldKin
   return Prepare(sql, std::span(parameter_kinds.begin(), parameter_kinds.size()));
 }
 
-namespace {
-
-Statement PrepareWith(Database& database, std::string_view sql, std::span<const Value> values) {
+Statement Database::PrepareWith(std::string_view sql, std::span<const Value> values) {
   std::vector<FieldKind> kinds;
   kinds.reserve(values.size());
   for (const Value& value : values) kinds.push_back(KindOf(value));
-  Statement statement = database.Prepare(sql, kinds);
+  Statement statement = Prepare(sql, kinds);
   for (std::size_t i = 0; i < values.size(); ++i) statement.Bind(i, values[i]);
   return statement;
 }
 
-}  // namespace
-
 std::int64_t Database::Execute(std::string_view sql, std::initializer_list<Value> values) {
-  return PrepareWith(*this, sql, std::span(values.begin(), values.size())).Execute();
+  return PrepareWith(sql, std::span(values.begin(), values.size())).Execute();
 }
 
 RecordSet Database::Query(std::string_view name, const Columns& columns, std::string_view sql,
@@ -136,7 +132,7 @@ RecordSet Database::Query(std::string_view name, const Columns& columns, std::st
   RecordSet answer{std::string(name)};
   for (const FieldDef& column : columns) answer.DefineField(column);
   answer.Open();
-  PrepareWith(*this, sql, values).ExecuteInto(answer);
+  PrepareWith(sql, values).ExecuteInto(answer);
   if (!answer.IsEmpty()) answer.First();
   return answer;
 }

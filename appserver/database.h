@@ -110,6 +110,8 @@ class Database {
   /// ends, as the indexes on such columns have it. Raises DatabaseError.
   Statement Prepare(std::string_view sql, std::span<const FieldKind> parameter_kinds);
   Statement Prepare(std::string_view sql, std::initializer_list<FieldKind> parameter_kinds);
+  /// With parameters of the kinds of these values, which are bound.
+  Statement PrepareWith(std::string_view sql, std::span<const Value> values);
   /// Prepares, binds and executes once. The kinds of the parameters are those of the values.
   std::int64_t Execute(std::string_view sql, std::initializer_list<Value> values = {});
   /// The rows as a record set of that name, its first record current.

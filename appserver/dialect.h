@@ -13,6 +13,8 @@
 
 namespace mox {
 
+struct SearchIndex;
+struct SearchQuery;
 struct ValueSlot;  // in statement.h
 
 /// All that differs between database engines. Everything else is portable SQL through SOCI.
@@ -48,6 +50,19 @@ class Dialect {
   virtual std::string_view BeginWrite() const = 0;
   virtual std::size_t MostParameters() const = 0;
 
+  /// Statements that make an index of that name over the texts of a table.
+  virtual std::vector<std::string> MakeSearchIndex(const std::string& name,
+                                                   const std::string& table) const = 0;
+  /// Statements that take rows into it, so many new and so many changed ones at most; none for an engine that
+  /// does so by itself.
+  virtual std::vector<std::string> RefreshSearchIndex(const SearchIndex& index, int most) const = 0;
+  /// A query of how many rows are not in it yet, so many at most; empty for such an engine.
+  virtual std::string CountUnindexed(const SearchIndex& index, int most) const = 0;
+  /// A query of the rows, also of those that are not in it yet, that hold the folded text.
+  virtual SearchQuery FindInSearchIndex(const SearchIndex& index, const std::string& folded,
+                                        const std::string& parameter) const = 0;
+
+  /// But for those of the engine itself.
   virtual std::vector<std::string> TableNames(soci::session& session) const = 0;
   virtual Columns TableColumns(soci::session& session, const std::string& table) const = 0;
   virtual std::vector<Reference> References(soci::session& session, const std::string& table) const = 0;

@@ -4,6 +4,7 @@
 #include "appserver/connection.h"
 #include "appserver/dialect.h"
 #include "appserver/fold.h"
+#include "appserver/search_index.h"
 #include "appserver/sqlite_files.h"
 #include "appserver/statement.h"
 #include "mox/foundation/files.h"
@@ -140,10 +141,56 @@ class Sqlite : public Dialect {
   std::string_view BeginWrite() const override { return "BEGIN IMMEDIATE"; }
   std::size_t MostParameters() const override { return 32'766; }
 
+  // The folded texts of a row by three letters, in NAME. Rows above the last one there are not in it yet;
+  // those that were changed or taken away wait in NAME_ceka.
+  std::vector<std::string> MakeSearchIndex(const std::string& name, const std::string& table) const override {
+    const std::string waits = name + "_ceka";
+    std::vector<std::string> sql = {
+        "CREATE VIRTUAL TABLE " + name + " USING fts5(t, tokenize = 'trigram case_sensitive 1')",
+        "CREATE TABLE " + waits + " (id INTEGER PRIMARY KEY)"};
+    for (const std::string event : {"UPDATE", "DELETE"}) {
+      sql.push_back("CREATE TRIGGER " + waits + "_" + event + " AFTER " + event + " ON " + table +
+                    " BEGIN INSERT OR IGNORE INTO " + waits + " VALUES (old.id); END");
+    }
+    return sql;
+  }
+
+  std::vector<std::string> RefreshSearchIndex(const SearchIndex& index, int most) const override {
+    const std::string waits = index.name + "_ceka";
+    const std::string some = "(SELECT id FROM " + waits + " ORDER BY id LIMIT " + std::to_string(most) + ")";
+    const std::string take = "INSERT INTO " + index.name + " (rowid, t) SELECT t.id, " + FoldedTexts(index) +
+                             " FROM " + index.table + " t WHERE t.id ";
+    return {"DELETE FROM " + waits + " WHERE id > " + LastIndexed(index),
+            "DELETE FROM " + index.name + " WHERE rowid IN " + some, take + "IN " + some,
+            "DELETE FROM " + waits + " WHERE id IN " + some,
+            take + "> " + LastIndexed(index) + " ORDER BY t.id LIMIT " + std::to_string(most)};
+  }
+
+  std::string CountUnindexed(const SearchIndex& index, int most) const override {
+    return "SELECT COUNT(*) FROM (SELECT id FROM " + index.name + "_ceka UNION ALL SELECT id FROM " +
+           index.table + " WHERE id > " + LastIndexed(index) + " LIMIT " + std::to_string(most) + ")";
+  }
+
+  SearchQuery FindInSearchIndex(const SearchIndex& index, const std::string& folded,
+                                const std::string& parameter) const override {
+    constexpr std::size_t kLetters = 3;
+    const std::string waiting = "(SELECT id FROM " + index.name + "_ceka)";
+    const std::string holds = ", :" + parameter + ") > 0 ";
+    const std::string rest = "rowid NOT IN " + waiting + " UNION ALL SELECT t.id FROM " + index.table +
+                             " t WHERE (t.id > " + LastIndexed(index) + " OR t.id IN " + waiting +
+                             ") AND instr(" + FoldedTexts(index) + holds;
+    const std::string begin = "SELECT rowid FROM " + index.name + " WHERE ";
+    if (CountCharacters(folded) < kLetters) return {begin + "instr(t" + holds + "AND " + rest, {folded}};
+    std::string phrase = "\"";
+    for (const char c : folded) phrase.append(c == '"' ? 2 : 1, c);
+    return {begin + index.name + " MATCH :" + parameter + "_izraz AND " + rest, {phrase + '"', folded}};
+  }
+
   std::vector<std::string> TableNames(soci::session& session) const override {
     const soci::rowset<std::string> rows =
-        (session.prepare << "SELECT name FROM sqlite_master WHERE type = 'table' "
-                            "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\' ORDER BY name");
+        (session.prepare << "SELECT name FROM pragma_table_list WHERE schema = 'main' AND type = 'table' "
+                            "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\' "
+                            "AND name NOT LIKE '%\\_trazi\\_ceka' ESCAPE '\\' ORDER BY name");
     return {rows.begin(), rows.end()};
   }
 
@@ -237,6 +284,19 @@ class Sqlite : public Dialect {
   }
 
  private:
+  // A letter that no text has between the texts, so that nothing is found that begins in one and ends in the
+  // next.
+  static std::string FoldedTexts(const SearchIndex& index) {
+    std::string texts;
+    for (const std::string& column : index.columns) {
+      texts += (texts.empty() ? "COALESCE(t." : " || char(31) || COALESCE(t.") + column + ", '')";
+    }
+    return "fold(" + texts + ")";
+  }
+  static std::string LastIndexed(const SearchIndex& index) {
+    return "COALESCE((SELECT rowid FROM " + index.name + " ORDER BY rowid DESC LIMIT 1), 0)";
+  }
+
   static soci::sqlite3_statement_backend& Backend(soci::statement& statement) {
     return static_cast<soci::sqlite3_statement_backend&>(*statement.get_backend());
   }

@@ -31,6 +31,17 @@ std::vector<SchemaFile> FilesAbove(int version, std::vector<SchemaFile> files) {
   return files;
 }
 
+constexpr std::string_view kSearchIndex = "CREATE SEARCH INDEX ";
+
+// "CREATE SEARCH INDEX par_trazi ON par"
+std::vector<std::string> MakeSearchIndex(const Dialect& dialect, std::string_view statement) {
+  constexpr std::string_view kOn = " ON ";
+  statement.remove_prefix(kSearchIndex.size());
+  const std::size_t on = statement.find(kOn);
+  return dialect.MakeSearchIndex(std::string(statement.substr(0, on)),
+                                 std::string(statement.substr(on + kOn.size())));
+}
+
 void RunFile(DatabaseConnection& connection, const SchemaFile& file) {
   const Dialect& dialect = connection.dialect();
   const auto fold = [&](std::string_view expression) { return dialect.Fold(expression); };
@@ -40,6 +51,10 @@ void RunFile(DatabaseConnection& connection, const SchemaFile& file) {
   };
   try {
     for (const std::string_view statement : SplitStatements(file.text)) {
+      if (statement.starts_with(kSearchIndex)) {
+        for (const std::string& sql : MakeSearchIndex(dialect, statement)) connection.Execute(sql);
+        continue;
+      }
       const std::string typed = ReplaceKeyType(statement, dialect.KeyType());
       connection.Execute(ReplaceCalls(ReplaceFold(typed, fold), "days_after", days_after));
     }

@@ -139,5 +139,62 @@ TEST_F(CodebookTest, NumbersPartnersOfSeveralProgramsOn) {
     EXPECT_EQ(rows.FieldByName("sifra").AsText(), std::to_string(++code));
 }
 
+// What a part of a text finds is what reading every text of every row finds: rows that the index has, rows
+// that were stored, changed and taken away since, and rows found by a text that they refer to.
+TEST_F(CodebookTest, FindsByItsIndexWhatReadingAllRowsFinds) {
+  std::mt19937 random(11);  // NOLINT: the same texts in every run
+  const auto pick = [&](const auto& from) { return from[random() % std::size(from)]; };
+  constexpr const char* kPieces[] = {"Č", "č",  "Ž", "ž", "Đ", "š", "a", "B", "z",
+                                     " ", "\"", "%", "_", "'", "Ж", "ж", "ć"};
+  const auto text = [&](std::size_t most) {
+    std::string made;
+    for (std::size_t i = random() % most + 1; i > 0; --i) made += pick(kPieces);
+    return made;
+  };
+  Database& database = server.database();
+  const Codebook& codebook = *FindCodebook("partneri");
+  const CodebookShape shape = ShapeOf(database, codebook);
+  const SearchIndex index = SearchIndexOf(shape).value();
+  for (int round = 0; round < 40; ++round) {
+    WriteTransaction guard(database);
+    for (int i = 0; i < 8; ++i) {
+      const std::string column = index.columns[random() % index.columns.size()];
+      database.Execute("INSERT INTO par (naziv, mjesto_id) VALUES (:naziv, :mjesto)",
+                       {text(12), static_cast<std::int64_t>(random() % 9 + 1)});
+      database.Execute("UPDATE par SET " + column + " = :text WHERE id = :id",
+                       {text(5) + (column == "sifra" ? std::to_string(round * 8 + i) : ""),
+                        static_cast<std::int64_t>(random() % 200 + 1)});
+    }
+    database.Execute("DELETE FROM par WHERE id = (SELECT MAX(id) FROM par)");
+    database.Execute("DELETE FROM par WHERE id = :id", {static_cast<std::int64_t>(random() % 200 + 3)});
+    if (round % 3 == 0) RefreshSearchIndexes(database, round % 2 == 0 ? 5 : 1000);
+    guard.Commit();
+    const std::string raw = text(4);
+    const std::string wanted(round % 5 == 0 ? "spl" : TrimBlanks(raw));
+    if (wanted.empty()) continue;
+    TAstaParamList request;
+    request.FastAdd("trazi", wanted);
+    std::string found;
+    RecordSet rows = Read(codebook, request);
+    for (; !rows.Eof(); rows.Next())
+      found += KeyOf(shape, rows) + "," + rows.FieldByName("naziv").AsText() + ";";
+    std::string expected;
+    RecordSet all = Read(codebook);
+    for (; !all.Eof(); all.Next()) {
+      const std::vector<std::string> keys = FoldKeys(wanted);
+      bool holds = false;
+      for (std::size_t i = 0; i < shape.fields.size(); ++i) {
+        if (shape.fields[i].kind != FieldKind::kText) continue;
+        const std::string field = FoldKey(all.AsText(i));
+        holds = holds || std::any_of(keys.begin(), keys.end(), [&](const std::string& key) {
+                  return field.find(key) != std::string::npos;
+                });
+      }
+      if (holds) expected += KeyOf(shape, all) + "," + all.FieldByName("naziv").AsText() + ";";
+    }
+    EXPECT_EQ(found, expected) << wanted << " in round " << round;
+  }
+}
+
 }  // namespace
 }  // namespace mox

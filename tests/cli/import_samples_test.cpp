@@ -153,16 +153,43 @@ std::string ImportSlowly(const std::string& database, const Sample& sample, std:
   return form.Outcome() == ImportOutcome::kRefused ? form.Refusal() : "not refused";
 }
 
+// What the sheets look up, stored with the command.
+void EnterCodebooks(const std::string& path) {
+  std::ifstream in(SourceDir() + "/tests/cli/cases/import_codebooks.txt");
+  std::string name, rows;
+  const auto store = [&] {
+    if (name.empty()) return;
+    std::istringstream input(rows);
+    std::ostringstream out, err;
+    EXPECT_EQ(mox::Run({"codebook", name, "--store", "-", "--db", path}, input, out, err), 0)
+        << name << ": " << err.str();
+    rows.clear();
+  };
+  for (std::string line; std::getline(in, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    if (!line.starts_with("= ")) {
+      rows += line + "\n";
+      continue;
+    }
+    store();
+    name = line.substr(2);
+  }
+  store();
+}
+
 class ImportSamples : public testing::TestWithParam<std::string> {};
 
 // Every import stores its sample sheet value by value, as a text and as a workbook, and nothing of the faulty
-// one, whose faults it shows.
+// one, whose faults it shows; also where all that it looks up was entered through codebooks.
 // Where two programs import the sheet at once and values must be new, the later one is refused with the
 // rows. In the end all imports are taken back, the last one first, and the database is as it was.
 TEST_P(ImportSamples, AreStoredAsTheSheetSays) {
   const std::string path = testing::TempDir() + "mox_import_samples_" + GetParam() + Text(::getpid()) + ".db";
   std::filesystem::remove(path);
-  Database::Create(path, WithDemo::kYes);
+  const bool by_hand = GetParam() == "codebooks";
+  const std::string form = by_hand ? "tsv" : GetParam();
+  Database::Create(path, by_hand ? WithDemo::kNo : WithDemo::kYes);
+  if (by_hand) EnterCodebooks(path);
   const std::vector<Sample> samples = ReadSamples();
   EXPECT_EQ(samples.size(), ImportProfiles().size());
   const std::string empty = Dump(path);
@@ -185,7 +212,7 @@ TEST_P(ImportSamples, AreStoredAsTheSheetSays) {
     const Rows before = stored();
     EXPECT_EQ(import("_faulty.tsv"), "1\n" + sample.faults);
     EXPECT_EQ(stored(), before);
-    const auto import_sheet = [&] { EXPECT_EQ(import("." + GetParam()).front(), '0'); };
+    const auto import_sheet = [&] { EXPECT_EQ(import("." + form).front(), '0'); };
     if (HasUniqueColumn(fields)) {
       EXPECT_THAT(ImportSlowly(path, sample, import_sheet),
                   testing::ContainsRegex("row 1: .* is in the database already, in "));
@@ -236,7 +263,7 @@ TEST(ImportFaults, OfLargeSheetsAreShownInPartAndWrittenWhole) {
   std::filesystem::remove_all(folder);
 }
 
-INSTANTIATE_TEST_SUITE_P(Forms, ImportSamples, testing::Values("tsv", "xlsx"),
+INSTANTIATE_TEST_SUITE_P(Forms, ImportSamples, testing::Values("tsv", "xlsx", "codebooks"),
                          [](const auto& form) { return form.param; });
 
 }  // namespace

@@ -1,0 +1,56 @@
+#include "appserver/search_index.h"
+
+#include "appserver/codebook.h"
+#include "appserver/connection.h"
+
+namespace mox {
+namespace {
+
+constexpr int kFew = 1000;        // rows that are searched quickly without an index
+constexpr int kPortion = 20'000;  // rows of one transaction, so that other writers do not wait for long
+
+// Of all codebooks that have one.
+std::vector<SearchIndex> AllIndexes(Database& database) {
+  std::vector<SearchIndex> indexes;
+  for (const Codebook& codebook : CodebookTable()) {
+    if (const auto index = SearchIndexOf(ShapeOf(database, codebook))) indexes.push_back(*index);
+  }
+  return indexes;
+}
+
+bool IsBehind(Database& database, const SearchIndex& index) {
+  const std::string sql = DatabaseConnection::dialect().CountUnindexed(index, kFew + 1);
+  return !sql.empty() && database.Query("n", ParseColumns("n:integer"), sql).AsInteger(0) > kFew;
+}
+
+void Refresh(Database& database, const SearchIndex& index, int most) {
+  for (const std::string& statement : DatabaseConnection::dialect().RefreshSearchIndex(index, most)) {
+    database.Execute(statement);
+  }
+}
+
+}  // namespace
+
+SearchQuery FindInIndex(const SearchIndex& index, const std::string& folded, const std::string& parameter) {
+  return DatabaseConnection::dialect().FindInSearchIndex(index, folded, parameter);
+}
+
+void RefreshSearchIndexes(Database& database, int most) {
+  for (const SearchIndex& index : AllIndexes(database)) Refresh(database, index, most);
+}
+
+void CatchUpSearchIndexes(Database& database) {
+  try {
+    for (const SearchIndex& index : AllIndexes(database)) {
+      while (IsBehind(database, index)) {
+        WriteTransaction guard(database);
+        Refresh(database, index, kPortion);
+        guard.Commit();
+      }
+    }
+  } catch (const DatabaseUnavailable&) {
+    return;
+  }
+}
+
+}  // namespace mox
