@@ -67,14 +67,17 @@ void CheckCredit(Database& database, SentRecordSets& sent, std::int64_t partner,
                           (verdict == CreditVerdict::kAsk ? ", and nobody has agreed on that" : "")});
 }
 
-void RequireNotCancelled(Database& database, const RecordSet& payments, std::size_t row,
-                         std::int64_t doc_id) {
-  const RecordSet storno = database.Query("storno", ParseColumns("id:integer"),
-                                          "SELECT id FROM dok WHERE stornira_id = :id", {doc_id});
-  if (storno.IsEmpty()) return;
-  throw WriteRefused(
-      {"", payments.Name(), row, "dok_id",
-       "document " + std::to_string(doc_id) + " was cancelled by document " + storno.AsText(0)});
+// A storno owes nothing, nor does what it has cancelled.
+void RequirePayable(Database& database, const RecordSet& payments, std::size_t row, std::int64_t doc_id) {
+  const RecordSet found = database.Query(
+      "dok", ParseColumns("cancels:integer,cancelled_by:integer"),
+      "SELECT d.stornira_id, (SELECT id FROM dok WHERE stornira_id = d.id) FROM dok d WHERE d.id = :id",
+      {doc_id});
+  if (found.IsEmpty() || (found.IsNull(0) && found.IsNull(1))) return;
+  throw WriteRefused({"", payments.Name(), row, "dok_id",
+                      "document " + std::to_string(doc_id) +
+                          (found.IsNull(0) ? " was cancelled by document " + found.AsText(1)
+                                           : " cancels document " + found.AsText(0))});
 }
 
 std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/, Database& database,
@@ -103,7 +106,7 @@ std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/,
       throw refuse("dok_id", "document " + std::to_string(doc_id) +
                                  " has no open item: there is none, it is paid at once or has no partner");
     }
-    RequireNotCancelled(database, payments, row, doc_id);
+    RequirePayable(database, payments, row, doc_id);
     database.Execute(
         "INSERT INTO otvorene_stavke (par_id, opis, datum_pp, potrazuje, br_dok, datum_dok, datum_dos, "
         "dok_id) "
