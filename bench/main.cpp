@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "bench/codebook_benchmarks.h"
 #include "bench/codes_benchmarks.h"
 #include "bench/document_benchmarks.h"
 #include "bench/import_benchmarks.h"
@@ -32,6 +33,7 @@ int Run() {
   mox::bench::RegisterMicroBenchmarks(peers);
   mox::bench::RegisterCodesBenchmarks();
   mox::bench::RegisterServerBenchmarks();
+  mox::bench::RegisterCodebookBenchmarks();
   mox::bench::RegisterImportBenchmarks();
   mox::bench::RegisterWorkbookBenchmarks();
   mox::bench::Measurements measurements;
@@ -43,6 +45,7 @@ int Run() {
   mox::bench::PrintRatios(measurements, peers);
   mox::bench::PrintCodesRatios(measurements);
   mox::bench::PrintServerRatios(measurements);
+  mox::bench::PrintCodebookRatios(measurements);
   mox::bench::PrintImportRatios(measurements);
   mox::bench::PrintWorkbookRatios(measurements);
   return 0;
