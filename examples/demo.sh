@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Calculates the example documents, keeps a company's data and sends an invoice: examples/demo.sh MOX_BINARY
+# The first day of a shop in short, in a folder that is gone afterwards: examples/demo.sh MOX_BINARY
+# docs/FIRST-DAY.md tells it at length; the files are those of the page.
 set -euo pipefail
 
 [ $# -eq 1 ] || {
@@ -7,7 +8,10 @@ set -euo pipefail
   exit 2
 }
 binary=$(realpath -- "$1")
-cd -- "$(dirname -- "${BASH_SOURCE[0]}")"
+examples=$(realpath -- "$(dirname -- "${BASH_SOURCE[0]}")")
+folder=$(mktemp -d)
+trap 'rm -rf -- "$folder"' EXIT
+cd -- "$folder"
 
 mox() { "$binary" "$@"; }
 
@@ -17,74 +21,69 @@ show() {
   eval "$1"
 }
 
-echo "A cash invoice: goods and services, discounts, three tax rates, a return fee on bottles."
-show "mox document gotovinski-racun gotovinski_racun_roba.csv gotovinski_racun_usluge.csv"
-echo
-echo "The return fee of 1,68 carries no tax: the total of the lines has it, the tax recapitulation does not."
+awk '/^```(csv|text) /{file = $2; next} /^```/{file = ""} file {print >file}' "$examples/../docs/FIRST-DAY.md"
+
+echo "The company, its warehouse, its partners and articles."
+show 'mox db init trgovina.db --NazivPoduzeca "Žito i sinovi d.o.o." --OIBPoduzeca 12345678903 \
+    --AdresaPoduzeca "Ilica 10" --MjestoPoduzeca "10000 Zagreb" --IBAN HR1210010051863000160'
+for codebook in skladiste:skladista mjesta:mjesta vrsta:grupe rabatne_grupe:rabati partneri:partneri artikli:artikli; do
+  show "mox codebook ${codebook%:*} --store ${codebook#*:}.csv --db trgovina.db"
+done
 
 echo
-echo "A goods receipt: the supplier's invoice and its tax."
-show "mox document primka-kalkulacija primka.csv"
+echo "More partners from a sheet, three of them with a fault: every fault is shown at once, and nothing is stored."
+show "mox import MJESTA $examples/import/mjesta.tsv --heading --yes --db trgovina.db"
+show "mox import PARTNERPTT $examples/import/partnerptt_faulty.tsv --heading --yes --db trgovina.db || true"
 
 echo
-echo "Its costing: dependent costs make the purchase price, the margin percent makes the retail price."
-show 'mox calc PrimkaKalkulacija01CalcFields primka.csv |
-    mox calc calc_NC_PrimkaKalkulacija 2 |
+echo "What stands on the shelves, and a receipt with its costing: freight makes the purchase price, the margin the retail price."
+show 'mox document pocetno-stanje stanje.csv --store --header datum=2026-03-02 --db trgovina.db'
+show 'mox calc PrimkaKalkulacija01CalcFields primka.csv | mox calc calc_NC_PrimkaKalkulacija 2 |
     mox calc CalcMPC_Marza_PrimkaKalkulacija 0 2 2 --table'
-
-folder=$(mktemp -d)
-trap 'rm -rf -- "$folder"' EXIT
-db=$folder/tvrtka.db
+show 'mox document primka-kalkulacija primka.csv --store --part totals --header datum=2026-03-02 --header par_id=1 --db trgovina.db'
 
 echo
-echo "A company's own database: accounts and places as they come from a spreadsheet. All rows are stored, or none."
-show 'mox db init $db --demo'
-show 'mox import KONTNIPLAN import/kontniplan.csv --heading --yes --db $db'
-show 'mox import MJESTA import/mjesta.tsv --heading --yes --db $db'
+echo "An invoice at the till and one that is paid later, a part of it at once; a storno, once."
+show 'mox document gotovinski-racun blagajna.csv --store --header datum=2026-03-02 --header par_id=3 --db trgovina.db'
+show 'mox document otpremnica-racun pekara.csv --store --part totals --header datum=2026-03-02 --header par_id=2 --db trgovina.db'
+show 'mox pay 4 50 --date 2026-03-02 --db trgovina.db'
+show 'mox document gotovinski-racun blagajna.csv --store --part totals --header datum=2026-03-02 --db trgovina.db'
+show 'mox document storno 5 --header datum=2026-03-02 --db trgovina.db'
+show 'mox document storno 5 --header datum=2026-03-02 --db trgovina.db || true'
 
-echo
-echo "Partners, three of them with a fault: every fault is shown at once, and nothing is stored. Then the mended file."
-show 'mox import PARTNERPTT import/partnerptt_faulty.tsv --heading --yes --db $db || true'
-show 'mox import PARTNERPTT import/partnerptt.tsv --heading --yes --db $db'
-
-echo
-echo "The cash invoice is stored and asked for again."
-show 'mox document gotovinski-racun gotovinski_racun_roba.csv --part totals --store --header datum=2024-03-01 --header par_id=2 --db $db'
-show 'mox query Dokument id=1 --table --db $db'
-
-echo
-echo "A second one was a mistake: its storno is its exact mirror, and the list shows both ways. A document is cancelled once."
-show 'mox document gotovinski-racun gotovinski_racun_roba.csv --part totals --store --header datum=2024-03-01 --header par_id=2 --db $db >/dev/null'
-show 'mox document storno 2 --header datum=2024-03-02 --db $db'
-show 'mox document storno 2 --header datum=2024-03-02 --db $db || true'
-show 'mox query Dokumenti --table --db $db'
-
-python3 intermediary.py "$folder" &
+python3 "$examples/intermediary.py" "$folder" &
 trap 'kill "$!"; rm -rf -- "$folder"' EXIT
-for _ in {1..100}; do [ -s "$folder/port" ] || sleep 0.1; done
-printf 'EracunSendB2CBills:boolean,EracunB2CUrl\ntrue,http://127.0.0.1:%s/accept\n' "$(cat "$folder/port")" >"$folder/account.csv"
+for _ in {1..100}; do [ -s port ] || sleep 0.1; done
+address=http://127.0.0.1:$(cat port)/accept
 
 echo
-echo "Its buyer is a private person, so it goes out as an e-invoice, here to an intermediary on this computer; only once."
-show 'mox store UpdateIntegrationsUsersAccounts adsLoginData=$folder/account.csv --db $db'
-show 'mox einvoice send 1 --db $db'
-show 'mox einvoice send 1 --db $db'
-show 'mox query ERacunVeza id=1 --table --db $db'
+echo "The buyer at the till is a private person, who gets an e-invoice, here from an intermediary on this computer; only once."
+show 'mox company set EracunSendB2CBills=true EracunB2CUrl=$address EracunUserName=ana --key kljuc.txt --db trgovina.db'
+show 'mox einvoice send 3 --db trgovina.db'
+show 'mox einvoice send 3 --db trgovina.db'
 
 echo
 echo "The code through which the buyer verifies the receipt, as a picture."
-show 'mox qr receipt --zki 0a1b2c3d4e5f60718293a4b5c6d7e8f9 --amount 136.46 --time 2024-03-01T09:05'
+show 'mox qr receipt --zki 0a1b2c3d4e5f60718293a4b5c6d7e8f9 --amount 17.28 --time 2026-03-02T09:05 --db trgovina.db'
+
+echo
+echo "The evening: what was sold, the tax, what is owed, what stands on the shelves; and a copy."
+show 'mox report turnover --from 2026-03-02 --to 2026-03-02 --by kind --table --db trgovina.db'
+show 'mox report tax --from 2026-03-02 --to 2026-03-02 --table --db trgovina.db'
+show 'mox report balances --table --db trgovina.db'
+show 'mox report stock --table --db trgovina.db'
+show 'mox db backup trgovina-2026-03-02.db --db trgovina.db'
 
 cat <<TEXT
 
-What to try next, in the folder $PWD:
+The same at length, with what everything means: docs/FIRST-DAY.md. What to try next:
 
   mox=$binary
   \$mox document --list                          # the kinds of documents, what each needs and fills
-  \$mox document gotovinski-racun --csv gotovinski_racun_roba.csv      # files instead of tables
+  \$mox document gotovinski-racun $examples/gotovinski_racun_roba.csv $examples/gotovinski_racun_usluge.csv
   \$mox calc --list                              # every function of document lines
   \$mox import --list                            # what can be imported; KEY --template prints the sheet's heading
-  \$mox recap --list                             # every tax recapitulation
+  \$mox codebook --table --db FILE               # what a company keeps: partners, articles, ...
   \$mox round -2.675 -2                          # the rounding rule behind all of it
   \$mox --help
 TEXT

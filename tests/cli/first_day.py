@@ -1,0 +1,95 @@
+#!/usr/bin/env python3
+"""Replays docs/FIRST-DAY.md word for word: first_day.py MOX PAGE INTERMEDIARY [--update]
+
+A block that begins with ```csv NAME or ```text NAME is a file. In a ```console block each "$ mox ..." is run, and the
+lines up to the next one are what it prints, errors too. Only the address of the intermediary stands for another one:
+that of examples/intermediary.py, which runs on this computer. With --update the page gets what is printed.
+"""
+import difflib
+import os
+import pathlib
+import shlex
+import subprocess
+import sys
+import tempfile
+import time
+
+ADDRESS = "https://posrednik.example/b2c"
+
+
+def run(command, program, folder):
+    """What "mox ... < file | mox ..." prints; errors come where they are made."""
+    steps, words = [[]], shlex.split(command)
+    for word in words:
+        if word == "|":
+            steps.append([])
+        else:
+            steps[-1].append(word)
+    given, printed = b"", b""
+    for step in steps:
+        if "<" in step:
+            at = step.index("<")
+            given = (folder / step[at + 1]).read_bytes()
+            del step[at : at + 2]
+        if step[0] != "mox":
+            raise SystemExit(f"{step[0]} is not mox: {command}")
+        is_last = step is steps[-1]
+        done = subprocess.run([program, *step[1:]], input=given, cwd=folder, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT if is_last else subprocess.PIPE)
+        printed += done.stdout if is_last else done.stderr
+        given = done.stdout
+    return printed.decode().splitlines()
+
+
+def replay(page, program, folder, address):
+    lines, shown = iter(page.splitlines()), []
+    for line in lines:
+        shown.append(line)
+        fence, _, name = line.partition(" ")
+        if fence in ("```csv", "```text") and name:
+            text = ""
+            while (line := next(lines)) != "```":
+                shown.append(line)
+                text += line + "\n"
+            shown.append(line)
+            (folder / name).write_text(text.replace(ADDRESS, address))
+        elif line == "```console":
+            while (line := next(lines)) != "```":
+                if not line.startswith("$ "):
+                    continue
+                shown.append(line)
+                command = line[2:]
+                while command.endswith("\\"):
+                    shown.append(next(lines))
+                    command = command[:-1] + shown[-1].strip()
+                shown += run(command.replace(ADDRESS, address), program, folder)
+            shown.append(line)
+    return "\n".join(shown) + "\n"
+
+
+def main():
+    program, page, intermediary = (os.path.abspath(path) for path in sys.argv[1:4])
+    os.environ.update(USER="ana", LC_ALL="C.UTF-8")
+    with tempfile.TemporaryDirectory() as folder, tempfile.TemporaryDirectory() as state:
+        os.environ["XDG_STATE_HOME"] = state
+        server = subprocess.Popen([sys.executable, intermediary, state])
+        try:
+            port = pathlib.Path(state, "port")
+            for _ in range(200):
+                if port.exists() and port.read_text():
+                    break
+                time.sleep(0.05)
+            address = f"http://127.0.0.1:{port.read_text().strip()}/accept"
+            text = pathlib.Path(page).read_text()
+            shown = replay(text, program, pathlib.Path(folder), address)
+        finally:
+            server.kill()
+            server.wait()
+    if "--update" in sys.argv:
+        pathlib.Path(page).write_text(shown)
+    elif shown != text:
+        sys.stdout.writelines(difflib.unified_diff(text.splitlines(True), shown.splitlines(True), "page", "replayed"))
+        raise SystemExit(1)
+
+
+main()
