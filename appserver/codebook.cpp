@@ -20,12 +20,12 @@ std::string RunningCodes(std::string_view name) {
 }
 
 // Of the shown values, so that whoever changed any of them changes it.
-std::string VersionOf(const RecordSet& records, std::size_t fields) {
+std::string VersionOf(const RecordRow& row, std::size_t fields) {
   std::uint64_t hash = 14695981039346656037ULL;  // FNV-1a
   std::string text;
   for (std::size_t i = 0; i < fields; ++i) {
-    const Value value = records.AsVariant(i);
-    if (records.IsNull(i)) {
+    const Value value = row.AsVariant(i);
+    if (row.IsNull(i)) {
       text += '-';
     } else if (const auto* const given = std::get_if<std::string>(&value)) {
       AppendCounted(text, *given);
@@ -120,12 +120,12 @@ void AppendRows(Database& database, const CodebookShape& shape, std::string_view
   sql += "NULL FROM " + shape.from + ' ' + std::string(rest);
   Columns columns = shape.fields;
   columns.push_back({.name = std::string(kVersionField)});
-  RecordSet rows = database.Query("rows", columns, sql, values);
-  std::vector<Value> row(columns.size());
-  for (; !rows.Eof(); rows.Next()) {
-    for (std::size_t i = 0; i < shape.fields.size(); ++i) row[i] = rows.AsVariant(i);
-    row.back() = VersionOf(rows, shape.fields.size());
-    answer.AppendRecord(row);
+  const RecordSet rows = database.Query("rows", columns, sql, values);
+  std::vector<Value> values_of_row(columns.size());
+  for (const RecordRow& row : rows.Rows()) {
+    for (std::size_t i = 0; i < shape.fields.size(); ++i) values_of_row[i] = row.AsVariant(i);
+    values_of_row.back() = VersionOf(row, shape.fields.size());
+    answer.AppendRecord(values_of_row);
   }
 }
 
@@ -161,7 +161,6 @@ std::string CodeNumbering::Next() {
   highest.DefineField("sifra", FieldKind::kText);
   highest.Open();
   highest_.ExecuteInto(highest);
-  highest.First();
   std::string code = highest.AsText(0);
   do {
     code = NextCode(code);
@@ -188,8 +187,7 @@ std::optional<std::int64_t> UniqueCheck::Find(const std::string& text, std::int6
     find_.ExecuteInto(found);
   }
   if (found.IsEmpty()) return std::nullopt;
-  found.First();
-  return found.AsInteger(0);
+  return found.RowAt(0).AsInteger(0);
 }
 
 std::string UniqueCheck::Refusal(std::int64_t id) const {

@@ -56,7 +56,7 @@ class Statements {
 // Rows of one codebook that were sent.
 class CodebookRows {
  public:
-  CodebookRows(Database& database, const Codebook& codebook, RecordSet& records)
+  CodebookRows(Database& database, const Codebook& codebook, const RecordSet& records)
       : database_(database),
         codebook_(codebook),
         records_(records),
@@ -81,24 +81,22 @@ class CodebookRows {
 
   const CodebookShape& shape() const { return shape_; }
   std::size_t row() const { return row_; }
+  RecordRow Record() const { return records_.RowAt(row_ - 1); }
 
   template <typename Action>
   void ForEach(const Action& action) {
-    for (records_.First(); !records_.Eof(); records_.Next()) {
-      ++row_;
-      action();
-    }
+    for (row_ = 1; row_ <= records_.RowCount(); ++row_) action();
   }
 
   bool IsGiven(std::size_t field) const { return fields_[field].has_value(); }
-  bool IsBlank(std::size_t field) const { return !fields_[field] || mox::IsBlank(records_, *fields_[field]); }
+  bool IsBlank(std::size_t field) const { return !fields_[field] || mox::IsBlank(Record(), *fields_[field]); }
 
   // As it is stored: a text without blanks at its ends, null for a blank one.
   Value ValueOf(std::size_t field) const {
     if (IsBlank(field)) return {};
     const FieldDef& column = shape_.fields[field];
     try {
-      Value value = ConvertTo(column.kind, records_.AsVariant(*fields_[field]));
+      Value value = ConvertTo(column.kind, Record().AsVariant(*fields_[field]));
       if (auto* const text = std::get_if<std::string>(&value)) *text = TrimBlanks(*text);
       return value;
     } catch (const Error& error) {
@@ -108,7 +106,7 @@ class CodebookRows {
   std::string TextOf(std::size_t field) const {
     return IsBlank(field) ? std::string() : ToText(ValueOf(field));
   }
-  std::string Version() const { return version_ ? records_.AsText(*version_) : std::string(); }
+  std::string Version() const { return version_ ? Record().AsText(*version_) : std::string(); }
 
   [[noreturn]] void Refuse(std::string_view field, std::string message) const {
     throw WriteRefused({"", std::string(codebook_.name), row_, std::string(field), std::move(message)});
@@ -203,11 +201,11 @@ class CodebookRows {
 
   Database& database_;
   const Codebook& codebook_;
-  RecordSet& records_;
+  const RecordSet& records_;
   CodebookShape shape_;
   std::vector<std::optional<std::size_t>> fields_;  // of the sent set, by those of the shape
   std::optional<std::size_t> version_;
-  std::size_t row_ = 0;
+  std::size_t row_ = 0;  // the one that is stored or taken away, from 1
   Statements statements_;
 };
 
@@ -235,9 +233,9 @@ class ReferenceFinder {
   std::string_view column() const { return column_; }
   bool IsGiven() const { return finders_.front()->HasFields(); }
   // Null where all of its fields are blank.
-  Value Find(std::size_t row) {
+  Value Find(const RecordRow& record, std::size_t row) {
     for (const auto& finder : finders_) {
-      if (const auto id = finder->Find(row)) return *id;
+      if (const auto id = finder->Find(record, row)) return *id;
     }
     return {};
   }
@@ -250,7 +248,7 @@ class ReferenceFinder {
 
 class CodebookWriter {
  public:
-  CodebookWriter(Database& database, const Codebook& codebook, RecordSet& records)
+  CodebookWriter(Database& database, const Codebook& codebook, const RecordSet& records)
       : codebook_(codebook), rows_(database, codebook, records) {
     const CodebookShape& shape = rows_.shape();
     if (!codebook.numbered.empty()) numbering_.emplace(database, codebook);
@@ -355,7 +353,7 @@ class CodebookWriter {
     }
     for (const auto& reference : references_) {
       if (!reference->IsGiven()) continue;
-      Value id = reference->Find(rows_.row());
+      Value id = reference->Find(rows_.Record(), rows_.row());
       if (is_new && std::holds_alternative<std::monostate>(id)) continue;
       columns.push_back({std::string(reference->column()), std::move(id)});
     }
@@ -446,9 +444,11 @@ std::string UsersIn(Database& database, const RowUse& use, std::int64_t key) {
   if (all == 0) return {};
   const Codebook* const codebook = FindCodebookOf(use.Table());
   std::string users = codebook == nullptr ? use.Table() : std::string(codebook->name);
-  RecordSet first = use.FirstUsers(database, key, kShownUsers);
-  for (std::string_view separator = ": "; !first.Eof(); first.Next(), separator = ", ") {
-    users.append(separator).append(NameOfRow(database, use.Table(), first.AsInteger(0)));
+  const RecordSet first = use.FirstUsers(database, key, kShownUsers);
+  std::string_view separator = ": ";
+  for (const RecordRow& row : first.Rows()) {
+    users.append(separator).append(NameOfRow(database, use.Table(), row.AsInteger(0)));
+    separator = ", ";
   }
   return all > kShownUsers ? users + " and " + std::to_string(all - kShownUsers) + " more" : users;
 }
@@ -462,7 +462,7 @@ std::string UsersOf(Database& database, std::string_view table, std::int64_t key
   return users;
 }
 
-void DeleteRows(Database& database, const Codebook& codebook, RecordSet& records) {
+void DeleteRows(Database& database, const Codebook& codebook, const RecordSet& records) {
   CodebookRows rows(database, codebook, records);
   rows.ForEach([&] {
     const auto id = rows.FindByKey();
@@ -476,11 +476,11 @@ void DeleteRows(Database& database, const Codebook& codebook, RecordSet& records
 // --- the transactions: record sets named as the codebooks, in the order in which they were sent ---
 
 std::optional<RecordSet> StoreCodebooks(const NamedTransaction& /*transaction*/, Database& database,
-                                        SentRecordSets& sent) {
+                                        const SentRecordSets& sent) {
   RecordSet stored("Upisano");
   for (FieldDef& column : ParseColumns("sifarnik,kljuc,novi:boolean")) stored.DefineField(std::move(column));
   stored.Open();
-  for (RecordSet& records : sent.All()) {
+  for (const RecordSet& records : sent.All()) {
     CodebookWriter(database, *FindCodebook(records.Name()), records).StoreAll(stored);
   }
   if (!stored.IsEmpty()) stored.First();
@@ -489,8 +489,8 @@ std::optional<RecordSet> StoreCodebooks(const NamedTransaction& /*transaction*/,
 }
 
 std::optional<RecordSet> DeleteFromCodebooks(const NamedTransaction& /*transaction*/, Database& database,
-                                             SentRecordSets& sent) {
-  for (RecordSet& records : sent.All()) DeleteRows(database, *FindCodebook(records.Name()), records);
+                                             const SentRecordSets& sent) {
+  for (const RecordSet& records : sent.All()) DeleteRows(database, *FindCodebook(records.Name()), records);
   return std::nullopt;
 }
 

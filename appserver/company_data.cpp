@@ -101,11 +101,12 @@ RecordSet ReadPlace(Database& database, const StoredPlace& place) {
           std::string(place.table) + " ORDER BY id");
 }
 
-bool FindName(RecordSet& rows, std::string_view name) {
-  for (rows.First(); !rows.Eof(); rows.Next()) {
-    if (SameName(rows.AsTextView(0), name)) return true;
+// The row of a parameter; none where there is no such one.
+std::optional<RecordRow> FindName(const RecordSet& rows, std::string_view name) {
+  for (const RecordRow& row : rows.Rows()) {
+    if (SameName(row.AsTextView(0), name)) return row;
   }
-  return false;
+  return std::nullopt;
 }
 
 bool IsControlCharacter(char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; }
@@ -156,8 +157,8 @@ void CompanyData::Set(std::string_view assignment) {
 
 void CompanyData::Reload() {
   parameters_ = {};
-  RecordSet stored = ReadPlace(database_, kPlaces[0]);
-  for (; !stored.Eof(); stored.Next()) parameters_.Set(stored.AsTextView(0), stored.AsTextView(1));
+  const RecordSet stored = ReadPlace(database_, kPlaces[0]);
+  for (const RecordRow& row : stored.Rows()) parameters_.Set(row.AsTextView(0), row.AsTextView(1));
   for (const auto& [name, value] : set_) parameters_.Set(name, value);
 }
 
@@ -171,8 +172,9 @@ std::optional<std::string> CompanyData::Parameter(std::string_view name) const {
   std::string text;
   if (const std::string* const set = FindSet(name)) {
     text = *set;
-  } else if (RecordSet stored = ReadPlace(database_, kPlaces[0]); FindName(stored, name)) {
-    text = stored.AsTextView(1);
+  } else {
+    const RecordSet stored = ReadPlace(database_, kPlaces[0]);
+    if (const auto row = FindName(stored, name)) text = row->AsTextView(1);
   }
   if (TrimBlanks(text).empty()) return std::nullopt;
   return text;
@@ -180,9 +182,9 @@ std::optional<std::string> CompanyData::Parameter(std::string_view name) const {
 
 std::optional<bool> CompanyData::Feature(std::string_view code) const {
   if (const std::string* const set = FindSet(code)) return ToBoolean(Value(*set));
-  RecordSet stored = ReadPlace(database_, kPlaces[1]);
-  if (!FindName(stored, code)) return std::nullopt;
-  return stored.AsBoolean(1);
+  const RecordSet stored = ReadPlace(database_, kPlaces[1]);
+  const auto row = FindName(stored, code);
+  return row ? std::optional(row->AsBoolean(1)) : std::nullopt;
 }
 
 // A set value stands in place of the stored one.
@@ -192,20 +194,21 @@ void CompanyData::AppendRow(RecordSet& answer, std::vector<Value> row) const {
 }
 
 void CompanyData::AppendAdditional(RecordSet& answer) const {
-  RecordSet stored = database_.Query("parametri", ParseColumns("naziv,vrijednost,opis"),
-                                     "SELECT naziv, vrijednost, opis FROM dodatni_parametri ORDER BY naziv");
-  for (; !stored.Eof(); stored.Next()) {
-    AppendRow(answer, {stored.AsVariant(0), stored.AsVariant(1), stored.AsVariant(2)});
+  const RecordSet stored =
+      database_.Query("parametri", ParseColumns("naziv,vrijednost,opis"),
+                      "SELECT naziv, vrijednost, opis FROM dodatni_parametri ORDER BY naziv");
+  for (const RecordRow& row : stored.Rows()) {
+    AppendRow(answer, {row.AsVariant(0), row.AsVariant(1), row.AsVariant(2)});
   }
 }
 
 void CompanyData::AppendAll(RecordSet& answer) const {
   for (const StoredPlace& place : kPlaces) {
-    RecordSet stored = ReadPlace(database_, place);
-    for (; !stored.Eof(); stored.Next()) {
-      Value value = stored.AsVariant(1);
+    const RecordSet stored = ReadPlace(database_, place);
+    for (const RecordRow& row : stored.Rows()) {
+      Value value = row.AsVariant(1);
       if (const bool* const flag = std::get_if<bool>(&value)) value = std::string(*flag ? "true" : "false");
-      AppendRow(answer, {stored.AsVariant(0), value, stored.AsVariant(2), std::string(place.group)});
+      AppendRow(answer, {row.AsVariant(0), value, row.AsVariant(2), std::string(place.group)});
     }
   }
   for (const AccountField& field : AccountFields()) {
@@ -251,8 +254,9 @@ void StoreCompanyValue(Database& database, std::string_view name, std::string_vi
     if (SameName(field.name, name)) return StoreAccountField(database, field, Value(std::string(value)));
   }
   for (const StoredPlace& place : kPlaces) {
-    RecordSet stored = ReadPlace(database, place);
-    if (!FindName(stored, name)) continue;
+    const RecordSet stored = ReadPlace(database, place);
+    const auto row = FindName(stored, name);
+    if (!row) continue;
     const bool is_flag = place.value == "allow";
     if (is_flag) {
       if (const std::string fault = FlagFault(value); !fault.empty()) throw Error(fault);
@@ -262,7 +266,7 @@ void StoreCompanyValue(Database& database, std::string_view name, std::string_vi
                                        : Value(std::string(value));
     database.Execute("UPDATE " + std::string(place.table) + " SET " + std::string(place.value) +
                          " = :value WHERE id = :id",
-                     {sent, stored.AsInteger(3)});
+                     {sent, row->AsInteger(3)});
     return;
   }
   throw Error("there is no parameter of that name");

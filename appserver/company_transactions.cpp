@@ -7,9 +7,9 @@
 namespace mox {
 namespace {
 
-std::string TextIn(RecordSet& records, std::string_view name) {
-  const auto field = records.FindField(name);
-  return field ? field->AsText() : std::string();
+std::string TextIn(const RecordRow& record, std::string_view name) {
+  const auto field = record.FindFieldIndex(name);
+  return field ? record.AsText(*field) : std::string();
 }
 
 [[noreturn]] void Refuse(const RecordSet& records, std::size_t row, std::string_view field,
@@ -18,14 +18,14 @@ std::string TextIn(RecordSet& records, std::string_view name) {
 }
 
 std::optional<RecordSet> StoreParameters(const NamedTransaction& /*transaction*/, Database& database,
-                                         SentRecordSets& sent) {
-  RecordSet& values = *sent.Find("Parametri");
+                                         const SentRecordSets& sent) {
+  const RecordSet& values = *sent.Find("Parametri");
   std::size_t row = 0;
-  for (values.First(); !values.Eof(); values.Next()) {
+  for (const RecordRow& value : values.Rows()) {
     ++row;
-    const std::string name = values.FieldByName("naziv").AsText();
+    const std::string name = value.AsText(value.IndexOf("naziv"));
     try {
-      StoreCompanyValue(database, name, values.FieldByName("vrijednost").AsText());
+      StoreCompanyValue(database, name, value.AsText(value.IndexOf("vrijednost")));
     } catch (const DatabaseError&) {
       throw;
     } catch (const Error& error) {
@@ -37,13 +37,13 @@ std::optional<RecordSet> StoreParameters(const NamedTransaction& /*transaction*/
 
 // Runs a change for each account that was sent.
 template <typename Change>
-std::optional<RecordSet> ForEachIban(SentRecordSets& sent, const Change& change) {
-  RecordSet& ibans = *sent.Find("Ibani");
+std::optional<RecordSet> ForEachIban(const SentRecordSets& sent, const Change& change) {
+  const RecordSet& ibans = *sent.Find("Ibani");
   std::size_t row = 0;
-  for (ibans.First(); !ibans.Eof(); ibans.Next()) {
+  for (const RecordRow& account : ibans.Rows()) {
     ++row;
     try {
-      change(ibans.FieldByName("iban").AsText(), ibans);
+      change(account.AsText(account.IndexOf("iban")), account);
     } catch (const DatabaseError&) {
       throw;
     } catch (const Error& error) {
@@ -54,20 +54,22 @@ std::optional<RecordSet> ForEachIban(SentRecordSets& sent, const Change& change)
 }
 
 std::optional<RecordSet> InsertIban(const NamedTransaction& /*transaction*/, Database& database,
-                                    SentRecordSets& sent) {
-  return ForEachIban(sent, [&](const std::string& iban, RecordSet& row) {
-    AddCompanyIban(database, iban, TextIn(row, "banka"), TextIn(row, "valuta"));
+                                    const SentRecordSets& sent) {
+  return ForEachIban(sent, [&](const std::string& iban, const RecordRow& account) {
+    AddCompanyIban(database, iban, TextIn(account, "banka"), TextIn(account, "valuta"));
   });
 }
 
 std::optional<RecordSet> MainIban(const NamedTransaction& /*transaction*/, Database& database,
-                                  SentRecordSets& sent) {
-  return ForEachIban(sent, [&](const std::string& iban, RecordSet&) { MakeCompanyIbanMain(database, iban); });
+                                  const SentRecordSets& sent) {
+  return ForEachIban(sent,
+                     [&](const std::string& iban, const RecordRow&) { MakeCompanyIbanMain(database, iban); });
 }
 
 std::optional<RecordSet> DeleteIban(const NamedTransaction& /*transaction*/, Database& database,
-                                    SentRecordSets& sent) {
-  return ForEachIban(sent, [&](const std::string& iban, RecordSet&) { RemoveCompanyIban(database, iban); });
+                                    const SentRecordSets& sent) {
+  return ForEachIban(sent,
+                     [&](const std::string& iban, const RecordRow&) { RemoveCompanyIban(database, iban); });
 }
 
 const NamedTransaction kTransactions[] = {

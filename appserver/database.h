@@ -58,8 +58,8 @@ class Statement {
   /// also for a text with a NUL character, and Overflow.
   void Bind(std::size_t index, const Value& value);
   void BindText(std::size_t index, std::string_view text);
-  /// The current record's field, without building a value where the kinds are the same.
-  void Bind(std::size_t index, const RecordSet& records, std::size_t field);
+  /// A field of a record, without building a value where the kinds are the same.
+  void Bind(std::size_t index, const RecordRow& row, std::size_t field);
 
   /// Rows changed.
   std::int64_t Execute();

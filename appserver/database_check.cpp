@@ -36,32 +36,32 @@ std::string FaultOfTotals(Database& database, const StoredDocument& document) {
 }
 
 void CheckTotals(Database& database, std::vector<DatabaseFinding>& findings) {
-  RecordSet documents =
+  const RecordSet documents =
       database.Query("dokumenti", ParseColumns("id:integer,vrsta,broj:integer,godina:integer"),
                      "SELECT id, vrsta, broj, godina FROM dok ORDER BY id");
-  for (; !documents.Eof(); documents.Next()) {
-    const auto document = ReadStoredDocument(database, documents.AsInteger(0));
+  for (const RecordRow& row : documents.Rows()) {
+    const auto document = ReadStoredDocument(database, row.AsInteger(0));
     const std::string fault = FaultOfTotals(database, document.value());
     if (fault.empty()) continue;
-    findings.push_back({"total",
-                        documents.AsText(1) + ' ' + documents.AsText(2) + '/' + documents.AsText(3) +
-                            " (id " + documents.AsText(0) + ')',
-                        fault});
+    findings.push_back(
+        {"total", row.AsText(1) + ' ' + row.AsText(2) + '/' + row.AsText(3) + " (id " + row.AsText(0) + ')',
+         fault});
   }
 }
 
 // Numbers are given one after the other from 1, and none is taken back.
 void CheckNumbers(Database& database, std::vector<DatabaseFinding>& findings) {
-  RecordSet gaps = database.Query("praznine", ParseColumns("vrsta,godina:integer,od:integer,do:integer"), R"(
+  const RecordSet gaps =
+      database.Query("praznine", ParseColumns("vrsta,godina:integer,od:integer,do:integer"), R"(
 SELECT vrsta, godina, prije + 1, broj - 1
 FROM (SELECT vrsta, godina, broj,
         COALESCE(LAG(broj) OVER (PARTITION BY vrsta, godina ORDER BY broj), 0) AS prije
       FROM dok) AS redom
 WHERE broj > prije + 1 ORDER BY vrsta, godina, broj)");
-  for (; !gaps.Eof(); gaps.Next()) {
-    const std::string first = gaps.AsText(2);
-    const std::string last = gaps.AsText(3);
-    findings.push_back({"numbers", gaps.AsText(0) + " " + gaps.AsText(1),
+  for (const RecordRow& gap : gaps.Rows()) {
+    const std::string first = gap.AsText(2);
+    const std::string last = gap.AsText(3);
+    findings.push_back({"numbers", gap.AsText(0) + " " + gap.AsText(1),
                         first == last ? first + " is missing" : first + " to " + last + " are missing"});
   }
 }

@@ -27,29 +27,29 @@ struct DocumentKey {
   throw WriteRefused({"", header.Name(), 1, std::string(field), std::move(message)});
 }
 
-bool HasValue(RecordSet& header, std::string_view name) {
-  const auto field = header.FindField(name);
-  return field && !TrimBlanks(field->AsText()).empty();
+bool HasValue(const RecordSet& header, std::string_view name) {
+  const auto field = header.FindFieldIndex(name);
+  return field && !TrimBlanks(header.AsText(*field)).empty();
 }
 
-std::string SupplierDocument(RecordSet& header) {
-  const auto field = header.FindField("vrsta_dok_dob");
-  return field ? field->AsText() : std::string();
+std::string SupplierDocument(const RecordSet& header) {
+  const auto field = header.FindFieldIndex("vrsta_dok_dob");
+  return field ? header.AsText(*field) : std::string();
 }
 
 // A field of the header as another kind; an error names the field.
 template <typename Result>
-Result HeaderValue(RecordSet& header, std::string_view name, Result (*convert)(const Value&)) {
+Result HeaderValue(const RecordSet& header, std::string_view name, Result (*convert)(const Value&)) {
   if (!HasValue(header, name)) RefuseHeader(header, name, "must not be empty");
   try {
-    return convert(header.FieldByName(name).AsVariant());
+    return convert(header.AsVariant(*header.FindFieldIndex(name)));
   } catch (const Error& error) {
     RefuseHeader(header, name, error.what());
   }
 }
 
 // Days that a document of these books cannot be of are slips of the keyboard.
-void CheckYears(RecordSet& header) {
+void CheckYears(const RecordSet& header) {
   constexpr int kFirstYear = 1990;
   constexpr int kLastYear = 2099;
   for (const char* const name : {"datum", "datum_dospijeca", "datum_dok_dob"}) {
@@ -63,7 +63,7 @@ void CheckYears(RecordSet& header) {
 }
 
 // The kind, the date and the year of the header, which belong together; numbers are of a kind and year.
-DocumentKey ReadKey(RecordSet& header, const DocumentKind& kind) {
+DocumentKey ReadKey(const RecordSet& header, const DocumentKind& kind) {
   CheckYears(header);
   DocumentKey key{.kind = &kind, .datum = HeaderValue(header, "datum", ToDate)};
   key.godina = ToCivil(key.datum).year;
@@ -74,7 +74,7 @@ DocumentKey ReadKey(RecordSet& header, const DocumentKind& kind) {
                '"' + std::to_string(year) + "\" is not the year of the date " + ToText(key.datum));
 }
 
-const DocumentKind& ReadKind(RecordSet& header) {
+const DocumentKind& ReadKind(const RecordSet& header) {
   const std::string name = HeaderValue(header, "vrsta", ToText);
   if (const DocumentKind* const kind = FindDocumentKind(name)) return *kind;
   RefuseHeader(header, "vrsta", '"' + name + "\" is no kind of document");
@@ -89,7 +89,7 @@ std::int64_t NextNumber(Database& database, const DocumentKey& key) {
 }
 
 // Under the next number of its kind and year.
-void InsertHeader(Database& database, RecordSet& header, TableRule rule, DocumentKey& key) {
+void InsertHeader(Database& database, const RecordSet& header, TableRule rule, DocumentKey& key) {
   key.broj = NextNumber(database, key);
   rule.constants.emplace_back("vrsta", std::string(key.kind->name));
   rule.constants.emplace_back("godina", key.godina);
@@ -98,18 +98,19 @@ void InsertHeader(Database& database, RecordSet& header, TableRule rule, Documen
 }
 
 // The links that the user asked for before he made this document.
-void MakePendingLinks(Database& database, const DocumentKey& key, RecordSet& header) {
-  const auto user = header.FindField("user_id");
-  if (!user || user->IsNull()) return;
+void MakePendingLinks(Database& database, const DocumentKey& key, const RecordSet& header) {
+  const auto user_field = header.FindFieldIndex("user_id");
+  if (!user_field || header.IsNull(*user_field)) return;
+  const std::string user = header.AsText(*user_field);
   const std::string tip(key.kind->tip);
   database.Execute(
       "INSERT INTO dok_veze (parent_table, parent_column, parent_doc_id, child_tip, child_doc_id) "
       "SELECT v.parent_table, v.parent_column, v.parent_doc_id, v.child_tip, d.id "
       "FROM dok_veze_kasnije v JOIN dok d ON d.id = :dok_id "
       "WHERE v.user_id = :user_id AND v.child_tip = :child_tip ORDER BY v.id",
-      {key.id, user->AsText(), tip});
+      {key.id, user, tip});
   database.Execute("DELETE FROM dok_veze_kasnije WHERE user_id = :user_id AND child_tip = :child_tip",
-                   {user->AsText(), tip});
+                   {user, tip});
 }
 
 RecordSet Answer(const DocumentKey& key) {
@@ -128,7 +129,7 @@ RecordSet Answer(const DocumentKey& key) {
 // --- a new document ---
 
 // The sort of a line is that of its record set. One that says another would be stored as what it is not.
-void CheckSortsOfLines(SentRecordSets& sent) {
+void CheckSortsOfLines(const SentRecordSets& sent) {
   constexpr std::pair<const char*, const char*> kSorts[] = {{"Stavke", "roba"}, {"Usluge", "usluga"}};
   for (const auto& [name, sort] : kSorts) {
     const RecordSet* const lines = sent.Find(name);
@@ -144,7 +145,7 @@ void CheckSortsOfLines(SentRecordSets& sent) {
 }
 
 // Lines and totals must be those of the kind.
-void CheckSorts(const DocumentKind& kind, SentRecordSets& sent) {
+void CheckSorts(const DocumentKind& kind, const SentRecordSets& sent) {
   const auto check = [&](const char* name, bool has) {
     if (has || sent.Find(name) == nullptr) return;
     throw WriteRefused({"", name, 0, "", std::string(kind.name) + " has no such record set"});
@@ -160,12 +161,12 @@ void CheckSorts(const DocumentKind& kind, SentRecordSets& sent) {
   throw WriteRefused({"", "", 0, "", "the document has no lines"});
 }
 
-bool IsSaid(RecordSet& header, std::string_view name) {
+bool IsSaid(const RecordSet& header, std::string_view name) {
   return HasValue(header, name) && HeaderValue(header, name, ToBoolean);
 }
 
 // A storno by hand that sells is stored only when the user has said so.
-void CheckQuantities(const DocumentKind& kind, RecordSet& header, SentRecordSets& sent) {
+void CheckQuantities(const DocumentKind& kind, const RecordSet& header, const SentRecordSets& sent) {
   if (IsSaid(header, "potvrdeno")) return;
   for (const char* const name : {"Stavke", "Usluge"}) {
     if (const auto line = FindPositiveQuantity(kind, sent.Find(name))) {
@@ -177,16 +178,16 @@ void CheckQuantities(const DocumentKind& kind, RecordSet& header, SentRecordSets
 }
 
 // What the server writes itself.
-void RefuseOwnFields(RecordSet& header) {
+void RefuseOwnFields(const RecordSet& header) {
   for (const char* const name : {"broj", "kljuc_sazetak", "placeno_odmah"}) {
     if (HasValue(header, name)) RefuseHeader(header, name, "is given when the document is stored");
   }
 }
 
 // How the header says that it is paid, by the name that the codebook has.
-std::optional<KindOfPay> PayOf(Database& database, RecordSet& header, TableRule& rule) {
+std::optional<KindOfPay> PayOf(Database& database, const RecordSet& header, TableRule& rule) {
   if (!HasValue(header, "nacin_placanja")) return std::nullopt;
-  const std::string text = header.FieldByName("nacin_placanja").AsText();
+  const std::string text = header.AsText(*header.FindFieldIndex("nacin_placanja"));
   const std::optional<KindOfPay> pay = FindKindOfPay(database, text);
   if (!pay) RefuseHeader(header, "nacin_placanja", '"' + text + "\" is no kind of pay (nacini_placanja)");
   rule.constants.emplace_back("nacin_placanja", pay->name);
@@ -194,14 +195,15 @@ std::optional<KindOfPay> PayOf(Database& database, RecordSet& header, TableRule&
 }
 
 // An invoice is paid as its header says, else as its kind of document is.
-void AddPayment(Database& database, const DocumentKind& kind, RecordSet& header, TableRule& rule) {
+void AddPayment(Database& database, const DocumentKind& kind, const RecordSet& header, TableRule& rule) {
   const std::optional<KindOfPay> pay = PayOf(database, header, rule);
   if (kind.is != DocumentClass::kInvoice) return;
   rule.constants.emplace_back("placeno_odmah", pay ? pay->at_once : !IsPaidLater(kind));
 }
 
 // What is to be paid, which the header may say too.
-std::optional<Currency> CheckedTotal(const DocumentKind& kind, RecordSet& header, SentRecordSets& sent) {
+std::optional<Currency> CheckedTotal(const DocumentKind& kind, const RecordSet& header,
+                                     const SentRecordSets& sent) {
   const DocumentSets sets{sent.Find("Stavke"), sent.Find("Usluge"), sent.Find("Rekapitulacija"),
                           SupplierDocument(header)};
   CheckFigures(kind, sets);
@@ -232,7 +234,7 @@ SupplierTerms TermsOf(const CompanyData& company, std::string supplier_document)
 }
 
 // What the supplier's document comes to follows from the lines.
-void CheckSupplierTotals(RecordSet& header, SentRecordSets& sent) {
+void CheckSupplierTotals(const RecordSet& header, const SentRecordSets& sent) {
   const RecordSet* const given = sent.Find("DokDobavljaca");
   if (given == nullptr) return;
   RequireOneRecord(*given);
@@ -253,13 +255,13 @@ void CheckSupplierTotals(RecordSet& header, SentRecordSets& sent) {
   for (const char* const field : {"roba_17", "pdv_17"}) check(field);
 }
 
-std::optional<std::int64_t> WarehouseOfHeader(RecordSet& header) {
+std::optional<std::int64_t> WarehouseOfHeader(const RecordSet& header) {
   if (!HasValue(header, "skl_id")) return std::nullopt;
   return HeaderValue(header, "skl_id", ToInteger);
 }
 
 // Two attempts under a key are the same when their headers and lines are. Empty without a key.
-std::string DigestOfAttempt(RecordSet& header, const SentRecordSets& sent) {
+std::string DigestOfAttempt(const RecordSet& header, const SentRecordSets& sent) {
   if (!HasValue(header, "kljuc")) return {};
   TextDigest digest;
   for (const char* const name : {"Zaglavlje", "Stavke", "Usluge"}) digest.Add(sent.TextOf(name));
@@ -268,10 +270,10 @@ std::string DigestOfAttempt(RecordSet& header, const SentRecordSets& sent) {
 
 // The document that an attempt of that key has stored; none where it is the first. Raises WriteRefused where
 // the key is that of another document, which would be lost.
-std::optional<RecordSet> StoredBefore(Database& database, RecordSet& header, const DocumentKey& key,
+std::optional<RecordSet> StoredBefore(Database& database, const RecordSet& header, const DocumentKey& key,
                                       const std::string& digest) {
   if (digest.empty()) return std::nullopt;
-  const std::string name = header.FieldByName("kljuc").AsText();
+  const std::string name = header.AsText(*header.FindFieldIndex("kljuc"));
   RecordSet stored = database.Query(
       "Dokument",
       ParseColumns("id:integer,vrsta,godina:integer,broj:integer,datum:date,kljuc_sazetak,dospijeva:date"),
@@ -295,10 +297,9 @@ std::optional<RecordSet> StoredBefore(Database& database, RecordSet& header, con
 
 // Goods, services or both, the goods first; the lines of services are numbered on.
 std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Database& database,
-                                        SentRecordSets& sent) {
-  RecordSet& header = *sent.Find("Zaglavlje");
+                                        const SentRecordSets& sent) {
+  const RecordSet& header = *sent.Find("Zaglavlje");
   RequireOneRecord(header);
-  header.First();
   const DocumentKind& kind = ReadKind(header);
   DocumentKey key = ReadKey(header, kind);
   RefuseOwnFields(header);
@@ -321,7 +322,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   InsertHeader(database, header, header_rule, key);
   std::int64_t next_line = 1;
   for (const char* const name : {"Stavke", "Usluge", "Rekapitulacija", "DokDobavljaca"}) {
-    RecordSet* const records = sent.Find(name);
+    const RecordSet* const records = sent.Find(name);
     if (records == nullptr) continue;
     TableRule rule = transaction.FindRule(name)->table;
     rule.constants.emplace_back("dok_id", key.id);
@@ -360,7 +361,7 @@ void RequireCancellable(Database& database, const StoredDocument& original, cons
 }
 
 // What the storno does not say itself it has from the document.
-RecordSet StornoHeader(RecordSet& asked, const RecordSet& original) {
+RecordSet StornoHeader(const RecordSet& asked, const RecordSet& original) {
   constexpr std::string_view kTaken[] = {"skl_id",       "par_id",        "valuta_id",     "tecaj",
                                          "broj_dok_dob", "datum_dok_dob", "vrsta_dok_dob", "nacin_placanja",
                                          "poziv_na_br",  "opis"};
@@ -386,7 +387,7 @@ RecordSet StornoHeader(RecordSet& asked, const RecordSet& original) {
   return header;
 }
 
-void StoreMirror(Database& database, std::string_view table, RecordSet mirror, std::int64_t doc_id) {
+void StoreMirror(Database& database, std::string_view table, const RecordSet& mirror, std::int64_t doc_id) {
   if (mirror.IsEmpty()) return;
   TableRule rule{.table = table};
   rule.constants = {{"dok_id", doc_id}};
@@ -394,10 +395,9 @@ void StoreMirror(Database& database, std::string_view table, RecordSet mirror, s
 }
 
 std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Database& database,
-                                      SentRecordSets& sent) {
-  RecordSet& asked = *sent.Find("Zaglavlje");
+                                      const SentRecordSets& sent) {
+  const RecordSet& asked = *sent.Find("Zaglavlje");
   RequireOneRecord(asked);
-  asked.First();
   for (const char* const name : {"vrsta", "ukupno"}) {
     if (HasValue(asked, name)) RefuseHeader(asked, name, "is that of the document that is cancelled");
   }
@@ -442,10 +442,12 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
 
 // Links wait under the code of their kind, whatever name of it was sent.
 std::optional<RecordSet> RememberLinks(const NamedTransaction& transaction, Database& database,
-                                       SentRecordSets& sent) {
-  RecordSet& links = *sent.Find("FTransTempVezeDataSet");
+                                       const SentRecordSets& sent) {
+  const RecordSet& sent_links = *sent.Find("FTransTempVezeDataSet");
+  RecordSet links(sent_links.Name());
+  links.CleanClone(sent_links);
   const auto tip = links.FindFieldIndex("child_tip");
-  for (links.First(); tip && !links.Eof(); links.Next()) {
+  for (; tip && !links.Eof(); links.Next()) {
     if (links.IsNull(*tip)) continue;
     const std::string given = links.AsText(*tip);
     const DocumentKind* const kind = FindDocumentTip(given);

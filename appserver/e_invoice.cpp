@@ -98,13 +98,16 @@ Json ToJson(const Value& value) {
   return text;
 }
 
-Json CurrentRecord(const RecordSet& records) {
+Json RecordJson(const RecordRow& record) {
   Json object = Json::object();
-  if (records.IsEmpty()) return object;
-  for (std::size_t i = 0; i < records.FieldCount(); ++i) {
-    if (!records.IsNull(i)) object[records.Definition(i).name] = ToJson(records.AsVariant(i));
+  for (std::size_t i = 0; i < record.FieldCount(); ++i) {
+    if (!record.IsNull(i)) object[record.Definition(i).name] = ToJson(record.AsVariant(i));
   }
   return object;
+}
+
+Json FirstRecord(const RecordSet& records) {
+  return records.IsEmpty() ? Json::object() : RecordJson(records.RowAt(0));
 }
 
 Json CompanyOf(Database& database, const CompanyData& company, std::int64_t doc_id) {
@@ -116,16 +119,16 @@ Json CompanyOf(Database& database, const CompanyData& company, std::int64_t doc_
   return object;
 }
 
-Json AllRecords(RecordSet& records) {
+Json AllRecords(const RecordSet& records) {
   Json list = Json::array();
-  for (records.First(); !records.Eof(); records.Next()) list.push_back(CurrentRecord(records));
+  for (const RecordRow& record : records.Rows()) list.push_back(RecordJson(record));
   return list;
 }
 
-Currency Sum(RecordSet& records, std::string_view field) {
+Currency Sum(const RecordSet& records, std::string_view field) {
   Currency sum;
   const std::size_t index = *records.FindFieldIndex(field);
-  for (records.First(); !records.Eof(); records.Next()) sum += records.AsCurrency(index);
+  for (const RecordRow& record : records.Rows()) sum += record.AsCurrency(index);
   return sum;
 }
 
@@ -187,7 +190,7 @@ Figures CheckedFigures(Database& database, const StoredDocument& document) {
 }
 
 // A fee that lines of the kind cannot have is none, whatever the screen has kept there.
-Json LinesOf(const DocumentKind& kind, RecordSet& records) {
+Json LinesOf(const DocumentKind& kind, const RecordSet& records) {
   Json lines = AllRecords(records);
   for (Json& line : lines) {
     const LineSchema& schema = line.value("sorta", "") == "roba" ? kind.goods : kind.services;
@@ -196,7 +199,7 @@ Json LinesOf(const DocumentKind& kind, RecordSet& records) {
   return lines;
 }
 
-Json Totals(const Figures& figures, RecordSet& taxes) {
+Json Totals(const Figures& figures, const RecordSet& taxes) {
   Json totals = Json::object();
   totals["osnovica"] = Sum(taxes, "osnovica").ToString();
   totals["porez"] = Sum(taxes, "porez").ToString();
@@ -208,19 +211,18 @@ Json Totals(const Figures& figures, RecordSet& taxes) {
 // --- the transactions ---
 
 // A field of the only record as an integer; none where there is no such field or no value.
-std::optional<std::int64_t> IntegerIn(RecordSet& records, std::string_view name) {
-  const auto field = records.FindField(name);
-  if (!field || TrimBlanks(field->AsText()).empty()) return std::nullopt;
+std::optional<std::int64_t> IntegerIn(const RecordSet& records, std::string_view name) {
+  const auto field = records.FindFieldIndex(name);
+  if (!field || TrimBlanks(records.AsText(*field)).empty()) return std::nullopt;
   try {
-    return ToInteger(field->AsVariant());
+    return ToInteger(records.AsVariant(*field));
   } catch (const Error& error) {
     throw WriteRefused({"", records.Name(), 1, std::string(name), error.what()});
   }
 }
 
-std::int64_t RequiredIntegerIn(RecordSet& records, std::string_view name) {
+std::int64_t RequiredIntegerIn(const RecordSet& records, std::string_view name) {
   RequireOneRecord(records);
-  records.First();
   if (const auto value = IntegerIn(records, name)) return *value;
   throw WriteRefused({"", records.Name(), 1, std::string(name), "must not be empty"});
 }
@@ -245,8 +247,8 @@ std::string HasEInvoice(std::int64_t electronic_id) {
 // Refusing means to the client that the document has an e-invoice, so nothing else is refused here: whether
 // there is such a document shows when its data are asked for.
 std::optional<RecordSet> CheckNotLinked(const NamedTransaction& /*transaction*/, Database& database,
-                                        SentRecordSets& sent) {
-  RecordSet& asked = *sent.Find("ads");
+                                        const SentRecordSets& sent) {
+  const RecordSet& asked = *sent.Find("ads");
   const std::int64_t doc_id = RequiredIntegerIn(asked, "VelorFormsID");
   if (const auto id = LinkOf(database, doc_id)) {
     throw WriteRefused({"", asked.Name(), 1, "VelorFormsID", HasEInvoice(*id)});
@@ -255,14 +257,14 @@ std::optional<RecordSet> CheckNotLinked(const NamedTransaction& /*transaction*/,
 }
 
 // The whole answer is kept as JSON, whatever an intermediary put into it.
-std::string AnswerJson(RecordSet& answer) {
+std::string AnswerJson(const RecordSet& answer) {
   constexpr int kNoIndent = -1;
-  return CurrentRecord(answer).dump(kNoIndent, ' ', false, Json::error_handler_t::replace);
+  return FirstRecord(answer).dump(kNoIndent, ' ', false, Json::error_handler_t::replace);
 }
 
 std::optional<RecordSet> InsertLink(const NamedTransaction& /*transaction*/, Database& database,
-                                    SentRecordSets& sent) {
-  RecordSet& answer = *sent.Find("adsMojERacun");
+                                    const SentRecordSets& sent) {
+  const RecordSet& answer = *sent.Find("adsMojERacun");
   const std::int64_t electronic_id = RequiredIntegerIn(answer, "electronicId");
   const std::optional<std::int64_t> status_id = IntegerIn(answer, "statusId");
   if (electronic_id < 1) throw WriteRefused({"", answer.Name(), 1, "electronicId", "is no e-invoice"});
@@ -319,13 +321,14 @@ std::optional<RecordSet> EndAttempt(const NamedTransaction& /*transaction*/, Dat
 
 // A field that is not sent, or is null, leaves what is stored.
 std::optional<RecordSet> SetAccount(const NamedTransaction& /*transaction*/, Database& database,
-                                    SentRecordSets& sent) {
-  RecordSet& account = *sent.Find("adsLoginData");
+                                    const SentRecordSets& sent) {
+  const RecordSet& account = *sent.Find("adsLoginData");
   RequireOneRecord(account);
-  account.First();
   for (const AccountField& field : AccountFields()) {
-    const auto sent_field = account.FindField(field.name);
-    if (sent_field && !sent_field->IsNull()) StoreAccountField(database, field, sent_field->AsVariant());
+    const auto sent_field = account.FindFieldIndex(field.name);
+    if (sent_field && !account.IsNull(*sent_field)) {
+      StoreAccountField(database, field, account.AsVariant(*sent_field));
+    }
   }
   return std::nullopt;
 }
@@ -370,10 +373,10 @@ std::string InvoiceJson(Database& database, const CompanyData& company, std::int
   const Figures figures = CheckedFigures(database, *stored);
 
   Json invoice = Json::object();
-  invoice[kAccount.name] = CurrentRecord(Read(database, kAccount, doc_id));
+  invoice[kAccount.name] = FirstRecord(Read(database, kAccount, doc_id));
   invoice["poduzece"] = CompanyOf(database, company, doc_id);
-  invoice[kBuyer.name] = CurrentRecord(Read(database, kBuyer, doc_id));
-  Json& document = invoice[kHeader.name] = CurrentRecord(header);
+  invoice[kBuyer.name] = FirstRecord(Read(database, kBuyer, doc_id));
+  Json& document = invoice[kHeader.name] = FirstRecord(header);
   document.erase("ukupno");
   if (!document.contains("valuta")) {
     document["valuta"] = GetValutaOznakaByDate(std::get<Date>(header.FieldByName("datum").AsVariant()));

@@ -227,8 +227,8 @@ RecordSet ImportCatalogue::Find(Database& database, std::string_view sql, std::s
   if (!numeric) return found;
 
   RecordSet as_asked = OneColumn("adsList", lookup.answer, FieldKind::kText);
-  for (; !found.Eof(); found.Next()) {
-    const std::string key = number_column ? ShortestNumber(found.AsFloat(0)) : FoldKey(found.AsTextView(0));
+  for (const RecordRow& row : found.Rows()) {
+    const std::string key = number_column ? ShortestNumber(row.AsFloat(0)) : FoldKey(row.AsTextView(0));
     for (const std::string_view text : asked_values.TextsOf(key)) as_asked.AppendRecord({std::string(text)});
   }
   if (!as_asked.IsEmpty()) as_asked.First();

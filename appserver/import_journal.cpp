@@ -43,9 +43,9 @@ struct Origin {
   bool again = false;
 };
 
-Value TextOrNull(RecordSet& origin, std::string_view name, std::size_t most) {
-  const auto field = origin.FindField(name);
-  const std::string text = field ? field->AsText() : std::string();
+Value TextOrNull(const RecordSet& origin, std::string_view name, std::size_t most) {
+  const auto field = origin.FindFieldIndex(name);
+  const std::string text = field ? origin.AsText(*field) : std::string();
   return text.empty() ? Value() : Value(std::string(CutToCharacters(text, most)));
 }
 
@@ -56,16 +56,16 @@ const ImportProfile* ProfileOf(std::string_view transaction, std::string_view ke
   return nullptr;
 }
 
-Origin OriginOf(const NamedTransaction& transaction, SentRecordSets& sent) {
+Origin OriginOf(const NamedTransaction& transaction, const SentRecordSets& sent) {
   Origin origin;
-  if (RecordSet* const set = sent.Find(kImportOrigin)) {
+  if (const RecordSet* const set = sent.Find(kImportOrigin)) {
     RequireOneRecord(*set);
     origin.profile = ToText(TextOrNull(*set, "profil", kShownValue));
     origin.user = TextOrNull(*set, "korisnik", 100);
     origin.file = TextOrNull(*set, "datoteka", 255);
     origin.digest = TextOrNull(*set, "sazetak", 64);
-    const auto again = set->FindField("ponovno");
-    origin.again = again && again->AsBoolean();
+    const auto again = set->FindFieldIndex("ponovno");
+    origin.again = again && set->AsBoolean(*again);
   }
   const ImportProfile* const profile = ProfileOf(transaction.name, origin.profile);
   if (profile == nullptr) {
@@ -91,35 +91,36 @@ const ImportCatalogue& LookUps() {
 }
 
 // A value with the separator in it falls apart in the list that the catalogue is asked with.
-void AddTakenWithSeparator(Database& database, RecordSet& records, std::size_t field, std::string_view sql,
-                           std::unordered_set<std::string>& taken) {
+void AddTakenWithSeparator(Database& database, const RecordSet& records, std::size_t field,
+                           std::string_view sql, std::unordered_set<std::string>& taken) {
   const auto lookup = std::find_if(LookUps().Lookups().begin(), LookUps().Lookups().end(),
                                    [sql](const ImportLookup& candidate) { return candidate.sql == sql; });
   if (lookup == LookUps().Lookups().end()) return;
-  for (records.First(); !records.Eof(); records.Next()) {
-    const std::string text = records.AsText(field);
+  for (const RecordRow& record : records.Rows()) {
+    const std::string text = record.AsText(field);
     if (text.find("','") == std::string::npos) continue;
-    RecordSet found = database.Query("found", ParseColumns("found"), ImportLookupSql(*lookup, true, 1),
-                                     {Value(FoldKey(text))});
-    for (; !found.Eof(); found.Next()) taken.insert(UniqueKey(found.AsText(0)));
+    const RecordSet found = database.Query("found", ParseColumns("found"), ImportLookupSql(*lookup, true, 1),
+                                           {Value(FoldKey(text))});
+    for (const RecordRow& row : found.Rows()) taken.insert(UniqueKey(row.AsText(0)));
   }
 }
 
-void RefuseTaken(Database& database, RecordSet& records, const ImportFieldDef& field) {
+void RefuseTaken(Database& database, const RecordSet& records, const ImportFieldDef& field) {
   const auto index = records.FindFieldIndex(field.field_name);
   if (!index || records.Definition(*index).kind != FieldKind::kText) return;
-  RecordSet found = LookUps().Find(database, field.unique_sql, JoinedValues(records, field.field_name));
+  const RecordSet found =
+      LookUps().Find(database, field.unique_sql, JoinedValues(records.Table(), field.field_name));
   std::unordered_set<std::string> taken;
-  for (; !found.Eof(); found.Next()) taken.insert(UniqueKey(found.AsText(0)));
+  for (const RecordRow& row : found.Rows()) taken.insert(UniqueKey(row.AsText(0)));
   AddTakenWithSeparator(database, records, *index, field.unique_sql, taken);
   if (taken.empty()) return;
   NamedRows rows;
   std::size_t first = 0;
   std::size_t row = 0;
-  for (records.First(); !records.Eof(); records.Next()) {
+  for (const RecordRow& record : records.Rows()) {
     ++row;
-    const std::string_view text = records.AsTextView(*index);
-    if (records.IsNull(*index) || !taken.contains(UniqueKey(text))) continue;
+    const std::string_view text = record.AsTextView(*index);
+    if (record.IsNull(*index) || !taken.contains(UniqueKey(text))) continue;
     if (first == 0) first = row;
     rows.Add(std::to_string(row) + " \"" + std::string(CutToCharacters(text, kShownValue)) + '"');
   }
@@ -131,7 +132,7 @@ void RefuseTaken(Database& database, RecordSet& records, const ImportFieldDef& f
            rows.ToString()});
 }
 
-void RefuseTaken(Database& database, RecordSet& records, const ImportProfile& profile) {
+void RefuseTaken(Database& database, const RecordSet& records, const ImportProfile& profile) {
   for (const ImportFieldDef& field : ImportFieldsOf(profile)) {
     if (field.IsDefined() && ToBoolean(field.unique)) RefuseTaken(database, records, field);
   }
@@ -148,7 +149,7 @@ std::string NamesOf(const Columns& columns) {
 }
 
 // The rows that an import is going to change, whole, in the order of their keys.
-RecordSet RowsToChange(Database& database, RecordSet& records, const TableRule& rule) {
+RecordSet RowsToChange(Database& database, const RecordSet& records, const TableRule& rule) {
   Columns columns = ParseColumns("id:integer");
   const Columns all = database.TableColumns(rule.table);
   for (const FieldDef& column : all) {
@@ -160,7 +161,7 @@ RecordSet RowsToChange(Database& database, RecordSet& records, const TableRule& 
   const auto field = records.FindFieldIndex(rule.update_by);
   if (!field) return rows;
   std::vector<std::string> keys;
-  for (records.First(); !records.Eof(); records.Next()) keys.push_back(FoldKey(records.AsText(*field)));
+  for (const RecordRow& record : records.Rows()) keys.push_back(FoldKey(record.AsText(*field)));
   std::sort(keys.begin(), keys.end());
   keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
   const std::string by = FindColumn(all, rule.update_by)->name;
@@ -175,17 +176,17 @@ RecordSet RowsToChange(Database& database, RecordSet& records, const TableRule& 
 }
 
 KeyRuns KeysAbove(Database& database, std::string_view table, std::int64_t key) {
-  RecordSet ids =
+  const RecordSet ids =
       database.Query("ids", ParseColumns("id:integer"),
                      "SELECT id FROM " + std::string(table) + " WHERE id > :key ORDER BY id", {Value(key)});
   KeyRuns keys;
-  for (; !ids.Eof(); ids.Next()) keys.Add(ids.AsInteger(0));
+  for (const RecordRow& row : ids.Rows()) keys.Add(row.AsInteger(0));
   return keys;
 }
 
-KeyRuns KeysOf(RecordSet& rows) {
+KeyRuns KeysOf(const RecordSet& rows) {
   std::vector<std::int64_t> ids;
-  for (rows.First(); !rows.Eof(); rows.Next()) ids.push_back(rows.AsInteger(0));
+  for (const RecordRow& row : rows.Rows()) ids.push_back(row.AsInteger(0));
   std::sort(ids.begin(), ids.end());
   KeyRuns keys;
   for (const std::int64_t id : ids) keys.Add(id);
@@ -228,7 +229,7 @@ std::string JournalMomentText(DateTime moment) {
 
 std::optional<StoredImport> FindStoredImport(Database& database, std::string_view profile,
                                              std::string_view digest) {
-  RecordSet found =
+  const RecordSet found =
       database.Query("uvoz", ParseColumns("id:integer,vrijeme:datetime,korisnik"),
                      "SELECT id, vrijeme, korisnik FROM uvoz WHERE sazetak = :digest AND profil "
                      "= :profile AND ponisteno IS NULL ORDER BY id DESC",
@@ -241,14 +242,14 @@ std::optional<StoredImport> FindStoredImport(Database& database, std::string_vie
 }
 
 std::optional<RecordSet> StoreImport(const NamedTransaction& transaction, Database& database,
-                                     SentRecordSets& sent) {
-  RecordSet& records = *sent.Find(kImportedRows);
+                                     const SentRecordSets& sent) {
+  const RecordSet& records = *sent.Find(kImportedRows);
   const TableRule& rule = transaction.FindRule(kImportedRows)->table;
   const Origin origin = OriginOf(transaction, sent);
   RefuseSecondTime(database, origin);
   RefuseTaken(database, records, *ProfileOf(transaction.name, origin.profile));
   const bool changes = !rule.update_by.empty();
-  RecordSet before = changes ? RowsToChange(database, records, rule) : RecordSet();
+  const RecordSet before = changes ? RowsToChange(database, records, rule) : RecordSet();
   const std::int64_t last = changes ? 0 : LastKey(database, rule.table);
   StoreRecords(database, records, rule);
   if (records.IsEmpty()) return std::nullopt;

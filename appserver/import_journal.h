@@ -18,13 +18,13 @@ inline constexpr std::string_view kImportedRows = "adsForDBSave";
 /// Stores an import and journals it: what the check promised of values that must be new is verified again,
 /// and a file that was imported before is refused unless it is to be stored once more.
 std::optional<RecordSet> StoreImport(const NamedTransaction& transaction, Database& database,
-                                     SentRecordSets& sent);
+                                     const SentRecordSets& sent);
 
 /// Takes back the import that "id" of the record set "adsUvoz" names: its rows are deleted, changed ones get
 /// back what they had. Raises WriteRefused that names them where rows were changed, are gone or are referred
 /// to since.
 std::optional<RecordSet> UndoImport(const NamedTransaction& transaction, Database& database,
-                                    SentRecordSets& sent);
+                                    const SentRecordSets& sent);
 
 /// The transaction that takes imports back.
 const NamedTransaction& UndoImportTransaction();

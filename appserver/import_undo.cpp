@@ -89,8 +89,10 @@ void FindChangedRows(Database& database, const Entry& entry, Obstacles& obstacle
 void FindUsedRows(Database& database, const Entry& entry, Obstacles& obstacles) {
   for (const RowUse& use : UsesOf(database, entry.table)) {
     for (const auto& [first, last] : entry.keys.Runs()) {
-      RecordSet keys = use.UsedKeys(database, first, last);
-      for (; !keys.Eof(); keys.Next()) obstacles.Add(keys.AsInteger(0), "is referred to by " + use.Place());
+      const RecordSet keys = use.UsedKeys(database, first, last);
+      for (const RecordRow& row : keys.Rows()) {
+        obstacles.Add(row.AsInteger(0), "is referred to by " + use.Place());
+      }
     }
   }
 }
@@ -118,9 +120,9 @@ void RestoreRows(Database& database, const Entry& entry) {
   kinds.push_back(FieldKind::kInteger);
   Statement update =
       database.Prepare("UPDATE " + entry.table + " SET " + columns + " WHERE id = :row_key", kinds);
-  for (rows.First(); !rows.Eof(); rows.Next()) {
-    for (std::size_t i = 1; i < rows.FieldCount(); ++i) update.Bind(i - 1, rows, i);
-    update.Bind(kinds.size() - 1, rows, 0);
+  for (const RecordRow& row : rows.Rows()) {
+    for (std::size_t i = 1; i < rows.FieldCount(); ++i) update.Bind(i - 1, row, i);
+    update.Bind(kinds.size() - 1, row, 0);
     update.Execute();
   }
 }
@@ -128,12 +130,12 @@ void RestoreRows(Database& database, const Entry& entry) {
 }  // namespace
 
 std::optional<RecordSet> UndoImport(const NamedTransaction& /*transaction*/, Database& database,
-                                    SentRecordSets& sent) {
-  RecordSet& request = *sent.Find(kImportOrigin);
+                                    const SentRecordSets& sent) {
+  const RecordSet& request = *sent.Find(kImportOrigin);
   RequireOneRecord(request);
-  const auto id = request.FindField("id");
+  const auto id = request.FindFieldIndex("id");
   if (!id) Refuse("id is missing");
-  const Entry entry = ReadEntry(database, id->AsInteger());
+  const Entry entry = ReadEntry(database, request.AsInteger(*id));
   Obstacles obstacles(entry);
   FindChangedRows(database, entry, obstacles);
   if (!entry.before) FindUsedRows(database, entry, obstacles);
@@ -144,9 +146,9 @@ std::optional<RecordSet> UndoImport(const NamedTransaction& /*transaction*/, Dat
     DeleteRows(database, entry);
   }
   if (entry.table == "otvorene_stavke") SumBalancesAnew(database);
-  const auto user = request.FindField("korisnik");
+  const auto user = request.FindFieldIndex("korisnik");
   database.Execute("UPDATE uvoz SET ponisteno = :kada, ponistio = :tko WHERE id = :id",
-                   {JournalMoment(), user ? user->AsVariant() : Value(), entry.id});
+                   {JournalMoment(), user ? request.AsVariant(*user) : Value(), entry.id});
   return std::nullopt;
 }
 

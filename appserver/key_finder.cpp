@@ -26,13 +26,13 @@ std::vector<Value> DigitKeys(double number, std::size_t size) {
 
 }  // namespace
 
-bool IsBlank(const RecordSet& records, std::size_t field) {
-  return records.IsNull(field) || (records.Definition(field).kind == FieldKind::kText &&
-                                   TrimBlanks(records.AsTextView(field)).empty());
+bool IsBlank(const RecordRow& record, std::size_t field) {
+  return record.IsNull(field) ||
+         (record.Definition(field).kind == FieldKind::kText && TrimBlanks(record.AsTextView(field)).empty());
 }
 
 KeyFinder::KeyFinder(Database& database, const RecordSet& records, const KeyRule& rule)
-    : database_(database), records_(records), rule_(rule) {
+    : database_(database), set_name_(records.Name()), rule_(rule) {
   const Columns columns = database.TableColumns(rule.table);
   for (const KeyPart& part : rule.parts) {
     const auto field = records.FindFieldIndex(part.field);
@@ -47,14 +47,14 @@ KeyFinder::KeyFinder(Database& database, const RecordSet& records, const KeyRule
   }
 }
 
-std::vector<Value> KeyFinder::KeysOf(const Part& part) const {
-  if (IsBlank(records_, part.field)) return {};
-  if (part.column.kind != FieldKind::kText) return {records_.AsVariant(part.field)};
-  if (records_.Definition(part.field).kind == FieldKind::kFloat) {
-    return DigitKeys(records_.AsFloat(part.field), part.column.size);
+std::vector<Value> KeyFinder::KeysOf(const RecordRow& record, const Part& part) {
+  if (IsBlank(record, part.field)) return {};
+  if (part.column.kind != FieldKind::kText) return {record.AsVariant(part.field)};
+  if (record.Definition(part.field).kind == FieldKind::kFloat) {
+    return DigitKeys(record.AsFloat(part.field), part.column.size);
   }
   std::vector<Value> keys;
-  for (std::string& key : FoldKeys(records_.AsText(part.field))) keys.emplace_back(std::move(key));
+  for (std::string& key : FoldKeys(record.AsText(part.field))) keys.emplace_back(std::move(key));
   if (keys.empty()) throw ConversionError("the text holds a NUL character, which a database does not store");
   return keys;
 }
@@ -112,35 +112,35 @@ std::vector<std::int64_t> KeyFinder::Ask(const Keys& keys) {
   return ids;
 }
 
-void KeyFinder::Refuse(std::size_t row, std::string_view found) const {
+void KeyFinder::Refuse(const RecordRow& record, std::size_t row, std::string_view found) const {
   std::string values;
   std::string_view field;
   for (const Part& part : parts_) {
-    if (part.rule->fit == Fit::kPreferred || IsBlank(records_, part.field)) continue;
+    if (part.rule->fit == Fit::kPreferred || IsBlank(record, part.field)) continue;
     if (field.empty()) field = part.rule->field;
     values += (values.empty() ? "" : " and ") + std::string(part.rule->field) + " \"" +
-              std::string(CutToCharacters(records_.AsText(part.field), kShownValue)) + '"';
+              std::string(CutToCharacters(record.AsText(part.field), kShownValue)) + '"';
   }
-  throw WriteRefused({"", records_.Name(), row, std::string(field),
+  throw WriteRefused({"", set_name_, row, std::string(field),
                       std::string(rule_.table) + " has " + std::string(found) + " with " + values});
 }
 
-std::optional<std::int64_t> KeyFinder::Find(std::size_t row) {
+std::optional<std::int64_t> KeyFinder::Find(const RecordRow& record, std::size_t row) {
   values_.clear();
   bool is_blank = true;
   for (const Part& part : parts_) {
-    const bool is_text = records_.Definition(part.field).kind == FieldKind::kText;
-    values_.append(is_text ? records_.AsTextView(part.field) : records_.AsText(part.field)) += '\0';
-    if (part.rule->fit == Fit::kSame) is_blank = is_blank && IsBlank(records_, part.field);
+    const bool is_text = record.Definition(part.field).kind == FieldKind::kText;
+    values_.append(is_text ? record.AsTextView(part.field) : record.AsText(part.field)) += '\0';
+    if (part.rule->fit == Fit::kSame) is_blank = is_blank && IsBlank(record, part.field);
   }
   if (is_blank) return std::nullopt;
   if (const auto known = known_.find(values_); known != known_.end()) return known->second;
 
   Keys keys;
-  for (const Part& part : parts_) keys.push_back(KeysOf(part));
+  for (const Part& part : parts_) keys.push_back(KeysOf(record, part));
   const std::vector<std::int64_t> ids = Ask(keys);
-  if (ids.empty() && !rule_.may_be_unknown) Refuse(row, "no row");
-  if (ids.size() > 1 && rule_.first_by.empty()) Refuse(row, "several rows");
+  if (ids.empty() && !rule_.may_be_unknown) Refuse(record, row, "no row");
+  if (ids.size() > 1 && rule_.first_by.empty()) Refuse(record, row, "several rows");
   const std::optional<std::int64_t> id = ids.empty() ? std::nullopt : std::optional(ids.front());
   known_.emplace(values_, id);
   return id;

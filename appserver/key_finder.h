@@ -42,16 +42,16 @@ struct KeyRule {
 /// each different value.
 class KeyFinder {
  public:
-  /// All arguments must outlive the finder.
+  /// Database and rule must outlive the finder.
   KeyFinder(Database& database, const RecordSet& records, const KeyRule& rule);
 
   /// Whether the set has fields to look for.
   bool HasFields() const { return !parts_.empty() && parts_.front().rule->fit == Fit::kSame; }
   const KeyRule& rule() const { return rule_; }
 
-  /// The key for the current record, null where all fields are blank. Raises WriteRefused naming the row and
-  /// a field where no row has the values, or more than one.
-  std::optional<std::int64_t> Find(std::size_t row);
+  /// The key for a record, null where all fields are blank. Raises WriteRefused naming the row, which counts
+  /// from 1, and a field where no row of the table has the values, or more than one.
+  std::optional<std::int64_t> Find(const RecordRow& record, std::size_t row);
 
  private:
   struct Part {
@@ -61,21 +61,21 @@ class KeyFinder {
   };
   using Keys = std::vector<std::vector<Value>>;  // for each part; none for one that is blank
 
-  std::vector<Value> KeysOf(const Part& part) const;
+  static std::vector<Value> KeysOf(const RecordRow& record, const Part& part);
   std::vector<std::int64_t> Ask(const Keys& keys);
   Statement Prepare(const Keys& keys) const;
-  [[noreturn]] void Refuse(std::size_t row, std::string_view found) const;
+  [[noreturn]] void Refuse(const RecordRow& record, std::size_t row, std::string_view found) const;
 
   Database& database_;
-  const RecordSet& records_;
+  std::string set_name_;
   const KeyRule& rule_;
   std::vector<Part> parts_;
   std::map<std::vector<std::size_t>, Statement> statements_;  // by the numbers of keys
   std::unordered_map<std::string, std::optional<std::int64_t>> known_;
-  std::string values_;  // of the current record's parts
+  std::string values_;  // of the parts of the record that is looked for
 };
 
-/// Whether the current record has no value there, or a text of blanks.
-bool IsBlank(const RecordSet& records, std::size_t field);
+/// Whether a record has no value there, or a text of blanks.
+bool IsBlank(const RecordRow& record, std::size_t field);
 
 }  // namespace mox

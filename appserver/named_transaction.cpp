@@ -44,7 +44,7 @@ std::string_view SentRecordSets::TextOf(std::string_view name) const {
   return {};
 }
 
-RecordSet* SentRecordSets::Find(std::string_view name) {
+const RecordSet* SentRecordSets::Find(std::string_view name) const {
   const auto same = [name](const RecordSet& records) { return SameName(records.Name(), name); };
   const auto found = std::find_if(sets_.begin(), sets_.end(), same);
   return found == sets_.end() ? nullptr : &*found;
@@ -59,7 +59,7 @@ const RecordSetRule* NamedTransaction::FindRule(std::string_view record_set) con
 std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction, Database& database,
                                              std::string_view inner, const CompanyData& company,
                                              Ending ending) {
-  SentRecordSets sent(inner, company);
+  const SentRecordSets sent(inner, company);
   for (const RecordSet& records : sent.All()) {
     if (transaction.FindRule(records.Name()) == nullptr) {
       RefuseSet(records.Name(), "the transaction takes no such record set");
@@ -74,7 +74,7 @@ std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction
   if (transaction.handler != nullptr) {
     stored = transaction.handler(transaction, database, sent);
   } else {
-    for (RecordSet& records : sent.All()) {
+    for (const RecordSet& records : sent.All()) {
       StoreRecords(database, records, transaction.FindRule(records.Name())->table);
     }
   }

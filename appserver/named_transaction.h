@@ -22,9 +22,9 @@ class SentRecordSets {
 
   const CompanyData& Company() const { return company_; }
 
-  std::span<RecordSet> All() { return sets_; }
+  std::span<const RecordSet> All() const { return sets_; }
   /// Null where there is none.
-  RecordSet* Find(std::string_view name);
+  const RecordSet* Find(std::string_view name) const;
   /// As it was sent, while the request is there; empty where there is none.
   std::string_view TextOf(std::string_view name) const;
 
@@ -48,7 +48,7 @@ struct NamedTransaction;
 /// Stores what the rules of the tables alone cannot; answers the keys and numbers that the server gave. Runs
 /// inside the database's transaction.
 using WriteHandler = std::optional<RecordSet> (*)(const NamedTransaction& transaction, Database& database,
-                                                  SentRecordSets& sent);
+                                                  const SentRecordSets& sent);
 
 /// A named transaction. Without a handler each record set is inserted into its table.
 struct NamedTransaction {

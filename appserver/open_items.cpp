@@ -34,17 +34,17 @@ std::optional<Item> FindItem(Database& database, std::int64_t doc_id) {
 
 // Debt less payments, summed without rounding.
 Currency OpenAmount(Database& database, const Item& item) {
-  RecordSet rows = database.Query("stavke", ParseColumns("duguje:currency,potrazuje:currency"),
-                                  "SELECT duguje, potrazuje FROM otvorene_stavke "
-                                  "WHERE par_id = :par_id AND br_dok = :br_dok",
-                                  {item.partner, item.number});
+  const RecordSet rows = database.Query("stavke", ParseColumns("duguje:currency,potrazuje:currency"),
+                                        "SELECT duguje, potrazuje FROM otvorene_stavke "
+                                        "WHERE par_id = :par_id AND br_dok = :br_dok",
+                                        {item.partner, item.number});
   Currency open;
-  for (; !rows.Eof(); rows.Next()) open += rows.AsCurrency(0) - rows.AsCurrency(1);
+  for (const RecordRow& row : rows.Rows()) open += row.AsCurrency(0) - row.AsCurrency(1);
   return open;
 }
 
 // The figures are those of the writing transaction, so that two programs at once cannot both use up a limit.
-void CheckCredit(Database& database, SentRecordSets& sent, std::int64_t partner, Currency amount) {
+void CheckCredit(Database& database, const SentRecordSets& sent, std::int64_t partner, Currency amount) {
   if (amount <= Currency()) return;
   const RecordSet limited = database.Query(
       "par", ParseColumns("id:integer"),
@@ -81,23 +81,23 @@ void RequirePayable(Database& database, const RecordSet& payments, std::size_t r
 }
 
 std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/, Database& database,
-                                        SentRecordSets& sent) {
-  RecordSet& payments = *sent.Find("Uplate");
+                                        const SentRecordSets& sent) {
+  const RecordSet& payments = *sent.Find("Uplate");
   RecordSet stored("Uplaceno");
   for (FieldDef& column : ParseColumns("dok_id:integer,iznos:currency,datum:date,preostalo:currency")) {
     stored.DefineField(std::move(column));
   }
   stored.Open();
   std::size_t row = 0;
-  for (payments.First(); !payments.Eof(); payments.Next()) {
+  for (const RecordRow& payment : payments.Rows()) {
     ++row;
     const auto refuse = [&](std::string_view field, std::string message) {
       return WriteRefused({"", payments.Name(), row, std::string(field), std::move(message)});
     };
-    const std::int64_t doc_id = payments.FieldByName("dok_id").AsInteger();
-    const Currency amount = payments.FieldByName("iznos").AsCurrency();
-    const auto date_field = payments.FindField("datum");
-    const Date date = date_field && !date_field->IsNull() ? date_field->AsDate() : Today();
+    const std::int64_t doc_id = payment.AsInteger(payment.IndexOf("dok_id"));
+    const Currency amount = payment.AsCurrency(payment.IndexOf("iznos"));
+    const auto dated = payment.FindFieldIndex("datum");
+    const Date date = dated && !payment.IsNull(*dated) ? payment.AsDate(*dated) : Today();
     if (amount <= Currency()) throw refuse("iznos", amount.ToString() + " is not above 0");
     if (amount != Currency::FromScaled(amount.ToCents() * 100))
       throw refuse("iznos", amount.ToString() + " has more than two decimals");
@@ -141,7 +141,7 @@ std::optional<KindOfPay> FindKindOfPay(Database& database, const std::string& te
   return std::nullopt;
 }
 
-std::optional<Date> OpenItem(Database& database, SentRecordSets& sent, std::int64_t doc_id) {
+std::optional<Date> OpenItem(Database& database, const SentRecordSets& sent, std::int64_t doc_id) {
   const RecordSet document = database.Query(
       "dok", ParseColumns("par_id:integer,ukupno:currency,datum:date,datum_dospijeca:date,odgoda:float"),
       "SELECT d.par_id, d.ukupno, d.datum, d.datum_dospijeca, p.odgoda FROM dok d JOIN par p ON p.id = "

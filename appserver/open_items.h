@@ -29,7 +29,7 @@ std::optional<KindOfPay> FindKindOfPay(Database& database, const std::string& te
 ///
 /// Raises WriteRefused where the partner may not owe it: his credit does not allow it, or the user has to
 /// agree, and has not on the figures of this moment (`saldo` of the record set `Potvrde`).
-std::optional<Date> OpenItem(Database& database, SentRecordSets& sent, std::int64_t doc_id);
+std::optional<Date> OpenItem(Database& database, const SentRecordSets& sent, std::int64_t doc_id);
 inline constexpr std::string_view kConfirmations = "Potvrde";
 
 /// A storno takes back the debt of the document that it cancels; what was paid of it stays to the partner's

@@ -27,9 +27,10 @@ std::string DateText(Date date) {
   return text;
 }
 
-Rate RateIn(Database& database, RecordSet& rates, std::size_t row) {
+Rate RateIn(Database& database, const RecordSet& rates, std::size_t row) {
+  const RecordRow record = rates.RowAt(row - 1);
   const auto value = [&](std::string_view name) {
-    Value given = rates.FieldByName(name).AsVariant();
+    Value given = record.AsVariant(record.IndexOf(name));
     if (std::holds_alternative<std::monostate>(given)) Refuse(rates, row, name, "must not be empty");
     return given;
   };
@@ -44,13 +45,12 @@ Rate RateIn(Database& database, RecordSet& rates, std::size_t row) {
   return rate;
 }
 
-std::optional<RecordSet> StoreRates(Database& database, SentRecordSets& sent, bool replace) {
-  RecordSet& rates = *sent.Find("Tecajevi");
+std::optional<RecordSet> StoreRates(Database& database, const SentRecordSets& sent, bool replace) {
+  const RecordSet& rates = *sent.Find("Tecajevi");
   std::int64_t added = 0;
   std::int64_t changed = 0;
-  std::size_t row = 0;
-  for (rates.First(); !rates.Eof(); rates.Next()) {
-    const Rate rate = RateIn(database, rates, ++row);
+  for (std::size_t row = 1; row <= rates.RowCount(); ++row) {
+    const Rate rate = RateIn(database, rates, row);
     const RecordSet stored = database.Query(
         "tecaj", ParseColumns("id:integer,tecaj:float"),
         "SELECT id, tecaj FROM tecaj WHERE val_id = :val_id AND datum = :datum", {rate.currency, rate.date});
@@ -73,18 +73,17 @@ std::optional<RecordSet> StoreRates(Database& database, SentRecordSets& sent, bo
   RecordSet counts("Tecajnica");
   for (const char* name : {"novi", "izmijenjeni", "isti"}) counts.DefineField(name, FieldKind::kInteger);
   counts.Open();
-  counts.AppendRecord({added, changed, static_cast<std::int64_t>(row) - added - changed});
-  counts.First();
+  counts.AppendRecord({added, changed, static_cast<std::int64_t>(rates.RowCount()) - added - changed});
   return counts;
 }
 
 std::optional<RecordSet> InsertRates(const NamedTransaction& /*transaction*/, Database& database,
-                                     SentRecordSets& sent) {
+                                     const SentRecordSets& sent) {
   return StoreRates(database, sent, false);
 }
 
 std::optional<RecordSet> ReplaceRates(const NamedTransaction& /*transaction*/, Database& database,
-                                      SentRecordSets& sent) {
+                                      const SentRecordSets& sent) {
   return StoreRates(database, sent, true);
 }
 

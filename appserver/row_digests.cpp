@@ -26,15 +26,15 @@ class Hash {
 };
 
 // Bytes that no text in UTF-8 has stand between the cells and for those without a value.
-std::uint64_t DigestOf(const RecordSet& rows) {
+std::uint64_t DigestOf(const RecordRow& row) {
   constexpr unsigned char kEndOfCell = 0xFF;
   constexpr unsigned char kNull = 0xFE;
   Hash hash;
-  for (std::size_t i = 1; i < rows.FieldCount(); ++i) {
-    if (rows.IsNull(i)) {
+  for (std::size_t i = 1; i < row.FieldCount(); ++i) {
+    if (row.IsNull(i)) {
       hash.Add(kNull);
     } else {
-      hash.Add(rows.AsTextView(i));
+      hash.Add(row.AsTextView(i));
     }
     hash.Add(kEndOfCell);
   }
@@ -103,11 +103,11 @@ void RowDigests::ForEach(
       select_.Bind(0, Value(begin));
       select_.Bind(1, Value(end));
       select_.ExecuteInto(rows_);
-      rows_.First();
+      std::size_t next = 0;
       for (std::int64_t key = begin; key <= end; ++key) {
-        const bool found = !rows_.Eof() && rows_.AsInteger(0) == key;
-        action(key, found ? std::optional(DigestOf(rows_)) : std::nullopt);
-        if (found) rows_.Next();
+        const bool found = next < rows_.RowCount() && rows_.RowAt(next).AsInteger(0) == key;
+        action(key, found ? std::optional(DigestOf(rows_.RowAt(next))) : std::nullopt);
+        if (found) ++next;
       }
     }
   }

@@ -73,24 +73,24 @@ void Store(ValueSlot& slot, const Value& value) {
   }
 }
 
-void StoreField(ValueSlot& slot, const RecordSet& records, std::size_t field) {
+void StoreField(ValueSlot& slot, const RecordRow& row, std::size_t field) {
   switch (slot.kind) {
     case FieldKind::kText:
-      return StoreText(slot, records.AsTextView(field));
+      return StoreText(slot, row.AsTextView(field));
     case FieldKind::kInteger:
-      slot.integer = records.AsInteger(field);
+      slot.integer = row.AsInteger(field);
       return;
     case FieldKind::kBoolean:
-      slot.integer = records.AsBoolean(field) ? 1 : 0;
+      slot.integer = row.AsBoolean(field) ? 1 : 0;
       return;
     case FieldKind::kFloat:
-      return StoreNumber(slot, records.AsFloat(field));
+      return StoreNumber(slot, row.AsFloat(field));
     case FieldKind::kCurrency:
-      return StoreAmount(slot, records.AsCurrency(field));
+      return StoreAmount(slot, row.AsCurrency(field));
     case FieldKind::kBinary:
-      return StoreBytes(slot, records.AsTextView(field));
+      return StoreBytes(slot, row.AsTextView(field));
     default:
-      return Store(slot, records.AsVariant(field));
+      return Store(slot, row.AsVariant(field));
   }
 }
 
@@ -258,11 +258,11 @@ void Statement::BindText(std::size_t index, std::string_view text) {
   slot.indicator = soci::i_ok;
 }
 
-void Statement::Bind(std::size_t index, const RecordSet& records, std::size_t field) {
+void Statement::Bind(std::size_t index, const RecordRow& row, std::size_t field) {
   ValueSlot& slot = impl_->Parameter(index);
-  if (records.IsNull(field)) return BindNull(index);
-  if (records.Definition(field).kind != slot.kind) return Bind(index, records.AsVariant(field));
-  StoreField(slot, records, field);
+  if (row.IsNull(field)) return BindNull(index);
+  if (row.Definition(field).kind != slot.kind) return Bind(index, row.AsVariant(field));
+  StoreField(slot, row, field);
   slot.indicator = soci::i_ok;
 }
 

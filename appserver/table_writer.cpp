@@ -38,7 +38,8 @@ bool ParseYesOrNo(const std::string& text) {
 
 class TableWriter {
  public:
-  TableWriter(Database& database, RecordSet& records, const TableRule& rule, std::string_view returning = {})
+  TableWriter(Database& database, const RecordSet& records, const TableRule& rule,
+              std::string_view returning = {})
       : database_(database), records_(records), rule_(rule), columns_(database.TableColumns(rule.table)) {
     if (columns_.empty()) throw Error("the database has no table \"" + std::string(rule.table) + "\"");
     MapConstants();
@@ -52,20 +53,18 @@ class TableWriter {
   }
 
   void StoreAll() {
-    std::size_t row = 0;
-    for (records_.First(); !records_.Eof(); records_.Next()) {
-      ++row;
-      const std::int64_t changed = Run(row, [this] { return statement_->Execute(); });
+    for (std::size_t row = 1; row <= records_.RowCount(); ++row) {
+      const RecordRow record = records_.RowAt(row - 1);
+      const std::int64_t changed = Run(record, row, [this] { return statement_->Execute(); });
       if (changed > 0) continue;
-      const std::string text = '"' + records_.AsText(*update_field_) + '"';
+      const std::string text = '"' + record.AsText(*update_field_) + '"';
       Refuse(row, records_.Definition(*update_field_).name,
              std::string(rule_.table) + " has no row with " + std::string(rule_.update_by) + ' ' + text);
     }
   }
 
   std::int64_t InsertOne() {
-    records_.First();
-    return Run(1, [this] { return statement_->ExecuteForKey(); });
+    return Run(records_.RowAt(0), 1, [this] { return statement_->ExecuteForKey(); });
   }
 
  private:
@@ -163,9 +162,9 @@ class TableWriter {
     numbered_ = field == fields_.end() ? AddColumn(ColumnByName(codebook->numbered)) : field->parameter;
   }
 
-  void CheckUnique(std::size_t row) {
+  void CheckUnique(const RecordRow& record, std::size_t row) {
     for (auto& [field, check] : unique_) {
-      const std::string text = IsBlank(records_, field) ? std::string() : records_.AsText(field);
+      const std::string text = IsBlank(record, field) ? std::string() : record.AsText(field);
       if (const auto other = check.Find(text)) {
         Refuse(row, records_.Definition(field).name, '"' + text + "\" " + check.Refusal(*other));
       }
@@ -200,7 +199,7 @@ class TableWriter {
   }
 
   template <typename Execute>
-  std::int64_t Run(std::size_t row, const Execute& execute) {
+  std::int64_t Run(const RecordRow& record, std::size_t row, const Execute& execute) {
     const FieldColumn* binding = nullptr;
     try {
       if (row_number_) {
@@ -209,13 +208,13 @@ class TableWriter {
       }
       for (const FieldColumn& column : fields_) {
         binding = &column;
-        BindField(row, column);
+        BindField(record, row, column);
       }
       binding = nullptr;
-      for (const KeyColumn& key : keys_) BindKey(row, key);
-      if (update_field_) BindUpdateKey(row);
-      CheckUnique(row);
-      if (numbered_ && (!numbered_field_ || IsBlank(records_, *numbered_field_))) {
+      for (const KeyColumn& key : keys_) BindKey(record, row, key);
+      if (update_field_) BindUpdateKey(record, row);
+      CheckUnique(record, row);
+      if (numbered_ && (!numbered_field_ || IsBlank(record, *numbered_field_))) {
         statement_->BindText(*numbered_, numbering_->Next());
       }
       return execute();
@@ -223,37 +222,37 @@ class TableWriter {
       throw;
     } catch (const Error& error) {
       if (binding != nullptr) Refuse(row, NameOf(*binding), error.what());
-      RefuseBrokenReference(row);
-      RefuseDouble(row, error.what());
+      RefuseBrokenReference(record, row);
+      RefuseDouble(record, row, error.what());
       Refuse(row, FieldIn(error.what()), error.what());
     }
   }
 
-  void BindField(std::size_t row, const FieldColumn& column) {
-    if (rule_.blank_is_null && IsBlank(records_, column.field)) {
+  void BindField(const RecordRow& record, std::size_t row, const FieldColumn& column) {
+    if (rule_.blank_is_null && IsBlank(record, column.field)) {
       return statement_->Bind(column.parameter, column.rule == nullptr ? Value() : column.rule->when_blank);
     }
     if (column.rule != nullptr && column.rule->yes_or_no) {
-      return statement_->Bind(column.parameter, ParseYesOrNo(records_.AsText(column.field)));
+      return statement_->Bind(column.parameter, ParseYesOrNo(record.AsText(column.field)));
     }
-    if (column.most > 0 && !records_.IsNull(column.field)) CheckLength(row, column);
-    statement_->Bind(column.parameter, records_, column.field);
+    if (column.most > 0 && !record.IsNull(column.field)) CheckLength(record, row, column);
+    statement_->Bind(column.parameter, record, column.field);
   }
 
-  void BindKey(std::size_t row, const KeyColumn& key) {
-    const std::optional<std::int64_t> id = key.finder->Find(row);
+  void BindKey(const RecordRow& record, std::size_t row, const KeyColumn& key) {
+    const std::optional<std::int64_t> id = key.finder->Find(record, row);
     statement_->Bind(key.parameter, id ? Value(*id) : Value());
   }
 
-  void BindUpdateKey(std::size_t row) {
-    if (IsBlank(records_, *update_field_)) Refuse(row, std::string(rule_.update_by), "must not be empty");
-    statement_->BindText(names_.size(), FoldKey(records_.AsText(*update_field_)));
+  void BindUpdateKey(const RecordRow& record, std::size_t row) {
+    if (IsBlank(record, *update_field_)) Refuse(row, std::string(rule_.update_by), "must not be empty");
+    statement_->BindText(names_.size(), FoldKey(record.AsText(*update_field_)));
   }
 
-  void CheckLength(std::size_t row, const FieldColumn& column) const {
+  void CheckLength(const RecordRow& record, std::size_t row, const FieldColumn& column) const {
     const bool is_text = records_.Definition(column.field).kind == FieldKind::kText;
-    const std::string converted = is_text ? std::string() : records_.AsText(column.field);
-    const std::string_view text = is_text ? records_.AsTextView(column.field) : converted;
+    const std::string converted = is_text ? std::string() : record.AsText(column.field);
+    const std::string_view text = is_text ? record.AsTextView(column.field) : converted;
     if (text.size() <= column.most || CountCharacters(text) <= column.most) return;
     Refuse(row, NameOf(column), "the text is longer than " + std::to_string(column.most) + " characters");
   }
@@ -283,11 +282,11 @@ class TableWriter {
   }
 
   // An engine need not say which of the references of a row is broken.
-  void RefuseBrokenReference(std::size_t row) const {
+  void RefuseBrokenReference(const RecordRow& record, std::size_t row) const {
     for (const Reference& reference : database_.References(rule_.table)) {
       for (const FieldColumn& field : fields_) {
-        if (names_[field.parameter] != reference.column || IsBlank(records_, field.field)) continue;
-        const Value value = records_.FieldAt(field.field).AsVariant();
+        if (names_[field.parameter] != reference.column || IsBlank(record, field.field)) continue;
+        const Value value = record.AsVariant(field.field);
         const std::string sql = "SELECT 1 FROM " + reference.table + " WHERE " + reference.key + " = :key";
         if (!database_.Query("found", ParseColumns("found:integer"), sql, {value}).IsEmpty()) continue;
         Refuse(row, NameOf(field),
@@ -297,18 +296,17 @@ class TableWriter {
   }
 
   // Where the database refused a row for the text or number of one column that another row has.
-  void RefuseDouble(std::size_t row, std::string_view message) const {
+  void RefuseDouble(const RecordRow& record, std::size_t row, std::string_view message) const {
     const std::string table = std::string(rule_.table) + '.';
     if (message.find(table) != message.rfind(table)) return;  // several columns
     const std::string name = FieldIn(message);
     const auto field = std::find_if(fields_.begin(), fields_.end(),
                                     [&](const FieldColumn& column) { return NameOf(column) == name; });
-    if (field == fields_.end() || IsBlank(records_, field->field)) return;
-    const Value value = records_.FieldAt(field->field).AsVariant();
+    if (field == fields_.end() || IsBlank(record, field->field)) return;
+    const Value value = record.AsVariant(field->field);
     const std::string text = '"' + ToText(value) + '"';
-    std::size_t above = 1;
-    for (records_.First(); above < row; records_.Next(), ++above) {
-      if (records_.AsText(field->field) == ToText(value)) {
+    for (std::size_t above = 1; above < row; ++above) {
+      if (records_.RowAt(above - 1).AsText(field->field) == ToText(value)) {
         Refuse(row, name, text + " stands in row " + std::to_string(above) + " already");
       }
     }
@@ -323,7 +321,7 @@ class TableWriter {
   }
 
   Database& database_;
-  RecordSet& records_;
+  const RecordSet& records_;
   const TableRule& rule_;
   Columns columns_;
   std::vector<std::string> names_;  // of the columns, in the order of the statement's parameters
@@ -345,7 +343,7 @@ class TableWriter {
 
 }  // namespace
 
-void StoreRecords(Database& database, RecordSet& records, const TableRule& rule) {
+void StoreRecords(Database& database, const RecordSet& records, const TableRule& rule) {
   TableWriter(database, records, rule).StoreAll();
 }
 
@@ -355,7 +353,7 @@ void RequireOneRecord(const RecordSet& records) {
       {"", records.Name(), 0, "", "must have one record, has " + std::to_string(records.RecordCount())});
 }
 
-std::int64_t InsertRecord(Database& database, RecordSet& records, const TableRule& rule) {
+std::int64_t InsertRecord(Database& database, const RecordSet& records, const TableRule& rule) {
   RequireOneRecord(records);
   return TableWriter(database, records, rule, " RETURNING id").InsertOne();
 }

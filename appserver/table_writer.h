@@ -47,17 +47,17 @@ struct TableRule {
 
 /// Inserts a row for each record, or changes rows: its fields go to the columns of the same name, converted
 /// to their kinds, where the rule says nothing else. Runs in the caller's transaction; the statement is
-/// prepared once. Leaves the set at its end.
+/// prepared once.
 ///
 /// Raises WriteRefused that names the record set, the row and, where it is known, the field: for a field
 /// without a column, a value that does not fit its column (a text that is too long too) or names no row, and
 /// for what the database refuses.
-void StoreRecords(Database& database, RecordSet& records, const TableRule& rule);
+void StoreRecords(Database& database, const RecordSet& records, const TableRule& rule);
 
 /// Raises WriteRefused for a set that has none or more.
 void RequireOneRecord(const RecordSet& records);
 
 /// The same for a set of one record; answers the row's key.
-std::int64_t InsertRecord(Database& database, RecordSet& records, const TableRule& rule);
+std::int64_t InsertRecord(Database& database, const RecordSet& records, const TableRule& rule);
 
 }  // namespace mox

@@ -12,6 +12,11 @@ void RecordRow::RequireIndex(std::size_t index) const {
               std::to_string(FieldCount()));
 }
 
+std::size_t RecordRow::IndexOf(std::string_view name) const {
+  if (const auto index = FindFieldIndex(name)) return *index;
+  throw FieldNotFound(name, *set_name_);
+}
+
 std::size_t RecordRow::IndexOf(NameId id) const {
   const std::size_t slot = structure_->slot_tables().present[id];
   if (slot != kNoSlot) return slot;

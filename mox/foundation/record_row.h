@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -27,6 +28,10 @@ class RecordRow {
 
   std::size_t FieldCount() const { return structure_->size(); }
   const FieldDef& Definition(std::size_t index) const { return structure_->fields().at(index); }
+
+  std::optional<std::size_t> FindFieldIndex(std::string_view name) const { return structure_->Find(name); }
+  /// Raises FieldNotFound.
+  std::size_t IndexOf(std::string_view name) const;
 
   bool IsNull(std::size_t index) const {
     RequireIndex(index);

@@ -24,6 +24,11 @@ std::optional<std::size_t> RecordTable::Find(std::string_view field) const {
   return std::nullopt;
 }
 
+std::size_t RecordTable::IndexOf(std::string_view field) const {
+  if (const auto index = Find(field)) return *index;
+  throw FieldNotFound(field, name);
+}
+
 void RecordTable::Define(FieldDef def) {
   if (def.name.empty()) throw Error("a field needs a name");
   if (defined_.size() == Structure::kMostFields) {

@@ -36,6 +36,8 @@ class RecordTable {
   /// For labels and formats only. Clones that share the structure keep theirs.
   std::vector<FieldDef>& MutableFields();
   std::optional<std::size_t> Find(std::string_view field) const;
+  /// Raises FieldNotFound.
+  std::size_t IndexOf(std::string_view field) const;
   /// Of a closed table. Raises Error when the name is empty or taken.
   void Define(FieldDef def);
   void Open();

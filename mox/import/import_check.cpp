@@ -6,7 +6,6 @@
 #include "mox/foundation/error.h"
 #include "mox/foundation/text.h"
 #include "mox/import/import_rules_internal.h"
-#include "mox/import/import_walk_internal.h"
 
 namespace mox {
 namespace {
@@ -40,19 +39,17 @@ std::size_t SizeOf(const ImportFieldDef& field) {
 }
 
 // Those of several fields, by one walk.
-std::vector<std::string> JoinedValues(RecordSet& rows, const std::vector<std::size_t>& fields) {
+std::vector<std::string> JoinedValues(const RecordTable& rows, const std::vector<std::size_t>& fields) {
   constexpr std::string_view kSeparator = "','";
   constexpr std::size_t kRowsToJudge = 1000;
   std::vector<std::string> joined(fields.size());
-  const WholeSetWalk walk(rows);
-  std::size_t walked = 0;
-  for (rows.First(); !rows.Eof(); rows.Next()) {
-    if (++walked == kRowsToJudge) {  // what all will take, so that a long list is not copied as it grows
+  for (std::size_t number = 0; number < rows.size(); ++number) {
+    if (number == kRowsToJudge) {  // what all will take, so that a long list is not copied as it grows
       for (std::string& values : joined) {
-        values.reserve(values.size() / kRowsToJudge * rows.RecordCount() * 9 / 8);
+        values.reserve(values.size() / kRowsToJudge * rows.size() * 9 / 8);
       }
     }
-    const RecordRow row = rows.RowAt(rows.CurrentRow());
+    const RecordRow row = rows[number];
     for (std::size_t i = 0; i < fields.size(); ++i) {
       const std::string_view text = row.AsTextView(fields[i]);
       if (!text.empty() || !row.IsNull(fields[i])) joined[i].append(kSeparator).append(text);
@@ -79,13 +76,13 @@ RecordSet TypedRows(std::span<const ImportFieldDef> profile) {
   return set;
 }
 
-std::string JoinedValues(RecordSet& rows, std::string_view field_name) {
-  return std::move(JoinedValues(rows, {rows.FieldByName(field_name).Index()}).front());
+std::string JoinedValues(const RecordTable& rows, std::string_view field_name) {
+  return std::move(JoinedValues(rows, {rows.IndexOf(field_name)}).front());
 }
 
 // --- the questions ---
 
-ImportCheck::ImportCheck(std::span<const ImportFieldDef> profile, RecordSet& rows, RecordSet& typed)
+ImportCheck::ImportCheck(std::span<const ImportFieldDef> profile, const RecordTable& rows, RecordSet& typed)
     : profile_(profile), rows_(rows), typed_(typed) {}
 
 void ImportCheck::Ask(ImportLookups& lookups) {
@@ -95,7 +92,7 @@ void ImportCheck::Ask(ImportLookups& lookups) {
     const ImportFieldDef& field = profile_[i];
     if (!field.IsDefined()) continue;
     columns_.push_back({.position = i,
-                        .from = rows_.FieldByName(field.field_name).Index(),
+                        .from = rows_.IndexOf(field.field_name),
                         .to = typed_.FieldByName(field.field_name).Index(),
                         .is_required = false,
                         .runs = {},
@@ -113,7 +110,7 @@ std::string ImportCheck::ValuesOf(const Column& column) {
     std::vector<std::size_t> fields;
     for (std::size_t i = column.position; i < profile_.size(); ++i) {
       const ImportFieldDef& field = profile_[i];
-      const auto index = rows_.FindFieldIndex(field.field_name);
+      const auto index = rows_.Find(field.field_name);
       if (!index || (field.lookup_sql.empty() && field.unique_sql.empty() && i != column.position)) continue;
       positions.push_back(i);
       fields.push_back(*index);
@@ -149,13 +146,11 @@ std::vector<ImportFault> ImportCheck::Run() {
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     if (columns_[i].runs[IndexOf(ImportPass::kLookup)]) looked_up_.push_back(i);
   }
-  const WholeSetWalk walk(rows_);
-  std::size_t number = 0;
-  for (rows_.First(); !rows_.Eof(); rows_.Next()) {
-    const RecordRow row = rows_.RowAt(rows_.CurrentRow());
+  for (std::size_t number = 1; number <= rows_.size(); ++number) {
+    const RecordRow row = rows_[number - 1];
     FetchKnown(row);
     if (makes_rows) typed_.Append();
-    CheckRow(row, ++number, faults);
+    CheckRow(row, number, faults);
     if (makes_rows) typed_.Post();
   }
   return faults;
@@ -190,9 +185,10 @@ void ImportCheck::CheckRow(const RecordRow& row, std::size_t number, std::vector
   }
 }
 
-CheckedImport CheckImport(std::span<const ImportFieldDef> profile, RecordSet& rows, ImportLookups& lookups) {
+CheckedImport CheckImport(std::span<const ImportFieldDef> profile, const RecordSet& rows,
+                          ImportLookups& lookups) {
   CheckedImport checked{TypedRows(profile), {}};
-  ImportCheck check(profile, rows, checked.rows);
+  ImportCheck check(profile, rows.Table(), checked.rows);
   check.Ask(lookups);
   checked.faults = check.Run();
   return checked;

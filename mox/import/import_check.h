@@ -56,21 +56,22 @@ struct CheckedImport {
 };
 
 /// Checks a sheet: `rows` has a text field for each column of the profile, and all its records are looked at,
-/// whatever its filter; its position stays. Nothing but look-ups is asked of a server, once for each column.
+/// whatever its filter, as they were posted. Nothing but look-ups is asked of a server, once for each column.
 ///
 /// A cell is faulty that is required and empty; that must be in the database and is not, without regard to
 /// letter case and to blanks at its ends; that is no value of its kind as the user's locale writes it, or has
 /// a control character; that must be new and is in the database, without regard to the case of the letters a
 /// to z. Raises ConversionError for a definition that cannot be read, FieldNotFound for a column that `rows`
 /// lacks, and what the look-ups raise.
-CheckedImport CheckImport(std::span<const ImportFieldDef> profile, RecordSet& rows, ImportLookups& lookups);
+CheckedImport CheckImport(std::span<const ImportFieldDef> profile, const RecordSet& rows,
+                          ImportLookups& lookups);
 
 /// The set that checked rows are put into, without rows. Raises ConversionError where a kind or a size is no
 /// integer, Error where there is no such kind.
 RecordSet TypedRows(std::span<const ImportFieldDef> profile);
 
 /// All values of a field that are not null, joined with "','"; "0" where there is none.
-std::string JoinedValues(RecordSet& rows, std::string_view field_name);
+std::string JoinedValues(const RecordTable& rows, std::string_view field_name);
 
 /// A value as uniqueness compares it: without regard to the case of the letters a to z only, with all blanks.
 std::string UniqueKey(std::string_view text);

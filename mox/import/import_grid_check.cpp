@@ -122,7 +122,7 @@ bool TfrmImportGrid::CheckAllRows() {
   target_.Clear();
   const auto count = static_cast<std::int64_t>(fields_.size());
   const StatusWindow status(status_, "Provjera podataka", count - 4);
-  ImportCheck check(fields_, source_, target_);
+  ImportCheck check(fields_, source_.Table(), target_);
   Lookups lookups(*this);
   try {
     check.Ask(lookups);
@@ -223,7 +223,8 @@ void TfrmImportGrid::ResetVTemp() {
 }
 
 std::string TfrmImportGrid::GetFieldValues(std::string_view field_name) {
-  return JoinedValues(source_, field_name);
+  source_.PostPending();
+  return JoinedValues(source_.Table(), field_name);
 }
 
 // --- one column alone ---

@@ -56,7 +56,7 @@ std::string_view ReasonOf(ImportPass pass, const ImportFieldDef& field);
 class ImportCheck {
  public:
   /// All must outlive the check. `typed` is open and empty.
-  ImportCheck(std::span<const ImportFieldDef> profile, RecordSet& rows, RecordSet& typed);
+  ImportCheck(std::span<const ImportFieldDef> profile, const RecordTable& rows, RecordSet& typed);
 
   /// Where a question raises, the passes before it are left to be run.
   void Ask(ImportLookups& lookups);
@@ -80,7 +80,7 @@ class ImportCheck {
   void CheckRow(const RecordRow& row, std::size_t number, std::vector<ImportFault>& faults);
 
   std::span<const ImportFieldDef> profile_;
-  RecordSet& rows_;
+  const RecordTable& rows_;
   RecordSet& typed_;
   std::vector<Column> columns_;
   std::vector<std::size_t> looked_up_;  // of the columns, those with a look-up

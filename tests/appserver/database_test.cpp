@@ -57,8 +57,8 @@ TEST_F(DatabaseTest, GivesBackWhatItStored) {
   {
     WriteTransaction transaction(database);
     Statement insert = database.Prepare("INSERT INTO vrste VALUES (:a, :b, :c, :d, :e, :f, :g, :h)", kinds);
-    for (stored.First(); !stored.Eof(); stored.Next()) {
-      for (std::size_t i = 0; i < kinds.size(); ++i) insert.Bind(i, stored, i);
+    for (const RecordRow& row : stored.Rows()) {
+      for (std::size_t i = 0; i < kinds.size(); ++i) insert.Bind(i, row, i);
       EXPECT_EQ(insert.Execute(), 1);
     }
     transaction.Commit();
