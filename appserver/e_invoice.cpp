@@ -228,9 +228,9 @@ std::int64_t RequiredIntegerIn(const RecordSet& records, std::string_view name) 
 }
 
 // Blank where there is no such field.
-std::string TextIn(RecordSet& records, std::string_view name) {
-  const auto field = records.FindField(name);
-  return field ? std::string(TrimBlanks(field->AsText())) : std::string();
+std::string TextIn(const RecordSet& records, std::string_view name) {
+  const auto field = records.FindFieldIndex(name);
+  return field ? std::string(TrimBlanks(records.AsText(*field))) : std::string();
 }
 
 // The number of the e-invoice that a document has.
@@ -283,8 +283,8 @@ std::optional<RecordSet> InsertLink(const NamedTransaction& /*transaction*/, Dat
 // An attempt takes the place of the one that its program has seen, so that of two programs at the same moment
 // one has to look again.
 std::optional<RecordSet> BeginAttempt(const NamedTransaction& /*transaction*/, Database& database,
-                                      SentRecordSets& sent) {
-  RecordSet& attempt = *sent.Find("adsPokusaj");
+                                      const SentRecordSets& sent) {
+  const RecordSet& attempt = *sent.Find("adsPokusaj");
   const std::int64_t doc_id = RequiredIntegerIn(attempt, "docId");
   const std::string name = TextIn(attempt, "pokusaj");
   const auto refuse = [&](std::string field, std::string message) {
@@ -307,11 +307,11 @@ std::optional<RecordSet> BeginAttempt(const NamedTransaction& /*transaction*/, D
 
 // Another attempt, that has taken the place of this one, is left alone.
 std::optional<RecordSet> EndAttempt(const NamedTransaction& /*transaction*/, Database& database,
-                                    SentRecordSets& sent) {
-  RecordSet& attempt = *sent.Find("adsPokusaj");
+                                    const SentRecordSets& sent) {
+  const RecordSet& attempt = *sent.Find("adsPokusaj");
   const std::int64_t doc_id = RequiredIntegerIn(attempt, "docId");
-  const auto known = attempt.FindField("poznat");
-  const std::string change = known && !known->IsNull() && ToBoolean(known->AsVariant())
+  const auto known = attempt.FindFieldIndex("poznat");
+  const std::string change = known && !attempt.IsNull(*known) && ToBoolean(attempt.AsVariant(*known))
                                  ? "DELETE FROM eracun_pokusaji"
                                  : "UPDATE eracun_pokusaji SET u_tijeku = FALSE";
   database.Execute(change + " WHERE dok_id = :dok_id AND pokusaj = :pokusaj",
@@ -412,11 +412,11 @@ void StoreAccountField(Database& database, const AccountField& field, const Valu
 }
 
 void AddAccountSecrets(Database& database, Secrets& secrets) {
-  RecordSet accounts = database.Query("racuni", ParseColumns("kljuc,adresa"),
-                                      "SELECT eracun_key, eracun_b2c_url FROM integracije_racuni");
-  for (; !accounts.Eof(); accounts.Next()) {
-    secrets.Add(accounts.AsTextView(0));
-    secrets.AddThoseOf(accounts.AsTextView(1));
+  const RecordSet accounts = database.Query("racuni", ParseColumns("kljuc,adresa"),
+                                            "SELECT eracun_key, eracun_b2c_url FROM integracije_racuni");
+  for (const RecordRow& account : accounts.Rows()) {
+    secrets.Add(account.AsTextView(0));
+    secrets.AddThoseOf(account.AsTextView(1));
   }
 }
 

@@ -35,11 +35,9 @@ RecordSet Ask(std::string_view service, std::string_view answer, const TAstaPara
 // The codebook's row in the list of all.
 RecordSet FindCodebookRow(const std::string& name) {
   RecordSet codebooks = Ask("Kat\\Sifarnici", "adsSifarnici");
+  if (codebooks.Locate(codebooks.Definition(0).name, {name}, {.case_insensitive = true})) return codebooks;
   std::vector<std::string> known;
-  for (codebooks.First(); !codebooks.Eof(); codebooks.Next()) {
-    if (SameName(codebooks.AsTextView(0), name)) return codebooks;
-    known.push_back(codebooks.AsText(0));
-  }
+  for (const RecordRow& row : codebooks.Rows()) known.push_back(row.AsText(0));
   const std::vector<std::string_view> names(known.begin(), known.end());
   throw UsageError("there is no codebook \"" + name + "\"" + DidYouMean(name, names) +
                    "; mox codebook lists them all");
@@ -56,12 +54,12 @@ RecordSet ColumnsOf(const std::string& name) {
 
 // The columns of a file have the kinds of the codebook's.
 RecordSetFile ReadRows(const CodebookArguments& arguments, Session& session) {
-  RecordSet columns = ColumnsOf(arguments.name);
+  const RecordSet columns = ColumnsOf(arguments.name);
   const auto declare = [&](const std::string& /*label*/, std::vector<FieldDef>& fields) {
     for (FieldDef& field : fields) {
-      for (columns.First(); !columns.Eof(); columns.Next()) {
-        if (!SameName(columns.FieldByName("stupac").AsText(), field.name)) continue;
-        KindFromName(columns.FieldByName("vrsta").AsText(), field.kind);
+      for (const RecordRow& column : columns.Rows()) {
+        if (!SameName(column.AsText(column.IndexOf("stupac")), field.name)) continue;
+        KindFromName(column.AsText(column.IndexOf("vrsta")), field.kind);
       }
     }
   };
@@ -133,12 +131,12 @@ void RunCodebook(CodebookArguments arguments, Session& session) {
   if (!arguments.remove.empty()) return Delete(arguments, codebook.AsText(2), session);
   if (!arguments.columns) return Print(arguments, session);
   RecordSet columns;
-  RecordSet filtered = ColumnsOf(arguments.name);
+  const RecordSet filtered = ColumnsOf(arguments.name);
   for (std::size_t i = 1; i < filtered.FieldCount(); ++i) columns.DefineField(filtered.Definition(i));
   columns.Open();
-  for (; !filtered.Eof(); filtered.Next()) {
+  for (const RecordRow& column : filtered.Rows()) {
     std::vector<Value> values;
-    for (std::size_t i = 1; i < filtered.FieldCount(); ++i) values.push_back(filtered.AsVariant(i));
+    for (std::size_t i = 1; i < filtered.FieldCount(); ++i) values.push_back(column.AsVariant(i));
     columns.AppendRecord(values);
   }
   AppendTableOrFile(columns, arguments.table, session.out);

@@ -89,12 +89,12 @@ std::string NoNumbersText(const FieldDef& field) {
          "; its header can say " + field.name + ":" + std::string(KindName(kind));
 }
 
-void RequireColumns(RecordSet& records, std::span<const std::string_view> names) {
+void RequireColumns(const RecordSet& records, std::span<const std::string_view> names) {
   std::string missing;
   std::size_t count = 0;
   for (const std::string_view name : names) {
-    if (const auto field = records.FindField(name)) {
-      const FieldDef& column = records.Definition(field->Index());
+    if (const auto field = records.FindFieldIndex(name)) {
+      const FieldDef& column = records.Definition(*field);
       if (HoldsNoNumbers(column)) throw Error(records.Name() + ": " + NoNumbersText(column));
       continue;
     }

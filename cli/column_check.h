@@ -15,7 +15,7 @@ namespace mox {
 
 /// Refuses a set, named after the place of its header, that lacks one of the fields, and one whose column of
 /// numbers is declared as something else: such a text would be read as the locale writes numbers.
-void RequireColumns(RecordSet& records, std::span<const std::string_view> names);
+void RequireColumns(const RecordSet& records, std::span<const std::string_view> names);
 
 /// The same for the fields that `apply` turns out to use when it goes over a record of ones.
 void RequireColumnsOf(RecordSet& records, const std::function<void(RecordSet&)>& apply);

@@ -127,14 +127,16 @@ RecordSet CancelDocument(std::int64_t id, CompanyServer& server, std::span<const
   return Stored(server, StoreStorno(header));
 }
 
-std::string StoredNumber(RecordSet& stored) {
-  return stored.FieldByName("vrsta").AsText() + " " + stored.FieldByName("broj").AsText() + "/" +
-         stored.FieldByName("godina").AsText() + " (id " + stored.FieldByName("id").AsText() + ")";
+std::string StoredNumber(const RecordSet& stored) {
+  const RecordRow row = stored.RowAt(0);
+  const auto text = [&row](std::string_view field) { return row.AsText(row.IndexOf(field)); };
+  return text("vrsta") + " " + text("broj") + "/" + text("godina") + " (id " + text("id") + ")";
 }
 
-std::string StoredLine(RecordSet& stored) {
-  const auto due = stored.FieldByName("datum_dospijeca");
-  return "Pohranjeno: " + StoredNumber(stored) + (due.IsNull() ? "" : ", dospijeva " + due.AsText());
+std::string StoredLine(const RecordSet& stored) {
+  const RecordRow row = stored.RowAt(0);
+  const std::string due = row.AsText(row.IndexOf("datum_dospijeca"));
+  return "Pohranjeno: " + StoredNumber(stored) + (due.empty() ? "" : ", dospijeva " + due);
 }
 
 }  // namespace mox

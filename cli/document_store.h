@@ -40,8 +40,8 @@ void WarnOfLost(const LostInStore& lost, std::string_view whose, std::ostream& e
 RecordSet CancelDocument(std::int64_t id, CompanyServer& server, std::span<const std::string> header);
 
 /// "gotovinski-racun 1/2024 (id 1)", of the record that StoreDocument answers.
-std::string StoredNumber(RecordSet& stored);
+std::string StoredNumber(const RecordSet& stored);
 /// The same for people, with the due date of what is paid later.
-std::string StoredLine(RecordSet& stored);
+std::string StoredLine(const RecordSet& stored);
 
 }  // namespace mox

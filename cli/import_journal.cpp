@@ -47,15 +47,15 @@ ImportOrigin OriginOf(const std::string& path, std::string_view bytes, bool agai
 
 void ListImports(Session& session) {
   ServerOf(session);
-  std::optional<RecordSet> journal = CreateDBDataSet("DnevnikUvoza", "adsUvoz", {});
+  const std::optional<RecordSet> journal = CreateDBDataSet("DnevnikUvoza", "adsUvoz", {});
   if (!journal) throw Error("the server keeps no journal of imports");
   RecordSet table("uvozi");
   for (const Shown& shown : kShown) table.DefineField(shown.title, shown.kind);
   table.Open();
-  for (; !journal->Eof(); journal->Next()) {
+  for (const RecordRow& entry : journal->Rows()) {
     table.Append();
     for (std::size_t i = 0; i < std::size(kShown); ++i) {
-      table.SetVariant(i, journal->FieldByName(kShown[i].field).AsVariant());
+      table.SetVariant(i, entry.AsVariant(entry.IndexOf(kShown[i].field)));
     }
     table.Post();
   }

@@ -43,10 +43,10 @@ std::vector<std::string> ChoicesOfCaption(std::string_view caption) {
 std::vector<std::string> ChoicesOf(const ImportFieldDef& field, CompanyServer* server) {
   if (field.field_type == field_type::kBoolean) return {"TRUE", "FALSE"};
   if (server == nullptr || !ToBoolean(field.lookup)) return ChoicesOfCaption(field.caption);
-  RecordSet values =
+  const RecordSet values =
       server->import_catalogue().Choices(server->database(), field.lookup_sql, kMostChoices + 1);
   std::vector<std::string> choices;
-  for (; !values.Eof(); values.Next()) choices.push_back(values.AsText(0));
+  for (const RecordRow& row : values.Rows()) choices.push_back(row.AsText(0));
   if (choices.size() > kMostChoices) choices.clear();
   return choices;
 }

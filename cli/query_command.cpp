@@ -22,7 +22,7 @@ struct QueryArguments {
   bool table = false;
 };
 
-void Print(RecordSet& answer, bool table, std::string& out) {
+void Print(const RecordSet& answer, bool table, std::string& out) {
   if (!out.empty()) out += "\n";
   if (table) {
     out += answer.Name() + "\n\n";

@@ -36,10 +36,10 @@ constexpr std::string_view kSizeColumns = "vel;brend;spol;uzrast";
 // Size, brand, sex and age of an article, without regard to letter case and to blanks at the ends.
 using SizeKey = std::vector<std::string>;
 
-SizeKey SizeKeyOf(RecordSet& set, const std::vector<std::string_view>& fields) {
+SizeKey SizeKeyOf(const RecordRow& article, const std::vector<std::string_view>& fields) {
   SizeKey key;
   for (const std::string_view field : fields) {
-    key.emplace_back(TrimBlanks(FoldCase(set.FieldByName(field).AsText())));
+    key.emplace_back(TrimBlanks(FoldCase(article.AsText(article.IndexOf(field)))));
   }
   return key;
 }
@@ -64,11 +64,12 @@ void TfrmImportGrid::PreracunVelicinaClick() {
   for (const std::string_view column : kAnswered) articles.DefineField(column, FieldKind::kText);
   articles.Open();
   std::map<SizeKey, std::string> sizes;
-  for (source_.First(); !source_.Eof(); source_.Next()) {
-    if (!sizes.try_emplace(SizeKeyOf(source_, kAsked)).second) continue;
+  source_.PostPending();
+  for (const RecordRow& article : source_.Rows()) {
+    if (!sizes.try_emplace(SizeKeyOf(article, kAsked)).second) continue;
     articles.Append();
     for (std::size_t i = 0; i < kAsked.size(); ++i) {
-      articles.SetText(i, source_.FieldByName(kAsked[i]).AsText());
+      articles.SetText(i, article.AsText(article.IndexOf(kAsked[i])));
     }
     articles.Post();
   }
@@ -76,14 +77,14 @@ void TfrmImportGrid::PreracunVelicinaClick() {
   TAstaParamList request;
   request.FastAdd("params1", Value(std::string(kSizeColumns)));
   request.FastAdd("params2", std::move(articles));
-  std::optional<RecordSet> answer = CreateDBDataSet(kSizeService, "adsList", request);
+  const std::optional<RecordSet> answer = CreateDBDataSet(kSizeService, "adsList", request);
   if (!answer) return;
   sizes.clear();
-  for (answer->First(); !answer->Eof(); answer->Next()) {
-    sizes.try_emplace(SizeKeyOf(*answer, kAnswered), answer->FieldByName("HR_Vel").AsText());
+  for (const RecordRow& row : answer->Rows()) {
+    sizes.try_emplace(SizeKeyOf(row, kAnswered), row.AsText(row.IndexOf("HR_Vel")));
   }
   for (source_.First(); !source_.Eof(); source_.Next()) {
-    const auto size = sizes.find(SizeKeyOf(source_, kAsked));
+    const auto size = sizes.find(SizeKeyOf(source_.RowAt(source_.CurrentRow()), kAsked));
     if (size == sizes.end()) continue;
     source_.Edit();
     source_.FieldByName("HR_VEL").SetText(size->second);

@@ -150,14 +150,14 @@ bool ColumnRules::Has(ImportPass pass) const {
   return true;
 }
 
-void ColumnRules::SetStored(ImportPass pass, RecordSet answer) {
+void ColumnRules::SetStored(ImportPass pass, const RecordSet& answer) {
   const bool look_up = pass == ImportPass::kLookup;
   TextSet& texts = look_up ? known_ : taken_;
   texts = TextSet();
   if (answer.IsEmpty()) return;
-  const std::size_t field = answer.FieldByName(field_->field_name).Index();
-  for (answer.First(); !answer.Eof(); answer.Next()) {
-    const std::string text = answer.AsText(field);
+  const std::size_t field = answer.Table().IndexOf(field_->field_name);
+  for (const RecordRow& row : answer.Rows()) {
+    const std::string text = row.AsText(field);
     texts.Insert(look_up ? LookupKey(text) : UniqueKey(text));
     if (look_up) texts.Insert(text);
   }

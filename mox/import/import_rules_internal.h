@@ -25,7 +25,7 @@ class ColumnRules {
   bool Has(ImportPass pass) const;
 
   /// The answers of the database.
-  void SetStored(ImportPass pass, RecordSet answer);
+  void SetStored(ImportPass pass, const RecordSet& answer);
 
   /// Whether the database has the value, as a look-up or as uniqueness compares.
   bool IsKnown(std::string_view text) const { return IsKnown(text, known_.AskForSlot(text)); }

@@ -18,13 +18,13 @@ class Sum {
     }
   }
 
-  void Add(const RecordSet& records, std::size_t field) {
+  void Add(const RecordRow& record, std::size_t field) {
     if (kind_ == FieldKind::kFloat) {
-      float_ += static_cast<long double>(records.AsFloat(field));
+      float_ += static_cast<long double>(record.AsFloat(field));
     } else if (kind_ == FieldKind::kCurrency) {
-      currency_ += records.AsCurrency(field);
-    } else if (__builtin_add_overflow(integer_, records.AsInteger(field), &integer_)) {
-      throw Overflow("the sum of \"" + records.Definition(field).name + "\" is too large");
+      currency_ += record.AsCurrency(field);
+    } else if (__builtin_add_overflow(integer_, record.AsInteger(field), &integer_)) {
+      throw Overflow("the sum of \"" + record.Definition(field).name + "\" is too large");
     }
   }
 
@@ -50,29 +50,29 @@ struct Group {
 }  // namespace
 
 RecordSet GroupRecords(const RecordSet& records, FieldNames keys, FieldNames sums, std::string_view count) {
-  RecordSet rows(records.Name());
-  rows.CleanClone(records);
+  const RecordTable& rows = records.Table();
   const std::vector<std::size_t> key_fields = FieldIndexes(rows, keys);
   const std::vector<std::size_t> sum_fields = FieldIndexes(rows, sums);
   std::vector<Sum> zeros;
-  for (const std::size_t field : sum_fields) zeros.emplace_back(rows.Definition(field));
+  for (const std::size_t field : sum_fields) zeros.emplace_back(records.Definition(field));
 
   std::vector<Group> groups;
   std::unordered_map<std::string, std::size_t> places;
-  for (rows.First(); !rows.Eof(); rows.Next()) {
-    const auto [place, is_new] = places.emplace(KeyText(rows, key_fields), groups.size());
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const RecordRow row = rows[i];
+    const auto [place, is_new] = places.emplace(KeyText(row, key_fields), groups.size());
     if (is_new) {
       groups.push_back({{}, zeros});
-      for (const std::size_t field : key_fields) groups.back().keys.push_back(rows.AsVariant(field));
+      for (const std::size_t field : key_fields) groups.back().keys.push_back(row.AsVariant(field));
     }
     Group& group = groups[place->second];
-    for (std::size_t i = 0; i < sum_fields.size(); ++i) group.sums[i].Add(rows, sum_fields[i]);
+    for (std::size_t s = 0; s < sum_fields.size(); ++s) group.sums[s].Add(row, sum_fields[s]);
     ++group.count;
   }
 
   RecordSet grouped(records.Name());
-  for (const std::size_t field : key_fields) grouped.DefineField(rows.Definition(field));
-  for (const std::size_t field : sum_fields) grouped.DefineField(rows.Definition(field));
+  for (const std::size_t field : key_fields) grouped.DefineField(records.Definition(field));
+  for (const std::size_t field : sum_fields) grouped.DefineField(records.Definition(field));
   if (!count.empty()) grouped.DefineField(count, FieldKind::kInteger);
   grouped.Open();
   for (Group& group : groups) {
@@ -85,11 +85,10 @@ RecordSet GroupRecords(const RecordSet& records, FieldNames keys, FieldNames sum
 }
 
 Value SumField(const RecordSet& records, std::string_view field) {
-  RecordSet rows(records.Name());
-  rows.CleanClone(records);
-  const std::size_t index = FieldIndexes(rows, {&field, 1}).front();
-  Sum sum(rows.Definition(index));
-  for (rows.First(); !rows.Eof(); rows.Next()) sum.Add(rows, index);
+  const RecordTable& rows = records.Table();
+  const std::size_t index = rows.IndexOf(field);
+  Sum sum(records.Definition(index));
+  for (std::size_t i = 0; i < rows.size(); ++i) sum.Add(rows[i], index);
   return sum.Total();
 }
 

@@ -3,23 +3,20 @@
 
 namespace mox {
 
-std::vector<std::size_t> FieldIndexes(RecordSet& records, FieldNames names) {
+std::vector<std::size_t> FieldIndexes(const RecordTable& records, FieldNames names) {
   std::vector<std::size_t> indexes;
-  for (const std::string_view name : names) {
-    records.FieldByName(name);
-    indexes.push_back(*records.FindFieldIndex(name));
-  }
+  for (const std::string_view name : names) indexes.push_back(records.IndexOf(name));
   return indexes;
 }
 
-std::string KeyText(const RecordSet& records, const std::vector<std::size_t>& fields) {
+std::string KeyText(const RecordRow& record, const std::vector<std::size_t>& fields) {
   std::string key;
   for (const std::size_t field : fields) {
-    if (records.IsNull(field)) {
+    if (record.IsNull(field)) {
       key += 'n';
       continue;
     }
-    const Value value = records.AsVariant(field);
+    const Value value = record.AsVariant(field);
     std::string text;
     if (const auto* const given = std::get_if<std::string>(&value)) {
       text = *given;

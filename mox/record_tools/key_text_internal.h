@@ -10,10 +10,10 @@
 namespace mox {
 
 /// Raises FieldNotFound.
-std::vector<std::size_t> FieldIndexes(RecordSet& records, FieldNames names);
+std::vector<std::size_t> FieldIndexes(const RecordTable& records, FieldNames names);
 
 /// A text that two records have in common exactly where the values of these fields are the same.
-std::string KeyText(const RecordSet& records, const std::vector<std::size_t>& fields);
+std::string KeyText(const RecordRow& record, const std::vector<std::size_t>& fields);
 
 }  // namespace mox
 

@@ -32,7 +32,7 @@ bool IsLower(std::string_view a, std::string_view b) {
 }  // namespace
 
 void RenumberField(RecordSet& records, std::string_view field, std::int64_t first) {
-  const std::size_t index = FieldIndexes(records, {&field, 1}).front();
+  const std::size_t index = records.Table().IndexOf(field);
   std::int64_t number = first;
   ForEachRecord(records, [&] {
     if (records.IsNull(index) || records.AsInteger(index) != number) {
@@ -45,7 +45,7 @@ void RenumberField(RecordSet& records, std::string_view field, std::int64_t firs
 
 void FillDefaults(RecordSet& records, std::span<const std::pair<std::string_view, Value>> defaults) {
   std::vector<std::size_t> fields;
-  for (const auto& [name, value] : defaults) fields.push_back(FieldIndexes(records, {&name, 1}).front());
+  for (const auto& [name, value] : defaults) fields.push_back(records.Table().IndexOf(name));
   ForEachRecord(records, [&] {
     const auto is_null = [&](std::size_t field) { return records.IsNull(field); };
     if (std::none_of(fields.begin(), fields.end(), is_null)) return;
@@ -59,11 +59,10 @@ void FillDefaults(RecordSet& records, std::span<const std::pair<std::string_view
 }
 
 std::int64_t NextNumber(const RecordSet& records, std::string_view field) {
-  RecordSet rows(records.Name());
-  rows.CleanClone(records);
-  const std::size_t index = FieldIndexes(rows, {&field, 1}).front();
+  const RecordTable& rows = records.Table();
+  const std::size_t index = rows.IndexOf(field);
   std::int64_t highest = 0;
-  for (rows.First(); !rows.Eof(); rows.Next()) highest = std::max(highest, rows.AsInteger(index));
+  for (std::size_t i = 0; i < rows.size(); ++i) highest = std::max(highest, rows[i].AsInteger(index));
   if (highest == INT64_MAX) throw Overflow("there is no number after " + std::to_string(highest));
   return highest + 1;
 }
@@ -89,12 +88,11 @@ bool IsRunningCode(std::string_view code) {
 }
 
 std::string NextCodeIn(const RecordSet& records, std::string_view field) {
-  RecordSet rows(records.Name());
-  rows.CleanClone(records);
-  const std::size_t index = FieldIndexes(rows, {&field, 1}).front();
+  const RecordTable& rows = records.Table();
+  const std::size_t index = rows.IndexOf(field);
   std::string highest;
-  for (rows.First(); !rows.Eof(); rows.Next()) {
-    std::string code = rows.AsText(index);
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    std::string code = rows[i].AsText(index);
     if (IsRunningCode(code) && (highest.empty() || IsLower(highest, code))) highest = std::move(code);
   }
   return NextCode(highest);

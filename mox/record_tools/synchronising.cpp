@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <map>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "mox/foundation/value_conversion.h"
@@ -28,18 +29,18 @@ std::vector<Common> CommonFields(const RecordSet& records, const RecordSet& othe
 // The records by key as they shall be; other fields are null.
 class Wanted {
  public:
-  Wanted(const RecordSet& records, RecordSet& other, const std::vector<Common>& common, FieldNames keys)
+  Wanted(const RecordSet& records, const RecordSet& other, const std::vector<Common>& common, FieldNames keys)
       : rows_(other.Name()) {
     for (std::size_t i = 0; i < records.FieldCount(); ++i) rows_.DefineField(records.Definition(i));
     rows_.Open();
-    const std::vector<std::size_t> key_fields = FieldIndexes(rows_, keys);
-    FieldIndexes(other, keys);
-    for (other.First(); !other.Eof(); other.Next()) {
+    const std::vector<std::size_t> key_fields = FieldIndexes(rows_.Table(), keys);
+    FieldIndexes(other.Table(), keys);
+    for (std::size_t at = 0; at < other.Table().size(); ++at) {
+      const RecordRow wanted = other.Table()[at];
       std::vector<Value> values(records.FieldCount());
-      for (const auto& [field, source] : common) values[field] = other.AsVariant(source);
+      for (const auto& [field, source] : common) values[field] = wanted.AsVariant(source);
       rows_.AppendRecord(values);
-      rows_.Last();
-      if (!places_.emplace(KeyText(rows_, key_fields), values_.size()).second) {
+      if (!places_.emplace(KeyText(rows_.RowAt(at), key_fields), values_.size()).second) {
         throw Error("the record set \"" + other.Name() + "\" has a key twice");
       }
       values_.emplace_back();
@@ -71,12 +72,11 @@ class Wanted {
 };
 
 void RequireKeysOnce(const RecordSet& records, FieldNames keys) {
-  RecordSet rows(records.Name());
-  rows.CleanClone(records);
+  const RecordTable& rows = records.Table();
   const std::vector<std::size_t> fields = FieldIndexes(rows, keys);
-  std::unordered_map<std::string, std::size_t> seen;
-  for (rows.First(); !rows.Eof(); rows.Next()) {
-    if (++seen[KeyText(rows, fields)] > 1)
+  std::unordered_set<std::string> seen;
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    if (!seen.insert(KeyText(rows[i], fields)).second)
       throw Error("the record set \"" + records.Name() + "\" has a key twice");
   }
 }
@@ -104,20 +104,18 @@ bool TakeOver(RecordSet& records, const std::vector<Common>& common, const std::
 }  // namespace
 
 RecordChanges SynchroniseRecords(RecordSet& records, const RecordSet& other, FieldNames keys) {
-  RecordSet source(other.Name());
-  source.CleanClone(other);
-  const std::vector<Common> common = CommonFields(records, source);
+  const std::vector<Common> common = CommonFields(records, other);
   RequireKeysOnce(records, keys);
-  Wanted wanted(records, source, common, keys);
+  Wanted wanted(records, other, common, keys);
 
   const ControlsGuard guard(records);
   SavedPosition position(records);
   const bool filtered = records.IsFiltered();
   records.SetFiltered(false);
-  const std::vector<std::size_t> key_fields = FieldIndexes(records, keys);
+  const std::vector<std::size_t> key_fields = FieldIndexes(records.Table(), keys);
   RecordChanges changes;
   for (records.First(); !records.Eof();) {
-    if (const auto* const values = wanted.Take(KeyText(records, key_fields))) {
+    if (const auto* const values = wanted.Take(KeyText(records.RowAt(records.CurrentRow()), key_fields))) {
       changes.changed += TakeOver(records, common, *values) ? 1 : 0;
       records.Next();
     } else {
