@@ -102,12 +102,13 @@ void AddAmounts(const RecordSet& records, Counts counts, std::vector<Sum>& sums)
 
 }  // namespace
 
-// Reading a document does not calculate it anew, and Calculate() calculates each line once.
+// Reading a document does not calculate it anew, and Calculate() calculates each line once. An event of the
+// caller's own sees the walks.
 class Document::CalculationPauses {
  public:
   explicit CalculationPauses(Document& document) {
-    if (document.goods_) goods_.emplace(document.goods_->records);
-    if (document.services_) services_.emplace(document.services_->records);
+    if (document.goods_ && document.goods_->calculates) goods_.emplace(document.goods_->records);
+    if (document.services_ && document.services_->calculates) services_.emplace(document.services_->records);
   }
 
  private:
@@ -140,7 +141,7 @@ Document::Document(const DocumentKind& kind, std::optional<RecordSet> goods,
 }
 
 Document::Lines Document::MakeLines(const LineSchema& schema, const char* name) const {
-  Lines lines{&schema, RecordSet(name)};
+  Lines lines{&schema, RecordSet(name), true};
   lines.records.DefineField("art_id", FieldKind::kInteger);
   for (const char* const text : {"sifra", "naziv", "jm"}) lines.records.DefineField(text, FieldKind::kText);
   for (FieldDef& field : LineFields(schema)) lines.records.DefineField(std::move(field));

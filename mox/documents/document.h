@@ -42,7 +42,7 @@ class Document {
   const RecordSet* Services() const { return services_ ? &services_->records : nullptr; }
   std::size_t LineCount() const;
 
-  /// Calculates every line once more, posting it; the set's own event does not run meanwhile. An error
+  /// Calculates every line once more, posting it. An error
   /// cancels the line that it comes from and ends the walk: the lines before it are calculated, those after
   /// it are as they were.
   void Calculate();
@@ -79,6 +79,7 @@ class Document {
   struct Lines {
     const LineSchema* schema;
     RecordSet records;
+    bool calculates = false;  // by the event that this document installed
   };
   class CalculationPauses;
 
