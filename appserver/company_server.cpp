@@ -85,10 +85,12 @@ std::string CompanyServer::WriteRefusal() const {
 
 int CompanyServer::WriteDataService(const TAstaParamList& request) {
   last_write_ = {};
+  if (!unwritable_.empty()) throw DatabaseUnavailable(unwritable_);
   WriteFailure failure;
   try {
     last_write_.stored = Store(request, failure);
     last_write_.committed = true;
+    last_write_.transaction = std::move(failure.transaction);
     return 1;
   } catch (const WriteRefused& refused) {
     failure = {std::move(failure.transaction), refused.failure().record_set, refused.failure().row,

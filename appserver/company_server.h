@@ -43,6 +43,8 @@ class CompanyServer : public TdmComunication {
   /// DatabaseUnavailable when the database failed, which is no refusal.
   int WriteDataService(const TAstaParamList& request) override;
   std::string WriteRefusal() const override;
+  /// The database was opened for reading alone: from now on writing raises DatabaseUnavailable that says why.
+  void SetUnwritable(std::string reason) { unwritable_ = std::move(reason); }
   /// Write requests are carried out from now on, and rolled back in the end: whether they would be stored.
   void SetRehearsing(bool rehearsing) { rehearsing_ = rehearsing; }
 
@@ -58,6 +60,7 @@ class CompanyServer : public TdmComunication {
   ImportCatalogue import_catalogue_;
   CompanyData company_;
   WriteOutcome last_write_;
+  std::string unwritable_;  // why; empty where the database may be written
   bool rehearsing_ = false;
 };
 

@@ -29,8 +29,9 @@ class DatabaseConnection {
     try {
       return action();
     } catch (const soci::soci_error& error) {
-      if (dialect().IsFailure(error)) throw DatabaseUnavailable(path_ + ": " + dialect().Explain(error));
-      Refuse(dialect().Explain(error));
+      const std::string reason = dialect().Explain(error, session_, path_);
+      if (dialect().IsFailure(error)) throw DatabaseUnavailable(path_ + ": " + reason);
+      Refuse(reason);
     }
   }
   /// Runs one statement without values.
@@ -39,6 +40,10 @@ class DatabaseConnection {
   }
   [[noreturn]] void Refuse(const std::string& reason) const { throw DatabaseError(path_ + ": " + reason); }
 
+  void WaitAtMost(int milliseconds) {
+    longest_wait_ = milliseconds;
+    dialect().SetLongestWait(session_, longest_wait_);
+  }
   void BeginRead() { Execute(dialect().BeginRead()); }
   void BeginWrite() { Execute(dialect().BeginWrite()); }
   void Commit() { Execute("COMMIT"); }
@@ -65,6 +70,7 @@ class DatabaseConnection {
 
  private:
   std::string path_;
+  int longest_wait_ = 0;  // milliseconds, where it was set
   soci::session session_;
 };
 

@@ -103,6 +103,7 @@ Database::Database(Database&& other) noexcept = default;
 Database& Database::operator=(Database&& other) noexcept = default;
 
 const std::string& Database::path() const { return connection_->path(); }
+void Database::WaitAtMost(int milliseconds) { connection_->WaitAtMost(milliseconds); }
 int Database::SchemaVersion() { return RequireKnownVersion(*connection_); }
 
 Statement Database::Prepare(std::string_view sql, std::span<const FieldKind> parameter_kinds) {

@@ -105,6 +105,8 @@ class Database {
 
   const std::string& path() const;
   int SchemaVersion();
+  /// For the transaction of another program; half a minute where nothing is said.
+  void WaitAtMost(int milliseconds);
 
   /// Portable SQL; `fold(column)` stands for the column without regard to letter case and to blanks at its
   /// ends, as the indexes on such columns have it. Raises DatabaseError.

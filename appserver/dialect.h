@@ -86,8 +86,12 @@ class Dialect {
   virtual void Reset(soci::statement& statement) const = 0;
   /// Whether the database failed, where otherwise it refused what it was given.
   virtual bool IsFailure(const soci::soci_error& error) const = 0;
-  /// What went wrong, for people, on one line.
-  virtual std::string Explain(const soci::soci_error& error) const = 0;
+  /// What went wrong with the database at `path`, for people, on one line.
+  virtual std::string Explain(const soci::soci_error& error, soci::session& session,
+                              const std::string& path) const = 0;
+  /// How long a connection waits for the transaction of another program; half a minute where nothing is said.
+  /// The number must outlive the session's use.
+  virtual void SetLongestWait(soci::session& session, const int& milliseconds) const = 0;
 };
 
 const Dialect& SqliteDialect();

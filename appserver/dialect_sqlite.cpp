@@ -255,9 +255,10 @@ class Sqlite : public Dialect {
     return std::find(std::begin(kFailures), std::end(kFailures), SqliteResult(error)) != std::end(kFailures);
   }
 
-  std::string Explain(const soci::soci_error& error) const override {
+  std::string Explain(const soci::soci_error& error, soci::session& session,
+                      const std::string& path) const override {
     const std::string message = EngineMessage(error);
-    switch (SqliteResult(error)) {
+    switch (const int result = SqliteResult(error)) {
       case SQLITE_CONSTRAINT:
         return ExplainConstraint(message);
       case SQLITE_NOTADB:
@@ -265,22 +266,21 @@ class Sqlite : public Dialect {
       case SQLITE_CORRUPT:
         return "the file is damaged: " + message;
       case SQLITE_FULL:
-        return "the disk is full";
       case SQLITE_IOERR:
-        // Where a full disk stops the engine's own files beside the database, this is all that it says.
-        return "the file cannot be read or written, perhaps because the disk is full: " + message;
       case SQLITE_READONLY:
-        return "cannot be written: the file or its folder is read-only";
       case SQLITE_CANTOPEN:
-        return "cannot be opened; the program must be allowed to read and write the file and its folder";
+        return ExplainFileFailure(result, SystemError(session), path);
       case SQLITE_BUSY:
       case SQLITE_LOCKED:
       case SQLITE_PROTOCOL:
-        return "another program has kept the file locked for " + std::to_string(kLongestWaitSeconds) +
-               " seconds";
+        return "another program keeps the file locked; try again when it has finished";
       default:
         return message;
     }
+  }
+
+  void SetLongestWait(soci::session& session, const int& milliseconds) const override {
+    WaitAtMost(session, milliseconds);
   }
 
  private:

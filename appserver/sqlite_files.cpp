@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <fstream>
+#include <system_error>
 #include <thread>
 
 #include "appserver/database.h"
@@ -14,11 +16,11 @@ namespace fs = std::filesystem;
 
 // The engine's own waiting pauses up to a tenth of a second, in which busy writers can pass by a waiting one
 // again and again. Looking more often costs little and leaves nobody behind.
-int WaitForLock(void* /*unused*/, int tries) {
+int WaitForLock(void* longest, int tries) {
   thread_local std::chrono::steady_clock::time_point begin;
   const auto now = std::chrono::steady_clock::now();
   if (tries == 0) begin = now;
-  if (now - begin > std::chrono::seconds(kLongestWaitSeconds)) return 0;
+  if (now - begin > std::chrono::milliseconds(*static_cast<const int*>(longest))) return 0;
   std::this_thread::sleep_for(std::chrono::microseconds(tries < 10 ? 500 : 1000 + tries % 7 * 500));
   return 1;
 }
@@ -74,7 +76,7 @@ bool HasLog(const fs::path& path) {
 void ConnectSqlite(soci::session& session, const fs::path& path, std::string_view mode, Locking locking) {
   [[maybe_unused]] static const int uris = sqlite_api::sqlite3_config(SQLITE_CONFIG_URI, 1);
   session.open(soci::sqlite3, ConnectString(path, mode));
-  sqlite_api::sqlite3_busy_handler(HandleOf(session), WaitForLock, nullptr);
+  WaitAtMost(session, kLongestWait);
   session << "PRAGMA foreign_keys = ON";
   if (locking == Locking::kExclusive) {
     constexpr int kMilliseconds = 1000;
@@ -82,6 +84,32 @@ void ConnectSqlite(soci::session& session, const fs::path& path, std::string_vie
     AnswerOf<std::string>(session, "PRAGMA locking_mode = EXCLUSIVE");
   }
   session << "PRAGMA synchronous = FULL";  // the first to read the file
+}
+
+void WaitAtMost(soci::session& session, const int& milliseconds) {
+  sqlite_api::sqlite3_busy_handler(HandleOf(session), WaitForLock, const_cast<int*>(&milliseconds));
+}
+
+int SystemError(soci::session& session) {
+  return session.get_backend() == nullptr ? 0 : sqlite_api::sqlite3_system_errno(HandleOf(session));
+}
+
+// The system's number may be that of a later call, so only those are believed that tell of files; a disk that
+// has no room for a page of the log's index is full.
+std::string ExplainFileFailure(int result, int system_error, const fs::path& path) {
+  constexpr std::uintmax_t kLeastRoom = 65'536;
+  const auto is = [system_error](std::errc code) { return system_error == static_cast<int>(code); };
+  if (result == SQLITE_FULL || is(std::errc::no_space_on_device)) return "the disk is full";
+  std::error_code error;
+  const fs::space_info room = fs::space(fs::absolute(path).parent_path(), error);
+  if (!error && result == SQLITE_IOERR && room.available < kLeastRoom) return "the disk is full";
+  if (is(std::errc::file_too_large)) return "the file may not grow: this user's limit for files is reached";
+  if (result == SQLITE_READONLY) return "cannot be written: the file or its folder is read-only";
+  if (fs::exists(path, error) && !std::ifstream(path).is_open()) return "this user may not read the file";
+  if (result == SQLITE_CANTOPEN) {
+    return "cannot be opened; the program must be allowed to read and write the file and its folder";
+  }
+  return "the file cannot be read or written, perhaps because the disk is full";
 }
 
 // Readers share an index of the log beside the file. Where it cannot be made, a file without a log is read as
@@ -130,7 +158,7 @@ std::vector<std::string> FindSqliteDamages(soci::session& session, int most) {
   return damages;
 }
 
-TemporarySqliteFile::TemporarySqliteFile(const fs::path& target) {
+TemporarySqliteFile::TemporarySqliteFile(const fs::path& target) : target_(target) {
   try {
     for (int i = 0; !lock_; ++i) {
       path_ = Beside(target, "." + std::to_string(i) + ".new");
@@ -188,10 +216,14 @@ void CopyPages(soci::session& from, soci::session& copy, const TemporarySqliteFi
       sqlite_api::sqlite3_backup_init(HandleOf(copy), "main", HandleOf(from), "main");
   constexpr int kAllPages = -1;
   if (backup != nullptr) sqlite_api::sqlite3_backup_step(backup, kAllPages);
-  const int result = backup == nullptr ? SQLITE_ERROR : sqlite_api::sqlite3_backup_finish(backup);
-  if (result != SQLITE_OK) {
-    throw DatabaseError(to.path().string() + ": the copy failed: " + sqlite_api::sqlite3_errstr(result));
-  }
+  const int result = backup == nullptr ? SQLITE_ERROR : sqlite_api::sqlite3_backup_finish(backup) & 0xFF;
+  const int system_error = SystemError(copy);
+  if (result == SQLITE_OK) return;
+  constexpr int kOfFiles[] = {SQLITE_FULL, SQLITE_IOERR, SQLITE_READONLY, SQLITE_CANTOPEN};
+  const bool of_file = std::find(std::begin(kOfFiles), std::end(kOfFiles), result) != std::end(kOfFiles);
+  throw DatabaseError(
+      to.target().string() + ": the copy cannot be written: " +
+      (of_file ? ExplainFileFailure(result, system_error, to.path()) : sqlite_api::sqlite3_errstr(result)));
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ namespace mox {
 // What the SQLite dialect does with files: connecting, creating, copying and putting back.
 
 inline constexpr int kApplicationId = 0x6D6F7864;  // "moxd", in the head of each company database
-inline constexpr int kLongestWaitSeconds = 30;     // for the transaction of another program
+inline constexpr int kLongestWait = 30'000;        // milliseconds, for the transaction of another program
 
 enum class Locking : bool { kShared, kExclusive };
 
@@ -28,6 +28,16 @@ void ConnectSqlite(soci::session& session, const std::filesystem::path& path, st
 /// Connects for reading only, also where nothing can be written: on a write-protected disk, in a folder that
 /// the user may not write, on a full disk. Raises soci_error.
 void ConnectSqliteForReading(soci::session& session, const std::string& path);
+
+/// For the transaction of another program. The number must outlive the session's use.
+void WaitAtMost(soci::session& session, const int& milliseconds);
+
+/// The operating system's number of the session's last failure; 0 where there was none.
+int SystemError(soci::session& session);
+
+/// Why a database's file, or what the engine keeps beside it, cannot be read or written, by the engine's code
+/// and the system's number.
+std::string ExplainFileFailure(int result, int system_error, const std::filesystem::path& path);
 
 /// The only value that a query answers.
 template <typename T>
@@ -57,12 +67,15 @@ class TemporarySqliteFile {
   TemporarySqliteFile& operator=(const TemporarySqliteFile&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
+  /// The file that it is made for.
+  const std::filesystem::path& target() const { return target_; }
   /// Gives the complete file a name, which must be free. Raises DatabaseError.
   void GiveName(const std::filesystem::path& name) const;
   /// Puts the complete file in the place of another one. Raises DatabaseError.
   void TakePlaceOf(const std::filesystem::path& target);
 
  private:
+  std::filesystem::path target_;
   std::filesystem::path path_;
   std::optional<FileLock> lock_;  // held while the program is alive
 };

@@ -26,7 +26,8 @@ struct WriteFailure {
 
 /// What the last write request did.
 struct WriteOutcome {
-  bool committed = false;  ///< or would have been, in a rehearsal
+  bool committed = false;   ///< or would have been, in a rehearsal
+  std::string transaction;  ///< of a committed one
   /// Of a refused one.
   std::optional<WriteFailure> failure;
   /// Keys and numbers that the server gave, where the transaction gives any.

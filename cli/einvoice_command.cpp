@@ -62,7 +62,7 @@ void RunEInvoice(const EInvoiceArguments& arguments, Session& session) {
   }
 
   if (const auto id = ElectronicId(doc_id)) {
-    const bool recorded_now = server.LastWrite().committed;
+    const bool recorded_now = server.LastWrite().transaction == "InsertERacunB2C";
     session.err << document << (recorded_now ? " was sent" : " was sent before") << ": e-invoice " << *id
                 << std::endl;
     return;

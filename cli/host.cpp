@@ -22,12 +22,14 @@ std::unique_ptr<TAppIni> OpenSettings(const std::string& path) {
 }
 
 // What may not be written, the file or its folder, is still good for reading, and so is a full disk.
-Database OpenDatabase(const std::string& path) {
+std::unique_ptr<CompanyServer> OpenServer(const std::string& path) {
   try {
-    return Database(path, Database::Access::kReadWrite);
-  } catch (const DatabaseUnavailable&) {
+    return std::make_unique<CompanyServer>(Database(path, Database::Access::kReadWrite));
+  } catch (const DatabaseUnavailable& unwritable) {
     try {
-      return Database(path, Database::Access::kReadOnly);
+      auto server = std::make_unique<CompanyServer>(Database(path, Database::Access::kReadOnly));
+      server->SetUnwritable(unwritable.what());
+      return server;
     } catch (const DatabaseError&) {
     }
     throw;
@@ -79,7 +81,7 @@ Host::Host(const HostOptions& options, Session& session)
       platform_([&session] { return session.clipboard; }) {
   std::string company_path;
   if (!options.database.empty()) {
-    server_ = std::make_unique<CompanyServer>(OpenDatabase(options.database));
+    server_ = OpenServer(options.database);
     session.server = server_.get();
     server_->AddSecrets(session.secrets);
     company_path = std::filesystem::canonical(options.database).string();

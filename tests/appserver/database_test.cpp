@@ -8,10 +8,12 @@
 #include <csignal>
 #include <random>
 
+#include "appserver/company_server.h"
 #include "appserver/connection.h"
 #include "appserver/migrations.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
+#include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
 #include "tests/foundation/case_file.h"
 
@@ -189,12 +191,7 @@ TEST_F(DatabaseTest, CreatesWholeFilesOrNone) {
       Database::Create(path);
     } catch (const DatabaseError& error) {
       std::fputs(error.what(), stderr);
-      std::exit(
-          error.what() ==
-                  path +
-                      ": the file cannot be read or written, perhaps because the disk is full: disk I/O error"
-              ? 1
-              : 2);
+      std::exit(std::string_view(error.what()).starts_with(path + ": the file ") ? 1 : 2);
     }
     std::exit(0);
   };
@@ -263,6 +260,53 @@ TEST_F(DatabaseTest, SaysWhyItCannotWrite) {
   EXPECT_EQ(message(database), path_ + ": the disk is full");
   EXPECT_THAT(database.TableColumns("pun"), testing::IsEmpty());
   database.Execute("INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')");  // and goes on
+
+  const auto where_files_may_not_grow = [&] {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{200'000, 200'000};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    const std::string copy = (folder_ / "kopija.db").string();
+    const std::string told = message(database);
+    try {
+      database.BackUp(copy);
+    } catch (const DatabaseError& error) {
+      const bool names_the_copy =
+          std::string_view(error.what()).starts_with(copy + ": the copy cannot be written: the ");
+      std::fputs((told + error.what()).c_str(), stderr);
+      std::exit(names_the_copy && told == path_ + ": the disk is full" ? 0 : 1);
+    }
+    std::exit(2);
+  };
+  EXPECT_EXIT(where_files_may_not_grow(), testing::ExitedWithCode(0), "");
+}
+
+// Nobody takes a database that cannot be written for one that refuses: a document would count as sent
+// already.
+TEST_F(DatabaseTest, IsUnavailableWhereAnotherProgramKeepsItLocked) {
+  RecordSet document("ads");
+  document.DefineField("VelorFormsID", FieldKind::kInteger);
+  document.Open();
+  document.AppendRecord({std::int64_t{1}});
+  const RecordSet* const sets[] = {&document};
+  const TAstaParamList request = WriteRequest("ERacunVezaSaMojERacunProvjera", sets);
+  const auto failure = [&](CompanyServer& server) {
+    try {
+      return std::to_string(server.WriteDataService(request));
+    } catch (const DatabaseUnavailable& error) {
+      return std::string(error.what());
+    }
+  };
+  Database other(path_);
+  CompanyServer server{Database(path_)};
+  server.database().WaitAtMost(10);
+  {
+    const WriteTransaction lock(other);
+    EXPECT_EQ(failure(server),
+              path_ + ": another program keeps the file locked; try again when it has finished");
+  }
+  EXPECT_EQ(failure(server), "1");
+  server.SetUnwritable("tvrtka.db: the disk is full");
+  EXPECT_EQ(failure(server), "tvrtka.db: the disk is full");
 }
 
 // A file whose number a database may have passed already would never run there.
