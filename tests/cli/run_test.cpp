@@ -4,9 +4,11 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <regex>
 #include <sstream>
 
 #include "mox/foundation/files.h"
+#include "tests/fakes/scratch_folder.h"
 #include "tests/source_dir.h"
 
 namespace mox {
@@ -80,16 +82,38 @@ TEST(Run, ReportsAnErrorOnOneLine) {
   EXPECT_EQ(outcome.out, "");
 }
 
+std::vector<std::string> Found(const std::string& text, const char* pattern) {
+  const std::regex regex(pattern);
+  std::vector<std::string> found;
+  for (std::sregex_iterator at(text.begin(), text.end(), regex), end; at != end; ++at)
+    found.push_back((*at)[1]);
+  return found;
+}
+
+// The options that a help tells of are there, and its examples are taken, but for the files that they name.
 TEST(Run, HelpsWithEachCommand) {
-  EXPECT_NE(RunWith({"--help"}).out.find("Usage: mox [OPTION...] COMMAND [ARGUMENT...]"), std::string::npos);
-  for (const char* command :
-       {"round", "calc", "recap", "total", "document", "oib", "iban", "words", "currency", "workdays",
-        "service", "db", "query", "store", "import", "qr", "einvoice"}) {
+  const ScratchFolder folder;
+  std::filesystem::current_path(folder.path());
+  const std::string help = RunWith({"--help"}).out;
+  EXPECT_NE(help.find("Usage: mox [OPTION...] COMMAND [ARGUMENT...]"), std::string::npos);
+  const std::vector<std::string> commands = Found(help.substr(help.find("Commands:")), "\n  ([a-z]+) +[A-Z]");
+  EXPECT_GE(commands.size(), 21U);
+  for (const std::string& command : commands) {
     const Outcome outcome = RunWith({command, "--help"});
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_NE(outcome.out.find(std::string("Usage: mox [OPTION...] ") + command), std::string::npos);
-    EXPECT_NE(outcome.out.find(std::string("\n  mox ") + command), std::string::npos) << "an example";
+    EXPECT_NE(outcome.out.find("\nUsage: mox [OPTION...] " + command), std::string::npos);
+    const std::vector<std::string> examples = Found(outcome.out, "\n  mox ((?:[^ \n|<>]| (?=[^ |<>]))+)");
+    EXPECT_FALSE(examples.empty()) << command;
+    for (const std::string& example : examples) {
+      std::vector<std::string> words = Found(example, "((?:[^ \"]|\"[^\"]*\")+)");
+      for (std::string& word : words) std::erase(word, '"');
+      EXPECT_NE(RunWith(words).status, 2) << example;
+    }
+    for (const std::string& option : Found(outcome.out, "(--[A-Za-z][A-Za-z_-]*)")) {
+      EXPECT_EQ(RunWith({command, option}).err.find("no option"), std::string::npos) << command << option;
+    }
   }
+  std::filesystem::current_path(std::filesystem::temp_directory_path());
 }
 
 // Every listed function can be named, and every listed kind.
