@@ -6,8 +6,11 @@
 #include <filesystem>
 #include <regex>
 #include <sstream>
+#include <tuple>
 
+#include "cli/progress_bar.h"
 #include "mox/foundation/files.h"
+#include "sheets/zip_package.h"
 #include "tests/fakes/scratch_folder.h"
 #include "tests/source_dir.h"
 
@@ -33,7 +36,8 @@ TEST(Run, FailsWhenItsResultCannotBeWritten) {
   std::ostream out(nullptr);
   std::ostringstream err;
   EXPECT_EQ(mox::Run({"round", "1", "0"}, in, out, err), 1);
-  EXPECT_EQ(err.str(), "mox: standard output cannot be written\n");
+  EXPECT_EQ(mox::Run({"--help"}, in, out, err), 1);
+  EXPECT_EQ(err.str(), "mox: standard output cannot be written\nmox: standard output cannot be written\n");
 }
 
 // A second attempt of the same key answers what the first one stored.
@@ -143,6 +147,57 @@ TEST(Run, ListsWhatItKnows) {
             "  goods       kolicina vpc nvpc\n"
             "  calculates  vpci nvpci razlika\n"
             "  recap       none\n");
+}
+
+// What is listed can be asked for by its name.
+TEST(Run, DescribesWhatItLists) {
+  const ScratchFolder folder;
+  const std::string database = folder / "tvrtka.db";
+  ASSERT_EQ(RunWith({"db", "init", database}).status, 0);
+  std::string kinds;
+  for (const std::string& name : Found(RunWith({"document", "--list"}).out, "(?:^|\n)([a-z-]+): ")) {
+    kinds += (kinds.empty() ? "" : "\n") + RunWith({"document", "--list", name}).out;
+  }
+  EXPECT_EQ(RunWith({"document", "--list"}).out, kinds);
+  for (const char* const command : {"query", "store"}) {
+    const std::vector<std::string> names = Found(RunWith({command}).out, "(?:^|\n)([A-Z][^ \n]*)");
+    EXPECT_GT(names.size(), 20U);
+    EXPECT_TRUE(RunWith({command, names.back()}).out.starts_with("## `" + names.back() + "`"));
+  }
+  const std::string tables = RunWith({"db", "info", database}).out;
+  EXPECT_TRUE(tables.starts_with("version:integer,table:text,rows:integer\n"));
+  EXPECT_NE(tables.find(",drzave,249\n"), std::string::npos) << tables;
+  const std::vector<std::string> codebooks =
+      Found(RunWith({"codebook", "--db", database}).out, "\n([^,\n]+),");
+  EXPECT_GT(codebooks.size(), 30U);
+  for (const std::string& name : codebooks) {
+    EXPECT_EQ(RunWith({"codebook", name, "--db", database}).status, 0) << name;
+  }
+}
+
+// Of a flag, and of a caption that names them.
+TEST(Run, TemplatesOfferTheValuesOfColumns) {
+  const ScratchFolder folder;
+  const std::string path = folder / "predlozak.xlsx";
+  for (const auto& [profile, values] : {std::pair("RESURS", "TRUE,FALSE"), {"ZAPOSLENIK", "O,N"}}) {
+    EXPECT_EQ(RunWith({"import", profile, "--template", "--xlsx", path}).status, 0);
+    const std::string bytes = ReadWholeFile(path);
+    const std::string sheet = ZipPackage(bytes, path).Read("xl/worksheets/sheet1.xml");
+    EXPECT_NE(sheet.find(">\"" + std::string(values) + "\"<"), std::string::npos) << sheet;
+  }
+}
+
+TEST(Progress, IsALineOfTwentySteps) {
+  for (const auto& [position, maximum, line] : {std::tuple(0, 200, "[--------------------]   0 % a\\n"),
+                                                {19, 200, "[#-------------------]   9 % a\\n"},
+                                                {20, 200, "[##------------------]  10 % a\\n"},
+                                                {200, 200, "[####################] 100 % a\\n"},
+                                                {201, 200, "[####################] 100 % a\\n"},
+                                                {-1, 200, "[--------------------]   0 % a\\n"},
+                                                {5, 0, "[--------------------]   0 % a\\n"},
+                                                {1, 1, "[####################] 100 % a\\n"}}) {
+    EXPECT_EQ(ProgressLine("a\n", position, maximum), line);
+  }
 }
 
 TEST(Run, WritesThePageOfServices) {
