@@ -94,7 +94,7 @@ int CompanyServer::WriteDataService(const TAstaParamList& request) {
     return 1;
   } catch (const WriteRefused& refused) {
     failure = {std::move(failure.transaction), refused.failure().record_set, refused.failure().row,
-               refused.failure().field, refused.failure().message};
+               refused.failure().field,        refused.failure().message,    refused.failure().others};
   } catch (const DatabaseUnavailable& error) {
     Tell(error.what());
     throw;

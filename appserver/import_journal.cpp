@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::size_t kMostNamed = 20;  // rows in one message
 constexpr std::size_t kShownValue = 100;
+constexpr std::size_t kMostRefused = 50;  // rows that are told
 
 // Things of which the first are named.
 class NamedRows {
@@ -251,7 +252,7 @@ std::optional<RecordSet> StoreImport(const NamedTransaction& transaction, Databa
   const bool changes = !rule.update_by.empty();
   const RecordSet before = changes ? RowsToChange(database, records, rule) : RecordSet();
   const std::int64_t last = changes ? 0 : LastKey(database, rule.table);
-  StoreRecords(database, records, rule);
+  StoreRecords(database, records, rule, kMostRefused);
   if (records.IsEmpty()) return std::nullopt;
   const KeyRuns keys = changes ? KeysOf(before) : KeysAbove(database, rule.table, last);
   Journal(database, origin, rule.table, records.RecordCount(), keys,

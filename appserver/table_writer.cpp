@@ -52,15 +52,22 @@ class TableWriter {
     BindConstants();
   }
 
-  void StoreAll() {
+  void StoreAll(std::size_t most_refused) {
+    std::optional<WriteFailure> refused;
     for (std::size_t row = 1; row <= records_.RowCount(); ++row) {
-      const RecordRow record = records_.RowAt(row - 1);
-      const std::int64_t changed = Run(record, row, [this] { return statement_->Execute(); });
-      if (changed > 0) continue;
-      const std::string text = '"' + record.AsText(*update_field_) + '"';
-      Refuse(row, records_.Definition(*update_field_).name,
-             std::string(rule_.table) + " has no row with " + std::string(rule_.update_by) + ' ' + text);
+      try {
+        StoreRow(records_.RowAt(row - 1), row);
+      } catch (const WriteRefused& refusal) {
+        const WriteFailure& failure = refusal.failure();
+        if (!refused) {
+          refused = failure;
+        } else {
+          refused->others.push_back({failure.row, failure.field, failure.message});
+        }
+        if (refused->others.size() + 1 >= most_refused) break;
+      }
     }
+    if (refused) throw WriteRefused(std::move(*refused));
   }
 
   std::int64_t InsertOne() {
@@ -198,6 +205,13 @@ class TableWriter {
     }
   }
 
+  void StoreRow(const RecordRow& record, std::size_t row) {
+    if (Run(record, row, [this] { return statement_->Execute(); }) > 0) return;
+    const std::string text = '"' + record.AsText(*update_field_) + '"';
+    Refuse(row, records_.Definition(*update_field_).name,
+           std::string(rule_.table) + " has no row with " + std::string(rule_.update_by) + ' ' + text);
+  }
+
   template <typename Execute>
   std::int64_t Run(const RecordRow& record, std::size_t row, const Execute& execute) {
     const FieldColumn* binding = nullptr;
@@ -220,6 +234,8 @@ class TableWriter {
       return execute();
     } catch (const WriteRefused&) {
       throw;
+    } catch (const DatabaseUnavailable&) {
+      throw;  // the engine may have ended the transaction: no further row is to be tried
     } catch (const Error& error) {
       if (binding != nullptr) Refuse(row, NameOf(*binding), error.what());
       RefuseBrokenReference(record, row);
@@ -343,8 +359,9 @@ class TableWriter {
 
 }  // namespace
 
-void StoreRecords(Database& database, const RecordSet& records, const TableRule& rule) {
-  TableWriter(database, records, rule).StoreAll();
+void StoreRecords(Database& database, const RecordSet& records, const TableRule& rule,
+                  std::size_t most_refused) {
+  TableWriter(database, records, rule).StoreAll(most_refused);
 }
 
 void RequireOneRecord(const RecordSet& records) {

@@ -51,8 +51,10 @@ struct TableRule {
 ///
 /// Raises WriteRefused that names the record set, the row and, where it is known, the field: for a field
 /// without a column, a value that does not fit its column (a text that is too long too) or names no row, and
-/// for what the database refuses.
-void StoreRecords(Database& database, const RecordSet& records, const TableRule& rule);
+/// for what the database refuses. Up to `most_refused` records that are refused are told; after the last one
+/// the rest is not tried.
+void StoreRecords(Database& database, const RecordSet& records, const TableRule& rule,
+                  std::size_t most_refused = 1);
 
 /// Raises WriteRefused for a set that has none or more.
 void RequireOneRecord(const RecordSet& records);

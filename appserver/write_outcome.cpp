@@ -11,6 +11,10 @@ std::string WriteFailure::ToString() const {
   if (row > 0) add("row " + std::to_string(row));
   if (!field.empty()) add(field);
   add(message);
+  if (!others.empty()) {
+    text += "; at least " + std::to_string(others.size()) + " other " +
+            (others.size() == 1 ? "row is" : "rows are") + " refused, too";
+  }
   return VisibleText(text);
 }
 

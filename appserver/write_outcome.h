@@ -5,11 +5,19 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/record_set.h"
 
 namespace mox {
+
+/// What was refused of a record set besides: at which record (from 1) and field, and why.
+struct RefusedCell {
+  std::size_t row = 0;
+  std::string field;
+  std::string message;
+};
 
 /// Why a write request was refused: in which record set, at which record (from 1) and field, where these are
 /// known, and what the database or the rule said.
@@ -19,8 +27,10 @@ struct WriteFailure {
   std::size_t row = 0;
   std::string field;
   std::string message;
+  /// Further records that were tried and refused, in their order. Where there are many the rest is not tried.
+  std::vector<RefusedCell> others = {};
 
-  /// All of it on one line.
+  /// All of it on one line; of further records only how many there are.
   std::string ToString() const;
 };
 

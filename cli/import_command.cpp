@@ -149,7 +149,7 @@ class ImportSession : public ImportGridView {
     if (form.Outcome() == ImportOutcome::kStored && !arguments_.check) {
       session_.stored = StoredText(form.ProfileKey(), sheet_.numbers.size());
     }
-    if (form.Outcome() == ImportOutcome::kRefused) ShowRefusedCell(form);
+    if (form.Outcome() == ImportOutcome::kRefused) ShowRefusedCells(form);
     if (!arguments_.faults.empty()) WriteFaults(form);
   }
   void StatusChanged(const TfrmStatus& status, bool /*repaint*/) override {
@@ -190,10 +190,12 @@ class ImportSession : public ImportGridView {
     return faults;
   }
 
-  void ShowRefusedCell(TfrmImportGrid& form) {
+  void ShowRefusedCells(TfrmImportGrid& form) {
     const auto& failure = ServerOf(session_).LastWrite().failure;
     if (!failure || failure->row == 0) return;
-    form.SetRefusedCell(failure->row, failure->field, failure->message);
+    std::vector<ImportRefusal> cells = {{failure->row, failure->field, failure->message}};
+    for (const RefusedCell& cell : failure->others) cells.push_back({cell.row, cell.field, cell.message});
+    form.SetRefusedCells(cells);
   }
 
   std::string FaultFile(const TfrmImportGrid& form) const {

@@ -68,6 +68,13 @@ enum class ImportOutcome : std::uint8_t {
   kStored
 };
 
+/// A cell for which the server refused the rows.
+struct ImportRefusal {
+  std::size_t row = 0;  ///< from 1
+  std::string field_name;
+  std::string reason;
+};
+
 /// Where the rows of an import come from, for the journal of the application server.
 struct ImportOrigin {
   std::string user;
@@ -132,9 +139,9 @@ class TfrmImportGrid {
   ImportOutcome Outcome() const { return outcome_; }
   /// Why the server refused the rows, where it says so.
   const std::string& Refusal() const { return refusal_; }
-  /// Makes the cell for which the server refused the rows, counted from 1, a fault. Nothing happens where
+  /// Makes the cells for which the server refused the rows, counted from 1, faults. Nothing happens where
   /// there is no such row or data column.
-  void SetRefusedCell(std::size_t row, std::string_view field_name, std::string_view reason);
+  void SetRefusedCells(std::span<const ImportRefusal> cells);
   /// Sent with the rows from now on. Without an origin the transaction has them alone.
   void SetOrigin(const ImportOrigin& origin);
 
@@ -240,6 +247,7 @@ class TfrmImportGrid {
   void ShowPass(const ImportFieldDef& field, ImportPass pass);
   bool CheckAllRows();
   void AddSheetFaults();
+  std::size_t DataColumn(std::string_view field_name) const;
   void PaintFaults();
   void StoreRows(std::string_view transaction);
   void AddFault(std::string_view fragment);

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -162,16 +163,29 @@ void TfrmImportGrid::AddSheetFaults() {
   faults_ = std::move(faults);
 }
 
-void TfrmImportGrid::SetRefusedCell(std::size_t row, std::string_view field_name, std::string_view reason) {
-  for (std::size_t column = kFirstDataPosition; column < fields_.size(); ++column) {
-    if (!fields_[column].IsDefined() || !SameName(fields_[column].field_name, field_name)) continue;
-    std::size_t number = 0;
-    ForEachSourceRow([&] {
-      if (++number != row) return;
-      faults_.push_back(
-          {row, column, ImportPass::kStore, std::string(source_.AsTextView(column)), std::string(reason)});
-    });
+// The position of a data column; behind all where there is none.
+std::size_t TfrmImportGrid::DataColumn(std::string_view field_name) const {
+  std::size_t column = kFirstDataPosition;
+  while (column < fields_.size() &&
+         !(fields_[column].IsDefined() && SameName(fields_[column].field_name, field_name))) {
+    ++column;
   }
+  return std::min(column, fields_.size());
+}
+
+void TfrmImportGrid::SetRefusedCells(std::span<const ImportRefusal> cells) {
+  std::multimap<std::size_t, const ImportRefusal*> by_rows;
+  for (const ImportRefusal& cell : cells) by_rows.emplace(cell.row, &cell);
+  std::size_t row = 0;
+  ForEachSourceRow([&] {
+    const auto [first, last] = by_rows.equal_range(++row);
+    for (auto cell = first; cell != last; ++cell) {
+      const std::size_t column = DataColumn(cell->second->field_name);
+      if (column == fields_.size()) continue;
+      faults_.push_back(
+          {row, column, ImportPass::kStore, std::string(source_.AsTextView(column)), cell->second->reason});
+    }
+  });
   PaintFaults();
 }
 
