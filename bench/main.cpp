@@ -16,6 +16,7 @@
 #include "bench/measurements.h"
 #include "bench/micro_benchmarks.h"
 #include "bench/peers.h"
+#include "bench/report_benchmarks.h"
 #include "bench/server_benchmarks.h"
 #include "bench/workbook_benchmarks.h"
 #include "mox/foundation/app.h"
@@ -34,6 +35,7 @@ int Run() {
   mox::bench::RegisterCodesBenchmarks();
   mox::bench::RegisterServerBenchmarks();
   mox::bench::RegisterCodebookBenchmarks();
+  mox::bench::RegisterReportBenchmarks();
   mox::bench::RegisterImportBenchmarks();
   mox::bench::RegisterWorkbookBenchmarks();
   mox::bench::Measurements measurements;
@@ -46,6 +48,7 @@ int Run() {
   mox::bench::PrintCodesRatios(measurements);
   mox::bench::PrintServerRatios(measurements);
   mox::bench::PrintCodebookRatios(measurements);
+  mox::bench::PrintReportRatios(measurements);
   mox::bench::PrintImportRatios(measurements);
   mox::bench::PrintWorkbookRatios(measurements);
   return 0;
