@@ -204,13 +204,14 @@ class ImportSession : public ImportGridView {
     return FaultLines(form, sheet_.numbers);
   }
 
-  // Where no row is faulty, all may be stored already, and a file that cannot be written changes nothing.
+  // Faults are shown also where their file cannot be written; where there are none, all may be stored
+  // already.
   void WriteFaults(const TfrmImportGrid& form) {
     try {
       session_.files.Write(arguments_.faults, FaultFile(form), arguments_.FaultKind());
     } catch (const Error& error) {
-      if (!form.Faults().empty()) throw;
-      session_.err << "mox: warning: " << OnOneLine(error.what()) << std::endl;
+      session_.err << (form.Faults().empty() ? "mox: warning: " : "mox: ") << OnOneLine(error.what())
+                   << std::endl;
     }
   }
 
