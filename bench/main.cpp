@@ -16,6 +16,7 @@
 #include "bench/measurements.h"
 #include "bench/micro_benchmarks.h"
 #include "bench/peers.h"
+#include "bench/print_benchmarks.h"
 #include "bench/report_benchmarks.h"
 #include "bench/server_benchmarks.h"
 #include "bench/workbook_benchmarks.h"
@@ -32,6 +33,7 @@ int Run() {
   peers.Check();
   mox::bench::RegisterDocumentBenchmarks(peers);
   mox::bench::RegisterMicroBenchmarks(peers);
+  mox::bench::RegisterPrintBenchmarks();
   mox::bench::RegisterCodesBenchmarks();
   mox::bench::RegisterServerBenchmarks();
   mox::bench::RegisterCodebookBenchmarks();
@@ -45,6 +47,7 @@ int Run() {
   std::printf("\n%zu lines (naive: %zu), values of all peers the same; sums of SQLite: %s\n\n",
               mox::bench::kLineCount, mox::bench::kNaiveLineCount, peers.SqliteDifference().c_str());
   mox::bench::PrintRatios(measurements, peers);
+  mox::bench::PrintPrintRatios(measurements);
   mox::bench::PrintCodesRatios(measurements);
   mox::bench::PrintServerRatios(measurements);
   mox::bench::PrintCodebookRatios(measurements);

@@ -37,21 +37,29 @@ std::string ShownText(std::string text) {
   return std::string(CutToCharacters(text, kLongestText - 1)) + "…";
 }
 
-std::string ShownValue(const RecordRow& record, std::size_t index, FieldKind kind) {
-  switch (kind) {
-    case FieldKind::kCurrency:
-      return FormatFloat("#,0.00##", record.AsCurrency(index), CurrentLocale());
-    case FieldKind::kFloat:
-      return FormatFloat("#,0.####", record.AsFloat(index), CurrentLocale());
-    case FieldKind::kBoolean:
-      return record.AsBoolean(index) ? "da" : "ne";
-    default:
-      return ShownText(record.AsText(index));
+// How the values of a table are shown; what does not change from cell to cell is looked up once.
+struct Shown {
+  const LocaleSettings& locale = CurrentLocale();
+  NumberMask amount{"#,0.00##"};
+  NumberMask number{"#,0.####"};
+
+  std::string Value(const RecordRow& record, std::size_t index, FieldKind kind) const {
+    switch (kind) {
+      case FieldKind::kCurrency:
+        return amount.Show(record.AsCurrency(index), locale);
+      case FieldKind::kFloat:
+        return number.Show(record.AsFloat(index), locale);
+      case FieldKind::kBoolean:
+        return record.AsBoolean(index) ? "da" : "ne";
+      default:
+        return ShownText(record.AsText(index));
+    }
   }
-}
+};
 
 bool IsWorthShowing(const RecordRow& record, std::size_t index, FieldKind kind) {
   if (record.IsNull(index)) return false;
+  if (kind == FieldKind::kCurrency) return !record.AsCurrency(index).IsZero();
   if (IsNumber(kind)) return record.AsFloat(index) != 0;
   return kind != FieldKind::kText || !record.AsTextView(index).empty();
 }
@@ -76,23 +84,26 @@ void AlignDecimals(std::vector<std::string>& numbers) {
 
 std::vector<TableColumn> CollectColumns(const RecordSet& records, const TableOptions& options) {
   const bool number_records = options.number_records;
+  const Shown shown;
+  std::vector<FieldKind> kinds;
   std::vector<TableColumn> columns;
   if (number_records) columns.push_back({"rb", true, false, false, {}, 0});
   for (std::size_t i = 0; i < records.FieldCount(); ++i) {
     const FieldDef& field = records.Definition(i);
+    kinds.push_back(field.kind);
     const bool decimals = field.kind == FieldKind::kFloat || field.kind == FieldKind::kCurrency;
     columns.push_back({ShownText(field.name), IsNumber(field.kind), decimals, true, {}, 0});
   }
+  for (TableColumn& column : columns) column.cells.reserve(records.RowCount());
   const std::size_t first = number_records ? 1 : 0;
   std::size_t row = 0;
   for (const RecordRow& record : records.Rows()) {
     ++row;
     if (number_records) columns[0].cells.push_back(std::to_string(row));
-    for (std::size_t i = 0; i < records.FieldCount(); ++i) {
-      const FieldKind kind = records.Definition(i).kind;
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
       TableColumn& column = columns[first + i];
-      column.cells.push_back(record.IsNull(i) ? std::string() : ShownValue(record, i, kind));
-      column.empty = column.empty && !IsWorthShowing(record, i, kind);
+      column.cells.push_back(record.IsNull(i) ? std::string() : shown.Value(record, i, kinds[i]));
+      column.empty = column.empty && !IsWorthShowing(record, i, kinds[i]);
     }
   }
   if (options.hide_empty && row > 0)
@@ -111,23 +122,25 @@ using Block = std::vector<const TableColumn*>;
 
 template <typename CellOf>
 void AppendLine(const Block& block, CellOf cell_of, std::string& out) {
-  std::string line;
+  const std::size_t begin = out.size();
   for (const TableColumn* column : block) {
-    if (column != block.front()) line += kGap;
-    AppendPadded(cell_of(*column), *column, column == block.back(), line);
+    if (column != block.front()) out += kGap;
+    const std::string& cell = cell_of(*column);
+    AppendPadded(cell, *column, column == block.back(), out);
   }
-  line.erase(line.find_last_not_of(' ') + 1);
-  out += line + '\n';
+  const std::size_t last = out.find_last_not_of(' ');
+  out.erase(last == std::string::npos || last < begin ? begin : last + 1);
+  out += '\n';
 }
 
 void AppendBlock(const Block& block, std::size_t rows, std::string& out) {
   AppendLine(
-      block, [](const TableColumn& column) { return column.heading; }, out);
+      block, [](const TableColumn& column) -> const std::string& { return column.heading; }, out);
   AppendLine(
       block, [](const TableColumn& column) { return std::string(column.width, '-'); }, out);
   for (std::size_t row = 0; row < rows; ++row) {
     AppendLine(
-        block, [row](const TableColumn& column) { return column.cells[row]; }, out);
+        block, [row](const TableColumn& column) -> const std::string& { return column.cells[row]; }, out);
   }
 }
 

@@ -4,7 +4,6 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <vector>
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/text.h"
@@ -77,20 +76,8 @@ char DigitOf(const Decimal& number, int power) {
 
 // ---- The mask ----
 
-struct Token {
-  enum class Kind { kLiteral, kDigit, kPoint };
-  Kind kind = Kind::kLiteral;
-  std::string text;  // of a literal
-};
-
-struct Section {
-  std::vector<Token> tokens;
-  bool grouped = false;
-  int integer_places = 0;  // digit places before the decimal separator
-  int least_integers = 0;  // from the first '0' on
-  int decimals = 0;        // digit places after the decimal separator
-  int least_decimals = 0;  // up to the last '0'
-};
+using Token = NumberMask::Token;
+using Section = NumberMask::Section;
 
 void AddDigitPlace(Section& section, bool always, bool behind_point) {
   section.tokens.push_back({Token::Kind::kDigit, {}});
@@ -195,17 +182,11 @@ class Writer {
   std::string text_;
 };
 
-std::string Show(std::string_view mask, const Decimal& number, const LocaleSettings& locale) {
-  std::array<Section, 3> sections;  // for positive, negative and zero
-  for (Section& section : sections) section = TakeSection(mask);
-  if (sections[0].tokens.empty()) {
-    std::string_view as_it_is = "0.####################";
-    sections[0] = TakeSection(as_it_is);
-  }
+std::string ShowBy(const std::array<Section, 3>& sections, const Decimal& number,
+                   const LocaleSettings& locale) {
   const auto own_or_first = [&](std::size_t index) -> const Section& {
     return sections[index].tokens.empty() ? sections[0] : sections[index];
   };
-
   const Section& by_sign = own_or_first(number.negative ? 1 : 0);
   Decimal rounded = number;
   RoundTo(rounded, by_sign.decimals);
@@ -216,12 +197,69 @@ std::string Show(std::string_view mask, const Decimal& number, const LocaleSetti
 
 }  // namespace
 
+NumberMask::NumberMask(std::string_view mask) {
+  for (Section& section : sections_) section = TakeSection(mask);
+  Section& first = sections_[0];
+  if (first.tokens.empty()) {
+    std::string_view as_it_is = "0.####################";
+    first = TakeSection(as_it_is);
+  }
+  const auto is_literal = [](const Token& token) { return token.kind == Token::Kind::kLiteral; };
+  plain_ = sections_[1].tokens.empty() && sections_[2].tokens.empty() && first.integer_places > 0 &&
+           first.least_integers <= 1 && first.decimals >= 4 && first.least_decimals <= 4 &&
+           std::none_of(first.tokens.begin(), first.tokens.end(), is_literal);
+}
+
+// Ten-thousandths, most numbers of a table, without a step through their digits. None for other masks and
+// for separators of more than a byte.
+std::optional<std::string> NumberMask::ShowPlainly(std::int64_t scaled, const LocaleSettings& locale) const {
+  if (!plain_ || locale.decimal_separator.size() != 1 || locale.thousands_separator.size() != 1) {
+    return std::nullopt;
+  }
+  constexpr std::uint64_t kUnit = 10'000;
+  const Section& section = sections_[0];
+  const auto magnitude =
+      scaled < 0 ? 0U - static_cast<std::uint64_t>(scaled) : static_cast<std::uint64_t>(scaled);
+  std::array<char, 40> text;
+  char* const end = text.data() + text.size();
+  char* at = end;
+  std::uint64_t decimals = magnitude % kUnit;
+  int places = 4;
+  for (; places > section.least_decimals && decimals % 10 == 0; --places) decimals /= 10;
+  for (int i = 0; i < places; ++i, decimals /= 10) *--at = static_cast<char>('0' + decimals % 10);
+  if (places > 0) *--at = locale.decimal_separator[0];
+  std::uint64_t units = magnitude / kUnit;
+  for (int written = 0; units > 0 || written < section.least_integers; ++written, units /= 10) {
+    if (section.grouped && written > 0 && written % 3 == 0) *--at = locale.thousands_separator[0];
+    *--at = static_cast<char>('0' + units % 10);
+  }
+  if (scaled < 0) *--at = '-';
+  return std::string(at, end);
+}
+
+std::string NumberMask::Show(double value, const LocaleSettings& locale) const {
+  // with four decimals 15 digits, which no two doubles have the same: these are the digits of the number
+  constexpr double kFewDigits = 1e11;
+  if (plain_ && std::fabs(value) < kFewDigits) {
+    const auto scaled = static_cast<std::int64_t>(value * 10'000 + (value < 0 ? -0.5 : 0.5));
+    if (static_cast<double>(scaled) / 10'000 == value) {
+      if (auto shown = ShowPlainly(scaled, locale)) return *std::move(shown);
+    }
+  }
+  return ShowBy(sections_, FromDouble(value), locale);
+}
+
+std::string NumberMask::Show(Currency value, const LocaleSettings& locale) const {
+  if (auto shown = ShowPlainly(value.scaled(), locale)) return *std::move(shown);
+  return ShowBy(sections_, FromCurrency(value), locale);
+}
+
 std::string FormatFloat(std::string_view mask, double value, const LocaleSettings& locale) {
-  return Show(mask, FromDouble(value), locale);
+  return NumberMask(mask).Show(value, locale);
 }
 
 std::string FormatFloat(std::string_view mask, Currency value, const LocaleSettings& locale) {
-  return Show(mask, FromCurrency(value), locale);
+  return NumberMask(mask).Show(value, locale);
 }
 
 }  // namespace mox

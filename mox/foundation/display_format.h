@@ -1,7 +1,11 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "mox/foundation/app.h"
 #include "mox/foundation/currency.h"
@@ -21,5 +25,34 @@ namespace mox {
 /// that is not finite.
 std::string FormatFloat(std::string_view mask, double value, const LocaleSettings& locale);
 std::string FormatFloat(std::string_view mask, Currency value, const LocaleSettings& locale);
+
+/// A display mask that is read once for many numbers, each shown as FormatFloat shows it.
+class NumberMask {
+ public:
+  explicit NumberMask(std::string_view mask);
+
+  std::string Show(double value, const LocaleSettings& locale) const;
+  std::string Show(Currency value, const LocaleSettings& locale) const;
+
+  struct Token {
+    enum class Kind { kLiteral, kDigit, kPoint };
+    Kind kind = Kind::kLiteral;
+    std::string text;  // of a literal
+  };
+  struct Section {
+    std::vector<Token> tokens;
+    bool grouped = false;
+    int integer_places = 0;  // digit places before the decimal separator
+    int least_integers = 0;  // from the first '0' on
+    int decimals = 0;        // digit places after the decimal separator
+    int least_decimals = 0;  // up to the last '0'
+  };
+
+ private:
+  std::optional<std::string> ShowPlainly(std::int64_t scaled, const LocaleSettings& locale) const;
+
+  std::array<Section, 3> sections_;  // for positive, negative and zero
+  bool plain_ = false;               // of digits and a point alone, so that four decimals are never rounded
+};
 
 }  // namespace mox

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "case_file.h"
 #include "mox/foundation/dates.h"
 #include "mox/foundation/display_format.h"
@@ -134,6 +136,29 @@ TEST(LocaleText, Tables) {
                  }}});
   EXPECT_EQ(NumberToText(-1234.5, Locale("hr")), "-1234,5");
   EXPECT_EQ(CurrencyToText(Currency::FromUnits(12), Locale("en")), "12.00");
+}
+
+// Most numbers of a table are shown without a step through their digits, but not with separators of more than
+// a byte.
+TEST(FormatFloat, ShowsTheUsualNumbersAsAllOthers) {
+  const LocaleSettings usual = {.decimal_separator = ",", .thousands_separator = "."};
+  const LocaleSettings unusual = {.decimal_separator = "<,>", .thousands_separator = "<.>"};
+  std::mt19937_64 random(11);
+  for (const char* const mask :
+       {"#,0.00##", "#,0.####", "0.0000", ",#.####", "0.000###", "", "##0.####,", "#"}) {
+    const NumberMask read(mask);
+    for (int i = 0; i < 3'000; ++i) {
+      const auto scaled = static_cast<std::int64_t>(random()) >> (i % 64);
+      const auto expect = [&](auto value) {
+        std::string slowly = read.Show(value, unusual);
+        std::erase_if(slowly, [](char c) { return c == '<' || c == '>'; });
+        ASSERT_EQ(read.Show(value, usual), slowly) << mask << ' ' << scaled;
+      };
+      expect(Currency::FromScaled(scaled));
+      expect(static_cast<double>(scaled) / 10'000);
+      expect(static_cast<double>(scaled) / 3);
+    }
+  }
 }
 
 TEST(FormatFloat, Tables) {
