@@ -6,6 +6,9 @@
 #include "mox/foundation/find_row.h"
 
 // Amounts are summed as whole ten-thousandths and quantities as whole millionths, so sums are exact.
+//
+// A cross join keeps the order of its tables where the engine plans by their order: first the documents of
+// the period, then what belongs to them, and not all that ever was.
 
 namespace mox {
 namespace {
@@ -149,16 +152,16 @@ std::string TurnoverRows(const Grouping& grouping) {
   if (grouping.name == "artikl") {
     return "SELECT " + DefineKeys(grouping) + document + WholeQuantity("s.kolicina") +
            " AS kolicina, NULL AS osnovica, NULL AS porez, " + LineTotal() + " AS iznos" + from +
-           "JOIN dok_stavke s ON s.dok_id = d.id " + where;
+           "CROSS JOIN dok_stavke s " + where + " AND s.dok_id = d.id";
   }
   if (grouping.name == "stopa") {
     // Fees carry no tax, so they have a row without a rate.
     return "SELECT " + DefineKeys(grouping) + document + "NULL AS kolicina, " + Whole("p.osnovica") +
            " AS osnovica, " + Whole("p.porez") + " AS porez, " + Whole("p.osnovica") + " + " +
-           Whole("p.porez") + " AS iznos" + from + "JOIN dok_porezi p ON p.dok_id = d.id " + where +
-           " UNION ALL SELECT NULL, " + document + "NULL, 0, 0, " + Whole("d.ukupno") + " - " +
-           tax("osnovica") + " - " + tax("porez") + from + where + " AND " + Whole("d.ukupno") + " <> " +
-           tax("osnovica") + " + " + tax("porez");
+           Whole("p.porez") + " AS iznos" + from + "CROSS JOIN dok_porezi p " + where +
+           " AND p.dok_id = d.id UNION ALL SELECT NULL, " + document + "NULL, 0, 0, " + Whole("d.ukupno") +
+           " - " + tax("osnovica") + " - " + tax("porez") + from + where + " AND " + Whole("d.ukupno") +
+           " <> " + tax("osnovica") + " + " + tax("porez");
   }
   return "SELECT " + DefineKeys(grouping) + document + "NULL AS kolicina, " + tax("osnovica") +
          " AS osnovica, " + tax("porez") + " AS porez, " + Whole("d.ukupno") + " AS iznos" + from + where;
@@ -204,10 +207,11 @@ void FillTax(Database& database, const ServiceInputs& inputs, RecordSet& answer)
           " THEN 'ulazni' ELSE 'izlazni' END AS strana, CASE WHEN " + kUncharged +
           " THEN 0 ELSE p.stopa END AS stopa, " + kSign + " * " + Whole("p.osnovica") +
           " AS osnovica, CASE WHEN " + kUncharged + " THEN 0 ELSE " + kSign + " * " + Whole("p.porez") +
-          " END AS porez FROM dok d JOIN dok_porezi p ON p.dok_id = d.id " + std::string(grouping.join) +
-          " WHERE d.datum BETWEEN :od AND :do AND " + kIsTaxed + ") SELECT strana, stopa, " +
-          SelectKeys(grouping, kTaxKeys) + "COUNT(DISTINCT id), " + SumOf("osnovica") + ", " +
-          SumOf("porez") + " FROM t GROUP BY strana, " + keys + "stopa ORDER BY strana, " + keys + "stopa",
+          " END AS porez FROM dok d CROSS JOIN dok_porezi p " + std::string(grouping.join) +
+          " WHERE d.datum BETWEEN :od AND :do AND p.dok_id = d.id AND " + kIsTaxed +
+          ") SELECT strana, stopa, " + SelectKeys(grouping, kTaxKeys) + "COUNT(DISTINCT id), " +
+          SumOf("osnovica") + ", " + SumOf("porez") + " FROM t GROUP BY strana, " + keys +
+          "stopa ORDER BY strana, " + keys + "stopa",
       {inputs["od"], inputs["do"]});
 }
 
@@ -293,7 +297,8 @@ void FillStock(Database& database, const ServiceInputs& inputs, RecordSet& answe
       "poslije, "
       "SUM(CASE WHEN d.datum > :do THEN m.vrijednost ELSE 0 END) AS poslije_vr, " +
           in_period(MovesIn(), "m.kolicina") + " AS ulaz, " + in_period("NOT " + MovesIn(), "-m.kolicina") +
-          " AS izlaz FROM dok d JOIN skl_promet m ON m.dok_id = d.id WHERE d.datum >= :od GROUP BY m.skl_id, "
+          " AS izlaz FROM dok d CROSS JOIN skl_promet m WHERE m.dok_id = d.id AND d.datum >= :od GROUP BY "
+          "m.skl_id, "
           "m.art_id) "
           "SELECT s.skl_id, w.naziv, a.sifra, a.naziv, j.naziv, " +
           whole_period("(" + stands + " - COALESCE(k.ulaz, 0) + COALESCE(k.izlaz, 0)) / 1000000.0") + ", " +
@@ -319,8 +324,9 @@ void FillMovements(Database& database, const ServiceInputs& inputs, RecordSet& a
           "COUNT(*), SUM(ulaz) / 1000000.0, SUM(izlaz) / 1000000.0, SUM(vrijednost) / 10000.0 FROM (SELECT " +
           DefineKeys(grouping) + "CASE WHEN " + MovesIn() +
           " THEN m.kolicina ELSE 0 END AS ulaz, CASE WHEN " + MovesIn() +
-          " THEN 0 ELSE -m.kolicina END AS izlaz, m.vrijednost AS vrijednost FROM dok d JOIN skl_promet m ON "
-          "m.dok_id = d.id WHERE d.datum BETWEEN :od AND :do) t GROUP BY " +
+          " THEN 0 ELSE -m.kolicina END AS izlaz, m.vrijednost AS vrijednost FROM dok d CROSS JOIN "
+          "skl_promet m "
+          "WHERE m.dok_id = d.id AND d.datum BETWEEN :od AND :do) t GROUP BY " +
           keys + " ORDER BY " + keys,
       {inputs["od"], inputs["do"]});
 }
