@@ -96,26 +96,29 @@ struct AmountFields {
   const std::optional<Field>& rate2;
 };
 
-template <typename Visit>
-void WalkAmounts(const std::optional<Field>& amount_field, const std::optional<Field>& rate_field,
-                 const char* rate_argument, Visit visit) {
-  if (!amount_field) return;
-  if (!rate_field) throw Error(std::string("an amount field is given without its ") + rate_argument);
-  WalkAndReturn(amount_field->DataSet(), [&] { visit(amount_field->AsCurrency(), rate_field->AsFloat()); });
-}
-
 // Walks the lines of both amount fields, add(rate, amount, deductions) each, with what the line keeps out of
 // the tax base; lines of the second field keep nothing out. Answers the deductions of the last line of the
 // first set.
 template <typename ReadDeductions, typename Add>
 Deductions SumAmounts(const AmountFields& fields, ReadDeductions read_deductions, Add add) {
   Deductions last;
-  WalkAmounts(fields.amount1, fields.rate1, "RateField1", [&](Currency amount, double rate) {
-    last = read_deductions(fields.amount1->DataSet());
-    add(rate, amount, last);
-  });
-  WalkAmounts(fields.amount2, fields.rate2, "RateField2",
-              [&](Currency amount, double rate) { add(rate, amount, Deductions()); });
+  for (const bool first : {true, false}) {
+    const std::optional<Field>& amount_field = first ? fields.amount1 : fields.amount2;
+    const std::optional<Field>& rate_field = first ? fields.rate1 : fields.rate2;
+    if (!amount_field) continue;
+    if (!rate_field) {
+      throw Error(std::string("an amount field is given without its ") +
+                  (first ? "RateField1" : "RateField2"));
+    }
+    RecordSet& lines = amount_field->DataSet();
+    WalkAndReturn(lines, [&] {
+      const Currency amount = amount_field->AsCurrency();
+      const double rate = rate_field->AsFloat();
+      const Deductions deductions = first ? read_deductions(lines) : Deductions();
+      add(rate, amount, deductions);
+      if (first) last = deductions;
+    });
+  }
   return last;
 }
 

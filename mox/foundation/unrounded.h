@@ -5,7 +5,6 @@
 #include <cfloat>
 #include <cmath>
 #include <concepts>
-#include <optional>
 #include <type_traits>
 
 #include "mox/foundation/rounding.h"
@@ -191,11 +190,21 @@ requires Operands<A, B> MOX_ALWAYS_INLINE constexpr auto operator/(A a, B b) { r
 
 // --- rounding them ---
 
-/// The amount rounded to 0 to 4 decimals, where its value in double leaves no doubt; else none. The roundoff
-/// is that of a double.
+/// The value in double times a constant. A whole divisor at the end of the form is joined with the constant.
 template <Form F>
-MOX_ALWAYS_INLINE std::optional<Currency> RoundInDouble(const F& form, int decimals,
-                                                        double roundoff = 0x1p-53) {
+MOX_ALWAYS_INLINE double NearTimes(const F& form, double constant) {
+  if constexpr (requires { requires F::kByWhole; }) {
+    return form.a.Near() * (constant * (1.0 / form.b.Near()));
+  } else {
+    return form.Near() * constant;
+  }
+}
+
+/// Rounds the amount to 0 to 4 decimals where its value in double leaves no doubt; else answers false. The
+/// roundoff is that of a double.
+template <Form F>
+MOX_ALWAYS_INLINE bool RoundInDouble(const F& form, int decimals, Currency& rounded,
+                                     double roundoff = 0x1p-53) {
   // The unit's reciprocal in ten-thousandths, and the nudge in units.
   static constexpr double kPerUnit[] = {1e-4, 1e-3, 1e-2, 1e-1, 1};
   static constexpr double kNudgeInUnits[] = {1e-7, 1e-6, 1e-5, 1e-4, 1e-3};
@@ -203,8 +212,8 @@ MOX_ALWAYS_INLINE std::optional<Currency> RoundInDouble(const F& form, int decim
   static constexpr double kBias = 0x1.8p52;  // leaves no room for a fraction: adding it rounds
   const auto index = static_cast<unsigned>(decimals);
   if (F::kShape.numbers > 1 || index > 4U) [[unlikely]]
-    return std::nullopt;
-  const double units = form.Near() * kPerUnit[index];
+    return false;
+  const double units = NearTimes(form, kPerUnit[index]);
   const double nudged = units + std::copysign(kNudgeInUnits[index], units);
   const double biased = nudged + kBias;
   const double to_half = 0.5 - std::fabs(nudged - (biased - kBias));
@@ -213,9 +222,10 @@ MOX_ALWAYS_INLINE std::optional<Currency> RoundInDouble(const F& form, int decim
   // Also false for what is no number, and for what is too great for the bias.
   const bool certain = to_half > size * ((2 * F::kShape.roundings + 8) * roundoff);
   if (!certain || !form.IsUsual()) [[unlikely]]
-    return std::nullopt;
+    return false;
   const std::int64_t multiple = std::bit_cast<std::int64_t>(biased) - std::bit_cast<std::int64_t>(kBias);
-  return Currency::FromScaled(multiple * kScaledUnit[index]);
+  rounded = Currency::FromScaled(multiple * kScaledUnit[index]);
+  return true;
 }
 
 template <Form F>
@@ -227,10 +237,10 @@ template <Form F>
 /// does, and DivisionByZero.
 template <Form F>
 requires(F::kShape.is_amount) MOX_ALWAYS_INLINE Currency Round(const F& form, int decimals) {
-  const std::optional<Currency> rounded = RoundInDouble(form, decimals);
-  if (rounded) [[likely]]
-    return *rounded;
-  return RoundExactly(form, decimals);
+  Currency rounded;
+  if (!RoundInDouble(form, decimals, rounded)) [[unlikely]]
+    return RoundExactly(form, decimals);
+  return rounded;
 }
 MOX_ALWAYS_INLINE Currency Round(Currency currency, int decimals) {
   return Round(CurrencyForm{currency}, decimals);
