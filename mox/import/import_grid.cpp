@@ -126,8 +126,9 @@ const GridStyle* TfrmImportGrid::RowStyle() const {
 
 std::span<const ImportFault> TfrmImportGrid::FaultsOfRow(std::size_t row) const {
   const std::size_t number = source_.NumberOfRow(row);
-  const auto of_row = std::ranges::equal_range(faults_, number, {}, &ImportFault::row);
-  return {of_row.begin(), of_row.end()};
+  const auto is_above = [](const ImportFault& fault, std::size_t below) { return fault.row < below; };
+  const auto first = std::lower_bound(faults_.begin(), faults_.end(), number, is_above);
+  return {first, std::lower_bound(first, faults_.end(), number + 1, is_above)};
 }
 
 void TfrmImportGrid::SetOrigin(const ImportOrigin& origin) {
