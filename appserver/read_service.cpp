@@ -25,6 +25,7 @@ RecordSet RunQuery(const ServiceAnswer& answer, Database& database, const Servic
 
   const std::vector<std::string> names = FindParameters(answer.sql).names;
   std::vector<FieldKind> kinds;
+  kinds.reserve(names.size());
   for (const std::string& name : names) kinds.push_back(inputs.KindOf(name));
   Statement statement = database.Prepare(answer.sql, kinds);
   for (std::size_t i = 0; i < names.size(); ++i) {
