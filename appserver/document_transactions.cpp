@@ -48,17 +48,11 @@ Result HeaderValue(const RecordSet& header, std::string_view name, Result (*conv
   }
 }
 
-// Days that a document of these books cannot be of are slips of the keyboard.
 void CheckYears(const RecordSet& header) {
-  constexpr int kFirstYear = 1990;
-  constexpr int kLastYear = 2099;
   for (const char* const name : {"datum", "datum_dospijeca", "datum_dok_dob"}) {
     if (!HasValue(header, name)) continue;
-    const int year = ToCivil(HeaderValue(header, name, ToDate)).year;
-    if (year >= kFirstYear && year <= kLastYear) continue;
-    RefuseHeader(header, name,
-                 "the year " + std::to_string(year) + " is not one of " + std::to_string(kFirstYear) +
-                     " to " + std::to_string(kLastYear));
+    const std::string fault = YearFault(HeaderValue(header, name, ToDate));
+    if (!fault.empty()) RefuseHeader(header, name, fault);
   }
 }
 

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "appserver/read_service_table.h"
+#include "appserver/stored_document.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/find_row.h"
 #include "mox/server/credit_limit.h"
@@ -101,6 +102,7 @@ std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/,
     if (amount <= Currency()) throw refuse("iznos", amount.ToString() + " is not above 0");
     if (amount != Currency::FromScaled(amount.ToCents() * 100))
       throw refuse("iznos", amount.ToString() + " has more than two decimals");
+    if (std::string fault = YearFault(date); !fault.empty()) throw refuse("datum", std::move(fault));
     const std::optional<Item> item = FindItem(database, doc_id);
     if (!item) {
       throw refuse("dok_id", "document " + std::to_string(doc_id) +

@@ -1,5 +1,8 @@
 #include "appserver/rate_transactions.h"
 
+#include <map>
+#include <utility>
+
 #include "mox/foundation/exchange_text.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
@@ -49,8 +52,16 @@ std::optional<RecordSet> StoreRates(Database& database, const SentRecordSets& se
   const RecordSet& rates = *sent.Find("Tecajevi");
   std::int64_t added = 0;
   std::int64_t changed = 0;
+  std::map<std::pair<std::int64_t, Date>, std::pair<std::size_t, double>> listed;
   for (std::size_t row = 1; row <= rates.RowCount(); ++row) {
     const Rate rate = RateIn(database, rates, row);
+    const auto& [first_row, first_value] =
+        listed.try_emplace({rate.currency, rate.date}, row, rate.value).first->second;
+    if (first_value != rate.value) {
+      Refuse(rates, row, "tecaj",
+             rate.code + " of " + DateText(rate.date) + " is " + ShortestNumber(rate.value) + " here and " +
+                 ShortestNumber(first_value) + " in row " + std::to_string(first_row));
+    }
     const RecordSet stored = database.Query(
         "tecaj", ParseColumns("id:integer,tecaj:float"),
         "SELECT id, tecaj FROM tecaj WHERE val_id = :val_id AND datum = :datum", {rate.currency, rate.date});

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "mox/documents/document_books.h"
+#include "mox/foundation/exchange_text.h"
 #include "mox/foundation/find_row.h"
 
 // Amounts are summed as whole ten-thousandths and quantities as whole millionths, so sums are exact.
@@ -106,6 +107,18 @@ const Grouping& GroupingOf(const ServiceInputs& inputs, std::initializer_list<st
   return *FindRow(Groupings(), name);
 }
 
+void RequireDaysInOrder(const ServiceInputs& inputs) {
+  if (inputs.IsNull("od") || inputs.IsNull("do")) return;
+  const Date first = inputs.As<Date>("od");
+  const Date last = inputs.As<Date>("do");
+  if (first <= last) return;
+  std::string fault = "input \"do\": ";
+  AppendPlain(fault, last);
+  fault += " is before the first day, ";
+  AppendPlain(fault, first);
+  throw Error(fault);
+}
+
 // "sql AS name, " for each key.
 std::string DefineKeys(const Grouping& grouping) {
   std::string sql;
@@ -168,6 +181,7 @@ std::string TurnoverRows(const Grouping& grouping) {
 }
 
 void FillTurnover(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
+  RequireDaysInOrder(inputs);
   const Grouping& grouping = GroupingOf(inputs, {"dan", "vrsta", "partner", "artikl", "stopa"});
   const std::string keys = KeyNames(grouping);
   answer = database.Query(
@@ -188,6 +202,7 @@ constexpr std::string_view kTaxColumns =
     "porez:currency";
 
 void FillTax(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
+  RequireDaysInOrder(inputs);
   const Grouping& grouping = GroupingOf(inputs, {"stopa", "dan", "vrsta", "partner"});
   const bool by_rate = grouping.name == "stopa";
   static const std::string kIsInput =
@@ -227,6 +242,7 @@ struct Period {
   bool is_open_before = false;  // everything until the last day
 
   explicit Period(const ServiceInputs& inputs) : first(inputs["od"]), last(inputs["do"]) {
+    RequireDaysInOrder(inputs);
     if (inputs.IsNull("do")) last = *MakeDate(9999, 12, 31);
     is_open_before = inputs.IsNull("od");
     if (!is_open_before) return;
@@ -316,6 +332,7 @@ void FillStock(Database& database, const ServiceInputs& inputs, RecordSet& answe
 
 // What moved, by the day or by the kind of document.
 void FillMovements(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
+  RequireDaysInOrder(inputs);
   const Grouping& grouping = GroupingOf(inputs, {"dan", "vrsta"});
   const std::string keys = KeyNames(grouping);
   answer = database.Query(

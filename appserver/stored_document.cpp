@@ -17,6 +17,15 @@ std::string SupplierDocumentOf(const RecordSet& header) {
 
 }  // namespace
 
+std::string YearFault(Date day) {
+  constexpr int kFirstYear = 1990;
+  constexpr int kLastYear = 2099;
+  const int year = ToCivil(day).year;
+  if (year >= kFirstYear && year <= kLastYear) return {};
+  return "the year " + std::to_string(year) + " is not one of " + std::to_string(kFirstYear) + " to " +
+         std::to_string(kLastYear);
+}
+
 std::optional<StoredDocument> ReadStoredDocument(Database& database, std::int64_t id) {
   StoredDocument document;
   document.header = ReadHeader(database, id);

@@ -23,6 +23,10 @@ struct StoredDocument {
   std::string supplier_document;  ///< of that document, what its vrsta_dok_dob says
 };
 
+/// Why a day cannot be one of these books, of a document or a payment: a slip of the keyboard in its year.
+/// Empty where it can.
+std::string YearFault(Date day);
+
 /// None where there is no such document.
 std::optional<StoredDocument> ReadStoredDocument(Database& database, std::int64_t id);
 
