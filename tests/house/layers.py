@@ -22,6 +22,10 @@ HOMES = {
     "stb": ("sender/",),
     "nlohmann/": ("appserver/", "sender/"),
     "CLI/": ("cli/options.cpp", "cli/run.cpp"),
+    "openssl/": ("cli/file_digest.cpp",),
+    "zip.h": ("sheets/",),
+    "pugixml.hpp": ("sheets/",),
+    "xlsxwriter.h": ("sheets/",),
 }
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"\n]+)"|<([^>\n]+)>)', re.M)
