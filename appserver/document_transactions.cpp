@@ -192,7 +192,7 @@ std::optional<KindOfPay> PayOf(Database& database, const RecordSet& header, Tabl
 void AddPayment(Database& database, const DocumentKind& kind, const RecordSet& header, TableRule& rule) {
   const std::optional<KindOfPay> pay = PayOf(database, header, rule);
   if (kind.is != DocumentClass::kInvoice) return;
-  rule.constants.emplace_back("placeno_odmah", pay ? pay->at_once : !IsPaidLater(kind));
+  rule.constants.emplace_back("placeno_odmah", pay ? pay->at_once : !kind.is_paid_later);
 }
 
 // What is to be paid, which the header may say too.

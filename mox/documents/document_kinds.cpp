@@ -108,6 +108,7 @@ using enum DocumentClass;
 constexpr StockDirection kStays = StockDirection::kNone;
 constexpr StockDirection kIn = StockDirection::kIn;
 constexpr StockDirection kOut = StockDirection::kOut;
+constexpr bool kPaidLater = true;
 
 // A storno moves stock as the documents that it cancels do: its quantities are negative.
 constexpr auto kKinds = std::to_array<DocumentKind>({
@@ -142,20 +143,20 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      NetGoods<PredracunStavkeCalcFields>(), NetServices<PredracunUslugeCalcFields>(), kTotalsOfBoth},
     {"otpremnica-racun", "otp-racun", "Otpremnica–račun", "invoice from delivery notes", kInvoice, kOut,
      NetGoods<OtpremnicaRacunStavkeCalcFields>(), NetServices<OtpremnicaRacunUslugeCalcFields>(),
-     kTotalsOfBoth, "storno-otpremnica-racun"},
+     kTotalsOfBoth, "storno-otpremnica-racun", false, kPaidLater},
     {"storno-otpremnica-racun", "storno-otp-rac", "Storno otpremnice–računa",
      "cancellation of an invoice from delivery notes", kInvoice, kOut,
      NetGoods<StornoOtpremnicaRacunStavkeCalcFields>(), NetServices<StornoOtpremnicaRacunUslugeCalcFields>(),
-     kTotalsOfBoth, "", true},
+     kTotalsOfBoth, "", true, kPaidLater},
     {"racun-usluga", "racun-usluga", "Račun usluga", "invoice for services", kInvoice, kStays, kNone,
-     ServicesWithOneDiscount<RacunUslugaCalcFields>(), kTotals},
+     ServicesWithOneDiscount<RacunUslugaCalcFields>(), kTotals, "", false, kPaidLater},
     {"racun-usluga-inozemstvo", "racun-usl-inoz", "Račun usluga, inozemstvo",
      "invoice for services to a foreign customer", kInvoice, kStays, kNone,
-     ServicesWithOneDiscount<RacunUslugaInozemstvoCalcFields>(), kTotals},
+     ServicesWithOneDiscount<RacunUslugaInozemstvoCalcFields>(), kTotals, "", false, kPaidLater},
     {"bez-gotovinski-racun-servis", "bezgot-rac-srv", "Bezgotovinski račun servisa",
      "non-cash invoice of a service job: material, labour", kInvoice, kOut,
      ServiceJob<BezGotovinskiRacunServisMaterijalCalcFields>(),
-     ServiceJob<BezGotovinskiRacunServisUslugeCalcFields>(), kTotalsOfBoth},
+     ServiceJob<BezGotovinskiRacunServisUslugeCalcFields>(), kTotalsOfBoth, "", false, kPaidLater},
     {"gotovinski-racun-usluga",
      "got-rac-usluga",
      "Gotovinski račun usluga",
@@ -383,12 +384,6 @@ const DocumentKind& DocumentKindByName(std::string_view name) {
 
 const DocumentKind& StornoKindOf(const DocumentKind& kind) {
   return kind.cancelled_by.empty() ? kind : DocumentKindByName(kind.cancelled_by);
-}
-
-bool IsPaidLater(const DocumentKind& kind) {
-  constexpr std::string_view kPaidLater[] = {"otpremnica-racun", "storno-otpremnica-racun", "racun-usluga",
-                                             "racun-usluga-inozemstvo", "bez-gotovinski-racun-servis"};
-  return std::find(std::begin(kPaidLater), std::end(kPaidLater), kind.name) != std::end(kPaidLater);
 }
 
 std::vector<std::string_view> SplitNames(std::string_view names) {

@@ -95,6 +95,8 @@ struct DocumentKind {
   std::string_view cancelled_by = {};
   /// Documents of the kind only cancel others.
   bool is_storno = false;
+  /// The customer of an invoice pays it later: its total is his debt from its date on.
+  bool is_paid_later = false;
 };
 
 std::span<const DocumentKind> DocumentKinds();
@@ -108,9 +110,6 @@ const DocumentKind* FindDocumentTip(std::string_view tip);
 const DocumentKind& DocumentKindByName(std::string_view name);
 /// The kind whose documents cancel those of `kind`.
 const DocumentKind& StornoKindOf(const DocumentKind& kind);
-
-/// An invoice whose customer pays it later: its total is his debt from its date on. Others are paid at once.
-bool IsPaidLater(const DocumentKind& kind);
 
 /// The names in a list separated by blanks.
 std::vector<std::string_view> SplitNames(std::string_view names);
