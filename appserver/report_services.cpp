@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "mox/documents/document_books.h"
+#include "mox/documents/storno.h"
 #include "mox/foundation/exchange_text.h"
 #include "mox/foundation/find_row.h"
 

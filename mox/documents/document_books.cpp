@@ -30,13 +30,4 @@ int TurnoverSign(const DocumentKind& kind) {
   return kind.is == DocumentClass::kReturn && kind.stock == StockDirection::kIn ? -1 : 0;
 }
 
-const LineSchema* StoredSchema(const DocumentKind& kind, bool services) {
-  const auto lines = [services](const DocumentKind& of) { return services ? &of.services : &of.goods; };
-  if (lines(kind)->Exists()) return lines(kind);
-  for (const DocumentKind& cancelled : DocumentKinds()) {
-    if (cancelled.cancelled_by == kind.name && lines(cancelled)->Exists()) return lines(cancelled);
-  }
-  return nullptr;
-}
-
 }  // namespace mox

@@ -27,8 +27,4 @@ TaxRole TaxRoleOf(const DocumentKind& kind);
 /// own use too, which nobody buys.
 int TurnoverSign(const DocumentKind& kind);
 
-/// The kind by whose row the lines of a stored document of `kind` are read: its own where it has such lines,
-/// else, for a kind that cancels others, that of the documents that it mirrors. Null where neither has them.
-const LineSchema* StoredSchema(const DocumentKind& kind, bool services);
-
 }  // namespace mox

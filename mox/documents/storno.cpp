@@ -95,4 +95,13 @@ const DocumentKind& FiguresKindOf(const DocumentKind& kind, const DocumentKind* 
   return cancelled == nullptr ? kind : *cancelled;
 }
 
+const LineSchema* StoredSchema(const DocumentKind& kind, bool services) {
+  const auto lines = [services](const DocumentKind& of) { return services ? &of.services : &of.goods; };
+  if (lines(kind)->Exists()) return lines(kind);
+  for (const DocumentKind& cancelled : DocumentKinds()) {
+    if (cancelled.cancelled_by == kind.name && lines(cancelled)->Exists()) return lines(cancelled);
+  }
+  return nullptr;
+}
+
 }  // namespace mox

@@ -40,4 +40,9 @@ bool ConfirmQuantities(Document& document);
 /// that it mirrors, `cancelled`, whose services and fees its own kind may not have. Null for no mirror.
 const DocumentKind& FiguresKindOf(const DocumentKind& kind, const DocumentKind* cancelled);
 
+/// Where only the kind is known, and not which document a stored one of it cancels: how its lines of goods,
+/// or those of services, are read. By its own row where it has such lines, else, for a kind that cancels
+/// others, by that of a kind that it cancels. Null where neither has them.
+const LineSchema* StoredSchema(const DocumentKind& kind, bool services);
+
 }  // namespace mox
