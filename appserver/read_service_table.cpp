@@ -54,6 +54,10 @@ void PrepareKreditniLimit(Database& database, ServiceInputs& inputs) {
 }
 
 // The payee of a payment slip.
+void PreparePartnerCode(Database& /*database*/, ServiceInputs& inputs) {
+  inputs.Derive("kljuc", FieldKind::kText, FoldKey(inputs.As<std::string>("sifra")));
+}
+
 void PrepareVirman(Database& /*database*/, ServiceInputs& inputs) {
   const CompanyData& company = inputs.Company();
   company.RequireNamed();
@@ -177,6 +181,13 @@ WHERE zaposlenik_id = :zapID AND od_datuma <= :do_datuma AND do_datuma >= :od_da
 ORDER BY od_datuma, id)"}}},
 
     // --- partners and payments ---
+
+    {"PartnerZaDokument",
+     "sifra",
+     "the partner whose code a document names",
+     {{"adsPartner", "id:integer,sifra,naziv",
+       "SELECT id, sifra, naziv FROM par WHERE fold(sifra) = :kljuc ORDER BY id LIMIT 1"}},
+     PreparePartnerCode},
 
     // Sums are of whole ten-thousandths, as a sum of numbers with decimals may be off by one of them.
     {"KreditniLimitPartnera",

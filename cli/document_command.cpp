@@ -307,8 +307,9 @@ void Declare(Options& options) {
                "store the document in the database that --db names, in one\n"
                "transaction, and print its number; with --csv as one more part");
   options.Values("--header", arguments->header, "NAME=VALUE",
-                 "a field of the stored document: datum=2024-03-01, skl_id=1,\n"
-                 "par_id=2, user_id=ANA, ...; can be repeated. The date is today's\n"
+                 "a field of the stored document: datum=2024-03-01, user_id=ANA, ...;\n"
+                 "partner=CODE and skladiste=CODE name these by their codes, par_id\n"
+                 "and skl_id by their keys; can be repeated. The date is today's\n"
                  "where none is given; nacin_placanja=Kartica says how an invoice is\n"
                  "paid where its kind does not, see mox codebook nacini_placanja");
   options.Values("--key", arguments->key, "TEXT",
@@ -316,7 +317,10 @@ void Declare(Options& options) {
                  "answers the number of the first time");
   options.Flag("--yes", arguments->yes,
                "store the lines of a cancelling kind although a quantity is positive");
-  options.Run([arguments](Session& session) { RunDocument(*arguments, session); });
+  options.Run([arguments](Session& session) {
+    if (session.server != nullptr) arguments->header = WithKeys(arguments->header);
+    RunDocument(*arguments, session);
+  });
 }
 
 }  // namespace
@@ -333,7 +337,7 @@ is cancelled once. The kinds that cancel others can also be entered line by line
 and a positive one asks for confirmation.
 With --db, goods that name articles (columns sifra, art_id) take from them what they leave out: name, unit, tax rate,
 prices. A code that no article has is told, and refused where the document moves a warehouse: the one of its
-header, skl_id, or the only one. Opening stock is a document, pocetno-stanje. What goes out has to stand there, unless the
+header, skladiste, or the only one. Opening stock is a document, pocetno-stanje. What goes out has to stand there, unless the
 setting LAGERNEGATIVE or --header lagernegative=true allows less than nothing.)",
                                   Declare};
 

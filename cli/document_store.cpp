@@ -11,6 +11,7 @@
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 #include "mox/foundation/visible_text.h"
+#include "mox/server/read_services.h"
 #include "mox/validations/validations.h"
 
 namespace mox {
@@ -79,7 +80,48 @@ void AllowNegativeStock(RecordSet& header) {
   header.Post();
 }
 
+// A field of a header that names a row by its code, and where the row is asked for.
+struct NamedByCode {
+  std::string_view name;
+  std::string_view key;
+  std::string_view what;
+  std::optional<RecordSet> (*ask)(const std::string& code);
+};
+
+constexpr NamedByCode kNamedByCode[] = {
+    {"partner", "par_id", "partner",
+     [](const std::string& code) {
+       return CreateDBDataSet("PartnerZaDokument", "adsPartner", {{"sifra", Value(code)}});
+     }},
+    {"skladiste", "skl_id", "warehouse", [](const std::string& /*code*/) { return GetSkladista(); }},
+};
+
+std::int64_t KeyOf(const NamedByCode& named, const std::string& code) {
+  const std::optional<RecordSet> rows = named.ask(code);
+  if (rows) {
+    for (const RecordRow& row : rows->Rows()) {
+      if (FoldKey(row.AsText(*rows->FindFieldIndex("sifra"))) == FoldKey(code))
+        return row.AsInteger(*rows->FindFieldIndex("id"));
+    }
+  }
+  throw Error("--header: " + std::string(named.name) + ": no " + std::string(named.what) +
+              " has the code \"" + code + '"');
+}
+
 }  // namespace
+
+std::vector<std::string> WithKeys(std::span<const std::string> header_words) {
+  std::vector<std::string> words;
+  for (const auto& [name, text] : NamedValues(header_words)) {
+    const auto* const named =
+        std::find_if(std::begin(kNamedByCode), std::end(kNamedByCode),
+                     [&name = name](const NamedByCode& known) { return SameName(known.name, name); });
+    words.push_back(named == std::end(kNamedByCode)
+                        ? name + "=" + text
+                        : std::string(named->key) + "=" + std::to_string(KeyOf(*named, text)));
+  }
+  return words;
+}
 
 void CollectLost(const RecordSet& lines, const Columns& columns, LostInStore& lost) {
   for (std::size_t i = 0; i < lines.FieldCount(); ++i) {

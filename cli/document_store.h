@@ -21,6 +21,10 @@ struct LostInStore {
   std::vector<std::string> decimals;
 };
 
+/// The words of a header, in which `partner=CODE` and `skladiste=CODE` become the keys that documents are
+/// stored with, par_id and skl_id. Raises Error for a code that there is not.
+std::vector<std::string> WithKeys(std::span<const std::string> header_words);
+
 /// Stores a calculated document in one transaction: its header with the words NAME=VALUE (the date is today
 /// where none is given), its lines and its recapitulation.
 /// Answers what the server gave it, one record: id, vrsta, godina, broj, datum, datum_dospijeca of what is
