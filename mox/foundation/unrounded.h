@@ -17,6 +17,9 @@
 namespace mox {
 
 static_assert(FLT_EVAL_METHOD == 0, "the bound counts on doubles that are rounded at each step");
+#if defined(__FAST_MATH__) || defined(__ASSOCIATIVE_MATH__) || __FINITE_MATH_ONLY__
+#error "amounts are rounded by sums that must be formed as written: compile without -ffast-math"
+#endif
 
 /// A number of a line as it is stored: a quantity, a rate, a percent.
 class Number {
