@@ -68,13 +68,23 @@ void CheckCredit(Database& database, const SentRecordSets& sent, std::int64_t pa
                           (verdict == CreditVerdict::kAsk ? ", and nobody has agreed on that" : "")});
 }
 
-// A storno owes nothing, nor does what it has cancelled.
-void RequirePayable(Database& database, const RecordSet& payments, std::size_t row, std::int64_t doc_id) {
+Currency PaidAmount(Database& database, std::int64_t doc_id) {
+  const RecordSet rows =
+      database.Query("uplate", ParseColumns("potrazuje:currency"),
+                     "SELECT potrazuje FROM otvorene_stavke WHERE dok_id = :dok_id", {doc_id});
+  Currency paid;
+  for (const RecordRow& row : rows.Rows()) paid += row.AsCurrency(0);
+  return paid;
+}
+
+// A storno owes nothing, nor does what it has cancelled; what was paid of that may be given back.
+void RequirePayable(Database& database, const RecordSet& payments, std::size_t row, std::int64_t doc_id,
+                    bool is_given_back) {
   const RecordSet found = database.Query(
       "dok", ParseColumns("cancels:integer,cancelled_by:integer"),
       "SELECT d.stornira_id, (SELECT id FROM dok WHERE stornira_id = d.id) FROM dok d WHERE d.id = :id",
       {doc_id});
-  if (found.IsEmpty() || (found.IsNull(0) && found.IsNull(1))) return;
+  if (found.IsEmpty() || (found.IsNull(0) && (is_given_back || found.IsNull(1)))) return;
   throw WriteRefused({"", payments.Name(), row, "dok_id",
                       "document " + std::to_string(doc_id) +
                           (found.IsNull(0) ? " was cancelled by document " + found.AsText(1)
@@ -99,7 +109,8 @@ std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/,
     const Currency amount = payment.AsCurrency(payment.IndexOf("iznos"));
     const auto dated = payment.FindFieldIndex("datum");
     const Date date = dated && !payment.IsNull(*dated) ? payment.AsDate(*dated) : Today();
-    if (amount <= Currency()) throw refuse("iznos", amount.ToString() + " is not above 0");
+    const bool is_given_back = amount < Currency();
+    if (amount.IsZero()) throw refuse("iznos", "0.00 pays nothing");
     if (amount != Currency::FromScaled(amount.ToCents() * 100))
       throw refuse("iznos", amount.ToString() + " has more than two decimals");
     if (std::string fault = YearFault(date); !fault.empty()) throw refuse("datum", std::move(fault));
@@ -108,12 +119,19 @@ std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/,
       throw refuse("dok_id", "document " + std::to_string(doc_id) +
                                  " has no open item: there is none, it is paid at once or has no partner");
     }
-    RequirePayable(database, payments, row, doc_id);
+    RequirePayable(database, payments, row, doc_id, is_given_back);
+    if (is_given_back) {
+      const Currency paid = PaidAmount(database, doc_id);
+      if (paid + amount < Currency()) {
+        throw refuse("iznos", amount.ToString() + " gives back more than was paid, " + paid.ToString());
+      }
+    }
+    const Value what = std::string(is_given_back ? "Povrat uplate" : "Uplata");
     database.Execute(
         "INSERT INTO otvorene_stavke (par_id, opis, datum_pp, potrazuje, br_dok, datum_dok, datum_dos, "
         "dok_id) "
-        "VALUES (:par_id, 'Uplata', :datum_pp, :potrazuje, :br_dok, :datum_dok, :datum_dos, :dok_id)",
-        {item->partner, date, amount, item->number, date, date, doc_id});
+        "VALUES (:par_id, :opis, :datum_pp, :potrazuje, :br_dok, :datum_dok, :datum_dos, :dok_id)",
+        {item->partner, what, date, amount, item->number, date, date, doc_id});
     stored.AppendRecord({doc_id, amount, date, OpenAmount(database, *item)});
   }
   if (!stored.IsEmpty()) stored.First();
@@ -122,7 +140,9 @@ std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/,
 
 const NamedTransaction kTransactions[] = {
     {"UplataInsert",
-     "stores payments of invoices (dok_id, iznos, datum); answers what is still open, negative when overpaid",
+     "stores payments of invoices (dok_id, iznos, datum); a negative one gives back what was paid; answers "
+     "what "
+     "is still open, negative when overpaid",
      {{"Uplate", {"otvorene_stavke"}, true, "dok_id:integer,iznos:currency,datum:date"}},
      InsertPayments},
 };

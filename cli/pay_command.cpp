@@ -45,7 +45,9 @@ void RunPay(const PayArguments& arguments, Session& session) {
 void Declare(Options& options) {
   auto arguments = std::make_shared<PayArguments>();
   options.RequiredArgument("ID", arguments->document, "the stored document's id");
-  options.RequiredArgument("AMOUNT", arguments->amount, "what was paid, with a decimal point");
+  options.RequiredArgument("AMOUNT", arguments->amount,
+                           "what was paid, with a decimal point; a negative amount gives back what was\npaid "
+                           "by mistake, too much, or of an invoice that was cancelled");
   options.Value("--date", arguments->date, "DATE", "when it was paid; today where it is left out");
   options.Run([arguments](Session& session) { RunPay(*arguments, session); });
 }
