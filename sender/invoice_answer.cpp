@@ -1,7 +1,9 @@
 #include "sender/invoice_answer.h"
 
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/text.h"
@@ -15,16 +17,52 @@ constexpr int kDeepestMember = 32;
 constexpr std::size_t kMostMembers = 1000;
 constexpr std::size_t kExcerptLength = 300;
 
-// The object that a text holds; none where it is no JSON, or no object of a reasonable size.
+// What an answer is judged by.
+constexpr std::string_view kJudged[] = {"electronicId", "statusId", "statusCode", "message"};
+
+// A member's name as what it is judged by; none of one that is not.
+std::string_view JudgedName(std::string_view name) {
+  for (const std::string_view judged : kJudged) {
+    if (SameName(judged, name)) return judged;
+  }
+  return {};
+}
+
+// Which of several members is meant, whose names differ in letter case only: the one with the very name.
+bool IsMeant(const json& object, const std::string& name) {
+  const std::string_view judged = JudgedName(name);
+  return judged.empty() || judged == name || !object.contains(judged);
+}
+
+// Nobody can tell which one is meant where none has the very name.
+bool IsAmbiguous(const json& object) {
+  std::size_t meant[std::size(kJudged)] = {};
+  for (const auto& [name, member] : object.items()) {
+    for (std::size_t i = 0; i < std::size(kJudged); ++i) {
+      if (SameName(kJudged[i], name) && IsMeant(object, name) && ++meant[i] > 1) return true;
+    }
+  }
+  return false;
+}
+
+// The object that a text holds; none where it is no JSON, or no object of a reasonable size, or where it may
+// be read in two ways.
 std::optional<json> ObjectIn(const std::string& text) {
-  bool too_deep = false;
-  const auto look = [&too_deep](int depth, json::parse_event_t, const json&) {
-    too_deep = too_deep || depth > kDeepestMember;
-    return !too_deep;
+  bool refused = false;
+  std::set<std::string> names;  // of those that it is judged by
+  const auto look = [&](int depth, json::parse_event_t event, const json& parsed) {
+    refused = refused || depth > kDeepestMember;
+    if (event == json::parse_event_t::key && depth == 1) {
+      const auto& name = parsed.get_ref<const std::string&>();
+      refused = refused || (!JudgedName(name).empty() && !names.insert(name).second);
+    }
+    return !refused;
   };
   constexpr bool kExceptions = false;
   json object = json::parse(text, look, kExceptions);
-  if (too_deep || !object.is_object() || object.size() > kMostMembers) return std::nullopt;
+  if (refused || !object.is_object() || object.size() > kMostMembers || IsAmbiguous(object)) {
+    return std::nullopt;
+  }
   return object;
 }
 
@@ -55,7 +93,7 @@ RecordSet RecordOf(const json& object, const Secrets& secrets) {
   std::vector<Value> values;
   for (const auto& [key, member] : object.items()) {
     const std::string name = secrets.Blanked(key);
-    if (name.empty() || records.FindFieldIndex(name)) continue;  // names may differ in case only
+    if (name.empty() || records.FindFieldIndex(name) || !IsMeant(object, key)) continue;
     records.DefineField(name, FieldKind::kText);
     Value value = TextOf(member);
     if (auto* const text = std::get_if<std::string>(&value); text && !IsNumberOfTheInvoice(name, value)) {

@@ -4,6 +4,7 @@
 
 #include <curl/curl.h>
 
+#include <csignal>
 #include <filesystem>
 #include <iostream>
 #include <optional>
@@ -225,6 +226,9 @@ ExitStatus Serve(const Parameters& parameters) {
 }  // namespace mox
 
 int main(int argc, char** argv) {
+#if defined(SIGXFSZ)
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error like any other
+#endif
   curl_global_init(CURL_GLOBAL_DEFAULT);
   try {
     return mox::Serve(mox::Parameters({argv + 1, argv + argc}));
