@@ -48,6 +48,21 @@ bool HoldsSecrets(std::string_view service) {
   return service == "MojERacunB2C" || service == "IntegrationsUsersAccounts";
 }
 
+// Before it is laid out, where long texts are cut.
+void BlankSecrets(RecordSet& answer, const Secrets& secrets) {
+  for (answer.First(); !answer.Eof(); answer.Next()) {
+    for (std::size_t i = 0; i < answer.FieldCount(); ++i) {
+      if (answer.Definition(i).kind != FieldKind::kText || answer.IsNull(i)) continue;
+      const std::string text(answer.AsTextView(i));
+      const std::string blanked = secrets.Blanked(text);
+      if (blanked == text) continue;
+      answer.Edit();
+      answer.SetText(i, blanked);
+      answer.Post();
+    }
+  }
+}
+
 void RunQuery(const QueryArguments& arguments, Session& session) {
   if (arguments.markdown && arguments.service.empty()) return AppendReadServicePage(session.out);
   if (arguments.list || arguments.service.empty()) return ListServices(ReadServices(), "", session.out);
@@ -65,6 +80,7 @@ void RunQuery(const QueryArguments& arguments, Session& session) {
     if (!arguments.part.empty() && (*answers)[i].Name() != arguments.part) continue;
     RecordSet& answer = (*answers)[i].AsDataSet();
     answer.SetName((*answers)[i].Name());
+    if (HoldsSecrets(arguments.service)) BlankSecrets(answer, session.secrets);
     Print(answer, arguments.table, session.out);
   }
   if (HoldsSecrets(arguments.service)) {

@@ -62,6 +62,7 @@ IniText::IniText(std::string_view bytes) {
   if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
     throw Error("the text is UTF-16; only UTF-8 and Windows-1250 are read");
   }
+  if (bytes.find('\0') != std::string_view::npos) throw Error("holds no settings: there is a NUL in it");
   byte_order_mark_ = bytes.starts_with(kByteOrderMark);
   if (byte_order_mark_) bytes.remove_prefix(kByteOrderMark.size());
   windows_1250_ = !byte_order_mark_ && !IsValidUtf8(bytes);

@@ -29,7 +29,7 @@ namespace mox {
 class IniText {
  public:
   IniText() = default;
-  /// Raises Error when the text is UTF-16.
+  /// Raises Error when the text is UTF-16, or no text: where it has a NUL.
   explicit IniText(std::string_view bytes);
 
   std::string Bytes() const;

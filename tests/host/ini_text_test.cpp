@@ -101,7 +101,8 @@ TEST(IniText, RefusesWhatItCannotHold) {
   expect_refusal("", "S", "K", std::string("a\0b", 3));
   expect_refusal(windows_1250, "Ω", "A", "");
   for (const char* value : {"Ω", "ascii"}) expect_refusal(windows_1250, "", "A", value);
-  EXPECT_THROW(IniText("\xFF\xFE[\0"), Error);
+  EXPECT_THROW(IniText("\xFF\xFE["), Error);
+  EXPECT_THROW(IniText(std::string_view("[GENERAL]\nKOL_NUM=2\n\0", 21)), Error);
 }
 
 }  // namespace
