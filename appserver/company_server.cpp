@@ -11,6 +11,7 @@
 #include "appserver/search_index.h"
 #include "appserver/service_info.h"
 #include "mox/foundation/find_row.h"
+#include "mox/foundation/value_conversion.h"
 #include "mox/foundation/visible_text.h"
 
 namespace mox {
@@ -32,9 +33,10 @@ std::unique_ptr<TAstaParamList> CompanyServer::Answer(const TAstaParamList& requ
   if (service == kImportGridService.name) {
     const ServiceInputs inputs(kImportGridService.inputs, request, company_);
     auto answers = std::make_unique<TAstaParamList>();
+    const std::string& sql = inputs.As<std::string>("params1");
     answers->FastAdd(kImportGridService.answers,
-                     import_catalogue_.Find(database_, inputs.As<std::string>("params1"),
-                                            inputs.As<std::string>("params2")));
+                     import_catalogue_.Find(database_, sql,
+                                            {inputs.As<std::string>("params2"), ToText(inputs["params3"])}));
     return answers;
   }
   if (service == kRetailSizesService.name) {

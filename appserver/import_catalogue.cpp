@@ -17,14 +17,19 @@ constexpr std::string_view kSeparator = "','";
 constexpr std::size_t kPortion = 1000;
 constexpr std::size_t kShownSql = 200;  // characters of a refused text
 
-std::vector<std::string_view> SplitValues(std::string_view values) {
-  std::vector<std::string_view> split;
-  for (std::size_t at; (at = values.find(kSeparator)) != std::string_view::npos;) {
+void Split(std::string_view values, std::string_view separator, std::vector<std::string_view>& split) {
+  for (std::size_t at; (at = values.find(separator)) != std::string_view::npos;) {
     split.push_back(values.substr(0, at));
-    values.remove_prefix(at + kSeparator.size());
+    values.remove_prefix(at + separator.size());
   }
   split.push_back(values);
-  return split;
+}
+
+std::vector<std::string_view> AllOf(const ImportValues& values) {
+  std::vector<std::string_view> all;
+  Split(values.list, kSeparator, all);
+  if (!values.apart.empty()) Split(values.apart, "\n", all);
+  return all;
 }
 
 // "25", "25.0", "25,00" and "1.250,50" as the shortest text with a decimal point; none for what is no number.
@@ -54,8 +59,8 @@ std::string DigitsKey(std::string_view text) {
 // The keys that the database is asked for, each once, and for numbers the texts that asked for a key.
 class AskedValues {
  public:
-  AskedValues(std::string_view values, bool number_column, bool numeric) {
-    for (const std::string_view value : SplitValues(values)) {
+  AskedValues(const ImportValues& values, bool number_column, bool numeric) {
+    for (const std::string_view value : AllOf(values)) {
       if (!numeric) {
         for (std::string& key : FoldKeys(value)) AddKey(std::move(key));
         continue;
@@ -215,7 +220,7 @@ RecordSet ImportCatalogue::Choices(Database& database, std::string_view sql, std
   return values;
 }
 
-RecordSet ImportCatalogue::Find(Database& database, std::string_view sql, std::string_view values) const {
+RecordSet ImportCatalogue::Find(Database& database, std::string_view sql, const ImportValues& values) const {
   const ImportLookup& lookup = LookupOf(sql);
   const bool number_column = KindOfColumn(database, lookup.table, lookup.matched) != FieldKind::kText;
   const bool numeric = number_column || lookup.numeric;

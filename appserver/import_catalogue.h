@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "appserver/database.h"
+#include "mox/import/import_check.h"
 
 namespace mox {
 
@@ -38,9 +39,9 @@ class ImportCatalogue {
   void Register(std::string_view sql, bool numeric = false);
   const std::vector<ImportLookup>& Lookups() const { return lookups_; }
 
-  /// The found values, as the record set "adsList" with one column. `values` are separated by ','. Raises
-  /// Error when the SQL text is not registered, DatabaseError.
-  RecordSet Find(Database& database, std::string_view sql, std::string_view values) const;
+  /// The found values, as the record set "adsList" with one column. Raises Error when the SQL text is not
+  /// registered, DatabaseError.
+  RecordSet Find(Database& database, std::string_view sql, const ImportValues& values) const;
 
   /// The values that a look-up finds, in their order, at most so many: one column. Raises as Find.
   RecordSet Choices(Database& database, std::string_view sql, std::size_t most) const;

@@ -91,29 +91,13 @@ const ImportCatalogue& LookUps() {
   return catalogue;
 }
 
-// A value with the separator in it falls apart in the list that the catalogue is asked with.
-void AddTakenWithSeparator(Database& database, const RecordSet& records, std::size_t field,
-                           std::string_view sql, std::unordered_set<std::string>& taken) {
-  const auto lookup = std::find_if(LookUps().Lookups().begin(), LookUps().Lookups().end(),
-                                   [sql](const ImportLookup& candidate) { return candidate.sql == sql; });
-  if (lookup == LookUps().Lookups().end()) return;
-  for (const RecordRow& record : records.Rows()) {
-    const std::string text = record.AsText(field);
-    if (text.find("','") == std::string::npos) continue;
-    const RecordSet found = database.Query("found", ParseColumns("found"), ImportLookupSql(*lookup, true, 1),
-                                           {Value(FoldKey(text))});
-    for (const RecordRow& row : found.Rows()) taken.insert(UniqueKey(row.AsText(0)));
-  }
-}
-
 void RefuseTaken(Database& database, const RecordSet& records, const ImportFieldDef& field) {
   const auto index = records.FindFieldIndex(field.field_name);
   if (!index || records.Definition(*index).kind != FieldKind::kText) return;
   const RecordSet found =
-      LookUps().Find(database, field.unique_sql, JoinedValues(records.Table(), field.field_name));
+      LookUps().Find(database, field.unique_sql, ValuesOf(records.Table(), field.field_name));
   std::unordered_set<std::string> taken;
   for (const RecordRow& row : found.Rows()) taken.insert(UniqueKey(row.AsText(0)));
-  AddTakenWithSeparator(database, records, *index, field.unique_sql, taken);
   if (taken.empty()) return;
   NamedRows rows;
   std::size_t first = 0;

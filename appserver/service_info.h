@@ -23,7 +23,7 @@ struct ServiceInfo {
 
 /// Those that the company server answers itself.
 inline constexpr ServiceInfo kImportGridService = {
-    "ImportGrid", "params1:text,params2:text", "adsList",
+    "ImportGrid", "params1:text,params2:text,params3?:text", "adsList",
     "which values stand in the database, for look-ups in the catalogue"};
 inline constexpr ServiceInfo kRetailSizesService = {
     "Lunari\\KalkulirajVelicine", "params1:text,params2:text", "adsList",

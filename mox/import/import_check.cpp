@@ -38,31 +38,41 @@ std::size_t SizeOf(const ImportFieldDef& field) {
   return static_cast<std::size_t>(size);
 }
 
+constexpr std::string_view kSeparator = "','";
+
+// A list that is taken apart again at its separators, from its front, does not give this value back, or not
+// the one behind it.
+bool FallsApart(std::string_view list, std::string_view value) {
+  constexpr std::string_view kBeginning = kSeparator.substr(0, 2);
+  return value.find(kSeparator) != std::string_view::npos || value.ends_with(kBeginning) ||
+         list.ends_with(kBeginning);
+}
+
 // Those of several fields, by one walk.
-std::vector<std::string> JoinedValues(const RecordTable& rows, const std::vector<std::size_t>& fields) {
-  constexpr std::string_view kSeparator = "','";
+std::vector<ImportValues> ValuesOfFields(const RecordTable& rows, const std::vector<std::size_t>& fields) {
   constexpr std::size_t kRowsToJudge = 1000;
-  std::vector<std::string> joined(fields.size());
+  std::vector<ImportValues> values(fields.size());
   for (std::size_t number = 0; number < rows.size(); ++number) {
     if (number == kRowsToJudge) {  // what all will take, so that a long list is not copied as it grows
-      for (std::string& values : joined) {
-        values.reserve(values.size() / kRowsToJudge * rows.size() * 9 / 8);
-      }
+      for (auto& [list, apart] : values) list.reserve(list.size() / kRowsToJudge * rows.size() * 9 / 8);
     }
     const RecordRow row = rows[number];
     for (std::size_t i = 0; i < fields.size(); ++i) {
       const std::string_view text = row.AsTextView(fields[i]);
-      if (!text.empty() || !row.IsNull(fields[i])) joined[i].append(kSeparator).append(text);
+      if (text.empty() && row.IsNull(fields[i])) continue;
+      auto& [list, apart] = values[i];
+      if (FallsApart(list, text)) apart.append(apart.empty() ? "" : "\n").append(text);
+      list.append(kSeparator).append(text);
     }
   }
-  for (std::string& values : joined) {
-    if (values.empty()) {
-      values = "0";
+  for (auto& [list, apart] : values) {
+    if (list.empty()) {
+      list = "0";
     } else {
-      values.erase(0, kSeparator.size());
+      list.erase(0, kSeparator.size());
     }
   }
-  return joined;
+  return values;
 }
 
 }  // namespace
@@ -76,8 +86,8 @@ RecordSet TypedRows(std::span<const ImportFieldDef> profile) {
   return set;
 }
 
-std::string JoinedValues(const RecordTable& rows, std::string_view field_name) {
-  return std::move(JoinedValues(rows, {rows.IndexOf(field_name)}).front());
+ImportValues ValuesOf(const RecordTable& rows, std::string_view field_name) {
+  return std::move(ValuesOfFields(rows, {rows.IndexOf(field_name)}).front());
 }
 
 // --- the questions ---
@@ -104,7 +114,7 @@ void ImportCheck::Ask(ImportLookups& lookups) {
 }
 
 // At the first question the values of all columns that there may be questions about are joined.
-std::string ImportCheck::ValuesOf(const Column& column) {
+ImportValues ImportCheck::ValuesOf(const Column& column) {
   if (values_.empty()) {
     std::vector<std::size_t> positions;
     std::vector<std::size_t> fields;
@@ -115,12 +125,12 @@ std::string ImportCheck::ValuesOf(const Column& column) {
       positions.push_back(i);
       fields.push_back(*index);
     }
-    std::vector<std::string> joined = JoinedValues(rows_, fields);
+    std::vector<ImportValues> joined = ValuesOfFields(rows_, fields);
     values_.resize(profile_.size());
     for (std::size_t i = 0; i < positions.size(); ++i) values_[positions[i]] = std::move(joined[i]);
   }
-  const std::string& values = values_[column.position];
-  return values.empty() ? JoinedValues(rows_, column.rules.field().field_name) : values;
+  const ImportValues& values = values_[column.position];
+  return values.list.empty() ? mox::ValuesOf(rows_, column.rules.field().field_name) : values;
 }
 
 void ImportCheck::AskColumn(Column& column, ImportLookups& lookups) {

@@ -34,14 +34,20 @@ struct ImportFault {
 /// " Jedinstven:SIFRA"; " Pohrana:SIFRA" where the server refused it.
 std::string FaultFragment(const ImportFault& fault, const ImportFieldDef& field);
 
+/// The values of a column that a server is asked for.
+struct ImportValues {
+  std::string list;  ///< all that are not null, joined with "','"; "0" where there is none
+  std::string
+      apart;  ///< those that cannot be told in the list, which has its separator in them: one to a line
+};
+
 /// Whom a check asks about a sheet's values, and tells where it has come to.
 class ImportLookups {
  public:
   virtual ~ImportLookups() = default;
   /// The values of a column that stand in the database: a record set with a field of the column's name.
-  /// `values` are those of all rows, as JoinedValues has them. Called once for each column and query. What it
-  /// raises ends the check.
-  virtual RecordSet Find(const ImportFieldDef& field, const std::string& sql, std::string values) = 0;
+  /// `values` are those of all rows. Called once for each column and query. What it raises ends the check.
+  virtual RecordSet Find(const ImportFieldDef& field, const std::string& sql, ImportValues values) = 0;
   /// Before the passes of a column, and before each pass, also one that the column does not have.
   virtual void BeginColumn(std::size_t /*position*/) {}
   virtual void BeginPass(const ImportFieldDef& /*field*/, ImportPass /*pass*/) {}
@@ -70,8 +76,8 @@ CheckedImport CheckImport(std::span<const ImportFieldDef> profile, const RecordS
 /// integer, Error where there is no such kind.
 RecordSet TypedRows(std::span<const ImportFieldDef> profile);
 
-/// All values of a field that are not null, joined with "','"; "0" where there is none.
-std::string JoinedValues(const RecordTable& rows, std::string_view field_name);
+/// Those of all rows. Raises FieldNotFound.
+ImportValues ValuesOf(const RecordTable& rows, std::string_view field_name);
 
 /// A value as uniqueness compares it: without regard to the case of the letters a to z only, with all blanks.
 std::string UniqueKey(std::string_view text);

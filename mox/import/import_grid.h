@@ -247,6 +247,7 @@ class TfrmImportGrid {
   void ShowPass(const ImportFieldDef& field, ImportPass pass);
   bool CheckAllRows();
   void AddSheetFaults();
+  ImportValues ValuesToAskFor(std::string_view field_name);
   std::size_t DataColumn(std::string_view field_name) const;
   void PaintFaults();
   void StoreRows(std::string_view transaction);

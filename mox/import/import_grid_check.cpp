@@ -24,10 +24,11 @@ constexpr std::string_view kService = "ImportGrid";
 constexpr const char* kPassNames[] = {"obaveznih", "loookup",  // three o's, as the users know it
                                       "formata", "jedinstvenosti"};
 
-RecordSet AskServer(const std::string& sql, std::string values, std::string_view service_name) {
+RecordSet AskServer(const std::string& sql, ImportValues values, std::string_view service_name) {
   TAstaParamList request;
   request.FastAdd("params1", Value(sql));
-  request.FastAdd("params2", Value(std::move(values)));
+  request.FastAdd("params2", Value(std::move(values.list)));
+  if (!values.apart.empty()) request.FastAdd("params3", Value(std::move(values.apart)));
   const auto answer = App().Comunication().ReportDataService(request, service_name);
   if (answer == nullptr) throw Error(std::string(service_name) + ": the server gave no answer");
   return std::move(answer->ParamByName("adsList").AsDataSet());
@@ -45,7 +46,7 @@ void TfrmImportGrid::ShowPass(const ImportFieldDef& field, ImportPass pass) {
 class TfrmImportGrid::Lookups : public ImportLookups {
  public:
   explicit Lookups(TfrmImportGrid& form) : form_(form) {}
-  RecordSet Find(const ImportFieldDef& /*field*/, const std::string& sql, std::string values) override {
+  RecordSet Find(const ImportFieldDef& /*field*/, const std::string& sql, ImportValues values) override {
     return AskServer(sql, std::move(values), kService);
   }
   void BeginColumn(std::size_t position) override {
@@ -237,8 +238,12 @@ void TfrmImportGrid::ResetVTemp() {
 }
 
 std::string TfrmImportGrid::GetFieldValues(std::string_view field_name) {
+  return ValuesToAskFor(field_name).list;
+}
+
+ImportValues TfrmImportGrid::ValuesToAskFor(std::string_view field_name) {
   source_.PostPending();
-  return JoinedValues(source_.Table(), field_name);
+  return ValuesOf(source_.Table(), field_name);
 }
 
 // --- one column alone ---
@@ -276,7 +281,7 @@ void TfrmImportGrid::ValidateLookup(std::size_t index, std::string_view service_
   if (!field.IsDefined()) return;
   ColumnRules rules(field);
   rules.SetStored(ImportPass::kLookup,
-                  AskServer(field.lookup_sql, GetFieldValues(field.field_name), service_name));
+                  AskServer(field.lookup_sql, ValuesToAskFor(field.field_name), service_name));
   const std::size_t value = source_.FieldByName(field.field_name).Index();
   ForEachSourceRow([&] {
     const std::string text(source_.AsTextView(value));
@@ -297,7 +302,7 @@ void TfrmImportGrid::ValidateUnique(std::size_t index, std::string_view service_
   if (!field.IsDefined()) return;
   ColumnRules rules(field);
   rules.SetStored(ImportPass::kUnique,
-                  AskServer(field.unique_sql, GetFieldValues(field.field_name), service_name));
+                  AskServer(field.unique_sql, ValuesToAskFor(field.field_name), service_name));
   const std::size_t value = source_.FieldByName(field.field_name).Index();
   ForEachSourceRow([&] {
     if (!rules.IsTaken(source_.AsTextView(value)) && !source_.AsBoolean(kVTempPosition)) return;

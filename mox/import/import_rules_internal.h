@@ -75,7 +75,7 @@ class ImportCheck {
   };
 
   void AskColumn(Column& column, ImportLookups& lookups);
-  std::string ValuesOf(const Column& column);
+  ImportValues ValuesOf(const Column& column);
   void FetchKnown(const RecordRow& row);
   void CheckRow(const RecordRow& row, std::size_t number, std::vector<ImportFault>& faults);
 
@@ -84,7 +84,7 @@ class ImportCheck {
   RecordSet& typed_;
   std::vector<Column> columns_;
   std::vector<std::size_t> looked_up_;  // of the columns, those with a look-up
-  std::vector<std::string> values_;     // joined, by position; while questions are asked
+  std::vector<ImportValues> values_;    // by position; while questions are asked
 };
 
 }  // namespace mox

@@ -151,7 +151,7 @@ std::string FindMany(Company& company, const Words& row) {
   for (int i = 2; i <= std::stoi(row.at(0)); ++i) values += "','P" + Text(i);
   return Text(static_cast<std::int64_t>(
       company.server.import_catalogue()
-          .Find(company.server.database(), "select PTT as PTT from mjesto where PTT in ", values)
+          .Find(company.server.database(), "select PTT as PTT from mjesto where PTT in ", {values, ""})
           .RecordCount()));
 }
 
@@ -255,7 +255,7 @@ TEST_F(CompanyServerTest, ServesTheImportProfiles) {
       if (!field.IsDefined()) continue;
       for (const std::string& sql : {field.lookup == "True" ? field.lookup_sql : "", field.unique_sql}) {
         if (sql.empty()) continue;
-        RecordSet found = server.import_catalogue().Find(server.database(), sql, "0");
+        RecordSet found = server.import_catalogue().Find(server.database(), sql, {"0", ""});
         EXPECT_TRUE(found.FindField(field.field_name)) << profile.key << ": " << sql;
       }
       const auto width = widths.find(FoldCase(field.field_name));
