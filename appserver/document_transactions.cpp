@@ -14,6 +14,9 @@
 namespace mox {
 namespace {
 
+// What a header tells beside its columns: that a storno by hand which sells was confirmed.
+constexpr std::string_view kConfirmed = "potvrdeno";
+
 struct DocumentKey {
   std::int64_t id = 0;
   const DocumentKind* kind = nullptr;
@@ -161,20 +164,13 @@ bool IsSaid(const RecordSet& header, std::string_view name) {
 
 // A storno by hand that sells is stored only when the user has said so.
 void CheckQuantities(const DocumentKind& kind, const RecordSet& header, const SentRecordSets& sent) {
-  if (IsSaid(header, "potvrdeno")) return;
+  if (IsSaid(header, kConfirmed)) return;
   for (const char* const name : {"Stavke", "Usluge"}) {
     if (const auto line = FindPositiveQuantity(kind, sent.Find(name))) {
       throw WriteRefused({"", name, *line, "kolicina",
                           "is positive, and " + std::string(kind.name) +
                               " cancels; potvrdeno of Zaglavlje says that it was confirmed"});
     }
-  }
-}
-
-// What the server writes itself.
-void RefuseOwnFields(const RecordSet& header) {
-  for (const char* const name : {"broj", "kljuc_sazetak", "placeno_odmah"}) {
-    if (HasValue(header, name)) RefuseHeader(header, name, "is given when the document is stored");
   }
 }
 
@@ -296,13 +292,9 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   RequireOneRecord(header);
   const DocumentKind& kind = ReadKind(header);
   DocumentKey key = ReadKey(header, kind);
-  RefuseOwnFields(header);
   CheckSorts(kind, sent);
   CheckSortsOfLines(sent);
   CheckQuantities(kind, header, sent);
-  if (HasValue(header, "stornira_id")) {
-    RefuseHeader(header, "stornira_id", "is written by the transaction DokumentStorno alone");
-  }
   const std::string digest = DigestOfAttempt(header, sent);
   if (auto stored = StoredBefore(database, header, key, digest)) return stored;
   TableRule header_rule = transaction.FindRule("Zaglavlje")->table;
@@ -324,7 +316,6 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
       InsertRecord(database, *records, rule);
       continue;
     }
-    rule.row_number = "rb";
     rule.first_row_number = rule.table == "dok_stavke" ? next_line : 1;
     StoreRecords(database, *records, rule);
     if (rule.table == "dok_stavke") next_line += static_cast<std::int64_t>(records->RecordCount());
@@ -392,10 +383,6 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
                                       const SentRecordSets& sent) {
   const RecordSet& asked = *sent.Find("Zaglavlje");
   RequireOneRecord(asked);
-  for (const char* const name : {"vrsta", "ukupno"}) {
-    if (HasValue(asked, name)) RefuseHeader(asked, name, "is that of the document that is cancelled");
-  }
-  RefuseOwnFields(asked);
   const std::int64_t id = HeaderValue(asked, "stornira_id", ToInteger);
   const auto original = ReadStoredDocument(database, id);
   if (!original) RefuseHeader(asked, "stornira_id", "there is no document " + std::to_string(id));
@@ -457,6 +444,18 @@ std::optional<RecordSet> RememberLinks(const NamedTransaction& transaction, Data
   return std::nullopt;
 }
 
+FieldDef Told(std::string_view name) { return {.name = std::string(name), .kind = FieldKind::kBoolean}; }
+
+// Fields of a header that the server writes itself, and those that the transaction besides does not take.
+std::vector<RefusedField> WithOwnFields(std::vector<RefusedField> refused) {
+  for (const std::string_view name : {"broj", "kljuc_sazetak", "placeno_odmah"}) {
+    refused.push_back({name, "is given when the document is stored"});
+  }
+  return refused;
+}
+
+constexpr std::string_view kOfTheOriginal = "is that of the document that is cancelled";
+
 // Lines and recapitulations have fields of screens too, which are not kept.
 const NamedTransaction kTransactions[] = {
     {"UpisParentFieldForVD",
@@ -466,17 +465,21 @@ const NamedTransaction kTransactions[] = {
 
     {"DokumentInsert",
      "stores a document under the next number of its kind and year, and makes the links that wait for it",
-     {{"Zaglavlje", {.table = "dok", .ignored = {"potvrdeno", kStockMayBeNegative}}},
-      {"Stavke", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "roba"}}}, false},
-      {"Usluge", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "usluga"}}}, false},
-      {"Rekapitulacija", {"dok_porezi", UnknownFields::kIgnore}, false},
+     {{.name = "Zaglavlje",
+       .table = {.table = "dok", .told = {Told(kConfirmed), Told(kStockMayBeNegative)}},
+       .refused = WithOwnFields({{"stornira_id", "is written by the transaction DokumentStorno alone"}})},
+      {"Stavke", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "roba"}}, "rb"}, false},
+      {"Usluge", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "usluga"}}, "rb"}, false},
+      {"Rekapitulacija", {"dok_porezi", UnknownFields::kIgnore, {}, "rb"}, false},
       {"DokDobavljaca", {"dok_dobavljac"}, false},
       {kConfirmations, {"otvorene_stavke"}, false, "saldo:currency"}},
      InsertDocument},
 
     {"DokumentStorno",
      "cancels a stored document, stornira_id, by its exact mirror under a number of its own; once",
-     {{"Zaglavlje", {.table = "dok", .ignored = {kStockMayBeNegative}}}},
+     {{.name = "Zaglavlje",
+       .table = {.table = "dok", .told = {Told(kStockMayBeNegative)}},
+       .refused = WithOwnFields({{"vrsta", kOfTheOriginal}, {"ukupno", kOfTheOriginal}})}},
      InsertStorno},
 };
 

@@ -27,6 +27,17 @@ RecordSet ReadRecordSet(const TokenizedItem& item) {
   return records;
 }
 
+void RefuseFields(const RecordSetRule& rule, const RecordSet& records) {
+  for (const RefusedField& refused : rule.refused) {
+    const auto field = records.FindFieldIndex(refused.field);
+    if (!field) continue;
+    for (std::size_t row = 0; row < records.RowCount(); ++row) {
+      if (TrimBlanks(records.RowAt(row).AsText(*field)).empty()) continue;
+      throw WriteRefused({"", records.Name(), row + 1, std::string(refused.field), std::string(refused.why)});
+    }
+  }
+}
+
 }  // namespace
 
 SentRecordSets::SentRecordSets(std::string_view inner, const CompanyData& company) : company_(company) {
@@ -61,9 +72,9 @@ std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction
                                              Ending ending) {
   const SentRecordSets sent(inner, company);
   for (const RecordSet& records : sent.All()) {
-    if (transaction.FindRule(records.Name()) == nullptr) {
-      RefuseSet(records.Name(), "the transaction takes no such record set");
-    }
+    const RecordSetRule* const rule = transaction.FindRule(records.Name());
+    if (rule == nullptr) RefuseSet(records.Name(), "the transaction takes no such record set");
+    RefuseFields(*rule, records);
   }
   for (const RecordSetRule& rule : transaction.record_sets) {
     if (rule.required && sent.Find(rule.name) == nullptr) RefuseSet(rule.name, "is missing");

@@ -34,6 +34,12 @@ class SentRecordSets {
   std::vector<std::string_view> texts_;  // of the sets, in their order
 };
 
+/// A field that only the server writes, and what a request that gives it a value is told.
+struct RefusedField {
+  std::string_view field;
+  std::string_view why;
+};
+
 /// A record set that a transaction takes, and the table that it goes to.
 struct RecordSetRule {
   std::string_view name;
@@ -41,6 +47,7 @@ struct RecordSetRule {
   bool required = true;
   /// "naziv,vrijednost": the fields, where a handler reads them itself.
   std::string_view fields = {};
+  std::vector<RefusedField> refused = {};
 };
 
 struct NamedTransaction;

@@ -102,8 +102,13 @@ Columns FieldsOf(const NamedTransaction& transaction, const RecordSetRule& recor
     const FieldDef* const column = FindColumn(table, name);
     return column == nullptr ? FieldKind::kText : column->kind;
   };
+  const auto is_refused = [&record_set](std::string_view name) {
+    const auto same = [name](const RefusedField& refused) { return SameName(refused.field, name); };
+    return std::any_of(record_set.refused.begin(), record_set.refused.end(), same);
+  };
   for (const FieldDef& column : columns) {
-    if (IsFilledByTheRule(rule, column.name) || IsFilledByAnother(rule, column.name) ||
+    if (is_refused(column.name) || IsFilledByTheRule(rule, column.name) ||
+        IsFilledByAnother(rule, column.name) ||
         RefersToAnother(transaction, record_set, references, column.name)) {
       continue;
     }
@@ -115,6 +120,7 @@ Columns FieldsOf(const NamedTransaction& transaction, const RecordSetRule& recor
     const std::string_view column = field.column.empty() ? field.field : field.column;
     add(field.field, field.yes_or_no ? FieldKind::kText : kind_in(columns, column));
   }
+  for (const FieldDef& field : rule.told) add(field.name, field.kind);
   for (const KeyRule& key : rule.keys) {
     const Columns target = database.TableColumns(key.table);
     for (const KeyPart& part : key.parts) add(part.field, kind_in(target, part.column));

@@ -86,7 +86,8 @@ class TableWriter {
     const auto is = [name](std::string_view ignored) { return SameName(ignored, name); };
     return SameName(name, kKey) || SameName(name, rule_.row_number) || SameName(name, rule_.update_by) ||
            std::any_of(rule_.constants.begin(), rule_.constants.end(), same) ||
-           std::any_of(rule_.ignored.begin(), rule_.ignored.end(), is);
+           std::any_of(rule_.ignored.begin(), rule_.ignored.end(), is) ||
+           FindColumn(rule_.told, name) != nullptr;
   }
 
   const FieldRule* FindFieldRule(std::string_view name) const {

@@ -39,7 +39,9 @@ struct TableRule {
   std::vector<KeyRule> keys = {};
   std::vector<FieldRule> fields = {};
   std::vector<std::string_view> ignored = {};  ///< fields
-  bool blank_is_null = false;                  ///< texts of blanks are no value
+  /// Fields that only the transaction's handler reads: they tell it something and go to no column.
+  std::vector<FieldDef> told = {};
+  bool blank_is_null = false;  ///< texts of blanks are no value
   /// Changes the rows that have this field's text in the column of its name instead of inserting; a field
   /// without a value leaves its column as it is. A text that no row has is refused.
   std::string_view update_by = {};
