@@ -136,13 +136,14 @@ Currency Sum(const RecordSet& records, std::string_view field) {
   throw Error("document " + std::to_string(doc_id) + " " + reason);
 }
 
-// Only invoices go out, and what cancels them.
+// Only invoices to customers go out, and what cancels them.
 void RequireInvoice(const StoredDocument& document) {
   const std::string kind = document.kind == nullptr ? document.vrsta : std::string(document.kind->title);
   if (document.kind == nullptr || document.figures_kind == nullptr ||
       document.kind->is != DocumentClass::kInvoice) {
     RefuseInvoice(document.id, "is no invoice: " + kind);
   }
+  if (!document.kind->IsSale()) RefuseInvoice(document.id, "goes to no customer: " + kind);
 }
 
 struct Figures {

@@ -1,11 +1,6 @@
 #include "mox/documents/document_books.h"
 
 namespace mox {
-namespace {
-
-constexpr std::string_view kOwnUse = "racun-vlastite-potrebe";
-
-}  // namespace
 
 TaxRole TaxRoleOf(const DocumentKind& kind) {
   if (!kind.recap.Exists()) return {};
@@ -26,7 +21,7 @@ TaxRole TaxRoleOf(const DocumentKind& kind) {
 }
 
 int TurnoverSign(const DocumentKind& kind) {
-  if (kind.is == DocumentClass::kInvoice) return kind.name == kOwnUse ? 0 : 1;
+  if (kind.IsSale()) return 1;
   return kind.is == DocumentClass::kReturn && kind.stock == StockDirection::kIn ? -1 : 0;
 }
 

@@ -109,6 +109,7 @@ constexpr StockDirection kStays = StockDirection::kNone;
 constexpr StockDirection kIn = StockDirection::kIn;
 constexpr StockDirection kOut = StockDirection::kOut;
 constexpr bool kPaidLater = true;
+constexpr bool kOwnUse = true;
 
 // A storno moves stock as the documents that it cancels do: its quantities are negative.
 constexpr auto kKinds = std::to_array<DocumentKind>({
@@ -340,7 +341,11 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      {"kolicina nc pov_nak tbr_stp", "nci pov_naki osnovica pdvi ukupno",
       Vat<RacunVlastitePotrebeStavkeCalcFields>, field::ukupno, "osnovica", "pdvi"},
      kNone,
-     kTotals},
+     kTotals,
+     "",
+     false,
+     false,
+     kOwnUse},
 });
 
 constexpr std::size_t kTipSize = 15;

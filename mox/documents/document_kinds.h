@@ -97,6 +97,11 @@ struct DocumentKind {
   bool is_storno = false;
   /// The customer of an invoice pays it later: its total is his debt from its date on.
   bool is_paid_later = false;
+  /// An invoice for the company's own use: it is taxed, but nobody buys, and it goes to no customer.
+  bool is_own_use = false;
+
+  /// Invoices to customers, and their stornos.
+  bool IsSale() const { return is == DocumentClass::kInvoice && !is_own_use; }
 };
 
 std::span<const DocumentKind> DocumentKinds();
