@@ -46,7 +46,7 @@ class Reader {
       : file_(file), scanner_(file.bytes), check_utf8_(!IsValidUtf8(file.bytes)) {}
 
   RecordSetFile Read(const ReadOptions& options) {
-    std::vector<FieldDef> fields = ReadHeader();
+    std::vector<FieldDef> fields = ReadHeader(options.known);
     const std::size_t columns = fields.size();
     if (options.declare) options.declare(file_.label, fields);
     for (std::size_t i = 0; i < columns; ++i) kinds_.push_back(fields[i].kind);
@@ -80,7 +80,7 @@ class Reader {
     return more;
   }
 
-  std::vector<FieldDef> ReadHeader() {
+  std::vector<FieldDef> ReadHeader(const std::vector<FieldDef>& known) {
     if (!Scan()) throw Error(file_.label + ": the file is empty");
     if (cells_.size() > Structure::kMostFields) Fail("there are too many fields");
     if (cells_.size() == 1 && cells_[0].text.find_first_of(";\t") != std::string_view::npos) {
@@ -88,18 +88,21 @@ class Reader {
     }
     std::vector<FieldDef> fields;
     for (std::size_t i = 0; i < cells_.size(); ++i) {
-      FieldDef field = ColumnOf(cells_[i].text);
+      FieldDef field = ColumnOf(cells_[i].text, known);
       if (field.name.empty()) FailAt(i, "the field has no name");
       for (const FieldDef& other : fields) {
         if (SameName(other.name, field.name)) Fail("field \"" + field.name + "\" is there twice");
       }
+      const std::string_view cell = cells_[i].text;
+      lent_.push_back(cell.find(':') == std::string_view::npos && !FindInVocabulary(cell) &&
+                      !IsText(field.kind));
       fields.push_back(std::move(field));
     }
     for (const FieldDef& field : fields) names_.push_back(field.name);
     return fields;
   }
 
-  FieldDef ColumnOf(std::string_view cell) const {
+  FieldDef ColumnOf(std::string_view cell, const std::vector<FieldDef>& columns) const {
     FieldDef field;
     const std::size_t colon = cell.rfind(':');
     field.name = cell.substr(0, colon);
@@ -110,6 +113,10 @@ class Reader {
       }
     } else if (const auto known = FindInVocabulary(cell)) {
       field.kind = kVocabulary[static_cast<std::size_t>(*known)].kind;
+    } else {
+      const auto same = [cell](const FieldDef& column) { return SameName(column.name, cell); };
+      const auto column = std::find_if(columns.begin(), columns.end(), same);
+      if (column != columns.end() && column->kind != FieldKind::kBinary) field.kind = column->kind;
     }
     return field;
   }
@@ -121,6 +128,12 @@ class Reader {
     if (blank && scanner_.OnlyBlankLinesLeft()) return false;
     Fail("the line has " + std::to_string(cells_.size()) + (cells_.size() == 1 ? " cell" : " cells") +
          ", the header " + std::to_string(names_.size()));
+  }
+
+  // Of a kind that the header does not say: it may say another.
+  std::string WayOut(std::size_t cell) const {
+    if (cell >= lent_.size() || !lent_[cell]) return {};
+    return "; " + names_[cell] + ":text sends it as it stands";
   }
 
   void ReadRecord() {
@@ -139,9 +152,10 @@ class Reader {
                       ":float keeps them");
         }
       } catch (const Overflow&) {
-        FailAt(i, "\"" + std::string(cells_[i].text) + "\" is outside the range of " + RangeOf(kinds_[i]));
+        FailAt(i, "\"" + std::string(cells_[i].text) + "\" is outside the range of " + RangeOf(kinds_[i]) +
+                      WayOut(i));
       } catch (const Error& error) {
-        FailAt(i, error.what());
+        FailAt(i, error.what() + WayOut(i));
       }
     }
     try {
@@ -160,6 +174,7 @@ class Reader {
   std::vector<CsvCell> cells_;
   std::vector<std::string> names_;
   std::vector<FieldKind> kinds_;
+  std::vector<bool> lent_;  // whether the kind is that of a known column, which the header does not say
   RecordSetFile result_;
 };
 

@@ -38,10 +38,12 @@ struct RecordSetFile {
 };
 
 struct ReadOptions {
+  /// Columns whose kinds header cells of their names have that say none and would be texts.
+  std::vector<FieldDef> known = {};
   /// Looks at the columns and may change them or add fields that the file does not have.
-  std::function<void(const std::string& label, std::vector<FieldDef>& fields)> declare;
+  std::function<void(const std::string& label, std::vector<FieldDef>& fields)> declare = nullptr;
   /// Installed before the records come, so that each is calculated as it is posted.
-  RecordSet::CalcFieldsEvent on_calc_fields;
+  RecordSet::CalcFieldsEvent on_calc_fields = nullptr;
 };
 
 /// Leaves the last record current. Raises Error that says where the text is faulty: `lines.csv:3: kolicina:

@@ -95,8 +95,9 @@ void DeclareEverything(CLI::App& app, Parsed& parsed) {
   app.footer(
       R"(Record-set files are comma-separated texts with one header row; a header cell is NAME or NAME:KIND.
 Kinds: text, integer, boolean, float, currency, date, datetime. Without one, a name of the document lines
-has its usual kind and any other is text. Values: 1234.5 (decimal point, no grouping), true, 2024-03-01,
-2024-03-01T09:05:00; an empty cell is null, "" the empty text.
+has its usual kind, for "mox store" a field of the transaction too, and any other is text.
+Values: 1234.5 (decimal point, no grouping), true, 2024-03-01, 2024-03-01T09:05:00; an empty cell is
+null, "" the empty text.
 A negative number among the arguments is a value, never an option.
 
 Settings in section GENERAL: NC_CALC_DIGIT, PC_CALC_DIGIT, FC_CALC_DIGIT and KOL_NUM, the decimals of

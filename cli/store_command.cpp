@@ -3,6 +3,7 @@
 #include "appserver/company_server.h"
 #include "appserver/named_transaction.h"
 #include "appserver/named_transaction_table.h"
+#include "appserver/service_info.h"
 #include "cli/command.h"
 #include "cli/document_store.h"
 #include "cli/options.h"
@@ -36,6 +37,14 @@ void WarnOfColumns(const std::string& transaction, const std::vector<RecordSetFi
   }
 }
 
+// The columns of a file that say no kind have those of the transaction's record set.
+Columns ColumnsOf(const ServiceInfo& transaction, const std::string& record_set, CompanyServer& server) {
+  for (RecordSetInfo& info : RecordSetsOf(transaction, server.database())) {
+    if (info.name == record_set) return std::move(info.columns);
+  }
+  return {};
+}
+
 // The account of a record set is shown in no message.
 void KeepSecret(RecordSet& records, Secrets& secrets) {
   if (records.IsEmpty()) return;
@@ -56,7 +65,8 @@ void RunStore(const StoreArguments& arguments, Session& session) {
 
   std::vector<RecordSetFile> files;
   for (const auto& [name, path] : named) {
-    files.push_back(ReadRecordSet(ReadFileText(path, session.in)));
+    files.push_back(
+        ReadRecordSet(ReadFileText(path, session.in), {.known = ColumnsOf(transaction, name, server)}));
     files.back().records.SetName(name);
     KeepSecret(files.back().records, session.secrets);
   }
