@@ -279,12 +279,15 @@ class CodebookWriter {
 
   std::int64_t StoreRow(bool& is_new) {
     const std::optional<std::int64_t> id = FindRow();
+    if (id) CheckNamedOnce(*id);
     CheckVersion(id);
     CheckUnique(id.value_or(0));
     const std::vector<Column> columns = Columns(!id);
     is_new = !id;
     try {
-      return id ? Update(*id, columns) : Insert(columns);
+      const std::int64_t written = id ? Update(*id, columns) : Insert(columns);
+      stored_from_.emplace(written, rows_.row());
+      return written;
     } catch (const WriteRefused&) {
       throw;
     } catch (const Error& error) {
@@ -301,6 +304,20 @@ class CodebookWriter {
       if (const auto id = check.Find(rows_.TextOf(rows_.shape().IndexOf(check.column())))) return id;
     }
     return std::nullopt;
+  }
+
+  // Of two rows for one stored row nobody can tell which holds.
+  void CheckNamedOnce(std::int64_t id) const {
+    const auto first = stored_from_.find(id);
+    if (first == stored_from_.end()) return;
+    std::string_view column = codebook_.key.front();
+    std::string named = rows_.Key();
+    for (const UniqueCheck& check : unique_) {
+      if (!rows_.IsBlank(rows_.shape().IndexOf(column))) break;
+      column = check.column();
+      named = rows_.TextOf(rows_.shape().IndexOf(column));
+    }
+    rows_.Refuse(column, Quoted(named) + " is that of row " + std::to_string(first->second) + ", too");
   }
 
   // What was read must still be what is stored.
@@ -325,8 +342,14 @@ class CodebookWriter {
     for (UniqueCheck& check : unique_) {
       const std::string text = rows_.TextOf(rows_.shape().IndexOf(check.column()));
       if (const auto other = check.Find(text, own_id))
-        rows_.Refuse(check.column(), Quoted(text) + ' ' + check.Refusal(*other));
+        rows_.Refuse(check.column(), Quoted(text) + ' ' + check.Refusal(*other) + SentRow(*other));
     }
+  }
+
+  // ", of row 1" for what this very set stored; it may have got its code only then.
+  std::string SentRow(std::int64_t id) const {
+    const auto first = stored_from_.find(id);
+    return first == stored_from_.end() ? "" : ", of row " + std::to_string(first->second);
   }
 
   // The columns to be written; of a new row those that have a value.
@@ -409,6 +432,7 @@ class CodebookWriter {
   std::optional<CodeNumbering> numbering_;
   std::vector<UniqueCheck> unique_;
   std::vector<std::unique_ptr<ReferenceFinder>> references_;
+  std::unordered_map<std::int64_t, std::size_t> stored_from_;  // the sent row, by id
 };
 
 // --- taking away ---
