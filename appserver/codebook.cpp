@@ -1,11 +1,14 @@
 #include "appserver/codebook.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <limits>
 
 #include "mox/codes/control_digits.h"
 #include "mox/foundation/exchange_text.h"
 #include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
 #include "mox/record_tools/record_tools.h"
 #include "mox/validations/validations.h"
 
@@ -47,6 +50,30 @@ std::string VersionOf(const RecordRow& row, std::size_t fields) {
 const FieldDef& RequireColumn(const Columns& columns, std::string_view table, std::string_view name) {
   if (const FieldDef* const column = FindColumn(columns, name)) return *column;
   throw Error("the table \"" + std::string(table) + "\" has no column \"" + std::string(name) + "\"");
+}
+
+struct NumberRange {
+  FieldCheck check;
+  double most;
+  bool is_whole;
+  const char* told;
+};
+
+constexpr double kMostDays = 3650;  // of which due dates are counted
+constexpr NumberRange kRanges[] = {
+    {FieldCheck::kNotNegative, std::numeric_limits<double>::max(), false, "must not be negative"},
+    {FieldCheck::kDays, kMostDays, true, "must be whole days from 0 to 3650"},
+    {FieldCheck::kPercent, 100, false, "must be a percent from 0 to 100"},
+};
+
+std::string RangeFault(FieldCheck check, const Value& value) {
+  for (const NumberRange& range : kRanges) {
+    if (range.check != check) continue;
+    const double number = ToFloat(value);
+    const bool fits = number >= 0 && number <= range.most;
+    if (!fits || (range.is_whole && std::trunc(number) != number)) return range.told;
+  }
+  return {};
 }
 
 }  // namespace
@@ -198,10 +225,13 @@ std::string UniqueCheck::Refusal(std::int64_t id) const {
   return "is that of " + std::string(codebook_.name) + " \"" + KeyOf(shape, row) + '"';
 }
 
-std::string FaultOf(FieldCheck check, const std::string& text) {
+std::string FaultOf(FieldCheck check, const Value& value) {
+  const auto* const given = std::get_if<std::string>(&value);
+  if (given == nullptr) return RangeFault(check, value);
+  const std::string& text = *given;
   std::string fault;
   switch (check) {
-    case FieldCheck::kNone:
+    default:
       break;
     case FieldCheck::kOib:
       fault = CheckOIBvalidity(text);

@@ -13,8 +13,19 @@
 
 namespace mox {
 
-/// What a text must be besides fitting its column.
-enum class FieldCheck : std::uint8_t { kNone, kOib, kIban, kPhone, kEmail, kFiscalName };
+/// What a value must be besides fitting its column: a text, or a number in its range. Days are whole and at
+/// most ten years; a percent is one of a whole, from 0 to 100.
+enum class FieldCheck : std::uint8_t {
+  kNone,
+  kOib,
+  kIban,
+  kPhone,
+  kEmail,
+  kFiscalName,
+  kNotNegative,
+  kDays,
+  kPercent
+};
 
 /// A field of a codebook's records: a column of its table, or what names the row of another table that a
 /// column refers to, such as a country's code. Kinds and sizes are those of the columns.
@@ -111,7 +122,7 @@ class CodeNumbering {
   Statement highest_;
 };
 
-/// What is wrong with a text; empty where nothing is.
-std::string FaultOf(FieldCheck check, const std::string& text);
+/// What is wrong with a value that is not null; empty where nothing is.
+std::string FaultOf(FieldCheck check, const Value& value);
 
 }  // namespace mox

@@ -370,7 +370,7 @@ class CodebookWriter {
         if (is_new) continue;
       }
       if (rule.reference.empty()) {
-        CheckText(field, rule, value);
+        CheckValue(field, rule, value);
         columns.push_back({field.name, std::move(value)});
       }
     }
@@ -383,15 +383,15 @@ class CodebookWriter {
     return columns;
   }
 
-  void CheckText(const FieldDef& field, const CodebookField& rule, const Value& value) const {
+  void CheckValue(const FieldDef& field, const CodebookField& rule, const Value& value) const {
+    if (std::holds_alternative<std::monostate>(value)) return;
     const auto* const text = std::get_if<std::string>(&value);
-    if (text == nullptr) return;
-    if (field.size > 0 && CountCharacters(*text) > field.size) {
+    if (text != nullptr && field.size > 0 && CountCharacters(*text) > field.size) {
       rows_.Refuse(field.name,
                    Quoted(*text) + " is longer than " + std::to_string(field.size) + " characters");
     }
-    if (const std::string fault = FaultOf(rule.check, *text); !fault.empty()) {
-      rows_.Refuse(field.name, Quoted(*text) + ": " + fault);
+    if (const std::string fault = FaultOf(rule.check, value); !fault.empty()) {
+      rows_.Refuse(field.name, Quoted(PlainText(value)) + ": " + fault);
     }
   }
 
