@@ -106,10 +106,9 @@ RecordSetFile DocumentInput::ReadGoods(const DocumentKind& kind, const ArticleSo
     return file.Where(fault.line - 1) + ": " + fault.field + ": " + fault.message;
   };
   if (names_articles) {
-    for (const LineFault& fault : TakeFromArticles(kind, file.records, articles.warehouse)) {
-      unknown_articles_.push_back(told(fault));
-    }
-    const std::vector<LineFault> missing = FindMissingOfArticles(kind, file.records, left_out);
+    const std::vector<LineFault> unknown = TakeFromArticles(kind, file.records, articles.warehouse);
+    for (const LineFault& fault : unknown) unknown_articles_.push_back(told(fault));
+    const std::vector<LineFault> missing = FindMissingOfArticles(kind, file.records, left_out, unknown);
     if (!missing.empty()) throw Error(told(missing.front()));
   }
   const DocumentDigits digits = DocumentDigits::OfApplication();

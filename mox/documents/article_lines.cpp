@@ -134,17 +134,22 @@ std::vector<LineFault> TakeFromArticles(const DocumentKind& kind, RecordSet& goo
 }
 
 std::vector<LineFault> FindMissingOfArticles(const DocumentKind& kind, const RecordSet& goods,
-                                             const std::vector<std::string_view>& required) {
+                                             const std::vector<std::string_view>& required,
+                                             const std::vector<LineFault>& unknown) {
   std::vector<LineFault> missing;
+  auto untold = unknown.begin();  // in the order of the lines
   const ArticleNames names(goods);
   std::size_t number = 0;
   for (const RecordRow& line : goods.Rows()) {
     ++number;
     const ArticleName name = names.Of(line);
+    while (untold != unknown.end() && untold->line < number) ++untold;
+    const bool is_unknown = untold != unknown.end() && untold->line == number;
+    const std::string why = is_unknown ? untold->message : "no article says it";
     for (const std::string_view field : FieldsOfArticles(kind)) {
       const bool has_to = std::find(required.begin(), required.end(), field) != required.end();
       if ((name.IsEmpty() && !has_to) || !line.IsNull(*goods.FindFieldIndex(field))) continue;
-      missing.push_back({number, std::string(field), "is empty, and no article says it"});
+      missing.push_back({number, std::string(field), "is empty, and " + why});
     }
   }
   return missing;

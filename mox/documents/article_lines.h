@@ -32,9 +32,11 @@ std::vector<LineFault> TakeFromArticles(const DocumentKind& kind, RecordSet& goo
                                         std::optional<std::int64_t> warehouse);
 
 /// The lines that have neither a rate nor a price of their own (FieldsOfArticles) nor an article that has
-/// one, as far as they name an article or `required` says that every line has to.
+/// one, as far as they name an article or `required` says that every line has to. `unknown` is what
+/// TakeFromArticles answered: such a line's article is told with what it lacks.
 std::vector<LineFault> FindMissingOfArticles(const DocumentKind& kind, const RecordSet& goods,
-                                             const std::vector<std::string_view>& required);
+                                             const std::vector<std::string_view>& required,
+                                             const std::vector<LineFault>& unknown);
 
 /// The only warehouse in use, which a document moves whose header names none; none where there are several.
 std::optional<std::int64_t> OnlyWarehouse();
