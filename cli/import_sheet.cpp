@@ -78,6 +78,7 @@ SheetText ReadImportSheet(const FileText& file, const SheetArguments& arguments,
   LayoutOptions layout{HeadingOf(arguments), {}, App().Locale().Settings()};
   const SheetChoice choice{arguments.sheet, columns.size(), EncodingOf(arguments)};
   if (!arguments.map.empty()) {
+    if (IsNamedPipe(arguments.map)) throw Error(arguments.map + ": is a pipe and not a file");
     layout.map = ReadColumnMap({arguments.map, ReadWholeFile(arguments.map)}, columns);
     session.files.Keep(arguments.map, "the map of headings");
   }

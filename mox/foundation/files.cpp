@@ -182,6 +182,11 @@ void ReplaceFile(const std::string& path, std::string_view bytes, FileAccess acc
   }
 }
 
+bool IsNamedPipe(const std::string& path) {
+  std::error_code error;
+  return !path.starts_with("/dev/") && fs::is_fifo(path, error);
+}
+
 bool RemoveFile(const std::string& path) {
   std::error_code error;
   fs::remove(path, error);

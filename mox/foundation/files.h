@@ -30,6 +30,10 @@ void ReplaceFile(const std::string& path, std::string_view bytes, FileAccess acc
 /// it is opened.
 std::filesystem::path BehindLinks(std::filesystem::path path);
 
+/// Whether a path names a pipe of a folder, where whoever opens it waits for another program. A pipe that
+/// this program was given open is none: it stands in "/dev", as "/dev/stdin" and "/dev/fd/3" do.
+bool IsNamedPipe(const std::string& path);
+
 /// Removes a file, if there is one. False when it is still there.
 bool RemoveFile(const std::string& path);
 

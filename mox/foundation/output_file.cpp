@@ -74,6 +74,7 @@ void OutputFiles::Require(const std::string& path, const OutputKind& kind) const
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
   if (fs::is_directory(status)) throw Error(path + ": is a folder");
+  if (IsNamedPipe(path)) throw Error(path + ": is a pipe and not a file");
   if (!fs::is_regular_file(status)) return;
   const std::string beginning = BeginningOf(path);
   if (beginning.empty()) return;

@@ -36,6 +36,7 @@ class OutputFilesTest : public testing::Test {
     fs::create_symlink("stara.txt", "na_staru.txt");
     fs::create_symlink("baza.db-wal", "viseca.txt");
     fs::create_directory("mapa");
+    ::mkfifo("cijev", 0600);
     files_.Keep("baza.db", "the company database");
     files_.Keep("ulaz.csv", "the sheet");
     files_.Keep("jos_nema.ini", "the settings file");
@@ -63,6 +64,7 @@ TEST_F(OutputFilesTest, LeavesEveryOtherFileAsItIs) {
       {"jos_nema.ini", "is the settings file"},
       {"pismo.txt", "is there already and is not a list"},
       {"mapa", "is a folder"},
+      {"cijev", "is a pipe and not a file"},
       {"", "the name of the file for a list is empty"},
       {"stara.txt", nullptr},
       {"na_staru.txt", nullptr},
