@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <istream>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <vector>
 
@@ -162,8 +163,9 @@ class ImportSession : public ImportGridView {
 
   /// Where the rows stand in the sheet.
   const std::vector<std::size_t>& Numbers() const { return sheet_.numbers; }
-  /// The file was imported before, and the user did not say that he knows.
-  bool IsRepeated() const { return repeated_; }
+  /// Of a file that was imported before, where the user did not say that he knows: which import it was.
+  const std::optional<std::string>& Before() const { return before_; }
+  bool WroteFaults() const { return wrote_faults_; }
 
  private:
   // A file that was imported before is stored once more only where the user wants that; the server sees to
@@ -176,7 +178,7 @@ class ImportSession : public ImportGridView {
                      ShowVelorDialog(TVCustomDialogType::kConfirmation, "import", origin.file,
                                      "was imported before (" + before->description +
                                          "). Import it once more?") == kDialogYes;
-      repeated_ = !origin.again;
+      if (!origin.again) before_ = before->description;
     }
     form.SetOrigin(origin);
   }
@@ -209,6 +211,7 @@ class ImportSession : public ImportGridView {
   void WriteFaults(const TfrmImportGrid& form) {
     try {
       session_.files.Write(arguments_.faults, FaultFile(form), arguments_.FaultKind());
+      wrote_faults_ = true;
     } catch (const Error& error) {
       session_.err << (form.Faults().empty() ? "mox: warning: " : "mox: ") << OnOneLine(error.what())
                    << std::endl;
@@ -219,21 +222,28 @@ class ImportSession : public ImportGridView {
   Session& session_;
   ProgressBar bar_;
   SheetText sheet_;
-  bool repeated_ = false;
+  std::optional<std::string> before_;
+  bool wrote_faults_ = false;
 };
 
 constexpr std::size_t kMostShown = 50;  // faults
 
-void ReportFaults(const TfrmImportGrid& form, RowNumbers numbers, Session& session) {
+void ReportFaults(const ImportArguments& arguments, const TfrmImportGrid& form, const ImportSession& user,
+                  Session& session) {
+  const RowNumbers numbers = user.Numbers();
   RecordSet table = FaultTable(form, numbers, kMostShown);
   AppendTable(table, {}, session.out);
   session.err << "mox: " << FaultyRows(form) << " of " << Rows(numbers.size())
               << " faulty, nothing was stored";
   if (form.Faults().size() > kMostShown) {
-    session.err << "; the first " << kMostShown << " of " << form.Faults().size()
-                << " faults are shown (--faults FILE takes all of them)";
+    session.err << "; the first " << kMostShown << " of " << form.Faults().size() << " faults are shown";
+    if (arguments.faults.empty()) session.err << " (--faults FILE takes all of them)";
+    if (user.WroteFaults()) session.err << " (" << OnOneLine(arguments.faults) << " has all of them)";
   }
   session.err << std::endl;
+  if (user.Before()) {
+    session.err << "mox: " << OnOneLine("the same file was imported before: " + *user.Before()) << std::endl;
+  }
   session.valid = false;
 }
 
@@ -285,13 +295,13 @@ void RunImport(const ImportArguments& arguments, const ImportProfile& profile, S
   form.ShowModal();
   switch (form.Outcome()) {
     case ImportOutcome::kFaulty:
-      return ReportFaults(form, user.Numbers(), session);
+      return ReportFaults(arguments, form, user, session);
     case ImportOutcome::kStored:
       break;
     case ImportOutcome::kRefused:
       if (!form.Faults().empty()) return ReportRefusedCell(form, user.Numbers(), session);
       throw Error("nothing was stored: " + form.Refusal() +
-                  (user.IsRepeated() ? " (--again stores it once more)" : ""));
+                  (user.Before() ? " (--again stores it once more)" : ""));
     case ImportOutcome::kDeclined:
       throw Error("nothing was stored: the confirmation was not answered with yes (--yes answers it)");
     default:
@@ -379,6 +389,8 @@ void Declare(Options& options) {
                 "marked, drop-down lists of the database where --db names one; with the\n"
                 "rows of FILE where it is given");
   options.Flag("--columns", arguments->columns, "print the profile's columns and their checks as a file");
+  options.Alone("--journal", {});
+  options.Alone("--undo", {"--check"});
   options.Run([arguments](Session& session) {
     if (arguments->path.empty() && arguments->workbook.empty()) arguments->path = "-";
     Run(*arguments, session);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/command.h"
@@ -26,12 +27,15 @@ class Options {
   void Value(const char* name, std::string& value, const char* value_name, const char* help);
   /// The same for an option that can be repeated.
   void Values(const char* name, std::vector<std::string>& values, const char* value_name, const char* help);
-  /// What the command does.
+  /// Where the option `name` is given, no other of the command may be but those of `with`.
+  void Alone(const char* name, std::vector<std::string> with);
+  /// What the command does. The last of the calls.
   void Run(Action action);
 
  private:
   CLI::App& app_;
   Action& action_;
+  std::vector<std::pair<std::string, std::vector<std::string>>> alone_;
 };
 
 }  // namespace mox

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -254,12 +255,24 @@ TEST(ImportFaults, OfLargeSheetsAreShownInPartAndWrittenWhole) {
             1);
   const std::string shown = out.str();
   EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 2 + 50);
-  EXPECT_THAT(err.str(),
-              testing::HasSubstr("30 of 30 rows faulty, nothing was stored; the first 50 of 60 faults"));
+  EXPECT_THAT(
+      err.str(),
+      testing::HasSubstr("30 of 30 rows faulty, nothing was stored; the first 50 of 60 faults are shown (" +
+                         folder + "greske.txt has all of them)"));
   std::string expected;
   for (int row = 1; row <= 30; ++row)
     expected += Text(row) + "\t Lookup:PTT:nema Lookup:MJESTO:" + place + "\n";
   EXPECT_EQ(ReadWholeFile(folder + "greske.txt"), expected);
+  // A pipe that nobody serves is not waited for.
+  ASSERT_EQ(::mkfifo((folder + "cijev").c_str(), 0600), 0);
+  for (const char* const option : {"--map", "--save-map", "--faults"}) {
+    std::ostringstream refusal;
+    EXPECT_EQ(mox::Run({"import", "PARTNERPTT", folder + "list.tsv", "--check", option, folder + "cijev",
+                        "--db", folder + "tvrtka.db"},
+                       in, out, refusal),
+              1);
+    EXPECT_EQ(refusal.str(), "mox: " + folder + "cijev: is a pipe and not a file\n") << option;
+  }
   std::filesystem::remove_all(folder);
 }
 
