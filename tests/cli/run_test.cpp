@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <regex>
 #include <sstream>
@@ -38,6 +39,21 @@ TEST(Run, FailsWhenItsResultCannotBeWritten) {
   EXPECT_EQ(mox::Run({"round", "1", "0"}, in, out, err), 1);
   EXPECT_EQ(mox::Run({"--help"}, in, out, err), 1);
   EXPECT_EQ(err.str(), "mox: standard output cannot be written\nmox: standard output cannot be written\n");
+}
+
+// As the pipe of a program that has read enough.
+TEST(Run, EndsQuietlyWhereNobodyReads) {
+  struct Closed : std::streambuf {
+    std::streamsize xsputn(const char* /*bytes*/, std::streamsize /*count*/) override {
+      errno = EPIPE;
+      return 0;
+    }
+  } closed;
+  std::istringstream in;
+  std::ostream out(&closed);
+  std::ostringstream err;
+  EXPECT_EQ(mox::Run({"round", "1", "0"}, in, out, err), 1);
+  EXPECT_EQ(err.str(), "");
 }
 
 // A second attempt of the same key answers what the first one stored.
@@ -122,7 +138,9 @@ TEST(Run, HelpsWithEachCommand) {
 
 // Every listed function can be named, and every listed kind.
 TEST(Run, ListsWhatItKnows) {
-  std::istringstream functions(RunWith({"calc", "--list"}).out);
+  const std::string list = RunWith({"calc", "--list"}).out;
+  EXPECT_EQ(Found(list, "(?:^|\n\n)([a-z ]+\n  )").size(), 4U) << "groups";
+  std::istringstream functions(list);
   std::size_t count = 0;
   for (std::string line; std::getline(functions, line);) {
     if (!line.starts_with("  ")) continue;
