@@ -170,6 +170,9 @@ TEST(Spreadsheets, ThatCannotBeReadSayWhy) {
   without.erase("xl/worksheets/sheet1.xml");
   EXPECT_EQ(Read(Zip(without)),
             "! : the file is damaged (xl/worksheets/sheet1.xml: the part is missing)" + again);
+  without["xl/worksheets/sheet1.xml"] = "<chartsheet/>";
+  EXPECT_EQ(Read(Zip(without)),
+            "! : the file is damaged (xl/worksheets/sheet1.xml: byte 13: it is no sheet)" + again);
 
   const std::string whole = Zip(Workbook("<row><c><v>1</v></c></row>"), {.compression = ZIP_CM_STORE});
   EXPECT_EQ(Read(whole.substr(0, whole.size() / 2)).substr(0, 39), "! : the file is damaged or incomplete (");
