@@ -184,11 +184,12 @@ std::optional<KindOfPay> PayOf(Database& database, const RecordSet& header, Tabl
   return pay;
 }
 
-// An invoice is paid as its header says, else as its kind of document is.
+// An invoice is paid as its header says, else as its kind of document is; of own use nobody owes anything.
 void AddPayment(Database& database, const DocumentKind& kind, const RecordSet& header, TableRule& rule) {
   const std::optional<KindOfPay> pay = PayOf(database, header, rule);
   if (kind.is != DocumentClass::kInvoice) return;
-  rule.constants.emplace_back("placeno_odmah", pay ? pay->at_once : !kind.is_paid_later);
+  const bool is_later = pay ? !pay->at_once : kind.is_paid_later;
+  rule.constants.emplace_back("placeno_odmah", kind.is_own_use || !is_later);
 }
 
 // What is to be paid, which the header may say too.
