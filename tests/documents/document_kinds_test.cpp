@@ -305,8 +305,9 @@ TEST_F(DocumentKindsTest, AllowPricesThatWereRounded) {
 }
 
 // A set with a column to be added is copied, another one taken as it is; either has the line being entered.
+// Columns that the kind does not know change neither its base nor its totals.
 TEST_F(DocumentKindsTest, KeepTheLineThatIsBeingEntered) {
-  for (const char* const columns : {"", "pci rbi1 osnovica pdvi ukupno"}) {
+  for (const char* const columns : {"", "pci rbi1 osnovica pdvi ukupno", "neoporezivo", "pov_naki"}) {
     RecordSet services("Usluge");
     const std::string names = std::string("kolicina pc rbp1 tbr_stp ") + columns;
     for (const std::string_view name : SplitNames(names)) {
@@ -317,11 +318,25 @@ TEST_F(DocumentKindsTest, KeepTheLineThatIsBeingEntered) {
       services.Append();
       services.Set(field::kolicina, 1);
       services.FieldByName("pc").SetFloat(price);
+      services.FieldByName("tbr_stp").SetFloat(25);
+      for (const char* const foreign : {"neoporezivo", "pov_naki"}) {
+        if (auto field = services.FindField(foreign)) field->SetFloat(40);
+      }
     }
     Document document(DocumentKindByName("racun-usluga"), std::nullopt, std::move(services));
     EXPECT_EQ(document.LineCount(), 2U) << columns;
     document.Calculate();
-    EXPECT_EQ(document.ToBePaid(), Currency::Parse("150.00")) << columns;
+    document.Recapitulate();
+    EXPECT_EQ(document.ToBePaid(), Currency::Parse("187.50")) << columns;
+    std::string totals;
+    for (const RecordRow& total : document.Totals().Rows()) {
+      for (std::size_t i = 0; i < 3; ++i) totals += total.AsText(i) + " ";
+    }
+    EXPECT_EQ(
+        totals,
+        "stavke pci 150,00 stavke rbi1 0,00 stavke osnovica 150,00 stavke pdvi 37,50 stavke ukupno 187,50 "
+        "rekapitulacija osnovica 150,00 rekapitulacija porez 37,50 rekapitulacija ukupno 187,50 ")
+        << columns;
   }
 }
 

@@ -130,7 +130,11 @@ TEST_F(StornoTest, AsksBeforeItSellsAgain) {
   EXPECT_TRUE(ConfirmQuantities(document));
   add(1);
   EXPECT_FALSE(document.Store());
-  EXPECT_EQ(host.log.size(), 1U);
+  EXPECT_EQ(FindPositiveQuantity(document.Kind(), document.Goods()), 2U);
+  ASSERT_EQ(host.log.size(), 1U);
+  EXPECT_EQ(host.log.front(),
+            "dialog 1 | Upozorenje | Mogući krivi unos podataka! | Količine storna moraju biti negativne! "
+            "Nastavak rada?");
   EXPECT_TRUE(ConfirmQuantities(document));
   EXPECT_TRUE(ConfirmQuantities(document));
   EXPECT_EQ(host.log.size(), 2U);

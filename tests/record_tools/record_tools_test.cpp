@@ -91,17 +91,25 @@ TEST(RecordTools, AnswersTables) {
           sum.AppendRecord({SumField(records, row[2])});
           return sum.AsText(0);
         }},
-       {"synchronise",  // FIELDS ROWS FIELDS ROWS KEYS
+       {"synchronise",  // FIELDS ROWS FIELDS ROWS KEYS [FILTER]; with one on k, how many records it shows
+                        // then
         [](const Words& row) {
           RecordSet records = Parse(row[0], row[1]);
           const RecordSet other = Parse(row[2], row[3]);
           const std::string before = records.SaveToString();
+          if (row.size() > 5) records.SetFilter("k like '" + row[5] + "'");
+          records.SetFiltered(row.size() > 5);
           try {
             return AfterWriting(records, [&] {
               const auto [inserted, changed, removed] =
                   SynchroniseRecords(records, other, Views(Split(row[4], ',')));
+              std::string shows;
+              if (records.IsFiltered()) {
+                shows = "(" + std::to_string(records.RecordCount()) + ") ";
+                records.SetFiltered(false);
+              }
               return "+" + std::to_string(inserted) + " *" + std::to_string(changed) + " -" +
-                     std::to_string(removed) + " ";
+                     std::to_string(removed) + " " + shows;
             });
           } catch (const Error&) {
             EXPECT_EQ(records.SaveToString(), before);
