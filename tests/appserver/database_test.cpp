@@ -85,6 +85,8 @@ TEST_F(DatabaseTest, AnswersTables) {
             statement.Bind(0, HUGE_VAL);
           } else if (row[1] == "year 10000") {
             statement.Bind(0, Date{2932897});
+          } else if (row[1] == "one more") {
+            statement.Bind(1, row[1]);
           } else {
             statement.Bind(0, row[1]);
           }
