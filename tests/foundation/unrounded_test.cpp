@@ -183,6 +183,7 @@ TEST(Unrounded, NeedsItsBound) {
     ForEachShape([&](const char*, auto make, auto solve) {
       ForEachHalf(cases, make, solve, [&](const auto& form, const Operation& of) {
         Currency rounded;
+        if (std::fabs(form.Near()) > 0x1p62) return;  // no currency; only too small a bound would decide it
         if (!RoundInDouble(form, of.decimals, rounded, roundoff)) return;
         ++all.certain;
         const std::string exactly = Outcome([&] { return RoundExactly(form, of.decimals); });
