@@ -40,8 +40,8 @@ class Partners {
   std::int64_t Scan(const std::string& text) {
     return PlainStatement(file_.plain(), "SELECT id FROM par WHERE naziv LIKE '%" + text + "%'").Run();
   }
-  // A part that few names have.
-  std::string Part() { return file_.Text("SELECT substr(naziv, 16, 5) FROM par WHERE id = 123456"); }
+  // A part that few names have, and no code: it has letters among its digits.
+  std::string Part() { return file_.Text("SELECT substr(naziv, 16, 5) FROM par WHERE sifra = '123555'"); }
 
  private:
   CompanyFile file_;
