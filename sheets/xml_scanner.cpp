@@ -174,7 +174,8 @@ void XmlScanner::CheckDeclaration(std::string_view instruction) const {
   if (!instruction.starts_with("<?xml ")) return;
   const std::size_t at = instruction.find("encoding=");
   if (at == std::string_view::npos) return;
-  const std::string_view value = instruction.substr(at + 10, 5);
+  // behind the name, the sign and the quote; nothing where the declaration ends before
+  const std::string_view value = instruction.substr(std::min(at + 10, instruction.size()), 5);
   if (!SameName(value, "utf-8") && !SameName(value, "us-as")) Fail("the XML is not UTF-8");
 }
 
