@@ -11,7 +11,7 @@ namespace mox {
 namespace {
 
 constexpr std::size_t kFirstBuffer = 256 * 1024;
-constexpr std::size_t kMostToken = 16 * 1024 * 1024;
+constexpr std::size_t kMostToken = std::size_t{16} * 1024 * 1024;
 constexpr std::size_t kMostDepth = 256;
 constexpr std::string_view kBlanks = " \t\r\n";
 
