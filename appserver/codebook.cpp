@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <limits>
 
+#include "appserver/fold.h"
 #include "mox/codes/control_digits.h"
 #include "mox/foundation/exchange_text.h"
 #include "mox/foundation/text.h"

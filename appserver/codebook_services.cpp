@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "appserver/codebook.h"
+#include "appserver/fold.h"
 #include "mox/foundation/text.h"
 
 // What is read of codebooks.
@@ -193,9 +194,9 @@ void FillColumns(Database& database, const ServiceInputs& /*inputs*/, RecordSet&
   }
 }
 
-std::vector<ReadService> MakeServices() {
+std::vector<NamedService> MakeServices() {
   static std::deque<std::string> names;
-  std::vector<ReadService> services = {
+  std::vector<NamedService> services = {
       {"Kat\\Sifarnici",
        "",
        "the codebooks and their columns",
@@ -212,8 +213,8 @@ std::vector<ReadService> MakeServices() {
 
 }  // namespace
 
-std::span<const ReadService> CodebookServices() {
-  static const std::vector<ReadService> services = MakeServices();
+std::span<const NamedService> CodebookServices() {
+  static const std::vector<NamedService> services = MakeServices();
   return services;
 }
 

@@ -2,11 +2,11 @@
 
 #include <span>
 
-#include "appserver/read_service.h"
+#include "appserver/named_service.h"
 
 namespace mox {
 
 /// Those of the codebooks, one each, and the one that lists them.
-std::span<const ReadService> CodebookServices();
+std::span<const NamedService> CodebookServices();
 
 }  // namespace mox

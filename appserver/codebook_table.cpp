@@ -1,4 +1,5 @@
-#include "appserver/codebook.h"
+#include "appserver/codebook_table.h"
+
 #include "appserver/key_rules.h"
 #include "mox/foundation/find_row.h"
 #include "mox/foundation/text.h"

@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "appserver/codebook.h"
+#include "appserver/fold.h"
 #include "appserver/row_uses.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"

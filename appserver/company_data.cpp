@@ -4,6 +4,7 @@
 #include <array>
 
 #include "appserver/e_invoice.h"
+#include "appserver/fold.h"
 #include "mox/codes/control_digits.h"
 #include "mox/foundation/find_row.h"
 #include "mox/foundation/secrets.h"

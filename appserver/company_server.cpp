@@ -5,8 +5,8 @@
 
 #include "appserver/company_transactions.h"
 #include "appserver/e_invoice.h"
+#include "appserver/named_service_table.h"
 #include "appserver/named_transaction_table.h"
-#include "appserver/read_service_table.h"
 #include "appserver/retail_sizes.h"
 #include "appserver/search_index.h"
 #include "appserver/service_info.h"
@@ -44,12 +44,12 @@ std::unique_ptr<TAstaParamList> CompanyServer::Answer(const TAstaParamList& requ
     answers->FastAdd(kRetailSizesService.answers, FindRetailSizes(database_, request));
     return answers;
   }
-  const ReadService* const row = FindRow(ReadServiceTable(), service);
+  const NamedService* const row = FindRow(NamedServiceTable(), service);
   if (row == nullptr) {
     Tell("unknown service " + std::string(service));
     return nullptr;
   }
-  return RunReadService(*row, database_, request, company_);
+  return RunNamedService(*row, database_, request, company_);
 }
 
 std::unique_ptr<TAstaParamList> CompanyServer::ReportDataService(const TAstaParamList& request,

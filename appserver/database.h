@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "appserver/statement.h"
 #include "mox/foundation/error.h"
 #include "mox/foundation/field.h"
 #include "mox/foundation/record_set.h"
@@ -43,37 +44,6 @@ struct Reference {
 Columns ParseColumns(std::string_view columns);
 /// Null where there is none of that name.
 const FieldDef* FindColumn(const Columns& columns, std::string_view name);
-
-/// One prepared SQL statement. Its parameters are `:name`s in the SQL; they are bound by position, in the
-/// order in which they first appear, each with the kind it was prepared with. What is bound stays bound until
-/// it is bound anew.
-class Statement {
- public:
-  Statement(Statement&& other) noexcept;
-  Statement& operator=(Statement&& other) noexcept;
-  ~Statement();
-
-  void BindNull(std::size_t index);
-  /// Converted to the parameter's kind; a blank text for anything but a text is null. Raises ConversionError,
-  /// also for a text with a NUL character, and Overflow.
-  void Bind(std::size_t index, const Value& value);
-  void BindText(std::size_t index, std::string_view text);
-  /// A field of a record, without building a value where the kinds are the same.
-  void Bind(std::size_t index, const RecordRow& row, std::size_t field);
-
-  /// Rows changed.
-  std::int64_t Execute();
-  /// Executes an INSERT ... RETURNING of one integer, and answers it.
-  std::int64_t ExecuteForKey();
-  /// Appends a record to an open set for each row; the columns fill the fields in their order.
-  void ExecuteInto(RecordSet& answer);
-
- private:
-  friend class Database;
-  struct Impl;
-  explicit Statement(std::unique_ptr<Impl> impl);
-  std::unique_ptr<Impl> impl_;
-};
 
 /// Whether a new database begins with a made-up company, its partners and an article, or with reference data
 /// alone.
@@ -153,15 +123,6 @@ class Database {
   explicit Database(std::shared_ptr<DatabaseConnection> connection) : connection_(std::move(connection)) {}
   std::shared_ptr<DatabaseConnection> connection_;
 };
-
-/// A text as `fold(column)` has it.
-std::string FoldKey(std::string_view text);
-/// The folded texts under which the database may hold a text that equals this one without regard to letter
-/// case and to blanks at its ends; usually one. A column's folding makes the capitals of Croatian and its
-/// neighbours small; a text with letters of other alphabets may stand as given, in small letters, in
-/// capitals, or with capitals at its beginning or at that of each word. None for a text that no database
-/// holds.
-std::vector<std::string> FoldKeys(std::string_view text);
 
 /// All queries of its lifetime see the database as it was at the first one, whatever other processes write.
 class [[nodiscard]] ReadTransaction {

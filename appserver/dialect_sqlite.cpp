@@ -6,7 +6,7 @@
 #include "appserver/fold.h"
 #include "appserver/search_index.h"
 #include "appserver/sqlite_files.h"
-#include "appserver/statement.h"
+#include "appserver/statement_impl.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 

@@ -1,5 +1,6 @@
 #include "appserver/document_list.h"
 
+#include "appserver/fold.h"
 #include "mox/foundation/text.h"
 
 namespace mox {
@@ -72,8 +73,8 @@ void FillDocuments(Database& database, const ServiceInputs& inputs, RecordSet& a
 
 }  // namespace
 
-const ReadService& DocumentListService() {
-  static const ReadService service = {
+const NamedService& DocumentListService() {
+  static const NamedService service = {
       "Dokumenti",
       "vrsta?:text,godina?:integer,od?:date,do?:date,par_id?:integer,trazi?:text",
       "the stored documents, of a kind, a year, a period, a partner, or with a text (in the partner's name, "

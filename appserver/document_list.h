@@ -1,10 +1,10 @@
 #pragma once
 
-#include "appserver/read_service.h"
+#include "appserver/named_service.h"
 
 namespace mox {
 
 /// The service "Dokumenti".
-const ReadService& DocumentListService();
+const NamedService& DocumentListService();
 
 }  // namespace mox

@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "appserver/company_data.h"
+#include "appserver/named_service.h"
 #include "appserver/named_transaction.h"
-#include "appserver/read_service.h"
 #include "mox/foundation/secrets.h"
 
 namespace mox {

@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "appserver/fold.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 #include "mox/import/import_profiles.h"

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "appserver/fold.h"
 #include "appserver/import_catalogue.h"
 #include "appserver/row_digests.h"
 #include "mox/foundation/clock.h"

@@ -20,15 +20,6 @@ inline constexpr std::string_view kImportedRows = "adsForDBSave";
 std::optional<RecordSet> StoreImport(const NamedTransaction& transaction, Database& database,
                                      const SentRecordSets& sent);
 
-/// Takes back the import that "id" of the record set "adsUvoz" names: its rows are deleted, changed ones get
-/// back what they had. Raises WriteRefused that names them where rows were changed, are gone or are referred
-/// to since.
-std::optional<RecordSet> UndoImport(const NamedTransaction& transaction, Database& database,
-                                    const SentRecordSets& sent);
-
-/// The transaction that takes imports back.
-const NamedTransaction& UndoImportTransaction();
-
 /// Now, to the second, and such a moment for people: "2024-03-01 10:00:00".
 DateTime JournalMoment();
 std::string JournalMomentText(DateTime moment);

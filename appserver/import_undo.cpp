@@ -1,3 +1,5 @@
+#include "appserver/import_undo.h"
+
 #include <algorithm>
 
 #include "appserver/import_journal.h"

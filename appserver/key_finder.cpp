@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "appserver/fold.h"
 #include "appserver/table_writer.h"
 #include "mox/foundation/text.h"
 

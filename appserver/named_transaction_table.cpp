@@ -4,9 +4,9 @@
 #include "appserver/company_transactions.h"
 #include "appserver/document_transactions.h"
 #include "appserver/e_invoice.h"
-#include "appserver/import_journal.h"
 #include "appserver/import_transactions.h"
-#include "appserver/open_items.h"
+#include "appserver/import_undo.h"
+#include "appserver/money_transactions.h"
 #include "appserver/rate_transactions.h"
 
 namespace mox {

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -35,8 +34,5 @@ inline constexpr std::string_view kConfirmations = "Potvrde";
 /// A storno takes back the debt of the document that it cancels; what was paid of it stays to the partner's
 /// credit.
 void CloseItem(Database& database, std::int64_t cancelled_id, std::int64_t storno_id);
-
-/// Those that store payments.
-std::span<const NamedTransaction> MoneyTransactionTable();
 
 }  // namespace mox

@@ -3,6 +3,7 @@
 #include <map>
 #include <utility>
 
+#include "appserver/fold.h"
 #include "mox/foundation/exchange_text.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"

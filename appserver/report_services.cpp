@@ -349,7 +349,7 @@ void FillMovements(Database& database, const ServiceInputs& inputs, RecordSet& a
       {inputs["od"], inputs["do"]});
 }
 
-const ReadService kServices[] = {
+const NamedService kServices[] = {
     {"Izvjestaj\\Saldo",
      "od?:date,do?:date",
      "what partners owe at the end of a period, and what they came to owe and paid in it; without days, now",
@@ -382,6 +382,6 @@ const ReadService kServices[] = {
 
 }  // namespace
 
-std::span<const ReadService> ReportServices() { return kServices; }
+std::span<const NamedService> ReportServices() { return kServices; }
 
 }  // namespace mox

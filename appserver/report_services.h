@@ -2,11 +2,11 @@
 
 #include <span>
 
-#include "appserver/read_service.h"
+#include "appserver/named_service.h"
 
 namespace mox {
 
 /// Sums over stored documents: turnover, tax, balances of partners, stock.
-std::span<const ReadService> ReportServices();
+std::span<const NamedService> ReportServices();
 
 }  // namespace mox

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "appserver/codebook.h"
+#include "appserver/named_service_table.h"
 #include "appserver/named_transaction_table.h"
-#include "appserver/read_service_table.h"
 #include "mox/foundation/find_row.h"
 #include "mox/foundation/text.h"
 
@@ -26,7 +26,7 @@ std::string_view JoinNames(const Items& items, const MayBeLeftOut& may_be_left_o
 
 std::vector<ServiceInfo> DescribeReadServices() {
   std::vector<ServiceInfo> services;
-  for (const ReadService& service : ReadServiceTable()) {
+  for (const NamedService& service : NamedServiceTable()) {
     services.push_back({service.name, service.inputs,
                         JoinNames(service.answers, [](const ServiceAnswer&) { return false; }),
                         service.summary});
@@ -142,7 +142,7 @@ std::span<const ServiceInfo> NamedTransactions() {
 
 std::vector<RecordSetInfo> RecordSetsOf(const ServiceInfo& service, Database& database) {
   std::vector<RecordSetInfo> record_sets;
-  if (const ReadService* const row = FindRow(ReadServiceTable(), service.name)) {
+  if (const NamedService* const row = FindRow(NamedServiceTable(), service.name)) {
     for (const ServiceAnswer& answer : row->answers) {
       record_sets.push_back({std::string(answer.name), false, ColumnsOf(answer, database)});
     }

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "appserver/database.h"
-#include "appserver/service_inputs.h"
+#include "appserver/declared_inputs.h"
 
 namespace mox {
 

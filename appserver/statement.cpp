@@ -1,9 +1,8 @@
-#include "appserver/statement.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
+#include "appserver/statement_impl.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 

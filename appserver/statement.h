@@ -1,49 +1,43 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
-#include <span>
-#include <string>
 #include <string_view>
-#include <vector>
 
-#include "appserver/connection.h"
-#include "appserver/database.h"
-#include "appserver/soci_headers.h"
-#include "appserver/sql_text.h"
+#include "mox/foundation/field.h"
+#include "mox/foundation/record_set.h"
 
 namespace mox {
 
-/// Where a value passes between the database and the program, in the form in which the database has it.
-struct ValueSlot {
-  FieldKind kind = FieldKind::kText;
-  soci::indicator indicator = soci::i_null;
-  double number = 0;                  // floats, currencies
-  long long integer = 0;              // integers, Booleans
-  std::string text;                   // texts, dates, moments
-  std::unique_ptr<soci::blob> bytes;  // binaries
-};
+/// One prepared SQL statement. Its parameters are `:name`s in the SQL; they are bound by position, in the
+/// order in which they first appear, each with the kind it was prepared with. What is bound stays bound until
+/// it is bound anew.
+class Statement {
+ public:
+  Statement(Statement&& other) noexcept;
+  Statement& operator=(Statement&& other) noexcept;
+  ~Statement();
 
-struct Statement::Impl {
-  Impl(DatabaseConnection& connection, std::string sql, std::span<const FieldKind> kinds);
+  void BindNull(std::size_t index);
+  /// Converted to the parameter's kind; a blank text for anything but a text is null. Raises ConversionError,
+  /// also for a text with a NUL character, and Overflow.
+  void Bind(std::size_t index, const Value& value);
+  void BindText(std::size_t index, std::string_view text);
+  /// A field of a record, without building a value where the kinds are the same.
+  void Bind(std::size_t index, const RecordRow& row, std::size_t field);
 
-  ValueSlot& Parameter(std::size_t index);
-  /// Makes the statement ready to answer columns of these kinds.
-  void Expect(std::span<const FieldKind> kinds);
-  /// Executes; true when there is a row.
-  bool Execute();
-  bool Fetch();
-
-  DatabaseConnection& connection;
-  std::string sql;
-  ParameterNames names;
-  bool changes_rows = false;
-  std::vector<ValueSlot> parameters;
-  std::vector<ValueSlot> answer;
-  std::unique_ptr<soci::statement> statement;
-  bool bound = false;
+  /// Rows changed.
+  std::int64_t Execute();
+  /// Executes an INSERT ... RETURNING of one integer, and answers it.
+  std::int64_t ExecuteForKey();
+  /// Appends a record to an open set for each row; the columns fill the fields in their order.
+  void ExecuteInto(RecordSet& answer);
 
  private:
-  void Prepare();
+  friend class Database;
+  struct Impl;
+  explicit Statement(std::unique_ptr<Impl> impl);
+  std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace mox

@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "appserver/fold.h"
 #include "mox/foundation/text.h"
 
 namespace mox {

@@ -1,5 +1,6 @@
 #include "appserver/stock_services.h"
 
+#include "appserver/fold.h"
 #include "mox/documents/document_kinds.h"
 
 namespace mox {
@@ -50,7 +51,7 @@ LEFT JOIN skl_stanje s ON s.art_id = a.id AND s.skl_id = :skl_id
 WHERE (:art_id IS NOT NULL AND a.id = :art_id) OR (:art_id IS NULL AND fold(a.sifra) = :kljuc)
 ORDER BY a.id LIMIT 1)";
 
-const ReadService kServices[] = {
+const NamedService kServices[] = {
     {"ArtiklZaStavku",
      "sifra?:text,art_id?:integer,skl_id?:integer",
      "what a document line takes from the article that it names: tax rate, prices, the average purchase "
@@ -82,7 +83,7 @@ std::string KindsThatMove(StockDirection direction) {
 
 }  // namespace
 
-std::span<const ReadService> StockServices() { return kServices; }
+std::span<const NamedService> StockServices() { return kServices; }
 
 void CheckStock(Database& database, std::vector<DatabaseFinding>& findings) {
   const Columns columns = ParseColumns("gdje,sto");

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "appserver/codebook.h"
+#include "appserver/fold.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 

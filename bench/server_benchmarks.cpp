@@ -11,6 +11,7 @@
 #include <random>
 #include <stdexcept>
 
+#include "appserver/fold.h"
 #include "bench/company_files.h"
 #include "mox/foundation/app.h"
 #include "mox/import/import_check.h"

@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "appserver/company_server.h"
+#include "appserver/fold.h"
 #include "appserver/open_items.h"
 #include "cli/service_request.h"
 #include "mox/documents/storno.h"

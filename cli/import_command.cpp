@@ -13,7 +13,7 @@
 #include "cli/command.h"
 #include "cli/host.h"
 #include "cli/import_faults.h"
-#include "cli/import_journal.h"
+#include "cli/import_history.h"
 #include "cli/import_sheet.h"
 #include "cli/import_workbook.h"
 #include "cli/locale_argument.h"
@@ -347,7 +347,7 @@ void Run(const ImportArguments& arguments, Session& session) {
   if (arguments.list) return ListProfiles(session.out);
   if (arguments.journal) return ListImports(session);
   if (!arguments.undo.empty()) {
-    return UndoImport(IntegerArgument("--undo", arguments.undo), arguments.check, session);
+    return TakeImportBack(IntegerArgument("--undo", arguments.undo), arguments.check, session);
   }
   const ImportProfile& profile = FindProfile(arguments.key);
   if (!arguments.workbook.empty()) return WriteTemplate(arguments, profile, session);

@@ -4,6 +4,7 @@
 #include "cli/column_check.h"
 #include "cli/command.h"
 #include "cli/suggestions.h"
+#include "mox/calculations/special_procedures.h"
 #include "mox/calculations/vat_recapitulation.h"
 
 namespace mox {

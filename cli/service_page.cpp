@@ -33,7 +33,7 @@ void Append(const ServiceInfo& service, Database& database, bool is_transaction,
   out.append("## `").append(service.name).append("`\n\n").append(service.summary).append("\n\n");
   if (!is_transaction) {
     std::string_view separator = "- inputs: ";
-    for (const ServiceInput& input : ParseInputs(service.inputs)) {
+    for (const DeclaredInput& input : ParseDeclaredInputs(service.inputs)) {
       out.append(separator).append(Shown(input)).append(input.may_be_left_out ? kLeftOut : "");
       separator = ", ";
     }

@@ -19,7 +19,7 @@ std::string KindInCapitals(FieldKind kind) {
 // " skl_id=INTEGER [val_ozn=TEXT]".
 std::string Shown(const ServiceInfo& service, std::string_view value) {
   std::string shown;
-  for (const ServiceInput& input : ParseInputs(service.inputs)) {
+  for (const DeclaredInput& input : ParseDeclaredInputs(service.inputs)) {
     const std::string word =
         input.name + "=" + (value.empty() ? KindInCapitals(input.kind) : std::string(value));
     shown += input.may_be_left_out ? " [" + word + "]" : " " + word;
@@ -65,7 +65,7 @@ std::vector<NamedValue> NamedValues(std::span<const std::string> words) {
 }
 
 std::vector<NamedValue> ValuesFor(const ServiceInfo& service, std::span<const std::string> words) {
-  const std::vector<ServiceInput> inputs = ParseInputs(service.inputs);
+  const std::vector<DeclaredInput> inputs = ParseDeclaredInputs(service.inputs);
   const std::string label(service.name);
   std::vector<NamedValue> values = NamedValues(words);
   for (auto value = values.begin(); value != values.end(); ++value) {
@@ -75,7 +75,7 @@ std::vector<NamedValue> ValuesFor(const ServiceInfo& service, std::span<const st
     }
     if (std::any_of(values.begin(), value, is_it)) throw UsageError(value->name + " is given twice");
   }
-  for (const ServiceInput& input : inputs) {
+  for (const DeclaredInput& input : inputs) {
     const auto is_it = [&input](const NamedValue& value) { return SameName(value.name, input.name); };
     if (!input.may_be_left_out && std::none_of(values.begin(), values.end(), is_it)) {
       throw UsageError(label + ": " + input.name + "= is required");
@@ -87,7 +87,7 @@ std::vector<NamedValue> ValuesFor(const ServiceInfo& service, std::span<const st
 TAstaParamList RequestFor(const ServiceInfo& service, std::span<const std::string> words) {
   const std::vector<NamedValue> values = ValuesFor(service, words);
   TAstaParamList request;
-  for (const ServiceInput& input : ParseInputs(service.inputs)) {
+  for (const DeclaredInput& input : ParseDeclaredInputs(service.inputs)) {
     if (const std::string* const text = FindValue(values, input.name)) {
       request.FastAdd(input.name, InputValue(input, *text));
     }

@@ -1,5 +1,6 @@
+#include "mox/calculations/special_procedures.h"
+
 #include "mox/calculations/line_formulas_internal.h"
-#include "mox/calculations/vat_recapitulation.h"
 #include "mox/calculations/walks_internal.h"
 #include "mox/foundation/app.h"
 #include "mox/foundation/rounding.h"

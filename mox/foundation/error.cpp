@@ -1,7 +1,5 @@
 #include "mox/foundation/error.h"
 
-#include "mox/foundation/real.h"
-
 namespace mox {
 
 FieldNotFound::FieldNotFound(std::string_view field, std::string_view record_set)
@@ -12,7 +10,5 @@ FieldNotFound::FieldNotFound(std::string_view field, std::string_view record_set
 
 FormatError::FormatError(const std::string& reason, std::size_t offset)
     : Error("byte " + std::to_string(offset) + ": " + reason), offset_(offset) {}
-
-void ThrowDivisionByZero() { throw DivisionByZero(); }
 
 }  // namespace mox

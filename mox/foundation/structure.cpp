@@ -7,35 +7,6 @@
 #include "mox/foundation/text.h"
 
 namespace mox {
-namespace {
-
-constexpr std::array<std::string_view, kFieldKindCount> kKindNames = {
-    "text", "integer", "boolean", "float", "currency", "date", "datetime", "binary"};
-
-}  // namespace
-
-std::string_view KindName(FieldKind kind) { return kKindNames.at(static_cast<std::size_t>(kind)); }
-
-bool KindFromName(std::string_view name, FieldKind& kind) {
-  const auto found = std::find_if(kKindNames.begin(), kKindNames.end(),
-                                  [&](std::string_view known) { return SameName(known, name); });
-  if (found == kKindNames.end()) return false;
-  kind = static_cast<FieldKind>(found - kKindNames.begin());
-  return true;
-}
-
-std::optional<NameId> FindInVocabulary(std::string_view name) {
-  const auto found = std::find_if(kVocabulary.begin(), kVocabulary.end(),
-                                  [&](const VocabularyEntry& entry) { return SameName(entry.name, name); });
-  if (found == kVocabulary.end()) return std::nullopt;
-  return static_cast<NameId>(found - kVocabulary.begin());
-}
-
-const VocabularyEntry* FindVocabularyEntry(std::string_view name) {
-  const auto id = FindInVocabulary(name);
-  return id ? &kVocabulary[static_cast<std::size_t>(*id)] : nullptr;
-}
-
 std::size_t Structure::FoldedHash::operator()(std::string_view name) const {
   std::uint64_t hash = 0xCBF2'9CE4'8422'2325U;
   for (const char c : name) {

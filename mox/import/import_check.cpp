@@ -5,7 +5,7 @@
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/text.h"
-#include "mox/import/import_rules_internal.h"
+#include "mox/import/import_check_internal.h"
 
 namespace mox {
 namespace {
@@ -76,6 +76,28 @@ std::vector<ImportValues> ValuesOfFields(const RecordTable& rows, const std::vec
 }
 
 }  // namespace
+
+std::string FaultFragment(const ImportFault& fault, const ImportFieldDef& field) {
+  switch (fault.pass) {
+    case ImportPass::kRequired:
+      return " Req:" + field.field_name;
+    case ImportPass::kLookup:
+      return " Lookup:" + field.field_name + ":" + fault.value;
+    case ImportPass::kFormat:
+      return " Format:" + field.field_name;
+    case ImportPass::kStore:
+      return " Pohrana:" + field.field_name;
+    case ImportPass::kUnique:
+      break;
+  }
+  return " Jedinstven:" + field.field_name;
+}
+
+std::string UniqueKey(std::string_view text) {
+  std::string key(text.size(), '\0');
+  CopyUniqueKey(text, key.data());
+  return key;
+}
 
 RecordSet TypedRows(std::span<const ImportFieldDef> profile) {
   RecordSet set("adsForDBSave");

@@ -68,20 +68,6 @@ bool HasControlCharacter(std::string_view text) {
 
 }  // namespace
 
-namespace {
-
-void CopyUniqueKey(std::string_view text, char* key) {
-  for (const char c : text) *key++ = c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 'A')) : c;
-}
-
-}  // namespace
-
-std::string UniqueKey(std::string_view text) {
-  std::string key(text.size(), '\0');
-  CopyUniqueKey(text, key.data());
-  return key;
-}
-
 bool ColumnRules::IsTaken(std::string_view text) const {
   if (taken_.IsEmpty()) return false;
   char key[256];
@@ -108,22 +94,6 @@ std::string_view ReasonOf(ImportPass pass, const ImportFieldDef& field) {
   if (field.field_type == field_type::kDate) return "is not a date";
   if (field.field_type == field_type::kBoolean) return "is not true or false";
   return field.field_type == field_type::kText ? "has a control character" : "is not a number";
-}
-
-std::string FaultFragment(const ImportFault& fault, const ImportFieldDef& field) {
-  switch (fault.pass) {
-    case ImportPass::kRequired:
-      return " Req:" + field.field_name;
-    case ImportPass::kLookup:
-      return " Lookup:" + field.field_name + ":" + fault.value;
-    case ImportPass::kFormat:
-      return " Format:" + field.field_name;
-    case ImportPass::kStore:
-      return " Pohrana:" + field.field_name;
-    case ImportPass::kUnique:
-      break;
-  }
-  return " Jedinstven:" + field.field_name;
 }
 
 ColumnRules::ColumnRules(const ImportFieldDef& field)

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "appserver/company_server.h"
+#include "appserver/fold.h"
 #include "mox/foundation/text.h"
 #include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"

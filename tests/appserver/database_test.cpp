@@ -10,6 +10,7 @@
 
 #include "appserver/company_server.h"
 #include "appserver/connection.h"
+#include "appserver/fold.h"
 #include "appserver/migrations.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "mox/calculations/special_procedures.h"
 #include "mox/calculations/vat_recapitulation.h"
 
 namespace mox {

@@ -1,4 +1,4 @@
-#include "cli/import_journal.h"
+#include "cli/import_history.h"
 
 #include <pwd.h>
 #include <unistd.h>
@@ -62,7 +62,7 @@ void ListImports(Session& session) {
   AppendTable(table, {}, session.out);
 }
 
-void UndoImport(std::int64_t number, bool rehearsal, Session& session) {
+void TakeImportBack(std::int64_t number, bool rehearsal, Session& session) {
   CompanyServer& server = ServerOf(session);
   RecordSet request("adsUvoz");
   request.DefineField("id", FieldKind::kInteger);

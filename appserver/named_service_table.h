@@ -2,11 +2,11 @@
 
 #include <span>
 
-#include "appserver/read_service.h"
+#include "appserver/named_service.h"
 
 namespace mox {
 
 /// Every read service; the look-ups of imports are apart.
-std::span<const ReadService> ReadServiceTable();
+std::span<const NamedService> NamedServiceTable();
 
 }  // namespace mox

@@ -1,10 +1,11 @@
-#include "appserver/read_service_table.h"
+#include "appserver/named_service_table.h"
 
 #include <algorithm>
 
 #include "appserver/codebook_services.h"
 #include "appserver/document_list.h"
 #include "appserver/e_invoice.h"
+#include "appserver/fold.h"
 #include "appserver/report_services.h"
 #include "appserver/stock_services.h"
 #include "appserver/stored_document.h"
@@ -110,7 +111,7 @@ WHERE t.datum <= :datum
        (:valIdOrValOzn = 'ozn' AND v.oznaka = UPPER(TRIM(:val_ozn))))
 ORDER BY t.datum DESC LIMIT 1)";
 
-const ReadService kServices[] = {
+const NamedService kServices[] = {
     // --- the company ---
 
     {"GetSkladista", "", "all warehouses", {{"adsSkl", kSkladisteColumns, R"(
@@ -324,11 +325,11 @@ FROM uvoz ORDER BY id DESC)"}}},
 
 }  // namespace
 
-std::span<const ReadService> ReadServiceTable() {
+std::span<const NamedService> NamedServiceTable() {
   static const auto all = [] {
-    std::vector<ReadService> table(std::begin(kServices), std::end(kServices));
+    std::vector<NamedService> table(std::begin(kServices), std::end(kServices));
     table.push_back(DocumentListService());
-    for (const std::span<const ReadService> family :
+    for (const std::span<const NamedService> family :
          {StockServices(), ReportServices(), CodebookServices()}) {
       table.insert(table.end(), family.begin(), family.end());
     }

@@ -18,6 +18,6 @@ ImportOrigin OriginOf(const std::string& path, std::string_view bytes, bool agai
 void ListImports(Session& session);
 
 /// `mox import --undo N`. A rehearsal only says whether it could be done.
-void UndoImport(std::int64_t number, bool rehearsal, Session& session);
+void TakeImportBack(std::int64_t number, bool rehearsal, Session& session);
 
 }  // namespace mox

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <span>
+
+#include "appserver/named_transaction.h"
+
+namespace mox {
+
+/// Those that store payments.
+std::span<const NamedTransaction> MoneyTransactionTable();
+
+}  // namespace mox
