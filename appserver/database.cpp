@@ -63,13 +63,21 @@ Database Database::InMemory() {
   return Database(std::move(connection));
 }
 
-Database::Database(const std::string& path, Access access)
+void Database::Create(const std::string& path, const SchemaFamily& family) {
+  DatabaseConnection::dialect().Create(
+      path, [&](DatabaseConnection& connection) { FillNewDatabase(connection, family); });
+}
+
+Database::Database(const std::string& path, Access access) : Database(path, CompanySchema(), access) {}
+
+Database::Database(const std::string& path, const SchemaFamily& family, Access access)
     : connection_(std::make_shared<DatabaseConnection>(
           path, [&](soci::session& session) { DatabaseConnection::dialect().Open(session, path, access); })) {
+  RequireFamily(*connection_, family);
   if (access == Access::kReadWrite) {
-    MigrateSchema(*connection_);
+    MigrateSchema(*connection_, family.files);
   } else {
-    RequireKnownVersion(*connection_);
+    RequireKnownVersion(*connection_, family.files);
   }
 }
 

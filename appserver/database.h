@@ -17,6 +17,7 @@
 namespace mox {
 
 class DatabaseConnection;  // what knows the engine, in connection.h
+struct SchemaFamily;       // what a database holds, in migrations.h
 
 /// A company database that cannot be opened, read or written. what() says which file, and why, for people.
 class DatabaseError : public Error {
@@ -69,6 +70,9 @@ class Database {
   /// Raises DatabaseError for a file that does not exist, is no company database, is damaged, or was written
   /// by a newer program.
   explicit Database(const std::string& path, Access access = Access::kReadWrite);
+  /// The same for databases of another schema than a company's, and without reference data.
+  Database(const std::string& path, const SchemaFamily& family, Access access = Access::kReadWrite);
+  static void Create(const std::string& path, const SchemaFamily& family);
   ~Database();
   Database(Database&& other) noexcept;
   Database& operator=(Database&& other) noexcept;

@@ -97,6 +97,27 @@ const std::vector<SchemaFile>& SchemaFiles() {
   return files;
 }
 
+const SchemaFamily& CompanySchema() {
+  static const SchemaFamily family = {"company database", "drzave", SchemaFiles()};
+  return family;
+}
+
+void FillNewDatabase(DatabaseConnection& connection, const SchemaFamily& family) {
+  connection.InTransaction([&] { RunFilesAbove(connection, kNoVersion, family.files); });
+}
+
+void RequireFamily(DatabaseConnection& connection, const SchemaFamily& family) {
+  const std::optional<int> version =
+      connection.Run([&] { return connection.dialect().SchemaVersion(connection.session()); });
+  bool is_one = version.has_value();
+  if (version.value_or(kNoVersion) > kNoVersion) {
+    const std::vector<std::string> tables =
+        connection.Run([&] { return connection.dialect().TableNames(connection.session()); });
+    is_one = std::find(tables.begin(), tables.end(), family.mark) != tables.end();
+  }
+  if (!is_one) connection.Refuse("is not a " + std::string(family.called));
+}
+
 void FillNewDatabase(DatabaseConnection& connection, WithDemo demo) {
   connection.InTransaction([&] {
     RunFilesAbove(connection, kNoVersion, SchemaFiles());

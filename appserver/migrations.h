@@ -21,7 +21,22 @@ const std::vector<SchemaFile>& EmbeddedFiles();
 /// Schema and reference data. Their highest number is the newest version of the schema.
 const std::vector<SchemaFile>& SchemaFiles();
 
-/// Gives a new database its tables and its reference data, and the made-up company where it is asked for.
+/// A schema: what people call a database of it, a table that its first file makes and no other schema has,
+/// and its files.
+struct SchemaFamily {
+  std::string_view called;  ///< "company database"
+  std::string_view mark;
+  std::vector<SchemaFile> files;
+};
+const SchemaFamily& CompanySchema();
+
+/// Gives a new database the tables of its schema.
+void FillNewDatabase(DatabaseConnection& connection, const SchemaFamily& family);
+/// Raises DatabaseError for a database of another schema, and for one of another program.
+void RequireFamily(DatabaseConnection& connection, const SchemaFamily& family);
+
+/// Gives a new company database its tables and its reference data, and the made-up company where it is asked
+/// for.
 void FillNewDatabase(DatabaseConnection& connection, WithDemo demo);
 
 /// The version of a company database that these files know. Raises DatabaseError for any other database.

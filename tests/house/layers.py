@@ -23,6 +23,7 @@ HOMES = {
     "nlohmann/": ("appserver/", "sender/"),
     "CLI/": ("cli/options.cpp", "cli/run.cpp"),
     "openssl/": ("cli/file_digest.cpp",),
+    "sodium.h": ("moxd/passwords.cpp",),
     "zip.h": ("sheets/",),
     "pugixml.hpp": ("sheets/",),
     "xlsxwriter.h": ("sheets/",),

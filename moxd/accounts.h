@@ -1,0 +1,149 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "appserver/rights.h"
+
+namespace mox {
+
+/// Seconds since 1970, UTC.
+using UnixSeconds = std::int64_t;
+using UnixClock = std::function<UnixSeconds()>;
+UnixSeconds SystemSeconds();
+
+/// What the accounts are held to. The defaults are for use; tests make passwords cheap and times short.
+struct AccountSettings {
+  /// Of argon2id: passes over the memory, and bytes of memory of each one that is checked.
+  std::uint64_t password_passes = 2;
+  std::size_t password_memory = 64U << 20U;
+  /// A token ends so long after its last use, and so long after its log-in whatever its use; seconds.
+  std::int64_t idle_time = 12 * 3600;
+  std::int64_t longest_time = 30 * 24 * 3600;
+  /// Failed attempts in a row that cost no waiting. Each further one doubles the wait, from two seconds on to
+  /// the longest one. After a day without one they are forgotten; a success forgets those of its account.
+  std::int64_t free_attempts_of_account = 5;
+  std::int64_t free_attempts_of_address = 50;
+  std::int64_t longest_wait = 15 * 60;
+};
+
+/// What an attempt to log in came to.
+struct LogInResult {
+  enum class Outcome : std::uint8_t {
+    kLoggedIn,
+    kRefused,  ///< no such user, a wrong password or a disabled account; which of them is not told
+    kWait      ///< too many failed attempts; the password was not looked at, or what it came to is not told
+  };
+  Outcome outcome = Outcome::kRefused;
+  std::string token = {};         ///< 43 letters, digits, '-' and '_'; of kLoggedIn
+  UnixSeconds expires = 0;        ///< at the latest; of kLoggedIn
+  std::int64_t wait_seconds = 0;  ///< of kWait
+};
+
+/// Who asks, and what that user may do in the company that was asked for.
+struct Session {
+  std::string user;  ///< the name of the account
+  std::string code;  ///< by which documents name the user, at most five characters
+  /// None where the user has no role there, or there is no such company: which of them is not to be told.
+  Rights rights = {};
+  std::string address = {};  ///< of the company's database; empty where there are no rights
+};
+
+struct UserInfo {
+  std::string name;
+  std::string code;
+  bool disabled = false;
+  UnixSeconds created = 0;
+};
+struct GrantInfo {
+  std::string user;
+  std::string company;
+  std::vector<const Role*> roles;
+};
+struct TokenInfo {
+  std::int64_t id = 0;
+  std::string user;
+  UnixSeconds issued = 0;
+  UnixSeconds last_used = 0;  ///< to the minute
+  UnixSeconds expires = 0;    ///< unless it is not used for so long
+  std::string remote_address;
+};
+struct CompanyInfo {
+  std::string name;
+  std::string address;
+};
+
+/// Users, their roles in companies, and the addresses of the companies' databases, in a directory database of
+/// its own: a file, or wherever a company database can be. Several programs may use one directory at the same
+/// time, and each sees at once what another one changed.
+///
+/// An object is used by one thread at a time: each worker opens its own. Checking a password takes a core and
+/// `password_memory` for a tenth of a second; all objects of a program together check at most as many at a
+/// time as there are cores, further ones wait in LogIn. All others take well under a millisecond.
+///
+/// Names of users and companies are compared without regard to letter case. What is asked of the directory
+/// raises DatabaseUnavailable where it fails; LogIn, SessionOf, LogOut and AddressOf raise nothing else,
+/// whatever they are given.
+class Accounts {
+ public:
+  /// Makes an empty directory. Raises DatabaseError, also where there is something already.
+  static void Create(const std::string& location);
+  /// Opens one. Raises DatabaseError.
+  explicit Accounts(const std::string& location, AccountSettings settings = {},
+                    UnixClock clock = SystemSeconds);
+  ~Accounts();
+  Accounts(Accounts&&) noexcept;
+  Accounts& operator=(Accounts&&) noexcept;
+
+  // --- requests ---
+
+  /// `remote_address` is that of the client, as inet_ntop writes it; attempts are counted for each IPv4
+  /// address and each IPv6 network of 64 bits. Takes the same time for a user that does not exist.
+  LogInResult LogIn(std::string_view user, std::string_view password, std::string_view remote_address);
+  /// Nothing for a token that does not exist, has expired or was revoked, or whose account is disabled.
+  std::optional<Session> SessionOf(std::string_view token, std::string_view company);
+  /// Ends a token. False where it was none.
+  bool LogOut(std::string_view token);
+  /// Where a company's database is; nothing where there is no such company.
+  std::optional<std::string> AddressOf(std::string_view company);
+
+  // --- administration; what is refused raises Error that says why ---
+
+  /// A name has 1 to 64 characters, none of them a control character, no blanks at its ends; a password 8 to
+  /// 1024 bytes. `code` has at most five characters; where it is empty it is made of the name.
+  void AddUser(std::string_view name, std::string_view password, std::string_view code = {});
+  /// Also ends the account's tokens.
+  void SetPassword(std::string_view name, std::string_view password);
+  /// A disabled account's tokens end; its roles stay for when it is enabled.
+  void SetDisabled(std::string_view name, bool disabled);
+  std::vector<UserInfo> Users();
+
+  /// The roles stand in the place of those that the user had in the company; none takes them away.
+  void Grant(std::string_view user, std::string_view company, const std::vector<const Role*>& roles);
+  std::vector<GrantInfo> Grants();
+
+  /// Those that have not expired.
+  std::vector<TokenInfo> Tokens();
+  void RevokeToken(std::int64_t id);
+  /// Answers how many there were.
+  std::int64_t RevokeTokensOf(std::string_view user);
+
+  /// A name has 1 to 48 letters a to z, digits, '-' and '_', since it stands in addresses of requests.
+  void AddCompany(std::string_view name, std::string_view address);
+  void SetAddress(std::string_view company, std::string_view address);
+  /// The company's database stays as it is; who had roles there has them no longer.
+  void RemoveCompany(std::string_view name);
+  std::vector<CompanyInfo> Companies();
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace mox

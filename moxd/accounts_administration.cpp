@@ -1,0 +1,231 @@
+#include <algorithm>
+#include <map>
+
+#include "mox/foundation/text.h"
+#include "mox/foundation/visible_text.h"
+#include "moxd/accounts_internal.h"
+
+namespace mox {
+namespace {
+
+constexpr std::size_t kLongestUser = 64;
+constexpr std::size_t kLongestCode = 5;
+constexpr std::size_t kLongestCompany = 48;
+constexpr std::size_t kLongestAddress = 1000;
+constexpr std::size_t kShortestPassword = 8;
+constexpr std::size_t kLongestPassword = 1024;
+
+std::string Quoted(std::string_view text) { return '"' + VisibleMessage(text) + '"'; }
+
+// As people see it, since names stand in logs and on screens.
+void RequireText(std::string_view what, std::string_view text, std::size_t longest) {
+  const bool plain = !text.empty() && TrimBlanks(text) == text && VisibleText(text) == text;
+  if (plain && CountCharacters(text) <= longest) return;
+  throw Error(std::string(what) + " " + Quoted(text) + " does not have 1 to " + std::to_string(longest) +
+              " characters without control characters and blanks at its ends");
+}
+
+void RequireCompanyName(std::string_view name) {
+  const auto allowed = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
+  };
+  if (!name.empty() && name.size() <= kLongestCompany && std::all_of(name.begin(), name.end(), allowed))
+    return;
+  throw Error("the company " + Quoted(name) + " does not have 1 to " + std::to_string(kLongestCompany) +
+              " letters a to z, digits, '-' and '_'");
+}
+
+void RequirePassword(std::string_view password) {
+  if (password.size() >= kShortestPassword && password.size() <= kLongestPassword) return;
+  throw Error("a password has " + std::to_string(kShortestPassword) + " to " +
+              std::to_string(kLongestPassword) + " bytes");
+}
+
+std::int64_t RequireAccount(Database& database, std::string_view name) {
+  const auto id = FindAccount(database, name);
+  if (!id) throw Error("there is no user " + Quoted(name));
+  return *id;
+}
+
+std::int64_t RequireCompany(Database& database, std::string_view name) {
+  const auto id = FindCompany(database, name);
+  if (!id) throw Error("there is no company " + Quoted(name));
+  return *id;
+}
+
+// "ana.horvat" is ANA.H in documents.
+std::string CodeOf(std::string_view name) {
+  std::string code(CutToCharacters(name, kLongestCode));
+  for (char& c : code) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
+  return std::string(TrimBlanks(code));
+}
+
+std::int64_t EndTokens(Database& database, std::int64_t account) {
+  return database.Execute("DELETE FROM imenik_tokeni WHERE korisnik_id = :id", {account});
+}
+
+}  // namespace
+
+// --- users ---
+
+void Accounts::AddUser(std::string_view name, std::string_view password, std::string_view code) {
+  RequireText("the user", name, kLongestUser);
+  RequirePassword(password);
+  const std::string own = code.empty() ? CodeOf(name) : std::string(code);
+  RequireText("the code", own, kLongestCode);
+  const std::string kept = HashPassword(password, state_->Cost());
+  state_->Write([&](Database& database) {
+    if (FindAccount(database, name)) throw Error("there is a user " + Quoted(name) + " already");
+    database.Execute(
+        "INSERT INTO imenik_korisnici (ime, oznaka, lozinka, iskljucen, stvoren) "
+        "VALUES (:ime, :oznaka, :lozinka, :iskljucen, :stvoren)",
+        {std::string(name), own, kept, false, state_->now()});
+  });
+}
+
+void Accounts::SetPassword(std::string_view name, std::string_view password) {
+  RequirePassword(password);
+  const std::string kept = HashPassword(password, state_->Cost());
+  state_->Write([&](Database& database) {
+    const std::int64_t id = RequireAccount(database, name);
+    database.Execute("UPDATE imenik_korisnici SET lozinka = :lozinka WHERE id = :id", {kept, id});
+    EndTokens(database, id);
+  });
+}
+
+void Accounts::SetDisabled(std::string_view name, bool disabled) {
+  state_->Write([&](Database& database) {
+    const std::int64_t id = RequireAccount(database, name);
+    database.Execute("UPDATE imenik_korisnici SET iskljucen = :iskljucen WHERE id = :id", {disabled, id});
+    if (disabled) EndTokens(database, id);
+  });
+}
+
+std::vector<UserInfo> Accounts::Users() {
+  return state_->With([](Database& database) {
+    const RecordSet rows =
+        database.Query("korisnici", ParseColumns("ime,oznaka,iskljucen:boolean,stvoren:integer"),
+                       "SELECT ime, oznaka, iskljucen, stvoren FROM imenik_korisnici ORDER BY fold(ime)");
+    std::vector<UserInfo> users;
+    for (const RecordRow& row : rows.Rows()) {
+      users.push_back({std::string(row.AsTextView(0)), std::string(row.AsTextView(1)), row.AsBoolean(2),
+                       row.AsInteger(3)});
+    }
+    return users;
+  });
+}
+
+// --- roles ---
+
+void Accounts::Grant(std::string_view user, std::string_view company, const std::vector<const Role*>& roles) {
+  state_->Write([&](Database& database) {
+    const std::int64_t account = RequireAccount(database, user);
+    const std::int64_t in = RequireCompany(database, company);
+    database.Execute("DELETE FROM imenik_uloge WHERE korisnik_id = :korisnik AND poduzece_id = :poduzece",
+                     {account, in});
+    for (const Role& role : Roles()) {
+      if (std::find(roles.begin(), roles.end(), &role) == roles.end()) continue;
+      database.Execute(
+          "INSERT INTO imenik_uloge (korisnik_id, poduzece_id, uloga) VALUES (:korisnik, :poduzece, :uloga)",
+          {account, in, std::string(role.code)});
+    }
+  });
+}
+
+std::vector<GrantInfo> Accounts::Grants() {
+  return state_->With([](Database& database) {
+    const RecordSet rows = database.Query("uloge", ParseColumns("ime,naziv,uloga"), R"(
+SELECT k.ime, p.naziv, u.uloga
+FROM imenik_uloge u
+JOIN imenik_korisnici k ON k.id = u.korisnik_id
+JOIN imenik_poduzeca p ON p.id = u.poduzece_id
+ORDER BY fold(k.ime), fold(p.naziv), u.uloga)");
+    std::vector<GrantInfo> grants;
+    for (const RecordRow& row : rows.Rows()) {
+      const Role* const role = FindRole(row.AsTextView(2));
+      if (role == nullptr) continue;
+      const bool another = grants.empty() || grants.back().user != row.AsTextView(0) ||
+                           grants.back().company != row.AsTextView(1);
+      if (another) grants.push_back({std::string(row.AsTextView(0)), std::string(row.AsTextView(1)), {}});
+      grants.back().roles.push_back(role);
+    }
+    for (GrantInfo& grant : grants) std::sort(grant.roles.begin(), grant.roles.end());
+    return grants;
+  });
+}
+
+// --- tokens ---
+
+std::vector<TokenInfo> Accounts::Tokens() {
+  return state_->With([&](Database& database) {
+    const UnixSeconds now = state_->now();
+    const RecordSet rows = database.Query(
+        "tokeni", ParseColumns("id:integer,ime,izdan:integer,koristen:integer,vrijedi_do:integer,adresa"), R"(
+SELECT t.id, k.ime, t.izdan, t.koristen, t.vrijedi_do, t.adresa
+FROM imenik_tokeni t JOIN imenik_korisnici k ON k.id = t.korisnik_id
+WHERE t.vrijedi_do > :sada AND t.koristen > :koristen ORDER BY fold(k.ime), t.id)",
+        {now, now - state_->settings.idle_time});
+    std::vector<TokenInfo> tokens;
+    for (const RecordRow& row : rows.Rows()) {
+      tokens.push_back({row.AsInteger(0), std::string(row.AsTextView(1)), row.AsInteger(2), row.AsInteger(3),
+                        row.AsInteger(4), std::string(row.AsTextView(5))});
+    }
+    return tokens;
+  });
+}
+
+void Accounts::RevokeToken(std::int64_t id) {
+  const bool ended = state_->With([&](Database& database) {
+    return database.Execute("DELETE FROM imenik_tokeni WHERE id = :id", {id}) > 0;
+  });
+  if (!ended) throw Error("there is no token " + std::to_string(id));
+}
+
+std::int64_t Accounts::RevokeTokensOf(std::string_view user) {
+  return state_->Write(
+      [&](Database& database) { return EndTokens(database, RequireAccount(database, user)); });
+}
+
+// --- companies ---
+
+void Accounts::AddCompany(std::string_view name, std::string_view address) {
+  RequireCompanyName(name);
+  RequireText("the address", address, kLongestAddress);
+  state_->Write([&](Database& database) {
+    if (FindCompany(database, name)) throw Error("there is a company " + Quoted(name) + " already");
+    database.Execute("INSERT INTO imenik_poduzeca (naziv, adresa) VALUES (:naziv, :adresa)",
+                     {std::string(name), std::string(address)});
+  });
+}
+
+void Accounts::SetAddress(std::string_view company, std::string_view address) {
+  RequireText("the address", address, kLongestAddress);
+  state_->Write([&](Database& database) {
+    database.Execute("UPDATE imenik_poduzeca SET adresa = :adresa WHERE id = :id",
+                     {std::string(address), RequireCompany(database, company)});
+  });
+}
+
+void Accounts::RemoveCompany(std::string_view name) {
+  state_->Write([&](Database& database) {
+    const std::int64_t id = RequireCompany(database, name);
+    database.Execute("DELETE FROM imenik_uloge WHERE poduzece_id = :id", {id});
+    database.Execute("DELETE FROM imenik_poduzeca WHERE id = :id", {id});
+  });
+}
+
+std::vector<CompanyInfo> Accounts::Companies() {
+  return state_->With([](Database& database) {
+    const RecordSet rows = database.Query("poduzeca", ParseColumns("naziv,adresa"),
+                                          "SELECT naziv, adresa FROM imenik_poduzeca ORDER BY fold(naziv)");
+    std::vector<CompanyInfo> companies;
+    for (const RecordRow& row : rows.Rows()) {
+      companies.push_back({std::string(row.AsTextView(0)), std::string(row.AsTextView(1))});
+    }
+    return companies;
+  });
+}
+
+}  // namespace mox

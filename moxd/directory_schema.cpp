@@ -1,0 +1,58 @@
+#include "moxd/directory_schema.h"
+
+namespace mox {
+
+const SchemaFamily& DirectorySchema() {
+  // Moments are seconds since 1970, UTC. A change is a further file with the next number.
+  static const SchemaFamily family = {
+      "directory of companies", "imenik_poduzeca", {{"schema/001_directory.sql", R"(
+CREATE TABLE imenik_poduzeca (
+  id KEY,
+  naziv VARCHAR(48) NOT NULL,
+  adresa VARCHAR(1000) NOT NULL
+);
+CREATE UNIQUE INDEX imenik_poduzeca_naziv ON imenik_poduzeca (fold(naziv));
+
+-- lozinka is the text that argon2id makes of the password; oznaka is how documents name the user.
+CREATE TABLE imenik_korisnici (
+  id KEY,
+  ime VARCHAR(64) NOT NULL,
+  oznaka VARCHAR(5) NOT NULL,
+  lozinka VARCHAR(200) NOT NULL,
+  iskljucen BOOLEAN NOT NULL,
+  stvoren BIGINT NOT NULL
+);
+CREATE UNIQUE INDEX imenik_korisnici_ime ON imenik_korisnici (fold(ime));
+
+CREATE TABLE imenik_uloge (
+  korisnik_id BIGINT NOT NULL REFERENCES imenik_korisnici (id),
+  poduzece_id BIGINT NOT NULL REFERENCES imenik_poduzeca (id),
+  uloga VARCHAR(20) NOT NULL,
+  PRIMARY KEY (korisnik_id, poduzece_id, uloga)
+);
+
+-- sazetak is the token's digest; the token itself is known to its owner alone.
+CREATE TABLE imenik_tokeni (
+  id KEY,
+  sazetak VARCHAR(64) NOT NULL UNIQUE,
+  korisnik_id BIGINT NOT NULL REFERENCES imenik_korisnici (id),
+  izdan BIGINT NOT NULL,
+  koristen BIGINT NOT NULL,
+  vrijedi_do BIGINT NOT NULL,
+  adresa VARCHAR(64) NOT NULL
+);
+CREATE INDEX imenik_tokeni_korisnik ON imenik_tokeni (korisnik_id);
+
+-- Failed attempts in a row of an account or from an address, which sazetak stands for.
+CREATE TABLE imenik_pokusaji (
+  sazetak VARCHAR(64) PRIMARY KEY,
+  neuspjelih BIGINT NOT NULL,
+  zadnji BIGINT NOT NULL,
+  ceka_do BIGINT NOT NULL
+);
+CREATE INDEX imenik_pokusaji_zadnji ON imenik_pokusaji (zadnji);
+)"}}};
+  return family;
+}
+
+}  // namespace mox

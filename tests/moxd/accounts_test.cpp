@@ -1,0 +1,313 @@
+#include "moxd/accounts.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <sstream>
+
+#include "appserver/database.h"
+#include "moxd/directory_schema.h"
+#include "tests/moxd/scratch_accounts.h"
+
+namespace mox {
+namespace {
+
+using Outcome = LogInResult::Outcome;
+
+constexpr std::string_view kPassword = "tajna lozinka";
+constexpr std::string_view kDesk = "192.0.2.7";
+
+class AccountsTest : public ScratchAccounts {
+ protected:
+  AccountsTest() {
+    accounts_.AddCompany("velika", "/baze/velika.db");
+    accounts_.AddCompany("mala_2", "postgresql://mox@db/mox?company=mala");
+    accounts_.AddUser("Ana.Horvat", kPassword);
+    accounts_.AddUser("šime", kPassword, "ŠI");
+    accounts_.Grant("ana.horvat", "velika", {FindRole("unos"), FindRole("uvoz")});
+  }
+
+  std::string LogIn(std::string_view user = "ana.horvat") {
+    const LogInResult result = accounts_.LogIn(user, kPassword, kDesk);
+    EXPECT_EQ(result.outcome, Outcome::kLoggedIn);
+    return result.token;
+  }
+  bool Lives(const std::string& token) { return accounts_.SessionOf(token, "velika").has_value(); }
+
+  Accounts accounts_ = Open();
+};
+
+std::string MessageOf(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const Error& error) {
+    return error.what();
+  }
+  return "(done)";
+}
+
+TEST_F(AccountsTest, LogInWhoHasThePassword) {
+  accounts_.AddUser("bivši", kPassword);
+  accounts_.SetDisabled("bivši", true);
+  accounts_.AddUser("nul", std::string("lozinka\0jedan", 13));
+  struct Row {
+    std::string_view user;
+    std::string_view password;
+    Outcome expected;
+  };
+  const std::string long_text(100'000, 'x');
+  const std::string_view with_nul("ana.horvat\0", 11);
+  const Row rows[] = {
+      {"ana.horvat", kPassword, Outcome::kLoggedIn},
+      {" ANA.Horvat ", kPassword, Outcome::kLoggedIn},
+      {"ŠIME", kPassword, Outcome::kLoggedIn},
+      {"nul", std::string_view("lozinka\0jedan", 13), Outcome::kLoggedIn},
+      {"nul", std::string_view("lozinka\0dva", 11), Outcome::kRefused},
+      {"nul", "lozinka", Outcome::kRefused},
+      {"ana.horvat", "Tajna lozinka", Outcome::kRefused},
+      {"ana.horvat", "", Outcome::kRefused},
+      {"ana.horvat", long_text, Outcome::kRefused},
+      {"bivši", kPassword, Outcome::kRefused},
+      {"nitko", kPassword, Outcome::kRefused},
+      {"", "", Outcome::kRefused},
+      {"' OR 1=1 --", kPassword, Outcome::kRefused},
+      {"\xFF\xFE", kPassword, Outcome::kRefused},
+      {with_nul, kPassword, Outcome::kRefused},
+      {long_text, kPassword, Outcome::kRefused},
+  };
+  for (const Row& row : rows) {
+    const LogInResult result = accounts_.LogIn(row.user, row.password, "not an address\r\n\x01");
+    EXPECT_EQ(result.outcome, row.expected) << row.user.substr(0, 20);
+    EXPECT_EQ(result.token.size(), row.expected == Outcome::kLoggedIn ? 43U : 0U);
+    for (const std::string_view token : {std::string_view(result.token), row.user, row.password}) {
+      const auto session = accounts_.SessionOf(token, row.user);
+      EXPECT_EQ(session.has_value(), !token.empty() && token == result.token);
+    }
+  }
+}
+
+TEST_F(AccountsTest, SayWhoAsksAndWhatThatUserMay) {
+  const std::string ana = LogIn();
+  const std::string sime = LogIn("šime");
+  accounts_.Grant("šime", "mala_2", {FindRole("Administracija")});
+  Accounts another = Open();  // sees what the first one stored
+  struct Row {
+    const std::string& token;
+    std::string_view company;
+    Rights rights;
+    std::string_view address;
+  };
+  const Rights entering = {Right::kRead, Right::kEnterDocuments, Right::kImports};
+  const Row rows[] = {
+      {ana, "velika", entering, "/baze/velika.db"},
+      {ana, "VELIKA", entering, "/baze/velika.db"},
+      {ana, "mala_2", {}, ""},
+      {ana, "nema", {}, ""},
+      {ana, "../velika", {}, ""},
+      {ana, "velika' OR '1'='1", {}, ""},
+      {ana, "\xC0", {}, ""},
+      {sime, "velika", {}, ""},
+      {sime, "mala_2", Rights::All(), "postgresql://mox@db/mox?company=mala"},
+  };
+  for (const Row& row : rows) {
+    const auto session = another.SessionOf(row.token, row.company);
+    ASSERT_TRUE(session);
+    EXPECT_EQ(session->user, &row.token == &ana ? "Ana.Horvat" : "šime");
+    EXPECT_EQ(session->code, &row.token == &ana ? "ANA.H" : "ŠI");
+    EXPECT_EQ(session->rights, row.rights) << row.company;
+    EXPECT_EQ(session->address, row.address) << row.company;
+  }
+  accounts_.SetAddress("velika", "/nove/velika.db");
+  EXPECT_EQ(another.AddressOf("Velika"), "/nove/velika.db");
+  EXPECT_EQ(another.AddressOf("nema"), std::nullopt);
+  accounts_.RemoveCompany("velika");
+  accounts_.AddCompany("velika", "/druga.db");  // another one, in which nobody has a role
+  EXPECT_TRUE(another.SessionOf(ana, "velika")->rights.Empty());
+}
+
+TEST_F(AccountsTest, EndTokens) {
+  struct Row {
+    std::string_view what;
+    std::function<void(const std::string& token)> action;
+    bool lives;
+  };
+  const auto wait = [&](std::int64_t seconds) { *now_ += seconds; };
+  const Row rows[] = {
+      {"nothing", [](const std::string&) {}, true},
+      {"log-out", [&](const std::string& token) { EXPECT_TRUE(accounts_.LogOut(token)); }, false},
+      {"another's", [&](const std::string&) { accounts_.RevokeTokensOf("šime"); }, true},
+      {"revoked", [&](const std::string&) { EXPECT_EQ(accounts_.RevokeTokensOf("Ana.HORVAT"), 2); }, false},
+      {"by number", [&](const std::string&) { accounts_.RevokeToken(accounts_.Tokens().back().id); }, false},
+      {"a new password", [&](const std::string&) { accounts_.SetPassword("ana.horvat", kPassword); }, false},
+      {"disabled",
+       [&](const std::string&) {
+         accounts_.SetDisabled("ana.horvat", true);
+         accounts_.SetDisabled("ana.horvat", false);
+       },
+       false},
+      {"not used to the second before", [&](const std::string&) { wait(settings_.idle_time - 1); }, true},
+      {"not used for long", [&](const std::string&) { wait(settings_.idle_time); }, false},
+      {"used now and then",
+       [&](const std::string& token) {
+         for (int i = 0; i < 3; ++i) {
+           wait(settings_.idle_time - 61);
+           EXPECT_TRUE(Lives(token));
+         }
+         wait(settings_.idle_time - 61);
+       },
+       true},
+      {"old however used",
+       [&](const std::string& token) {
+         constexpr std::int64_t kStep = 11 * 3600;
+         for (std::int64_t age = 0; age + kStep < settings_.longest_time; age += kStep) {
+           wait(kStep);
+           EXPECT_TRUE(Lives(token));
+         }
+         wait(kStep);
+       },
+       false},
+  };
+  for (const Row& row : rows) {
+    const std::string first = LogIn();
+    const std::string token = LogIn();
+    EXPECT_TRUE(Lives(token));
+    row.action(token);
+    EXPECT_EQ(Lives(token), row.lives) << row.what;
+    EXPECT_EQ(accounts_.LogOut(token), row.lives || row.what.find("used") != std::string_view::npos ||
+                                           row.what.find("however") != std::string_view::npos)
+        << row.what;
+    accounts_.LogOut(first);
+  }
+  EXPECT_THAT(accounts_.Tokens(), testing::IsEmpty());
+}
+
+TEST_F(AccountsTest, MakeGuessesWait) {
+  const auto guess = [&](std::string_view user, std::string_view from) {
+    return accounts_.LogIn(user, "lozinka ili nesto", from);
+  };
+  for (int i = 0; i < 6; ++i) EXPECT_EQ(guess("ANA.horvat", kDesk).outcome, Outcome::kRefused);
+  std::int64_t waited = 0;
+  for (const std::int64_t expected : {2, 4, 8, 16, 32, 64, 128, 256, 512, 900, 900}) {
+    const LogInResult told = accounts_.LogIn("ana.horvat", kPassword, "198.51.100.1");
+    EXPECT_EQ(told.outcome, Outcome::kWait);  // wherever it comes from, and right as it is
+    EXPECT_EQ(told.wait_seconds, expected);
+    *now_ += expected;
+    waited += expected;
+    EXPECT_EQ(guess("ana.horvat", kDesk).outcome, Outcome::kRefused);
+  }
+  EXPECT_EQ(accounts_.LogIn("šime", kPassword, kDesk).outcome, Outcome::kLoggedIn);
+  *now_ += settings_.longest_wait;
+  LogIn();
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(guess("ana.horvat", kDesk).outcome, Outcome::kRefused);
+  LogIn();  // a success forgets the account's failures
+  // Who does not exist waits likewise, and a day later nobody does.
+  for (int i = 0; i < 6; ++i) guess("nitko", "203.0.113.9");
+  EXPECT_EQ(guess("nitko", "203.0.113.9").outcome, Outcome::kWait);
+  *now_ += 24 * 3600;
+  EXPECT_EQ(guess("nitko", "203.0.113.9").outcome, Outcome::kRefused);
+}
+
+TEST_F(AccountsTest, CountAttemptsFromAnAddress) {
+  struct Row {
+    std::string_view from;  // where the guesses come from
+    std::string_view other;
+    bool same;
+  };
+  const Row rows[] = {{"192.0.2.1", "192.0.2.1", true},
+                      {"192.0.2.2", "::ffff:192.0.2.2", true},
+                      {"192.0.2.3", "192.0.2.4", false},
+                      {"2001:db8:1:2::5", "2001:0db8:1:2:ffff::1", true},
+                      {"2001:db8:1:3::5", "2001:db8:1:4::5", false}};
+  for (const Row& row : rows) {
+    for (std::int64_t i = 0; i <= settings_.free_attempts_of_address; ++i) {
+      EXPECT_EQ(accounts_.LogIn("gost" + std::to_string(i / 3), "lozinka", row.from).outcome,
+                Outcome::kRefused);
+    }
+    EXPECT_EQ(accounts_.LogIn("ana.horvat", kPassword, row.other).outcome,
+              row.same ? Outcome::kWait : Outcome::kLoggedIn)
+        << row.other;
+    *now_ += 24 * 3600;
+  }
+}
+
+// Nothing that lets somebody in stands in the directory's files.
+TEST_F(AccountsTest, KeepNoSecrets) {
+  const std::string token = LogIn();
+  accounts_.LogIn("upisao lozinku u ime", "krivi podatak", kDesk);
+  std::string bytes;
+  for (const char* const end : {"", "-wal"}) {
+    std::ifstream file(location_ + end, std::ios::binary);
+    bytes.append(std::istreambuf_iterator<char>(file), {});
+  }
+  EXPECT_THAT(bytes, testing::HasSubstr("$argon2id$"));
+  EXPECT_THAT(bytes, testing::HasSubstr(std::string(kDesk)));
+  for (const std::string_view secret :
+       {std::string_view(token), kPassword, std::string_view("upisao"), std::string_view("krivi podatak")}) {
+    EXPECT_EQ(bytes.find(secret), std::string::npos) << secret;
+  }
+}
+
+TEST_F(AccountsTest, RenewPasswordsThatWereCheaper) {
+  settings_.password_passes = 2;
+  Accounts dearer = Open();
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(dearer.LogIn("ana.horvat", kPassword, kDesk).outcome, Outcome::kLoggedIn);
+  }
+  EXPECT_EQ(dearer.LogIn("ana.horvat", "tajna", kDesk).outcome, Outcome::kRefused);
+  Database directory = Database(location_, DirectorySchema());
+  const RecordSet kept =
+      directory.Query("k", ParseColumns("lozinka"), "SELECT lozinka FROM imenik_korisnici ORDER BY id", {});
+  EXPECT_THAT(std::string(kept.RowAt(0).AsTextView(0)), testing::HasSubstr(",t=2,"));
+  EXPECT_THAT(std::string(kept.RowAt(1).AsTextView(0)), testing::HasSubstr(",t=1,"));
+}
+
+TEST_F(AccountsTest, RefuseWhatWouldHarm) {
+  const std::string_view nul("a\0b", 3);
+  struct Row {
+    std::function<void()> action;
+    std::string_view message;
+  };
+  const Row rows[] = {
+      {[&] { accounts_.AddUser("ANA.HORVAT", kPassword); }, "there is a user \"ANA.HORVAT\" already"},
+      {[&] { accounts_.AddUser("", kPassword); }, "the user \"\" does not have 1 to 64 characters"},
+      {[&] { accounts_.AddUser(" a", kPassword); }, "the user \" a\" does not have"},
+      {[&] { accounts_.AddUser(nul, kPassword); }, "the user \"a\\x00b\" does not have"},
+      {[&] { accounts_.AddUser("a\x1B[31m", kPassword); }, "the user \"a\\x1B[31m\" does not have"},
+      {[&] { accounts_.AddUser("a\xFF", kPassword); }, "the user \"a\\xFF\" does not have"},
+      {[&] { accounts_.AddUser(std::string(65, 'a'), kPassword); }, "does not have 1 to 64"},
+      {[&] { accounts_.AddUser("novi", "sedam77"); }, "a password has 8 to 1024 bytes"},
+      {[&] { accounts_.AddUser("novi", std::string(1025, 'x')); }, "a password has 8 to 1024 bytes"},
+      {[&] { accounts_.AddUser("novi", kPassword, "ŠESTEX"); }, "the code \"ŠESTEX\" does not have 1 to 5"},
+      {[&] { accounts_.SetPassword("novi", kPassword); }, "there is no user \"novi\""},
+      {[&] { accounts_.SetDisabled(nul, true); }, "there is no user \"a\\x00b\""},
+      {[&] { accounts_.Grant("novi", "velika", {}); }, "there is no user \"novi\""},
+      {[&] { accounts_.Grant("šime", "nova", {}); }, "there is no company \"nova\""},
+      {[&] { accounts_.RevokeTokensOf("novi"); }, "there is no user \"novi\""},
+      {[&] { accounts_.RevokeToken(77); }, "there is no token 77"},
+      {[&] { accounts_.AddCompany("VELIKA", "/x.db"); }, "there is a company \"VELIKA\" already"},
+      {[&] { accounts_.AddCompany("a/b", "/x.db"); }, "the company \"a/b\" does not have 1 to 48 letters"},
+      {[&] { accounts_.AddCompany("..", "/x.db"); }, "the company \"..\" does not have"},
+      {[&] { accounts_.AddCompany("mala\"", "/x.db"); }, "the company \"mala\"\" does not have"},
+      {[&] { accounts_.AddCompany("", "/x.db"); }, "the company \"\" does not have"},
+      {[&] { accounts_.AddCompany("nova", ""); }, "the address \"\" does not have"},
+      {[&] { accounts_.SetAddress("nova", "/x.db"); }, "there is no company \"nova\""},
+      {[&] { accounts_.RemoveCompany("nova"); }, "there is no company \"nova\""},
+      {[&] { Accounts::Create(location_); }, "imenik.db"},
+      {[&] { Database{location_}; }, "imenik.db: is not a company database"},
+      {[&] {
+         Database::Create(folder_ / "t.db");
+         Accounts{folder_ / "t.db"};
+       },
+       "t.db: is not a directory of companies"},
+  };
+  for (const Row& row : rows)
+    EXPECT_THAT(MessageOf(row.action), testing::HasSubstr(std::string(row.message)));
+  EXPECT_EQ(accounts_.Users().size(), 2U);
+  EXPECT_EQ(accounts_.Companies().size(), 2U);
+  EXPECT_THAT(accounts_.Grants(), testing::SizeIs(1));
+}
+
+}  // namespace
+}  // namespace mox
