@@ -61,11 +61,11 @@ std::vector<std::string> TextsOf(const CodebookShape& shape, std::string_view re
 }
 
 // The ids of rows of an index that hold the text.
-std::string FoundIn(const SearchIndex& index, const Searched& searched, const std::string& parameter,
-                    std::vector<Value>& values) {
+std::string FoundIn(const Database& database, const SearchIndex& index, const Searched& searched,
+                    const std::string& parameter, std::vector<Value>& values) {
   std::string sql;
   for (std::size_t k = 0; k < searched.keys.size(); ++k) {
-    SearchQuery found = FindInIndex(index, searched.keys[k], parameter + std::to_string(k));
+    SearchQuery found = FindInIndex(database, index, searched.keys[k], parameter + std::to_string(k));
     sql += (sql.empty() ? "" : " UNION ALL ") + found.sql;
     values.insert(values.end(), found.values.begin(), found.values.end());
   }
@@ -83,7 +83,7 @@ std::optional<std::string> FoundBehind(Database& database, const CodebookShape& 
   std::vector<Value> values;
   if (const Codebook* const codebook = FindCodebookOf(shape.tables[field])) {
     if (const auto index = SearchIndexOf(ShapeOf(database, *codebook))) {
-      where += alias + ".id IN (" + FoundIn(*index, searched, "tekst", values) + ") AND ";
+      where += alias + ".id IN (" + FoundIn(database, *index, searched, "tekst", values) + ") AND ";
     }
   }
   searched.AddPatterns(values);
@@ -106,7 +106,7 @@ std::optional<std::string> FindByIndex(Database& database, const CodebookShape& 
                                        const Searched& searched, std::vector<Value>& values) {
   const auto index = SearchIndexOf(shape);
   if (!index || searched.keys.empty() || !searched.FitsIndex()) return std::nullopt;
-  std::string found = FoundIn(*index, searched, "tekst", values);
+  std::string found = FoundIn(database, *index, searched, "tekst", values);
   std::vector<std::string_view> seen;
   for (std::size_t i = 0; i < shape.fields.size(); ++i) {
     const std::string_view reference = shape.Rule(i).reference;

@@ -10,18 +10,19 @@
 
 namespace mox {
 
-/// An open connection. Whatever the database refuses becomes a DatabaseError that names the file.
+/// An open connection. Whatever the database refuses becomes a DatabaseError that names its location.
 class DatabaseConnection {
  public:
   using Open = std::function<void(soci::session& session)>;
 
-  DatabaseConnection(std::string path, const Open& open) : path_(std::move(path)) {
+  DatabaseConnection(DatabaseLocation location, const Open& open)
+      : location_(std::move(location)), dialect_(DialectOf(location_.kind())) {
     Run([&] { open(session_); });
   }
 
-  const std::string& path() const { return path_; }
+  const DatabaseLocation& location() const { return location_; }
   soci::session& session() { return session_; }
-  static const Dialect& dialect() { return SqliteDialect(); }
+  const Dialect& dialect() const { return dialect_; }
 
   /// Runs an action that talks to the database.
   template <typename Action>
@@ -29,8 +30,8 @@ class DatabaseConnection {
     try {
       return action();
     } catch (const soci::soci_error& error) {
-      const std::string reason = dialect().Explain(error, session_, path_);
-      if (dialect().IsFailure(error)) throw DatabaseUnavailable(path_ + ": " + reason);
+      const std::string reason = dialect_.Explain(error, session_, location_);
+      if (dialect_.IsFailure(error)) throw DatabaseUnavailable(location_.ToString() + ": " + reason);
       Refuse(reason);
     }
   }
@@ -38,14 +39,16 @@ class DatabaseConnection {
   void Execute(std::string_view sql) {
     Run([&] { session_ << sql; });
   }
-  [[noreturn]] void Refuse(const std::string& reason) const { throw DatabaseError(path_ + ": " + reason); }
+  [[noreturn]] void Refuse(const std::string& reason) const {
+    throw DatabaseError(location_.ToString() + ": " + reason);
+  }
 
   void WaitAtMost(int milliseconds) {
     longest_wait_ = milliseconds;
-    dialect().SetLongestWait(session_, longest_wait_);
+    dialect_.SetLongestWait(session_, longest_wait_);
   }
-  void BeginRead() { Execute(dialect().BeginRead()); }
-  void BeginWrite() { Execute(dialect().BeginWrite()); }
+  void BeginRead() { Execute(dialect_.BeginRead()); }
+  void BeginWrite() { Execute(dialect_.BeginWrite()); }
   void Commit() { Execute("COMMIT"); }
   /// Also where the engine has ended the transaction by itself, as it does when the disk is full.
   void RollBack() noexcept {
@@ -69,7 +72,8 @@ class DatabaseConnection {
   }
 
  private:
-  std::string path_;
+  DatabaseLocation location_;
+  const Dialect& dialect_;
   int longest_wait_ = 0;  // milliseconds, where it was set
   soci::session session_;
 };

@@ -43,9 +43,9 @@ const FieldDef* FindColumn(const Columns& columns, std::string_view name) {
 
 // --- the database ---
 
-void Database::Create(const std::string& path, WithDemo demo,
+void Database::Create(const DatabaseLocation& location, WithDemo demo,
                       const std::function<void(Database& created)>& fill) {
-  DatabaseConnection::dialect().Create(path, [&](DatabaseConnection& connection) {
+  DialectOf(location.kind()).Create(location, [&](DatabaseConnection& connection) {
     FillNewDatabase(connection, demo);
     if (!fill) return;
     Database created(std::shared_ptr<DatabaseConnection>(&connection, [](DatabaseConnection*) {}));
@@ -56,23 +56,26 @@ void Database::Create(const std::string& path, WithDemo demo,
 }
 
 Database Database::InMemory() {
-  const Dialect& dialect = DatabaseConnection::dialect();
+  const Dialect& dialect = SqliteDialect();
   const auto open = [&](soci::session& session) { dialect.OpenInMemory(session); };
   auto connection = std::make_shared<DatabaseConnection>("(in memory)", open);
   FillNewDatabase(*connection, WithDemo::kNo);
   return Database(std::move(connection));
 }
 
-void Database::Create(const std::string& path, const SchemaFamily& family) {
-  DatabaseConnection::dialect().Create(
-      path, [&](DatabaseConnection& connection) { FillNewDatabase(connection, family); });
+void Database::Create(const DatabaseLocation& location, const SchemaFamily& family) {
+  DialectOf(location.kind()).Create(location, [&](DatabaseConnection& connection) {
+    FillNewDatabase(connection, family);
+  });
 }
 
-Database::Database(const std::string& path, Access access) : Database(path, CompanySchema(), access) {}
+Database::Database(const DatabaseLocation& location, Access access)
+    : Database(location, CompanySchema(), access) {}
 
-Database::Database(const std::string& path, const SchemaFamily& family, Access access)
-    : connection_(std::make_shared<DatabaseConnection>(
-          path, [&](soci::session& session) { DatabaseConnection::dialect().Open(session, path, access); })) {
+Database::Database(const DatabaseLocation& location, const SchemaFamily& family, Access access)
+    : connection_(std::make_shared<DatabaseConnection>(location, [&](soci::session& session) {
+        DialectOf(location.kind()).Open(session, location, access);
+      })) {
   RequireFamily(*connection_, family);
   if (access == Access::kReadWrite) {
     MigrateSchema(*connection_, family.files);
@@ -85,7 +88,8 @@ Database::~Database() = default;
 Database::Database(Database&& other) noexcept = default;
 Database& Database::operator=(Database&& other) noexcept = default;
 
-const std::string& Database::path() const { return connection_->path(); }
+const DatabaseLocation& Database::location() const { return connection_->location(); }
+const Dialect& Database::dialect() const { return connection_->dialect(); }
 void Database::WaitAtMost(int milliseconds) { connection_->WaitAtMost(milliseconds); }
 int Database::SchemaVersion() { return RequireKnownVersion(*connection_); }
 
@@ -146,8 +150,8 @@ void Database::Check() {
 
 void Database::BackUp(const std::string& to) { connection_->dialect().BackUp(*connection_, to); }
 
-std::string Database::Restore(const std::string& path) {
-  return connection_->dialect().Restore(*connection_, path);
+std::string Database::Restore(const DatabaseLocation& location) {
+  return connection_->dialect().Restore(*connection_, location);
 }
 
 std::size_t Database::MostParameters() const { return connection_->dialect().MostParameters(); }

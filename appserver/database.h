@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "appserver/database_location.h"
 #include "appserver/statement.h"
-#include "mox/foundation/error.h"
 #include "mox/foundation/field.h"
 #include "mox/foundation/record_set.h"
 
@@ -18,19 +18,7 @@ namespace mox {
 
 class DatabaseConnection;  // what knows the engine, in connection.h
 struct SchemaFamily;       // what a database holds, in migrations.h
-
-/// A company database that cannot be opened, read or written. what() says which file, and why, for people.
-class DatabaseError : public Error {
- public:
-  using Error::Error;
-};
-
-/// The same where nothing was refused and the database itself failed: another program has kept the file
-/// locked, it is read-only or damaged, the disk is full.
-class DatabaseUnavailable : public DatabaseError {
- public:
-  using DatabaseError::DatabaseError;
-};
+class Dialect;             // what differs between engines, in dialect.h
 
 /// The columns of an answer: names with their kinds, in order.
 using Columns = std::vector<FieldDef>;
@@ -62,22 +50,23 @@ class Database {
   /// Creates the file with the newest schema, the reference data and what `fill` stores, which runs in a
   /// transaction of its own; it appears whole or not at all, and only its owner may read it. Raises
   /// DatabaseError, also when the file exists, and what `fill` raises.
-  static void Create(const std::string& path, WithDemo demo = WithDemo::kNo,
+  static void Create(const DatabaseLocation& location, WithDemo demo = WithDemo::kNo,
                      const std::function<void(Database& created)>& fill = nullptr);
   /// The newest schema with the reference data, in memory and without a file.
   static Database InMemory();
   /// Opens an existing file. With kReadWrite an older schema is brought to the newest one in one transaction.
   /// Raises DatabaseError for a file that does not exist, is no company database, is damaged, or was written
   /// by a newer program.
-  explicit Database(const std::string& path, Access access = Access::kReadWrite);
+  explicit Database(const DatabaseLocation& location, Access access = Access::kReadWrite);
   /// The same for databases of another schema than a company's, and without reference data.
-  Database(const std::string& path, const SchemaFamily& family, Access access = Access::kReadWrite);
-  static void Create(const std::string& path, const SchemaFamily& family);
+  Database(const DatabaseLocation& location, const SchemaFamily& family, Access access = Access::kReadWrite);
+  static void Create(const DatabaseLocation& location, const SchemaFamily& family);
   ~Database();
   Database(Database&& other) noexcept;
   Database& operator=(Database&& other) noexcept;
 
-  const std::string& path() const;
+  const DatabaseLocation& location() const;
+  const Dialect& dialect() const;
   int SchemaVersion();
   /// For the transaction of another program; half a minute where nothing is said.
   void WaitAtMost(int milliseconds);
@@ -114,7 +103,7 @@ class Database {
   /// once, checked before, and with nothing left of the old one beside it. Raises DatabaseError where other
   /// programs use that one; it is as it was then. Answers the name beside it under which the old file stays,
   /// empty where there was none.
-  std::string Restore(const std::string& path);
+  std::string Restore(const DatabaseLocation& location);
   /// Reads the whole file; raises DatabaseError that says what is damaged.
   void Check();
 

@@ -6,6 +6,11 @@
 
 namespace mox {
 
+const Dialect& DialectOf(DatabaseLocation::Kind kind) {
+  if (kind == DatabaseLocation::Kind::kFile) return SqliteDialect();
+  throw DatabaseError("PostgreSQL is not part of this program");
+}
+
 FieldDef FieldOfColumn(std::string name, std::string_view declared_type, bool required) {
   struct Row {
     std::string_view type;

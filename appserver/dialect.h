@@ -26,9 +26,10 @@ class Dialect {
   Dialect& operator=(const Dialect&) = delete;
 
   /// Opens an existing database. Raises soci_error, Error.
-  virtual void Open(soci::session& session, const std::string& path, Database::Access access) const = 0;
+  virtual void Open(soci::session& session, const DatabaseLocation& location,
+                    Database::Access access) const = 0;
   /// Creates a database and has it filled; it appears whole or not at all. Raises DatabaseError.
-  virtual void Create(const std::string& path,
+  virtual void Create(const DatabaseLocation& location,
                       const std::function<void(DatabaseConnection& connection)>& fill) const = 0;
 
   /// A new database without a file.
@@ -71,7 +72,7 @@ class Dialect {
   virtual void BackUp(DatabaseConnection& database, const std::string& to) const = 0;
   /// Puts what an open copy holds in the place of a database, which stays under the name that is answered.
   /// Raises soci_error, DatabaseError.
-  virtual std::string Restore(DatabaseConnection& copy, const std::string& path) const = 0;
+  virtual std::string Restore(DatabaseConnection& copy, const DatabaseLocation& location) const = 0;
   /// What the engine's full check finds, so many findings at most; empty where all is well.
   virtual std::vector<std::string> FindDamages(soci::session& session, int most) const = 0;
 
@@ -86,15 +87,16 @@ class Dialect {
   virtual void Reset(soci::statement& statement) const = 0;
   /// Whether the database failed, where otherwise it refused what it was given.
   virtual bool IsFailure(const soci::soci_error& error) const = 0;
-  /// What went wrong with the database at `path`, for people, on one line.
+  /// What went wrong with the database there, for people, on one line.
   virtual std::string Explain(const soci::soci_error& error, soci::session& session,
-                              const std::string& path) const = 0;
+                              const DatabaseLocation& location) const = 0;
   /// How long a connection waits for the transaction of another program; half a minute where nothing is said.
   /// The number must outlive the session's use.
   virtual void SetLongestWait(soci::session& session, const int& milliseconds) const = 0;
 };
 
 const Dialect& SqliteDialect();
+const Dialect& DialectOf(DatabaseLocation::Kind kind);
 
 /// The kind and size of a column that is declared so: "NUMERIC(19,4)" is a currency, "VARCHAR(20)" a text of
 /// 20 characters.

@@ -71,7 +71,9 @@ int BindValue(sqlite_api::sqlite3_stmt* statement, int parameter, const ValueSlo
 
 class Sqlite : public Dialect {
  public:
-  void Open(soci::session& session, const std::string& path, Database::Access access) const override {
+  void Open(soci::session& session, const DatabaseLocation& location,
+            Database::Access access) const override {
+    const std::string& path = location.path();
     const fs::file_status status = fs::status(path);
     if (!fs::exists(status)) throw DatabaseError(path + ": there is no such file");
     if (!fs::is_regular_file(status)) throw DatabaseError(path + ": is not a file");
@@ -80,12 +82,14 @@ class Sqlite : public Dialect {
     if (IsCompanyDatabase(session)) SetWriteAheadLog(session);
   }
 
-  void Create(const std::string& path, const std::function<void(DatabaseConnection&)>& fill) const override {
+  void Create(const DatabaseLocation& location,
+              const std::function<void(DatabaseConnection&)>& fill) const override {
+    const std::string& path = location.path();
     RequireFreeName(path);
     const TemporarySqliteFile temporary(path);
     {
       // The log comes last: until then each failure to write is told, and none left to the closing.
-      DatabaseConnection connection(path,
+      DatabaseConnection connection(location,
                                     [&](soci::session& s) { ConnectSqlite(s, temporary.path(), "rw"); });
       connection.Execute("PRAGMA application_id = " + std::to_string(kApplicationId));
       fill(connection);
@@ -102,7 +106,8 @@ class Sqlite : public Dialect {
     temporary.GiveName(to);
   }
 
-  std::string Restore(DatabaseConnection& copy, const std::string& path) const override {
+  std::string Restore(DatabaseConnection& copy, const DatabaseLocation& location) const override {
+    const std::string& path = location.path();
     TemporarySqliteFile temporary(BehindLinks(path));
     copy.Run([&] { CopySqlite(copy.session(), temporary); });
     return ReplaceSqlite(temporary, path);
@@ -256,7 +261,7 @@ class Sqlite : public Dialect {
   }
 
   std::string Explain(const soci::soci_error& error, soci::session& session,
-                      const std::string& path) const override {
+                      const DatabaseLocation& location) const override {
     const std::string message = EngineMessage(error);
     switch (const int result = SqliteResult(error)) {
       case SQLITE_CONSTRAINT:
@@ -269,7 +274,7 @@ class Sqlite : public Dialect {
       case SQLITE_IOERR:
       case SQLITE_READONLY:
       case SQLITE_CANTOPEN:
-        return ExplainFileFailure(result, SystemError(session), path);
+        return ExplainFileFailure(result, SystemError(session), location.path());
       case SQLITE_BUSY:
       case SQLITE_LOCKED:
       case SQLITE_PROTOCOL:

@@ -1,7 +1,7 @@
 #include "appserver/search_index.h"
 
 #include "appserver/codebook.h"
-#include "appserver/connection.h"
+#include "appserver/dialect.h"
 
 namespace mox {
 namespace {
@@ -19,20 +19,21 @@ std::vector<SearchIndex> AllIndexes(Database& database) {
 }
 
 bool IsBehind(Database& database, const SearchIndex& index) {
-  const std::string sql = DatabaseConnection::dialect().CountUnindexed(index, kFew + 1);
+  const std::string sql = database.dialect().CountUnindexed(index, kFew + 1);
   return !sql.empty() && database.Query("n", ParseColumns("n:integer"), sql).AsInteger(0) > kFew;
 }
 
 void Refresh(Database& database, const SearchIndex& index, int most) {
-  for (const std::string& statement : DatabaseConnection::dialect().RefreshSearchIndex(index, most)) {
+  for (const std::string& statement : database.dialect().RefreshSearchIndex(index, most)) {
     database.Execute(statement);
   }
 }
 
 }  // namespace
 
-SearchQuery FindInIndex(const SearchIndex& index, const std::string& folded, const std::string& parameter) {
-  return DatabaseConnection::dialect().FindInSearchIndex(index, folded, parameter);
+SearchQuery FindInIndex(const Database& database, const SearchIndex& index, const std::string& folded,
+                        const std::string& parameter) {
+  return database.dialect().FindInSearchIndex(index, folded, parameter);
 }
 
 void RefreshSearchIndexes(Database& database, int most) {

@@ -24,7 +24,8 @@ struct SearchQuery {
 
 /// Of the rows that hold the folded text in one of the columns; `parameter` begins the names of the query's
 /// parameters.
-SearchQuery FindInIndex(const SearchIndex& index, const std::string& folded, const std::string& parameter);
+SearchQuery FindInIndex(const Database& database, const SearchIndex& index, const std::string& folded,
+                        const std::string& parameter);
 
 /// Takes at most so many rows into each index, and as many changes. Runs in the caller's transaction.
 void RefreshSearchIndexes(Database& database, int most);
