@@ -1,35 +1,18 @@
 #include "appserver/partner_balances.h"
 
 namespace mox {
-namespace {
-
-constexpr std::string_view kAddedUp =
-    "SELECT par_id, SUM(CAST(ROUND(duguje * 10000) AS BIGINT)) AS duguje, "
-    "SUM(CAST(ROUND(potrazuje * 10000) AS BIGINT)) AS potrazuje FROM otvorene_stavke ";
-
-}  // namespace
 
 void KeepBalances(Database& database) {
-  const RecordSet last = database.Query(
-      "stavke", ParseColumns("do:integer,zadnja:integer"),
-      "SELECT (SELECT stavka_id FROM par_saldo_do), COALESCE((SELECT MAX(id) FROM otvorene_stavke), 0)");
-  const std::int64_t kept = last.AsInteger(0);
-  const std::int64_t newest = last.AsInteger(1);
-  if (newest <= kept) return;
-  const RecordSet added =
-      database.Query("novo", ParseColumns("par_id:integer,duguje:integer,potrazuje:integer"),
-                     std::string(kAddedUp) + "WHERE id > :do GROUP BY par_id ORDER BY par_id", {kept});
-  for (const RecordRow& row : added.Rows()) {
-    const std::initializer_list<Value> values = {row.AsInteger(1), row.AsInteger(2), row.AsInteger(0)};
-    const std::int64_t changed = database.Execute(
-        "UPDATE par_saldo SET duguje = duguje + :duguje, potrazuje = potrazuje + :potrazuje WHERE par_id = "
-        ":par_id",
-        values);
-    if (changed != 0) continue;
-    database.Execute(
-        "INSERT INTO par_saldo (duguje, potrazuje, par_id) VALUES (:duguje, :potrazuje, :par_id)", values);
-  }
-  database.Execute("UPDATE par_saldo_do SET stavka_id = :id", {newest});
+  database.Execute(
+      "INSERT INTO par_saldo (par_id, duguje, potrazuje) "
+      "SELECT par_id, SUM(CAST(ROUND(duguje * 10000) AS BIGINT)), "
+      "SUM(CAST(ROUND(potrazuje * 10000) AS BIGINT)) FROM otvorene_stavke "
+      "WHERE id > (SELECT stavka_id FROM par_saldo_do) GROUP BY par_id "
+      "ON CONFLICT (par_id) DO UPDATE SET duguje = par_saldo.duguje + excluded.duguje, "
+      "potrazuje = par_saldo.potrazuje + excluded.potrazuje");
+  database.Execute(
+      "UPDATE par_saldo_do SET stavka_id = (SELECT MAX(id) FROM otvorene_stavke) "
+      "WHERE stavka_id < (SELECT MAX(id) FROM otvorene_stavke)");
 }
 
 void SumBalancesAnew(Database& database) {

@@ -209,17 +209,12 @@ class Ledger {
       if (!may_be_negative && balance.quantity < 0 && balance.quantity < balance.before) {
         RefuseShortage(place.first, place.second, balance);
       }
-      const std::initializer_list<Value> values = {balance.quantity, balance.value, balance.price,
-                                                   place.first, place.second};
-      const std::int64_t changed = database_.Execute(
-          "UPDATE skl_stanje SET kolicina = :kolicina, vrijednost = :vrijednost, nc = :nc "
-          "WHERE skl_id = :skl_id AND art_id = :art_id",
-          values);
-      if (changed != 0) continue;
       database_.Execute(
-          "INSERT INTO skl_stanje (kolicina, vrijednost, nc, skl_id, art_id) "
-          "VALUES (:kolicina, :vrijednost, :nc, :skl_id, :art_id)",
-          values);
+          "INSERT INTO skl_stanje (skl_id, art_id, kolicina, vrijednost, nc) "
+          "VALUES (:skl_id, :art_id, :kolicina, :vrijednost, :nc) "
+          "ON CONFLICT (skl_id, art_id) DO UPDATE SET kolicina = excluded.kolicina, "
+          "vrijednost = excluded.vrijednost, nc = excluded.nc",
+          {place.first, place.second, balance.quantity, balance.value, balance.price});
     }
   }
 
