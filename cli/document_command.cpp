@@ -230,9 +230,11 @@ void AppendFiles(Document& document, RecordSet* stored, std::string& out) {
   }
 }
 
-const DocumentPart* FindPart(const std::string& name) {
+// A document of services alone has them as its lines.
+const DocumentPart* FindPart(const std::string& name, const DocumentKind& kind) {
   if (name.empty()) return nullptr;
-  if (const DocumentPart* part = FindRow(kParts, name)) return part;
+  const bool are_services = name == "lines" && !kind.goods.Exists();
+  if (const DocumentPart* part = FindRow(kParts, are_services ? "services" : name)) return part;
   throw UsageError("--part: \"" + name + "\" is not lines, services, recap or totals");
 }
 
@@ -252,7 +254,7 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
   if (arguments.list) return ListKinds(arguments.kind, session.out);
   if (arguments.kind.empty()) throw UsageError("KIND is required; --list names them");
   const DocumentKind& kind = FindKindArgument(arguments.kind);
-  const DocumentPart* const part = FindPart(arguments.part);
+  const DocumentPart* const part = FindPart(arguments.part, kind);
   if (!arguments.store && !arguments.header.empty()) throw UsageError("--header needs --store");
   std::vector<std::string> paths = arguments.paths;
   if (paths.empty()) paths.emplace_back("-");
@@ -302,7 +304,8 @@ void Declare(Options& options) {
                "print record-set files instead of tables for people: the parts goods,\n"
                "services, tax by rate and totals, separated by one blank line");
   options.Value("--part", arguments->part, "PART",
-                "print one part only, as a file: lines, services, recap or totals");
+                "print one part only, as a file: lines, services (the lines, too, where a\nkind has nothing "
+                "else), recap or totals");
   options.Flag("--store", arguments->store,
                "store the document in the database that --db names, in one\n"
                "transaction, and print its number; with --csv as one more part");
