@@ -3,6 +3,7 @@
 #include <array>
 #include <vector>
 
+#include "mox/calculations/by_rate_internal.h"
 #include "mox/calculations/line_formulas_internal.h"
 #include "mox/calculations/walks_internal.h"
 #include "mox/foundation/rounding.h"
@@ -37,7 +38,7 @@ struct RateSum {
 class RateSums {
  public:
   void Add(double rate, Currency base, Currency tax) {
-    RateSum& sum = Of(rate);
+    RateSum& sum = sums_.Of(rate);
     sum.base += base;
     sum.tax += tax;
   }
@@ -45,7 +46,7 @@ class RateSums {
   /// Appends a row for each rate: its total is base, tax and what is carried over into every row.
   void WriteTo(RecordSet& recap, Currency carried) const {
     std::vector<std::array<Value, 5>> rows;
-    for (const RateSum& sum : sums_) {
+    for (const RateSum& sum : sums_.All()) {
       const Currency tax = R2(sum.tax);
       rows.push_back({sum.base, tax, sum.rate, RateText(sum.rate), sum.base + tax + carried});
     }
@@ -53,17 +54,10 @@ class RateSums {
     recap.Last();
   }
 
-  std::vector<RateSum>& sums() { return sums_; }
+  std::vector<RateSum>& sums() { return sums_.All(); }
 
  private:
-  RateSum& Of(double rate) {
-    for (RateSum& sum : sums_) {
-      if (sum.rate == rate) return sum;
-    }
-    return sums_.emplace_back(RateSum{.rate = rate, .base = {}, .tax = {}});
-  }
-
-  std::vector<RateSum> sums_;
+  ByRate<RateSum> sums_;
 };
 
 // Rows are written by position, so the fields are looked at before anything is changed.

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "mox/calculations/by_rate_internal.h"
 #include "mox/calculations/supplier_totals.h"
 #include "mox/documents/column_sum_internal.h"
 #include "mox/foundation/rounding.h"
@@ -175,21 +176,14 @@ struct BaseAndTax {
 
 // What lines and recapitulation say of one rate.
 struct RateFigures {
-  double rate;
+  double rate = 0;
   BaseAndTax lines;
   BaseAndTax recap;
   std::int64_t roundings = 0;  // of tax, in the lines
   bool is_finer = false;       // than hundredths
 };
 
-RateFigures& OfRate(std::vector<RateFigures>& figures, double rate) {
-  const auto found = std::find_if(figures.begin(), figures.end(),
-                                  [rate](const RateFigures& known) { return known.rate == rate; });
-  if (found != figures.end()) return *found;
-  return figures.emplace_back(RateFigures{.rate = rate, .lines = {}, .recap = {}});
-}
-
-void AddLines(const Sort& sort, std::vector<RateFigures>& figures) {
+void AddLines(const Sort& sort, ByRate<RateFigures>& figures) {
   const RecordSet& records = *sort.records;
   const LineSchema& schema = sort.schema;
   const std::vector<std::size_t> taxes = ColumnsOf(records, SplitNames(schema.tax));
@@ -201,7 +195,7 @@ void AddLines(const Sort& sort, std::vector<RateFigures>& figures) {
   }
   const auto rate = records.FindFieldIndex(sort.recapitulated.rate.text);
   for (const RecordRow& row : records.Rows()) {
-    RateFigures& of_rate = OfRate(figures, rate ? row.AsFloat(*rate) : 0);
+    RateFigures& of_rate = figures.Of(rate ? row.AsFloat(*rate) : 0);
     const Currency tax = SumInRow(row, taxes);
     of_rate.lines.tax += tax;
     of_rate.lines.base += SumInRow(row, bases);
@@ -211,7 +205,7 @@ void AddLines(const Sort& sort, std::vector<RateFigures>& figures) {
   }
 }
 
-void AddRecapitulation(const RecordSet& recap, std::vector<RateFigures>& figures) {
+void AddRecapitulation(const RecordSet& recap, ByRate<RateFigures>& figures) {
   for (const std::string_view name : {field::neoporezivo.text, field::pp_iznos.text}) {
     if (!SumOf(recap, name).IsZero()) {
       throw Error("the recapitulation has " + std::string(name) + ", which no line can have");
@@ -221,7 +215,7 @@ void AddRecapitulation(const RecordSet& recap, std::vector<RateFigures>& figures
   const std::vector<std::size_t> base = ColumnsOf(recap, {field::osnovica.text});
   const std::vector<std::size_t> tax = ColumnsOf(recap, {field::porez.text});
   for (const RecordRow& row : recap.Rows()) {
-    RateFigures& of_rate = OfRate(figures, rate ? row.AsFloat(*rate) : 0);
+    RateFigures& of_rate = figures.Of(rate ? row.AsFloat(*rate) : 0);
     of_rate.recap.base += SumInRow(row, base);
     of_rate.is_finer = of_rate.is_finer || IsFinerThanHundredths(of_rate.recap.base);
     of_rate.recap.tax += SumInRow(row, tax);
@@ -252,8 +246,8 @@ bool Agree(const DocumentRecap& recap, const RateFigures& of_rate) {
   return base_gap <= HalfHundredths(of_rate.roundings) && tax_gap <= HalfHundredths(1 + of_rate.roundings);
 }
 
-void CompareRates(const DocumentKind& kind, const std::vector<RateFigures>& figures) {
-  for (const RateFigures& of_rate : figures) {
+void CompareRates(const DocumentKind& kind, const ByRate<RateFigures>& figures) {
+  for (const RateFigures& of_rate : figures.All()) {
     if (Agree(kind.recap, of_rate)) continue;
     throw Error("at " + ShortestNumber(of_rate.rate) + " % the lines have the " + Shown(of_rate.lines) +
                 ", the recapitulation has the " + Shown(of_rate.recap));
@@ -300,11 +294,11 @@ void CheckFigures(const DocumentKind& kind, const DocumentSets& sets) {
     return;
   }
   if (!is_recapitulated) throw Error(std::string(kind.name) + " has tax, but no recapitulation");
-  std::vector<RateFigures> figures;
+  ByRate<RateFigures> figures;
   for (const Sort& sort : sorts) AddLines(sort, figures);
   AddRecapitulation(*sets.recap, figures);
   // Lines without a tax of their own have that of their base.
-  for (RateFigures& of_rate : figures) {
+  for (RateFigures& of_rate : figures.All()) {
     if (!kind.recap.takes_digits && of_rate.roundings == 0) of_rate.lines.tax = TaxOfBase(of_rate);
   }
   CompareRates(kind, figures);

@@ -367,18 +367,19 @@ TEST(ExactModel, Lines) {
   }
 }
 
-// Lines of a document, with a few rates among them.
+// Lines of a document, with a few rates among them; now and then many of both.
 std::vector<Line> GiveLines(Random& random, RecordSet& lines) {
   std::vector<Line> copies;
   const double rates[] = {random.Rate(), random.Rate(), random.Rate()};
-  for (std::int64_t i = random.Below(6); i > 0; --i) {
+  const bool is_long = random.OneIn(200);
+  for (std::int64_t i = is_long ? 80 : random.Below(6); i > 0; --i) {
     Line& copy = copies.emplace_back();
     lines.Append();
     random.NextQuantity();
     for (const char* name : {"ukupno", "nci", "pov_naki", "neoporezivo", "pp_iznos"}) {
       Give(lines, copy, name, random.Price());
     }
-    Give(lines, copy, "tbr_stp", rates[random.Below(3)]);
+    Give(lines, copy, "tbr_stp", is_long ? static_cast<double>(random.Below(40)) : rates[random.Below(3)]);
     Give(lines, copy, "pp_stopa", static_cast<double>(random.Below(2)));
     Give(lines, copy, "vrsta_stavke", static_cast<double>(random.Below(3)));
     const std::int64_t kind = random.Below(std::ssize(kKinds));
