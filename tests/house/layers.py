@@ -27,6 +27,7 @@ HOMES = {
     "zip.h": ("sheets/",),
     "pugixml.hpp": ("sheets/",),
     "xlsxwriter.h": ("sheets/",),
+    "Q": ("desktop/",),
 }
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"\n]+)"|<([^>\n]+)>)', re.M)
@@ -88,7 +89,8 @@ def check_quoted(root, source, header, folder, named):
 def check_angled(name, header, folder):
     homes = next((homes for start, homes in HOMES.items() if header.startswith(start)), None)
     if folder.startswith("mox/"):
-        if ("." in header or "/" in header) and (homes is not None or not name.startswith(SYSTEM_HOMES)):
+        foreign = "." in header or "/" in header or homes is not None
+        if foreign and (homes is not None or not name.startswith(SYSTEM_HOMES)):
             return f"mox/ needs the standard library only, not <{header}>"
     elif homes is not None and not name.startswith(homes):
         return f"<{header}> is known in {' and '.join(homes)} alone"

@@ -1,0 +1,15 @@
+#include <gmock/gmock.h>
+
+#include <QApplication>
+#include <QStandardPaths>
+
+// Nobody's screen is used, and nobody's settings.
+int main(int argc, char** argv) {
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  qputenv("LC_ALL", "C.UTF-8");
+  testing::InitGoogleMock(&argc, argv);
+  QStandardPaths::setTestModeEnabled(true);
+  QApplication application(argc, argv);
+  QApplication::setStyle(QStringLiteral("Fusion"));
+  return RUN_ALL_TESTS();
+}
