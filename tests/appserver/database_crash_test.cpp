@@ -6,6 +6,7 @@
 #include <random>
 
 #include "tests/appserver/scratch_database.h"
+#include "tests/fakes/how_many.h"
 
 namespace mox {
 namespace {
@@ -52,10 +53,9 @@ void WriteForever(const std::string& path, int told) {
 
 TEST_F(DatabaseCrashTest, KeepsTransactionsWholeWhenItsProcessIsKilled) {
   Database(path_).Execute("CREATE TABLE redak (t BIGINT, r BIGINT, tekst TEXT, UNIQUE (t, r))");
-  const char* const wanted = std::getenv("MOX_CRASHES");
   std::mt19937 random(3);
   std::int64_t committed = 0;
-  for (int crash = wanted == nullptr ? 12 : std::atoi(wanted); crash > 0; --crash) {
+  for (std::int64_t crash = HowMany("MOX_CRASHES", 12); crash > 0; --crash) {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     const pid_t child = Fork([&] { WriteForever(path_, ends[1]); });

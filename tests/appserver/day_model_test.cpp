@@ -14,6 +14,7 @@
 #include "mox/host/memory_settings.h"
 #include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
+#include "tests/fakes/how_many.h"
 
 namespace mox {
 namespace {
@@ -374,17 +375,12 @@ Script Shortened(Script script) {
   return script;
 }
 
-std::int64_t Wanted(const char* name, std::int64_t otherwise) {
-  const char* const wanted = std::getenv(name);
-  return wanted == nullptr ? otherwise : std::atoll(wanted);
-}
-
 // MOX_DAYS=10000 is a longer run. A company has 50 days, so that its history stays short enough to be
 // compared whole every evening.
 TEST(DayModel, AnyOrderOfWorkKeepsTheSums) {
   constexpr std::int64_t kDaysOfCompany = 50;
   constexpr std::size_t kStepsOfDay = 4;
-  const std::int64_t days = Wanted("MOX_DAYS", 100);
+  const std::int64_t days = HowMany("MOX_DAYS", 100);
   for (std::int64_t company = 0; company * kDaysOfCompany < days; ++company) {
     std::mt19937 random(static_cast<unsigned>(company));  // NOLINT: the same days in every run
     Script script(kDaysOfCompany * kStepsOfDay);
@@ -428,7 +424,7 @@ TEST_F(DayModelTest, ProgramsAtOnceThatAreKilledKeepTheSums) {
   { Shop shop{Database(path_)}; }
   Database(path_).Execute("UPDATE par SET limit_duga = 3 WHERE id = 1");
   std::mt19937 random(5);  // NOLINT: the same steps in every run
-  for (std::int64_t round = Wanted("MOX_CRASHES", 6); round > 0; --round) {
+  for (std::int64_t round = HowMany("MOX_CRASHES", 6); round > 0; --round) {
     std::array<pid_t, 3> programs{};
     for (pid_t& program : programs) {
       const auto seed = static_cast<unsigned>(random());

@@ -70,27 +70,32 @@ class DocumentTest : public ScratchDatabase {
     const ScopedApp app({.ini = &settings, .comunication = &server});
     return Invoice(due).Store();
   }
+
+  // How many of four commit, each with a connection of its own, as programs have it, all at the same moment.
+  int CommittedByMany(const auto& commit) const {
+    constexpr int kPrograms = 4;
+    std::atomic<int> ready = 0;
+    std::atomic<int> committed = 0;
+    std::vector<std::thread> programs;
+    for (int i = 0; i < kPrograms; ++i) {
+      programs.emplace_back([&] {
+        CompanyServer program{Database(path_)};
+        for (++ready; ready < kPrograms;) std::this_thread::yield();
+        committed += commit(program) ? 1 : 0;
+      });
+    }
+    for (std::thread& program : programs) program.join();
+    return committed;
+  }
 };
 
-// Each with a connection of its own, as two programs have it, all at the same moment.
 TEST_F(DocumentTest, IsCancelledOnceByManyProgramsAtOnce) {
   CompanyServer server{Database(path_)};
   const RecordSet header = MakeStornoHeader(StoreDocument(server));
   const RecordSet* const sets[] = {&header};
   const TAstaParamList request = WriteRequest("DokumentStorno", sets);
-  constexpr int kPrograms = 4;
-  std::atomic<int> ready = 0;
-  std::atomic<int> committed = 0;
-  std::vector<std::thread> programs;
-  for (int i = 0; i < kPrograms; ++i) {
-    programs.emplace_back([&] {
-      CompanyServer program{Database(path_)};
-      for (++ready; ready < kPrograms;) std::this_thread::yield();
-      committed += program.WriteDataService(request) != 0 ? 1 : 0;
-    });
-  }
-  for (std::thread& program : programs) program.join();
-  EXPECT_EQ(committed, 1);
+  EXPECT_EQ(CommittedByMany([&](CompanyServer& program) { return program.WriteDataService(request) != 0; }),
+            1);
   const RecordSet count = server.database().Query("count", ParseColumns("stornos:integer,sum:currency"),
                                                   "SELECT COUNT(stornira_id), SUM(ukupno) FROM dok");
   EXPECT_EQ(count.AsInteger(0), 1);
@@ -101,19 +106,7 @@ TEST_F(DocumentTest, IsCancelledOnceByManyProgramsAtOnce) {
 // Two programs see the same balance, and the limit has room for one invoice of 12.50.
 TEST_F(DocumentTest, ACreditLimitIsUsedUpOnce) {
   Database(path_).Execute("UPDATE par SET limit_duga = 20 WHERE id = 1");
-  constexpr int kPrograms = 4;
-  std::atomic<int> ready = 0;
-  std::atomic<int> committed = 0;
-  std::vector<std::thread> programs;
-  for (int i = 0; i < kPrograms; ++i) {
-    programs.emplace_back([&] {
-      CompanyServer program{Database(path_)};
-      for (++ready; ready < kPrograms;) std::this_thread::yield();
-      committed += StoreInvoice(program) ? 1 : 0;
-    });
-  }
-  for (std::thread& program : programs) program.join();
-  EXPECT_EQ(committed, 1);
+  EXPECT_EQ(CommittedByMany([](CompanyServer& program) { return StoreInvoice(program); }), 1);
 }
 
 // Who agreed did so on figures that another program has changed since.

@@ -11,6 +11,7 @@
 #include "mox/import/import_profiles.h"
 #include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
+#include "tests/fakes/how_many.h"
 
 namespace mox {
 namespace {
@@ -249,11 +250,9 @@ TEST_F(ImportJournal, KeepsImportsWholeWhenTheirProcessIsKilled) {
       if (done != "committed") std::_Exit(1);
     }
   };
-  const char* const wanted = std::getenv("MOX_CRASHES");
   std::mt19937 random(5);
   std::size_t found_stored = 0;
-  int crashes = wanted == nullptr ? 12 : std::atoi(wanted);
-  for (; crashes > 0; --crashes) {
+  for (std::int64_t crash = HowMany("MOX_CRASHES", 12); crash > 0; --crash) {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     const pid_t child = ::fork();

@@ -8,6 +8,7 @@
 #include "mox/host/company_parameters.h"
 #include "tests/calculations/line_table.h"
 #include "tests/calculations/recap_members.h"
+#include "tests/foundation/case_file.h"
 
 // Runs the table of the functions that walk the lines of a document, one test a section.
 
@@ -134,7 +135,13 @@ INSTANTIATE_TEST_SUITE_P(Tables, WalkCases, testing::ValuesIn(ReadSections({"wal
 TEST(Recapitulations, AskForTheRateOfAnAmount) {
   RecordSet lines = Records("ukupno=1 tbr_stp=25");
   RecordSet recap = Records("osnovica porez stopa tekst ukupno");
-  EXPECT_THROW(FillPDVData(lines.FindField("ukupno"), {}, {}, {}, recap, 2), Error);
+  const auto amount = lines.FindField("ukupno");
+  const auto rate = lines.FindField("tbr_stp");  // of the other amount
+  const auto error = [](const auto& fill) { return TextOrError([&] { return fill(), std::string(); }); };
+  EXPECT_EQ(error([&] { FillPDVData(amount, {}, {}, rate, recap, 2); }),
+            "! an amount field is given without its RateField1");
+  EXPECT_EQ(error([&] { FillPDVData({}, amount, rate, {}, recap, 2); }),
+            "! an amount field is given without its RateField2");
 }
 
 TEST(Recapitulations, LookAtTheirFieldsBeforeTheyChangeAnything) {

@@ -3,22 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <random>
 
 #include "mox/host/company_parameters.h"
 #include "mox/host/memory_settings.h"
+#include "tests/fakes/how_many.h"
 #include "tests/fakes/recording_host.h"
 
 namespace mox {
 namespace {
-
-// How many documents of all kinds together; MOX_STORNO_DOCUMENTS=100000 asks for more than a quick run has
-// time for.
-std::size_t DocumentCount() {
-  const char* const asked = std::getenv("MOX_STORNO_DOCUMENTS");
-  return asked == nullptr ? 1400 : std::stoul(asked);
-}
 
 class Random {
  public:
@@ -87,9 +80,9 @@ class StornoTest : public testing::Test {
 
 TEST_F(StornoTest, CancelsEveryAmountOfRandomDocumentsOfEveryKind) {
   Random random;
-  const std::size_t of_each = DocumentCount() / DocumentKinds().size();
+  const auto of_each = HowMany("MOX_STORNO_DOCUMENTS", 1400) / std::ssize(DocumentKinds());
   for (const DocumentKind& kind : DocumentKinds()) {
-    for (std::size_t i = 0; i < of_each; ++i) {
+    for (std::int64_t i = 0; i < of_each; ++i) {
       parameters_.Set("PdviCalcDigit", i % 2 == 0 ? "2" : "4");
       Document document(kind);
       for (RecordSet* const lines : {document.Goods(), document.Services()}) {

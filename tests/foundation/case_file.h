@@ -12,8 +12,9 @@
 #include "tests/source_dir.h"
 
 // The tables of the folders cases/. A table begins with its name, "= NAME"; a row is a line of words, with an
-// arrow before what is expected, and a line that begins with "#" is a comment. A word that is empty or has
-// blanks stands in double quotes; \n, \t, \xC4, \" and \\ are written as in a program.
+// arrow before what is expected ("!Overflow" also without its message), and a line that begins with "#" is a
+// comment. A word that is empty or has blanks stands in double quotes; \n, \t, \xC4, \" and \\ are written as
+// in a program.
 
 namespace mox {
 
@@ -50,14 +51,18 @@ inline Words WordsOf(const std::string& row) {
   return words;
 }
 
-/// What a call gives, or the error that it raises: "!Overflow", "!ConversionError", "! message".
-inline std::string TextOrError(const std::function<std::string()>& call) {
+/// What a call gives, or the error that it raises: "!Overflow", "!ConversionError", "! message"; the first
+/// two with a message behind them where that is asked for.
+inline std::string TextOrError(const std::function<std::string()>& call, bool with_message = false) {
+  const auto told = [&](std::string kind, const Error& error) {
+    return with_message ? kind + " " + error.what() : kind;
+  };
   try {
     return call();
-  } catch (const Overflow&) {
-    return "!Overflow";
-  } catch (const ConversionError&) {
-    return "!ConversionError";
+  } catch (const Overflow& error) {
+    return told("!Overflow", error);
+  } catch (const ConversionError& error) {
+    return told("!ConversionError", error);
   } catch (const Error& error) {
     return std::string("! ") + error.what();
   }
@@ -81,7 +86,9 @@ inline void ExpectTables(const std::string& file, const std::map<std::string, Ta
     for (const std::string& word : WordsOf(line.substr(arrow + 4))) {
       expected += (expected.empty() ? "" : " ") + word;
     }
-    EXPECT_EQ(TextOrError([&] { return functions.at(table)(WordsOf(line.substr(0, arrow))); }), expected);
+    const bool with_message = expected.starts_with('!') && expected.find(' ') != std::string::npos;
+    EXPECT_EQ(TextOrError([&] { return functions.at(table)(WordsOf(line.substr(0, arrow))); }, with_message),
+              expected);
   }
   EXPECT_EQ(rows.size(), functions.size()) << file;
 }

@@ -3,9 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <random>
 #include <string>
+
+#include "tests/fakes/how_many.h"
 
 namespace mox {
 namespace {
@@ -119,11 +120,7 @@ std::string Outcome(Rounding round) {
   }
 }
 
-// More of them by hand: MOX_ROUNDINGS=10000000.
-int CaseCount() {
-  const char* const wanted = std::getenv("MOX_ROUNDINGS");
-  return wanted != nullptr ? std::atoi(wanted) : 10'000;
-}
+std::int64_t CaseCount() { return HowMany("MOX_ROUNDINGS", 10'000); }
 
 // With the bound for a roundoff: how many cases double decides, and how many of them wrongly.
 struct Verdicts {

@@ -116,13 +116,17 @@ TEST(RecordTools, AnswersTables) {
             throw;
           }
         }},
-       {"renumber",  // FIELDS ROWS FILTER FIELD FIRST; the filter is on k
+       {"renumber",  // FIELDS ROWS FILTER FIELD [FIRST]; the filter is on k
         [](const Words& row) {
           RecordSet records = Parse(row[0], row[1]);
           if (!row[2].empty()) records.SetFilter("k like '" + row[2] + "'");
           records.SetFiltered(!row[2].empty());
           return AfterWriting(records, [&] {
-            RenumberField(records, row[3], std::stoi(row[4]));
+            if (row.size() == 4) {
+              RenumberField(records, row[3]);
+            } else {
+              RenumberField(records, row[3], std::stoi(row[4]));
+            }
             records.SetFiltered(false);
             return std::string();
           });
