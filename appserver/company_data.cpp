@@ -14,7 +14,6 @@
 namespace mox {
 namespace {
 
-constexpr std::string_view kCompanyGroup = "poduzeće";
 constexpr std::string_view kFeatureGroup = "mogućnost";
 constexpr std::string_view kAdditionalGroup = "dodatni parametar";
 constexpr std::string_view kAccountGroup = "e-račun";
@@ -230,9 +229,13 @@ void CompanyData::AppendAll(RecordSet& answer) const {
 }
 
 void CompanyData::RequireNamed() const {
+  RequireCompanyNamed([this](std::string_view name) { return Parameter(name).has_value(); });
+}
+
+void RequireCompanyNamed(const std::function<bool(std::string_view name)>& is_set) {
   std::string missing;
   for (const std::string_view name : kNames) {
-    if (!Parameter(name)) missing.append(missing.empty() ? "" : " ").append(name).append("=...");
+    if (!is_set(name)) missing.append(missing.empty() ? "" : " ").append(name).append("=...");
   }
   if (missing.empty()) return;
   throw Error("the company is not named yet; set it first: mox company set " + missing);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -51,6 +52,12 @@ class CompanyData {
   std::vector<std::pair<std::string, std::string>> set_;
   CompanyParameterModule parameters_;
 };
+
+/// The group of the company parameters in the list of all that a company is told.
+inline constexpr std::string_view kCompanyGroup = "poduzeće";
+
+/// What documents that leave the house say of the company must be set: raises Error that names what is not.
+void RequireCompanyNamed(const std::function<bool(std::string_view name)>& is_set);
 
 /// What a company is told of itself when it is made or changed.
 struct CompanyParameter {

@@ -16,6 +16,16 @@
 
 namespace mox {
 
+namespace {
+
+constexpr std::int64_t kMostChoices = 100'000;
+
+std::size_t MostChoices(std::int64_t asked) {
+  return static_cast<std::size_t>(std::clamp<std::int64_t>(asked, 0, kMostChoices));
+}
+
+}  // namespace
+
 CompanyServer::CompanyServer(Database database, Log log)
     : database_(std::move(database)), log_(std::move(log)), company_(database_) {
   CatchUpSearchIndexes(database_);
@@ -37,6 +47,15 @@ std::unique_ptr<TAstaParamList> CompanyServer::Answer(const TAstaParamList& requ
     answers->FastAdd(kImportGridService.answers,
                      import_catalogue_.Find(database_, sql,
                                             {inputs.As<std::string>("params2"), ToText(inputs["params3"])}));
+    return answers;
+  }
+  if (service == kImportChoicesService.name) {
+    const ServiceInputs inputs(kImportChoicesService.inputs, request, company_);
+    RecordSet choices = import_catalogue_.Choices(database_, inputs.As<std::string>("params1"),
+                                                  MostChoices(inputs.As<std::int64_t>("najvise")));
+    choices.SetName(std::string(kImportChoicesService.answers));
+    auto answers = std::make_unique<TAstaParamList>();
+    answers->FastAdd(kImportChoicesService.answers, std::move(choices));
     return answers;
   }
   if (service == kRetailSizesService.name) {

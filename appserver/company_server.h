@@ -5,11 +5,11 @@
 #include <string>
 #include <string_view>
 
+#include "appserver/company_access.h"
 #include "appserver/company_data.h"
 #include "appserver/database.h"
 #include "appserver/import_catalogue.h"
 #include "appserver/write_outcome.h"
-#include "mox/foundation/app.h"
 #include "mox/foundation/secrets.h"
 
 namespace mox {
@@ -17,7 +17,7 @@ namespace mox {
 /// The application server in the host's own process: answers named services from a company database and
 /// stores named transactions in it. The company parameters are those of the database; parameters set on this
 /// object come before them.
-class CompanyServer : public TdmComunication {
+class CompanyServer : public CompanyAccess {
  public:
   using Log = std::function<void(std::string_view line)>;
 
@@ -28,11 +28,9 @@ class CompanyServer : public TdmComunication {
   /// The SQL texts that the service "ImportGrid" runs.
   ImportCatalogue& import_catalogue() { return import_catalogue_; }
   const CompanyData& company() const { return company_; }
-  /// "NAME=VALUE" stands before the company parameter and the additional feature of that name.
-  void SetParameter(std::string_view assignment) { company_.Set(assignment); }
-
-  /// Adds the keys and passwords of the company's accounts, which nobody is to see.
-  void AddSecrets(Secrets& secrets);
+  void SetParameter(std::string_view assignment) override { company_.Set(assignment); }
+  void AddSecrets(Secrets& secrets) override;
+  void RequireNamed() override { company_.RequireNamed(); }
 
   RecordSet* CompanyParameters() override { return company_.Parameters(); }
   /// Null for an unknown service. Raises DatabaseError when the database fails, Error naming the service and
@@ -45,10 +43,8 @@ class CompanyServer : public TdmComunication {
   std::string WriteRefusal() const override;
   /// The database was opened for reading alone: from now on writing raises DatabaseUnavailable that says why.
   void SetUnwritable(std::string reason) { unwritable_ = std::move(reason); }
-  /// Write requests are carried out from now on, and rolled back in the end: whether they would be stored.
-  void SetRehearsing(bool rehearsing) { rehearsing_ = rehearsing; }
-
-  const WriteOutcome& LastWrite() const { return last_write_; }
+  void SetRehearsing(bool rehearsing) override { rehearsing_ = rehearsing; }
+  const WriteOutcome& LastWrite() const override { return last_write_; }
 
  private:
   std::unique_ptr<TAstaParamList> Answer(const TAstaParamList& request, std::string_view service);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "appserver/client_services.h"
 #include "appserver/codebook_services.h"
 #include "appserver/document_list.h"
 #include "appserver/e_invoice.h"
@@ -330,7 +331,7 @@ std::span<const NamedService> NamedServiceTable() {
     std::vector<NamedService> table(std::begin(kServices), std::end(kServices));
     table.push_back(DocumentListService());
     for (const std::span<const NamedService> family :
-         {StockServices(), ReportServices(), CodebookServices()}) {
+         {StockServices(), ReportServices(), CodebookServices(), ClientServices()}) {
       table.insert(table.end(), family.begin(), family.end());
     }
     return table;

@@ -32,6 +32,7 @@ std::vector<ServiceInfo> DescribeReadServices() {
                         service.summary});
   }
   services.push_back(kImportGridService);
+  services.push_back(kImportChoicesService);
   services.push_back(kRetailSizesService);
   return services;
 }

@@ -25,6 +25,9 @@ struct ServiceInfo {
 inline constexpr ServiceInfo kImportGridService = {
     "ImportGrid", "params1:text,params2:text,params3?:text", "adsList",
     "which values stand in the database, for look-ups in the catalogue"};
+inline constexpr ServiceInfo kImportChoicesService = {
+    "ImportGrid\\Izbor", "params1:text,najvise:integer", "adsList",
+    "the values that a look-up of the catalogue finds, at most so many"};
 inline constexpr ServiceInfo kRetailSizesService = {
     "Lunari\\KalkulirajVelicine", "params1:text,params2:text", "adsList",
     "the Croatian sizes of retail articles, which params2 has as records"};

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <memory>
 
-#include "appserver/company_server.h"
 #include "cli/command.h"
 #include "cli/options.h"
 #include "cli/record_set_file.h"
@@ -68,7 +67,7 @@ RecordSetFile ReadRows(const CodebookArguments& arguments, Session& session) {
 }
 
 void Store(const CodebookArguments& arguments, Session& session) {
-  const CompanyServer& server = ServerOf(session);
+  const CompanyAccess& server = ServerOf(session);
   RecordSetFile file = ReadRows(arguments, session);
   file.records.SetName(arguments.name);
   RequireStored(server, ExecuteTransaction("KatalogUpis", {&file.records}));

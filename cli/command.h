@@ -11,7 +11,7 @@
 
 namespace mox {
 
-class CompanyServer;
+class CompanyAccess;
 class Options;
 
 /// The command was called in a wrong way; exit status 2.
@@ -28,7 +28,7 @@ struct Session {
   /// What stands before a message of the library, `lines.csv:3: vrsta "XYZ": `; none where nothing is walked.
   std::function<std::string()> place = nullptr;
   std::string clipboard = {};       ///< what the library finds on the clipboard
-  CompanyServer* server = nullptr;  ///< over the database that --db names; null where it names none
+  CompanyAccess* server = nullptr;  ///< the company that --db or --server names; null where none is named
   std::string database = {};        ///< what --db names, also where the command opens it itself
   Secrets secrets = {};             ///< nobody is to see them in a message
   OutputFiles files = {};           ///< what the user names for results is written through it
@@ -45,7 +45,8 @@ struct Command {
   const char* summary;   ///< one sentence
   const char* examples;  ///< and remarks, shown below the options
   void (*declare)(Options& options);
-  bool opens_database = true;  ///< false where the command itself does with --db what it does
+  bool opens_database =
+      true;  ///< false where the command itself does with --db what it does, and takes no server
 };
 
 extern const Command kRoundCommand;
@@ -70,5 +71,7 @@ extern const Command kStoreCommand;
 extern const Command kImportCommand;
 extern const Command kQrCommand;
 extern const Command kEInvoiceCommand;
+extern const Command kLoginCommand;
+extern const Command kLogoutCommand;
 
 }  // namespace mox

@@ -1,6 +1,5 @@
 #include <memory>
 
-#include "appserver/company_server.h"
 #include "cli/command.h"
 #include "cli/named_values.h"
 #include "cli/options.h"
@@ -51,7 +50,7 @@ std::string ReadSecret(const std::string& path, Session& session) {
 
 void Set(const CompanyArguments& arguments, Session& session) {
   if (arguments.words.empty() && arguments.key_file.empty()) throw UsageError("NAME=VALUE is required");
-  const CompanyServer& server = ServerOf(session);
+  const CompanyAccess& server = ServerOf(session);
   RecordSet values = TextSet("Parametri", {"naziv", "vrijednost"});
   for (const auto& [name, value] : NamedValues(arguments.words)) {
     if (SameName(name, kSecret)) {
@@ -84,7 +83,7 @@ void ChangeIban(const CompanyArguments& arguments, Session& session) {
   if (!is_add && !(arguments.bank.empty() && arguments.currency.empty())) {
     throw UsageError("--bank and --currency belong to iban add");
   }
-  const CompanyServer& server = ServerOf(session);
+  const CompanyAccess& server = ServerOf(session);
   std::string iban;  // may be typed in groups of four
   for (std::size_t i = 1; i < words.size(); ++i) iban += words[i];
   RecordSet ibans = TextSet("Ibani", {"iban", "banka", "valuta"});

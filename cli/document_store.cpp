@@ -4,7 +4,6 @@
 #include <functional>
 #include <ostream>
 
-#include "appserver/company_server.h"
 #include "appserver/fold.h"
 #include "appserver/open_items.h"
 #include "cli/service_request.h"
@@ -42,7 +41,7 @@ bool IsAny(std::string_view name, std::initializer_list<std::string_view> names)
                      [name](std::string_view known) { return SameName(name, known); });
 }
 
-RecordSet Stored(CompanyServer& server, bool committed) {
+RecordSet Stored(CompanyAccess& server, bool committed) {
   RequireStored(server, committed);
   RecordSet stored;
   stored.CleanClone(server.LastWrite().stored.value());
@@ -141,14 +140,14 @@ void WarnOfLost(const LostInStore& lost, std::string_view whose, std::ostream& e
   Warn("keeps four decimals of", whose, lost.decimals, err);
 }
 
-RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header_words,
+RecordSet StoreDocument(Document& document, CompanyAccess& server, std::span<const std::string> header_words,
                         LostInStore& lost, const std::function<bool()>& confirm_credit) {
   FillHeader(document.Header(), header_words, [&](std::string_view name) {
     return IsAny(name, {"id", "vrsta", "broj", "potvrdeno"}) ||
            (SameName(name, "ukupno") && document.ToBePaid());
   });
   AllowNegativeStock(document.Header());
-  const Columns line_columns = server.database().TableColumns("dok_stavke");
+  const Columns line_columns = TableColumns("dok_stavke");
   for (const RecordSet* const lines : {document.Goods(), document.Services()}) {
     if (lines != nullptr) CollectLost(*lines, line_columns, lost);
   }
@@ -161,7 +160,7 @@ RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<con
   return Stored(server, committed);
 }
 
-RecordSet CancelDocument(std::int64_t id, CompanyServer& server, std::span<const std::string> header_words) {
+RecordSet CancelDocument(std::int64_t id, CompanyAccess& server, std::span<const std::string> header_words) {
   RecordSet header = MakeStornoHeader(id);
   FillHeader(header, header_words, [](std::string_view name) {
     return IsAny(name, {"id", "vrsta", "broj", "ukupno", "stornira_id"});

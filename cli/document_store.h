@@ -13,7 +13,7 @@
 
 namespace mox {
 
-class CompanyServer;
+class CompanyAccess;
 
 /// Columns of the lines that the database does not keep, and those of which it keeps four decimals only.
 struct LostInStore {
@@ -31,7 +31,7 @@ std::vector<std::string> WithKeys(std::span<const std::string> header_words);
 /// paid later. Adds to `lost` what of the lines it has not kept. Where the partner's credit does not allow
 /// it, `confirm_credit` is asked, as often as the partner's balance changes meanwhile. Raises UsageError for
 /// a faulty word, Error for a document without lines, and Error that says why the server refused.
-RecordSet StoreDocument(Document& document, CompanyServer& server, std::span<const std::string> header,
+RecordSet StoreDocument(Document& document, CompanyAccess& server, std::span<const std::string> header,
                         LostInStore& lost, const std::function<bool()>& confirm_credit);
 
 /// Adds what a table of these columns does not keep of the records, each name once.
@@ -41,7 +41,7 @@ void WarnOfLost(const LostInStore& lost, std::string_view whose, std::ostream& e
 
 /// Cancels the stored document of that id, its storno's header having the words NAME=VALUE. Answers and
 /// raises as StoreDocument.
-RecordSet CancelDocument(std::int64_t id, CompanyServer& server, std::span<const std::string> header);
+RecordSet CancelDocument(std::int64_t id, CompanyAccess& server, std::span<const std::string> header);
 
 /// "gotovinski-racun 1/2024 (id 1)", of the record that StoreDocument answers.
 std::string StoredNumber(const RecordSet& stored);

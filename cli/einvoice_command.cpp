@@ -2,7 +2,6 @@
 #include <optional>
 #include <ostream>
 
-#include "appserver/company_server.h"
 #include "cli/argument_text.h"
 #include "cli/command.h"
 #include "cli/host.h"
@@ -46,7 +45,7 @@ void RunEInvoice(const EInvoiceArguments& arguments, Session& session) {
   if (arguments.action != "send") {
     throw UsageError("there is no action \"" + arguments.action + "\"; send is the one");
   }
-  const CompanyServer& server = ServerOf(session);
+  const CompanyAccess& server = ServerOf(session);
   const std::int64_t doc_id = IntegerArgument("DOCID", arguments.document);
   const std::string document = "document " + arguments.document;
   RemoveLeftInvoices(App().Platform().StateFolder());

@@ -3,8 +3,10 @@
 #include <filesystem>
 #include <ostream>
 
+#include "appserver/database_location.h"
 #include "cli/argument_text.h"
 #include "cli/progress_bar.h"
+#include "connect/open_company.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/text.h"
 #include "mox/host/memory_settings.h"
@@ -19,21 +21,6 @@ std::unique_ptr<TAppIni> OpenSettings(const std::string& path) {
   if (path.empty()) return std::make_unique<MemorySettings>();
   if (!std::filesystem::exists(path)) throw Error(path + ": there is no such settings file");
   return std::make_unique<SettingsFile>(path);
-}
-
-// What may not be written, the file or its folder, is still good for reading, and so is a full disk.
-std::unique_ptr<CompanyServer> OpenServer(const std::string& path) {
-  try {
-    return std::make_unique<CompanyServer>(Database(path, Database::Access::kReadWrite));
-  } catch (const DatabaseUnavailable& unwritable) {
-    try {
-      auto server = std::make_unique<CompanyServer>(Database(path, Database::Access::kReadOnly));
-      server->SetUnwritable(unwritable.what());
-      return server;
-    } catch (const DatabaseError&) {
-    }
-    throw;
-  }
 }
 
 }  // namespace
@@ -80,11 +67,13 @@ Host::Host(const HostOptions& options, Session& session)
       dialogs_(session),
       platform_([&session] { return session.clipboard; }) {
   std::string company_path;
-  if (!options.database.empty()) {
-    server_ = OpenServer(options.database);
+  if (const std::string& address = options.server.empty() ? options.database : options.server;
+      !address.empty()) {
+    server_ = OpenCompany(address);
     session.server = server_.get();
     server_->AddSecrets(session.secrets);
-    company_path = std::filesystem::canonical(options.database).string();
+    const bool is_file = options.server.empty() && DatabaseLocation(address).IsFile();
+    company_path = is_file ? std::filesystem::canonical(address).string() : address;
   }
   for (const std::string& parameter : options.parameters) SetParameter(parameter);
   company_ = std::make_unique<WorkingCompany>(Comunication(), company_path);

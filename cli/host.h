@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "appserver/company_server.h"
+#include "appserver/company_access.h"
 #include "cli/command.h"
 #include "mox/foundation/app.h"
 #include "mox/foundation/visible_text.h"
@@ -22,6 +22,7 @@ namespace mox {
 struct HostOptions {
   std::string ini;
   std::string database;
+  std::string server;  ///< a company on an application server, in place of a database
   std::vector<std::string> parameters;
 };
 
@@ -45,7 +46,7 @@ class SessionDialogs : public ConsoleDialogs {
 };
 
 /// The host program that the library calls back into, installed for the object's lifetime: settings, dialogs
-/// on standard error, the operating system with the session's clipboard, and the company database as its
+/// on standard error, the operating system with the session's clipboard, and the company as its
 /// application server where one is named.
 class Host {
  public:
@@ -63,7 +64,7 @@ class Host {
   TdmComunication& Comunication();
 
   std::unique_ptr<TAppIni> settings_;
-  std::unique_ptr<CompanyServer> server_;
+  std::unique_ptr<CompanyAccess> server_;
   CompanyParameterModule parameters_;  ///< without a server
   SessionDialogs dialogs_;
   std::unique_ptr<WorkingCompany> company_;

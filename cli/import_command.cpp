@@ -7,8 +7,6 @@
 #include <ostream>
 #include <vector>
 
-#include "appserver/company_server.h"
-#include "appserver/import_journal.h"
 #include "cli/argument_text.h"
 #include "cli/command.h"
 #include "cli/host.h"
@@ -172,13 +170,13 @@ class ImportSession : public ImportGridView {
   // it, too.
   void SetOrigin(TfrmImportGrid& form, const FileText& file) {
     ImportOrigin origin = OriginOf(arguments_.path, file.bytes, arguments_.again);
-    const auto before = FindStoredImport(ServerOf(session_).database(), form.ProfileKey(), origin.digest);
+    const auto before = StoredImport(form.ProfileKey(), origin.digest);
     if (before && !origin.again) {
-      origin.again = AsksAtTerminal(arguments_, session_) &&
-                     ShowVelorDialog(TVCustomDialogType::kConfirmation, "import", origin.file,
-                                     "was imported before (" + before->description +
-                                         "). Import it once more?") == kDialogYes;
-      if (!origin.again) before_ = before->description;
+      origin.again =
+          AsksAtTerminal(arguments_, session_) &&
+          ShowVelorDialog(TVCustomDialogType::kConfirmation, "import", origin.file,
+                          "was imported before (" + *before + "). Import it once more?") == kDialogYes;
+      if (!origin.again) before_ = *before;
     }
     form.SetOrigin(origin);
   }
@@ -339,7 +337,8 @@ void WriteTemplate(const ImportArguments& arguments, const ImportProfile& profil
     rows = ReadImportSheet(ReadFileText(arguments.path, session.in), arguments.sheet, fields, kSourceWidth,
                            session);
   }
-  session.files.Write(arguments.workbook, TemplateWorkbook(arguments.key, fields, session.server, rows),
+  session.files.Write(arguments.workbook,
+                      TemplateWorkbook(arguments.key, fields, session.server != nullptr, rows),
                       kTemplateWorkbook);
 }
 

@@ -45,6 +45,14 @@ ImportOrigin OriginOf(const std::string& path, std::string_view bytes, bool agai
   return {LoginName(), is_file ? std::filesystem::path(path).filename().string() : "", Sha256(bytes), again};
 }
 
+std::optional<std::string> StoredImport(std::string_view profile, const std::string& digest) {
+  const auto rows = CreateDBDataSet("DnevnikUvoza\\Prijasnji", "adsUvoz",
+                                    {{"profil", Value(std::string(profile))}, {"sazetak", Value(digest)}});
+  if (!rows || rows->IsEmpty()) return std::nullopt;
+  const RecordRow row = rows->RowAt(0);
+  return row.AsText(row.IndexOf("opis"));
+}
+
 void ListImports(Session& session) {
   ServerOf(session);
   const std::optional<RecordSet> journal = CreateDBDataSet("DnevnikUvoza", "adsUvoz", {});
@@ -63,7 +71,7 @@ void ListImports(Session& session) {
 }
 
 void TakeImportBack(std::int64_t number, bool rehearsal, Session& session) {
-  CompanyServer& server = ServerOf(session);
+  CompanyAccess& server = ServerOf(session);
   RecordSet request("adsUvoz");
   request.DefineField("id", FieldKind::kInteger);
   request.DefineField("korisnik", FieldKind::kText);

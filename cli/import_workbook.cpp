@@ -7,6 +7,7 @@
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
+#include "mox/server/read_services.h"
 #include "sheets/number_format.h"
 #include "sheets/xlsx_writer.h"
 
@@ -40,21 +41,24 @@ std::vector<std::string> ChoicesOfCaption(std::string_view caption) {
           std::string(caption.substr(slash + 1, caption.size() - slash - 2))};
 }
 
-std::vector<std::string> ChoicesOf(const ImportFieldDef& field, CompanyServer* server) {
+std::vector<std::string> ChoicesOf(const ImportFieldDef& field, bool has_server) {
   if (field.field_type == field_type::kBoolean) return {"TRUE", "FALSE"};
-  if (server == nullptr || !ToBoolean(field.lookup)) return ChoicesOfCaption(field.caption);
-  const RecordSet values =
-      server->import_catalogue().Choices(server->database(), field.lookup_sql, kMostChoices + 1);
+  if (!has_server || !ToBoolean(field.lookup)) return ChoicesOfCaption(field.caption);
+  const auto values = CreateDBDataSet(
+      "ImportGrid\\Izbor", "adsList",
+      {{"params1", Value(field.lookup_sql)}, {"najvise", Value(std::int64_t{kMostChoices + 1})}});
   std::vector<std::string> choices;
-  for (const RecordRow& row : values.Rows()) choices.push_back(row.AsText(0));
+  if (!values) return choices;
+  for (const RecordRow& row : values->Rows()) choices.push_back(row.AsText(0));
   if (choices.size() > kMostChoices) choices.clear();
   return choices;
 }
 
-std::vector<WrittenColumn> ColumnsOf(const std::vector<ImportFieldDef>& fields, CompanyServer* server) {
+std::vector<WrittenColumn> ColumnsOf(const std::vector<ImportFieldDef>& fields, bool has_server) {
   std::vector<WrittenColumn> columns;
   for (const ImportFieldDef& field : fields) {
-    columns.push_back({field.caption, KindOf(field), ToBoolean(field.required), ChoicesOf(field, server)});
+    columns.push_back(
+        {field.caption, KindOf(field), ToBoolean(field.required), ChoicesOf(field, has_server)});
   }
   return columns;
 }
@@ -92,8 +96,8 @@ const OutputKind kFaultWorkbook = {"a list of faults", BeginsAsWorkbook, [](cons
 bool IsWorkbookName(const std::string& path) { return FoldCase(path).ends_with(".xlsx"); }
 
 std::string TemplateWorkbook(const std::string& key, const std::vector<ImportFieldDef>& fields,
-                             CompanyServer* server, const SheetText& rows) {
-  XlsxWriter writer(key, ColumnsOf(fields, server), App().Locale().Settings(),
+                             bool has_server, const SheetText& rows) {
+  XlsxWriter writer(key, ColumnsOf(fields, has_server), App().Locale().Settings(),
                     rows.numbers.size() > kRowsInMemory);
   std::vector<std::string_view> cells;
   for (Lines lines(rows.text); lines.Next(cells);) writer.AddRow(cells);
@@ -102,7 +106,7 @@ std::string TemplateWorkbook(const std::string& key, const std::vector<ImportFie
 
 std::string FaultWorkbook(const TfrmImportGrid& form, const std::vector<ImportFieldDef>& fields,
                           const SheetText& rows) {
-  std::vector<WrittenColumn> columns = ColumnsOf(fields, nullptr);
+  std::vector<WrittenColumn> columns = ColumnsOf(fields, false);
   const std::size_t data = columns.size();
   columns.push_back({"Redak", CellKind::kNumber, false, {}});
   columns.push_back({form.Fields()[kErrMsgPosition].caption, CellKind::kText, false, {}});

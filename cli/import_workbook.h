@@ -3,7 +3,6 @@
 #include <string>
 #include <vector>
 
-#include "appserver/company_server.h"
 #include "mox/foundation/output_file.h"
 #include "mox/import/import_grid.h"
 #include "sheets/sheet_layout.h"
@@ -22,7 +21,7 @@ bool IsWorkbookName(const std::string& path);
 /// drop-down lists of what may be entered. Values of the database are offered where there is a server. The
 /// rows of a layout stand below the heading.
 std::string TemplateWorkbook(const std::string& key, const std::vector<ImportFieldDef>& fields,
-                             CompanyServer* server, const SheetText& rows);
+                             bool has_server, const SheetText& rows);
 
 /// The faulty rows of a checked grid with its data columns, whole, to be mended and imported: the sheet of
 /// the profile with their numbers and reasons behind. `rows` are those that were pasted.

@@ -1,7 +1,6 @@
 #include <memory>
 #include <ostream>
 
-#include "appserver/company_server.h"
 #include "cli/argument_text.h"
 #include "cli/command.h"
 #include "cli/options.h"
@@ -20,7 +19,7 @@ struct PayArguments {
 };
 
 void RunPay(const PayArguments& arguments, Session& session) {
-  const CompanyServer& server = ServerOf(session);
+  const CompanyAccess& server = ServerOf(session);
   RecordSet payment("Uplate");
   payment.DefineField("dok_id", FieldKind::kInteger);
   payment.DefineField("iznos", FieldKind::kCurrency);

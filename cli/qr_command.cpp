@@ -2,7 +2,7 @@
 #include <memory>
 #include <vector>
 
-#include "appserver/company_server.h"
+#include "appserver/company_access.h"
 #include "cli/argument_text.h"
 #include "cli/command.h"
 #include "cli/options.h"
@@ -78,7 +78,7 @@ void RunQr(const QrArguments& arguments, Session& session) {
     throw UsageError(std::string(option.name) + (needed ? " is required for a " : " does not belong to a ") +
                      kind->name);
   }
-  if (session.server != nullptr) session.server->company().RequireNamed();
+  if (session.server != nullptr) session.server->RequireNamed();
   session.files.Require(FileInStateFolder(kind->picture), kind->form);
   const std::string path = kind->draw(arguments);
   if (path.empty()) throw Error("no picture of the code was made");

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "appserver/company_server.h"
+#include "appserver/service_info.h"
 #include "cli/command.h"
 #include "cli/options.h"
 #include "cli/record_set_file.h"

@@ -1,6 +1,5 @@
 #include <memory>
 
-#include "appserver/company_server.h"
 #include "appserver/rate_list.h"
 #include "cli/command.h"
 #include "cli/options.h"
@@ -17,7 +16,7 @@ struct RatesArguments {
 };
 
 void RunRates(const RatesArguments& arguments, Session& session) {
-  const CompanyServer& server = ServerOf(session);
+  const CompanyAccess& server = ServerOf(session);
   const FileText text = ReadFileText(arguments.file, session.in);
   RecordSet rates = ReadRateList(text.bytes, text.label);
   RequireStored(

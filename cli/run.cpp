@@ -15,6 +15,7 @@
 #include "cli/host.h"
 #include "cli/options.h"
 #include "cli/suggestions.h"
+#include "connect/open_company.h"
 #include "mox/foundation/text.h"
 
 namespace mox {
@@ -27,11 +28,11 @@ constexpr int kWrongUsage = 2;
 constexpr const char* kUnwritable = "standard output cannot be written";
 
 const auto kCommands = std::to_array<const Command*>(
-    {&kRoundCommand,   &kCalcCommand,    &kRecapCommand,   &kTotalCommand,    &kDocumentCommand,
-     &kOibCommand,     &kIbanCommand,    &kWordsCommand,   &kCurrencyCommand, &kWorkdaysCommand,
-     &kServiceCommand, &kDbCommand,      &kCompanyCommand, &kCodebookCommand, &kRatesCommand,
-     &kPayCommand,     &kReportCommand,  &kQueryCommand,   &kStoreCommand,    &kImportCommand,
-     &kQrCommand,      &kEInvoiceCommand});
+    {&kRoundCommand,   &kCalcCommand,     &kRecapCommand,   &kTotalCommand,    &kDocumentCommand,
+     &kOibCommand,     &kIbanCommand,     &kWordsCommand,   &kCurrencyCommand, &kWorkdaysCommand,
+     &kServiceCommand, &kDbCommand,       &kCompanyCommand, &kCodebookCommand, &kRatesCommand,
+     &kPayCommand,     &kReportCommand,   &kQueryCommand,   &kStoreCommand,    &kImportCommand,
+     &kQrCommand,      &kEInvoiceCommand, &kLoginCommand,   &kLogoutCommand});
 
 // --- help ---
 
@@ -64,7 +65,8 @@ std::vector<std::string> WithNumbersAsValues(std::vector<std::string> arguments)
   std::string_view before;
   for (std::string& argument : arguments) {
     if (argument == "--") break;
-    const bool option_value = before == "--ini" || before == "--db" || before == "--param";
+    const bool option_value =
+        before == "--ini" || before == "--db" || before == "--server" || before == "--param";
     if (!option_value && argument.starts_with("-.") && IsNumber(argument)) argument.insert(1, "0");
     before = argument;
   }
@@ -89,6 +91,8 @@ void DeclareEverything(CLI::App& app, Parsed& parsed) {
   app.get_formatter()->label("REQUIRED", "");
   app.add_option("--ini", parsed.options.ini, "settings file, section GENERAL")->type_name("FILE");
   app.add_option("--db", parsed.options.database, "company database, made by mox db init")->type_name("FILE");
+  app.add_option("--server", parsed.options.server, "company on a server, in place of --db; see mox login")
+      ->type_name("https://HOST/COMPANY");
   app.add_option("--param", parsed.options.parameters, "company parameter; can be repeated")
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
@@ -147,16 +151,29 @@ void Report(const std::string& message, std::ostream& err) {
   err << "mox: " << OnOneLine(message) << std::endl;
 }
 
+// A company is in one place, and what is done with its database is done where that is.
+void CheckServer(const Parsed& parsed) {
+  const HostOptions& options = parsed.options;
+  if (options.server.empty()) return;
+  if (!options.database.empty()) throw UsageError("--server and --db exclude each other");
+  if (!IsServerAddress(options.server)) throw UsageError("--server: the address is https://HOST/COMPANY");
+  if (!parsed.opens_database) {
+    throw UsageError("--server does not go with it: it works with a database itself, where that is");
+  }
+}
+
 int Execute(const CLI::App& app, const Parsed& parsed, std::istream& in, std::ostream& out,
             std::ostream& err) {
   Session session{in, err, {}};
   session.files.Keep(parsed.options.database, "the company database");
   session.files.Keep(parsed.options.ini, "the settings file");
-  for (const char* const name : {"--ini", "--db"}) {
+  for (const char* const name : {"--ini", "--db", "--server"}) {
     if (app.count(name) > 0 && app[name]->as<std::string>().empty()) {
-      throw UsageError(std::string(name) + ": the name of the file is empty");
+      const std::string what = name == std::string_view("--server") ? "address" : "name of the file";
+      throw UsageError(std::string(name) + ": the " + what + " is empty");
     }
   }
+  CheckServer(parsed);
   session.database = parsed.options.database;
   HostOptions options = parsed.options;
   if (!parsed.opens_database) options.database.clear();

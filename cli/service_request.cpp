@@ -5,6 +5,7 @@
 #include "cli/suggestions.h"
 #include "mox/foundation/exchange_text.h"
 #include "mox/foundation/text.h"
+#include "mox/server/read_services.h"
 
 namespace mox {
 namespace {
@@ -27,6 +28,12 @@ std::string Shown(const ServiceInfo& service, std::string_view value) {
   return shown;
 }
 
+FieldDef FieldOf(const RecordRow& row, std::string_view name) {
+  FieldDef field{.name = row.AsText(row.IndexOf(name))};
+  KindFromName(row.AsText(row.IndexOf("vrsta")), field.kind);
+  return field;
+}
+
 }  // namespace
 
 Value InputValue(const FieldDef& input, const std::string& text) {
@@ -41,9 +48,29 @@ Value InputValue(const FieldDef& input, const std::string& text) {
   }
 }
 
-CompanyServer& ServerOf(const Session& session) {
+CompanyAccess& ServerOf(const Session& session) {
   if (session.server == nullptr) throw UsageError("--db is required: the company database");
   return *session.server;
+}
+
+Columns TableColumns(std::string_view table) {
+  Columns columns;
+  const auto rows =
+      CreateDBDataSet("Kat\\StupciTablice", "adsStupci", {{"tablica", Value(std::string(table))}});
+  if (!rows) return columns;
+  for (const RecordRow& row : rows->Rows()) columns.push_back(FieldOf(row, "stupac"));
+  return columns;
+}
+
+Columns TransactionFields(std::string_view transaction, std::string_view record_set) {
+  Columns fields;
+  const auto rows = CreateDBDataSet("Kat\\PoljaTransakcije", "adsPolja",
+                                    {{"transakcija", Value(std::string(transaction))}});
+  if (!rows) return fields;
+  for (const RecordRow& row : rows->Rows()) {
+    if (row.AsText(row.IndexOf("skup")) == record_set) fields.push_back(FieldOf(row, "polje"));
+  }
+  return fields;
 }
 
 void ListServices(std::span<const ServiceInfo> services, std::string_view value, std::string& out) {
@@ -95,7 +122,7 @@ TAstaParamList RequestFor(const ServiceInfo& service, std::span<const std::strin
   return request;
 }
 
-void RequireStored(const CompanyServer& server, bool stored) {
+void RequireStored(const CompanyAccess& server, bool stored) {
   if (stored) return;
   const WriteOutcome& outcome = server.LastWrite();
   throw Error(outcome.failure ? outcome.failure->ToString() : "the server refused the transaction");

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "appserver/company_server.h"
+#include "appserver/company_access.h"
 #include "appserver/service_info.h"
 #include "cli/command.h"
 #include "cli/named_values.h"
@@ -13,8 +13,13 @@
 
 namespace mox {
 
-/// The server over the database that --db names. Raises UsageError where the option is missing.
-CompanyServer& ServerOf(const Session& session);
+/// The company that --db or --server names. Raises UsageError where neither is given.
+CompanyAccess& ServerOf(const Session& session);
+
+/// The columns of a table of the company's database; none where there is no such table.
+Columns TableColumns(std::string_view table);
+/// The fields of a transaction's record set, likewise.
+Columns TransactionFields(std::string_view transaction, std::string_view record_set);
 
 /// Appends for each service its name, its inputs or record sets, those that may be left out in brackets, and
 /// what it is for. `value` stands for what they are given; where it is empty, their kinds do.
@@ -41,6 +46,6 @@ std::vector<NamedValue> NamedValues(std::span<const std::string> words);
 std::vector<NamedValue> ValuesFor(const ServiceInfo& service, std::span<const std::string> words);
 
 /// Raises Error that says why the server's last write request was refused.
-void RequireStored(const CompanyServer& server, bool stored);
+void RequireStored(const CompanyAccess& server, bool stored);
 
 }  // namespace mox

@@ -1,6 +1,5 @@
 #include <memory>
 
-#include "appserver/company_server.h"
 #include "appserver/named_transaction.h"
 #include "appserver/named_transaction_table.h"
 #include "appserver/service_info.h"
@@ -24,25 +23,17 @@ struct StoreArguments {
 
 // Of the record sets whose other columns a transaction leaves out.
 void WarnOfColumns(const std::string& transaction, const std::vector<RecordSetFile>& files,
-                   CompanyServer& server, std::ostream& err) {
+                   std::ostream& err) {
   for (const NamedTransaction& candidate : NamedTransactionTable()) {
     if (candidate.name != transaction) continue;
     for (const RecordSetFile& file : files) {
       const RecordSetRule* const rule = candidate.FindRule(file.records.Name());
       if (rule == nullptr || rule->table.unknown_fields != UnknownFields::kIgnore) continue;
       LostInStore lost;
-      CollectLost(file.records, server.database().TableColumns(rule->table.table), lost);
+      CollectLost(file.records, TableColumns(rule->table.table), lost);
       WarnOfLost(lost, file.records.Name(), err);
     }
   }
-}
-
-// The columns of a file that say no kind have those of the transaction's record set.
-Columns ColumnsOf(const ServiceInfo& transaction, const std::string& record_set, CompanyServer& server) {
-  for (RecordSetInfo& info : RecordSetsOf(transaction, server.database())) {
-    if (info.name == record_set) return std::move(info.columns);
-  }
-  return {};
 }
 
 // The account of a record set is shown in no message.
@@ -61,12 +52,13 @@ void RunStore(const StoreArguments& arguments, Session& session) {
     return AppendTransaction(transaction, session.out);
   }
   const std::vector<NamedValue> named = ValuesFor(transaction, arguments.files);
-  CompanyServer& server = ServerOf(session);
+  const CompanyAccess& server = ServerOf(session);
 
   std::vector<RecordSetFile> files;
   for (const auto& [name, path] : named) {
+    // The columns of a file that say no kind have those of the transaction's record set.
     files.push_back(
-        ReadRecordSet(ReadFileText(path, session.in), {.known = ColumnsOf(transaction, name, server)}));
+        ReadRecordSet(ReadFileText(path, session.in), {.known = TransactionFields(transaction.name, name)}));
     files.back().records.SetName(name);
     KeepSecret(files.back().records, session.secrets);
   }
@@ -74,7 +66,7 @@ void RunStore(const StoreArguments& arguments, Session& session) {
   for (RecordSetFile& file : files) record_sets.push_back(&file.records);
   RequireStored(server, ExecuteTransaction(arguments.transaction, record_sets));
   session.stored = arguments.transaction + " was stored";
-  WarnOfColumns(arguments.transaction, files, server, session.err);
+  WarnOfColumns(arguments.transaction, files, session.err);
   if (server.LastWrite().stored) {
     RecordSet stored;
     stored.CleanClone(*server.LastWrite().stored);

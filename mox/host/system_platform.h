@@ -34,6 +34,8 @@ class SystemPlatform : public AppPlatform {
   /// his state (XDG_STATE_HOME or ~/.local/state, on Windows LOCALAPPDATA), made for him alone. Raises Error
   /// where it cannot be made.
   std::string StateFolder() const override;
+  /// The latter, wherever the program lies.
+  static std::string UserStateFolder();
   /// An exit code beyond 128 is that of a program which was ended by a signal, as shells have it.
   std::unique_ptr<AppProgram> StartHidden(std::string_view file, std::string_view parameters) override;
   std::string ClipboardText() override;

@@ -153,6 +153,10 @@ std::string SystemPlatform::StateFolder() const {
   struct stat status {};
   const bool is_his = ::stat(own.c_str(), &status) == 0 && status.st_uid == ::geteuid();
   if (is_his && ::access(own.c_str(), W_OK) == 0) return own;
+  return UserStateFolder();
+}
+
+std::string SystemPlatform::UserStateFolder() {
   const std::filesystem::path folder = HomeOfStates() / "mox" / "";
   std::error_code error;
   std::filesystem::create_directories(folder.parent_path().parent_path(), error);
@@ -161,6 +165,7 @@ std::string SystemPlatform::StateFolder() const {
     error = {errno, std::generic_category()};
   }
   if (error) throw Error(folder.string() + ": cannot be made: " + error.message());
+  struct stat status {};
   if (::stat(folder.c_str(), &status) != 0 || status.st_uid != ::geteuid()) {
     throw Error(folder.string() + ": is the folder of another user");
   }

@@ -118,6 +118,10 @@ std::string SystemPlatform::StateFolder() const {
     ::CloseHandle(trial);
     return own;
   }
+  return UserStateFolder();
+}
+
+std::string SystemPlatform::UserStateFolder() {
   constexpr DWORD kLongestPath = 32'768;
   std::wstring folder(kLongestPath, L'\0');
   const DWORD length = ::GetEnvironmentVariableW(L"LOCALAPPDATA", folder.data(), kLongestPath);

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mox {
+
+/// What a server answered.
+struct HttpAnswer {
+  long status = 0;
+  int retry_after = 0;  ///< seconds; 0 where none was told
+  std::string encoding;
+  std::string body;
+};
+
+/// No answer came. Either nothing of the request was sent, or what became of it is not known.
+struct HttpFailure {
+  bool was_sent = false;
+  std::string reason;
+};
+
+/// Posts to one server, over one connection that is kept.
+class HttpClient {
+ public:
+  /// `server` is "https://host:port". The server's certificate is checked against `ca_file`, or against the
+  /// authorities of the system where it is empty.
+  HttpClient(std::string server, std::string ca_file);
+  ~HttpClient();
+  HttpClient(HttpClient&&) noexcept;
+  HttpClient& operator=(HttpClient&&) noexcept;
+
+  /// Headers are "Name: value". False where no answer came.
+  bool Post(const std::string& path, const std::vector<std::string>& headers, std::string_view body,
+            HttpAnswer& answer, HttpFailure& failure);
+
+ private:
+  struct Handle;
+  std::string server_;
+  std::string ca_file_;
+  std::unique_ptr<Handle> handle_;
+};
+
+}  // namespace mox

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "appserver/company_access.h"
+
+namespace mox {
+
+/// Opens a company wherever it is: "https://HOST/COMPANY" on a server where the user has logged in, or else
+/// its database, which is read where it cannot be written. Raises Error, DatabaseError.
+std::unique_ptr<CompanyAccess> OpenCompany(const std::string& address);
+
+/// Whether a text is meant as the address of a server.
+bool IsServerAddress(std::string_view text);
+
+}  // namespace mox

@@ -1,0 +1,242 @@
+#include "connect/server_connection.h"
+
+#include <nlohmann/json.hpp>
+#include <random>
+#include <thread>
+#include <utility>
+
+#include "appserver/company_data.h"
+#include "connect/wire.h"
+#include "connect/zstd_text.h"
+#include "mox/foundation/secrets.h"
+#include "mox/foundation/text.h"
+#include "mox/server/param_list.h"
+
+namespace mox {
+namespace {
+
+using std::chrono::steady_clock;
+using Json = nlohmann::json;
+
+constexpr std::size_t kMostUnpacked = 1U << 30U;
+constexpr long kOk = 200;
+constexpr long kBusy = 503;
+
+// What an error says.
+struct Fault {
+  std::string code;
+  std::string message;
+};
+
+Fault FaultOf(const HttpAnswer& answer) {
+  const Json json = Json::parse(answer.body, nullptr, false);
+  const auto text = [&json](const char* name) {
+    const bool has = json.is_object() && json.contains(name) && json[name].is_string();
+    return has ? json[name].get<std::string>() : std::string();
+  };
+  return {text("code"), text("message")};
+}
+
+// Of 128 random bits.
+std::string NewKey() {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::random_device random;
+  std::string key;
+  for (int i = 0; i < 4; ++i) {
+    unsigned bits = random();
+    for (int digit = 0; digit < 8; ++digit, bits >>= 4U) key += kDigits[bits & 15U];
+  }
+  return key;
+}
+
+std::string TextOf(HttpAnswer& answer) {
+  if (answer.encoding != kZstd) return std::move(answer.body);
+  std::string text;
+  const auto may_grow = [](std::size_t) { return true; };
+  if (Unpack(answer.body, kMostUnpacked, may_grow, text) != UnpackFault::kNone) {
+    throw DatabaseUnavailable("the answer of the server cannot be unpacked");
+  }
+  return text;
+}
+
+std::string NotLoggedIn(const std::string& server) {
+  return server + ": not logged in, or the session has ended: mox login " + server;
+}
+
+[[noreturn]] void RaiseFaultOf(const std::string& server, const HttpAnswer& answer) {
+  const Fault fault = FaultOf(answer);
+  if (fault.code == "refused") throw Error(fault.message);
+  if (fault.code == "not_logged_in") throw Error(NotLoggedIn(server));
+  const std::string message =
+      fault.message.empty() ? "answers with status " + std::to_string(answer.status) : fault.message;
+  if (answer.status >= kBusy) throw DatabaseUnavailable(server + ": " + message);
+  throw Error(server + ": " + message);
+}
+
+}  // namespace
+
+ServerConnection::ServerConnection(const ServerAddress& address, const StoredLogin& login,
+                                   RetryPolicy retries)
+    : address_(address), login_(login), retries_(retries), client_(address.server, login.ca_file) {}
+
+ServerConnection::~ServerConnection() = default;
+
+// --- sessions ---
+
+StoredLogin ServerConnection::LogIn(const ServerAddress& address, const std::string& user,
+                                    const std::string& password, const std::string& ca_file) {
+  HttpClient client(address.server, ca_file);
+  const TAstaParamList request{{"user", Value(user)}, {"password", Value(password)}};
+  HttpAnswer answer;
+  HttpFailure failure;
+  const std::string protocol = "Mox-Protocol: " + std::string(kProtocol);
+  if (!client.Post("/v1/login", {protocol}, request.AsTokenizedString(false), answer, failure)) {
+    throw Error(address.server + ": cannot be reached: " + failure.reason);
+  }
+  if (answer.status != kOk) RaiseFaultOf(address.server, answer);
+  const TAstaParamList list = TAstaParamList::FromTokenizedString(TextOf(answer));
+  return {list.ParamByName("token").AsString(), user, ca_file};
+}
+
+void ServerConnection::LogOut(const ServerAddress& address, const StoredLogin& login) {
+  HttpClient client(address.server, login.ca_file);
+  HttpAnswer answer;
+  HttpFailure failure;
+  const std::string text = TAstaParamList().AsTokenizedString(false);
+  if (!client.Post("/v1/logout", {"Authorization: Bearer " + login.token}, text, answer, failure)) {
+    throw Error(address.server + ": cannot be reached: " + failure.reason);
+  }
+  if (answer.status != kOk && FaultOf(answer).code != "not_logged_in") RaiseFaultOf(address.server, answer);
+}
+
+// --- requests ---
+
+std::vector<std::string> ServerConnection::Headers(const Purpose& purpose, bool packed) const {
+  std::vector<std::string> headers = {
+      "Authorization: Bearer " + login_.token, "Mox-Protocol: " + std::string(kProtocol),
+      "Content-Type: " + std::string(kWireType), "Accept-Encoding: " + std::string(kZstd)};
+  if (packed) headers.push_back("Content-Encoding: " + std::string(kZstd));
+  for (const std::string& assignment : assignments_) {
+    headers.push_back("Mox-Parameter: " + EncodedPart(assignment));
+  }
+  if (!purpose.key.empty()) headers.push_back("Idempotency-Key: " + purpose.key);
+  if (!purpose.key.empty() && rehearsing_) headers.emplace_back("Mox-Rehearsal: 1");
+  return headers;
+}
+
+HttpAnswer ServerConnection::Ask(const Purpose& purpose, const std::string& text) {
+  const bool packs = text.size() >= kWorthPacking;
+  const std::string packed = packs ? Packed(text) : std::string();
+  const std::string_view body = packs ? std::string_view(packed) : std::string_view(text);
+  const std::vector<std::string> headers = Headers(purpose, packs);
+  const auto begin = steady_clock::now();
+  auto pause = retries_.first_pause;
+  bool may_be_done = false;
+  for (;;) {
+    HttpAnswer answer;
+    HttpFailure failure;
+    const bool answered = client_.Post(purpose.path, headers, body, answer, failure);
+    const bool busy = answered && answer.status == kBusy;
+    if (answered && !busy) return answer;
+    may_be_done = may_be_done || (!answered && failure.was_sent) ||
+                  (busy && FaultOf(answer).code == "database_unavailable");
+    const auto most = busy || may_be_done ? retries_.while_unknown : retries_.while_unreachable;
+    if (steady_clock::now() - begin + pause > most) {
+      if (busy && !may_be_done) return answer;
+      std::string told =
+          address_.server + ": " + (busy ? FaultOf(answer).message : "cannot be reached: " + failure.reason);
+      if (!purpose.key.empty() && !rehearsing_) {
+        told += may_be_done
+                    ? "; the connection was lost before the answer came, and it is not known whether the "
+                      "request was stored: look before you store it again"
+                    : "; nothing was stored";
+      }
+      throw DatabaseUnavailable(told);
+    }
+    std::this_thread::sleep_for(busy ? std::max<std::chrono::milliseconds>(
+                                           pause, std::chrono::seconds(std::min(answer.retry_after, 10)))
+                                     : pause);
+    pause *= 2;
+  }
+}
+
+void ServerConnection::RaiseFault(const HttpAnswer& answer) const { RaiseFaultOf(address_.server, answer); }
+
+std::unique_ptr<TAstaParamList> ServerConnection::ReportDataService(const TAstaParamList& request,
+                                                                    std::string_view service) {
+  const std::string path = "/v1/" + address_.company + "/service/" + EncodedPart(service);
+  HttpAnswer answer = Ask({path, {}}, request.AsTokenizedString(false));
+  if (answer.status == kOk) {
+    auto list = std::make_unique<TAstaParamList>(TAstaParamList::FromTokenizedString(TextOf(answer)));
+    if (secrets_ != nullptr) LearnSecrets(*list, service);
+    return list;
+  }
+  if (FaultOf(answer).code == "unknown_service") return nullptr;
+  RaiseFault(answer);
+}
+
+int ServerConnection::WriteDataService(const TAstaParamList& request) {
+  last_write_ = {};
+  HttpAnswer answer = Ask({"/v1/" + address_.company + "/write", NewKey()}, request.AsTokenizedString(false));
+  if (answer.status != kOk) RaiseFault(answer);
+  last_write_ = ReadOutcome(TextOf(answer));
+  if (last_write_.committed && has_parameters_) has_parameters_ = false;
+  return last_write_.committed ? 1 : 0;
+}
+
+std::string ServerConnection::WriteRefusal() const {
+  return last_write_.failure ? last_write_.failure->ToString() : std::string();
+}
+
+// --- the company ---
+
+void ServerConnection::SetParameter(std::string_view assignment) {
+  CompanyParameterModule checked;
+  checked.SetAssignment(assignment);
+  assignments_.emplace_back(assignment);
+  has_parameters_ = false;
+}
+
+// Those that the server has, and before them those that were set here: both are what it answers.
+RecordSet* ServerConnection::CompanyParameters() {
+  if (!has_parameters_) {
+    const auto answer = ReportDataService({}, "Kat\\ParametriPoduzeca");
+    if (answer == nullptr) return nullptr;
+    parameters_ = {};
+    const RecordSet& rows = answer->ParamByName("adsList").AsDataSet();
+    for (const RecordRow& row : rows.Rows()) {
+      if (row.AsText(row.IndexOf("skupina")) != kCompanyGroup) continue;
+      parameters_.Set(row.AsText(row.IndexOf("naziv")), row.AsText(row.IndexOf("vrijednost")));
+    }
+    for (const std::string& assignment : assignments_) parameters_.SetAssignment(assignment);
+    has_parameters_ = true;
+  }
+  return parameters_.CompanyParameters();
+}
+
+void ServerConnection::RequireNamed() {
+  RecordSet* const parameters = CompanyParameters();
+  RequireCompanyNamed([parameters](std::string_view name) {
+    const auto field = parameters == nullptr ? std::nullopt : parameters->FindField(name);
+    return field && !TrimBlanks(field->AsText()).empty();
+  });
+}
+
+// Accounts come with the answers that need them.
+void ServerConnection::LearnSecrets(TAstaParamList& answer, std::string_view service) const {
+  if (service == "IntegrationsUsersAccounts") {
+    const RecordSet& account = answer.ParamByName("adsLoginData").AsDataSet();
+    for (const RecordRow& row : account.Rows()) secrets_->AddThoseOf(row.AsText(row.IndexOf("EracunB2CUrl")));
+  }
+  if (service != "MojERacunB2C") return;
+  const RecordSet& data = answer.ParamByName("adsData").AsDataSet();
+  for (const RecordRow& row : data.Rows()) {
+    const Json json = Json::parse(row.AsText(row.IndexOf("jsonData")), nullptr, false);
+    const Json account = json.is_object() && json.contains("prijava") ? json["prijava"] : Json();
+    if (account.is_object() && account.contains("kljuc") && account["kljuc"].is_string()) {
+      secrets_->Add(account["kljuc"].get<std::string>());
+    }
+  }
+}
+
+}  // namespace mox
