@@ -17,12 +17,15 @@ SYSTEM_HOMES = ("mox/host/posix/", "mox/host/windows/", "mox/foundation/files.cp
 # Libraries that are not ours, by the beginning of their headers' names.
 HOMES = {
     "soci/": ("appserver/",),
-    "curl/": ("sender/",),
+    "boost/": ("moxd/http_server.cpp",),
+    "curl/": ("sender/", "connect/http_client.cpp"),
     "qrencode.h": ("sender/",),
     "stb": ("sender/",),
-    "nlohmann/": ("appserver/", "sender/"),
+    "nlohmann/": ("appserver/", "sender/", "connect/", "moxd/"),
     "CLI/": ("cli/options.cpp", "cli/run.cpp"),
-    "openssl/": ("cli/file_digest.cpp",),
+    "openssl/": ("cli/file_digest.cpp", "moxd/http_server.cpp", "moxd/demo.cpp"),
+    "systemd/": ("moxd/service_manager.cpp",),
+    "zstd.h": ("connect/zstd_text.cpp",),
     "sodium.h": ("moxd/passwords.cpp",),
     "zip.h": ("sheets/",),
     "pugixml.hpp": ("sheets/",),

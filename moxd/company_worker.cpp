@@ -1,0 +1,232 @@
+#include "moxd/company_worker.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "appserver/service_info.h"
+#include "connect/wire.h"
+#include "connect/zstd_text.h"
+#include "mox/foundation/find_row.h"
+#include "mox/foundation/text.h"
+#include "moxd/error_reply.h"
+
+namespace mox {
+namespace {
+
+constexpr std::size_t kMostOpen = 64;  // databases of a worker
+
+bool IsZstd(std::string_view encoding) { return SameName(TrimBlanks(encoding), kZstd); }
+
+Reply TextReply(std::string text, const RequestHead& head) {
+  Reply reply;
+  reply.content_type = kWireType.data();
+  const bool packs =
+      text.size() >= kWorthPacking && FoldCase(head.accept_encoding).find(kZstd) != std::string::npos;
+  if (packs) reply.content_encoding = kZstd.data();
+  reply.body = packs ? Packed(text) : std::move(text);
+  return reply;
+}
+
+}  // namespace
+
+CompanyWorker::CompanyWorker(const ServerSettings& settings, ByteBudget& budget, RequestLog& log)
+    : settings_(settings), budget_(budget), log_(log) {}
+
+CompanyWorker::~CompanyWorker() = default;
+
+Accounts& CompanyWorker::Directory() {
+  if (!directory_) directory_.emplace(settings_.directory, settings_.accounts);
+  return *directory_;
+}
+
+CompanyServer& CompanyWorker::ServerAt(const std::string& address) {
+  const auto found = std::find_if(open_.begin(), open_.end(),
+                                  [&](const OpenCompany& open) { return open.address == address; });
+  if (found != open_.end()) {
+    open_.splice(open_.begin(), open_, found);
+    return *open_.front().server;
+  }
+  auto server = std::make_unique<CompanyServer>(Database(address, Database::Access::kReadWrite));
+  if (open_.size() >= kMostOpen) open_.pop_back();
+  open_.push_front({address, std::move(server)});
+  return *open_.front().server;
+}
+
+template <typename Work>
+Reply CompanyWorker::Guarded(const std::string& company, const Work& work) {
+  try {
+    return work();
+  } catch (const DatabaseError& error) {
+    // What is open may be what fails: the next request opens anew.
+    open_.clear();
+    directory_.reset();
+    log_.Event("database", (company.empty() ? "" : company + ": ") + error.what());
+    return ErrorReply("database_unavailable");
+  } catch (const std::bad_alloc&) {
+    return ErrorReply("busy");
+  } catch (const std::exception& error) {
+    log_.Event("internal", error.what());
+    return ErrorReply("internal");
+  }
+}
+
+bool CompanyWorker::IsReady() {
+  const Reply reply = Guarded({}, [this] {
+    static_cast<void>(Directory().AddressOf("-"));
+    return Reply();
+  });
+  return reply.status == 200;
+}
+
+Reply CompanyWorker::LogIn(HttpRequest& request) {
+  return Guarded({}, [&] {
+    std::string text;
+    if (auto refused = ReadList(request, text)) return std::move(*refused);
+    std::string user;
+    std::string password;
+    try {
+      TAstaParamList list = TAstaParamList::FromTokenizedString(text);
+      user = list.ParamByName("user").AsString();
+      password = list.ParamByName("password").AsString();
+    } catch (const Error&) {
+      return ErrorReply("bad_body", "a log-in is a parameter list with the texts user and password");
+    }
+    const LogInResult result = Directory().LogIn(user, password, request.head.remote_address);
+    if (result.outcome == LogInResult::Outcome::kRefused) return ErrorReply("login_refused");
+    if (result.outcome == LogInResult::Outcome::kWait) {
+      return ErrorReply("too_many_attempts", {}, static_cast<int>(result.wait_seconds));
+    }
+    TAstaParamList answer;
+    answer.FastAdd("token", Value(result.token));
+    answer.FastAdd("expires", result.expires);
+    return TextReply(answer.AsTokenizedString(false), request.head);
+  });
+}
+
+Reply CompanyWorker::LogOut(const RequestHead& head) {
+  return Guarded({}, [&] {
+    if (!Directory().LogOut(head.token)) return ErrorReply("not_logged_in");
+    return TextReply(TAstaParamList().AsTokenizedString(false), head);
+  });
+}
+
+std::optional<Reply> CompanyWorker::Check(const RequestHead& head, const RequestRoute& route,
+                                          std::optional<Session>& session) {
+  session = head.token.empty() ? std::nullopt : Directory().SessionOf(head.token, route.company);
+  if (!session) return ErrorReply("not_logged_in");
+  if (session->rights.Empty()) return ErrorReply("forbidden");
+  if (route.kind == RequestRoute::Kind::kWrite) {
+    if (!head.parameters.empty() && !session->rights.Has(Right::kAdminister)) {
+      return ErrorReply("forbidden", "company parameters for one run are not for this user");
+    }
+    return std::nullopt;
+  }
+  if (FindRow(ReadServices(), route.service) == nullptr) return ErrorReply("unknown_service");
+  return std::nullopt;
+}
+
+Admission CompanyWorker::Admit(const RequestHead& head, const RequestRoute& route) {
+  bool admitted = false;
+  Reply reply = Guarded(route.company, [&] {
+    std::optional<Session> session;
+    if (auto refused = Check(head, route, session)) return std::move(*refused);
+    admitted = true;
+    return Reply();
+  });
+  return admitted ? Admission() : Admission(std::move(reply));
+}
+
+std::optional<Reply> CompanyWorker::ReadList(HttpRequest& request, std::string& text) {
+  if (!IsZstd(request.head.content_encoding)) {
+    text = std::move(request.body);
+    return std::nullopt;
+  }
+  std::vector<ByteBudget::Lease> leases;
+  const auto may_grow = [&](std::size_t bytes) {
+    auto lease = budget_.Take(bytes);
+    if (lease) leases.push_back(std::move(*lease));
+    return lease.has_value();
+  };
+  switch (Unpack(request.body, settings_.unpacked_bytes, may_grow, text)) {
+    case UnpackFault::kNone:
+      break;
+    case UnpackFault::kDamaged:
+      return ErrorReply("bad_body", "the body is no whole zstd text");
+    case UnpackFault::kTooLarge:
+      return ErrorReply("too_large", "the body is larger than this server takes when it is unpacked");
+    case UnpackFault::kNoMemory:
+      return ErrorReply("busy");
+  }
+  request.body = {};
+  for (ByteBudget::Lease& lease : leases) request.leases.push_back(std::move(lease));
+  return std::nullopt;
+}
+
+Reply CompanyWorker::Read(CompanyServer& server, const RequestRoute& route, const std::string& text) {
+  TAstaParamList list;
+  try {
+    list = TAstaParamList::FromTokenizedString(text);
+  } catch (const Error& error) {
+    return ErrorReply("bad_body", error.what());
+  }
+  try {
+    const std::unique_ptr<TAstaParamList> answer = server.ReportDataService(list, route.service);
+    if (answer == nullptr) return ErrorReply("unknown_service");
+    Reply reply;
+    reply.body = answer->AsTokenizedString(false);
+    return reply;
+  } catch (const DatabaseError&) {
+    throw;
+  } catch (const Error& error) {
+    return ErrorReply("refused", error.what());
+  }
+}
+
+Reply CompanyWorker::Write(CompanyServer& server, const Session& /*session*/, const RequestHead& head,
+                           const std::string& text) {
+  TAstaParamList list;
+  try {
+    list = TAstaParamList::FromTokenizedString(text);
+  } catch (const Error& error) {
+    return ErrorReply("bad_body", error.what());
+  }
+  const bool rehearses = !head.rehearsal.empty();
+  server.SetRehearsing(rehearses);
+  server.WriteDataService(list);
+  server.SetRehearsing(false);
+  Reply reply;
+  reply.body = OutcomeText(server.LastWrite());
+  return reply;
+}
+
+Reply CompanyWorker::Answer(HttpRequest& request, const RequestRoute& route) {
+  Reply reply = Guarded(route.company, [&] {
+    std::optional<Session> session;
+    if (auto refused = Check(request.head, route, session)) return std::move(*refused);
+    std::string text;
+    if (auto refused = ReadList(request, text)) return std::move(*refused);
+    // Parameters of one request are nobody else's.
+    std::unique_ptr<CompanyServer> own;
+    if (!request.head.parameters.empty()) {
+      own = std::make_unique<CompanyServer>(Database(session->address, Database::Access::kReadWrite));
+      try {
+        for (const std::string& parameter : request.head.parameters) {
+          const auto text_of = DecodedPart(parameter);
+          if (!text_of) return ErrorReply("bad_parameter");
+          own->SetParameter(*text_of);
+        }
+      } catch (const Error& error) {
+        return ErrorReply("bad_parameter", error.what());
+      }
+    }
+    CompanyServer& server = own ? *own : ServerAt(session->address);
+    Reply done = route.kind == RequestRoute::Kind::kWrite ? Write(server, *session, request.head, text)
+                                                          : Read(server, route, text);
+    return done.code.empty() ? TextReply(std::move(done.body), request.head) : std::move(done);
+  });
+  reply.company = route.company;
+  if (reply.code != "unknown_service") reply.service = route.service;
+  return reply;
+}
+
+}  // namespace mox

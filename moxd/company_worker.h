@@ -1,0 +1,57 @@
+#pragma once
+
+#include <chrono>
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "appserver/company_server.h"
+#include "moxd/accounts.h"
+#include "moxd/http_types.h"
+#include "moxd/request_log.h"
+#include "moxd/request_route.h"
+#include "moxd/settings.h"
+
+namespace mox {
+
+/// What one thread of the server does its requests with: the directory of users and companies, and the
+/// databases of the companies that it was asked for last. It raises nothing.
+class CompanyWorker {
+ public:
+  CompanyWorker(const ServerSettings& settings, ByteBudget& budget, RequestLog& log);
+  ~CompanyWorker();
+
+  Reply LogIn(HttpRequest& request);
+  Reply LogOut(const RequestHead& head);
+  /// Whether the user may send what the route takes.
+  Admission Admit(const RequestHead& head, const RequestRoute& route);
+  Reply Answer(HttpRequest& request, const RequestRoute& route);
+  /// Whether the directory can be asked.
+  bool IsReady();
+
+ private:
+  struct OpenCompany {
+    std::string address;
+    std::unique_ptr<CompanyServer> server;
+  };
+  Accounts& Directory();
+  CompanyServer& ServerAt(const std::string& address);
+  std::optional<Reply> Check(const RequestHead& head, const RequestRoute& route,
+                             std::optional<Session>& session);
+  std::optional<Reply> ReadList(HttpRequest& request, std::string& text);
+  Reply Read(CompanyServer& server, const RequestRoute& route, const std::string& text);
+  Reply Write(CompanyServer& server, const Session& session, const RequestHead& head,
+              const std::string& text);
+  /// Runs what may raise.
+  template <typename Work>
+  Reply Guarded(const std::string& company, const Work& work);
+
+  const ServerSettings& settings_;
+  ByteBudget& budget_;
+  RequestLog& log_;
+  std::optional<Accounts> directory_;
+  std::list<OpenCompany> open_;  // the one that was asked last comes first
+};
+
+}  // namespace mox

@@ -1,0 +1,540 @@
+#include "moxd/http_server.h"
+
+#include <openssl/err.h>
+#include <openssl/ssl.h>
+
+#include <boost/asio/as_tuple.hpp>
+#include <boost/asio/awaitable.hpp>
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/ssl.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/strand.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <boost/beast/core.hpp>
+#include <boost/beast/http.hpp>
+#include <boost/beast/ssl.hpp>
+#include <condition_variable>
+#include <list>
+#include <mutex>
+#include <set>
+#include <thread>
+
+#include "mox/foundation/error.h"
+
+namespace mox {
+namespace {
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+using asio::ip::tcp;
+using std::chrono::steady_clock;
+using TlsStream = beast::ssl_stream<beast::tcp_stream>;
+
+constexpr auto kTuple = asio::as_tuple(asio::use_awaitable);
+constexpr std::size_t kPiece = 256U << 10U;
+// How long, and how much, a client that was refused may go on sending until it reads why.
+constexpr std::chrono::seconds kLinger{2};
+constexpr std::size_t kLingerBytes = 1U << 20U;
+
+std::string TlsFault() {
+  char text[256] = "unknown";
+  if (const unsigned long code = ::ERR_get_error(); code != 0) ::ERR_error_string_n(code, text, sizeof text);
+  ::ERR_clear_error();
+  return text;
+}
+
+std::shared_ptr<asio::ssl::context> MakeTls(const TlsFiles& files) {
+  auto tls = std::make_shared<asio::ssl::context>(asio::ssl::context::tls_server);
+  SSL_CTX* const native = tls->native_handle();
+  ::ERR_clear_error();
+  if (::SSL_CTX_use_certificate_chain_file(native, files.certificate.c_str()) != 1) {
+    throw Error(files.certificate + ": no certificate can be read: " + TlsFault());
+  }
+  if (::SSL_CTX_use_PrivateKey_file(native, files.key.c_str(), SSL_FILETYPE_PEM) != 1) {
+    throw Error(files.key + ": no key of that certificate can be read: " + TlsFault());
+  }
+  if (::SSL_CTX_check_private_key(native) != 1) {
+    throw Error(files.key + ": is not the key of " + files.certificate);
+  }
+  ::SSL_CTX_set_min_proto_version(native, TLS1_2_VERSION);
+  ::SSL_CTX_set_options(native, SSL_OP_NO_RENEGOTIATION);
+  ::SSL_CTX_set_mode(native, SSL_MODE_RELEASE_BUFFERS);
+  return tls;
+}
+
+// A connection as others see it; touched on its own strand alone.
+struct Slot {
+  asio::any_io_executor executor;
+  beast::tcp_stream* stream = nullptr;
+  bool waits = false;  // for a request
+};
+
+// A listener's part in each of its connections.
+struct Shared {
+  const HttpLimits& limits;
+  ByteBudget& budget;
+  const std::atomic<bool>& stopping;
+};
+
+std::string TextOf(beast::string_view text) { return {text.data(), text.size()}; }
+
+RequestHead HeadOf(const http::request_header<>& header, const std::string& remote) {
+  RequestHead head;
+  head.method = TextOf(header.method_string());
+  head.target = TextOf(header.target());
+  head.protocol = TextOf(header["Mox-Protocol"]);
+  head.content_encoding = TextOf(header[http::field::content_encoding]);
+  head.accept_encoding = TextOf(header[http::field::accept_encoding]);
+  head.key = TextOf(header["Idempotency-Key"]);
+  head.rehearsal = TextOf(header["Mox-Rehearsal"]);
+  const auto parameters = header.equal_range("Mox-Parameter");
+  for (auto at = parameters.first; at != parameters.second; ++at) {
+    head.parameters.push_back(TextOf(at->value()));
+  }
+  const std::string authorization = TextOf(header[http::field::authorization]);
+  constexpr std::string_view kBearer = "bearer ";
+  if (authorization.size() > kBearer.size() &&
+      beast::iequals(authorization.substr(0, kBearer.size()), beast::string_view(kBearer.data(), 7))) {
+    head.token = authorization.substr(kBearer.size());
+  }
+  head.is_chunked = header.count(http::field::transfer_encoding) > 0;
+  head.has_length = header.count(http::field::content_length) > 0;
+  head.is_framed_twice =
+      header.count(http::field::content_length) > 1 || (head.is_chunked && head.has_length);
+  head.remote_address = remote;
+  return head;
+}
+
+// "None" where nobody reads an answer: the client is gone, or too slow.
+const char* RefusalOf(const beast::error_code& error) {
+  if (error == http::error::header_limit || error == http::error::buffer_overflow) return "header_too_large";
+  if (error == http::error::body_limit) return "too_large";
+  if (error == http::error::end_of_stream || error == http::error::partial_message) return nullptr;
+  return error.category() == make_error_code(http::error::bad_method).category() ? "bad_request" : nullptr;
+}
+
+// Waits on the connection's strand for what other threads decide.
+template <typename T, typename Begin>
+asio::awaitable<T> Await(Begin begin) {
+  return asio::async_initiate<const asio::use_awaitable_t<>&, void(T)>(
+      [begin = std::move(begin)](auto completion) mutable {
+        auto held = std::make_shared<decltype(completion)>(std::move(completion));
+        auto executor =
+            asio::prefer(asio::get_associated_executor(*held), asio::execution::outstanding_work_t::tracked);
+        begin([held, executor](T result) {
+          asio::post(executor, [held, result = std::move(result)]() mutable { (*held)(std::move(result)); });
+        });
+      },
+      asio::use_awaitable);
+}
+
+// One client's requests, one after the other.
+template <typename Stream>
+class Connection {
+ public:
+  Connection(const Shared& shared, Stream& stream, RequestHandler& handler, Slot& slot, std::string remote)
+      : shared_(shared),
+        limits_(shared.limits),
+        stream_(stream),
+        handler_(handler),
+        slot_(slot),
+        remote_(std::move(remote)),
+        buffer_(shared.limits.header_bytes + kPiece) {}
+
+  asio::awaitable<void> Run() {
+    for (;;) {  // awaited on lines of their own: g++ 12 mistakes what is awaited in conditions
+      const bool has_request = co_await WaitForRequest();
+      if (!has_request) co_return;
+      const bool goes_on = co_await ServeRequest();
+      if (!goes_on) co_return;
+    }
+  }
+
+ private:
+  using Parser = http::request_parser<http::buffer_body>;
+
+  beast::tcp_stream& Lowest() { return beast::get_lowest_layer(stream_); }
+  std::chrono::seconds TimeFor(std::chrono::seconds base, std::uint64_t bytes) const {
+    return base + std::chrono::seconds(bytes / limits_.slowest_bytes_per_second);
+  }
+
+  // An idle connection costs its own buffers and may be closed at any time.
+  asio::awaitable<bool> WaitForRequest() {
+    if (buffer_.size() > 0) co_return true;
+    buffer_.shrink_to_fit();
+    slot_.waits = true;
+    if (shared_.stopping) co_return false;
+    Lowest().expires_after(limits_.idle);
+    constexpr std::size_t kFirst = 4096;
+    auto [error, count] = co_await stream_.async_read_some(buffer_.prepare(kFirst), kTuple);
+    slot_.waits = false;
+    if (error) co_return false;
+    buffer_.commit(count);
+    co_return true;
+  }
+
+  // False where the connection is to be closed.
+  asio::awaitable<bool> ServeRequest() {
+    const auto begin = steady_clock::now();
+    Parser parser;
+    parser.header_limit(static_cast<std::uint32_t>(limits_.header_bytes));
+    parser.body_limit(limits_.body_bytes);
+    Lowest().expires_after(limits_.header);
+    auto [error, count] = co_await http::async_read_header(stream_, buffer_, parser, kTuple);
+    RequestHead head = HeadOf(parser.get(), remote_);
+    if (error) {
+      const char* const code = RefusalOf(error);
+      if (code == nullptr) co_return false;
+      const Reply reply = handler_.Refuse(code);
+      co_await RefuseAndClose(reply, head, begin);
+      co_return false;
+    }
+    head.length = parser.content_length().value_or(0);
+    Admission refused = co_await Admit(head);
+    std::optional<ByteBudget::Lease> lease;
+    if (!refused) {
+      lease = shared_.budget.Take(head.length);
+      if (!lease) refused = handler_.Refuse("busy");
+    }
+    if (refused) {
+      const bool is_read = parser.is_done();
+      bool goes_on = false;
+      if (is_read) goes_on = co_await Send(*refused, head, parser, begin);
+      if (!is_read) co_await RefuseAndClose(*refused, head, begin);
+      co_return goes_on;
+    }
+    std::string body;
+    const bool has_body = co_await ReadBody(parser, head.length, body);
+    if (!has_body) co_return false;
+    const auto held = std::make_shared<HttpRequest>();
+    held->head = head;
+    held->body = std::move(body);
+    held->leases.push_back(std::move(*lease));
+    Lowest().expires_never();
+    auto ask = [this, held](AnswerWith answer) { handler_.Answer(std::move(*held), std::move(answer)); };
+    const Reply reply = co_await Await<Reply>(std::move(ask));
+    const bool goes_on = co_await Send(reply, head, parser, begin);
+    co_return goes_on;
+  }
+
+  asio::awaitable<Admission> Admit(const RequestHead& head) {
+    Admission refused = handler_.Admit(head);
+    if (refused || head.length <= limits_.small_body_bytes) co_return refused;
+    Lowest().expires_never();
+    auto ask = [this, &head](std::function<void(Admission)> decide) {
+      handler_.AdmitLarge(head, std::move(decide));
+    };
+    refused = co_await Await<Admission>(std::move(ask));
+    co_return refused;
+  }
+
+  // Memory is taken as the bytes come, not as they are announced.
+  asio::awaitable<bool> ReadBody(Parser& parser, std::uint64_t length, std::string& body) {
+    if (parser.is_done()) co_return true;
+    Lowest().expires_after(TimeFor(limits_.body, length));
+    if (beast::iequals(parser.get()[http::field::expect], "100-continue")) {
+      http::response<http::empty_body> go_on{http::status::continue_, parser.get().version()};
+      auto [error, count] = co_await http::async_write(stream_, go_on, kTuple);
+      if (error) co_return false;
+    }
+    body.reserve(length);
+    while (!parser.is_done()) {
+      const std::size_t had = body.size();
+      body.resize(had + std::min<std::size_t>(kPiece, std::max<std::size_t>(length - had, 1)));
+      parser.get().body().data = body.data() + had;
+      parser.get().body().size = body.size() - had;
+      auto [error, count] = co_await http::async_read(stream_, buffer_, parser, kTuple);
+      body.resize(body.size() - parser.get().body().size);
+      if (error && error != http::error::need_buffer) co_return false;
+    }
+    co_return true;
+  }
+
+  // True where the connection may be used again.
+  asio::awaitable<bool> Send(const Reply& reply, const RequestHead& head, const Parser& parser,
+                             steady_clock::time_point begin) {
+    const bool keeps = parser.keep_alive() && !reply.is_last && !shared_.stopping;
+    const bool sent = co_await Write(reply, parser.get().version(), keeps);
+    handler_.Done(head, reply, steady_clock::now() - begin, sent);
+    co_return sent&& keeps;
+  }
+
+  asio::awaitable<bool> Write(const Reply& reply, unsigned version, bool keeps) {
+    http::response<http::span_body<const char>> answer{http::int_to_status(reply.status), version};
+    answer.set("Mox-Protocol", "1");
+    answer.set(http::field::content_type, reply.content_type);
+    answer.set(http::field::cache_control, "no-store");
+    if (reply.content_encoding != nullptr) {
+      answer.set(http::field::content_encoding, reply.content_encoding);
+    }
+    if (reply.retry_after > 0) answer.set(http::field::retry_after, std::to_string(reply.retry_after));
+    if (reply.status == 401) answer.set(http::field::www_authenticate, "Bearer");
+    answer.body() = beast::span<const char>(reply.body.data(), reply.body.size());
+    answer.keep_alive(keeps);
+    answer.prepare_payload();
+    Lowest().expires_after(TimeFor(limits_.reply, reply.body.size()));
+    auto [error, count] = co_await http::async_write(stream_, answer, kTuple);
+    co_return !error;
+  }
+
+  // A client that is still sending would not see the answer if the connection were just closed.
+  asio::awaitable<void> RefuseAndClose(const Reply& reply, const RequestHead& head,
+                                       steady_clock::time_point begin) {
+    constexpr unsigned kVersion = 11;
+    const bool sent = co_await Write(reply, kVersion, false);
+    handler_.Done(head, reply, steady_clock::now() - begin, sent);
+    if (!sent) co_return;
+    Lowest().expires_after(kLinger);
+    std::size_t left = kLingerBytes;
+    std::vector<char> dropped(4096);
+    for (;;) {
+      auto [error, count] = co_await stream_.async_read_some(asio::buffer(dropped), kTuple);
+      if (error || count >= left) co_return;
+      left -= count;
+    }
+  }
+
+  const Shared& shared_;
+  const HttpLimits& limits_;
+  Stream& stream_;
+  RequestHandler& handler_;
+  Slot& slot_;
+  std::string remote_;
+  beast::flat_buffer buffer_;
+};
+
+}  // namespace
+
+struct HttpServer::State {
+  explicit State(const HttpLimits& of)
+      : limits(of), budget(of.bytes_in_flight), shared{limits, budget, stopping} {}
+
+  HttpLimits limits;
+  ByteBudget budget;
+  std::atomic<bool> stopping = false;
+  Shared shared;
+  asio::io_context io;
+  asio::executor_work_guard<asio::io_context::executor_type> work{io.get_executor()};
+  std::vector<std::thread> threads;
+  std::list<tcp::acceptor> acceptors;
+  std::list<asio::signal_set> signals;
+  std::list<asio::steady_timer> timers;
+
+  mutable std::mutex mutex;
+  std::condition_variable changed;
+  std::shared_ptr<asio::ssl::context> tls;
+  std::set<std::shared_ptr<Slot>> slots;
+  HttpCounts counts;
+
+  std::uint16_t Begin(tcp::acceptor acceptor, bool with_tls, RequestHandler& handler);
+  asio::awaitable<void> Accept(tcp::acceptor& acceptor, bool with_tls, RequestHandler& handler);
+  asio::awaitable<void> Serve(tcp::socket socket, bool with_tls, RequestHandler& handler,
+                              std::shared_ptr<Slot> slot);
+  asio::awaitable<void> ServeTls(tcp::socket socket, RequestHandler& handler, std::shared_ptr<Slot> slot,
+                                 std::string remote);
+  bool Enter(const std::shared_ptr<Slot>& slot);
+  void Leave(const std::shared_ptr<Slot>& slot);
+};
+
+bool HttpServer::State::Enter(const std::shared_ptr<Slot>& slot) {
+  const std::scoped_lock lock(mutex);
+  if (slots.size() >= limits.connections || stopping) {
+    ++counts.refused;
+    return false;
+  }
+  ++counts.accepted;
+  return slots.insert(slot).second;
+}
+
+void HttpServer::State::Leave(const std::shared_ptr<Slot>& slot) {
+  slot->stream = nullptr;
+  const std::scoped_lock lock(mutex);
+  slots.erase(slot);
+  if (slots.empty()) changed.notify_all();
+}
+
+asio::awaitable<void> HttpServer::State::Accept(tcp::acceptor& acceptor, bool with_tls,
+                                                RequestHandler& handler) {
+  while (!stopping) {
+    auto slot = std::make_shared<Slot>();
+    slot->executor = asio::make_strand(io);
+    auto [error, socket] = co_await acceptor.async_accept(slot->executor, kTuple);
+    if (error == asio::error::operation_aborted || error == asio::error::bad_descriptor) co_return;
+    if (error) {  // such as too many open files: others have to end first
+      asio::steady_timer pause(io, std::chrono::milliseconds(100));
+      co_await pause.async_wait(kTuple);
+      continue;
+    }
+    if (!Enter(slot)) continue;
+    asio::co_spawn(slot->executor, Serve(std::move(socket), with_tls, handler, slot), asio::detached);
+  }
+}
+
+asio::awaitable<void> HttpServer::State::Serve(tcp::socket socket, bool with_tls, RequestHandler& handler,
+                                               std::shared_ptr<Slot> slot) {
+  try {
+    beast::error_code error;
+    const auto endpoint = socket.remote_endpoint(error);
+    std::string remote = error ? "" : endpoint.address().to_string();
+    socket.set_option(tcp::no_delay(true), error);
+    if (with_tls) {
+      co_await ServeTls(std::move(socket), handler, slot, std::move(remote));
+    } else {
+      beast::tcp_stream stream(std::move(socket));
+      slot->stream = &stream;
+      Connection connection(shared, stream, handler, *slot, std::move(remote));
+      co_await connection.Run();
+      slot->stream = nullptr;
+    }
+  } catch (const std::exception&) {
+    // Memory ran out, or the client did something that ends its connection; others go on.
+  }
+  Leave(slot);
+}
+
+asio::awaitable<void> HttpServer::State::ServeTls(tcp::socket socket, RequestHandler& handler,
+                                                  std::shared_ptr<Slot> slot, std::string remote) {
+  std::shared_ptr<asio::ssl::context> context;
+  {
+    const std::scoped_lock lock(mutex);
+    context = tls;
+  }
+  TlsStream stream(beast::tcp_stream(std::move(socket)), *context);
+  beast::tcp_stream& lowest = beast::get_lowest_layer(stream);
+  slot->stream = &lowest;
+  lowest.expires_after(limits.handshake);
+  auto [failed] = co_await stream.async_handshake(asio::ssl::stream_base::server, kTuple);
+  if (failed) {
+    const std::scoped_lock lock(mutex);
+    ++counts.failed_handshakes;
+  } else {
+    Connection connection(shared, stream, handler, *slot, std::move(remote));
+    co_await connection.Run();
+    lowest.expires_after(kLinger);
+    co_await stream.async_shutdown(kTuple);
+  }
+  slot->stream = nullptr;
+}
+
+std::uint16_t HttpServer::State::Begin(tcp::acceptor acceptor, bool with_tls, RequestHandler& handler) {
+  if (with_tls && tls == nullptr) throw Error("no certificate was given");
+  const std::uint16_t port = acceptor.local_endpoint().port();
+  tcp::acceptor& kept = acceptors.emplace_back(std::move(acceptor));
+  asio::co_spawn(io, Accept(kept, with_tls, handler), asio::detached);
+  return port;
+}
+
+HttpServer::HttpServer(const HttpLimits& limits) : state_(std::make_unique<State>(limits)) {}
+HttpServer::~HttpServer() { Stop(); }
+
+void HttpServer::UseTls(const TlsFiles& files) {
+  auto made = MakeTls(files);
+  const std::scoped_lock lock(state_->mutex);
+  state_->tls = std::move(made);
+}
+
+std::uint16_t HttpServer::Listen(const std::string& address, bool with_tls, RequestHandler& handler) {
+  try {
+    const std::size_t colon = address.rfind(':');
+    if (colon == std::string::npos) throw Error("a port is missing");
+    std::string host = address.substr(0, colon);
+    if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+    const int port = std::stoi(address.substr(colon + 1));
+    const tcp::endpoint endpoint(asio::ip::make_address(host), static_cast<std::uint16_t>(port));
+    return state_->Begin(tcp::acceptor(state_->io, endpoint), with_tls, handler);
+  } catch (const std::exception& error) {
+    throw Error("it is not possible to listen at " + address + ": " + error.what());
+  }
+}
+
+std::uint16_t HttpServer::ListenAt(int socket, bool with_tls, RequestHandler& handler) {
+  try {
+    sockaddr_storage name{};
+    socklen_t size = sizeof name;
+    if (::getsockname(socket, reinterpret_cast<sockaddr*>(&name), &size) != 0) throw Error("it is no socket");
+    const tcp protocol = name.ss_family == AF_INET6 ? tcp::v6() : tcp::v4();
+    return state_->Begin(tcp::acceptor(state_->io, protocol, socket), with_tls, handler);
+  } catch (const std::exception& error) {
+    throw Error("the socket that was handed over cannot be used: " + std::string(error.what()));
+  }
+}
+
+void HttpServer::OnSignal(int signal, std::function<void()> call) {
+  asio::signal_set& set = state_->signals.emplace_back(state_->io, signal);
+  asio::co_spawn(
+      state_->io,
+      [&set, call = std::move(call)]() -> asio::awaitable<void> {
+        for (;;) {
+          auto [error, number] = co_await set.async_wait(kTuple);
+          if (error) co_return;
+          call();
+        }
+      },
+      asio::detached);
+}
+
+void HttpServer::Every(std::chrono::milliseconds period, std::function<void()> call) {
+  asio::steady_timer& timer = state_->timers.emplace_back(state_->io);
+  asio::co_spawn(
+      state_->io,
+      [&timer, period, call = std::move(call)]() -> asio::awaitable<void> {
+        for (;;) {
+          timer.expires_after(period);
+          co_await timer.async_wait(kTuple);
+          call();
+        }
+      },
+      asio::detached);
+}
+
+void HttpServer::Start(std::size_t threads) {
+  for (std::size_t i = 0; i < threads; ++i) {
+    state_->threads.emplace_back([this] { state_->io.run(); });
+  }
+}
+
+void HttpServer::StopAccepting() {
+  std::set<std::shared_ptr<Slot>> slots;
+  {
+    const std::scoped_lock lock(state_->mutex);
+    state_->stopping = true;
+    slots = state_->slots;
+  }
+  asio::post(state_->io, [this] {
+    beast::error_code ignored;
+    for (tcp::acceptor& acceptor : state_->acceptors) acceptor.close(ignored);
+  });
+  for (const std::shared_ptr<Slot>& slot : slots) {
+    asio::post(slot->executor, [slot] {
+      if (slot->stream != nullptr && slot->waits) slot->stream->cancel();
+    });
+  }
+}
+
+bool HttpServer::WaitUntilDone(std::chrono::milliseconds most) {
+  std::unique_lock lock(state_->mutex);
+  return state_->changed.wait_for(lock, most, [this] { return state_->slots.empty(); });
+}
+
+void HttpServer::Stop() {
+  state_->io.stop();
+  for (std::thread& thread : state_->threads) thread.join();
+  state_->threads.clear();
+}
+
+HttpCounts HttpServer::Counts() const {
+  const std::scoped_lock lock(state_->mutex);
+  HttpCounts counts = state_->counts;
+  counts.open = state_->slots.size();
+  counts.free_bytes = state_->budget.Free();
+  return counts;
+}
+
+ByteBudget& HttpServer::budget() { return state_->budget; }
+
+}  // namespace mox

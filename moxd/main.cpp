@@ -1,0 +1,132 @@
+#include <csignal>
+#include <exception>
+#include <future>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "mox/foundation/files.h"
+#include "moxd/demo.h"
+#include "moxd/mox_server.h"
+#include "moxd/service_manager.h"
+#include "moxd/settings.h"
+
+namespace mox {
+namespace {
+
+constexpr const char* kUsage = R"(usage: moxd [--config FILE]           serve the companies of the directory
+       moxd check [--config FILE]     check the settings, the certificate, the directory and its companies
+       moxd settings                  print all settings with what they are where they are left out
+       moxd --demo                    serve a made-up company, and print how to reach it
+
+FILE is /etc/moxd/moxd.ini where it is left out.
+)";
+
+constexpr int kDone = 0;
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
+
+ReadSettings ReadConfig(const std::string& path) { return ReadServerSettings(ReadWholeFile(path), path); }
+
+int Fail(const std::vector<std::string>& faults) {
+  for (const std::string& fault : faults) std::cerr << "moxd: " << fault << "\n";
+  return kFailed;
+}
+
+// Serves until a signal ends it.
+int Serve(const ServerSettings& settings, const DemoCompany* demo) {
+  MoxServer server(settings, stderr, SocketsOfManager());
+  std::promise<void> stop;
+  bool stops = false;  // touched on one thread alone
+  const auto end = [&] {
+    if (!std::exchange(stops, true)) stop.set_value();
+  };
+  server.http().OnSignal(SIGTERM, end);
+  server.http().OnSignal(SIGINT, end);
+  server.http().OnSignal(SIGHUP, [&server] { server.ReloadCertificate(); });
+  if (const auto period = WatchdogPeriod()) {
+    server.http().Every(*period, [] { TellManager("WATCHDOG=1"); });
+  }
+  server.Start();
+  server.log().Event("ready", "port " + std::to_string(server.port()) + ", operations " +
+                                  std::to_string(server.operations_port()));
+  TellManager("READY=1");
+  if (demo != nullptr) std::cout << demo->HowToReach(server.port()) << std::flush;
+  stop.get_future().wait();
+  TellManager("STOPPING=1");
+  server.Stop();
+  return kDone;
+}
+
+// Everything that is wrong, not only what is found first.
+int Check(const std::string& path) {
+  ReadSettings read = ReadConfig(path);
+  std::vector<std::string>& faults = read.faults;
+  const auto attempt = [&faults](const auto& work) {
+    try {
+      work();
+    } catch (const std::exception& error) {
+      faults.emplace_back(error.what());
+    }
+  };
+  const ServerSettings& settings = read.settings;
+  if (!settings.tls.certificate.empty() && !settings.tls.key.empty()) {
+    attempt([&] { HttpServer(settings.http).UseTls(settings.tls); });
+  }
+  std::vector<CompanyInfo> companies;
+  if (!settings.directory.empty()) {
+    attempt([&] { companies = Accounts(settings.directory, settings.accounts).Companies(); });
+  }
+  for (const CompanyInfo& company : companies) {
+    attempt([&] { static_cast<void>(Database(company.address, Database::Access::kReadOnly)); });
+  }
+  if (!faults.empty()) return Fail(faults);
+  std::cout << path << " is in order; " << companies.size()
+            << (companies.size() == 1 ? " company\n" : " companies\n");
+  return kDone;
+}
+
+int Run(const std::vector<std::string>& words) {
+  std::string config = "/etc/moxd/moxd.ini";
+  std::string action;
+  for (auto word = words.begin(); word != words.end(); ++word) {
+    if (*word == "--config" && word + 1 != words.end()) {
+      config = *++word;
+    } else if (action.empty() &&
+               (*word == "check" || *word == "settings" || *word == "--demo" || *word == "--help")) {
+      action = *word;
+    } else {
+      std::cerr << "moxd: \"" << *word << "\" is not understood\n" << kUsage;
+      return kWrongUsage;
+    }
+  }
+  if (action == "--help") {
+    std::cout << kUsage;
+    return kDone;
+  }
+  if (action == "settings") {
+    std::cout << SettingsHelp();
+    return kDone;
+  }
+  if (action == "check") return Check(config);
+  if (action == "--demo") {
+    const DemoCompany demo;
+    return Serve(demo.Settings(), &demo);
+  }
+  const ReadSettings read = ReadConfig(config);
+  return read.faults.empty() ? Serve(read.settings, nullptr) : Fail(read.faults);
+}
+
+}  // namespace
+}  // namespace mox
+
+int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);  // a client or a log that is gone
+  try {
+    return mox::Run({argv + 1, argv + argc});
+  } catch (const std::exception& error) {
+    std::cerr << "moxd: " << error.what() << std::endl;
+    return 1;
+  }
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace mox {
+
+/// A bounded queue of jobs and the threads that take them, first come, first served.
+class WorkQueue {
+ public:
+  /// Told which of the workers runs it, from 0. It raises nothing.
+  using Job = std::function<void(std::size_t worker)>;
+
+  WorkQueue(std::size_t workers, std::size_t most_waiting);
+  ~WorkQueue() { Stop(); }
+  WorkQueue(const WorkQueue&) = delete;
+  WorkQueue& operator=(const WorkQueue&) = delete;
+
+  /// False where too many wait, or nothing more is taken.
+  bool TryAdd(Job job);
+  /// Whether one more would be taken.
+  bool HasRoom() const;
+  std::size_t Waiting() const;
+  std::size_t Busy() const;
+  /// Runs what waits, and ends the threads.
+  void Stop();
+
+ private:
+  void Run(std::size_t worker);
+
+  mutable std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<Job> jobs_;
+  std::size_t most_;
+  std::size_t busy_ = 0;
+  bool ends_ = false;
+  std::vector<std::thread> threads_;
+};
+
+}  // namespace mox
