@@ -30,6 +30,14 @@ endif()
 if(TARGET mox_sender)
   install(TARGETS mox_sender)
 endif()
+if(TARGET mox_server_program)
+  install(TARGETS mox_server_program)
+  install(
+    FILES "${PROJECT_SOURCE_DIR}/moxd/system/moxd.service" "${PROJECT_SOURCE_DIR}/moxd/system/moxd.socket"
+          "${PROJECT_SOURCE_DIR}/moxd/system/moxd.ini"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/mox"
+  )
+endif()
 
 configure_package_config_file(
   "${PROJECT_SOURCE_DIR}/cmake/moxConfig.cmake.in" "${PROJECT_BINARY_DIR}/moxConfig.cmake"

@@ -17,7 +17,14 @@ import time
 ADDRESS = "https://posrednik.example/b2c"
 
 
-def run(command, program, folder):
+class PlayedPage:
+    """Says which words stand for those of a command: here they themselves."""
+
+    def words(self, step, program, folder):
+        return step
+
+
+def run(command, program, folder, played):
     """What "mox ... < file | mox ..." prints; errors come where they are made."""
     steps, words = [[]], shlex.split(command)
     for word in words:
@@ -34,14 +41,14 @@ def run(command, program, folder):
         if step[0] != "mox":
             raise SystemExit(f"{step[0]} is not mox: {command}")
         is_last = step is steps[-1]
-        done = subprocess.run([program, *step[1:]], input=given, cwd=folder, stdout=subprocess.PIPE,
+        done = subprocess.run([program, *played.words(step, program, folder)[1:]], input=given, cwd=folder, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT if is_last else subprocess.PIPE)
         printed += done.stdout if is_last else done.stderr
         given = done.stdout
     return printed.decode().splitlines()
 
 
-def replay(page, program, folder, address):
+def replay(page, program, folder, address, played):
     lines, shown = iter(page.splitlines()), []
     for line in lines:
         shown.append(line)
@@ -62,13 +69,12 @@ def replay(page, program, folder, address):
                 while command.endswith("\\"):
                     shown.append(next(lines))
                     command = command[:-1] + shown[-1].strip()
-                shown += run(command.replace(ADDRESS, address), program, folder)
+                shown += run(command.replace(ADDRESS, address), program, folder, played)
             shown.append(line)
     return "\n".join(shown) + "\n"
 
 
-def main():
-    program, page, intermediary = (os.path.abspath(path) for path in sys.argv[1:4])
+def check_page(program, page, intermediary, played, update=False):
     os.environ.update(USER="ana", LC_ALL="C.UTF-8")
     with tempfile.TemporaryDirectory() as folder, tempfile.TemporaryDirectory() as state:
         os.environ["XDG_STATE_HOME"] = state
@@ -81,15 +87,16 @@ def main():
                 time.sleep(0.05)
             address = f"http://127.0.0.1:{port.read_text().strip()}/accept"
             text = pathlib.Path(page).read_text()
-            shown = replay(text, program, pathlib.Path(folder), address)
+            shown = replay(text, program, pathlib.Path(folder), address, played)
         finally:
             server.kill()
             server.wait()
-    if "--update" in sys.argv:
+    if update:
         pathlib.Path(page).write_text(shown)
     elif shown != text:
         sys.stdout.writelines(difflib.unified_diff(text.splitlines(True), shown.splitlines(True), "page", "replayed"))
         raise SystemExit(1)
 
 
-main()
+if __name__ == "__main__":
+    check_page(*(os.path.abspath(path) for path in sys.argv[1:4]), PlayedPage(), "--update" in sys.argv)

@@ -1,0 +1,144 @@
+"""A moxd of a test's own: certificate, directory, free ports of this computer; and how to talk to it byte by byte."""
+import contextlib
+import json
+import pathlib
+import re
+import signal
+import socket
+import sqlite3
+import ssl
+import subprocess
+import threading
+
+PASSWORD = "lozinka-za-probu"
+
+
+def form(*items):
+    """The text form of a parameter list of texts."""
+    lines = b"".join(b"item %d:%s text %d:%s\n" % (len(n), n, len(v), v) for n, v in
+                     ((name.encode(), value if isinstance(value, bytes) else value.encode()) for name, value in items))
+    return b"moxpl 1\nitems %d\n%send\n" % (len(items), lines)
+
+
+NOTHING = form()
+
+
+def link(number):
+    """A write request that stores one row each time."""
+    rows = (b"moxrs 1\nname 21:FTransTempVezeDataSet\nfields 5\n"
+            b"field 12:parent_table text 100 - 0: 0:\nfield 13:parent_column text 100 - 0: 0:\n"
+            b"field 13:parent_doc_id integer 0 - 0: 0:\nfield 9:child_tip text 15 - 0: 0:\nfield 7:user_id text 5 - 0: 0:\n"
+            b"records 1\n3:dok 2:id %d 9:got-racun 3:ana\nend\n" % number)
+    return form(("UpisParentFieldForVD", form(("FTransTempVezeDataSet", rows))))
+
+
+def make_certificate(folder, name):
+    subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-days", "2",
+                    "-subj", f"/CN={name}", "-addext", "subjectAltName=DNS:localhost,IP:127.0.0.1", "-keyout",
+                    folder / "key.pem", "-out", folder / "certificate.pem"], check=True, capture_output=True)
+
+
+class Server:
+    """`companies` is by name the file of each."""
+
+    def __init__(self, moxd, tool, folder, companies, settings=""):
+        self.moxd, self.folder, self.log = moxd, pathlib.Path(folder), []
+        make_certificate(self.folder, "one")
+        self.directory = self.folder / "directory.db"
+        subprocess.run([tool, self.directory, "ana", PASSWORD, "administracija",
+                        *(f"{name}={path}" for name, path in companies.items())], check=True)
+        self.extra = settings
+        self.port, self.process = 0, None
+        self.start()
+
+    def start(self):
+        (self.folder / "moxd.ini").write_text(
+            f"[server]\nlisten = 127.0.0.1:{self.port}\noperations = 127.0.0.1:0\ncertificate = certificate.pem\n"
+            f"key = key.pem\ndirectory = directory.db\n{self.extra}")
+        self.process = subprocess.Popen([self.moxd, "--config", self.folder / "moxd.ini"], stderr=subprocess.PIPE, text=True)
+        for line in self.process.stderr:
+            self.log.append(line)
+            if found := re.search(r'"ready","detail":"port (\d+), operations (\d+)"', line):
+                self.port, self.operations = int(found[1]), int(found[2])
+                break
+        else:
+            raise SystemExit("the server does not start: " + "".join(self.log))
+        self.reader = threading.Thread(target=lambda stream: self.log.extend(stream), args=(self.process.stderr,))
+        self.reader.start()
+
+    def end(self, how=signal.SIGTERM):
+        self.process.send_signal(how)
+        status = self.process.wait(60)
+        self.reader.join()
+        self.process.stderr.close()
+        return status
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.process.poll() is None:
+            self.end(signal.SIGKILL)
+
+    def address(self, company=""):
+        return f"https://localhost:{self.port}/{company}"
+
+    def connect(self, timeout=30):
+        context = ssl.create_default_context(cafile=self.folder / "certificate.pem")
+        plain = socket.create_connection(("127.0.0.1", self.port), timeout)
+        return context.wrap_socket(plain, server_hostname="localhost")
+
+    def ask(self, path, body=NOTHING, token=None, method="POST", connection=None, **headers):
+        """Status, headers and body of one request."""
+        with contextlib.ExitStack() as stack:
+            stream = connection or stack.enter_context(self.connect())
+            stream.sendall(head(path, len(body), token, method, **headers) + body)
+            return read_answer(stream)
+
+    def log_in(self, user="ana", password=PASSWORD):
+        status, _, body = self.ask("/v1/login", form(("user", user), ("password", password)))
+        assert status == 200, body
+        return re.search(rb"token text \d+:(\S+)", body)[1].decode()
+
+    def operation(self, path):
+        with socket.create_connection(("127.0.0.1", self.operations), 30) as stream:
+            stream.sendall(f"GET {path} HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n".encode())
+            return read_answer(stream)
+
+    def memory(self):
+        """Kilobytes that it takes now."""
+        text = pathlib.Path(f"/proc/{self.process.pid}/status").read_text()
+        return int(re.search(r"VmRSS:\s+(\d+)", text)[1])
+
+
+def head(path, length, token=None, method="POST", **headers):
+    lines = [f"{method} {path} HTTP/1.1", "Host: localhost", f"Content-Length: {length}"]
+    lines += [f"Authorization: Bearer {token}"] if token else []
+    lines += [f"{name.replace('_', '-')}: {value}" for name, value in headers.items()]
+    return ("\r\n".join(lines) + "\r\n\r\n").encode()
+
+
+def read_answer(stream):
+    text = b""
+    while b"\r\n\r\n" not in text:
+        if not (piece := stream.recv(65536)):
+            return 0, {}, text
+        text += piece
+    top, _, body = text.partition(b"\r\n\r\n")
+    first, *lines = top.decode().split("\r\n")
+    headers = {name.lower(): value for name, _, value in (line.partition(": ") for line in lines)}
+    while len(body) < int(headers.get("content-length", 0)):
+        if not (piece := stream.recv(65536)):
+            break
+        body += piece
+    return int(first.split()[1]), headers, body
+
+
+def code_of(answer):
+    status, _, body = answer
+    return status, json.loads(body)["code"] if status >= 400 else ""
+
+
+def links_stored(company):
+    with contextlib.closing(sqlite3.connect(company)) as database:
+        return [row[0] for row in database.execute("SELECT parent_doc_id FROM dok_veze_kasnije ORDER BY id")]

@@ -1,0 +1,262 @@
+#!/usr/bin/env python3
+"""What the server does with clients that mean no good, and when it is ended: server_test.py MOX MOXD DIRECTORY_TOOL"""
+import contextlib
+import json
+import os
+import pathlib
+import signal
+import sqlite3
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import unittest
+
+from running_server import NOTHING, PASSWORD, Server, code_of, form, head, link, links_stored, make_certificate, read_answer
+
+MOX, MOXD, TOOL = (os.path.abspath(path) for path in sys.argv[1:4])
+READ = "/v1/firma/service/GetSkladista"
+WRITE = "/v1/firma/write"
+
+
+class ServerTest(unittest.TestCase):
+    settings = ""
+
+    def setUp(self):
+        self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        self.company = self.folder / "firma.db"
+        for name in ("firma", "tuda"):
+            subprocess.run([MOX, "db", "init", self.folder / f"{name}.db", "--demo"], check=True)
+        self.server = self.enterContext(Server(MOXD, TOOL, self.folder, {"firma": self.company}, self.settings))
+        self.token = self.server.log_in()
+
+    if not hasattr(unittest.TestCase, "enterContext"):
+
+        def enterContext(self, manager):
+            entered = manager.__enter__()
+            self.addCleanup(manager.__exit__, None, None, None)
+            return entered
+
+    def lock(self):
+        """Keeps the company's file locked until it is called again."""
+        database = sqlite3.connect(self.company, isolation_level=None, check_same_thread=False)
+        database.execute("BEGIN IMMEDIATE")
+        self.addCleanup(database.close)
+        return lambda: database.execute("ROLLBACK")
+
+    def later(self, *arguments, **named):
+        """The answer to a request that goes its way meanwhile."""
+        answers = []
+        thread = threading.Thread(target=lambda: answers.append(self.server.ask(*arguments, **named)))
+        thread.start()
+
+        def wait():
+            thread.join(60)
+            return answers[0]
+
+        return wait
+
+    def until(self, metric, value):
+        for _ in range(500):
+            if f"\n{metric} {value}\n" in self.server.operation("/metrics")[2].decode():
+                return
+            time.sleep(0.02)
+        self.fail(f"{metric} does not become {value}")
+
+
+class Hostile(ServerTest):
+    settings = "[limits]\nbody = 1 MB\nunpacked = 4 MB\nin_flight = 64 MB\n[seconds]\nheader = 5\nbody = 5\n"
+
+    def test_refuses_what_it_cannot_serve(self):
+        # What is sent before the empty line, the body, and what is answered; None where the answer is no error.
+        token = f"Authorization: Bearer {self.token}"
+        good = [token, f"Content-Length: {len(NOTHING)}"]
+        for name, request, headers, body, expected in (
+            ("a read", f"POST {READ} HTTP/1.1", good, NOTHING, (200, "")),
+            ("two lengths", f"POST {READ} HTTP/1.1", [*good, "Content-Length: 3"], NOTHING, (400, "bad_request")),
+            ("twice the same", f"POST {READ} HTTP/1.1", [*good, good[1]], NOTHING, (400, "bad_request")),
+            ("length and chunks", f"POST {READ} HTTP/1.1", [*good, "Transfer-Encoding: chunked"], NOTHING, (400, "bad_request")),
+            ("chunks", f"POST {READ} HTTP/1.1", [token, "Transfer-Encoding: chunked"], b"0\r\n\r\n", (411, "length_required")),
+            ("no length", f"POST {READ} HTTP/1.1", [token], b"", (411, "length_required")),
+            ("below 0", f"POST {READ} HTTP/1.1", [token, "Content-Length: -1"], b"", (400, "bad_request")),
+            ("no number", f"POST {READ} HTTP/1.1", [token, "Content-Length: 0x10"], b"", (400, "bad_request")),
+            ("beyond 64 bits", f"POST {READ} HTTP/1.1", [token, "Content-Length: 99999999999999999999"], b"", (400, "bad_request")),
+            ("large", f"POST {READ} HTTP/1.1", [token, f"Content-Length: {2**21}"], b"", (413, "too_large")),
+            ("large log-in", "POST /v1/login HTTP/1.1", ["Content-Length: 100000"], b"", (413, "too_large")),
+            ("header", f"POST {READ} HTTP/1.1", ["X: " + "x" * 2**20], b"", (431, "header_too_large")),
+            ("many headers", f"POST {READ} HTTP/1.1", [f"X{i}: x" for i in range(90000)], b"", (431, "header_too_large")),
+            ("long path", "POST /v1/" + "a" * 2**20 + " HTTP/1.1", good, b"", (431, "header_too_large")),
+            ("no HTTP", "\x16\x03\x01", [], b"", (400, "bad_request")),
+            ("blank in a name", f"POST {READ} HTTP/1.1", ["Content Length: 3"], b"", (400, "bad_request")),
+            ("folded header", f"POST {READ} HTTP/1.1", ["X: a\r\n b", *good], NOTHING, (200, "")),
+            ("another protocol", f"POST {READ} HTTP/1.1", [*good, "Mox-Protocol: 2"], NOTHING, (426, "unknown_protocol")),
+            ("GET", f"GET {READ} HTTP/1.1", good, NOTHING, (405, "wrong_method")),
+            ("gzip", f"POST {READ} HTTP/1.1", [*good, "Content-Encoding: gzip"], NOTHING, (415, "unknown_encoding")),
+            ("no zstd", f"POST {READ} HTTP/1.1", [*good, "Content-Encoding: zstd"], NOTHING, (400, "bad_body")),
+            ("no list", f"POST {READ} HTTP/1.1", [token, "Content-Length: 3"], b"abc", (400, "bad_body")),
+            ("no service", "POST /v1/firma/service/Nema HTTP/1.1", good, NOTHING, (404, "unknown_service")),
+            ("half a code", "POST /v1/firma/service/%5 HTTP/1.1", good, NOTHING, (404, "unknown_service")),
+            ("elsewhere", "POST /v2/firma/write HTTP/1.1", good, NOTHING, (404, "not_found")),
+            ("a question", f"POST {READ}?a=b HTTP/1.1", good, NOTHING, (404, "not_found")),
+            ("no token", f"POST {READ} HTTP/1.1", good[1:], NOTHING, (401, "not_logged_in")),
+            ("another token", f"POST {READ} HTTP/1.1", ["Authorization: Bearer x", good[1]], NOTHING, (401, "not_logged_in")),
+            ("a company of others", "POST /v1/tuda/write HTTP/1.1", good, NOTHING, (403, "forbidden")),
+            ("no such company", "POST /v1/nema/write HTTP/1.1", good, NOTHING, (403, "forbidden")),
+            *(("company " + company, f"POST /v1/{company}/write HTTP/1.1", good, NOTHING, (400, "bad_company"))
+              for company in ("..", "firma.db", "../firma", "firma/..", "%2e%2e", "fir%6da", "firma'", '"firma"', "firma;", "",
+                              "a" * 49, "f\u00edrma")),
+        ):
+            with self.subTest(name), self.server.connect() as stream:
+                with contextlib.suppress(ConnectionError):
+                    stream.sendall("\r\n".join([request, "Host: localhost", *headers]).encode() + b"\r\n\r\n" + body)
+                self.assertEqual(code_of(read_answer(stream)), expected)
+        self.assertIn(b'"known":["1"]', self.server.ask(READ, token=self.token, Mox_Protocol="9")[2])
+
+    def test_half_requests_cost_nothing_but_their_connection(self):
+        request = head(WRITE, len(link(7)), self.token) + link(7)
+        for size in range(0, len(request)):
+            with self.server.connect() as stream:
+                stream.sendall(request[:size])
+        with self.server.connect() as stream:
+            for at in range(len(request)):
+                stream.sendall(request[at : at + 1])
+            self.assertEqual(read_answer(stream)[0], 200)
+        self.assertEqual(links_stored(self.company), [7])
+
+    def test_bombs_are_not_unpacked(self):
+        before = self.server.memory()
+        # A frame of blocks that repeat one byte 128 KB times.
+        window, block = b"\x58", lambda last: ((0x20000 << 3) | 2 | last).to_bytes(3, "little") + b"\0"
+        bomb = b"\x28\xb5\x2f\xfd\x00" + window + block(0) * 16384 + block(1)
+        for body, expected in ((bomb, (413, "too_large")), (bomb[:-40000], (413, "too_large")),
+                               (bomb[:20], (400, "bad_body")), (b"\x28\xb5\x2f\xfd\x00\xf8" + block(1), (400, "bad_body"))):
+            answer = self.server.ask(READ, body, self.token, Content_Encoding="zstd")
+            self.assertEqual(code_of(answer), expected)
+        self.assertLess(self.server.memory() - before, 32 * 1024)
+
+    def test_a_thousand_idle_connections(self):
+        before = self.server.memory()
+        with contextlib.ExitStack() as stack:
+            for _ in range(1000):
+                stack.enter_context(self.server.connect())
+            self.assertEqual(self.server.ask(READ, token=self.token)[0], 200)
+            self.assertLess(self.server.memory() - before, 128 * 1024)
+
+    def test_tokens_end(self):
+        with contextlib.closing(sqlite3.connect(self.server.directory)) as directory:
+            directory.execute("UPDATE imenik_tokeni SET vrijedi_do = 1")
+            directory.commit()
+        self.assertEqual(code_of(self.server.ask(READ, token=self.token)), (401, "not_logged_in"))
+        token = self.server.log_in()
+        self.assertEqual(self.server.ask("/v1/logout", token=token)[0], 200)
+        self.assertEqual(code_of(self.server.ask(READ, token=token)), (401, "not_logged_in"))
+        wrong = form(("user", "ana"), ("password", "kriva-lozinka"))
+        answers = [self.server.ask("/v1/login", wrong) for _ in range(8)]
+        self.assertEqual(code_of(answers[0]), (401, "login_refused"))
+        self.assertEqual(code_of(answers[-1]), (429, "too_many_attempts"))
+        self.assertTrue(answers[-1][1]["retry-after"].isdigit())
+
+    def test_the_log_has_no_secrets(self):
+        self.server.ask(READ, token=self.token)
+        self.server.ask(WRITE, link(3), self.token)
+        self.assertEqual(self.server.end(), 0)
+        log = "".join(self.server.log)
+        events = [json.loads(line) for line in log.splitlines()]
+        self.assertEqual([event["route"] for event in events if event["event"] == "request"], ["login", "service", "write"])
+        for secret in (self.token, PASSWORD, "ana", "127.0.0.1"):
+            self.assertNotIn(secret, log)
+
+
+class Operations(ServerTest):
+    settings = "[server]\nworkers = 1\n[limits]\nqueue = 1\n[seconds]\nstop = 20\n".replace("[server]\n", "")
+
+    def test_a_full_queue_is_told_at_once(self):
+        unlock = self.lock()
+        first = self.later(WRITE, link(1), self.token)
+        self.until("moxd_workers_busy", 1)
+        second = self.later(WRITE, link(2), self.token)
+        self.until("moxd_queue_waiting", 1)
+        status, headers, body = self.server.ask(WRITE, link(3), self.token)
+        self.assertEqual((status, json.loads(body)["code"], headers["retry-after"]), (503, "queue_full", "1"))
+        self.assertEqual(self.server.operation("/healthz")[0], 200)
+        self.assertEqual(self.server.operation("/readyz")[0], 503)
+        unlock()
+        self.assertEqual((first()[0], second()[0]), (200, 200))
+        self.assertEqual(links_stored(self.company), [1, 2])
+        self.assertEqual(self.server.operation("/readyz")[0], 200)
+
+    def test_ends_what_it_began(self):
+        unlock = self.lock()
+        under_way = self.later(WRITE, link(1), self.token)
+        self.until("moxd_workers_busy", 1)
+        idle = self.server.connect()
+        self.server.process.send_signal(signal.SIGTERM)
+        self.assertEqual(idle.recv(1), b"")
+        unlock()
+        status, headers, _ = under_way()
+        self.assertEqual((status, headers["connection"]), (200, "close"))
+        self.assertEqual(self.server.process.wait(30), 0)
+        self.assertEqual(links_stored(self.company), [1])
+
+    def test_reads_its_certificate_again(self):
+        with self.server.connect() as before:
+            make_certificate(self.folder, "two")
+            self.server.process.send_signal(signal.SIGHUP)
+            for _ in range(200):
+                if any('"certificate"' in line for line in self.server.log):
+                    break
+                time.sleep(0.02)
+            with self.server.connect() as after:
+                self.assertEqual(after.getpeercert()["subject"], ((("commonName", "two"),),))
+            self.assertEqual(self.server.ask(READ, token=self.token, connection=before)[0], 200)
+
+
+class Client(ServerTest):
+    """The command, while the server comes and goes."""
+
+    def mox(self, *words, text=""):
+        return subprocess.run([MOX, *words], input=text, capture_output=True, text=True, check=False,
+                              env={**os.environ, "XDG_STATE_HOME": str(self.folder)})
+
+    def test_asks_again_under_the_same_key(self):
+        certificate = str(self.folder / "certificate.pem")
+        login = self.mox("login", self.server.address(), "--user", "ana", "--ca", certificate, text=PASSWORD + "\n")
+        self.assertEqual(login.returncode, 0, login.stderr)
+        (self.folder / "links.csv").write_text("parent_table,parent_column,parent_doc_id,child_tip,user_id\ndok,id,5,got-racun,ana\n")
+        store = ["store", "UpisParentFieldForVD", f"FTransTempVezeDataSet={self.folder}/links.csv"]
+        unlock = self.lock()
+        answers = []
+        client = threading.Thread(
+            target=lambda: answers.append(self.mox(*store, "--server", self.server.address("firma"))))
+        client.start()
+        self.until("moxd_workers_busy", 1)
+        self.server.end(signal.SIGKILL)  # the request is on its way, and nobody will answer it
+        unlock()
+        self.server.start()
+        client.join(90)
+        self.assertEqual((answers[0].returncode, answers[0].stderr), (0, ""))
+        self.assertEqual(links_stored(self.company), [5])
+        self.server.end()
+        away = self.mox(*store, "--server", self.server.address("firma"))
+        self.assertEqual(away.returncode, 1)
+        self.assertIn("cannot be reached", away.stderr)
+        self.assertEqual(links_stored(self.company), [5])
+
+
+class Check(unittest.TestCase):
+    def test_tells_every_fault_of_the_settings(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder, "moxd.ini")
+            path.write_text("a = b\n[server]\nlisten = localhost\nlisten = 0.0.0.0:1\noperations = 0.0.0.0:9443\nworkers = 0\n"
+                            "threads = 2\ncertificate =\nnonsense\n[limits]\nbody = 1 TB\n[seconds]\nidle = -1\n[other]\nx = 1\n")
+            done = subprocess.run([MOXD, "check", "--config", path], capture_output=True, text=True, check=False)
+            lines = [line.removeprefix(f"moxd: {path}:") for line in done.stderr.splitlines()]
+            self.assertEqual(done.returncode, 1)
+            self.assertEqual([line.split(":")[0] for line in lines[:11]],
+                             ["1", "3", "4", "5", "6", "7", "8", "9", "11", "13", "14"], done.stderr)
+            self.assertTrue(all("is missing" in line for line in lines[11:]) and len(lines) >= 13, done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[sys.argv[0], *sys.argv[4:]])
