@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <optional>
 #include <utility>
 
@@ -36,9 +37,18 @@ constexpr auto kNextProduct = [] {
 
 std::size_t Digit(char c) { return static_cast<std::size_t>(c - '0'); }
 
-// Counts them all, as most texts are digits only: that is faster than looking for the first other character.
-bool IsAllDigits(std::string_view text) {
-  return std::count_if(text.begin(), text.end(), IsDigit) == static_cast<std::ptrdiff_t>(text.size());
+// Eight characters at once. Adding 0x46 sets the top bit of a byte above '9', taking 0x30 away that of one
+// below '0'; a carry or borrow comes only from a byte that is no digit itself.
+bool AreDigits(const char* eight) {
+  std::uint64_t bytes = 0;
+  std::memcpy(&bytes, eight, sizeof bytes);
+  constexpr std::uint64_t kEach = 0x0101'0101'0101'0101U;
+  return (((bytes + 0x46 * kEach) | (bytes - 0x30 * kEach)) & (0x80 * kEach)) == 0;
+}
+
+// The second eight overlap the first.
+bool IsAllDigits(std::string_view oib) {
+  return AreDigits(oib.data()) && AreDigits(oib.data() + kOibLength - 8);
 }
 
 std::size_t OibControlDigit(std::string_view oib) {

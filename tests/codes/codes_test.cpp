@@ -55,6 +55,23 @@ TEST(Codes, Tables) {
                "codes");
 }
 
+// Any byte at any place of a valid number: a digit is judged by the control digit, all else is refused as
+// none.
+TEST(Codes, OibsAreDigitsAtEveryPlace) {
+  const std::string valid = "69435151530";
+  ASSERT_EQ(CheckOIBvalidity(valid), "");
+  for (std::size_t at = 0; at < valid.size(); ++at) {
+    for (int byte = 0; byte < 256; ++byte) {
+      std::string oib = valid;
+      oib[at] = static_cast<char>(byte);
+      const std::string message = CheckOIBvalidity(oib);
+      const bool is_digit = byte >= '0' && byte <= '9';
+      EXPECT_EQ(message.empty(), oib == valid) << at << " " << byte;
+      EXPECT_EQ(is_digit && oib != valid, message.ends_with("prvih deset znamenki.")) << at << " " << byte;
+    }
+  }
+}
+
 // Typed with blanks it is valid exactly when its remainder without them is 1, whatever the text is made of.
 TEST(Codes, AccountsAreCheckedAsTyped) {
   constexpr std::string_view kParts[] = {"HR",    "12", " ", "hr17", "2360", "0000",     "1101", "IBAN",
