@@ -29,7 +29,7 @@ struct RateTotals {
 };
 
 struct Totals {
-  std::span<RateTotals> rates;
+  std::vector<RateTotals> rates;
   Total other_goods;
   Total fee;
 
@@ -44,6 +44,23 @@ struct Totals {
   }
 };
 
+Totals TotalsOf(const DocDobavljacaFields& header) {
+  return {{{22, {header.roba_22}, {header.pdv_22}},
+           {23, {header.roba_23}, {header.pdv_23}},
+           {25, {header.roba_25}, {header.pdv_25}},
+           {13, {header.roba_13}, {header.pdv_13}},
+           {10, {header.roba_10}, {header.pdv_10}},
+           {5, {header.roba_5}, {header.pdv_5}}},
+          {header.roba_0},
+          {header.pov_nak}};
+}
+
+Totals TotalsOf(const DocDobavljacaBIHFields& header) {
+  return {{{17, {header.roba_17}, {header.pdv_17}}, {10, {header.roba_10}, {header.pdv_10}}},
+          {header.roba_0},
+          {header.pov_nak}};
+}
+
 // Which lines are summed, and how.
 struct Terms {
   bool costs_count;  // with dependent costs
@@ -51,22 +68,28 @@ struct Terms {
   int digits;        // of the tax of a line
 };
 
-// An unrounded amount: a currency is taken as it is, another number with all of its decimals.
-Amount AmountOf(const Field& column) {
-  if (column.Kind() == FieldKind::kCurrency) return column.AsCurrency();
-  return Amount::OfUnits(column.AsFloat());
+Terms TermsOf(std::string_view doc_kind, int digits, bool costs_count) {
+  return {.costs_count = costs_count, .taxed = CarriesInputTax(doc_kind), .digits = AtLeast2(digits)};
 }
 
-void SumLines(Totals totals, RecordSet& lines, const Terms& terms) {
+Terms BosnianTermsOf(std::string_view doc_kind) {
+  return {.costs_count = false, .taxed = doc_kind != "RU", .digits = 2};
+}
+
+// An unrounded amount of a line: a currency is taken as it is, another number with all of its decimals.
+template <typename Line>
+Amount AmountOf(const Line& line, std::size_t column) {
+  if (line.Definition(column).kind == FieldKind::kCurrency) return line.AsCurrency(column);
+  return Amount::OfUnits(line.AsFloat(column));
+}
+
+// Sums what `visit(add)` adds, add(value, rate, fee) for each line, into the header's record.
+template <typename Visit>
+void SumInto(Totals totals, const Terms& terms, Visit visit) {
   totals.other_goods.written_to.DataSet().Edit();
   totals.Write();
 
-  const Field net_value = lines.FieldByName(nfci.text);
-  std::optional<Field> costs;
-  if (terms.costs_count) costs = lines.FieldByName(zti.text);
-  WalkToEnd(lines, [&] {
-    const Amount value = costs ? AmountOf(net_value) + AmountOf(*costs) : AmountOf(net_value);
-    const Real rate = lines[tbr_stp];
+  visit([&](Amount value, Real rate, const auto& fee) {
     const auto row = std::find_if(totals.rates.begin(), totals.rates.end(),
                                   [rate](const RateTotals& totals_of) { return rate == totals_of.rate; });
     const bool listed = row != totals.rates.end();
@@ -74,11 +97,25 @@ void SumLines(Totals totals, RecordSet& lines, const Terms& terms) {
     goods = Stored(goods + value);
     if (!terms.taxed) return;
     if (listed) row->tax.sum += Round(value * rate / 100, terms.digits);
-    totals.fee.sum += R2(lines.Price(pov_nak) * lines[kolicina]);
+    totals.fee.sum += R2(fee());
   });
 
   for (RateTotals& row : totals.rates) row.tax.sum = R2(row.tax.sum);
   totals.Write();
+}
+
+// Walks the lines to their end. They have all of the columns.
+void SumLines(Totals totals, RecordSet& lines, const Terms& terms) {
+  SumInto(std::move(totals), terms, [&](const auto& add) {
+    const Field net_value = lines.FieldByName(nfci.text);
+    std::optional<Field> costs;
+    if (terms.costs_count) costs = lines.FieldByName(zti.text);
+    WalkToEnd(lines, [&] {
+      const Amount value = AmountOf(lines, net_value.Index());
+      add(costs ? value + AmountOf(lines, costs->Index()) : value, lines[tbr_stp],
+          [&] { return lines.Price(pov_nak) * lines[kolicina]; });
+    });
+  });
 }
 
 constexpr DocDobavljacaCaption kBosnianFields[] = {{"roba_0", ""}, {"roba_10", ""}, {"roba_17", ""},
@@ -124,23 +161,32 @@ bool CarriesInputTax(std::string_view doc_kind) { return doc_kind != "RU" && doc
 
 void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
                        int digits) {
-  CalcDocDobavljaca(header, lines, doc_kind, digits, IsAdditionalFeatureAllowed(kCostsCountFeature));
-}
-
-void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
-                       int digits, bool costs_count) {
-  const Terms terms = {
-      .costs_count = costs_count, .taxed = CarriesInputTax(doc_kind), .digits = AtLeast2(digits)};
-  RateTotals rates[] = {{22, {header.roba_22}, {header.pdv_22}}, {23, {header.roba_23}, {header.pdv_23}},
-                        {25, {header.roba_25}, {header.pdv_25}}, {13, {header.roba_13}, {header.pdv_13}},
-                        {10, {header.roba_10}, {header.pdv_10}}, {5, {header.roba_5}, {header.pdv_5}}};
-  SumLines({rates, {header.roba_0}, {header.pov_nak}}, lines, terms);
+  const bool costs_count = IsAdditionalFeatureAllowed(kCostsCountFeature);
+  SumLines(TotalsOf(header), lines, TermsOf(doc_kind, digits, costs_count));
 }
 
 void CalcDocDobavljacaBIH(const DocDobavljacaBIHFields& header, RecordSet& lines, std::string_view doc_kind) {
-  RateTotals rates[] = {{17, {header.roba_17}, {header.pdv_17}}, {10, {header.roba_10}, {header.pdv_10}}};
-  SumLines({rates, {header.roba_0}, {header.pov_nak}}, lines,
-           {.costs_count = false, .taxed = doc_kind != "RU", .digits = 2});
+  SumLines(TotalsOf(header), lines, BosnianTermsOf(doc_kind));
+}
+
+void SumSupplierDocument(RecordSet& header, const RecordTable& lines, std::string_view doc_kind, int digits,
+                         bool costs_count) {
+  const bool bosnian = header.FindField("roba_17").has_value();
+  const Terms terms = bosnian ? BosnianTermsOf(doc_kind) : TermsOf(doc_kind, digits, costs_count);
+  const auto net_value = lines.Find(nfci.text);
+  const auto costs = terms.costs_count ? lines.Find(zti.text) : std::nullopt;
+  SumInto(bosnian ? TotalsOf(DocDobavljacaBIHFieldsOf(header)) : TotalsOf(DocDobavljacaFieldsOf(header)),
+          terms, [&](const auto& add) {
+            for (std::size_t at = 0; at < lines.size(); ++at) {
+              const RecordRow line = lines[at];
+              const auto amount = [&line](const std::optional<std::size_t>& column) {
+                return column ? AmountOf(line, *column) : Amount(Currency());
+              };
+              add(amount(net_value) + amount(costs), line.Optional(tbr_stp), [&] {
+                return (line.Has(pov_nak) ? line.Price(pov_nak) : Currency()) * line.Optional(kolicina);
+              });
+            }
+          });
 }
 
 }  // namespace mox

@@ -72,9 +72,6 @@ DocDobavljacaFields DocDobavljacaFieldsOf(RecordSet& header);
 void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
                        int digits);
 
-/// The same where the caller knows whether dependent costs count.
-void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
-                       int digits, bool costs_count);
 /// Whether a supplier's document of that kind carries input tax and fees: not of kinds "RU" and "OK".
 bool CarriesInputTax(std::string_view doc_kind);
 /// The additional feature by which dependent costs count.
@@ -97,5 +94,11 @@ DocDobavljacaBIHFields DocDobavljacaBIHFieldsOf(RecordSet& header);
 /// Dependent costs never count, taxes and fees of a line are rounded to hundredths, and only kind "RU"
 /// carries no input tax and no fee.
 void CalcDocDobavljacaBIH(const DocDobavljacaBIHFields& header, RecordSet& lines, std::string_view doc_kind);
+
+/// The same from the rows of the lines, of which nothing moves and nothing is fired, for a header of either
+/// edition (the Bosnian one has its own digits and costs). A column that the lines do not have is null in all
+/// of them. The caller knows whether dependent costs count.
+void SumSupplierDocument(RecordSet& header, const RecordTable& lines, std::string_view doc_kind, int digits,
+                         bool costs_count);
 
 }  // namespace mox

@@ -305,22 +305,9 @@ void CheckFigures(const DocumentKind& kind, const DocumentSets& sets) {
 }
 
 void FillSupplierTotals(RecordSet& totals, const RecordSet& goods, const SupplierTerms& terms) {
-  RecordSet lines;
-  for (const char* const name :
-       {field::tbr_stp.text, field::nfci.text, field::zti.text, field::pov_nak.text, field::kolicina.text}) {
-    const auto given = goods.FindFieldIndex(name);
-    lines.DefineField(name, given ? goods.Definition(*given).kind : FindVocabularyEntry(name)->kind);
-  }
-  lines.Open();
-  lines.DataTransfer(goods);
   totals.First();
   WriteAndPost(totals, [&] {
-    if (totals.FindField("roba_17")) {
-      CalcDocDobavljacaBIH(DocDobavljacaBIHFieldsOf(totals), lines, terms.supplier_document);
-    } else {
-      CalcDocDobavljaca(DocDobavljacaFieldsOf(totals), lines, terms.supplier_document, terms.digits,
-                        terms.costs_count);
-    }
+    SumSupplierDocument(totals, goods.Table(), terms.supplier_document, terms.digits, terms.costs_count);
   });
 }
 

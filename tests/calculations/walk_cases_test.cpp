@@ -6,6 +6,7 @@
 #include "mox/calculations/customs.h"
 #include "mox/calculations/supplier_totals.h"
 #include "mox/host/company_parameters.h"
+#include "mox/server/read_services.h"
 #include "tests/calculations/line_table.h"
 #include "tests/calculations/recap_members.h"
 #include "tests/foundation/case_file.h"
@@ -59,7 +60,8 @@ struct Walk {
     if (arguments.size() > 2) module.SetAssignment(arguments[2]);
     const ScopedApp app({.comunication = &module});
     const auto f = [this](std::size_t i) { return recap.FieldAt(i); };
-    if (name == "CalcDocDobavljacaBIH") {
+    const bool bosnian = name == "CalcDocDobavljacaBIH";
+    if (bosnian) {
       CalcDocDobavljacaBIH({f(0), f(1), f(2), f(3), f(4), f(5)}, goods, arguments.at(0));
     } else {
       CalcDocDobavljaca(
@@ -67,6 +69,13 @@ struct Walk {
           arguments.at(0), std::stoi(arguments.at(1)));
     }
     EXPECT_EQ(recap.State(), DataSetState::kEdit);
+
+    RecordSet of_rows = bosnian ? MakeDocDobavljacaBIH() : MakeDocDobavljaca();
+    SumSupplierDocument(of_rows, goods.Table(), arguments.at(0), bosnian ? 9 : std::stoi(arguments.at(1)),
+                        IsAdditionalFeatureAllowed(kCostsCountFeature));
+    for (std::size_t i = 0; i < of_rows.FieldCount(); ++i) {
+      EXPECT_EQ(of_rows.AsCurrency(i), recap.AsCurrency(i)) << of_rows.Definition(i).name;
+    }
   }
 
   std::vector<std::string> arguments;
