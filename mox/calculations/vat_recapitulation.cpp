@@ -105,7 +105,11 @@ Deductions SumAmounts(const AmountFields& fields, ReadDeductions read_deductions
                   (first ? "RateField1" : "RateField2"));
     }
     RecordSet& lines = amount_field->DataSet();
-    WalkAndReturn(lines, [&] {
+    std::vector<std::size_t> read = {amount_field->Index(), rate_field->Index()};
+    for (const CurrencyName name : {pov_naki, neoporezivo}) {
+      if (const auto index = lines.FindFieldIndex(name.text)) read.push_back(*index);
+    }
+    WalkAndReturn(lines, read, [&] {
       const Currency amount = amount_field->AsCurrency();
       const double rate = rate_field->AsFloat();
       const Deductions deductions = first ? read_deductions(lines) : Deductions();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "mox/foundation/display_format.h"
@@ -20,12 +21,16 @@ void WalkToEnd(RecordSet& lines, Visit visit) {
   for (lines.First(); !lines.Eof(); lines.Next()) visit();
 }
 
-/// The same, but comes back to the record that was current, also when an error leaves the walk early.
+/// The same, but comes back to the record that was current, also when an error leaves the walk early. Of a
+/// record it reads the given fields.
 template <typename Visit>
-void WalkAndReturn(RecordSet& lines, Visit visit) {
+void WalkAndReturn(RecordSet& lines, std::span<const std::size_t> fields, Visit visit) {
   const ControlsGuard guard(lines);
   SavedPosition position(lines);
-  for (lines.First(); !lines.Eof(); lines.Next()) visit();
+  for (lines.First(); !lines.Eof(); lines.Next()) {
+    lines.FetchAhead(fields);
+    visit();
+  }
   position.Restore();
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <array>
 #include <atomic>
-#include <optional>
 
 #include "mox/foundation/record_set.h"
 #include "mox/foundation/unrounded.h"
@@ -16,23 +16,27 @@ struct LineNames {
 
 /// The current record of a set that is known to have the fields of a calculator, in their usual kinds and
 /// writable: reading and writing ask nothing any more. It holds until the set moves or changes its state.
+///
+/// What was written is kept at hand, so that the next step takes it from a register and not from its cell:
+/// once steps are inlined, their names are constants, and nothing is left of the two tables.
 class LineView {
  public:
-  /// None where the set lacks one of the fields, has it in another kind, or may not write it now.
-  static std::optional<LineView> Of(RecordSet& lines, const LineNames& names) {
-    const RecordSet::OpenLine line = lines.Line();
+  /// False where the set lacks one of the fields, has it in another kind, or may not write it now.
+  static bool Fits(const RecordSet::OpenLine& line, const LineNames& names) {
     const bool readable = (names.read & ~line.readable.names).none();
     const bool writable = (names.written & ~line.writable.names).none();
-    if (!readable || !writable) return std::nullopt;
-    return LineView(line);
+    return readable && writable;
   }
+  explicit LineView(const RecordSet::OpenLine& line)
+      : slots_(line.readable.places.data()),
+        cells_(line.cells),
+        nulls_(line.marks),
+        modified_(line.modified) {}
 
   MOX_ALWAYS_INLINE Currency operator[](CurrencyName name) const {
-    return Currency::FromScaled(static_cast<std::int64_t>(cells_[SlotOf(name.id)]));
+    return Currency::FromScaled(static_cast<std::int64_t>(Read(name.id)));
   }
-  MOX_ALWAYS_INLINE Number operator[](FloatName name) const {
-    return std::bit_cast<double>(cells_[SlotOf(name.id)]);
-  }
+  MOX_ALWAYS_INLINE Number operator[](FloatName name) const { return std::bit_cast<double>(Read(name.id)); }
   MOX_ALWAYS_INLINE void Set(CurrencyName name, Currency value) {
     Write(name.id, static_cast<std::uint64_t>(value.scaled()));
   }
@@ -41,15 +45,15 @@ class LineView {
   }
 
  private:
-  explicit LineView(const RecordSet::OpenLine& line)
-      : slots_(line.readable.places.data()),
-        cells_(line.cells),
-        nulls_(line.marks),
-        modified_(line.modified) {}
-
   std::size_t SlotOf(NameId id) const { return slots_[static_cast<std::size_t>(id)]; }
+  MOX_ALWAYS_INLINE std::uint64_t Read(NameId id) const {
+    const auto at = static_cast<std::size_t>(id);
+    return is_written_[at] ? written_[at] : cells_[SlotOf(id)];
+  }
   MOX_ALWAYS_INLINE void Write(NameId id, std::uint64_t bits) {
     const std::size_t slot = SlotOf(id);
+    written_[static_cast<std::size_t>(id)] = bits;
+    is_written_[static_cast<std::size_t>(id)] = true;
     cells_[slot] = bits;
     nulls_[slot] = NullMark::kValue;
     *modified_ = true;
@@ -59,6 +63,8 @@ class LineView {
   std::uint64_t* cells_;
   NullMark* nulls_;
   bool* modified_;
+  std::array<bool, kVocabularySize> is_written_{};
+  std::array<std::uint64_t, kVocabularySize> written_;  // of those
 };
 
 /// The current record of any set, asked at each step whether the field is there and may be written. It reads
@@ -131,8 +137,10 @@ template <typename Steps>
 void Calculate(RecordSet& lines, const Steps& steps) {
   static constinit NotedNames noted;
   if (const LineNames* const names = noted.For(steps)) [[likely]] {
-    if (auto line = LineView::Of(lines, *names)) [[likely]] {
-      steps(*line);
+    const RecordSet::OpenLine open = lines.Line();
+    if (LineView::Fits(open, *names)) [[likely]] {
+      LineView line(open);
+      steps(line);
       return;
     }
   }

@@ -59,17 +59,14 @@ void RecordSet::LeaveRecord() {
 void RecordSet::TellOfMove() {
   std::exception_ptr failure;
   const RecordTable::Id record = now_.rows[now_.position];
-  if (events_.calc_fields && controls_.calculation_paused == 0 && !events_.settled.Has(record)) {
-    if (!now_.listening) return FireCalcFields(record);
+  before_calculation_.clear();
+  if (IsToBeCalculated(record)) {
     try {
       FireCalcFields(record);
     } catch (...) {
       failure = std::current_exception();
     }
-  } else {
-    before_calculation_.clear();
   }
-  if (!now_.listening) return;
   if (!std::equal(before_calculation_.begin(), before_calculation_.end(), now_.cells)) {
     Tell(RecordSetChange::kRecord, now_.position);
   }

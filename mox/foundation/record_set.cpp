@@ -51,7 +51,8 @@ void RecordSet::BindWritable() {
 
 void RecordSet::BindWatched() {
   now_.listening = !events_.listeners.empty();
-  now_.watched = now_.listening || events_.calc_fields != nullptr || events_.before_post != nullptr;
+  now_.observed = now_.listening || events_.before_post != nullptr;
+  now_.calculates = events_.calc_fields != nullptr;
   BindWritable();
 }
 
@@ -162,12 +163,6 @@ void RecordSet::Clear() {
   Tell(RecordSetChange::kReset);
 }
 
-// A post calculates the record anyway, and a cancel brings back the settled one.
-void RecordSet::BeganEdit() {
-  BindWritable();
-  Tell(RecordSetChange::kRecord, CurrentRow());
-}
-
 void RecordSet::BeginInsert(std::size_t at) {
   now_.pending = table_.NewRecord();
   now_.pending_at = at;
@@ -215,7 +210,7 @@ void RecordSet::AppendRecord(std::span<const Value> values) {
 
 // An error of the event is raised when all else is done: the record is posted, and those bound to the set
 // know.
-void RecordSet::PostSlowly() {
+void RecordSet::PostObserved() {
   if (now_.state != DataSetState::kEdit && now_.state != DataSetState::kInsert) RequireEditing();
   if (events_.before_post) FireBeforePost();
   const bool inserted = now_.inserting;
@@ -232,7 +227,7 @@ void RecordSet::PostSlowly() {
       if (!failure) failure = std::current_exception();
     }
   };
-  if (events_.calc_fields) attempt([this, record] { FireCalcFields(record); });
+  if (now_.calculates) attempt([this, record] { FireCalcFields(record); });
   if (now_.filtered) {
     attempt([this, inserted] { FilterPosted(inserted); });
   } else {
@@ -318,7 +313,7 @@ struct RecordSet::CalcGuard {
   explicit CalcGuard(RecordSet& record_set)
       : set(record_set), state(set.now_.state), modified(set.now_.modified) {
     set.now_.state = DataSetState::kCalcFields;
-    set.BindWritable();
+    set.now_.writable = &set.now_.places->calculated;
   }
   ~CalcGuard() {
     set.now_.state = state;
@@ -337,9 +332,8 @@ struct RecordSet::CalcGuard {
 void RecordSet::FireCalcFields(RecordTable::Id record) {
   events_.settled.Remove(record);
   if (controls_.calculation_paused > 0) return;
-  const std::size_t words = table_.structure().record_words();
   const bool compares = now_.listening || events_.reads == CalcFieldsReads::kItsRecord;
-  if (compares) before_calculation_.assign(now_.cells, now_.cells + words);
+  if (compares) before_calculation_.assign(now_.cells, now_.cells + table_.structure().record_words());
   {
     const CalcGuard guard(*this);
     events_.calc_fields(*this);
@@ -410,7 +404,7 @@ void RecordSet::EnableControls() {
 
 void RecordSet::Refresh() {
   RequireBrowsable("refresh");
-  if (events_.calc_fields && RowCount() > 0) {
+  if (now_.calculates && RowCount() > 0) {
     FireCalcFields(now_.inserting ? now_.pending : now_.rows[now_.position]);
   }
   Tell(RecordSetChange::kReset);

@@ -143,6 +143,13 @@ class RecordSet {
   }
   bool Locate(FloatName name, double value);
 
+  /// For a walk over many records that reads few fields: asks the memory for those of the record that comes
+  /// up some moves later, so that it is there by then.
+  MOX_ALWAYS_INLINE void FetchAhead(std::span<const std::size_t> fields) const {
+    const std::size_t row = now_.position + kFetchedAhead;
+    if (row < now_.row_count) table_.Fetch(now_.rows[row], fields);
+  }
+
   /// Makes a row current in one move; the current one stays as it is, also while it is edited or inserted.
   /// Raises Error when there is none at that place.
   void GoToRow(std::size_t row);
@@ -311,6 +318,8 @@ class RecordSet {
   }
 
  private:
+  static constexpr std::size_t kFetchedAhead = 12;  // records, about as long as a word from memory takes
+
   struct CalcGuard;
 
   // Where the set stands. What every read and write of the current record needs comes first.
@@ -321,10 +330,11 @@ class RecordSet {
     const FieldKind* kinds = nullptr;  // by position, of an open set
     std::size_t field_count = 0;       // of an open set
     bool modified = false;
-    bool watched = false;    // an event or a listener is set
-    bool listening = false;  // a listener is set
-    bool checking = false;   // inside the before-post event
-    bool inserting = false;  // also while the event calculates the new record
+    bool calculates = false;  // the calculate-fields event is set
+    bool listening = false;   // a listener is set
+    bool observed = false;    // a listener or the before-post event is set
+    bool checking = false;    // inside the before-post event
+    bool inserting = false;   // also while the event calculates the new record
     bool eof = true;
     bool bof = true;
     bool filtered = false;
@@ -403,10 +413,7 @@ class RecordSet {
   // Leaves the record, and moves on unless leaving already did: a record that its change took out of the
   // filter is followed by the next one.
   void LeaveForNext();
-  void BecameCurrent() {
-    if (now_.watched) [[unlikely]]
-      TellOfMove();
-  }
+  void BecameCurrent();
   void TellOfMove();
   void ShowRecord(std::size_t position);
   void ShowNothing();
@@ -418,13 +425,15 @@ class RecordSet {
   std::size_t OrderIndexOf(RecordTable::Id record, std::size_t hint) const;
 
   // editing
-  void BeganEdit();
   void BeginInsert(std::size_t at);
   void FillRecord(std::span<const Value> values);
-  void PostSlowly();
+  void PostObserved();
   void EndEditing();
 
   // events
+  bool IsToBeCalculated(RecordTable::Id record) const {
+    return now_.calculates && controls_.calculation_paused == 0 && !events_.settled.Has(record);
+  }
   void FireCalcFields(RecordTable::Id record);
   void FireBeforePost();
   void Tell(RecordSetChange::Kind kind, std::size_t row = 0, std::size_t field = 0);

@@ -67,6 +67,14 @@ inline void RecordSet::ShowRecord(std::size_t position) {
   now_.bof = false;
 }
 
+inline void RecordSet::BecameCurrent() {
+  if (now_.listening) [[unlikely]] {
+    TellOfMove();
+  } else if (const RecordTable::Id record = now_.rows[now_.position]; IsToBeCalculated(record)) {
+    FireCalcFields(record);
+  }
+}
+
 inline void RecordSet::MoveTo(std::size_t position) {
   ShowRecord(position);
   BecameCurrent();
@@ -86,6 +94,8 @@ inline void RecordSet::Next() {
     return;
   }
   if (now_.position + 1 < now_.row_count) [[likely]] {
+    const std::size_t ahead = now_.position + kFetchedAhead;
+    if (now_.calculates && ahead < now_.row_count) table_.Fetch(now_.rows[ahead]);
     MoveTo(now_.position + 1);
   } else {
     now_.eof = true;
@@ -101,8 +111,10 @@ inline void RecordSet::Edit() {
   now_.state = DataSetState::kEdit;
   now_.writable = &now_.places->usual;
   now_.modified = false;
-  if (now_.watched) [[unlikely]]
-    BeganEdit();
+  if (now_.listening) [[unlikely]] {
+    BindWritable();
+    Tell(RecordSetChange::kRecord, CurrentRow());
+  }
 }
 
 inline void RecordSet::EndEditing() {
@@ -114,11 +126,12 @@ inline void RecordSet::EndEditing() {
 }
 
 inline void RecordSet::Post() {
-  if (now_.state == DataSetState::kEdit && !now_.watched && !now_.filtered) [[likely]] {
+  if (now_.state == DataSetState::kEdit && !now_.observed && !now_.filtered) [[likely]] {
     EndEditing();
+    if (now_.calculates) FireCalcFields(now_.rows[now_.position]);
     table_.CompactTextsIfWorthIt();
   } else {
-    PostSlowly();
+    PostObserved();
   }
 }
 
