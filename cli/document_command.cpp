@@ -21,13 +21,13 @@
 #include "mox/codes/exchange_rates.h"
 #include "mox/documents/article_lines.h"
 #include "mox/documents/storno.h"
+#include "mox/entry/document_entry.h"
 #include "mox/foundation/app.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/locale_text.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
 #include "mox/host/console_dialogs.h"
-#include "mox/validations/validations.h"
 
 namespace mox {
 namespace {
@@ -159,19 +159,13 @@ std::optional<std::int64_t> WarehouseOf(const DocumentArguments& arguments) {
 // What goes out has to stand in the warehouse, unless stock may become negative. The same attempt again is
 // not asked anew.
 void RequireStock(const Document& document, const DocumentArguments& arguments) {
-  SetConstraintsOnLager();
   const std::vector<NamedValue> header = NamedValues(arguments.header);
   if (document.Goods() == nullptr || !arguments.key.empty() || FindValue(header, "lagernegative") != nullptr)
     return;
-  const std::optional<std::int64_t> warehouse = WarehouseOf(arguments);
-  if (!warehouse) return;
-  RecordSet taken = StockTaken(document.Kind(), *document.Goods(), *warehouse);
-  for (taken.First(); !taken.Eof(); taken.Next()) {
-    if (CheckLagerNegative(taken.FieldByName("kolicina"), taken.FieldByName("stanje"))) continue;
-    throw Error("nothing was stored: article " + taken.FieldByName("sifra").AsText() + " stands at " +
-                ShortestNumber(taken.FieldByName("stanje").AsFloat()) + ", and the lines take " +
-                ShortestNumber(-taken.FieldByName("kolicina").AsFloat()));
-  }
+  const std::optional<StockShortage> shortage = CheckStock(document, WarehouseOf(arguments));
+  if (!shortage) return;
+  throw Error("nothing was stored: article " + shortage->article + " stands at " +
+              ShortestNumber(shortage->stands) + ", and the lines take " + ShortestNumber(shortage->taken));
 }
 
 void TellUnknown(const std::vector<std::string>& unknown, std::ostream& err) {

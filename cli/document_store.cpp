@@ -8,11 +8,11 @@
 #include "appserver/open_items.h"
 #include "cli/service_request.h"
 #include "mox/documents/storno.h"
+#include "mox/entry/document_entry.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 #include "mox/foundation/visible_text.h"
 #include "mox/server/read_services.h"
-#include "mox/validations/validations.h"
 
 namespace mox {
 namespace {
@@ -68,16 +68,6 @@ void Warn(const char* what, std::string_view whose, std::span<const std::string>
   for (const std::string& name : lost) names += (names.empty() ? "" : ", ") + name;
   err << "mox: the database " << what << " these columns of " << whose << ": " << VisibleText(names)
       << std::endl;
-}
-
-// What the setting of the user allows.
-void AllowNegativeStock(RecordSet& header) {
-  SetConstraintsOnLager();
-  Field allowed = header.FieldByName("lagernegative");
-  if (!FWorkWithLagerNegative || !allowed.IsNull()) return;
-  header.Edit();
-  allowed.SetBoolean(true);
-  header.Post();
 }
 
 // A field of a header that names a row by its code, and where the row is asked for.
@@ -155,9 +145,7 @@ RecordSet StoreDocument(Document& document, CompanyAccess& server, std::span<con
     const auto& failure = server.LastWrite().failure;
     return failure && failure->record_set == kConfirmations;
   };
-  bool committed = document.Store();
-  while (!committed && lacks_credit() && confirm_credit()) committed = document.Store();
-  return Stored(server, committed);
+  return Stored(server, StoreAskingForCredit(document, lacks_credit, confirm_credit));
 }
 
 RecordSet CancelDocument(std::int64_t id, CompanyAccess& server, std::span<const std::string> header_words) {

@@ -7,7 +7,6 @@
 #include "cli/argument_text.h"
 #include "cli/progress_bar.h"
 #include "connect/open_company.h"
-#include "mox/foundation/clock.h"
 #include "mox/foundation/text.h"
 #include "mox/host/memory_settings.h"
 #include "mox/host/settings_file.h"
@@ -41,26 +40,6 @@ int SessionDialogs::ShowVelorDialog(TVCustomDialogType kind, std::string_view ca
 void SessionDialogs::ShowMessage(std::string_view text) {
   ConsoleDialogs::ShowMessage(session_.secrets.Blanked(text));
 }
-
-// The company whose database is open. Its working year is a parameter; where that is not set, the current
-// year is.
-class Host::WorkingCompany : public TCompany {
- public:
-  WorkingCompany(TdmComunication& comunication, std::string path)
-      : comunication_(comunication), path_(std::move(path)) {}
-
-  int WorkingYear() const override {
-    RecordSet* const parameters = comunication_.CompanyParameters();
-    const auto year = parameters == nullptr ? std::nullopt : parameters->FindField("RadnaGodina");
-    if (year && !year->IsNull()) return static_cast<int>(year->AsInteger());
-    return ToCivil(Today()).year;
-  }
-  std::string CompanyPath() const override { return path_; }
-
- private:
-  TdmComunication& comunication_;
-  std::string path_;
-};
 
 Host::Host(const HostOptions& options, Session& session)
     : settings_(OpenSettings(options.ini)),

@@ -15,6 +15,7 @@
 #include "mox/host/console_dialogs.h"
 #include "mox/host/locale.h"
 #include "mox/host/system_platform.h"
+#include "mox/host/working_company.h"
 
 namespace mox {
 
@@ -57,8 +58,6 @@ class Host {
   Host& operator=(const Host&) = delete;
 
  private:
-  class WorkingCompany;
-
   void SetParameter(const std::string& parameter);
   void CheckTaxDigits(const std::string& text);
   TdmComunication& Comunication();

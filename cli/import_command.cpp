@@ -23,12 +23,12 @@
 #include "cli/text_table.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
+#include "mox/import/import_history.h"
 #include "mox/import/import_profiles.h"
+#include "sheets/grid_sheet.h"
 
 namespace mox {
 namespace {
-
-constexpr std::size_t kSourceWidth = 100;  // characters that the grid keeps of a cell
 
 struct ImportArguments {
   std::string key;
@@ -64,14 +64,6 @@ const ImportProfile& FindProfile(const std::string& key) {
   if (key.empty()) throw UsageError("KEY is required; --list names them");
   if (const ImportProfile* const profile = FindImportProfile(key)) return *profile;
   throw UsageError(ThereIsNo("profile", key, ProfileKeys()));
-}
-
-std::vector<ImportFieldDef> DataFields(const TfrmImportGrid& form) {
-  std::vector<ImportFieldDef> fields;
-  for (const GridColumn& column : form.Columns()) {
-    if (column.position >= kFirstDataPosition) fields.push_back(form.Fields()[column.position]);
-  }
-  return fields;
 }
 
 // --- what a profile is ---
@@ -138,11 +130,11 @@ class ImportSession : public ImportGridView {
 
   void ShowModal(TfrmImportGrid& form) override {
     const FileText file = ReadFileText(arguments_.path, session_.in);
-    sheet_ = ReadImportSheet(file, arguments_.sheet, DataFields(form), kSourceWidth, session_);
+    sheet_ = ReadImportSheet(file, arguments_.sheet, DataFields(form), session_);
     session_.clipboard = arguments_.WantsFaultWorkbook() ? sheet_.text : std::move(sheet_.text);
     form.GridKeyDown(U'E', {.alt = true});
     session_.clipboard = {};
-    form.SetSheetFaults(FaultsOfSheet());
+    form.SetSheetFaults(GridFaultsOf(sheet_));
     SetOrigin(form, file);
     form.ProvjeraIUvozClick();
     if (form.Outcome() == ImportOutcome::kStored && !arguments_.check) {
@@ -179,15 +171,6 @@ class ImportSession : public ImportGridView {
       if (!origin.again) before_ = *before;
     }
     form.SetOrigin(origin);
-  }
-
-  std::vector<ImportFault> FaultsOfSheet() const {
-    std::vector<ImportFault> faults;
-    for (const SheetFault& fault : sheet_.faults) {
-      faults.push_back(
-          {fault.row + 1, fault.column + kFirstDataPosition, ImportPass::kFormat, fault.value, fault.reason});
-    }
-    return faults;
   }
 
   void ShowRefusedCells(TfrmImportGrid& form) {
@@ -334,8 +317,7 @@ void WriteTemplate(const ImportArguments& arguments, const ImportProfile& profil
   const std::vector<ImportFieldDef> fields = FieldsOf(profile, arguments, session);
   SheetText rows;
   if (!arguments.path.empty()) {
-    rows = ReadImportSheet(ReadFileText(arguments.path, session.in), arguments.sheet, fields, kSourceWidth,
-                           session);
+    rows = ReadImportSheet(ReadFileText(arguments.path, session.in), arguments.sheet, fields, session);
   }
   session.files.Write(arguments.workbook,
                       TemplateWorkbook(arguments.key, fields, session.server != nullptr, rows),

@@ -45,14 +45,6 @@ ImportOrigin OriginOf(const std::string& path, std::string_view bytes, bool agai
   return {LoginName(), is_file ? std::filesystem::path(path).filename().string() : "", Sha256(bytes), again};
 }
 
-std::optional<std::string> StoredImport(std::string_view profile, const std::string& digest) {
-  const auto rows = CreateDBDataSet("DnevnikUvoza\\Prijasnji", "adsUvoz",
-                                    {{"profil", Value(std::string(profile))}, {"sazetak", Value(digest)}});
-  if (!rows || rows->IsEmpty()) return std::nullopt;
-  const RecordRow row = rows->RowAt(0);
-  return row.AsText(row.IndexOf("opis"));
-}
-
 void ListImports(Session& session) {
   ServerOf(session);
   const std::optional<RecordSet> journal = CreateDBDataSet("DnevnikUvoza", "adsUvoz", {});

@@ -16,9 +16,6 @@ std::string LoginName();
 /// Where the bytes of a file that goes into an import come from; standard input has no name.
 ImportOrigin OriginOf(const std::string& path, std::string_view bytes, bool again);
 
-/// Which import stored the file of that digest before, for people; none where none did or it was taken back.
-std::optional<std::string> StoredImport(std::string_view profile, const std::string& digest);
-
 /// `mox import --journal`: the stored imports, the last one first.
 void ListImports(Session& session);
 

@@ -1,6 +1,5 @@
 #include "cli/import_sheet.h"
 
-#include <algorithm>
 #include <memory>
 #include <ostream>
 
@@ -9,7 +8,7 @@
 #include "mox/foundation/app.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
-#include "mox/foundation/value_conversion.h"
+#include "sheets/grid_sheet.h"
 #include "sheets/open_sheet.h"
 
 namespace mox {
@@ -32,18 +31,6 @@ HeadingMode HeadingOf(const SheetArguments& arguments) {
   }
   if (arguments.no_heading) return HeadingMode::kAbsent;
   return arguments.heading || has_map ? HeadingMode::kPresent : HeadingMode::kRecognised;
-}
-
-std::vector<SheetColumn> ColumnsOf(const std::vector<ImportFieldDef>& fields, std::size_t most_characters) {
-  std::vector<SheetColumn> columns;
-  for (const ImportFieldDef& field : fields) {
-    const bool text = field.field_type == field_type::kText;
-    const std::size_t width =
-        text ? std::min(most_characters, static_cast<std::size_t>(ParseInteger(field.size)))
-             : most_characters;
-    columns.push_back({field.field_name, field.caption, width, ToBoolean(field.required)});
-  }
-  return columns;
 }
 
 void SaveMap(const SheetText& sheet, const SheetArguments& arguments, Session& session) {
@@ -72,9 +59,8 @@ void DeclareSheetArguments(Options& options, SheetArguments& arguments) {
 }
 
 SheetText ReadImportSheet(const FileText& file, const SheetArguments& arguments,
-                          const std::vector<ImportFieldDef>& fields, std::size_t most_characters,
-                          Session& session) {
-  const std::vector<SheetColumn> columns = ColumnsOf(fields, most_characters);
+                          const std::vector<ImportFieldDef>& fields, Session& session) {
+  const std::vector<SheetColumn> columns = SheetColumnsOf(fields);
   LayoutOptions layout{HeadingOf(arguments), {}, App().Locale().Settings()};
   const SheetChoice choice{arguments.sheet, columns.size(), EncodingOf(arguments)};
   if (!arguments.map.empty()) {

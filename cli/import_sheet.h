@@ -22,11 +22,10 @@ struct SheetArguments {
 
 void DeclareSheetArguments(Options& options, SheetArguments& arguments);
 
-/// Reads a file of rows and lays them out for the fields, whose source texts hold `most_characters`. What
-/// people should know goes to standard error. Raises UsageError, and Error as the readers of sheets do; also
-/// where the map is saved for headings that are unknown.
+/// Reads a file of rows and lays them out for the fields. What people should know goes to standard error.
+/// Raises UsageError, and Error as the readers of sheets do; also where the map is saved for headings that
+/// are unknown.
 SheetText ReadImportSheet(const FileText& file, const SheetArguments& arguments,
-                          const std::vector<ImportFieldDef>& fields, std::size_t most_characters,
-                          Session& session);
+                          const std::vector<ImportFieldDef>& fields, Session& session);
 
 }  // namespace mox

@@ -6,8 +6,8 @@
 #include "cli/options.h"
 #include "cli/record_set_file.h"
 #include "cli/service_request.h"
+#include "mox/entry/document_entry.h"
 #include "mox/foundation/clock.h"
-#include "mox/server/transactions.h"
 
 namespace mox {
 namespace {
@@ -20,16 +20,12 @@ struct PayArguments {
 
 void RunPay(const PayArguments& arguments, Session& session) {
   const CompanyAccess& server = ServerOf(session);
-  RecordSet payment("Uplate");
-  payment.DefineField("dok_id", FieldKind::kInteger);
-  payment.DefineField("iznos", FieldKind::kCurrency);
-  payment.DefineField("datum", FieldKind::kDate);
-  payment.Open();
   const FieldDef date{.name = "--date", .kind = FieldKind::kDate};
-  payment.AppendRecord({std::int64_t{IntegerArgument("ID", arguments.document)},
-                        CurrencyArgument("AMOUNT", arguments.amount),
-                        arguments.date.empty() ? Value(Today()) : InputValue(date, arguments.date)});
-  RequireStored(server, ExecuteTransaction("UplataInsert", {&payment}));
+  const std::int64_t id = IntegerArgument("ID", arguments.document);
+  const Currency amount = CurrencyArgument("AMOUNT", arguments.amount);
+  const Value given = arguments.date.empty() ? Value() : InputValue(date, arguments.date);
+  const Date paid = std::holds_alternative<Date>(given) ? std::get<Date>(given) : Today();
+  RequireStored(server, StorePayment(id, amount, paid));
   RecordSet stored;
   stored.CleanClone(server.LastWrite().stored.value());
   WriteRecordSet(stored, session.out);

@@ -38,6 +38,12 @@ if(TARGET mox_server_program)
     DESTINATION "${CMAKE_INSTALL_DATADIR}/mox"
   )
 endif()
+if(TARGET mox_desktop_program)
+  install(TARGETS mox_desktop_program)
+  set(share "${PROJECT_SOURCE_DIR}/desktop/share")
+  install(FILES "${share}/mox-desktop.desktop" DESTINATION "${CMAKE_INSTALL_DATADIR}/applications")
+  install(FILES "${share}/mox-desktop.svg" DESTINATION "${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps")
+endif()
 
 configure_package_config_file(
   "${PROJECT_SOURCE_DIR}/cmake/moxConfig.cmake.in" "${PROJECT_BINARY_DIR}/moxConfig.cmake"

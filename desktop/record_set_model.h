@@ -83,8 +83,8 @@ class RecordSetModel : public QAbstractTableModel {
   /// The cells of a rectangle as they would be typed.
   QString Copy(const QModelIndex& top_left, const QModelIndex& bottom_right) const;
   /// Writes cells from an index on, one line into a row, beyond the last row into new ones; cells that may
-  /// not be edited stay. The last row stays open. Ends at the first cell that is refused; answers how many
-  /// rows were written whole.
+  /// not be edited stay. Several rows are posted, a single one stays open. Ends at the first cell that is
+  /// refused; answers how many rows were written whole.
   int Paste(const QModelIndex& from, const std::vector<QStringList>& rows);
   /// Why something typed is refused at present; empty where nothing is.
   QString Refusal() const { return rejected_ ? rejected_->reason : QString(); }

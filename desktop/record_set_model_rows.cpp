@@ -247,6 +247,7 @@ int RecordSetModel::Paste(const QModelIndex& from, const std::vector<QStringList
     const ControlsGuard guard(set_);
     for (std::size_t i = 0; i < rows.size() && write(i); ++i) {
     }
+    if (!rejected_) Attempt([this] { set_.PostPending(); });
     refused = rejected_;
   }
   if (refused) Refuse(*refused);  // reading everything anew has forgotten it

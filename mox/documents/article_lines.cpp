@@ -79,7 +79,7 @@ class Articles {
 
 void TakeField(RecordSet& goods, const RecordRow& article, const Taken& taken) {
   const auto field = goods.FindFieldIndex(taken.field);
-  if (!field || !IsLeftOut(goods.RowAt(goods.Position()), *field)) return;
+  if (!field || !IsLeftOut(goods.RowAt(goods.CurrentRow()), *field)) return;
   for (std::size_t i = 0; i < article.FieldCount(); ++i) {
     if (article.Definition(i).name == taken.from) goods.SetVariant(*field, article.AsVariant(i));
   }
@@ -98,15 +98,24 @@ std::vector<std::string_view> FieldsOfArticles(const DocumentKind& kind) {
   return fields;
 }
 
-std::vector<LineFault> TakeFromArticles(const DocumentKind& kind, RecordSet& goods,
-                                        std::optional<std::int64_t> warehouse) {
+namespace {
+
+// What lines of goods of the kind take.
+std::vector<Taken> AllTaken(const DocumentKind& kind) {
   std::vector<Taken> all(std::begin(kDescribing), std::end(kDescribing));
   for (const std::string_view field : FieldsOfArticles(kind)) {
-    const auto* const taken = std::find_if(std::begin(kPriced), std::end(kPriced),
-                                           [field](const Taken& known) { return known.field == field; });
-    all.push_back(*taken);
-    goods.FieldByName(field);
+    all.push_back(*std::find_if(std::begin(kPriced), std::end(kPriced),
+                                [field](const Taken& known) { return known.field == field; }));
   }
+  return all;
+}
+
+}  // namespace
+
+std::vector<LineFault> TakeFromArticles(const DocumentKind& kind, RecordSet& goods,
+                                        std::optional<std::int64_t> warehouse) {
+  const std::vector<Taken> all = AllTaken(kind);
+  for (const std::string_view field : FieldsOfArticles(kind)) goods.FieldByName(field);
   std::vector<LineFault> unknown;
   const ArticleNames names(goods);
   Articles articles(warehouse);
@@ -131,6 +140,20 @@ std::vector<LineFault> TakeFromArticles(const DocumentKind& kind, RecordSet& goo
   }
   position.Restore();
   return unknown;
+}
+
+bool BecomeLineOf(const DocumentKind& kind, RecordSet& goods, std::string_view code,
+                  std::optional<std::int64_t> warehouse) {
+  Articles articles(warehouse);
+  const RecordSet* const article = articles.Find({std::string(code), std::nullopt});
+  if (article == nullptr) return false;
+  for (const Taken& taken : AllTaken(kind)) {
+    const auto field = goods.FindFieldIndex(taken.field);
+    if (!field) continue;
+    goods.SetNull(*field);
+    TakeField(goods, article->RowAt(0), taken);
+  }
+  return true;
 }
 
 std::vector<LineFault> FindMissingOfArticles(const DocumentKind& kind, const RecordSet& goods,

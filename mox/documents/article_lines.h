@@ -31,6 +31,11 @@ struct LineFault {
 std::vector<LineFault> TakeFromArticles(const DocumentKind& kind, RecordSet& goods,
                                         std::optional<std::int64_t> warehouse);
 
+/// Makes the open record of the goods a line of the article that has the code, whatever it said before of
+/// what articles say; nothing is posted. False, and nothing changed, where no article has it.
+bool BecomeLineOf(const DocumentKind& kind, RecordSet& goods, std::string_view code,
+                  std::optional<std::int64_t> warehouse);
+
 /// The lines that have neither a rate nor a price of their own (FieldsOfArticles) nor an article that has
 /// one, as far as they name an article or `required` says that every line has to. `unknown` is what
 /// TakeFromArticles answered: such a line's article is told with what it lacks.

@@ -198,6 +198,27 @@ void Document::CalculateEach(Lines& lines) const {
   position.Restore();
 }
 
+const Document::Lines& Document::LinesOf(const RecordSet& records) const {
+  if (goods_ && &goods_->records == &records) return *goods_;
+  if (services_ && &services_->records == &records) return *services_;
+  throw Error(records.Name() + ": no lines of this document");
+}
+
+// Some calculators read what an earlier pass stored, so each begins with what the line had before its edit.
+// What the event has installed begins there, too: the set is given back as it would find it.
+void Document::PreviewLine(RecordSet& records) const {
+  const Lines& lines = LinesOf(records);
+  if (records.State() != DataSetState::kEdit && records.State() != DataSetState::kInsert) return;
+  TakeBackPreview(records);
+  CalculateLine(*lines.schema, records, digits_);
+}
+
+void Document::TakeBackPreview(RecordSet& records) const {
+  for (std::size_t i = 0; i < records.FieldCount(); ++i) {
+    if (records.Definition(i).calculated) records.SetVariant(i, records.OldVariant(i));
+  }
+}
+
 void Document::Calculate() {
   const CalculationPauses pauses(*this);
   if (goods_) CalculateEach(*goods_);

@@ -32,6 +32,7 @@ class Document {
   /// One record: vrsta, datum (today), and what else a document says about itself, which is null: partner,
   /// warehouse, currency, user and so on. `ukupno` is written when the document is stored.
   RecordSet& Header() { return header_; }
+  const RecordSet& Header() const { return header_; }
   /// Writes one field of the header. Raises FieldNotFound, ConversionError.
   void SetHeader(std::string_view field, const Value& value);
 
@@ -41,6 +42,13 @@ class Document {
   const RecordSet* Goods() const { return goods_ ? &goods_->records : nullptr; }
   const RecordSet* Services() const { return services_ ? &services_->records : nullptr; }
   std::size_t LineCount() const;
+
+  /// Shows in the open record of the lines, Goods() or Services(), what posting it as it stands would make of
+  /// it, so that posting it calculates the same. Does nothing while no record is open.
+  void PreviewLine(RecordSet& lines) const;
+  /// Brings the calculated fields of the open record back, for the before-post event of a screen that showed
+  /// a preview.
+  void TakeBackPreview(RecordSet& lines) const;
 
   /// Calculates every line once more, posting it. An error
   /// cancels the line that it comes from and ends the walk: the lines before it are calculated, those after
@@ -61,6 +69,9 @@ class Document {
   /// CalcDocDobavljaca, as it was when the document was last stored; null for other kinds. The header's
   /// vrsta_dok_dob says which kind of document it is.
   RecordSet* SupplierTotals() { return supplier_totals_ ? &*supplier_totals_ : nullptr; }
+
+  /// Sums it from the lines as they are.
+  void FillSupplierTotals();
 
   /// The record sets that the transaction "DokumentInsert" takes, under the names that it knows: "Zaglavlje",
   /// "Stavke", "Usluge", "Rekapitulacija", "DokDobavljaca", "Potvrde". Recapitulates. Raises Error for a
@@ -87,9 +98,9 @@ class Document {
   Lines MakeLines(const LineSchema& schema, const char* name) const;
   void Watch(Lines& lines) const;
   void CalculateEach(Lines& lines) const;
+  const Lines& LinesOf(const RecordSet& records) const;
   void FillRecapitulation();
   void FillTotals();
-  void FillSupplierTotals();
   DocumentSets Sets() const;
 
   const DocumentKind* kind_;

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "mox/foundation/error.h"
+#include "mox/foundation/locale_text.h"
 #include "mox/foundation/text.h"
 
 namespace mox {
@@ -17,6 +18,19 @@ std::optional<int> IntegerIn(const std::string& text) {
   const auto [end, error] = std::from_chars(trimmed.data(), trimmed.data() + trimmed.size(), value);
   if (error != std::errc() || end != trimmed.data() + trimmed.size()) return std::nullopt;
   return value;
+}
+
+// Asks for a line until it can be read, or until the user gives up.
+template <typename Value>
+std::optional<Value> InputValue(AppDialogs& dialogs, std::string_view title, std::string_view prompt,
+                                std::string text, std::string_view wanted,
+                                std::optional<Value> (*read)(std::string_view, const LocaleSettings&)) {
+  while (const auto line = dialogs.InputBox(title, prompt, text)) {
+    if (const auto value = read(*line, CurrentLocale())) return value;
+    text = *line;
+    dialogs.ShowMessage("\"" + text + "\" nije " + std::string(wanted) + ".");
+  }
+  return std::nullopt;
 }
 
 template <typename Part>
@@ -86,6 +100,23 @@ std::optional<std::string> AppDialogs::InputBox(std::string_view /*title*/, std:
   return std::nullopt;
 }
 
+std::optional<std::string> AppDialogs::InputText(std::string_view title, std::string_view prompt,
+                                                 std::string_view default_text) {
+  return InputBox(title, prompt, default_text);
+}
+
+std::optional<double> AppDialogs::InputNumber(std::string_view title, std::string_view prompt,
+                                              double default_value) {
+  return InputValue(*this, title, prompt, NumberToText(default_value, CurrentLocale()), "broj",
+                    ParseLocaleNumber);
+}
+
+std::optional<Date> AppDialogs::InputDate(std::string_view title, std::string_view prompt,
+                                          Date default_date) {
+  return InputValue(*this, title, prompt, DateToText(default_date, CurrentLocale()), "datum",
+                    ParseLocaleDate);
+}
+
 TAppIni& TAppSys::Ini() const { return Supplied(parts_.ini, "settings file"); }
 TdmComunication& TAppSys::Comunication() const {
   return Supplied(parts_.comunication, "communication module");
@@ -94,6 +125,8 @@ AppDialogs& TAppSys::Dialogs() const { return Supplied(parts_.dialogs, "message 
 AppLocale& TAppSys::Locale() const { return Supplied(parts_.locale, "locale"); }
 AppPlatform& TAppSys::Platform() const { return Supplied(parts_.platform, "platform"); }
 TCompany& TAppSys::Company() const { return Supplied(parts_.company, "company"); }
+AppLookUps& TAppSys::LookUps() const { return Supplied(parts_.look_ups, "look-up forms"); }
+AppForms& TAppSys::Forms() const { return Supplied(parts_.forms, "forms"); }
 
 TAppSys& App() {
   if (installed == nullptr) throw Error("no application is installed");

@@ -7,8 +7,11 @@
 #include <string>
 #include <string_view>
 
+#include "mox/foundation/dates.h"
+
 namespace mox {
 
+class ImportGridView;
 class RecordSet;
 class TAstaParamList;
 
@@ -92,6 +95,52 @@ class AppDialogs {
   /// from a host without input boxes.
   virtual std::optional<std::string> InputBox(std::string_view title, std::string_view prompt,
                                               std::string_view default_text);
+  /// The same for a text of several lines. A host with lines alone asks for one.
+  virtual std::optional<std::string> InputText(std::string_view title, std::string_view prompt,
+                                               std::string_view default_text);
+  /// A number or a date, as the locale writes them. A host with lines alone asks until the text is one.
+  virtual std::optional<double> InputNumber(std::string_view title, std::string_view prompt,
+                                            double default_value);
+  virtual std::optional<Date> InputDate(std::string_view title, std::string_view prompt, Date default_date);
+};
+
+/// What the host's look-up forms choose from.
+enum class LookUpForm : std::uint8_t {
+  kPartner,
+  kPlace,
+  kAccount,
+  kArticle,
+  kService,
+  kWarehouse,
+  kDocument,
+  kText,
+  kPayment,
+  kUser
+};
+
+/// The host's look-up forms.
+class AppLookUps {
+ public:
+  virtual ~AppLookUps() = default;
+  /// Shows what has the text in any of its texts, everything for an empty one. The record that the user
+  /// chose, alone in a set of the fields that the server's answer has; null where he chose none.
+  virtual std::unique_ptr<RecordSet> LookUp(LookUpForm form, std::string_view text) = 0;
+};
+
+/// The host's main form, which owns the windows that it opens. A host derives the class of its window from
+/// it.
+class TMainForm {
+ public:
+  virtual ~TMainForm() = default;
+};
+
+/// Makes the windows of the library's forms.
+class AppForms {
+ public:
+  virtual ~AppForms() = default;
+  virtual std::unique_ptr<ImportGridView> NewImportGridView() = 0;
+  /// Null before the host has one.
+  virtual TMainForm* MainForm() = 0;
 };
 
 /// A program that was started. It goes on when this object goes away.
@@ -164,6 +213,8 @@ struct AppParts {
   AppLocale* locale = nullptr;
   AppPlatform* platform = nullptr;
   TCompany* company = nullptr;
+  AppLookUps* look_ups = nullptr;
+  AppForms* forms = nullptr;
 };
 
 /// The host's application object. Asking for a part that the host did not supply raises Error naming it.
@@ -176,6 +227,8 @@ class TAppSys {
   AppLocale& Locale() const;
   AppPlatform& Platform() const;
   TCompany& Company() const;
+  AppLookUps& LookUps() const;
+  AppForms& Forms() const;
   bool HasCompany() const { return parts_.company != nullptr; }
   bool HasPlatform() const { return parts_.platform != nullptr; }
   bool HasLocale() const { return parts_.locale != nullptr; }

@@ -1,6 +1,7 @@
 #include "mox/import/import_grid.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 #include "mox/foundation/app.h"
@@ -45,6 +46,11 @@ bool CallImportGrid(std::string_view profile_key, ImportGridView& view) {
                     "Uvoz podataka uspješno izvršen.");
   }
   return imported;
+}
+
+bool CallImportGrid(std::string_view profile_key) {
+  const std::unique_ptr<ImportGridView> view = App().Forms().NewImportGridView();
+  return CallImportGrid(profile_key, *view);
 }
 
 int TfrmImportGrid::ShowModal() {

@@ -281,5 +281,7 @@ class TfrmImportGrid {
 /// the rows may have been declined or refused, which Outcome() of a form of one's own tells. Answers whether
 /// it was.
 bool CallImportGrid(std::string_view profile_key, ImportGridView& view);
+/// The same on a window of the host's.
+bool CallImportGrid(std::string_view profile_key);
 
 }  // namespace mox

@@ -1,0 +1,155 @@
+#include "desktop/codebook_page.h"
+
+#include <QTimer>
+#include <algorithm>
+#include <iterator>
+
+#include "appserver/codebook.h"
+#include "desktop/dialogs.h"
+#include "desktop/host.h"
+#include "mox/server/read_services.h"
+#include "mox/server/transactions.h"
+
+namespace mox {
+namespace {
+
+constexpr std::int64_t kMostRows = 1000;
+
+struct Title {
+  std::string_view name;
+  const char16_t* title;
+};
+
+constexpr Title kTitles[] = {
+    {"partneri", u"Partneri"},
+    {"artikli", u"Artikli"},
+    {"usluge", u"Usluge"},
+    {"art_dob", u"Artikli dobavljača"},
+    {"lunari_artikli", u"Maloprodajni artikli"},
+    {"lunari_kupci", u"Maloprodajni kupci"},
+    {"mjesta", u"Mjesta"},
+    {"drzave", u"Države"},
+    {"valuta", u"Valute"},
+    {"jm", u"Jedinice mjere"},
+    {"tbr", u"Stope PDV-a"},
+    {"banke", u"Banke"},
+    {"car_tar_br", u"Carinski tarifni brojevi"},
+    {"nacini_placanja", u"Načini plaćanja"},
+    {"fin_kto", u"Kontni plan"},
+    {"fin_vr_k", u"Vrste knjiženja"},
+    {"vrsta", u"Grupe artikala"},
+    {"podvrsta", u"Podgrupe artikala"},
+    {"podgrupa2", u"Druge podgrupe artikala"},
+    {"rabatne_grupe", u"Rabatne grupe"},
+    {"grupa_usl", u"Grupe usluga"},
+    {"komercijalist", u"Komercijalisti"},
+    {"radno_mjesto", u"Radna mjesta"},
+    {"naknada_place", u"Naknade plaće"},
+    {"zaposlenik", u"Zaposlenici"},
+    {"rlista", u"Radne liste"},
+    {"korisnici", u"Korisnici"},
+    {"skladiste", u"Skladišta"},
+    {"poslovni_prostor", u"Poslovni prostori"},
+    {"virman", u"Virmani"},
+    {"dodatni_parametri", u"Dodatni parametri"},
+    {"dodatne_mogucnosti", u"Dodatne mogućnosti"},
+    {"velicine", u"Veličine"},
+    {"osr_sku_dug_imv", u"Amortizacijske skupine"},
+    {"osr_gr_dug_imv", u"Grupe konta osnovnih sredstava"},
+    {"osr_mje_smj", u"Smještaj osnovnih sredstava"},
+    {"osr_osnovna_sredstva", u"Osnovna sredstva"},
+    {"apo_smjestajna_jedinica", u"Smještajne jedinice"},
+    {"resurs", u"Resursi"},
+    {"apo_gruperezervacije", u"Grupe rezervacija"},
+    {"apo_putnici", u"Putnici"},
+    {"apo_uplate", u"Uplate po ugovorima"},
+    {"apo_fizickeosobeatributi", u"Gosti"},
+};
+
+}  // namespace
+
+QString CodebookTitle(std::string_view name) {
+  const auto* const found =
+      std::find_if(std::begin(kTitles), std::end(kTitles), [name](const Title& t) { return t.name == name; });
+  return found == std::end(kTitles) ? ToQt(name) : QString::fromUtf16(found->title);
+}
+
+CodebookPage::CodebookPage(DesktopHost& host, std::string name, const QString& title)
+    : RecordPage(title, RecordSet(name)), host_(host), name_(std::move(name)) {
+  search_.setPlaceholderText(QStringLiteral("Dio bilo kojeg podatka"));
+  search_.setAccessibleName(QStringLiteral("Traži"));
+  Filters()->addWidget(&search_);
+  connect(&search_, &QLineEdit::textChanged, this, [this] {
+    if (Model().submit()) Guarded([this] { Reload(); });
+  });
+  AddButton(QStringLiteral("Novi redak"), [this] { View().AppendRow(); });
+  AddButton(QStringLiteral("Obriši"), [this] { DeleteRow(); });
+  Model().SetOnRefused([this](const QString& reason) { SetNote(reason); });
+  View().SetConfirmDelete([this] {
+    Guarded([this] { DeleteRow(); });
+    return false;  // the server's answer decides
+  });
+  Reload();
+  Rows().SetOnBeforePost([this](RecordSet&) { StoreRow(); });
+}
+
+void CodebookPage::Reload() {
+  TAstaParamList request;
+  const QString text = search_.text().trimmed();
+  if (!text.isEmpty()) request.FastAdd("trazi", Value(FromQt(text)));
+  request.FastAdd("najvise", Value(kMostRows));
+  auto answer = CreateDBDataSet("Kat\\" + name_, name_, request);
+  if (!answer) throw Error(name_ + ": poslužitelj nema takav šifarnik.");
+  const auto labels = CreateDBDataSet("Kat\\Sifarnici", "adsStupci", {});
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < answer->FieldCount(); ++i) {
+    const std::string field = answer->Definition(i).name;
+    if (field == kVersionField) continue;
+    names.push_back(field);
+    const auto row =
+        labels ? labels->FindRow("sifarnik;stupac", {{Value(name_), Value(field)}}) : std::nullopt;
+    if (!row) continue;
+    answer->SetDisplayName(i, labels->RowAt(*row).AsText(*labels->FindFieldIndex("naziv")));
+    answer->SetRequired(i, labels->RowAt(*row).AsBoolean(*labels->FindFieldIndex("obavezan")));
+  }
+  const std::size_t count = answer->RowCount();
+  Show(std::move(*answer), {names.begin(), names.end()});
+  SetNote(count == kMostRows
+              ? QStringLiteral("Prikazano je prvih %1 redaka; suzite traženjem.").arg(kMostRows)
+              : QStringLiteral("Redaka: %1").arg(count));
+}
+
+RecordSet CodebookPage::CurrentRow() const {
+  const RecordSet& rows = const_cast<CodebookPage*>(this)->Rows();
+  RecordSet row(name_);
+  for (std::size_t i = 0; i < rows.FieldCount(); ++i) row.DefineField(rows.Definition(i));
+  row.Open();
+  std::vector<Value> values;
+  for (std::size_t i = 0; i < rows.FieldCount(); ++i) {
+    values.push_back(rows.RowAt(rows.CurrentRow()).AsVariant(i));
+  }
+  row.AppendRecord(values);
+  return row;
+}
+
+// What the server refuses stays open as it was typed.
+void CodebookPage::StoreRow() {
+  RecordSet row = CurrentRow();
+  if (!ExecuteTransaction("KatalogUpis", {&row})) throw Error(host_.Server().WriteRefusal());
+  // The row is another one now; it is read anew unless the next one is being typed already.
+  Rows().SetNull(*Rows().FindFieldIndex(kVersionField));
+  QTimer::singleShot(0, this, [this] {
+    if (Rows().State() == DataSetState::kBrowse) Guarded([this] { Reload(); });
+  });
+}
+
+void CodebookPage::DeleteRow() {
+  if (Rows().State() == DataSetState::kInsert) return Model().revert();
+  if (Model().CurrentTableRow() < 0 || !Ask("Brisanje", "Obrisati odabrani redak?")) return;
+  Model().revert();
+  RecordSet row = CurrentRow();
+  if (!ExecuteTransaction("KatalogBrisanje", {&row})) throw Error(host_.Server().WriteRefusal());
+  Reload();
+}
+
+}  // namespace mox

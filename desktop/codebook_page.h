@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QLineEdit>
+
+#include "desktop/record_page.h"
+
+namespace mox {
+
+class DesktopHost;
+
+/// A codebook of the application server, whichever: its rows are stored one by one as they are left, and
+/// searched by a part of any text.
+class CodebookPage : public RecordPage {
+ public:
+  CodebookPage(DesktopHost& host, std::string name, const QString& title);
+  void Reload() override;
+
+ private:
+  void StoreRow();
+  void DeleteRow();
+  RecordSet CurrentRow() const;
+
+  DesktopHost& host_;
+  std::string name_;
+  QLineEdit search_;
+};
+
+/// What people call the codebooks; those that the table does not know have their own names.
+QString CodebookTitle(std::string_view name);
+
+}  // namespace mox

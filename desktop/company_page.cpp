@@ -1,0 +1,37 @@
+#include "desktop/company_page.h"
+
+#include "desktop/host.h"
+#include "desktop/qt_text.h"
+#include "mox/server/read_services.h"
+#include "mox/server/transactions.h"
+
+namespace mox {
+
+CompanyPage::CompanyPage(DesktopHost& host)
+    : RecordPage(QStringLiteral("Podaci tvrtke"), RecordSet("Parametri")), host_(host) {
+  View().SetAppending(false);
+  for (const char* const field : {"naziv", "opis", "skupina"}) Model().SetFieldEditable(field, false);
+  Model().SetOnRefused([this](const QString& reason) { SetNote(reason); });
+  Reload();
+  Rows().SetOnBeforePost([this](RecordSet& row) { StoreRow(row); });
+}
+
+void CompanyPage::Reload() {
+  auto answer = CreateDBDataSet("Kat\\ParametriPoduzeca", "adsList", {});
+  if (!answer) throw Error("Poslužitelj nema podataka tvrtke.");
+  const char* const labels[][2] = {
+      {"naziv", "Naziv"}, {"vrijednost", "Vrijednost"}, {"opis", "Opis"}, {"skupina", "Skupina"}};
+  for (const auto& [field, label] : labels) answer->SetDisplayName(*answer->FindFieldIndex(field), label);
+  Show(std::move(*answer), {"naziv", "vrijednost", "opis", "skupina"});
+}
+
+void CompanyPage::StoreRow(RecordSet& row) {
+  RecordSet sent("Parametri");
+  sent.DefineField("naziv", FieldKind::kText);
+  sent.DefineField("vrijednost", FieldKind::kText);
+  sent.Open();
+  sent.AppendRecord({row.FieldByName("naziv").AsText(), row.FieldByName("vrijednost").AsText()});
+  if (!ExecuteTransaction("ParametriPoduzecaUpdate", {&sent})) throw Error(host_.Server().WriteRefusal());
+}
+
+}  // namespace mox

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "desktop/record_page.h"
+
+namespace mox {
+
+class DesktopHost;
+
+/// Who the company is and how it works: parameters, features and the account of e-invoices by their names.
+class CompanyPage : public RecordPage {
+ public:
+  explicit CompanyPage(DesktopHost& host);
+  void Reload() override;
+
+ private:
+  void StoreRow(RecordSet& row);
+  DesktopHost& host_;
+};
+
+}  // namespace mox

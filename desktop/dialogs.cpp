@@ -1,0 +1,159 @@
+#include "desktop/dialogs.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include "mox/foundation/error.h"
+#include "mox/foundation/locale_text.h"
+
+namespace mox {
+namespace {
+
+constexpr int kBoxWidth = 420;
+
+QMessageBox::Icon IconOf(TVCustomDialogType kind) {
+  switch (kind) {
+    case TVCustomDialogType::kConfirmation:
+      return QMessageBox::Question;
+    case TVCustomDialogType::kError:
+      return QMessageBox::Critical;
+    default:
+      return QMessageBox::Information;
+  }
+}
+
+// A prompt, an editor, what is wrong with it, and two buttons.
+class InputDialog : public QDialog {
+ public:
+  // What is wrong with what was entered; empty where nothing is.
+  using Check = std::function<QString()>;
+
+  InputDialog(std::string_view title, std::string_view prompt, QWidget* editor, Check check = nullptr)
+      : QDialog(QApplication::activeWindow()), check_(std::move(check)), fault_(new QLabel) {
+    setWindowTitle(ToQt(title));
+    auto* const layout = new QVBoxLayout(this);
+    auto* const label = new QLabel(ToQt(prompt));
+    label->setBuddy(editor);
+    editor->setAccessibleName(ToQt(prompt));
+    auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("U redu"));
+    buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
+    fault_->setVisible(false);
+    fault_->setStyleSheet(QStringLiteral("color: #d03030"));
+    layout->addWidget(label);
+    layout->addWidget(editor);
+    layout->addWidget(fault_);
+    layout->addWidget(buttons);
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    resize(kBoxWidth, sizeHint().height());
+    editor->setFocus();
+  }
+  void accept() override {
+    const QString fault = check_ ? check_() : QString();
+    fault_->setText(fault);
+    fault_->setVisible(!fault.isEmpty());
+    if (fault.isEmpty()) QDialog::accept();
+  }
+
+ private:
+  Check check_;
+  QLabel* fault_;
+};
+
+// The line that was entered, as far as `check` lets it pass.
+std::optional<QString> InputLine(std::string_view title, std::string_view prompt, const QString& text,
+                                 const std::function<QString(const QString&)>& check = nullptr) {
+  auto* const line = new QLineEdit(text);
+  line->selectAll();
+  InputDialog dialog(title, prompt, line, [&] { return check ? check(line->text()) : QString(); });
+  return dialog.exec() == QDialog::Accepted ? std::optional(line->text()) : std::nullopt;
+}
+
+}  // namespace
+
+int QtDialogs::ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
+                               std::string_view message) {
+  QMessageBox box(IconOf(kind), ToQt(caption), ToQt(heading), QMessageBox::NoButton,
+                  QApplication::activeWindow());
+  box.setTextFormat(Qt::PlainText);
+  box.setInformativeText(ToQt(message));
+  if (kind != TVCustomDialogType::kConfirmation) {
+    box.addButton(QStringLiteral("U redu"), QMessageBox::AcceptRole);
+    box.exec();
+    return 0;
+  }
+  QPushButton* const yes = box.addButton(QStringLiteral("&Da"), QMessageBox::YesRole);
+  QPushButton* const no = box.addButton(QStringLiteral("&Ne"), QMessageBox::NoRole);
+  box.setDefaultButton(yes);
+  box.setEscapeButton(no);
+  box.exec();
+  return box.clickedButton() == yes ? kDialogYes : kDialogNo;
+}
+
+void QtDialogs::ShowMessage(std::string_view text) {
+  QMessageBox box(QMessageBox::NoIcon, QApplication::applicationDisplayName(), ToQt(text),
+                  QMessageBox::NoButton, QApplication::activeWindow());
+  box.setTextFormat(Qt::PlainText);
+  box.addButton(QStringLiteral("U redu"), QMessageBox::AcceptRole);
+  box.exec();
+}
+
+std::optional<std::string> QtDialogs::InputBox(std::string_view title, std::string_view prompt,
+                                               std::string_view default_text) {
+  const auto text = InputLine(title, prompt, ToQt(default_text));
+  return text ? std::optional(FromQt(*text)) : std::nullopt;
+}
+
+std::optional<std::string> QtDialogs::InputText(std::string_view title, std::string_view prompt,
+                                                std::string_view default_text) {
+  auto* const editor = new QPlainTextEdit(ToQt(default_text));
+  editor->setTabChangesFocus(true);
+  InputDialog dialog(title, prompt, editor);
+  return dialog.exec() == QDialog::Accepted ? std::optional(FromQt(editor->toPlainText())) : std::nullopt;
+}
+
+std::optional<double> QtDialogs::InputNumber(std::string_view title, std::string_view prompt,
+                                             double default_value) {
+  const LocaleSettings& locale = CurrentLocale();
+  const auto text =
+      InputLine(title, prompt, ToQt(NumberToText(default_value, locale)), [&](const QString& typed) {
+        return ParseLocaleNumber(FromQt(typed), locale) ? QString() : QStringLiteral("To nije broj.");
+      });
+  return text ? ParseLocaleNumber(FromQt(*text), locale) : std::nullopt;
+}
+
+std::optional<Date> QtDialogs::InputDate(std::string_view title, std::string_view prompt, Date default_date) {
+  const LocaleSettings& locale = CurrentLocale();
+  const auto text =
+      InputLine(title, prompt, ToQt(DateToText(default_date, locale)), [&](const QString& typed) {
+        return ParseLocaleDate(FromQt(typed), locale)
+                   ? QString()
+                   : QStringLiteral("To nije datum (%1).").arg(ToQt(locale.short_date));
+      });
+  return text ? ParseLocaleDate(FromQt(*text), locale) : std::nullopt;
+}
+
+bool Guarded(const std::function<void()>& action) {
+  try {
+    action();
+    return true;
+  } catch (const Abort&) {
+  } catch (const std::exception& error) {
+    QtDialogs().ShowVelorDialog(TVCustomDialogType::kError, "Greška", "Radnja nije izvršena.", error.what());
+  }
+  return false;
+}
+
+bool Ask(std::string_view heading, std::string_view message) {
+  return ShowVelorDialog(TVCustomDialogType::kConfirmation, "Potvrda", heading, message) == kDialogYes;
+}
+
+}  // namespace mox

@@ -1,0 +1,445 @@
+#include "desktop/document_editor.h"
+
+#include <QDialog>
+#include <QFormLayout>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QShortcut>
+#include <QSplitter>
+#include <QVBoxLayout>
+
+#include "desktop/host.h"
+#include "desktop/payment_dialog.h"
+#include "mox/calculations/supplier_totals.h"
+#include "mox/codes/amount_in_words.h"
+#include "mox/codes/exchange_rates.h"
+#include "mox/documents/article_lines.h"
+#include "mox/entry/document_entry.h"
+#include "mox/entry/line_screen.h"
+#include "mox/foundation/text.h"
+#include "mox/server/read_services.h"
+
+namespace mox {
+namespace {
+
+constexpr int kSaveAfter = 400;  // milliseconds without a change
+constexpr int kSideWidth = 320;
+constexpr std::string_view kConfirmations = "Potvrde";
+
+// A field of the header, for which kinds it is, and what its look-up chooses.
+struct HeaderField {
+  std::string_view name;
+  bool (*has)(const DocumentKind&);
+  std::optional<LookUpForm> look_up;
+  std::string_view shown;
+  std::optional<Value> (*key_of)(const RecordSet& chosen);
+};
+
+std::optional<Value> FieldOf(const RecordSet& chosen, std::string_view field) {
+  const auto index = chosen.FindFieldIndex(field);
+  return index ? std::optional(chosen.RowAt(0).AsVariant(*index)) : std::nullopt;
+}
+
+// The codebook of partners has no keys, which the service of documents tells.
+std::optional<Value> PartnerKey(const RecordSet& chosen) {
+  const auto code = FieldOf(chosen, "sifra");
+  if (!code) return std::nullopt;
+  const auto found = CreateDBDataSet("PartnerZaDokument", "adsPartner", {{"sifra", *code}});
+  return found && !found->IsEmpty() ? FieldOf(*found, "id") : std::nullopt;
+}
+
+bool Any(const DocumentKind& /*kind*/) { return true; }
+bool MovesStock(const DocumentKind& kind) { return kind.stock != StockDirection::kNone; }
+bool IsReceipt(const DocumentKind& kind) { return kind.is == DocumentClass::kGoodsReceipt; }
+bool IsInvoice(const DocumentKind& kind) { return kind.is == DocumentClass::kInvoice; }
+
+const std::vector<HeaderField>& HeaderFields() {
+  static const std::vector<HeaderField> fields = {
+      {"datum", Any, {}, {}, nullptr},
+      {"datum_dospijeca", Any, {}, {}, nullptr},
+      {"par_id", Any, LookUpForm::kPartner, "naziv", PartnerKey},
+      {"skl_id", MovesStock, LookUpForm::kWarehouse, "naziv",
+       [](const RecordSet& chosen) { return FieldOf(chosen, "id"); }},
+      {"nacin_placanja", IsInvoice, LookUpForm::kPayment, "naziv",
+       [](const RecordSet& chosen) { return FieldOf(chosen, "naziv"); }},
+      {"poziv_na_br", IsInvoice, {}, {}, nullptr},
+      {"broj_dok_dob", IsReceipt, {}, {}, nullptr},
+      {"datum_dok_dob", IsReceipt, {}, {}, nullptr},
+      {"vrsta_dok_dob", IsReceipt, {}, {}, nullptr},
+      {"user_id", Any, LookUpForm::kUser, "naziv",
+       [](const RecordSet& chosen) { return FieldOf(chosen, "user_id"); }},
+      {"opis", Any, LookUpForm::kText, "opis_placanja",
+       [](const RecordSet& chosen) { return FieldOf(chosen, "opis_placanja"); }}};
+  return fields;
+}
+
+// The name of the row of a look-up that has the key, for a document that is taken up again.
+QString NameOfKey(const RecordSet& header, const HeaderField& field) {
+  const std::size_t index = *header.FindFieldIndex(field.name);
+  if (header.RowAt(0).IsNull(index) || field.name != "skl_id") return {};
+  const auto all = GetSkladista();
+  if (!all) return {};
+  const auto row = all->FindRow("id", {{header.RowAt(0).AsVariant(index)}});
+  return row ? ToQt(all->RowAt(*row).AsText(*all->FindFieldIndex("naziv"))) : QString();
+}
+
+}  // namespace
+
+DocumentEditor::DocumentEditor(DesktopHost& host, Document document, Draft draft, QWidget* parent)
+    : QWidget(parent), host_(host), document_(std::move(document)), draft_(std::move(draft)) {
+  auto* const layout = new QVBoxLayout(this);
+  layout->addWidget(MakeHeader());
+  const DocumentKind& kind = document_.Kind();
+  AddSheet(document_.Goods(), kind.goods, QStringLiteral("Stavke"));
+  AddSheet(document_.Services(), kind.services, QStringLiteral("Usluge"));
+  auto* const middle = new QSplitter(Qt::Horizontal);
+  middle->addWidget(&tabs_);
+  middle->addWidget(MakeTotals());
+  middle->setStretchFactor(0, 1);
+  layout->addWidget(middle, 1);
+  layout->addWidget(MakeButtons());
+  auto* const f9 = new QShortcut(Qt::Key_F9, this);
+  connect(f9, &QShortcut::activated, this, [this] { Guarded([this] { Store(); }); });
+  recount_.setSingleShot(true);
+  connect(&recount_, &QTimer::timeout, this, [this] { Recount(); });
+  save_.setSingleShot(true);
+  connect(&save_, &QTimer::timeout, this, [this] { Guarded([this] { SaveDraft(); }); });
+  Recount();
+}
+
+DocumentEditor::~DocumentEditor() {
+  for (const auto& sheet : sheets_) {
+    sheet->lines->RemoveListener(sheet->listener);
+    sheet->lines->SetOnBeforePost(nullptr);
+  }
+}
+
+QWidget* DocumentEditor::MakeHeader() {
+  constexpr int kColumns = 4;
+  auto* const header = new QWidget;
+  auto* const grid = new QGridLayout(header);
+  grid->setContentsMargins(0, 0, 0, 0);
+  int place = 0;
+  for (const HeaderField& field : HeaderFields()) {
+    if (!field.has(document_.Kind())) continue;
+    auto* const edit = new FieldEdit(document_.Header(), field.name);
+    if (field.look_up) edit->SetLookUp(*field.look_up, field.shown, field.key_of);
+    const QString name = NameOfKey(document_.Header(), field);
+    if (!name.isEmpty()) edit->ShowName(name);
+    edit->SetOnChanged([this] { Changed(); });
+    auto* const label = new QLabel(ToQt(CaptionOf(field.name)));
+    label->setBuddy(edit);
+    grid->addWidget(label, place / kColumns * 2, place % kColumns);
+    grid->addWidget(edit, place / kColumns * 2 + 1, place % kColumns);
+    header_.push_back(edit);
+    ++place;
+  }
+  return header;
+}
+
+void DocumentEditor::AddSheet(RecordSet* lines, const LineSchema& schema, const QString& title) {
+  if (lines == nullptr) return;
+  PrepareLinesForScreen(*lines);
+  auto owned = std::make_unique<Sheet>();
+  Sheet& sheet = *owned;
+  sheet.lines = lines;
+  sheet.model = std::make_unique<RecordSetModel>(*lines);
+  sheet.model->ShowFields(LineFieldsForScreen(schema));
+  sheet.view = new RecordSetView(*sheet.model);
+  sheet.view->setAccessibleName(title);
+  sheet.view->SetEmptyText(QStringLiteral("Tipkom Insert ili strelicom dolje dodajte novi redak"));
+  sheet.view->FitColumns();
+  if (const auto name = sheet.model->ColumnOf("naziv")) sheet.view->setColumnWidth(*name, 220);
+  sheet.model->SetOnCellWritten([this, &sheet](std::size_t field) { Wrote(sheet, field); });
+  sheet.model->SetOnRefused([this](const QString& reason) { note_.setText(reason); });
+  sheet.view->SetOnLookUp([this, &sheet](std::string_view field) { return LookUpLine(sheet, field); });
+  sheet.view->SetConfirmDelete([] { return Ask("Brisanje", "Obrisati redak?"); });
+  lines->SetOnBeforePost([this](RecordSet& records) {
+    document_.TakeBackPreview(records);
+    if (!CheckLine(records)) throw Abort();
+  });
+  sheet.listener = lines->AddListener([this](const RecordSet&, const RecordSetChange& change) {
+    if (change.kind == RecordSetChange::kRecord || change.kind == RecordSetChange::kRemoved ||
+        change.kind == RecordSetChange::kReset) {
+      recount_.start(0);
+    }
+  });
+  tabs_.addTab(sheet.view, title);
+  sheets_.push_back(std::move(owned));
+}
+
+QWidget* DocumentEditor::MakeTotals() {
+  auto* const side = new QWidget;
+  auto* const layout = new QVBoxLayout(side);
+  side->setMinimumWidth(kSideWidth);
+  if (RecordSet* const recap = document_.Recapitulation()) {
+    PrepareLinesForScreen(*recap);
+    recap_model_ = std::make_unique<RecordSetModel>(*recap);
+    recap_model_->ShowFields({"oznaka_stope", "osnovica", "porez", "ukupno"});
+    recap_model_->SetEditable(false);
+    recap_view_ = new RecordSetView(*recap_model_);
+    recap_view_->SetAppending(false);
+    recap_view_->setAccessibleName(QStringLiteral("Rekapitulacija PDV-a"));
+    recap_view_->verticalHeader()->hide();
+    recap_view_->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+    layout->addWidget(new QLabel(QStringLiteral("Rekapitulacija PDV-a")));
+    layout->addWidget(recap_view_, 1);
+  } else {
+    layout->addStretch(1);
+  }
+  QFont large = total_.font();
+  large.setPointSizeF(large.pointSizeF() * 1.6);
+  large.setBold(true);
+  total_.setFont(large);
+  total_.setAlignment(Qt::AlignRight);
+  total_.setAccessibleName(QStringLiteral("Za platiti"));
+  words_.setWordWrap(true);
+  words_.setAlignment(Qt::AlignRight);
+  layout->addWidget(&total_);
+  layout->addWidget(&words_);
+  return side;
+}
+
+QWidget* DocumentEditor::MakeButtons() {
+  auto* const bar = new QWidget;
+  auto* const layout = new QHBoxLayout(bar);
+  layout->setContentsMargins(0, 0, 0, 0);
+  note_.setAccessibleName(QStringLiteral("Napomena"));
+  layout->addWidget(&note_, 1);
+  if (document_.SupplierTotals() != nullptr) {
+    auto* const supplier = new QPushButton(ToQt(kDocDobavljacaTitle) + QStringLiteral("…"));
+    connect(supplier, &QPushButton::clicked, this, [this] { Guarded([this] { ShowSupplierTotals(); }); });
+    layout->addWidget(supplier);
+  }
+  store_.setAutoDefault(false);
+  connect(&store_, &QPushButton::clicked, this, [this] { Guarded([this] { Store(); }); });
+  layout->addWidget(&store_);
+  return bar;
+}
+
+// --- while it is entered ---
+
+void DocumentEditor::Wrote(Sheet& sheet, std::size_t field) {
+  try {
+    document_.PreviewLine(*sheet.lines);
+    note_.clear();
+  } catch (const Error& error) {
+    note_.setText(ToQt(error.what()));
+  }
+  if (sheet.lines == document_.Goods() && SameName(sheet.lines->Definition(field).name, "sifra")) {
+    QTimer::singleShot(0, this, [this, &sheet] { Guarded([this, &sheet] { TakeArticle(sheet); }); });
+  }
+  ShowTotal();
+  Changed();
+}
+
+// A code, a bar code or a part of a name becomes the article, with what the line takes from it.
+void DocumentEditor::TakeArticle(Sheet& sheet) {
+  RecordSet& goods = *sheet.lines;
+  if (goods.State() != DataSetState::kEdit && goods.State() != DataSetState::kInsert) return;
+  const std::size_t code = *goods.FindFieldIndex("sifra");
+  const std::string typed = goods.AsText(code);
+  if (TrimBlanks(typed).empty()) return;
+  const std::optional<std::string> found = FindArticleCode(typed);
+  if (!found || !BecomeLineOf(document_.Kind(), goods, *found, WarehouseOf(document_))) {
+    note_.setText(QStringLiteral("Nijedan artikl nema šifru, bar kod ni naziv „%1”.").arg(ToQt(typed)));
+    return;
+  }
+  const auto quantity = goods.FindFieldIndex("kolicina");
+  if (quantity && goods.IsNull(*quantity)) goods.SetFloat(*quantity, document_.Kind().is_storno ? -1 : 1);
+  document_.PreviewLine(goods);
+  if (quantity && sheet.model->CurrentTableRow() >= 0) {
+    if (const auto column = sheet.model->ColumnOf("kolicina")) {
+      sheet.view->setCurrentIndex(sheet.model->index(sheet.model->CurrentTableRow(), *column));
+    }
+  }
+  ShowTotal();
+  Changed();
+}
+
+bool DocumentEditor::LookUpLine(Sheet& sheet, std::string_view field) {
+  if (field != "sifra" && field != "naziv") return false;
+  return Guarded([&] {
+    RecordSet& lines = *sheet.lines;
+    const bool goods = sheet.lines == document_.Goods();
+    const auto chosen = App().LookUps().LookUp(goods ? LookUpForm::kArticle : LookUpForm::kService, "");
+    if (!chosen) return;
+    if (lines.State() == DataSetState::kBrowse && lines.RowCount() == 0) lines.Append();
+    if (lines.State() == DataSetState::kBrowse) lines.Edit();
+    if (goods) {
+      lines.SetText(*lines.FindFieldIndex("sifra"),
+                    chosen->RowAt(0).AsText(*chosen->FindFieldIndex("sifra")));
+      return TakeArticle(sheet);
+    }
+    BecomeLineOfService(lines, chosen->RowAt(0));
+    document_.PreviewLine(lines);
+    ShowTotal();
+    Changed();
+  });
+}
+
+void DocumentEditor::Changed() {
+  if (stored_) return;
+  changed_ = true;
+  save_.start(kSaveAfter);
+}
+
+void DocumentEditor::SaveDraft() {
+  if (!stored_ && changed_) draft_.Save(document_);
+}
+
+// Tax by rate is that of posted lines; it waits while one is open.
+void DocumentEditor::Recount() {
+  bool open = false;
+  for (const auto& sheet : sheets_) open = open || sheet->lines->State() != DataSetState::kBrowse;
+  if (!open) {
+    try {
+      document_.Recapitulate();
+    } catch (const Error& error) {
+      note_.setText(ToQt(error.what()));
+    }
+    recount_.stop();
+  }
+  ShowTotal();
+}
+
+void DocumentEditor::ShowTotal() {
+  try {
+    const std::optional<Currency> total = document_.ToBePaid();
+    if (!total) return;
+    const RecordRow header = document_.Header().RowAt(0);
+    const std::size_t date = header.IndexOf("datum");
+    const std::string currency(GetValutaOznakaByDate(header.AsDate(date)));
+    total_.setText(ToQt(FormatFloat("#,0.00;-#,0.00", *total, CurrentLocale()) + " " + currency));
+    const bool negative = *total < Currency();
+    const std::string words = BrojSlovima(negative ? -*total : *total, currency);
+    words_.setText(words.empty() ? QString() : ToQt((negative ? "minus " : "") + words));
+  } catch (const Error& error) {
+    note_.setText(ToQt(error.what()));
+  }
+}
+
+// --- storing ---
+
+bool DocumentEditor::TakeAll() {
+  for (FieldEdit* const edit : header_) {
+    if (edit->Take()) continue;
+    edit->setFocus();
+    note_.setText(edit->Line().toolTip());
+    return false;
+  }
+  for (const auto& sheet : sheets_) {
+    sheet->view->setFocus();  // takes the cell that is being typed
+    if (sheet->model->submit()) continue;
+    tabs_.setCurrentWidget(sheet->view);
+    return false;
+  }
+  return true;
+}
+
+bool DocumentEditor::AskForPayment() {
+  const DocumentKind& kind = document_.Kind();
+  if (!kind.IsSale() || kind.is_paid_later || kind.is_storno) return true;
+  document_.Recapitulate();
+  const std::optional<Currency> total = document_.ToBePaid();
+  if (!total) return true;
+  const std::size_t field = *document_.Header().FindFieldIndex("nacin_placanja");
+  PaymentDialog dialog(*total, ToQt(document_.Header().RowAt(0).AsText(field)), this);
+  if (dialog.exec() != QDialog::Accepted) return false;
+  document_.SetHeader("nacin_placanja", Value(FromQt(dialog.Method())));
+  return true;
+}
+
+bool DocumentEditor::SendToServer() {
+  CompanyAccess& server = host_.Server();
+  const auto lacks_credit = [&server] {
+    const auto& failure = server.LastWrite().failure;
+    return failure && failure->record_set == kConfirmations;
+  };
+  if (StoreAskingForCredit(document_, lacks_credit, [this] { return document_.ConfirmCredit(); }))
+    return true;
+  const std::string reason = server.WriteRefusal();
+  if (!reason.empty() && !lacks_credit()) {
+    ShowVelorDialog(TVCustomDialogType::kError, "Upozorenje", "Dokument nije pohranjen.", reason);
+  }
+  return false;
+}
+
+bool DocumentEditor::Store() {
+  if (stored_ || !TakeAll()) return false;
+  if (document_.LineCount() == 0) {
+    note_.setText(QStringLiteral("Dokument nema stavaka."));
+    return false;
+  }
+  SaveDraft();
+  if (!CheckDocument(document_) || CheckStock(document_, WarehouseOf(document_)) || !AskForPayment()) {
+    return false;
+  }
+  AllowNegativeStock(document_.Header());
+  if (!SendToServer()) return false;
+  RecordSet stored;
+  stored.CleanClone(host_.Server().LastWrite().stored.value());
+  ShowStored(stored);
+  return true;
+}
+
+void DocumentEditor::ShowStored(const RecordSet& stored) {
+  stored_ = true;
+  save_.stop();
+  draft_.Remove();
+  const RecordRow row = stored.RowAt(0);
+  number_ = ToQt(row.AsText(row.IndexOf("broj")) + "/" + row.AsText(row.IndexOf("godina")));
+  note_.setText(QStringLiteral("Pohranjeno: %1").arg(Title()));
+  store_.setEnabled(false);
+  for (const auto& sheet : sheets_) {
+    sheet->model->SetEditable(false);
+    sheet->view->SetAppending(false);
+  }
+  for (FieldEdit* const edit : header_) {
+    edit->ReadAnew();
+    edit->SetReadOnly(true);
+  }
+  if (on_stored_) on_stored_();
+}
+
+QString DocumentEditor::Title() const {
+  const QString title = ToQt(document_.Kind().title);
+  return number_.isEmpty() ? title : title + u' ' + number_;
+}
+
+bool DocumentEditor::MayClose() {
+  const bool empty = document_.LineCount() == 0 && !changed_;
+  if (stored_) return true;
+  if (!empty && !Ask("Dokument nije pohranjen.", "Odbaciti " + FromQt(Title()) + "?")) return false;
+  save_.stop();
+  stored_ = true;  // nothing of it is kept
+  draft_.Remove();
+  return true;
+}
+
+void DocumentEditor::ShowSupplierTotals() {
+  if (!TakeAll()) return;
+  document_.FillSupplierTotals();
+  const RecordSet& totals = *document_.SupplierTotals();
+  QDialog dialog(this);
+  dialog.setWindowTitle(ToQt(kDocDobavljacaTitle));
+  auto* const form = new QFormLayout(&dialog);
+  for (const DocDobavljacaCaption& caption : kDocDobavljacaCaptions) {
+    const auto field = totals.FindFieldIndex(caption.field);
+    if (!field) continue;
+    auto* const line = new QLineEdit(
+        ToQt(FormatFloat("#,0.00;-#,0.00", totals.RowAt(0).AsCurrency(*field), CurrentLocale())));
+    line->setReadOnly(true);
+    line->setAlignment(Qt::AlignRight);
+    line->setAccessibleName(ToQt(caption.caption));
+    form->addRow(ToQt(caption.caption), line);
+  }
+  auto* const close = new QPushButton(QStringLiteral("Zatvori"));
+  connect(close, &QPushButton::clicked, &dialog, &QDialog::accept);
+  form->addRow(close);
+  dialog.exec();
+}
+
+}  // namespace mox

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <QLabel>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QTimer>
+#include <QWidget>
+#include <memory>
+#include <vector>
+
+#include "desktop/drafts.h"
+#include "desktop/field_edit.h"
+#include "desktop/record_set_view.h"
+#include "mox/documents/document.h"
+
+namespace mox {
+
+class DesktopHost;
+
+/// A document that is being entered: header, lines of goods and of services, tax by rate and total beside
+/// them. Every line shows its amounts while it is typed. F9 stores it.
+class DocumentEditor : public QWidget {
+ public:
+  DocumentEditor(DesktopHost& host, Document document, Draft draft, QWidget* parent = nullptr);
+  ~DocumentEditor() override;
+
+  const Document& Content() const { return document_; }
+  /// Whether it may be closed: stored, empty, or the user throws it away. Its draft goes with it.
+  bool MayClose();
+  /// Stores what was entered. False where a check or the server refused it, or the user did.
+  bool Store();
+  bool IsStored() const { return stored_; }
+  /// "Gotovinski račun 12/2026", or the kind alone.
+  QString Title() const;
+  void SetOnStored(std::function<void()> stored) { on_stored_ = std::move(stored); }
+  /// The document stays, but so that another program may find it again: as when this one ends.
+  void SaveDraft();
+
+ private:
+  // The lines of one sort on the screen.
+  struct Sheet {
+    RecordSet* lines;
+    std::unique_ptr<RecordSetModel> model;
+    RecordSetView* view = nullptr;  // the tabs' own
+    int listener = 0;
+  };
+
+  QWidget* MakeHeader();
+  QWidget* MakeTotals();
+  QWidget* MakeButtons();
+  void AddSheet(RecordSet* lines, const LineSchema& schema, const QString& title);
+  void Wrote(Sheet& sheet, std::size_t field);
+  bool LookUpLine(Sheet& sheet, std::string_view field);
+  void TakeArticle(Sheet& sheet);
+  void Changed();
+  void Recount();
+  void ShowTotal();
+  bool TakeAll();
+  bool AskForPayment();
+  bool SendToServer();
+  void ShowStored(const RecordSet& stored);
+  void ShowSupplierTotals();
+  void SetKey(const char* field, const Value& value);
+
+  DesktopHost& host_;
+  Document document_;
+  Draft draft_;
+  std::vector<std::unique_ptr<Sheet>> sheets_;
+  std::vector<FieldEdit*> header_;
+  std::unique_ptr<RecordSetModel> recap_model_;
+  RecordSetView* recap_view_ = nullptr;
+  QTabWidget tabs_;
+  QLabel total_;
+  QLabel words_;
+  QLabel note_;
+  QPushButton store_{QStringLiteral("Pohrani (F9)")};
+  QTimer recount_;
+  QTimer save_;
+  QString number_;  // of a stored document
+  bool stored_ = false;
+  bool changed_ = false;
+  std::function<void()> on_stored_;
+};
+
+}  // namespace mox

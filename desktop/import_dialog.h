@@ -1,0 +1,65 @@
+#pragma once
+
+#include <QDialog>
+#include <QLabel>
+#include <QPushButton>
+#include <QSplitter>
+#include <QTableView>
+
+#include "desktop/fault_list.h"
+#include "desktop/record_set_view.h"
+#include "desktop/status_window.h"
+#include "mox/import/import_grid.h"
+
+namespace mox {
+
+class DesktopHost;
+
+/// The dialog of the import grid. It shows what the form holds and hands on what the user does: Alt+E pastes,
+/// Ctrl+O and dropping open a sheet, F8 shows the faulty rows only, a double click in the list of faults, or
+/// Enter, goes to the cell.
+class ImportDialog : public QDialog {
+ public:
+  ImportDialog(TfrmImportGrid& form, DesktopHost& host);
+
+  void FormChanged();
+  void StatusChanged(const TfrmStatus& status, bool repaint);
+  /// Puts the rows of a sheet into the grid, from the first record on.
+  void OpenSheetFile(const QString& path);
+  void reject() override;
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
+
+ private:
+  void Build();
+  QWidget* MakeTop();
+  QWidget* MakeBottom();
+  QPushButton* MakeButton(const FormButton& button, void (TfrmImportGrid::*click)());
+  void ShowColumns();
+  void Run(const std::function<void()>& action);
+  void Check();
+  void ShowRefusedCells();
+  void ShowFaults();
+  void GoToFault(int row);
+  void ShowFaultyRows(bool only);
+  QString FaultOfCell(std::size_t row, std::size_t field) const;
+
+  TfrmImportGrid& form_;
+  DesktopHost& host_;
+  QSplitter parts_{Qt::Vertical};  // before what it shows, which goes first
+  RecordSetModel model_;
+  RecordSetView view_;
+  FaultListModel faults_;
+  QTableView fault_view_;
+  StatusForm status_;
+  QLabel indicator_;
+  QLabel summary_;
+  QPushButton only_faulty_{QStringLiteral("Samo neispravni (F8)")};
+  std::vector<std::pair<const FormButton*, QPushButton*>> buttons_;
+  bool busy_ = false;
+};
+
+}  // namespace mox

@@ -1,0 +1,303 @@
+#include "desktop/main_window.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QMenuBar>
+#include <QStatusBar>
+#include <QTextBrowser>
+#include <QVBoxLayout>
+#include <filesystem>
+
+#include "appserver/codebook.h"
+#include "appserver/company_server.h"
+#include "desktop/codebook_page.h"
+#include "desktop/company_page.h"
+#include "desktop/document_editor.h"
+#include "desktop/document_list.h"
+#include "desktop/host.h"
+#include "desktop/report_page.h"
+#include "desktop/settings_dialog.h"
+#include "mox/import/import_grid.h"
+#include "mox/import/import_profiles.h"
+
+namespace mox {
+namespace {
+
+constexpr const char* kSection = "DESKTOP";
+constexpr const char* kGeometry = "GEOMETRY";
+const QString kCompanyFiles = QStringLiteral("Tvrtka (*.db);;Sve datoteke (*)");
+
+struct ClassTitle {
+  DocumentClass is;
+  const char16_t* title;
+};
+
+constexpr ClassTitle kClasses[] = {
+    {DocumentClass::kInvoice, u"Računi"},     {DocumentClass::kProForma, u"Predračuni"},
+    {DocumentClass::kOrder, u"Radni nalozi"}, {DocumentClass::kGoodsReceipt, u"Primke"},
+    {DocumentClass::kReturn, u"Povratnice"},  {DocumentClass::kStock, u"Skladište"},
+    {DocumentClass::kReport, u"Blagajna"}};
+
+struct Shortcut {
+  const char16_t* key;
+  const char16_t* what;
+};
+
+constexpr Shortcut kInRows[] = {{u"Enter", u"uzima ćeliju i ide na sljedeću"},
+                                {u"Esc", u"vraća ćeliju, pa redak"},
+                                {u"Insert, ↓ u zadnjem retku", u"novi redak"},
+                                {u"Ctrl+Delete", u"briše redak"},
+                                {u"Delete", u"prazni ćelije"},
+                                {u"F4", u"otvara šifarnik ćelije ili polja"},
+                                {u"Ctrl+C, Ctrl+V", u"kopira i lijepi ćelije iz tablica"},
+                                {u"F9", u"pohranjuje dokument"},
+                                {u"F5", u"čita stranicu iznova"},
+                                {u"Alt+E", u"u uvozu: lijepi retke iz međuspremnika"},
+                                {u"F8", u"u uvozu: samo neispravni redci"}};
+
+}  // namespace
+
+MainWindow::MainWindow(DesktopHost& host) : host_(host) {
+  setCentralWidget(&tabs_);
+  tabs_.setTabsClosable(true);
+  tabs_.setMovable(true);
+  tabs_.setDocumentMode(true);
+  connect(&tabs_, &QTabWidget::tabCloseRequested, this, [this](int index) { CloseTab(index); });
+  statusBar()->addPermanentWidget(&company_);
+  BuildMenus();
+  host_.SetMainForm(this);
+  resize(1180, 760);
+  const std::string geometry = App().Ini().ReadString(kSection, kGeometry, "");
+  if (!geometry.empty()) restoreGeometry(QByteArray::fromBase64(QByteArray::fromStdString(geometry)));
+  ShowTitle();
+}
+
+MainWindow::~MainWindow() {
+  host_.SetMainForm(nullptr);
+  while (tabs_.count() > 0) delete tabs_.widget(0);
+}
+
+QAction* MainWindow::Add(QMenu* menu, const QString& text, const QKeySequence& key,
+                         void (MainWindow::*action)()) {
+  QAction* const added = menu->addAction(text);
+  added->setShortcut(key);
+  connect(added, &QAction::triggered, this,
+          [this, action] { Guarded([this, action] { (this->*action)(); }); });
+  return added;
+}
+
+void MainWindow::BuildMenus() {
+  QMenu* const company = menuBar()->addMenu(QStringLiteral("&Tvrtka"));
+  Add(company, QStringLiteral("&Otvori…"), QKeySequence::Open, &MainWindow::ChooseCompany);
+  Add(company, QStringLiteral("Nova &pokazna tvrtka…"), {}, &MainWindow::NewDemo);
+  Add(company, QStringLiteral("&Sigurnosna kopija…"), {}, &MainWindow::BackUp);
+  Add(company, QStringLiteral("&Podaci tvrtke"), {}, &MainWindow::ShowCompanyData);
+  Add(company, QStringLiteral("&Broj decimala…"), {}, &MainWindow::ShowSettings);
+  company->addSeparator();
+  connect(company->addAction(QStringLiteral("&Izlaz")), &QAction::triggered, this, &QWidget::close);
+
+  QMenu* const documents = menuBar()->addMenu(QStringLiteral("&Dokumenti"));
+  Add(documents, QStringLiteral("&Popis dokumenata"), Qt::CTRL | Qt::Key_D, &MainWindow::ShowDocuments);
+  Add(documents, QStringLiteral("&Novi dokument…"), QKeySequence::New, &MainWindow::ChooseDocument);
+  documents->addSeparator();
+  for (const ClassTitle& group : kClasses) {
+    QMenu* const kinds = documents->addMenu(QString::fromUtf16(group.title));
+    for (const DocumentKind& kind : DocumentKinds()) {
+      if (kind.is != group.is) continue;
+      connect(kinds->addAction(ToQt(kind.title)), &QAction::triggered, this,
+              [this, &kind] { Guarded([this, &kind] { NewDocument(kind); }); });
+    }
+  }
+  QMenu* const codebooks = menuBar()->addMenu(QStringLiteral("Š&ifarnici"));
+  for (const Codebook& codebook : CodebookTable()) {
+    const std::string name(codebook.name);
+    connect(codebooks->addAction(CodebookTitle(name)), &QAction::triggered, this,
+            [this, name] { Guarded([this, &name] { ShowCodebook(name); }); });
+  }
+  QMenu* const imports = menuBar()->addMenu(QStringLiteral("&Uvoz"));
+  for (const ImportProfile& profile : ImportProfiles()) {
+    const std::string key(profile.key);
+    connect(imports->addAction(ToQt(key)), &QAction::triggered, this,
+            [this, key] { Guarded([this, &key] { Import(key); }); });
+  }
+  QMenu* const reports = menuBar()->addMenu(QStringLiteral("I&zvještaji"));
+  Add(reports, QStringLiteral("&Izvještaji"), Qt::CTRL | Qt::Key_R, &MainWindow::ShowReports);
+  QMenu* const help = menuBar()->addMenu(QStringLiteral("Po&moć"));
+  Add(help, QStringLiteral("&Tipke"), QKeySequence::HelpContents, &MainWindow::ShowShortcuts);
+  QAction* const close = new QAction(this);
+  close->setShortcut(QKeySequence::Close);
+  connect(close, &QAction::triggered, this, [this] { CloseCurrent(); });
+  addAction(close);
+}
+
+// --- pages ---
+
+int MainWindow::AddTab(QWidget* page) {
+  const int index = tabs_.addTab(page, page->windowTitle());
+  tabs_.setCurrentIndex(index);
+  page->setFocus();
+  return index;
+}
+
+DocumentEditor* MainWindow::AddEditor(Document document, Draft draft) {
+  auto* const editor = new DocumentEditor(host_, std::move(document), std::move(draft));
+  editor->setWindowTitle(editor->Title());
+  editor->SetOnStored([this, editor] {
+    tabs_.setTabText(tabs_.indexOf(editor), editor->Title());
+    statusBar()->showMessage(QStringLiteral("Pohranjeno: %1").arg(editor->Title()));
+  });
+  AddTab(editor);
+  return editor;
+}
+
+DocumentEditor* MainWindow::NewDocument(const DocumentKind& kind) {
+  host_.Server();
+  return AddEditor(Document(kind), Draft::Begin());
+}
+
+void MainWindow::ChooseDocument() {
+  host_.Server();
+  QStringList titles;
+  for (const DocumentKind& kind : DocumentKinds()) titles.append(ToQt(kind.title));
+  bool chosen = false;
+  const QString title = QInputDialog::getItem(this, QStringLiteral("Novi dokument"),
+                                              QStringLiteral("Vrsta dokumenta:"), titles, 0, false, &chosen);
+  if (chosen) NewDocument(DocumentKinds()[static_cast<std::size_t>(titles.indexOf(title))]);
+}
+
+void MainWindow::ShowDocuments() {
+  host_.Server();
+  AddTab(new DocumentList(host_));
+}
+
+void MainWindow::ShowCodebook(const std::string& name) {
+  host_.Server();
+  AddTab(new CodebookPage(host_, name, CodebookTitle(name)));
+}
+
+void MainWindow::ShowReports() {
+  host_.Server();
+  AddTab(new ReportPage);
+}
+
+void MainWindow::ShowCompanyData() {
+  host_.Server();
+  AddTab(new CompanyPage(host_));
+}
+
+void MainWindow::Import(const std::string& key) {
+  host_.Server();
+  CallImportGrid(key);
+}
+
+bool MainWindow::CloseTab(int index) {
+  QWidget* const page = tabs_.widget(index);
+  auto* const editor = dynamic_cast<DocumentEditor*>(page);
+  if (editor != nullptr && !editor->MayClose()) return false;
+  tabs_.removeTab(index);
+  delete page;
+  return true;
+}
+
+void MainWindow::CloseCurrent() {
+  if (tabs_.currentIndex() >= 0) CloseTab(tabs_.currentIndex());
+}
+
+bool MainWindow::CloseAll() {
+  while (tabs_.count() > 0) {
+    tabs_.setCurrentIndex(0);
+    if (!CloseTab(0)) return false;
+  }
+  return true;
+}
+
+// Documents that are not finished stay as drafts and are offered at the next start.
+void MainWindow::closeEvent(QCloseEvent* event) {
+  Guarded([this] {
+    for (int i = 0; i < tabs_.count(); ++i) {
+      if (auto* const editor = dynamic_cast<DocumentEditor*>(tabs_.widget(i))) editor->SaveDraft();
+    }
+    App().Ini().WriteString(kSection, kGeometry, saveGeometry().toBase64().toStdString());
+  });
+  event->accept();
+}
+
+// --- the company ---
+
+void MainWindow::OpenCompany(const std::string& location) {
+  if (!CloseAll()) return;
+  host_.Open(location);
+  ShowTitle();
+  ShowDocuments();
+  OfferDrafts();
+}
+
+void MainWindow::OfferDrafts() {
+  for (Draft& draft : Draft::Abandoned()) {
+    Guarded([&] {
+      Document document = draft.Read();
+      const std::string what = std::string(document.Kind().title) +
+                               ", stavaka: " + std::to_string(document.LineCount()) + ". Nastaviti s unosom?";
+      if (!Ask("Ovaj dokument nije dovršen.", what)) return draft.Remove();
+      AddEditor(std::move(document), std::move(draft));
+    });
+  }
+}
+
+void MainWindow::ShowTitle() {
+  const QString name = host_.CompanyName();
+  setWindowTitle(name.isEmpty() ? QStringLiteral("Mox") : name + QStringLiteral(" – Mox"));
+  company_.setText(name.isEmpty() ? QStringLiteral("Nijedna tvrtka nije otvorena (Ctrl+O)") : name);
+}
+
+void MainWindow::ChooseCompany() {
+  const QString path = QFileDialog::getOpenFileName(this, QStringLiteral("Otvori tvrtku"), {}, kCompanyFiles);
+  if (!path.isEmpty()) OpenCompany(FromQt(path));
+}
+
+void MainWindow::NewDemo() {
+  const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Nova pokazna tvrtka"),
+                                                    QStringLiteral("pokazna.db"), kCompanyFiles);
+  if (path.isEmpty()) return;
+  Database::Create(FromQt(path), WithDemo::kYes);
+  OpenCompany(FromQt(path));
+}
+
+void MainWindow::BackUp() {
+  const QString path =
+      QFileDialog::getSaveFileName(this, QStringLiteral("Sigurnosna kopija"), {}, kCompanyFiles);
+  if (path.isEmpty()) return;
+  auto* const file = dynamic_cast<CompanyServer*>(&host_.Server());
+  if (file == nullptr) throw Error("Sigurnosnu kopiju tvrtke na poslužitelju radi poslužitelj.");
+  file->database().BackUp(FromQt(path));
+  statusBar()->showMessage(QStringLiteral("Sigurnosna kopija je u %1").arg(path));
+}
+
+void MainWindow::ShowSettings() { SettingsDialog(this).exec(); }
+
+void MainWindow::ShowShortcuts() {
+  QString rows;
+  const auto add = [&rows](const QString& key, const QString& what) {
+    rows += QStringLiteral("<tr><td><b>%1</b></td><td>%2</td></tr>")
+                .arg(key.toHtmlEscaped(), what.toHtmlEscaped());
+  };
+  for (const QAction* const action : findChildren<QAction*>()) {
+    if (action->shortcut().isEmpty() || action->text().isEmpty()) continue;
+    add(action->shortcut().toString(QKeySequence::NativeText), action->text().remove(u'&').remove(u'…'));
+  }
+  for (const Shortcut& shortcut : kInRows)
+    add(QString::fromUtf16(shortcut.key), QString::fromUtf16(shortcut.what));
+  QDialog dialog(this);
+  dialog.setWindowTitle(QStringLiteral("Tipke"));
+  auto* const layout = new QVBoxLayout(&dialog);
+  auto* const list = new QTextBrowser;
+  list->setHtml(QStringLiteral("<table cellpadding=4>") + rows + QStringLiteral("</table>"));
+  list->setAccessibleName(QStringLiteral("Tipke"));
+  layout->addWidget(list);
+  dialog.resize(480, 460);
+  dialog.exec();
+}
+
+}  // namespace mox

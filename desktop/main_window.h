@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QLabel>
+#include <QMainWindow>
+#include <QTabWidget>
+
+#include "mox/documents/document.h"
+#include "mox/foundation/app.h"
+
+namespace mox {
+
+class DesktopHost;
+class Draft;
+class DocumentEditor;
+
+/// The main window: a tab for each document that is entered, list and codebook. Everything is reached by the
+/// keyboard; F1 lists the keys.
+class MainWindow : public QMainWindow, public TMainForm {
+ public:
+  explicit MainWindow(DesktopHost& host);
+  ~MainWindow() override;
+
+  /// Opens a company and offers what was not finished in it. Raises Error.
+  void OpenCompany(const std::string& location);
+  DocumentEditor* NewDocument(const DocumentKind& kind);
+  void ShowDocuments();
+  void ShowCodebook(const std::string& name);
+  void ShowReports();
+  QTabWidget& Tabs() { return tabs_; }
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  void BuildMenus();
+  QAction* Add(QMenu* menu, const QString& text, const QKeySequence& key, void (MainWindow::*action)());
+  void Import(const std::string& key);
+  void OfferDrafts();
+  DocumentEditor* AddEditor(Document document, Draft draft);
+  int AddTab(QWidget* page);
+  bool CloseTab(int index);
+  bool CloseAll();
+  void CloseCurrent();
+  void ChooseDocument();
+  void ChooseCompany();
+  void NewDemo();
+  void BackUp();
+  void ShowSettings();
+  void ShowCompanyData();
+  void ShowShortcuts();
+  void ShowTitle();
+
+  DesktopHost& host_;
+  QTabWidget tabs_;
+  QLabel company_;
+};
+
+}  // namespace mox

@@ -1,0 +1,79 @@
+#include "desktop/payment_dialog.h"
+
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QPushButton>
+
+#include "desktop/qt_text.h"
+#include "mox/foundation/display_format.h"
+#include "mox/foundation/error.h"
+#include "mox/foundation/locale_text.h"
+#include "mox/server/read_services.h"
+
+namespace mox {
+namespace {
+
+QString Money(Currency amount) { return ToQt(FormatFloat("#,0.00;-#,0.00", amount, CurrentLocale())); }
+
+std::optional<Currency> ReadMoney(const QString& text) {
+  try {
+    return ParseLocaleCurrency(FromQt(text), CurrentLocale());
+  } catch (const Error&) {
+    return std::nullopt;
+  }
+}
+
+}  // namespace
+
+PaymentDialog::PaymentDialog(Currency total, const QString& method, QWidget* parent)
+    : QDialog(parent), total_(total) {
+  setWindowTitle(QStringLiteral("Naplata"));
+  auto* const form = new QFormLayout(this);
+  const auto methods = CreateDBDataSet("Kat\\nacini_placanja", "nacini_placanja", {});
+  if (methods) {
+    const std::size_t name = *methods->FindFieldIndex("naziv");
+    for (const RecordRow& row : methods->Rows()) method_.addItem(ToQt(row.AsText(name)));
+  }
+  const int cash =
+      method_.findText(method.isEmpty() ? QStringLiteral("Gotovina") : method, Qt::MatchFixedString);
+  if (cash >= 0) method_.setCurrentIndex(cash);
+  auto* const to_pay = new QLabel(Money(total));
+  QFont large = to_pay->font();
+  large.setPointSizeF(large.pointSizeF() * 1.6);
+  large.setBold(true);
+  to_pay->setFont(large);
+  change_.setFont(large);
+  received_.setText(Money(total).remove(ToQt(CurrentLocale().thousands_separator)));
+  received_.selectAll();
+  received_.setAccessibleName(QStringLiteral("Primljeno"));
+  method_.setAccessibleName(QStringLiteral("Način plaćanja"));
+  change_.setAccessibleName(QStringLiteral("Za vratiti"));
+  auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+  buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("Pohrani"));
+  buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
+  form->addRow(QStringLiteral("Za platiti:"), to_pay);
+  form->addRow(QStringLiteral("&Način plaćanja:"), &method_);
+  form->addRow(QStringLiteral("&Primljeno:"), &received_);
+  form->addRow(QStringLiteral("Za vratiti:"), &change_);
+  form->addRow(buttons);
+  connect(&received_, &QLineEdit::textChanged, this, [this] { ShowChange(); });
+  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  received_.setFocus();
+  ShowChange();
+}
+
+void PaymentDialog::ShowChange() {
+  const auto received = ReadMoney(received_.text());
+  if (!received) return change_.setText(QStringLiteral("to nije iznos"));
+  change_.setText(*received < total_ ? QStringLiteral("nedostaje ") + Money(total_ - *received)
+                                     : Money(*received - total_));
+}
+
+void PaymentDialog::accept() {
+  const auto received = ReadMoney(received_.text());
+  if (!received || *received < total_) return received_.setFocus();
+  QDialog::accept();
+}
+
+}  // namespace mox

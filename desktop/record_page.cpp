@@ -1,0 +1,68 @@
+#include "desktop/record_page.h"
+
+#include <QPushButton>
+#include <QShortcut>
+
+#include "desktop/dialogs.h"
+#include "desktop/qt_text.h"
+
+namespace mox {
+
+RecordPage::RecordPage(const QString& title, RecordSet empty, QWidget* parent)
+    : QWidget(parent), rows_(std::move(empty)), model_(rows_), view_(model_), layout_(new QVBoxLayout(this)) {
+  setWindowTitle(title);
+  view_.setAccessibleName(title);
+  view_.setSortingEnabled(true);
+  view_.sortByColumn(-1, Qt::AscendingOrder);
+  view_.SetEmptyText(QStringLiteral("Nema podataka."));
+  layout_->addLayout(&filters_);
+  layout_->addWidget(&view_, 1);
+  layout_->addLayout(&buttons_);
+  buttons_.addWidget(&note_, 1);
+  auto* const again = new QShortcut(Qt::Key_F5, this);
+  connect(again, &QShortcut::activated, this, [this] { Guarded([this] { Reload(); }); });
+}
+
+void RecordPage::Show(RecordSet answer, const std::vector<std::string_view>& fields) {
+  const bool first = rows_.FieldCount() == 0;
+  const std::size_t row = rows_.IsActive() ? rows_.CurrentRow() : 0;
+  {
+    const ControlsGuard guard(rows_);
+    rows_.CleanClone(answer);
+    if (row < rows_.RowCount()) rows_.GoToRow(row);
+  }
+  model_.ShowFields(fields);
+  if (first) view_.FitColumns();
+}
+
+QPushButton* RecordPage::AddButton(const QString& text, std::function<void()> action,
+                                   const QKeySequence& key) {
+  auto* const button = new QPushButton(
+      key.isEmpty() ? text : QStringLiteral("%1 (%2)").arg(text, key.toString(QKeySequence::NativeText)));
+  button->setAutoDefault(false);
+  const auto run = [action = std::move(action)] { Guarded(action); };
+  connect(button, &QPushButton::clicked, this, run);
+  if (!key.isEmpty()) {
+    auto* const shortcut = new QShortcut(key, this);
+    connect(shortcut, &QShortcut::activated, this, run);
+  }
+  buttons_.addWidget(button);
+  return button;
+}
+
+Value RecordPage::Current(std::string_view field) const {
+  const auto index = rows_.FindFieldIndex(field);
+  if (!index || model_.CurrentTableRow() < 0) return {};
+  return rows_.RowAt(rows_.CurrentRow()).AsVariant(*index);
+}
+
+Currency RecordPage::Sum(std::string_view field) const {
+  Currency sum;
+  const auto index = rows_.FindFieldIndex(field);
+  for (int row = 0; index && row < model_.rowCount(); ++row) {
+    sum += rows_.RowAt(model_.SetRow(row)).AsCurrency(*index);
+  }
+  return sum;
+}
+
+}  // namespace mox

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+#include <QWidget>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "desktop/record_set_view.h"
+
+class QPushButton;
+
+namespace mox {
+
+/// A page of the main window: a bar of what narrows rows down, the rows, and a bar of buttons with a note.
+/// Its record set is filled anew when the page asks the server.
+class RecordPage : public QWidget {
+ public:
+  RecordPage(const QString& title, RecordSet empty, QWidget* parent = nullptr);
+
+  /// Asks for the rows anew; the current one stays current.
+  virtual void Reload() = 0;
+
+ protected:
+  /// The answer's rows, fields and labels take the place of those that are shown.
+  void Show(RecordSet answer, const std::vector<std::string_view>& fields);
+  QPushButton* AddButton(const QString& text, std::function<void()> action, const QKeySequence& key = {});
+  QHBoxLayout* Filters() { return &filters_; }
+  void SetNote(const QString& note) { note_.setText(note); }
+  RecordSet& Rows() { return rows_; }
+  RecordSetModel& Model() { return model_; }
+  RecordSetView& View() { return view_; }
+  /// A field of the current row; null where there is none.
+  Value Current(std::string_view field) const;
+  /// The sum of a currency column of the rows that are shown.
+  Currency Sum(std::string_view field) const;
+
+ private:
+  RecordSet rows_;
+  RecordSetModel model_;
+  RecordSetView view_;
+  QVBoxLayout* layout_;
+  QHBoxLayout filters_;
+  QHBoxLayout buttons_;
+  QLabel note_;
+};
+
+}  // namespace mox

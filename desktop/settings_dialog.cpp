@@ -1,0 +1,61 @@
+#include "desktop/settings_dialog.h"
+
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QPushButton>
+
+#include "desktop/dialogs.h"
+#include "mox/foundation/precision.h"
+
+namespace mox {
+namespace {
+
+struct Digits {
+  const char16_t* label;
+  int (*get)();
+  void (*set)(int decimals);
+  void (*set_mask)();
+};
+
+constexpr std::array<Digits, 3> kDigits = {
+    {{u"&Nabavne cijene:", GetNcCalcDigit, SetNcCalcDigit, SetNcCalcMask},
+     {u"&Prodajne cijene:", GetPcCalcDigit, SetPcCalcDigit, SetPcCalcMask},
+     {u"&Fakturne cijene:", GetFcCalcDigit, SetFcCalcDigit, SetFcCalcMask}}};
+
+constexpr int kMostDecimals = 4;
+
+}  // namespace
+
+SettingsDialog::SettingsDialog(QWidget* parent) : QDialog(parent) {
+  setWindowTitle(QStringLiteral("Broj decimala"));
+  auto* const form = new QFormLayout(this);
+  for (std::size_t i = 0; i < kDigits.size(); ++i) {
+    digits_[i].setRange(0, kMostDecimals);
+    digits_[i].setValue(kDigits[i].get());
+    auto* const mask = new QLabel(ToQt(GetFieldDisplayFormat(digits_[i].value())));
+    connect(&digits_[i], &QSpinBox::valueChanged, mask,
+            [mask](int decimals) { mask->setText(ToQt(GetFieldDisplayFormat(decimals))); });
+    form->addRow(QString::fromUtf16(kDigits[i].label), &digits_[i]);
+    form->addRow(QString(), mask);
+  }
+  auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+  buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("Pohrani"));
+  buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
+  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  form->addRow(buttons);
+}
+
+// First the digits are stored, then the mask is made of them.
+void SettingsDialog::accept() {
+  const bool stored = Guarded([this] {
+    for (std::size_t i = 0; i < kDigits.size(); ++i) {
+      kDigits[i].set(digits_[i].value());
+      kDigits[i].set_mask();
+    }
+  });
+  if (stored) QDialog::accept();
+}
+
+}  // namespace mox

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QDialog>
+#include <QSpinBox>
+#include <array>
+
+namespace mox {
+
+/// The decimals of purchase, selling and invoice prices, which go into the settings with their masks.
+class SettingsDialog : public QDialog {
+ public:
+  explicit SettingsDialog(QWidget* parent);
+  void accept() override;
+
+ private:
+  std::array<QSpinBox, 3> digits_;
+};
+
+}  // namespace mox

@@ -1,0 +1,51 @@
+#include "desktop/status_window.h"
+
+#include <QCoreApplication>
+#include <QVBoxLayout>
+#include <algorithm>
+
+#include "desktop/qt_text.h"
+#include "mox/foundation/error.h"
+
+namespace mox {
+namespace {
+
+constexpr qint64 kBetweenPaints = 40;  // milliseconds
+constexpr int kWidth = 460;
+// What was sent to the server cannot be taken back any more.
+constexpr std::string_view kStoring = "Pohrana";
+
+}  // namespace
+
+StatusForm::StatusForm(QWidget* owner) : QDialog(owner) {
+  setWindowTitle(QStringLiteral("Status"));
+  setModal(true);
+  auto* const layout = new QVBoxLayout(this);
+  layout->addWidget(&text_);
+  layout->addWidget(&bar_);
+  layout->addWidget(&end_, 0, Qt::AlignRight);
+  bar_.setAccessibleName(QStringLiteral("Napredak"));
+  connect(&end_, &QPushButton::clicked, this, &QDialog::reject);
+  setFixedWidth(kWidth);
+  since_painted_.start();
+}
+
+void StatusForm::Show(const TfrmStatus& status, bool repaint) {
+  if (!status.Visible()) return hide();
+  const bool opens = !isVisible();
+  may_end_ = !std::string_view(status.Text()).starts_with(kStoring);
+  if (!repaint && !opens && since_painted_.elapsed() < kBetweenPaints) return;
+  text_.setText(ToQt(status.Text()));
+  const auto maximum = static_cast<int>(std::max<std::int64_t>(status.Maximum(), 1));
+  bar_.setRange(0, maximum);
+  bar_.setValue(static_cast<int>(std::min<std::int64_t>(status.Position(), maximum)));
+  end_.setEnabled(may_end_);
+  if (opens) show();
+  if (opens || since_painted_.elapsed() >= kBetweenPaints) {
+    QCoreApplication::processEvents();
+    since_painted_.restart();
+  }
+  if (ended_ && may_end_) throw Abort();
+}
+
+}  // namespace mox

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+
+#include "mox/import/import_view.h"
+
+namespace mox {
+
+/// The status form of long work: a line of text, a progress bar, and a button that ends it. While it is shown
+/// nothing else takes keys and clicks.
+class StatusForm : public QDialog {
+ public:
+  explicit StatusForm(QWidget* owner);
+
+  /// Shows what the status says. Raises Abort once the user has ended the work, where that can still be done.
+  void Show(const TfrmStatus& status, bool repaint);
+  bool WasEnded() const { return ended_; }
+  /// New work may be ended again.
+  void Begin() { ended_ = false; }
+  void reject() override { ended_ = may_end_; }
+
+ private:
+  QLabel text_;
+  QProgressBar bar_;
+  QPushButton end_{QStringLiteral("Prekini")};
+  QElapsedTimer since_painted_;
+  bool ended_ = false;
+  bool may_end_ = true;
+};
+
+}  // namespace mox

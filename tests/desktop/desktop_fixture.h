@@ -1,0 +1,148 @@
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QTest>
+#include <QTimer>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "appserver/database.h"
+#include "desktop/document_editor.h"
+#include "desktop/host.h"
+#include "desktop/main_window.h"
+#include "desktop/qt_text.h"
+#include "tests/fakes/scratch_folder.h"
+
+namespace mox {
+
+/// A person before dialogs: what a message says is written down, and each dialog gets the next answer, the
+/// caption of a button or something to do with it. Where answers end, the default button is pressed.
+class Person {
+ public:
+  Person() { LookAgain(); }
+  void WillPress(const char* button) {
+    answers_.emplace_back([name = QString::fromUtf8(button)](QWidget* dialog) {
+      for (QAbstractButton* const candidate : dialog->findChildren<QAbstractButton*>()) {
+        if (candidate->text().remove(u'&') == name) return candidate->click();
+      }
+      ADD_FAILURE() << "no button " << FromQt(name) << " in " << FromQt(dialog->windowTitle());
+    });
+  }
+  void WillDo(std::function<void(QWidget* dialog)> action) { answers_.push_back(std::move(action)); }
+
+  std::vector<std::string> read;  ///< "caption | heading | message" of messages, the title of other dialogs
+
+ private:
+  // Always by a timer of its own, as one does not run again while what it has called opens further dialogs.
+  void LookAgain() {
+    QTimer::singleShot(1, &here_, [this] {
+      LookAgain();
+      Look();
+    });
+  }
+  void Look() {
+    QWidget* const dialog = QApplication::activeModalWidget();
+    if (dialog == nullptr || dialog->windowTitle() == QStringLiteral("Status") || dialog == handled_) return;
+    const auto* const box = qobject_cast<QMessageBox*>(dialog);
+    read.push_back(FromQt(box == nullptr ? dialog->windowTitle()
+                                         : box->windowTitle() + QStringLiteral(" | ") + box->text() +
+                                               QStringLiteral(" | ") + box->informativeText()));
+    if (answers_.empty()) {
+      QTest::keyClick(dialog, Qt::Key_Return);
+      return;
+    }
+    const auto answer = std::move(answers_.front());
+    answers_.pop_front();
+    QWidget* const before = std::exchange(handled_, dialog);
+    answer(dialog);
+    handled_ = before;
+  }
+
+  QObject here_;
+  std::deque<std::function<void(QWidget*)>> answers_;
+  QWidget* handled_ = nullptr;  // what an answer works on, which may open others
+};
+
+/// A new company with its made-up data, open in the main window.
+class DesktopTest : public testing::Test {
+ protected:
+  DesktopTest() {
+    Database::Create(company_, WithDemo::kYes);
+    Start();
+  }
+  void Start() {
+    host_ = std::make_unique<DesktopHost>(folder_ / "mox.ini", folder_ / "");
+    window_ = std::make_unique<MainWindow>(*host_);
+    window_->show();
+    window_->OpenCompany(company_);
+  }
+  void Stop() {
+    window_.reset();
+    host_.reset();
+  }
+  DocumentEditor* New(const char* kind) { return window_->NewDocument(DocumentKindByName(kind)); }
+  static void Settle() {
+    for (int i = 0; i < 4; ++i) {
+      QCoreApplication::processEvents();
+      QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+  }
+  // A shortcut, in the window that a window manager would have made active.
+  static void Press(QWidget* widget, Qt::Key key) {
+    widget->window()->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(widget->window()));
+    QTest::keyClick(widget, key);
+  }
+  static RecordSetView* Lines(QWidget* page, const char* name = "Stavke") {
+    for (RecordSetView* const view : page->findChildren<RecordSetView*>()) {
+      if (view->accessibleName() == QString::fromUtf8(name)) return view;
+    }
+    return nullptr;
+  }
+  static QLabel* Label(QWidget* page, const char* name) {
+    for (QLabel* const label : page->findChildren<QLabel*>()) {
+      if (label->accessibleName() == QString::fromUtf8(name)) return label;
+    }
+    return nullptr;
+  }
+  static QLineEdit* Line(QWidget* page, const char* name) {
+    for (QLineEdit* const line : page->findChildren<QLineEdit*>()) {
+      if (line->accessibleName() == QString::fromUtf8(name)) return line;
+    }
+    return nullptr;
+  }
+  static void Go(RecordSetView* view, int row, const char* field) {
+    view->setCurrentIndex(view->Model().index(row, view->Model().ColumnOf(field).value()));
+  }
+  // Into the current cell of a table, as a person types, Enter behind it.
+  static void Type(RecordSetView* view, const QString& text, bool enter = true) {
+    QWidget* target = view;
+    for (const QChar key : text) {
+      QTest::keyClick(target, key.toLatin1());
+      if (QLineEdit* const editor = view->viewport()->findChild<QLineEdit*>()) target = editor;
+    }
+    if (enter) QTest::keyClick(target, Qt::Key_Return);
+    if (enter) Settle();
+  }
+  static void Fill(QLineEdit* line, const QString& text) {
+    line->selectAll();
+    QTest::keyClicks(line, text);
+  }
+  static QString Cell(RecordSetView* view, int row, const char* field) {
+    return view->Model().index(row, view->Model().ColumnOf(field).value()).data().toString();
+  }
+
+  ScratchFolder folder_;
+  std::string company_ = folder_ / "firma.db";
+  Person person_;
+  std::unique_ptr<DesktopHost> host_;
+  std::unique_ptr<MainWindow> window_;
+};
+
+}  // namespace mox

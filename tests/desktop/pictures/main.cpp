@@ -1,0 +1,100 @@
+// Shows the main places of the window with a made-up company and saves them: mox_desktop_pictures FOLDER.
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDir>
+#include <fstream>
+
+#include "desktop/import_dialog.h"
+#include "desktop/import_window.h"
+#include "tests/desktop/desktop_fixture.h"
+
+namespace {
+
+QString folder;
+
+}  // namespace
+
+namespace mox {
+namespace {
+
+class Pictures : public DesktopTest {
+ protected:
+  Pictures() { window_->resize(1180, 700); }
+  static void Save(QWidget* window, const char* name) {
+    Settle();
+    const QString path = QDir(folder).filePath(QString::fromUtf8(name) + QStringLiteral(".png"));
+    ASSERT_TRUE(window->grab().save(path)) << FromQt(path);
+  }
+  DocumentEditor* Enter(const char* kind, const char* sheet, const char* lines) {
+    DocumentEditor* const editor = New(kind);
+    QApplication::clipboard()->setText(QString::fromUtf8(lines));
+    RecordSetView* const view = Lines(editor, sheet);
+    QTest::keyClick(view, Qt::Key_V, Qt::ControlModifier);
+    view->Model().submit();
+    view->setCurrentIndex(view->Model().index(1, 3));
+    Settle();
+    return editor;
+  }
+};
+
+TEST_F(Pictures, Document) {
+  App().Ini().WriteInteger("GENERAL", "LAGERNEGATIVE", 1);
+  Enter("gotovinski-racun", "Stavke",
+        "\tČaj šipak, 20 vrećica\tkom\t2\t2,39\t0\t0\t0\t25\t0\n"
+        "\tVoda mineralna 1,5 l\tkom\t6\t0,79\t10\t0\t0\t25\t0,07\n"
+        "\tKruh polubijeli\tkom\t1\t1,95\t0\t0\t0\t5\t0\n"
+        "\tSir Gauda\tkg\t0,412\t9,89\t5\t3\t0\t25\t0\n");
+  Save(window_.get(), "document");
+}
+
+TEST_F(Pictures, ListAndReport) {
+  App().Ini().WriteInteger("GENERAL", "LAGERNEGATIVE", 1);
+  for (const char* const lines : {"\tSavjetovanje\tsat\t3\t60\t0\t25\n", "\tOdržavanje\tsat\t8\t45\t10\t25\n",
+                                  "\tObuka korisnika\tdan\t2\t320\t0\t25\n"}) {
+    Press(Enter("racun-usluga", "Usluge", lines), Qt::Key_F9);
+  }
+  window_->ShowDocuments();
+  Save(window_.get(), "documents");
+  window_->ShowReports();
+  Save(window_.get(), "reports");
+  window_->ShowCodebook("partneri");
+  Save(window_.get(), "codebook");
+}
+
+TEST_F(Pictures, Import) {
+  const std::string sheet = folder_ / "kontni plan.csv";
+  std::ofstream(sheet)
+      << "Konto;Opis\n10000;Žiro račun\n;Devizni račun\n10200;Blagajna\n1200;Kupci\n10201;\n10300;Čekovi\n";
+  person_.WillDo([&](QWidget* dialog) {
+    auto* const grid = dynamic_cast<ImportDialog*>(dialog);
+    grid->OpenSheetFile(ToQt(sheet));
+    for (QPushButton* const button : grid->findChildren<QPushButton*>()) {
+      if (button->text() == QStringLiteral("Provjera i uvoz podataka")) button->click();
+    }
+    Save(grid, "import");
+    grid->reject();
+  });
+  CallImportGrid("KONTNIPLAN");
+}
+
+TEST_F(Pictures, LookUp) {
+  person_.WillDo([&](QWidget* dialog) {
+    Save(dialog, "look-up");
+    static_cast<QDialog*>(dialog)->reject();
+  });
+  App().LookUps().LookUp(LookUpForm::kPartner, "");
+}
+
+}  // namespace
+}  // namespace mox
+
+int main(int argc, char** argv) {
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  testing::InitGoogleMock(&argc, argv);
+  if (argc != 2) return 2;
+  folder = QString::fromLocal8Bit(argv[1]);
+  QApplication application(argc, argv);
+  QApplication::setStyle(QStringLiteral("Fusion"));
+  return RUN_ALL_TESTS();
+}

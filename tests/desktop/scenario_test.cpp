@@ -1,0 +1,240 @@
+#include <QClipboard>
+#include <fstream>
+
+#include "desktop/codebook_page.h"
+#include "desktop/import_dialog.h"
+#include "mox/foundation/locale_text.h"
+#include "mox/server/read_services.h"
+#include "tests/desktop/desktop_fixture.h"
+
+namespace mox {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+std::vector<std::string> StoredDocuments() {
+  std::vector<std::string> documents;
+  const auto list = CreateDBDataSet("Dokumenti", "adsList", {});
+  for (const RecordRow& row : list->Rows()) {
+    documents.push_back(row.AsText(row.IndexOf("vrsta")) + " " + row.AsText(row.IndexOf("broj")) + " " +
+                        row.AsText(row.IndexOf("ukupno")));
+  }
+  return documents;
+}
+
+TEST_F(DesktopTest, TypesACashInvoiceAndStoresIt) {
+  DocumentEditor* const editor = New("gotovinski-racun");
+  RecordSetView* const lines = Lines(editor);
+  QTest::keyClick(lines, Qt::Key_Insert);
+  Go(lines, 0, "sifra");
+  Type(lines, "Demo art");  // a part of the name that no other article has
+  EXPECT_EQ(Cell(lines, 0, "sifra"), "1");
+  EXPECT_EQ(Cell(lines, 0, "naziv"), "Demo artikl");
+  EXPECT_EQ(Cell(lines, 0, "pc"), "80,00");
+  EXPECT_EQ(Cell(lines, 0, "ukupno"), "100,00") << "calculated before it is posted";
+  Go(lines, 0, "kolicina");
+  Type(lines, "3", false);
+  EXPECT_EQ(Label(editor, "Za platiti")->text(), "300,00 EUR") << "with every key";
+  QTest::keyClick(lines->viewport()->findChild<QLineEdit*>(), Qt::Key_Return);
+  Settle();
+
+  Press(editor, Qt::Key_F9);
+  EXPECT_THAT(person_.read, Contains(HasSubstr("Upisana količina je veća od količine na lageru!")));
+  EXPECT_FALSE(editor->IsStored());
+  App().Ini().WriteInteger("GENERAL", "LAGERNEGATIVE", 1);
+  person_.WillDo([](QWidget* dialog) {
+    Fill(Line(dialog, "Primljeno"), "250");
+    EXPECT_EQ(Label(dialog, "Za vratiti")->text(), "nedostaje 50,00");
+    Fill(Line(dialog, "Primljeno"), "350");
+    EXPECT_EQ(Label(dialog, "Za vratiti")->text(), "50,00");
+    QTest::keyClick(Line(dialog, "Primljeno"), Qt::Key_Return);
+  });
+  Press(editor, Qt::Key_F9);
+  EXPECT_TRUE(editor->IsStored());
+  EXPECT_TRUE(editor->Title().startsWith("Gotovinski račun 1/"));
+  EXPECT_THAT(StoredDocuments(), ElementsAre("gotovinski-racun 1 300,00"));
+  Type(lines, "9");
+  EXPECT_EQ(Cell(lines, 0, "kolicina"), "3,00") << "what is stored is not edited";
+}
+
+TEST_F(DesktopTest, RefusesALineAndKeepsIt) {
+  DocumentEditor* const editor = New("predracun");
+  RecordSetView* const lines = Lines(editor);
+  QTest::keyClick(lines, Qt::Key_Insert);
+  Go(lines, 0, "kolicina");
+  Type(lines, "2");
+  QTest::keyClick(lines, Qt::Key_Down);  // a new line, before this one has a name
+  EXPECT_THAT(person_.read, Contains(HasSubstr("Polje 'Naziv' nije popunjeno!")));
+  EXPECT_EQ(lines->Model().rowCount(), 1);
+  EXPECT_EQ(Cell(lines, 0, "kolicina"), "2,00");
+  Press(editor, Qt::Key_F9);
+  EXPECT_TRUE(StoredDocuments().empty());
+}
+
+TEST_F(DesktopTest, StoresAThousandPastedLines) {
+  DocumentEditor* const editor = New("racun-usluga");
+  RecordSetView* const lines = Lines(editor, "Usluge");
+  QString text;
+  for (int i = 1; i <= 1000; ++i) text += QStringLiteral("\tUsluga %1\tkom\t1\t10\t0\t25\n").arg(i);
+  QApplication::clipboard()->setText(text);
+  QTest::keyClick(lines, Qt::Key_V, Qt::ControlModifier);
+  Settle();
+  EXPECT_EQ(lines->Model().rowCount(), 1000);
+  EXPECT_EQ(Label(editor, "Za platiti")->text(), "12.500,00 EUR");
+  EXPECT_EQ(Cell(Lines(editor, "Rekapitulacija PDV-a"), 0, "porez"), "2.500,00");
+  Press(editor, Qt::Key_F9);
+  EXPECT_THAT(StoredDocuments(), ElementsAre("racun-usluga 1 12500,00"));
+}
+
+// A preview leaves no trace: what is stored is what the same lines come to when nobody looks.
+TEST_F(DesktopTest, PreviewsWithoutChangingWhatIsCalculated) {
+  DocumentEditor* const editor = New("mat-povratnica-dobavljacu");
+  RecordSetView* const lines = Lines(editor);
+  QTest::keyClick(lines, Qt::Key_Insert);
+  for (const auto& [field, text] : std::initializer_list<std::pair<const char*, const char*>>{
+           {"naziv", "Lim"}, {"kolicina", "1"}, {"fc", "100"}, {"pov_nak", "3"}, {"tbr_stp", "25"}}) {
+    Go(lines, 0, field);
+    Type(lines, text);
+  }
+  ASSERT_TRUE(lines->Model().submit());
+  Document alone("mat-povratnica-dobavljacu");
+  RecordSet& goods = *alone.Goods();
+  goods.Append();
+  for (const auto& [field, value] : std::initializer_list<std::pair<const char*, double>>{
+           {"kolicina", 1}, {"fc", 100}, {"pov_nak", 3}, {"tbr_stp", 25}}) {
+    goods.FieldByName(field).SetFloat(value);
+  }
+  goods.Post();
+  for (const char* const field : {"nfci", "pdvi", "ukupno"}) {
+    const RecordSet& shown = *editor->Content().Goods();
+    EXPECT_EQ(shown.RowAt(0).AsText(*shown.FindFieldIndex(field)), goods.FieldByName(field).AsText())
+        << field;
+  }
+}
+
+TEST_F(DesktopTest, OffersWhatACrashLeft) {
+  DocumentEditor* const editor = New("predracun");
+  RecordSetView* const lines = Lines(editor);
+  QTest::keyClick(lines, Qt::Key_Insert);
+  Go(lines, 0, "naziv");
+  Type(lines, "Stol");
+  Go(lines, 0, "pc");
+  Type(lines, "99,5");
+  Go(lines, 0, "kolicina");
+  Type(lines, "2");
+  Fill(Line(editor, "Poziv na broj") != nullptr ? Line(editor, "Poziv na broj") : Line(editor, "Opis"),
+       "hitno");
+  QTest::keyClick(Line(editor, "Opis"), Qt::Key_Return);
+  editor->SaveDraft();
+
+  // Another window on the same company leaves alone what this one has open.
+  {
+    MainWindow second(*host_);
+    second.OpenCompany(company_);
+    EXPECT_EQ(second.Tabs().count(), 1);
+  }
+  Stop();  // nothing was asked, as when the program is killed
+  person_.WillPress("Da");
+  Start();
+  EXPECT_THAT(person_.read, Contains(HasSubstr("nije dovršen")));
+  auto* const again = dynamic_cast<DocumentEditor*>(window_->Tabs().currentWidget());
+  ASSERT_NE(again, nullptr);
+  EXPECT_EQ(Cell(Lines(again), 0, "naziv"), "Stol");
+  EXPECT_EQ(Line(again, "Opis")->text(), "hitno");
+  EXPECT_EQ(Label(again, "Za platiti")->text(), "199,00 EUR");
+  Press(again, Qt::Key_F9);
+  EXPECT_EQ(StoredDocuments().size(), 1U);
+  person_.read.clear();
+  Stop();
+  Start();
+  EXPECT_TRUE(person_.read.empty()) << "what was stored is offered no more";
+}
+
+TEST_F(DesktopTest, MendsAFaultySheetAndStoresIt) {
+  const std::string sheet = folder_ / "konta.csv";
+  std::ofstream(sheet) << "Konto;Opis\n99991;Prvi\n;Bez konta\n99992;Drugi\n";
+  person_.WillDo([&](QWidget* dialog) {
+    auto* const grid = dynamic_cast<ImportDialog*>(dialog);
+    ASSERT_NE(grid, nullptr);
+    EXPECT_EQ(grid->windowTitle(), "Grid (tablica) za uvoz podataka");
+    EXPECT_EQ(grid->size(), QSize(1008, 696));
+    grid->OpenSheetFile(ToQt(sheet));
+    RecordSetView* const rows = Lines(grid, "Redci za uvoz");
+    const auto press = [grid](const char* caption) {
+      for (QPushButton* const button : grid->findChildren<QPushButton*>()) {
+        if (button->text() == QString::fromUtf8(caption)) return button->click();
+      }
+      ADD_FAILURE() << caption;
+    };
+    press("Provjera i uvoz podataka");
+    EXPECT_EQ(person_.read.back(), "Upozorenje | Uvoz podataka | Pronađene su greške u podacima!");
+    auto* const faults = grid->findChild<QTableView*>(QString(), Qt::FindChildrenRecursively);
+    ASSERT_NE(faults, nullptr);
+    Press(grid, Qt::Key_F8);
+    EXPECT_EQ(rows->Model().rowCount(), 1);
+    Press(grid, Qt::Key_F8);
+    for (QTableView* const list : grid->findChildren<QTableView*>()) {
+      if (list->accessibleName() == QStringLiteral("Pronađene greške")) {
+        EXPECT_EQ(list->model()->index(0, 3).data().toString(), "obavezan podatak nije upisan");
+        QTest::keyClick(list, Qt::Key_Return);
+      }
+    }
+    EXPECT_EQ(rows->currentIndex().row(), 1);
+    EXPECT_EQ(rows->currentIndex().data(Qt::ToolTipRole).toString(), "obavezan podatak nije upisan");
+    Type(rows, "99993");
+    person_.WillPress("Da");
+    press("Provjera i uvoz podataka");
+  });
+  EXPECT_TRUE(CallImportGrid("KONTNIPLAN"));
+  EXPECT_EQ(person_.read.back(), "Obavijest | Uvoz podataka | Uvoz podataka uspješno izvršen.");
+  const auto found = CreateDBDataSet("Kat\\fin_kto", "fin_kto", {{"trazi", Value("Bez konta")}});
+  ASSERT_EQ(found->RowCount(), 1U);
+  EXPECT_EQ(found->RowAt(0).AsText(0), "99993");
+}
+
+TEST_F(DesktopTest, StoresRowsOfACodebookAsTheyAreLeft) {
+  window_->ShowCodebook("jm");
+  QWidget* const page = window_->Tabs().currentWidget();
+  RecordSetView* const rows = Lines(page, "Jedinice mjere");
+  const int before = rows->Model().rowCount();
+  QTest::keyClick(rows, Qt::Key_Insert);
+  Go(rows, before, "naziv");
+  Type(rows, "vreca");
+  ASSERT_TRUE(rows->Model().submit());
+  Settle();
+  EXPECT_EQ(rows->Model().rowCount(), before + 1);
+  const auto stored = CreateDBDataSet("Kat\\jm", "jm", {{"trazi", Value("vreca")}});
+  EXPECT_EQ(stored->RowCount(), 1U);
+}
+
+TEST_F(DesktopTest, AsksForValues) {
+  AppDialogs& dialogs = App().Dialogs();
+  const auto entering = [this](const char* text) {
+    person_.WillDo([text](QWidget* dialog) {
+      auto* const line = dialog->findChild<QLineEdit*>();
+      Fill(line, QString::fromUtf8(text));
+      QTest::keyClick(line, Qt::Key_Return);
+      if (!dialog->isVisible()) return;
+      Fill(line, QStringLiteral("1,5"));  // what was refused stays until it is one
+      QTest::keyClick(line, Qt::Key_Return);
+    });
+  };
+  entering("abc");
+  EXPECT_EQ(dialogs.InputNumber("Naslov", "Broj:", 2), 1.5);
+  entering("1.3.2024");
+  EXPECT_EQ(DateToText(dialogs.InputDate("Naslov", "Dan:", Date{}).value(), CurrentLocale()), "01.03.2024");
+  entering("tekst");
+  EXPECT_EQ(dialogs.InputBox("Naslov", "Tekst:", "staro"), "tekst");
+  person_.WillPress("Odustani");
+  EXPECT_EQ(dialogs.InputText("Naslov", "Tekst:", "staro"), std::nullopt);
+  person_.WillPress("Ne");
+  EXPECT_EQ(ShowVelorDialog(TVCustomDialogType::kConfirmation, "Potvrda", "Naslov", "Pitanje?"), kDialogNo);
+  EXPECT_EQ(person_.read.back(), "Potvrda | Naslov | Pitanje?");
+  EXPECT_EQ(ShowVelorDialog(TVCustomDialogType::kConfirmation, "Potvrda", "Naslov", "Pitanje?"), kDialogYes);
+  EXPECT_EQ(ShowVelorDialog(TVCustomDialogType::kError, "Greška", "Naslov", "Poruka"), 0);
+}
+
+}  // namespace
+}  // namespace mox
