@@ -141,7 +141,7 @@ std::string Order(const CodebookShape& shape) {
   std::string order;
   if (shape.codebook->numbered.empty()) {
     for (const std::string_view name : shape.codebook->key) {
-      order += shape.expressions[shape.IndexOf(name)] + ", ";
+      order += shape.expressions[shape.IndexOf(name)] + " NULLS FIRST, ";
     }
   }
   return order + "t.id";

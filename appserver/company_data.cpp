@@ -213,10 +213,10 @@ void CompanyData::AppendAll(RecordSet& answer) const {
   }
   for (const AccountField& field : AccountFields()) {
     const RecordSet stored = database_.Query(
-        "racun", ParseColumns("vrijednost"),
+        "racun", ParseColumns(field.is_flag ? "vrijednost:boolean" : "vrijednost"),
         "SELECT " + std::string(field.column) + " FROM integracije_racuni WHERE user_id = ''");
     Value value = stored.IsEmpty() ? Value() : stored.AsVariant(0);
-    if (field.is_flag) value = std::string(stored.AsText(0) == "1" ? "true" : "false");
+    if (field.is_flag) value = std::string(stored.AsBoolean(0) ? "true" : "false");
     if (field.is_secret) value = std::string(stored.AsText(0).empty() ? "" : "(postavljen)");
     if (auto* const text = std::get_if<std::string>(&value)) {
       Secrets secrets;

@@ -31,6 +31,7 @@ class DatabaseConnection {
       return action();
     } catch (const soci::soci_error& error) {
       const std::string reason = dialect_.Explain(error, session_, location_);
+      undone_ = dialect_.Recover(session_) || undone_;
       if (dialect_.IsFailure(error)) throw DatabaseUnavailable(location_.ToString() + ": " + reason);
       Refuse(reason);
     }
@@ -48,10 +49,32 @@ class DatabaseConnection {
     dialect_.SetLongestWait(session_, longest_wait_);
   }
   void BeginRead() { Execute(dialect_.BeginRead()); }
-  void BeginWrite() { Execute(dialect_.BeginWrite()); }
-  void Commit() { Execute("COMMIT"); }
+  /// In a transaction of its own, or in the one that is there already.
+  void BeginWrite(Writing writing = Writing::kAlone) {
+    if (depth_++ > 0) return;
+    undone_ = false;
+    writing_ = dialect_.LetsOthersWrite() ? writing : Writing::kAlone;
+    try {
+      Execute(dialect_.BeginWrite(writing_));
+    } catch (...) {
+      RollBack();
+      throw;
+    }
+  }
+  /// Refuses where the engine had to undo something on the way, whoever has caught the error.
+  void Commit() {
+    if (undone_) Refuse("the transaction has failed before");
+    if (depth_ == 1) Execute("COMMIT");
+    --depth_;
+  }
+  bool WritesBesideOthers() const { return depth_ > 0 && writing_ == Writing::kBesideOthers; }
   /// Also where the engine has ended the transaction by itself, as it does when the disk is full.
   void RollBack() noexcept {
+    if (depth_ > 0) --depth_;
+    if (depth_ > 0) {
+      undone_ = true;
+      return;
+    }
     try {
       session_ << "ROLLBACK";
     } catch (const soci::soci_error&) {
@@ -74,6 +97,9 @@ class DatabaseConnection {
  private:
   DatabaseLocation location_;
   const Dialect& dialect_;
+  int depth_ = 0;        // of write transactions
+  bool undone_ = false;  // something that the transaction stored
+  Writing writing_ = Writing::kAlone;
   int longest_wait_ = 0;  // milliseconds, where it was set
   soci::session session_;
 };

@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "appserver/connection.h"
+#include "appserver/copy_rows.h"
 #include "appserver/migrations.h"
+#include "appserver/row_copy.h"
 #include "appserver/sql_text.h"
 #include "appserver/statement_impl.h"
 #include "mox/foundation/text.h"
@@ -148,15 +150,51 @@ void Database::Check() {
   if (!damages.empty()) connection_->Refuse("the file is damaged: " + damages.front());
 }
 
-void Database::BackUp(const std::string& to) { connection_->dialect().BackUp(*connection_, to); }
+void Database::BackUp(const std::string& to) {
+  if (location().IsFile()) return connection_->dialect().BackUp(*connection_, to);
+  const ReadTransaction snapshot(*this);
+  SqliteDialect().Create(DatabaseLocation(to), [&](DatabaseConnection& copy) { FillCopy(copy); });
+}
 
 std::string Database::Restore(const DatabaseLocation& location) {
-  return connection_->dialect().Restore(*connection_, location);
+  if (!this->location().IsFile()) connection_->Refuse("a copy is a file, made by mox db backup");
+  if (location.IsFile()) return connection_->dialect().Restore(*connection_, location);
+  const ReadTransaction snapshot(*this);
+  return PostgresqlDialect().Replace(location, [&](DatabaseConnection& copy) { FillCopy(copy); });
+}
+
+// Gives an empty database all rows of this one.
+void Database::FillCopy(DatabaseConnection& copy) {
+  Check();
+  if (SchemaVersion() != NewestVersion())
+    connection_->Refuse("is of an older version; open it for writing with this program first");
+  FillNewDatabase(copy, WithDemo::kNo);
+  Database target(std::shared_ptr<DatabaseConnection>(&copy, [](DatabaseConnection*) {}));
+  WriteTransaction transaction(target);
+  CopyRows(*this, target);
+  copy.Run([&] { copy.dialect().GoOnBehindKeys(copy.session()); });
+  transaction.Commit();
 }
 
 std::size_t Database::MostParameters() const { return connection_->dialect().MostParameters(); }
 
 // --- transactions ---
+
+bool Database::WritesBesideOthers() const { return connection_->WritesBesideOthers(); }
+
+void Database::Claim(std::vector<std::string> names) {
+  if (!WritesBesideOthers()) return;
+  std::sort(names.begin(), names.end());
+  connection_->Run([&] { connection_->dialect().Claim(connection_->session(), names); });
+}
+
+void Database::KeepSoFar() {
+  connection_->Run([&] { connection_->dialect().KeepSoFar(connection_->session()); });
+}
+
+std::unique_ptr<RowCopy> Database::CopyInto(std::string_view table, const std::vector<std::string>& columns) {
+  return connection_->dialect().CopyInto(*connection_, table, columns);
+}
 
 ReadTransaction::ReadTransaction(Database& database) : database_(database) {
   database_.connection_->BeginRead();
@@ -164,8 +202,8 @@ ReadTransaction::ReadTransaction(Database& database) : database_(database) {
 
 ReadTransaction::~ReadTransaction() { database_.connection_->RollBack(); }
 
-WriteTransaction::WriteTransaction(Database& database) : database_(database) {
-  database_.connection_->BeginWrite();
+WriteTransaction::WriteTransaction(Database& database, Writing writing) : database_(database) {
+  database_.connection_->BeginWrite(writing);
 }
 
 WriteTransaction::~WriteTransaction() {

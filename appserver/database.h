@@ -19,6 +19,7 @@ namespace mox {
 class DatabaseConnection;  // what knows the engine, in connection.h
 struct SchemaFamily;       // what a database holds, in migrations.h
 class Dialect;             // what differs between engines, in dialect.h
+class RowCopy;             // rows that are stored together, in row_copy.h
 
 /// The columns of an answer: names with their kinds, in order.
 using Columns = std::vector<FieldDef>;
@@ -37,6 +38,11 @@ const FieldDef* FindColumn(const Columns& columns, std::string_view name);
 /// Whether a new database begins with a made-up company, its partners and an article, or with reference data
 /// alone.
 enum class WithDemo : std::uint8_t { kNo, kYes };
+
+/// Who else may store while a transaction does. Where others may, they are such transactions too, and each
+/// claims what nobody is to change meanwhile (Database::Claim); an engine that lets one program write at a
+/// time lets nobody.
+enum class Writing : std::uint8_t { kAlone, kBesideOthers };
 
 /// A company database: one file with a versioned schema. An object is used by one thread; any number of
 /// processes may use one file at the same time.
@@ -97,7 +103,8 @@ class Database {
   /// What is damaged and which references lead nowhere, a line each and so many at most.
   std::vector<std::string> FindDamages(int most);
   /// Copies the database to a file whose name is free, as it is at this moment, while others read and write
-  /// it. The copy is checked, appears whole or not at all, and is its owner's alone. Raises DatabaseError.
+  /// it. The copy is checked, appears whole or not at all, and is its owner's alone. Of a company on a server
+  /// it is a file like any other company database. Raises DatabaseError.
   void BackUp(const std::string& to);
   /// Puts what this database holds in the place of another one, or of a file that is damaged or missing: at
   /// once, checked before, and with nothing left of the old one beside it. Raises DatabaseError where other
@@ -107,10 +114,25 @@ class Database {
   /// Reads the whole file; raises DatabaseError that says what is damaged.
   void Check();
 
+  /// Whether others may be storing beside the present write transaction.
+  bool WritesBesideOthers() const;
+  /// Waits until nobody else has claimed these, and keeps them until the transaction ends. So that no two
+  /// wait for each other they are claimed in this order: the document that is cancelled, "storno/ID"; the
+  /// numbers, "dok/KIND/YEAR"; articles, "art/ID"; partners, "par/ID"; a user's links, "veze/USER"; several
+  /// of one sort in one call. Nothing where nobody else can be storing. Raises DatabaseUnavailable.
+  void Claim(std::vector<std::string> names);
+  /// What was stored so far in the present write transaction stays when what follows is refused; it is not
+  /// committed then all the same. An engine that undoes one statement alone needs nothing.
+  void KeepSoFar();
+  /// Null where rows are stored as fast by one statement for each.
+  std::unique_ptr<RowCopy> CopyInto(std::string_view table, const std::vector<std::string>& columns);
+
   /// How many values one statement may be given.
   std::size_t MostParameters() const;
 
  private:
+  void FillCopy(DatabaseConnection& copy);
+
   friend class WriteTransaction;
   friend class ReadTransaction;
   explicit Database(std::shared_ptr<DatabaseConnection> connection) : connection_(std::move(connection)) {}
@@ -134,7 +156,7 @@ class [[nodiscard]] ReadTransaction {
 class [[nodiscard]] WriteTransaction {
  public:
   /// Raises DatabaseUnavailable.
-  explicit WriteTransaction(Database& database);
+  explicit WriteTransaction(Database& database, Writing writing = Writing::kAlone);
   /// Rolls back what was not committed.
   ~WriteTransaction();
   WriteTransaction(const WriteTransaction&) = delete;

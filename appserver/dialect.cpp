@@ -7,8 +7,7 @@
 namespace mox {
 
 const Dialect& DialectOf(DatabaseLocation::Kind kind) {
-  if (kind == DatabaseLocation::Kind::kFile) return SqliteDialect();
-  throw DatabaseError("PostgreSQL is not part of this program");
+  return kind == DatabaseLocation::Kind::kFile ? SqliteDialect() : PostgresqlDialect();
 }
 
 FieldDef FieldOfColumn(std::string name, std::string_view declared_type, bool required) {

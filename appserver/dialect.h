@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "appserver/database.h"
+#include "appserver/row_copy.h"
 #include "appserver/soci_headers.h"
 
 namespace mox {
@@ -16,6 +17,18 @@ namespace mox {
 struct SearchIndex;
 struct SearchQuery;
 struct ValueSlot;  // in statement.h
+
+/// What stands for the column types of the schema files.
+struct ColumnTypes {
+  std::string_view key;               ///< of the column that is the table's integer primary key
+  std::string_view behind_text = {};  ///< follows the type of a text: texts are sorted by their bytes
+};
+
+/// What a statement did.
+struct Executed {
+  std::int64_t changed = 0;                 ///< rows that the last change of the connection was about
+  std::optional<std::int64_t> answer = {};  ///< the first value that it answered, of an integer
+};
 
 /// All that differs between database engines. Everything else is portable SQL through SOCI.
 class Dialect {
@@ -43,12 +56,24 @@ class Dialect {
   virtual std::string Fold(std::string_view expression) const = 0;
   /// The date so many days after another one, of whole days.
   virtual std::string DaysAfter(std::string_view date, std::string_view days) const = 0;
-  /// The type of a column that is the table's integer primary key.
-  virtual std::string_view KeyType() const = 0;
+  /// What the engine has for the column types of the schema.
+  virtual ColumnTypes Types() const = 0;
   /// Begins a transaction whose queries all see the same state.
   virtual std::string_view BeginRead() const = 0;
-  /// Begins a transaction that no other writer can disturb.
-  virtual std::string_view BeginWrite() const = 0;
+  /// Begins a transaction that no other writer can disturb, or none but those begun as beside others.
+  virtual std::string_view BeginWrite(Writing writing) const = 0;
+  /// Whether several can write at once.
+  virtual bool LetsOthersWrite() const = 0;
+  /// Has these names, which are sorted, for the transaction alone. Raises soci_error.
+  virtual void Claim(soci::session& session, const std::vector<std::string>& names) const = 0;
+  /// What Recover undoes begins here. Raises soci_error.
+  virtual void KeepSoFar(soci::session& session) const = 0;
+  /// Null for an engine that stores rows as fast by one statement for each.
+  virtual std::unique_ptr<RowCopy> CopyInto(DatabaseConnection& connection, std::string_view table,
+                                            const std::vector<std::string>& columns) const = 0;
+  /// After a failure: makes a write transaction usable where the engine needs that, which undoes what it has
+  /// stored. Answers whether it did.
+  virtual bool Recover(soci::session& session) const = 0;
   virtual std::size_t MostParameters() const = 0;
 
   /// Statements that make an index of that name over the texts of a table.
@@ -73,18 +98,25 @@ class Dialect {
   /// Puts what an open copy holds in the place of a database, which stays under the name that is answered.
   /// Raises soci_error, DatabaseError.
   virtual std::string Restore(DatabaseConnection& copy, const DatabaseLocation& location) const = 0;
+  /// Creates a database in the place of one that may be there and has it filled; the old one stays under the
+  /// name that is answered, empty where there was none. Raises DatabaseError.
+  virtual std::string Replace(const DatabaseLocation& location,
+                              const std::function<void(DatabaseConnection& connection)>& fill) const = 0;
+  /// New rows get keys behind those that rows were stored with. Raises soci_error.
+  virtual void GoOnBehindKeys(soci::session& session) const = 0;
   /// What the engine's full check finds, so many findings at most; empty where all is well.
   virtual std::vector<std::string> FindDamages(soci::session& session, int most) const = 0;
 
   /// Executes a prepared statement with the values of its parameters, in their order, and passes over what it
-  /// answers. For a row of an insert the exchange of values that SOCI makes of each parameter would cost half
-  /// as much as the insert itself. Answers how many rows the last change of the connection was about. Raises
-  /// soci_error.
-  virtual std::int64_t Execute(soci::statement& statement, std::span<const ValueSlot> parameters) const = 0;
-  /// How many columns a prepared statement answers.
-  virtual std::size_t ColumnCount(soci::statement& statement) const = 0;
+  /// answers but for its first value. For a row of an insert the exchange of values that SOCI makes of each
+  /// parameter would cost half as much as the insert itself. Raises soci_error.
+  virtual Executed Execute(soci::statement& statement, std::span<const ValueSlot> parameters) const = 0;
+  /// How many columns a prepared statement answers; none where the engine tells it of executed ones only.
+  virtual std::optional<std::size_t> ColumnCount(soci::statement& statement, bool is_executed) const = 0;
   /// Ends a statement whose rows were not all fetched.
   virtual void Reset(soci::statement& statement) const = 0;
+  /// Whether columns may be BLOBs.
+  virtual bool StoresBinaries() const = 0;
   /// Whether the database failed, where otherwise it refused what it was given.
   virtual bool IsFailure(const soci::soci_error& error) const = 0;
   /// What went wrong with the database there, for people, on one line.
@@ -96,6 +128,7 @@ class Dialect {
 };
 
 const Dialect& SqliteDialect();
+const Dialect& PostgresqlDialect();
 const Dialect& DialectOf(DatabaseLocation::Kind kind);
 
 /// The kind and size of a column that is declared so: "NUMERIC(19,4)" is a currency, "VARCHAR(20)" a text of

@@ -113,6 +113,12 @@ class Sqlite : public Dialect {
     return ReplaceSqlite(temporary, path);
   }
 
+  std::string Replace(const DatabaseLocation& location,
+                      const std::function<void(DatabaseConnection&)>& /*fill*/) const override {
+    throw DatabaseError(location.ToString() + ": a file is replaced by a file");
+  }
+  void GoOnBehindKeys(soci::session& /*session*/) const override {}
+
   void OpenInMemory(soci::session& session) const override { session.open(soci::sqlite3, "db=:memory:"); }
 
   std::optional<int> SchemaVersion(soci::session& session) const override {
@@ -141,9 +147,17 @@ class Sqlite : public Dialect {
     return "date(" + std::string(date) + ", CAST(" + std::string(days) + " AS INTEGER) || ' days')";
   }
 
-  std::string_view KeyType() const override { return "INTEGER PRIMARY KEY"; }
+  ColumnTypes Types() const override { return {.key = "INTEGER PRIMARY KEY"}; }
   std::string_view BeginRead() const override { return "BEGIN"; }
-  std::string_view BeginWrite() const override { return "BEGIN IMMEDIATE"; }
+  std::string_view BeginWrite(Writing /*writing*/) const override { return "BEGIN IMMEDIATE"; }
+  bool LetsOthersWrite() const override { return false; }
+  void Claim(soci::session& /*session*/, const std::vector<std::string>& /*names*/) const override {}
+  void KeepSoFar(soci::session& /*session*/) const override {}
+  std::unique_ptr<RowCopy> CopyInto(DatabaseConnection& /*connection*/, std::string_view /*table*/,
+                                    const std::vector<std::string>& /*columns*/) const override {
+    return nullptr;
+  }
+  bool Recover(soci::session& /*session*/) const override { return false; }
   std::size_t MostParameters() const override { return 32'766; }
 
   // The folded texts of a row by three letters, in NAME. Rows above the last one there are not in it yet;
@@ -228,7 +242,7 @@ class Sqlite : public Dialect {
     return FindSqliteDamages(session, most);
   }
 
-  std::int64_t Execute(soci::statement& statement, std::span<const ValueSlot> parameters) const override {
+  Executed Execute(soci::statement& statement, std::span<const ValueSlot> parameters) const override {
     sqlite_api::sqlite3_stmt* const prepared = Backend(statement).stmt_;
     int result = SQLITE_OK;
     for (std::size_t i = 0; i < parameters.size() && result == SQLITE_OK; ++i) {
@@ -241,11 +255,14 @@ class Sqlite : public Dialect {
       sqlite_api::sqlite3_reset(prepared);
       throw soci::sqlite3_soci_error(message, result);
     }
+    Executed executed;
+    if (result == SQLITE_ROW) executed.answer = sqlite_api::sqlite3_column_int64(prepared, 0);
     sqlite_api::sqlite3_reset(prepared);
-    return sqlite_api::sqlite3_changes(database);
+    executed.changed = sqlite_api::sqlite3_changes(database);
+    return executed;
   }
 
-  std::size_t ColumnCount(soci::statement& statement) const override {
+  std::optional<std::size_t> ColumnCount(soci::statement& statement, bool /*is_executed*/) const override {
     return static_cast<std::size_t>(Backend(statement).prepare_for_describe());
   }
 
@@ -253,6 +270,7 @@ class Sqlite : public Dialect {
     sqlite_api::sqlite3_reset(Backend(statement).stmt_);
   }
 
+  bool StoresBinaries() const override { return true; }
   bool IsFailure(const soci::soci_error& error) const override {
     constexpr int kFailures[] = {SQLITE_BUSY,   SQLITE_LOCKED,  SQLITE_NOMEM, SQLITE_READONLY,
                                  SQLITE_IOERR,  SQLITE_CORRUPT, SQLITE_FULL,  SQLITE_CANTOPEN,
@@ -278,7 +296,7 @@ class Sqlite : public Dialect {
       case SQLITE_BUSY:
       case SQLITE_LOCKED:
       case SQLITE_PROTOCOL:
-        return "another program keeps the file locked; try again when it has finished";
+        return "another program keeps the database locked; try again when it has finished";
       default:
         return message;
     }

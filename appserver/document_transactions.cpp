@@ -77,12 +77,21 @@ const DocumentKind& ReadKind(const RecordSet& header) {
   RefuseHeader(header, "vrsta", '"' + name + "\" is no kind of document");
 }
 
+// The first of a kind and year goes on behind the documents that are there, whoever stored them.
 std::int64_t NextNumber(Database& database, const DocumentKey& key) {
-  const RecordSet next =
-      database.Query("broj", ParseColumns("broj:integer"),
-                     "SELECT COALESCE(MAX(broj), 0) + 1 FROM dok WHERE vrsta = :vrsta AND godina = :godina",
-                     {std::string(key.kind->name), key.godina});
-  return next.AsInteger(0);
+  const Value values[] = {std::string(key.kind->name), key.godina};
+  return database
+      .PrepareWith(
+          "INSERT INTO dok_brojac (vrsta, godina, zadnji) VALUES (:vrsta, :godina, 1 + COALESCE("
+          "(SELECT MAX(broj) FROM dok WHERE vrsta = :vrsta AND godina = :godina), 0)) "
+          "ON CONFLICT (vrsta, godina) DO UPDATE SET zadnji = dok_brojac.zadnji + 1 RETURNING zadnji",
+          values)
+      .ExecuteForKey();
+}
+
+// Until the document is stored: an attempt under the same key, and who gives its number, wait.
+void ClaimNumbers(Database& database, const DocumentKey& key) {
+  database.Claim({"dok/" + std::string(key.kind->name) + '/' + std::to_string(key.godina)});
 }
 
 // Under the next number of its kind and year.
@@ -100,10 +109,11 @@ void MakePendingLinks(Database& database, const DocumentKey& key, const RecordSe
   if (!user_field || header.IsNull(*user_field)) return;
   const std::string user = header.AsText(*user_field);
   const std::string tip(key.kind->tip);
+  database.Claim({"veze/" + user});
   database.Execute(
       "INSERT INTO dok_veze (parent_table, parent_column, parent_doc_id, child_tip, child_doc_id) "
-      "SELECT v.parent_table, v.parent_column, v.parent_doc_id, v.child_tip, d.id "
-      "FROM dok_veze_kasnije v JOIN dok d ON d.id = :dok_id "
+      "SELECT v.parent_table, v.parent_column, v.parent_doc_id, v.child_tip, CAST(:dok_id AS BIGINT) "
+      "FROM dok_veze_kasnije v "
       "WHERE v.user_id = :user_id AND v.child_tip = :child_tip ORDER BY v.id",
       {key.id, user, tip});
   database.Execute("DELETE FROM dok_veze_kasnije WHERE user_id = :user_id AND child_tip = :child_tip",
@@ -296,6 +306,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   CheckSorts(kind, sent);
   CheckSortsOfLines(sent);
   CheckQuantities(kind, header, sent);
+  ClaimNumbers(database, key);
   const std::string digest = DigestOfAttempt(header, sent);
   if (auto stored = StoredBefore(database, header, key, digest)) return stored;
   TableRule header_rule = transaction.FindRule("Zaglavlje")->table;
@@ -392,6 +403,8 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
                  "document " + std::to_string(id) + " is of no known kind, \"" + original->vrsta + '"');
   }
   DocumentKey key = ReadKey(asked, StornoKindOf(*original->kind));
+  database.Claim({"storno/" + std::to_string(id)});
+  ClaimNumbers(database, key);
   const std::string digest = DigestOfAttempt(asked, sent);
   if (auto stored = StoredBefore(database, asked, key, digest)) return stored;
   RequireCancellable(database, *original, asked);
@@ -474,14 +487,16 @@ const NamedTransaction kTransactions[] = {
       {"Rekapitulacija", {"dok_porezi", UnknownFields::kIgnore, {}, "rb"}, false},
       {"DokDobavljaca", {"dok_dobavljac"}, false},
       {kConfirmations, {"otvorene_stavke"}, false, "saldo:currency"}},
-     InsertDocument},
+     InsertDocument,
+     Writing::kBesideOthers},
 
     {"DokumentStorno",
      "cancels a stored document, stornira_id, by its exact mirror under a number of its own; once",
      {{.name = "Zaglavlje",
        .table = {.table = "dok", .told = {Told(kStockMayBeNegative)}},
        .refused = WithOwnFields({{"vrsta", kOfTheOriginal}, {"ukupno", kOfTheOriginal}})}},
-     InsertStorno},
+     InsertStorno,
+     Writing::kBesideOthers},
 };
 
 }  // namespace

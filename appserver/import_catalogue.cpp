@@ -245,7 +245,7 @@ std::string ImportLookupSql(const ImportLookup& lookup, bool folded, std::size_t
   std::string sql = "SELECT " + lookup.selected + " FROM " + lookup.table + " WHERE ";
   sql += folded ? "fold(" + lookup.matched + ")" : lookup.matched;
   for (std::size_t i = 0; i < values; ++i) sql += (i == 0 ? " IN (:v" : ", :v") + std::to_string(i);
-  return sql + ")";
+  return sql + ") ORDER BY " + (folded ? "fold(" + lookup.matched + ")" : lookup.matched) + ", id";
 }
 
 }  // namespace mox

@@ -16,7 +16,7 @@ KeyRule TaxRate(std::string_view field) {
           "tbr",
           {{"stopa", field}},
           "CASE WHEN t.drzava_id = (SELECT h.id FROM drzave h WHERE h.oznaka = 'HR') THEN 0 ELSE 1 END, "
-          "CASE WHEN t.vrijedi_do IS NULL THEN 0 ELSE 1 END, t.vrijedi_od DESC, t.id"};
+          "CASE WHEN t.vrijedi_do IS NULL THEN 0 ELSE 1 END, t.vrijedi_od DESC NULLS LAST, t.id"};
 }
 
 KeyRule Subgroup() {

@@ -44,6 +44,7 @@ std::vector<std::string> MakeSearchIndex(const Dialect& dialect, std::string_vie
 
 void RunFile(DatabaseConnection& connection, const SchemaFile& file) {
   const Dialect& dialect = connection.dialect();
+  const ColumnTypes types = dialect.Types();
   const auto fold = [&](std::string_view expression) { return dialect.Fold(expression); };
   const auto days_after = [&](std::string_view arguments) {
     const std::size_t comma = arguments.find(',');  // behind a column
@@ -55,7 +56,7 @@ void RunFile(DatabaseConnection& connection, const SchemaFile& file) {
         for (const std::string& sql : MakeSearchIndex(dialect, statement)) connection.Execute(sql);
         continue;
       }
-      const std::string typed = ReplaceKeyType(statement, dialect.KeyType());
+      const std::string typed = ReplaceTypes(statement, types.key, types.behind_text);
       connection.Execute(ReplaceCalls(ReplaceFold(typed, fold), "days_after", days_after));
     }
   } catch (const DatabaseError& error) {
@@ -96,6 +97,8 @@ const std::vector<SchemaFile>& SchemaFiles() {
   }();
   return files;
 }
+
+int NewestVersion() { return NewestOf(SchemaFiles()); }
 
 const SchemaFamily& CompanySchema() {
   static const SchemaFamily family = {"company database", "drzave", SchemaFiles()};

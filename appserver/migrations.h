@@ -30,6 +30,9 @@ struct SchemaFamily {
 };
 const SchemaFamily& CompanySchema();
 
+/// The newest version of a company database.
+int NewestVersion();
+
 /// Gives a new database the tables of its schema.
 void FillNewDatabase(DatabaseConnection& connection, const SchemaFamily& family);
 /// Raises DatabaseError for a database of another schema, and for one of another program.

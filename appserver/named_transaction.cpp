@@ -80,17 +80,24 @@ std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction
     if (rule.required && sent.Find(rule.name) == nullptr) RefuseSet(rule.name, "is missing");
   }
 
-  WriteTransaction guard(database);
   std::optional<RecordSet> stored;
-  if (transaction.handler != nullptr) {
-    stored = transaction.handler(transaction, database, sent);
-  } else {
-    for (const RecordSet& records : sent.All()) {
-      StoreRecords(database, records, transaction.FindRule(records.Name())->table);
+  bool beside_others = false;
+  {
+    WriteTransaction guard(database, transaction.writing);
+    beside_others = database.WritesBesideOthers();
+    if (transaction.handler != nullptr) {
+      stored = transaction.handler(transaction, database, sent);
+    } else {
+      for (const RecordSet& records : sent.All()) {
+        StoreRecords(database, records, transaction.FindRule(records.Name())->table);
+      }
     }
+    // Items of others may get lower keys and appear later, so that sums up to a key wait for a moment without
+    // others.
+    if (!beside_others) KeepBalances(database);
+    if (ending == Ending::kCommit) guard.Commit();
   }
-  KeepBalances(database);
-  if (ending == Ending::kCommit) guard.Commit();
+  if (beside_others && ending == Ending::kCommit) CatchUpBalances(database);
   return stored;
 }
 

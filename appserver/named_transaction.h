@@ -63,6 +63,8 @@ struct NamedTransaction {
   std::string_view summary;
   std::vector<RecordSetRule> record_sets;
   WriteHandler handler = nullptr;
+  /// Whether its handler claims all that must not change meanwhile, so that others may store beside it.
+  Writing writing = Writing::kAlone;
 
   /// Null where there is none.
   const RecordSetRule* FindRule(std::string_view record_set) const;

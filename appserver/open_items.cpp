@@ -64,6 +64,7 @@ std::optional<Date> OpenItem(Database& database, const SentRecordSets& sent, std
       "WHERE d.id = :id AND NOT d.placeno_odmah",
       {doc_id});
   if (document.IsEmpty() || document.AsCurrency(1).IsZero()) return std::nullopt;
+  database.Claim({"par/" + document.AsText(0)});
   CheckCredit(database, sent, document.AsInteger(0), document.AsCurrency(1));
   const Date due = document.IsNull(3) ? DueDate(document.AsDate(2), document.AsFloat(4)) : document.AsDate(3);
   if (document.IsNull(3)) {
@@ -82,10 +83,10 @@ void CloseItem(Database& database, std::int64_t cancelled_id, std::int64_t storn
   database.Execute(
       "INSERT INTO otvorene_stavke (par_id, skl_id, opis, datum_pp, duguje, br_dok, datum_dok, datum_dos, "
       "poziv_na_br, dok_id) "
-      "SELECT o.par_id, o.skl_id, 'Storno', s.datum, -o.duguje, o.br_dok, s.datum, o.datum_dos, "
-      "o.poziv_na_br, "
-      "s.id FROM otvorene_stavke o, dok s WHERE o.dok_id = :cancelled AND o.duguje <> 0 AND s.id = :storno",
-      {cancelled_id, storno_id});
+      "SELECT o.par_id, o.skl_id, 'Storno', (SELECT s.datum FROM dok s WHERE s.id = :storno), -o.duguje, "
+      "o.br_dok, (SELECT s.datum FROM dok s WHERE s.id = :storno), o.datum_dos, o.poziv_na_br, "
+      "CAST(:storno AS BIGINT) FROM otvorene_stavke o WHERE o.dok_id = :cancelled AND o.duguje <> 0",
+      {storno_id, cancelled_id});
 }
 
 }  // namespace mox

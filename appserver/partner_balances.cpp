@@ -15,6 +15,21 @@ void KeepBalances(Database& database) {
       "WHERE stavka_id < (SELECT MAX(id) FROM otvorene_stavke)");
 }
 
+void CatchUpBalances(Database& database) {
+  constexpr std::int64_t kMany = 1000;
+  try {
+    const RecordSet behind = database.Query(
+        "stavke", ParseColumns("n:integer"),
+        "SELECT COALESCE((SELECT MAX(id) FROM otvorene_stavke), 0) - (SELECT stavka_id FROM par_saldo_do)");
+    if (behind.AsInteger(0) <= kMany) return;
+    WriteTransaction guard(database);
+    KeepBalances(database);
+    guard.Commit();
+  } catch (const DatabaseError&) {
+    return;  // somebody else will
+  }
+}
+
 void SumBalancesAnew(Database& database) {
   database.Execute("DELETE FROM par_saldo");
   database.Execute("UPDATE par_saldo_do SET stavka_id = 0");

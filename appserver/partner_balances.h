@@ -14,6 +14,9 @@ namespace mox {
 /// Adds the items that came since to the kept sums. Runs at the end of each writing transaction; costs
 /// nothing worth mentioning where there are none.
 void KeepBalances(Database& database);
+/// The same in a transaction of its own where items have gathered that were stored beside others; nothing
+/// where the database is not to be had now.
+void CatchUpBalances(Database& database);
 
 /// Sums all items anew, after some were taken away.
 void SumBalancesAnew(Database& database);

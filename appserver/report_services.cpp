@@ -45,7 +45,7 @@ std::string Whole(std::string_view amount) {
   return "CAST(ROUND(COALESCE(" + std::string(amount) + ", 0) * 10000) AS BIGINT)";
 }
 std::string WholeQuantity(std::string_view quantity) {
-  return "CAST(ROUND(COALESCE(" + std::string(quantity) + ", 0) * 1000000) AS BIGINT)";
+  return "CAST(ROUND(CAST(COALESCE(" + std::string(quantity) + ", 0) * 1000000 AS NUMERIC)) AS BIGINT)";
 }
 
 // What a line costs, in the field that its kind of document names.
@@ -133,6 +133,13 @@ std::string KeyNames(const Grouping& grouping) {
   for (const KeyColumn& key : grouping.keys) names += (names.empty() ? "k_" : ", k_") + std::string(key.name);
   return names;
 }
+// What has no value comes first, as not every engine has it by itself.
+std::string OrderOf(const Grouping& grouping) {
+  std::string order;
+  for (const KeyColumn& key : grouping.keys)
+    order += (order.empty() ? "k_" : ", k_") + std::string(key.name) + " NULLS FIRST";
+  return order;
+}
 // The columns of an answer up to the first that is no key, null where the grouping does not have them.
 std::string SelectKeys(const Grouping& grouping, std::string_view columns) {
   std::string sql;
@@ -152,6 +159,8 @@ constexpr std::string_view kTurnoverColumns =
     "osnovica:currency,porez:currency,naknade:currency,gotovina:currency,bezgotovinski:currency,ukupno:"
     "currency";
 
+const std::string kNone = "CAST(NULL AS BIGINT)";
+
 // A row for each document, each line or each rate: keys, id, znak, odmah, kolicina, osnovica, porez, iznos.
 std::string TurnoverRows(const Grouping& grouping) {
   const std::string document =
@@ -164,20 +173,20 @@ std::string TurnoverRows(const Grouping& grouping) {
            ") FROM dok_porezi p WHERE p.dok_id = d.id), 0)";
   };
   if (grouping.name == "artikl") {
-    return "SELECT " + DefineKeys(grouping) + document + WholeQuantity("s.kolicina") +
-           " AS kolicina, NULL AS osnovica, NULL AS porez, " + LineTotal() + " AS iznos" + from +
+    return "SELECT " + DefineKeys(grouping) + document + WholeQuantity("s.kolicina") + " AS kolicina, " +
+           kNone + " AS osnovica, " + kNone + " AS porez, " + LineTotal() + " AS iznos" + from +
            "CROSS JOIN dok_stavke s " + where + " AND s.dok_id = d.id";
   }
   if (grouping.name == "stopa") {
     // Fees carry no tax, so they have a row without a rate.
-    return "SELECT " + DefineKeys(grouping) + document + "NULL AS kolicina, " + Whole("p.osnovica") +
+    return "SELECT " + DefineKeys(grouping) + document + kNone + " AS kolicina, " + Whole("p.osnovica") +
            " AS osnovica, " + Whole("p.porez") + " AS porez, " + Whole("p.osnovica") + " + " +
            Whole("p.porez") + " AS iznos" + from + "CROSS JOIN dok_porezi p " + where +
            " AND p.dok_id = d.id UNION ALL SELECT NULL, " + document + "NULL, 0, 0, " + Whole("d.ukupno") +
            " - " + tax("osnovica") + " - " + tax("porez") + from + where + " AND " + Whole("d.ukupno") +
            " <> " + tax("osnovica") + " + " + tax("porez");
   }
-  return "SELECT " + DefineKeys(grouping) + document + "NULL AS kolicina, " + tax("osnovica") +
+  return "SELECT " + DefineKeys(grouping) + document + kNone + " AS kolicina, " + tax("osnovica") +
          " AS osnovica, " + tax("porez") + " AS porez, " + Whole("d.ukupno") + " AS iznos" + from + where;
 }
 
@@ -191,7 +200,7 @@ void FillTurnover(Database& database, const ServiceInputs& inputs, RecordSet& an
           "SUM(znak * kolicina) / 1000000.0, COUNT(DISTINCT id), " + SumOf("znak * osnovica") + ", " +
           SumOf("znak * porez") + ", " + SumOf("znak * (iznos - osnovica - porez)") + ", " +
           SumOf("znak * iznos * odmah") + ", " + SumOf("znak * iznos * (1 - odmah)") + ", " +
-          SumOf("znak * iznos") + " FROM t GROUP BY " + keys + " ORDER BY " + keys,
+          SumOf("znak * iznos") + " FROM t GROUP BY " + keys + " ORDER BY " + OrderOf(grouping),
       {inputs["od"], inputs["do"]});
 }
 
@@ -227,7 +236,7 @@ void FillTax(Database& database, const ServiceInputs& inputs, RecordSet& answer)
           " WHERE d.datum BETWEEN :od AND :do AND p.dok_id = d.id AND " + kIsTaxed +
           ") SELECT strana, stopa, " + SelectKeys(grouping, kTaxKeys) + "COUNT(DISTINCT id), " +
           SumOf("osnovica") + ", " + SumOf("porez") + " FROM t GROUP BY strana, " + keys +
-          "stopa ORDER BY strana, " + keys + "stopa",
+          "stopa ORDER BY strana, " + (by_rate ? "" : OrderOf(grouping) + ", ") + "stopa",
       {inputs["od"], inputs["do"]});
 }
 
@@ -345,7 +354,7 @@ void FillMovements(Database& database, const ServiceInputs& inputs, RecordSet& a
           " THEN 0 ELSE -m.kolicina END AS izlaz, m.vrijednost AS vrijednost FROM dok d CROSS JOIN "
           "skl_promet m "
           "WHERE m.dok_id = d.id AND d.datum BETWEEN :od AND :do) t GROUP BY " +
-          keys + " ORDER BY " + keys,
+          keys + " ORDER BY " + OrderOf(grouping),
       {inputs["od"], inputs["do"]});
 }
 

@@ -123,13 +123,19 @@ std::string ReplaceFold(std::string_view sql, const std::function<std::string(st
   return ReplaceCalls(sql, "fold", fold);
 }
 
-std::string ReplaceKeyType(std::string_view sql, std::string_view type) {
+std::string ReplaceTypes(std::string_view sql, std::string_view key, std::string_view behind_text) {
+  const bool defines = sql.starts_with("CREATE TABLE") || sql.starts_with("ALTER TABLE");
   std::string replaced;
   std::string_view before;
   while (!sql.empty()) {
     const Piece piece = TakePiece(sql);
     const bool is_key = piece.kind == Piece::Kind::kWord && piece.text == "KEY";
-    replaced += is_key && before != "PRIMARY" && before != "FOREIGN" ? type : piece.text;
+    replaced += is_key && before != "PRIMARY" && before != "FOREIGN" ? key : piece.text;
+    if (defines && piece.text == "VARCHAR" && sql.starts_with('(')) {
+      replaced.append("(").append(TakeParenthesis(sql)).append(")").append(behind_text);
+    } else if (defines && piece.text == "TEXT") {
+      replaced += behind_text;
+    }
     if (piece.kind != Piece::Kind::kBlank && piece.kind != Piece::Kind::kComment) before = piece.text;
   }
   return replaced;

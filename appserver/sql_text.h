@@ -25,7 +25,8 @@ std::string ReplaceCalls(std::string_view sql, std::string_view function,
 /// The same for each `fold(expression)`.
 std::string ReplaceFold(std::string_view sql, const std::function<std::string(std::string_view)>& fold);
 
-/// Puts another text for the column type KEY; PRIMARY KEY and FOREIGN KEY stay.
-std::string ReplaceKeyType(std::string_view sql, std::string_view type);
+/// Puts another text for the column type KEY, where PRIMARY KEY and FOREIGN KEY stay, and in the definitions
+/// of columns a text behind VARCHAR(n) and TEXT.
+std::string ReplaceTypes(std::string_view sql, std::string_view key, std::string_view behind_text);
 
 }  // namespace mox

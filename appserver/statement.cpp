@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "appserver/row_copy.h"
 #include "appserver/statement_impl.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
@@ -105,6 +106,13 @@ Moment Required(const std::optional<Moment>& moment, const std::string& text) {
   return *moment;
 }
 
+// Some engines put a blank between the day and the time.
+std::string& WithT(std::string& moment) {
+  constexpr std::size_t kAfterDay = 10;
+  if (moment.size() > kAfterDay && moment[kAfterDay] == ' ') moment[kAfterDay] = 'T';
+  return moment;
+}
+
 void WriteField(RecordSet& answer, std::size_t field, ValueSlot& slot) {
   switch (slot.kind) {
     case FieldKind::kText:
@@ -120,7 +128,7 @@ void WriteField(RecordSet& answer, std::size_t field, ValueSlot& slot) {
     case FieldKind::kDate:
       return answer.SetDate(field, Required(ParseIsoDate(slot.text), slot.text));
     case FieldKind::kDateTime:
-      return answer.SetDateTime(field, Required(ParseIsoDateTime(slot.text), slot.text));
+      return answer.SetDateTime(field, Required(ParseIsoDateTime(WithT(slot.text)), slot.text));
     case FieldKind::kBinary:
       return answer.SetText(field, BytesOf(slot));
   }
@@ -151,11 +159,13 @@ void WithMember(Slot& slot, const Exchange& exchange) {
   }
 }
 
-std::vector<ValueSlot> SlotsOf(std::span<const FieldKind> kinds, soci::session& session) {
+std::vector<ValueSlot> SlotsOf(std::span<const FieldKind> kinds, DatabaseConnection& connection) {
   std::vector<ValueSlot> slots(kinds.size());
   for (std::size_t i = 0; i < kinds.size(); ++i) {
     slots[i].kind = kinds[i];
-    if (kinds[i] == FieldKind::kBinary) slots[i].bytes = std::make_unique<soci::blob>(session);
+    if (kinds[i] != FieldKind::kBinary) continue;
+    if (!connection.dialect().StoresBinaries()) throw Error("a PostgreSQL database stores no binaries");
+    slots[i].bytes = std::make_unique<soci::blob>(connection.session());
   }
   return slots;
 }
@@ -177,7 +187,7 @@ Statement::Impl::Impl(DatabaseConnection& opened, std::string text, std::span<co
     throw Error("an SQL statement of " + std::to_string(names.names.size()) + " parameters is given " +
                 std::to_string(kinds.size()) + ": " + sql);
   }
-  parameters = SlotsOf(kinds, connection.session());
+  parameters = SlotsOf(kinds, connection);
   Prepare();
 }
 
@@ -196,17 +206,20 @@ ValueSlot& Statement::Impl::Parameter(std::size_t index) {
   return parameters[index];
 }
 
+void Statement::Impl::RequireColumns(std::size_t expected, bool is_executed) {
+  const std::optional<std::size_t> columns = connection.dialect().ColumnCount(*statement, is_executed);
+  if (!columns || expected == 0 || *columns == expected) return;
+  throw Error("an SQL statement answers " + std::to_string(*columns) + " columns where " +
+              std::to_string(expected) + " are expected: " + sql);
+}
+
 void Statement::Impl::Expect(std::span<const FieldKind> kinds) {
   const bool same = std::equal(kinds.begin(), kinds.end(), answer.begin(), answer.end(),
                                [](FieldKind kind, const ValueSlot& slot) { return kind == slot.kind; });
   if (bound && same) return;
   if (bound) Prepare();
-  const std::size_t columns = connection.dialect().ColumnCount(*statement);
-  if (!kinds.empty() && columns != kinds.size()) {
-    throw Error("an SQL statement answers " + std::to_string(columns) + " columns where " +
-                std::to_string(kinds.size()) + " are expected: " + sql);
-  }
-  answer = SlotsOf(kinds, connection.session());
+  RequireColumns(kinds.size(), false);
+  answer = SlotsOf(kinds, connection);
   connection.Run([&] {
     for (std::size_t i = 0; i < parameters.size(); ++i) {
       // By name where one name stands for several places, as not every engine counts those once.
@@ -224,7 +237,9 @@ void Statement::Impl::Expect(std::span<const FieldKind> kinds) {
 }
 
 bool Statement::Impl::Execute() {
-  return connection.Run([&] { return statement->execute(true); });
+  const bool has_row = connection.Run([&] { return statement->execute(true); });
+  RequireColumns(answer.size(), true);
+  return has_row;
 }
 
 bool Statement::Impl::Fetch() {
@@ -265,21 +280,22 @@ void Statement::Bind(std::size_t index, const RecordRow& row, std::size_t field)
   slot.indicator = soci::i_ok;
 }
 
+Executed Statement::Impl::Run() {
+  return connection.Run([&] { return connection.dialect().Execute(*statement, parameters); });
+}
+
 std::int64_t Statement::Execute() {
-  const std::int64_t changed = impl_->connection.Run(
-      [&] { return impl_->connection.dialect().Execute(*impl_->statement, impl_->parameters); });
-  return impl_->changes_rows ? changed : 0;
+  const Executed executed = impl_->Run();
+  return impl_->changes_rows ? executed.changed : 0;
 }
 
 std::int64_t Statement::ExecuteForKey() {
-  constexpr FieldKind kKey[] = {FieldKind::kInteger};
-  impl_->Expect(kKey);
-  if (!impl_->Execute()) impl_->connection.Refuse("the statement answered no key: " + impl_->sql);
-  const std::int64_t key = impl_->answer.front().integer;
-  while (impl_->Fetch()) {
-  }
-  return key;
+  const Executed executed = impl_->Run();
+  if (!executed.answer) impl_->connection.Refuse("the statement answered no key: " + impl_->sql);
+  return *executed.answer;
 }
+
+void Statement::AddTo(RowCopy& rows) const { rows.Add(impl_->parameters); }
 
 void Statement::ExecuteInto(RecordSet& answer) {
   std::vector<FieldKind> kinds;

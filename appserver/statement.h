@@ -9,6 +9,8 @@
 
 namespace mox {
 
+class RowCopy;
+
 /// One prepared SQL statement. Its parameters are `:name`s in the SQL; they are bound by position, in the
 /// order in which they first appear, each with the kind it was prepared with. What is bound stays bound until
 /// it is bound anew.
@@ -30,6 +32,8 @@ class Statement {
   std::int64_t Execute();
   /// Executes an INSERT ... RETURNING of one integer, and answers it.
   std::int64_t ExecuteForKey();
+  /// Adds the values that are bound, as those of a row, to rows that are stored together.
+  void AddTo(RowCopy& rows) const;
   /// Appends a record to an open set for each row; the columns fill the fields in their order.
   void ExecuteInto(RecordSet& answer);
 

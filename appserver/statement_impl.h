@@ -29,6 +29,8 @@ struct Statement::Impl {
   ValueSlot& Parameter(std::size_t index);
   /// Makes the statement ready to answer columns of these kinds.
   void Expect(std::span<const FieldKind> kinds);
+  /// Executes with the values that are bound, and passes over the answer but for its first value.
+  Executed Run();
   /// Executes; true when there is a row.
   bool Execute();
   bool Fetch();
@@ -44,6 +46,7 @@ struct Statement::Impl {
 
  private:
   void Prepare();
+  void RequireColumns(std::size_t expected, bool is_executed);
 };
 
 }  // namespace mox

@@ -267,6 +267,14 @@ std::int64_t CountedQuantity(const RecordRow& line, std::size_t field, std::int6
                     line.AsText(field) + " is too much to be counted");
 }
 
+// Nobody else is to move them until the document is stored.
+void ClaimArticles(Database& database, const RecordSet& lines) {
+  const std::size_t article = *lines.FindFieldIndex("art_id");
+  std::vector<std::string> names;
+  for (const RecordRow& line : lines.Rows()) names.push_back("art/" + line.AsText(article));
+  if (!names.empty()) database.Claim(std::move(names));
+}
+
 }  // namespace
 
 void MoveStock(Database& database, const DocumentKind& kind, std::int64_t doc_id, std::int64_t warehouse,
@@ -280,6 +288,7 @@ void MoveStock(Database& database, const DocumentKind& kind, std::int64_t doc_id
       "WHERE dok_id = :dok_id AND sorta = 'roba' AND art_id IS NOT NULL ORDER BY rb",
       {doc_id});
   const Worth worth(kind);
+  ClaimArticles(database, lines);
   Ledger ledger(database, doc_id);
   for (const RecordRow& line : lines.Rows()) {
     const std::int64_t number = line.AsInteger(0);
@@ -301,6 +310,7 @@ void MoveStockBack(Database& database, std::int64_t cancelled_id, std::int64_t s
       "SELECT rb, skl_id, art_id, kolicina, vrijednost FROM skl_promet WHERE dok_id = :dok_id ORDER BY rb",
       {cancelled_id});
   if (moved.IsEmpty()) return;
+  ClaimArticles(database, moved);
   Ledger ledger(database, storno_id);
   for (const RecordRow& line : moved.Rows()) {
     ledger.Move(line.AsInteger(1), line.AsInteger(2), line.AsInteger(0), -line.AsInteger(3),

@@ -48,7 +48,7 @@ FROM art a
 LEFT JOIN jm j ON j.id = a.jm_id
 LEFT JOIN tbr t ON t.id = a.tbr_id
 LEFT JOIN skl_stanje s ON s.art_id = a.id AND s.skl_id = :skl_id
-WHERE (:art_id IS NOT NULL AND a.id = :art_id) OR (:art_id IS NULL AND fold(a.sifra) = :kljuc)
+WHERE (CAST(:art_id AS BIGINT) IS NOT NULL AND a.id = :art_id) OR (CAST(:art_id AS BIGINT) IS NULL AND fold(a.sifra) = :kljuc)
 ORDER BY a.id LIMIT 1)";
 
 const NamedService kServices[] = {
@@ -110,7 +110,7 @@ ORDER BY k.sifra, a.sifra)"),
            "FROM skl_promet p JOIN dok d ON d.id = p.dok_id "
            "LEFT JOIN dok_stavke s ON s.dok_id = p.dok_id AND s.rb = p.rb "
            "WHERE s.id IS NULL OR s.art_id IS NULL OR s.art_id <> p.art_id "
-           "OR p.kolicina <> CAST(ROUND(s.kolicina * 1000000) AS BIGINT) * "
+           "OR p.kolicina <> CAST(ROUND(CAST(s.kolicina * 1000000 AS NUMERIC)) AS BIGINT) * "
            "CASE WHEN d.vrsta IN (" +
                KindsThatMove(StockDirection::kIn) + ") THEN 1 WHEN d.vrsta IN (" +
                KindsThatMove(StockDirection::kOut) + ") THEN -1 ELSE 0 END ORDER BY p.dok_id, p.rb"),

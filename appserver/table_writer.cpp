@@ -6,6 +6,7 @@
 
 #include "appserver/codebook.h"
 #include "appserver/fold.h"
+#include "appserver/row_copy.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 
@@ -54,21 +55,15 @@ class TableWriter {
   }
 
   void StoreAll(std::size_t most_refused) {
-    std::optional<WriteFailure> refused;
-    for (std::size_t row = 1; row <= records_.RowCount(); ++row) {
-      try {
-        StoreRow(records_.RowAt(row - 1), row);
-      } catch (const WriteRefused& refusal) {
-        const WriteFailure& failure = refusal.failure();
-        if (!refused) {
-          refused = failure;
-        } else {
-          refused->others.push_back({failure.row, failure.field, failure.message});
-        }
-        if (refused->others.size() + 1 >= most_refused) break;
-      }
+    most_refused_ = most_refused;
+    if (records_.RowCount() >= kManyRows && MayBeStoredTogether())
+      copy_ = database_.CopyInto(rule_.table, names_);
+    if (copy_ != nullptr) {
+      StoreTogether();
+    } else {
+      for (std::size_t row = 1; row <= records_.RowCount() && !IsRefusedEnough(); ++row) StoreAlone(row);
     }
-    if (refused) throw WriteRefused(std::move(*refused));
+    if (refused_) throw WriteRefused(std::move(*refused_));
   }
 
   std::int64_t InsertOne() {
@@ -76,6 +71,83 @@ class TableWriter {
   }
 
  private:
+  static constexpr std::size_t kManyRows = 50;    // from which on it pays to store them together
+  static constexpr std::size_t kPortion = 5'000;  // rows that are stored together
+
+  // Rows that are checked by what was stored of the set before, or get the next code, go one after the other.
+  bool MayBeStoredTogether() const { return !update_field_ && unique_.empty() && !numbering_; }
+
+  bool IsRefusedEnough() const { return refused_ && refused_->others.size() + 1 >= most_refused_; }
+
+  void StoreAlone(std::size_t row) {
+    if (most_refused_ > 1) database_.KeepSoFar();
+    NoteRefusal([&] { StoreRow(records_.RowAt(row - 1), row); });
+  }
+
+  template <typename Action>
+  void NoteRefusal(const Action& action) {
+    try {
+      action();
+    } catch (const WriteRefused& refusal) {
+      const WriteFailure& failure = refusal.failure();
+      if (!refused_) {
+        refused_ = failure;
+      } else {
+        refused_->others.push_back({failure.row, failure.field, failure.message});
+      }
+    }
+  }
+
+  // Portion by portion. Of a row that is refused on the way the others of its portion are stored all the
+  // same, so that as many are told as by storing one after the other.
+  void StoreTogether() {
+    std::size_t row = 1;
+    while (row <= records_.RowCount() && !IsRefusedEnough()) {
+      const std::size_t begin = row;
+      const std::size_t end = std::min(records_.RowCount() + 1, begin + kPortion);
+      bool is_taken = true;
+      for (; row < end && is_taken; ++row) is_taken = AddToCopy(row);
+      const std::size_t taken = row - begin - (is_taken ? 0 : 1);
+      const std::size_t stored = StoreCopy(taken);
+      if (stored < taken) {
+        row = begin + stored;
+        StoreAlone(row++);
+      } else if (!is_taken) {
+        StoreAlone(row - 1);
+      }
+    }
+  }
+
+  // False where the row cannot be stored, which it says when it is stored alone.
+  bool AddToCopy(std::size_t row) {
+    try {
+      Run(records_.RowAt(row - 1), row, [this] {
+        statement_->AddTo(*copy_);
+        return std::int64_t{1};
+      });
+      return true;
+    } catch (const WriteRefused&) {
+      return false;
+    }
+  }
+
+  // Stores the rows of the copy up to the first that the engine refuses; answers how many that are.
+  std::size_t StoreCopy(std::size_t rows) {
+    database_.KeepSoFar();
+    try {
+      copy_->Store();
+      return rows;
+    } catch (const DatabaseUnavailable&) {
+      throw;
+    } catch (const DatabaseError&) {
+      const std::size_t good = copy_->FindRefused().value_or(0);
+      copy_->Truncate(good);
+      copy_->Store();
+      copy_->Truncate(0);
+      return good;
+    }
+  }
+
   const FieldDef& ColumnByName(std::string_view name) const {
     if (const FieldDef* const column = FindColumn(columns_, name)) return *column;
     throw Error("the table \"" + std::string(rule_.table) + "\" has no column \"" + std::string(name) + "\"");
@@ -357,6 +429,9 @@ class TableWriter {
   std::optional<std::size_t> numbered_;        // parameter
   std::optional<std::size_t> numbered_field_;  // where the records have one
   std::optional<Statement> statement_;
+  std::unique_ptr<RowCopy> copy_;  // where rows are stored together
+  std::size_t most_refused_ = 1;
+  std::optional<WriteFailure> refused_;
 };
 
 }  // namespace

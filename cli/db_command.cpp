@@ -141,7 +141,8 @@ void Declare(Options& options) {
                            "backup copies the database that --db names, while others use it;\n"
                            "restore puts a copy in the place of the one that --db names");
   options.Argument("FILE", arguments->file,
-                   "the database, for check also by --db; of backup and restore the copy;\n"
+                   "the database, a file or postgresql://USER@HOST:PORT/DATABASE?company=NAME,\n"
+                   "for check also by --db; of backup and restore the copy, a file;\n"
                    "init and backup need a name that is free");
   options.Value("--company", arguments->company_file, "FILE.ini",
                 "init: the company's data, section PODUZECE, keys as the\noptions below");

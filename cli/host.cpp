@@ -48,11 +48,15 @@ Host::Host(const HostOptions& options, Session& session)
   std::string company_path;
   if (const std::string& address = options.server.empty() ? options.database : options.server;
       !address.empty()) {
+    if (options.server.empty()) session.secrets.AddThoseOf(DatabaseLocation(address).connection());
     server_ = OpenCompany(address);
     session.server = server_.get();
     server_->AddSecrets(session.secrets);
-    const bool is_file = options.server.empty() && DatabaseLocation(address).IsFile();
-    company_path = is_file ? std::filesystem::canonical(address).string() : address;
+    company_path = address;
+    if (options.server.empty()) {
+      const DatabaseLocation location(address);
+      company_path = location.IsFile() ? std::filesystem::canonical(address).string() : location.ToString();
+    }
   }
   for (const std::string& parameter : options.parameters) SetParameter(parameter);
   company_ = std::make_unique<WorkingCompany>(Comunication(), company_path);

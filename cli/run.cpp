@@ -10,6 +10,7 @@
 #include <new>
 #include <ostream>
 
+#include "appserver/database_location.h"
 #include "cli/argument_text.h"
 #include "cli/command.h"
 #include "cli/host.h"
@@ -165,7 +166,8 @@ void CheckServer(const Parsed& parsed) {
 int Execute(const CLI::App& app, const Parsed& parsed, std::istream& in, std::ostream& out,
             std::ostream& err) {
   Session session{in, err, {}};
-  session.files.Keep(parsed.options.database, "the company database");
+  if (!IsPostgresqlAddress(parsed.options.database))
+    session.files.Keep(parsed.options.database, "the company database");
   session.files.Keep(parsed.options.ini, "the settings file");
   for (const char* const name : {"--ini", "--db", "--server"}) {
     if (app.count(name) > 0 && app[name]->as<std::string>().empty()) {

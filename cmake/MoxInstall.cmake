@@ -74,6 +74,6 @@ mox_pkg_config(mox "${PROJECT_DESCRIPTION}" "" "${link_order}")
 mox_pkg_config(mox-runtime "${PROJECT_DESCRIPTION}, as a shared object" "" "-lMOX")
 if(TARGET mox_appserver)
   mox_pkg_config(
-    mox-appserver "The application server's side of mox" "mox sqlite3" "-lmox_appserver -lsoci_sqlite3 -lsoci_core"
+    mox-appserver "The application server's side of mox" "mox sqlite3 libpq" "-lmox_appserver -lsoci_sqlite3 -lsoci_postgresql -lsoci_core"
   )
 endif()

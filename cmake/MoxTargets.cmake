@@ -23,7 +23,8 @@ endfunction()
 
 # mox_test(NAME LIBRARIES LIBRARY...)
 #
-# The test program `mox_NAME_test` of the current folder's sources; each of its tests is one of ctest's, named NAME.*.
+# The test program `mox_NAME_test` of the current folder's sources; each of its tests is one of ctest's, named NAME.*. Those
+# that end with "postgresql" get the server that ctest starts for all of them.
 function(mox_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LIBRARIES")
   file(GLOB sources CONFIGURE_DEPENDS *.cpp)
@@ -32,7 +33,13 @@ function(mox_test name)
   add_executable(${target} ${sources})
   mox_compile_options(${target})
   target_link_libraries(${target} PRIVATE ${arg_LIBRARIES} mox_test_source_dir GTest::gmock GTest::gtest_main)
-  gtest_discover_tests(${target} TEST_PREFIX ${name}. PROPERTIES TIMEOUT 120 DISCOVERY_TIMEOUT 60)
+  gtest_discover_tests(
+    ${target} TEST_PREFIX ${name}. TEST_FILTER -*postgresql DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120
+  )
+  gtest_discover_tests(
+    ${target} TEST_PREFIX ${name}. TEST_FILTER *postgresql DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT 120 FIXTURES_REQUIRED postgresql ENVIRONMENT MOX_TEST_POSTGRESQL=${MOX_POSTGRESQL_SERVER}
+  )
   if("${CMAKE_CURRENT_SOURCE_DIR}/threads_test.cpp" IN_LIST sources)
     add_dependencies(mox_thread_tests ${target})
   endif()

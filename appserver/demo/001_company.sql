@@ -17,16 +17,18 @@ SELECT 'HR1210010051863000160', id, TRUE FROM valuta WHERE oznaka = 'EUR';
 
 INSERT INTO komercijalist (naziv) VALUES ('Demo komercijalist');
 INSERT INTO par (sifra, naziv, oib, adresa, adresabroj, mjesto_id, drzava_id, valuta_id, tip_tvrtke)
-SELECT '1', 'Demo kupac d.o.o.', '12345678903', 'Vukovarska ulica', '1', m.id, m.drzava_id, v.id, 'd.o.o.'
-FROM mjesto m, valuta v WHERE m.ptt = '21000' AND v.oznaka = 'EUR';
+SELECT '1', 'Demo kupac d.o.o.', '12345678903', 'Vukovarska ulica', '1', m.id, m.drzava_id,
+  (SELECT id FROM valuta WHERE oznaka = 'EUR'), 'd.o.o.'
+FROM mjesto m WHERE m.ptt = '21000';
 INSERT INTO par (sifra, naziv, oib, adresa, adresabroj, mjesto_id, drzava_id, valuta_id, tip_tvrtke)
-SELECT '2', 'Ana Primjer', '98765432106', 'Korzo', '2', m.id, m.drzava_id, v.id, 'Fizička osoba'
-FROM mjesto m, valuta v WHERE m.ptt = '51000' AND v.oznaka = 'EUR';
+SELECT '2', 'Ana Primjer', '98765432106', 'Korzo', '2', m.id, m.drzava_id, (SELECT id FROM valuta WHERE oznaka = 'EUR'),
+  'Fizička osoba'
+FROM mjesto m WHERE m.ptt = '51000';
 
 INSERT INTO vrsta (sifra, naziv) VALUES ('1', 'Roba');
 INSERT INTO rabatne_grupe (sifra, naziv, rbp1) VALUES ('1', 'Bez rabata', 0);
 INSERT INTO grupa_usl (sifra, naziv) VALUES ('1', 'Usluge');
 INSERT INTO art (sifra, naziv, jm_id, tbr_id, vrsta_id, rabatna_grupa_id, vpc, mpc)
-SELECT '1', 'Demo artikl', j.id, t.id, v.id, r.id, 80, 100
-FROM jm j, tbr t, vrsta v, rabatne_grupe r
-WHERE j.naziv = 'kom' AND t.stopa = 25 AND v.sifra = '1' AND r.sifra = '1';
+SELECT '1', 'Demo artikl', j.id, (SELECT id FROM tbr WHERE stopa = 25), (SELECT id FROM vrsta WHERE sifra = '1'),
+  (SELECT id FROM rabatne_grupe WHERE sifra = '1'), 80, 100
+FROM jm j WHERE j.naziv = 'kom';

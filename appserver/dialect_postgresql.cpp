@@ -1,0 +1,322 @@
+#include <algorithm>
+#include <cstdlib>
+
+#include "appserver/connection.h"
+#include "appserver/dialect.h"
+#include "appserver/fold.h"
+#include "appserver/postgresql.h"
+#include "appserver/row_copy.h"
+#include "appserver/search_index.h"
+#include "appserver/sql_text.h"
+#include "appserver/statement_impl.h"
+#include "mox/foundation/text.h"
+
+namespace mox {
+namespace {
+
+constexpr int kLongestWaitForLock = 30'000;  // milliseconds, for the transaction of another program
+
+// A connection whose names are those of the company's schema.
+void Connect(soci::session& session, const DatabaseLocation& location) {
+  session.open(soci::postgresql, location.connection());
+  PQsetNoticeProcessor(
+      PostgresqlHandle(session), [](void*, const char*) {}, nullptr);
+  RunPostgresql(
+      PostgresqlHandle(session),
+      "SET client_encoding = 'UTF8'; SET client_min_messages = warning; SET DateStyle = 'ISO, YMD'; "
+      "SET standard_conforming_strings = on; SET lock_timeout = " +
+          std::to_string(kLongestWaitForLock) + "; SET search_path TO " + QuotedName(location.schema()));
+}
+
+bool HasSchema(soci::session& session, const std::string& schema) {
+  int count = 0;
+  session << "SELECT count(*) FROM pg_namespace WHERE nspname = :name", soci::use(schema), soci::into(count);
+  return count > 0;
+}
+
+// The texts of a statement's parameters, in the order of its `$1`, `$2`, of which one name may have several.
+class SentParameters {
+ public:
+  SentParameters(std::span<const ValueSlot> parameters, const std::vector<std::string>& places) {
+    texts_.reserve(parameters.size());
+    for (const ValueSlot& slot : parameters) {
+      const bool is_null = slot.indicator == soci::i_null;
+      texts_.push_back(is_null || HoldsText(slot) ? std::string() : PostgresqlText(slot));
+      given_.push_back(is_null ? nullptr : HoldsText(slot) ? slot.text.c_str() : texts_.back().c_str());
+    }
+    if (places.size() == given_.size()) return;
+    std::vector<std::string_view> names;
+    std::vector<const char*> repeated;
+    for (const std::string& place : places) {
+      const auto known = std::find(names.begin(), names.end(), place);
+      repeated.push_back(given_[static_cast<std::size_t>(known - names.begin())]);
+      if (known == names.end()) names.emplace_back(place);
+    }
+    given_ = std::move(repeated);
+  }
+
+  int Count() const { return static_cast<int>(given_.size()); }
+  const char* const* Values() const { return given_.data(); }
+
+ private:
+  static bool HoldsText(const ValueSlot& slot) {
+    return slot.kind == FieldKind::kText || slot.kind == FieldKind::kDate ||
+           slot.kind == FieldKind::kDateTime;
+  }
+
+  std::vector<std::string> texts_;
+  std::vector<const char*> given_;
+};
+
+std::int64_t NumberOf(const char* text) { return *text == '\0' ? 0 : std::strtoll(text, nullptr, 10); }
+
+class Postgresql : public Dialect {
+ public:
+  void Open(soci::session& session, const DatabaseLocation& location,
+            Database::Access access) const override {
+    Connect(session, location);
+    if (!HasSchema(session, location.schema()))
+      throw DatabaseError(location.ToString() + ": there is no such company");
+    if (access == Database::Access::kReadOnly) session << "SET default_transaction_read_only = on";
+  }
+
+  // Everything in one transaction, so that the schema appears whole or not at all.
+  void Create(const DatabaseLocation& location,
+              const std::function<void(DatabaseConnection&)>& fill) const override {
+    DatabaseConnection connection(location, [&](soci::session& session) {
+      Connect(session, location);
+      if (HasSchema(session, location.schema()))
+        throw DatabaseError(location.ToString() + ": there is such a company already");
+      std::string encoding;
+      session << "SHOW server_encoding", soci::into(encoding);
+      if (encoding != "UTF8")
+        throw DatabaseError(location.ToString() + ": the database has the encoding " + encoding +
+                            ", not UTF8");
+    });
+    connection.InTransaction([&] { MakeSchema(connection, fill); });
+  }
+
+  void OpenInMemory(soci::session& /*session*/) const override {
+    throw DatabaseError("PostgreSQL has no databases without a place");
+  }
+
+  std::optional<int> SchemaVersion(soci::session& session) const override {
+    int has_table = 0;
+    session << "SELECT CASE WHEN to_regclass('mox_verzija') IS NULL THEN 0 ELSE 1 END", soci::into(has_table);
+    if (has_table == 0) return std::nullopt;
+    int version = 0;
+    soci::indicator indicator = soci::i_null;
+    session << "SELECT max(verzija) FROM mox_verzija", soci::into(version, indicator);
+    return indicator == soci::i_ok ? std::optional(version) : std::optional(0);
+  }
+
+  void SetSchemaVersion(soci::session& session, int version) const override {
+    session << "INSERT INTO mox_verzija (id, verzija) VALUES (1, " << version
+            << ") ON CONFLICT (id) DO UPDATE SET verzija = EXCLUDED.verzija";
+  }
+
+  std::string Fold(std::string_view expression) const override {
+    std::string capitals;
+    std::string smalls;
+    for (const auto& [capital, small] : kFoldedLetters) {
+      capitals += capital;
+      smalls += small;
+    }
+    return "(translate(lower(btrim(" + std::string(expression) + ", E' \\t\\n\\r') COLLATE \"C\"), '" +
+           capitals + "', '" + smalls + "'))";
+  }
+
+  std::string DaysAfter(std::string_view date, std::string_view days) const override {
+    return "(" + std::string(date) + " + CAST(TRUNC(" + std::string(days) + ") AS INTEGER))";
+  }
+
+  ColumnTypes Types() const override {
+    return {.key = "BIGINT GENERATED BY DEFAULT AS IDENTITY PRIMARY KEY", .behind_text = " COLLATE \"C\""};
+  }
+
+  std::string_view BeginRead() const override { return "BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"; }
+  // The lock is the company's own; what is refused is undone up to behind it.
+  std::string_view BeginWrite(Writing writing) const override {
+    return writing == Writing::kAlone
+               ? "BEGIN ISOLATION LEVEL READ COMMITTED; "
+                 "SELECT pg_advisory_xact_lock(1836017764, hashtext(CAST(current_schema() AS text))); "
+                 "SAVEPOINT mox"
+               : "BEGIN ISOLATION LEVEL READ COMMITTED; "
+                 "SELECT pg_advisory_xact_lock_shared(1836017764, hashtext(CAST(current_schema() AS text))); "
+                 "SAVEPOINT mox";
+  }
+  bool LetsOthersWrite() const override { return true; }
+  void Claim(soci::session& session, const std::vector<std::string>& names) const override {
+    std::string lines;
+    for (const std::string& name : names) lines += (lines.empty() ? "" : "\n") + name;
+    const char* const values[] = {lines.c_str()};
+    RequireDone(
+        PQexecParams(PostgresqlHandle(session),
+                     "SELECT pg_advisory_xact_lock(hashtextextended(current_schema() || '/' || name, 0)) "
+                     "FROM unnest(string_to_array($1, chr(10))) AS name",
+                     1, nullptr, values, nullptr, nullptr, 0));
+  }
+  void KeepSoFar(soci::session& session) const override {
+    RunPostgresql(PostgresqlHandle(session), "RELEASE SAVEPOINT mox; SAVEPOINT mox");
+  }
+  std::unique_ptr<RowCopy> CopyInto(DatabaseConnection& connection, std::string_view table,
+                                    const std::vector<std::string>& columns) const override {
+    return MakePostgresqlCopy(connection, table, columns);
+  }
+  bool Recover(soci::session& session) const override {
+    if (session.get_backend() == nullptr) return false;  // it was never open
+    PGconn* const connection = PostgresqlHandle(session);
+    if (PQtransactionStatus(connection) != PQTRANS_INERROR) return false;
+    const PostgresqlResult undone(PQexec(connection, "ROLLBACK TO SAVEPOINT mox"));
+    return PQresultStatus(undone.get()) == PGRES_COMMAND_OK;
+  }
+  std::size_t MostParameters() const override { return 65'535; }
+
+  // All texts of a table are read: whole ones as quickly as the engine can, and nothing is to be kept.
+  std::vector<std::string> MakeSearchIndex(const std::string& /*name*/,
+                                           const std::string& /*table*/) const override {
+    return {};
+  }
+  std::vector<std::string> RefreshSearchIndex(const SearchIndex& /*index*/, int /*most*/) const override {
+    return {};
+  }
+  std::string CountUnindexed(const SearchIndex& /*index*/, int /*most*/) const override { return {}; }
+  SearchQuery FindInSearchIndex(const SearchIndex& index, const std::string& folded,
+                                const std::string& parameter) const override {
+    std::string texts;
+    for (const std::string& column : index.columns) {
+      texts += (texts.empty() ? "COALESCE(t." : " || chr(31) || COALESCE(t.") + column + ", '')";
+    }
+    return {
+        "SELECT t.id FROM " + index.table + " t WHERE strpos(fold(" + texts + "), :" + parameter + ") > 0",
+        {folded}};
+  }
+
+  std::vector<std::string> TableNames(soci::session& session) const override {
+    const soci::rowset<std::string> rows =
+        (session.prepare
+         << "SELECT CAST(tablename AS text) FROM pg_tables WHERE schemaname = current_schema() "
+            "AND tablename <> 'mox_verzija' ORDER BY CAST(tablename AS text) COLLATE \"C\"");
+    return {rows.begin(), rows.end()};
+  }
+
+  Columns TableColumns(soci::session& session, const std::string& table) const override {
+    Columns columns;
+    std::string name;
+    std::string type;
+    int required = 0;
+    soci::statement statement =
+        (session.prepare << "SELECT CAST(attname AS text), "
+                            "replace(format_type(atttypid, atttypmod), 'character varying', 'varchar'), "
+                            "CASE WHEN attnotnull AND attidentity = '' THEN 1 ELSE 0 END FROM pg_attribute "
+                            "WHERE attrelid = to_regclass(quote_ident(lower(:name))) AND attnum > 0 "
+                            "AND NOT attisdropped ORDER BY attnum",
+         soci::use(table), soci::into(name), soci::into(type), soci::into(required));
+    statement.execute();
+    while (statement.fetch()) columns.push_back(FieldOfColumn(name, type, required != 0));
+    return columns;
+  }
+
+  std::vector<Reference> References(soci::session& session, const std::string& table) const override {
+    std::vector<Reference> references;
+    Reference row;
+    soci::statement statement =
+        (session.prepare
+             << "SELECT CAST(a.attname AS text), CAST(p.relname AS text), CAST(k.attname AS text) "
+                "FROM pg_constraint c JOIN pg_class p ON p.oid = c.confrelid "
+                "JOIN pg_attribute a ON a.attrelid = c.conrelid AND a.attnum = c.conkey[1] "
+                "JOIN pg_attribute k ON k.attrelid = c.confrelid AND k.attnum = c.confkey[1] "
+                "WHERE c.contype = 'f' AND c.conrelid = to_regclass(quote_ident(lower(:name))) "
+                "ORDER BY c.oid",
+         soci::use(table), soci::into(row.column), soci::into(row.table), soci::into(row.key));
+    statement.execute();
+    while (statement.fetch()) references.push_back(row);
+    return references;
+  }
+
+  // Copies between engines are made row by row, whatever the engines.
+  void BackUp(DatabaseConnection& database, const std::string& /*to*/) const override {
+    database.Refuse("is no file");
+  }
+  std::string Restore(DatabaseConnection& /*copy*/, const DatabaseLocation& location) const override {
+    throw DatabaseError(location.ToString() + ": is no file");
+  }
+  void GoOnBehindKeys(soci::session& session) const override {
+    for (const std::string& table : TableNames(session)) {
+      const std::string name = QuotedName(table);
+      RunPostgresql(PostgresqlHandle(session), "SELECT setval(pg_get_serial_sequence('" + name +
+                                                   "', 'id'), MAX(id)) FROM " + name + " HAVING MAX(id) > 0");
+    }
+  }
+
+  // Its users find the new one with their next connection; a transaction that is under way is waited for.
+  std::string Replace(const DatabaseLocation& location,
+                      const std::function<void(DatabaseConnection&)>& fill) const override {
+    DatabaseConnection connection(location, [&](soci::session& session) { Connect(session, location); });
+    const std::string schema = location.schema();
+    std::string kept;
+    connection.InTransaction([&] {
+      for (int i = 1; kept.empty() && HasSchema(connection.session(), schema); ++i) {
+        const std::string name = "replaced_" + std::to_string(i) + '_' + schema;
+        if (!HasSchema(connection.session(), name)) kept = name;
+      }
+      if (!kept.empty())
+        connection.Execute("ALTER SCHEMA " + QuotedName(schema) + " RENAME TO " + QuotedName(kept));
+      MakeSchema(connection, fill);
+    });
+    return kept;
+  }
+
+  // The engine checks references and conditions when it stores, and pages when it reads them.
+  std::vector<std::string> FindDamages(soci::session& /*session*/, int /*most*/) const override { return {}; }
+
+  Executed Execute(soci::statement& statement, std::span<const ValueSlot> parameters) const override {
+    const soci::postgresql_statement_backend& backend = Backend(statement);
+    const SentParameters sent(parameters, backend.names_);
+    const PostgresqlResult result =
+        RequireDone(PQexecPrepared(backend.session_.conn_, backend.statementName_.c_str(), sent.Count(),
+                                   sent.Values(), nullptr, nullptr, 0));
+    Executed executed{.changed = NumberOf(PQcmdTuples(result.get()))};
+    if (PQntuples(result.get()) > 0 && PQgetisnull(result.get(), 0, 0) == 0)
+      executed.answer = NumberOf(PQgetvalue(result.get(), 0, 0));
+    return executed;
+  }
+
+  // Asking beforehand would be one more way to the server and back.
+  std::optional<std::size_t> ColumnCount(soci::statement& statement, bool is_executed) const override {
+    if (!is_executed) return std::nullopt;
+    const PGresult* const result = Backend(statement).result_;
+    return static_cast<std::size_t>(PQnfields(result));
+  }
+  void Reset(soci::statement& /*statement*/) const override {}
+
+  bool StoresBinaries() const override { return false; }
+  bool IsFailure(const soci::soci_error& error) const override { return IsPostgresqlFailure(error); }
+  std::string Explain(const soci::soci_error& error, soci::session& /*session*/,
+                      const DatabaseLocation& location) const override {
+    return ExplainPostgresql(error, location);
+  }
+  void SetLongestWait(soci::session& session, const int& milliseconds) const override {
+    session << "SET lock_timeout = " << milliseconds;
+  }
+
+ private:
+  static void MakeSchema(DatabaseConnection& connection,
+                         const std::function<void(DatabaseConnection&)>& fill) {
+    connection.Execute("CREATE SCHEMA " + QuotedName(connection.location().schema()));
+    connection.Execute("CREATE TABLE mox_verzija (id INTEGER PRIMARY KEY, verzija INTEGER NOT NULL)");
+    fill(connection);
+  }
+  static soci::postgresql_statement_backend& Backend(soci::statement& statement) {
+    return static_cast<soci::postgresql_statement_backend&>(*statement.get_backend());
+  }
+};
+
+}  // namespace
+
+const Dialect& PostgresqlDialect() {
+  static const Postgresql dialect;
+  return dialect;
+}
+
+}  // namespace mox
