@@ -45,7 +45,7 @@ class CodebookTest : public ScratchDatabase {
 };
 
 // Every row of a made-up company, sent back as it was read, is found again and changes nothing.
-TEST_F(CodebookTest, TakesBackWhatItAnswers) {
+TEST_P(CodebookTest, TakesBackWhatItAnswers) {
   for (const Codebook& codebook : CodebookTable()) {
     SCOPED_TRACE(codebook.name);
     RecordSet rows = Read(codebook);
@@ -58,7 +58,7 @@ TEST_F(CodebookTest, TakesBackWhatItAnswers) {
 }
 
 // What an import looks up can be entered: its table has a codebook, whose field the matched column is.
-TEST_F(CodebookTest, MeetsEveryLookUpOfTheImports) {
+TEST_P(CodebookTest, MeetsEveryLookUpOfTheImports) {
   for (const ImportLookup& lookup : server.import_catalogue().Lookups()) {
     const Codebook* const codebook = FindCodebookOf(FoldCase(lookup.table));
     ASSERT_NE(codebook, nullptr) << lookup.sql;
@@ -67,7 +67,7 @@ TEST_F(CodebookTest, MeetsEveryLookUpOfTheImports) {
 }
 
 // Every column of the table is a field, or is shown by one; but for keys, and for those said here.
-TEST_F(CodebookTest, HasAFieldForEveryColumn) {
+TEST_P(CodebookTest, HasAFieldForEveryColumn) {
   for (const Codebook& codebook : CodebookTable()) {
     for (const FieldDef& column : server.database().TableColumns(codebook.table)) {
       const bool known =
@@ -81,7 +81,7 @@ TEST_F(CodebookTest, HasAFieldForEveryColumn) {
 }
 
 // What a line or a link names without a reference of the database is in use, too.
-TEST_F(CodebookTest, TakesNothingAwayThatIsNamed) {
+TEST_P(CodebookTest, TakesNothingAwayThatIsNamed) {
   Database& database = server.database();
   database.Execute("INSERT INTO dok (vrsta, godina, broj, datum) VALUES ('racun', 2024, 7, '2024-03-01')");
   database.Execute(
@@ -116,7 +116,7 @@ TEST_F(CodebookTest, TakesNothingAwayThatIsNamed) {
 }
 
 // Several programs add partners at once: no code is given twice, none is left out, no number comes twice.
-TEST_F(CodebookTest, NumbersPartnersOfSeveralProgramsOn) {
+TEST_P(CodebookTest, NumbersPartnersOfSeveralProgramsOn) {
   const auto add = [this](int program) {
     CompanyServer own{Database(path_)};
     for (int i = 0; i < 20; ++i) {
@@ -142,7 +142,7 @@ TEST_F(CodebookTest, NumbersPartnersOfSeveralProgramsOn) {
 
 // What a part of a text finds is what reading every text of every row finds: rows that the index has, rows
 // that were stored, changed and taken away since, and rows found by a text that they refer to.
-TEST_F(CodebookTest, FindsByItsIndexWhatReadingAllRowsFinds) {
+TEST_P(CodebookTest, FindsByItsIndexWhatReadingAllRowsFinds) {
   std::mt19937 random(11);  // NOLINT: the same texts in every run
   const auto pick = [&](const auto& from) { return from[random() % std::size(from)]; };
   constexpr const char* kPieces[] = {"Č", "č",  "Ž", "ž", "Đ", "š", "a", "B", "z",
@@ -196,6 +196,8 @@ TEST_F(CodebookTest, FindsByItsIndexWhatReadingAllRowsFinds) {
     EXPECT_EQ(found, expected) << wanted << " in round " << round;
   }
 }
+
+MOX_ON_EVERY_ENGINE(CodebookTest);
 
 }  // namespace
 }  // namespace mox

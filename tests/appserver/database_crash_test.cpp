@@ -51,7 +51,7 @@ void WriteForever(const std::string& path, int told) {
   }
 }
 
-TEST_F(DatabaseCrashTest, KeepsTransactionsWholeWhenItsProcessIsKilled) {
+TEST_P(DatabaseCrashTest, KeepsTransactionsWholeWhenItsProcessIsKilled) {
   Database(path_).Execute("CREATE TABLE redak (t BIGINT, r BIGINT, tekst TEXT, UNIQUE (t, r))");
   std::mt19937 random(3);
   std::int64_t committed = 0;
@@ -84,7 +84,7 @@ TEST_F(DatabaseCrashTest, KeepsTransactionsWholeWhenItsProcessIsKilled) {
   EXPECT_GT(committed, 0);
 }
 
-TEST_F(DatabaseCrashTest, LosesNoWriteOfProcessesAtTheSameTime) {
+TEST_P(DatabaseCrashTest, LosesNoWriteOfProcessesAtTheSameTime) {
   Database(path_).Execute("CREATE TABLE brojac AS SELECT 0 AS n");
   constexpr int kTimes = 90;
   const auto count = [&] {
@@ -103,6 +103,8 @@ TEST_F(DatabaseCrashTest, LosesNoWriteOfProcessesAtTheSameTime) {
   Database database(path_);
   EXPECT_EQ(Number(database, "SELECT n FROM brojac"), 3 * kTimes);
 }
+
+MOX_ON_EVERY_ENGINE(DatabaseCrashTest);
 
 }  // namespace
 }  // namespace mox

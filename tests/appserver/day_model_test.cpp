@@ -420,7 +420,7 @@ TEST(DayModel, AnyOrderOfWorkKeepsTheSums) {
 using DayModelTest = ScratchDatabase;
 
 // Several programs work in one database and are killed in the middle of it, again and again.
-TEST_F(DayModelTest, ProgramsAtOnceThatAreKilledKeepTheSums) {
+TEST_P(DayModelTest, ProgramsAtOnceThatAreKilledKeepTheSums) {
   { Shop shop{Database(path_)}; }
   Database(path_).Execute("UPDATE par SET limit_duga = 3 WHERE id = 1");
   std::mt19937 random(5);  // NOLINT: the same steps in every run
@@ -448,6 +448,8 @@ TEST_F(DayModelTest, ProgramsAtOnceThatAreKilledKeepTheSums) {
   Shop shop{Database(path_)};
   EXPECT_FALSE(shop.Sum("SELECT COUNT(*) FROM dok").IsZero());
 }
+
+MOX_ON_EVERY_ENGINE(DayModelTest);
 
 }  // namespace
 }  // namespace mox

@@ -6,6 +6,7 @@
 
 #include "appserver/company_server.h"
 #include "appserver/connection.h"
+#include "appserver/database_check.h"
 #include "appserver/migrations.h"
 #include "appserver/sql_text.h"
 #include "mox/documents/storno.h"
@@ -52,10 +53,10 @@ class DocumentTest : public ScratchDatabase {
   }
 
   // Of 12.50, which partner 1 pays later.
-  static Document Invoice(const Value& due = {}) {
+  static Document Invoice(const Value& due = {}, std::int64_t partner = 1) {
     Document document("racun-usluga");
     document.SetHeader("datum", *MakeDate(2024, 3, 1));
-    document.SetHeader("par_id", std::int64_t{1});
+    document.SetHeader("par_id", partner);
     document.SetHeader("datum_dospijeca", due);
     RecordSet& lines = *document.Services();
     lines.Append();
@@ -65,22 +66,21 @@ class DocumentTest : public ScratchDatabase {
     lines.Post();
     return document;
   }
-  static bool StoreInvoice(CompanyServer& server, const Value& due = {}) {
+  static bool StoreInvoice(CompanyServer& server, const Value& due = {}, std::int64_t partner = 1) {
     MemorySettings settings;
     const ScopedApp app({.ini = &settings, .comunication = &server});
-    return Invoice(due).Store();
+    return Invoice(due, partner).Store();
   }
 
-  // How many of four commit, each with a connection of its own, as programs have it, all at the same moment.
-  int CommittedByMany(const auto& commit) const {
-    constexpr int kPrograms = 4;
+  // How many of them commit, each with a connection of its own, as programs have it, all at the same moment.
+  int CommittedByMany(const auto& commit, int count = 4) const {
     std::atomic<int> ready = 0;
     std::atomic<int> committed = 0;
     std::vector<std::thread> programs;
-    for (int i = 0; i < kPrograms; ++i) {
+    for (int i = 0; i < count; ++i) {
       programs.emplace_back([&] {
         CompanyServer program{Database(path_)};
-        for (++ready; ready < kPrograms;) std::this_thread::yield();
+        for (++ready; ready < count;) std::this_thread::yield();
         committed += commit(program) ? 1 : 0;
       });
     }
@@ -89,7 +89,7 @@ class DocumentTest : public ScratchDatabase {
   }
 };
 
-TEST_F(DocumentTest, IsCancelledOnceByManyProgramsAtOnce) {
+TEST_P(DocumentTest, IsCancelledOnceByManyProgramsAtOnce) {
   CompanyServer server{Database(path_)};
   const RecordSet header = MakeStornoHeader(StoreDocument(server));
   const RecordSet* const sets[] = {&header};
@@ -104,13 +104,35 @@ TEST_F(DocumentTest, IsCancelledOnceByManyProgramsAtOnce) {
 }
 
 // Two programs see the same balance, and the limit has room for one invoice of 12.50.
-TEST_F(DocumentTest, ACreditLimitIsUsedUpOnce) {
+TEST_P(DocumentTest, ACreditLimitIsUsedUpOnce) {
   Database(path_).Execute("UPDATE par SET limit_duga = 20 WHERE id = 1");
   EXPECT_EQ(CommittedByMany([](CompanyServer& program) { return StoreInvoice(program); }), 1);
 }
 
+// Also beside documents of other kinds, and where storing is refused after a number was given.
+TEST_P(DocumentTest, NumbersHaveNeitherGapsNorDoublesHoweverManyStore) {
+  Database(path_).Execute("UPDATE par SET limit_duga = 1 WHERE id = 2");
+  const int most = IsPostgresql() ? 64 : 8;
+  const auto store = [this](CompanyServer& program) {
+    StoreDocument(program);
+    EXPECT_FALSE(StoreInvoice(program, {}, 2)) << "beyond the limit";
+    return StoreInvoice(program);
+  };
+  for (const int programs : {8, most}) EXPECT_EQ(CommittedByMany(store, programs), programs);
+  Database database(path_);
+  RecordSet kinds =
+      database.Query("vrste", ParseColumns("vrsta,dokumenata:integer,zadnji:integer"),
+                     "SELECT vrsta, COUNT(*), MAX(broj) FROM dok GROUP BY vrsta ORDER BY vrsta");
+  std::string found;
+  for (const RecordRow& kind : kinds.Rows())
+    found += kind.AsText(0) + kind.AsText(1) + '/' + kind.AsText(2) + ' ';
+  const std::string all = std::to_string(8 + most) + '/' + std::to_string(8 + most) + ' ';
+  EXPECT_EQ(found, "predracun" + all + "racun-usluga" + all);
+  EXPECT_TRUE(FindFaults(database).empty());
+}
+
 // Who agreed did so on figures that another program has changed since.
-TEST_F(DocumentTest, ALeaveHoldsForTheBalanceThatItWasGivenFor) {
+TEST_P(DocumentTest, ALeaveHoldsForTheBalanceThatItWasGivenFor) {
   Database(path_).Execute("UPDATE par SET limit_duga = 20, fakturiranje_limit_duga = TRUE WHERE id = 1");
   CompanyServer server{Database(path_)};
   CompanyServer other{Database(path_)};
@@ -130,7 +152,7 @@ TEST_F(DocumentTest, ALeaveHoldsForTheBalanceThatItWasGivenFor) {
 }
 
 // Invoices from before there were open items get those that storing opens now.
-TEST_F(DocumentTest, InvoicesOfOlderDatabasesGetTheirItems) {
+TEST_P(DocumentTest, InvoicesOfOlderDatabasesGetTheirItems) {
   CompanyServer server{Database(path_)};
   Database& database = server.database();
   database.Execute("UPDATE par SET odgoda = 30.9 WHERE id = 1");
@@ -143,19 +165,23 @@ TEST_F(DocumentTest, InvoicesOfOlderDatabasesGetTheirItems) {
   }
   StoreDocument(server);
   const auto items = [&] {
-    return database.Query("items", database.TableColumns("otvorene_stavke"), "SELECT * FROM otvorene_stavke")
+    return database
+        .Query("items", database.TableColumns("otvorene_stavke"), "SELECT * FROM otvorene_stavke ORDER BY id")
         .SaveToString();
   };
   const auto paid = [&] {
-    return database.Query("dok", ParseColumns("odmah"), "SELECT placeno_odmah FROM dok").SaveToString();
+    return database.Query("dok", ParseColumns("odmah"), "SELECT placeno_odmah FROM dok ORDER BY id")
+        .SaveToString();
   };
   const std::string items_before = items();
   const std::string paid_before = paid();
   database.Execute("DELETE FROM otvorene_stavke WHERE id <> 2");
   database.Execute("UPDATE otvorene_stavke SET id = 100");
+  GiveNextKeys();
   database.Execute("UPDATE dok SET placeno_odmah = NULL, datum_dospijeca = NULL WHERE id <> 2");
   DatabaseConnection connection(path_, [&](soci::session& session) {
-    SqliteDialect().Open(session, path_, Database::Access::kReadWrite);
+    const DatabaseLocation location(path_);
+    DialectOf(location.kind()).Open(session, location, Database::Access::kReadWrite);
   });
   std::vector<SchemaFile> files = SchemaFiles();
   for (const SchemaFile& file : SchemaFiles()) {
@@ -173,7 +199,7 @@ TEST_F(DocumentTest, InvoicesOfOlderDatabasesGetTheirItems) {
 }
 
 // Links that wait under names cut to 15 characters, and links that were made, get the codes of their kinds.
-TEST_F(DocumentTest, LinksOfOlderDatabasesAreCarriedOver) {
+TEST_P(DocumentTest, LinksOfOlderDatabasesAreCarriedOver) {
   CompanyServer server{Database(path_)};
   Database& database = server.database();
   const std::int64_t id = StoreDocument(server);
@@ -209,6 +235,8 @@ TEST_F(DocumentTest, LinksOfOlderDatabasesAreCarriedOver) {
     made.Next();
   }
 }
+
+MOX_ON_EVERY_ENGINE(DocumentTest);
 
 }  // namespace
 }  // namespace mox

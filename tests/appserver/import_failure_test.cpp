@@ -39,7 +39,7 @@ struct NoView : ImportGridView {
   void ShowModal(TfrmImportGrid& /*form*/) override {}
 };
 
-using ImportFailure = ScratchDatabase;
+using ImportFailure = ScratchFile;
 
 // Six look-ups and the storing of two partners, each of which fails once; then the user presses the button
 // again. Where only the answer was lost, the second check finds the stored partners.

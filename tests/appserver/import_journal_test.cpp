@@ -53,7 +53,7 @@ class ImportJournal : public ScratchDatabase {
   }
 };
 
-TEST_F(ImportJournal, TakesBackOnlyRowsThatNobodyChangedOrRefersTo) {
+TEST_P(ImportJournal, TakesBackOnlyRowsThatNobodyChangedOrRefersTo) {
   CompanyServer server{Database(path_)};
   Database& database = server.database();
   const std::string first = std::to_string(Number(database, "SELECT MAX(id) + 1 FROM mjesto"));
@@ -95,7 +95,7 @@ TEST_F(ImportJournal, TakesBackOnlyRowsThatNobodyChangedOrRefersTo) {
 }
 
 // Articles and services of the same codes: each is named by lines of its own sort alone, as people write it.
-TEST_F(ImportJournal, SeesWhatLinesNameByItsCode) {
+TEST_P(ImportJournal, SeesWhatLinesNameByItsCode) {
   CompanyServer server{Database(path_)};
   Database& database = server.database();
   const std::vector<std::string> codes = {"K-1", "K-2"};
@@ -144,7 +144,7 @@ TEST_F(ImportJournal, SeesWhatLinesNameByItsCode) {
 }
 
 // All places that the loser has in common with the winner are named, but no more than twenty of them.
-TEST_F(ImportJournal, RefusesTheLoserOfTwoImportsWithItsRows) {
+TEST_P(ImportJournal, RefusesTheLoserOfTwoImportsWithItsRows) {
   CompanyServer one{Database(path_)};
   CompanyServer other{Database(path_)};
   std::vector<std::string> names;
@@ -158,7 +158,7 @@ TEST_F(ImportJournal, RefusesTheLoserOfTwoImportsWithItsRows) {
             "is in the database already, in row 2 \"Selo 9\"");
 }
 
-TEST_F(ImportJournal, LeavesNothingOfARehearsal) {
+TEST_P(ImportJournal, LeavesNothingOfARehearsal) {
   CompanyServer server{Database(path_)};
   const auto counts = [&] {
     return std::pair(Number(server.database(), "SELECT COUNT(*) FROM mjesto"),
@@ -180,7 +180,7 @@ int Wait(pid_t child) {
   return status;
 }
 
-TEST_F(ImportJournal, LetsOneOfTwoProcessesStoreASheet) {
+TEST_P(ImportJournal, LetsOneOfTwoProcessesStoreASheet) {
   std::vector<std::string> names;
   for (int i = 1; i <= 200; ++i) names.push_back("Selo " + std::to_string(i));
   for (int trial = 0; trial < 3; ++trial) {
@@ -202,7 +202,7 @@ TEST_F(ImportJournal, LetsOneOfTwoProcessesStoreASheet) {
 
 // One process takes an import back while another one stores what refers to it: one of them finds that it is
 // too late.
-TEST_F(ImportJournal, TakesBackOrIsReferredToByAnotherProcess) {
+TEST_P(ImportJournal, TakesBackOrIsReferredToByAnotherProcess) {
   for (int trial = 1; trial <= 4; ++trial) {
     {
       CompanyServer server{Database(path_)};
@@ -235,7 +235,7 @@ TEST_F(ImportJournal, TakesBackOrIsReferredToByAnotherProcess) {
 }
 
 // Imports and takes back without end, until it is killed.
-TEST_F(ImportJournal, KeepsImportsWholeWhenTheirProcessIsKilled) {
+TEST_P(ImportJournal, KeepsImportsWholeWhenTheirProcessIsKilled) {
   constexpr std::int64_t kRows = 300;
   std::vector<std::string> names;
   for (std::int64_t i = 1; i <= kRows; ++i) names.push_back("Selo " + std::to_string(i));
@@ -275,6 +275,8 @@ TEST_F(ImportJournal, KeepsImportsWholeWhenTheirProcessIsKilled) {
   }
   std::printf("found stored %zu times\n", found_stored);
 }
+
+MOX_ON_EVERY_ENGINE(ImportJournal);
 
 }  // namespace
 }  // namespace mox

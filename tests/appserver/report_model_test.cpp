@@ -351,7 +351,7 @@ class ReportModel : public ScratchDatabase {
 
 // Reports equal sums over what was stored, computed from the documents as they were when they left the
 // program.
-TEST_F(ReportModel, EqualsSumsOfDocuments) {
+TEST_P(ReportModel, EqualsSumsOfDocuments) {
   MemorySettings settings;
   const ScopedApp app({.ini = &settings, .comunication = &server_});
   for (int round = 0; round < 5; ++round) {
@@ -394,6 +394,8 @@ TEST_F(ReportModel, EqualsSumsOfDocuments) {
   EXPECT_EQ(WithoutZeros(StockOfMigration()), WithoutZeros(Stock(last)));
   EXPECT_TRUE(FindFaults(server_.database()).empty());
 }
+
+MOX_ON_EVERY_ENGINE(ReportModel);
 
 }  // namespace
 }  // namespace mox

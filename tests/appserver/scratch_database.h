@@ -7,22 +7,75 @@
 #include <string>
 
 #include "appserver/database.h"
+#include "tests/fakes/postgresql_server.h"
 
 namespace mox {
 
-/// A folder of its own with a new company database in it.
-class ScratchDatabase : public testing::Test {
+/// A folder of its own with a new company database in it, for what is about files.
+class ScratchFile : public testing::Test {
  protected:
-  ScratchDatabase() {
+  ScratchFile() {
     std::string name = testing::TempDir() + "mox_database_XXXXXX";
     folder_ = ::mkdtemp(name.data());
     path_ = (folder_ / "tvrtka \"č\" = 1%.db").string();
     Database::Create(path_, WithDemo::kYes);
   }
-  ~ScratchDatabase() override { std::filesystem::remove_all(folder_); }
+  ~ScratchFile() override { std::filesystem::remove_all(folder_); }
 
   std::filesystem::path folder_;
   std::string path_;
 };
 
+/// The same for what each engine must do: the new database is in the folder, or a company on a server.
+class ScratchDatabase : public testing::TestWithParam<DatabaseLocation::Kind> {
+ protected:
+  ScratchDatabase() {
+    std::string name = testing::TempDir() + "mox_database_XXXXXX";
+    folder_ = ::mkdtemp(name.data());
+    path_ = (folder_ / "tvrtka \"č\" = 1%.db").string();
+    if (IsPostgresql()) path_ = PostgresqlServer::NewCompany().ToString();
+    Database::Create(path_, WithDemo::kYes);
+  }
+  ~ScratchDatabase() override {
+    if (IsPostgresql()) PostgresqlServer::Drop(path_);
+    std::filesystem::remove_all(folder_);
+  }
+
+  static bool IsPostgresql() { return GetParam() == DatabaseLocation::Kind::kPostgresql; }
+  /// Whether rows are found by an index, were there many of them.
+  static bool UsesIndex(Database& database, const std::string& sql,
+                        std::initializer_list<Value> values = {}) {
+    const char* const columns = IsPostgresql() ? "detail" : "id:integer,parent:integer,unused:integer,detail";
+    if (IsPostgresql()) database.Execute("SET enable_seqscan = off");
+    RecordSet plan = database.Query("plan", ParseColumns(columns),
+                                    (IsPostgresql() ? "EXPLAIN " : "EXPLAIN QUERY PLAN ") + sql, values);
+    for (const RecordRow& row : plan.Rows()) {
+      const std::string detail = row.AsText(*row.FindFieldIndex("detail"));
+      if (detail.find(IsPostgresql() ? "Index Cond" : "USING INDEX") != std::string::npos) return true;
+      if (detail.find("USING COVERING INDEX") != std::string::npos &&
+          detail.find("SEARCH") != std::string::npos)
+        return true;
+    }
+    return false;
+  }
+  /// A row that is refused or taken away leaves its key to the next one.
+  void GiveNextKeys() const {
+    if (IsPostgresql()) PostgresqlServer::GiveNextKeys(path_);
+  }
+
+  std::filesystem::path folder_;
+  std::string path_;  ///< where the database is, a file or an address
+};
+
+inline auto EveryEngine() {
+  return testing::Values(DatabaseLocation::Kind::kFile, DatabaseLocation::Kind::kPostgresql);
+}
+inline std::string EngineName(const testing::TestParamInfo<DatabaseLocation::Kind>& engine) {
+  return engine.param == DatabaseLocation::Kind::kFile ? "sqlite" : "postgresql";
+}
+
 }  // namespace mox
+
+/// Runs the suite's tests on each engine.
+#define MOX_ON_EVERY_ENGINE(suite) \
+  INSTANTIATE_TEST_SUITE_P(Engine, suite, mox::EveryEngine(), mox::EngineName)

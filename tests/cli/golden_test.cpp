@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -11,6 +12,7 @@
 
 #include "cli/run.h"
 #include "mox/foundation/files.h"
+#include "tests/fakes/postgresql_server.h"
 #include "tests/fakes/scratch_folder.h"
 #include "tests/source_dir.h"
 
@@ -58,8 +60,41 @@ std::vector<std::string> SplitWords(const std::string& line) {
   return words;
 }
 
+// Companies on a server in the place of files: each "NAME.db" that a transcript names is one.
+class Companies {
+ public:
+  ~Companies() {
+    for (const auto& [file, address] : addresses_) PostgresqlServer::Drop(address);
+  }
+  /// What a command is told instead of an argument.
+  std::string Address(const std::string& argument) {
+    if (!argument.ends_with(".db")) return argument;
+    const auto [known, is_new] = addresses_.try_emplace(argument);
+    if (is_new) known->second = PostgresqlServer::NewCompany().ToString();
+    return known->second;
+  }
+  /// What a command has said, as the transcript has it.
+  std::string WithFiles(std::string text) const {
+    for (const auto& [file, address] : addresses_) {
+      for (std::size_t at = 0; (at = text.find(address, at)) != std::string::npos; at += file.size())
+        text.replace(at, address.size(), file);
+    }
+    constexpr std::string_view kNone = "there is no such company";
+    if (const std::size_t at = text.find(kNone); at != std::string::npos)
+      text.replace(at, kNone.size(), "there is no such file");
+    return text;
+  }
+  /// After `mox db init`.
+  void GiveNextKeys() const {
+    for (const auto& [file, address] : addresses_) PostgresqlServer::GiveNextKeys(address);
+  }
+
+ private:
+  std::map<std::string, std::string> addresses_;
+};
+
 // Runs "mox ... < file | mox ...". The status is that of the first command that fails.
-Result RunLine(const std::string& line) {
+Result RunLine(const std::string& line, Companies* companies) {
   Result result;
   std::vector<std::string> arguments;
   std::string input;
@@ -69,9 +104,14 @@ Result RunLine(const std::string& line) {
     std::ostringstream err;
     const int status = Run(arguments, in, out, err);
     if (result.status == 0) result.status = status;
-    result.out = out.str();
-    result.err += err.str();
-    input = result.out;
+    if (companies != nullptr && std::find(arguments.begin(), arguments.end(), "init") != arguments.end())
+      companies->GiveNextKeys();
+    const auto said = [&](const std::ostringstream& stream) {
+      return companies == nullptr ? stream.str() : companies->WithFiles(stream.str());
+    };
+    result.out = said(out);
+    result.err += said(err);
+    input = out.str();
     arguments.clear();
   };
   const std::vector<std::string> words = SplitWords(line);
@@ -82,7 +122,7 @@ Result RunLine(const std::string& line) {
     } else if (*word == "<") {
       input = ReadWholeFile(*++word);
     } else {
-      arguments.push_back(*word);
+      arguments.push_back(companies == nullptr ? *word : companies->Address(*word));
     }
   }
   run();
@@ -109,7 +149,7 @@ std::string WithoutTimes(const std::string& text) {
 }
 
 // Replays the transcript and writes down what happened.
-std::string Replay(const std::string& golden) {
+std::string Replay(const std::string& golden, Companies* companies = nullptr) {
   std::string actual;
   std::ofstream file;
   std::istringstream lines(golden);
@@ -127,7 +167,7 @@ std::string Replay(const std::string& golden) {
       fs::copy_file(source, source.filename(), fs::copy_options::overwrite_existing);
     } else if (line.starts_with("$ ")) {
       file.close();
-      const Result result = RunLine(line.substr(2));
+      const Result result = RunLine(line.substr(2), companies);
       AppendMarked(">", WithoutTimes(result.out), actual);
       AppendMarked("!", WithoutTimes(result.err), actual);
       if (result.status != 0) actual += "= " + std::to_string(result.status) + "\n";
@@ -136,15 +176,24 @@ std::string Replay(const std::string& golden) {
   return actual;
 }
 
-class Golden : public testing::TestWithParam<std::string> {};
+class Golden : public testing::TestWithParam<std::string> {
+ protected:
+  static void ExpectReplayed(const std::string& name, Companies* companies) {
+    const std::string golden = ReadWholeFile(SourceDir() + "/tests/cli/golden/" + name + ".txt");
+    const ScratchFolder folder;
+    fs::current_path(folder.path());
+    ::setenv("USER", "ana", 1);
+    EXPECT_EQ(Replay(golden, companies), golden);
+    fs::current_path(fs::temp_directory_path());
+  }
+};
+class GoldenOnServer : public Golden {};
 
-TEST_P(Golden, IsReplayed) {
-  const std::string golden = ReadWholeFile(SourceDir() + "/tests/cli/golden/" + GetParam() + ".txt");
-  const ScratchFolder folder;
-  fs::current_path(folder.path());
-  ::setenv("USER", "ana", 1);
-  EXPECT_EQ(Replay(golden), golden);
-  fs::current_path(fs::temp_directory_path());
+TEST_P(Golden, IsReplayed) { ExpectReplayed(GetParam(), nullptr); }
+
+TEST_P(GoldenOnServer, IsReplayed) {
+  Companies companies;
+  ExpectReplayed(GetParam(), &companies);
 }
 
 std::vector<std::string> GoldenNames() {
@@ -156,6 +205,18 @@ std::vector<std::string> GoldenNames() {
   return names;
 }
 
+// Those that use a database, but for what is about files.
+std::vector<std::string> GoldenNamesOnServer() {
+  std::vector<std::string> names = GoldenNames();
+  std::erase_if(names, [](const std::string& name) {
+    const std::string golden = ReadWholeFile(SourceDir() + "/tests/cli/golden/" + name + ".txt");
+    return name == "backup" || name == "outputs" || name == "db" || golden.find(".db") == std::string::npos;
+  });
+  return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(Cli, GoldenOnServer, testing::ValuesIn(GoldenNamesOnServer()),
+                         [](const auto& name) { return name.param + "_postgresql"; });
 INSTANTIATE_TEST_SUITE_P(Cli, Golden, testing::ValuesIn(GoldenNames()),
                          [](const auto& name) { return name.param; });
 
