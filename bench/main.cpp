@@ -16,6 +16,7 @@
 #include "bench/measurements.h"
 #include "bench/micro_benchmarks.h"
 #include "bench/peers.h"
+#include "bench/postgresql_benchmarks.h"
 #include "bench/print_benchmarks.h"
 #include "bench/report_benchmarks.h"
 #include "bench/server_benchmarks.h"
@@ -40,6 +41,7 @@ int Run() {
   mox::bench::RegisterReportBenchmarks();
   mox::bench::RegisterImportBenchmarks();
   mox::bench::RegisterWorkbookBenchmarks();
+  mox::bench::RegisterPostgresqlBenchmarks();
   mox::bench::Measurements measurements;
   benchmark::RunSpecifiedBenchmarks(&measurements);
   peers.Check();
@@ -54,6 +56,7 @@ int Run() {
   mox::bench::PrintReportRatios(measurements);
   mox::bench::PrintImportRatios(measurements);
   mox::bench::PrintWorkbookRatios(measurements);
+  mox::bench::PrintPostgresqlRatios(measurements);
   return 0;
 }
 
