@@ -67,6 +67,11 @@ TEST(RecordSetFile, IsReadAndWrittenAgain) {
 }
 
 TEST(RecordSetFile, SaysWhereItIsFaulty) {
+  const auto columns = [](int count) {
+    std::string header = "a0";
+    for (int i = 1; i < count; ++i) header += ",a" + std::to_string(i);
+    return header + "\n";
+  };
   const struct {
     std::string input;
     const char* error;
@@ -106,6 +111,8 @@ TEST(RecordSetFile, SaysWhereItIsFaulty) {
       {"slika:binary\n", "f.csv:1: field \"slika\" has the unknown kind \"binary\""},
       {"pc:\n", "f.csv:1: field \"pc\" has the unknown kind \"\""},
       {"a\"b\n", "f.csv:1: cell 1: a quote inside an unquoted cell"},
+      {columns(4096) + "1\n", "f.csv:2: the line has 1 cell, the header 4096"},
+      {columns(4097) + "1\n", "f.csv:1: there are too many fields"},
       // quotes, line ends, characters
       {"a,b\n1,\"2\n3,4\n", "f.csv:2: b: the quote is not closed"},
       {"a,b\n1,2\"3\"\n", "f.csv:2: b: a quote inside an unquoted cell"},
