@@ -10,6 +10,7 @@
 #include "mox/foundation/error.h"
 #include "mox/host/company_parameters.h"
 #include "mox/host/memory_settings.h"
+#include "tests/foundation/case_file.h"
 
 namespace mox {
 namespace {
@@ -273,6 +274,12 @@ TEST_F(DocumentKindsTest, RefuseAmountsThatAreNotQuantityTimesPrice) {
         EXPECT_NE(FaultOf(kind, *lines, amount, wrong).find("is not kolicina 1 times"), std::string::npos)
             << kind.name << " " << amount;
       }
+      if (schema.to_be_paid) {
+        const std::string missing = FaultOf(kind, *lines, schema.to_be_paid->text, Value());
+        EXPECT_NE(missing.find(std::string(schema.to_be_paid->text) + ": is not calculated"),
+                  std::string::npos)
+            << kind.name << " " << missing;
+      }
       for (const double rate : {-5.0, 100.5}) {
         if (!lines->FindField("tbr_stp")) continue;
         EXPECT_NE(FaultOf(kind, *lines, "tbr_stp", rate).find("is no rate of tax"), std::string::npos)
@@ -298,6 +305,9 @@ TEST_F(DocumentKindsTest, AllowPricesThatWereRounded) {
   EXPECT_EQ(fault(-3, "3.33", "-10.00"), "");
   EXPECT_EQ(fault(100'000, "0.1235", "12345.60"), "");
   EXPECT_EQ(fault(0, "5.00", "7.00"), "");
+  // just half a hundredth and half the last decimal apart, and in floating point a little more
+  EXPECT_EQ(fault(1, "0.00", "0.01"), "");
+  EXPECT_EQ(fault(1, "0.03", "0.04"), "");
   EXPECT_EQ(fault(3, "3.33", "10.02"), "Stavke: row 1: nci: 10.02 is not kolicina 3 times nc 3.33");
   EXPECT_NE(fault(3, "3.3334", "10.02"), "");
   EXPECT_NE(fault(100'000, "0.1235", "12356.00"), "");
@@ -362,6 +372,20 @@ TEST_F(DocumentKindsTest, CancelTheLineThatCannotBeCalculated) {
   EXPECT_THROW(goods.Post(), DivisionByZero);
   EXPECT_THROW(document.Calculate(), DivisionByZero);
   EXPECT_EQ(goods.State(), DataSetState::kBrowse);
+}
+
+TEST_F(DocumentKindsTest, RefuseLinesAndTaxThatTheyDoNotHave) {
+  const DocumentKind& stock = DocumentKindByName("pocetno-stanje");
+  EXPECT_ERROR(Document(DocumentKindByName("racun-usluga"), RecordSet("Stavke")),
+               "! Stavke: racun-usluga has no such lines");
+  Document document(stock);
+  RecordSet recap("Rekapitulacija");
+  recap.DefineField("osnovica", FieldKind::kCurrency);
+  recap.Open();
+  EXPECT_NO_THROW(CheckFigures(stock, {document.Goods(), nullptr, &recap}));
+  recap.AppendRecord({Currency()});
+  EXPECT_ERROR(CheckFigures(stock, {document.Goods(), nullptr, &recap}),
+               "! pocetno-stanje has no tax, but a recapitulation");
 }
 
 // Codes are found, and so are names that were cut to a code's length, unless several kinds begin so.

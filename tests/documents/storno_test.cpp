@@ -134,7 +134,8 @@ TEST_F(StornoTest, AsksBeforeItSellsAgain) {
   EXPECT_TRUE(document.Header().FieldByName("potvrdeno").AsBoolean());
 }
 
-// A quantity of 0 stays 0 and not -0, nothing stays nothing, and a price has the sign that it had.
+// A quantity of 0 stays 0 and not -0, nothing stays nothing, and a price has the sign that it had. Every
+// decimal of the others stays.
 TEST_F(StornoTest, LeavesWhatHasNoSign) {
   RecordSet lines;
   lines.DefineField("kolicina", FieldKind::kFloat);
@@ -142,10 +143,13 @@ TEST_F(StornoTest, LeavesWhatHasNoSign) {
   lines.DefineField("mpc", FieldKind::kCurrency);
   lines.Open();
   lines.AppendRecord({0.0, Value(), Currency::Parse("2.50")});
+  lines.AppendRecord({0.123456, Currency::Parse("900000000000000.0001"), Value()});
   const RecordSet mirror = MirrorOf(lines);
   EXPECT_FALSE(std::signbit(mirror.RowAt(0).AsFloat(0)));
   EXPECT_TRUE(mirror.RowAt(0).IsNull(1));
   EXPECT_EQ(mirror.RowAt(0).AsCurrency(2).ToString(), "2.50");
+  EXPECT_EQ(mirror.RowAt(1).AsFloat(0), -0.123456);
+  EXPECT_EQ(mirror.RowAt(1).AsCurrency(1).ToString(), "-900000000000000.0001");
 }
 
 }  // namespace

@@ -68,6 +68,16 @@ inline std::string TextOrError(const std::function<std::string()>& call, bool wi
   }
 }
 
+/// A statement that raises an error, and the error as the tables write it.
+#define EXPECT_ERROR(statement, text)             \
+  EXPECT_EQ(::mox::TextOrError(                   \
+                [&] {                             \
+                  statement;                      \
+                  return std::string("no error"); \
+                },                                \
+                true),                            \
+            text)
+
 /// Runs each row of a file through the function of its table. The file must have a table for each function;
 /// the folder is one of tests/.
 inline void ExpectTables(const std::string& file, const std::map<std::string, TableFunction>& functions,

@@ -6,6 +6,7 @@
 
 #include "mox/foundation/error.h"
 #include "tests/fakes/recording_host.h"
+#include "tests/foundation/case_file.h"
 
 namespace mox {
 namespace {
@@ -109,11 +110,11 @@ TEST_F(Precision, GivesDisplayFormats) {
 }
 
 TEST(PrecisionOfNoHost, SaysWhatIsMissing) {
-  EXPECT_THROW(GetKolFormat(), Error) << "no application";
+  EXPECT_ERROR(GetKolFormat(), "! no application is installed") << "no application";
   const ScopedApp without_parts({});
-  EXPECT_THROW(GetPcCalcDigit(), Error);
-  EXPECT_THROW(GetPdviCalcDigit(), Error);
-  EXPECT_THROW(SetSystemCurrencySymbol("kn"), Error);
+  EXPECT_ERROR(GetPcCalcDigit(), "! the host supplies no settings file");
+  EXPECT_ERROR(GetPdviCalcDigit(), "! the host supplies no communication module");
+  EXPECT_ERROR(SetSystemCurrencySymbol("kn"), "! the host supplies no locale");
 }
 
 TEST(DataSetStateNames, FollowTheEnumeration) {

@@ -6,6 +6,7 @@
 #include "mox/foundation/error.h"
 #include "record_set_kinds.h"
 #include "record_set_script.h"
+#include "tests/foundation/case_file.h"
 
 namespace mox {
 namespace {
@@ -114,7 +115,7 @@ TEST(DataTransfer, AppendsRecordsByFieldName) {
               testing::ThrowsMessage<ConversionError>("iznos: \"abc\" is not a number"));
   EXPECT_EQ(target.SaveToString(), before);
   EXPECT_EQ(target.Position(), 3U);
-  EXPECT_THROW(target.DataTransfer(target), Error);
+  EXPECT_ERROR(target.DataTransfer(target), "! cilj: a record set cannot be transferred into itself");
 }
 
 TEST(MovedFromSets, AreEmptyAndUsable) {

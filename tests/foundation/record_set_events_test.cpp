@@ -2,6 +2,7 @@
 
 #include "case_file.h"
 #include "record_set_script.h"
+#include "tests/foundation/case_file.h"
 
 namespace mox {
 namespace {
@@ -41,9 +42,12 @@ TEST(CalcFieldsEvent, WritesCalculatedFieldsOnly) {
     line.Set(field::pci, line[field::pc] + line[field::pc]);
     line.SetNull(3);
     line.SetText(3, "red " + line.AsText(0));
-    EXPECT_THROW(line.Set(field::pc, Currency()), StateError);
-    EXPECT_THROW(line.SetText(0, "X"), StateError);
-    EXPECT_THROW(line.SetNull(1), StateError);
+    EXPECT_ERROR(line.Set(field::pc, Currency()),
+                 "! pc: inside the calculate-fields event only calculated fields are written");
+    EXPECT_ERROR(line.SetText(0, "X"),
+                 "! slovo: inside the calculate-fields event only calculated fields are written");
+    EXPECT_ERROR(line.SetNull(1),
+                 "! pc: inside the calculate-fields event only calculated fields are written");
   });
   for (const char* script : {"F", "a R", "L", "R", "e R"}) {
     RunScript(lines, script);
@@ -57,7 +61,8 @@ TEST(CalcFieldsEvent, WritesCalculatedFieldsOnly) {
   EXPECT_EQ(lines[field::pci].ToString(), "20.00");
   lines.Cancel();
   EXPECT_EQ(lines[field::pci].ToString(), "14.00");
-  EXPECT_THROW(lines.Set(field::pci, Currency()), StateError) << "after the event, browsing";
+  EXPECT_ERROR(lines.Set(field::pci, Currency()), "! pci: the record is not being edited or inserted")
+      << "after the event, browsing";
 }
 
 TEST(CalcFieldsEvent, NothingMovesInside) {
@@ -157,9 +162,11 @@ TEST(BeforePostEvent, MayWriteTheRecordAndNothingElse) {
     for (const char* step : {"F", "N", "P", "L", "?a", "g", "i", "a", ".", "~", "D", "C", "f", "u", "X"}) {
       EXPECT_THROW(RunScript(current, step), StateError) << step;
     }
-    EXPECT_THROW(current.CleanClone(Letters("c")), StateError);
-    EXPECT_THROW(current.LoadFromString(Letters("c").SaveToString()), StateError);
-    EXPECT_THROW(current.SetOnBeforePost(nullptr), StateError);
+    EXPECT_ERROR(current.CleanClone(Letters("c")), "! slova: cannot clone inside the before-post event");
+    EXPECT_ERROR(current.LoadFromString(Letters("c").SaveToString()),
+                 "! slova: cannot load inside the before-post event");
+    EXPECT_ERROR(current.SetOnBeforePost(nullptr),
+                 "! slova: cannot replace the event inside the before-post event");
     RunScript(current, "R e");
     current.SetText(0, current.AsText(0) + "!");
   });

@@ -4,6 +4,7 @@
 
 #include "case_file.h"
 #include "record_set_kinds.h"
+#include "tests/foundation/case_file.h"
 
 namespace mox {
 namespace {
@@ -38,7 +39,8 @@ TEST(RecordSetFilter, ShowsTheRecordsThatFit) {
                              return shown;
                            }}});
   set.SetFilter("naziv = 'šalica'");
-  EXPECT_THROW(set.SetFilter("naziv = 'a' or 1"), Error);
+  EXPECT_ERROR(set.SetFilter("naziv = 'a' or 1"),
+               "! filter: \"naziv = 'a' or 1\" is neither FIELD = 'text' nor FIELD like 'text'");
   EXPECT_THROW(set.SetFilter("nema = 'a'"), FieldNotFound);
   EXPECT_EQ(set.Filter(), "naziv = 'šalica'");
   EXPECT_EQ(set.RecordCount(), 1U);
@@ -62,8 +64,8 @@ TEST(RecordSetLocate, FindsTheFirstRecordWithTheKeys) {
   EXPECT_FALSE(set.Locate(field::kolicina, 7));
   EXPECT_THROW(set.Locate(field::rbp1, 0), FieldNotFound);
   EXPECT_THROW(set.Locate("naziv;nema", {Value(), Value()}), FieldNotFound);
-  EXPECT_THROW(set.Locate("naziv;pc", {Value()}), Error);
-  EXPECT_THROW(set.Locate("naziv", {Value(), Value()}), Error);
+  EXPECT_ERROR(set.Locate("naziv;pc", {Value()}), "! artikli: locate has more fields than values");
+  EXPECT_ERROR(set.Locate("naziv", {Value(), Value()}), "! artikli: locate has more values than fields");
   EXPECT_THROW(set.Locate("pc", {"abc"}), ConversionError);
   EXPECT_EQ(set.Position(), 2U);
 }

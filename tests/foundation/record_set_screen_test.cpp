@@ -4,6 +4,7 @@
 #include <random>
 
 #include "record_set_script.h"
+#include "tests/foundation/case_file.h"
 
 // A set and a screen that knows of it only what it is told, driven by random operations.
 
@@ -273,7 +274,9 @@ TEST(Screens, ReadRowsInTheMiddleOfAnEdit) {
     EXPECT_EQ(painted.FindRow("slovo", std::vector<Value>{"a"}, {}, 1), std::nullopt);
     EXPECT_EQ(fired, 0);
     EXPECT_EQ(set.Table().size(), 3U);
-    EXPECT_THROW(static_cast<void>(painted.RowAt(painted.RowCount())), Error);
+    const std::string place = std::to_string(painted.RowCount());
+    EXPECT_ERROR(static_cast<void>(painted.RowAt(painted.RowCount())),
+                 "! slova: there is no row at place " + place + " of " + place);
     set.Cancel();
     EXPECT_EQ(Outcome(set), "a [b] c");
   }
@@ -294,7 +297,7 @@ TEST(Screens, GoToARowInOneMove) {
   set.Insert();
   set.GoToRow(4'999);
   EXPECT_EQ(set.AsText(0), "4998") << "the row as it was shown, under the insert that was dropped";
-  EXPECT_THROW(set.GoToRow(5'000), Error);
+  EXPECT_ERROR(set.GoToRow(5'000), "! slova: there is no row at place 5000 of 5000");
 }
 
 TEST(Screens, ComeAndGoWhileOthersAreTold) {

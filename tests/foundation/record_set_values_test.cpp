@@ -5,6 +5,7 @@
 #include "mox/foundation/rounding.h"
 #include "record_set_kinds.h"
 #include "record_set_script.h"
+#include "tests/foundation/case_file.h"
 
 namespace mox {
 namespace {
@@ -50,29 +51,30 @@ TEST(RecordSetValues, AreNullWithoutARecordAndUnreadableWhileClosed) {
   RecordSet set = Letters("");
   EXPECT_TRUE(set.IsNull(0));
   EXPECT_EQ(set.AsFloat(0), 0.0);
-  EXPECT_THROW(set.DefineField("novo", FieldKind::kText), StateError);
+  EXPECT_ERROR(set.DefineField("novo", FieldKind::kText),
+               "! slova: fields are defined before the record set is opened");
   set.AppendRecord({"a"});
-  EXPECT_THROW(set.SetNull(0), StateError);
+  EXPECT_ERROR(set.SetNull(0), "! slovo: the record is not being edited or inserted");
   EXPECT_EQ(set.AsText(0), "a");
   set.Close();
-  EXPECT_THROW(static_cast<void>(set.AsText(0)), StateError);
+  EXPECT_ERROR(static_cast<void>(set.AsText(0)), "! slovo: the record set slova is closed");
 }
 
 TEST(RecordSetValues, FieldsAreFoundByName) {
   RecordSet set("stavke");
-  EXPECT_THROW(set.Open(), Error) << "without fields";
+  EXPECT_ERROR(set.Open(), "! stavke: a record set without fields cannot be opened") << "without fields";
   set.DefineField("Pc", FieldKind::kCurrency);
   set.DefineField("Ročnost", FieldKind::kText);
-  EXPECT_THROW(set.DefineField("PC", FieldKind::kFloat), Error);
-  EXPECT_THROW(set.DefineField("", FieldKind::kFloat), Error);
+  EXPECT_ERROR(set.DefineField("PC", FieldKind::kFloat), "! field \"PC\" is defined twice");
+  EXPECT_ERROR(set.DefineField("", FieldKind::kFloat), "! a field needs a name");
   set.Open();
   set.Append();
   EXPECT_EQ(set.FieldByName("pC").Name(), "Pc");
   EXPECT_EQ(set.FindField("ROčNOST")->Index(), 1U);
   EXPECT_FALSE(set.FindField("rbp1"));
   EXPECT_EQ(set.Optional(field::rbp1), Real(0));
-  EXPECT_THROW(set.FieldAt(2), Error);
-  EXPECT_THROW(static_cast<void>(set.AsFloat(2)), Error);
+  EXPECT_ERROR(set.FieldAt(2), "! stavke: there is no field at position 2 of 2");
+  EXPECT_ERROR(static_cast<void>(set.AsFloat(2)), "! stavke: there is no field at position 2 of 2");
   const auto not_found = testing::ThrowsMessage<FieldNotFound>("stavke: field \"rbp1\" not found");
   EXPECT_THAT([&] { set.FieldByName("rbp1"); }, not_found);
   EXPECT_THAT([&] { static_cast<void>(set[field::rbp1]); }, not_found);
@@ -103,7 +105,7 @@ TEST(RecordSetValues, VocabularyNamesOfUnusualKinds) {
     EXPECT_EQ(lines[field::vrsta_stavke], 2);
     EXPECT_EQ(lines[field::oznaka_stope], "25");
     EXPECT_TRUE(lines.Locate(field::tbr_stp, 25)) << KindName(kind);
-    EXPECT_THROW(lines.Set(field::pc, Currency()), StateError);
+    EXPECT_ERROR(lines.Set(field::pc, Currency()), "! pc: the record is not being edited or inserted");
   }
 }
 
@@ -116,7 +118,8 @@ TEST(RecordSetValues, ManyFields) {
       values.push_back(i % 7 == 6 ? Value() : i % 3 == 0 ? Value("t") : std::int64_t(i));
     }
     if (count == 4096) {
-      EXPECT_THROW(set.DefineField("one_too_many", FieldKind::kText), Error);
+      EXPECT_ERROR(set.DefineField("one_too_many", FieldKind::kText),
+                   "! a record set has at most 4096 fields");
     }
     set.Open();
     for (const Values& record : {Values(), values, Values{"prvo"}}) set.AppendRecord(record);

@@ -4,6 +4,7 @@
 
 #include "case_file.h"
 #include "record_set_kinds.h"
+#include "tests/foundation/case_file.h"
 
 namespace mox {
 namespace {
@@ -66,9 +67,11 @@ TEST(ValueConversion, BetweenAllKinds) {
     const DateTime moment = *ParseIsoDateTime(text);
     EXPECT_EQ(ToDateTime(ToFloat(moment)), moment) << text;
   }
-  EXPECT_THROW(set.SetFloat(3, HUGE_VAL), Overflow);
-  EXPECT_THROW(set.SetDate(5, Date{std::numeric_limits<std::int32_t>::max()}), Overflow);
-  EXPECT_THROW(set.SetDateTime(6, DateTime{std::numeric_limits<std::int64_t>::min()}), Overflow);
+  EXPECT_ERROR(set.SetFloat(3, HUGE_VAL), "!Overflow float: only finite numbers are stored");
+  EXPECT_ERROR(set.SetDate(5, Date{std::numeric_limits<std::int32_t>::max()}),
+               "!Overflow date: date is outside the years 1 to 9999");
+  EXPECT_ERROR(set.SetDateTime(6, DateTime{std::numeric_limits<std::int64_t>::min()}),
+               "!Overflow datetime: date is outside the years 1 to 9999");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "mox/host/console_dialogs.h"
 #include "mox/host/locale.h"
 #include "mox/host/memory_settings.h"
+#include "tests/foundation/case_file.h"
 
 namespace mox {
 namespace {
@@ -104,8 +105,8 @@ TEST(CompanyParameterModule, KeepsOneRecord) {
   EXPECT_EQ(parameters.State(), DataSetState::kBrowse);
   EXPECT_EQ(parameters.FieldByName("PdviCalcDigit").AsInteger(), 4);
   EXPECT_EQ(parameters.FieldByName("Naziv").AsText(), " A=B ");
-  EXPECT_THROW(module.SetAssignment("PdviCalcDigit"), Error);
-  EXPECT_THROW(module.SetAssignment(" =3"), Error);
+  EXPECT_ERROR(module.SetAssignment("PdviCalcDigit"), "! \"PdviCalcDigit\" is not of the form NAME=VALUE");
+  EXPECT_ERROR(module.SetAssignment(" =3"), "! a company parameter has no name");
   EXPECT_EQ(module.CompanyParameters()->FieldCount(), 2U);
 }
 

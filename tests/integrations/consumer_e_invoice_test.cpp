@@ -111,8 +111,8 @@ TEST(ConsumerEInvoice, IsSentStepByStep) {
       eRacunB2CSendBill(7);
     } catch (const Abort&) {
       return host.Story("abort");
-    } catch (const Error&) {
-      return host.Story("error");
+    } catch (const Error& error) {
+      return host.Story(std::string("error: ") + error.what());
     }
     return host.Story("done");
   };

@@ -84,9 +84,13 @@ TEST(ParamList, IsTheDocumentedForm) {
   EXPECT_EQ(read.ParamByName("stavke").AsDataSet().FieldByName("rb").AsInteger(), 7);
   EXPECT_EQ(read.AsTokenizedString(false), kRequest) << "the same after its parts were read";
   EXPECT_EQ(read.FindParam("tecaj"), nullptr);
-  EXPECT_THROW(read.ParamByName("tecaj"), Error);
-  EXPECT_THROW(read.ParamByName("stavke").AsVariant(), ConversionError);
-  EXPECT_THROW(read.ParamByName("stavke").AsParamList(), ConversionError);
+  EXPECT_ERROR(read.ParamByName("tecaj"), "! there is no parameter \"tecaj\"");
+  EXPECT_ERROR(read.ParamByName("stavke").AsVariant(),
+               "!ConversionError parameter \"stavke\" holds no plain value");
+  EXPECT_ERROR(read.ParamByName("rb").AsTextView(), "!ConversionError parameter \"rb\" holds no text");
+  EXPECT_ERROR(read.ParamByName("rb").AsDataSet(), "!ConversionError parameter \"rb\" holds no record set");
+  EXPECT_ERROR(read.ParamByName("stavke").AsParamList(),
+               "!ConversionError parameter \"stavke\" holds no parameter list");
 }
 
 TEST(ParamList, HoldsAnyTextUnderAnyName) {
