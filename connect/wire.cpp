@@ -49,6 +49,7 @@ std::string OutcomeText(const WriteOutcome& outcome) {
   if (outcome.stored) {
     RecordSet stored;
     stored.CleanClone(*outcome.stored);
+    stored.SetName(outcome.stored->Name());
     list.FastAdd("stored", std::move(stored));
   }
   if (outcome.failure) {

@@ -93,15 +93,14 @@ void MakeCertificate(const TlsFiles& files) {
   ReplaceFile(files.key, TextIn(key_text), FileAccess::kOwnerOnly);
 }
 
-DemoCompany::DemoCompany() : folder_(MakeFolder()) {
-  Database::Create(folder_ + "demo.db", WithDemo::kYes);
+DemoCompany::DemoCompany() : folder_(MakeFolder()), password_(RandomPassword()) {
+  Database::Create(company_file(), WithDemo::kYes);
   MakeCertificate(Settings().tls);
-  const std::string password = RandomPassword();
-  ReplaceFile(folder_ + "password", password + "\n", FileAccess::kOwnerOnly);
+  ReplaceFile(folder_ + "password", password_ + "\n", FileAccess::kOwnerOnly);
   Accounts::Create(Settings().directory);
   Accounts accounts(Settings().directory);
-  accounts.AddUser(kUser, password);
-  accounts.AddCompany(kCompany, folder_ + "demo.db");
+  accounts.AddUser(kUser, password_);
+  accounts.AddCompany(kCompany, company_file());
   accounts.Grant(kUser, kCompany, {FindRole("administracija")});
 }
 
@@ -109,6 +108,8 @@ DemoCompany::~DemoCompany() {
   std::error_code ignored;
   std::filesystem::remove_all(folder_, ignored);
 }
+
+const char* DemoCompany::user() { return kUser; }
 
 ServerSettings DemoCompany::Settings() const {
   ServerSettings settings;

@@ -17,11 +17,15 @@ class DemoCompany {
 
   /// At free ports of this computer.
   ServerSettings Settings() const;
+  const std::string& password() const { return password_; }
+  static const char* user();
+  std::string company_file() const { return folder_ + "demo.db"; }
   /// The commands with which the server is reached at that port.
   std::string HowToReach(unsigned port) const;
 
  private:
   std::string folder_;
+  std::string password_;
 };
 
 /// A key and a certificate that it signs itself, for "localhost" and the loopback addresses, good for a year,

@@ -16,6 +16,7 @@ namespace mox {
 namespace {
 
 constexpr const char* kUsage = R"(usage: moxd [--config FILE]           serve the companies of the directory
+       moxd init [--config FILE]      make an empty directory, where the settings name it
        moxd check [--config FILE]     check the settings, the certificate, the directory and its companies
        moxd settings                  print all settings with what they are where they are left out
        moxd --demo                    serve a made-up company, and print how to reach it
@@ -87,14 +88,22 @@ int Check(const std::string& path) {
   return kDone;
 }
 
+int Init(const std::string& path) {
+  const ReadSettings read = ReadConfig(path);
+  if (!read.faults.empty()) return Fail(read.faults);
+  Accounts::Create(read.settings.directory);
+  std::cout << read.settings.directory << " was made; moxd user, grant and company fill it\n";
+  return kDone;
+}
+
 int Run(const std::vector<std::string>& words) {
   std::string config = "/etc/moxd/moxd.ini";
   std::string action;
   for (auto word = words.begin(); word != words.end(); ++word) {
     if (*word == "--config" && word + 1 != words.end()) {
       config = *++word;
-    } else if (action.empty() &&
-               (*word == "check" || *word == "settings" || *word == "--demo" || *word == "--help")) {
+    } else if (action.empty() && (*word == "init" || *word == "check" || *word == "settings" ||
+                                  *word == "--demo" || *word == "--help")) {
       action = *word;
     } else {
       std::cerr << "moxd: \"" << *word << "\" is not understood\n" << kUsage;
@@ -110,6 +119,7 @@ int Run(const std::vector<std::string>& words) {
     return kDone;
   }
   if (action == "check") return Check(config);
+  if (action == "init") return Init(config);
   if (action == "--demo") {
     const DemoCompany demo;
     return Serve(demo.Settings(), &demo);
