@@ -195,6 +195,14 @@ std::string ShowBy(const std::array<Section, 3>& sections, const Decimal& number
   return (needs_sign ? "-" : "") + Writer(by_sign, rounded, locale).Write();
 }
 
+// Whether negative numbers are shown as they are without a section of their own.
+bool IsMinusAnd(Section negative, const Section& positive) {
+  if (negative.tokens.empty()) return true;
+  if (negative.tokens.front() != Token{Token::Kind::kLiteral, "-"}) return false;
+  negative.tokens.erase(negative.tokens.begin());
+  return negative == positive;
+}
+
 }  // namespace
 
 NumberMask::NumberMask(std::string_view mask) {
@@ -205,8 +213,8 @@ NumberMask::NumberMask(std::string_view mask) {
     first = TakeSection(as_it_is);
   }
   const auto is_literal = [](const Token& token) { return token.kind == Token::Kind::kLiteral; };
-  plain_ = sections_[1].tokens.empty() && sections_[2].tokens.empty() && first.integer_places > 0 &&
-           first.least_integers <= 1 && first.decimals >= 4 && first.least_decimals <= 4 &&
+  plain_ = IsMinusAnd(sections_[1], first) && sections_[2].tokens.empty() && first.integer_places > 0 &&
+           first.least_integers <= 1 && first.least_decimals <= 4 &&
            std::none_of(first.tokens.begin(), first.tokens.end(), is_literal);
 }
 
@@ -217,9 +225,12 @@ std::optional<std::string> NumberMask::ShowPlainly(std::int64_t scaled, const Lo
     return std::nullopt;
   }
   constexpr std::uint64_t kUnit = 10'000;
+  constexpr std::uint64_t kLast[] = {10'000, 1'000, 100, 10, 1};  // the unit of the last decimal
   const Section& section = sections_[0];
-  const auto magnitude =
-      scaled < 0 ? 0U - static_cast<std::uint64_t>(scaled) : static_cast<std::uint64_t>(scaled);
+  auto magnitude = scaled < 0 ? 0U - static_cast<std::uint64_t>(scaled) : static_cast<std::uint64_t>(scaled);
+  const std::uint64_t last = kLast[std::min(section.decimals, 4)];
+  magnitude = (magnitude + last / 2) / last * last;
+  const bool negative = scaled < 0 && magnitude > 0;
   std::array<char, 40> text;
   char* const end = text.data() + text.size();
   char* at = end;
@@ -233,7 +244,7 @@ std::optional<std::string> NumberMask::ShowPlainly(std::int64_t scaled, const Lo
     if (section.grouped && written > 0 && written % 3 == 0) *--at = locale.thousands_separator[0];
     *--at = static_cast<char>('0' + units % 10);
   }
-  if (scaled < 0) *--at = '-';
+  if (negative) *--at = '-';
   return std::string(at, end);
 }
 

@@ -38,6 +38,7 @@ class NumberMask {
     enum class Kind { kLiteral, kDigit, kPoint };
     Kind kind = Kind::kLiteral;
     std::string text;  // of a literal
+    bool operator==(const Token&) const = default;
   };
   struct Section {
     std::vector<Token> tokens;
@@ -46,13 +47,14 @@ class NumberMask {
     int least_integers = 0;  // from the first '0' on
     int decimals = 0;        // digit places after the decimal separator
     int least_decimals = 0;  // up to the last '0'
+    bool operator==(const Section&) const = default;
   };
 
  private:
   std::optional<std::string> ShowPlainly(std::int64_t scaled, const LocaleSettings& locale) const;
 
   std::array<Section, 3> sections_;  // for positive, negative and zero
-  bool plain_ = false;               // of digits and a point alone, so that four decimals are never rounded
+  bool plain_ = false;               // digits and a point alone, behind a minus sign for negative numbers
 };
 
 }  // namespace mox

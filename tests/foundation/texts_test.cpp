@@ -145,7 +145,8 @@ TEST(FormatFloat, ShowsTheUsualNumbersAsAllOthers) {
   const LocaleSettings unusual = {.decimal_separator = "<,>", .thousands_separator = "<.>"};
   std::mt19937_64 random(11);
   for (const char* const mask :
-       {"#,0.00##", "#,0.####", "0.0000", ",#.####", "0.000###", "", "##0.####,", "#"}) {
+       {"#,0.00##", "#,0.####", "0.0000", ",#.####", "0.000###", "", "##0.####,", "#", "#,0.00;-#,0.00",
+        "0.#;-0.#", "#,0.;-#,0.", "#,0.00;-0.00", "#,0.000##;-#,0.000##"}) {
     const NumberMask read(mask);
     for (int i = 0; i < 3'000; ++i) {
       const auto scaled = static_cast<std::int64_t>(random()) >> (i % 64);
