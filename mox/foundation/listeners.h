@@ -27,7 +27,8 @@ struct RecordSetChange {
   std::size_t field = 0;  ///< of kCell
 };
 
-/// Those that are told of the changes of a record set, in the order in which they came.
+/// Those that are told of the changes of a record set, in the order in which they came: each change at once,
+/// or, while they are disabled, one for all of them afterwards.
 class Listeners {
  public:
   /// Reads the set as it likes, but neither changes nor moves it, and does not raise.
@@ -37,6 +38,10 @@ class Listeners {
   void Remove(int id);
   bool empty() const { return listeners_.empty(); }
   void Tell(const RecordSet& set, const RecordSetChange& change);
+  /// Nested; the last enabling tells what went unseen.
+  void Disable() { ++disabled_; }
+  void Enable(const RecordSet& set);
+  bool AreDisabled() const { return disabled_ > 0; }
 
  private:
   struct Entry {
@@ -47,6 +52,9 @@ class Listeners {
   std::vector<Entry> listeners_;
   int last_id_ = 0;
   int telling_ = 0;
+  int disabled_ = 0;
+  bool moved_unseen_ = false;
+  bool changed_unseen_ = false;
 };
 
 }  // namespace mox

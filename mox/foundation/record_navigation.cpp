@@ -53,6 +53,29 @@ void RecordSet::LeaveRecord() {
   }
 }
 
+// --- rows: the visible records, and one that is being inserted ---
+
+RecordTable::Id RecordSet::RecordOfRow(std::size_t row) const {
+  if (row >= RowCount()) {
+    throw Error(Name() + ": there is no row at place " + std::to_string(row) + " of " +
+                std::to_string(RowCount()));
+  }
+  if (!now_.inserting) return now_.rows[row];
+  const std::size_t pending = PendingRow();
+  if (row == pending) return now_.pending;
+  return now_.rows[row < pending ? row : row - 1];
+}
+
+std::size_t RecordSet::NumberOfRow(std::size_t row) const {
+  const RecordTable::Id record = RecordOfRow(row);
+  if (!now_.inserting) return OrderIndexOf(record, row) + 1;
+  const std::size_t pending = PendingRow();
+  if (row == pending) return now_.pending_at + 1;
+  return row < pending ? OrderIndexOf(record, row) + 1 : OrderIndexOf(record, row - 1) + 2;
+}
+
+RecordRow RecordSet::RowAt(std::size_t row) const { return table_.Row(table_.Cells(RecordOfRow(row))); }
+
 // --- moving ---
 
 // A move is made and told of also when the event of the record raises.
@@ -91,19 +114,28 @@ void RecordSet::Last() {
   BecameCurrent();
 }
 
+// Records come and go one at a time, so that most are found in a step or two.
+std::optional<std::size_t> RecordSet::RowOf(RecordTable::Id record, std::size_t place) const {
+  const RecordTable::Id* const end = now_.rows + now_.row_count;
+  const RecordTable::Id* const near = now_.rows + std::min(place, now_.row_count);
+  const RecordTable::Id* at = std::find(near, end, record);
+  if (at == end) {
+    at = std::find(now_.rows, near, record);
+    if (at == near) return std::nullopt;
+  }
+  return static_cast<std::size_t>(at - now_.rows);
+}
+
 void RecordSet::GoToRow(std::size_t row) {
   const RecordTable::Id record = RecordOfRow(row);
   if (row == CurrentRow()) return;
   if (now_.state != DataSetState::kBrowse) LeaveRecord();
-  const RecordTable::Id* const end = now_.rows + now_.row_count;
-  // leaving moves the others by one place at most
-  const RecordTable::Id* const near = now_.rows + (row > 0 ? std::min(row - 1, now_.row_count) : 0);
-  MoveTo(static_cast<std::size_t>(std::find(near, end, record) - now_.rows));
+  MoveTo(*RowOf(record, row > 0 ? row - 1 : 0));
 }
 
 std::optional<Bookmark> RecordSet::GetBookmark() const {
   if (RowCount() == 0) return std::nullopt;
-  const RecordTable::Id record = now_.inserting ? now_.pending : now_.rows[now_.position];
+  const RecordTable::Id record = CurrentRecord();
   return Bookmark{record, table_.GenerationOf(record), now_.epoch,
                   now_.inserting ? now_.pending_at : now_.position};
 }
@@ -112,13 +144,9 @@ bool RecordSet::GotoBookmark(const Bookmark& bookmark) {
   if (now_.state != DataSetState::kBrowse) LeaveRecord();
   if (now_.epoch != bookmark.epoch || table_.GenerationOf(bookmark.record) != bookmark.generation)
     return false;
-  const RecordTable::Id* const end = now_.rows + now_.row_count;
-  const bool stayed = bookmark.position < now_.row_count && now_.rows[bookmark.position] == bookmark.record;
-  const RecordTable::Id* const at =
-      stayed ? now_.rows + bookmark.position : std::find(now_.rows, end, bookmark.record);
-  if (at == end) return false;
-  MoveTo(static_cast<std::size_t>(at - now_.rows));
-  return true;
+  const auto row = RowOf(bookmark.record, bookmark.position);
+  if (row) MoveTo(*row);
+  return row.has_value();
 }
 
 // --- locating ---
@@ -221,7 +249,7 @@ void RecordSet::SetFilter(std::string_view expression, bool case_insensitive) {
 
 void RecordSet::SetFiltered(bool filtered) {
   if (now_.state != DataSetState::kBrowse) LeaveRecord();
-  const auto current = now_.row_count > 0 ? std::optional(now_.rows[now_.position]) : std::nullopt;
+  const auto current = GetBookmark();
   now_.filtered = filtered;
   ShowAfterChange(current);
 }
@@ -242,19 +270,18 @@ void RecordSet::RebuildVisible() {
 }
 
 // Other records are visible than before; the current one is kept where it is among them.
-void RecordSet::ShowAfterChange(std::optional<RecordTable::Id> current) {
+void RecordSet::ShowAfterChange(const std::optional<Bookmark>& current) {
   RebuildVisible();
   BindRows();
-  const RecordTable::Id* const end = now_.rows + now_.row_count;
-  const RecordTable::Id* const kept = current ? std::find(now_.rows, end, *current) : end;
+  const auto kept = current ? RowOf(current->record, current->position) : std::nullopt;
   if (now_.row_count == 0) {
     ShowNothing();
   } else {
-    ShowRecord(kept == end ? 0 : static_cast<std::size_t>(kept - now_.rows));
-    now_.bof = kept == end;
+    ShowRecord(kept.value_or(0));
+    now_.bof = !kept;
   }
   Tell(RecordSetChange::kReset);
-  if (now_.row_count > 0 && kept == end) BecameCurrent();
+  if (now_.row_count > 0 && !kept) BecameCurrent();
 }
 
 // The record just posted stands in its place among the visible ones, or leaves them.

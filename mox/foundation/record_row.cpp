@@ -6,12 +6,6 @@
 
 namespace mox {
 
-void RecordRow::RequireIndex(std::size_t index) const {
-  if (index < FieldCount()) return;
-  throw Error(*set_name_ + ": there is no field at position " + std::to_string(index) + " of " +
-              std::to_string(FieldCount()));
-}
-
 std::size_t RecordRow::IndexOf(std::string_view name) const {
   if (const auto index = FindFieldIndex(name)) return *index;
   throw FieldNotFound(name, *set_name_);
@@ -20,7 +14,9 @@ std::size_t RecordRow::IndexOf(std::string_view name) const {
 std::size_t RecordRow::IndexOf(NameId id) const {
   const std::size_t slot = structure_->slot_tables().present[id];
   if (slot != kNoSlot) return slot;
-  throw FieldNotFound(kVocabulary[static_cast<std::size_t>(id)].name, *set_name_);
+  const std::string name(kVocabulary[static_cast<std::size_t>(id)].name);
+  if (!structure_->IsLaidOut()) throw StateError(name + ": the record set " + *set_name_ + " is closed");
+  throw FieldNotFound(name, *set_name_);
 }
 
 Value RecordRow::AsVariant(std::size_t index) const {
@@ -87,8 +83,7 @@ std::string RecordRow::DisplayText(std::size_t index) const {
   }
 }
 
-Amount RecordRow::Price(PriceName name) const {
-  const std::size_t index = IndexOf(name.id);
+Amount RecordRow::PriceOfAnyKind(std::size_t index) const {
   return KindOf(index) == FieldKind::kFloat ? Amount::OfUnits(AsFloat(index)) : Amount(AsCurrency(index));
 }
 

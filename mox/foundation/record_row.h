@@ -16,7 +16,7 @@
 namespace mox {
 
 /// One record of a set, read where it stands: reading moves nothing, posts nothing and fires nothing. It
-/// holds until its set is changed.
+/// holds until its set is changed. There is none while the set is closed: then reading raises StateError.
 ///
 /// Reading converts between the kinds; what cannot be converted raises ConversionError that names the field.
 /// Texts are handed out as views that hold as long. A null is 0, the empty text, and day 0 of the day count,
@@ -26,7 +26,7 @@ class RecordRow {
   RecordRow(const Structure& structure, const std::string& set_name, const std::uint64_t* cells)
       : structure_(&structure), set_name_(&set_name), cells_(cells) {}
 
-  std::size_t FieldCount() const { return structure_->size(); }
+  std::size_t FieldCount() const { return structure_->fields().size(); }
   const FieldDef& Definition(std::size_t index) const { return structure_->fields().at(index); }
 
   std::optional<std::size_t> FindFieldIndex(std::string_view name) const { return structure_->Find(name); }
@@ -37,14 +37,14 @@ class RecordRow {
     RequireIndex(index);
     return IsNullCell(index);
   }
-  double AsFloat(std::size_t index) const {
-    if (index < FieldCount() && KindOf(index) == FieldKind::kFloat) [[likely]] {
+  MOX_ALWAYS_INLINE double AsFloat(std::size_t index) const {
+    if (index < structure_->size() && KindOf(index) == FieldKind::kFloat) [[likely]] {
       return std::bit_cast<double>(cells_[index]);
     }
     return ConvertedFloat(index);
   }
-  Currency AsCurrency(std::size_t index) const {
-    if (index < FieldCount() && KindOf(index) == FieldKind::kCurrency) [[likely]] {
+  MOX_ALWAYS_INLINE Currency AsCurrency(std::size_t index) const {
+    if (index < structure_->size() && KindOf(index) == FieldKind::kCurrency) [[likely]] {
       return Currency::FromScaled(static_cast<std::int64_t>(cells_[index]));
     }
     return ConvertedCurrency(index);
@@ -61,13 +61,13 @@ class RecordRow {
   /// A number through the field's display format, where it has one.
   std::string DisplayText(std::size_t index) const;
 
-  Currency operator[](CurrencyName name) const {
+  MOX_ALWAYS_INLINE Currency operator[](CurrencyName name) const {
     const std::size_t slot = structure_->slot_tables().usual[name.id];
     if (slot == kNoSlot) [[unlikely]]
       return AsCurrency(IndexOf(name.id));
     return Currency::FromScaled(static_cast<std::int64_t>(cells_[slot]));
   }
-  Real operator[](FloatName name) const {
+  MOX_ALWAYS_INLINE Real operator[](FloatName name) const {
     const std::size_t slot = structure_->slot_tables().usual[name.id];
     if (slot == kNoSlot) [[unlikely]]
       return AsFloat(IndexOf(name.id));
@@ -83,16 +83,26 @@ class RecordRow {
   Currency Optional(CurrencyName name) const { return Has(name) ? (*this)[name] : Currency(); }
   Real Optional(FloatName name) const { return Has(name) ? (*this)[name] : Real(0); }
   /// A unit price as an unrounded amount: one that stands in a float field keeps all of its decimals.
-  Amount Price(PriceName name) const;
+  Amount Price(PriceName name) const {
+    const std::size_t slot = structure_->slot_tables().usual[name.id];
+    if (slot == kNoSlot) [[unlikely]]
+      return PriceOfAnyKind(IndexOf(name.id));
+    return Currency::FromScaled(static_cast<std::int64_t>(cells_[slot]));
+  }
+  /// Where a name of the vocabulary stands. Raises FieldNotFound.
+  std::size_t IndexOf(NameId id) const;
+  /// Raises Error when there is no field at that position.
+  void RequireIndex(std::size_t index) const {
+    if (index >= structure_->size()) [[unlikely]]
+      structure_->RefusePosition(index, *set_name_);
+  }
 
  private:
   FieldKind KindOf(std::size_t index) const { return structure_->kinds()[index]; }
   bool IsNullCell(std::size_t index) const {
-    return reinterpret_cast<const NullMark*>(cells_ + FieldCount())[index] != NullMark::kValue;
+    return reinterpret_cast<const NullMark*>(cells_ + structure_->size())[index] != NullMark::kValue;
   }
-  void RequireIndex(std::size_t index) const;
-  /// Raises FieldNotFound.
-  std::size_t IndexOf(NameId id) const;
+  Amount PriceOfAnyKind(std::size_t index) const;
   template <typename Result>
   Result Read(std::size_t index, Result (*convert)(const Value&)) const;
   double ConvertedFloat(std::size_t index) const;

@@ -25,27 +25,15 @@ void RecordSet::DefineField(FieldDef def) {
 }
 
 void RecordSet::DefineField(std::string_view name, FieldKind kind, std::size_t size) {
-  FieldDef def;
-  def.name = name;
-  def.kind = kind;
-  def.size = size;
-  DefineField(std::move(def));
-}
-
-void RecordSet::BindStructure() {
-  const bool open = table_.IsOpen();
-  now_.places = open ? &table_.structure().slot_tables() : &kNoSlotTables;
-  now_.kinds = open ? table_.structure().kinds() : nullptr;
-  now_.field_count = open ? table_.structure().size() : 0;
-  BindWritable();
+  DefineField(FieldDef{.name = std::string(name), .kind = kind, .size = size});
 }
 
 // Cells that a listener wants to hear of are written slowly, one by one.
 void RecordSet::BindWritable() {
   const bool open = now_.state == DataSetState::kEdit || now_.state == DataSetState::kInsert;
   const bool calculating = now_.state == DataSetState::kCalcFields;
-  now_.writable = open && !now_.listening ? &now_.places->usual
-                  : calculating           ? &now_.places->calculated
+  now_.writable = open && !now_.listening ? &UsualSlots()
+                  : calculating           ? &table_.structure().slot_tables().calculated
                                           : &kNoSlots;
 }
 
@@ -57,37 +45,37 @@ void RecordSet::BindWatched() {
 }
 
 // The table was opened, closed or filled anew.
-void RecordSet::BeginAnew(DataSetState state) {
+void RecordSet::BeginAnew() {
   now_.epoch = NextEpoch();
-  now_.state = state;
+  now_.state = table_.IsOpen() ? DataSetState::kBrowse : DataSetState::kInactive;
   now_.modified = now_.inserting = now_.filtered = false;
   events_.settled.Clear();
   visible_.clear();
   filter_.reset();
-  BindStructure();
+  BindWritable();
   BindRows();
   ShowNothing();
+  Tell(IsActive() ? RecordSetChange::kReset : RecordSetChange::kClosed);
+  if (now_.row_count > 0) First();
 }
 
 void RecordSet::Open() {
   if (IsActive()) return;
   table_.Open();
-  BeginAnew(DataSetState::kBrowse);
-  Tell(RecordSetChange::kReset);
+  BeginAnew();
 }
 
 void RecordSet::Close() {
   if (!IsActive()) return;
   RequireOutsideEvents("close");
   table_.Close();
-  BeginAnew(DataSetState::kInactive);
-  Tell(RecordSetChange::kClosed);
+  BeginAnew();
 }
 
 void RecordSet::ShowNothing() {
   now_.position = 0;
   // Nothing is writable while there is no record.
-  now_.cells = table_.IsOpen() ? const_cast<std::uint64_t*>(table_.BlankCells()) : nullptr;
+  now_.cells = const_cast<std::uint64_t*>(table_.BlankCells());
   now_.eof = true;
   now_.bof = true;
 }
@@ -105,49 +93,29 @@ Field RecordSet::FieldByName(std::string_view name) {
 }
 
 Field RecordSet::FieldAt(std::size_t index) {
-  RequireIndex(index);
+  table_.RequireField(index);
   return Field(*this, index);
 }
 
-void RecordSet::RequireIndex(std::size_t index) const {
-  if (index >= FieldCount()) {
-    throw Error(Name() + ": there is no field at position " + std::to_string(index) + " of " +
-                std::to_string(FieldCount()));
-  }
-}
-
-std::size_t RecordSet::IndexOf(NameId id) const {
-  const std::size_t slot = now_.places->present[id];
-  if (slot != kNoSlot) return slot;
-  const std::string name(kVocabulary[static_cast<std::size_t>(id)].name);
-  if (!IsActive()) throw StateError(name + ": the record set " + Name() + " is closed");
-  throw FieldNotFound(name, Name());
-}
-
-std::vector<FieldDef>& RecordSet::MutableFields() {
-  const bool shows_nothing = table_.IsOpen() && now_.cells == table_.BlankCells();
-  std::vector<FieldDef>& fields = table_.MutableFields();
-  BindStructure();
+FieldDef& RecordSet::MutableField(std::size_t index) {
+  const bool shows_nothing = now_.cells == table_.BlankCells();
+  FieldDef& field = table_.MutableField(index);
+  BindWritable();
   if (shows_nothing) now_.cells = const_cast<std::uint64_t*>(table_.BlankCells());
-  return fields;
+  return field;
 }
 
 void RecordSet::SetDisplayName(std::size_t index, std::string display_name) {
-  RequireIndex(index);
-  MutableFields()[index].display_name = std::move(display_name);
+  MutableField(index).display_name = std::move(display_name);
   Tell(RecordSetChange::kReset);
 }
 
 void RecordSet::SetDisplayFormat(std::size_t index, std::string mask) {
-  RequireIndex(index);
-  MutableFields()[index].display_format = std::move(mask);
+  MutableField(index).display_format = std::move(mask);
   Tell(RecordSetChange::kReset);
 }
 
-void RecordSet::SetRequired(std::size_t index, bool required) {
-  RequireIndex(index);
-  MutableFields()[index].required = required;
-}
+void RecordSet::SetRequired(std::size_t index, bool required) { MutableField(index).required = required; }
 
 // --- records ---
 
@@ -214,7 +182,7 @@ void RecordSet::PostObserved() {
   if (now_.state != DataSetState::kEdit && now_.state != DataSetState::kInsert) RequireEditing();
   if (events_.before_post) FireBeforePost();
   const bool inserted = now_.inserting;
-  const RecordTable::Id record = inserted ? now_.pending : now_.rows[now_.position];
+  const RecordTable::Id record = CurrentRecord();
   if (inserted) table_.Place(now_.pending, now_.pending_at);
   EndEditing();
   if (!now_.filtered) BindRows();
@@ -284,21 +252,64 @@ void RecordSet::Delete() {
   }
 }
 
+// --- values of the current record ---
+
+Value RecordSet::OldVariant(std::size_t index) const {
+  const RecordRow current = Row();
+  current.RequireIndex(index);
+  if (now_.inserting) return {};
+  if (!table_.IsUnderEdit()) return current.AsVariant(index);
+  return table_.Row(table_.PostedCells(now_.rows[now_.position])).AsVariant(index);
+}
+
+void RecordSet::RequireWritable(std::size_t index) const {
+  Row().RequireIndex(index);
+  const bool calculating = now_.state == DataSetState::kCalcFields;
+  const bool open = now_.state == DataSetState::kEdit || now_.state == DataSetState::kInsert;
+  if (open || (calculating && Definition(index).calculated)) return;
+  throw StateError(Definition(index).name +
+                   (calculating ? ": inside the calculate-fields event only calculated fields are written"
+                                : ": the record is not being edited or inserted"));
+}
+
+void RecordSet::Wrote(std::size_t index) {
+  now_.modified = true;
+  if (now_.listening && now_.state != DataSetState::kCalcFields) {
+    Tell(RecordSetChange::kCell, CurrentRow(), index);
+  }
+}
+
+void RecordSet::SetVariant(std::size_t index, const Value& value) {
+  RequireWritable(index);
+  table_.Write(now_.cells, index, value);
+  Wrote(index);
+}
+
+void RecordSet::SetText(std::size_t index, std::string_view value) {
+  RequireWritable(index);
+  if (!HoldsText(Definition(index).kind)) return SetVariant(index, std::string(value));
+  table_.WriteText(now_.cells, index, value);
+  Wrote(index);
+}
+
+const std::string& Field::DisplayName() const {
+  const FieldDef& field = set_->Definition(index_);
+  return field.display_name.empty() ? field.name : field.display_name;
+}
+
 // --- copying ---
 
 void RecordSet::CleanClone(const RecordSet& source) {
   if (&source == this) return;
   RequireOutsideEvents("clone");
   table_.CloneFrom(source.table_);
-  BeginAnew(table_.IsOpen() ? DataSetState::kBrowse : DataSetState::kInactive);
-  Tell(table_.IsOpen() ? RecordSetChange::kReset : RecordSetChange::kClosed);
-  if (now_.row_count > 0) First();
+  BeginAnew();
 }
 
 void RecordSet::DataTransfer(const RecordSet& source) {
   if (&source == this) throw Error(Name() + ": a record set cannot be transferred into itself");
   if (now_.state != DataSetState::kBrowse) LeaveRecord();
-  const auto current = now_.row_count > 0 ? std::optional(now_.rows[now_.position]) : std::nullopt;
+  const auto current = GetBookmark();
   const std::size_t before = table_.size();
   table_.AppendFrom(source.table_);
   events_.settled.Clear();
@@ -313,7 +324,7 @@ struct RecordSet::CalcGuard {
   explicit CalcGuard(RecordSet& record_set)
       : set(record_set), state(set.now_.state), modified(set.now_.modified) {
     set.now_.state = DataSetState::kCalcFields;
-    set.now_.writable = &set.now_.places->calculated;
+    set.now_.writable = &set.table_.structure().slot_tables().calculated;
   }
   ~CalcGuard() {
     set.now_.state = state;
@@ -331,7 +342,7 @@ struct RecordSet::CalcGuard {
 // For the current record, of that number. A record whose edit may still be cancelled is never settled.
 void RecordSet::FireCalcFields(RecordTable::Id record) {
   events_.settled.Remove(record);
-  if (controls_.calculation_paused > 0) return;
+  if (now_.calculation_paused > 0) return;
   const bool compares = now_.listening || events_.reads == CalcFieldsReads::kItsRecord;
   if (compares) before_calculation_.assign(now_.cells, now_.cells + table_.structure().record_words());
   {
@@ -383,30 +394,9 @@ void RecordSet::RemoveListener(int id) {
   BindWatched();
 }
 
-void RecordSet::Tell(RecordSetChange::Kind kind, std::size_t row, std::size_t field) {
-  if (!now_.listening) return;
-  if (controls_.disabled > 0) {
-    bool& unseen = kind == RecordSetChange::kMoved ? controls_.moved_unseen : controls_.changed_unseen;
-    unseen = true;
-  } else {
-    events_.listeners.Tell(*this, {kind, row, field});
-  }
-}
-
-void RecordSet::EnableControls() {
-  if (--controls_.disabled > 0 || !(controls_.moved_unseen || controls_.changed_unseen)) return;
-  const auto kind = !IsActive()                ? RecordSetChange::kClosed
-                    : controls_.changed_unseen ? RecordSetChange::kReset
-                                               : RecordSetChange::kMoved;
-  controls_.moved_unseen = controls_.changed_unseen = false;
-  Tell(kind, kind == RecordSetChange::kMoved ? CurrentRow() : 0);
-}
-
 void RecordSet::Refresh() {
   RequireBrowsable("refresh");
-  if (now_.calculates && RowCount() > 0) {
-    FireCalcFields(now_.inserting ? now_.pending : now_.rows[now_.position]);
-  }
+  if (now_.calculates && RowCount() > 0) FireCalcFields(CurrentRecord());
   Tell(RecordSetChange::kReset);
 }
 

@@ -141,7 +141,7 @@ class RecordSet {
   bool Locate(std::string_view names, std::initializer_list<Value> values, LocateOptions options = {}) {
     return Locate(names, std::span(values.begin(), values.size()), options);
   }
-  bool Locate(FloatName name, double value);
+  bool Locate(FloatName name, double value) { return Locate(name.text, {Value(value)}); }
 
   /// For a walk over many records that reads few fields: asks the memory for those of the record that comes
   /// up some moves later, so that it is there by then.
@@ -227,13 +227,13 @@ class RecordSet {
   void RemoveListener(int id);
   /// Nested, and best by ControlsGuard. While they are disabled the listeners hear nothing; after the last
   /// enabling they are told once of everything.
-  void DisableControls() { ++controls_.disabled; }
-  void EnableControls();
-  bool ControlsDisabled() const { return controls_.disabled > 0; }
+  void DisableControls() { events_.listeners.Disable(); }
+  void EnableControls() { events_.listeners.Enable(*this); }
+  bool ControlsDisabled() const { return events_.listeners.AreDisabled(); }
   /// Nested, and best by CalculationPause. Meanwhile the calculate-fields event does not run; a record posted
   /// then is calculated when it becomes current again.
-  void PauseCalculation() { ++controls_.calculation_paused; }
-  void ResumeCalculation() { --controls_.calculation_paused; }
+  void PauseCalculation() { ++now_.calculation_paused; }
+  void ResumeCalculation() { --now_.calculation_paused; }
   /// The before-post event is running.
   bool IsBeingChecked() const { return now_.checking; }
   /// The set is walked, checked or calculated: a screen that processes messages meanwhile leaves it alone.
@@ -243,48 +243,46 @@ class RecordSet {
 
   // --- values of the current record ---
 
-  Currency operator[](CurrencyName name) const;
-  Real operator[](FloatName name) const;
-  std::int64_t operator[](IntegerName name) const;
-  std::string operator[](TextName name) const;
-  /// A unit price as an unrounded amount: one that stands in a float field keeps all of its decimals.
-  Amount Price(PriceName name) const;
-  /// 0 when the field is absent or null.
-  Currency Optional(CurrencyName name) const;
-  Real Optional(FloatName name) const;
+  /// The current record with what is pending in it, which all of the following read.
+  RecordRow Row() const { return table_.Row(now_.cells); }
+
+  Currency operator[](CurrencyName name) const { return Row()[name]; }
+  Real operator[](FloatName name) const { return Row()[name]; }
+  std::int64_t operator[](IntegerName name) const { return Row()[name]; }
+  std::string operator[](TextName name) const { return Row()[name]; }
+  Amount Price(PriceName name) const { return Row().Price(name); }
+  Currency Optional(CurrencyName name) const { return Row().Optional(name); }
+  Real Optional(FloatName name) const { return Row().Optional(name); }
   template <FieldKind K>
   bool Has(FieldName<K> name) const {
-    return now_.places->present[name.id] != kNoSlot;
+    return Row().Has(name);
   }
+
+  bool IsNull(std::size_t index) const { return Row().IsNull(index); }
+  double AsFloat(std::size_t index) const { return Row().AsFloat(index); }
+  Currency AsCurrency(std::size_t index) const { return Row().AsCurrency(index); }
+  std::int64_t AsInteger(std::size_t index) const { return Row().AsInteger(index); }
+  bool AsBoolean(std::size_t index) const { return Row().AsBoolean(index); }
+  Date AsDate(std::size_t index) const { return Row().AsDate(index); }
+  DateTime AsDateTime(std::size_t index) const { return Row().AsDateTime(index); }
+  std::string AsText(std::size_t index) const { return Row().AsText(index); }
+  std::string_view AsTextView(std::size_t index) const { return Row().AsTextView(index); }
+  Value AsVariant(std::size_t index) const { return Row().AsVariant(index); }
+  std::string DisplayText(std::size_t index) const { return Row().DisplayText(index); }
+  /// As it was before the pending edit; null in an insert.
+  Value OldVariant(std::size_t index) const;
 
   void Set(CurrencyName name, Currency value);
   void Set(FloatName name, Real value);
-  void Set(TextName name, std::string_view value);
+  void Set(TextName name, std::string_view value) { SetText(Row().IndexOf(name.id), value); }
 
-  bool IsNull(std::size_t index) const;
-  double AsFloat(std::size_t index) const;
-  Currency AsCurrency(std::size_t index) const;
-  std::int64_t AsInteger(std::size_t index) const;
-  bool AsBoolean(std::size_t index) const;
-  Date AsDate(std::size_t index) const;
-  DateTime AsDateTime(std::size_t index) const;
-  /// As the locale writes it; for a text field the text itself, for a binary one its bytes.
-  std::string AsText(std::size_t index) const;
-  /// Of a text or binary field only, without a copy.
-  std::string_view AsTextView(std::size_t index) const;
-  Value AsVariant(std::size_t index) const;
-  /// As it was before the pending edit; null in an insert.
-  Value OldVariant(std::size_t index) const;
-  /// A number through the field's display format, where it has one.
-  std::string DisplayText(std::size_t index) const;
-
-  void SetNull(std::size_t index);
-  void SetFloat(std::size_t index, double value);
-  void SetCurrency(std::size_t index, Currency value);
-  void SetInteger(std::size_t index, std::int64_t value);
-  void SetBoolean(std::size_t index, bool value);
-  void SetDate(std::size_t index, Date value);
-  void SetDateTime(std::size_t index, DateTime value);
+  void SetNull(std::size_t index) { SetVariant(index, {}); }
+  void SetFloat(std::size_t index, double value) { SetVariant(index, value); }
+  void SetCurrency(std::size_t index, Currency value) { SetVariant(index, value); }
+  void SetInteger(std::size_t index, std::int64_t value) { SetVariant(index, value); }
+  void SetBoolean(std::size_t index, bool value) { SetVariant(index, value); }
+  void SetDate(std::size_t index, Date value) { SetVariant(index, value); }
+  void SetDateTime(std::size_t index, DateTime value) { SetVariant(index, value); }
   void SetText(std::size_t index, std::string_view value);
   void SetVariant(std::size_t index, const Value& value);
 
@@ -308,8 +306,7 @@ class RecordSet {
     bool* modified;
   };
   OpenLine Line() {
-    return {now_.places->usual, *now_.writable, now_.cells,
-            reinterpret_cast<NullMark*>(now_.cells + now_.field_count), &now_.modified};
+    return {UsualSlots(), *now_.writable, now_.cells, table_.Marks(now_.cells), &now_.modified};
   }
 
   /// Bytes held for records and texts.
@@ -324,11 +321,8 @@ class RecordSet {
 
   // Where the set stands. What every read and write of the current record needs comes first.
   struct Standing {
-    const SlotTables* places = &kNoSlotTables;
     const SlotTable* writable = &kNoSlots;  // what the state lets a formula write
     std::uint64_t* cells = nullptr;
-    const FieldKind* kinds = nullptr;  // by position, of an open set
-    std::size_t field_count = 0;       // of an open set
     bool modified = false;
     bool calculates = false;  // the calculate-fields event is set
     bool listening = false;   // a listener is set
@@ -339,6 +333,7 @@ class RecordSet {
     bool bof = true;
     bool filtered = false;
     DataSetState state = DataSetState::kInactive;
+    int calculation_paused = 0;
     const RecordTable::Id* rows = nullptr;  // VisibleRecords(), at hand
     std::size_t row_count = 0;
     std::size_t position = 0;
@@ -350,6 +345,7 @@ class RecordSet {
   // A part that moving leaves as new, so that the set it was taken from is closed and can be used again.
   template <typename Part>
   struct LeftAsNew : Part {
+    using Part::operator=;
     LeftAsNew() = default;
     ~LeftAsNew() = default;
     LeftAsNew(LeftAsNew&& other) noexcept : Part(std::exchange(static_cast<Part&>(other), Part())) {}
@@ -359,21 +355,6 @@ class RecordSet {
     }
     LeftAsNew(const LeftAsNew&) = delete;
     LeftAsNew& operator=(const LeftAsNew&) = delete;
-  };
-
-  // Belongs to the place of the set, to which guards refer, so that moving leaves it where it is.
-  struct Controls {
-    Controls() = default;
-    ~Controls() = default;
-    Controls(Controls&&) noexcept {}
-    Controls& operator=(Controls&&) noexcept { return *this; }
-    Controls(const Controls&) = delete;
-    Controls& operator=(const Controls&) = delete;
-
-    int disabled = 0;
-    int calculation_paused = 0;
-    bool moved_unseen = false;
-    bool changed_unseen = false;
   };
 
   struct Events {
@@ -389,17 +370,20 @@ class RecordSet {
   }
   std::size_t PendingRow() const { return now_.pending_at == table_.size() ? now_.row_count : now_.position; }
   RecordTable::Id RecordOfRow(std::size_t row) const;
+  RecordTable::Id CurrentRecord() const { return now_.inserting ? now_.pending : now_.rows[now_.position]; }
+  // The row of a visible record, looked for around a place that it had.
+  std::optional<std::size_t> RowOf(RecordTable::Id record, std::size_t place) const;
 
   // structure
-  std::vector<FieldDef>& MutableFields();
-  void BindStructure();
+  const SlotTable& UsualSlots() const { return table_.structure().slot_tables().usual; }
+  FieldDef& MutableField(std::size_t index);
   void BindWritable();
   void BindWatched();
   void BindRows() {
     now_.rows = VisibleRecords().data();
     now_.row_count = VisibleRecords().size();
   }
-  void BeginAnew(DataSetState state);
+  void BeginAnew();
 
   // what the state allows
   void RequireBrowsable(const char* what) const;
@@ -418,7 +402,7 @@ class RecordSet {
   void ShowRecord(std::size_t position);
   void ShowNothing();
   void MoveTo(std::size_t position);
-  void ShowAfterChange(std::optional<RecordTable::Id> current);
+  void ShowAfterChange(const std::optional<Bookmark>& current);
   bool IsVisible(RecordTable::Id record) const;
   void RebuildVisible();
   void FilterPosted(bool inserted);
@@ -432,34 +416,24 @@ class RecordSet {
 
   // events
   bool IsToBeCalculated(RecordTable::Id record) const {
-    return now_.calculates && controls_.calculation_paused == 0 && !events_.settled.Has(record);
+    return now_.calculates && now_.calculation_paused == 0 && !events_.settled.Has(record);
   }
   void FireCalcFields(RecordTable::Id record);
   void FireBeforePost();
-  void Tell(RecordSetChange::Kind kind, std::size_t row = 0, std::size_t field = 0);
-
-  // values
-  void RequireIndex(std::size_t index) const;
-  std::size_t IndexOf(NameId id) const;
-  RecordRow Readable(std::size_t index) const;  // the current record; raises where it cannot be read
-  Currency ReadCurrencySlowly(NameId id) const;
-  double ReadFloatSlowly(NameId id) const;
-  void SetSlowly(NameId id, Currency value);
-  void SetSlowly(NameId id, double value);
-  void RequireWritable(std::size_t index) const;
-  void Wrote(std::size_t index);
-  void WriteValue(std::size_t index, const Value& value);
-  void MarkWritten(std::size_t slot) {
-    reinterpret_cast<NullMark*>(now_.cells + now_.field_count)[slot] = NullMark::kValue;
-    now_.modified = true;
+  void Tell(RecordSetChange::Kind kind, std::size_t row = 0, std::size_t field = 0) {
+    if (now_.listening) events_.listeners.Tell(*this, {kind, row, field});
   }
 
+  // values
+  void SetSlowly(NameId id, const Value& value) { SetVariant(Row().IndexOf(id), value); }
+  void RequireWritable(std::size_t index) const;
+  void Wrote(std::size_t index);
+
   LeftAsNew<Standing> now_;
-  RecordTable table_;
+  LeftAsNew<RecordTable> table_;
   std::vector<RecordTable::Id> visible_;  // of the table's order, while filtered
   std::unique_ptr<RecordFilter> filter_;
   LeftAsNew<Events> events_;
-  Controls controls_;
   std::vector<std::uint64_t> before_calculation_;  // room for one record, where somebody listens
 };
 

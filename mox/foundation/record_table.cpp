@@ -1,6 +1,7 @@
 #include "mox/foundation/record_table.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "mox/foundation/text.h"
@@ -10,18 +11,14 @@ namespace mox {
 
 // --- structure ---
 
-std::vector<FieldDef>& RecordTable::MutableFields() {
-  if (!structure_) return defined_;
+Structure& RecordTable::OwnStructure() {
   if (structure_.use_count() > 1) structure_ = std::make_shared<Structure>(*structure_);
-  return structure_->mutable_fields();
+  return *structure_;
 }
 
-std::optional<std::size_t> RecordTable::Find(std::string_view field) const {
-  if (structure_) return structure_->Find(field);
-  for (std::size_t i = 0; i < defined_.size(); ++i) {
-    if (SameName(defined_[i].name, field)) return i;
-  }
-  return std::nullopt;
+FieldDef& RecordTable::MutableField(std::size_t index) {
+  RequireField(index);
+  return OwnStructure().mutable_field(index);
 }
 
 std::size_t RecordTable::IndexOf(std::string_view field) const {
@@ -29,18 +26,10 @@ std::size_t RecordTable::IndexOf(std::string_view field) const {
   throw FieldNotFound(field, name);
 }
 
-void RecordTable::Define(FieldDef def) {
-  if (def.name.empty()) throw Error("a field needs a name");
-  if (defined_.size() == Structure::kMostFields) {
-    throw Error("a record set has at most " + std::to_string(Structure::kMostFields) + " fields");
-  }
-  if (Find(def.name)) throw Error("field \"" + def.name + "\" is defined twice");
-  defined_.push_back(std::move(def));
-}
+void RecordTable::Define(FieldDef def) { OwnStructure().Define(std::move(def)); }
 
 void RecordTable::StartWith(std::shared_ptr<Structure> structure) {
   structure_ = std::move(structure);
-  defined_.clear();
   order_.clear();
   texts_.Clear();
   slabs_ = RecordSlabs(structure_->record_words());
@@ -49,17 +38,15 @@ void RecordTable::StartWith(std::shared_ptr<Structure> structure) {
 }
 
 void RecordTable::Open() {
-  if (defined_.empty()) throw Error(name + ": a record set without fields cannot be opened");
-  StartWith(std::make_shared<Structure>(std::move(defined_)));
+  if (Fields().empty()) throw Error(name + ": a record set without fields cannot be opened");
+  OwnStructure().LayOut();
+  StartWith(structure_);
 }
 
 void RecordTable::Close() {
-  defined_ = structure_->fields();
-  structure_.reset();
-  order_.clear();
-  texts_.Clear();
-  slabs_ = RecordSlabs(1);
-  under_edit_ = replaced_text_ = false;
+  auto closed = std::make_shared<Structure>();
+  for (const FieldDef& field : Fields()) closed->Define(field);
+  StartWith(std::move(closed));
 }
 
 // --- cells ---
@@ -68,6 +55,9 @@ void RecordTable::Write(std::uint64_t* cells, std::size_t field, const Value& va
   const FieldDef& def = structure_->fields()[field];
   const auto* text = std::get_if<std::string>(&value);
   if (std::holds_alternative<std::monostate>(value)) return WriteNull(cells, field);
+  if (const auto* number = std::get_if<double>(&value); number != nullptr && !std::isfinite(*number)) {
+    throw Overflow(def.name + ": only finite numbers are stored");
+  }
   if (HoldsText(def.kind)) return WriteText(cells, field, text != nullptr ? *text : ToText(value));
   // a blank text is null in a field that holds no text
   if (text != nullptr && TrimBlanks(*text).empty()) return WriteNull(cells, field);
@@ -96,7 +86,7 @@ void RecordTable::WriteText(std::uint64_t* cells, std::size_t field, std::string
 void RecordTable::WriteNull(std::uint64_t* cells, std::size_t field) {
   if (HoldsText(structure_->kinds()[field])) DropText(cells, field);
   cells[field] = 0;
-  Mark(cells, field, NullMark::kNull);
+  Marks(cells)[field] = NullMark::kNull;
 }
 
 // The text that a cell held so far is dead, unless an undo may still bring it back.
@@ -157,11 +147,6 @@ void RecordTable::CompactTexts() {
 // --- copies ---
 
 void RecordTable::CloneFrom(const RecordTable& source) {
-  if (!source.structure_) {
-    if (structure_) Close();
-    defined_ = source.defined_;
-    return;
-  }
   StartWith(source.structure_);
   order_.reserve(source.order_.size());
   for (const Id record : source.order_) {

@@ -31,11 +31,16 @@ class RecordTable {
 
   // --- structure ---
 
-  bool IsOpen() const { return structure_ != nullptr; }
-  const std::vector<FieldDef>& Fields() const { return structure_ ? structure_->fields() : defined_; }
-  /// For labels and formats only. Clones that share the structure keep theirs.
-  std::vector<FieldDef>& MutableFields();
-  std::optional<std::size_t> Find(std::string_view field) const;
+  bool IsOpen() const { return structure_->IsLaidOut(); }
+  const std::vector<FieldDef>& Fields() const { return structure_->fields(); }
+  /// Raises Error when there is none at that position.
+  void RequireField(std::size_t index) const {
+    if (index >= Fields().size()) structure_->RefusePosition(index, name);
+  }
+  /// For its label and format only. Clones that share the structure keep theirs. Raises Error when there is
+  /// none at that position.
+  FieldDef& MutableField(std::size_t index);
+  std::optional<std::size_t> Find(std::string_view field) const { return structure_->Find(field); }
   /// Raises FieldNotFound.
   std::size_t IndexOf(std::string_view field) const;
   /// Of a closed table. Raises Error when the name is empty or taken.
@@ -43,7 +48,6 @@ class RecordTable {
   void Open();
   /// Drops all records. The fields stay defined.
   void Close();
-  /// Of an open table.
   const Structure& structure() const { return *structure_; }
 
   // --- records in their order, as posted ---
@@ -72,11 +76,11 @@ class RecordTable {
   }
   const std::uint64_t* BlankCells() const { return structure_->blank().data(); }
   RecordRow Row(const std::uint64_t* cells) const { return {*structure_, name, cells}; }
+  NullMark* Marks(std::uint64_t* cells) const {
+    return reinterpret_cast<NullMark*>(cells + structure_->size());
+  }
   bool IsNull(const std::uint64_t* cells, std::size_t field) const {
     return reinterpret_cast<const NullMark*>(cells + structure_->size())[field] != NullMark::kValue;
-  }
-  void Mark(std::uint64_t* cells, std::size_t field, NullMark mark) {
-    reinterpret_cast<NullMark*>(cells + structure_->size())[field] = mark;
   }
   /// How often a record of that number was given back.
   std::uint32_t GenerationOf(Id record) const { return slabs_.GenerationOf(record); }
@@ -87,7 +91,7 @@ class RecordTable {
   void WriteText(std::uint64_t* cells, std::size_t field, std::string_view text);
   void WriteBits(std::uint64_t* cells, std::size_t field, std::uint64_t bits) {
     cells[field] = bits;
-    Mark(cells, field, NullMark::kValue);
+    Marks(cells)[field] = NullMark::kValue;
   }
   void WriteNull(std::uint64_t* cells, std::size_t field);
 
@@ -135,13 +139,13 @@ class RecordTable {
 
   static std::ptrdiff_t Offset(std::size_t at) { return static_cast<std::ptrdiff_t>(at); }
   void StartWith(std::shared_ptr<Structure> structure);
+  Structure& OwnStructure();
   Id CopyOf(const RecordTable& source, Id record, std::span<const std::optional<std::size_t>> source_fields);
   void DropText(const std::uint64_t* cells, std::size_t field);
   void DropReplacedTexts(const std::uint64_t* kept, const std::uint64_t* replaced);
   void CompactTexts();
 
-  std::vector<FieldDef> defined_;         // of a closed table
-  std::shared_ptr<Structure> structure_;  // of an open one
+  std::shared_ptr<Structure> structure_ = std::make_shared<Structure>();
   RecordSlabs slabs_{1};
   TextArena texts_;
   std::vector<Id> order_;

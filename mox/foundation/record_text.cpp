@@ -231,9 +231,7 @@ std::string RecordSet::SaveToString() const {
 void RecordSet::LoadFromString(std::string_view text) {
   RequireOutsideEvents("load");
   table_ = ReadTable(text);
-  BeginAnew(table_.IsOpen() ? DataSetState::kBrowse : DataSetState::kInactive);
-  Tell(table_.IsOpen() ? RecordSetChange::kReset : RecordSetChange::kClosed);
-  if (now_.row_count > 0) First();
+  BeginAnew();
 }
 
 void RecordSet::SaveToFile(const std::string& path) const { ReplaceFile(path, SaveToString()); }

@@ -20,16 +20,22 @@ bool Structure::FoldedEqual::operator()(std::string_view a, std::string_view b) 
   return SameName(a, b);
 }
 
-Structure::Structure(std::vector<FieldDef> fields) : fields_(std::move(fields)) {
-  if (fields_.size() > kMostFields) {
+void Structure::Define(FieldDef field) {
+  if (field.name.empty()) throw Error("a field needs a name");
+  if (fields_.size() == kMostFields) {
     throw Error("a record set has at most " + std::to_string(kMostFields) + " fields");
   }
+  if (!by_name_.emplace(field.name, fields_.size()).second) {
+    throw Error("field \"" + field.name + "\" is defined twice");
+  }
+  fields_.push_back(std::move(field));
+}
+
+void Structure::LayOut() {
   blank_.resize(fields_.size() + (fields_.size() + 7) / 8);
   std::memset(blank_.data() + fields_.size(), static_cast<int>(NullMark::kNull), fields_.size());
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     const FieldDef& field = fields_[i];
-    if (field.name.empty()) throw Error("field " + std::to_string(i + 1) + " has no name");
-    if (!by_name_.emplace(field.name, i).second) throw Error("field \"" + field.name + "\" is defined twice");
     if (const auto id = FindInVocabulary(field.name)) {
       const bool usual = field.kind == kVocabulary[static_cast<std::size_t>(*id)].kind;
       slots_.present.Add(*id, i);
@@ -37,8 +43,16 @@ Structure::Structure(std::vector<FieldDef> fields) : fields_(std::move(fields)) 
       if (usual && field.calculated) slots_.calculated.Add(*id, i);
     }
     kinds_.push_back(field.kind);
-    if (field.kind == FieldKind::kText || field.kind == FieldKind::kBinary) text_fields_.push_back(i);
+    if (HoldsText(field.kind)) text_fields_.push_back(i);
   }
+}
+
+void Structure::RefusePosition(std::size_t index, const std::string& set_name) const {
+  if (index < fields_.size()) {
+    throw StateError(fields_[index].name + ": the record set " + set_name + " is closed");
+  }
+  throw Error(set_name + ": there is no field at position " + std::to_string(index) + " of " +
+              std::to_string(fields_.size()));
 }
 
 std::optional<std::size_t> Structure::Find(std::string_view name) const {

@@ -45,8 +45,6 @@ struct SlotTables {
   SlotTable calculated;  ///< of the usual kind, and written inside the calculate-fields event
 };
 
-inline constexpr SlotTables kNoSlotTables;
-
 /// A byte that marks a null. Of a type of its own, because a write of a plain byte may change anything in the
 /// eyes of the compiler, which would then read all else anew.
 enum class NullMark : std::uint8_t { kValue = 0, kNull = 1 };
@@ -59,15 +57,20 @@ class Structure {
  public:
   static constexpr std::size_t kMostFields = 4096;
 
-  /// Raises Error when a name is empty or given twice, or there are too many fields.
-  explicit Structure(std::vector<FieldDef> fields);
+  /// Before the records are laid out. Raises Error when the name is empty or taken, or there are too many.
+  void Define(FieldDef field);
+  /// From here on a record has a cell for each field.
+  void LayOut();
+  bool IsLaidOut() const { return !kinds_.empty(); }
 
   const std::vector<FieldDef>& fields() const { return fields_; }
-  std::vector<FieldDef>& mutable_fields() {
-    return fields_;
-  }  ///< for labels and formats; never names or kinds
-  std::size_t size() const { return fields_.size(); }
+  /// For labels and formats; never names or kinds.
+  FieldDef& mutable_field(std::size_t index) { return fields_[index]; }
+  /// Of a record; 0 before they are laid out.
+  std::size_t size() const { return kinds_.size(); }
   std::optional<std::size_t> Find(std::string_view name) const;
+  /// Says of which set why a record has no cell at that position: there is no such field, or no record.
+  [[noreturn]] void RefusePosition(std::size_t index, const std::string& set_name) const;
   const SlotTables& slot_tables() const { return slots_; }
   std::size_t record_words() const { return blank_.size(); }
   /// A record that is null in every field.
