@@ -48,14 +48,14 @@ class DatabaseConnection {
     longest_wait_ = milliseconds;
     dialect_.SetLongestWait(session_, longest_wait_);
   }
-  void BeginRead() { Execute(dialect_.BeginRead()); }
+  void BeginRead() { Begin(dialect_.BeginRead()); }
   /// In a transaction of its own, or in the one that is there already.
   void BeginWrite(Writing writing = Writing::kAlone) {
     if (depth_++ > 0) return;
     undone_ = false;
     writing_ = dialect_.LetsOthersWrite() ? writing : Writing::kAlone;
     try {
-      Execute(dialect_.BeginWrite(writing_));
+      Begin(dialect_.BeginWrite(writing_));
     } catch (...) {
       RollBack();
       throw;
@@ -94,8 +94,22 @@ class DatabaseConnection {
     }
   }
 
+  void SetAccess(Database::Access access) { access_ = access; }
+
  private:
+  // A connection that is lost is made anew while nothing depends on it yet.
+  void Begin(std::string_view sql) {
+    try {
+      Execute(sql);
+    } catch (const DatabaseUnavailable&) {
+      if (!dialect_.Reconnect(session_, location_, access_)) throw;
+      if (longest_wait_ > 0) dialect_.SetLongestWait(session_, longest_wait_);
+      Execute(sql);
+    }
+  }
+
   DatabaseLocation location_;
+  Database::Access access_ = Database::Access::kReadWrite;
   const Dialect& dialect_;
   int depth_ = 0;        // of write transactions
   bool undone_ = false;  // something that the transaction stored

@@ -41,6 +41,9 @@ class Dialect {
   /// Opens an existing database. Raises soci_error, Error.
   virtual void Open(soci::session& session, const DatabaseLocation& location,
                     Database::Access access) const = 0;
+  /// Makes a connection anew that is lost; false where it is not, or cannot be had now.
+  virtual bool Reconnect(soci::session& session, const DatabaseLocation& location,
+                         Database::Access access) const = 0;
   /// Creates a database and has it filled; it appears whole or not at all. Raises DatabaseError.
   virtual void Create(const DatabaseLocation& location,
                       const std::function<void(DatabaseConnection& connection)>& fill) const = 0;

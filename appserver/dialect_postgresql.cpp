@@ -16,16 +16,22 @@ namespace {
 
 constexpr int kLongestWaitForLock = 30'000;  // milliseconds, for the transaction of another program
 
-// A connection whose names are those of the company's schema.
-void Connect(soci::session& session, const DatabaseLocation& location) {
+// The names of a connection are those of the company's schema.
+void SetUp(PGconn* connection, const DatabaseLocation& location, Database::Access access) {
+  RunPostgresql(
+      connection,
+      "SET client_encoding = 'UTF8'; SET client_min_messages = warning; SET DateStyle = 'ISO, YMD'; "
+      "SET standard_conforming_strings = on; SET extra_float_digits = 3; SET lock_timeout = " +
+          std::to_string(kLongestWaitForLock) + "; SET search_path TO " + QuotedName(location.schema()) +
+          (access == Database::Access::kReadOnly ? "; SET default_transaction_read_only = on" : ""));
+}
+
+void Connect(soci::session& session, const DatabaseLocation& location,
+             Database::Access access = Database::Access::kReadWrite) {
   session.open(soci::postgresql, location.connection());
   PQsetNoticeProcessor(
       PostgresqlHandle(session), [](void*, const char*) {}, nullptr);
-  RunPostgresql(
-      PostgresqlHandle(session),
-      "SET client_encoding = 'UTF8'; SET client_min_messages = warning; SET DateStyle = 'ISO, YMD'; "
-      "SET standard_conforming_strings = on; SET lock_timeout = " +
-          std::to_string(kLongestWaitForLock) + "; SET search_path TO " + QuotedName(location.schema()));
+  SetUp(PostgresqlHandle(session), location, access);
 }
 
 bool HasSchema(soci::session& session, const std::string& schema) {
@@ -74,10 +80,19 @@ class Postgresql : public Dialect {
  public:
   void Open(soci::session& session, const DatabaseLocation& location,
             Database::Access access) const override {
-    Connect(session, location);
+    Connect(session, location, access);
     if (!HasSchema(session, location.schema()))
       throw DatabaseError(location.ToString() + ": there is no such company");
-    if (access == Database::Access::kReadOnly) session << "SET default_transaction_read_only = on";
+  }
+
+  bool Reconnect(soci::session& session, const DatabaseLocation& location,
+                 Database::Access access) const override {
+    PGconn* const connection = session.get_backend() == nullptr ? nullptr : PostgresqlHandle(session);
+    if (connection == nullptr || PQstatus(connection) == CONNECTION_OK) return false;
+    PQreset(connection);
+    if (PQstatus(connection) != CONNECTION_OK) return false;
+    SetUp(connection, location, access);
+    return true;
   }
 
   // Everything in one transaction, so that the schema appears whole or not at all.

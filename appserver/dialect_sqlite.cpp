@@ -82,6 +82,11 @@ class Sqlite : public Dialect {
     if (IsCompanyDatabase(session)) SetWriteAheadLog(session);
   }
 
+  bool Reconnect(soci::session& /*session*/, const DatabaseLocation& /*location*/,
+                 Database::Access /*access*/) const override {
+    return false;
+  }
+
   void Create(const DatabaseLocation& location,
               const std::function<void(DatabaseConnection&)>& fill) const override {
     const std::string& path = location.path();

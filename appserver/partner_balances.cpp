@@ -38,16 +38,18 @@ void SumBalancesAnew(Database& database) {
 
 void CheckBalances(Database& database, std::vector<DatabaseFinding>& findings) {
   const RecordSet faults =
-      database.Query("saldo", ParseColumns("gdje,sto"),
-                     "SELECT 'partner ' || CAST(z.par_id AS VARCHAR(20)), 'the balance is kept as ' || "
-                     "CAST(SUM(z.kept) / 10000.0 AS VARCHAR(40)) || ', the items come to ' || "
-                     "CAST(SUM(z.items) / 10000.0 AS VARCHAR(40)) FROM "
+      database.Query("saldo", ParseColumns("par_id:integer,vodi_se:currency,stavke:currency"),
+                     "SELECT z.par_id, SUM(z.kept) / 10000.0, SUM(z.items) / 10000.0 FROM "
                      "(SELECT par_id, duguje - potrazuje AS kept, 0 AS items FROM par_saldo UNION ALL "
                      "SELECT par_id, 0, SUM(CAST(ROUND(duguje * 10000) AS BIGINT) - "
                      "CAST(ROUND(potrazuje * 10000) AS BIGINT)) FROM otvorene_stavke "
                      "WHERE id <= (SELECT stavka_id FROM par_saldo_do) GROUP BY par_id) z "
                      "GROUP BY z.par_id HAVING SUM(z.kept) <> SUM(z.items) ORDER BY z.par_id");
-  for (const RecordRow& row : faults.Rows()) findings.push_back({"balance", row.AsText(0), row.AsText(1)});
+  for (const RecordRow& row : faults.Rows()) {
+    findings.push_back({"balance", "partner " + row.AsText(0),
+                        "the balance is kept as " + row.AsCurrency(1).ToString() + ", the items come to " +
+                            row.AsCurrency(2).ToString()});
+  }
 }
 
 }  // namespace mox

@@ -2,6 +2,7 @@
 
 #include "appserver/fold.h"
 #include "mox/documents/document_kinds.h"
+#include "mox/foundation/text.h"
 
 namespace mox {
 namespace {
@@ -87,11 +88,10 @@ std::span<const NamedService> StockServices() { return kServices; }
 
 void CheckStock(Database& database, std::vector<DatabaseFinding>& findings) {
   const Columns columns = ParseColumns("gdje,sto");
-  Tell(database.Query("zbroj", columns, R"(
-SELECT 'article ' || a.sifra || ' in warehouse ' || k.sifra,
-  'stands at ' || CAST(SUM(z.stoji) / 1000000.0 AS VARCHAR(40)) || ', its movements come to ' ||
-  CAST(SUM(z.doslo) / 1000000.0 AS VARCHAR(40)) || '; it is worth ' ||
-  CAST(SUM(z.vrijedi) / 10000.0 AS VARCHAR(40)) || ', they ' || CAST(SUM(z.donijelo) / 10000.0 AS VARCHAR(40))
+  const RecordSet sums = database.Query(
+      "zbroj", ParseColumns("sifra,skladiste,stoji:float,doslo:float,vrijedi:currency,donijelo:currency"), R"(
+SELECT a.sifra, k.sifra, SUM(z.stoji) / 1000000.0, SUM(z.doslo) / 1000000.0, SUM(z.vrijedi) / 10000.0,
+  SUM(z.donijelo) / 10000.0
 FROM
   (SELECT skl_id, art_id, kolicina AS stoji, vrijednost AS vrijedi, 0 AS doslo, 0 AS donijelo FROM skl_stanje
    UNION ALL
@@ -100,8 +100,13 @@ JOIN skladiste k ON k.id = z.skl_id
 JOIN art a ON a.id = z.art_id
 GROUP BY z.skl_id, z.art_id, a.sifra, k.sifra
 HAVING SUM(z.stoji) <> SUM(z.doslo) OR SUM(z.vrijedi) <> SUM(z.donijelo)
-ORDER BY k.sifra, a.sifra)"),
-       findings);
+ORDER BY k.sifra, a.sifra)");
+  for (const RecordRow& row : sums.Rows()) {
+    findings.push_back({"stock", "article " + row.AsText(0) + " in warehouse " + row.AsText(1),
+                        "stands at " + ShortestNumber(row.AsFloat(2)) + ", its movements come to " +
+                            ShortestNumber(row.AsFloat(3)) + "; it is worth " + row.AsCurrency(4).ToString() +
+                            ", they " + row.AsCurrency(5).ToString()});
+  }
   Tell(database.Query(
            "stavke", columns,
            "SELECT d.vrsta || ' ' || CAST(d.broj AS VARCHAR(20)) || '/' || CAST(d.godina AS VARCHAR(20)) "

@@ -327,6 +327,28 @@ TEST_P(DatabaseTest, IsUnavailableWhereAnotherProgramKeepsItLocked) {
   EXPECT_EQ(failure(server), "tvrtka.db: the disk is full");
 }
 
+// What was begun is lost with the connection; the next transaction has a new one.
+TEST_P(DatabaseTest, GoesOnAfterTheServerHasEndedItsConnection) {
+  if (!IsPostgresql()) return;
+  Database database(path_);
+  const auto end_connection = [&] {
+    const RecordSet process = database.Query("p", ParseColumns("pid:integer"), "SELECT pg_backend_pid()");
+    PostgresqlServer::Run(path_, "SELECT pg_terminate_backend(" + process.AsText(0) + ", 5000)");
+  };
+  const auto insert = [&] { database.Execute("INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')"); };
+  end_connection();
+  {
+    WriteTransaction transaction(database);
+    insert();
+    end_connection();
+    EXPECT_THROW(insert(), DatabaseUnavailable);
+    EXPECT_THROW(transaction.Commit(), DatabaseError);
+  }
+  WriteTransaction transaction(database);
+  insert();
+  transaction.Commit();
+}
+
 // A file whose number a database may have passed already would never run there.
 TEST(Migrations, HaveEachNumberOnce) {
   std::vector<int> numbers;
