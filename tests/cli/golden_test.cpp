@@ -148,13 +148,28 @@ std::string WithoutTimes(const std::string& text) {
   return std::regex_replace(std::regex_replace(text, kSeconds, "in T s\n"), kMoment, "NOW");
 }
 
+// Whether a command names the file of a database where a result is to go, which no company on a server has.
+bool WritesOverDatabase(const std::string& line) {
+  static const std::regex kResult(R"(^\$ .*--(pdf|slip|faults|save-map|template|xlsx) \S+\.db( |$))");
+  return std::regex_search(line, kResult);
+}
+
 // Replays the transcript and writes down what happened.
 std::string Replay(const std::string& golden, Companies* companies = nullptr) {
   std::string actual;
   std::ofstream file;
+  bool is_left_out = false;
   std::istringstream lines(golden);
   for (std::string line; std::getline(lines, line);) {
-    if (IsExpectation(line)) continue;
+    if (IsExpectation(line)) {
+      if (is_left_out) actual += line + "\n";
+      continue;
+    }
+    is_left_out = companies != nullptr && WritesOverDatabase(line);
+    if (is_left_out) {
+      actual += line + "\n";
+      continue;
+    }
     actual += line + "\n";
     if (line.starts_with("| ")) {
       file << line.substr(2) << "\n";
