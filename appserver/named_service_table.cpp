@@ -7,6 +7,7 @@
 #include "appserver/document_list.h"
 #include "appserver/e_invoice.h"
 #include "appserver/fold.h"
+#include "appserver/print_services.h"
 #include "appserver/report_services.h"
 #include "appserver/stock_services.h"
 #include "appserver/stored_document.h"
@@ -331,7 +332,7 @@ std::span<const NamedService> NamedServiceTable() {
     std::vector<NamedService> table(std::begin(kServices), std::end(kServices));
     table.push_back(DocumentListService());
     for (const std::span<const NamedService> family :
-         {StockServices(), ReportServices(), CodebookServices(), ClientServices()}) {
+         {PrintServices(), StockServices(), ReportServices(), CodebookServices(), ClientServices()}) {
       table.insert(table.end(), family.begin(), family.end());
     }
     return table;

@@ -7,6 +7,7 @@
 #include "appserver/import_transactions.h"
 #include "appserver/import_undo.h"
 #include "appserver/money_transactions.h"
+#include "appserver/print_services.h"
 #include "appserver/rate_transactions.h"
 
 namespace mox {
@@ -14,9 +15,10 @@ namespace mox {
 std::span<const NamedTransaction> NamedTransactionTable() {
   static const auto all = [] {
     std::vector<NamedTransaction> table;
-    for (const auto& some : {DocumentTransactionTable(), CompanyTransactionTable(),
-                             CodebookTransactionTable(), RateTransactionTable(), MoneyTransactionTable(),
-                             EInvoiceTransactionTable(), ImportTransactionTable()}) {
+    for (const auto& some :
+         {DocumentTransactionTable(), CompanyTransactionTable(), CodebookTransactionTable(),
+          RateTransactionTable(), MoneyTransactionTable(), EInvoiceTransactionTable(),
+          FiscalTransactionTable(), ImportTransactionTable()}) {
       table.insert(table.end(), some.begin(), some.end());
     }
     table.push_back(UndoImportTransaction());

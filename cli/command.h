@@ -73,5 +73,6 @@ extern const Command kQrCommand;
 extern const Command kEInvoiceCommand;
 extern const Command kLoginCommand;
 extern const Command kLogoutCommand;
+extern const Command kPrintCommand;  ///< where paper is built
 
 }  // namespace mox

@@ -2,13 +2,13 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <istream>
 #include <memory>
 #include <new>
 #include <ostream>
+#include <vector>
 
 #include "appserver/database_location.h"
 #include "cli/argument_text.h"
@@ -28,12 +28,18 @@ constexpr int kWrongUsage = 2;
 
 constexpr const char* kUnwritable = "standard output cannot be written";
 
-const auto kCommands = std::to_array<const Command*>(
-    {&kRoundCommand,   &kCalcCommand,     &kRecapCommand,   &kTotalCommand,    &kDocumentCommand,
-     &kOibCommand,     &kIbanCommand,     &kWordsCommand,   &kCurrencyCommand, &kWorkdaysCommand,
-     &kServiceCommand, &kDbCommand,       &kCompanyCommand, &kCodebookCommand, &kRatesCommand,
-     &kPayCommand,     &kReportCommand,   &kQueryCommand,   &kStoreCommand,    &kImportCommand,
-     &kQrCommand,      &kEInvoiceCommand, &kLoginCommand,   &kLogoutCommand});
+const std::vector<const Command*> kCommands = [] {
+  std::vector<const Command*> commands = {
+      &kRoundCommand,   &kCalcCommand,     &kRecapCommand,   &kTotalCommand,    &kDocumentCommand,
+      &kOibCommand,     &kIbanCommand,     &kWordsCommand,   &kCurrencyCommand, &kWorkdaysCommand,
+      &kServiceCommand, &kDbCommand,       &kCompanyCommand, &kCodebookCommand, &kRatesCommand,
+      &kPayCommand,     &kReportCommand,   &kQueryCommand,   &kStoreCommand,    &kImportCommand,
+      &kQrCommand,      &kEInvoiceCommand, &kLoginCommand,   &kLogoutCommand};
+#if defined(MOX_WITH_PAPER)
+  commands.push_back(&kPrintCommand);
+#endif
+  return commands;
+}();
 
 // --- help ---
 

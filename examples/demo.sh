@@ -67,6 +67,15 @@ echo "The code through which the buyer verifies the receipt, as a picture."
 show 'mox qr receipt --zki 0a1b2c3d4e5f60718293a4b5c6d7e8f9 --amount 17.28 --time 2026-03-02T09:05 --db trgovina.db'
 
 echo
+echo "What customers get: the page of the invoice, the slip of the till, the code from which a telephone pays."
+paper=$(dirname -- "$binary")/demo
+mkdir -p -- "$paper"
+show 'mox print 4 --text --db trgovina.db'
+mox print 4 --pdf "$paper/racun.pdf" --db trgovina.db >/dev/null
+mox print 3 --slip "$paper/isjecak.bin" --db trgovina.db
+mox print 4 --code "$paper/kod-za-placanje.png" --db trgovina.db >/dev/null
+
+echo
 echo "The evening: what was sold, the tax, what is owed, what stands on the shelves; and a copy."
 show 'mox report turnover --from 2026-03-02 --to 2026-03-02 --by kind --table --db trgovina.db'
 show 'mox report tax --from 2026-03-02 --to 2026-03-02 --table --db trgovina.db'
@@ -86,4 +95,9 @@ The same at length, with what everything means: docs/FIRST-DAY.md. What to try n
   \$mox codebook --table --db FILE               # what a company keeps: partners, articles, ...
   \$mox round -2.675 -2                          # the rounding rule behind all of it
   \$mox --help
+
+The page of the invoice, the slip and the payment code:
+  $paper/racun.pdf
+  $paper/isjecak.bin
+  $paper/kod-za-placanje.png
 TEXT

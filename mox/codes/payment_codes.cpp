@@ -65,12 +65,15 @@ std::string IssueTimeText(DateTime issued) {
 
 }  // namespace
 
+std::string ReceiptVerificationAddress(std::string_view zki, double amount, DateTime issued) {
+  return AddressSetting("POREZNA_URL", "https://porezna.gov.hr/") + "/rn?zki=" + std::string(zki) +
+         "&datv=" + IssueTimeText(issued) + "&izn=" + ReceiptAmountText(amount);
+}
+
 std::string GenerateQRCode(std::string_view zki, double amount, DateTime issued) {
   const HourglassCursor cursor;
-  const std::string url = AddressSetting("POREZNA_URL", "https://porezna.gov.hr/") +
-                          "/rn?zki=" + std::string(zki) + "&datv=" + IssueTimeText(issued) +
-                          "&izn=" + ReceiptAmountText(amount);
-  return DrawnPicture("QRCodeLastBill.bmp", " -servicetype GenerateQRCode -data " + url);
+  return DrawnPicture("QRCodeLastBill.bmp", " -servicetype GenerateQRCode -data " +
+                                                ReceiptVerificationAddress(zki, amount, issued));
 }
 
 std::string KeksPayGenerateQRCode(std::string_view bill_number, std::string_view amount,

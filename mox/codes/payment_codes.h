@@ -20,12 +20,15 @@ namespace mox {
 //   POREZNA_URL   https://porezna.gov.hr/   the tax administration's verification of receipts
 //   KEKSPAY_URL   https://kekspay.hr/       payments through KEKS Pay
 
-/// "QRCodeLastBill.bmp": the address through which a buyer verifies a fiscal receipt, from its protective
-/// code, total and time of issue.
+/// The address through which a buyer verifies a fiscal receipt, from its protective code, total and time of
+/// issue.
 ///
 /// The total is taken to eight significant digits and two decimals (from a million on it loses cents) and
 /// written by the locale; then every "." is removed, also where the locale's decimal separator is one. Raises
 /// Overflow for a total that is not finite.
+std::string ReceiptVerificationAddress(std::string_view zki, double amount, DateTime issued);
+
+/// "QRCodeLastBill.bmp": the picture of that address.
 std::string GenerateQRCode(std::string_view zki, double amount, DateTime issued);
 
 /// "QRCodeLastBill.jpg": the address that opens the payment of a receipt. The amount is a text, whose decimal

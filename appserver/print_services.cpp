@@ -1,0 +1,176 @@
+#include "appserver/print_services.h"
+
+#include <algorithm>
+
+#include "appserver/stored_document.h"
+#include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
+
+namespace mox {
+namespace {
+
+// --- what a page says ---
+
+// A page leaves the house in the company's name.
+void PreparePage(Database& database, ServiceInputs& inputs) {
+  const std::int64_t id = inputs.As<std::int64_t>("id");
+  if (!ReadStoredDocument(database, id)) throw Error("there is no document " + std::to_string(id));
+  inputs.Company().RequireNamed();
+}
+
+void FillSeller(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
+  std::vector<Value> record;
+  for (const char* name : {"NazivPoduzeca", "OIBPoduzeca", "AdresaPoduzeca", "MjestoPoduzeca"}) {
+    record.emplace_back(inputs.Company().Parameter(name).value_or(""));
+  }
+  const RecordSet account = database.Query("iban", ParseColumns("iban,banka,swift"),
+                                           "SELECT i.iban, b.naziv, b.swift FROM poduzece_ibani i "
+                                           "LEFT JOIN banke b ON b.id = i.banka_id "
+                                           "ORDER BY i.glavni DESC, i.id LIMIT 1");
+  for (std::size_t i = 0; i < 3; ++i) {
+    record.push_back(account.IsEmpty() ? Value() : account.RowAt(0).AsVariant(i));
+  }
+  answer.AppendRecord(record);
+}
+
+const NamedService kServices[] = {
+    {"DokumentIspis",
+     "id:integer",
+     "what a stored document says on paper besides its own records: seller, partner, place, the document "
+     "that "
+     "it cancels, what the tax administration knows of it, and the payment slips that the company has",
+     {{"Poduzece", "naziv,oib,adresa,mjesto,iban,banka,swift", "", FillSeller},
+      {"Partner", "id:integer,sifra,naziv,oib,pdv_br,adresa,ptt,mjesto,drzava,oznaka_drzave,tip_tvrtke,email",
+       R"(
+SELECT p.id, p.sifra, p.naziv, p.oib, p.pdv_br,
+  NULLIF(TRIM(COALESCE(p.adresa, '') || ' ' || COALESCE(p.adresabroj, '') || COALESCE(p.adresadodatakbroj, '')), ''),
+  m.ptt, m.naziv, z.naziv, z.oznaka, p.tip_tvrtke, COALESCE(NULLIF(p.email_eracun, ''), p.email)
+FROM dok d JOIN par p ON p.id = d.par_id
+LEFT JOIN mjesto m ON m.id = p.mjesto_id
+LEFT JOIN drzave z ON z.id = COALESCE(p.drzava_id, m.drzava_id)
+WHERE d.id = :id)"},
+      {"Mjesto", "naziv,adresa,ptt,mjesto", R"(
+SELECT s.naziv, s.adresa, m.ptt, m.naziv
+FROM dok d JOIN skladiste s ON s.id = d.skl_id
+LEFT JOIN mjesto m ON m.id = s.mjesto_id
+WHERE d.id = :id)"},
+      {"Izvornik", "id:integer,vrsta,broj:integer,godina:integer,datum:date,ukupno:currency,broj_racuna", R"(
+SELECT o.id, o.vrsta, o.broj, o.godina, o.datum, o.ukupno, f.broj_racuna
+FROM dok d JOIN dok o ON o.id = d.stornira_id
+LEFT JOIN dok_fiskalno f ON f.dok_id = o.id
+WHERE d.id = :id)"},
+      {"Fiskalno", "broj_racuna,zki,jir,vrijeme:datetime", R"(
+SELECT broj_racuna, zki, jir, vrijeme FROM dok_fiskalno WHERE dok_id = :id)"},
+      {"Virmani", "id:integer,naziv", "SELECT id, naziv FROM virman ORDER BY id"}},
+     PreparePage}};
+
+// --- what the tax administration knows ---
+
+bool IsHexadecimal(std::string_view text) {
+  return text.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
+}
+
+constexpr std::size_t kZkiSize = 32;
+
+std::string ZkiFault(std::string_view text) {
+  if (text.size() == kZkiSize && IsHexadecimal(text)) return {};
+  return "is not 32 hexadecimal digits";
+}
+
+// 8-4-4-4-12 hexadecimal digits.
+std::string JirFault(std::string_view text) {
+  constexpr std::string_view kForm = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
+  const bool fits = text.size() == kForm.size() &&
+                    std::equal(text.begin(), text.end(), kForm.begin(), [](char given, char form) {
+                      return form == '-' ? given == '-' : IsHexadecimal(std::string_view(&given, 1));
+                    });
+  return fits ? std::string() : "is not of the form " + std::string(kForm);
+}
+
+// NUMBER/PREMISES/TILL.
+std::string NumberFault(std::string_view text) {
+  const auto blank = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
+  const bool parts = std::count(text.begin(), text.end(), '/') == 2 && !text.starts_with('/') &&
+                     !text.ends_with('/') && text.find("//") == std::string_view::npos;
+  return parts && std::none_of(text.begin(), text.end(), blank) ? std::string()
+                                                                : "is not NUMBER/PREMISES/TILL";
+}
+
+struct FiscalField {
+  std::string_view name;
+  std::string (*fault)(std::string_view text);
+  bool required = true;
+};
+constexpr FiscalField kFiscalFields[] = {
+    {"broj_racuna", NumberFault}, {"zki", ZkiFault}, {"jir", JirFault, false}};
+
+// A receipt is reported once; its unique number may come with a later report of the same receipt.
+std::optional<RecordSet> StoreFiscalData(const NamedTransaction& /*transaction*/, Database& database,
+                                         const SentRecordSets& sent) {
+  const RecordSet& records = *sent.Find("adsFiskalno");
+  std::size_t row = 0;
+  for (const RecordRow& record : records.Rows()) {
+    ++row;
+    const auto refuse = [&](std::string_view field, std::string message) {
+      throw WriteRefused({"", records.Name(), row, std::string(field), std::move(message)});
+    };
+    const auto given = [&](std::string_view field) {
+      const auto index = record.FindFieldIndex(field);
+      return index ? record.AsVariant(*index) : Value();
+    };
+    std::vector<std::string> texts;
+    for (const FiscalField& field : kFiscalFields) {
+      const Value value = given(field.name);
+      const bool none = std::holds_alternative<std::monostate>(value);
+      std::string text = none ? std::string() : std::string(TrimBlanks(ToText(value)));
+      if (text.empty() && field.required) refuse(field.name, "must not be empty");
+      if (std::string fault = field.fault(text); !text.empty() && !fault.empty()) refuse(field.name, fault);
+      texts.push_back(std::move(text));
+    }
+    for (const std::string_view field : {"dok_id", "vrijeme"}) {
+      if (std::holds_alternative<std::monostate>(given(field))) refuse(field, "must not be empty");
+    }
+    const std::int64_t doc_id = ToInteger(given("dok_id"));
+    const DateTime issued = ToDateTime(given("vrijeme"));
+    const auto stored_document = ReadStoredDocument(database, doc_id);
+    if (!stored_document) refuse("dok_id", "there is no document " + std::to_string(doc_id));
+    if (stored_document->kind == nullptr || stored_document->kind->is != DocumentClass::kInvoice) {
+      refuse("dok_id", "document " + std::to_string(doc_id) + " is no invoice: " + stored_document->vrsta);
+    }
+    const RecordSet stored = database.Query(
+        "fiskalno", ParseColumns("broj_racuna,zki,jir,vrijeme:datetime"),
+        "SELECT broj_racuna, zki, jir, vrijeme FROM dok_fiskalno WHERE dok_id = :id", {doc_id});
+    const Value jir = texts[2].empty() ? Value() : Value(texts[2]);
+    if (stored.IsEmpty()) {
+      database.Execute(
+          "INSERT INTO dok_fiskalno (dok_id, broj_racuna, zki, jir, vrijeme) "
+          "VALUES (:dok_id, :broj_racuna, :zki, :jir, :vrijeme)",
+          {doc_id, texts[0], texts[1], jir, issued});
+      continue;
+    }
+    const RecordRow before = stored.RowAt(0);
+    if (before.AsText(0) != texts[0] || before.AsText(1) != texts[1] || before.AsDateTime(3) != issued) {
+      refuse("dok_id", "document " + std::to_string(doc_id) + " is receipt " + before.AsText(0) +
+                           " with the protective code " + before.AsText(1) + " already");
+    }
+    if (texts[2].empty() || before.AsText(2) == texts[2]) continue;
+    if (!before.IsNull(2)) refuse("jir", "is " + before.AsText(2) + " already");
+    database.Execute("UPDATE dok_fiskalno SET jir = :jir WHERE dok_id = :id", {jir, doc_id});
+  }
+  return std::nullopt;
+}
+
+const NamedTransaction kTransactions[] = {
+    {"FiskalniPodaciUpis",
+     "what the tax administration knows of receipts: number, protective code (ZKI), time of issue, and the "
+     "unique number (JIR), now or later",
+     {{"adsFiskalno", {"dok_fiskalno"}, true, "dok_id:integer,broj_racuna,zki,jir,vrijeme:datetime"}},
+     StoreFiscalData}};
+
+}  // namespace
+
+std::span<const NamedService> PrintServices() { return kServices; }
+
+std::span<const NamedTransaction> FiscalTransactionTable() { return kTransactions; }
+
+}  // namespace mox

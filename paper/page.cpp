@@ -1,0 +1,318 @@
+#include "paper/page.h"
+
+#include <algorithm>
+
+#include "mox/codes/amount_in_words.h"
+#include "mox/codes/exchange_rates.h"
+#include "mox/codes/payment_codes.h"
+#include "mox/codes/payment_slip.h"
+#include "mox/foundation/locale_text.h"
+#include "mox/foundation/text.h"
+#include "paper/page_check.h"
+#include "paper/page_source.h"
+#include "paper/page_tables.h"
+
+namespace mox {
+namespace {
+
+std::string IdText(std::int64_t id) { return "document " + std::to_string(id); }
+
+// A fact that the document has.
+void Add(std::vector<PageFact>& facts, std::string label, std::string text) {
+  if (!text.empty()) facts.push_back({std::move(label), std::move(text)});
+}
+
+std::string Joined(const std::string& a, std::string_view separator, const std::string& b) {
+  return a + (a.empty() || b.empty() ? std::string() : std::string(separator)) + b;
+}
+
+std::string DateField(const RecordSet& records, std::string_view field) {
+  if (records.RowCount() == 0) return {};
+  const RecordRow record = records.RowAt(0);
+  const std::size_t index = record.IndexOf(field);
+  return record.IsNull(index) ? std::string() : DateToText(record.AsDate(index), CurrentLocale());
+}
+
+// --- who, where and when ---
+
+PageParty SellerOf(const RecordSet& seller) {
+  PageParty party{.heading = {}, .name = TextOf(seller, "naziv"), .lines = {}};
+  party.lines.push_back(Joined(TextOf(seller, "adresa"), ", ", TextOf(seller, "mjesto")));
+  party.lines.push_back("OIB: " + TextOf(seller, "oib"));
+  if (const std::string iban = TextOf(seller, "iban"); !iban.empty()) {
+    party.lines.push_back("IBAN: " + Joined(iban, ", ", TextOf(seller, "banka")));
+  }
+  return party;
+}
+
+PageParty PartnerOf(const RecordSet& partner, const DocumentKind& kind) {
+  if (partner.IsEmpty()) return {};
+  const bool supplies =
+      kind.is == DocumentClass::kGoodsReceipt || kind.name.ends_with("povratnica-dobavljacu");
+  PageParty party{.heading = supplies ? "Dobavljač" : "Kupac", .name = TextOf(partner, "naziv"), .lines = {}};
+  const auto add = [&](const std::string& line) {
+    if (!line.empty()) party.lines.push_back(line);
+  };
+  add(TextOf(partner, "adresa"));
+  add(Joined(TextOf(partner, "ptt"), " ", TextOf(partner, "mjesto")));
+  if (TextOf(partner, "oznaka_drzave") != "HR") add(TextOf(partner, "drzava"));
+  if (const std::string oib = TextOf(partner, "oib"); !oib.empty()) add("OIB: " + oib);
+  if (const std::string number = TextOf(partner, "pdv_br"); !number.empty()) add("PDV ID: " + number);
+  return party;
+}
+
+std::string NumberOf(const RecordSet& records, std::string_view fiscal) {
+  if (!fiscal.empty()) return std::string(fiscal);
+  return TextOf(records, "broj") + "/" + TextOf(records, "godina");
+}
+
+std::string TimeOf(const RecordSet& fiscal) {
+  if (fiscal.IsEmpty()) return {};
+  const RecordRow record = fiscal.RowAt(0);
+  const std::string moment = FormatIsoDateTime(record.AsDateTime(record.IndexOf("vrijeme")));
+  return moment.substr(moment.find('T') + 1, std::string_view("hh:mm:ss").size());
+}
+
+void AddFacts(const PageSource& source, DocumentPage& page) {
+  const RecordSet& header = source.header;
+  std::vector<PageFact>& facts = page.facts;
+  const bool bought =
+      source.kind->is == DocumentClass::kInvoice || source.kind->is == DocumentClass::kProForma;
+  Add(facts, bought ? "Datum izdavanja" : "Datum", DateField(header, "datum"));
+  Add(facts, "Vrijeme izdavanja", TimeOf(source.fiscal));
+  const std::string place = Joined(TextOf(source.place, "ptt"), " ", TextOf(source.place, "mjesto"));
+  if (bought) Add(facts, "Mjesto izdavanja", place.empty() ? TextOf(source.seller, "mjesto") : place);
+  Add(facts, "Datum dospijeća", DateField(header, "datum_dospijeca"));
+  const std::string pay = TextOf(header, "nacin_placanja");
+  Add(facts, "Način plaćanja",
+      !pay.empty() || !bought              ? pay
+      : source.figures_kind->is_paid_later ? "Transakcijski račun"
+                                           : "Gotovina");
+  if (!source.fiscal.IsEmpty()) Add(facts, "Interni broj", NumberOf(header, ""));
+  Add(facts, "Skladište", TextOf(source.place, "naziv"));
+  Add(facts, "Operater", TextOf(header, "user_id"));
+  Add(facts, "Dokument dobavljača",
+      Joined(Joined(TextOf(header, "vrsta_dok_dob"), " ", TextOf(header, "broj_dok_dob")), ", ",
+             DateField(header, "datum_dok_dob")));
+  if (const std::string rate = TextOf(header, "tecaj"); !rate.empty()) Add(facts, "Tečaj", rate);
+}
+
+// --- what it comes to ---
+
+Currency SumOf(const RecordSet& records, std::string_view field) {
+  Currency sum;
+  if (records.RowCount() == 0) return sum;
+  const std::size_t index = *records.FindFieldIndex(field);
+  for (const RecordRow& record : records.Rows()) sum += record.AsCurrency(index);
+  return sum;
+}
+
+void AddTaxes(const RecordSet& taxes, DocumentPage& page) {
+  const LocaleSettings& locale = CurrentLocale();
+  const auto add = [&](std::string rate, Currency base, Currency tax) {
+    page.taxes.push_back(
+        {std::move(rate), AmountText(base, locale), AmountText(tax, locale), AmountText(base + tax, locale)});
+  };
+  for (const RecordRow& tax : taxes.Rows()) {
+    std::string rate = tax.AsText(tax.IndexOf("oznaka_stope"));
+    if (rate.empty()) rate = PercentText(tax.AsFloat(tax.IndexOf("stopa")), locale) + "%";
+    add(rate, tax.AsCurrency(tax.IndexOf("osnovica")), tax.AsCurrency(tax.IndexOf("porez")));
+  }
+  if (page.taxes.size() > 1) add("Ukupno", SumOf(taxes, "osnovica"), SumOf(taxes, "porez"));
+}
+
+// Lines are rounded one by one, so the sum of their totals may part from base and tax, by a cent a line at
+// most.
+void AddSums(const PageSource& source, Currency discount, DocumentPage& page) {
+  const LocaleSettings& locale = CurrentLocale();
+  const auto add = [&](std::string label, Currency amount, bool strong = false) {
+    page.sums.push_back({std::move(label), AmountText(amount, locale), strong});
+  };
+  if (!discount.IsZero()) page.discount = AmountText(discount, locale);
+  const Currency base = SumOf(source.taxes, "osnovica");
+  const Currency tax = SumOf(source.taxes, "porez");
+  const Currency fees = Fees(*source.figures_kind, source.Sets());
+  if (!source.taxes.IsEmpty()) add("Osnovica", base);
+  if (!page.total) {
+    if (!source.taxes.IsEmpty()) add("PDV", tax);
+    return;
+  }
+  // A supplier who charges no tax charges his goods alone.
+  const bool goods_alone = *page.total == base && !(tax + fees).IsZero();
+  Currency rest = *page.total - base;
+  if (!source.taxes.IsEmpty() && !goods_alone) {
+    add("PDV", tax);
+    rest -= tax;
+    if (!fees.IsZero()) add("Povratna naknada", fees);
+    rest -= fees;
+  }
+  const auto lines = static_cast<std::int64_t>(source.goods.RowCount() + source.services.RowCount());
+  const Currency most = Currency::FromScaled((lines + 1) * (Currency::kScale / 100));
+  if (rest > most || rest < -most) {
+    throw Error(IdText(page.id) + " does not add up: base, tax and fees differ from its total by " +
+                rest.ToString());
+  }
+  if (!rest.IsZero() && !source.taxes.IsEmpty()) add("Zaokruženje", rest);
+  const bool paid =
+      (source.kind->IsSale() || source.kind->is == DocumentClass::kProForma) && page.total->Sign() >= 0;
+  add(paid ? "Ukupno za platiti" : "Ukupno", *page.total, true);
+}
+
+std::string InWords(Currency total, const std::string& currency) {
+  const std::string words = BrojSlovima(total.Sign() < 0 ? -total : total, currency);
+  return words.empty() ? words : (total.Sign() < 0 ? "minus " : "") + words;
+}
+
+// The figures are those of the document, by the one rule for them.
+void CheckSource(const PageSource& source, const DocumentPage& page) {
+  try {
+    CheckFigures(*source.figures_kind, source.Sets());
+  } catch (const Error& error) {
+    throw Error(IdText(page.id) + " does not add up: " + error.what());
+  }
+  const RecordRow header = source.header.RowAt(0);
+  const std::size_t stored = header.IndexOf("ukupno");
+  if (page.total && !header.IsNull(stored) && header.AsCurrency(stored) != *page.total) {
+    throw Error(IdText(page.id) + " has the total " + header.AsCurrency(stored).ToString() +
+                ", its lines have " + page.total->ToString());
+  }
+  if (source.original.IsEmpty() || !page.total) return;
+  const RecordRow original = source.original.RowAt(0);
+  const Currency cancelled = original.AsCurrency(original.IndexOf("ukupno"));
+  if (!(cancelled + *page.total).IsZero()) {
+    throw Error(IdText(page.id) + " cancels " + cancelled.ToString() + ", but its total is " +
+                page.total->ToString());
+  }
+}
+
+// --- codes and notes ---
+
+void AddFiscal(const PageSource& source, DocumentPage& page) {
+  if (source.fiscal.IsEmpty()) return;
+  Add(page.fiscal, "ZKI", TextOf(source.fiscal, "zki"));
+  Add(page.fiscal, "JIR", TextOf(source.fiscal, "jir"));
+  if (!page.total) return;
+  const RecordRow record = source.fiscal.RowAt(0);
+  page.verification_code = ReceiptVerificationAddress(TextOf(source.fiscal, "zki"), page.total->ToDouble(),
+                                                      record.AsDateTime(record.IndexOf("vrijeme")));
+}
+
+std::optional<std::int64_t> SlipId(const RecordSet& slips, const std::string& name) {
+  for (const RecordRow& slip : slips.Rows()) {
+    if (name.empty() || EqualsIgnoringCase(slip.AsTextView(slip.IndexOf("naziv")), name)) {
+      return slip.AsInteger(slip.IndexOf("id"));
+    }
+  }
+  return std::nullopt;
+}
+
+// What the slip says, by the payment slip that the template names or the first one. Why there is none is
+// told.
+void AddSlip(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
+  const auto warn = [&](const std::string& reason) { page.warnings.push_back("no payment code: " + reason); };
+  const std::string& name = paper.Text("placanje", "virman");
+  const auto slip_id = SlipId(source.slips, name);
+  if (!slip_id) {
+    return warn(name.empty() ? "the company has no payment slip (mox codebook virman)"
+                             : "there is no payment slip \"" + name + '"');
+  }
+  if (source.partner.IsEmpty()) return warn("the document has no partner");
+  const RecordRow partner = source.partner.RowAt(0);
+  auto slip =
+      GetVirmanDataFromDatabase(*slip_id, partner.AsInteger(partner.IndexOf("id")), page.id, *page.total);
+  if (!slip || slip->IsEmpty()) return warn("the server has no payment slip for the document");
+  slip->First();
+  if (const std::string& payee = paper.Text("placanje", "primatelj"); !payee.empty()) {
+    slip->Edit();
+    slip->FieldByName("primatelj_naziv").SetText(payee);
+    slip->Post();
+  }
+  page.payment.clear();
+  Add(page.payment, "IBAN", TextOf(*slip, "primatelj_iban"));
+  Add(page.payment, "Model i poziv na broj",
+      Joined(TextOf(*slip, "model"), " ", TextOf(*slip, "poziv_na_br")));
+  Add(page.payment, "Opis plaćanja", TextOf(*slip, "opis_placanja"));
+  try {
+    page.payment_code = PaymentSlipCode(slip->RowAt(0));
+  } catch (const Error& error) {
+    warn(error.what());
+  }
+}
+
+void AddPayment(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
+  const bool asks =
+      (source.kind->IsSale() && source.kind->is_paid_later) || source.kind->is == DocumentClass::kProForma;
+  if (!asks || !page.total || page.total->Sign() <= 0) return;
+  const std::string iban = TextOf(source.seller, "iban");
+  if (iban.empty()) {
+    page.warnings.emplace_back("no payment code: the company has no bank account");
+    return;
+  }
+  const std::string reference = TextOf(source.header, "poziv_na_br");
+  Add(page.payment, "IBAN", iban);
+  Add(page.payment, "Poziv na broj",
+      reference.empty() ? TextOf(source.header, "broj") + "-" + TextOf(source.header, "godina") : reference);
+  if (paper.IsYes("placanje", "kod")) AddSlip(source, paper, page);
+}
+
+void AddNotes(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
+  if (!source.original.IsEmpty()) {
+    const DocumentKind* const kind = FindDocumentKind(TextOf(source.original, "vrsta"));
+    page.notes.push_back("Stornira se: " + (kind == nullptr ? std::string() : paper.TitleOf(*kind)) + " " +
+                         NumberOf(source.original, TextOf(source.original, "broj_racuna")) + " od " +
+                         DateField(source.original, "datum"));
+  }
+  if (const std::string text = TextOf(source.header, "opis"); !text.empty()) page.notes.push_back(text);
+  const bool taxed = !SumOf(source.taxes, "porez").IsZero();
+  const Placeholders values = PlaceholdersOf(page, CurrentLocale());
+  for (const std::string& note : paper.NotesOf(*source.kind, taxed))
+    page.notes.push_back(Filled(note, values));
+  page.footer = Filled(paper.Text("podnozje", "tekst"), values);
+}
+
+}  // namespace
+
+DocumentPage MakePage(std::int64_t id, const PaperTemplate& paper) {
+  const PageSource source = ReadPageSource(id);
+  const LocaleSettings& locale = CurrentLocale();
+  DocumentPage page;
+  page.id = id;
+  page.kind = source.kind;
+  page.title = paper.TitleOf(*source.kind);
+  page.number = NumberOf(source.header, TextOf(source.fiscal, "broj_racuna"));
+  const RecordRow header = source.header.RowAt(0);
+  page.date = header.AsDate(header.IndexOf("datum"));
+  page.currency = TextOf(source.header, "val_ozn");
+  if (page.currency.empty()) page.currency = GetValutaOznakaByDate(page.date);
+  page.seller = SellerOf(source.seller);
+  page.partner = PartnerOf(source.partner, *source.kind);
+  page.partner_mail = TextOf(source.partner, "email");
+  page.total = ToBePaid(*source.figures_kind, source.Sets());
+  CheckSource(source, page);
+  AddFacts(source, page);
+  const Currency discount = FillTables(source, paper, page);
+  AddTaxes(source.taxes, page);
+  AddSums(source, discount, page);
+  if (page.total && paper.IsYes("stranica", "slovima")) page.words = InWords(*page.total, page.currency);
+  AddPayment(source, paper, page);
+  AddFiscal(source, page);
+  AddNotes(source, paper, page);
+  CheckPage(page, locale);
+  return page;
+}
+
+Placeholders PlaceholdersOf(const DocumentPage& page, const LocaleSettings& locale) {
+  Placeholders values;
+  values["naslov"] = page.title;
+  values["broj"] = page.number;
+  values["datum"] = DateToText(page.date, locale);
+  values["iznos"] = page.total ? AmountText(*page.total, locale) + " " + page.currency : std::string();
+  values["kupac"] = page.partner.name;
+  values["poduzece"] = page.seller.name;
+  const auto due = std::find_if(page.facts.begin(), page.facts.end(),
+                                [](const PageFact& fact) { return fact.label == "Datum dospijeća"; });
+  values["dospijece"] = due == page.facts.end() ? std::string() : due->text;
+  return values;
+}
+
+}  // namespace mox

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace mox {
+
+/// How a column of lines is shown. Amounts are summed below the lines and carried over to the next page.
+enum class PageValue : std::uint8_t { kNumber, kText, kQuantity, kPrice, kAmount, kPercent, kDiscounts };
+
+/// A column that the lines of a page can have, by the name of the field that it shows. Two of them are not
+/// fields: "rb" counts the lines, "rabat" shows the percents of all discounts of a line.
+struct PageColumn {
+  std::string_view name;
+  std::string_view heading;  ///< Croatian; a template may have another one
+  PageValue value;
+  bool always = true;  ///< false: left out where no line has anything in it
+
+  bool IsText() const { return value == PageValue::kText; }
+  bool IsSummed() const { return value == PageValue::kAmount; }
+};
+
+std::span<const PageColumn> PageColumns();
+/// Null where there is none.
+const PageColumn* FindPageColumn(std::string_view name);
+
+}  // namespace mox

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "mox/documents/document_figures.h"
+#include "mox/documents/document_kinds.h"
+#include "mox/foundation/record_set.h"
+
+namespace mox {
+
+/// The records of a stored document, as the services answer them.
+struct PageSource {
+  RecordSet header;
+  RecordSet goods;
+  RecordSet services;
+  RecordSet taxes;
+  RecordSet seller;
+  RecordSet partner;
+  RecordSet place;
+  RecordSet original;  ///< what it cancels; without records where it cancels nothing
+  RecordSet fiscal;
+  RecordSet slips;
+  const DocumentKind* kind = nullptr;
+  const DocumentKind* figures_kind = nullptr;  ///< by whose row its figures are read
+
+  DocumentSets Sets() const;
+};
+
+/// Raises Error for a document that there is not, or that is of no known kind.
+PageSource ReadPageSource(std::int64_t id);
+
+/// A text of the first record as people may see it; empty where there is none.
+std::string TextOf(const RecordSet& records, std::string_view field);
+
+}  // namespace mox

@@ -1,0 +1,175 @@
+#include "paper/page_tables.h"
+
+#include <algorithm>
+
+#include "mox/foundation/display_format.h"
+#include "mox/foundation/text.h"
+#include "mox/foundation/visible_text.h"
+
+namespace mox {
+namespace {
+
+constexpr std::string_view kDiscountPercents[] = {"rbp1", "rbp2", "rbp3", "popust"};
+constexpr std::string_view kDiscountAmounts[] = {"rbi1", "rbi2", "rbi3", "popust_iznos"};
+
+const NumberMask& AmountMask() {
+  static const NumberMask mask("#,0.00##;-#,0.00##");
+  return mask;
+}
+const NumberMask& QuantityMask() {
+  static const NumberMask mask("#,0.#########;-#,0.#########");
+  return mask;
+}
+const NumberMask& PercentMask() {
+  static const NumberMask mask("#,0.####;-#,0.####");
+  return mask;
+}
+
+// The lines of one sort as they become rows of a table. A field that lines of the kind do not have is
+// nothing, whatever is stored there.
+class TableMaker {
+ public:
+  TableMaker(const LineSchema& schema, const RecordSet& lines) : lines_(lines) {
+    std::vector<std::string_view> known = SplitNames(schema.inputs);
+    for (const std::string_view name : SplitNames(schema.calculated)) known.push_back(name);
+    for (std::size_t i = 0; i < std::size(kDiscountPercents); ++i) {
+      percents_.push_back(IndexOf(known, kDiscountPercents[i]));
+      amounts_.push_back(IndexOf(known, kDiscountAmounts[i]));
+    }
+  }
+
+  PageTable Make(std::span<const PageColumn* const> wanted, const PaperTemplate& paper) {
+    PageTable table;
+    for (const PageColumn* const column : wanted) {
+      const auto field = lines_.FindFieldIndex(column->name);
+      if (!column->always && !HasAnything(*column, field)) continue;
+      table.columns.push_back({column, paper.HeadingOf(*column)});
+      fields_.push_back(field);
+      if (column->IsSummed()) table.sums.emplace_back();
+    }
+    for (const RecordRow& line : lines_.Rows()) AddRow(line, table);
+    return table;
+  }
+
+  Currency Discounts() const { return discounts_; }
+
+ private:
+  std::optional<std::size_t> IndexOf(const std::vector<std::string_view>& known,
+                                     std::string_view name) const {
+    const bool has = std::find(known.begin(), known.end(), name) != known.end();
+    return has ? lines_.FindFieldIndex(name) : std::nullopt;
+  }
+
+  bool HasAnything(const PageColumn& column, std::optional<std::size_t> field) const {
+    for (const RecordRow& line : lines_.Rows()) {
+      if (column.value == PageValue::kDiscounts) {
+        if (!DiscountText(line).empty()) return true;
+      } else if (field && !line.IsNull(*field)) {
+        if (column.IsText() ? !line.AsTextView(*field).empty() : line.AsFloat(*field) != 0) return true;
+      }
+    }
+    return false;
+  }
+
+  // "10 + 5": each discount is taken of what the one before has left.
+  std::string DiscountText(const RecordRow& line) const {
+    std::string text;
+    for (const auto& field : percents_) {
+      if (!field || line.AsFloat(*field) == 0) continue;
+      text += (text.empty() ? "" : "+") + PercentMask().Show(line.AsFloat(*field), locale_);
+    }
+    return text;
+  }
+
+  std::string CellText(const RecordRow& line, const PageColumn& column,
+                       std::optional<std::size_t> field) const {
+    switch (column.value) {
+      case PageValue::kNumber:
+        return std::to_string(row_);
+      case PageValue::kDiscounts:
+        return DiscountText(line);
+      default:
+        break;
+    }
+    if (!field || line.IsNull(*field)) return {};
+    switch (column.value) {
+      case PageValue::kText:
+        return VisibleText(TrimBlanks(line.AsTextView(*field)));
+      case PageValue::kQuantity:
+        return QuantityMask().Show(line.AsFloat(*field), locale_);
+      case PageValue::kPercent:
+        return PercentMask().Show(line.AsFloat(*field), locale_);
+      default:
+        return AmountMask().Show(line.AsCurrency(*field), locale_);
+    }
+  }
+
+  void AddRow(const RecordRow& line, PageTable& table) {
+    ++row_;
+    PageTable::Row row;
+    row.cells.reserve(table.columns.size());
+    std::size_t summed = 0;
+    for (std::size_t i = 0; i < table.columns.size(); ++i) {
+      const PageColumn& column = *table.columns[i].column;
+      row.cells.push_back(CellText(line, column, fields_[i]));
+      if (!column.IsSummed()) continue;
+      const Currency amount = fields_[i] ? line.AsCurrency(*fields_[i]) : Currency();
+      row.amounts.push_back(amount);
+      table.sums[summed++] += amount;
+    }
+    if (!DiscountText(line).empty()) {
+      for (const auto& field : amounts_) {
+        if (field) discounts_ += line.AsCurrency(*field);
+      }
+    }
+    table.rows.push_back(std::move(row));
+  }
+
+  const RecordSet& lines_;
+  const LocaleSettings& locale_ = CurrentLocale();
+  std::vector<std::optional<std::size_t>> percents_;
+  std::vector<std::optional<std::size_t>> amounts_;
+  std::vector<std::optional<std::size_t>> fields_;  // of the columns
+  std::size_t row_ = 0;
+  Currency discounts_;
+};
+
+}  // namespace
+
+Currency FillTables(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
+  Currency discounts;
+  const bool both = !source.goods.IsEmpty() && !source.services.IsEmpty();
+  for (const bool services : {false, true}) {
+    const RecordSet& lines = services ? source.services : source.goods;
+    if (lines.IsEmpty()) continue;
+    const DocumentKind& kind = *source.figures_kind;
+    TableMaker maker(services ? kind.services : kind.goods, lines);
+    PageTable table = maker.Make(paper.ColumnsOf(kind, services), paper);
+    const auto& to_be_paid = (services ? kind.services : kind.goods).to_be_paid;
+    if (to_be_paid) table.to_be_paid = to_be_paid->text;
+    if (both) table.heading = services ? "Usluge" : "Roba";
+    page.tables.push_back(std::move(table));
+    discounts += maker.Discounts();
+  }
+  return discounts;
+}
+
+std::vector<std::string> PageTable::SumCells(const std::vector<Currency>& amounts,
+                                             const LocaleSettings& locale) const {
+  std::vector<std::string> cells;
+  std::size_t next = 0;
+  for (const Column& column : columns) {
+    cells.push_back(column.column->IsSummed() ? AmountText(amounts[next++], locale) : std::string());
+  }
+  return cells;
+}
+
+std::string PercentText(double percent, const LocaleSettings& locale) {
+  return PercentMask().Show(percent, locale);
+}
+
+std::string AmountText(Currency amount, const LocaleSettings& locale) {
+  return AmountMask().Show(amount, locale);
+}
+
+}  // namespace mox

@@ -1,0 +1,239 @@
+#include "paper/picture.h"
+
+#include <cairo.h>
+#include <stb_image.h>
+#include <stb_image_resize.h>
+#include <stb_image_write.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "mox/foundation/error.h"
+
+namespace mox {
+namespace {
+
+constexpr std::size_t kMostBytes = 32'000'000;
+// Each pass of a JPEG goes over all of the picture, however little it says.
+constexpr std::size_t kMostPasses = 64;
+
+[[noreturn]] void Refuse(const std::string& reason) { throw Error("the picture " + reason); }
+
+unsigned ByteAt(std::string_view bytes, std::size_t at) {
+  if (at >= bytes.size()) Refuse("ends within its header");
+  return static_cast<unsigned char>(bytes[at]);
+}
+
+int BigEndian16(std::string_view bytes, std::size_t at) {
+  return static_cast<int>(ByteAt(bytes, at) << 8U | ByteAt(bytes, at + 1));
+}
+int LittleEndian16(std::string_view bytes, std::size_t at) {
+  return static_cast<int>(ByteAt(bytes, at + 1) << 8U | ByteAt(bytes, at));
+}
+int BigEndian32(std::string_view bytes, std::size_t at) {
+  const auto high = static_cast<unsigned>(BigEndian16(bytes, at));
+  if (high > 0x7FFF) Refuse("says a size that no picture has");
+  return static_cast<int>(high << 16U | static_cast<unsigned>(BigEndian16(bytes, at + 2)));
+}
+
+PictureHeader ReadPng(std::string_view bytes) {
+  constexpr std::string_view kFirstChunk("\0\0\0\x0DIHDR", 8);
+  constexpr std::size_t kSignature = 8;
+  BigEndian32(bytes, kSignature + kFirstChunk.size() + 4);
+  if (bytes.substr(kSignature, kFirstChunk.size()) != kFirstChunk) Refuse("is a PNG without its header");
+  const std::size_t at = kSignature + kFirstChunk.size();
+  return {PictureKind::kPng, BigEndian32(bytes, at), BigEndian32(bytes, at + 4)};
+}
+
+PictureHeader ReadGif(std::string_view bytes) {
+  return {PictureKind::kGif, LittleEndian16(bytes, 6), LittleEndian16(bytes, 8)};
+}
+
+bool IsFrame(unsigned marker) {
+  return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
+}
+
+// Segments follow each other until the one that says the size; what is before it is passed over by its
+// length.
+PictureHeader ReadJpeg(std::string_view bytes) {
+  constexpr unsigned kStartOfScan = 0xDA;
+  for (std::size_t at = 2;;) {
+    if (ByteAt(bytes, at) != 0xFF) Refuse("is a damaged JPEG");
+    while (ByteAt(bytes, at) == 0xFF) ++at;
+    const unsigned marker = ByteAt(bytes, at++);
+    const bool alone = marker == 0x01 || (marker >= 0xD0 && marker <= 0xD8);
+    if (alone) continue;
+    const int length = BigEndian16(bytes, at);
+    if (length < 2 || marker == 0xD9 || marker == 0x00) Refuse("is a damaged JPEG");
+    if (IsFrame(marker)) return {PictureKind::kJpeg, BigEndian16(bytes, at + 5), BigEndian16(bytes, at + 3)};
+    if (marker == kStartOfScan) Refuse("is a JPEG that does not say its size");
+    at += static_cast<std::size_t>(length);
+  }
+}
+
+std::size_t PassesOf(std::string_view jpeg) {
+  std::size_t passes = 0;
+  for (std::size_t at = 0; (at = jpeg.find("\xFF\xDA", at)) != std::string_view::npos; at += 2) ++passes;
+  return passes;
+}
+
+// --- pixels ---
+
+struct FreePixels {
+  void operator()(stbi_uc* pixels) const { stbi_image_free(pixels); }
+  void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+};
+
+std::size_t SizeOf(int width, int height) {
+  return static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
+}
+
+Picture DecodeOther(std::string_view bytes) {
+  constexpr int kChannels = 4;
+  Picture picture;
+  int channels = 0;
+  const std::unique_ptr<stbi_uc, FreePixels> pixels(
+      stbi_load_from_memory(reinterpret_cast<const stbi_uc*>(bytes.data()), static_cast<int>(bytes.size()),
+                            &picture.width, &picture.height, &channels, kChannels));
+  if (pixels == nullptr) Refuse(std::string("cannot be decoded: ") + stbi_failure_reason());
+  picture.pixels.assign(pixels.get(), pixels.get() + SizeOf(picture.width, picture.height));
+  return picture;
+}
+
+cairo_status_t ReadFrom(void* rest, unsigned char* data, unsigned int size) {
+  auto& bytes = *static_cast<std::string_view*>(rest);
+  if (bytes.size() < size) return CAIRO_STATUS_READ_ERROR;
+  std::memcpy(data, bytes.data(), size);
+  bytes.remove_prefix(size);
+  return CAIRO_STATUS_SUCCESS;
+}
+
+// Row by row, so that no more memory is taken than the header says, however much the data would become.
+Picture DecodePng(std::string_view bytes) {
+  const std::unique_ptr<cairo_surface_t, FreePixels> surface(
+      cairo_image_surface_create_from_png_stream(ReadFrom, &bytes));
+  cairo_surface_t* const image = surface.get();
+  if (cairo_surface_status(image) != CAIRO_STATUS_SUCCESS) {
+    Refuse(std::string("cannot be decoded: ") + cairo_status_to_string(cairo_surface_status(image)));
+  }
+  const cairo_format_t format = cairo_image_surface_get_format(image);
+  if (format != CAIRO_FORMAT_ARGB32 && format != CAIRO_FORMAT_RGB24) Refuse("has pixels of an unusual kind");
+  Picture picture{cairo_image_surface_get_width(image), cairo_image_surface_get_height(image), {}};
+  picture.pixels.reserve(SizeOf(picture.width, picture.height));
+  const auto stride = static_cast<std::size_t>(cairo_image_surface_get_stride(image));
+  const unsigned char* const data = cairo_image_surface_get_data(image);
+  for (int y = 0; y < picture.height; ++y) {
+    const auto* const row =
+        reinterpret_cast<const std::uint32_t*>(data + static_cast<std::size_t>(y) * stride);
+    for (int x = 0; x < picture.width; ++x) {
+      const std::uint32_t opacity = format == CAIRO_FORMAT_RGB24 ? 255U : row[x] >> 24U;
+      for (const unsigned shift : {16U, 8U, 0U}) {
+        const std::uint32_t shade = row[x] >> shift & 255U;
+        picture.pixels.push_back(static_cast<std::uint8_t>(
+            opacity == 0 ? 0 : std::min(255U, (shade * 255U + opacity / 2) / opacity)));
+      }
+      picture.pixels.push_back(static_cast<std::uint8_t>(opacity));
+    }
+  }
+  return picture;
+}
+
+void Append(void* bytes, void* data, int size) {
+  static_cast<std::string*>(bytes)->append(static_cast<const char*>(data), static_cast<std::size_t>(size));
+}
+
+}  // namespace
+
+PictureHeader ReadPictureHeader(std::string_view bytes) {
+  constexpr std::string_view kPng("\x89PNG\r\n\x1A\n", 8);
+  PictureHeader header;
+  if (bytes.size() > kMostBytes) Refuse("has more than 32 MB");
+  if (bytes.starts_with(kPng)) {
+    header = ReadPng(bytes);
+  } else if (bytes.starts_with("GIF87a") || bytes.starts_with("GIF89a")) {
+    header = ReadGif(bytes);
+  } else if (bytes.starts_with("\xFF\xD8")) {
+    header = ReadJpeg(bytes);
+  } else {
+    Refuse("is no JPEG, PNG or GIF");
+  }
+  const std::string size = std::to_string(header.width) + " x " + std::to_string(header.height) + " pixels";
+  if (header.width == 0 || header.height == 0) Refuse("says that it has " + size);
+  if (std::int64_t{header.width} * header.height > kMostPixels) Refuse("is too large: " + size);
+  return header;
+}
+
+Picture DecodePicture(std::string_view bytes) {
+  const PictureHeader header = ReadPictureHeader(bytes);
+  if (header.kind == PictureKind::kJpeg && PassesOf(bytes) > kMostPasses) Refuse("has too many passes");
+  Picture picture = header.kind == PictureKind::kPng ? DecodePng(bytes) : DecodeOther(bytes);
+  if (picture.width != header.width || picture.height != header.height) {
+    Refuse("has another size than its header says");
+  }
+  return picture;
+}
+
+Picture ResizedTo(const Picture& picture, int most_width, int most_height) {
+  if (picture.width <= most_width && picture.height <= most_height) return picture;
+  const double scale = std::min(static_cast<double>(most_width) / picture.width,
+                                static_cast<double>(most_height) / picture.height);
+  const auto scaled = [scale](int size) { return std::max(1, static_cast<int>(size * scale + 0.5)); };
+  Picture smaller{scaled(picture.width), scaled(picture.height), {}};
+  smaller.pixels.resize(SizeOf(smaller.width, smaller.height));
+  constexpr int kChannels = 4;
+  constexpr int kOpacity = 3;
+  constexpr int kNoStride = 0;
+  const int done = stbir_resize_uint8_generic(picture.pixels.data(), picture.width, picture.height, kNoStride,
+                                              smaller.pixels.data(), smaller.width, smaller.height, kNoStride,
+                                              kChannels, kOpacity, 0, STBIR_EDGE_CLAMP, STBIR_FILTER_DEFAULT,
+                                              STBIR_COLORSPACE_SRGB, nullptr);
+  if (done == 0) throw Error("not enough memory for a picture");
+  return smaller;
+}
+
+Picture CroppedTo(const Picture& picture, int width, int height) {
+  const std::int64_t by_width = std::int64_t{picture.width} * height;
+  const std::int64_t by_height = std::int64_t{picture.height} * width;
+  Picture part{picture.width, picture.height, {}};
+  if (by_width > by_height) part.width = static_cast<int>(std::max<std::int64_t>(1, by_height / height));
+  if (by_width < by_height) part.height = static_cast<int>(std::max<std::int64_t>(1, by_width / width));
+  const int left = (picture.width - part.width) / 2;
+  const int top = (picture.height - part.height) / 2;
+  part.pixels.reserve(SizeOf(part.width, part.height));
+  for (int y = 0; y < part.height; ++y) {
+    const auto from = picture.pixels.begin() +
+                      static_cast<std::ptrdiff_t>(SizeOf(picture.width, top + y) + SizeOf(left, 1));
+    part.pixels.insert(part.pixels.end(), from, from + static_cast<std::ptrdiff_t>(SizeOf(part.width, 1)));
+  }
+  return part;
+}
+
+std::string EncodePng(const Picture& picture) {
+  std::string bytes;
+  const int done =
+      stbi_write_png_to_func(Append, &bytes, picture.width, picture.height, 4, picture.pixels.data(), 0);
+  if (done == 0) throw Error("the picture cannot be encoded");
+  return bytes;
+}
+
+std::string EncodeJpeg(const Picture& picture) {
+  constexpr int kQuality = 88;
+  std::vector<std::uint8_t> opaque;
+  opaque.reserve(picture.pixels.size() / 4 * 3);
+  for (std::size_t at = 0; at < picture.pixels.size(); at += 4) {
+    const unsigned opacity = picture.pixels[at + 3];
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+      opaque.push_back(static_cast<std::uint8_t>(
+          (picture.pixels[at + channel] * opacity + 255U * (255U - opacity)) / 255U));
+    }
+  }
+  std::string bytes;
+  if (stbi_write_jpg_to_func(Append, &bytes, picture.width, picture.height, 3, opaque.data(), kQuality) ==
+      0) {
+    throw Error("the picture cannot be encoded");
+  }
+  return bytes;
+}
+
+}  // namespace mox

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mox {
+
+enum class PictureKind : std::uint8_t { kJpeg, kPng, kGif };
+
+/// What the header of a picture says of it.
+struct PictureHeader {
+  PictureKind kind = PictureKind::kJpeg;
+  int width = 0;
+  int height = 0;
+};
+
+/// Reads the header alone; nothing is decoded. Raises Error for what is no JPEG, PNG or GIF, for a header
+/// that is cut short or damaged, and for a size of 0 or beyond kMostPixels.
+PictureHeader ReadPictureHeader(std::string_view bytes);
+
+/// A picture of more pixels is refused before any memory is taken for it.
+inline constexpr std::int64_t kMostPixels = 40'000'000;
+
+/// Pixels of red, green, blue and opacity, a byte each, row by row.
+struct Picture {
+  int width = 0;
+  int height = 0;
+  std::vector<std::uint8_t> pixels;
+};
+
+/// Decodes the (first) picture. Raises Error as ReadPictureHeader, and for pixels that are damaged, end early
+/// or are of another size than the header says.
+Picture DecodePicture(std::string_view bytes);
+
+/// The picture in at most so many pixels either way, in its proportions; one that is small enough stays.
+Picture ResizedTo(const Picture& picture, int most_width, int most_height);
+/// The largest part from the middle that has these proportions.
+Picture CroppedTo(const Picture& picture, int width, int height);
+
+/// The bytes of a PNG file. Raises Error.
+std::string EncodePng(const Picture& picture);
+/// The same of a JPEG file, what is transparent on white.
+std::string EncodeJpeg(const Picture& picture);
+
+}  // namespace mox

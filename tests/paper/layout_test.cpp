@@ -1,0 +1,216 @@
+#include <cairo.h>
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "paper/a4_layout.h"
+#include "paper/esc_pos.h"
+#include "paper/pdf.h"
+#include "paper/slip.h"
+#include "paper/text_painter.h"
+#include "tests/fakes/scratch_folder.h"
+#include "tests/paper/paper_reader.h"
+#include "tests/paper/random_documents.h"
+
+namespace mox {
+namespace {
+
+constexpr const char* kZki = "0a1b2c3d4e5f60718293a4b5c6d7e8f9";
+
+class LayoutTest : public RandomDocuments {
+ protected:
+  LaidDocument LaidA4(const DocumentPage& page) { return LayOutA4(page, paper_, painter_, CurrentLocale()); }
+  std::string PdfOf(const LaidDocument& laid) {
+    PdfFile file(paper_.Text("stranica", "font"), *MakeDate(2026, 3, 2));
+    file.Add(laid);
+    return file.Finish();
+  }
+  // An invoice with both codes on it.
+  DocumentPage CodedPage() {
+    const std::int64_t id = Store(DocumentKindByName("otpremnica-racun"), 2);
+    server_.database().Execute(
+        "INSERT INTO dok_fiskalno (dok_id, broj_racuna, zki, vrijeme) VALUES (:id, '17/PP1/1', :zki, "
+        "'2026-03-02T09:05:00')",
+        {id, std::string(kZki)});
+    return MakePage(id, paper_);
+  }
+  // No text leaves its box, and none the sheet.
+  void ExpectInside(const LaidDocument& laid, const std::string& what) {
+    constexpr double kNothing = 0.02;
+    for (const LaidSheet& sheet : laid.sheets) {
+      for (const LaidText& text : sheet.texts) {
+        const auto size = painter_.Measure(text.text, text.style, text.wraps ? text.width : 0);
+        ASSERT_LE(size.width, text.width + kNothing) << what << ": " << text.text;
+        ASSERT_GE(text.x, 0) << what;
+        ASSERT_LE(text.x + text.width, laid.width) << what << ": " << text.text;
+        ASSERT_LE(text.y + size.height, laid.height) << what << ": " << text.text;
+      }
+    }
+  }
+
+  TextPainter painter_{"DejaVu Sans"};
+};
+
+std::string WithoutBlanks(const std::string& text) {
+  std::string left;
+  for (const char c : text) {
+    if (static_cast<unsigned char>(c) > ' ') left += c;
+  }
+  return left;
+}
+
+// The cells of the row that begins with a label, on a sheet.
+std::vector<std::string> RowOf(const LaidSheet& sheet, const std::string& label) {
+  std::vector<std::string> cells;
+  const auto found = std::find_if(sheet.texts.begin(), sheet.texts.end(),
+                                  [&](const LaidText& text) { return text.text == label; });
+  for (auto text = found; text != sheet.texts.end(); ++text) {
+    if (text != found && text->y == found->y) cells.push_back(text->text);
+  }
+  return cells;
+}
+
+TEST_F(LayoutTest, LosesNoLineAndLeavesNoColumn) {
+  for (const DocumentKind& kind : DocumentKinds()) {
+    for (const std::int64_t lines : {1, 23, 130}) {
+      const DocumentPage page = MakePage(Store(kind, lines), paper_);
+      const LaidDocument laid = LaidA4(page);
+      ExpectInside(laid, std::string(kind.name));
+      std::string all;
+      for (const LaidSheet& sheet : laid.sheets) {
+        for (const LaidText& text : sheet.texts) all += text.text + "\n";
+      }
+      for (std::int64_t line = 1; line <= lines; ++line) {
+        const std::string name = "\nRoba-" + std::to_string(line) + "-";
+        std::size_t count = 0;
+        for (std::size_t at = 0; (at = all.find(name, at)) != std::string::npos; ++at) ++count;
+        ASSERT_EQ(count, page.tables.size()) << kind.name << " line " << line;
+      }
+      if (lines > 100) {
+        ASSERT_GT(laid.sheets.size(), 1U) << kind.name;
+      }
+      // What one sheet carries over the next one begins with.
+      for (std::size_t sheet = 0; sheet + 1 < laid.sheets.size(); ++sheet) {
+        const auto carried = RowOf(laid.sheets[sheet], "Za prijenos");
+        if (carried.empty()) continue;
+        ASSERT_EQ(carried, RowOf(laid.sheets[sheet + 1], "Prijenos")) << kind.name;
+      }
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
+TEST_F(LayoutTest, CarriesTheSumOfTheLinesAbove) {
+  const DocumentPage page = MakePage(Store(DocumentKindByName("racun-usluga"), 200), paper_);
+  const LaidDocument laid = LaidA4(page);
+  ASSERT_GE(laid.sheets.size(), 3U);
+  const PageTable& table = page.tables.front();
+  std::vector<Currency> sums(table.sums.size());
+  std::size_t row = 0;
+  for (std::size_t sheet = 0; sheet + 1 < laid.sheets.size(); ++sheet) {
+    const auto carried = RowOf(laid.sheets[sheet], "Za prijenos");
+    if (carried.empty()) break;
+    const auto on_sheet = [&](const std::string& name) {
+      const auto& texts = laid.sheets[sheet].texts;
+      return std::any_of(texts.begin(), texts.end(), [&](const LaidText& text) { return text.text == name; });
+    };
+    for (; row < table.rows.size() && on_sheet(table.rows[row].cells[2]); ++row) {
+      for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += table.rows[row].amounts[i];
+    }
+    std::vector<std::string> shown = table.SumCells(sums, CurrentLocale());
+    std::erase(shown, "");
+    EXPECT_EQ(carried, shown) << sheet;
+  }
+}
+
+// Every text in its order, letters of all kinds, and the same bytes again.
+TEST_F(LayoutTest, MakesPdfsThatAreReadBack) {
+  const ScratchFolder folder;
+  for (const char* name :
+       {"gotovinski-racun", "primka-kalkulacija", "pocetno-stanje", "mal-dnevni-izv-blag"}) {
+    const LaidDocument laid = LaidA4(MakePage(Store(DocumentKindByName(name), 90), paper_));
+    const std::string pdf = PdfOf(laid);
+    EXPECT_EQ(pdf, PdfOf(laid)) << name;
+    const std::string file = folder / "a.pdf";
+    std::ofstream(file, std::ios::binary) << pdf;
+    std::string texts;
+    for (const LaidSheet& sheet : laid.sheets) {
+      for (const LaidText& text : sheet.texts) texts += text.text;
+    }
+    EXPECT_EQ(WithoutBlanks(OutputOf("pdftotext -raw '" + file + "' -")), WithoutBlanks(texts)) << name;
+    const std::string info = OutputOf("pdfinfo '" + file + "'");
+    EXPECT_NE(info.find(laid.title), std::string::npos) << info;
+    EXPECT_NE(info.find("Pages:           " + std::to_string(laid.sheets.size()) + "\n"), std::string::npos)
+        << info;
+    const std::string fonts = OutputOf("pdffonts '" + file + "' | awk 'NR > 2 {print $(NF-4)}' | sort -u");
+    EXPECT_EQ(fonts, "yes\n") << name;
+    EXPECT_NE(pdf.find("/Lang (hr-HR)"), std::string::npos);
+  }
+}
+
+// By two readers that have nothing in common with what draws them.
+TEST_F(LayoutTest, DrawsCodesThatReadersUnderstand) {
+  const ScratchFolder folder;
+  const DocumentPage page = CodedPage();
+  ASSERT_TRUE(page.warnings.empty()) << page.warnings.front();
+  const std::string file = folder / "a.pdf";
+  std::ofstream(file, std::ios::binary) << PdfOf(LaidA4(page));
+  OutputOf("pdftoppm -r 200 -gray '" + file + "' '" + (folder / "a") + "'");
+  const GrayPicture picture = ReadPgm(folder / "a-1.pgm");
+  EXPECT_THAT(ReadCodes(picture), testing::UnorderedElementsAre(page.verification_code, page.payment_code));
+  EXPECT_EQ(OutputOf("zbarimg -q --raw '" + (folder / "a-1.pgm") + "'"), page.verification_code + "\n");
+  EXPECT_EQ(page.payment_code.substr(0, 29), "HRVHUB30\nEUR\n" + page.payment_code.substr(13, 15) + "\n");
+}
+
+TEST_F(LayoutTest, PrintsSlipsThatAreReadBack) {
+  const DocumentPage page = CodedPage();
+  for (const SlipPaper width : {SlipPaper::k80mm, SlipPaper::k58mm}) {
+    const LaidDocument laid = LayOutSlip(page, paper_, painter_, width);
+    ExpectInside(laid, "slip");
+    const PrintedSlip slip =
+        PrintOf(EscPos(laid, painter_, {.cut = true, .open_drawer = width == SlipPaper::k80mm}));
+    EXPECT_EQ(slip.cuts, 1);
+    EXPECT_EQ(slip.pulses, width == SlipPaper::k80mm ? 1 : 0);
+    ASSERT_EQ(slip.picture.width, static_cast<int>(width));
+    ASSERT_EQ(slip.picture.height, static_cast<int>(laid.height));
+    // Drawn at once it is the same picture as in bands.
+    cairo_surface_t* const surface =
+        cairo_image_surface_create(CAIRO_FORMAT_RGB24, slip.picture.width, slip.picture.height);
+    cairo_t* const cairo = cairo_create(surface);
+    cairo_set_source_rgb(cairo, 1, 1, 1);
+    cairo_paint(cairo);
+    DrawSheet(cairo, laid.sheets.front(), painter_);
+    cairo_surface_flush(surface);
+    const auto* const drawn = reinterpret_cast<const std::uint32_t*>(cairo_image_surface_get_data(surface));
+    std::size_t black = 0;
+    for (std::size_t i = 0; i < slip.picture.pixels.size(); ++i) {
+      ASSERT_EQ(slip.picture.pixels[i] == 0, (drawn[i] & 255U) < 128U) << "dot " << i;
+      black += slip.picture.pixels[i] == 0 ? 1 : 0;
+    }
+    EXPECT_GT(black, slip.picture.pixels.size() / 50);
+    cairo_destroy(cairo);
+    cairo_surface_destroy(surface);
+    const std::vector<std::string> codes = ReadCodes(slip.picture);
+    EXPECT_THAT(codes, testing::Contains(page.verification_code));
+    if (width == SlipPaper::k80mm) {
+      EXPECT_THAT(codes, testing::Contains(page.payment_code));
+    }
+  }
+}
+
+TEST_F(LayoutTest, TellsWhatCannotBeDrawn) {
+  EXPECT_THROW(TextPainter("Nema takvog fonta"), Error);
+  EXPECT_THROW(painter_.Measure("\xF3\xB0\x80\x80", {9, false}), Error);  // of no font
+  const DocumentPage page = MakePage(Store(DocumentKindByName("predracun"), 1), paper_);
+  std::string columns = "[stupci]\nroba =";
+  for (const PageColumn& column : PageColumns()) columns += " " + std::string(column.name);
+  const PaperTemplate wide(columns + "\n", "p.txt");
+  const DocumentPage wide_page = MakePage(page.id, wide);
+  EXPECT_THROW(LayOutA4(wide_page, wide, painter_, CurrentLocale()), Error);
+  const PaperTemplate logo("[stranica]\nlogo = nema.png\n", "p.txt");
+  EXPECT_THROW(LayOutA4(page, logo, painter_, CurrentLocale()), Error);
+}
+
+}  // namespace
+}  // namespace mox

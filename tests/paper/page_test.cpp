@@ -1,0 +1,167 @@
+#include "paper/page.h"
+
+#include "mox/foundation/locale_text.h"
+#include "paper/page_check.h"
+#include "paper/page_tables.h"
+#include "paper/text_page.h"
+#include "tests/paper/random_documents.h"
+
+namespace mox {
+namespace {
+
+using PageTest = RandomDocuments;
+
+std::size_t CountOf(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) ++count;
+  return count;
+}
+
+// Each number that a page shows, with a way to change it.
+std::vector<std::string*> NumbersOf(DocumentPage& page) {
+  std::vector<std::string*> numbers;
+  for (PageTable& table : page.tables) {
+    for (PageTable::Row& row : table.rows) {
+      for (std::size_t i = 0; i < row.cells.size(); ++i) {
+        if (table.columns[i].column->IsSummed()) numbers.push_back(&row.cells[i]);
+      }
+    }
+  }
+  for (PageTaxRow& row : page.taxes) numbers.insert(numbers.end(), {&row.base, &row.tax, &row.total});
+  for (PageSum& sum : page.sums) {
+    if (page.total) numbers.push_back(&sum.amount);
+  }
+  return numbers;
+}
+
+TEST_F(PageTest, SaysWhatTheDocumentSaysInEveryKind) {
+  const LocaleSettings& locale = CurrentLocale();
+  for (const DocumentKind& kind : DocumentKinds()) {
+    for (const std::int64_t lines : {1, 4, 30}) {
+      const std::int64_t id = Store(kind, lines);
+      DocumentPage page = MakePage(id, paper_);
+      const std::string text = TextPage(page, locale);
+      for (const PageTable& table : page.tables) {
+        ASSERT_EQ(table.rows.size(), static_cast<std::size_t>(lines)) << kind.name;
+      }
+      for (std::int64_t line = 1; line <= lines; ++line) {
+        ASSERT_EQ(CountOf(text, "Roba-" + std::to_string(line) + "-"), page.tables.size())
+            << kind.name << text;
+      }
+      const RecordSet stored = server_.database().Query("dok", ParseColumns("ukupno:currency"),
+                                                        "SELECT ukupno FROM dok WHERE id = :id", {id});
+      ASSERT_EQ(page.total.has_value(), !stored.IsNull(0)) << kind.name;
+      if (page.total) {
+        ASSERT_EQ(*page.total, stored.AsCurrency(0)) << kind.name;
+        ASSERT_NE(text.find(AmountText(stored.AsCurrency(0), locale)), std::string::npos) << kind.name;
+      }
+      for (const std::string word : {"12345678903", "Čašćenje i žđer d.o.o.", "02.03.2026"}) {
+        ASSERT_NE(text.find(word), std::string::npos) << kind.name << ": " << word;
+      }
+      // Whichever number were another one, it would be told.
+      for (std::string* const number : lines > 4 ? std::vector<std::string*>() : NumbersOf(page)) {
+        const std::string before = *number;
+        *number = AmountText(*ParseLocaleCurrency(before.empty() ? "0" : "1", locale), locale);
+        if (*number == before || (before.empty() && *number == "0,00")) *number = "7,77";
+        EXPECT_THROW(CheckPage(page, locale), Error) << kind.name << " " << before;
+        *number = before;
+      }
+      CheckPage(page, locale);
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
+TEST_F(PageTest, CancelsWithReferenceToTheOriginal) {
+  const std::int64_t id = Store(DocumentKindByName("gotovinski-racun"), 3);
+  ASSERT_TRUE(StoreStorno(id));
+  const std::int64_t storno = server_.LastWrite().stored.value().AsInteger(0);
+  const DocumentPage page = MakePage(storno, paper_);
+  EXPECT_TRUE((*page.total + *MakePage(id, paper_).total).IsZero());
+  EXPECT_EQ(page.notes.front(), "Stornira se: Gotovinski račun 1/2026 od 02.03.2026");
+  EXPECT_TRUE(page.payment.empty());
+}
+
+// What another program has left in the database does not go out.
+TEST_F(PageTest, RefusesWhatDoesNotAddUp) {
+  const struct {
+    const char* spoil;
+    const char* says;
+  } rows[] = {
+      {"UPDATE dok SET ukupno = ukupno + 0.01 WHERE id = :id", "has the total"},
+      {"UPDATE dok_porezi SET porez = porez + 0.5 WHERE rb = 1 AND dok_id = :id", "does not add up: at"},
+      {"UPDATE dok_stavke SET osnovica = osnovica + 1 WHERE rb = 1 AND dok_id = :id", "does not add up: at"},
+      {"UPDATE dok_stavke SET ukupno = ukupno + 0.01 WHERE rb = 2 AND dok_id = :id", "has the total"},
+      {"DELETE FROM dok_stavke WHERE rb = 2 AND dok_id = :id", "does not add up"},
+      {"UPDATE dok SET vrsta = 'ponuda' WHERE id = :id", "of a kind that this program does not know: ponuda"},
+      {"UPDATE parametri_poduzeca SET vrijednost = NULL WHERE naziv = 'OIBPoduzeca' AND :id > 0",
+       "not named yet"},
+  };
+  for (const auto& row : rows) {
+    const std::int64_t id = Store(DocumentKindByName("otpremnica-racun"), 2);
+    server_.database().Execute(row.spoil, {id});
+    try {
+      MakePage(id, paper_);
+      ADD_FAILURE() << row.spoil;
+    } catch (const Error& error) {
+      EXPECT_NE(std::string(error.what()).find(row.says), std::string::npos)
+          << row.spoil << ": " << error.what();
+    }
+  }
+}
+
+TEST_F(PageTest, ShowsWhatTheTaxAdministrationKnows) {
+  const std::int64_t id = Store(DocumentKindByName("gotovinski-racun"), 1);
+  server_.database().Execute(
+      "INSERT INTO dok_fiskalno (dok_id, broj_racuna, zki, jir, vrijeme) VALUES "
+      "(:id, '17/PP1/1', '0a1b2c3d4e5f60718293a4b5c6d7e8f9', '3b2c4d5e-1111-4222-8333-944455566677', "
+      "'2026-03-02T09:05:00')",
+      {id});
+  const DocumentPage page = MakePage(id, paper_);
+  EXPECT_EQ(page.number, "17/PP1/1");
+  EXPECT_EQ(page.verification_code,
+            "https://porezna.gov.hr/rn?zki=0a1b2c3d4e5f60718293a4b5c6d7e8f9"
+            "&datv=20260302_0905&izn=" +
+                CurrencyToText(*page.total, CurrentLocale()));
+  const std::string text = TextPage(page, CurrentLocale());
+  for (const char* word : {"09:05:00", "ZKI:", "JIR:", "3b2c4d5e-1111-4222-8333-944455566677", "1/2026"}) {
+    EXPECT_NE(text.find(word), std::string::npos) << word;
+  }
+}
+
+TEST(PaperTemplateTest, TellsFaultsWithTheirLine) {
+  const struct {
+    const char* text;
+    const char* says;
+  } rows[] = {
+      {"[stupci]\nroba = rb naziv cijena\n", "p.txt:2: roba: there is no column \"cijena\""},
+      {"[stupci]\nroba = rb naziv rb\n", "p.txt:2: roba: the column \"rb\" stands twice"},
+      {"[stupci]\nroba =\n", "p.txt:2: roba: there are no columns"},
+      {"[stupci]\n\nponuda = rb\n", "p.txt:3: [stupci] has no \"ponuda\""},
+      {"[stranice]\n", "p.txt:1: there is no section \"stranice\""},
+      {"# a\nfont = Sans\n", "p.txt:2: a [section] is expected first"},
+      {"[stranica]\nfont\n", "p.txt:2: NAME = VALUE is expected instead of \"font\""},
+      {"[stranica]\nvelicina = 40\n", "p.txt:2: velicina: \"40\" is not a number from 5 to 14"},
+      {"[stranica]\nvelicina = 8\nvelicina = 9\n", "p.txt:3: velicina is said in line 2 already"},
+      {"[napomene]\nsvi = {brojj}\n", "p.txt:2: svi: there is no placeholder {brojj}"},
+      {"[napomene]\nsvi = {broj\n", "p.txt:2: svi: \"{\" has no \"}\""},
+      {"[napomene]\nsvi = \xFF\n", "p.txt:2: the text is not UTF-8"},
+      {"[napomene]\nsvi = a\tb\n", "p.txt:2: svi: the text holds a control character"},
+      {"[isjecak]\nrez = yes\n", "p.txt:2: rez: \"yes\" is neither da nor ne"},
+      {"[placanje]\nprimatelj = Žito i sinovi, trgovina d.o.o.\n", "is longer than 25 characters"},
+  };
+  for (const auto& row : rows) {
+    try {
+      PaperTemplate(row.text, "p.txt");
+      ADD_FAILURE() << row.text;
+    } catch (const Error& error) {
+      EXPECT_NE(std::string(error.what()).find(row.says), std::string::npos) << error.what();
+    }
+  }
+  const PaperTemplate paper("[naslovi]\r\npredracun = Ponuda\r\n[posta]\ntekst = a\\nb {broj}\n", "p.txt");
+  EXPECT_EQ(paper.TitleOf(DocumentKindByName("predracun")), "Ponuda");
+  EXPECT_EQ(Filled(paper.Text("posta", "tekst"), {{"broj", "{datum}"}, {"datum", "x"}}), "a\nb {datum}");
+}
+
+}  // namespace
+}  // namespace mox
