@@ -20,10 +20,8 @@ std::string KeyText(const RecordRow& record, const std::vector<std::size_t>& fie
     std::string text;
     if (const auto* const given = std::get_if<std::string>(&value)) {
       text = *given;
-    } else if (const auto* const number = std::get_if<double>(&value); number != nullptr && *number == 0) {
-      text = "0";  // whatever its sign
     } else {
-      AppendPlain(text, value);
+      AppendPlain(text, value);  // 0 whatever its sign
     }
     key += 'v';
     AppendCounted(key, text);

@@ -22,7 +22,8 @@ using FieldNames = std::span<const std::string_view>;
 
 /// A new set with a record for each different combination of the key fields' values, in the order of their
 /// first appearance: the key fields, the sums of the other fields, and the number of records in the integer
-/// field `count`, where that has a name. Texts are the same letter for letter, null is the same as null.
+/// field `count`, where that has a name. Texts are the same letter for letter, null is the same as null. The
+/// first record is current.
 ///
 /// Sums of currencies and integers are exact and raise Overflow; those of floats are formed in extended
 /// precision in the order of the records. Null counts as 0. Raises ConversionError for a field that is no

@@ -115,6 +115,7 @@ TEST(PrecisionOfNoHost, SaysWhatIsMissing) {
   EXPECT_ERROR(GetPcCalcDigit(), "! the host supplies no settings file");
   EXPECT_ERROR(GetPdviCalcDigit(), "! the host supplies no communication module");
   EXPECT_ERROR(SetSystemCurrencySymbol("kn"), "! the host supplies no locale");
+  EXPECT_ERROR(App().Dialogs(), "! the host supplies no message dialogs");
 }
 
 TEST(DataSetStateNames, FollowTheEnumeration) {

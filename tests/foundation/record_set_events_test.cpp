@@ -66,21 +66,28 @@ TEST(CalcFieldsEvent, WritesCalculatedFieldsOnly) {
 }
 
 TEST(CalcFieldsEvent, NothingMovesInside) {
-  using Operation = void (*)(RecordSet&);
-  const Operation operations[] = {[](RecordSet& set) { set.AppendRecord({"c"}); },
-                                  [](RecordSet& set) { set.Close(); },
-                                  [](RecordSet& set) { set.SetFilter(""); },
-                                  [](RecordSet& set) { set.CleanClone(Lines()); },
-                                  [](RecordSet& set) { set.DataTransfer(Lines()); },
-                                  [](RecordSet& set) { set.LoadFromString(Lines().SaveToString()); },
-                                  [](RecordSet& set) { set.SetOnCalcFields(nullptr); }};
+  const struct {
+    const char* word;
+    void (*run)(RecordSet&);
+  } operations[] = {{"move", [](RecordSet& set) { set.AppendRecord({"c"}); }},
+                    {"close", [](RecordSet& set) { set.Close(); }},
+                    {"move", [](RecordSet& set) { set.SetFilter(""); }},
+                    {"clone", [](RecordSet& set) { set.CleanClone(Lines()); }},
+                    {"move", [](RecordSet& set) { set.DataTransfer(Lines()); }},
+                    {"load", [](RecordSet& set) { set.LoadFromString(Lines().SaveToString()); }},
+                    {"clear", [](RecordSet& set) { set.Clear(); }},
+                    {"post", [](RecordSet& set) { set.Post(); }},
+                    {"replace the event", [](RecordSet& set) { set.SetOnCalcFields(nullptr); }}};
   RecordSet lines = Lines();
   const std::string before = lines.SaveToString();
   lines.SetOnCalcFields([&](RecordSet& line) {
     for (const char* step : {"F", "N", "P", "L", "?a", "g", "e", "i", "a", ".", "D", "C", "R", "f", "u"}) {
       EXPECT_THROW(RunScript(line, step), StateError) << step;
     }
-    for (const Operation operation : operations) EXPECT_THROW(operation(line), StateError);
+    for (const auto& operation : operations) {
+      EXPECT_ERROR(operation.run(line),
+                   "! stavke: cannot " + std::string(operation.word) + " inside the calculate-fields event");
+    }
     line.Cancel();
     EXPECT_EQ(line.State(), DataSetState::kCalcFields);
   });

@@ -80,6 +80,7 @@ TEST(RecordTools, AnswersTables) {
           RecordSet grouped =
               GroupRecords(records, Views(Split(row[2], ',')), Views(Split(row[3], ',')), "broj");
           EXPECT_EQ(records.State(), DataSetState::kEdit);
+          EXPECT_EQ(grouped.Position(), 0U);
           return Show(grouped);
         }},
        {"sum",
