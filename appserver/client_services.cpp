@@ -31,16 +31,19 @@ void FillStoredImport(Database& database, const ServiceInputs& inputs, RecordSet
 
 const NamedService kServices[] = {
     {"Kat\\StupciTablice",
+     Right::kRead,
      "tablica",
      "the columns of a table of the database; none where there is no such one",
      {{"adsStupci", "stupac,vrsta", "", FillTableColumns}}},
 
     {"Kat\\PoljaTransakcije",
+     Right::kRead,
      "transakcija",
      "the fields that the record sets of a transaction have",
      {{"adsPolja", "skup,polje,vrsta", "", FillTransactionFields}}},
 
     {"DnevnikUvoza\\Prijasnji",
+     Right::kRead,
      "profil,sazetak",
      "the last import of a file's content by a profile that was not taken back",
      {{"adsUvoz", "id:integer,opis", "", FillStoredImport}}},

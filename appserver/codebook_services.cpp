@@ -198,12 +198,14 @@ std::vector<NamedService> MakeServices() {
   static std::deque<std::string> names;
   std::vector<NamedService> services = {
       {"Kat\\Sifarnici",
+       Right::kRead,
        "",
        "the codebooks and their columns",
        {{"adsSifarnici", "sifarnik,opis,kljuc", "", FillCodebooks},
         {"adsStupci", "sifarnik,stupac,naziv,vrsta,velicina:integer,obavezan:boolean,iz", "", FillColumns}}}};
   for (const Codebook& codebook : CodebookTable()) {
     services.push_back({names.emplace_back("Kat\\" + std::string(codebook.name)),
+                        Right::kRead,
                         "trazi?:text,preskoci?:integer,najvise?:integer",
                         codebook.summary,
                         {{codebook.name, "", "", FillCodebook}}});

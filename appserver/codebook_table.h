@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "appserver/key_finder.h"
+#include "appserver/rights.h"
 
 namespace mox {
 
@@ -52,6 +53,8 @@ struct Codebook {
   std::string_view search_index = {};
   /// How a reference finds its row, where its fields alone do not say it.
   std::vector<KeyRule> rules = {};
+  /// That whoever changes it must have.
+  Right right = Right::kMasterData;
 };
 
 std::span<const Codebook> CodebookTable();

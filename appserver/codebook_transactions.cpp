@@ -521,7 +521,10 @@ std::optional<RecordSet> DeleteFromCodebooks(const NamedTransaction& /*transacti
 
 std::vector<RecordSetRule> EveryCodebook() {
   std::vector<RecordSetRule> rules;
-  for (const Codebook& codebook : CodebookTable()) rules.push_back({codebook.name, {codebook.table}, false});
+  for (const Codebook& codebook : CodebookTable()) {
+    rules.push_back(
+        {.name = codebook.name, .table = {codebook.table}, .required = false, .right = codebook.right});
+  }
   return rules;
 }
 
@@ -529,10 +532,12 @@ std::vector<RecordSetRule> EveryCodebook() {
 
 std::span<const NamedTransaction> CodebookTransactionTable() {
   static const NamedTransaction transactions[] = {
-      {"KatalogUpis", "inserts or changes rows of codebooks by their keys, only the columns that are sent",
-       EveryCodebook(), StoreCodebooks},
-      {"KatalogBrisanje", "takes rows of codebooks away by their keys, which nothing may use",
-       EveryCodebook(), DeleteFromCodebooks},
+      {"KatalogUpis", Right::kMasterData,
+       "inserts or changes rows of codebooks by their keys, only the columns that are sent", EveryCodebook(),
+       StoreCodebooks},
+      {"KatalogBrisanje", Right::kMasterData,
+       "takes rows of codebooks away by their keys, which nothing may use", EveryCodebook(),
+       DeleteFromCodebooks},
   };
   return transactions;
 }

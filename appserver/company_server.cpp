@@ -10,6 +10,7 @@
 #include "appserver/retail_sizes.h"
 #include "appserver/search_index.h"
 #include "appserver/service_info.h"
+#include "appserver/write_journal.h"
 #include "mox/foundation/find_row.h"
 #include "mox/foundation/value_conversion.h"
 #include "mox/foundation/visible_text.h"
@@ -39,6 +40,9 @@ void CompanyServer::Tell(std::string_view line) const {
 
 std::unique_ptr<TAstaParamList> CompanyServer::Answer(const TAstaParamList& request,
                                                       std::string_view service) {
+  if (const ServiceInfo* const known = FindRow(ReadServices(), service)) {
+    RequireRight(requester_, known->right, service);
+  }
   const ReadTransaction snapshot(database_);
   if (service == kImportGridService.name) {
     const ServiceInputs inputs(kImportGridService.inputs, request, company_);
@@ -75,6 +79,9 @@ std::unique_ptr<TAstaParamList> CompanyServer::ReportDataService(const TAstaPara
                                                                  std::string_view service) {
   try {
     return Answer(request, service);
+  } catch (const NotAllowed& error) {
+    Tell(error.what());
+    throw;
   } catch (const DatabaseError& error) {
     Tell("service " + std::string(service) + ": " + error.what());
     throw;
@@ -85,46 +92,81 @@ std::unique_ptr<TAstaParamList> CompanyServer::ReportDataService(const TAstaPara
   }
 }
 
-// Fills `failure` with what is known of the request on the way.
-std::optional<RecordSet> CompanyServer::Store(const TAstaParamList& request, WriteFailure& failure) {
+// Fills `write` with what is known of the request on the way.
+WriteOutcome CompanyServer::CarryOut(const TAstaParamList& request, std::string_view key,
+                                     JournalledWrite& write) {
   if (request.Count() != 1) {
     throw Error("a write request has one item, this one has " + std::to_string(request.Count()));
   }
   const TAstaParam& item = request[0];
-  failure.transaction = item.Name();
+  write.transaction = item.Name();
   const NamedTransaction* const transaction = FindRow(NamedTransactionTable(), item.Name());
   if (transaction == nullptr) throw Error("unknown transaction");
-  auto stored = RunNamedTransaction(*transaction, database_, item.AsTextView(), company_,
-                                    rehearsing_ ? Ending::kRollBack : Ending::kCommit);
+  RequireRight(requester_, transaction->right, transaction->name);
+  const std::string_view inner = item.AsTextView();
+  // What is only tried is not stored, so it cannot be sent again.
+  write = MakeJournalledWrite(requester_.user, item.Name(), inner, rehearsing_ ? std::string_view() : key);
+  if (auto earlier = FindEarlierOutcome(database_, write)) return std::move(*earlier);
+  const SentRecordSets sent(inner, {company_, requester_});
+  WriteOutcome outcome{.committed = true, .transaction = item.Name(), .failure = {}, .stored = {}};
+  outcome.stored = RunNamedTransaction(
+      *transaction, database_, sent,
+      [&](const std::optional<RecordSet>& stored) { JournalStored(database_, write, sent, stored); },
+      rehearsing_ ? Ending::kRollBack : Ending::kCommit);
   if (FindRow(CompanyTransactionTable(), item.Name()) != nullptr) company_.Reload();
-  return stored;
+  return outcome;
+}
+
+// What a user in front of this computer is refused he sees; what others are refused is kept. Where that
+// fails, or the same request was carried out at the same time, nothing is stored by it.
+void CompanyServer::Refuse(const JournalledWrite& write, WriteFailure failure) {
+  const auto was_carried_out = [&] {
+    auto earlier = FindEarlierOutcome(database_, write);
+    if (earlier) last_write_ = std::move(*earlier);
+    return earlier.has_value();
+  };
+  if (was_carried_out()) return;
+  Tell("refused " + failure.ToString());
+  last_write_.failure = std::move(failure);
+  if (rehearsing_ || (write.key.empty() && !requester_.HasLoggedIn())) return;
+  try {
+    JournalRefused(database_, write, *last_write_.failure);
+  } catch (const Error& error) {
+    if (!was_carried_out()) Tell(error.what());
+  }
 }
 
 std::string CompanyServer::WriteRefusal() const {
   return last_write_.failure ? last_write_.failure->ToString() : std::string();
 }
 
-int CompanyServer::WriteDataService(const TAstaParamList& request) {
+int CompanyServer::WriteDataService(const TAstaParamList& request) { return WriteDataService(request, {}); }
+
+int CompanyServer::WriteDataService(const TAstaParamList& request, std::string_view key) {
   last_write_ = {};
   if (!unwritable_.empty()) throw DatabaseUnavailable(unwritable_);
+  JournalledWrite write{.user = requester_.user};
   WriteFailure failure;
   try {
-    last_write_.stored = Store(request, failure);
-    last_write_.committed = true;
-    last_write_.transaction = std::move(failure.transaction);
-    return 1;
+    last_write_ = CarryOut(request, key, write);
+    return last_write_.committed ? 1 : 0;
   } catch (const WriteRefused& refused) {
-    failure = {std::move(failure.transaction), refused.failure().record_set, refused.failure().row,
-               refused.failure().field,        refused.failure().message,    refused.failure().others};
+    failure = refused.failure();
+  } catch (const NotAllowed& error) {
+    Tell(error.what());
+    throw;
+  } catch (const KeyReused& error) {
+    Tell(error.what());
+    throw;
   } catch (const DatabaseUnavailable& error) {
     Tell(error.what());
     throw;
   } catch (const std::exception& error) {
     failure.message = error.what();
   }
-  Tell("refused " + failure.ToString());
-  last_write_.failure = std::move(failure);
-  return 0;
+  failure.transaction = write.transaction;
+  Refuse(write, std::move(failure));
+  return last_write_.committed ? 1 : 0;
 }
 
 }  // namespace mox

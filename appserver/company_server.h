@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -9,10 +10,13 @@
 #include "appserver/company_data.h"
 #include "appserver/database.h"
 #include "appserver/import_catalogue.h"
+#include "appserver/requester.h"
 #include "appserver/write_outcome.h"
 #include "mox/foundation/secrets.h"
 
 namespace mox {
+
+struct JournalledWrite;  // in write_journal.h
 
 /// The application server in the host's own process: answers named services from a company database and
 /// stores named transactions in it. The company parameters are those of the database; parameters set on this
@@ -28,18 +32,26 @@ class CompanyServer : public CompanyAccess {
   /// The SQL texts that the service "ImportGrid" runs.
   ImportCatalogue& import_catalogue() { return import_catalogue_; }
   const CompanyData& company() const { return company_; }
+  /// Who asks from now on; until then it is somebody without a name, who may do everything.
+  void SetRequester(Requester requester) { requester_ = std::move(requester); }
   void SetParameter(std::string_view assignment) override { company_.Set(assignment); }
   void AddSecrets(Secrets& secrets) override;
   void RequireNamed() override { company_.RequireNamed(); }
 
   RecordSet* CompanyParameters() override { return company_.Parameters(); }
   /// Null for an unknown service. Raises DatabaseError when the database fails, Error naming the service and
-  /// an input that is missing, unknown or of another kind, or an SQL text that is not in the catalogue.
+  /// an input that is missing, unknown or of another kind, or an SQL text that is not in the catalogue, and
+  /// NotAllowed when the requester has no right to it.
   std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
                                                     std::string_view service) override;
   /// 0 when the request was refused and nothing stored; LastWrite() tells why, and the log was told. Raises
   /// DatabaseUnavailable when the database failed, which is no refusal.
   int WriteDataService(const TAstaParamList& request) override;
+  /// The same. A request that is sent again by the same user under the same key is not carried out again, and
+  /// answered as it was then, stored or refused, also after this program has ended; an empty key is none.
+  /// Raises NotAllowed when the requester has no right to the transaction, and KeyReused when the key is that
+  /// of another request.
+  int WriteDataService(const TAstaParamList& request, std::string_view key);
   std::string WriteRefusal() const override;
   /// The database was opened for reading alone: from now on writing raises DatabaseUnavailable that says why.
   void SetUnwritable(std::string reason) { unwritable_ = std::move(reason); }
@@ -48,7 +60,8 @@ class CompanyServer : public CompanyAccess {
 
  private:
   std::unique_ptr<TAstaParamList> Answer(const TAstaParamList& request, std::string_view service);
-  std::optional<RecordSet> Store(const TAstaParamList& request, WriteFailure& failure);
+  WriteOutcome CarryOut(const TAstaParamList& request, std::string_view key, JournalledWrite& write);
+  void Refuse(const JournalledWrite& write, WriteFailure failure);
   void Tell(std::string_view line) const;
 
   Database database_;
@@ -57,6 +70,7 @@ class CompanyServer : public CompanyAccess {
   CompanyData company_;
   WriteOutcome last_write_;
   std::string unwritable_;  // why; empty where the database may be written
+  Requester requester_;
   bool rehearsing_ = false;
 };
 

@@ -76,6 +76,7 @@ void FillDocuments(Database& database, const ServiceInputs& inputs, RecordSet& a
 const NamedService& DocumentListService() {
   static const NamedService service = {
       "Dokumenti",
+      Right::kRead,
       "vrsta?:text,godina?:integer,od?:date,do?:date,par_id?:integer,trazi?:text",
       "the stored documents, of a kind, a year, a period, a partner, or with a text (in the partner's name, "
       "opis, "

@@ -95,7 +95,9 @@ void ClaimNumbers(Database& database, const DocumentKey& key) {
 }
 
 // Under the next number of its kind and year.
-void InsertHeader(Database& database, const RecordSet& header, TableRule rule, DocumentKey& key) {
+void InsertHeader(Database& database, const RecordSet& header, TableRule rule, const Requester& who,
+                  DocumentKey& key) {
+  if (who.HasLoggedIn()) rule.constants.emplace_back("user_id", who.code);
   key.broj = NextNumber(database, key);
   rule.constants.emplace_back("vrsta", std::string(key.kind->name));
   rule.constants.emplace_back("godina", key.godina);
@@ -104,10 +106,11 @@ void InsertHeader(Database& database, const RecordSet& header, TableRule rule, D
 }
 
 // The links that the user asked for before he made this document.
-void MakePendingLinks(Database& database, const DocumentKey& key, const RecordSet& header) {
+void MakePendingLinks(Database& database, const DocumentKey& key, const RecordSet& header,
+                      const Requester& who) {
   const auto user_field = header.FindFieldIndex("user_id");
-  if (!user_field || header.IsNull(*user_field)) return;
-  const std::string user = header.AsText(*user_field);
+  if (!who.HasLoggedIn() && (!user_field || header.IsNull(*user_field))) return;
+  const std::string user = who.HasLoggedIn() ? who.code : header.AsText(*user_field);
   const std::string tip(key.kind->tip);
   database.Claim({"veze/" + user});
   database.Execute(
@@ -317,7 +320,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   const LineArticles articles(database, sent.Find("Stavke"));
   const auto warehouse = WarehouseOf(database, kind, articles, WarehouseOfHeader(header));
   if (warehouse) header_rule.constants.emplace_back("skl_id", *warehouse);
-  InsertHeader(database, header, header_rule, key);
+  InsertHeader(database, header, header_rule, sent.Who(), key);
   std::int64_t next_line = 1;
   for (const char* const name : {"Stavke", "Usluge", "Rekapitulacija", "DokDobavljaca"}) {
     const RecordSet* const records = sent.Find(name);
@@ -337,7 +340,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
     MoveStock(database, kind, key.id, *warehouse, IsSaid(header, kStockMayBeNegative));
   }
   key.due = OpenItem(database, sent, key.id);
-  MakePendingLinks(database, key, header);
+  MakePendingLinks(database, key, header, sent.Who());
   return Answer(key);
 }
 
@@ -423,13 +426,13 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
   rule.constants.emplace_back(
       "ukupno", original->header.IsNull(total) ? Value() : Value(-original->header.AsCurrency(total)));
   if (!digest.empty()) rule.constants.emplace_back("kljuc_sazetak", digest);
-  InsertHeader(database, header, rule, key);
+  InsertHeader(database, header, rule, sent.Who(), key);
   StoreMirror(database, "dok_stavke", MirrorOf(ReadRows(database, "dok_stavke", id)), key.id);
   StoreMirror(database, "dok_porezi", MirrorOf(ReadRows(database, "dok_porezi", id)), key.id);
   StoreMirror(database, "dok_dobavljac", MirrorOfTotals(ReadRows(database, "dok_dobavljac", id)), key.id);
   MoveStockBack(database, id, key.id, IsSaid(asked, kStockMayBeNegative));
   CloseItem(database, id, key.id);
-  MakePendingLinks(database, key, header);
+  MakePendingLinks(database, key, header, sent.Who());
   return Answer(key);
 }
 
@@ -454,7 +457,9 @@ std::optional<RecordSet> RememberLinks(const NamedTransaction& transaction, Data
     links.SetText(*tip, kind->tip);
     links.Post();
   }
-  StoreRecords(database, links, transaction.FindRule("FTransTempVezeDataSet")->table);
+  TableRule rule = transaction.FindRule("FTransTempVezeDataSet")->table;
+  if (sent.Who().HasLoggedIn()) rule.constants.emplace_back("user_id", sent.Who().code);
+  StoreRecords(database, links, rule);
   return std::nullopt;
 }
 
@@ -473,11 +478,13 @@ constexpr std::string_view kOfTheOriginal = "is that of the document that is can
 // Lines and recapitulations have fields of screens too, which are not kept.
 const NamedTransaction kTransactions[] = {
     {"UpisParentFieldForVD",
+     Right::kEnterDocuments,
      "remembers that a user's next document of a kind belongs to a record",
      {{"FTransTempVezeDataSet", {"dok_veze_kasnije"}}},
      RememberLinks},
 
     {"DokumentInsert",
+     Right::kEnterDocuments,
      "stores a document under the next number of its kind and year, and makes the links that wait for it",
      {{.name = "Zaglavlje",
        .table = {.table = "dok", .told = {Told(kConfirmed), Told(kStockMayBeNegative)}},
@@ -491,6 +498,7 @@ const NamedTransaction kTransactions[] = {
      Writing::kBesideOthers},
 
     {"DokumentStorno",
+     Right::kEnterDocuments,
      "cancels a stored document, stornira_id, by its exact mirror under a number of its own; once",
      {{.name = "Zaglavlje",
        .table = {.table = "dok", .told = {Told(kStockMayBeNegative)}},

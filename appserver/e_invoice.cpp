@@ -336,25 +336,30 @@ std::optional<RecordSet> SetAccount(const NamedTransaction& /*transaction*/, Dat
 
 const NamedTransaction kTransactions[] = {
     {"ERacunVezaSaMojERacunProvjera",
+     Right::kEnterDocuments,
      "refused when the document has an e-invoice; stores nothing",
      {{"ads", {"eracun_veze"}}},
      CheckNotLinked},
     {"InsertERacunB2C",
+     Right::kEnterDocuments,
      "links a document to the e-invoice that the intermediary made of it, once",
      {{"adsMojERacun", {"eracun_veze"}}, {"adsDocId", {"eracun_veze"}}},
      InsertLink},
     {"ERacunPokusajPocetak",
+     Right::kEnterDocuments,
      "remembers, before an invoice is posted, that it may have been sent; refused when the document has an "
      "e-invoice, or its last attempt is not `prethodni`",
      {{"adsPokusaj", {"eracun_pokusaji"}, true, "docId,pokusaj,prethodni,sazetak"}},
      BeginAttempt},
     {"ERacunPokusajKraj",
+     Right::kEnterDocuments,
      "forgets an attempt of which it is known (`poznat`) that there is no e-invoice of it; of any other one "
      "says "
      "that it has ended",
      {{"adsPokusaj", {"eracun_pokusaji"}, true, "docId,pokusaj,poznat"}},
      EndAttempt},
     {"UpdateIntegrationsUsersAccounts",
+     Right::kAdminister,
      "changes the company's account with the intermediary of e-invoices",
      {{"adsLoginData", {"integracije_racuni"}}},
      SetAccount},

@@ -69,6 +69,7 @@ Origin OriginOf(const NamedTransaction& transaction, const SentRecordSets& sent)
     const auto again = set->FindFieldIndex("ponovno");
     origin.again = again && set->AsBoolean(*again);
   }
+  if (sent.Who().HasLoggedIn()) origin.user = sent.Who().user;
   const ImportProfile* const profile = ProfileOf(transaction.name, origin.profile);
   if (profile == nullptr) {
     throw WriteRefused({"", std::string(kImportOrigin), 1, "profil",

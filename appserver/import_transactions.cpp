@@ -20,6 +20,7 @@ NamedTransaction Import(std::string_view name, std::string_view summary, std::st
                     .blank_is_null = true,
                     .update_by = update_by};
   return {name,
+          Right::kImports,
           summary,
           {{kImportedRows, std::move(rule)},
            {kImportOrigin, {"uvoz"}, false, "profil,korisnik,datoteka,sazetak,ponovno:boolean"}},

@@ -149,13 +149,15 @@ std::optional<RecordSet> UndoImport(const NamedTransaction& /*transaction*/, Dat
   }
   if (entry.table == "otvorene_stavke") SumBalancesAnew(database);
   const auto user = request.FindFieldIndex("korisnik");
+  const Value said = user ? request.AsVariant(*user) : Value();
   database.Execute("UPDATE uvoz SET ponisteno = :kada, ponistio = :tko WHERE id = :id",
-                   {JournalMoment(), user ? request.AsVariant(*user) : Value(), entry.id});
+                   {JournalMoment(), sent.Who().HasLoggedIn() ? Value(sent.Who().user) : said, entry.id});
   return std::nullopt;
 }
 
 const NamedTransaction& UndoImportTransaction() {
   static const NamedTransaction transaction = {"PonistiUvoz",
+                                               Right::kImports,
                                                "takes a stored import back, whole or not at all",
                                                {{kImportOrigin, {"uvoz"}, true, "id:integer,korisnik"}},
                                                UndoImport};

@@ -104,6 +104,7 @@ std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/,
 
 const NamedTransaction kTransactions[] = {
     {"UplataInsert",
+     Right::kEnterDocuments,
      "stores payments of invoices (dok_id, iznos, datum); a negative one gives back what was paid; answers "
      "what is still open, negative when overpaid",
      {{"Uplate", {"otvorene_stavke"}, true, "dok_id:integer,iznos:currency,datum:date"}},

@@ -9,6 +9,7 @@
 
 #include "appserver/company_data.h"
 #include "appserver/database.h"
+#include "appserver/rights.h"
 #include "appserver/service_inputs.h"
 #include "mox/server/param_list.h"
 
@@ -35,6 +36,7 @@ using PrepareInputs = void (*)(Database& database, ServiceInputs& inputs);
 /// A named read service.
 struct NamedService {
   std::string_view name;
+  Right right;  ///< that whoever asks must have
   std::string_view inputs;
   std::string_view summary;
   std::vector<ServiceAnswer> answers;

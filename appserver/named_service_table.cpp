@@ -11,6 +11,7 @@
 #include "appserver/report_services.h"
 #include "appserver/stock_services.h"
 #include "appserver/stored_document.h"
+#include "appserver/write_journal.h"
 #include "mox/foundation/clock.h"
 
 namespace mox {
@@ -116,20 +117,29 @@ ORDER BY t.datum DESC LIMIT 1)";
 const NamedService kServices[] = {
     // --- the company ---
 
-    {"GetSkladista", "", "all warehouses", {{"adsSkl", kSkladisteColumns, R"(
+    {"GetSkladista", Right::kRead, "", "all warehouses", {{"adsSkl", kSkladisteColumns, R"(
 SELECT s.id, s.sifra, s.naziv, s.gln, s.adresa, m.ptt, m.naziv, s.webshop, s.aktivan
 FROM skladiste s LEFT JOIN mjesto m ON m.id = s.mjesto_id
 ORDER BY s.sifra)"}}},
 
-    {"GetSklFromGLN", "GLN", "the warehouse of a global location number", {{"adsSkl", kSkladisteColumns, R"(
+    {"GetSklFromGLN",
+     Right::kRead,
+     "GLN",
+     "the warehouse of a global location number",
+     {{"adsSkl", kSkladisteColumns, R"(
 SELECT s.id, s.sifra, s.naziv, s.gln, s.adresa, m.ptt, m.naziv, s.webshop, s.aktivan
 FROM skladiste s LEFT JOIN mjesto m ON m.id = s.mjesto_id
 WHERE s.gln = TRIM(:GLN))"}}},
 
-    {"WebshopSklGet", "", "the warehouse of the web shop", {{"adsWebshopSkl", "webshop_rj_id:integer", R"(
+    {"WebshopSklGet",
+     Right::kRead,
+     "",
+     "the warehouse of the web shop",
+     {{"adsWebshopSkl", "webshop_rj_id:integer", R"(
 SELECT id FROM skladiste WHERE webshop ORDER BY id LIMIT 1)"}}},
 
     {"GetCompanyIban",
+     Right::kRead,
      "",
      "the company's bank accounts, the main one first",
      {{"adsIbani", "id:integer,iban,banka,swift,valuta,glavni:boolean", R"(
@@ -140,6 +150,7 @@ LEFT JOIN valuta v ON v.id = i.valuta_id
 ORDER BY i.glavni DESC, i.id)"}}},
 
     {"PoslProstorZaFisk",
+     Right::kRead,
      "skl_id:integer",
      "the business premises of a warehouse, for fiscal receipts",
      {{"PoslProData", kPoslovniProstorColumns, R"(
@@ -147,6 +158,7 @@ SELECT id, skl_id, oznaka, naplatni_uredjaj, adresa, vrijedi_od
 FROM poslovni_prostor WHERE skl_id = :skl_id AND NOT za_ugovore ORDER BY id)"}}},
 
     {"UgoPoslProstorZaFisk",
+     Right::kRead,
      "skl_id:integer",
      "the same for contracts",
      {{"PoslProData", kPoslovniProstorColumns, R"(
@@ -154,21 +166,25 @@ SELECT id, skl_id, oznaka, naplatni_uredjaj, adresa, vrijedi_od
 FROM poslovni_prostor WHERE skl_id = :skl_id AND za_ugovore ORDER BY id)"}}},
 
     {"AdditionalFeaturesData",
+     Right::kRead,
      "Code",
      "whether an additional feature is allowed",
      {{"adsAddFeatures", "Allow:boolean", "", FillFeature}}},
 
     {"Kat\\DodatniParametriPoduzeca",
+     Right::kRead,
      "",
      "the additional company parameters",
      {{"adsList", "naziv,vrijednost,opis", "", FillAdditionalParameters}}},
 
     {"Kat\\ParametriPoduzeca",
+     Right::kRead,
      "",
      "who the company is and how it works: parameters, additional features, the e-invoice account",
      {{"adsList", "naziv,vrijednost,opis,skupina", "", FillCompany}}},
 
     {"IntegrationsUsersAccounts",
+     Right::kRead,
      "",
      "the company's account with the intermediary of e-invoices, and that attempts to send are remembered",
      {{"adsLoginData", "EracunSendB2CBills:boolean,EracunB2CUrl,EracunUserName,EracunPokusaji:boolean", R"(
@@ -176,6 +192,7 @@ SELECT eracun_send_b2c_bills, eracun_b2c_url, eracun_user_name, TRUE
 FROM integracije_racuni WHERE user_id = '')"}}},
 
     {"CheckIfRlistaExist",
+     Right::kRead,
      "zapID:integer,od_datuma:date,do_datuma:date",
      "an employee's lists that reach into a period",
      {{"ads", "id:integer,od_datuma:date,do_datuma:date", R"(
@@ -186,6 +203,7 @@ ORDER BY od_datuma, id)"}}},
     // --- partners and payments ---
 
     {"PartnerZaDokument",
+     Right::kRead,
      "sifra",
      "the partner whose code a document names",
      {{"adsPartner", "id:integer,sifra,naziv",
@@ -194,6 +212,7 @@ ORDER BY od_datuma, id)"}}},
 
     // Sums are of whole ten-thousandths, as a sum of numbers with decimals may be off by one of them.
     {"KreditniLimitPartnera",
+     Right::kRead,
      "par_id:integer",
      "a partner's credit limit, allowed days overdue, open balance and number of overdue documents",
      {{"KreditniLimit",
@@ -215,12 +234,14 @@ WHERE p.id = :par_id)"}},
      PrepareKreditniLimit},
 
     {"GetTecaj",
+     Right::kRead,
      "datum:date,val_id?:integer,val_ozn?:text,valIdOrValOzn:text",
      "the exchange rate of a currency on a date: the last one on or before it",
      {{"adsTecaj", kTecajColumns, kTecajSql}, {"adsInfoTecaj", kTecajColumns, kTecajSql}},
      CheckTecaj},
 
     {"GetVirmanData",
+     Right::kRead,
      "VirmanId:integer,DocId:integer,IznosRacuna:currency,ParId:integer",
      "what a payment slip (HUB-3) for a document says",
      {{"adsVirmanData",
@@ -243,6 +264,7 @@ WHERE s.id = :VirmanId)"}},
      PrepareVirman},
 
     {"GetTipPozivaNaBrojPutnika",
+     Right::kRead,
      "",
      "the payment reference that travellers get",
      {{"adsPozivNaBroj", "poziv_na_br", "", FillTravellerReference}}},
@@ -250,6 +272,7 @@ WHERE s.id = :VirmanId)"}},
     // --- documents ---
 
     {"ProvjeraBrojaDokDobUlRac",
+     Right::kRead,
      "id:integer,broj_dok_dob:text,datum_dok_dob:date,par_id:integer",
      "whether another document has the supplier's document number of that year",
      {{"Zaglavlje", "BrojDokDobKoristen:boolean", R"(
@@ -260,6 +283,7 @@ SELECT EXISTS (SELECT 1 FROM dok
      PrepareBrojDokDob},
 
     {"GetVezniDocIdFromDB",
+     Right::kRead,
      "parent_table:text,parent_column:text,parent_doc_id:integer,child_tip?:text",
      "the documents linked to a record, of one kind or of any",
      {{"ads", "child_doc_id:integer,child_tip,godina:integer,broj:integer,datum:date", R"(
@@ -272,6 +296,7 @@ ORDER BY v.id)"}},
      PrepareChildTip},
 
     {"Dokument",
+     Right::kRead,
      "id:integer",
      "a stored document with its lines and its tax by rate",
      {{"Zaglavlje", kDokumentColumns, R"(
@@ -296,24 +321,28 @@ SELECT * FROM dok_dobavljac WHERE dok_id = :id)"}},
     // --- e-invoices ---
 
     {"MojERacunB2C",
+     Right::kEnterDocuments,
      "id:integer",
      "a stored document as the intermediary of e-invoices gets it, and the kind of its buyer",
      {{"adsData", "jsonData", "", FillInvoiceData}, {"adsPartner", "tipTvrtke", R"(
 SELECT p.tip_tvrtke FROM dok d LEFT JOIN par p ON p.id = d.par_id WHERE d.id = :id)"}}},
 
     {"ERacunVeza",
+     Right::kRead,
      "id:integer",
      "the e-invoice that was made of a document",
      {{"adsERacun", "electronicId:integer,statusId:integer,odgovor", R"(
 SELECT electronic_id, status_id, odgovor FROM eracun_veze WHERE dok_id = :id)"}}},
 
     {"ERacunPokusaj",
+     Right::kRead,
      "id:integer",
      "the last attempt to send a document, where it is not known what became of it",
      {{"adsPokusaj", "pokusaj,sazetak,vrijeme:datetime,u_tijeku:boolean", R"(
 SELECT pokusaj, sazetak, vrijeme, u_tijeku FROM eracun_pokusaji WHERE dok_id = :id)"}}},
 
     {"DnevnikUvoza",
+     Right::kRead,
      "",
      "the stored imports, the last one first",
      {{"adsUvoz",
@@ -331,6 +360,7 @@ std::span<const NamedService> NamedServiceTable() {
   static const auto all = [] {
     std::vector<NamedService> table(std::begin(kServices), std::end(kServices));
     table.push_back(DocumentListService());
+    table.push_back(WriteJournalService());
     for (const std::span<const NamedService> family :
          {PrintServices(), StockServices(), ReportServices(), CodebookServices(), ClientServices()}) {
       table.insert(table.end(), family.begin(), family.end());

@@ -40,7 +40,7 @@ void RefuseFields(const RecordSetRule& rule, const RecordSet& records) {
 
 }  // namespace
 
-SentRecordSets::SentRecordSets(std::string_view inner, const CompanyData& company) : company_(company) {
+SentRecordSets::SentRecordSets(std::string_view inner, const WriteContext& context) : context_(context) {
   for (const TokenizedItem& item : TokenizedItems(inner)) {
     if (Find(item.name) != nullptr) RefuseSet(item.name, "was sent twice");
     sets_.push_back(ReadRecordSet(item));
@@ -68,12 +68,13 @@ const RecordSetRule* NamedTransaction::FindRule(std::string_view record_set) con
 }
 
 std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction, Database& database,
-                                             std::string_view inner, const CompanyData& company,
+                                             const SentRecordSets& sent, const StoreBeside& beside,
                                              Ending ending) {
-  const SentRecordSets sent(inner, company);
   for (const RecordSet& records : sent.All()) {
     const RecordSetRule* const rule = transaction.FindRule(records.Name());
     if (rule == nullptr) RefuseSet(records.Name(), "the transaction takes no such record set");
+    if (rule->right)
+      RequireRight(sent.Who(), *rule->right, std::string(transaction.name) + " of " + records.Name());
     RefuseFields(*rule, records);
   }
   for (const RecordSetRule& rule : transaction.record_sets) {
@@ -95,6 +96,7 @@ std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction
     // Items of others may get lower keys and appear later, so that sums up to a key wait for a moment without
     // others.
     if (!beside_others) KeepBalances(database);
+    beside(stored);
     if (ending == Ending::kCommit) guard.Commit();
   }
   if (beside_others && ending == Ending::kCommit) CatchUpBalances(database);

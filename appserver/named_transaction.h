@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -9,18 +10,27 @@
 
 #include "appserver/company_data.h"
 #include "appserver/database.h"
+#include "appserver/requester.h"
+#include "appserver/rights.h"
 #include "appserver/table_writer.h"
 
 namespace mox {
+
+/// To whom a write request is made, and by whom.
+struct WriteContext {
+  const CompanyData& company;
+  const Requester& requester;
+};
 
 /// The record sets of a write request under the names that they were sent with.
 class SentRecordSets {
  public:
   /// `inner` is the tokenized text of the record sets. Raises FormatError where it is damaged, WriteRefused
   /// for a damaged record set, for what is none, and for a name that stands twice.
-  SentRecordSets(std::string_view inner, const CompanyData& company);
+  SentRecordSets(std::string_view inner, const WriteContext& context);
 
-  const CompanyData& Company() const { return company_; }
+  const CompanyData& Company() const { return context_.company; }
+  const Requester& Who() const { return context_.requester; }
 
   std::span<const RecordSet> All() const { return sets_; }
   /// Null where there is none.
@@ -29,7 +39,7 @@ class SentRecordSets {
   std::string_view TextOf(std::string_view name) const;
 
  private:
-  const CompanyData& company_;
+  WriteContext context_;
   std::vector<RecordSet> sets_;
   std::vector<std::string_view> texts_;  // of the sets, in their order
 };
@@ -48,6 +58,8 @@ struct RecordSetRule {
   /// "naziv,vrijednost": the fields, where a handler reads them itself.
   std::string_view fields = {};
   std::vector<RefusedField> refused = {};
+  /// That whoever sends it must have, beside that of the transaction.
+  std::optional<Right> right = {};
 };
 
 struct NamedTransaction;
@@ -60,6 +72,7 @@ using WriteHandler = std::optional<RecordSet> (*)(const NamedTransaction& transa
 /// A named transaction. Without a handler each record set is inserted into its table.
 struct NamedTransaction {
   std::string_view name;
+  Right right;  ///< that whoever asks must have
   std::string_view summary;
   std::vector<RecordSetRule> record_sets;
   WriteHandler handler = nullptr;
@@ -73,10 +86,13 @@ struct NamedTransaction {
 /// Whether a transaction is committed in the end, or only tried.
 enum class Ending : std::uint8_t { kCommit, kRollBack };
 
+/// What is stored with a request, at the end of its transaction.
+using StoreBeside = std::function<void(const std::optional<RecordSet>& stored)>;
+
 /// Stores a request in one transaction of the database: all of it or nothing. Raises WriteRefused and other
 /// kinds of Error for whatever refuses it.
 std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction, Database& database,
-                                             std::string_view inner, const CompanyData& company,
+                                             const SentRecordSets& sent, const StoreBeside& beside,
                                              Ending ending = Ending::kCommit);
 
 }  // namespace mox

@@ -35,6 +35,7 @@ void FillSeller(Database& database, const ServiceInputs& inputs, RecordSet& answ
 
 const NamedService kServices[] = {
     {"DokumentIspis",
+     Right::kRead,
      "id:integer",
      "what a stored document says on paper besides its own records: seller, partner, place, the document "
      "that "
@@ -162,6 +163,7 @@ std::optional<RecordSet> StoreFiscalData(const NamedTransaction& /*transaction*/
 
 const NamedTransaction kTransactions[] = {
     {"FiskalniPodaciUpis",
+     Right::kEnterDocuments,
      "what the tax administration knows of receipts: number, protective code (ZKI), time of issue, and the "
      "unique number (JIR), now or later",
      {{"adsFiskalno", {"dok_fiskalno"}, true, "dok_id:integer,broj_racuna,zki,jir,vrijeme:datetime"}},

@@ -101,10 +101,12 @@ std::optional<RecordSet> ReplaceRates(const NamedTransaction& /*transaction*/, D
 
 const NamedTransaction kTransactions[] = {
     {"TecajnaListaInsert",
+     Right::kMasterData,
      "stores exchange rates (datum, val_ozn, tecaj); refused where another rate of a day is stored",
      {{"Tecajevi", {"tecaj"}, true, "datum:date,val_ozn,tecaj:float"}},
      InsertRates},
     {"TecajnaListaReplace",
+     Right::kMasterData,
      "stores exchange rates in place of those that are stored",
      {{"Tecajevi", {"tecaj"}, true, "datum:date,val_ozn,tecaj:float"}},
      ReplaceRates},

@@ -360,28 +360,33 @@ void FillMovements(Database& database, const ServiceInputs& inputs, RecordSet& a
 
 const NamedService kServices[] = {
     {"Izvjestaj\\Saldo",
+     Right::kRead,
      "od?:date,do?:date",
      "what partners owe at the end of a period, and what they came to owe and paid in it; without days, now",
      {{"adsSaldo", kBalanceColumns, "", FillBalances}}},
 
     {"Izvjestaj\\Skladiste",
+     Right::kRead,
      "od?:date,do?:date",
      "what stands in the warehouses at the end of a period, by article, and what came and went in it; "
      "without days, now",
      {{"adsSkladiste", kStockColumns, "", FillStock}}},
 
     {"Izvjestaj\\PrometSkladista",
+     Right::kRead,
      "od:date,do:date,po?:text",
      "what came into the warehouses and went out of them in a period, by dan or vrsta of document",
      {{"adsPromet", kMovementColumns, "", FillMovements}}},
 
     {"Izvjestaj\\Promet",
+     Right::kRead,
      "od:date,do:date,po?:text",
      "turnover of a period by dan, vrsta, partner, artikl or stopa: invoices, their stornos and customers' "
      "returns",
      {{"adsPromet", kTurnoverColumns, "", FillTurnover}}},
 
     {"Izvjestaj\\Porez",
+     Right::kRead,
      "od:date,do:date,po?:text",
      "tax of a period by rate, as the recapitulations have it, and by dan, vrsta or partner: izlazni is "
      "charged, ulazni "

@@ -27,7 +27,7 @@ std::string_view JoinNames(const Items& items, const MayBeLeftOut& may_be_left_o
 std::vector<ServiceInfo> DescribeReadServices() {
   std::vector<ServiceInfo> services;
   for (const NamedService& service : NamedServiceTable()) {
-    services.push_back({service.name, service.inputs,
+    services.push_back({service.name, service.right, service.inputs,
                         JoinNames(service.answers, [](const ServiceAnswer&) { return false; }),
                         service.summary});
   }
@@ -41,7 +41,7 @@ std::vector<ServiceInfo> DescribeTransactions() {
   std::vector<ServiceInfo> transactions;
   const auto is_optional = [](const RecordSetRule& rule) { return !rule.required; };
   for (const NamedTransaction& row : NamedTransactionTable()) {
-    transactions.push_back({row.name, JoinNames(row.record_sets, is_optional), "", row.summary});
+    transactions.push_back({row.name, row.right, JoinNames(row.record_sets, is_optional), "", row.summary});
   }
   return transactions;
 }

@@ -7,12 +7,14 @@
 
 #include "appserver/database.h"
 #include "appserver/declared_inputs.h"
+#include "appserver/rights.h"
 
 namespace mox {
 
 /// A named service or transaction, for people.
 struct ServiceInfo {
   std::string_view name;
+  Right right;  ///< that whoever asks must have
   /// "skl_id:integer,val_ozn?:text"; those with a '?' may be left out. Of a transaction its record sets,
   /// "Zaglavlje,Stavke?".
   std::string_view inputs;
@@ -23,13 +25,13 @@ struct ServiceInfo {
 
 /// Those that the company server answers itself.
 inline constexpr ServiceInfo kImportGridService = {
-    "ImportGrid", "params1:text,params2:text,params3?:text", "adsList",
+    "ImportGrid", Right::kRead, "params1:text,params2:text,params3?:text", "adsList",
     "which values stand in the database, for look-ups in the catalogue"};
 inline constexpr ServiceInfo kImportChoicesService = {
-    "ImportGrid\\Izbor", "params1:text,najvise:integer", "adsList",
+    "ImportGrid\\Izbor", Right::kRead, "params1:text,najvise:integer", "adsList",
     "the values that a look-up of the catalogue finds, at most so many"};
 inline constexpr ServiceInfo kRetailSizesService = {
-    "Lunari\\KalkulirajVelicine", "params1:text,params2:text", "adsList",
+    "Lunari\\KalkulirajVelicine", Right::kRead, "params1:text,params2:text", "adsList",
     "the Croatian sizes of retail articles, which params2 has as records"};
 
 /// The read services and the transactions that a company server has.

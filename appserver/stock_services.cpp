@@ -54,6 +54,7 @@ ORDER BY a.id LIMIT 1)";
 
 const NamedService kServices[] = {
     {"ArtiklZaStavku",
+     Right::kRead,
      "sifra?:text,art_id?:integer,skl_id?:integer",
      "what a document line takes from the article that it names: tax rate, prices, the average purchase "
      "price in a "
@@ -63,6 +64,7 @@ const NamedService kServices[] = {
      CheckArticleName},
 
     {"StanjeSkladista",
+     Right::kRead,
      "skl_id?:integer,art_id?:integer,sifra?:text",
      "what stands in the warehouses, by article: quantity, average purchase price and value at purchase "
      "prices",

@@ -31,6 +31,7 @@ void AppendRecordSets(std::string_view what, const ServiceInfo& service, Databas
 
 void Append(const ServiceInfo& service, Database& database, bool is_transaction, std::string& out) {
   out.append("## `").append(service.name).append("`\n\n").append(service.summary).append("\n\n");
+  out.append("- right: ").append(RoleNameOf(service.right)).append("\n");
   if (!is_transaction) {
     std::string_view separator = "- inputs: ";
     for (const DeclaredInput& input : ParseDeclaredInputs(service.inputs)) {
@@ -68,7 +69,8 @@ void AppendReadServicePage(std::string& out) {
   AppendPage(R"(# Read services
 
 A request names the service and gives its inputs by name; the answer is a list of record sets. `mox query --markdown`
-writes this page, `mox query NAME` shows one of them.
+writes this page, `mox query NAME` shows one of them. The right that a user needs is named by the role that gives it; each role reads, and the
+administrator may do everything.
 )",
              ReadServices(), false, out);
 }

@@ -11,9 +11,11 @@ namespace mox {
 namespace {
 
 // What may not be written, the file or its folder, is still good for reading, and so is a full disk.
-std::unique_ptr<CompanyAccess> OpenDatabase(const std::string& address) {
+std::unique_ptr<CompanyAccess> OpenDatabase(const std::string& address, const std::string& local_user) {
   try {
-    return std::make_unique<CompanyServer>(Database(address, Database::Access::kReadWrite));
+    auto server = std::make_unique<CompanyServer>(Database(address, Database::Access::kReadWrite));
+    server->SetRequester({.user = local_user});
+    return server;
   } catch (const DatabaseUnavailable& unwritable) {
     try {
       auto server = std::make_unique<CompanyServer>(Database(address, Database::Access::kReadOnly));
@@ -37,8 +39,8 @@ std::unique_ptr<CompanyAccess> OpenOnServer(const std::string& text) {
 
 bool IsServerAddress(std::string_view text) { return FoldCase(text).starts_with("https://"); }
 
-std::unique_ptr<CompanyAccess> OpenCompany(const std::string& address) {
-  return IsServerAddress(address) ? OpenOnServer(address) : OpenDatabase(address);
+std::unique_ptr<CompanyAccess> OpenCompany(const std::string& address, const std::string& local_user) {
+  return IsServerAddress(address) ? OpenOnServer(address) : OpenDatabase(address, local_user);
 }
 
 }  // namespace mox

@@ -121,7 +121,9 @@ std::optional<Reply> CompanyWorker::Check(const RequestHead& head, const Request
     }
     return std::nullopt;
   }
-  if (FindRow(ReadServices(), route.service) == nullptr) return ErrorReply("unknown_service");
+  const ServiceInfo* const service = FindRow(ReadServices(), route.service);
+  if (service == nullptr) return ErrorReply("unknown_service");
+  if (!session->rights.Has(service->right)) return ErrorReply("forbidden");
   return std::nullopt;
 }
 
@@ -182,8 +184,7 @@ Reply CompanyWorker::Read(CompanyServer& server, const RequestRoute& route, cons
   }
 }
 
-Reply CompanyWorker::Write(CompanyServer& server, const Session& /*session*/, const RequestHead& head,
-                           const std::string& text) {
+Reply CompanyWorker::Write(CompanyServer& server, const RequestHead& head, const std::string& text) {
   TAstaParamList list;
   try {
     list = TAstaParamList::FromTokenizedString(text);
@@ -192,8 +193,13 @@ Reply CompanyWorker::Write(CompanyServer& server, const Session& /*session*/, co
   }
   const bool rehearses = !head.rehearsal.empty();
   server.SetRehearsing(rehearses);
-  server.WriteDataService(list);
-  server.SetRehearsing(false);
+  try {
+    server.WriteDataService(list, head.key);
+  } catch (const NotAllowed& error) {
+    return ErrorReply("forbidden", error.what());
+  } catch (const KeyReused&) {
+    return ErrorReply("key_reused");
+  }
   Reply reply;
   reply.body = OutcomeText(server.LastWrite());
   return reply;
@@ -220,7 +226,8 @@ Reply CompanyWorker::Answer(HttpRequest& request, const RequestRoute& route) {
       }
     }
     CompanyServer& server = own ? *own : ServerAt(session->address);
-    Reply done = route.kind == RequestRoute::Kind::kWrite ? Write(server, *session, request.head, text)
+    server.SetRequester({session->user, session->code, session->rights});
+    Reply done = route.kind == RequestRoute::Kind::kWrite ? Write(server, request.head, text)
                                                           : Read(server, route, text);
     return done.code.empty() ? TextReply(std::move(done.body), request.head) : std::move(done);
   });

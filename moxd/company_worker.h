@@ -41,8 +41,7 @@ class CompanyWorker {
                              std::optional<Session>& session);
   std::optional<Reply> ReadList(HttpRequest& request, std::string& text);
   Reply Read(CompanyServer& server, const RequestRoute& route, const std::string& text);
-  Reply Write(CompanyServer& server, const Session& session, const RequestHead& head,
-              const std::string& text);
+  Reply Write(CompanyServer& server, const RequestHead& head, const std::string& text);
   /// Runs what may raise.
   template <typename Work>
   Reply Guarded(const std::string& company, const Work& work);

@@ -105,7 +105,7 @@ std::string Dump(const std::string& path) {
   Database database(path);
   std::string dump;
   for (const std::string& table : database.TableNames()) {
-    if (table == "uvoz") continue;
+    if (table == "uvoz" || table == "dnevnik_upisa") continue;  // the journals stay
     std::string names;
     for (const FieldDef& column : database.TableColumns(table))
       names += (names.empty() ? "" : ",") + column.name;

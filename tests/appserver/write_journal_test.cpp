@@ -1,0 +1,150 @@
+#include "appserver/write_journal.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <random>
+#include <span>
+
+#include "appserver/company_server.h"
+#include "mox/server/transactions.h"
+#include "tests/appserver/scratch_database.h"
+#include "tests/fakes/how_many.h"
+
+namespace mox {
+namespace {
+
+using WriteJournalTest = ScratchDatabase;
+MOX_ON_EVERY_ENGINE(WriteJournalTest);
+
+// A process of its own that runs the action.
+template <typename Action>
+pid_t Fork(const Action& action) {
+  const pid_t child = ::fork();
+  if (child != 0) return child;
+  try {
+    action();
+  } catch (const std::exception& error) {
+    std::fputs(error.what(), stderr);
+    std::_Exit(1);
+  }
+  std::_Exit(0);
+}
+
+int StatusOf(pid_t child) {
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  return status;
+}
+
+// A document that says under which key it was sent.
+TAstaParamList DocumentOf(std::int64_t key) {
+  RecordSet header("Zaglavlje");
+  for (const char* const name : {"vrsta", "datum", "opis"}) header.DefineField(name, FieldKind::kText);
+  header.Open();
+  header.AppendRecord({std::string("gotovinski-racun"), std::string("31.12.2024"), std::to_string(key)});
+  RecordSet lines("Stavke");
+  lines.DefineField("kolicina", FieldKind::kFloat);
+  lines.Open();
+  lines.AppendRecord({0.0});
+  RecordSet taxes("Rekapitulacija");
+  for (const char* const name : {"stopa", "osnovica", "porez", "ukupno"}) {
+    taxes.DefineField(name, FieldKind::kCurrency);
+  }
+  taxes.Open();
+  taxes.AppendRecord({Currency(), Currency(), Currency(), Currency()});
+  const RecordSet* const sets[] = {&header, &lines, &taxes};
+  return WriteRequest("DokumentInsert", sets);
+}
+
+// The number that the document of a key was given.
+std::int64_t Send(const std::string& path, std::int64_t key) {
+  CompanyServer server{Database(path)};
+  server.SetRequester({.user = "ana", .code = "ANA"});
+  if (server.WriteDataService(DocumentOf(key), std::to_string(key)) == 0) throw Error(server.WriteRefusal());
+  const RecordSet& stored = *server.LastWrite().stored;
+  return stored.RowAt(0).AsInteger(*stored.FindFieldIndex("broj"));
+}
+
+struct Told {
+  std::int64_t key;
+  std::int64_t number;
+};
+
+// Each key has one document, one row of the journal, and the number that was answered; none is missing.
+void ExpectEachOnce(const std::string& path, std::span<const Told> told) {
+  Database database(path);
+  const RecordSet documents = database.Query(
+      "d", ParseColumns("opis,broj:integer,n:integer"),
+      "SELECT d.opis, d.broj, (SELECT COUNT(*) FROM dnevnik_upisa WHERE kljuc = d.opis AND dok_id = d.id) "
+      "FROM dok d ORDER BY d.broj");
+  std::map<std::int64_t, std::int64_t> numbers;
+  std::int64_t number = 0;
+  for (const RecordRow& row : documents.Rows()) {
+    EXPECT_EQ(row.AsInteger(1), ++number);
+    EXPECT_EQ(row.AsInteger(2), 1);
+    EXPECT_TRUE(numbers.emplace(std::stoll(row.AsText(0)), row.AsInteger(1)).second)
+        << "twice: " << row.AsText(0);
+  }
+  for (const Told& one : told) EXPECT_EQ(numbers[one.key], one.number) << one.key;
+}
+
+TEST_P(WriteJournalTest, StoresAKeyOnceHoweverOftenItIsSentAndKilled) {
+  std::mt19937 random(5);
+  std::vector<Told> told;
+  std::int64_t next = 1;
+  for (std::int64_t crash = HowMany("MOX_CRASHES", 8); crash > 0; --crash) {
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const pid_t child = Fork([&] {
+      for (std::int64_t key = next;; ++key) {
+        const Told one{key, Send(path_, key)};
+        if (::write(ends[1], &one, sizeof one) != sizeof one) return;
+      }
+    });
+    ::close(ends[1]);
+    Told one{};
+    ASSERT_EQ(::read(ends[0], &one, sizeof one), static_cast<ssize_t>(sizeof one));
+    ::usleep(static_cast<unsigned>(random() % 60'000));
+    ::kill(child, SIGKILL);
+    EXPECT_TRUE(WIFSIGNALED(StatusOf(child)));
+    for (bool more = true; more; more = ::read(ends[0], &one, sizeof one) == sizeof one) told.push_back(one);
+    ::close(ends[0]);
+    // What was answered is sent again, and what was under way when it was killed.
+    for (std::int64_t key = next; key <= told.back().key; ++key) {
+      EXPECT_EQ(Send(path_, key), told[static_cast<std::size_t>(key - 1)].number);
+    }
+    next = told.back().key + 1;
+    told.push_back({next, Send(path_, next)});
+    ++next;
+  }
+  ExpectEachOnce(path_, told);
+}
+
+TEST_P(WriteJournalTest, StoresAKeyOnceThatManySendAtTheSameTime) {
+  constexpr std::int64_t kKeys = 25;
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  const auto send_all = [&] {
+    for (std::int64_t key = 1; key <= kKeys; ++key) {
+      const Told one{key, Send(path_, key)};
+      if (::write(ends[1], &one, sizeof one) != sizeof one) throw Error("the pipe is closed");
+    }
+  };
+  const pid_t children[] = {Fork(send_all), Fork(send_all), Fork(send_all), Fork(send_all)};
+  for (const pid_t child : children) EXPECT_EQ(StatusOf(child), 0);
+  ::close(ends[1]);
+  std::vector<Told> told;
+  for (Told one{}; ::read(ends[0], &one, sizeof one) == sizeof one;) told.push_back(one);
+  ::close(ends[0]);
+  EXPECT_EQ(told.size(), 4 * kKeys);
+  ExpectEachOnce(path_, told);
+}
+
+}  // namespace
+}  // namespace mox

@@ -1,0 +1,110 @@
+#include "moxd/administration.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "tests/moxd/scratch_accounts.h"
+
+namespace mox {
+namespace {
+
+using AdministrationTest = ScratchAccounts;
+
+TEST_F(AdministrationTest, DoesWhatItsWordsSay) {
+  Accounts accounts = Open();
+  const std::string file = folder_ / "lozinka.txt";
+  std::ofstream(file) << "iz datoteke\r\ndrugi redak\n";
+  struct Row {
+    std::vector<std::string> words;
+    std::string in;
+    int status;
+    std::string out;
+    std::string err;  // how it begins
+  };
+  const std::string not_understood = "moxd: this is not understood\nusage:\n";
+  const Row rows[] = {
+      {{"company", "add", "mala", "/mala.db"}, "", 0, "", ""},
+      {{"company", "add", "Velika", "/staro.db"}, "", 0, "", ""},
+      {{"company", "add", "../x", "/x.db"}, "", 1, "", "moxd: the company \"../x\" does not have"},
+      {{"company", "address", "velika", "postgresql://db/velika"}, "", 0, "", ""},
+      {{"company", "list"},
+       "",
+       0,
+       "company  address\nmala     /mala.db\nVelika   postgresql://db/velika\n",
+       ""},
+      {{"user", "add", "ana"}, "tajna ane\ndrugo\n", 0, "", ""},
+      {{"user", "add", "šime", "--code", "SIM", "--password-file", file}, "", 0, "", ""},
+      {{"user", "add", "bez"}, "", 1, "", "moxd: a password has 8 to 1024 bytes"},
+      {{"user", "add", "iva", "--password-file", folder_ / "nema"}, "", 1, "", "moxd: "},
+      {{"user", "add", "iva", "tajna lozinka"}, "", 2, "", not_understood},
+      {{"user", "disable", "ana", "--code", "A"}, "", 2, "", not_understood},
+      {{"user", "add", "iva", "--code"}, "", 2, "", not_understood},
+      {{"user", "disable", "ŠIME"}, "", 0, "", ""},
+      {{"user", "list"},
+       "",
+       0,
+       "user  code  since                    state\n"
+       "ana   ANA   2023-11-14 22:13:20 UTC  enabled\n"
+       "šime  SIM   2023-11-14 22:13:20 UTC  disabled\n",
+       ""},
+      {{"grant", "ana", "mala", "unos", "Matični podaci"}, "", 0, "", ""},
+      {{"grant", "ana", "velika", "administracija"}, "", 0, "", ""},
+      {{"grant", "ana", "mala", "šef"}, "", 1, "", "moxd: there is no role \"šef\"\n"},
+      {{"grant", "nitko", "mala", "unos"}, "", 1, "", "moxd: there is no user \"nitko\"\n"},
+      {{"grant", "ana"}, "", 2, "", not_understood},
+      {{"grant", "list"},
+       "",
+       0,
+       "user  company  roles\nana   mala     unos dokumenata, matični podaci\nana   Velika   "
+       "administracija\n",
+       ""},
+      {{"grant", "ana", "velika"}, "", 0, "", ""},
+      {{"grant", "list"},
+       "",
+       0,
+       "user  company  roles\nana   mala     unos dokumenata, matični podaci\n",
+       ""},
+      {{"user", "enable", "šime"}, "", 0, "", ""},
+      {{"company", "remove", "mala"}, "", 0, "", ""},
+      {{"company", "remove", "mala"}, "", 1, "", "moxd: there is no company \"mala\"\n"},
+      {{"company", "move", "velika"}, "", 2, "", not_understood},
+      {{"user"}, "", 2, "", not_understood},
+      {{}, "", 2, "", not_understood},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(testing::PrintToString(row.words));
+    std::istringstream in(row.in);
+    std::ostringstream out;
+    std::ostringstream err;
+    AdministrationStreams streams{in, out, err};
+    EXPECT_EQ(RunAdministration(accounts, row.words, streams), row.status);
+    EXPECT_EQ(out.str(), row.out);
+    EXPECT_THAT(err.str(), testing::StartsWith(row.err));
+    EXPECT_EQ(err.str().empty(), row.err.empty());
+  }
+  using Outcome = LogInResult::Outcome;
+  EXPECT_EQ(accounts.LogIn("ana", "tajna ane", "192.0.2.1").outcome, Outcome::kLoggedIn);
+  EXPECT_EQ(accounts.LogIn("šime", "iz datoteke", "192.0.2.1").outcome, Outcome::kLoggedIn);
+
+  std::istringstream typed("nova lozinka\nnova lozinkb\nnova lozinka\nnova lozinka\n");
+  std::ostringstream out;
+  std::ostringstream err;
+  AdministrationStreams terminal{typed, out, err, true};
+  EXPECT_EQ(RunAdministration(accounts, {"user", "password", "ana"}, terminal), 1);
+  EXPECT_EQ(RunAdministration(accounts, {"user", "password", "ana"}, terminal), 0);
+  EXPECT_EQ(err.str(),
+            "password: \nagain: \nmoxd: the two passwords are not the same\npassword: \nagain: \n");
+  EXPECT_EQ(RunAdministration(accounts, {"token", "list"}, terminal), 0);
+  EXPECT_EQ(
+      out.str(),
+      "number  user  issued                   last used                until                    from\n"
+      "2       šime  2023-11-14 22:13:20 UTC  2023-11-14 22:13:20 UTC  2023-11-17 22:13:20 UTC  192.0.2.1\n");
+  EXPECT_EQ(RunAdministration(accounts, {"token", "revoke", "šime"}, terminal), 0);
+  EXPECT_EQ(RunAdministration(accounts, {"token", "revoke", "2"}, terminal), 1);
+  EXPECT_THAT(out.str(), testing::EndsWith("1 log-in ended\n"));
+}
+
+}  // namespace
+}  // namespace mox
