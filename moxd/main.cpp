@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <csignal>
 #include <exception>
 #include <future>
@@ -7,6 +9,7 @@
 #include <vector>
 
 #include "mox/foundation/files.h"
+#include "moxd/administration.h"
 #include "moxd/demo.h"
 #include "moxd/mox_server.h"
 #include "moxd/service_manager.h"
@@ -96,12 +99,23 @@ int Init(const std::string& path) {
   return kDone;
 }
 
+// Users, roles, log-ins and companies of the directory, while servers use it.
+int Administer(const std::string& path, const std::vector<std::string>& words) {
+  const ReadSettings read = ReadConfig(path);
+  if (!read.faults.empty()) return Fail(read.faults);
+  Accounts accounts(read.settings.directory, read.settings.accounts);
+  AdministrationStreams streams{std::cin, std::cout, std::cerr, ::isatty(STDIN_FILENO) == 1};
+  return RunAdministration(accounts, words, streams);
+}
+
 int Run(const std::vector<std::string>& words) {
   std::string config = "/etc/moxd/moxd.ini";
   std::string action;
   for (auto word = words.begin(); word != words.end(); ++word) {
     if (*word == "--config" && word + 1 != words.end()) {
       config = *++word;
+    } else if (action.empty() && IsAdministration(*word)) {
+      return Administer(config, {word, words.end()});
     } else if (action.empty() && (*word == "init" || *word == "check" || *word == "settings" ||
                                   *word == "--demo" || *word == "--help")) {
       action = *word;
@@ -111,7 +125,7 @@ int Run(const std::vector<std::string>& words) {
     }
   }
   if (action == "--help") {
-    std::cout << kUsage;
+    std::cout << kUsage << '\n' << AdministrationUsage();
     return kDone;
   }
   if (action == "settings") {

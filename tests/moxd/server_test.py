@@ -244,6 +244,51 @@ class Client(ServerTest):
         self.assertEqual(links_stored(self.company), [5])
 
 
+class Rights(ServerTest):
+    def moxd(self, *words, given="", expected=0):
+        done = subprocess.run([MOXD, "--config", self.folder / "moxd.ini", *words], input=given, capture_output=True, text=True,
+                              check=False)
+        self.assertEqual(done.returncode, expected, done.stderr)
+        return done.stdout
+
+    def rows(self, sql):
+        with contextlib.closing(sqlite3.connect(self.company)) as database:
+            return database.execute(sql).fetchall()
+
+    def test_commands_say_what_users_may_do_while_it_serves(self):
+        self.moxd("user", "add", "ivo", given="lozinka za ivu\n")
+        token = self.server.log_in("ivo", "lozinka za ivu")
+
+        def read():
+            return code_of(self.server.ask(READ, token=token))
+
+        def write(number, key):
+            return code_of(answer := self.server.ask(WRITE, link(number), token, Idempotency_Key=key)), answer[2]
+
+        self.assertEqual(read(), (403, "forbidden"))
+        self.moxd("grant", "ivo", "firma", "citanje")
+        self.assertEqual(read(), (200, ""))
+        self.assertEqual(write(1, "k-1")[0], (403, "forbidden"))
+        self.assertEqual(code_of(self.server.ask("/v1/firma/service/DnevnikUpisa", token=token)), (403, "forbidden"))
+        self.moxd("grant", "ivo", "firma", "unos")
+        first = write(2, "k-2")
+        self.assertEqual(first[0], (200, ""))
+        self.server.end()
+        self.server.start()
+        self.assertEqual(write(2, "k-2"), first)  # also by a server that was started anew
+        self.assertEqual(write(3, "k-2")[0], (422, "key_reused"))
+        self.assertEqual(links_stored(self.company), [2])
+        # Whomever the request names, it was the one who has logged in.
+        self.assertEqual(self.rows("SELECT user_id FROM dok_veze_kasnije"), [("IVO",)])
+        self.assertEqual(self.rows("SELECT korisnik, transakcija, kljuc FROM dnevnik_upisa"),
+                         [("ivo", "UpisParentFieldForVD", "k-2")])
+        self.assertIn("ivo ", self.moxd("token", "list"))
+        self.moxd("user", "disable", "ivo")
+        self.assertEqual(read(), (401, "not_logged_in"))
+        self.moxd("company", "move", "firma", expected=2)
+        self.assertNotIn(token, "".join(self.server.log))
+
+
 class Check(unittest.TestCase):
     def test_tells_every_fault_of_the_settings(self):
         with tempfile.TemporaryDirectory() as folder:
