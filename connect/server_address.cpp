@@ -53,7 +53,8 @@ ServerAddress ServerAddress::Parse(std::string_view text) {
   if (!IsCompany(company)) {
     throw Error("the name of a company on a server has 1 to 48 letters a to z, digits, '-' and '_'");
   }
-  return {std::string(kScheme) + std::string(host) + std::string(port), std::string(company)};
+  const std::string_view shown_port = port == kUsualPort ? std::string_view() : port;
+  return {std::string(kScheme) + std::string(host) + std::string(shown_port), std::string(company)};
 }
 
 }  // namespace mox

@@ -19,10 +19,11 @@ TEST(ServerAddress, IsAHostWithAPortAndACompany) {
     const char* server;  // null where it is refused
     const char* company;
   } cases[] = {
-      {"https://host", "https://host:443", ""},
-      {"HTTPS://Host.Example/Firma/", "https://host.example:443", "firma"},
+      {"https://host", "https://host", ""},
+      {"https://host:443", "https://host", ""},
+      {"HTTPS://Host.Example/Firma/", "https://host.example", "firma"},
       {"https://127.0.0.1:8443/a-1_b", "https://127.0.0.1:8443", "a-1_b"},
-      {"https://[::1]/x", "https://[::1]:443", "x"},
+      {"https://[::1]/x", "https://[::1]", "x"},
       {"https://[::1]:8443/x", "https://[::1]:8443", "x"},
       {"http://host/x", nullptr, ""},
       {"https://", nullptr, ""},

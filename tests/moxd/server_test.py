@@ -16,6 +16,8 @@ import unittest
 from running_server import NOTHING, PASSWORD, Server, code_of, form, head, link, links_stored, make_certificate, read_answer
 
 MOX, MOXD, TOOL = (os.path.abspath(path) for path in sys.argv[1:4])
+# The sanitizers take memory of their own.
+IS_PLAIN = b"__asan_init" not in pathlib.Path(MOXD).read_bytes()
 READ = "/v1/firma/service/GetSkladista"
 WRITE = "/v1/firma/write"
 
@@ -133,7 +135,8 @@ class Hostile(ServerTest):
                                (bomb[:20], (400, "bad_body")), (b"\x28\xb5\x2f\xfd\x00\xf8" + block(1), (400, "bad_body"))):
             answer = self.server.ask(READ, body, self.token, Content_Encoding="zstd")
             self.assertEqual(code_of(answer), expected)
-        self.assertLess(self.server.memory() - before, 32 * 1024)
+        if IS_PLAIN:
+            self.assertLess(self.server.memory() - before, 32 * 1024)
 
     def test_a_thousand_idle_connections(self):
         before = self.server.memory()
@@ -141,7 +144,8 @@ class Hostile(ServerTest):
             for _ in range(1000):
                 stack.enter_context(self.server.connect())
             self.assertEqual(self.server.ask(READ, token=self.token)[0], 200)
-            self.assertLess(self.server.memory() - before, 128 * 1024)
+            if IS_PLAIN:
+                self.assertLess(self.server.memory() - before, 128 * 1024)
 
     def test_tokens_end(self):
         with contextlib.closing(sqlite3.connect(self.server.directory)) as directory:
@@ -169,7 +173,7 @@ class Hostile(ServerTest):
 
 
 class Operations(ServerTest):
-    settings = "[server]\nworkers = 1\n[limits]\nqueue = 1\n[seconds]\nstop = 20\n".replace("[server]\n", "")
+    settings = "workers = 1\n[limits]\nqueue = 1\n[seconds]\nstop = 20\n"
 
     def test_a_full_queue_is_told_at_once(self):
         unlock = self.lock()
