@@ -9,8 +9,8 @@
 #include "cli/file_digest.h"
 #include "cli/service_request.h"
 #include "cli/text_table.h"
+#include "mox/import/import_history.h"
 #include "mox/server/read_services.h"
-#include "mox/server/transactions.h"
 
 namespace mox {
 namespace {
@@ -64,13 +64,8 @@ void ListImports(Session& session) {
 
 void TakeImportBack(std::int64_t number, bool rehearsal, Session& session) {
   CompanyAccess& server = ServerOf(session);
-  RecordSet request("adsUvoz");
-  request.DefineField("id", FieldKind::kInteger);
-  request.DefineField("korisnik", FieldKind::kText);
-  request.Open();
-  request.AppendRecord({number, LoginName()});
   server.SetRehearsing(rehearsal);
-  if (!ExecuteTransaction("PonistiUvoz", {&request})) {
+  if (!TakeImportBack(number, LoginName())) {
     const auto& failure = server.LastWrite().failure;
     throw Error(failure ? failure->message : "the server refused to take the import back");
   }

@@ -181,6 +181,7 @@ QWidget* DocumentEditor::MakeTotals() {
     recap_model_->SetEditable(false);
     recap_view_ = new RecordSetView(*recap_model_);
     recap_view_->SetAppending(false);
+    recap_view_->setSelectionMode(QAbstractItemView::NoSelection);
     recap_view_->setAccessibleName(QStringLiteral("Rekapitulacija PDV-a"));
     recap_view_->verticalHeader()->hide();
     recap_view_->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);

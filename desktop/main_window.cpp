@@ -17,6 +17,7 @@
 #include "desktop/document_editor.h"
 #include "desktop/document_list.h"
 #include "desktop/host.h"
+#include "desktop/import_journal_page.h"
 #include "desktop/report_page.h"
 #include "desktop/settings_dialog.h"
 #include "mox/import/import_grid.h"
@@ -117,6 +118,8 @@ void MainWindow::BuildMenus() {
             [this, name] { Guarded([this, &name] { ShowCodebook(name); }); });
   }
   QMenu* const imports = menuBar()->addMenu(QStringLiteral("&Uvoz"));
+  Add(imports, QStringLiteral("&Dnevnik uvoza"), {}, &MainWindow::ShowImportJournal);
+  imports->addSeparator();
   for (const ImportProfile& profile : ImportProfiles()) {
     const std::string key(profile.key);
     connect(imports->addAction(ToQt(key)), &QAction::triggered, this,
@@ -180,6 +183,11 @@ void MainWindow::ShowCodebook(const std::string& name) {
 void MainWindow::ShowReports() {
   host_.Server();
   AddTab(new ReportPage);
+}
+
+void MainWindow::ShowImportJournal() {
+  host_.Server();
+  AddTab(new ImportJournalPage(host_));
 }
 
 void MainWindow::ShowCompanyData() {

@@ -26,6 +26,7 @@ class MainWindow : public QMainWindow, public TMainForm {
   void ShowDocuments();
   void ShowCodebook(const std::string& name);
   void ShowReports();
+  void ShowImportJournal();
   QTabWidget& Tabs() { return tabs_; }
 
  protected:

@@ -55,6 +55,7 @@ void RecordSetModel::ShowFields(const std::vector<std::string_view>& fields) {
   shown_.assign(fields.begin(), fields.end());
   ReadColumns();
   endResetModel();
+  if (on_moved_) on_moved_();
 }
 
 void RecordSetModel::SetFieldEditable(std::string_view field, bool editable) {

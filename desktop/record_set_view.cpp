@@ -82,13 +82,13 @@ void RecordSetView::FollowSet() {
   const int row = model_.CurrentTableRow();
   if (row < 0 || (currentIndex().isValid() && currentIndex().row() == row)) return;
   following_ = true;
-  const int column = currentIndex().isValid() ? currentIndex().column() : 0;
-  setCurrentIndex(model_.index(row, std::min(column, model_.columnCount() - 1)));
+  setCurrentIndex(model_.index(row, std::min(column_, model_.columnCount() - 1)));
   following_ = false;
 }
 
 void RecordSetView::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
   QTableView::currentChanged(current, previous);
+  if (current.isValid()) column_ = current.column();
   if (following_ || model_.IsHearing() || !current.isValid() || current.row() == model_.CurrentTableRow())
     return;
   following_ = true;

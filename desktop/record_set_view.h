@@ -59,6 +59,7 @@ class RecordSetView : public QTableView {
   RecordSetModel& model_;
   bool appending_ = true;
   bool following_ = false;
+  int column_ = 0;                 // in which the user was, also while everything is read anew
   bool opened_by_editor_ = false;  // the row was closed before its cell was edited
   QString before_;                 // what the cell had then
   QString empty_text_;

@@ -95,6 +95,7 @@ void BarChart::SetBars(std::vector<Bar> bars) {
 
 void BarChart::paintEvent(QPaintEvent* /*event*/) {
   constexpr int kSpace = 4;
+  constexpr double kWidest = 80;
   if (bars_.empty()) return;
   QPainter painter(this);
   double most = 0;
@@ -105,7 +106,8 @@ void BarChart::paintEvent(QPaintEvent* /*event*/) {
   for (std::size_t i = 0; i < bars_.size(); ++i) {
     const double left = static_cast<double>(i) * step;
     const double high = most == 0 ? 0 : std::abs(bars_[i].value) / most * room;
-    const QRectF bar(left + kSpace, text + room - high, std::max(step - 2 * kSpace, 1.0), high);
+    const double wide = std::clamp(step - 2 * kSpace, 1.0, kWidest);
+    const QRectF bar(left + (step - wide) / 2, text + room - high, wide, high);
     painter.fillRect(bar, bars_[i].value < 0 ? QColor(200, 80, 80) : palette().color(QPalette::Highlight));
     const QRectF below(left, height() - text, step, text);
     painter.drawText(below, Qt::AlignCenter,

@@ -36,6 +36,7 @@ class Person {
   }
   void WillDo(std::function<void(QWidget* dialog)> action) { answers_.push_back(std::move(action)); }
 
+  bool ends_work = false;         ///< as soon as it shows how far it is
   std::vector<std::string> read;  ///< "caption | heading | message" of messages, the title of other dialogs
 
  private:
@@ -48,7 +49,11 @@ class Person {
   }
   void Look() {
     QWidget* const dialog = QApplication::activeModalWidget();
-    if (dialog == nullptr || dialog->windowTitle() == QStringLiteral("Status") || dialog == handled_) return;
+    if (dialog == nullptr || dialog == handled_) return;
+    if (dialog->windowTitle() == QStringLiteral("Status")) {
+      if (ends_work) static_cast<QDialog*>(dialog)->reject();
+      return;
+    }
     const auto* const box = qobject_cast<QMessageBox*>(dialog);
     read.push_back(FromQt(box == nullptr ? dialog->windowTitle()
                                          : box->windowTitle() + QStringLiteral(" | ") + box->text() +

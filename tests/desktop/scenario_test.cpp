@@ -194,6 +194,38 @@ TEST_F(DesktopTest, MendsAFaultySheetAndStoresIt) {
   EXPECT_EQ(found->RowAt(0).AsText(0), "99993");
 }
 
+TEST_F(DesktopTest, EndsACheckAndTakesAnImportBack) {
+  const auto press = [](QWidget* grid, const char* caption) {
+    for (QPushButton* const button : grid->findChildren<QPushButton*>()) {
+      if (button->text() == QString::fromUtf8(caption)) return button->click();
+    }
+    ADD_FAILURE() << caption;
+  };
+  const auto count = [] { return CreateDBDataSet("Kat\\fin_kto", "fin_kto", {})->RowCount(); };
+  const std::size_t before = count();
+  person_.WillDo([&](QWidget* dialog) {
+    QString text;
+    for (int i = 0; i < 2000; ++i) text += QStringLiteral("9%1\tRedak\n").arg(i, 5, 10, QChar(u'0'));
+    QApplication::clipboard()->setText(text);
+    RecordSetView* const rows = Lines(dialog, "Redci za uvoz");
+    QTest::keyClick(rows, Qt::Key_E, Qt::AltModifier);
+    EXPECT_EQ(Label(dialog, "Redak")->text(), "2000/2000");
+    person_.ends_work = true;
+    press(dialog, "Provjera i uvoz podataka");
+    person_.ends_work = false;
+    EXPECT_TRUE(dialog->isVisible());
+    EXPECT_EQ(count(), before);
+    person_.WillPress("Da");
+    press(dialog, "Provjera i uvoz podataka");
+  });
+  EXPECT_TRUE(CallImportGrid("KONTNIPLAN"));
+  EXPECT_EQ(count(), before + 2000);
+  window_->ShowImportJournal();
+  person_.WillPress("Da");
+  press(window_->Tabs().currentWidget(), "Poništi uvoz");
+  EXPECT_EQ(count(), before);
+}
+
 TEST_F(DesktopTest, StoresRowsOfACodebookAsTheyAreLeft) {
   window_->ShowCodebook("jm");
   QWidget* const page = window_->Tabs().currentWidget();

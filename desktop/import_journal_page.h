@@ -1,0 +1,20 @@
+#pragma once
+
+#include "desktop/record_page.h"
+
+namespace mox {
+
+class DesktopHost;
+
+/// The stored imports; each can be taken back while nothing stands against it.
+class ImportJournalPage : public RecordPage {
+ public:
+  explicit ImportJournalPage(DesktopHost& host);
+  void Reload() override;
+
+ private:
+  void TakeBack();
+  DesktopHost& host_;
+};
+
+}  // namespace mox
