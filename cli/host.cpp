@@ -5,7 +5,6 @@
 
 #include "appserver/database_location.h"
 #include "cli/argument_text.h"
-#include "cli/import_history.h"
 #include "cli/progress_bar.h"
 #include "connect/open_company.h"
 #include "mox/foundation/text.h"
@@ -50,7 +49,7 @@ Host::Host(const HostOptions& options, Session& session)
   if (const std::string& address = options.server.empty() ? options.database : options.server;
       !address.empty()) {
     if (options.server.empty()) session.secrets.AddThoseOf(DatabaseLocation(address).connection());
-    server_ = OpenCompany(address, LoginName());
+    server_ = OpenCompany(address);
     session.server = server_.get();
     server_->AddSecrets(session.secrets);
     company_path = address;

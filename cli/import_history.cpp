@@ -1,14 +1,11 @@
 #include "cli/import_history.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
-#include <cstdlib>
 #include <filesystem>
 
 #include "cli/file_digest.h"
 #include "cli/service_request.h"
 #include "cli/text_table.h"
+#include "connect/open_company.h"
 #include "mox/import/import_history.h"
 #include "mox/server/read_services.h"
 
@@ -33,12 +30,6 @@ constexpr Shown kShown[] = {{"id", "import", FieldKind::kInteger},
                             {"ponisteno", "taken back", FieldKind::kDateTime}};
 
 }  // namespace
-
-std::string LoginName() {
-  if (const char* const name = std::getenv("USER"); name != nullptr && *name != '\0') return name;
-  const passwd* const user = ::getpwuid(::geteuid());
-  return user == nullptr ? "" : user->pw_name;
-}
 
 ImportOrigin OriginOf(const std::string& path, std::string_view bytes, bool again) {
   const bool is_file = path != "-";

@@ -10,9 +10,6 @@
 
 namespace mox {
 
-/// The user whose name the operating system knows; empty where it knows none.
-std::string LoginName();
-
 /// Where the bytes of a file that goes into an import come from; standard input has no name.
 ImportOrigin OriginOf(const std::string& path, std::string_view bytes, bool again);
 

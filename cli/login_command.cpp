@@ -8,11 +8,11 @@
 
 #include "cli/argument_text.h"
 #include "cli/command.h"
-#include "cli/import_history.h"
 #include "cli/options.h"
 #include "cli/progress_bar.h"
 #include "cli/record_set_file.h"
 #include "connect/login_store.h"
+#include "connect/open_company.h"
 #include "connect/server_connection.h"
 #include "mox/host/system_platform.h"
 

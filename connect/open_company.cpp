@@ -1,5 +1,10 @@
 #include "connect/open_company.h"
 
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
 #include "appserver/company_server.h"
 #include "connect/login_store.h"
 #include "connect/server_address.h"
@@ -11,10 +16,10 @@ namespace mox {
 namespace {
 
 // What may not be written, the file or its folder, is still good for reading, and so is a full disk.
-std::unique_ptr<CompanyAccess> OpenDatabase(const std::string& address, const std::string& local_user) {
+std::unique_ptr<CompanyAccess> OpenDatabase(const std::string& address) {
   try {
     auto server = std::make_unique<CompanyServer>(Database(address, Database::Access::kReadWrite));
-    server->SetRequester({.user = local_user});
+    server->SetRequester({.user = LoginName()});
     return server;
   } catch (const DatabaseUnavailable& unwritable) {
     try {
@@ -37,10 +42,16 @@ std::unique_ptr<CompanyAccess> OpenOnServer(const std::string& text) {
 
 }  // namespace
 
+std::string LoginName() {
+  if (const char* const name = std::getenv("USER"); name != nullptr && *name != '\0') return name;
+  const passwd* const user = ::getpwuid(::geteuid());
+  return user == nullptr ? "" : user->pw_name;
+}
+
 bool IsServerAddress(std::string_view text) { return FoldCase(text).starts_with("https://"); }
 
-std::unique_ptr<CompanyAccess> OpenCompany(const std::string& address, const std::string& local_user) {
-  return IsServerAddress(address) ? OpenOnServer(address) : OpenDatabase(address, local_user);
+std::unique_ptr<CompanyAccess> OpenCompany(const std::string& address) {
+  return IsServerAddress(address) ? OpenOnServer(address) : OpenDatabase(address);
 }
 
 }  // namespace mox

@@ -9,9 +9,12 @@
 namespace mox {
 
 /// Opens a company wherever it is: "https://HOST/COMPANY" on a server where the user has logged in, or else
-/// its database, which is read where it cannot be written; in its journal the writes are those of the local
-/// user. Raises Error, DatabaseError.
-std::unique_ptr<CompanyAccess> OpenCompany(const std::string& address, const std::string& local_user = {});
+/// its database, which is read where it cannot be written; in its journal the writes are those of
+/// `LoginName`. Raises Error, DatabaseError.
+std::unique_ptr<CompanyAccess> OpenCompany(const std::string& address);
+
+/// The user whose name the operating system knows; empty where it knows none.
+std::string LoginName();
 
 /// Whether a text is meant as the address of a server.
 bool IsServerAddress(std::string_view text);
