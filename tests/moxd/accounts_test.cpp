@@ -160,7 +160,7 @@ TEST_F(AccountsTest, EndTokens) {
        true},
       {"old however used",
        [&](const std::string& token) {
-         constexpr std::int64_t kStep = 11 * 3600;
+         constexpr std::int64_t kStep = 11 * kHour;
          for (std::int64_t age = 0; age + kStep < settings_.longest_time; age += kStep) {
            wait(kStep);
            EXPECT_TRUE(Lives(token));
@@ -203,7 +203,7 @@ TEST_F(AccountsTest, MakeGuessesWait) {
   // Who does not exist waits likewise, and a day later nobody does.
   for (int i = 0; i < 6; ++i) guess("nitko", "203.0.113.9");
   EXPECT_EQ(guess("nitko", "203.0.113.9").outcome, Outcome::kWait);
-  *now_ += 24 * 3600;
+  *now_ += kDay;
   EXPECT_EQ(guess("nitko", "203.0.113.9").outcome, Outcome::kRefused);
 }
 
@@ -226,7 +226,7 @@ TEST_F(AccountsTest, CountAttemptsFromAnAddress) {
     EXPECT_EQ(accounts_.LogIn("ana.horvat", kPassword, row.other).outcome,
               row.same ? Outcome::kWait : Outcome::kLoggedIn)
         << row.other;
-    *now_ += 24 * 3600;
+    *now_ += kDay;
   }
 }
 
