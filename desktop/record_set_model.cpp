@@ -218,15 +218,20 @@ QModelIndex RecordSetModel::RefusedCell() const {
                                   : index(CurrentTableRow(), static_cast<int>(column - columns_.begin()));
 }
 
+// Into the open record, which is opened where none is.
+void RecordSetModel::SetCell(std::size_t field, const QString& text) {
+  if (set_.State() == DataSetState::kBrowse) set_.Edit();
+  if (text.isEmpty()) {
+    set_.SetNull(field);
+  } else {
+    set_.SetText(field, FromQt(text));
+  }
+}
+
 bool RecordSetModel::WriteCell(std::size_t field, const QString& text) {
   const FieldDef& definition = set_.Definition(field);
   try {
-    if (set_.State() == DataSetState::kBrowse) set_.Edit();
-    if (text.isEmpty()) {
-      set_.SetNull(field);
-    } else {
-      set_.SetText(field, FromQt(text));
-    }
+    SetCell(field, text);
     ForgetRefused();
     if (on_written_) on_written_(field);
     return true;
@@ -240,12 +245,7 @@ bool RecordSetModel::WriteCell(std::size_t field, const QString& text) {
 
 bool RecordSetModel::TryCell(std::size_t field, const QString& text) {
   try {
-    if (set_.State() == DataSetState::kBrowse) set_.Edit();
-    if (text.isEmpty()) {
-      set_.SetNull(field);
-    } else {
-      set_.SetText(field, FromQt(text));
-    }
+    SetCell(field, text);
     if (on_written_) on_written_(field);
     return true;
   } catch (const Error&) {

@@ -126,6 +126,7 @@ class RecordSetModel : public QAbstractTableModel {
   void Refuse(Rejected rejected);
   void ForgetRefused();
   bool Attempt(const std::function<void()>& action);
+  void SetCell(std::size_t field, const QString& text);
   bool WriteCell(std::size_t field, const QString& text);
   bool TryCell(std::size_t field, const QString& text);
   bool IsRejected(std::size_t set_row, std::size_t field) const;

@@ -7,31 +7,12 @@
 
 #include "tests/appserver/scratch_database.h"
 #include "tests/fakes/how_many.h"
+#include "tests/fakes/own_process.h"
 
 namespace mox {
 namespace {
 
 using DatabaseCrashTest = ScratchDatabase;
-
-// A process of its own that runs the action; its exit status is 1 when the action raises.
-template <typename Action>
-pid_t Fork(const Action& action) {
-  const pid_t child = ::fork();
-  if (child != 0) return child;
-  try {
-    action();
-  } catch (const std::exception& error) {
-    std::fputs(error.what(), stderr);
-    std::_Exit(1);
-  }
-  std::_Exit(0);
-}
-
-int StatusOf(pid_t child) {
-  int status = 0;
-  ::waitpid(child, &status, 0);
-  return status;
-}
 
 std::int64_t Number(Database& database, const std::string& sql) {
   return database.Query("q", ParseColumns("n:integer"), sql).AsInteger(0);

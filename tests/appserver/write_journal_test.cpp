@@ -15,32 +15,13 @@
 #include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
 #include "tests/fakes/how_many.h"
+#include "tests/fakes/own_process.h"
 
 namespace mox {
 namespace {
 
 using WriteJournalTest = ScratchDatabase;
 MOX_ON_EVERY_ENGINE(WriteJournalTest);
-
-// A process of its own that runs the action.
-template <typename Action>
-pid_t Fork(const Action& action) {
-  const pid_t child = ::fork();
-  if (child != 0) return child;
-  try {
-    action();
-  } catch (const std::exception& error) {
-    std::fputs(error.what(), stderr);
-    std::_Exit(1);
-  }
-  std::_Exit(0);
-}
-
-int StatusOf(pid_t child) {
-  int status = 0;
-  ::waitpid(child, &status, 0);
-  return status;
-}
 
 // A document that says under which key it was sent.
 TAstaParamList DocumentOf(std::int64_t key) {
