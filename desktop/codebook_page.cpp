@@ -1,6 +1,5 @@
 #include "desktop/codebook_page.h"
 
-#include <QTimer>
 #include <algorithm>
 #include <iterator>
 
@@ -138,7 +137,7 @@ void CodebookPage::StoreRow() {
   if (!ExecuteTransaction("KatalogUpis", {&row})) throw Error(host_.Server().WriteRefusal());
   // The row is another one now; it is read anew unless the next one is being typed already.
   Rows().SetNull(*Rows().FindFieldIndex(kVersionField));
-  QTimer::singleShot(0, this, [this] {
+  read_.Run([this] {
     if (Rows().State() == DataSetState::kBrowse) Guarded([this] { Reload(); });
   });
 }

@@ -2,6 +2,7 @@
 
 #include <QLineEdit>
 
+#include "desktop/later.h"
 #include "desktop/record_page.h"
 
 namespace mox {
@@ -23,6 +24,7 @@ class CodebookPage : public RecordPage {
   DesktopHost& host_;
   std::string name_;
   QLineEdit search_;
+  Later read_;
 };
 
 /// What people call the codebooks; those that the table does not know have their own names.

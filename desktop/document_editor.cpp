@@ -230,7 +230,7 @@ void DocumentEditor::Wrote(Sheet& sheet, std::size_t field) {
     note_.setText(ToQt(error.what()));
   }
   if (sheet.lines == document_.Goods() && SameName(sheet.lines->Definition(field).name, "sifra")) {
-    QTimer::singleShot(0, this, [this, &sheet] { Guarded([this, &sheet] { TakeArticle(sheet); }); });
+    take_article_.Run([this, &sheet] { Guarded([this, &sheet] { TakeArticle(sheet); }); });
   }
   ShowTotal();
   Changed();

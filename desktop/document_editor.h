@@ -10,6 +10,7 @@
 
 #include "desktop/drafts.h"
 #include "desktop/field_edit.h"
+#include "desktop/later.h"
 #include "desktop/record_set_view.h"
 #include "mox/documents/document.h"
 
@@ -74,6 +75,7 @@ class DocumentEditor : public QWidget {
   QLabel words_;
   QLabel note_;
   QPushButton store_{QStringLiteral("Pohrani (F9)")};
+  Later take_article_;
   QTimer recount_;
   QTimer save_;
   QString number_;  // of a stored document

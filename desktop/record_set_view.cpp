@@ -17,7 +17,7 @@ namespace mox {
 namespace {
 
 constexpr int kMostWidth = 360;
-constexpr qsizetype kMostPasted = 64 * 1024 * 1024;  // characters
+constexpr qsizetype kMostPasted = qsizetype{64} * 1024 * 1024;  // characters
 
 bool CanEdit(const QModelIndex& index) { return (index.flags() & Qt::ItemIsEditable) != 0; }
 
@@ -98,12 +98,9 @@ void RecordSetView::currentChanged(const QModelIndex& current, const QModelIndex
   // The cell that keeps its row open, or the row's new place where the one left was dropped.
   const QModelIndex back = moved ? model_.index(model_.CurrentTableRow(), current.column())
                                  : (model_.RefusedCell().isValid() ? model_.RefusedCell() : previous);
-  QMetaObject::invokeMethod(
-      this,
-      [this, at = QPersistentModelIndex(back)] {
-        if (at.isValid()) setCurrentIndex(at);
-      },
-      Qt::QueuedConnection);
+  go_back_.Run([this, at = QPersistentModelIndex(back)] {
+    if (at.isValid()) setCurrentIndex(at);
+  });
 }
 
 // Enter goes on; neither it nor Escape in a cell ends the edit of the row.

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "desktop/later.h"
 #include "desktop/record_set_model.h"
 
 namespace mox {
@@ -66,6 +67,7 @@ class RecordSetView : public QTableView {
   std::function<bool(std::string_view)> on_look_up_;
   std::function<bool()> confirm_delete_;
   std::function<void()> on_chosen_;
+  Later go_back_;
 };
 
 }  // namespace mox

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <functional>
+#include <utility>
+
+namespace mox {
+
+/// Runs an action once what happens now is over, before further keys and clicks, unless its owner is gone by
+/// then. Of actions asked for before that only the last one runs.
+class Later : public QObject {
+ public:
+  void Run(std::function<void()> action) {
+    action_ = std::move(action);
+    QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+  }
+
+ protected:
+  bool event(QEvent* event) override {
+    if (event->type() != QEvent::User) return QObject::event(event);
+    if (const auto action = std::exchange(action_, nullptr)) action();
+    return true;
+  }
+
+ private:
+  std::function<void()> action_;
+};
+
+}  // namespace mox
