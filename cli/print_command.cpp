@@ -23,10 +23,8 @@
 namespace mox {
 namespace {
 
-constexpr OutputKind kPdf = {"a PDF file", [](std::string_view file) { return file.starts_with("%PDF-"); }};
 constexpr OutputKind kPng = {"a PNG picture",
                              [](std::string_view file) { return file.starts_with("\x89PNG"); }};
-constexpr OutputKind kSlip = {"a slip", [](std::string_view file) { return file.starts_with("\x1B@"); }};
 
 struct PrintArguments {
   std::string document;
@@ -122,24 +120,12 @@ void Show(const std::string& path) {
   }
 }
 
-// "gotovinski-racun-1-2026.pdf": of characters that any file system takes.
-std::string FileNameOf(const DocumentPage& page) {
-  std::string name = std::string(page.kind->name) + "-" + page.number + ".pdf";
-  for (char& c : name) {
-    if (static_cast<unsigned char>(c) <= ' ' ||
-        std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos) {
-      c = '-';
-    }
-  }
-  return name;
-}
-
 void PrintPdf(Pages& pages, const PaperTemplate& paper, const std::string& path, bool open,
               Session& session) {
   const std::string& font = paper.Text("stranica", "font");
   TextPainter painter(font);
   const bool is_folder = path.ends_with('/') || std::filesystem::is_directory(path);
-  if (!is_folder) session.files.Require(path, kPdf);
+  if (!is_folder) session.files.Require(path, kPdfOutput);
   if (is_folder) std::filesystem::create_directories(path);
   std::unique_ptr<PdfFile> all;
   std::string shown = path;
@@ -149,11 +135,11 @@ void PrintPdf(Pages& pages, const PaperTemplate& paper, const std::string& path,
     all->Add(laid);
     if (!is_folder) return;
     shown = (std::filesystem::path(path) / FileNameOf(page)).string();
-    session.files.Write(shown, all->Finish(), kPdf);
+    session.files.Write(shown, all->Finish(), kPdfOutput);
     session.out += shown + "\n";
   });
   if (!is_folder) {
-    session.files.Write(path, all->Finish(), kPdf);
+    session.files.Write(path, all->Finish(), kPdfOutput);
     session.out += path + "\n";
   }
   if (open) Show(shown);
@@ -169,12 +155,12 @@ void PrintSlips(Pages& pages, const PaperTemplate& paper, const std::string& dev
                 Session& session) {
   TextPainter painter(paper.Text("isjecak", "font"));
   const SlipSettings settings{paper.IsYes("isjecak", "rez"), paper.IsYes("isjecak", "ladica")};
-  session.files.Require(device, kSlip);
+  session.files.Require(device, kSlipOutput);
   std::string bytes;
   pages.Each([&](const DocumentPage& page) {
     bytes += EscPos(LayOutSlip(page, paper, painter, width), painter, settings);
   });
-  session.files.Write(device, bytes, kSlip);
+  session.files.Write(device, bytes, kSlipOutput);
 }
 
 void PrintCode(Pages& pages, const std::string& path, Session& session) {

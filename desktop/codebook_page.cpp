@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "appserver/codebook.h"
+#include "desktop/croatian.h"
 #include "desktop/dialogs.h"
 #include "desktop/host.h"
 #include "mox/server/read_services.h"
@@ -134,7 +135,7 @@ RecordSet CodebookPage::CurrentRow() const {
 // What the server refuses stays open as it was typed.
 void CodebookPage::StoreRow() {
   RecordSet row = CurrentRow();
-  if (!ExecuteTransaction("KatalogUpis", {&row})) throw Error(host_.Server().WriteRefusal());
+  if (!ExecuteTransaction("KatalogUpis", {&row})) throw Error(FromQt(RefusalOf(host_.Server())));
   // The row is another one now; it is read anew unless the next one is being typed already.
   Rows().SetNull(*Rows().FindFieldIndex(kVersionField));
   read_.Run([this] {
@@ -147,7 +148,7 @@ void CodebookPage::DeleteRow() {
   if (Model().CurrentTableRow() < 0 || !Ask("Brisanje", "Obrisati odabrani redak?")) return;
   Model().revert();
   RecordSet row = CurrentRow();
-  if (!ExecuteTransaction("KatalogBrisanje", {&row})) throw Error(host_.Server().WriteRefusal());
+  if (!ExecuteTransaction("KatalogBrisanje", {&row})) throw Error(FromQt(RefusalOf(host_.Server())));
   Reload();
 }
 

@@ -1,5 +1,6 @@
 #include "desktop/company_page.h"
 
+#include "desktop/croatian.h"
 #include "desktop/host.h"
 #include "desktop/qt_text.h"
 #include "mox/server/read_services.h"
@@ -31,7 +32,7 @@ void CompanyPage::StoreRow(RecordSet& row) {
   sent.DefineField("vrijednost", FieldKind::kText);
   sent.Open();
   sent.AppendRecord({row.FieldByName("naziv").AsText(), row.FieldByName("vrijednost").AsText()});
-  if (!ExecuteTransaction("ParametriPoduzecaUpdate", {&sent})) throw Error(host_.Server().WriteRefusal());
+  if (!ExecuteTransaction("ParametriPoduzecaUpdate", {&sent})) throw Error(FromQt(RefusalOf(host_.Server())));
 }
 
 }  // namespace mox

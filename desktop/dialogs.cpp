@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "desktop/croatian.h"
 #include "mox/foundation/error.h"
 #include "mox/foundation/locale_text.h"
 
@@ -147,7 +148,8 @@ bool Guarded(const std::function<void()>& action) {
     return true;
   } catch (const Abort&) {
   } catch (const std::exception& error) {
-    QtDialogs().ShowVelorDialog(TVCustomDialogType::kError, "Greška", "Radnja nije izvršena.", error.what());
+    QtDialogs().ShowVelorDialog(TVCustomDialogType::kError, "Greška", "Radnja nije izvršena.",
+                                FromQt(InCroatian(error.what())));
   }
   return false;
 }

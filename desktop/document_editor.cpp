@@ -10,6 +10,7 @@
 #include <QSplitter>
 #include <QVBoxLayout>
 
+#include "desktop/croatian.h"
 #include "desktop/host.h"
 #include "desktop/payment_dialog.h"
 #include "mox/calculations/supplier_totals.h"
@@ -101,7 +102,7 @@ DocumentEditor::DocumentEditor(DesktopHost& host, Document document, Draft draft
   layout->addWidget(middle, 1);
   layout->addWidget(MakeButtons());
   auto* const f9 = new QShortcut(Qt::Key_F9, this);
-  connect(f9, &QShortcut::activated, this, [this] { Guarded([this] { Store(); }); });
+  connect(f9, &QShortcut::activated, this, [this] { Guarded([this] { StoreOrShow(); }); });
   recount_.setSingleShot(true);
   connect(&recount_, &QTimer::timeout, this, [this] { Recount(); });
   save_.setSingleShot(true);
@@ -215,7 +216,7 @@ QWidget* DocumentEditor::MakeButtons() {
     layout->addWidget(supplier);
   }
   store_.setAutoDefault(false);
-  connect(&store_, &QPushButton::clicked, this, [this] { Guarded([this] { Store(); }); });
+  connect(&store_, &QPushButton::clicked, this, [this] { Guarded([this] { StoreOrShow(); }); });
   layout->addWidget(&store_);
   return bar;
 }
@@ -361,9 +362,9 @@ bool DocumentEditor::SendToServer() {
   };
   if (StoreAskingForCredit(document_, lacks_credit, [this] { return document_.ConfirmCredit(); }))
     return true;
-  const std::string reason = server.WriteRefusal();
-  if (!reason.empty() && !lacks_credit()) {
-    ShowVelorDialog(TVCustomDialogType::kError, "Upozorenje", "Dokument nije pohranjen.", reason);
+  const QString reason = RefusalOf(server);
+  if (!reason.isEmpty() && !lacks_credit()) {
+    ShowVelorDialog(TVCustomDialogType::kError, "Upozorenje", "Dokument nije pohranjen.", FromQt(reason));
   }
   return false;
 }
@@ -386,6 +387,14 @@ bool DocumentEditor::Store() {
   return true;
 }
 
+void DocumentEditor::StoreOrShow() {
+  if (!stored_) {
+    Store();
+  } else if (on_show_ && id_ != 0) {
+    on_show_(id_);
+  }
+}
+
 void DocumentEditor::ShowStored(const RecordSet& stored) {
   stored_ = true;
   save_.stop();
@@ -393,7 +402,8 @@ void DocumentEditor::ShowStored(const RecordSet& stored) {
   const RecordRow row = stored.RowAt(0);
   number_ = ToQt(row.AsText(row.IndexOf("broj")) + "/" + row.AsText(row.IndexOf("godina")));
   note_.setText(QStringLiteral("Pohranjeno: %1").arg(Title()));
-  store_.setEnabled(false);
+  id_ = row.AsInteger(row.IndexOf("id"));
+  store_.setText(QStringLiteral("Prikaži (F9)"));
   for (const auto& sheet : sheets_) {
     sheet->model->SetEditable(false);
     sheet->view->SetAppending(false);

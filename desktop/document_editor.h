@@ -34,6 +34,8 @@ class DocumentEditor : public QWidget {
   /// "Gotovinski račun 12/2026", or the kind alone.
   QString Title() const;
   void SetOnStored(std::function<void()> stored) { on_stored_ = std::move(stored); }
+  /// Called with the id of the stored document when the user wants to see it.
+  void SetOnShow(std::function<void(std::int64_t id)> show) { on_show_ = std::move(show); }
   /// The document stays, but so that another program may find it again: as when this one ends.
   void SaveDraft();
 
@@ -59,6 +61,7 @@ class DocumentEditor : public QWidget {
   bool TakeAll();
   bool AskForPayment();
   bool SendToServer();
+  void StoreOrShow();
   void ShowStored(const RecordSet& stored);
   void ShowSupplierTotals();
   void SetKey(const char* field, const Value& value);
@@ -82,6 +85,8 @@ class DocumentEditor : public QWidget {
   bool stored_ = false;
   bool changed_ = false;
   std::function<void()> on_stored_;
+  std::function<void(std::int64_t)> on_show_;
+  std::int64_t id_ = 0;  // of a stored document
 };
 
 }  // namespace mox

@@ -1,16 +1,11 @@
 #include "desktop/document_list.h"
 
 #include "desktop/dialogs.h"
-#include "desktop/host.h"
-#include "mox/documents/storno.h"
-#include "mox/entry/document_entry.h"
+#include "desktop/document_actions.h"
+#include "mox/documents/document_kinds.h"
 #include "mox/entry/line_screen.h"
-#include "mox/foundation/clock.h"
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/locale_text.h"
-#include "mox/foundation/value_conversion.h"
-#include "mox/integrations/consumer_e_invoice.h"
-#include "mox/server/invoice_files.h"
 #include "mox/server/read_services.h"
 
 namespace mox {
@@ -28,14 +23,10 @@ void AddDay(TAstaParamList& request, const char* name, const QLineEdit& line) {
   request.FastAdd(name, Value(*day));
 }
 
-void RequireStored(const CompanyAccess& server, bool stored) {
-  if (!stored) throw Error(server.WriteRefusal());
-}
-
 }  // namespace
 
-DocumentList::DocumentList(DesktopHost& host)
-    : RecordPage(QStringLiteral("Dokumenti"), RecordSet("adsList")), host_(host) {
+DocumentList::DocumentList(DesktopHost& host, std::function<void(std::int64_t)> open)
+    : RecordPage(QStringLiteral("Dokumenti"), RecordSet("adsList")), open_(std::move(open)) {
   Model().SetEditable(false);
   View().SetAppending(false);
   View().setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -59,12 +50,11 @@ DocumentList::DocumentList(DesktopHost& host)
   for (QWidget* const filter : std::initializer_list<QWidget*>{&kind_, &from_, &to_, &text_}) {
     Filters()->addWidget(filter);
   }
+  View().SetOnChosen([this] { Guarded([this] { open_(CurrentId()); }); });
   AddButton(
-      QStringLiteral("Storno"), [this] { Storno(); }, Qt::CTRL | Qt::Key_T);
-  AddButton(
-      QStringLiteral("Uplata"), [this] { Pay(); }, Qt::CTRL | Qt::Key_U);
-  AddButton(
-      QStringLiteral("eRačun"), [this] { SendEInvoice(); }, Qt::CTRL | Qt::Key_E);
+      QStringLiteral("Otvori"), [this] { open_(CurrentId()); }, Qt::CTRL | Qt::Key_Return);
+  AddDocumentButtons(Buttons(), {host, this, [this] { return CurrentId(); }, [this] { Reload(); },
+                                 [this](const QString& note) { SetNote(note); }});
   Reload();
 }
 
@@ -101,39 +91,6 @@ std::int64_t DocumentList::CurrentId() const {
   const Value id = Current("id");
   if (!std::holds_alternative<std::int64_t>(id)) throw Error("Nijedan dokument nije odabran.");
   return std::get<std::int64_t>(id);
-}
-
-void DocumentList::Storno() {
-  const std::int64_t id = CurrentId();
-  if (!Ask("Storno", "Stornirati odabrani dokument? Nastaje njegov protudokument.")) return;
-  RecordSet header = MakeStornoHeader(id);
-  AllowNegativeStock(header);
-  RequireStored(host_.Server(), StoreStorno(header));
-  Reload();
-}
-
-void DocumentList::Pay() {
-  const std::int64_t id = CurrentId();
-  const Value open = Current("otvoreno");
-  const double rest = std::holds_alternative<Currency>(open) ? ToFloat(std::get<Currency>(open)) : 0;
-  AppDialogs& dialogs = App().Dialogs();
-  const auto amount = dialogs.InputNumber("Uplata", "Plaćeni iznos:", rest);
-  if (!amount) return;
-  const auto day = dialogs.InputDate("Uplata", "Datum uplate:", Today());
-  if (!day) return;
-  RequireStored(host_.Server(), StorePayment(id, Currency::FromReal(*amount), *day));
-  Reload();
-}
-
-void DocumentList::SendEInvoice() {
-  const std::int64_t id = CurrentId();
-  RemoveLeftInvoices(App().Platform().StateFolder());
-  eRacunB2CSendBill(id);
-  const auto link = CreateDBDataSet("ERacunVeza", "adsERacun", {{"id", id}});
-  if (link && !link->IsEmpty()) {
-    SetNote(QStringLiteral("eRačun je poslan: %1")
-                .arg(ToQt(link->RowAt(0).AsText(*link->FindFieldIndex("electronicId")))));
-  }
 }
 
 }  // namespace mox

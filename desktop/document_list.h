@@ -9,20 +9,17 @@ namespace mox {
 
 class DesktopHost;
 
-/// The stored documents: narrowed down by kind, days and any text, with their sums; cancelled, paid and sent
-/// as e-invoices from here.
+/// The stored documents: narrowed down by kind, days and any text, with their sums. Enter opens one; it is
+/// printed, paid, cancelled and sent as an e-invoice from here.
 class DocumentList : public RecordPage {
  public:
-  explicit DocumentList(DesktopHost& host);
+  DocumentList(DesktopHost& host, std::function<void(std::int64_t id)> open);
   void Reload() override;
 
  private:
-  void Storno();
-  void Pay();
-  void SendEInvoice();
   std::int64_t CurrentId() const;
 
-  DesktopHost& host_;
+  std::function<void(std::int64_t)> open_;
   QComboBox kind_;
   QLineEdit from_;
   QLineEdit to_;

@@ -20,6 +20,7 @@
 #include "desktop/import_journal_page.h"
 #include "desktop/report_page.h"
 #include "desktop/settings_dialog.h"
+#include "desktop/stored_document.h"
 #include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
 
@@ -53,7 +54,9 @@ constexpr Shortcut kInRows[] = {{u"Enter", u"uzima ćeliju i ide na sljedeću"},
                                 {u"Delete", u"prazni ćelije"},
                                 {u"F4", u"otvara šifarnik ćelije ili polja"},
                                 {u"Ctrl+C, Ctrl+V", u"kopira i lijepi ćelije iz tablica"},
-                                {u"F9", u"pohranjuje dokument"},
+                                {u"F9", u"pohranjuje dokument, pohranjeni prikazuje"},
+                                {u"Ctrl+P, Ctrl+U, Ctrl+T", u"ispis, uplata i storno pohranjenog dokumenta"},
+                                {u"Ctrl+E, Ctrl+K", u"eRačun i kodovi pohranjenog dokumenta"},
                                 {u"F5", u"čita stranicu iznova"},
                                 {u"Alt+E", u"u uvozu: lijepi retke iz međuspremnika"},
                                 {u"F8", u"u uvozu: samo neispravni redci"}};
@@ -151,6 +154,7 @@ DocumentEditor* MainWindow::AddEditor(Document document, Draft draft) {
     tabs_.setTabText(tabs_.indexOf(editor), editor->Title());
     statusBar()->showMessage(QStringLiteral("Pohranjeno: %1").arg(editor->Title()));
   });
+  editor->SetOnShow([this](std::int64_t id) { ShowDocument(id); });
   AddTab(editor);
   return editor;
 }
@@ -172,7 +176,17 @@ void MainWindow::ChooseDocument() {
 
 void MainWindow::ShowDocuments() {
   host_.Server();
-  AddTab(new DocumentList(host_));
+  AddTab(new DocumentList(host_, [this](std::int64_t id) { ShowDocument(id); }));
+}
+
+void MainWindow::ShowDocument(std::int64_t id) {
+  for (int i = 0; i < tabs_.count(); ++i) {
+    auto* const shown = dynamic_cast<StoredDocumentPage*>(tabs_.widget(i));
+    if (shown == nullptr || shown->Id() != id) continue;
+    shown->Reload();
+    return tabs_.setCurrentIndex(i);
+  }
+  AddTab(new StoredDocumentPage(host_, id, [this](std::int64_t other) { ShowDocument(other); }));
 }
 
 void MainWindow::ShowCodebook(const std::string& name) {

@@ -24,6 +24,8 @@ class MainWindow : public QMainWindow, public TMainForm {
   void OpenCompany(const std::string& location);
   DocumentEditor* NewDocument(const DocumentKind& kind);
   void ShowDocuments();
+  /// A stored document, on the page that it has already.
+  void ShowDocument(std::int64_t id);
   void ShowCodebook(const std::string& name);
   void ShowReports();
   void ShowImportJournal();

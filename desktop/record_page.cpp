@@ -1,8 +1,8 @@
 #include "desktop/record_page.h"
 
-#include <QPushButton>
 #include <QShortcut>
 
+#include "desktop/action_button.h"
 #include "desktop/dialogs.h"
 #include "desktop/qt_text.h"
 
@@ -37,17 +37,7 @@ void RecordPage::Show(RecordSet answer, const std::vector<std::string_view>& fie
 
 QPushButton* RecordPage::AddButton(const QString& text, std::function<void()> action,
                                    const QKeySequence& key) {
-  auto* const button = new QPushButton(
-      key.isEmpty() ? text : QStringLiteral("%1 (%2)").arg(text, key.toString(QKeySequence::NativeText)));
-  button->setAutoDefault(false);
-  const auto run = [action = std::move(action)] { Guarded(action); };
-  connect(button, &QPushButton::clicked, this, run);
-  if (!key.isEmpty()) {
-    auto* const shortcut = new QShortcut(key, this);
-    connect(shortcut, &QShortcut::activated, this, run);
-  }
-  buttons_.addWidget(button);
-  return button;
+  return AddActionButton(this, buttons_, text, std::move(action), key);
 }
 
 Value RecordPage::Current(std::string_view field) const {

@@ -29,6 +29,7 @@ class RecordPage : public QWidget {
   void Show(RecordSet answer, const std::vector<std::string_view>& fields);
   QPushButton* AddButton(const QString& text, std::function<void()> action, const QKeySequence& key = {});
   QHBoxLayout* Filters() { return &filters_; }
+  QBoxLayout& Buttons() { return buttons_; }
   void SetNote(const QString& note) { note_.setText(note); }
   RecordSet& Rows() { return rows_; }
   RecordSetModel& Model() { return model_; }

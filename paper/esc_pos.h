@@ -2,11 +2,15 @@
 
 #include <string>
 
+#include "mox/foundation/output_file.h"
 #include "paper/layout.h"
 
 namespace mox {
 
 class TextPainter;
+
+inline constexpr OutputKind kSlipOutput = {"a slip",
+                                           [](std::string_view file) { return file.starts_with("\x1B@"); }};
 
 struct SlipSettings {
   bool cut = true;

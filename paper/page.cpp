@@ -301,6 +301,17 @@ DocumentPage MakePage(std::int64_t id, const PaperTemplate& paper) {
   return page;
 }
 
+std::string FileNameOf(const DocumentPage& page) {
+  std::string name = std::string(page.kind->name) + "-" + page.number + ".pdf";
+  for (char& c : name) {
+    if (static_cast<unsigned char>(c) <= ' ' ||
+        std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos) {
+      c = '-';
+    }
+  }
+  return name;
+}
+
 Placeholders PlaceholdersOf(const DocumentPage& page, const LocaleSettings& locale) {
   Placeholders values;
   values["naslov"] = page.title;

@@ -93,6 +93,9 @@ struct DocumentPage {
 /// is not named.
 DocumentPage MakePage(std::int64_t id, const PaperTemplate& paper);
 
+/// "gotovinski-racun-1-2026.pdf": of characters that any file system takes.
+std::string FileNameOf(const DocumentPage& page);
+
 /// What placeholders of texts stand for.
 Placeholders PlaceholdersOf(const DocumentPage& page, const LocaleSettings& locale);
 

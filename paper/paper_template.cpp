@@ -6,7 +6,9 @@
 #include <filesystem>
 #include <sstream>
 
+#include "mox/foundation/app.h"
 #include "mox/foundation/error.h"
+#include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
 
@@ -230,6 +232,11 @@ std::vector<std::string> PaperTemplate::NotesOf(const DocumentKind& kind, bool t
   if (kind.IsSale() && !taxed) add(kWithoutTax.substr(1));
   add("svi");
   return notes;
+}
+
+PaperTemplate InstalledTemplate() {
+  const std::string path = App().Ini().ReadString("GENERAL", "PREDLOZAK", "");
+  return path.empty() ? PaperTemplate() : PaperTemplate(ReadWholeFile(path), path);
 }
 
 std::span<const std::string_view> PlaceholderNames() { return kPlaceholders; }

@@ -44,6 +44,10 @@ class PaperTemplate {
   std::string logo_;
 };
 
+/// The template that the setting PREDLOZAK names, or the one that holds without. Raises Error as the
+/// constructor, and for a file that cannot be read.
+PaperTemplate InstalledTemplate();
+
 /// What a placeholder stands for, by its name: {broj}.
 using Placeholders = std::map<std::string, std::string, std::less<>>;
 /// The names that texts of templates may hold.

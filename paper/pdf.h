@@ -4,9 +4,13 @@
 #include <string>
 
 #include "mox/foundation/dates.h"
+#include "mox/foundation/output_file.h"
 #include "paper/layout.h"
 
 namespace mox {
+
+inline constexpr OutputKind kPdfOutput = {"a PDF file",
+                                          [](std::string_view file) { return file.starts_with("%PDF-"); }};
 
 /// Makes one PDF file of any number of documents. The fonts are embedded, title and language said; the same
 /// documents of the same day make the same bytes.

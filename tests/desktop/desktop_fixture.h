@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <QApplication>
+#include <QClipboard>
 #include <QMessageBox>
 #include <QTest>
 #include <QTimer>
@@ -92,6 +93,17 @@ class DesktopTest : public testing::Test {
     host_.reset();
   }
   DocumentEditor* New(const char* kind) { return window_->NewDocument(DocumentKindByName(kind)); }
+  // A new document with lines as they come from a spreadsheet.
+  DocumentEditor* Enter(const char* kind, const char* sheet, const char* lines) {
+    DocumentEditor* const editor = New(kind);
+    QApplication::clipboard()->setText(QString::fromUtf8(lines));
+    RecordSetView* const view = Lines(editor, sheet);
+    QTest::keyClick(view, Qt::Key_V, Qt::ControlModifier);
+    view->Model().submit();
+    view->setCurrentIndex(view->Model().index(view->Model().rowCount() - 1, 3));
+    Settle();
+    return editor;
+  }
   static void Settle() {
     for (int i = 0; i < 4; ++i) {
       QCoreApplication::processEvents();
@@ -99,10 +111,16 @@ class DesktopTest : public testing::Test {
     }
   }
   // A shortcut, in the window that a window manager would have made active.
-  static void Press(QWidget* widget, Qt::Key key) {
+  static void Press(QWidget* widget, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
     widget->window()->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(widget->window()));
-    QTest::keyClick(widget, key);
+    QTest::keyClick(widget, key, modifiers);
+  }
+  static void PressButton(QWidget* page, const char* caption) {
+    for (QPushButton* const button : page->findChildren<QPushButton*>()) {
+      if (button->text().remove(u'&') == QString::fromUtf8(caption)) return button->click();
+    }
+    ADD_FAILURE() << "no button " << caption;
   }
   static RecordSetView* Lines(QWidget* page, const char* name = "Stavke") {
     for (RecordSetView* const view : page->findChildren<RecordSetView*>()) {

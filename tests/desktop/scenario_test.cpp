@@ -162,13 +162,7 @@ TEST_F(DesktopTest, MendsAFaultySheetAndStoresIt) {
     EXPECT_EQ(grid->size(), QSize(1008, 696));
     grid->OpenSheetFile(ToQt(sheet));
     RecordSetView* const rows = Lines(grid, "Redci za uvoz");
-    const auto press = [grid](const char* caption) {
-      for (QPushButton* const button : grid->findChildren<QPushButton*>()) {
-        if (button->text() == QString::fromUtf8(caption)) return button->click();
-      }
-      ADD_FAILURE() << caption;
-    };
-    press("Provjera i uvoz podataka");
+    PressButton(grid, "Provjera i uvoz podataka");
     EXPECT_EQ(person_.read.back(), "Upozorenje | Uvoz podataka | Pronađene su greške u podacima!");
     auto* const faults = grid->findChild<QTableView*>(QString(), Qt::FindChildrenRecursively);
     ASSERT_NE(faults, nullptr);
@@ -185,7 +179,7 @@ TEST_F(DesktopTest, MendsAFaultySheetAndStoresIt) {
     EXPECT_EQ(rows->currentIndex().data(Qt::ToolTipRole).toString(), "obavezan podatak nije upisan");
     Type(rows, "99993");
     person_.WillPress("Da");
-    press("Provjera i uvoz podataka");
+    PressButton(grid, "Provjera i uvoz podataka");
   });
   EXPECT_TRUE(CallImportGrid("KONTNIPLAN"));
   EXPECT_EQ(person_.read.back(), "Obavijest | Uvoz podataka | Uvoz podataka uspješno izvršen.");
@@ -195,12 +189,6 @@ TEST_F(DesktopTest, MendsAFaultySheetAndStoresIt) {
 }
 
 TEST_F(DesktopTest, EndsACheckAndTakesAnImportBack) {
-  const auto press = [](QWidget* grid, const char* caption) {
-    for (QPushButton* const button : grid->findChildren<QPushButton*>()) {
-      if (button->text() == QString::fromUtf8(caption)) return button->click();
-    }
-    ADD_FAILURE() << caption;
-  };
   const auto count = [] { return CreateDBDataSet("Kat\\fin_kto", "fin_kto", {})->RowCount(); };
   const std::size_t before = count();
   person_.WillDo([&](QWidget* dialog) {
@@ -211,18 +199,18 @@ TEST_F(DesktopTest, EndsACheckAndTakesAnImportBack) {
     QTest::keyClick(rows, Qt::Key_E, Qt::AltModifier);
     EXPECT_EQ(Label(dialog, "Redak")->text(), "2000/2000");
     person_.ends_work = true;
-    press(dialog, "Provjera i uvoz podataka");
+    PressButton(dialog, "Provjera i uvoz podataka");
     person_.ends_work = false;
     EXPECT_TRUE(dialog->isVisible());
     EXPECT_EQ(count(), before);
     person_.WillPress("Da");
-    press(dialog, "Provjera i uvoz podataka");
+    PressButton(dialog, "Provjera i uvoz podataka");
   });
   EXPECT_TRUE(CallImportGrid("KONTNIPLAN"));
   EXPECT_EQ(count(), before + 2000);
   window_->ShowImportJournal();
   person_.WillPress("Da");
-  press(window_->Tabs().currentWidget(), "Poništi uvoz");
+  PressButton(window_->Tabs().currentWidget(), "Poništi uvoz");
   EXPECT_EQ(count(), before);
 }
 

@@ -26,16 +26,6 @@ class Pictures : public DesktopTest {
     const QString path = QDir(folder).filePath(QString::fromUtf8(name) + QStringLiteral(".png"));
     ASSERT_TRUE(window->grab().save(path)) << FromQt(path);
   }
-  DocumentEditor* Enter(const char* kind, const char* sheet, const char* lines) {
-    DocumentEditor* const editor = New(kind);
-    QApplication::clipboard()->setText(QString::fromUtf8(lines));
-    RecordSetView* const view = Lines(editor, sheet);
-    QTest::keyClick(view, Qt::Key_V, Qt::ControlModifier);
-    view->Model().submit();
-    view->setCurrentIndex(view->Model().index(1, 3));
-    Settle();
-    return editor;
-  }
 };
 
 TEST_F(Pictures, Document) {

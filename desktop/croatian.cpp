@@ -1,0 +1,160 @@
+#include "desktop/croatian.h"
+
+#include <array>
+
+#include "appserver/company_access.h"
+#include "desktop/qt_text.h"
+#include "mox/entry/line_screen.h"
+
+namespace mox {
+namespace {
+
+// "{}" is any text, which is translated in turn and takes the place of the "{}" of the same number.
+struct Message {
+  std::string_view english;
+  std::string_view croatian;
+};
+
+constexpr Message kMessages[] = {
+    // where the company is
+    {"{}: there is no such file", "{}: nema takve datoteke"},
+    {"{}: is no file", "{}: nije datoteka"},
+    {"{}: is not a file", "{}: nije datoteka"},
+    {"{}: is not a company database", "{}: nije baza podataka tvrtke"},
+    {"{}: there is no such company", "{}: nema takve tvrtke"},
+    {"{}: there is such a file already", "{}: takva datoteka već postoji"},
+    {"{}: was written by a newer program (version {}){}",
+     "{}: bazu je zapisala novija inačica programa (inačica {}). Nadogradite program; ništa nije "
+     "promijenjeno."},
+    {"{}: the file is damaged: {}", "{}: datoteka je oštećena: {}"},
+    {"{}: other programs are using it; nothing was changed",
+     "{}: koriste je drugi programi; ništa nije promijenjeno"},
+    {"{}: database or disk is full", "{}: disk je pun"},
+    {"{}: disk I/O error", "{}: disk se ne može čitati ili pisati"},
+    {"{}: database is locked", "{}: bazu upravo koristi drugi program"},
+    {"{}: attempt to write a readonly database", "{}: u bazu se ne može pisati"},
+    {"{}: cannot be written", "{}: ne može se pisati"},
+    {"{}: cannot be written: {}", "{}: ne može se pisati: {}"},
+    {"{}: cannot be read: {}", "{}: ne može se čitati: {}"},
+    {"{}: cannot be created: {}", "{}: ne može se napraviti: {}"},
+    {"{}: cannot be opened: {}", "{}: ne može se otvoriti: {}"},
+    {"No space left on device", "na disku nema mjesta"},
+    {"File too large", "datoteka je prevelika"},
+    {"Permission denied", "nemate dopuštenje"},
+    {"No such file or directory", "nema takve datoteke ili mape"},
+    // a server on the network
+    {"{}: cannot be reached: {}; nothing was stored",
+     "{}: poslužitelj nije dostupan ({}). Ništa nije pohranjeno; upisano je i dalje na zaslonu."},
+    {"{}: cannot be reached: {}; the connection was lost before the answer came, and it is not known whether "
+     "the request was stored: look before you store it again",
+     "{}: veza s poslužiteljem prekinuta je prije odgovora ({}). Ne zna se je li pohranjeno: provjerite "
+     "popis prije "
+     "ponovne pohrane. Upisano je i dalje na zaslonu."},
+    {"{}; the connection was lost before the answer came, and it is not known whether the request was "
+     "stored: "
+     "look before you store it again",
+     "{}. Ne zna se je li pohranjeno: provjerite popis prije ponovne pohrane."},
+    {"{}; nothing was stored", "{}. Ništa nije pohranjeno."},
+    {"{}: cannot be reached: {}", "{}: poslužitelj nije dostupan: {}"},
+    {"{}: not logged in, or the session has ended: mox login {}",
+     "{}: niste prijavljeni ili je prijava istekla; prijavite se ponovo (Tvrtka, Prijava)"},
+    {"{}: not logged in: mox login {}", "{}: niste prijavljeni (Tvrtka, Prijava)"},
+    {"{}: a company is missing: {}/COMPANY", "{}: nedostaje ime tvrtke: {}/TVRTKA"},
+    {"the address of a server begins with https://", "adresa poslužitelja počinje s https://"},
+    {"the address of a server is https://HOST, or https://HOST:PORT where its port is not 443",
+     "adresa poslužitelja je https://RAČUNALO, ili https://RAČUNALO:PORT kad port nije 443"},
+    {"the name of a company on a server has 1 to 48 letters a to z, digits, '-' and '_'",
+     "ime tvrtke na poslužitelju ima 1 do 48 slova a do z, znamenki, „-” i „_”"},
+    // refusals of what was to be stored
+    {"must not be empty", "ne smije biti prazno"},
+    {"is missing", "nedostaje"},
+    {"is missing, and is a part of the key", "nedostaje, a dio je ključa"},
+    {"the document has no lines", "dokument nema stavaka"},
+    {"there is nothing to store", "nema se što pohraniti"},
+    {"the text is longer than {} characters", "tekst je dulji od {} znakova"},
+    {"there is no \"{}\"", "nema „{}”"},
+    {"there is no currency \"{}\"", "nema valute „{}”"},
+    {"\"{}\" is used by {}", "„{}” se koristi: {}"},
+    {"{} is in the database already", "{} već postoji u bazi"},
+    {"{} stands in row {} already", "{} već stoji u retku {}"},
+    {"{} was taken away since it was read", "{}: netko je u međuvremenu obrisao redak"},
+    {"{} was changed by somebody else since it was read:{}",
+     "{}: netko je u međuvremenu promijenio redak:{}"},
+    {"the same file was imported before: {}", "ista je datoteka već uvezena: {}"},
+    {"\"{}\" is not a date", "„{}” nije datum"},
+    {"{} is not above 0", "{} nije veće od 0"},
+    {"{}; at least {} other row is refused, too", "{}; odbijen je i još barem {} redak"},
+    {"{}; at least {} other rows are refused, too", "{}; odbijeno je i još barem {} redaka"},
+    // paper
+    {"no payment code: {}", "Nema koda za plaćanje: {}"},
+    {"the company has no bank account", "tvrtka nema bankovni račun"},
+    {"the company has no payment slip (mox codebook virman)",
+     "tvrtka nema nijedan virman (šifarnik Virmani)"},
+    {"there is no payment slip \"{}\"", "nema virmana „{}”"},
+    {"the document has no partner", "dokument nema partnera"},
+    {"the server has no payment slip for the document", "poslužitelj nema virman za dokument"},
+    // sheets
+    {"{}: the file is empty", "{}: datoteka je prazna"},
+    // where it happened, in front of any of these
+    {"row {}: {}", "redak {}: {}"},
+    {"{}: {}", "{}: {}"},
+};
+
+constexpr std::string_view kHole = "{}";
+constexpr std::size_t kMostHoles = 4;
+
+// What stands in the holes of the pattern, as far left as each part fits.
+bool Matches(std::string_view text, std::string_view pattern,
+             std::array<std::string_view, kMostHoles>& found) {
+  std::size_t holes = 0;
+  for (;;) {
+    const std::size_t hole = pattern.find(kHole);
+    if (hole == std::string_view::npos) return text == pattern;
+    if (!text.starts_with(pattern.substr(0, hole))) return false;
+    text.remove_prefix(hole);
+    pattern.remove_prefix(hole + kHole.size());
+    const std::string_view next = pattern.substr(0, pattern.find(kHole));
+    const bool is_last = next.size() == pattern.size();
+    const std::size_t end = is_last
+                                ? (text.ends_with(next) ? text.size() - next.size() : std::string_view::npos)
+                                : text.find(next);
+    if (end == std::string_view::npos || holes == kMostHoles) return false;
+    found[holes++] = text.substr(0, end);
+    text.remove_prefix(end);
+  }
+}
+
+}  // namespace
+
+QString InCroatian(std::string_view message) {
+  std::array<std::string_view, kMostHoles> found;
+  for (const Message& known : kMessages) {
+    if (!Matches(message, known.english, found)) continue;
+    QString text;
+    std::size_t hole = 0;
+    for (std::string_view rest = known.croatian;;) {
+      const std::size_t at = rest.find(kHole);
+      text += ToQt(rest.substr(0, at));
+      if (at == std::string_view::npos) return text;
+      text += InCroatian(found[hole++]);
+      rest.remove_prefix(at + kHole.size());
+    }
+  }
+  return ToQt(message);
+}
+
+QString RefusalOf(const CompanyAccess& company) {
+  const auto& failure = company.LastWrite().failure;
+  if (!failure) return InCroatian(company.WriteRefusal());
+  QString text = ToQt(failure->record_set);
+  const auto add = [&text](const char16_t* between, const QString& part) {
+    text += text.isEmpty() ? part : QString::fromUtf16(between) + part;
+  };
+  if (failure->row > 0) add(u", ", QStringLiteral("redak %1").arg(failure->row));
+  if (!failure->field.empty()) add(u", ", ToQt(CaptionOf(failure->field)));
+  add(u": ", InCroatian(failure->message));
+  if (!failure->others.empty()) text += QStringLiteral(" (i još najmanje %1)").arg(failure->others.size());
+  return text;
+}
+
+}  // namespace mox

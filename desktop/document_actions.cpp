@@ -1,0 +1,95 @@
+#include "desktop/document_actions.h"
+
+#include "desktop/action_button.h"
+#include "desktop/code_dialog.h"
+#include "desktop/croatian.h"
+#include "desktop/dialogs.h"
+#include "desktop/host.h"
+#include "desktop/print_dialog.h"
+#include "mox/documents/storno.h"
+#include "mox/entry/document_entry.h"
+#include "mox/foundation/clock.h"
+#include "mox/integrations/consumer_e_invoice.h"
+#include "mox/server/invoice_files.h"
+#include "mox/server/read_services.h"
+
+namespace mox {
+namespace {
+
+void RequireStored(DesktopHost& host, bool stored) {
+  if (!stored) throw Error(FromQt(RefusalOf(host.Server())));
+}
+
+void Cancel(const DocumentActions& actions) {
+  const std::int64_t id = actions.document();
+  if (!Ask("Storno", "Stornirati odabrani dokument? Nastaje njegov protudokument.")) return;
+  RecordSet header = MakeStornoHeader(id);
+  AllowNegativeStock(header);
+  RequireStored(actions.host, StoreStorno(header));
+  actions.changed();
+}
+
+void Pay(const DocumentActions& actions) {
+  const std::int64_t id = actions.document();
+  const auto listed = ListedDocument(id);
+  const Currency open =
+      listed ? listed->RowAt(0).AsCurrency(*listed->FindFieldIndex("otvoreno")) : Currency();
+  AppDialogs& dialogs = App().Dialogs();
+  const auto amount = dialogs.InputNumber("Uplata", "Plaćeni iznos:", open.ToDouble());
+  if (!amount) return;
+  const auto day = dialogs.InputDate("Uplata", "Datum uplate:", Today());
+  if (!day) return;
+  RequireStored(actions.host, StorePayment(id, Currency::FromReal(*amount), *day));
+  actions.changed();
+}
+
+void Print(const DocumentActions& actions) { PrintDialog(actions.document(), actions.page).exec(); }
+
+void ShowCodes(const DocumentActions& actions) { CodeDialog(actions.document(), actions.page).exec(); }
+
+void SendEInvoice(const DocumentActions& actions) {
+  const std::int64_t id = actions.document();
+  RemoveLeftInvoices(App().Platform().StateFolder());
+  eRacunB2CSendBill(id);
+  const auto link = CreateDBDataSet("ERacunVeza", "adsERacun", {{"id", id}});
+  if (link && !link->IsEmpty()) {
+    actions.note(QStringLiteral("eRačun je poslan: %1")
+                     .arg(ToQt(link->RowAt(0).AsText(*link->FindFieldIndex("electronicId")))));
+  }
+}
+
+}  // namespace
+
+void AddDocumentButtons(QBoxLayout& bar, const DocumentActions& actions) {
+  const auto add = [&](const char16_t* text, Qt::Key key, void (*action)(const DocumentActions&)) {
+    AddActionButton(
+        actions.page, bar, QString::fromUtf16(text), [actions, action] { action(actions); }, Qt::CTRL | key);
+  };
+  add(u"Ispis", Qt::Key_P, Print);
+  add(u"Uplata", Qt::Key_U, Pay);
+  add(u"Storno", Qt::Key_T, Cancel);
+  add(u"eRačun", Qt::Key_E, SendEInvoice);
+  add(u"Kodovi", Qt::Key_K, ShowCodes);
+}
+
+std::optional<RecordSet> ListedDocument(std::int64_t id) {
+  const auto header = CreateDBDataSet("Dokument", "Zaglavlje", {{"id", id}});
+  if (!header || header->RowCount() == 0) return std::nullopt;
+  const RecordRow row = header->RowAt(0);
+  const std::string number = row.AsText(row.IndexOf("broj")) + "/" + row.AsText(row.IndexOf("godina"));
+  const auto listed = CreateDBDataSet(
+      "Dokumenti", "adsList", {{"vrsta", Value(row.AsText(row.IndexOf("vrsta")))}, {"trazi", Value(number)}});
+  const auto found = listed ? listed->FindRow("id", {{Value(id)}}) : std::nullopt;
+  if (!found) return std::nullopt;
+  RecordSet alone("adsList");
+  for (std::size_t i = 0; i < listed->FieldCount(); ++i) alone.DefineField(listed->Definition(i));
+  alone.Open();
+  std::vector<Value> values;
+  for (std::size_t i = 0; i < listed->FieldCount(); ++i) {
+    values.push_back(listed->RowAt(*found).AsVariant(i));
+  }
+  alone.AppendRecord(values);
+  return alone;
+}
+
+}  // namespace mox

@@ -1,0 +1,108 @@
+#include "desktop/stored_document.h"
+
+#include "desktop/code_dialog.h"
+#include "desktop/document_list.h"
+#include "desktop/print_dialog.h"
+#include "mox/foundation/files.h"
+#include "mox/server/transactions.h"
+#include "tests/desktop/desktop_fixture.h"
+
+namespace mox {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class StoredDocumentTest : public DesktopTest {
+ protected:
+  // An invoice of two services that is paid later, opened from the list.
+  StoredDocumentPage* Open() {
+    DocumentEditor* const editor =
+        Enter("racun-usluga", "Usluge", "\tSavjetovanje\tsat\t3\t60\t0\t25\n\tObuka\tdan\t1\t320\t10\t25\n");
+    QTest::keyClick(Line(editor, "Partner"), Qt::Key_F4);  // the first one
+    Press(editor, Qt::Key_F9);
+    window_->ShowDocuments();
+    RecordSetView* const list = Lines(Page(), "Dokumenti");
+    list->selectRow(0);
+    QTest::keyClick(list, Qt::Key_Return);
+    return dynamic_cast<StoredDocumentPage*>(Page());
+  }
+  QWidget* Page() { return window_->Tabs().currentWidget(); }
+};
+
+TEST_F(StoredDocumentTest, ShowsPaysAndCancels) {
+  StoredDocumentPage* const page = Open();
+  ASSERT_NE(page, nullptr);
+  EXPECT_THAT(FromQt(page->windowTitle()), StartsWith("Račun usluga 1/"));
+  RecordSetView* const lines = Lines(page, "Usluge");
+  EXPECT_EQ(Cell(lines, 1, "ukupno"), "360,00");
+  EXPECT_EQ(lines->Model().ColumnOf("rbp3"), std::nullopt) << "no line has it";
+  Type(lines, "9");
+  EXPECT_EQ(Cell(lines, 1, "kolicina"), "1,00");
+  EXPECT_EQ(Cell(Lines(page, "Rekapitulacija PDV-a"), 0, "porez"), "117,00");
+  EXPECT_EQ(Label(page, "Plaćeno")->text(), "Plaćeno: 0,00   Otvoreno: 585,00");
+  person_.WillDo([](QWidget* dialog) {
+    Fill(dialog->findChild<QLineEdit*>(), QStringLiteral("500"));
+    QTest::keyClick(dialog->findChild<QLineEdit*>(), Qt::Key_Return);
+  });
+  Press(page, Qt::Key_U, Qt::ControlModifier);  // the day is today
+  EXPECT_EQ(Label(page, "Plaćeno")->text(), "Plaćeno: 500,00   Otvoreno: 85,00");
+  Press(page, Qt::Key_T, Qt::ControlModifier);
+  RecordSetView* const links = Lines(page, "Veze");
+  ASSERT_EQ(links->Model().rowCount(), 1);
+  EXPECT_EQ(Cell(links, 0, "veza"), "Stornirano dokumentom");
+  links->setCurrentIndex(links->Model().index(0, 0));
+  QTest::keyClick(links, Qt::Key_Return);
+  ASSERT_NE(Page(), page);
+  EXPECT_EQ(Cell(Lines(Page(), "Veze"), 0, "veza"), "Stornira");
+  const int tabs = window_->Tabs().count();
+  window_->ShowDocument(page->Id());
+  EXPECT_EQ(Page(), page) << "a document has one page";
+  EXPECT_EQ(window_->Tabs().count(), tabs);
+}
+
+TEST_F(StoredDocumentTest, GoesOnPaper) {
+  StoredDocumentPage* const page = Open();
+  const std::string path = folder_ / "racun.pdf";
+  person_.WillDo([&](QWidget* dialog) {
+    auto* const print = dynamic_cast<PrintDialog*>(dialog);
+    ASSERT_NE(print, nullptr);
+    ASSERT_NE(print->findChild<QLabel*>(), nullptr);
+    print->SaveTo(path);
+    EXPECT_THAT(ReadWholeFile(path), StartsWith("%PDF-"));
+    EXPECT_THROW(print->SaveTo(company_), Error);
+    print->findChild<QComboBox*>()->setCurrentIndex(2);
+    EXPECT_THAT(print->Bytes(), StartsWith("\x1B@"));
+    EXPECT_THROW(print->SaveTo(path), Error) << "a slip in the place of a page";
+    print->accept();
+  });
+  Press(page, Qt::Key_P, Qt::ControlModifier);
+  EXPECT_THAT(person_.read.back(), StartsWith("Ispis – Račun usluga 1/"));
+}
+
+TEST_F(StoredDocumentTest, ShowsTheCodeOfAFiscalReceipt) {
+  StoredDocumentPage* const page = Open();
+  const auto shown = [&] {
+    QString description;
+    person_.WillDo([&](QWidget* dialog) {
+      if (QLabel* const picture = Label(dialog, "Provjera računa"))
+        description = picture->accessibleDescription();
+      PressButton(dialog, "Zatvori");
+    });
+    Press(page, Qt::Key_K, Qt::ControlModifier);
+    return FromQt(description);
+  };
+  EXPECT_EQ(shown(), "");
+  RecordSet fiscal("adsFiskalno");
+  fiscal.DefineField("dok_id", FieldKind::kInteger);
+  for (const char* const field : {"broj_racuna", "zki"}) fiscal.DefineField(field, FieldKind::kText);
+  fiscal.DefineField("vrijeme", FieldKind::kDateTime);
+  fiscal.Open();
+  fiscal.AppendRecord({page->Id(), std::string("1/PP1/1"), std::string("0123456789abcdef0123456789abcdef"),
+                       DateTime{1'772'445'600'000}});
+  ASSERT_TRUE(ExecuteTransaction("FiskalniPodaciUpis", {&fiscal})) << host_->Server().WriteRefusal();
+  EXPECT_THAT(shown(), HasSubstr("zki=0123456789abcdef0123456789abcdef"));
+}
+
+}  // namespace
+}  // namespace mox
