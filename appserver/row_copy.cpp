@@ -124,6 +124,7 @@ class PostgresqlCopy : public RowCopy {
     const std::size_t end = row + 1 < begins_.size() ? begins_[row + 1] : text_.size();
     const auto values = ValuesOf(std::string_view(text_).substr(begins_[row], end - begins_[row] - 1));
     std::vector<const char*> given;
+    given.reserve(values.size());
     for (const auto& value : values) given.push_back(value ? value->c_str() : nullptr);
     PQsendQueryPrepared(handle, "", static_cast<int>(given.size()), given.data(), nullptr, nullptr, 0);
   }

@@ -56,6 +56,7 @@ std::vector<std::string> ChoicesOf(const ImportFieldDef& field, bool has_server)
 
 std::vector<WrittenColumn> ColumnsOf(const std::vector<ImportFieldDef>& fields, bool has_server) {
   std::vector<WrittenColumn> columns;
+  columns.reserve(fields.size());
   for (const ImportFieldDef& field : fields) {
     columns.push_back(
         {field.caption, KindOf(field), ToBoolean(field.required), ChoicesOf(field, has_server)});

@@ -76,7 +76,9 @@ class Shop {
     document.SetHeader("datum", kDay);
     if (partner > 0) document.SetHeader("par_id", partner);
     if (pay != nullptr) document.SetHeader("nacin_placanja", std::string(pay));
-    RecordSet& lines = document.Goods() != nullptr ? *document.Goods() : *document.Services();
+    RecordSet* const sold = document.Goods() != nullptr ? document.Goods() : document.Services();
+    if (sold == nullptr) return false;
+    RecordSet& lines = *sold;
     lines.Append();
     const auto set = [&lines](const char* name, double value) {
       if (const auto field = lines.FindField(name)) lines.SetFloat(*lines.FindFieldIndex(name), value);
