@@ -63,6 +63,7 @@ void RunStore(const StoreArguments& arguments, Session& session) {
     KeepSecret(files.back().records, session.secrets);
   }
   std::vector<RecordSet*> record_sets;
+  record_sets.reserve(files.size());
   for (RecordSetFile& file : files) record_sets.push_back(&file.records);
   RequireStored(server, ExecuteTransaction(arguments.transaction, record_sets));
   session.stored = arguments.transaction + " was stored";
