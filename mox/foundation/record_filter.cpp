@@ -44,7 +44,12 @@ RecordFilter::RecordFilter(std::string_view expression, bool case_insensitive)
   if (case_insensitive_) text_ = FoldCase(text_);
 }
 
-bool RecordFilter::Matches(std::string_view text) const {
+bool RecordFilter::Matches(const RecordRow& row) const {
+  return HoldsText(row.Definition(field_index_).kind) ? MatchesText(row.AsTextView(field_index_))
+                                                      : MatchesText(row.AsText(field_index_));
+}
+
+bool RecordFilter::MatchesText(std::string_view text) const {
   if (!like_) return case_insensitive_ ? EqualsIgnoringCase(text, text_) : text == text_;
   return case_insensitive_ ? MatchesPattern(FoldCase(text), text_) : MatchesPattern(text, text_);
 }

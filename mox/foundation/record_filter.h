@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "mox/foundation/record_row.h"
+
 namespace mox {
 
 /// One comparison of a field with a text: `FIELD = 'text'` or `FIELD like '%text%'`.
@@ -14,11 +16,12 @@ class RecordFilter {
 
   const std::string& expression() const { return expression_; }
   const std::string& field() const { return field_; }
-  std::size_t field_index() const { return field_index_; }
   void SetFieldIndex(std::size_t index) { field_index_ = index; }  ///< where the set has the field
-  bool Matches(std::string_view text) const;
+  bool Matches(const RecordRow& row) const;
 
  private:
+  bool MatchesText(std::string_view text) const;
+
   std::string expression_;
   std::string field_;
   std::string text_;

@@ -10,7 +10,7 @@
 #include "mox/foundation/field.h"
 #include "mox/foundation/real.h"
 #include "mox/foundation/record_store.h"
-#include "mox/foundation/structure.h"
+#include "mox/foundation/record_structure.h"
 #include "mox/foundation/vocabulary.h"
 
 namespace mox {

@@ -1,21 +1,9 @@
 #include "mox/foundation/record_set.h"
 
-#include <algorithm>
-#include <atomic>
 #include <exception>
 #include <utility>
 
 namespace mox {
-
-namespace {
-
-// Every beginning of every set has its own number, so that a bookmark knows the set it was taken from.
-std::uint64_t NextEpoch() {
-  static std::atomic<std::uint64_t> last = 0;
-  return ++last;
-}
-
-}  // namespace
 
 // --- structure ---
 
@@ -30,33 +18,28 @@ void RecordSet::DefineField(std::string_view name, FieldKind kind, std::size_t s
 
 // Cells that a listener wants to hear of are written slowly, one by one.
 void RecordSet::BindWritable() {
-  const bool open = now_.state == DataSetState::kEdit || now_.state == DataSetState::kInsert;
   const bool calculating = now_.state == DataSetState::kCalcFields;
-  now_.writable = open && !now_.listening ? &UsualSlots()
-                  : calculating           ? &table_.structure().slot_tables().calculated
-                                          : &kNoSlots;
+  now_.writable = IsOpenForChange() && !now_.listening ? &UsualSlots()
+                  : calculating                        ? &table_.structure().slot_tables().calculated
+                                                       : &kNoSlots;
 }
 
 void RecordSet::BindWatched() {
-  now_.listening = !events_.listeners.empty();
-  now_.observed = now_.listening || events_.before_post != nullptr;
-  now_.calculates = events_.calc_fields != nullptr;
+  now_.listening = !listeners_.empty();
+  now_.observed = now_.listening || now_.before_post != nullptr;
+  now_.calculates = calculation_.HasEvent();
   BindWritable();
 }
 
 // The table was opened, closed or filled anew.
 void RecordSet::BeginAnew() {
-  now_.epoch = NextEpoch();
   now_.state = table_.IsOpen() ? DataSetState::kBrowse : DataSetState::kInactive;
-  now_.modified = now_.inserting = now_.filtered = false;
-  events_.settled.Clear();
-  visible_.clear();
-  filter_.reset();
+  now_.modified = false;
+  calculation_.ForgetSettled();
   BindWritable();
-  BindRows();
-  ShowNothing();
+  cursor_.StartAnew(table_);
   Tell(IsActive() ? RecordSetChange::kReset : RecordSetChange::kClosed);
-  if (now_.row_count > 0) First();
+  if (!IsEmpty()) First();
 }
 
 void RecordSet::Open() {
@@ -72,25 +55,13 @@ void RecordSet::Close() {
   BeginAnew();
 }
 
-void RecordSet::ShowNothing() {
-  now_.position = 0;
-  // Nothing is writable while there is no record.
-  now_.cells = const_cast<std::uint64_t*>(table_.BlankCells());
-  now_.eof = true;
-  now_.bof = true;
-}
-
 std::optional<Field> RecordSet::FindField(std::string_view name) {
   const auto index = FindFieldIndex(name);
   if (!index) return std::nullopt;
   return Field(*this, *index);
 }
 
-Field RecordSet::FieldByName(std::string_view name) {
-  const auto index = FindFieldIndex(name);
-  if (!index) throw FieldNotFound(name, Name());
-  return Field(*this, *index);
-}
+Field RecordSet::FieldByName(std::string_view name) { return Field(*this, table_.IndexOf(name)); }
 
 Field RecordSet::FieldAt(std::size_t index) {
   table_.RequireField(index);
@@ -98,10 +69,10 @@ Field RecordSet::FieldAt(std::size_t index) {
 }
 
 FieldDef& RecordSet::MutableField(std::size_t index) {
-  const bool shows_nothing = now_.cells == table_.BlankCells();
+  const bool shows_nothing = cursor_.cells() == table_.BlankCells();
   FieldDef& field = table_.MutableField(index);
   BindWritable();
-  if (shows_nothing) now_.cells = const_cast<std::uint64_t*>(table_.BlankCells());
+  if (shows_nothing) cursor_.ShowNothing(table_);
   return field;
 }
 
@@ -124,33 +95,21 @@ void RecordSet::Clear() {
   RequireBrowsable("clear");
   if (table_.empty()) return;
   table_.Clear();
-  events_.settled.Clear();
-  visible_.clear();
-  BindRows();
-  ShowNothing();
-  Tell(RecordSetChange::kReset);
+  calculation_.ForgetSettled();
+  ShowVisible(std::nullopt);
 }
 
-void RecordSet::BeginInsert(std::size_t at) {
-  now_.pending = table_.NewRecord();
-  now_.pending_at = at;
-  now_.cells = table_.Cells(now_.pending);
-  now_.inserting = true;
+void RecordSet::BeginInsert(bool at_end) {
+  Leave();
+  cursor_.BeginInsert(table_, at_end);
   now_.state = DataSetState::kInsert;
   now_.modified = false;
   BindWritable();
-  Tell(RecordSetChange::kInserted, PendingRow());
+  Tell(RecordSetChange::kInserted, CurrentRow());
 }
 
-void RecordSet::Insert() {
-  if (now_.state != DataSetState::kBrowse) LeaveRecord();
-  BeginInsert(now_.row_count == 0 ? table_.size() : OrderIndexOf(now_.rows[now_.position], now_.position));
-}
-
-void RecordSet::Append() {
-  if (now_.state != DataSetState::kBrowse) LeaveRecord();
-  BeginInsert(table_.size());
-}
+void RecordSet::Insert() { BeginInsert(false); }
+void RecordSet::Append() { BeginInsert(true); }
 
 void RecordSet::FillRecord(std::span<const Value> values) {
   try {
@@ -179,14 +138,13 @@ void RecordSet::AppendRecord(std::span<const Value> values) {
 // An error of the event is raised when all else is done: the record is posted, and those bound to the set
 // know.
 void RecordSet::PostObserved() {
-  if (now_.state != DataSetState::kEdit && now_.state != DataSetState::kInsert) RequireEditing();
-  if (events_.before_post) FireBeforePost();
-  const bool inserted = now_.inserting;
-  const RecordTable::Id record = CurrentRecord();
-  if (inserted) table_.Place(now_.pending, now_.pending_at);
+  if (!IsOpenForChange()) RequireEditing();
+  if (now_.before_post) FireBeforePost();
+  const bool inserted = cursor_.inserting();
+  const RecordTable::Id record = cursor_.CurrentRecord();
+  if (inserted) cursor_.PlaceInsert(table_);
   EndEditing();
-  if (!now_.filtered) BindRows();
-  if (inserted && !now_.filtered) ShowRecord(now_.pending_at);
+  if (!IsFiltered()) cursor_.ShowPosted(table_, inserted);
   std::exception_ptr failure;
   const auto attempt = [&failure](const auto& step) {
     try {
@@ -196,10 +154,12 @@ void RecordSet::PostObserved() {
     }
   };
   if (now_.calculates) attempt([this, record] { FireCalcFields(record); });
-  if (now_.filtered) {
-    attempt([this, inserted] { FilterPosted(inserted); });
+  if (IsFiltered()) {
+    const auto [row, visible] = cursor_.FilterPosted(table_, inserted);
+    Tell(visible ? RecordSetChange::kRecord : RecordSetChange::kRemoved, row);
+    if (!visible && !IsEmpty()) attempt([this] { BecameCurrent(); });
   } else {
-    Tell(RecordSetChange::kRecord, now_.position);
+    Tell(RecordSetChange::kRecord, Position());
   }
   table_.CompactTextsIfWorthIt();
   if (failure) std::rethrow_exception(failure);
@@ -207,49 +167,30 @@ void RecordSet::PostObserved() {
 
 void RecordSet::Cancel() {
   RequireUnchecked("cancel");
-  if (now_.state == DataSetState::kEdit) {
-    table_.UndoEdit();
-    EndEditing();
-    Tell(RecordSetChange::kRecord, now_.position);
-  } else if (now_.state == DataSetState::kInsert) {
-    const std::size_t row = PendingRow();
-    table_.Drop(now_.pending);
-    EndEditing();
-    if (now_.row_count == 0) {
-      ShowNothing();
-    } else {
-      ShowRecord(now_.position);
-    }
-    Tell(RecordSetChange::kRemoved, row);
+  if (!IsOpenForChange()) return;
+  const std::size_t row = CurrentRow();
+  const bool inserted = now_.state == DataSetState::kInsert;
+  if (inserted) {
+    cursor_.DropInsert(table_);
   } else {
-    return;
+    table_.UndoEdit();
   }
+  EndEditing();
+  Tell(inserted ? RecordSetChange::kRemoved : RecordSetChange::kRecord, row);
   table_.CompactTextsIfWorthIt();
 }
 
 void RecordSet::Delete() {
   RequireUnchecked("delete");
-  if (now_.state == DataSetState::kInsert) {
-    Cancel();
-    return;
-  }
-  if (now_.state == DataSetState::kEdit) Cancel();
+  const bool inserted = now_.state == DataSetState::kInsert;
+  Cancel();
+  if (inserted) return;
   RequireBrowsable("delete");
-  if (now_.row_count == 0) throw StateError(Name() + ": there is no record to delete");
-  const std::size_t row = now_.position;
-  const RecordTable::Id record = now_.rows[row];
-  table_.Displace(OrderIndexOf(record, row));
-  if (now_.filtered) visible_.erase(visible_.begin() + static_cast<std::ptrdiff_t>(row));
-  table_.Drop(record);
-  BindRows();
-  if (now_.row_count == 0) {
-    ShowNothing();
-    Tell(RecordSetChange::kRemoved, row);
-  } else {
-    ShowRecord(std::min(row, now_.row_count - 1));
-    Tell(RecordSetChange::kRemoved, row);
-    BecameCurrent();
-  }
+  if (IsEmpty()) throw StateError(Name() + ": there is no record to delete");
+  const std::size_t row = Position();
+  cursor_.Delete(table_);
+  Tell(RecordSetChange::kRemoved, row);
+  if (!IsEmpty()) BecameCurrent();
 }
 
 // --- values of the current record ---
@@ -257,16 +198,15 @@ void RecordSet::Delete() {
 Value RecordSet::OldVariant(std::size_t index) const {
   const RecordRow current = Row();
   current.RequireIndex(index);
-  if (now_.inserting) return {};
+  if (cursor_.inserting()) return {};
   if (!table_.IsUnderEdit()) return current.AsVariant(index);
-  return table_.Row(table_.PostedCells(now_.rows[now_.position])).AsVariant(index);
+  return table_.Row(table_.PostedCells(cursor_.CurrentRecord())).AsVariant(index);
 }
 
 void RecordSet::RequireWritable(std::size_t index) const {
   Row().RequireIndex(index);
   const bool calculating = now_.state == DataSetState::kCalcFields;
-  const bool open = now_.state == DataSetState::kEdit || now_.state == DataSetState::kInsert;
-  if (open || (calculating && Definition(index).calculated)) return;
+  if (IsOpenForChange() || (calculating && Definition(index).calculated)) return;
   throw StateError(Definition(index).name +
                    (calculating ? ": inside the calculate-fields event only calculated fields are written"
                                 : ": the record is not being edited or inserted"));
@@ -281,20 +221,15 @@ void RecordSet::Wrote(std::size_t index) {
 
 void RecordSet::SetVariant(std::size_t index, const Value& value) {
   RequireWritable(index);
-  table_.Write(now_.cells, index, value);
+  table_.Write(cursor_.cells(), index, value);
   Wrote(index);
 }
 
 void RecordSet::SetText(std::size_t index, std::string_view value) {
   RequireWritable(index);
   if (!HoldsText(Definition(index).kind)) return SetVariant(index, std::string(value));
-  table_.WriteText(now_.cells, index, value);
+  table_.WriteText(cursor_.cells(), index, value);
   Wrote(index);
-}
-
-const std::string& Field::DisplayName() const {
-  const FieldDef& field = set_->Definition(index_);
-  return field.display_name.empty() ? field.name : field.display_name;
 }
 
 // --- copying ---
@@ -308,12 +243,12 @@ void RecordSet::CleanClone(const RecordSet& source) {
 
 void RecordSet::DataTransfer(const RecordSet& source) {
   if (&source == this) throw Error(Name() + ": a record set cannot be transferred into itself");
-  if (now_.state != DataSetState::kBrowse) LeaveRecord();
+  Leave();
   const auto current = GetBookmark();
   const std::size_t before = table_.size();
   table_.AppendFrom(source.table_);
-  events_.settled.Clear();
-  if (table_.size() > before) ShowAfterChange(current);
+  calculation_.ForgetSettled();
+  if (table_.size() > before) ShowVisible(current);
 }
 
 // --- events ---
@@ -341,19 +276,13 @@ struct RecordSet::CalcGuard {
 
 // For the current record, of that number. A record whose edit may still be cancelled is never settled.
 void RecordSet::FireCalcFields(RecordTable::Id record) {
-  events_.settled.Remove(record);
-  if (now_.calculation_paused > 0) return;
-  const bool compares = now_.listening || events_.reads == CalcFieldsReads::kItsRecord;
-  if (compares) before_calculation_.assign(now_.cells, now_.cells + table_.structure().record_words());
+  if (!calculation_.Begin(record, CurrentCells(), now_.listening)) return;
   {
     const CalcGuard guard(*this);
-    events_.calc_fields(*this);
+    calculation_.Run(*this);
   }
   if (now_.state != DataSetState::kBrowse) return;
-  const bool settled = events_.reads == CalcFieldsReads::kItsInputs ||
-                       (events_.reads == CalcFieldsReads::kItsRecord &&
-                        std::equal(before_calculation_.begin(), before_calculation_.end(), now_.cells));
-  if (settled) events_.settled.Add(record);
+  calculation_.Settle(record, CurrentCells());
   table_.CompactTextsIfWorthIt();
 }
 
@@ -366,37 +295,35 @@ void RecordSet::FireBeforePost() {
     Checking& operator=(const Checking&) = delete;
     bool& checking;
   } const guard(now_.checking);
-  events_.before_post(*this);
+  now_.before_post(*this);
 }
 
 void RecordSet::SetOnCalcFields(CalcFieldsEvent event, CalcFieldsReads reads) {
   RequireOutsideEvents("replace the event");
-  events_.calc_fields = std::move(event);
-  events_.reads = reads;
-  events_.settled.Clear();
+  calculation_.SetEvent(std::move(event), reads);
   BindWatched();
 }
 
 void RecordSet::SetOnBeforePost(BeforePostEvent event) {
   RequireOutsideEvents("replace the event");
-  events_.before_post = std::move(event);
+  now_.before_post = std::move(event);
   BindWatched();
 }
 
 int RecordSet::AddListener(Listener listener) {
-  const int id = events_.listeners.Add(std::move(listener));
+  const int id = listeners_.Add(std::move(listener));
   BindWatched();
   return id;
 }
 
 void RecordSet::RemoveListener(int id) {
-  events_.listeners.Remove(id);
+  listeners_.Remove(id);
   BindWatched();
 }
 
 void RecordSet::Refresh() {
   RequireBrowsable("refresh");
-  if (now_.calculates && RowCount() > 0) FireCalcFields(CurrentRecord());
+  if (now_.calculates && RowCount() > 0) FireCalcFields(cursor_.CurrentRecord());
   Tell(RecordSetChange::kReset);
 }
 

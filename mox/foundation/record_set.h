@@ -3,59 +3,28 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/field.h"
-#include "mox/foundation/listeners.h"
+#include "mox/foundation/left_as_new.h"
 #include "mox/foundation/real.h"
-#include "mox/foundation/record_filter.h"
+#include "mox/foundation/record_calculation.h"
+#include "mox/foundation/record_cursor.h"
+#include "mox/foundation/record_listeners.h"
 #include "mox/foundation/record_row.h"
+#include "mox/foundation/record_state.h"
 #include "mox/foundation/record_table.h"
-#include "mox/foundation/settled_records.h"
 #include "mox/foundation/vocabulary.h"
 
 namespace mox {
 
 class Field;
 class RowRange;
-
-/// The states of a record set, in the order of the screens' framework. A set here is inactive, browsing,
-/// editing, inserting or inside its calculate-fields event; the others exist for their names.
-enum class DataSetState : std::uint8_t {
-  kInactive,
-  kBrowse,
-  kEdit,
-  kInsert,
-  kSetKey,
-  kCalcFields,
-  kFilter,
-  kNewValue,
-  kOldValue,
-  kCurValue,
-  kBlockRead,
-  kInternalCalc,
-  kOpening
-};
-
-/// A remembered record. It stays good while records come and go, until its own is deleted or the set is
-/// closed, loaded or cloned anew.
-struct Bookmark {
-  std::uint32_t record = 0;
-  std::uint32_t generation = 0;
-  std::uint64_t epoch = 0;
-  std::size_t position = 0;
-};
-
-struct LocateOptions {
-  bool case_insensitive = false;
-};
 
 /// A table of records with named, typed fields, one current record and a state. The set owns its records and
 /// is a movable value. A set is used by one thread at a time; sets share only what never changes, so that
@@ -73,7 +42,7 @@ struct LocateOptions {
 /// set is changed or moved. A field that is written is not null afterwards.
 class RecordSet {
  public:
-  using CalcFieldsEvent = std::function<void(RecordSet&)>;
+  using CalcFieldsEvent = RecordCalculation::Event;
   using BeforePostEvent = std::function<void(RecordSet&)>;
   using Listener = Listeners::Listener;
 
@@ -121,17 +90,17 @@ class RecordSet {
 
   // --- navigation ---
 
-  bool IsEmpty() const { return now_.row_count == 0; }
-  std::size_t RecordCount() const { return now_.row_count; }
-  bool Eof() const { return now_.eof; }
-  bool Bof() const { return now_.bof; }
+  bool IsEmpty() const { return RecordCount() == 0; }
+  std::size_t RecordCount() const { return cursor_.visible_count(); }
+  bool Eof() const { return cursor_.eof(); }
+  bool Bof() const { return cursor_.bof(); }
   /// Position of the current record among the visible ones, from 0.
-  std::size_t Position() const { return now_.position; }
+  std::size_t Position() const { return cursor_.position(); }
   void First();
   void Next();
   void Prior();
   void Last();
-  std::optional<Bookmark> GetBookmark() const;
+  std::optional<Bookmark> GetBookmark() const { return cursor_.Remember(table_); }
   /// False, and nothing moved, when the record is gone or filtered out.
   bool GotoBookmark(const Bookmark& bookmark);
 
@@ -146,8 +115,7 @@ class RecordSet {
   /// For a walk over many records that reads few fields: asks the memory for those of the record that comes
   /// up some moves later, so that it is there by then.
   MOX_ALWAYS_INLINE void FetchAhead(std::span<const std::size_t> fields) const {
-    const std::size_t row = now_.position + kFetchedAhead;
-    if (row < now_.row_count) table_.Fetch(now_.rows[row], fields);
+    cursor_.FetchAhead(table_, fields);
   }
 
   /// Makes a row current in one move; the current one stays as it is, also while it is edited or inserted.
@@ -157,13 +125,15 @@ class RecordSet {
   // --- rows, read without moving, posting or firing ---
 
   /// The rows as a screen shows them: the visible records, and one that is being inserted in its place.
-  std::size_t RowCount() const { return now_.row_count + (now_.inserting ? 1U : 0U); }
+  std::size_t RowCount() const { return cursor_.RowCount(); }
   /// Which of them is current.
-  std::size_t CurrentRow() const { return now_.inserting ? PendingRow() : now_.position; }
+  std::size_t CurrentRow() const { return cursor_.CurrentRow(); }
   /// Its number among all records whatever the filter, from 1. Raises Error when there is none at that place.
-  std::size_t NumberOfRow(std::size_t row) const;
+  std::size_t NumberOfRow(std::size_t row) const { return cursor_.NumberOfRow(table_, row); }
   /// A row with what is pending in it. Raises Error when there is none at that place.
-  RecordRow RowAt(std::size_t row) const;
+  RecordRow RowAt(std::size_t row) const {
+    return table_.Row(table_.Cells(cursor_.RecordOfRow(table_, row)));
+  }
   /// All of them, in their order.
   RowRange Rows() const;
   /// All records whatever the filter, as they were posted.
@@ -179,8 +149,8 @@ class RecordSet {
   /// replacing it while it is on, keeps the current record where it stays visible, else goes to the first.
   void SetFilter(std::string_view expression, bool case_insensitive = false);
   void SetFiltered(bool filtered);
-  std::string Filter() const { return filter_ ? filter_->expression() : std::string(); }
-  bool IsFiltered() const { return now_.filtered; }
+  std::string Filter() const { return cursor_.filter() ? cursor_.filter()->expression() : std::string(); }
+  bool IsFiltered() const { return cursor_.IsFiltered(); }
 
   // --- editing ---
 
@@ -227,13 +197,13 @@ class RecordSet {
   void RemoveListener(int id);
   /// Nested, and best by ControlsGuard. While they are disabled the listeners hear nothing; after the last
   /// enabling they are told once of everything.
-  void DisableControls() { events_.listeners.Disable(); }
-  void EnableControls() { events_.listeners.Enable(*this); }
-  bool ControlsDisabled() const { return events_.listeners.AreDisabled(); }
+  void DisableControls() { listeners_.Disable(); }
+  void EnableControls() { listeners_.Enable(*this); }
+  bool ControlsDisabled() const { return listeners_.AreDisabled(); }
   /// Nested, and best by CalculationPause. Meanwhile the calculate-fields event does not run; a record posted
   /// then is calculated when it becomes current again.
-  void PauseCalculation() { ++now_.calculation_paused; }
-  void ResumeCalculation() { --now_.calculation_paused; }
+  void PauseCalculation() { calculation_.Pause(); }
+  void ResumeCalculation() { calculation_.Resume(); }
   /// The before-post event is running.
   bool IsBeingChecked() const { return now_.checking; }
   /// The set is walked, checked or calculated: a screen that processes messages meanwhile leaves it alone.
@@ -244,7 +214,7 @@ class RecordSet {
   // --- values of the current record ---
 
   /// The current record with what is pending in it, which all of the following read.
-  RecordRow Row() const { return table_.Row(now_.cells); }
+  RecordRow Row() const { return table_.Row(cursor_.cells()); }
 
   Currency operator[](CurrencyName name) const { return Row()[name]; }
   Real operator[](FloatName name) const { return Row()[name]; }
@@ -306,86 +276,39 @@ class RecordSet {
     bool* modified;
   };
   OpenLine Line() {
-    return {UsualSlots(), *now_.writable, now_.cells, table_.Marks(now_.cells), &now_.modified};
+    std::uint64_t* const cells = cursor_.cells();
+    return {UsualSlots(), *now_.writable, cells, table_.Marks(cells), &now_.modified};
   }
 
   /// Bytes held for records and texts.
-  std::size_t MemoryBytes() const {
-    return table_.MemoryBytes() + visible_.capacity() * sizeof(RecordTable::Id);
-  }
+  std::size_t MemoryBytes() const { return table_.MemoryBytes() + cursor_.MemoryBytes(); }
 
  private:
-  static constexpr std::size_t kFetchedAhead = 12;  // records, about as long as a word from memory takes
-
   struct CalcGuard;
 
-  // Where the set stands. What every read and write of the current record needs comes first.
+  // What the set is doing. What every write of the current record needs comes first.
   struct Standing {
     const SlotTable* writable = &kNoSlots;  // what the state lets a formula write
-    std::uint64_t* cells = nullptr;
     bool modified = false;
     bool calculates = false;  // the calculate-fields event is set
     bool listening = false;   // a listener is set
     bool observed = false;    // a listener or the before-post event is set
     bool checking = false;    // inside the before-post event
-    bool inserting = false;   // also while the event calculates the new record
-    bool eof = true;
-    bool bof = true;
-    bool filtered = false;
     DataSetState state = DataSetState::kInactive;
-    int calculation_paused = 0;
-    const RecordTable::Id* rows = nullptr;  // VisibleRecords(), at hand
-    std::size_t row_count = 0;
-    std::size_t position = 0;
-    RecordTable::Id pending = 0;  // the record being inserted
-    std::size_t pending_at = 0;   // its place in the order
-    std::uint64_t epoch = 0;      // which beginning of which set this is
-  };
-
-  // A part that moving leaves as new, so that the set it was taken from is closed and can be used again.
-  template <typename Part>
-  struct LeftAsNew : Part {
-    using Part::operator=;
-    LeftAsNew() = default;
-    ~LeftAsNew() = default;
-    LeftAsNew(LeftAsNew&& other) noexcept : Part(std::exchange(static_cast<Part&>(other), Part())) {}
-    LeftAsNew& operator=(LeftAsNew&& other) noexcept {
-      Part::operator=(std::exchange(static_cast<Part&>(other), Part()));
-      return *this;
-    }
-    LeftAsNew(const LeftAsNew&) = delete;
-    LeftAsNew& operator=(const LeftAsNew&) = delete;
-  };
-
-  struct Events {
-    CalcFieldsEvent calc_fields;
-    CalcFieldsReads reads = CalcFieldsReads::kAnything;
-    SettledRecords settled;
     BeforePostEvent before_post;
-    Listeners listeners;
   };
-
-  const std::vector<RecordTable::Id>& VisibleRecords() const {
-    return now_.filtered ? visible_ : table_.order();
-  }
-  std::size_t PendingRow() const { return now_.pending_at == table_.size() ? now_.row_count : now_.position; }
-  RecordTable::Id RecordOfRow(std::size_t row) const;
-  RecordTable::Id CurrentRecord() const { return now_.inserting ? now_.pending : now_.rows[now_.position]; }
-  // The row of a visible record, looked for around a place that it had.
-  std::optional<std::size_t> RowOf(RecordTable::Id record, std::size_t place) const;
 
   // structure
   const SlotTable& UsualSlots() const { return table_.structure().slot_tables().usual; }
   FieldDef& MutableField(std::size_t index);
   void BindWritable();
   void BindWatched();
-  void BindRows() {
-    now_.rows = VisibleRecords().data();
-    now_.row_count = VisibleRecords().size();
-  }
   void BeginAnew();
 
   // what the state allows
+  bool IsOpenForChange() const {
+    return now_.state == DataSetState::kEdit || now_.state == DataSetState::kInsert;
+  }
   void RequireBrowsable(const char* what) const;
   void RequireUnchecked(const char* what) const;
   void RequireOutsideEvents(const char* what) const;
@@ -393,35 +316,33 @@ class RecordSet {
   void RequireEditing() const;
 
   // moving
+  // A record that is open for change is posted, or its insert dropped.
+  void Leave() {
+    if (now_.state != DataSetState::kBrowse) LeaveRecord();
+  }
   void LeaveRecord();
   // Leaves the record, and moves on unless leaving already did: a record that its change took out of the
   // filter is followed by the next one.
   void LeaveForNext();
   void BecameCurrent();
   void TellOfMove();
-  void ShowRecord(std::size_t position);
-  void ShowNothing();
   void MoveTo(std::size_t position);
-  void ShowAfterChange(const std::optional<Bookmark>& current);
-  bool IsVisible(RecordTable::Id record) const;
-  void RebuildVisible();
-  void FilterPosted(bool inserted);
-  std::size_t OrderIndexOf(RecordTable::Id record, std::size_t hint) const;
+  void ShowVisible(const std::optional<Bookmark>& current);
 
   // editing
-  void BeginInsert(std::size_t at);
+  void BeginInsert(bool at_end);
   void FillRecord(std::span<const Value> values);
   void PostObserved();
   void EndEditing();
 
   // events
-  bool IsToBeCalculated(RecordTable::Id record) const {
-    return now_.calculates && now_.calculation_paused == 0 && !events_.settled.Has(record);
+  RecordCalculation::Cells CurrentCells() const {
+    return {cursor_.cells(), table_.structure().record_words()};
   }
   void FireCalcFields(RecordTable::Id record);
   void FireBeforePost();
   void Tell(RecordSetChange::Kind kind, std::size_t row = 0, std::size_t field = 0) {
-    if (now_.listening) events_.listeners.Tell(*this, {kind, row, field});
+    if (now_.listening) listeners_.Tell(*this, {kind, row, field});
   }
 
   // values
@@ -430,130 +351,14 @@ class RecordSet {
   void Wrote(std::size_t index);
 
   LeftAsNew<Standing> now_;
+  LeftAsNew<RecordCursor> cursor_;
   LeftAsNew<RecordTable> table_;
-  std::vector<RecordTable::Id> visible_;  // of the table's order, while filtered
-  std::unique_ptr<RecordFilter> filter_;
-  LeftAsNew<Events> events_;
-  std::vector<std::uint64_t> before_calculation_;  // room for one record, where somebody listens
-};
-
-/// One column of a record set: reads and writes the value of the current record. It refers to its set and
-/// holds while the set is neither moved nor given other fields.
-class Field {
- public:
-  Field(RecordSet& set, std::size_t index) : set_(&set), index_(index) {}
-
-  RecordSet& DataSet() const { return *set_; }
-  std::size_t Index() const { return index_; }
-  const std::string& Name() const { return set_->Definition(index_).name; }
-  FieldKind Kind() const { return set_->Definition(index_).kind; }
-  std::size_t Size() const { return set_->Definition(index_).size; }
-  const std::string& DisplayName() const;
-  void SetDisplayName(std::string label) { set_->SetDisplayName(index_, std::move(label)); }
-  bool Required() const { return set_->Definition(index_).required; }
-  void SetRequired(bool required) { set_->SetRequired(index_, required); }
-  const std::string& DisplayFormat() const { return set_->Definition(index_).display_format; }
-  void SetDisplayFormat(std::string mask) { set_->SetDisplayFormat(index_, std::move(mask)); }
-
-  bool IsNull() const { return set_->IsNull(index_); }
-  double AsFloat() const { return set_->AsFloat(index_); }
-  Currency AsCurrency() const { return set_->AsCurrency(index_); }
-  std::int64_t AsInteger() const { return set_->AsInteger(index_); }
-  bool AsBoolean() const { return set_->AsBoolean(index_); }
-  Date AsDate() const { return set_->AsDate(index_); }
-  DateTime AsDateTime() const { return set_->AsDateTime(index_); }
-  std::string AsText() const { return set_->AsText(index_); }
-  Value AsVariant() const { return set_->AsVariant(index_); }
-  std::string DisplayText() const { return set_->DisplayText(index_); }
-
-  void SetNull() { set_->SetNull(index_); }
-  void SetFloat(double value) { set_->SetFloat(index_, value); }
-  void SetCurrency(Currency value) { set_->SetCurrency(index_, value); }
-  void SetInteger(std::int64_t value) { set_->SetInteger(index_, value); }
-  void SetBoolean(bool value) { set_->SetBoolean(index_, value); }
-  void SetDate(Date value) { set_->SetDate(index_, value); }
-  void SetDateTime(DateTime value) { set_->SetDateTime(index_, value); }
-  void SetText(std::string_view value) { set_->SetText(index_, value); }
-  void SetVariant(const Value& value) { set_->SetVariant(index_, value); }
-
-  /// The bytes of a binary (or text) field to a file and back, as they are.
-  void SaveToFile(const std::string& path) const;
-  void LoadFromFile(const std::string& path);
-
- private:
-  RecordSet* set_;
-  std::size_t index_;
-};
-
-/// The rows of a set, to be iterated while the set is left alone.
-class RowRange {
- public:
-  class Iterator {
-   public:
-    Iterator(const RecordSet& set, std::size_t row) : set_(&set), row_(row) {}
-    RecordRow operator*() const { return set_->RowAt(row_); }
-    Iterator& operator++() {
-      ++row_;
-      return *this;
-    }
-    friend bool operator==(const Iterator& a, const Iterator& b) { return a.row_ == b.row_; }
-
-   private:
-    const RecordSet* set_;
-    std::size_t row_;
-  };
-
-  explicit RowRange(const RecordSet& set) : set_(set) {}
-  Iterator begin() const { return {set_, 0}; }
-  Iterator end() const { return {set_, set_.RowCount()}; }
-
- private:
-  const RecordSet& set_;
-};
-
-inline RowRange RecordSet::Rows() const { return RowRange(*this); }
-
-/// Disables the controls bound to a set for its own lifetime, while which the set is not moved; guards nest.
-class [[nodiscard]] ControlsGuard {
- public:
-  explicit ControlsGuard(RecordSet& set) : set_(set) { set_.DisableControls(); }
-  ~ControlsGuard() { set_.EnableControls(); }
-  ControlsGuard(const ControlsGuard&) = delete;
-  ControlsGuard& operator=(const ControlsGuard&) = delete;
-
- private:
-  RecordSet& set_;
-};
-
-/// Keeps the calculate-fields event of a set from running for its own lifetime, while which the set is not
-/// moved: for who reads lines as they are, or calculates them himself.
-class [[nodiscard]] CalculationPause {
- public:
-  explicit CalculationPause(RecordSet& set) : set_(set) { set_.PauseCalculation(); }
-  ~CalculationPause() { set_.ResumeCalculation(); }
-  CalculationPause(const CalculationPause&) = delete;
-  CalculationPause& operator=(const CalculationPause&) = delete;
-
- private:
-  RecordSet& set_;
-};
-
-/// Remembers the current record and goes back to it: by Restore() at the end of a walk, or in its destructor
-/// where an error left the walk early; then an error of the calculate-fields event does not cover the first.
-class [[nodiscard]] SavedPosition {
- public:
-  explicit SavedPosition(RecordSet& set) : set_(set), bookmark_(set.GetBookmark()) {}
-  ~SavedPosition();
-  SavedPosition(const SavedPosition&) = delete;
-  SavedPosition& operator=(const SavedPosition&) = delete;
-  void Restore();
-
- private:
-  RecordSet& set_;
-  std::optional<Bookmark> bookmark_;
-  bool done_ = false;
+  LeftAsNew<RecordCalculation> calculation_;
+  LeftAsNew<Listeners> listeners_;
 };
 
 }  // namespace mox
 
+#include "mox/foundation/record_field.h"
 #include "mox/foundation/record_set_inline.h"
+#include "mox/foundation/record_walk.h"

@@ -11,7 +11,7 @@ MOX_ALWAYS_INLINE void RecordSet::Set(CurrencyName name, Currency value) {
   const std::size_t slot = (*now_.writable)[name.id];
   if (slot == kNoSlot) [[unlikely]]
     return SetSlowly(name.id, value);
-  table_.WriteBits(now_.cells, slot, static_cast<std::uint64_t>(value.scaled()));
+  table_.WriteBits(cursor_.cells(), slot, static_cast<std::uint64_t>(value.scaled()));
   now_.modified = true;
 }
 
@@ -19,58 +19,38 @@ MOX_ALWAYS_INLINE void RecordSet::Set(FloatName name, Real value) {
   const std::size_t slot = (*now_.writable)[name.id];
   if (slot == kNoSlot) [[unlikely]]
     return SetSlowly(name.id, value.ToDouble());
-  table_.WriteBits(now_.cells, slot, std::bit_cast<std::uint64_t>(value.ToDouble()));
+  table_.WriteBits(cursor_.cells(), slot, std::bit_cast<std::uint64_t>(value.ToDouble()));
   now_.modified = true;
-}
-
-inline void RecordSet::ShowRecord(std::size_t position) {
-  now_.position = position;
-  now_.cells = table_.Cells(now_.rows[position]);
-  now_.eof = false;
-  now_.bof = false;
 }
 
 inline void RecordSet::BecameCurrent() {
   if (now_.listening) [[unlikely]] {
     TellOfMove();
-  } else if (const RecordTable::Id record = now_.rows[now_.position]; IsToBeCalculated(record)) {
-    FireCalcFields(record);
+  } else if (now_.calculates) {
+    if (const auto record = cursor_.VisibleRecord(); calculation_.IsDue(record)) FireCalcFields(record);
   }
 }
 
 inline void RecordSet::MoveTo(std::size_t position) {
-  ShowRecord(position);
+  cursor_.Show(table_, position);
   BecameCurrent();
 }
 
 inline void RecordSet::First() {
-  if (now_.state != DataSetState::kBrowse) LeaveRecord();
-  if (now_.row_count == 0) return;
-  ShowRecord(0);
-  now_.bof = true;
-  BecameCurrent();
+  Leave();
+  if (cursor_.ToFirst(table_)) BecameCurrent();
 }
 
 inline void RecordSet::Next() {
-  if (now_.state != DataSetState::kBrowse) {
-    LeaveForNext();
-    return;
-  }
-  if (now_.position + 1 < now_.row_count) [[likely]] {
-    const std::size_t ahead = now_.position + kFetchedAhead;
-    if (now_.calculates && ahead < now_.row_count) table_.Fetch(now_.rows[ahead]);
-    MoveTo(now_.position + 1);
-  } else {
-    now_.eof = true;
-  }
+  if (now_.state != DataSetState::kBrowse) return LeaveForNext();
+  if (now_.calculates) cursor_.FetchAhead(table_);
+  if (cursor_.ToNext(table_)) [[likely]]
+    BecameCurrent();
 }
 
 inline void RecordSet::Edit() {
-  if (now_.state != DataSetState::kBrowse || now_.row_count == 0) {
-    RequireEditable();
-    return;
-  }
-  table_.BeginEdit(now_.rows[now_.position]);
+  if (now_.state != DataSetState::kBrowse || IsEmpty()) return RequireEditable();
+  table_.BeginEdit(cursor_.VisibleRecord());
   now_.state = DataSetState::kEdit;
   now_.writable = &UsualSlots();
   now_.modified = false;
@@ -82,16 +62,16 @@ inline void RecordSet::Edit() {
 
 inline void RecordSet::EndEditing() {
   table_.KeepEdit();
+  cursor_.EndInsert();
   now_.writable = &kNoSlots;
   now_.modified = false;
-  now_.inserting = false;
   now_.state = DataSetState::kBrowse;
 }
 
 inline void RecordSet::Post() {
-  if (now_.state == DataSetState::kEdit && !now_.observed && !now_.filtered) [[likely]] {
+  if (now_.state == DataSetState::kEdit && !now_.observed && !IsFiltered()) [[likely]] {
     EndEditing();
-    if (now_.calculates) FireCalcFields(now_.rows[now_.position]);
+    if (now_.calculates) FireCalcFields(cursor_.VisibleRecord());
     table_.CompactTextsIfWorthIt();
   } else {
     PostObserved();

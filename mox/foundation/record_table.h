@@ -11,7 +11,7 @@
 
 #include "mox/foundation/record_row.h"
 #include "mox/foundation/record_store.h"
-#include "mox/foundation/structure.h"
+#include "mox/foundation/record_structure.h"
 
 namespace mox {
 

@@ -245,8 +245,4 @@ void RecordSet::LoadFromFile(const std::string& path) {
   }
 }
 
-void Field::SaveToFile(const std::string& path) const { ReplaceFile(path, set_->AsText(index_)); }
-
-void Field::LoadFromFile(const std::string& path) { set_->SetText(index_, ReadWholeFile(path)); }
-
 }  // namespace mox

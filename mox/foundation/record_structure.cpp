@@ -1,4 +1,4 @@
-#include "mox/foundation/structure.h"
+#include "mox/foundation/record_structure.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "mox/foundation/listeners.h"
+#include "mox/foundation/record_listeners.h"
 
 #include <utility>
 
