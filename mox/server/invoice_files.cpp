@@ -92,12 +92,12 @@ bool IsAnswerToAnother(std::string_view answer_name, std::string_view url, std::
   return answer_name.starts_with(kAnswerPrefix) && answer_name != InvoiceAnswerName(url, invoice);
 }
 
-bool IsAcceptedAnswer(RecordSet& answer) {
+bool IsAcceptedAnswer(const RecordSet& answer) {
   constexpr std::int64_t kDeliveryFailed = 50;
   const auto integer = [&answer](std::string_view name) -> std::int64_t {
-    const auto field = answer.FindField(name);
+    const auto field = answer.FindFieldIndex(name);
     try {
-      return field && !field->IsNull() ? ParseInteger(TrimBlanks(field->AsText())) : 0;
+      return field && !answer.IsNull(*field) ? ParseInteger(TrimBlanks(answer.AsText(*field))) : 0;
     } catch (const Error&) {
       return 0;
     }

@@ -60,7 +60,7 @@ bool IsAnswerToAnother(std::string_view answer_name, std::string_view url, std::
 
 /// Whether the intermediary has taken the invoice: an `electronicId` above 0, and no `statusId` of a failed
 /// delivery.
-bool IsAcceptedAnswer(RecordSet& answer);
+bool IsAcceptedAnswer(const RecordSet& answer);
 
 /// Waits until no other program works with such files in the state folder; meanwhile the user interface
 /// processes its messages. Raises Abort when the application is closing, Error where the folder cannot be
