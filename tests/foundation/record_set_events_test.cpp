@@ -39,6 +39,7 @@ TEST(CalcFieldsEvent, WritesCalculatedFieldsOnly) {
   RecordSet lines = Lines();
   lines.SetOnCalcFields([&](RecordSet& line) {
     EXPECT_EQ(line.State(), DataSetState::kCalcFields);
+    EXPECT_TRUE(line.IsBusy());
     line.Set(field::pci, line[field::pc] + line[field::pc]);
     line.SetNull(3);
     line.SetText(3, "red " + line.AsText(0));
@@ -140,7 +141,7 @@ TEST(BeforePostEvent, CancelsThePostAndTheMoveWhoeverPosts) {
       int fired = 0;
       set.SetOnBeforePost([&](RecordSet& current) {
         ++fired;
-        EXPECT_TRUE(current.IsBeingChecked());
+        EXPECT_TRUE(current.IsBeingChecked() && current.IsBusy());
         EXPECT_EQ(current.AsText(0), "x");
         throw Abort();
       });
@@ -149,7 +150,7 @@ TEST(BeforePostEvent, CancelsThePostAndTheMoveWhoeverPosts) {
       EXPECT_THROW(RunScript(set, leaving), Abort);
       EXPECT_THROW(set.PostPending(), Abort);
       EXPECT_EQ(fired, 2);
-      EXPECT_FALSE(set.IsBeingChecked());
+      EXPECT_FALSE(set.IsBeingChecked() || set.IsBusy());
       EXPECT_EQ(set.State(), state);
       EXPECT_EQ(set.Position(), 1U);
       EXPECT_EQ(set.AsText(0), "x") << "what was written is still there";
