@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "appserver/database.h"
 #include "appserver/dialect.h"
@@ -43,6 +44,16 @@ class DatabaseConnection {
   [[noreturn]] void Refuse(const std::string& reason) const {
     throw DatabaseError(location_.ToString() + ": " + reason);
   }
+
+  /// As they were when they were read for the first time.
+  const std::vector<TableDescription>& Tables() {
+    if (tables_.empty()) Run([&] { tables_ = ReadTables(session_, dialect_); });
+    return tables_;
+  }
+  /// Null where there is no such table, also none that was made since.
+  const TableDescription* FindTable(std::string_view name);
+  /// The schema changes.
+  void ForgetTables() { tables_.clear(); }
 
   void WaitAtMost(int milliseconds) {
     longest_wait_ = milliseconds;
@@ -115,6 +126,7 @@ class DatabaseConnection {
   bool undone_ = false;  // something that the transaction stored
   Writing writing_ = Writing::kAlone;
   int longest_wait_ = 0;  // milliseconds, where it was set
+  std::vector<TableDescription> tables_;
   soci::session session_;
 };
 

@@ -128,18 +128,33 @@ RecordSet Database::Query(std::string_view name, const Columns& columns, std::st
   return answer;
 }
 
+const TableDescription* DatabaseConnection::FindTable(std::string_view name) {
+  const auto find = [&]() -> const TableDescription* {
+    const std::vector<TableDescription>& tables = Tables();
+    const auto found = std::find_if(tables.begin(), tables.end(), [&](const TableDescription& table) {
+      return SameName(table.name, name);
+    });
+    return found == tables.end() ? nullptr : &*found;
+  };
+  if (const TableDescription* const known = find()) return known;
+  ForgetTables();
+  return find();
+}
+
 Columns Database::TableColumns(std::string_view table) {
-  return connection_->Run(
-      [&] { return connection_->dialect().TableColumns(connection_->session(), std::string(table)); });
+  const TableDescription* const found = connection_->FindTable(table);
+  return found == nullptr ? Columns() : found->columns;
 }
 
 std::vector<Reference> Database::References(std::string_view table) {
-  return connection_->Run(
-      [&] { return connection_->dialect().References(connection_->session(), std::string(table)); });
+  const TableDescription* const found = connection_->FindTable(table);
+  return found == nullptr ? std::vector<Reference>() : found->references;
 }
 
 std::vector<std::string> Database::TableNames() {
-  return connection_->Run([&] { return connection_->dialect().TableNames(connection_->session()); });
+  std::vector<std::string> names;
+  for (const TableDescription& table : connection_->Tables()) names.push_back(table.name);
+  return names;
 }
 
 std::vector<std::string> Database::FindDamages(int most) {

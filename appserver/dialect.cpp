@@ -10,6 +10,31 @@ const Dialect& DialectOf(DatabaseLocation::Kind kind) {
   return kind == DatabaseLocation::Kind::kFile ? SqliteDialect() : PostgresqlDialect();
 }
 
+std::vector<TableDescription> ReadTables(soci::session& session, const Dialect& dialect) {
+  std::vector<TableDescription> tables;
+  std::string table;
+  std::string name;
+  std::string type;
+  int required = 0;
+  soci::statement columns = (session.prepare << dialect.ListColumns(), soci::into(table), soci::into(name),
+                             soci::into(type), soci::into(required));
+  columns.execute();
+  while (columns.fetch()) {
+    if (tables.empty() || tables.back().name != table) tables.push_back({table, {}, {}});
+    tables.back().columns.push_back(FieldOfColumn(name, type, required != 0));
+  }
+  Reference row;
+  soci::statement references = (session.prepare << dialect.ListReferences(), soci::into(table),
+                                soci::into(row.column), soci::into(row.table), soci::into(row.key));
+  references.execute();
+  while (references.fetch()) {
+    const auto found = std::find_if(tables.begin(), tables.end(),
+                                    [&](const TableDescription& known) { return known.name == table; });
+    if (found != tables.end()) found->references.push_back(row);
+  }
+  return tables;
+}
+
 FieldDef FieldOfColumn(std::string name, std::string_view declared_type, bool required) {
   struct Row {
     std::string_view type;

@@ -24,6 +24,13 @@ struct ColumnTypes {
   std::string_view behind_text = {};  ///< follows the type of a text: texts are sorted by their bytes
 };
 
+/// A table as the engine describes it.
+struct TableDescription {
+  std::string name;
+  Columns columns;
+  std::vector<Reference> references;  ///< what its columns refer to
+};
+
 /// What a statement did.
 struct Executed {
   std::int64_t changed = 0;                 ///< rows that the last change of the connection was about
@@ -91,10 +98,11 @@ class Dialect {
   virtual SearchQuery FindInSearchIndex(const SearchIndex& index, const std::string& folded,
                                         const std::string& parameter) const = 0;
 
-  /// But for those of the engine itself.
-  virtual std::vector<std::string> TableNames(soci::session& session) const = 0;
-  virtual Columns TableColumns(soci::session& session, const std::string& table) const = 0;
-  virtual std::vector<Reference> References(soci::session& session, const std::string& table) const = 0;
+  /// A query of all columns of tables but for those of the engine itself, by table and place: table, column,
+  /// declared type, 1 where it must not be empty.
+  virtual std::string_view ListColumns() const = 0;
+  /// A query of what columns refer to: table, column, and those that are referred to.
+  virtual std::string_view ListReferences() const = 0;
   /// A copy of an open database under a name that is free, while others write it. Raises soci_error,
   /// DatabaseError.
   virtual void BackUp(DatabaseConnection& database, const std::string& to) const = 0;
@@ -133,6 +141,10 @@ class Dialect {
 const Dialect& SqliteDialect();
 const Dialect& PostgresqlDialect();
 const Dialect& DialectOf(DatabaseLocation::Kind kind);
+
+/// All tables, by name. They are read at once, as asking for each would cost more than most requests do.
+/// Raises soci_error.
+std::vector<TableDescription> ReadTables(soci::session& session, const Dialect& dialect);
 
 /// The kind and size of a column that is declared so: "NUMERIC(19,4)" is a currency, "VARCHAR(20)" a text of
 /// 20 characters.

@@ -207,46 +207,23 @@ class Postgresql : public Dialect {
         {folded}};
   }
 
-  std::vector<std::string> TableNames(soci::session& session) const override {
-    const soci::rowset<std::string> rows =
-        (session.prepare
-         << "SELECT CAST(tablename AS text) FROM pg_tables WHERE schemaname = current_schema() "
-            "AND tablename <> 'mox_verzija' ORDER BY CAST(tablename AS text) COLLATE \"C\"");
-    return {rows.begin(), rows.end()};
+  std::string_view ListColumns() const override {
+    return "SELECT CAST(c.relname AS text), CAST(a.attname AS text), "
+           "replace(format_type(a.atttypid, a.atttypmod), 'character varying', 'varchar'), "
+           "CASE WHEN a.attnotnull AND a.attidentity = '' THEN 1 ELSE 0 END "
+           "FROM pg_class c JOIN pg_attribute a ON a.attrelid = c.oid "
+           "WHERE c.relnamespace = to_regnamespace(quote_ident(current_schema())) AND c.relkind = 'r' "
+           "AND c.relname <> 'mox_verzija' AND a.attnum > 0 AND NOT a.attisdropped "
+           "ORDER BY CAST(c.relname AS text) COLLATE \"C\", a.attnum";
   }
-
-  Columns TableColumns(soci::session& session, const std::string& table) const override {
-    Columns columns;
-    std::string name;
-    std::string type;
-    int required = 0;
-    soci::statement statement =
-        (session.prepare << "SELECT CAST(attname AS text), "
-                            "replace(format_type(atttypid, atttypmod), 'character varying', 'varchar'), "
-                            "CASE WHEN attnotnull AND attidentity = '' THEN 1 ELSE 0 END FROM pg_attribute "
-                            "WHERE attrelid = to_regclass(quote_ident(lower(:name))) AND attnum > 0 "
-                            "AND NOT attisdropped ORDER BY attnum",
-         soci::use(table), soci::into(name), soci::into(type), soci::into(required));
-    statement.execute();
-    while (statement.fetch()) columns.push_back(FieldOfColumn(name, type, required != 0));
-    return columns;
-  }
-
-  std::vector<Reference> References(soci::session& session, const std::string& table) const override {
-    std::vector<Reference> references;
-    Reference row;
-    soci::statement statement =
-        (session.prepare
-             << "SELECT CAST(a.attname AS text), CAST(p.relname AS text), CAST(k.attname AS text) "
-                "FROM pg_constraint c JOIN pg_class p ON p.oid = c.confrelid "
-                "JOIN pg_attribute a ON a.attrelid = c.conrelid AND a.attnum = c.conkey[1] "
-                "JOIN pg_attribute k ON k.attrelid = c.confrelid AND k.attnum = c.confkey[1] "
-                "WHERE c.contype = 'f' AND c.conrelid = to_regclass(quote_ident(lower(:name))) "
-                "ORDER BY c.oid",
-         soci::use(table), soci::into(row.column), soci::into(row.table), soci::into(row.key));
-    statement.execute();
-    while (statement.fetch()) references.push_back(row);
-    return references;
+  std::string_view ListReferences() const override {
+    return "SELECT CAST(t.relname AS text), CAST(a.attname AS text), CAST(p.relname AS text), "
+           "CAST(k.attname AS text) FROM pg_constraint c JOIN pg_class t ON t.oid = c.conrelid "
+           "JOIN pg_class p ON p.oid = c.confrelid "
+           "JOIN pg_attribute a ON a.attrelid = c.conrelid AND a.attnum = c.conkey[1] "
+           "JOIN pg_attribute k ON k.attrelid = c.confrelid AND k.attnum = c.confkey[1] "
+           "WHERE c.contype = 'f' AND c.connamespace = to_regnamespace(quote_ident(current_schema())) "
+           "ORDER BY c.oid";
   }
 
   // Copies between engines are made row by row, whatever the engines.
@@ -257,8 +234,8 @@ class Postgresql : public Dialect {
     throw DatabaseError(location.ToString() + ": is no file");
   }
   void GoOnBehindKeys(soci::session& session) const override {
-    for (const std::string& table : TableNames(session)) {
-      const std::string name = QuotedName(table);
+    for (const TableDescription& table : ReadTables(session, *this)) {
+      const std::string name = QuotedName(table.name);
       RunPostgresql(PostgresqlHandle(session), "SELECT setval(pg_get_serial_sequence('" + name +
                                                    "', 'id'), MAX(id)) FROM " + name + " HAVING MAX(id) > 0");
     }

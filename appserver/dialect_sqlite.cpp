@@ -210,37 +210,16 @@ class Sqlite : public Dialect {
     return {begin + index.name + " MATCH :" + parameter + "_izraz AND " + rest, {phrase + '"', folded}};
   }
 
-  std::vector<std::string> TableNames(soci::session& session) const override {
-    const soci::rowset<std::string> rows =
-        (session.prepare << "SELECT name FROM pragma_table_list WHERE schema = 'main' AND type = 'table' "
-                            "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\' "
-                            "AND name NOT LIKE '%\\_trazi\\_ceka' ESCAPE '\\' ORDER BY name");
-    return {rows.begin(), rows.end()};
+  std::string_view ListColumns() const override {
+    return "SELECT l.name, c.name, c.type, c.\"notnull\" FROM pragma_table_list AS l "
+           "JOIN pragma_table_info(l.name) AS c WHERE l.schema = 'main' AND l.type = 'table' "
+           "AND l.name NOT LIKE 'sqlite\\_%' ESCAPE '\\' "
+           "AND l.name NOT LIKE '%\\_trazi\\_ceka' ESCAPE '\\' ORDER BY l.name, c.cid";
   }
-
-  Columns TableColumns(soci::session& session, const std::string& table) const override {
-    Columns columns;
-    std::string name;
-    std::string type;
-    int required = 0;
-    soci::statement statement =
-        (session.prepare << "SELECT name, type, \"notnull\" FROM pragma_table_info(:name) ORDER BY cid",
-         soci::use(table), soci::into(name), soci::into(type), soci::into(required));
-    statement.execute();
-    while (statement.fetch()) columns.push_back(FieldOfColumn(name, type, required != 0));
-    return columns;
-  }
-
-  std::vector<Reference> References(soci::session& session, const std::string& table) const override {
-    std::vector<Reference> references;
-    Reference row;
-    soci::statement statement =
-        (session.prepare
-             << "SELECT \"from\", \"table\", \"to\" FROM pragma_foreign_key_list(:name) ORDER BY id",
-         soci::use(table), soci::into(row.column), soci::into(row.table), soci::into(row.key));
-    statement.execute();
-    while (statement.fetch()) references.push_back(row);
-    return references;
+  std::string_view ListReferences() const override {
+    return "SELECT l.name, r.\"from\", r.\"table\", r.\"to\" FROM pragma_table_list AS l "
+           "JOIN pragma_foreign_key_list(l.name) AS r WHERE l.schema = 'main' AND l.type = 'table' "
+           "ORDER BY l.name, r.id";
   }
 
   std::vector<std::string> FindDamages(soci::session& session, int most) const override {

@@ -72,6 +72,7 @@ int NewestOf(const std::vector<SchemaFile>& files) {
 
 void RunFilesAbove(DatabaseConnection& connection, int version, const std::vector<SchemaFile>& files) {
   for (const SchemaFile& file : FilesAbove(version, files)) RunFile(connection, file);
+  connection.ForgetTables();
   connection.Run([&] { connection.dialect().SetSchemaVersion(connection.session(), NewestOf(files)); });
 }
 
@@ -114,9 +115,7 @@ void RequireFamily(DatabaseConnection& connection, const SchemaFamily& family) {
       connection.Run([&] { return connection.dialect().SchemaVersion(connection.session()); });
   bool is_one = version.has_value();
   if (version.value_or(kNoVersion) > kNoVersion) {
-    const std::vector<std::string> tables =
-        connection.Run([&] { return connection.dialect().TableNames(connection.session()); });
-    is_one = std::find(tables.begin(), tables.end(), family.mark) != tables.end();
+    is_one = connection.FindTable(family.mark) != nullptr;
   }
   if (!is_one) connection.Refuse("is not a " + std::string(family.called));
 }
