@@ -17,7 +17,7 @@ import time
 TAKEN = {"statusId": "30", "statusName": "Poslan"}
 ANSWERS = {  # HTTP status, body, seconds until it comes
     "/accept": (200, {"electronicId": "%d", **TAKEN}, 0),
-    "/slow": (200, {"electronicId": "%d", **TAKEN}, 3),
+    "/slow": (200, {"electronicId": "%d", **TAKEN}, 2),
     "/refuse": (400, {"statusCode": 1301, "message": "Neispravan OIB kupca"}, 0),
     "/refuse-with-number": (200, {"statusCode": 5, "message": "ne", "electronicId": "7"}, 0),
     "/no-name": (200, {"": "x", "electronicId": "%d", **TAKEN}, 0),

@@ -1,5 +1,6 @@
 """A moxd of a test's own: certificate, directory, free ports of this computer; and how to talk to it byte by byte."""
 import contextlib
+import functools
 import json
 import pathlib
 import re
@@ -36,6 +37,12 @@ def make_certificate(folder, name):
     subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-days", "2",
                     "-subj", f"/CN={name}", "-addext", "subjectAltName=DNS:localhost,IP:127.0.0.1", "-keyout",
                     folder / "key.pem", "-out", folder / "certificate.pem"], check=True, capture_output=True)
+
+
+@functools.cache
+def trusting(certificate, _changed):
+    """What a client needs to believe a server with this certificate; the time tells it from another one of that name."""
+    return ssl.create_default_context(cafile=certificate)
 
 
 class Server:
@@ -84,9 +91,9 @@ class Server:
         return f"https://localhost:{self.port}/{company}"
 
     def connect(self, timeout=30):
-        context = ssl.create_default_context(cafile=self.folder / "certificate.pem")
+        certificate = self.folder / "certificate.pem"
         plain = socket.create_connection(("127.0.0.1", self.port), timeout)
-        return context.wrap_socket(plain, server_hostname="localhost")
+        return trusting(certificate, certificate.stat().st_mtime_ns).wrap_socket(plain, server_hostname="localhost")
 
     def ask(self, path, body=NOTHING, token=None, method="POST", connection=None, **headers):
         """Status, headers and body of one request."""

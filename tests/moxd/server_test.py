@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
 """What the server does with clients that mean no good, and when it is ended: server_test.py MOX MOXD DIRECTORY_TOOL"""
 import contextlib
+import functools
 import json
 import os
 import pathlib
+import shutil
 import signal
 import sqlite3
 import subprocess
@@ -22,6 +24,16 @@ READ = "/v1/firma/service/GetSkladista"
 WRITE = "/v1/firma/write"
 
 
+@functools.cache
+def made_company():
+    """A company's file that is copied for each test."""
+    folder = tempfile.TemporaryDirectory()
+    unittest.addModuleCleanup(folder.cleanup)
+    path = pathlib.Path(folder.name, "company.db")
+    subprocess.run([MOX, "db", "init", path, "--demo"], check=True)
+    return path
+
+
 class ServerTest(unittest.TestCase):
     settings = ""
 
@@ -29,7 +41,7 @@ class ServerTest(unittest.TestCase):
         self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
         self.company = self.folder / "firma.db"
         for name in ("firma", "tuda"):
-            subprocess.run([MOX, "db", "init", self.folder / f"{name}.db", "--demo"], check=True)
+            shutil.copy(made_company(), self.folder / f"{name}.db")
         self.server = self.enterContext(Server(MOXD, TOOL, self.folder, {"firma": self.company}, self.settings))
         self.token = self.server.log_in()
 
