@@ -1,5 +1,6 @@
 #include "connect/server_connection.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <thread>
@@ -156,7 +157,7 @@ HttpAnswer ServerConnection::Ask(const Purpose& purpose, const std::string& text
     std::this_thread::sleep_for(busy ? std::max<std::chrono::milliseconds>(
                                            pause, std::chrono::seconds(std::min(answer.retry_after, 10)))
                                      : pause);
-    pause *= 2;
+    pause = std::min(pause * 2, retries_.longest_pause);
   }
 }
 

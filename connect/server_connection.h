@@ -17,6 +17,7 @@ namespace mox {
 /// How often a request is sent again.
 struct RetryPolicy {
   std::chrono::milliseconds first_pause{200};         ///< doubled each time
+  std::chrono::milliseconds longest_pause{5000};      ///< but no longer than that
   std::chrono::milliseconds while_unreachable{3000};  ///< where nothing of the request was sent
   std::chrono::milliseconds while_unknown{60000};     ///< where it may have been done, or the server is busy
 };

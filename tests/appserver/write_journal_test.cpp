@@ -12,10 +12,10 @@
 #include <span>
 
 #include "appserver/company_server.h"
-#include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
 #include "tests/fakes/how_many.h"
 #include "tests/fakes/own_process.h"
+#include "tests/fakes/small_document.h"
 
 namespace mox {
 namespace {
@@ -23,31 +23,13 @@ namespace {
 using WriteJournalTest = ScratchDatabase;
 MOX_ON_EVERY_ENGINE(WriteJournalTest);
 
-// A document that says under which key it was sent.
-TAstaParamList DocumentOf(std::int64_t key) {
-  RecordSet header("Zaglavlje");
-  for (const char* const name : {"vrsta", "datum", "opis"}) header.DefineField(name, FieldKind::kText);
-  header.Open();
-  header.AppendRecord({std::string("gotovinski-racun"), std::string("31.12.2024"), std::to_string(key)});
-  RecordSet lines("Stavke");
-  lines.DefineField("kolicina", FieldKind::kFloat);
-  lines.Open();
-  lines.AppendRecord({0.0});
-  RecordSet taxes("Rekapitulacija");
-  for (const char* const name : {"stopa", "osnovica", "porez", "ukupno"}) {
-    taxes.DefineField(name, FieldKind::kCurrency);
-  }
-  taxes.Open();
-  taxes.AppendRecord({Currency(), Currency(), Currency(), Currency()});
-  const RecordSet* const sets[] = {&header, &lines, &taxes};
-  return WriteRequest("DokumentInsert", sets);
-}
-
 // The number that the document of a key was given.
 std::int64_t Send(const std::string& path, std::int64_t key) {
   CompanyServer server{Database(path)};
   server.SetRequester({.user = "ana", .code = "ANA"});
-  if (server.WriteDataService(DocumentOf(key), std::to_string(key)) == 0) throw Error(server.WriteRefusal());
+  if (server.WriteDataService(SmallDocument("gotovinski-racun", "31.12.2024", std::to_string(key), 1),
+                              std::to_string(key)) == 0)
+    throw Error(server.WriteRefusal());
   const RecordSet& stored = *server.LastWrite().stored;
   return stored.RowAt(0).AsInteger(*stored.FindFieldIndex("broj"));
 }

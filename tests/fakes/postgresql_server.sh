@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# A PostgreSQL server for tests: `start FILE` starts one in a folder of its own, which it writes into FILE; `stop FILE` stops
-# it and removes the folder. It is reached by a socket in that folder alone, and keeps nothing that a crash would need.
+# A PostgreSQL server for tests: `start FILE [OPTION...]` starts one in a folder of its own, which it writes into FILE;
+# `crash FILE` ends it as a crash does and starts it again; `stop FILE` stops it and removes the folder. It is reached by a
+# socket in that folder alone, and keeps nothing that a crash of the computer would need where no option says so.
 set -euo pipefail
 action=$1 file=$2
+shift 2
 
 bin=$(find /usr/lib/postgresql /usr/local/pgsql /usr/pgsql-* -type f -name initdb 2>/dev/null | sort -V | tail -n 1 || true)
 bin=$(dirname "${bin:-$(command -v initdb || true)}")
@@ -28,6 +30,11 @@ stop() {
 }
 
 cd /
+if [ "$action" = crash ]; then
+  folder=$(cat "$file")
+  as_user env LC_ALL=C "$bin/pg_ctl" -D "$folder/data" -m immediate -w -l "$folder/log" restart >/dev/null 2>&1 </dev/null
+  exit
+fi
 stop
 [ "$action" = start ] || exit 0
 folder=$(mktemp -d /tmp/mox_postgresql_XXXXXX)
@@ -39,7 +46,7 @@ echo "$folder" >"$file"
   as_user env LC_ALL=C "$bin/initdb" -D "$folder/data" -U postgres -A trust -N -E UTF8 --locale=C.UTF-8 \
     --locale-provider=icu --icu-locale=hr-HR
   as_user env LC_ALL=C "$bin/pg_ctl" -D "$folder/data" -w -l "$folder/log" -o "-k $folder -c listen_addresses= -c fsync=off \
-    -c full_page_writes=off -c max_connections=200 -c max_locks_per_transaction=1024 -c autovacuum=off" start
+    -c full_page_writes=off -c max_connections=200 -c max_locks_per_transaction=1024 -c autovacuum=off $*" start
 } >"$folder.out" 2>&1 </dev/null || {
   cat "$folder.out" "$folder/log" >&2 2>/dev/null || true
   rm -f "$folder.out"
