@@ -20,7 +20,7 @@ import time
 from running_server import Server
 
 MOX, MOXD, TOOL, WRITER, *SCRIPT = (os.path.abspath(path) for path in sys.argv[1:])
-SECONDS = int(os.environ.get("MOX_KILL_SECONDS", 4))
+SECONDS = int(os.environ.get("MOX_KILL_SECONDS", 3))
 CLIENTS = int(os.environ.get("MOX_KILL_CLIENTS", 8))
 DATABASE_LIVES = min(5, SECONDS / 3)
 
