@@ -6,6 +6,11 @@ set -euo pipefail
 action=$1 file=$2
 shift 2
 
+# The server stays when who has started it is gone, and must not keep open, and locked, what that one had open.
+for inherited in /proc/self/fd/*; do
+  case ${inherited##*/} in 0 | 1 | 2 | 255) ;; *) eval "exec ${inherited##*/}>&-" ;; esac
+done
+
 bin=$(find /usr/lib/postgresql /usr/local/pgsql /usr/pgsql-* -type f -name initdb 2>/dev/null | sort -V | tail -n 1 || true)
 bin=$(dirname "${bin:-$(command -v initdb || true)}")
 [ -x "$bin/initdb" ] || {
