@@ -1,6 +1,82 @@
 #include "desktop/clipboard_table.h"
 
+#include <QMimeData>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QTextTable>
+#include <algorithm>
+
 namespace mox {
+namespace {
+
+constexpr qsizetype kMostPasted = qsizetype{64} * 1024 * 1024;  // characters
+constexpr qsizetype kLongestCell = 32'767;                      // as spreadsheets have it
+constexpr qsizetype kMostHtml = qsizetype{8} * 1024 * 1024;
+
+qsizetype LongestCell(const QString& text) {
+  qsizetype longest = 0;
+  qsizetype begin = 0;
+  for (qsizetype at = 0; at <= text.size(); ++at) {
+    if (at < text.size() && text[at] != u'\t' && text[at] != u'\n') continue;
+    longest = std::max(longest, at - begin);
+    begin = at + 1;
+  }
+  return longest;
+}
+
+// The first table of a page, as a spreadsheet would have put it there.
+QString TableOfHtml(const QString& html) {
+  QTextDocument page;
+  page.setHtml(html);
+  for (QTextFrame* const frame : page.rootFrame()->childFrames()) {
+    const auto* const table = qobject_cast<QTextTable*>(frame);
+    if (table == nullptr) continue;
+    std::vector<QStringList> rows(static_cast<std::size_t>(table->rows()));
+    for (int row = 0; row < table->rows(); ++row) {
+      for (int column = 0; column < table->columns(); ++column) {
+        const QTextTableCell cell = table->cellAt(row, column);
+        const bool begins = cell.row() == row && cell.column() == column;
+        QTextCursor text = cell.firstCursorPosition();
+        text.setPosition(cell.lastPosition(), QTextCursor::KeepAnchor);
+        rows[static_cast<std::size_t>(row)].append(begins ? text.selectedText().trimmed() : QString());
+      }
+    }
+    return WriteClipboardTable(rows);
+  }
+  return page.toPlainText();
+}
+
+}  // namespace
+
+QString ClipboardText(const QMimeData* clipboard) {
+  if (clipboard == nullptr) return {};
+  if (clipboard->hasText() && !clipboard->text().isEmpty()) return clipboard->text();
+  if (!clipboard->hasHtml()) return {};
+  const QString html = clipboard->html();
+  return html.size() > kMostHtml ? QString() : TableOfHtml(html);
+}
+
+QString FaultOfPasted(const QString& text, qsizetype most_rows) {
+  if (text.isEmpty()) return QStringLiteral("U međuspremniku nema teksta.");
+  if (text.size() > kMostPasted) {
+    return QStringLiteral(
+               "Međuspremnik ima %1 MB; to je previše za lijepljenje. Spremite podatke kao tablicu i "
+               "uvezite je.")
+        .arg(text.size() / (1024 * 1024));
+  }
+  if (text.contains(QChar(0))) return QStringLiteral("U međuspremniku nije tekst.");
+  const qsizetype rows = text.count(u'\n');
+  if (rows > most_rows) {
+    return QStringLiteral("Međuspremnik ima %1 redaka; najviše se lijepi %2 odjednom.")
+        .arg(rows)
+        .arg(most_rows);
+  }
+  if (LongestCell(text) > kLongestCell) {
+    return QStringLiteral("U međuspremniku je ćelija dulja od %1 znakova.").arg(kLongestCell);
+  }
+  return {};
+}
+
 namespace {
 
 const QChar kQuote = u'"';

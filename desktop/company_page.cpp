@@ -13,6 +13,7 @@ CompanyPage::CompanyPage(DesktopHost& host)
   View().SetAppending(false);
   for (const char* const field : {"naziv", "opis", "skupina"}) Model().SetFieldEditable(field, false);
   Model().SetOnRefused([this](const QString& reason) { SetNote(reason); });
+  AddButton(QStringLiteral("Dodaj IBAN…"), [this] { AddIban(); });
   Reload();
   Rows().SetOnBeforePost([this](RecordSet& row) { StoreRow(row); });
 }
@@ -24,6 +25,25 @@ void CompanyPage::Reload() {
       {"naziv", "Naziv"}, {"vrijednost", "Vrijednost"}, {"opis", "Opis"}, {"skupina", "Skupina"}};
   for (const auto& [field, label] : labels) answer->SetDisplayName(*answer->FindFieldIndex(field), label);
   Show(std::move(*answer), {"naziv", "vrijednost", "opis", "skupina"});
+  QStringList ibans;
+  if (const auto accounts = GetCompanyIbans()) {
+    for (const RecordRow& account : accounts->Rows()) {
+      ibans.append(ToQt(account.AsText(account.IndexOf("iban"))));
+    }
+  }
+  SetNote(ibans.isEmpty() ? QStringLiteral("Tvrtka nema bankovni račun.")
+                          : QStringLiteral("Računi: %1").arg(ibans.join(QStringLiteral(", "))));
+}
+
+void CompanyPage::AddIban() {
+  const auto iban = App().Dialogs().InputBox("Bankovni račun", "IBAN:", "");
+  if (!iban) return;
+  RecordSet sent("Ibani");
+  for (const char* const field : {"iban", "banka", "valuta"}) sent.DefineField(field, FieldKind::kText);
+  sent.Open();
+  sent.AppendRecord({*iban});
+  if (!ExecuteTransaction("PoduzeceIbanInsert", {&sent})) throw Error(FromQt(RefusalOf(host_.Server())));
+  Reload();
 }
 
 void CompanyPage::StoreRow(RecordSet& row) {

@@ -14,6 +14,7 @@ class CompanyPage : public RecordPage {
 
  private:
   void StoreRow(RecordSet& row);
+  void AddIban();
   DesktopHost& host_;
 };
 

@@ -9,7 +9,7 @@
 namespace mox {
 namespace {
 
-// "{}" is any text, which is translated in turn and takes the place of the "{}" of the same number.
+// "{}" is any text, which is translated in turn and takes the place of the next "{}"; "{1}" is the second.
 struct Message {
   std::string_view english;
   std::string_view croatian;
@@ -29,15 +29,23 @@ constexpr Message kMessages[] = {
     {"{}: the file is damaged: {}", "{}: datoteka je oštećena: {}"},
     {"{}: other programs are using it; nothing was changed",
      "{}: koriste je drugi programi; ništa nije promijenjeno"},
-    {"{}: database or disk is full", "{}: disk je pun"},
-    {"{}: disk I/O error", "{}: disk se ne može čitati ili pisati"},
-    {"{}: database is locked", "{}: bazu upravo koristi drugi program"},
-    {"{}: attempt to write a readonly database", "{}: u bazu se ne može pisati"},
+    {"{}: another program keeps the database locked; try again when it has finished",
+     "{}: bazu upravo koristi drugi program; pokušajte ponovo kad završi"},
     {"{}: cannot be written", "{}: ne može se pisati"},
     {"{}: cannot be written: {}", "{}: ne može se pisati: {}"},
     {"{}: cannot be read: {}", "{}: ne može se čitati: {}"},
     {"{}: cannot be created: {}", "{}: ne može se napraviti: {}"},
     {"{}: cannot be opened: {}", "{}: ne može se otvoriti: {}"},
+    {"{}: the disk is full", "{}: disk je pun"},
+    {"{}: the file may not grow: this user's limit for files is reached",
+     "{}: datoteka ne smije rasti: dosegnuto je ograničenje ovog korisnika"},
+    {"{}: this user may not read the file", "{}: nemate dopuštenje čitati datoteku"},
+    {"{}: cannot be opened; the program must be allowed to read and write the file and its folder",
+     "{}: ne može se otvoriti; program mora smjeti čitati i pisati datoteku i njezinu mapu"},
+    {"{}: the file cannot be read or written, perhaps because the disk is full",
+     "{}: datoteka se ne može čitati ili pisati, možda jer je disk pun"},
+    {"the file or its folder is read-only", "datoteka ili njezina mapa samo su za čitanje"},
+    {"Is a directory", "to je mapa"},
     {"No space left on device", "na disku nema mjesta"},
     {"File too large", "datoteka je prevelika"},
     {"Permission denied", "nemate dopuštenje"},
@@ -65,7 +73,19 @@ constexpr Message kMessages[] = {
      "adresa poslužitelja je https://RAČUNALO, ili https://RAČUNALO:PORT kad port nije 443"},
     {"the name of a company on a server has 1 to 48 letters a to z, digits, '-' and '_'",
      "ime tvrtke na poslužitelju ima 1 do 48 slova a do z, znamenki, „-” i „_”"},
+    {"{}: the user or the password is wrong", "{}: korisnik ili lozinka nisu ispravni"},
+    {"{}: there were too many failed attempts to log in{}", "{}: previše neuspjelih prijava; pričekajte"},
+    {"{}: the user may not do this in this company", "{}: nemate pravo na to u ovoj tvrtki"},
+    {"{}: the company's database cannot be used now; the server's log says why",
+     "{}: baza tvrtke trenutačno nije dostupna"},
+    {"{}: too many requests wait already", "{}: poslužitelj je preopterećen; pokušajte ponovo"},
+    {"{}: the server is being stopped", "{}: poslužitelj se gasi"},
+    {"{}: the server failed; its log says why", "{}: greška na poslužitelju"},
     // refusals of what was to be stored
+    {"\"{}\" is the key of another document, {}",
+     "dokument je već pohranjen kao {1}; promjene nakon toga nisu pohranjene"},
+    {"{} of {} is stored as {}, the list says {}; mox rates --replace takes the list's",
+     "za {} na dan {} pohranjen je tečaj {}, a upisan je {}"},
     {"must not be empty", "ne smije biti prazno"},
     {"is missing", "nedostaje"},
     {"is missing, and is a part of the key", "nedostaje, a dio je ključa"},
@@ -94,7 +114,19 @@ constexpr Message kMessages[] = {
     {"the document has no partner", "dokument nema partnera"},
     {"the server has no payment slip for the document", "poslužitelj nema virman za dokument"},
     // sheets
-    {"{}: the file is empty", "{}: datoteka je prazna"},
+    {"{}: the file is protected by a password; save it without one",
+     "{}: datoteka je zaštićena lozinkom; spremite je bez nje"},
+    {"{}: the file is no sheet; save it as .xlsx, .ods or .csv",
+     "{}: datoteka nije tablica; spremite je kao .xlsx, .ods ili .csv"},
+    {"{}: the file is no sheet but another zip file; {}",
+     "{}: datoteka nije tablica; spremite je kao .xlsx, .ods ili .csv"},
+    {"{}: the file is damaged or incomplete ({}){}",
+     "{}: datoteka je oštećena ili nepotpuna; otvorite je u programu za tablice i spremite ponovo"},
+    {"{}: the file is damaged ({}){}",
+     "{}: datoteka je oštećena; otvorite je u programu za tablice i spremite ponovo"},
+    {"{}; open it with the spreadsheet and save it as .xlsx, .ods or .csv",
+     "{}; otvorite je u programu za tablice i spremite kao .xlsx, .ods ili .csv"},
+    {"this is a PDF", "to je PDF"},
     // where it happened, in front of any of these
     {"row {}: {}", "redak {}: {}"},
     {"{}: {}", "{}: {}"},
@@ -133,11 +165,12 @@ QString InCroatian(std::string_view message) {
     QString text;
     std::size_t hole = 0;
     for (std::string_view rest = known.croatian;;) {
-      const std::size_t at = rest.find(kHole);
+      const std::size_t at = rest.find('{');
       text += ToQt(rest.substr(0, at));
       if (at == std::string_view::npos) return text;
-      text += InCroatian(found[hole++]);
-      rest.remove_prefix(at + kHole.size());
+      const bool is_numbered = rest[at + 1] != '}';
+      text += InCroatian(found[is_numbered ? static_cast<std::size_t>(rest[at + 1] - '0') : hole++]);
+      rest.remove_prefix(rest.find('}', at) + 1);
     }
   }
   return ToQt(message);

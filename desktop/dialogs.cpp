@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "desktop/contrast.h"
 #include "desktop/croatian.h"
 #include "mox/foundation/error.h"
 #include "mox/foundation/locale_text.h"
@@ -47,7 +48,7 @@ class InputDialog : public QDialog {
     buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("U redu"));
     buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
     fault_->setVisible(false);
-    fault_->setStyleSheet(QStringLiteral("color: #d03030"));
+    fault_->setStyleSheet(FaultStyle(palette()));
     layout->addWidget(label);
     layout->addWidget(editor);
     layout->addWidget(fault_);

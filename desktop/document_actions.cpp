@@ -23,7 +23,12 @@ void RequireStored(DesktopHost& host, bool stored) {
 void Cancel(const DocumentActions& actions) {
   const std::int64_t id = actions.document();
   if (!Ask("Storno", "Stornirati odabrani dokument? Nastaje njegov protudokument.")) return;
+  const auto day = App().Dialogs().InputDate("Storno", "Datum storna:", Today());
+  if (!day) return;
   RecordSet header = MakeStornoHeader(id);
+  header.Edit();
+  header.FieldByName("datum").SetDate(*day);
+  header.Post();
   AllowNegativeStock(header);
   RequireStored(actions.host, StoreStorno(header));
   actions.changed();

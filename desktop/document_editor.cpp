@@ -1,18 +1,18 @@
 #include "desktop/document_editor.h"
 
-#include <QDialog>
-#include <QFormLayout>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QLineEdit>
 #include <QShortcut>
 #include <QSplitter>
+#include <QUuid>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "desktop/croatian.h"
 #include "desktop/host.h"
 #include "desktop/payment_dialog.h"
+#include "desktop/supplier_dialog.h"
 #include "mox/calculations/supplier_totals.h"
 #include "mox/codes/amount_in_words.h"
 #include "mox/codes/exchange_rates.h"
@@ -90,6 +90,10 @@ QString NameOfKey(const RecordSet& header, const HeaderField& field) {
 
 DocumentEditor::DocumentEditor(DesktopHost& host, Document document, Draft draft, QWidget* parent)
     : QWidget(parent), host_(host), document_(std::move(document)), draft_(std::move(draft)) {
+  // Under its key a document is stored once, however often it is sent.
+  if (document_.Header().RowAt(0).IsNull(*document_.Header().FindFieldIndex("kljuc"))) {
+    document_.SetHeader("kljuc", Value(FromQt(QUuid::createUuid().toString(QUuid::WithoutBraces))));
+  }
   auto* const layout = new QVBoxLayout(this);
   layout->addWidget(MakeHeader());
   const DocumentKind& kind = document_.Kind();
@@ -106,7 +110,7 @@ DocumentEditor::DocumentEditor(DesktopHost& host, Document document, Draft draft
   recount_.setSingleShot(true);
   connect(&recount_, &QTimer::timeout, this, [this] { Recount(); });
   save_.setSingleShot(true);
-  connect(&save_, &QTimer::timeout, this, [this] { Guarded([this] { SaveDraft(); }); });
+  connect(&save_, &QTimer::timeout, this, [this] { SaveDraft(); });
   Recount();
 }
 
@@ -147,7 +151,11 @@ void DocumentEditor::AddSheet(RecordSet* lines, const LineSchema& schema, const 
   Sheet& sheet = *owned;
   sheet.lines = lines;
   sheet.model = std::make_unique<RecordSetModel>(*lines);
-  sheet.model->ShowFields(LineFieldsForScreen(schema));
+  std::vector<std::string_view> fields = LineFieldsForScreen(schema);
+  if (lines->FindFieldIndex("zti") && std::find(fields.begin(), fields.end(), "zti") == fields.end()) {
+    fields.push_back("zti");
+  }
+  sheet.model->ShowFields(fields);
   sheet.view = new RecordSetView(*sheet.model);
   sheet.view->setAccessibleName(title);
   sheet.view->SetEmptyText(QStringLiteral("Tipkom Insert ili strelicom dolje dodajte novi redak"));
@@ -197,6 +205,7 @@ QWidget* DocumentEditor::MakeTotals() {
   total_.setFont(large);
   total_.setAlignment(Qt::AlignRight);
   total_.setAccessibleName(QStringLiteral("Za platiti"));
+  words_.setAccessibleName(QStringLiteral("Slovima"));
   words_.setWordWrap(true);
   words_.setAlignment(Qt::AlignRight);
   layout->addWidget(&total_);
@@ -212,7 +221,7 @@ QWidget* DocumentEditor::MakeButtons() {
   layout->addWidget(&note_, 1);
   if (document_.SupplierTotals() != nullptr) {
     auto* const supplier = new QPushButton(ToQt(kDocDobavljacaTitle) + QStringLiteral("…"));
-    connect(supplier, &QPushButton::clicked, this, [this] { Guarded([this] { ShowSupplierTotals(); }); });
+    connect(supplier, &QPushButton::clicked, this, [this] { Guarded([this] { EnterSupplierTotals(); }); });
     layout->addWidget(supplier);
   }
   store_.setAutoDefault(false);
@@ -288,8 +297,14 @@ void DocumentEditor::Changed() {
   save_.start(kSaveAfter);
 }
 
+// A draft that cannot be written is told beside the document, which is entered and stored all the same.
 void DocumentEditor::SaveDraft() {
-  if (!stored_ && changed_) draft_.Save(document_);
+  if (stored_ || !changed_) return;
+  try {
+    draft_.Save(document_);
+  } catch (const Error& error) {
+    note_.setText(QStringLiteral("Nacrt nije spremljen: %1").arg(InCroatian(error.what())));
+  }
 }
 
 // Tax by rate is that of posted lines; it waits while one is open.
@@ -376,7 +391,8 @@ bool DocumentEditor::Store() {
     return false;
   }
   SaveDraft();
-  if (!CheckDocument(document_) || CheckStock(document_, WarehouseOf(document_)) || !AskForPayment()) {
+  if (!CheckDocument(document_) || CheckStock(document_, WarehouseOf(document_)) || !AgreesWithSupplier() ||
+      !AskForPayment()) {
     return false;
   }
   AllowNegativeStock(document_.Header());
@@ -430,27 +446,50 @@ bool DocumentEditor::MayClose() {
   return true;
 }
 
-void DocumentEditor::ShowSupplierTotals() {
-  if (!TakeAll()) return;
+// What was entered from the supplier's document stands in the document's own record until it is stored; the
+// lines are summed beside it.
+RecordSet DocumentEditor::TotalsOfLines() {
+  RecordSet entered("DokDobavljaca");
+  entered.CleanClone(*document_.SupplierTotals());
   document_.FillSupplierTotals();
-  const RecordSet& totals = *document_.SupplierTotals();
-  QDialog dialog(this);
-  dialog.setWindowTitle(ToQt(kDocDobavljacaTitle));
-  auto* const form = new QFormLayout(&dialog);
-  for (const DocDobavljacaCaption& caption : kDocDobavljacaCaptions) {
-    const auto field = totals.FindFieldIndex(caption.field);
-    if (!field) continue;
-    auto* const line = new QLineEdit(
-        ToQt(FormatFloat("#,0.00;-#,0.00", totals.RowAt(0).AsCurrency(*field), CurrentLocale())));
-    line->setReadOnly(true);
-    line->setAlignment(Qt::AlignRight);
-    line->setAccessibleName(ToQt(caption.caption));
-    form->addRow(ToQt(caption.caption), line);
+  RecordSet calculated("DokDobavljaca");
+  calculated.CleanClone(*document_.SupplierTotals());
+  document_.SupplierTotals()->CleanClone(entered);
+  return calculated;
+}
+
+bool DocumentEditor::HasSupplierTotals() const {
+  const RecordSet* const totals = document_.SupplierTotals();
+  if (totals == nullptr || totals->RowCount() == 0) return false;
+  for (std::size_t i = 0; i < totals->FieldCount(); ++i) {
+    if (totals->RowAt(0).AsCurrency(i) != Currency()) return true;
   }
-  auto* const close = new QPushButton(QStringLiteral("Zatvori"));
-  connect(close, &QPushButton::clicked, &dialog, &QDialog::accept);
-  form->addRow(close);
-  dialog.exec();
+  return false;
+}
+
+void DocumentEditor::EnterSupplierTotals() {
+  if (!TakeAll()) return;
+  const RecordSet calculated = TotalsOfLines();
+  RecordSet& entered = *document_.SupplierTotals();
+  if (!HasSupplierTotals()) entered.CleanClone(calculated);
+  const bool accepted = SupplierDialog(entered, calculated, this).exec() == QDialog::Accepted;
+  const QString differences = SupplierDifferences(entered, calculated);
+  if (!accepted || differences.isEmpty()) {
+    // The same as the lines: they are followed as long as they change.
+    if (accepted || stored_) note_.clear();
+    if (accepted) entered.CleanClone(MakeDocDobavljaca());
+  } else {
+    note_.setText(QStringLiteral("Dokument dobavljača se razlikuje: %1").arg(differences));
+  }
+  Changed();
+}
+
+// A difference to the supplier's document is asked about: what is stored is what the lines come to.
+bool DocumentEditor::AgreesWithSupplier() {
+  if (!HasSupplierTotals()) return true;
+  const QString differences = SupplierDifferences(*document_.SupplierTotals(), TotalsOfLines());
+  return differences.isEmpty() || Ask("Dokument dobavljača se razlikuje od stavaka.",
+                                      FromQt(differences) + "\nPohraniti iznose iz stavaka?");
 }
 
 }  // namespace mox

@@ -63,7 +63,10 @@ class DocumentEditor : public QWidget {
   bool SendToServer();
   void StoreOrShow();
   void ShowStored(const RecordSet& stored);
-  void ShowSupplierTotals();
+  RecordSet TotalsOfLines();
+  bool HasSupplierTotals() const;
+  void EnterSupplierTotals();
+  bool AgreesWithSupplier();
   void SetKey(const char* field, const Value& value);
 
   DesktopHost& host_;

@@ -1,5 +1,6 @@
 #include "desktop/host.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "appserver/database_location.h"
@@ -12,7 +13,12 @@ namespace mox {
 namespace {
 
 constexpr const char* kSection = "DESKTOP";
-constexpr const char* kLastCompany = "COMPANY";
+constexpr std::size_t kRemembered = 8;
+
+// COMPANY, COMPANY2, COMPANY3, ...
+std::string RecentKey(std::size_t place) {
+  return place == 0 ? "COMPANY" : "COMPANY" + std::to_string(place + 1);
+}
 
 }  // namespace
 
@@ -59,15 +65,40 @@ DesktopHost::DesktopHost(const std::string& settings_path, const std::string& st
 
 DesktopHost::~DesktopHost() = default;
 
-void DesktopHost::Open(const std::string& address) {
-  server_ = OpenCompany(address);
+void DesktopHost::Open(const std::string& address) { Open(address, OpenCompany(address)); }
+
+void DesktopHost::Reconnect() { server_ = OpenCompany(company_.CompanyPath()); }
+
+void DesktopHost::Open(const std::string& address, std::unique_ptr<CompanyAccess> server) {
+  server_ = std::move(server);
   const bool is_file = !IsServerAddress(address) && DatabaseLocation(address).IsFile();
   const std::string path = is_file ? std::filesystem::canonical(address).string() : address;
   company_.SetPath(path);
   // An address with a password in it is nothing for a file of settings.
   const bool is_secret =
       !is_file && !IsServerAddress(address) && DatabaseLocation(address).ToString() != address;
-  if (!is_secret) settings_->WriteString(kSection, kLastCompany, path);
+  if (!is_secret) Remember(path);
+}
+
+// The last one goes to the front of those that are remembered.
+void DesktopHost::Remember(const std::string& path) {
+  std::vector<std::string> recent = RecentCompanies();
+  std::erase(recent, path);
+  recent.insert(recent.begin(), path);
+  recent.resize(std::min(recent.size(), kRemembered));
+  for (std::size_t i = 0; i < recent.size(); ++i) {
+    if (settings_->ReadString(kSection, RecentKey(i), "") == recent[i]) continue;
+    settings_->WriteString(kSection, RecentKey(i), recent[i]);
+  }
+}
+
+std::vector<std::string> DesktopHost::RecentCompanies() const {
+  std::vector<std::string> recent;
+  for (std::size_t i = 0; i < kRemembered; ++i) {
+    std::string path = settings_->ReadString(kSection, RecentKey(i), "");
+    if (!path.empty()) recent.push_back(std::move(path));
+  }
+  return recent;
 }
 
 void DesktopHost::Close() {
@@ -80,7 +111,7 @@ CompanyAccess& DesktopHost::Server() {
   return *server_;
 }
 
-std::string DesktopHost::LastCompany() const { return settings_->ReadString(kSection, kLastCompany, ""); }
+std::string DesktopHost::LastCompany() const { return settings_->ReadString(kSection, RecentKey(0), ""); }
 
 QString DesktopHost::CompanyName() const {
   if (!server_) return {};

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "appserver/company_access.h"
 #include "desktop/dialogs.h"
@@ -31,12 +32,18 @@ class DesktopHost : public AppForms {
   /// Opens a company instead of the one that is open, and remembers it: a file, "postgresql://..." or
   /// "https://HOST/COMPANY". Raises Error, DatabaseError; the one that was open stays then.
   void Open(const std::string& address);
+  /// The same with a connection to that address that was made before.
+  void Open(const std::string& address, std::unique_ptr<CompanyAccess> server);
+  /// Connects anew to the company that is open, after a login.
+  void Reconnect();
   void Close();
   bool IsOpen() const { return server_ != nullptr; }
   /// Raises Error where no company is open.
   CompanyAccess& Server();
   /// The company that was open last; empty where there was none.
   std::string LastCompany() const;
+  /// Those that were open before, the last one first.
+  std::vector<std::string> RecentCompanies() const;
   /// For the window's title.
   QString CompanyName() const;
 
@@ -48,6 +55,7 @@ class DesktopHost : public AppForms {
 
  private:
   class Comunication;
+  void Remember(const std::string& path);
 
   std::unique_ptr<TAppIni> settings_;
   std::unique_ptr<CompanyAccess> server_;

@@ -1,5 +1,7 @@
 #include "desktop/import_dialog.h"
 
+#include <QApplication>
+#include <QClipboard>
 #include <QCryptographicHash>
 #include <QDragEnterEvent>
 #include <QFileDialog>
@@ -12,6 +14,9 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "desktop/clipboard_table.h"
+#include "desktop/contrast.h"
+#include "desktop/croatian.h"
 #include "desktop/host.h"
 #include "desktop/import_window.h"
 #include "mox/foundation/files.h"
@@ -21,6 +26,8 @@
 
 namespace mox {
 namespace {
+
+constexpr qsizetype kMostPastedRows = 2'000'000;
 
 // 0xBBGGRR; a colour of the system is left to the theme.
 std::optional<QColor> ColorOf(const std::optional<std::uint32_t>& color) {
@@ -65,7 +72,7 @@ void ImportDialog::Build() {
   model_.SetRowColor([this](std::size_t row) -> QVariant {
     const GridStyle* const style = form_.RowStyle(row);
     const auto color = style == nullptr ? std::nullopt : ColorOf(style->text_color);
-    return color ? QVariant(*color) : QVariant();
+    return color ? QVariant(ReadableOn(*color, view_.palette().color(QPalette::Base))) : QVariant();
   });
   ShowColumns();
   fault_view_.setModel(&faults_);
@@ -119,6 +126,7 @@ QWidget* ImportDialog::MakeTop() {
   only_faulty_.setAutoDefault(false);
   connect(&only_faulty_, &QPushButton::toggled, this, [this](bool only) { ShowFaultyRows(only); });
   layout->addWidget(&only_faulty_);
+  summary_.setAccessibleName(QStringLiteral("Sažetak"));
   layout->addWidget(&summary_, 1);
   QFont bold = indicator_.font();
   bold.setBold(TfrmImportGrid::kBoldIndicator);
@@ -238,7 +246,7 @@ void ImportDialog::Check() {
     if (form_.Outcome() != ImportOutcome::kRefused) return;
     ShowRefusedCells();
     ShowVelorDialog(TVCustomDialogType::kError, "Upozorenje", "Ništa nije pohranjeno.",
-                    "Poslužitelj nije prihvatio podatke: " + form_.Refusal());
+                    "Poslužitelj nije prihvatio podatke: " + FromQt(RefusalOf(host_.Server())));
   });
 }
 
@@ -295,6 +303,8 @@ bool ImportDialog::eventFilter(QObject* watched, QEvent* event) {
   }
   const bool pastes = watched == &view_ && key.modifiers() == Qt::AltModifier && key.key() == Qt::Key_E;
   if (!pastes) return QDialog::eventFilter(watched, event);
+  const QString fault = FaultOfPasted(ClipboardText(QApplication::clipboard()->mimeData()), kMostPastedRows);
+  if (!fault.isEmpty()) return summary_.setText(fault), true;
   Run([this] { form_.GridKeyDown(U'E', {.alt = true}); });
   return true;
 }

@@ -12,15 +12,21 @@
 
 #include "appserver/codebook.h"
 #include "appserver/company_server.h"
+#include "connect/login_store.h"
+#include "connect/open_company.h"
 #include "desktop/codebook_page.h"
 #include "desktop/company_page.h"
 #include "desktop/document_editor.h"
 #include "desktop/document_list.h"
 #include "desktop/host.h"
 #include "desktop/import_journal_page.h"
+#include "desktop/login_dialog.h"
+#include "desktop/open_dialog.h"
+#include "desktop/rate_page.h"
 #include "desktop/report_page.h"
 #include "desktop/settings_dialog.h"
 #include "desktop/stored_document.h"
+#include "mox/host/system_platform.h"
 #include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
 
@@ -95,6 +101,8 @@ QAction* MainWindow::Add(QMenu* menu, const QString& text, const QKeySequence& k
 void MainWindow::BuildMenus() {
   QMenu* const company = menuBar()->addMenu(QStringLiteral("&Tvrtka"));
   Add(company, QStringLiteral("&Otvori…"), QKeySequence::Open, &MainWindow::ChooseCompany);
+  Add(company, QStringLiteral("Pri&java…"), {}, &MainWindow::LogIn);
+  Add(company, QStringLiteral("&Nova tvrtka…"), {}, &MainWindow::NewCompany);
   Add(company, QStringLiteral("Nova &pokazna tvrtka…"), {}, &MainWindow::NewDemo);
   Add(company, QStringLiteral("&Sigurnosna kopija…"), {}, &MainWindow::BackUp);
   Add(company, QStringLiteral("&Podaci tvrtke"), {}, &MainWindow::ShowCompanyData);
@@ -115,6 +123,8 @@ void MainWindow::BuildMenus() {
     }
   }
   QMenu* const codebooks = menuBar()->addMenu(QStringLiteral("Š&ifarnici"));
+  Add(codebooks, QStringLiteral("&Tečajevi"), {}, &MainWindow::ShowRates);
+  codebooks->addSeparator();
   for (const Codebook& codebook : CodebookTable()) {
     const std::string name(codebook.name);
     connect(codebooks->addAction(CodebookTitle(name)), &QAction::triggered, this,
@@ -248,12 +258,30 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 
 // --- the company ---
 
+// The company that is open stays until the other one has answered.
 void MainWindow::OpenCompany(const std::string& location) {
+  if (IsServerAddress(location) && !LogInWhereNeeded(location)) return;
+  std::unique_ptr<CompanyAccess> server = mox::OpenCompany(location);
   if (!CloseAll()) return;
-  host_.Open(location);
+  host_.Open(location, std::move(server));
   ShowTitle();
   ShowDocuments();
   OfferDrafts();
+}
+
+bool MainWindow::LogInWhereNeeded(const std::string& location) {
+  const ServerAddress address = ServerAddress::Parse(location);
+  if (LoginStore(SystemPlatform::UserStateFolder()).Find(address.server)) return true;
+  return LoginDialog(address, LoginName(), this).exec() == QDialog::Accepted;
+}
+
+// Pages stay as they are: they ask whatever connection there is.
+void MainWindow::LogIn() {
+  const std::string path = App().Company().CompanyPath();
+  if (!IsServerAddress(path)) throw Error("Prijava je potrebna samo za tvrtku na poslužitelju.");
+  if (LoginDialog(ServerAddress::Parse(path), LoginName(), this).exec() == QDialog::Accepted) {
+    host_.Reconnect();
+  }
 }
 
 void MainWindow::OfferDrafts() {
@@ -275,22 +303,41 @@ void MainWindow::ShowTitle() {
 }
 
 void MainWindow::ChooseCompany() {
-  const QString path = QFileDialog::getOpenFileName(this, QStringLiteral("Otvori tvrtku"), {}, kCompanyFiles);
-  if (!path.isEmpty()) OpenCompany(FromQt(path));
+  OpenDialog dialog(host_.RecentCompanies(), this);
+  if (dialog.exec() == QDialog::Accepted) OpenCompany(dialog.Address());
+}
+
+void MainWindow::ShowRates() {
+  host_.Server();
+  AddTab(new RatePage(host_));
+}
+
+void MainWindow::CreateCompany(const QString& path, WithDemo with_demo) {
+  Database::Create(FromQt(path), with_demo);
+  OpenCompany(FromQt(path));
+}
+
+void MainWindow::NewCompany() {
+  const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Nova tvrtka"),
+                                                    QStringLiteral("tvrtka.db"), kCompanyFiles);
+  if (path.isEmpty()) return;
+  CreateCompany(path, WithDemo::kNo);
+  ShowCompanyData();
 }
 
 void MainWindow::NewDemo() {
   const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Nova pokazna tvrtka"),
                                                     QStringLiteral("pokazna.db"), kCompanyFiles);
-  if (path.isEmpty()) return;
-  Database::Create(FromQt(path), WithDemo::kYes);
-  OpenCompany(FromQt(path));
+  if (!path.isEmpty()) CreateCompany(path, WithDemo::kYes);
 }
 
 void MainWindow::BackUp() {
   const QString path =
       QFileDialog::getSaveFileName(this, QStringLiteral("Sigurnosna kopija"), {}, kCompanyFiles);
-  if (path.isEmpty()) return;
+  if (!path.isEmpty()) BackUpTo(path);
+}
+
+void MainWindow::BackUpTo(const QString& path) {
   auto* const file = dynamic_cast<CompanyServer*>(&host_.Server());
   if (file == nullptr) throw Error("Sigurnosnu kopiju tvrtke na poslužitelju radi poslužitelj.");
   file->database().BackUp(FromQt(path));

@@ -4,6 +4,7 @@
 #include <QMainWindow>
 #include <QTabWidget>
 
+#include "appserver/database.h"
 #include "mox/documents/document.h"
 #include "mox/foundation/app.h"
 
@@ -28,7 +29,13 @@ class MainWindow : public QMainWindow, public TMainForm {
   void ShowDocument(std::int64_t id);
   void ShowCodebook(const std::string& name);
   void ShowReports();
+  void ShowCompanyData();
+  /// Makes a company in a new file, and opens it.
+  void CreateCompany(const QString& path, WithDemo with_demo);
+  /// Copies the company that is open into a file. Raises Error for one on a server.
+  void BackUpTo(const QString& path);
   void ShowImportJournal();
+  void ShowRates();
   QTabWidget& Tabs() { return tabs_; }
 
  protected:
@@ -46,10 +53,12 @@ class MainWindow : public QMainWindow, public TMainForm {
   void CloseCurrent();
   void ChooseDocument();
   void ChooseCompany();
+  bool LogInWhereNeeded(const std::string& location);
+  void LogIn();
+  void NewCompany();
   void NewDemo();
   void BackUp();
   void ShowSettings();
-  void ShowCompanyData();
   void ShowShortcuts();
   void ShowTitle();
 

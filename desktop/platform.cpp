@@ -6,12 +6,14 @@
 #include <QThread>
 #include <utility>
 
+#include "desktop/clipboard_table.h"
 #include "desktop/qt_text.h"
 
 namespace mox {
 
 std::string QtPlatform::ClipboardText() {
-  return clipboard_ ? *clipboard_ : FromQt(QApplication::clipboard()->text());
+  if (clipboard_) return *clipboard_;
+  return FromQt(mox::ClipboardText(QApplication::clipboard()->mimeData()));
 }
 
 MouseCursor QtPlatform::SetCursor(MouseCursor cursor) {
@@ -33,8 +35,7 @@ bool QtPlatform::IsTerminated() const {
   return SystemPlatform::IsTerminated() || QCoreApplication::closingDown();
 }
 
-LocaleSettings SystemLocaleSettings() {
-  const QLocale system = QLocale::system();
+LocaleSettings LocaleSettingsOf(const QLocale& system) {
   LocaleSettings settings;
   if (system.language() == QLocale::C || system.language() == QLocale::Croatian) return settings;
   settings.decimal_separator = FromQt(system.decimalPoint());
@@ -51,5 +52,7 @@ LocaleSettings SystemLocaleSettings() {
   settings.short_date = FromQt(date);
   return settings;
 }
+
+LocaleSettings SystemLocaleSettings() { return LocaleSettingsOf(QLocale::system()); }
 
 }  // namespace mox

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QLocale>
 #include <optional>
 #include <string>
 #include <utility>
@@ -32,5 +33,6 @@ class QtPlatform : public SystemPlatform {
 
 /// How the user's system writes numbers and dates; in the Croatian way where it does not say.
 LocaleSettings SystemLocaleSettings();
+LocaleSettings LocaleSettingsOf(const QLocale& system);
 
 }  // namespace mox

@@ -18,6 +18,7 @@ RecordPage::RecordPage(const QString& title, RecordSet empty, QWidget* parent)
   layout_->addLayout(&filters_);
   layout_->addWidget(&view_, 1);
   layout_->addLayout(&buttons_);
+  note_.setAccessibleName(QStringLiteral("Napomena"));
   buttons_.addWidget(&note_, 1);
   auto* const again = new QShortcut(Qt::Key_F5, this);
   connect(again, &QShortcut::activated, this, [this] { Guarded([this] { Reload(); }); });

@@ -57,6 +57,10 @@ class RecordSetModel : public QAbstractTableModel {
   void SetOnCellWritten(std::function<void(std::size_t field)> written) { on_written_ = std::move(written); }
   /// Called with the reason when something typed was refused, and with nothing when it is in order again.
   void SetOnRefused(std::function<void(const QString& reason)> refused) { on_refused_ = std::move(refused); }
+  /// Tells a reason to whoever is called with those of refusals.
+  void Tell(const QString& reason) const {
+    if (on_refused_) on_refused_(reason);
+  }
   /// Called when another row of the set became current.
   void SetOnMoved(std::function<void()> moved) { on_moved_ = std::move(moved); }
 

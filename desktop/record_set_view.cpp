@@ -5,7 +5,6 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QMimeData>
 #include <QPainter>
 #include <QPersistentModelIndex>
 #include <QStyledItemDelegate>
@@ -17,7 +16,6 @@ namespace mox {
 namespace {
 
 constexpr int kMostWidth = 360;
-constexpr qsizetype kMostPasted = qsizetype{64} * 1024 * 1024;  // characters
 
 bool CanEdit(const QModelIndex& index) { return (index.flags() & Qt::ItemIsEditable) != 0; }
 
@@ -164,10 +162,8 @@ void RecordSetView::CopySelection() const {
 }
 
 void RecordSetView::PasteClipboard() {
-  const QMimeData* const clipboard = QApplication::clipboard()->mimeData();
-  if (clipboard == nullptr || !clipboard->hasText()) return;
-  const QString text = clipboard->text();
-  if (text.size() > kMostPasted) return;
+  const QString text = ClipboardText(QApplication::clipboard()->mimeData());
+  if (const QString fault = FaultOfPasted(text); !fault.isEmpty()) return model_.Tell(fault);
   const auto rows = ReadClipboardTable(text);
   const QModelIndex from = currentIndex();
   const std::size_t room = static_cast<std::size_t>(model_.rowCount() - (from.isValid() ? from.row() : 0));

@@ -145,6 +145,11 @@ Document::Lines Document::MakeLines(const LineSchema& schema, const char* name) 
   lines.records.DefineField("art_id", FieldKind::kInteger);
   for (const char* const text : {"sifra", "naziv", "jm"}) lines.records.DefineField(text, FieldKind::kText);
   for (FieldDef& field : LineFields(schema)) lines.records.DefineField(std::move(field));
+  // Dependent costs belong to what is received, also where its calculator does not read them.
+  const bool takes_costs = kind_->is == DocumentClass::kGoodsReceipt && &schema == &kind_->goods;
+  if (takes_costs && !lines.records.FindFieldIndex(field::zti.text)) {
+    lines.records.DefineField(std::string(field::zti.text), FieldKind::kCurrency);
+  }
   lines.records.Open();
   Watch(lines);
   return lines;

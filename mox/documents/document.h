@@ -16,8 +16,9 @@ namespace mox {
 class Document {
  public:
   /// Without lines, for a screen or a program that fills them: the sets of lines that the kind has are open
-  /// (art_id, sifra, naziv and jm say what a line is, then come the fields of its kind), and a line is
-  /// calculated when it is posted, and when it becomes current again unless that would change nothing.
+  /// (art_id, sifra, naziv and jm say what a line is, then come the fields of its kind, and the dependent
+  /// costs of what is received), and a line is calculated when it is posted, and when it becomes current
+  /// again unless that would change nothing.
   explicit Document(const DocumentKind& kind);
   /// Raises Error for an unknown kind.
   explicit Document(std::string_view kind) : Document(DocumentKindByName(kind)) {}
@@ -69,6 +70,7 @@ class Document {
   /// CalcDocDobavljaca, as it was when the document was last stored; null for other kinds. The header's
   /// vrsta_dok_dob says which kind of document it is.
   RecordSet* SupplierTotals() { return supplier_totals_ ? &*supplier_totals_ : nullptr; }
+  const RecordSet* SupplierTotals() const { return supplier_totals_ ? &*supplier_totals_ : nullptr; }
 
   /// Sums it from the lines as they are.
   void FillSupplierTotals();

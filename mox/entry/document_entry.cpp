@@ -173,6 +173,7 @@ std::string DraftOf(const Document& document) {
   add("zaglavlje", &document.Header());
   add("stavke", document.Goods());
   add("usluge", document.Services());
+  add("dobavljac", document.SupplierTotals());
   return draft.SaveToString();
 }
 
@@ -188,6 +189,7 @@ Document FromDraft(std::string_view text) {
     if (name == "zaglavlje") Refill(&document.Header(), row.AsText(*value));
     if (name == "stavke") Refill(document.Goods(), row.AsText(*value));
     if (name == "usluge") Refill(document.Services(), row.AsText(*value));
+    if (name == "dobavljac") Refill(document.SupplierTotals(), row.AsText(*value));
   }
   document.Header().First();
   return document;

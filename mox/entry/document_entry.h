@@ -56,7 +56,8 @@ bool StorePayment(std::int64_t document, Currency amount, Date date);
 
 // --- a document that is not finished ---
 
-/// The document as a text: its header and lines as they stand now, what is pending with them.
+/// The document as a text: its header and lines as they stand now, what is pending with them,
+/// and what was entered of the supplier's document.
 std::string DraftOf(const Document& document);
 /// The document of such a text. Raises Error where it is none.
 Document FromDraft(std::string_view text);

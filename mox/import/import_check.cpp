@@ -171,7 +171,8 @@ void ImportCheck::AskColumn(Column& column, ImportLookups& lookups) {
 
 // --- the rows ---
 
-std::vector<ImportFault> ImportCheck::Run() {
+std::vector<ImportFault> ImportCheck::Run(const std::function<void(std::size_t)>& reached) {
+  constexpr std::size_t kRowsBetween = 1024;
   std::vector<ImportFault> faults;
   const bool makes_rows = !columns_.empty() && columns_.front().runs[IndexOf(ImportPass::kFormat)];
   looked_up_.clear();
@@ -179,6 +180,7 @@ std::vector<ImportFault> ImportCheck::Run() {
     if (columns_[i].runs[IndexOf(ImportPass::kLookup)]) looked_up_.push_back(i);
   }
   for (std::size_t number = 1; number <= rows_.size(); ++number) {
+    if (reached && number % kRowsBetween == 0) reached(number);
     const RecordRow row = rows_[number - 1];
     FetchKnown(row);
     if (makes_rows) typed_.Append();

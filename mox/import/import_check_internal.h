@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -22,7 +23,8 @@ class ImportCheck {
 
   /// Where a question raises, the passes before it are left to be run.
   void Ask(ImportLookups& lookups);
-  std::vector<ImportFault> Run();
+  /// `reached` is told every so many rows how far it is; what it raises ends the check.
+  std::vector<ImportFault> Run(const std::function<void(std::size_t row)>& reached = nullptr);
 
  private:
   // A column with those of its passes that are run.

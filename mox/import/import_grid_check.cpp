@@ -133,7 +133,7 @@ bool TfrmImportGrid::CheckAllRows() {
     PaintFaults();
     throw;
   }
-  faults_ = check.Run();
+  faults_ = check.Run([&](std::size_t) { status_.SetPosition(status_.Position()); });
   AddSheetFaults();
   PaintFaults();
   columns_.at(kErrMsgPosition).visible = true;

@@ -11,6 +11,7 @@
 #include <random>
 
 #include "desktop/clipboard_table.h"
+#include "desktop/contrast.h"
 #include "desktop/qt_text.h"
 #include "desktop/record_set_view.h"
 #include "mox/calculations/document_lines.h"
@@ -283,6 +284,33 @@ TEST_F(RecordSetModelTest, FollowsTheSet) {
     model_->SetRowFilter(nullptr);
     EXPECT_EQ(static_cast<std::size_t>(model_->rowCount()), lines_.RowCount());
   }
+}
+
+// In the light and in the dark: what is missing and what is faulty is tinted, and can be read.
+TEST_F(RecordSetModelTest, TintsCellsSoThatTheyCanBeRead) {
+  Open(2);
+  lines_.Edit();
+  lines_.SetText(0, "");
+  model_->SetFaultOf(
+      [](std::size_t, std::size_t field) { return field == 2 ? QStringLiteral("krivo") : QString(); });
+  for (const auto& [base, text] :
+       {std::pair(QColor(Qt::white), QColor(Qt::black)),
+        {QColor(42, 42, 42), QColor(Qt::white)},
+        {view_->palette().color(QPalette::Base), view_->palette().color(QPalette::Text)}}) {
+    for (const char* const field : {"naziv", "pc"}) {
+      const auto tint = model_->index(0, *model_->ColumnOf(field)).data(Qt::BackgroundRole).value<QColor>();
+      ASSERT_TRUE(tint.isValid()) << field;
+      const double part = tint.alphaF();
+      const auto over = [part](int above, int below) {
+        return static_cast<int>(part * above + (1 - part) * below);
+      };
+      const QColor seen(over(tint.red(), base.red()), over(tint.green(), base.green()),
+                        over(tint.blue(), base.blue()));
+      EXPECT_GE(Contrast(text, seen), 4.5) << field;
+    }
+    EXPECT_GE(Contrast(ReadableOn(Qt::red, base), base), 4.5);
+  }
+  EXPECT_EQ(ReadableOn(Qt::black, Qt::white), QColor(Qt::black)) << "what can be read stays";
 }
 
 TEST_F(RecordSetModelTest, ShowsAndScrollsManyRows) {

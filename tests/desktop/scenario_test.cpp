@@ -3,6 +3,9 @@
 
 #include "desktop/codebook_page.h"
 #include "desktop/import_dialog.h"
+#include "mox/codes/exchange_rates.h"
+#include "mox/entry/document_entry.h"
+#include "mox/foundation/clock.h"
 #include "mox/foundation/locale_text.h"
 #include "mox/server/read_services.h"
 #include "tests/desktop/desktop_fixture.h"
@@ -227,6 +230,48 @@ TEST_F(DesktopTest, StoresRowsOfACodebookAsTheyAreLeft) {
   EXPECT_EQ(rows->Model().rowCount(), before + 1);
   const auto stored = CreateDBDataSet("Kat\\jm", "jm", {{"trazi", Value("vreca")}});
   EXPECT_EQ(stored->RowCount(), 1U);
+}
+
+// A rate that is entered holds from the day; another one in its place is asked about.
+TEST_F(DesktopTest, StoresRatesOfADay) {
+  window_->ShowRates();
+  RecordSetView* const rates = Lines(window_->Tabs().currentWidget(), "Tečajevi");
+  int usd = 0;
+  while (usd < rates->Model().rowCount() && Cell(rates, usd, "val_ozn") != "USD") ++usd;
+  ASSERT_LT(usd, rates->Model().rowCount());
+  for (const double rate : {1.0842, 1.0901}) {
+    Go(rates, usd, "tecaj");
+    Type(rates, QString::number(rate).replace(u'.', u','));
+    ASSERT_TRUE(rates->Model().submit());
+    EXPECT_EQ(GetTecajByOznakaValute(Today(), "USD"), rate);
+  }
+  EXPECT_THAT(person_.read, ElementsAre(HasSubstr("Već postoji drugi tečaj.")));
+}
+
+// What was entered from the supplier's document is compared with the lines, kept in the draft, and asked
+// about when it differs.
+TEST_F(DesktopTest, ComparesTheSupplierDocumentWithTheLines) {
+  DocumentEditor* const editor =
+      Enter("primka-kalkulacija", "Stavke", "\tBrašno\tkom\t1000\t10\t0\t0\t0\t0\t0\t25\n");
+  const auto enter = [&](const char* tax) {
+    person_.WillDo([tax](QWidget* dialog) {
+      EXPECT_EQ(dialog->findChildren<QLineEdit*>().size(), 14);
+      Fill(Line(dialog, "PDV (25%):"), QString::fromUtf8(tax));
+      PressButton(dialog, "U redu");
+    });
+    PressButton(editor, "PDV dokumenta dobavljača…");
+    return FromQt(Label(editor, "Napomena")->text());
+  };
+  EXPECT_THAT(enter("2600"), HasSubstr("PDV (25%): na dokumentu 2.600,00, iz stavaka 2.500,00"));
+  EXPECT_EQ(FromDraft(DraftOf(editor->Content())).SupplierTotals()->FieldByName("pdv_25").AsText(),
+            "2600,00");
+  person_.WillPress("Ne");
+  Press(editor, Qt::Key_F9);
+  EXPECT_THAT(person_.read.back(), HasSubstr("Dokument dobavljača se razlikuje od stavaka."));
+  EXPECT_FALSE(editor->IsStored());
+  EXPECT_EQ(enter("2500"), "");
+  Press(editor, Qt::Key_F9);
+  EXPECT_TRUE(editor->IsStored());
 }
 
 TEST_F(DesktopTest, AsksForValues) {

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <string>
+
+#include "connect/server_address.h"
+
+namespace mox {
+
+/// Begins a session with a server, which is kept for this computer's user. Why it was refused is told in the
+/// dialog, which stays.
+class LoginDialog : public QDialog {
+ public:
+  LoginDialog(ServerAddress address, const std::string& user, QWidget* parent);
+  void accept() override;
+
+ private:
+  void ChooseAuthority();
+
+  ServerAddress address_;
+  QLineEdit user_;
+  QLineEdit password_;
+  QLineEdit authority_;
+  QLabel fault_;
+};
+
+}  // namespace mox

@@ -1,0 +1,117 @@
+#include "desktop/rate_page.h"
+
+#include <QFileDialog>
+
+#include "appserver/rate_list.h"
+#include "desktop/croatian.h"
+#include "desktop/dialogs.h"
+#include "desktop/host.h"
+#include "mox/codes/exchange_rates.h"
+#include "mox/foundation/clock.h"
+#include "mox/foundation/error.h"
+#include "mox/foundation/files.h"
+#include "mox/foundation/locale_text.h"
+#include "mox/server/read_services.h"
+#include "mox/server/transactions.h"
+
+namespace mox {
+namespace {
+
+RecordSet EmptyRates(const char* name) {
+  RecordSet rates(name);
+  rates.DefineField({.name = "datum", .kind = FieldKind::kDate, .display_name = "Od dana"});
+  rates.DefineField({.name = "val_ozn", .display_name = "Valuta"});
+  rates.DefineField({.name = "tecaj", .kind = FieldKind::kFloat, .display_name = "Tečaj"});
+  return rates;
+}
+
+}  // namespace
+
+RatePage::RatePage(DesktopHost& host)
+    : RecordPage(QStringLiteral("Tečajevi"), RecordSet("Tecajevi")), host_(host) {
+  View().SetAppending(false);
+  day_.setAccessibleName(QStringLiteral("Na dan"));
+  day_.setText(ToQt(DateToText(Today(), CurrentLocale())));
+  Filters()->addWidget(new QLabel(QStringLiteral("Na dan:")));
+  Filters()->addWidget(&day_);
+  Filters()->addStretch(1);
+  connect(&day_, &QLineEdit::editingFinished, this, [this] {
+    if (!day_.isModified()) return;
+    day_.setModified(false);
+    Guarded([this] { Reload(); });
+  });
+  AddButton(
+      QStringLiteral("Učitaj tečajnu listu…"), [this] { ChooseList(); }, Qt::CTRL | Qt::Key_L);
+  Model().SetOnRefused([this](const QString& reason) { SetNote(reason); });
+  for (const char* const field : {"datum", "val_ozn"}) Model().SetFieldEditable(field, false);
+  Reload();
+  Rows().SetOnBeforePost([this](RecordSet& row) { StoreRow(row); });
+}
+
+// The last rate of each currency on or before the day; without one the currency stands alone.
+void RatePage::Reload() {
+  const auto day = ParseLocaleDate(FromQt(day_.text().trimmed()), CurrentLocale());
+  if (!day) throw Error(FromQt(day_.text()) + " nije datum (" + CurrentLocale().short_date + ").");
+  const auto currencies = CreateDBDataSet("Kat\\valuta", "valuta", {});
+  if (!currencies) throw Error("Poslužitelj nema šifarnik valuta.");
+  RecordSet rates = EmptyRates("Tecajevi");
+  rates.Open();
+  const std::size_t code = *currencies->FindFieldIndex("oznaka");
+  for (const RecordRow& currency : currencies->Rows()) {
+    const std::string name = currency.AsText(code);
+    const auto known = GetInfoTecajByOznakaValute(*day, name);
+    const bool has = known && known->RowCount() > 0;
+    const auto value = [&](const char* field) {
+      return has ? known->RowAt(0).AsVariant(*known->FindFieldIndex(field)) : Value();
+    };
+    rates.AppendRecord({value("datum"), name, value("tecaj")});
+  }
+  Show(std::move(rates), {"val_ozn", "tecaj", "datum"});
+  SetNote(QStringLiteral("Upisani tečaj vrijedi od dana koji je odabran."));
+}
+
+// A rate of the day in the place of another one is stored after a question.
+bool RatePage::Send(RecordSet& rates) {
+  if (ExecuteTransaction("TecajnaListaInsert", {&rates})) return true;
+  const QString reason = RefusalOf(host_.Server());
+  const auto& failure = host_.Server().LastWrite().failure;
+  if (!failure || failure->field != "tecaj" || failure->message.find(" is stored as ") == std::string::npos) {
+    throw Error(FromQt(reason));
+  }
+  if (!Ask("Već postoji drugi tečaj.", FromQt(reason) + "\nZamijeniti ga?")) return false;
+  if (!ExecuteTransaction("TecajnaListaReplace", {&rates})) throw Error(FromQt(RefusalOf(host_.Server())));
+  return true;
+}
+
+void RatePage::StoreRow(RecordSet& row) {
+  const auto day = ParseLocaleDate(FromQt(day_.text().trimmed()), CurrentLocale());
+  const std::size_t rate = *row.FindFieldIndex("tecaj");
+  if (!day || row.IsNull(rate)) return;
+  RecordSet rates = EmptyRates("Tecajevi");
+  rates.Open();
+  rates.AppendRecord({*day, row.AsText(*row.FindFieldIndex("val_ozn")), row.AsFloat(rate)});
+  if (!Send(rates)) throw Abort();
+  row.SetDate(*row.FindFieldIndex("datum"), *day);
+  SetNote(QStringLiteral("Tečaj je pohranjen."));
+}
+
+void RatePage::ReadList(const std::string& path) {
+  RecordSet rates = ReadRateList(ReadWholeFile(path), path);
+  if (!Send(rates)) return;
+  const RecordSet& counts = host_.Server().LastWrite().stored.value();
+  const RecordRow row = counts.RowAt(0);
+  const auto count = [&row](const char* field) { return ToQt(row.AsText(row.IndexOf(field))); };
+  const QString told = QStringLiteral("Novih tečajeva: %1, izmijenjenih: %2, istih: %3")
+                           .arg(count("novi"), count("izmijenjeni"), count("isti"));
+  Reload();
+  SetNote(told);
+}
+
+void RatePage::ChooseList() {
+  const QString path =
+      QFileDialog::getOpenFileName(this, QStringLiteral("Tečajna lista"), {},
+                                   QStringLiteral("Tečajna lista (*.json *.csv);;Sve datoteke (*)"));
+  if (!path.isEmpty()) ReadList(FromQt(path));
+}
+
+}  // namespace mox

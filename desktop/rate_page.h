@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QLineEdit>
+
+#include "desktop/record_page.h"
+
+namespace mox {
+
+class DesktopHost;
+
+/// The exchange rates that hold on a day: entered one by one, or read from the national bank's daily list.
+class RatePage : public RecordPage {
+ public:
+  explicit RatePage(DesktopHost& host);
+  void Reload() override;
+  /// Stores the rates of a list as the bank publishes it.
+  void ReadList(const std::string& path);
+
+ private:
+  void ChooseList();
+  void StoreRow(RecordSet& row);
+  bool Send(RecordSet& rates);
+
+  DesktopHost& host_;
+  QLineEdit day_;
+};
+
+}  // namespace mox

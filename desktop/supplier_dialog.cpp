@@ -1,0 +1,109 @@
+#include "desktop/supplier_dialog.h"
+
+#include <QDialogButtonBox>
+#include <QGridLayout>
+#include <QPushButton>
+
+#include "desktop/qt_text.h"
+#include "mox/calculations/supplier_totals.h"
+#include "mox/foundation/display_format.h"
+#include "mox/foundation/error.h"
+#include "mox/foundation/locale_text.h"
+
+namespace mox {
+namespace {
+
+QString Money(Currency amount) { return ToQt(FormatFloat("#,0.00;-#,0.00", amount, CurrentLocale())); }
+
+// As it is entered: without what groups thousands.
+QString Typed(Currency amount) { return ToQt(FormatFloat("0.00;-0.00", amount, CurrentLocale())); }
+
+std::optional<Currency> ReadMoney(const QString& text) {
+  if (text.trimmed().isEmpty()) return Currency();
+  try {
+    return ParseLocaleCurrency(FromQt(text.trimmed()), CurrentLocale());
+  } catch (const Error&) {
+    return std::nullopt;
+  }
+}
+
+}  // namespace
+
+SupplierDialog::SupplierDialog(RecordSet& entered, const RecordSet& calculated, QWidget* parent)
+    : QDialog(parent), entered_(entered) {
+  setWindowTitle(ToQt(kDocDobavljacaTitle));
+  auto* const grid = new QGridLayout(this);
+  int row = 0;
+  for (const char16_t* const heading : {u"", u"S dokumenta", u"Iz stavaka", u""}) {
+    grid->addWidget(new QLabel(QString::fromUtf16(heading)), 0, row++, Qt::AlignRight);
+  }
+  row = 1;
+  for (const DocDobavljacaCaption& caption : kDocDobavljacaCaptions) {
+    const std::size_t field = *entered.FindFieldIndex(caption.field);
+    const Currency counted = calculated.RowAt(0).AsCurrency(*calculated.FindFieldIndex(caption.field));
+    auto* const line = new QLineEdit(Typed(entered.RowAt(0).AsCurrency(field)));
+    auto* const label = new QLabel(ToQt(caption.caption));
+    auto* const difference = new QLabel;
+    label->setBuddy(line);
+    line->setAlignment(Qt::AlignRight);
+    line->setAccessibleName(ToQt(caption.caption));
+    difference->setAccessibleName(QStringLiteral("Razlika, ") + ToQt(caption.caption));
+    difference->setMinimumWidth(140);
+    grid->addWidget(label, row, 0);
+    grid->addWidget(line, row, 1);
+    grid->addWidget(new QLabel(Money(counted)), row, 2, Qt::AlignRight);
+    grid->addWidget(difference, row, 3);
+    amounts_.push_back({field, line, difference, counted});
+    connect(line, &QLineEdit::textChanged, this,
+            [this, at = amounts_.size() - 1] { ShowDifference(amounts_[at]); });
+    ShowDifference(amounts_.back());
+    ++row;
+  }
+  auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+  buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("U redu"));
+  buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
+  QPushButton* const take =
+      buttons->addButton(QStringLiteral("&Preuzmi iz stavaka"), QDialogButtonBox::ActionRole);
+  take->setAutoDefault(false);
+  connect(take, &QPushButton::clicked, this, [this] {
+    for (const Amount& amount : amounts_) amount.line->setText(Typed(amount.calculated));
+  });
+  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  grid->addWidget(buttons, row, 0, 1, 4);
+}
+
+void SupplierDialog::ShowDifference(const Amount& amount) {
+  const auto entered = ReadMoney(amount.line->text());
+  amount.difference->setText(!entered ? QStringLiteral("to nije iznos")
+                             : *entered == amount.calculated
+                                 ? QString()
+                                 : QStringLiteral("razlika ") + Money(*entered - amount.calculated));
+}
+
+void SupplierDialog::accept() {
+  for (const Amount& amount : amounts_) {
+    if (!ReadMoney(amount.line->text())) return amount.line->setFocus();
+  }
+  entered_.Edit();
+  for (const Amount& amount : amounts_) {
+    entered_.SetVariant(amount.field, Value(*ReadMoney(amount.line->text())));
+  }
+  entered_.Post();
+  QDialog::accept();
+}
+
+QString SupplierDifferences(const RecordSet& entered, const RecordSet& calculated) {
+  QStringList differences;
+  for (const DocDobavljacaCaption& caption : kDocDobavljacaCaptions) {
+    const auto amount = [&caption](const RecordSet& totals) {
+      return totals.RowAt(0).AsCurrency(*totals.FindFieldIndex(caption.field));
+    };
+    if (amount(entered) == amount(calculated)) continue;
+    differences.append(QStringLiteral("%1 na dokumentu %2, iz stavaka %3")
+                           .arg(ToQt(caption.caption), Money(amount(entered)), Money(amount(calculated))));
+  }
+  return differences.join(u'\n');
+}
+
+}  // namespace mox
