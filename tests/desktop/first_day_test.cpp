@@ -1,0 +1,326 @@
+// Leads through docs/FIRST-DAY.md in the window: what the page gives to the command is typed, and what the
+// command prints there has to stand on the screen.
+
+#include <QComboBox>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "desktop/print_dialog.h"
+#include "desktop/stored_document.h"
+#include "mox/entry/line_screen.h"
+#include "mox/foundation/files.h"
+#include "mox/foundation/locale_text.h"
+#include "mox/foundation/text.h"
+#include "tests/desktop/desktop_fixture.h"
+#include "tests/source_dir.h"
+
+namespace mox {
+namespace {
+
+using testing::HasSubstr;
+
+using Words = std::vector<std::string>;
+
+struct Command {
+  Words words;                       // without "mox"
+  std::vector<std::string> printed;  // lines
+  std::string After(std::string_view option) const {
+    const auto at = std::find(words.begin(), words.end(), option);
+    return at == words.end() || at + 1 == words.end() ? std::string() : *(at + 1);
+  }
+};
+
+struct Page {
+  std::map<std::string, std::string> files;
+  std::vector<Command> commands;
+};
+
+// As a shell splits them, but for what is piped.
+Words SplitWords(const std::string& line) {
+  Words words;
+  std::string word;
+  bool quoted = false;
+  for (const char c : line + ' ') {
+    if (c == '"') {
+      quoted = !quoted;
+    } else if (c == ' ' && !quoted) {
+      if (!word.empty()) words.push_back(std::exchange(word, {}));
+    } else {
+      word += c;
+    }
+  }
+  return words;
+}
+
+Page ReadPage() {
+  Page page;
+  std::istringstream lines(ReadWholeFile(SourceDir() + "/docs/FIRST-DAY.md"));
+  std::string line;
+  std::string fence;
+  while (std::getline(lines, line)) {
+    if (line.starts_with("```")) {
+      fence = fence.empty() ? line : std::string();
+    } else if (fence == "```console" && line.starts_with("$ mox ")) {
+      std::string more;
+      while (line.ends_with('\\') && std::getline(lines, more)) line = line.substr(0, line.size() - 1) + more;
+      page.commands.push_back({SplitWords(line.substr(6)), {}});
+    } else if (fence == "```console") {
+      page.commands.back().printed.push_back(line);
+    } else if (const std::size_t name = fence.find(' '); !fence.empty() && name != std::string::npos) {
+      page.files[fence.substr(name + 1)] += line + '\n';
+    }
+  }
+  return page;
+}
+
+// The rows of a file, its headings first.
+std::vector<Words> ReadCsv(const std::string& text) {
+  std::vector<Words> rows;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    Words& row = rows.emplace_back(1);
+    bool quoted = false;
+    for (const char c : line) {
+      if (c == '"') {
+        quoted = !quoted;
+      } else if (c == ',' && !quoted) {
+        row.emplace_back();
+      } else {
+        row.back() += c;
+      }
+    }
+  }
+  for (std::string& heading : rows.front()) heading = heading.substr(0, heading.find(':'));
+  return rows;
+}
+
+// The cells between two blanks and more.
+Words CellsOf(const std::string& line) {
+  Words cells;
+  for (std::size_t at = 0; at < line.size();) {
+    const std::size_t end = std::min(line.find("  ", at), line.size());
+    cells.push_back(line.substr(at, end - at));
+    at = std::min(line.find_first_not_of(' ', end), line.size());
+  }
+  return cells;
+}
+
+// Numbers to hundredths, as the window shows them.
+std::string Rounded(const std::string& cell) {
+  const auto number = ParseLocaleNumber(FromQt(ToQt(cell).remove(u'.')), CurrentLocale());
+  return number ? FromQt(QString::number(*number, 'f', 2)) : cell;
+}
+
+class FirstDayTest : public DesktopTest {
+ protected:
+  QWidget* Current() { return window_->Tabs().currentWidget(); }
+  static QString Local(const std::string& value) {
+    if (const auto day = ParseIsoDate(value)) return ToQt(DateToText(*day, CurrentLocale()));
+    const bool is_number = value.find_first_not_of("0123456789.") == std::string::npos;
+    return is_number ? ToQt(value).replace(u'.', u',') : ToQt(value);
+  }
+  static void TypeRows(RecordSetView* view, const std::vector<Words>& rows) {
+    for (std::size_t row = 1; row < rows.size(); ++row) {
+      QTest::keyClick(view, Qt::Key_Insert);
+      const int at = view->Model().CurrentTableRow();
+      for (std::size_t i = 0; i < rows[row].size(); ++i) {
+        const auto column = view->Model().ColumnOf(rows[0][i]);
+        if (rows[row][i].empty() || !column) continue;
+        view->setCurrentIndex(view->Model().index(at, *column));
+        view->Model().setData(view->currentIndex(), Local(rows[row][i]));
+        Settle();
+      }
+      EXPECT_TRUE(view->Model().submit()) << FromQt(view->Model().Refusal());
+      Settle();
+    }
+  }
+  void SetParameter(const std::string& name, const std::string& value) {
+    RecordSetView* const rows = Lines(Current(), "Podaci tvrtke");
+    for (int row = 0; row < rows->Model().rowCount(); ++row) {
+      if (Cell(rows, row, "naziv") != ToQt(name)) continue;
+      Go(rows, row, "vrijednost");
+      rows->Model().setData(rows->currentIndex(), ToQt(value));
+      EXPECT_TRUE(rows->Model().submit()) << name;
+      return;
+    }
+    ADD_FAILURE() << name;
+  }
+  void Answer(const std::vector<QString>& texts) {
+    for (const QString& text : texts) {
+      person_.WillDo([text](QWidget* dialog) {
+        Fill(dialog->findChild<QLineEdit*>(), text);
+        QTest::keyClick(dialog->findChild<QLineEdit*>(), Qt::Key_Return);
+      });
+    }
+  }
+  // Each printed row, by its headings, against the row of the window at the same place.
+  static void Compare(RecordSetView* view, const Command& command) {
+    const Words headings = CellsOf(command.printed[0]);
+    int row = 0;
+    for (std::size_t i = 2; i < command.printed.size() && !command.printed[i].empty(); ++i, ++row) {
+      const Words cells = CellsOf(command.printed[i]);
+      ASSERT_LT(row, view->Model().rowCount()) << command.printed[i];
+      for (std::size_t cell = 0; cell < cells.size() && cells.size() == headings.size(); ++cell) {
+        const auto column = view->Model().ColumnOf(headings[cell]);
+        if (!column) continue;
+        EXPECT_EQ(Rounded(FromQt(view->Model().index(row, *column).data().toString())), Rounded(cells[cell]))
+            << headings[cell] << " of " << command.printed[i];
+      }
+    }
+    EXPECT_EQ(row, view->Model().rowCount());
+  }
+
+  void Begin(const Command& command) {
+    window_->CreateCompany(ToQt(folder_ / "trgovina.db"), WithDemo::kNo);
+    window_->ShowCompanyData();
+    for (std::size_t i = 3; i + 1 < command.words.size(); i += 2) {
+      if (command.words[i] == "--IBAN") {
+        Answer({ToQt(command.words[i + 1])});
+        PressButton(Current(), "Dodaj IBAN…");
+      } else {
+        SetParameter(command.words[i].substr(2), command.words[i + 1]);
+      }
+    }
+    SetParameter("RadnaGodina", "2026");
+  }
+  void Company(const Command& command) {
+    window_->ShowCompanyData();
+    if (command.words[1] == "show") {
+      EXPECT_EQ(host_->CompanyName(), QStringLiteral("Žito i sinovi d.o.o."));
+      EXPECT_TRUE(Label(Current(), "Napomena")->text().endsWith(QStringLiteral("HR1210010051863000160")));
+      return;
+    }
+    for (const std::string& word : command.words) {
+      const std::size_t at = word.find('=');
+      if (at != std::string::npos) SetParameter(word.substr(0, at), word.substr(at + 1));
+    }
+    SetParameter("EracunKey", std::string(TrimBlanks(page_.files[command.After("--key")])));
+  }
+  void Codebook(const Command& command) {
+    window_->ShowCodebook(command.words[1]);
+    RecordSetView* const rows = Lines(Current(), FromQt(Current()->windowTitle()).c_str());
+    if (const std::string found = command.After("--find"); !found.empty()) {
+      Fill(Line(Current(), "Traži"), ToQt(found));
+      return Compare(rows, command);
+    }
+    const int before = rows->Model().rowCount();
+    TypeRows(rows, ReadCsv(page_.files[command.After("--store")]));
+    EXPECT_EQ(static_cast<std::size_t>(rows->Model().rowCount() - before), command.printed.size() - 1);
+  }
+  // In the look-up form that opens next.
+  void Choose(const std::string& code) {
+    person_.WillDo([code](QWidget* dialog) {
+      auto* const view = dialog->findChild<RecordSetView*>();
+      for (int row = 0; row < view->Model().rowCount(); ++row) {
+        if (Cell(view, row, "sifra") == ToQt(code)) Go(view, row, "sifra");
+      }
+      QTest::keyClick(view, Qt::Key_Return);
+    });
+  }
+  void Store(const Command& command) {
+    DocumentEditor* const editor = New(command.words[1].c_str());
+    for (std::size_t i = 0; i + 1 < command.words.size(); ++i) {
+      if (command.words[i] != "--header") continue;
+      const std::string& header = command.words[i + 1];
+      const std::size_t at = header.find('=');
+      const std::string name = header.substr(0, at) == "partner" ? "par_id" : header.substr(0, at);
+      QLineEdit* const line = Line(editor, std::string(CaptionOf(name)).c_str());
+      ASSERT_NE(line, nullptr) << name;
+      if (name == "par_id") Choose(header.substr(at + 1));
+      Fill(line, Local(header.substr(at + 1)));
+      QTest::keyClick(line, Qt::Key_Return);
+    }
+    TypeRows(Lines(editor), ReadCsv(page_.files[command.words[2]]));
+    Settle();
+    Press(editor, Qt::Key_F9);
+    ASSERT_TRUE(editor->IsStored()) << testing::PrintToString(person_.read);
+    for (const std::string& line : command.printed) {
+      if (line.starts_with("Slovima (")) {
+        EXPECT_EQ("Slovima (" + FromQt(Label(editor, "Za platiti")->text()) +
+                      "): " + FromQt(Label(editor, "Slovima")->text()),
+                  line);
+      }
+      if (line.starts_with("Pohranjeno: ")) {
+        EXPECT_THAT(line, HasSubstr(' ' + FromQt(editor->Title().split(u' ').last()) + " (id "));
+      }
+    }
+  }
+  void Report(const Command& command) {
+    const std::map<std::string, const char*> titles = {{"turnover", "Promet po vrstama"},
+                                                       {"tax", "PDV po stopama"},
+                                                       {"stock", "Stanje skladišta"},
+                                                       {"balances", "Salda partnera"}};
+    window_->ShowReports();
+    for (const auto& [field, option] : {std::pair("Od datuma", "--from"), {"Do datuma", "--to"}}) {
+      const std::string day = command.After(option);
+      Fill(Line(Current(), field), Local(day.empty() ? "2026-03-02" : day));
+      QTest::keyClick(Line(Current(), field), Qt::Key_Return);
+    }
+    Current()->findChild<QComboBox*>()->setCurrentText(QString::fromUtf8(titles.at(command.words[1])));
+    Compare(Lines(Current(), "Izvještaji"), command);
+  }
+  // On the page of a stored document.
+  StoredDocumentPage* Open(const std::string& id) {
+    window_->ShowDocument(std::stoll(id));
+    return dynamic_cast<StoredDocumentPage*>(Current());
+  }
+  void Print(const Command& command) {
+    const std::string pdf = command.After("--pdf");
+    const std::string slip = command.After("--slip");
+    person_.WillDo([&](QWidget* dialog) {
+      auto* const print = dynamic_cast<PrintDialog*>(dialog);
+      if (!slip.empty()) print->findChild<QComboBox*>()->setCurrentIndex(2);
+      print->SaveTo(folder_ / (slip + pdf + ".ispis"));
+      print->accept();
+    });
+    Press(Open(command.words[1]), Qt::Key_P, Qt::ControlModifier);
+    EXPECT_TRUE(std::filesystem::exists(folder_ / (slip + pdf + ".ispis")));
+  }
+  void Pay(const Command& command) {
+    Answer({Local(command.words[2]), Local(command.After("--date"))});
+    StoredDocumentPage* const page = Open(command.words[1]);
+    Press(page, Qt::Key_U, Qt::ControlModifier);
+    const std::string open = command.printed[1].substr(command.printed[1].rfind(',') + 1);
+    EXPECT_THAT(FromQt(Label(page, "Plaćeno")->text()),
+                testing::EndsWith("Otvoreno: " + FromQt(Local(open))));
+  }
+  void Cancel(const Command& command) {
+    person_.WillPress("Da");
+    Answer({Local(command.After("--header").substr(std::string_view("datum=").size()))});
+    StoredDocumentPage* const page = Open(command.words[2]);
+    Press(page, Qt::Key_T, Qt::ControlModifier);
+    EXPECT_EQ(Lines(page, "Veze")->Model().rowCount(), 1);
+  }
+  void Lead(const Command& command) {
+    const std::string& verb = command.words[0];
+    const std::string& what = command.words[1];
+    if (verb == "db" && what == "init") return Begin(command);
+    if (verb == "db" && what == "backup") return window_->BackUpTo(ToQt(folder_ / command.words[2]));
+    if (verb == "company") return Company(command);
+    if (verb == "codebook") return Codebook(command);
+    if (verb == "document") return what == "storno" ? Cancel(command) : Store(command);
+    if (verb == "report") return Report(command);
+    if (verb == "print") return Print(command);
+    if (verb == "pay") return Pay(command);
+    left_out_.insert(verb);
+  }
+
+  Page page_ = ReadPage();
+  std::set<std::string> left_out_;
+};
+
+TEST_F(FirstDayTest, IsLedThroughInTheWindow) {
+  ASSERT_GT(page_.commands.size(), 20U);
+  for (const Command& command : page_.commands) {
+    SCOPED_TRACE(testing::PrintToString(command.words));
+    Lead(command);
+    if (HasFatalFailure()) return;
+  }
+  // A calculator of its own, the sender beside the program, and the check of a file have no window.
+  EXPECT_THAT(left_out_, testing::ElementsAre("calc", "db", "einvoice"));
+}
+
+}  // namespace
+}  // namespace mox
