@@ -33,6 +33,7 @@ class DatabaseConnection {
     } catch (const soci::soci_error& error) {
       const std::string reason = dialect_.Explain(error, session_, location_);
       undone_ = dialect_.Recover(session_) || undone_;
+      if (dialect_.IsGone(error)) throw CompanyGone(location_.ToString() + ": " + reason);
       if (dialect_.IsFailure(error)) throw DatabaseUnavailable(location_.ToString() + ": " + reason);
       Refuse(reason);
     }
@@ -59,7 +60,14 @@ class DatabaseConnection {
     longest_wait_ = milliseconds;
     dialect_.SetLongestWait(session_, longest_wait_);
   }
-  void BeginRead() { Begin(dialect_.BeginRead()); }
+  void BeginRead() {
+    try {
+      Begin(dialect_.BeginRead());
+    } catch (...) {
+      RollBack();
+      throw;
+    }
+  }
   /// In a transaction of its own, or in the one that is there already.
   void BeginWrite(Writing writing = Writing::kAlone) {
     if (depth_++ > 0) return;
@@ -105,11 +113,16 @@ class DatabaseConnection {
     }
   }
 
-  void SetAccess(Database::Access access) { access_ = access; }
+  /// From now on it is a database that was opened: each transaction makes sure that it is still there.
+  void SetOpened(Database::Access access) {
+    access_ = access;
+    is_opened_ = true;
+  }
 
  private:
   // A connection that is lost is made anew while nothing depends on it yet.
-  void Begin(std::string_view sql) {
+  void Begin(std::string_view begin) {
+    const std::string sql = std::string(begin).append(is_opened_ ? dialect_.StillThere() : "");
     try {
       Execute(sql);
     } catch (const DatabaseUnavailable&) {
@@ -121,6 +134,7 @@ class DatabaseConnection {
 
   DatabaseLocation location_;
   Database::Access access_ = Database::Access::kReadWrite;
+  bool is_opened_ = false;
   const Dialect& dialect_;
   int depth_ = 0;        // of write transactions
   bool undone_ = false;  // something that the transaction stored

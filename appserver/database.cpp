@@ -78,8 +78,8 @@ Database::Database(const DatabaseLocation& location, const SchemaFamily& family,
     : connection_(std::make_shared<DatabaseConnection>(location, [&](soci::session& session) {
         DialectOf(location.kind()).Open(session, location, access);
       })) {
-  connection_->SetAccess(access);
   RequireFamily(*connection_, family);
+  connection_->SetOpened(access);
   if (access == Access::kReadWrite) {
     MigrateSchema(*connection_, family.files);
   } else {

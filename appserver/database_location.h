@@ -21,6 +21,13 @@ class DatabaseUnavailable : public DatabaseError {
   using DatabaseError::DatabaseError;
 };
 
+/// The same where the company was there and is no longer: it has been moved, or is not yet open where it is
+/// moved to. Nothing was done; the directory of companies says where it is.
+class CompanyGone : public DatabaseUnavailable {
+ public:
+  using DatabaseUnavailable::DatabaseUnavailable;
+};
+
 /// Where a company's database is: in a file, or in a schema of a PostgreSQL database.
 class DatabaseLocation {
  public:

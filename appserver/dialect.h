@@ -72,6 +72,9 @@ class Dialect {
   virtual std::string_view BeginRead() const = 0;
   /// Begins a transaction that no other writer can disturb, or none but those begun as beside others.
   virtual std::string_view BeginWrite(Writing writing) const = 0;
+  /// Follows either in a database that was opened, in the same way there and back: fails where the company is
+  /// not there any more.
+  virtual std::string_view StillThere() const = 0;
   /// Whether several can write at once.
   virtual bool LetsOthersWrite() const = 0;
   /// Has these names, which are sorted, for the transaction alone. Raises soci_error.
@@ -130,6 +133,8 @@ class Dialect {
   virtual bool StoresBinaries() const = 0;
   /// Whether the database failed, where otherwise it refused what it was given.
   virtual bool IsFailure(const soci::soci_error& error) const = 0;
+  /// Whether the company is not there any more.
+  virtual bool IsGone(const soci::soci_error& error) const = 0;
   /// What went wrong with the database there, for people, on one line.
   virtual std::string Explain(const soci::soci_error& error, soci::session& session,
                               const DatabaseLocation& location) const = 0;

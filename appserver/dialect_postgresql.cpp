@@ -40,6 +40,27 @@ bool HasSchema(soci::session& session, const std::string& schema) {
   return count > 0;
 }
 
+// Raises CompanyGone where the company is not, not any more, or not yet.
+void RequireHere(soci::session& session, const DatabaseLocation& location) {
+  const std::string schema = location.schema();
+  std::string mark;
+  session
+      << "SELECT COALESCE(obj_description(oid, 'pg_namespace'), '') FROM pg_namespace WHERE nspname = :name",
+      soci::use(schema), soci::into(mark);
+  const bool is_here = session.got_data();
+  if (is_here && !(mark.starts_with(kMoveMark) && mark.ends_with(kMarkArrives))) return;
+  if (is_here) throw CompanyGone(location.ToString() + ": the company is being moved here, and not open yet");
+  const std::string moved = "moved\\_%\\_" + schema;
+  session << "SELECT obj_description(oid, 'pg_namespace') FROM pg_namespace WHERE nspname LIKE :name "
+             "AND obj_description(oid, 'pg_namespace') IS NOT NULL ORDER BY oid DESC LIMIT 1",
+      soci::use(moved), soci::into(mark);
+  const std::size_t left =
+      session.got_data() && mark.starts_with(kMoveMark) ? mark.find(kMarkFor) : std::string::npos;
+  if (left == std::string::npos) throw CompanyGone(location.ToString() + ": there is no such company");
+  throw CompanyGone(location.ToString() + ": the company was moved to " +
+                    mark.substr(left + std::string_view(kMarkFor).size()));
+}
+
 // The texts of a statement's parameters, in the order of its `$1`, `$2`, of which one name may have several.
 class SentParameters {
  public:
@@ -81,8 +102,7 @@ class Postgresql : public Dialect {
   void Open(soci::session& session, const DatabaseLocation& location,
             Database::Access access) const override {
     Connect(session, location, access);
-    if (!HasSchema(session, location.schema()))
-      throw DatabaseError(location.ToString() + ": there is no such company");
+    RequireHere(session, location);
   }
 
   bool Reconnect(soci::session& session, const DatabaseLocation& location,
@@ -152,14 +172,15 @@ class Postgresql : public Dialect {
   std::string_view BeginRead() const override { return "BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"; }
   // The lock is the company's own; what is refused is undone up to behind it.
   std::string_view BeginWrite(Writing writing) const override {
-    return writing == Writing::kAlone
-               ? "BEGIN ISOLATION LEVEL READ COMMITTED; "
-                 "SELECT pg_advisory_xact_lock(1836017764, hashtext(CAST(current_schema() AS text))); "
-                 "SAVEPOINT mox"
-               : "BEGIN ISOLATION LEVEL READ COMMITTED; "
-                 "SELECT pg_advisory_xact_lock_shared(1836017764, hashtext(CAST(current_schema() AS text))); "
-                 "SAVEPOINT mox";
+    static const auto begin = [](const char* lock) {
+      return std::string("BEGIN ISOLATION LEVEL READ COMMITTED; SELECT ") + lock + "; SAVEPOINT mox";
+    };
+    static const std::string alone = begin(kCompanyLock);
+    static const std::string beside_others = begin(kSharedCompanyLock);
+    return writing == Writing::kAlone ? alone : beside_others;
   }
+  // By the name of a table: it is looked up anew behind the lock, whatever was waited for there.
+  std::string_view StillThere() const override { return "; SELECT verzija FROM mox_verzija"; }
   bool LetsOthersWrite() const override { return true; }
   void Claim(soci::session& session, const std::vector<std::string>& names) const override {
     std::string lines;
@@ -284,6 +305,7 @@ class Postgresql : public Dialect {
 
   bool StoresBinaries() const override { return false; }
   bool IsFailure(const soci::soci_error& error) const override { return IsPostgresqlFailure(error); }
+  bool IsGone(const soci::soci_error& error) const override { return IsPostgresqlGone(error); }
   std::string Explain(const soci::soci_error& error, soci::session& /*session*/,
                       const DatabaseLocation& location) const override {
     return ExplainPostgresql(error, location);

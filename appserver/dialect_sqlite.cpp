@@ -155,6 +155,7 @@ class Sqlite : public Dialect {
   ColumnTypes Types() const override { return {.key = "INTEGER PRIMARY KEY"}; }
   std::string_view BeginRead() const override { return "BEGIN"; }
   std::string_view BeginWrite(Writing /*writing*/) const override { return "BEGIN IMMEDIATE"; }
+  std::string_view StillThere() const override { return {}; }
   bool LetsOthersWrite() const override { return false; }
   void Claim(soci::session& /*session*/, const std::vector<std::string>& /*names*/) const override {}
   void KeepSoFar(soci::session& /*session*/) const override {}
@@ -255,6 +256,7 @@ class Sqlite : public Dialect {
   }
 
   bool StoresBinaries() const override { return true; }
+  bool IsGone(const soci::soci_error& /*error*/) const override { return false; }
   bool IsFailure(const soci::soci_error& error) const override {
     constexpr int kFailures[] = {SQLITE_BUSY,   SQLITE_LOCKED,  SQLITE_NOMEM, SQLITE_READONLY,
                                  SQLITE_IOERR,  SQLITE_CORRUPT, SQLITE_FULL,  SQLITE_CANTOPEN,

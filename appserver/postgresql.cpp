@@ -109,6 +109,9 @@ std::string ExplainConstraint(const PostgresqlError& error) {
   return {};
 }
 
+constexpr std::string_view kNoTable = "42P01";
+constexpr std::string_view kNoSchema = "3F000";
+
 struct Reason {
   std::string_view state;  // or a class of states, its first two characters
   std::string_view text;   // for people; empty for the engine's own words
@@ -121,6 +124,8 @@ constexpr Reason kReasons[] = {
     {"22021", "a text is not UTF-8", false},
     {"25006", "cannot be written: it was opened for reading", true},
     {"25P02", "", true},
+    {kNoTable, "there is no such company any more", true},
+    {kNoSchema, "there is no such company any more", true},
     {"42P06", "there is such a company already", false},
     {"55P03", "another program keeps the database locked; try again when it has finished", true},
     {"40", "another program was changing the same; try again", true},
@@ -201,6 +206,11 @@ bool IsPostgresqlFailure(const soci::soci_error& error) {
   if (state.empty()) return is_of_engine || error.get_error_message().starts_with("Cannot establish");
   const Reason* const reason = ReasonOf(state);
   return reason != nullptr && reason->is_failure;
+}
+
+bool IsPostgresqlGone(const soci::soci_error& error) {
+  const std::string state = SqlState(error);
+  return state == kNoTable || state == kNoSchema;
 }
 
 std::string ExplainPostgresql(const soci::soci_error& error, const DatabaseLocation& location) {

@@ -42,11 +42,27 @@ PostgresqlResult RunPostgresql(PGconn* connection, const std::string& sql);
 /// A value as the engine reads it; the numbers are written in such a way that they come back as they are.
 std::string PostgresqlText(const ValueSlot& slot);
 
+/// Until the transaction ends nobody else writes in the company of the connection, or only others that share.
+inline constexpr char kCompanyLock[] =
+    "pg_advisory_xact_lock(1836017764, hashtext(CAST(current_schema() AS text)))";
+inline constexpr char kSharedCompanyLock[] =
+    "pg_advisory_xact_lock_shared(1836017764, hashtext(CAST(current_schema() AS text)))";
+
+/// What a company's schema says of its move from one server to another, as its comment.
+inline constexpr char kMoveMark[] = "mox move ";     ///< and the move's id, and one of these
+inline constexpr char kMarkArrives[] = ": arrives";  ///< being copied here; nobody may open it
+inline constexpr char kMarkArrived[] = ": arrived";  ///< this is the company
+inline constexpr char kMarkLeft[] = ": left";        ///< it was here, and is at the address behind kMarkFor
+inline constexpr char kMarkLeftCompared[] = ": left, compared";  ///< the same, and it was the same there
+inline constexpr char kMarkFor[] = " for ";
+
 /// A name in double quotes.
 std::string QuotedName(std::string_view name);
 
 /// The five characters of the standard's code; empty where there is none, as when the connection is lost.
 std::string SqlState(const soci::soci_error& error);
+/// Whether the tables are not there: the company was moved, or taken away.
+bool IsPostgresqlGone(const soci::soci_error& error);
 /// Whether the engine failed, where otherwise it refused what it was given.
 bool IsPostgresqlFailure(const soci::soci_error& error);
 /// What went wrong there, for people, on one line, in the words that other engines have for it too.

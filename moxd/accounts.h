@@ -79,6 +79,13 @@ struct CompanyInfo {
   std::string address;
 };
 
+/// A company on its way to another database, from the beginning until nothing of it is left at the old place.
+struct MoveInfo {
+  std::string from;
+  std::string to;
+  std::string id;  ///< 16 small letters and digits
+};
+
 /// Users, their roles in companies, and the addresses of the companies' databases, in a directory database of
 /// its own: a file, or wherever a company database can be. Several programs may use one directory at the same
 /// time, and each sees at once what another one changed.
@@ -135,11 +142,23 @@ class Accounts {
   std::int64_t RevokeTokensOf(std::string_view user);
 
   /// A name has 1 to 48 letters a to z, digits, '-' and '_', since it stands in addresses of requests.
+  /// An address is a file's path or that of a database: what DatabaseLocation takes.
   void AddCompany(std::string_view name, std::string_view address);
+  /// Adds those that are new and gives the others their addresses, all or none; others stay as they are.
+  /// Answers how many were new or got another address.
+  std::int64_t TakeCompanies(const std::vector<CompanyInfo>& companies);
+  /// Of a company that is not being moved; neither is one that is removed.
   void SetAddress(std::string_view company, std::string_view address);
   /// The company's database stays as it is; who had roles there has them no longer.
   void RemoveCompany(std::string_view name);
   std::vector<CompanyInfo> Companies();
+
+  std::optional<MoveInfo> MoveOf(std::string_view company);
+  /// Notes that a company is on its way.
+  MoveInfo BeginMove(std::string_view company, std::string_view to);
+  /// Its address is the new one from now on.
+  void NameNewPlace(std::string_view company);
+  void EndMove(std::string_view company);
 
  private:
   struct State;

@@ -2,7 +2,6 @@
 #include <map>
 
 #include "mox/foundation/text.h"
-#include "mox/foundation/visible_text.h"
 #include "moxd/accounts_internal.h"
 
 namespace mox {
@@ -10,30 +9,8 @@ namespace {
 
 constexpr std::size_t kLongestUser = 64;
 constexpr std::size_t kLongestCode = 5;
-constexpr std::size_t kLongestCompany = 48;
-constexpr std::size_t kLongestAddress = 1000;
 constexpr std::size_t kShortestPassword = 8;
 constexpr std::size_t kLongestPassword = 1024;
-
-std::string Quoted(std::string_view text) { return '"' + VisibleMessage(text) + '"'; }
-
-// As people see it, since names stand in logs and on screens.
-void RequireText(std::string_view what, std::string_view text, std::size_t longest) {
-  const bool plain = !text.empty() && TrimBlanks(text) == text && VisibleText(text) == text;
-  if (plain && CountCharacters(text) <= longest) return;
-  throw Error(std::string(what) + " " + Quoted(text) + " does not have 1 to " + std::to_string(longest) +
-              " characters without control characters and blanks at its ends");
-}
-
-void RequireCompanyName(std::string_view name) {
-  const auto allowed = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
-  };
-  if (!name.empty() && name.size() <= kLongestCompany && std::all_of(name.begin(), name.end(), allowed))
-    return;
-  throw Error("the company " + Quoted(name) + " does not have 1 to " + std::to_string(kLongestCompany) +
-              " letters a to z, digits, '-' and '_'");
-}
 
 void RequirePassword(std::string_view password) {
   if (password.size() >= kShortestPassword && password.size() <= kLongestPassword) return;
@@ -44,12 +21,6 @@ void RequirePassword(std::string_view password) {
 std::int64_t RequireAccount(Database& database, std::string_view name) {
   const auto id = FindAccount(database, name);
   if (!id) throw Error("there is no user " + Quoted(name));
-  return *id;
-}
-
-std::int64_t RequireCompany(Database& database, std::string_view name) {
-  const auto id = FindCompany(database, name);
-  if (!id) throw Error("there is no company " + Quoted(name));
   return *id;
 }
 
@@ -186,46 +157,6 @@ void Accounts::RevokeToken(std::int64_t id) {
 std::int64_t Accounts::RevokeTokensOf(std::string_view user) {
   return state_->Write(
       [&](Database& database) { return EndTokens(database, RequireAccount(database, user)); });
-}
-
-// --- companies ---
-
-void Accounts::AddCompany(std::string_view name, std::string_view address) {
-  RequireCompanyName(name);
-  RequireText("the address", address, kLongestAddress);
-  state_->Write([&](Database& database) {
-    if (FindCompany(database, name)) throw Error("there is a company " + Quoted(name) + " already");
-    database.Execute("INSERT INTO imenik_poduzeca (naziv, adresa) VALUES (:naziv, :adresa)",
-                     {std::string(name), std::string(address)});
-  });
-}
-
-void Accounts::SetAddress(std::string_view company, std::string_view address) {
-  RequireText("the address", address, kLongestAddress);
-  state_->Write([&](Database& database) {
-    database.Execute("UPDATE imenik_poduzeca SET adresa = :adresa WHERE id = :id",
-                     {std::string(address), RequireCompany(database, company)});
-  });
-}
-
-void Accounts::RemoveCompany(std::string_view name) {
-  state_->Write([&](Database& database) {
-    const std::int64_t id = RequireCompany(database, name);
-    database.Execute("DELETE FROM imenik_uloge WHERE poduzece_id = :id", {id});
-    database.Execute("DELETE FROM imenik_poduzeca WHERE id = :id", {id});
-  });
-}
-
-std::vector<CompanyInfo> Accounts::Companies() {
-  return state_->With([](Database& database) {
-    const RecordSet rows = database.Query("poduzeca", ParseColumns("naziv,adresa"),
-                                          "SELECT naziv, adresa FROM imenik_poduzeca ORDER BY fold(naziv)");
-    std::vector<CompanyInfo> companies;
-    for (const RecordRow& row : rows.Rows()) {
-      companies.push_back({std::string(row.AsTextView(0)), std::string(row.AsTextView(1))});
-    }
-    return companies;
-  });
 }
 
 }  // namespace mox

@@ -56,5 +56,16 @@ struct Accounts::State {
 std::optional<std::int64_t> FindAccount(Database& database, std::string_view name);
 /// The key of the company of that name.
 std::optional<std::int64_t> FindCompany(Database& database, std::string_view name);
+/// The same; raises Error where there is none.
+std::int64_t RequireCompany(Database& database, std::string_view name);
+
+/// In quotes, as people may see it.
+std::string Quoted(std::string_view text);
+/// Raises Error for a text that is empty, too long, or not as people see it, since names stand in logs and on
+/// screens.
+void RequireText(std::string_view what, std::string_view text, std::size_t longest);
+
+/// Raises Error for a company that no directory takes.
+void RequireCompany(const CompanyInfo& company);
 
 }  // namespace mox

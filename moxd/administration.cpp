@@ -13,6 +13,8 @@
 #include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
 #include "moxd/accounts.h"
+#include "moxd/administration_internal.h"
+#include "moxd/companies_administration.h"
 #include "moxd/hidden_input.h"
 
 namespace mox {
@@ -37,17 +39,17 @@ constexpr std::string_view kUsage = R"(       moxd user add NAME [--code CODE] [
        moxd company address NAME ADDRESS
        moxd company remove NAME       serve it no longer; its database stays
        moxd company list
+       moxd company load FILE         take NAME = ADDRESS from each line, all or none; - is standard input
+       moxd company move NAME ADDRESS [--as USER] [--from ADDRESS]
+                                      move a company to another PostgreSQL server while it is in use, or go on
+                                      where that was interrupted; USER may copy between the servers; --from is
+                                      the old server as the new one reaches it
+       moxd company move NAME --back  take a move back that was interrupted
 
 A password is asked for on a terminal, else it is the first line of standard input or of FILE.
 )";
 
-struct Call {
-  Accounts& accounts;
-  std::vector<std::string> words;  // without the command's own two
-  std::optional<std::string> code;
-  std::optional<std::string> password_file;
-  AdministrationStreams& streams;
-};
+using Call = AdministrationCall;
 
 std::string Moment(UnixSeconds seconds) {
   std::string text = FormatIsoDateTime(DateTime{seconds * 1000});
@@ -55,24 +57,9 @@ std::string Moment(UnixSeconds seconds) {
   return text + " UTC";
 }
 
-// Rows under their heading, each column as wide as its widest text.
-void PrintTable(std::ostream& out, const std::vector<std::vector<std::string>>& rows) {
-  std::vector<std::size_t> widths;
-  for (const auto& row : rows) {
-    widths.resize(std::max(widths.size(), row.size()));
-    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], CountCharacters(row[i]));
-  }
-  for (const auto& row : rows) {
-    std::string line;
-    for (std::size_t i = 0; i < row.size(); ++i) {
-      line += row[i];
-      if (i + 1 < row.size()) line.append(widths[i] - CountCharacters(row[i]) + 2, ' ');
-    }
-    out << line << '\n';
-  }
-}
-
 // --- passwords ---
+
+constexpr const char* kPasswordFile = "--password-file";
 
 std::string FirstLine(std::string_view text) {
   std::string line(text.substr(0, text.find('\n')));
@@ -81,7 +68,7 @@ std::string FirstLine(std::string_view text) {
 }
 
 std::string ReadPassword(Call& call) {
-  if (call.password_file) return FirstLine(ReadWholeFile(*call.password_file));
+  if (call.options.contains(kPasswordFile)) return FirstLine(ReadWholeFile(call.Option(kPasswordFile)));
   std::string password;
   if (!call.streams.is_terminal) {
     std::getline(call.streams.in, password);
@@ -102,7 +89,7 @@ std::string ReadPassword(Call& call) {
 
 // --- the commands ---
 
-void AddUser(Call& call) { call.accounts.AddUser(call.words[0], ReadPassword(call), call.code.value_or("")); }
+void AddUser(Call& call) { call.accounts.AddUser(call.words[0], ReadPassword(call), call.Option("--code")); }
 
 void ChangePassword(Call& call) { call.accounts.SetPassword(call.words[0], ReadPassword(call)); }
 void Disable(Call& call) { call.accounts.SetDisabled(call.words[0], true); }
@@ -157,39 +144,30 @@ void Revoke(Call& call) {
   call.streams.out << ended << (ended == 1 ? " log-in" : " log-ins") << " ended\n";
 }
 
-void AddCompany(Call& call) { call.accounts.AddCompany(call.words[0], call.words[1]); }
-void ChangeAddress(Call& call) { call.accounts.SetAddress(call.words[0], call.words[1]); }
-void RemoveCompany(Call& call) { call.accounts.RemoveCompany(call.words[0]); }
-
-void ListCompanies(Call& call) {
-  std::vector<std::vector<std::string>> rows = {{"company", "address"}};
-  for (const CompanyInfo& company : call.accounts.Companies())
-    rows.push_back({company.name, company.address});
-  PrintTable(call.streams.out, rows);
-}
-
 struct Action {
   std::string_view noun;
   std::string_view verb;  // empty for the one that has none
   std::size_t fewest;     // words behind them
   std::size_t most;
-  bool takes_password;
+  std::string_view options;  // each behind a blank; '!' behind one that has no value
   void (*run)(Call& call);
 };
 
-constexpr Action kActions[] = {{"user", "add", 1, 1, true, AddUser},
-                               {"user", "password", 1, 1, true, ChangePassword},
-                               {"user", "disable", 1, 1, false, Disable},
-                               {"user", "enable", 1, 1, false, Enable},
-                               {"user", "list", 0, 0, false, ListUsers},
-                               {"grant", "list", 0, 0, false, ListGrants},
-                               {"grant", "", 2, 2 + 5, false, Grant},
-                               {"token", "list", 0, 0, false, ListTokens},
-                               {"token", "revoke", 1, 1, false, Revoke},
-                               {"company", "add", 2, 2, false, AddCompany},
-                               {"company", "address", 2, 2, false, ChangeAddress},
-                               {"company", "remove", 1, 1, false, RemoveCompany},
-                               {"company", "list", 0, 0, false, ListCompanies}};
+constexpr Action kActions[] = {{"user", "add", 1, 1, " --code --password-file ", AddUser},
+                               {"user", "password", 1, 1, " --password-file ", ChangePassword},
+                               {"user", "disable", 1, 1, "", Disable},
+                               {"user", "enable", 1, 1, "", Enable},
+                               {"user", "list", 0, 0, "", ListUsers},
+                               {"grant", "list", 0, 0, "", ListGrants},
+                               {"grant", "", 2, 2 + 5, "", Grant},
+                               {"token", "list", 0, 0, "", ListTokens},
+                               {"token", "revoke", 1, 1, "", Revoke},
+                               {"company", "add", 2, 2, "", AddCompany},
+                               {"company", "address", 2, 2, "", ChangeAddress},
+                               {"company", "remove", 1, 1, "", RemoveCompany},
+                               {"company", "list", 0, 0, "", ListCompanies},
+                               {"company", "load", 1, 1, "", LoadCompanies},
+                               {"company", "move", 1, 2, " --as --from --back! ", MoveCompany}};
 
 const Action* FindAction(std::span<const std::string> words) {
   for (const Action& action : kActions) {
@@ -202,22 +180,40 @@ const Action* FindAction(std::span<const std::string> words) {
 
 // False where an option is not the action's, is twice there or has no value.
 bool TakeOptions(const Action& action, std::span<const std::string> words, Call& call) {
+  const auto takes = [&](const std::string& option) {
+    return action.options.find(" " + option + " ") != std::string_view::npos;
+  };
   for (auto word = words.begin(); word != words.end(); ++word) {
     if (!word->starts_with("--")) {
       call.words.push_back(*word);
       continue;
     }
-    std::optional<std::string>* const option = *word == "--password-file" && action.takes_password
-                                                   ? &call.password_file
-                                               : *word == "--code" && action.run == AddUser ? &call.code
-                                                                                            : nullptr;
-    if (option == nullptr || option->has_value() || word + 1 == words.end()) return false;
-    *option = *++word;
+    const bool is_plain = takes(*word + "!");
+    if (!is_plain && (!takes(*word) || word + 1 == words.end())) return false;
+    const std::string& name = *word;
+    if (!call.options.emplace(name, is_plain ? std::string() : *++word).second) return false;
   }
   return call.words.size() >= action.fewest && call.words.size() <= action.most;
 }
 
 }  // namespace
+
+// Rows under their heading, each column as wide as its widest text.
+void PrintTable(std::ostream& out, const std::vector<std::vector<std::string>>& rows) {
+  std::vector<std::size_t> widths;
+  for (const auto& row : rows) {
+    widths.resize(std::max(widths.size(), row.size()));
+    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], CountCharacters(row[i]));
+  }
+  for (const auto& row : rows) {
+    std::string line;
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      line += row[i];
+      if (i + 1 < row.size()) line.append(widths[i] - CountCharacters(row[i]) + 2, ' ');
+    }
+    out << line << '\n';
+  }
+}
 
 std::string_view AdministrationUsage() { return kUsage; }
 
@@ -229,7 +225,7 @@ bool IsAdministration(std::string_view word) {
 int RunAdministration(Accounts& accounts, const std::vector<std::string>& words,
                       AdministrationStreams& streams) {
   const Action* const action = words.empty() ? nullptr : FindAction(words);
-  Call call{accounts, {}, {}, {}, streams};
+  Call call{accounts, {}, {}, streams};
   const std::size_t own = action == nullptr || action->verb.empty() ? 1 : 2;
   if (action == nullptr || !TakeOptions(*action, std::span(words).subspan(own), call)) {
     streams.err << "moxd: this is not understood\nusage:\n" << kUsage;

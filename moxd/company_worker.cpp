@@ -1,6 +1,7 @@
 #include "moxd/company_worker.h"
 
 #include <algorithm>
+#include <thread>
 #include <utility>
 
 #include "appserver/service_info.h"
@@ -14,6 +15,8 @@ namespace mox {
 namespace {
 
 constexpr std::size_t kMostOpen = 64;  // databases of a worker
+constexpr std::chrono::seconds kLongestMove{2};
+constexpr std::chrono::milliseconds kAskAgain{20};
 
 bool IsZstd(std::string_view encoding) { return SameName(TrimBlanks(encoding), kZstd); }
 
@@ -29,8 +32,9 @@ Reply TextReply(std::string text, const RequestHead& head) {
 
 }  // namespace
 
-CompanyWorker::CompanyWorker(const ServerSettings& settings, ByteBudget& budget, RequestLog& log)
-    : settings_(settings), budget_(budget), log_(log) {}
+CompanyWorker::CompanyWorker(const ServerSettings& settings, ByteBudget& budget, RequestLog& log,
+                             const std::atomic<unsigned>& reloads)
+    : settings_(settings), budget_(budget), log_(log), reloads_(reloads) {}
 
 CompanyWorker::~CompanyWorker() = default;
 
@@ -52,14 +56,23 @@ CompanyServer& CompanyWorker::ServerAt(const std::string& address) {
   return *open_.front().server;
 }
 
+void CompanyWorker::Forget(const std::string& address) {
+  open_.remove_if([&](const OpenCompany& open) { return open.address == address; });
+}
+
 template <typename Work>
 Reply CompanyWorker::Guarded(const std::string& company, const Work& work) {
   try {
+    if (std::exchange(known_reloads_, reloads_.load()) != reloads_.load()) {
+      open_.clear();
+      directory_.reset();
+    }
+    asked_.clear();
     return work();
   } catch (const DatabaseError& error) {
-    // What is open may be what fails: the next request opens anew.
-    open_.clear();
-    directory_.reset();
+    // What is open may be what fails: the next request opens it anew. Other companies are elsewhere.
+    if (asked_.empty()) directory_.reset();
+    Forget(asked_);
     log_.Event("database", (company.empty() ? "" : company + ": ") + error.what());
     return ErrorReply("database_unavailable");
   } catch (const std::bad_alloc&) {
@@ -73,6 +86,28 @@ Reply CompanyWorker::Guarded(const std::string& company, const Work& work) {
 bool CompanyWorker::IsReady() {
   const Reply reply = Guarded({}, [this] {
     static_cast<void>(Directory().AddressOf("-"));
+    return Reply();
+  });
+  return reply.status == 200;
+}
+
+bool CompanyWorker::CheckDirectory() {
+  const Reply reply = Guarded({}, [this] {
+    std::size_t faults = 0;
+    const std::vector<CompanyInfo> companies = Accounts(settings_.directory, settings_.accounts).Companies();
+    for (const CompanyInfo& company : companies) {
+      try {
+        static_cast<void>(DatabaseLocation(company.address));
+      } catch (const DatabaseError& error) {
+        ++faults;
+        log_.Event("directory", company.name + ": " + error.what());
+      }
+    }
+    if (faults > 0) {
+      log_.Event("directory", "what was open stays so: " + std::to_string(faults) + " addresses are none");
+      return ErrorReply("database_unavailable");
+    }
+    log_.Event("directory", "read again: " + std::to_string(companies.size()) + " companies");
     return Reply();
   });
   return reply.status == 200;
@@ -205,31 +240,55 @@ Reply CompanyWorker::Write(CompanyServer& server, const RequestHead& head, const
   return reply;
 }
 
+Reply CompanyWorker::Attempt(HttpRequest& request, const RequestRoute& route,
+                             std::optional<std::string>& text) {
+  std::optional<Session> session;
+  if (auto refused = Check(request.head, route, session)) return std::move(*refused);
+  asked_ = session->address;
+  if (!text) {
+    if (auto refused = ReadList(request, text.emplace())) return std::move(*refused);
+  }
+  // Parameters of one request are nobody else's.
+  std::unique_ptr<CompanyServer> own;
+  if (!request.head.parameters.empty()) {
+    own = std::make_unique<CompanyServer>(Database(session->address, Database::Access::kReadWrite));
+    try {
+      for (const std::string& parameter : request.head.parameters) {
+        const auto text_of = DecodedPart(parameter);
+        if (!text_of) return ErrorReply("bad_parameter");
+        own->SetParameter(*text_of);
+      }
+    } catch (const Error& error) {
+      return ErrorReply("bad_parameter", error.what());
+    }
+  }
+  CompanyServer& server = own ? *own : ServerAt(session->address);
+  server.SetRequester({session->user, session->code, session->rights});
+  Reply done = route.kind == RequestRoute::Kind::kWrite ? Write(server, request.head, *text)
+                                                        : Read(server, route, *text);
+  if (away_ == asked_) away_.clear();
+  return done.code.empty() ? TextReply(std::move(done.body), request.head) : std::move(done);
+}
+
+// A company that is being moved is somewhere else in a moment: the directory is asked again. One that was
+// waited for in vain is not waited for again until it is there.
 Reply CompanyWorker::Answer(HttpRequest& request, const RequestRoute& route) {
+  std::optional<std::string> text;
   Reply reply = Guarded(route.company, [&] {
-    std::optional<Session> session;
-    if (auto refused = Check(request.head, route, session)) return std::move(*refused);
-    std::string text;
-    if (auto refused = ReadList(request, text)) return std::move(*refused);
-    // Parameters of one request are nobody else's.
-    std::unique_ptr<CompanyServer> own;
-    if (!request.head.parameters.empty()) {
-      own = std::make_unique<CompanyServer>(Database(session->address, Database::Access::kReadWrite));
+    for (const auto begin = std::chrono::steady_clock::now();;) {
       try {
-        for (const std::string& parameter : request.head.parameters) {
-          const auto text_of = DecodedPart(parameter);
-          if (!text_of) return ErrorReply("bad_parameter");
-          own->SetParameter(*text_of);
+        return Attempt(request, route, text);
+      } catch (const CompanyGone& error) {
+        Forget(asked_);
+        const bool in_vain = std::chrono::steady_clock::now() - begin > kLongestMove;
+        if (in_vain || away_ == asked_) {
+          away_ = asked_;
+          log_.Event("moving", route.company + ": " + error.what());
+          return ErrorReply("company_moving");
         }
-      } catch (const Error& error) {
-        return ErrorReply("bad_parameter", error.what());
+        std::this_thread::sleep_for(kAskAgain);
       }
     }
-    CompanyServer& server = own ? *own : ServerAt(session->address);
-    server.SetRequester({session->user, session->code, session->rights});
-    Reply done = route.kind == RequestRoute::Kind::kWrite ? Write(server, request.head, text)
-                                                          : Read(server, route, text);
-    return done.code.empty() ? TextReply(std::move(done.body), request.head) : std::move(done);
   });
   reply.company = route.company;
   if (reply.code != "unknown_service") reply.service = route.service;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <list>
 #include <memory>
@@ -19,7 +20,9 @@ namespace mox {
 /// databases of the companies that it was asked for last. It raises nothing.
 class CompanyWorker {
  public:
-  CompanyWorker(const ServerSettings& settings, ByteBudget& budget, RequestLog& log);
+  /// Where `reloads` has changed everything is opened anew before the next request.
+  CompanyWorker(const ServerSettings& settings, ByteBudget& budget, RequestLog& log,
+                const std::atomic<unsigned>& reloads);
   ~CompanyWorker();
 
   Reply LogIn(HttpRequest& request);
@@ -29,6 +32,8 @@ class CompanyWorker {
   Reply Answer(HttpRequest& request, const RequestRoute& route);
   /// Whether the directory can be asked.
   bool IsReady();
+  /// Reads the whole directory; the log says what is wrong with it, or how many companies it has.
+  bool CheckDirectory();
 
  private:
   struct OpenCompany {
@@ -37,6 +42,8 @@ class CompanyWorker {
   };
   Accounts& Directory();
   CompanyServer& ServerAt(const std::string& address);
+  void Forget(const std::string& address);
+  Reply Attempt(HttpRequest& request, const RequestRoute& route, std::optional<std::string>& text);
   std::optional<Reply> Check(const RequestHead& head, const RequestRoute& route,
                              std::optional<Session>& session);
   std::optional<Reply> ReadList(HttpRequest& request, std::string& text);
@@ -49,6 +56,10 @@ class CompanyWorker {
   const ServerSettings& settings_;
   ByteBudget& budget_;
   RequestLog& log_;
+  const std::atomic<unsigned>& reloads_;
+  unsigned known_reloads_ = 0;
+  std::string asked_;  // the address of the company of the present request; empty before that is known
+  std::string away_;   // one that was waited for in vain
   std::optional<Accounts> directory_;
   std::list<OpenCompany> open_;  // the one that was asked last comes first
 };

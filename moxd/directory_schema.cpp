@@ -4,8 +4,9 @@ namespace mox {
 
 const SchemaFamily& DirectorySchema() {
   // Moments are seconds since 1970, UTC. A change is a further file with the next number.
-  static const SchemaFamily family = {
-      "directory of companies", "imenik_poduzeca", {{"schema/001_directory.sql", R"(
+  static const SchemaFamily family = {"directory of companies",
+                                      "imenik_poduzeca",
+                                      {{"schema/001_directory.sql", R"(
 CREATE TABLE imenik_poduzeca (
   id KEY,
   naziv VARCHAR(48) NOT NULL,
@@ -51,6 +52,16 @@ CREATE TABLE imenik_pokusaji (
   ceka_do BIGINT NOT NULL
 );
 CREATE INDEX imenik_pokusaji_zadnji ON imenik_pokusaji (zadnji);
+)"},
+                                       {"schema/002_moves.sql", R"(
+-- Moves of companies that are not finished: oznaka is under which they are known in the databases.
+CREATE TABLE imenik_selidbe (
+  id KEY,
+  poduzece_id BIGINT NOT NULL UNIQUE REFERENCES imenik_poduzeca (id),
+  sa_adrese VARCHAR(1000) NOT NULL,
+  na_adresu VARCHAR(1000) NOT NULL,
+  oznaka VARCHAR(32) NOT NULL
+);
 )"}}};
   return family;
 }

@@ -34,6 +34,8 @@ constexpr ErrorCode kErrorCodes[] = {
     {"busy", 503, "the requests under way take all memory that there is for them", 1},
     {"waited_too_long", 503, "the request waited too long for its turn, and nothing was done", 1},
     {"database_unavailable", 503, "the company's database cannot be used now; the server's log says why", 2},
+    {"company_moving", 503,
+     "the company is being moved to another server, and nothing was done; the server's log says more", 1},
     {"stopping", 503, "the server is being stopped", 2},
 };
 

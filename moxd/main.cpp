@@ -48,7 +48,7 @@ int Serve(const ServerSettings& settings, const DemoCompany* demo) {
   };
   server.http().OnSignal(SIGTERM, end);
   server.http().OnSignal(SIGINT, end);
-  server.http().OnSignal(SIGHUP, [&server] { server.ReloadCertificate(); });
+  server.http().OnSignal(SIGHUP, [&server] { server.Reload(); });
   if (const auto period = WatchdogPeriod()) {
     server.http().Every(*period, [] { TellManager("WATCHDOG=1"); });
   }

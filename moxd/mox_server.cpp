@@ -144,7 +144,7 @@ MoxServer::MoxServer(ServerSettings settings, std::FILE* log, const std::vector<
   operations_port_ = http_.Listen(settings_.operations, false, *operations_);
   const auto make = [this](std::size_t count, std::vector<std::unique_ptr<CompanyWorker>>& workers) {
     for (std::size_t i = 0; i < count; ++i) {
-      workers.push_back(std::make_unique<CompanyWorker>(settings_, http_.budget(), log_));
+      workers.push_back(std::make_unique<CompanyWorker>(settings_, http_.budget(), log_, reloads_));
     }
   };
   make(settings_.workers, workers_);
@@ -168,6 +168,15 @@ void MoxServer::ReloadCertificate() {
   } catch (const Error& error) {
     log_.Event("certificate", std::string("the former one stays: ") + error.what());
   }
+}
+
+void MoxServer::Reload() {
+  ReloadCertificate();
+  const auto read = [this](CompanyWorker& worker) {
+    if (worker.CheckDirectory()) ++reloads_;
+    return Reply();
+  };
+  Enqueue(*work_, workers_, {}, read, [](const Reply&) {});
 }
 
 void MoxServer::Stop() {
@@ -203,7 +212,8 @@ void MoxServer::Enqueue(WorkQueue& queue, std::vector<std::unique_ptr<CompanyWor
     reply.seconds_worked = SecondsSince(begin);
     answer(Named(std::move(reply), route));
   };
-  if (!queue.TryAdd(run)) answer(Named(ErrorReply(stopping_ ? "stopping" : "queue_full"), route));
+  const bool may_wait = route.kind == RequestRoute::Kind::kWrite;
+  if (!queue.TryAdd(run, may_wait)) answer(Named(ErrorReply(stopping_ ? "stopping" : "queue_full"), route));
 }
 
 void MoxServer::AdmitLarge(const RequestHead& head, std::function<void(Admission)> decide) {

@@ -32,8 +32,9 @@ class MoxServer : private RequestHandler {
   RequestLog& log() { return log_; }
 
   void Start();
-  /// Reads the certificate again; the former one stays where it cannot be read.
-  void ReloadCertificate();
+  /// Reads the certificate and the directory of companies again; the former ones stay where they cannot be
+  /// read, and the log says why. No request is lost by it.
+  void Reload();
   /// Ends the requests under way, as long as the settings let them, and stops.
   void Stop();
 
@@ -48,6 +49,7 @@ class MoxServer : private RequestHandler {
             bool sent) override;
 
   using Task = std::function<Reply(CompanyWorker& worker)>;
+  void ReloadCertificate();
   /// Answers with what the task does, or that it did not come to its turn.
   void Enqueue(WorkQueue& queue, std::vector<std::unique_ptr<CompanyWorker>>& workers,
                const RequestRoute& route, Task task, AnswerWith answer);
@@ -56,6 +58,7 @@ class MoxServer : private RequestHandler {
   RequestLog log_;
   Metrics metrics_;
   HttpServer http_;
+  std::atomic<unsigned> reloads_ = 0;  // of the directory
   std::unique_ptr<Operations> operations_;
   std::vector<std::unique_ptr<CompanyWorker>> workers_;
   std::vector<std::unique_ptr<CompanyWorker>> login_workers_;

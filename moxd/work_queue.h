@@ -10,7 +10,8 @@
 
 namespace mox {
 
-/// A bounded queue of jobs and the threads that take them, first come, first served.
+/// A bounded queue of jobs and the threads that take them, first come, first served; but of several workers
+/// one is left for jobs that wait for nobody else.
 class WorkQueue {
  public:
   /// Told which of the workers runs it, from 0. It raises nothing.
@@ -21,8 +22,9 @@ class WorkQueue {
   WorkQueue(const WorkQueue&) = delete;
   WorkQueue& operator=(const WorkQueue&) = delete;
 
-  /// False where too many wait, or nothing more is taken.
-  bool TryAdd(Job job);
+  /// False where too many wait, or nothing more is taken. A job that `may_wait` may have to wait for other
+  /// programs while it runs, as one that writes has to.
+  bool TryAdd(Job job, bool may_wait = false);
   /// Whether one more would be taken.
   bool HasRoom() const;
   std::size_t Waiting() const;
@@ -31,13 +33,20 @@ class WorkQueue {
   void Stop();
 
  private:
+  struct Entry {
+    Job job;
+    bool may_wait;
+  };
   void Run(std::size_t worker);
+  std::deque<Entry>::iterator Next();
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;
-  std::deque<Job> jobs_;
+  std::deque<Entry> jobs_;
   std::size_t most_;
   std::size_t busy_ = 0;
+  std::size_t most_that_wait_;
+  std::size_t may_wait_ = 0;  // of those that are busy
   bool ends_ = false;
   std::vector<std::thread> threads_;
 };

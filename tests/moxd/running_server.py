@@ -46,14 +46,15 @@ def trusting(certificate, _changed):
 
 
 class Server:
-    """`companies` is by name the file of each."""
+    """`companies` is by name the file of each, or its address; without any the directory is there already."""
 
-    def __init__(self, moxd, tool, folder, companies, settings=""):
+    def __init__(self, moxd, tool, folder, companies, settings="", directory=None):
         self.moxd, self.folder, self.log = moxd, pathlib.Path(folder), []
         make_certificate(self.folder, "one")
-        self.directory = self.folder / "directory.db"
-        subprocess.run([tool, self.directory, "ana", PASSWORD, "administracija",
-                        *(f"{name}={path}" for name, path in companies.items())], check=True)
+        self.directory = directory or self.folder / "directory.db"
+        if companies:
+            subprocess.run([tool, self.directory, "ana", PASSWORD, "administracija",
+                            *(f"{name}={path}" for name, path in companies.items())], check=True)
         self.extra = settings
         self.port, self.process = 0, None
         self.start()
@@ -61,7 +62,7 @@ class Server:
     def start(self):
         (self.folder / "moxd.ini").write_text(
             f"[server]\nlisten = 127.0.0.1:{self.port}\noperations = 127.0.0.1:0\ncertificate = certificate.pem\n"
-            f"key = key.pem\ndirectory = directory.db\n{self.extra}")
+            f"key = key.pem\ndirectory = {self.directory}\n{self.extra}")
         self.process = subprocess.Popen([self.moxd, "--config", self.folder / "moxd.ini"], stderr=subprocess.PIPE, text=True)
         for line in self.process.stderr:
             self.log.append(line)

@@ -312,7 +312,7 @@ class Rights(ServerTest):
         self.assertIn("ivo ", self.moxd("token", "list"))
         self.moxd("user", "disable", "ivo")
         self.assertEqual(read(), (401, "not_logged_in"))
-        self.moxd("company", "move", "firma", expected=2)
+        self.moxd("company", "move", "firma", "--to", expected=2)
         self.assertNotIn(token, "".join(self.server.log))
 
 
