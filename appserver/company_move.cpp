@@ -18,7 +18,7 @@ using std::chrono::steady_clock;
 
 constexpr milliseconds kPoll{20};
 constexpr milliseconds kPollCopy{200};
-constexpr milliseconds kLongestCatchUp{1000};  // writers wait for it
+constexpr milliseconds kLongestCatchUp{700};  // writers wait for it
 constexpr milliseconds kLongestLag{600'000};
 constexpr int kMostHolds = 600;  // attempts to have the company alone, a second each
 constexpr int kMostErrors = 5;   // of the engine while it copies
@@ -295,7 +295,7 @@ void CompanyMove::State::HoldAtEnd(MoveSide& beside) {
     }
     held = steady_clock::now();
     from.Run(
-        "BEGIN; SET LOCAL lock_timeout = '300ms'; SET LOCAL idle_in_transaction_session_timeout = '10s'");
+        "BEGIN; SET LOCAL lock_timeout = '700ms'; SET LOCAL idle_in_transaction_session_timeout = '10s'");
     if (from.TryRun(std::string("SELECT ") + kCompanyLock) && CatchUp(beside, kLongestCatchUp)) return;
     from.RollBack();
     if (attempt == 5) Say(MoveStep::kCopied, "a long write is under way; waiting for its end");
