@@ -266,19 +266,29 @@ TEST_F(DocumentKindsTest, RefuseAmountsThatAreNotQuantityTimesPrice) {
       if (lines == nullptr) continue;
       const LineSchema& schema = lines == document.Goods() ? kind.goods : kind.services;
       const Names calculated = SplitNames(schema.calculated);
+      const auto is_calculated = [&](std::string_view name) {
+        return std::find(calculated.begin(), calculated.end(), name) != calculated.end();
+      };
       for (const std::string_view price : SplitNames(schema.inputs)) {
         const std::string amount = std::string(price) + 'i';
-        if (std::find(calculated.begin(), calculated.end(), amount) == calculated.end()) continue;
+        if (!is_calculated(amount)) continue;
         lines->First();
         const Value wrong = lines->FieldByName(amount).AsCurrency() + Currency::Parse("0.02");
         EXPECT_NE(FaultOf(kind, *lines, amount, wrong).find("is not kolicina 1 times"), std::string::npos)
             << kind.name << " " << amount;
       }
-      if (schema.to_be_paid) {
-        const std::string missing = FaultOf(kind, *lines, schema.to_be_paid->text, Value());
-        EXPECT_NE(missing.find(std::string(schema.to_be_paid->text) + ": is not calculated"),
-                  std::string::npos)
-            << kind.name << " " << missing;
+      // The base, the tax and what is to be paid rest on the calculation; of lines with tax no discount does.
+      const auto is_missed = [&](std::string_view name) {
+        return FaultOf(kind, *lines, name, Value()).find(std::string(name) + ": is not calculated") !=
+               std::string::npos;
+      };
+      std::string figures = std::string(schema.base) + ' ' + std::string(schema.tax) + ' ';
+      if (schema.to_be_paid) figures += schema.to_be_paid->text;
+      for (const std::string_view name : SplitNames(figures)) {
+        EXPECT_EQ(is_missed(name), is_calculated(name)) << kind.name << " " << name;
+      }
+      if (lines->FindField("rbi1")) {
+        EXPECT_NE(is_missed("rbi1"), kind.recap.Exists()) << kind.name;
       }
       for (const double rate : {-5.0, 100.5}) {
         if (!lines->FindField("tbr_stp")) continue;
@@ -298,13 +308,15 @@ TEST_F(DocumentKindsTest, AllowPricesThatWereRounded) {
       lines.DefineField(name, FieldKind::kCurrency);
     }
     lines.Open();
-    lines.AppendRecord({quantity, Currency::Parse(price), Currency::Parse(amount), Currency(), Currency()});
+    const Value price_or_null = *price == '\0' ? Value() : Value(Currency::Parse(price));
+    lines.AppendRecord({quantity, price_or_null, Currency::Parse(amount), Currency(), Currency()});
     return FaultOf(DocumentKindByName("pocetno-stanje"), lines, "vpci", Currency());
   };
   EXPECT_EQ(fault(3, "3.33", "10.00"), "");
   EXPECT_EQ(fault(-3, "3.33", "-10.00"), "");
   EXPECT_EQ(fault(100'000, "0.1235", "12345.60"), "");
   EXPECT_EQ(fault(0, "5.00", "7.00"), "");
+  EXPECT_EQ(fault(3, "", "10.00"), "");
   // just half a hundredth and half the last decimal apart, and in floating point a little more
   EXPECT_EQ(fault(1, "0.00", "0.01"), "");
   EXPECT_EQ(fault(1, "0.03", "0.04"), "");
@@ -319,6 +331,7 @@ TEST_F(DocumentKindsTest, AllowPricesThatWereRounded) {
 TEST_F(DocumentKindsTest, KeepTheLineThatIsBeingEntered) {
   for (const char* const columns : {"", "pci rbi1 osnovica pdvi ukupno", "neoporezivo", "pov_naki"}) {
     RecordSet services("Usluge");
+    services.DefineField("napomena", FieldKind::kText);
     const std::string names = std::string("kolicina pc rbp1 tbr_stp ") + columns;
     for (const std::string_view name : SplitNames(names)) {
       services.DefineField(name, FindVocabularyEntry(name)->kind);
@@ -326,6 +339,7 @@ TEST_F(DocumentKindsTest, KeepTheLineThatIsBeingEntered) {
     services.Open();
     for (const double price : {100.0, 50.0}) {
       services.Append();
+      services.SetText(0, "hitno");
       services.Set(field::kolicina, 1);
       services.FieldByName("pc").SetFloat(price);
       services.FieldByName("tbr_stp").SetFloat(25);
@@ -335,6 +349,7 @@ TEST_F(DocumentKindsTest, KeepTheLineThatIsBeingEntered) {
     }
     Document document(DocumentKindByName("racun-usluga"), std::nullopt, std::move(services));
     EXPECT_EQ(document.LineCount(), 2U) << columns;
+    EXPECT_EQ(document.Services()->RowAt(1).AsText(0), "hitno") << columns;
     document.Calculate();
     document.Recapitulate();
     EXPECT_EQ(document.ToBePaid(), Currency::Parse("187.50")) << columns;
@@ -383,6 +398,9 @@ TEST_F(DocumentKindsTest, RefuseLinesAndTaxThatTheyDoNotHave) {
   recap.DefineField("osnovica", FieldKind::kCurrency);
   recap.Open();
   EXPECT_NO_THROW(CheckFigures(stock, {document.Goods(), nullptr, &recap}));
+  Document receipt(DocumentKindByName("primka-kalkulacija"), std::nullopt);
+  receipt.FillSupplierTotals();
+  EXPECT_EQ(receipt.SupplierTotals()->RowAt(0).AsFloat(0), 0);
   recap.AppendRecord({Currency()});
   EXPECT_ERROR(CheckFigures(stock, {document.Goods(), nullptr, &recap}),
                "! pocetno-stanje has no tax, but a recapitulation");

@@ -144,6 +144,7 @@ TEST_F(StornoTest, LeavesWhatHasNoSign) {
   lines.Open();
   lines.AppendRecord({0.0, Value(), Currency::Parse("2.50")});
   lines.AppendRecord({0.123456, Currency::Parse("900000000000000.0001"), Value()});
+  EXPECT_EQ(FindPositiveQuantity(DocumentKindByName("storno-gotovinski-racun"), &lines), 2U);
   const RecordSet mirror = MirrorOf(lines);
   EXPECT_FALSE(std::signbit(mirror.RowAt(0).AsFloat(0)));
   EXPECT_TRUE(mirror.RowAt(0).IsNull(1));

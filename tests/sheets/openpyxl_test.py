@@ -62,3 +62,9 @@ towns, cells = lists[openpyxl.utils.get_column_letter(headings.index("Naziv mjes
 expect((towns, book[towns].sheet_state), ("Popisi", "hidden"))
 offered = [cell.value for (cell,) in book[towns][cells.replace("$", "")]]
 assert "Zagreb" in offered and offered == sorted(set(offered)), offered
+
+# And what the company's settings require.
+run("company", "set", "TipPozivaNaBrojPutnika=OIB")
+run("import", "PUTNICIGRUPA", "--template", "--xlsx", folder / "putnici.xlsx")
+headings = [cell.value for cell in openpyxl.load_workbook(folder / "putnici.xlsx").active[1]]
+assert "OIB *" in headings, headings
