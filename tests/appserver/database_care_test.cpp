@@ -127,6 +127,11 @@ TEST_F(DatabaseCare, ReplacesNoDatabaseThatIsUsed) {
   fs::resize_file(copy, fs::file_size(copy) / 2);
   EXPECT_NE(message(), "restored") << "a damaged copy";
   EXPECT_EQ(Count(path_, "dok"), 2);
+
+  Database(path_).BackUp(InFolder("druga.db"));
+  fs::create_hard_link(path_, InFolder("stara.db"));  // as one sees the file who opened it just before
+  Restore(InFolder("druga.db"));
+  EXPECT_THROW(Database(InFolder("stara.db")), DatabaseError);
 }
 
 using DatabaseCheck = ScratchDatabase;

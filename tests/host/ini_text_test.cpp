@@ -19,6 +19,7 @@ TEST(IniText, ReadsSettings) {
       "=no key\n"
       "QUOTED=\"  A4 \"\n"
       "ONE=\"\n"
+      "TWO=\"\"\n"
       "EMPTY=\n"
       "EQUALS=a=b#c\n"
       "[damaged\n"
@@ -35,7 +36,7 @@ TEST(IniText, ReadsSettings) {
   EXPECT_EQ(value("GENERAL", "no value"), "none");
   EXPECT_EQ(value("GENERAL", "QUOTED"), "  A4 ");
   EXPECT_EQ(value("GENERAL", "ONE"), "\"");
-  EXPECT_EQ(value("GENERAL", "EMPTY"), "");
+  for (const char* const key : {"EMPTY", "TWO"}) EXPECT_EQ(value("GENERAL", key), "") << key;
   EXPECT_EQ(value("GENERAL", "EQUALS"), "a=b#c");
   EXPECT_EQ(value("Other", "KOL_NUM"), "5");
   for (const char* section : {"", "damaged"}) EXPECT_EQ(value(section, "KOL_NUM"), "none");

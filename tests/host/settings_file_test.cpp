@@ -15,6 +15,7 @@
 #include "mox/foundation/error.h"
 #include "mox/foundation/files.h"
 #include "tests/fakes/scratch_folder.h"
+#include "tests/foundation/case_file.h"
 
 namespace mox {
 namespace {
@@ -138,7 +139,7 @@ TEST_F(SettingsFileTest, RefusesWriteProtectedFilesAndFolders) {
 }
 
 TEST_F(SettingsFileTest, RefusesPathsThatAreNoFiles) {
-  EXPECT_THROW(SettingsFile(folder_.string()), Error);
+  EXPECT_ERROR(SettingsFile(folder_.string()), "! " + folder_.string() + ": is not a file");
   const std::string pipe = folder_.string() + ".pipe";
   ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
   EXPECT_THROW(SettingsFile{pipe}, Error);

@@ -122,10 +122,20 @@ TEST(ParamList, ShowsNoMoreThanALineCanHold) {
   TAstaParamList list;
   for (int i = 0; i < 30; ++i) list.FastAdd("p", i);
   std::string nested = list.AsTokenizedString(false);
-  for (int depth = 0; depth < 5; ++depth) nested = TAstaParamList{{"u", nested}}.AsTokenizedString(false);
-  EXPECT_EQ(TAstaParamList::FromTokenizedString(nested).AsTokenizedString(true),
-            "u=<list u=<list u=<list u=<list ...>>>>");
   EXPECT_TRUE(list.AsTokenizedString(true).ends_with(" p=19 ... 10 more"));
+  for (int depth = 0; depth < 5; ++depth) {
+    nested = TAstaParamList{{"u", nested}}.AsTokenizedString(false);
+    TAstaParamList outer;
+    outer.FastAdd("u", std::exchange(list, {}));
+    list = std::move(outer);
+  }
+  const std::string shown = "u=<list u=<list u=<list u=<list ...>>>>";
+  EXPECT_EQ(TAstaParamList::FromTokenizedString(nested).AsTokenizedString(true), shown);
+  EXPECT_EQ(list.AsTokenizedString(true), shown);
+  const std::string name(100, 'n');
+  const TAstaParamList read =
+      TAstaParamList::FromTokenizedString(TAstaParamList{{name, "~\x7F"}}.AsTokenizedString(false));
+  EXPECT_EQ(read.AsTokenizedString(true), name.substr(0, 60) + "...=~\\x7F");
 }
 
 TEST(ParamList, SaysWhereItIsDamaged) {
