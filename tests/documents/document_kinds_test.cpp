@@ -122,9 +122,11 @@ void Enter(RecordSet& lines, int count) {
 }
 
 class DocumentKindsTest : public testing::Test {
+ protected:
+  CompanyParameterModule parameters_;
+
  private:
   MemorySettings settings_;
-  CompanyParameterModule parameters_;
   ScopedApp app_{{.ini = &settings_, .comunication = &parameters_}};
 };
 
@@ -170,6 +172,29 @@ TEST_F(DocumentKindsTest, RecapitulateTheBaseAndTaxOfTheirLines) {
                                      "porez -0.01", "neoporezivo 1", "stopa 13", "rows"}) {
       EXPECT_EQ(FaultAfter(document, change).empty(), std::string_view(change) == "osnovica 0")
           << kind.name << " " << change << ": " << FaultAfter(document, change);
+    }
+  }
+  // Finer tax leaves more room, of hundredths; one kind has tax of two decimals always.
+  parameters_.Set("PdviCalcDigit", "4");
+  for (const auto& [kind, base] :
+       {std::pair("gotovinski-racun", "osnovica"), {"mal-povratnica-dobavljacu", "nfci"}}) {
+    Document document(kind);
+    Enter(*document.Goods(), 3);
+    document.Recapitulate();
+    const auto sum = [&](std::string_view field) {
+      Currency total;
+      for (const RecordRow& row : document.Goods()->Rows()) {
+        total += row.AsCurrency(*document.Goods()->FindFieldIndex(field));
+      }
+      return total.ToString();
+    };
+    const RecordSet& recap = *document.Recapitulation();
+    EXPECT_EQ(recap.RowAt(0).AsCurrency(0).ToString(), sum(base)) << kind;
+    if (std::string_view(base) == "nfci") {
+      EXPECT_EQ(recap.RowAt(0).AsCurrency(1).ToString(), sum("pdvi_dob"));
+    }
+    for (const char* const change : {"osnovica 0.05", "porez 0.05"}) {
+      EXPECT_NE(FaultAfter(document, change), "") << kind << " " << change;
     }
   }
 }
