@@ -5,8 +5,8 @@
 
 #include "appserver/fold.h"
 #include "appserver/import_catalogue.h"
+#include "appserver/journal_text.h"
 #include "appserver/row_digests.h"
-#include "mox/foundation/clock.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 #include "mox/import/import_check.h"
@@ -47,8 +47,7 @@ struct Origin {
 
 Value TextOrNull(const RecordSet& origin, std::string_view name, std::size_t most) {
   const auto field = origin.FindFieldIndex(name);
-  const std::string text = field ? origin.AsText(*field) : std::string();
-  return text.empty() ? Value() : Value(std::string(CutToCharacters(text, most)));
+  return field ? JournalText(origin.AsText(*field), most) : Value();
 }
 
 const ImportProfile* ProfileOf(std::string_view transaction, std::string_view key) {
@@ -202,17 +201,6 @@ void Journal(Database& database, const Origin& origin, std::string_view table, s
 }
 
 }  // namespace
-
-DateTime JournalMoment() {
-  const std::int64_t now = LocalNow().milliseconds;
-  return {now - now % 1000};
-}
-
-std::string JournalMomentText(DateTime moment) {
-  std::string text = FormatIsoDateTime(moment);
-  std::replace(text.begin(), text.end(), 'T', ' ');
-  return text;
-}
 
 std::optional<StoredImport> FindStoredImport(Database& database, std::string_view profile,
                                              std::string_view digest) {

@@ -20,10 +20,6 @@ inline constexpr std::string_view kImportedRows = "adsForDBSave";
 std::optional<RecordSet> StoreImport(const NamedTransaction& transaction, Database& database,
                                      const SentRecordSets& sent);
 
-/// Now, to the second, and such a moment for people: "2024-03-01 10:00:00".
-DateTime JournalMoment();
-std::string JournalMomentText(DateTime moment);
-
 /// The last import of a file's content by that profile that was not taken back: its number, and for people
 /// "import 3 of 2024-03-01 10:00:00 by ana". None where there is none.
 struct StoredImport {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "appserver/import_journal.h"
+#include "appserver/journal_text.h"
 #include "appserver/partner_balances.h"
 #include "appserver/row_digests.h"
 #include "appserver/row_uses.h"
