@@ -156,8 +156,8 @@ void CompanyData::Set(std::string_view assignment) {
 }
 
 void CompanyData::Reload() {
-  parameters_ = {};
   const RecordSet stored = ReadPlace(database_, kPlaces[0]);
+  parameters_ = {};
   for (const RecordRow& row : stored.Rows()) parameters_.Set(row.AsTextView(0), row.AsTextView(1));
   for (const auto& [name, value] : set_) parameters_.Set(name, value);
 }

@@ -1,8 +1,12 @@
 #include "appserver/company_server.h"
 
 #include <algorithm>
+#include <chrono>
+#include <new>
+#include <thread>
 #include <utility>
 
+#include "appserver/commit_lost.h"
 #include "appserver/company_transactions.h"
 #include "appserver/e_invoice.h"
 #include "appserver/named_service_table.h"
@@ -113,13 +117,34 @@ WriteOutcome CompanyServer::CarryOut(const TAstaParamList& request, std::string_
       *transaction, database_, sent,
       [&](const std::optional<RecordSet>& stored) { JournalStored(database_, write, sent, stored); },
       rehearsing_ ? Ending::kRollBack : Ending::kCommit);
-  if (FindRow(CompanyTransactionTable(), item.Name()) != nullptr) company_.Reload();
   return outcome;
+}
+
+// Whoever looks stores alone for a moment, so that what was lost has ended, whatever became of it.
+WriteOutcome CompanyServer::FindLost(const JournalledWrite& write) {
+  constexpr std::chrono::milliseconds kLongestPause{1600};
+  const std::string lost = database_.location().ToString() + ": the connection to the server was lost; ";
+  for (std::chrono::milliseconds pause{100};; pause *= 2) {
+    std::optional<WriteOutcome> found;
+    try {
+      const WriteTransaction alone(database_);
+      found = FindEarlierOutcome(database_, write);
+    } catch (const DatabaseUnavailable&) {
+      if (pause > kLongestPause) {
+        throw DatabaseUnavailable(lost + NotKnownUnder(write.key));
+      }
+      std::this_thread::sleep_for(pause);
+      continue;
+    }
+    if (!found) throw DatabaseUnavailable(lost + std::string(kNothingStored));
+    Tell(lost + "the request was stored");
+    return std::move(*found);
+  }
 }
 
 // What a user in front of this computer is refused he sees; what others are refused is kept. Where that
 // fails, or the same request was carried out at the same time, nothing is stored by it.
-void CompanyServer::Refuse(const JournalledWrite& write, WriteFailure failure) {
+void CompanyServer::Refuse(const JournalledWrite& write, WriteFailure failure, bool is_kept) {
   const auto was_carried_out = [&] {
     auto earlier = FindEarlierOutcome(database_, write);
     if (earlier) last_write_ = std::move(*earlier);
@@ -128,7 +153,7 @@ void CompanyServer::Refuse(const JournalledWrite& write, WriteFailure failure) {
   if (was_carried_out()) return;
   Tell("refused " + failure.ToString());
   last_write_.failure = std::move(failure);
-  if (rehearsing_ || (write.key.empty() && !requester_.HasLoggedIn())) return;
+  if (rehearsing_ || !is_kept) return;
   try {
     JournalRefused(database_, write, *last_write_.failure);
   } catch (const Error& error) {
@@ -136,19 +161,41 @@ void CompanyServer::Refuse(const JournalledWrite& write, WriteFailure failure) {
   }
 }
 
+// What was stored is stored, whether or not it can be read again.
+void CompanyServer::ReadCompany() {
+  try {
+    company_.Reload();
+  } catch (const DatabaseUnavailable& error) {
+    Tell(error.what());
+  }
+}
+
 std::string CompanyServer::WriteRefusal() const {
   return last_write_.failure ? last_write_.failure->ToString() : std::string();
 }
 
-int CompanyServer::WriteDataService(const TAstaParamList& request) { return WriteDataService(request, {}); }
+int CompanyServer::WriteDataService(const TAstaParamList& request) {
+  const bool may_get_lost = !database_.location().IsFile() && !rehearsing_;
+  return Write(request, may_get_lost ? NewWriteKey() : std::string(), true);
+}
 
 int CompanyServer::WriteDataService(const TAstaParamList& request, std::string_view key) {
+  return Write(request, key, key.empty());
+}
+
+int CompanyServer::Write(const TAstaParamList& request, std::string_view key, bool key_is_own) {
   last_write_ = {};
   if (!unwritable_.empty()) throw DatabaseUnavailable(unwritable_);
   JournalledWrite write{.user = requester_.user};
   WriteFailure failure;
   try {
-    last_write_ = CarryOut(request, key, write);
+    try {
+      last_write_ = CarryOut(request, key, write);
+    } catch (const CommitLost&) {
+      if (!key_is_own || write.key.empty()) throw;
+      last_write_ = FindLost(write);
+    }
+    if (FindRow(CompanyTransactionTable(), write.transaction) != nullptr) ReadCompany();
     return last_write_.committed ? 1 : 0;
   } catch (const WriteRefused& refused) {
     failure = refused.failure();
@@ -161,11 +208,13 @@ int CompanyServer::WriteDataService(const TAstaParamList& request, std::string_v
   } catch (const DatabaseUnavailable& error) {
     Tell(error.what());
     throw;
+  } catch (const std::bad_alloc&) {
+    throw;  // says nothing of the request, which may be sent again
   } catch (const std::exception& error) {
     failure.message = error.what();
   }
   failure.transaction = write.transaction;
-  Refuse(write, std::move(failure));
+  Refuse(write, std::move(failure), !key_is_own || requester_.HasLoggedIn());
   return last_write_.committed ? 1 : 0;
 }
 

@@ -46,8 +46,12 @@ class CompanyServer : public CompanyAccess {
                                                     std::string_view service) override;
   /// 0 when the request was refused and nothing stored; LastWrite() tells why, and the log was told. Raises
   /// DatabaseUnavailable when the database failed, which is no refusal.
+  ///
+  /// With a key of its own where the database is on a server: a request whose answer was lost is looked for
+  /// under it when the server is there again, and answered as stored, or raises DatabaseUnavailable that says
+  /// that nothing was stored or, where the server stays away, that it is not known.
   int WriteDataService(const TAstaParamList& request) override;
-  /// The same. A request that is sent again by the same user under the same key is not carried out again, and
+  /// A request that is sent again by the same user under the same key is not carried out again, and
   /// answered as it was then, stored or refused, also after this program has ended; an empty key is none.
   /// Raises NotAllowed when the requester has no right to the transaction, and KeyReused when the key is that
   /// of another request.
@@ -61,7 +65,10 @@ class CompanyServer : public CompanyAccess {
  private:
   std::unique_ptr<TAstaParamList> Answer(const TAstaParamList& request, std::string_view service);
   WriteOutcome CarryOut(const TAstaParamList& request, std::string_view key, JournalledWrite& write);
-  void Refuse(const JournalledWrite& write, WriteFailure failure);
+  int Write(const TAstaParamList& request, std::string_view key, bool key_is_own);
+  void ReadCompany();
+  WriteOutcome FindLost(const JournalledWrite& write);
+  void Refuse(const JournalledWrite& write, WriteFailure failure, bool is_kept);
   void Tell(std::string_view line) const;
 
   Database database_;

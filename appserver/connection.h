@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "appserver/commit_lost.h"
 #include "appserver/database.h"
 #include "appserver/dialect.h"
 #include "appserver/soci_headers.h"
@@ -80,10 +81,11 @@ class DatabaseConnection {
       throw;
     }
   }
-  /// Refuses where the engine had to undo something on the way, whoever has caught the error.
+  /// Refuses where the engine had to undo something on the way, whoever has caught the error. Raises
+  /// CommitLost where nobody has said whether it is stored.
   void Commit() {
-    if (undone_) Refuse("the transaction has failed before");
-    if (depth_ == 1) Execute("COMMIT");
+    if (undone_ || dialect_.HasFailed(session_)) Refuse("the transaction has failed before");
+    if (depth_ == 1) CommitAll();
     --depth_;
   }
   bool WritesBesideOthers() const { return depth_ > 0 && writing_ == Writing::kBesideOthers; }
@@ -98,6 +100,21 @@ class DatabaseConnection {
       session_ << "ROLLBACK";
     } catch (const soci::soci_error&) {
       return;
+    }
+  }
+  /// Reads in a transaction of its own, or in the write transaction that is there already.
+  void EnterRead() {
+    if (depth_ > 0) {
+      ++reads_inside_;
+    } else {
+      BeginRead();
+    }
+  }
+  void LeaveRead() noexcept {
+    if (reads_inside_ > 0) {
+      --reads_inside_;
+    } else {
+      RollBack();
     }
   }
   /// All of the action, or nothing.
@@ -120,6 +137,16 @@ class DatabaseConnection {
   }
 
  private:
+  void CommitAll() {
+    const bool was_lost = dialect_.IsLost(session_);
+    try {
+      Execute("COMMIT");
+    } catch (const DatabaseUnavailable& error) {
+      if (was_lost || !dialect_.IsLost(session_)) throw;
+      throw CommitLost(std::string(error.what()) + "; " + std::string(kNotKnown));
+    }
+  }
+
   // A connection that is lost is made anew while nothing depends on it yet.
   void Begin(std::string_view begin) {
     const std::string sql = std::string(begin).append(is_opened_ ? dialect_.StillThere() : "");
@@ -139,6 +166,7 @@ class DatabaseConnection {
   int depth_ = 0;        // of write transactions
   bool undone_ = false;  // something that the transaction stored
   Writing writing_ = Writing::kAlone;
+  int reads_inside_ = 0;  // the write transaction
   int longest_wait_ = 0;  // milliseconds, where it was set
   std::vector<TableDescription> tables_;
   soci::session session_;

@@ -213,10 +213,10 @@ std::unique_ptr<RowCopy> Database::CopyInto(std::string_view table, const std::v
 }
 
 ReadTransaction::ReadTransaction(Database& database) : database_(database) {
-  database_.connection_->BeginRead();
+  database_.connection_->EnterRead();
 }
 
-ReadTransaction::~ReadTransaction() { database_.connection_->RollBack(); }
+ReadTransaction::~ReadTransaction() { database_.connection_->LeaveRead(); }
 
 WriteTransaction::WriteTransaction(Database& database, Writing writing) : database_(database) {
   database_.connection_->BeginWrite(writing);

@@ -64,6 +64,8 @@ class Dialect {
 
   /// The expression without regard to letter case and to blanks at its ends: FoldKey in SQL.
   virtual std::string Fold(std::string_view expression) const = 0;
+  /// The whole number, as an integer, that is nearest to a double; of two the one farther from 0.
+  virtual std::string Nearest(std::string_view number) const = 0;
   /// The date so many days after another one, of whole days.
   virtual std::string DaysAfter(std::string_view date, std::string_view days) const = 0;
   /// What the engine has for the column types of the schema.
@@ -87,6 +89,10 @@ class Dialect {
   /// After a failure: makes a write transaction usable where the engine needs that, which undoes what it has
   /// stored. Answers whether it did.
   virtual bool Recover(soci::session& session) const = 0;
+  /// Whether the transaction can only be rolled back, which a COMMIT of it would do without saying so.
+  virtual bool HasFailed(soci::session& session) const = 0;
+  /// Whether the connection has ended.
+  virtual bool IsLost(soci::session& session) const = 0;
   virtual std::size_t MostParameters() const = 0;
 
   /// Statements that make an index of that name over the texts of a table.

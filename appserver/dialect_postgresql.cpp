@@ -26,9 +26,15 @@ void SetUp(PGconn* connection, const DatabaseLocation& location, Database::Acces
           (access == Database::Access::kReadOnly ? "; SET default_transaction_read_only = on" : ""));
 }
 
+// SOCI takes an address for a list of NAME=VALUE, and adds the '=' where it finds none.
+std::string Openable(const std::string& address) {
+  if (address.find('=') != std::string::npos) return address;
+  return address + (address.find('?') == std::string::npos ? "?" : "&") + "fallback_application_name=mox";
+}
+
 void Connect(soci::session& session, const DatabaseLocation& location,
              Database::Access access = Database::Access::kReadWrite) {
-  session.open(soci::postgresql, location.connection());
+  session.open(soci::postgresql, Openable(location.connection()));
   PQsetNoticeProcessor(
       PostgresqlHandle(session), [](void*, const char*) {}, nullptr);
   SetUp(PostgresqlHandle(session), location, access);
@@ -161,6 +167,12 @@ class Postgresql : public Dialect {
            capitals + "', '" + smalls + "'))";
   }
 
+  // The engine rounds doubles to even numbers, and turns them into decimals by their first 15 digits.
+  std::string Nearest(std::string_view number) const override {
+    const std::string exact = "CAST(" + std::string(number) + " AS DOUBLE PRECISION)";
+    return "CAST(TRUNC(" + exact + " + 0.5 * SIGN(" + exact + ")) AS BIGINT)";
+  }
+
   std::string DaysAfter(std::string_view date, std::string_view days) const override {
     return "(" + std::string(date) + " + CAST(TRUNC(" + std::string(days) + ") AS INTEGER))";
   }
@@ -205,6 +217,12 @@ class Postgresql : public Dialect {
     if (PQtransactionStatus(connection) != PQTRANS_INERROR) return false;
     const PostgresqlResult undone(PQexec(connection, "ROLLBACK TO SAVEPOINT mox"));
     return PQresultStatus(undone.get()) == PGRES_COMMAND_OK;
+  }
+  bool HasFailed(soci::session& session) const override {
+    return PQtransactionStatus(PostgresqlHandle(session)) == PQTRANS_INERROR;
+  }
+  bool IsLost(soci::session& session) const override {
+    return PQstatus(PostgresqlHandle(session)) != CONNECTION_OK;
   }
   std::size_t MostParameters() const override { return 65'535; }
 

@@ -148,6 +148,10 @@ class Sqlite : public Dialect {
     return folded;
   }
 
+  std::string Nearest(std::string_view number) const override {
+    return "CAST(ROUND(" + std::string(number) + ") AS BIGINT)";
+  }
+
   std::string DaysAfter(std::string_view date, std::string_view days) const override {
     return "date(" + std::string(date) + ", CAST(" + std::string(days) + " AS INTEGER) || ' days')";
   }
@@ -164,6 +168,8 @@ class Sqlite : public Dialect {
     return nullptr;
   }
   bool Recover(soci::session& /*session*/) const override { return false; }
+  bool HasFailed(soci::session& /*session*/) const override { return false; }
+  bool IsLost(soci::session& /*session*/) const override { return false; }
   std::size_t MostParameters() const override { return 32'766; }
 
   // The folded texts of a row by three letters, in NAME. Rows above the last one there are not in it yet;

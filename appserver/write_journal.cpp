@@ -1,10 +1,11 @@
 #include "appserver/write_journal.h"
 
 #include <algorithm>
+#include <random>
 #include <vector>
 
 #include "appserver/fold.h"
-#include "appserver/import_journal.h"
+#include "appserver/journal_text.h"
 #include "mox/foundation/digest.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
@@ -18,12 +19,6 @@ constexpr std::size_t kLongestKey = 100;
 constexpr std::size_t kLongestDocuments = 200;
 constexpr std::size_t kLongestReason = 1000;
 constexpr std::int64_t kLastSecond = 86'399'000;  // of a day, in milliseconds
-
-Value TextOrNull(std::string_view text, std::size_t longest) {
-  if (text.empty()) return {};
-  const std::string shown = VisibleText(text);
-  return std::string(CutToCharacters(shown, longest));
-}
 
 std::string ShownName(std::string_view name) {
   const std::string shown = VisibleText(name);
@@ -63,7 +58,7 @@ WrittenDocuments DocumentsOf(const SentRecordSets& sent, const std::optional<Rec
   const bool is_number =
       std::all_of(ids.front().begin(), ids.front().end(), [](char c) { return c >= '0' && c <= '9'; });
   const bool is_one = ids.size() == 1 && is_number && ids.front().size() < 19;
-  return {is_one ? Value(ToInteger(ids.front())) : Value(), TextOrNull(named, kLongestDocuments)};
+  return {is_one ? Value(ToInteger(ids.front())) : Value(), JournalText(named, kLongestDocuments)};
 }
 
 // --- what was answered, as text ---
@@ -142,6 +137,17 @@ void PreparePeriod(Database& /*database*/, ServiceInputs& inputs) {
 
 }  // namespace
 
+std::string NewWriteKey() {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::random_device random;
+  std::string key;
+  for (int i = 0; i < 4; ++i) {
+    unsigned bits = random();
+    for (int digit = 0; digit < 8; ++digit, bits >>= 4U) key += kDigits[bits & 15U];
+  }
+  return key;
+}
+
 JournalledWrite MakeJournalledWrite(std::string_view user, std::string_view transaction,
                                     std::string_view inner, std::string_view key) {
   JournalledWrite write{.user = std::string(user), .transaction = std::string(transaction)};
@@ -192,7 +198,7 @@ void JournalStored(Database& database, const JournalledWrite& write, const SentR
 
 void JournalRefused(Database& database, const JournalledWrite& write, const WriteFailure& failure) {
   WriteTransaction transaction(database);
-  Insert(database, write, {}, false, TextOrNull(failure.ToString(), kLongestReason), RefusalText(failure));
+  Insert(database, write, {}, false, JournalText(failure.ToString(), kLongestReason), RefusalText(failure));
   transaction.Commit();
 }
 

@@ -20,6 +20,9 @@ struct JournalledWrite {
   std::string digest = {};  ///< of user, transaction and what is to be stored; of a request with a key
 };
 
+/// A key that nobody else has: 128 random bits in digits.
+std::string NewWriteKey();
+
 /// Raises Error where the key does not have 1 to 100 printable ASCII characters without blanks.
 JournalledWrite MakeJournalledWrite(std::string_view user, std::string_view transaction,
                                     std::string_view inner, std::string_view key);

@@ -6,7 +6,9 @@
 #include <thread>
 #include <utility>
 
+#include "appserver/commit_lost.h"
 #include "appserver/company_data.h"
+#include "appserver/write_journal.h"
 #include "connect/wire.h"
 #include "connect/zstd_text.h"
 #include "mox/foundation/secrets.h"
@@ -21,7 +23,7 @@ using Json = nlohmann::json;
 
 constexpr std::size_t kMostUnpacked = 1U << 30U;
 constexpr long kOk = 200;
-constexpr long kBusy = 503;
+constexpr long kServerFailed = 500;
 
 // What an error says.
 struct Fault {
@@ -38,18 +40,6 @@ Fault FaultOf(const HttpAnswer& answer) {
   return {text("code"), text("message")};
 }
 
-// Of 128 random bits.
-std::string NewKey() {
-  constexpr char kDigits[] = "0123456789abcdef";
-  std::random_device random;
-  std::string key;
-  for (int i = 0; i < 4; ++i) {
-    unsigned bits = random();
-    for (int digit = 0; digit < 8; ++digit, bits >>= 4U) key += kDigits[bits & 15U];
-  }
-  return key;
-}
-
 std::string TextOf(HttpAnswer& answer) {
   if (answer.encoding != kZstd) return std::move(answer.body);
   std::string text;
@@ -60,6 +50,22 @@ std::string TextOf(HttpAnswer& answer) {
   return text;
 }
 
+// A server that has no time, or one on the way to it that gets no answer.
+bool IsPassing(long status) { return status == 502 || status == 503 || status == 504; }
+
+// Whether the request may have been carried out although it is answered by an error. Who stands before the
+// server does not say so, and it does not know itself where its database failed.
+bool MayBeDone(const HttpAnswer& answer) {
+  constexpr std::string_view kUndone[] = {"queue_full", "waited_too_long", "stopping"};
+  if (answer.status < kServerFailed) return false;
+  const std::string code = FaultOf(answer).code;
+  return std::find(std::begin(kUndone), std::end(kUndone), code) == std::end(kUndone);
+}
+
+std::string TextOf(const Fault& fault, const HttpAnswer& answer) {
+  return fault.message.empty() ? "answers with status " + std::to_string(answer.status) : fault.message;
+}
+
 std::string NotLoggedIn(const std::string& server) {
   return server + ": not logged in, or the session has ended: mox login " + server;
 }
@@ -68,10 +74,9 @@ std::string NotLoggedIn(const std::string& server) {
   const Fault fault = FaultOf(answer);
   if (fault.code == "refused") throw Error(fault.message);
   if (fault.code == "not_logged_in") throw Error(NotLoggedIn(server));
-  const std::string message =
-      fault.message.empty() ? "answers with status " + std::to_string(answer.status) : fault.message;
-  if (answer.status >= kBusy) throw DatabaseUnavailable(server + ": " + message);
-  throw Error(server + ": " + message);
+  const std::string message = server + ": " + TextOf(fault, answer);
+  if (IsPassing(answer.status)) throw DatabaseUnavailable(message);
+  throw Error(message);
 }
 
 }  // namespace
@@ -133,25 +138,22 @@ HttpAnswer ServerConnection::Ask(const Purpose& purpose, const std::string& text
   const auto begin = steady_clock::now();
   auto pause = retries_.first_pause;
   bool may_be_done = false;
+  const bool stores = !purpose.key.empty() && !rehearsing_;
   for (;;) {
     HttpAnswer answer;
     HttpFailure failure;
     const bool answered = client_.Post(purpose.path, headers, body, answer, failure);
-    const bool busy = answered && answer.status == kBusy;
-    if (answered && !busy) return answer;
-    may_be_done = may_be_done || (!answered && failure.was_sent) ||
-                  (busy && FaultOf(answer).code == "database_unavailable");
+    const bool busy = answered && IsPassing(answer.status);
+    may_be_done = may_be_done || (answered ? MayBeDone(answer) : failure.was_sent);
+    const bool is_final = answered && !busy;
+    if (is_final && (answer.status == kOk || !may_be_done)) return answer;
     const auto most = busy || may_be_done ? retries_.while_unknown : retries_.while_unreachable;
-    if (steady_clock::now() - begin + pause > most) {
-      if (busy && !may_be_done) return answer;
+    if (is_final || steady_clock::now() - begin + pause > most) {
+      if (answered && (!may_be_done || !stores)) return answer;
       std::string told =
-          address_.server + ": " + (busy ? FaultOf(answer).message : "cannot be reached: " + failure.reason);
-      if (!purpose.key.empty() && !rehearsing_) {
-        told += may_be_done
-                    ? "; the connection was lost before the answer came, and it is not known whether the "
-                      "request was stored: look before you store it again"
-                    : "; nothing was stored";
-      }
+          address_.server + ": " +
+          (answered ? TextOf(FaultOf(answer), answer) : "cannot be reached: " + failure.reason);
+      if (stores) told.append("; ").append(may_be_done ? NotKnownUnder(purpose.key) : kNothingStored);
       throw DatabaseUnavailable(told);
     }
     std::this_thread::sleep_for(busy ? std::max<std::chrono::milliseconds>(
@@ -178,7 +180,8 @@ std::unique_ptr<TAstaParamList> ServerConnection::ReportDataService(const TAstaP
 
 int ServerConnection::WriteDataService(const TAstaParamList& request) {
   last_write_ = {};
-  HttpAnswer answer = Ask({"/v1/" + address_.company + "/write", NewKey()}, request.AsTokenizedString(false));
+  HttpAnswer answer =
+      Ask({"/v1/" + address_.company + "/write", NewWriteKey()}, request.AsTokenizedString(false));
   if (answer.status != kOk) RaiseFault(answer);
   last_write_ = ReadOutcome(TextOf(answer));
   if (last_write_.committed && has_parameters_) has_parameters_ = false;

@@ -142,6 +142,21 @@ def read_answer(stream):
     return int(first.split()[1]), headers, body
 
 
+def read_request(stream):
+    """All of a request; empty where none comes any more."""
+    text = b""
+    while b"\r\n\r\n" not in text:
+        if not (piece := stream.recv(65536)):
+            return b""
+        text += piece
+    length = int(re.search(rb"content-length: (\d+)", text, re.IGNORECASE)[1])
+    missing = text.index(b"\r\n\r\n") + 4 + length - len(text)
+    while missing > 0 and (piece := stream.recv(missing)):
+        text += piece
+        missing -= len(piece)
+    return text
+
+
 def code_of(answer):
     status, _, body = answer
     return status, json.loads(body)["code"] if status >= 400 else ""
