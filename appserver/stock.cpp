@@ -7,13 +7,14 @@
 #include <unordered_map>
 #include <utility>
 
+#include "appserver/dialect.h"
 #include "appserver/fold.h"
+#include "mox/documents/quantity.h"
 #include "mox/foundation/text.h"
 
 namespace mox {
 namespace {
 
-constexpr std::int64_t kMillionths = 1'000'000;
 constexpr double kMostUnits = 1e9;  // in one movement
 
 // --- which articles lines name ---
@@ -153,7 +154,8 @@ std::int64_t Rounded(long double number) { return static_cast<std::int64_t>(std:
 // What a quantity that goes out, or comes back, is worth of what stands there.
 std::int64_t ShareOf(const Balance& balance, std::int64_t quantity) {
   const auto at_price = [&](std::int64_t units) {
-    return Rounded(static_cast<long double>(units) * static_cast<long double>(balance.price) / kMillionths);
+    return Rounded(static_cast<long double>(units) * static_cast<long double>(balance.price) /
+                   kQuantityScale);
   };
   if (quantity <= 0 || balance.quantity <= 0) return at_price(quantity);
   if (quantity >= balance.quantity) return balance.value + at_price(quantity - balance.quantity);
@@ -194,7 +196,7 @@ class Ledger {
     balance.value += value;
     balance.last_line = line;
     if (balance.quantity > 0 && balance.value > 0) {
-      balance.price = Rounded(static_cast<long double>(balance.value) * kMillionths /
+      balance.price = Rounded(static_cast<long double>(balance.value) * kQuantityScale /
                               static_cast<long double>(balance.quantity));
     }
     const std::int64_t values[] = {doc_id_, line, warehouse, article, quantity, value};
@@ -260,9 +262,9 @@ class Worth {
   bool reads_value_;
 };
 
-std::int64_t CountedQuantity(const RecordRow& line, std::size_t field, std::int64_t number) {
+std::int64_t MovedQuantity(const RecordRow& line, std::size_t field, std::int64_t number) {
   const double quantity = line.AsFloat(field);
-  if (std::fabs(quantity) <= kMostUnits) return std::llround(quantity * kMillionths);
+  if (std::fabs(quantity) <= kMostUnits) return CountedQuantity(quantity);
   throw RefusedLine(static_cast<std::size_t>(number), "kolicina",
                     line.AsText(field) + " is too much to be counted");
 }
@@ -276,6 +278,10 @@ void ClaimArticles(Database& database, const RecordSet& lines) {
 }
 
 }  // namespace
+
+std::string CountedQuantitySql(const Dialect& dialect, const std::string& quantity) {
+  return dialect.Nearest(quantity + " * " + std::to_string(kQuantityScale));
+}
 
 void MoveStock(Database& database, const DocumentKind& kind, std::int64_t doc_id, std::int64_t warehouse,
                bool may_be_negative) {
@@ -293,7 +299,7 @@ void MoveStock(Database& database, const DocumentKind& kind, std::int64_t doc_id
   for (const RecordRow& line : lines.Rows()) {
     const std::int64_t number = line.AsInteger(0);
     const std::int64_t article = line.AsInteger(1);
-    const std::int64_t quantity = CountedQuantity(line, 2, number);
+    const std::int64_t quantity = MovedQuantity(line, 2, number);
     if (quantity == 0) continue;
     const std::optional<std::int64_t> said = worth.Of(line, 3, 4, 5);
     const std::int64_t value =

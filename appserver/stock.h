@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "appserver/database.h"
@@ -50,6 +51,9 @@ class LineArticles {
 /// none, and for a line with a code that no article has.
 std::optional<std::int64_t> WarehouseOf(Database& database, const DocumentKind& kind,
                                         const LineArticles& articles, std::optional<std::int64_t> named);
+
+/// A quantity of stored lines, a double, as stock counts it (CountedQuantity), on every engine.
+std::string CountedQuantitySql(const Dialect& dialect, const std::string& quantity);
 
 /// Moves stock by the stored lines of a new document. Raises WriteRefused for a line that would leave less
 /// than nothing of an article, unless that is allowed, and for a quantity too large to count.

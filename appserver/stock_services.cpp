@@ -1,6 +1,7 @@
 #include "appserver/stock_services.h"
 
 #include "appserver/fold.h"
+#include "appserver/stock.h"
 #include "mox/documents/document_kinds.h"
 #include "mox/foundation/text.h"
 
@@ -117,8 +118,10 @@ ORDER BY k.sifra, a.sifra)");
            "FROM skl_promet p JOIN dok d ON d.id = p.dok_id "
            "LEFT JOIN dok_stavke s ON s.dok_id = p.dok_id AND s.rb = p.rb "
            "WHERE s.id IS NULL OR s.art_id IS NULL OR s.art_id <> p.art_id "
-           "OR p.kolicina <> CAST(ROUND(CAST(s.kolicina * 1000000 AS NUMERIC)) AS BIGINT) * "
-           "CASE WHEN d.vrsta IN (" +
+           "OR p.kolicina <> " +
+               CountedQuantitySql(database.dialect(), "s.kolicina") +
+               " * "
+               "CASE WHEN d.vrsta IN (" +
                KindsThatMove(StockDirection::kIn) + ") THEN 1 WHEN d.vrsta IN (" +
                KindsThatMove(StockDirection::kOut) + ") THEN -1 ELSE 0 END ORDER BY p.dok_id, p.rb"),
        findings);

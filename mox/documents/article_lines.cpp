@@ -1,9 +1,9 @@
 #include "mox/documents/article_lines.h"
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 
+#include "mox/documents/quantity.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/write_and_post_internal.h"
 #include "mox/server/read_services.h"
@@ -190,7 +190,6 @@ std::optional<std::int64_t> OnlyWarehouse() {
 }
 
 RecordSet StockTaken(const DocumentKind& kind, const RecordSet& goods, std::int64_t warehouse) {
-  constexpr double kMillionths = 1e6;
   RecordSet taken("Lager");
   taken.DefineField("art_id", FieldKind::kInteger);
   taken.DefineField("sifra", FieldKind::kText);
@@ -204,7 +203,7 @@ RecordSet StockTaken(const DocumentKind& kind, const RecordSet& goods, std::int6
   std::map<std::int64_t, double> moved;  // in whole millionths, so that sums are exact
   for (const RecordRow& line : goods.Rows()) {
     if (!line.IsNull(*key))
-      moved[line.AsInteger(*key)] += sign * std::round(line.AsFloat(*quantity) * kMillionths);
+      moved[line.AsInteger(*key)] += sign * static_cast<double>(CountedQuantity(line.AsFloat(*quantity)));
   }
   for (const auto& [article, millionths] : moved) {
     if (millionths >= 0) continue;
@@ -213,7 +212,7 @@ RecordSet StockTaken(const DocumentKind& kind, const RecordSet& goods, std::int6
     const bool stands = stock && !stock->IsEmpty();
     taken.AppendRecord({article,
                         stands ? Value(stock->RowAt(0).AsText(*stock->FindFieldIndex("sifra"))) : Value(),
-                        millionths / kMillionths,
+                        millionths / static_cast<double>(kQuantityScale),
                         stands ? stock->RowAt(0).AsFloat(*stock->FindFieldIndex("kolicina")) : 0.0});
   }
   return taken;

@@ -12,6 +12,8 @@
 #include "appserver/connection.h"
 #include "appserver/fold.h"
 #include "appserver/migrations.h"
+#include "appserver/stock.h"
+#include "mox/documents/quantity.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 #include "mox/server/transactions.h"
@@ -329,6 +331,40 @@ TEST_P(DatabaseTest, IsUnavailableWhereAnotherProgramKeepsItLocked) {
   EXPECT_EQ(failure(server), "1");
   server.SetUnwritable("tvrtka.db: the disk is full");
   EXPECT_EQ(failure(server), "tvrtka.db: the disk is full");
+}
+
+TEST_P(DatabaseTest, CountsQuantitiesAsTheProgramDoes) {
+  Database database(path_);
+  const std::string sql =
+      "SELECT " + CountedQuantitySql(database.dialect(), "CAST(:q AS DOUBLE PRECISION)") + " AS n";
+  for (const double quantity : {0.1270005, 0.5050005, 0.5120005, 2.0100005, 0.0000005, 0.0000015, 1.0 / 3,
+                                123456.7890125, 999999999.9999995, 0.0}) {
+    for (const double signed_one : {quantity, -quantity}) {
+      const RecordSet counted = database.Query("n", ParseColumns("n:integer"), sql, {signed_one});
+      EXPECT_EQ(counted.AsInteger(0), CountedQuantity(signed_one)) << signed_one;
+    }
+  }
+}
+
+TEST_P(DatabaseTest, ReadsInsideATransactionThatWrites) {
+  Database database(path_);
+  WriteTransaction transaction(database);
+  database.Execute("INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')");
+  { const ReadTransaction snapshot(database); }
+  transaction.Commit();
+  EXPECT_EQ(database.Query("n", ParseColumns("n:integer"), "SELECT COUNT(*) FROM drzave WHERE oznaka = 'XX'")
+                .AsInteger(0),
+            1);
+}
+
+// The company alone is named, and all else by the surroundings.
+TEST_P(DatabaseTest, OpensAnAddressWithoutParametersOfItsOwn) {
+  if (!IsPostgresql()) return;
+  const std::size_t host = path_.find("host=") + 5;
+  const std::size_t company = path_.find("company=");
+  ASSERT_EQ(::setenv("PGHOST", path_.substr(host, company - 1 - host).c_str(), 1), 0);
+  EXPECT_EQ(Database(path_.substr(0, host - 5) + path_.substr(company)).TableNames().empty(), false);
+  ::unsetenv("PGHOST");
 }
 
 // What was begun is lost with the connection; the next transaction has a new one.
