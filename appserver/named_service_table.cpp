@@ -184,7 +184,7 @@ FROM poslovni_prostor WHERE skl_id = :skl_id AND za_ugovore ORDER BY id)"}}},
      {{"adsList", "naziv,vrijednost,opis,skupina", "", FillCompany}}},
 
     {"IntegrationsUsersAccounts",
-     Right::kRead,
+     Right::kEnterDocuments,
      "",
      "the company's account with the intermediary of e-invoices, and that attempts to send are remembered",
      {{"adsLoginData", "EracunSendB2CBills:boolean,EracunB2CUrl,EracunUserName,EracunPokusaji:boolean", R"(
