@@ -37,6 +37,20 @@ std::int64_t CountRows(Database& database, const std::string& table) {
   return database.Query("n", ParseColumns("n:integer"), "SELECT COUNT(*) FROM " + table).AsInteger(0);
 }
 
+// Stores a portion; where a row of it is refused, says which.
+void Store(Database& to, RowCopy& together, const RecordSet& rows) {
+  to.KeepSoFar();
+  try {
+    together.Store();
+  } catch (const DatabaseUnavailable&) {
+    throw;
+  } catch (const DatabaseError& error) {
+    const auto refused = together.FindRefused();
+    const std::string row = refused ? ", id " + rows.RowAt(*refused).AsText(*rows.FindFieldIndex("id")) : "";
+    throw DatabaseError(std::string(error.what()) + " (" + rows.Name() + row + ")");
+  }
+}
+
 // The rows of a table, in the order of their keys, so that those that refer to one of their own table come
 // behind it.
 void CopyTable(Database& from, Database& to, const std::string& table) {
@@ -69,7 +83,7 @@ void CopyTable(Database& from, Database& to, const std::string& table) {
       together != nullptr ? insert.AddTo(*together) : static_cast<void>(insert.Execute());
       last = row.AsInteger(key);
     }
-    if (together != nullptr) together->Store();
+    if (together != nullptr) Store(to, *together, rows);
   }
   if (CountRows(from, table) != CountRows(to, table))
     throw DatabaseError(from.location().ToString() + ": not all rows of " + table + " can be copied");

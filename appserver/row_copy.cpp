@@ -84,11 +84,13 @@ class PostgresqlCopy : public RowCopy {
     connection_.Run([&] {
       PGconn* const handle = Handle();
       RunPostgresql(handle, copy_);
-      PQputCopyData(handle, text_.data(), static_cast<int>(text_.size()));
-      PQputCopyEnd(handle, nullptr);
+      const bool is_sent = SendText(handle);
+      const bool is_ended = PQputCopyEnd(handle, is_sent ? nullptr : "the rows were not sent whole") == 1;
       PostgresqlResult result(PQgetResult(handle));
       while (PGresult* const rest = PQgetResult(handle)) PQclear(rest);
-      RequireDone(result.release());
+      const PostgresqlResult done = RequireDone(result.release());
+      if (is_ended && PQcmdTuples(done.get()) == std::to_string(begins_.size())) return;
+      connection_.Refuse("not all rows were taken");
     });
     Truncate(0);
   }
@@ -116,6 +118,16 @@ class PostgresqlCopy : public RowCopy {
   }
 
  private:
+  // In pieces, since the library counts them in int.
+  bool SendText(PGconn* handle) const {
+    constexpr std::size_t kPiece = std::size_t{16} << 20U;
+    for (std::string_view rest = text_; !rest.empty(); rest.remove_prefix(std::min(kPiece, rest.size()))) {
+      const std::string_view piece = rest.substr(0, kPiece);
+      if (PQputCopyData(handle, piece.data(), static_cast<int>(piece.size())) != 1) return false;
+    }
+    return true;
+  }
+
   static constexpr std::size_t kUnanswered = 250;  // rows that are sent before the answers are read
 
   PGconn* Handle() const { return PostgresqlHandle(connection_.session()); }

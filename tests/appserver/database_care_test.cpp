@@ -203,6 +203,15 @@ TEST_P(DatabaseCheck, CopiesHoldAllRows) {
   EXPECT_EQ(Database(copy, Database::Access::kReadOnly).Restore(server), "replaced_1_" + server.schema());
   EXPECT_TRUE(Contents(server.ToString()) == contents);
   EXPECT_TRUE(FindFaults(*std::make_unique<Database>(server)).empty());
+  // A number that files alone keep.
+  Database(copy).Execute("UPDATE par SET dani_kasnjenja = 3000000000 WHERE id = 2");
+  try {
+    Database(copy, Database::Access::kReadOnly).Restore(server);
+    ADD_FAILURE() << "was restored";
+  } catch (const DatabaseError& error) {
+    EXPECT_THAT(error.what(), testing::HasSubstr("out of range for type integer (par, id 2)"));
+  }
+  EXPECT_TRUE(Contents(server.ToString()) == contents);
   PostgresqlServer::Run(server, "DROP SCHEMA \"replaced_1_" + server.schema() + "\" CASCADE");
   PostgresqlServer::Drop(server);
 }
