@@ -124,7 +124,8 @@ class Accounts {
 
   /// A name has 1 to 64 characters, none of them a control character, no blanks at its ends; a password 8 to
   /// 1024 bytes. `code` has at most five characters; where it is empty it is made of the name.
-  void AddUser(std::string_view name, std::string_view password, std::string_view code = {});
+  /// Answers it: no two users have the same.
+  std::string AddUser(std::string_view name, std::string_view password, std::string_view code = {});
   /// Also ends the account's tokens.
   void SetPassword(std::string_view name, std::string_view password);
   /// A disabled account's tokens end; its roles stay for when it is enabled.

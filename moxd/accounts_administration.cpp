@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <map>
+#include <optional>
 
+#include "appserver/fold.h"
 #include "mox/foundation/text.h"
 #include "moxd/accounts_internal.h"
 
@@ -33,6 +35,29 @@ std::string CodeOf(std::string_view name) {
   return std::string(TrimBlanks(code));
 }
 
+std::optional<std::string> UserOfCode(Database& database, std::string_view code) {
+  const RecordSet found =
+      database.Query("korisnik", ParseColumns("ime"),
+                     "SELECT ime FROM imenik_korisnici WHERE fold(oznaka) = :oznaka", {FoldKey(code)});
+  return found.IsEmpty() ? std::nullopt : std::optional(found.AsText(0));
+}
+
+// Documents and links that wait know a user by the code alone: the second ANA.H is ANA.2.
+std::string FreeCodeOf(Database& database, std::string_view name) {
+  const std::string plain = CodeOf(name);
+  std::string code = plain;
+  for (int number = 2; UserOfCode(database, code); ++number) {
+    const std::string digits = std::to_string(number);
+    code = std::string(TrimBlanks(CutToCharacters(plain, kLongestCode - digits.size()))) + digits;
+  }
+  return code;
+}
+
+void RequireFree(Database& database, std::string_view code) {
+  if (const auto user = UserOfCode(database, code))
+    throw Error("the code " + Quoted(code) + " is that of the user " + Quoted(*user));
+}
+
 std::int64_t EndTokens(Database& database, std::int64_t account) {
   return database.Execute("DELETE FROM imenik_tokeni WHERE korisnik_id = :id", {account});
 }
@@ -41,18 +66,20 @@ std::int64_t EndTokens(Database& database, std::int64_t account) {
 
 // --- users ---
 
-void Accounts::AddUser(std::string_view name, std::string_view password, std::string_view code) {
+std::string Accounts::AddUser(std::string_view name, std::string_view password, std::string_view code) {
   RequireText("the user", name, kLongestUser);
   RequirePassword(password);
-  const std::string own = code.empty() ? CodeOf(name) : std::string(code);
-  RequireText("the code", own, kLongestCode);
+  if (!code.empty()) RequireText("the code", code, kLongestCode);
   const std::string kept = HashPassword(password, state_->Cost());
-  state_->Write([&](Database& database) {
+  return state_->Write([&](Database& database) {
     if (FindAccount(database, name)) throw Error("there is a user " + Quoted(name) + " already");
+    if (!code.empty()) RequireFree(database, code);
+    const std::string own = code.empty() ? FreeCodeOf(database, name) : std::string(code);
     database.Execute(
         "INSERT INTO imenik_korisnici (ime, oznaka, lozinka, iskljucen, stvoren) "
         "VALUES (:ime, :oznaka, :lozinka, :iskljucen, :stvoren)",
         {std::string(name), own, kept, false, state_->now()});
+    return own;
   });
 }
 

@@ -261,6 +261,11 @@ TEST_F(AccountsTest, RenewPasswordsThatWereCheaper) {
   EXPECT_THAT(std::string(kept.RowAt(1).AsTextView(0)), testing::HasSubstr(",t=1,"));
 }
 
+TEST_F(AccountsTest, GiveNoTwoUsersTheSameCode) {
+  EXPECT_EQ(accounts_.AddUser("ana.horvatic", kPassword), "ANA.2");
+  EXPECT_EQ(accounts_.AddUser("Ana.Horvatović", kPassword), "ANA.3");
+}
+
 TEST_F(AccountsTest, RefuseWhatWouldHarm) {
   const std::string_view nul("a\0b", 3);
   struct Row {
@@ -278,6 +283,7 @@ TEST_F(AccountsTest, RefuseWhatWouldHarm) {
       {[&] { accounts_.AddUser("novi", "sedam77"); }, "a password has 8 to 1024 bytes"},
       {[&] { accounts_.AddUser("novi", std::string(1025, 'x')); }, "a password has 8 to 1024 bytes"},
       {[&] { accounts_.AddUser("novi", kPassword, "ŠESTEX"); }, "the code \"ŠESTEX\" does not have 1 to 5"},
+      {[&] { accounts_.AddUser("novi", kPassword, "ši"); }, "the code \"ši\" is that of the user \"šime\""},
       {[&] { accounts_.SetPassword("novi", kPassword); }, "there is no user \"novi\""},
       {[&] { accounts_.SetDisabled(nul, true); }, "there is no user \"a\\x00b\""},
       {[&] { accounts_.Grant("novi", "velika", {}); }, "there is no user \"novi\""},
