@@ -115,8 +115,7 @@ bool CompanyWorker::CheckDirectory() {
 
 Reply CompanyWorker::LogIn(HttpRequest& request) {
   return Guarded({}, [&] {
-    std::string text;
-    if (auto refused = ReadList(request, text)) return std::move(*refused);
+    const std::string text = std::move(request.body);
     std::string user;
     std::string password;
     try {

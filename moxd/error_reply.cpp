@@ -23,7 +23,7 @@ constexpr ErrorCode kErrorCodes[] = {
     {"length_required", 411,
      "the length of the body must be told in Content-Length, once and without chunks"},
     {"too_large", 413, "the body is larger than this server takes"},
-    {"unknown_encoding", 415, "a body is sent as it is or in zstd"},
+    {"unknown_encoding", 415, "a body is sent as it is or in zstd, a log-in as it is"},
     {"key_reused", 422, "the idempotency key belongs to another request"},
     {"refused", 422, "the service refused the request"},
     {"unknown_protocol", 426, "the server does not know this version of the protocol"},

@@ -108,13 +108,25 @@ int Administer(const std::string& path, const std::vector<std::string>& words) {
   return RunAdministration(accounts, words, streams);
 }
 
-int Run(const std::vector<std::string>& words) {
+// What stands behind "--config", wherever it is; both are taken out of the words.
+std::string TakeConfig(std::vector<std::string>& words) {
   std::string config = "/etc/moxd/moxd.ini";
+  for (auto word = words.begin(); word != words.end();) {
+    if (*word != "--config" || word + 1 == words.end()) {
+      ++word;
+      continue;
+    }
+    config = *(word + 1);
+    word = words.erase(word, word + 2);
+  }
+  return config;
+}
+
+int Run(std::vector<std::string> words) {
+  const std::string config = TakeConfig(words);
   std::string action;
   for (auto word = words.begin(); word != words.end(); ++word) {
-    if (*word == "--config" && word + 1 != words.end()) {
-      config = *++word;
-    } else if (action.empty() && IsAdministration(*word)) {
+    if (action.empty() && IsAdministration(*word)) {
       return Administer(config, {word, words.end()});
     } else if (action.empty() && (*word == "init" || *word == "check" || *word == "settings" ||
                                   *word == "--demo" || *word == "--help")) {

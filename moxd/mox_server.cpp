@@ -57,11 +57,12 @@ const char* FaultOf(const RequestHead& head, RequestRoute& route) {
   if (!known) return "unknown_protocol";
   if (head.is_chunked || !head.has_length) return "length_required";
   const std::string_view encoding = TrimBlanks(head.content_encoding);
-  if (!encoding.empty() && !SameName(encoding, "identity") && !SameName(encoding, kZstd)) {
-    return "unknown_encoding";
-  }
-  if (!IsKey(head.key) || head.parameters.size() > kMostParameters) return "bad_request";
   const bool is_log_in = route.kind == RequestRoute::Kind::kLogIn;
+  // Nothing is unpacked for somebody who has not said yet who he is.
+  const bool is_read =
+      encoding.empty() || SameName(encoding, "identity") || (SameName(encoding, kZstd) && !is_log_in);
+  if (!is_read) return "unknown_encoding";
+  if (!IsKey(head.key) || head.parameters.size() > kMostParameters) return "bad_request";
   if (!is_log_in && head.token.empty()) return "not_logged_in";
   constexpr std::uint64_t kLongestLogIn = 16U << 10U;
   if (is_log_in && head.length > kLongestLogIn) return "too_large";

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <optional>
 #include <set>
 #include <utility>
@@ -26,7 +27,8 @@ std::optional<std::uint64_t> Bytes(std::string_view text) {
   for (const auto& [unit, shift] : {std::pair("KB", 10U), std::pair("MB", 20U), std::pair("GB", 30U)}) {
     if (!text.ends_with(unit)) continue;
     const auto number = WholeNumber(TrimBlanks(text.substr(0, text.size() - 2)));
-    return number ? std::optional(*number << shift) : std::nullopt;
+    const bool fits = number && *number <= std::numeric_limits<std::uint64_t>::max() >> shift;
+    return fits ? std::optional(*number << shift) : std::nullopt;
   }
   return WholeNumber(text);
 }
