@@ -1,0 +1,249 @@
+#include <sys/resource.h>
+
+#include <QClipboard>
+#include <QDropEvent>
+#include <QMimeData>
+#include <csignal>
+#include <fstream>
+
+#include "appserver/company_server.h"
+#include "desktop/croatian.h"
+#include "desktop/import_dialog.h"
+#include "desktop/platform.h"
+#include "mox/foundation/display_format.h"
+#include "mox/foundation/files.h"
+#include "mox/foundation/locale_text.h"
+#include "mox/server/read_services.h"
+#include "tests/desktop/desktop_fixture.h"
+#include "tests/source_dir.h"
+
+namespace mox {
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+
+// What cannot be pasted is told in a sentence, and changes nothing, in a document and in the import grid.
+TEST_F(DesktopTest, TellsWhatIsNoTableOnTheClipboard) {
+  struct Case {
+    const char* type;
+    QByteArray data;
+    const char* told;
+    int rows;
+  };
+  const QByteArray table =
+      "<p>Cjenik</p><table><tr><td></td><td>Stol</td><td>kom</td><td>2</td></tr>\n<tr><td></td><td>Stolac</"
+      "td><td>kom</td><td>4</td></tr></table>";
+  const Case cases[] = {
+      {"text/html", table, "", 2},
+      {"image/png", QByteArray(1000, '\xff'), "U međuspremniku nema teksta.", 0},
+      {"text/plain", QByteArray("Stol\0kom\n", 9), "U međuspremniku nije tekst.", 0},
+      {"text/plain", QByteArray(40'000, 'x'), "U međuspremniku je ćelija dulja od 32767 znakova.", 0},
+      {"text/plain", QByteArray("a\tb\n").repeated(13'000'000), "najviše se lijepi", 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.told);
+    const auto copy = [&c] {
+      auto* const mime = new QMimeData;
+      mime->setData(QString::fromUtf8(c.type), c.data);
+      QApplication::clipboard()->setMimeData(mime);
+    };
+    copy();
+    DocumentEditor* const editor = New("predracun");
+    RecordSetView* const lines = Lines(editor);
+    lines->setCurrentIndex(QModelIndex());
+    QTest::keyClick(lines, Qt::Key_V, Qt::ControlModifier);
+    EXPECT_THAT(FromQt(Label(editor, "Napomena")->text()), HasSubstr(c.told));
+    EXPECT_EQ(lines->Model().rowCount(), c.rows);
+    EXPECT_EQ(c.rows > 0 ? FromQt(Cell(lines, 1, "naziv")) : "Stolac", "Stolac");
+    editor->MayClose();
+    person_.WillDo([&](QWidget* dialog) {
+      RecordSetView* const rows = Lines(dialog, "Redci za uvoz");
+      QTest::keyClick(rows, Qt::Key_E, Qt::AltModifier);
+      const bool told = c.rows > 0 || Label(dialog, "Sažetak")->text().contains(QString::fromUtf8(c.told));
+      EXPECT_TRUE(told) << FromQt(Label(dialog, "Sažetak")->text());
+      static_cast<QDialog*>(dialog)->reject();
+    });
+    CallImportGrid("KONTNIPLAN");
+  }
+}
+
+// A sheet is dropped onto the grid; of a file that is none, or went away, the reason is told, and the rows
+// that are there stay.
+TEST_F(DesktopTest, TakesDroppedSheetsAndKeepsRowsWhereThereIsNone) {
+  const std::string examples = SourceDir() + "/examples/import/";
+  const auto write = [&](const char* name, std::string_view bytes) {
+    ReplaceFile(folder_ / name, bytes);
+    return folder_ / name;
+  };
+  const std::string sheet = ReadWholeFile(examples + "kontniplan.xlsx");
+  struct Case {
+    std::string path;
+    const char* told;  // empty where it is a sheet
+  };
+  const Case cases[] = {{examples + "kontniplan.csv", ""},
+                        {examples + "kontniplan.xlsx", ""},
+                        {folder_ / "nema.xlsx", "nema takve datoteke"},
+                        {write("pola.xlsx", sheet.substr(0, sheet.size() / 2)), "oštećena"},
+                        {write("racun.csv", "%PDF-1.5 ..."), "to je PDF"},
+                        {folder_.path().string(), "to je mapa"}};
+  person_.WillDo([&](QWidget* dialog) {
+    RecordSetView* const grid = Lines(dialog, "Redci za uvoz");
+    for (const Case& c : cases) {
+      SCOPED_TRACE(c.path);
+      const QString before = Label(dialog, "Redak")->text();
+      QMimeData mime;
+      mime.setUrls({QUrl::fromLocalFile(ToQt(c.path))});
+      QDragEnterEvent enter(QPoint(9, 9), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+      QApplication::sendEvent(dialog, &enter);
+      EXPECT_TRUE(enter.isAccepted());
+      QDropEvent drop(QPointF(9, 9), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+      person_.read.clear();
+      QApplication::sendEvent(dialog, &drop);
+      if (*c.told == '\0') {
+        EXPECT_GT(grid->Model().rowCount(), 3);
+        continue;
+      }
+      EXPECT_THAT(person_.read, Contains(HasSubstr(c.told)));
+      EXPECT_EQ(Label(dialog, "Redak")->text(), before);
+    }
+    static_cast<QDialog*>(dialog)->reject();
+  });
+  CallImportGrid("KONTNIPLAN");
+}
+
+// A company whose server goes away: before a write arrives, or before its answer does.
+class LostServer : public CompanyAccess {
+ public:
+  enum class Lost { kNo, kBefore, kAfter };
+  LostServer(const std::string& path, Lost& lost) : server_(Database(path)), lost_(lost) {}
+  void SetParameter(std::string_view assignment) override { server_.SetParameter(assignment); }
+  void SetRehearsing(bool rehearsing) override { server_.SetRehearsing(rehearsing); }
+  const WriteOutcome& LastWrite() const override { return server_.LastWrite(); }
+  void AddSecrets(Secrets& secrets) override { server_.AddSecrets(secrets); }
+  void RequireNamed() override { server_.RequireNamed(); }
+  RecordSet* CompanyParameters() override { return server_.CompanyParameters(); }
+  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
+                                                    std::string_view service) override {
+    return server_.ReportDataService(request, service);
+  }
+  int WriteDataService(const TAstaParamList& request) override {
+    const std::string told = "https://posluzitelj: cannot be reached: Connection refused";
+    if (lost_ == Lost::kBefore) throw DatabaseUnavailable(told + "; nothing was stored");
+    const int stored = server_.WriteDataService(request);
+    if (lost_ == Lost::kNo) return stored;
+    throw DatabaseUnavailable(told +
+                              "; the connection was lost before the answer came, and it is not known whether "
+                              "the request was stored: look before you store it again");
+  }
+
+ private:
+  CompanyServer server_;
+  Lost& lost_;
+};
+
+// Nothing that was typed is lost, what is known of it is told, and storing again stores it once.
+TEST_F(DesktopTest, KeepsADocumentWhileItsServerIsAway) {
+  using enum LostServer::Lost;
+  LostServer::Lost lost = kNo;
+  host_->Open(company_, std::make_unique<LostServer>(company_, lost));
+  for (const auto& [how, told] :
+       {std::pair(kBefore, "Ništa nije pohranjeno"), {kAfter, "Ne zna se je li pohranjeno"}}) {
+    DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+    lost = how;
+    person_.read.clear();
+    Press(editor, Qt::Key_F9);
+    EXPECT_THAT(person_.read, Contains(HasSubstr(told)));
+    EXPECT_FALSE(editor->IsStored());
+    EXPECT_EQ(Cell(Lines(editor, "Usluge"), 0, "naziv"), "Obuka");
+    lost = kNo;
+    Press(editor, Qt::Key_F9);
+    EXPECT_TRUE(editor->IsStored());
+  }
+  EXPECT_EQ(CreateDBDataSet("Dokumenti", "adsList", {})->RowCount(), 2U) << "each is stored once";
+}
+
+TEST_F(DesktopTest, KeepsADocumentWhileTheDiskIsFull) {
+  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  const auto most = [](rlim_t bytes) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = bytes;
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+  };
+  most(16);
+  editor->SaveDraft();
+  EXPECT_THAT(FromQt(Label(editor, "Napomena")->text()), HasSubstr("Nacrt nije spremljen"));
+  Press(editor, Qt::Key_F9);
+  most(RLIM_INFINITY);
+  EXPECT_FALSE(editor->IsStored());
+  EXPECT_THAT(person_.read, Contains(HasSubstr("Radnja nije izvršena")));
+  EXPECT_EQ(Cell(Lines(editor, "Usluge"), 0, "naziv"), "Obuka");
+  Press(editor, Qt::Key_F9);
+  EXPECT_TRUE(editor->IsStored());
+}
+
+// The company that is open stays, with its pages, where another one cannot be opened.
+TEST_F(DesktopTest, StaysWhereAnotherCompanyCannotBeOpened) {
+  const std::string newer = folder_ / "novija.db";
+  Database::Create(newer, WithDemo::kNo);
+  Database(newer).Execute("PRAGMA user_version = 99", {});
+  const std::string text = folder_ / "tekst.db";
+  std::ofstream(text) << "ovo nije baza podataka, nego tekst koji je dulji od zaglavlja";
+  const struct {
+    std::string address;
+    const char* told;
+  } cases[] = {{newer, "bazu je zapisala novija inačica programa (inačica 99"},
+               {text, "nije baza podataka tvrtke"},
+               {folder_ / "nema.db", "nema takve datoteke"},
+               {"https://", "adresa poslužitelja je https://RAČUNALO"}};
+  const int tabs = window_->Tabs().count();
+  for (const auto& c : cases) {
+    EXPECT_FALSE(Guarded([&] { window_->OpenCompany(c.address); }));
+    EXPECT_THAT(person_.read.back(), HasSubstr(c.told));
+    EXPECT_EQ(window_->Tabs().count(), tabs);
+    EXPECT_EQ(App().Company().CompanyPath(), company_);
+  }
+  EXPECT_EQ(host_->RecentCompanies(), std::vector{company_}) << "what was not opened is not remembered";
+}
+
+// Numbers and dates are read as they are written, whatever the separators.
+TEST(SystemLocale, ReadsWhatItWrites) {
+  for (const char* const name : {"hr_HR", "en_US", "en_GB", "de_DE", "de_CH", "fr_FR", "sv_SE", "hu_HU",
+                                 "pl_PL", "pt_BR", "hi_IN", "C"}) {
+    SCOPED_TRACE(name);
+    const LocaleSettings locale = LocaleSettingsOf(QLocale(QString::fromUtf8(name)));
+    const std::string number = FormatFloat("0.00;-0.00", Currency::Parse("-1234567.89"), locale);
+    EXPECT_EQ(ParseLocaleCurrency(number, locale), Currency::Parse("-1234567.89")) << number;
+    const Date day = *ParseIsoDate("2026-03-02");
+    EXPECT_EQ(ParseLocaleDate(DateToText(day, locale), locale), day) << DateToText(day, locale);
+  }
+}
+
+TEST_F(DesktopTest, TellsWhyALoginWasRefused) {
+  person_.WillDo([](QWidget* dialog) {
+    Fill(Line(dialog, "Korisnik"), "ana");
+    Fill(Line(dialog, "Lozinka"), "tajna");
+    PressButton(dialog, "Prijavi se");
+    EXPECT_THAT(FromQt(Label(dialog, "Zašto prijava nije uspjela")->text()),
+                HasSubstr("poslužitelj nije dostupan"));
+    PressButton(dialog, "Odustani");
+  });
+  window_->OpenCompany("https://127.0.0.1:1/tvrtka");
+  EXPECT_EQ(person_.read.back(), "Prijava");
+  EXPECT_EQ(App().Company().CompanyPath(), company_);
+}
+
+TEST(Croatian, SaysWhatThePartsOfAMessageMean) {
+  EXPECT_EQ(InCroatian("Zaglavlje: row 2: must not be empty"), "Zaglavlje: redak 2: ne smije biti prazno");
+  EXPECT_EQ(InCroatian("a.db: was written by a newer program (version 99, this program knows up to 26)"),
+            "a.db: bazu je zapisala novija inačica programa (inačica 99, this program knows up to 26). "
+            "Nadogradite program; ništa nije promijenjeno.");
+  EXPECT_EQ(InCroatian("\"k\" is the key of another document, racun 2026/1 (id 3)"),
+            "dokument je već pohranjen kao racun 2026/1 (id 3); promjene nakon toga nisu pohranjene");
+  EXPECT_EQ(InCroatian("nobody knows this"), "nobody knows this");
+}
+
+}  // namespace
+}  // namespace mox
