@@ -86,6 +86,7 @@ constexpr Message kMessages[] = {
      "dokument je već pohranjen kao {1}; promjene nakon toga nisu pohranjene"},
     {"{} of {} is stored as {}, the list says {}; mox rates --replace takes the list's",
      "za {} na dan {} pohranjen je tečaj {}, a upisan je {}"},
+    {"division by zero", "dijeljenje s nulom: neki podatak retka još nedostaje"},
     {"must not be empty", "ne smije biti prazno"},
     {"is missing", "nedostaje"},
     {"is missing, and is a part of the key", "nedostaje, a dio je ključa"},

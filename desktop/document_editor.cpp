@@ -237,7 +237,7 @@ void DocumentEditor::Wrote(Sheet& sheet, std::size_t field) {
     document_.PreviewLine(*sheet.lines);
     note_.clear();
   } catch (const Error& error) {
-    note_.setText(ToQt(error.what()));
+    note_.setText(InCroatian(error.what()));
   }
   if (sheet.lines == document_.Goods() && SameName(sheet.lines->Definition(field).name, "sifra")) {
     take_article_.Run([this, &sheet] { Guarded([this, &sheet] { TakeArticle(sheet); }); });
@@ -315,7 +315,7 @@ void DocumentEditor::Recount() {
     try {
       document_.Recapitulate();
     } catch (const Error& error) {
-      note_.setText(ToQt(error.what()));
+      note_.setText(InCroatian(error.what()));
     }
     recount_.stop();
   }
@@ -334,7 +334,7 @@ void DocumentEditor::ShowTotal() {
     const std::string words = BrojSlovima(negative ? -*total : *total, currency);
     words_.setText(words.empty() ? QString() : ToQt((negative ? "minus " : "") + words));
   } catch (const Error& error) {
-    note_.setText(ToQt(error.what()));
+    note_.setText(InCroatian(error.what()));
   }
 }
 
