@@ -5,6 +5,8 @@
 #include "mox/foundation/app.h"
 #include "mox/foundation/error.h"
 #include "mox/foundation/real.h"
+#include "mox/foundation/rounding.h"
+#include "mox/foundation/text.h"
 #include "mox/server/read_services.h"
 
 namespace mox {
@@ -24,6 +26,11 @@ TAstaParamList RequestByOznaka(Date date, std::string_view val_ozn) {
 }  // namespace
 
 std::string_view GetValutaOznakaByDate(Date date) { return ToCivil(date).year >= 2023 ? "EUR" : "HRK"; }
+
+Currency InCurrencyOfDate(Currency amount, Date date, double rate) {
+  if (!(rate > 0)) throw Error("the exchange rate " + ShortestNumber(rate) + " is not above 0");
+  return ToCivil(date).year >= 2023 ? R2(amount / Real(rate)) : R2(amount * Real(rate));
+}
 
 double GetFaktor2023KnEur(Date date) {
   RecordSet* const parameters = App().Comunication().CompanyParameters();

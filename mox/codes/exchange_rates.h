@@ -4,6 +4,7 @@
 #include <optional>
 #include <string_view>
 
+#include "mox/foundation/currency.h"
 #include "mox/foundation/dates.h"
 #include "mox/foundation/record_set.h"
 
@@ -11,6 +12,11 @@ namespace mox {
 
 /// The currency of a date in Croatia: "EUR" from the year 2023 on, "HRK" before.
 std::string_view GetValutaOznakaByDate(Date date);
+
+/// What an amount in another currency is in that of the date, to hundredths: until 2022 `rate` is kunas for
+/// one unit of the currency, from 2023 on units of the currency for one euro, as the national bank's list has
+/// it. Raises Error for a rate that is not above 0.
+Currency InCurrencyOfDate(Currency amount, Date date, double rate);
 
 /// The company parameter "FaktorEura"; 1 divided by it for dates before 13 July 1905, the day 2021 of the
 /// calendar that counts from 30 December 1899. Kept on purpose. Raises Error where the host keeps no company

@@ -48,9 +48,9 @@ double WithEightDigits(double amount) {
   return MyRound(amount / unit, 0) * unit;
 }
 
-std::string ReceiptAmountText(double amount) {
+std::string ReceiptAmountText(double amount, const LocaleSettings& locale) {
   if (std::isfinite(amount)) amount = WithEightDigits(amount);
-  std::string text = FormatFloat("#,0.00;-#,0.00", amount, CurrentLocale());
+  std::string text = FormatFloat("#,0.00;-#,0.00", amount, locale);
   std::erase(text, '.');
   return text;
 }
@@ -65,9 +65,10 @@ std::string IssueTimeText(DateTime issued) {
 
 }  // namespace
 
-std::string ReceiptVerificationAddress(std::string_view zki, double amount, DateTime issued) {
+std::string ReceiptVerificationAddress(std::string_view zki, double amount, DateTime issued,
+                                       const LocaleSettings& locale) {
   return AddressSetting("POREZNA_URL", "https://porezna.gov.hr/") + "/rn?zki=" + std::string(zki) +
-         "&datv=" + IssueTimeText(issued) + "&izn=" + ReceiptAmountText(amount);
+         "&datv=" + IssueTimeText(issued) + "&izn=" + ReceiptAmountText(amount, locale);
 }
 
 std::string GenerateQRCode(std::string_view zki, double amount, DateTime issued) {

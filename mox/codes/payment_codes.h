@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "mox/foundation/app.h"
 #include "mox/foundation/currency.h"
 #include "mox/foundation/dates.h"
 #include "mox/foundation/record_set.h"
@@ -24,9 +25,10 @@ namespace mox {
 /// issue.
 ///
 /// The total is taken to eight significant digits and two decimals (from a million on it loses cents) and
-/// written by the locale; then every "." is removed, also where the locale's decimal separator is one. Raises
+/// written by `locale`; then every "." is removed, also where the locale's decimal separator is one. Raises
 /// Overflow for a total that is not finite.
-std::string ReceiptVerificationAddress(std::string_view zki, double amount, DateTime issued);
+std::string ReceiptVerificationAddress(std::string_view zki, double amount, DateTime issued,
+                                       const LocaleSettings& locale = CurrentLocale());
 
 /// "QRCodeLastBill.bmp": the picture of that address.
 std::string GenerateQRCode(std::string_view zki, double amount, DateTime issued);

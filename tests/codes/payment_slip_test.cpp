@@ -30,7 +30,10 @@ std::string CodeWith(std::string_view field, const Value& value) {
   slip.FieldByName("iznos").SetCurrency(Currency::Parse("1234.56"));
   if (!field.empty()) slip.FieldByName(field).SetVariant(value);
   slip.Post();
-  return PaymentSlipCode(slip.RowAt(0));
+  const SlipCode code = PaymentSlipCode(slip.RowAt(0));
+  std::string said = code.text;
+  for (const std::string& left_out : code.left_out) said += "left out: " + left_out;
+  return said;
 }
 
 TEST(PaymentSlipTest, HasTheLinesOfTheStandard) {
@@ -53,7 +56,8 @@ TEST(PaymentSlipTest, ReducesTextsAndRefusesWhatDoesNotFit) {
       {"opis_placanja", "čćđšž ČĆĐŠŽ ,.:-+?'/()", "čćđšž ČĆĐŠŽ ,.:-+?'/()", true},
       {"opis_placanja", "Müller & Søn \"Évora\" №7\n\t*", "Muller + Son 'Evora' 7", true},
       {"opis_placanja", "", "COST\n\n", true},
-      {"platitelj_naziv", "Ćirilica d.o.o. za trgovinu i us", "has 32 characters, the code has room for 30"},
+      {"platitelj_naziv", "Ćirilica d.o.o. za trgovinu i us", "456\n\nKorzo 2\n", true},
+      {"platitelj_adresa", "Ulica hrvatske bratske zajednice 4", "platitelj_adresa: \"Ulica hrvatske", true},
       {"platitelj_naziv", "Žžžžžžžžžžžžžžžžžžžžžžžžžžžžžž", "Žžžžžžžžžžžžžžžžžžžžžžžžžžžžžž", true},
       {"primatelj_naziv", "Trgovina i usluge Zagreb d", "primatelj_naziv: \"Trgovina"},
       {"primatelj_naziv", "***", "primatelj_naziv: must not be empty"},
@@ -61,7 +65,15 @@ TEST(PaymentSlipTest, ReducesTextsAndRefusesWhatDoesNotFit) {
       {"primatelj_iban", "DE89370400440532013000", "is no Croatian account"},
       {"model", "00", "model: \"00\" is not HR and two digits"},
       {"poziv_na_br", "17/PP1/1", "has other characters than digits and hyphens"},
-      {"poziv_na_br", "12345678901234567890123", "has 23 characters, the code has room for 22"},
+      {"poziv_na_br", "123456789012-1234567890", "has 23 characters, the code has room for 22"},
+      {"poziv_na_br", "123456789012-1-2026", "\n123456789012-1-2026\n", true},
+      {"poziv_na_br", "1234567890123", "has a part that is not 1 to 12 digits"},
+      {"poziv_na_br", "---", "has a part that is not 1 to 12 digits"},
+      {"poziv_na_br", "1-", "has a part that is not 1 to 12 digits"},
+      {"poziv_na_br", "1-2-3-4", "has 4 parts, the model HR00 has at most 3"},
+      {"poziv_na_br", "", "poziv_na_br: must not be empty under the model HR00"},
+      {"model", "HR99", "\"1-2026\" is given, but the model HR99 has no reference"},
+      {"model", "HR42", "\nHR42\n1-2026\n", true},
       {"sifra_namjene", "cost", "is not four capitals"},
       {"valuta", "HRK", "\"HRK\" is not EUR"},
       {"iznos", Currency::Parse("0"), "0.00 is not above 0"},
