@@ -1,5 +1,6 @@
 #include "appserver/document_list.h"
 
+#include "appserver/book_currency.h"
 #include "appserver/fold.h"
 #include "mox/foundation/text.h"
 
@@ -10,10 +11,9 @@ constexpr std::string_view kColumns =
     "id:integer,vrsta,godina:integer,broj:integer,datum:date,datum_dospijeca:date,par_naziv,ukupno:currency,"
     "placeno:currency,otvoreno:currency,stornira_id:integer,storno_id:integer";
 
-// What was paid at once is paid; of what is paid later the open items of its number say it.
-constexpr std::string_view kSql = R"(
-SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, d.datum_dospijeca, p.naziv, d.ukupno,
-  CASE WHEN d.placeno_odmah THEN d.ukupno ELSE
+// Amounts are in the currency of the books. What was paid at once is paid; of what is paid later the open
+// items of its number say it.
+constexpr std::string_view kRestOfSql = R"( ELSE
     (SELECT SUM(CAST(ROUND(o.potrazuje * 10000) AS BIGINT)) / 10000.0 FROM otvorene_stavke o
      WHERE o.dok_id = d.id AND d.stornira_id IS NULL) END,
   CASE WHEN d.placeno_odmah THEN 0 ELSE
@@ -23,6 +23,13 @@ SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, d.datum_dospijeca, p.naziv, d.u
   d.stornira_id, (SELECT s.id FROM dok s WHERE s.stornira_id = d.id)
 FROM dok d LEFT JOIN par p ON p.id = d.par_id
 )";
+
+std::string Sql() {
+  const std::string total =
+      "CASE WHEN d.ukupno IS NOT NULL THEN (" + WholeInBooks("d.ukupno") + ") / 10000.0 END";
+  return "SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, d.datum_dospijeca, p.naziv, " + total +
+         ", CASE WHEN d.placeno_odmah THEN " + total + std::string(kRestOfSql);
+}
 
 constexpr std::string_view kSearched[] = {
     "p.naziv", "d.opis", "d.broj_dok_dob", "d.poziv_na_br",
@@ -66,9 +73,9 @@ void FillDocuments(Database& database, const ServiceInputs& inputs, RecordSet& a
     }
     condition.Add(any.empty() ? "1 = 0" : "(" + any + ")");
   }
-  answer = database.Query(answer.Name(), ParseColumns(kColumns),
-                          std::string(kSql) + condition.sql() + " ORDER BY d.godina, d.vrsta, d.broj",
-                          condition.values());
+  answer =
+      database.Query(answer.Name(), ParseColumns(kColumns),
+                     Sql() + condition.sql() + " ORDER BY d.godina, d.vrsta, d.broj", condition.values());
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "appserver/book_currency.h"
 #include "appserver/open_items.h"
 #include "appserver/stock.h"
 #include "appserver/stored_document.h"
@@ -187,6 +188,23 @@ void CheckQuantities(const DocumentKind& kind, const RecordSet& header, const Se
   }
 }
 
+// A document in another currency counts in the books by its rate; where the header names none it is that of
+// the rate list.
+void AddRate(Database& database, const RecordSet& header, const DocumentKey& key, TableRule& rule) {
+  if (HasValue(header, "tecaj")) {
+    const double rate = HeaderValue(header, "tecaj", ToFloat);
+    if (!(rate > 0)) RefuseHeader(header, "tecaj", ShortestNumber(rate) + " is not above 0");
+    return;
+  }
+  if (!HasValue(header, "valuta_id")) return;
+  try {
+    const auto rate = RateForBooks(database, HeaderValue(header, "valuta_id", ToInteger), key.datum);
+    if (rate) rule.constants.emplace_back("tecaj", *rate);
+  } catch (const Error& error) {
+    RefuseHeader(header, "tecaj", error.what());
+  }
+}
+
 // How the header says that it is paid, by the name that the codebook has.
 std::optional<KindOfPay> PayOf(Database& database, const RecordSet& header, TableRule& rule) {
   if (!HasValue(header, "nacin_placanja")) return std::nullopt;
@@ -315,6 +333,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   TableRule header_rule = transaction.FindRule("Zaglavlje")->table;
   if (const auto total = CheckedTotal(kind, header, sent)) header_rule.constants = {{"ukupno", *total}};
   AddPayment(database, kind, header, header_rule);
+  AddRate(database, header, key, header_rule);
   CheckSupplierTotals(header, sent);
   if (!digest.empty()) header_rule.constants.emplace_back("kljuc_sazetak", digest);
   const LineArticles articles(database, sent.Find("Stavke"));
@@ -422,6 +441,7 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
   rule.constants.emplace_back("placeno_odmah",
                               original->header.AsVariant(*original->header.FindFieldIndex("placeno_odmah")));
   RecordSet header = StornoHeader(asked, original->header);
+  if (HasValue(header, "tecaj")) AddRate(database, header, key, rule);
   const std::size_t total = *original->header.FindFieldIndex("ukupno");
   rule.constants.emplace_back(
       "ukupno", original->header.IsNull(total) ? Value() : Value(-original->header.AsCurrency(total)));

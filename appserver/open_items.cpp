@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "appserver/book_currency.h"
 #include "appserver/fold.h"
 #include "appserver/named_service_table.h"
 #include "appserver/stored_document.h"
@@ -65,7 +66,8 @@ std::optional<Date> OpenItem(Database& database, const SentRecordSets& sent, std
       {doc_id});
   if (document.IsEmpty() || document.AsCurrency(1).IsZero()) return std::nullopt;
   database.Claim({"par/" + document.AsText(0)});
-  CheckCredit(database, sent, document.AsInteger(0), document.AsCurrency(1));
+  const Currency amount = AmountInBooks(database, doc_id, document.AsCurrency(1));
+  CheckCredit(database, sent, document.AsInteger(0), amount);
   const Date due = document.IsNull(3) ? DueDate(document.AsDate(2), document.AsFloat(4)) : document.AsDate(3);
   if (document.IsNull(3)) {
     database.Execute("UPDATE dok SET datum_dospijeca = :due WHERE id = :id", {due, doc_id});
@@ -73,9 +75,10 @@ std::optional<Date> OpenItem(Database& database, const SentRecordSets& sent, std
   database.Execute(
       "INSERT INTO otvorene_stavke (par_id, skl_id, opis, datum_pp, duguje, br_dok, datum_dok, datum_dos, "
       "poziv_na_br, dok_id) "
-      "SELECT par_id, skl_id, opis, datum, ukupno, vrsta || ' ' || CAST(broj AS VARCHAR(20)) || '/' || "
+      "SELECT par_id, skl_id, opis, datum, CAST(:iznos AS NUMERIC(19,4)), vrsta || ' ' || CAST(broj AS "
+      "VARCHAR(20)) || '/' || "
       "CAST(godina AS VARCHAR(20)), datum, datum_dospijeca, poziv_na_br, id FROM dok WHERE id = :id",
-      {doc_id});
+      {amount, doc_id});
   return due;
 }
 

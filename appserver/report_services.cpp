@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "appserver/book_currency.h"
 #include "mox/documents/document_books.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/exchange_text.h"
@@ -49,7 +50,7 @@ std::string WholeQuantity(std::string_view quantity) {
 }
 
 // What a line costs, in the field that its kind of document names.
-std::string LineTotal() {
+std::string LineTotal(bool in_euros) {
   std::string cases;
   for (const DocumentKind& kind : DocumentKinds()) {
     for (const bool services : {false, true}) {
@@ -61,7 +62,7 @@ std::string LineTotal() {
                (services ? "usluga" : "roba") + "' THEN s." + std::string(schema->to_be_paid->text);
     }
   }
-  return Whole(cases.empty() ? "s.ukupno" : "CASE" + cases + " ELSE s.ukupno END");
+  return WholeInBooks(cases.empty() ? "s.ukupno" : "CASE" + cases + " ELSE s.ukupno END", in_euros);
 }
 
 // --- what rows are grouped by ---
@@ -120,6 +121,11 @@ void RequireDaysInOrder(const ServiceInputs& inputs) {
   throw Error(fault);
 }
 
+// Whether sums of the period are in euros, though documents in it are in kunas.
+bool AreInEuros(const ServiceInputs& inputs) {
+  return HasBothCurrencies(inputs.As<Date>("od"), inputs.As<Date>("do"));
+}
+
 // "sql AS name, " for each key.
 std::string DefineKeys(const Grouping& grouping) {
   std::string sql;
@@ -162,32 +168,35 @@ constexpr std::string_view kTurnoverColumns =
 const std::string kNone = "CAST(NULL AS BIGINT)";
 
 // A row for each document, each line or each rate: keys, id, znak, odmah, kolicina, osnovica, porez, iznos.
-std::string TurnoverRows(const Grouping& grouping) {
+std::string TurnoverRows(const Grouping& grouping, bool in_euros) {
+  const auto whole = [in_euros](const std::string& amount) {
+    return "(" + WholeInBooks(amount, in_euros) + ")";
+  };
   const std::string document =
       "d.id AS id, " + TurnoverSignSql() + " AS znak, CASE WHEN d.placeno_odmah THEN 1 ELSE 0 END AS odmah, ";
   const std::string from = " FROM dok d ";
   const std::string where =
       std::string(grouping.join) + " WHERE d.datum BETWEEN :od AND :do AND " + IsTurnover();
-  const auto tax = [](std::string_view column) {
-    return "COALESCE((SELECT SUM(" + Whole("p." + std::string(column)) +
+  const auto tax = [&](std::string_view column) {
+    return "COALESCE((SELECT SUM(" + whole("p." + std::string(column)) +
            ") FROM dok_porezi p WHERE p.dok_id = d.id), 0)";
   };
   if (grouping.name == "artikl") {
     return "SELECT " + DefineKeys(grouping) + document + WholeQuantity("s.kolicina") + " AS kolicina, " +
-           kNone + " AS osnovica, " + kNone + " AS porez, " + LineTotal() + " AS iznos" + from +
+           kNone + " AS osnovica, " + kNone + " AS porez, " + LineTotal(in_euros) + " AS iznos" + from +
            "CROSS JOIN dok_stavke s " + where + " AND s.dok_id = d.id";
   }
   if (grouping.name == "stopa") {
     // Fees carry no tax, so they have a row without a rate.
-    return "SELECT " + DefineKeys(grouping) + document + kNone + " AS kolicina, " + Whole("p.osnovica") +
-           " AS osnovica, " + Whole("p.porez") + " AS porez, " + Whole("p.osnovica") + " + " +
-           Whole("p.porez") + " AS iznos" + from + "CROSS JOIN dok_porezi p " + where +
-           " AND p.dok_id = d.id UNION ALL SELECT NULL, " + document + "NULL, 0, 0, " + Whole("d.ukupno") +
-           " - " + tax("osnovica") + " - " + tax("porez") + from + where + " AND " + Whole("d.ukupno") +
+    return "SELECT " + DefineKeys(grouping) + document + kNone + " AS kolicina, " + whole("p.osnovica") +
+           " AS osnovica, " + whole("p.porez") + " AS porez, " + whole("p.osnovica") + " + " +
+           whole("p.porez") + " AS iznos" + from + "CROSS JOIN dok_porezi p " + where +
+           " AND p.dok_id = d.id UNION ALL SELECT NULL, " + document + "NULL, 0, 0, " + whole("d.ukupno") +
+           " - " + tax("osnovica") + " - " + tax("porez") + from + where + " AND " + whole("d.ukupno") +
            " <> " + tax("osnovica") + " + " + tax("porez");
   }
   return "SELECT " + DefineKeys(grouping) + document + kNone + " AS kolicina, " + tax("osnovica") +
-         " AS osnovica, " + tax("porez") + " AS porez, " + Whole("d.ukupno") + " AS iznos" + from + where;
+         " AS osnovica, " + tax("porez") + " AS porez, " + whole("d.ukupno") + " AS iznos" + from + where;
 }
 
 void FillTurnover(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
@@ -196,11 +205,12 @@ void FillTurnover(Database& database, const ServiceInputs& inputs, RecordSet& an
   const std::string keys = KeyNames(grouping);
   answer = database.Query(
       answer.Name(), ParseColumns(kTurnoverColumns),
-      "WITH t AS (" + TurnoverRows(grouping) + ") SELECT " + SelectKeys(grouping, kTurnoverKeys) +
-          "SUM(znak * kolicina) / 1000000.0, COUNT(DISTINCT id), " + SumOf("znak * osnovica") + ", " +
-          SumOf("znak * porez") + ", " + SumOf("znak * (iznos - osnovica - porez)") + ", " +
-          SumOf("znak * iznos * odmah") + ", " + SumOf("znak * iznos * (1 - odmah)") + ", " +
-          SumOf("znak * iznos") + " FROM t GROUP BY " + keys + " ORDER BY " + OrderOf(grouping),
+      "WITH t AS (" + TurnoverRows(grouping, AreInEuros(inputs)) + ") SELECT " +
+          SelectKeys(grouping, kTurnoverKeys) + "SUM(znak * kolicina) / 1000000.0, COUNT(DISTINCT id), " +
+          SumOf("znak * osnovica") + ", " + SumOf("znak * porez") + ", " +
+          SumOf("znak * (iznos - osnovica - porez)") + ", " + SumOf("znak * iznos * odmah") + ", " +
+          SumOf("znak * iznos * (1 - odmah)") + ", " + SumOf("znak * iznos") + " FROM t GROUP BY " + keys +
+          " ORDER BY " + OrderOf(grouping),
       {inputs["od"], inputs["do"]});
 }
 
@@ -230,9 +240,10 @@ void FillTax(Database& database, const ServiceInputs& inputs, RecordSet& answer)
       answer.Name(), ParseColumns(kTaxColumns),
       "WITH t AS (SELECT " + (by_rate ? "" : DefineKeys(grouping)) + "d.id AS id, CASE WHEN " + kIsInput +
           " THEN 'ulazni' ELSE 'izlazni' END AS strana, CASE WHEN " + kUncharged +
-          " THEN 0 ELSE p.stopa END AS stopa, " + kSign + " * " + Whole("p.osnovica") +
-          " AS osnovica, CASE WHEN " + kUncharged + " THEN 0 ELSE " + kSign + " * " + Whole("p.porez") +
-          " END AS porez FROM dok d CROSS JOIN dok_porezi p " + std::string(grouping.join) +
+          " THEN 0 ELSE p.stopa END AS stopa, " + kSign + " * (" +
+          WholeInBooks("p.osnovica", AreInEuros(inputs)) + ") AS osnovica, CASE WHEN " + kUncharged +
+          " THEN 0 ELSE " + kSign + " * (" + WholeInBooks("p.porez", AreInEuros(inputs)) +
+          ") END AS porez FROM dok d CROSS JOIN dok_porezi p " + std::string(grouping.join) +
           " WHERE d.datum BETWEEN :od AND :do AND p.dok_id = d.id AND " + kIsTaxed +
           ") SELECT strana, stopa, " + SelectKeys(grouping, kTaxKeys) + "COUNT(DISTINCT id), " +
           SumOf("osnovica") + ", " + SumOf("porez") + " FROM t GROUP BY strana, " + keys +

@@ -1,0 +1,64 @@
+#include "appserver/book_currency.h"
+
+#include "mox/codes/exchange_rates.h"
+#include "mox/foundation/value_conversion.h"
+
+namespace mox {
+namespace {
+
+constexpr std::string_view kEuroSince = "'2023-01-01'";
+constexpr std::string_view kKunasForEuro = "7.5345";
+
+Date FirstDayOfEuro() { return *MakeDate(2023, 1, 1); }
+
+}  // namespace
+
+std::string WholeInBooks(std::string_view amount, bool last_in_euros) {
+  const std::string whole = "COALESCE(" + std::string(amount) + ", 0)";
+  const std::string in_kunas = "d.datum < " + std::string(kEuroSince);
+  // Most documents name no currency, and no other table is asked for them.
+  const std::string is_foreign =
+      "(d.valuta_id IS NOT NULL AND d.tecaj > 0 AND (SELECT v.oznaka FROM valuta v WHERE v.id = d.valuta_id) "
+      "<> CASE WHEN " +
+      in_kunas + " THEN 'HRK' ELSE 'EUR' END)";
+  const auto hundredths = [&](const std::string& times) {
+    return "CAST(ROUND(CAST(" + whole + " * 100 " + times + " AS NUMERIC)) AS BIGINT) * 100";
+  };
+  const std::string to_euros = last_in_euros ? " / " + std::string(kKunasForEuro) : std::string();
+  std::string sql = "CASE WHEN " + is_foreign + " THEN CASE WHEN " + in_kunas + " THEN " +
+                    hundredths("* d.tecaj" + to_euros) + " ELSE " + hundredths("/ d.tecaj") + " END";
+  if (last_in_euros) sql += " WHEN " + in_kunas + " THEN " + hundredths(to_euros);
+  return sql + " ELSE CAST(ROUND(" + whole + " * 10000) AS BIGINT) END";
+}
+
+bool HasBothCurrencies(Date first, Date last) { return first < FirstDayOfEuro() && last >= FirstDayOfEuro(); }
+
+Currency AmountInBooks(Database& database, std::int64_t doc_id, Currency amount) {
+  const RecordSet document =
+      database.Query("dok", ParseColumns("datum:date,oznaka,tecaj:float"),
+                     "SELECT d.datum, v.oznaka, d.tecaj FROM dok d JOIN valuta v ON v.id = d.valuta_id "
+                     "WHERE d.id = :id AND d.tecaj > 0",
+                     {doc_id});
+  if (document.IsEmpty()) return amount;
+  const Date date = document.AsDate(0);
+  if (document.AsTextView(1) == GetValutaOznakaByDate(date)) return amount;
+  return InCurrencyOfDate(amount, date, document.AsFloat(2));
+}
+
+std::optional<double> RateForBooks(Database& database, std::int64_t valuta_id, Date date) {
+  const RecordSet currency = database.Query("valuta", ParseColumns("oznaka"),
+                                            "SELECT oznaka FROM valuta WHERE id = :id", {valuta_id});
+  if (currency.IsEmpty() || currency.AsTextView(0) == GetValutaOznakaByDate(date)) return std::nullopt;
+  // Rates of kunas are none of euros.
+  const bool in_euros = date >= FirstDayOfEuro();
+  const RecordSet rate =
+      database.Query("tecaj", ParseColumns("tecaj:float"),
+                     "SELECT tecaj FROM tecaj WHERE val_id = :val_id AND datum <= :datum AND datum >= :od "
+                     "ORDER BY datum DESC LIMIT 1",
+                     {valuta_id, date, in_euros ? FirstDayOfEuro() : *MakeDate(1990, 1, 1)});
+  if (!rate.IsEmpty()) return rate.AsFloat(0);
+  throw Error("must not be empty: there is no exchange rate of " + currency.AsText(0) + " on " +
+              ToText(date) + " (mox rates)");
+}
+
+}  // namespace mox

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "appserver/database.h"
+#include "mox/foundation/currency.h"
+#include "mox/foundation/dates.h"
+
+namespace mox {
+
+// Books are kept in the currency of the country, kunas until 2022 and euros from 2023 on. A document in
+// another currency counts in them by its own exchange rate (tecaj), to hundredths.
+
+/// An amount of a document (d) in whole ten-thousandths of the currency of the books, as SQL. Where
+/// `last_in_euros`, kunas become euros too, at the fixed rate.
+std::string WholeInBooks(std::string_view amount, bool last_in_euros = false);
+
+/// Whether a period has both currencies, so that its sums are in euros.
+bool HasBothCurrencies(Date first, Date last);
+
+/// What a stored document is in the currency of the books.
+Currency AmountInBooks(Database& database, std::int64_t doc_id, Currency amount);
+
+/// The exchange rate that a document in a currency has where its header names none: that of the rate list on
+/// its day. None for a document in the currency of the books. Raises Error where there is no such rate.
+std::optional<double> RateForBooks(Database& database, std::int64_t valuta_id, Date date);
+
+}  // namespace mox
