@@ -3,6 +3,7 @@
 #include "appserver/partner_balances.h"
 #include "appserver/stock_services.h"
 #include "appserver/stored_document.h"
+#include "mox/foundation/rounding.h"
 
 namespace mox {
 namespace {
@@ -30,7 +31,7 @@ std::string FaultOfTotals(Database& database, const StoredDocument& document) {
   if (document.header.IsNull(stored)) return {};
   if (!total)
     return "has the total " + document.header.AsCurrency(stored).ToString() + ", but its kind has none";
-  if (document.header.AsCurrency(stored) == *total) return {};
+  if (R2(document.header.AsCurrency(stored)) == *total) return {};
   return "has the total " + document.header.AsCurrency(stored).ToString() + ", its lines have " +
          total->ToString();
 }

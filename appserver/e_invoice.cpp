@@ -7,6 +7,7 @@
 #include "mox/codes/exchange_rates.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/exchange_text.h"
+#include "mox/foundation/rounding.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 
@@ -182,7 +183,7 @@ Figures CheckedFigures(Database& database, const StoredDocument& document) {
   }
   const Currency total = ToBePaid(*document.figures_kind, sets).value();
   const std::size_t stored = *document.header.FindFieldIndex("ukupno");
-  if (!document.header.IsNull(stored) && document.header.AsCurrency(stored) != total) {
+  if (!document.header.IsNull(stored) && R2(document.header.AsCurrency(stored)) != total) {
     RefuseInvoice(document.id, "has the total " + document.header.AsCurrency(stored).ToString() +
                                    ", its lines have " + total.ToString());
   }

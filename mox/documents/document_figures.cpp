@@ -277,12 +277,12 @@ std::optional<Currency> ToBePaid(const DocumentKind& kind, const DocumentSets& s
     for (const Sort& sort : SortsOf(kind, sets)) {
       if (sort.schema.to_be_paid) total += SumOf(*sort.records, sort.schema.to_be_paid->text);
     }
-    return total;
+    return R2(total);
   }
   if (sets.recap != nullptr) total = SumOf(*sets.recap, field::osnovica.text);
-  if (HasSupplierTotals(kind) && !CarriesInputTax(sets.supplier_document)) return total;
+  if (HasSupplierTotals(kind) && !CarriesInputTax(sets.supplier_document)) return R2(total);
   if (sets.recap != nullptr) total += SumOf(*sets.recap, field::porez.text);
-  return total + Fees(kind, sets);
+  return R2(total + Fees(kind, sets));
 }
 
 void CheckFigures(const DocumentKind& kind, const DocumentSets& sets) {

@@ -27,8 +27,8 @@ Currency Fees(const DocumentKind& kind, const DocumentSets& sets);
 
 /// What is to be paid: the sum of the field that the kind names for each sort of lines, fees included. Of a
 /// kind whose lines have no total it is the recapitulation's base and tax, and the fees of the lines; the
-/// base alone where the supplier's document of a receipt carries neither. None for a kind that costs
-/// nothing. Raises Overflow.
+/// base alone where the supplier's document of a receipt carries neither. Money is paid in hundredths: where
+/// lines are finer their sum is rounded to them. None for a kind that costs nothing. Raises Overflow.
 std::optional<Currency> ToBePaid(const DocumentKind& kind, const DocumentSets& sets);
 
 /// What every document that is stored or sent has to be. Raises Error that says what it is not: every line is
