@@ -12,6 +12,8 @@
 #include "appserver/stock_services.h"
 #include "appserver/stored_document.h"
 #include "appserver/write_journal.h"
+#include "mox/codes/exchange_rates.h"
+#include "mox/codes/payment_slip.h"
 #include "mox/foundation/clock.h"
 
 namespace mox {
@@ -57,18 +59,32 @@ void PrepareKreditniLimit(Database& database, ServiceInputs& inputs) {
   inputs.Derive("kasni_prije", FieldKind::kDate, Date{static_cast<std::int32_t>(since)});
 }
 
-// The payee of a payment slip.
 void PreparePartnerCode(Database& /*database*/, ServiceInputs& inputs) {
   inputs.Derive("kljuc", FieldKind::kText, FoldKey(inputs.As<std::string>("sifra")));
 }
 
-void PrepareVirman(Database& /*database*/, ServiceInputs& inputs) {
+// The payee of a payment slip, and what the document itself says: its reference, where nobody entered one,
+// and in which currency its amount is.
+void PrepareVirman(Database& database, ServiceInputs& inputs) {
   const CompanyData& company = inputs.Company();
   company.RequireNamed();
   for (const std::string_view name : {"NazivPoduzeca", "AdresaPoduzeca", "MjestoPoduzeca"}) {
     inputs.Derive(name, FieldKind::kText, *company.Parameter(name));
   }
   inputs.Derive("GlavniIban", FieldKind::kText, company.RequireIban());
+  const auto document = ReadStoredDocument(database, inputs.As<std::int64_t>("DocId"));
+  std::string reference;
+  std::string currency;
+  if (document) {
+    const RecordSet& header = document->header;
+    const auto number = [&](std::string_view field) {
+      return header.AsInteger(*header.FindFieldIndex(field));
+    };
+    reference = PaymentReference(document->vrsta, number("broj"), number("godina"));
+    currency = GetValutaOznakaByDate(header.AsDate(*header.FindFieldIndex("datum")));
+  }
+  inputs.Derive("PozivNaBroj", FieldKind::kText, std::move(reference));
+  inputs.Derive("ValutaDatuma", FieldKind::kText, std::move(currency));
 }
 
 void FillFeature(Database& /*database*/, const ServiceInputs& inputs, RecordSet& answer) {
@@ -252,14 +268,14 @@ WHERE p.id = :par_id)"}},
 SELECT p.naziv, TRIM(COALESCE(p.adresa, '') || ' ' || COALESCE(p.adresabroj, '')),
   TRIM(COALESCE(m.ptt, '') || ' ' || COALESCE(m.naziv, '')),
   :NazivPoduzeca, :AdresaPoduzeca, :MjestoPoduzeca, i.iban, s.model,
-  COALESCE(d.poziv_na_br, CAST(d.broj AS VARCHAR(20)) || '-' || CAST(d.godina AS VARCHAR(20))),
-  CAST(:IznosRacuna AS NUMERIC(19,4)), COALESCE(v.oznaka, 'EUR'), s.sifra_namjene, s.opis_placanja
+  CASE WHEN s.model = 'HR99' THEN '' ELSE COALESCE(NULLIF(TRIM(d.poziv_na_br), ''), :PozivNaBroj) END,
+  CAST(:IznosRacuna AS NUMERIC(19,4)), COALESCE(v.oznaka, :ValutaDatuma), s.sifra_namjene, s.opis_placanja
 FROM virman s
 JOIN par p ON p.id = :ParId
 JOIN dok d ON d.id = :DocId
 LEFT JOIN mjesto m ON m.id = p.mjesto_id
 LEFT JOIN poduzece_ibani i ON i.id = s.iban_id OR (s.iban_id IS NULL AND i.iban = :GlavniIban)
-LEFT JOIN valuta v ON v.id = i.valuta_id
+LEFT JOIN valuta v ON v.id = d.valuta_id
 WHERE s.id = :VirmanId)"}},
      PrepareVirman},
 

@@ -1,7 +1,9 @@
 #include "appserver/print_services.h"
 
 #include <algorithm>
+#include <functional>
 
+#include "appserver/fold.h"
 #include "appserver/stored_document.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
@@ -39,13 +41,17 @@ const NamedService kServices[] = {
      "id:integer",
      "what a stored document says on paper besides its own records: seller, partner, place, the document "
      "that "
-     "it cancels, what the tax administration knows of it, and the payment slips that the company has",
+     "it cancels, what the tax administration knows of it, whether it is paid at once and when it was "
+     "stored, "
+     "and the payment slips that the company has",
      {{"Poduzece", "naziv,oib,adresa,mjesto,iban,banka,swift", "", FillSeller},
-      {"Partner", "id:integer,sifra,naziv,oib,pdv_br,adresa,ptt,mjesto,drzava,oznaka_drzave,tip_tvrtke,email",
+      {"Partner",
+       "id:integer,sifra,naziv,oib,pdv_br,adresa,ptt,mjesto,drzava,oznaka_drzave,tip_tvrtke,email,matbr",
        R"(
 SELECT p.id, p.sifra, p.naziv, p.oib, p.pdv_br,
   NULLIF(TRIM(COALESCE(p.adresa, '') || ' ' || COALESCE(p.adresabroj, '') || COALESCE(p.adresadodatakbroj, '')), ''),
-  m.ptt, m.naziv, z.naziv, z.oznaka, p.tip_tvrtke, COALESCE(NULLIF(p.email_eracun, ''), p.email)
+  m.ptt, m.naziv, z.naziv, z.oznaka, p.tip_tvrtke, COALESCE(NULLIF(p.email_eracun, ''), p.email),
+  p.matbr
 FROM dok d JOIN par p ON p.id = d.par_id
 LEFT JOIN mjesto m ON m.id = p.mjesto_id
 LEFT JOIN drzave z ON z.id = COALESCE(p.drzava_id, m.drzava_id)
@@ -62,6 +68,12 @@ LEFT JOIN dok_fiskalno f ON f.dok_id = o.id
 WHERE d.id = :id)"},
       {"Fiskalno", "broj_racuna,zki,jir,vrijeme:datetime", R"(
 SELECT broj_racuna, zki, jir, vrijeme FROM dok_fiskalno WHERE dok_id = :id)"},
+      {"Upis", "placeno_odmah:boolean,vrijeme:datetime", R"(
+SELECT COALESCE(d.placeno_odmah, n.odmah),
+  (SELECT MIN(u.vrijeme) FROM dnevnik_upisa u
+   WHERE u.dok_id = d.id AND u.upisano AND u.transakcija IN ('DokumentInsert', 'DokumentStorno'))
+FROM dok d LEFT JOIN nacini_placanja n ON n.naziv = d.nacin_placanja
+WHERE d.id = :id)"},
       {"Virmani", "id:integer,naziv", "SELECT id, naziv FROM virman ORDER BY id"}},
      PreparePage}};
 
@@ -88,13 +100,22 @@ std::string JirFault(std::string_view text) {
   return fits ? std::string() : "is not of the form " + std::string(kForm);
 }
 
-// NUMBER/PREMISES/TILL.
+// NUMBER/PREMISES/TILL as the tax administration takes them: a number that begins with no 0, at most 20
+// digits and letters, at most 20 digits.
 std::string NumberFault(std::string_view text) {
-  const auto blank = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
-  const bool parts = std::count(text.begin(), text.end(), '/') == 2 && !text.starts_with('/') &&
-                     !text.ends_with('/') && text.find("//") == std::string_view::npos;
-  return parts && std::none_of(text.begin(), text.end(), blank) ? std::string()
-                                                                : "is not NUMBER/PREMISES/TILL";
+  constexpr std::size_t kMost = 20;
+  constexpr std::string_view kDigits = "0123456789";
+  constexpr std::string_view kCodes = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+  const auto is_of = [](std::string_view part, std::string_view characters) {
+    return !part.empty() && part.size() <= kMost &&
+           part.find_first_not_of(characters) == std::string_view::npos;
+  };
+  const std::size_t first = std::min(text.find('/'), text.size());
+  const std::size_t last = std::min(text.rfind('/'), text.size());
+  const bool fits = first < last && is_of(text.substr(0, first), kDigits) && text.front() != '0' &&
+                    is_of(text.substr(first + 1, last - first - 1), kCodes) &&
+                    is_of(text.substr(last + 1), kDigits);
+  return fits ? std::string() : "is not NUMBER/PREMISES/TILL";
 }
 
 struct FiscalField {
@@ -104,6 +125,21 @@ struct FiscalField {
 };
 constexpr FiscalField kFiscalFields[] = {
     {"broj_racuna", NumberFault}, {"zki", ZkiFault}, {"jir", JirFault, false}};
+
+// Numbers of receipts begin anew each year, and a protective code is made of one receipt alone.
+void RequireOwnReceipt(Database& database, std::int64_t doc_id, std::int64_t year,
+                       const std::vector<std::string>& texts,
+                       const std::function<void(std::string_view, std::string)>& refuse) {
+  const RecordSet others = database.Query(
+      "drugi", ParseColumns("dok_id:integer,broj_racuna,zki"),
+      "SELECT f.dok_id, f.broj_racuna, f.zki FROM dok_fiskalno f JOIN dok d ON d.id = f.dok_id "
+      "WHERE f.dok_id <> :id AND (LOWER(f.zki) = LOWER(:zki) OR (d.godina = :godina AND "
+      "LOWER(f.broj_racuna) = LOWER(:broj))) ORDER BY f.dok_id LIMIT 1",
+      {doc_id, texts[1], year, texts[0]});
+  if (others.IsEmpty()) return;
+  const bool same_code = FoldKey(others.AsText(2)) == FoldKey(texts[1]);
+  refuse(same_code ? "zki" : "broj_racuna", "is that of document " + others.AsText(0) + " already");
+}
 
 // A receipt is reported once; its unique number may come with a later report of the same receipt.
 std::optional<RecordSet> StoreFiscalData(const NamedTransaction& /*transaction*/, Database& database,
@@ -143,6 +179,13 @@ std::optional<RecordSet> StoreFiscalData(const NamedTransaction& /*transaction*/
         "SELECT broj_racuna, zki, jir, vrijeme FROM dok_fiskalno WHERE dok_id = :id", {doc_id});
     const Value jir = texts[2].empty() ? Value() : Value(texts[2]);
     if (stored.IsEmpty()) {
+      const RecordSet& header = stored_document->header;
+      const Date day = header.AsDate(*header.FindFieldIndex("datum"));
+      if (DayOf(issued) != day) {
+        refuse("vrijeme", ToText(issued) + " is not on the day of document " + std::to_string(doc_id) + ", " +
+                              ToText(day));
+      }
+      RequireOwnReceipt(database, doc_id, ToCivil(day).year, texts, refuse);
       database.Execute(
           "INSERT INTO dok_fiskalno (dok_id, broj_racuna, zki, jir, vrijeme) "
           "VALUES (:dok_id, :broj_racuna, :zki, :jir, :vrijeme)",

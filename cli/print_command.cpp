@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <ostream>
@@ -51,19 +52,36 @@ class Pages {
   /// Calls `print` with each page.
   template <typename Print>
   void Each(Print print) {
+    for (std::size_t i = 0; i < ids_.size(); ++i) PrintOne(i, print);
+    bar_.Clear();
+  }
+  /// The same where each page is for itself: one that cannot be printed is told, and the others are printed.
+  template <typename Print>
+  void EachByItself(Print print) {
     for (std::size_t i = 0; i < ids_.size(); ++i) {
-      bar_.Show("Ispis", static_cast<std::int64_t>(i), static_cast<std::int64_t>(ids_.size()));
-      const DocumentPage page = MakePage(ids_[i], paper_);
-      print(page);
-      for (const std::string& warning : page.warnings) {
-        bar_.Clear();
-        session_.err << "mox: document " << page.id << ": " << VisibleMessage(warning) << std::endl;
+      try {
+        PrintOne(i, print);
+      } catch (const Error& error) {
+        session_.valid = false;
+        Tell(ids_[i], std::string("is not printed: ") + error.what());
       }
     }
     bar_.Clear();
   }
 
  private:
+  template <typename Print>
+  void PrintOne(std::size_t i, Print print) {
+    bar_.Show("Ispis", static_cast<std::int64_t>(i), static_cast<std::int64_t>(ids_.size()));
+    const DocumentPage page = MakePage(ids_[i], paper_);
+    print(page);
+    for (const std::string& warning : page.warnings) Tell(page.id, warning);
+  }
+  void Tell(std::int64_t id, const std::string& message) {
+    bar_.Clear();
+    session_.err << "mox: document " << id << ": " << VisibleMessage(message) << std::endl;
+  }
+
   std::vector<std::int64_t> ids_;
   const PaperTemplate& paper_;
   Session& session_;
@@ -129,7 +147,7 @@ void PrintPdf(Pages& pages, const PaperTemplate& paper, const std::string& path,
   if (is_folder) std::filesystem::create_directories(path);
   std::unique_ptr<PdfFile> all;
   std::string shown = path;
-  pages.Each([&](const DocumentPage& page) {
+  const auto print = [&](const DocumentPage& page) {
     const LaidDocument laid = LayOutA4(page, paper, painter, CurrentLocale());
     if (all == nullptr || is_folder) all = std::make_unique<PdfFile>(font, page.date);
     all->Add(laid);
@@ -137,12 +155,17 @@ void PrintPdf(Pages& pages, const PaperTemplate& paper, const std::string& path,
     shown = (std::filesystem::path(path) / FileNameOf(page)).string();
     session.files.Write(shown, all->Finish(), kPdfOutput);
     session.out += shown + "\n";
-  });
+  };
+  if (is_folder) {
+    pages.EachByItself(print);
+  } else {
+    pages.Each(print);
+  }
   if (!is_folder) {
     session.files.Write(path, all->Finish(), kPdfOutput);
     session.out += path + "\n";
   }
-  if (open) Show(shown);
+  if (open && session.valid) Show(shown);
 }
 
 SlipPaper WidthOf(const std::string& width) {
@@ -167,8 +190,11 @@ void PrintCode(Pages& pages, const std::string& path, Session& session) {
   session.files.Require(path, kPng);
   pages.Each([&](const DocumentPage& page) {
     if (page.payment_code.empty()) {
-      throw Error("document " + std::to_string(page.id) + " has no payment code" +
-                  (page.warnings.empty() ? std::string() : ": " + page.warnings.front()));
+      const auto why =
+          std::find_if(page.warnings.begin(), page.warnings.end(),
+                       [](const std::string& warning) { return warning.starts_with(kNoPaymentCode); });
+      throw Error("document " + std::to_string(page.id) + " has " +
+                  (why == page.warnings.end() ? "no payment code" : *why));
     }
     constexpr int kDots = 4;
     const DotPicture drawn =
@@ -218,8 +244,9 @@ void Declare(Options& options) {
   options.Flag("--text", arguments->text, "plain text to standard output");
   options.Value("--width", arguments->width, "MM", "the paper of slips, 80 or 58; 80 where it is left out");
   options.Flag("--open", arguments->open, "show the PDF file with the user's own program");
-  options.Value("--from", arguments->from, "DATE", "instead of ID: all documents from that day on");
-  options.Value("--to", arguments->to, "DATE", "up to that day; the same one where it is left out");
+  options.Value("--from", arguments->from, "DATE", "instead of ID: the documents of that day, or from it on");
+  options.Value("--to", arguments->to, "DATE",
+                "up to that day; of the day of --from alone where it is left out");
   options.Value("--kind", arguments->kind, "KIND", "of them those of one kind");
   options.Value("--template", arguments->template_file, "FILE",
                 "what the company says on its paper: texts, columns, logo; the setting\n"

@@ -32,6 +32,9 @@ class Sheets {
       : page_(page), painter_(painter), size_(paper.Number("stranica", "velicina")) {
     footer_height_ = painter_.LineHeight(Small()) + 4;
     if (!page.footer.empty()) footer_height_ += painter_.Measure(page.footer, Small(), kWidth).height + 2;
+    if (footer_height_ > kPageHeight / 3) {
+      throw Error("the footer ([podnozje] of the template) takes more than a third of the sheet");
+    }
     NewSheet();
   }
 

@@ -23,15 +23,19 @@ struct Free {
   void operator()(cairo_t* cairo) const { cairo_destroy(cairo); }
 };
 
-// What of the slip reaches into a band, so that a long one is not drawn as often as it has bands.
-LaidSheet InBand(const LaidSheet& sheet, double top, double bottom, double tallest) {
+// What of the slip reaches into a band, so that a long one is not drawn as often as it has bands. `heights`
+// are those of its texts.
+LaidSheet InBand(const LaidSheet& sheet, double top, double bottom, const std::vector<double>& heights) {
   LaidSheet part;
-  const auto reaches = [&](double y) { return y < bottom && y + tallest > top; };
+  constexpr double kBesideLine = 4;  // accents and descenders that leave their line
+  const auto reaches = [&](double y, double height) {
+    return y - kBesideLine < bottom && y + height + kBesideLine > top;
+  };
   for (const LaidRule& rule : sheet.rules) {
-    if (reaches(rule.y)) part.rules.push_back(rule);
+    if (reaches(rule.y, 0)) part.rules.push_back(rule);
   }
-  for (const LaidText& text : sheet.texts) {
-    if (reaches(text.y)) part.texts.push_back(text);
+  for (std::size_t i = 0; i < sheet.texts.size(); ++i) {
+    if (reaches(sheet.texts[i].y, heights[i])) part.texts.push_back(sheet.texts[i]);
   }
   for (const LaidCode& code : sheet.codes) {
     if (code.y < bottom && code.y + code.code->height * code.module > top) part.codes.push_back(code);
@@ -58,8 +62,8 @@ void AppendRows(cairo_surface_t* surface, int rows, std::string& out) {
   }
 }
 
-void AppendBand(const LaidDocument& slip, int top, int rows, TextPainter& painter, std::string& out) {
-  constexpr double kTallestText = 600;  // a note of many lines
+void AppendBand(const LaidDocument& slip, const std::vector<double>& heights, int top, int rows,
+                TextPainter& painter, std::string& out) {
   const int width = static_cast<int>(slip.width);
   const std::unique_ptr<cairo_surface_t, Free> surface(
       cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, rows));
@@ -67,7 +71,7 @@ void AppendBand(const LaidDocument& slip, int top, int rows, TextPainter& painte
   cairo_set_source_rgb(cairo.get(), 1, 1, 1);
   cairo_paint(cairo.get());
   cairo_translate(cairo.get(), 0, -top);
-  DrawSheet(cairo.get(), InBand(slip.sheets.front(), top, top + rows, kTallestText), painter);
+  DrawSheet(cairo.get(), InBand(slip.sheets.front(), top, top + rows, heights), painter);
   if (cairo_status(cairo.get()) != CAIRO_STATUS_SUCCESS) throw Error("the slip cannot be drawn");
   cairo_surface_flush(surface.get());
   const int bytes = (width + 7) / 8;
@@ -83,8 +87,12 @@ std::string EscPos(const LaidDocument& slip, TextPainter& painter, const SlipSet
   std::string out(kBegin);
   if (settings.open_drawer) out.append(kDrawer, sizeof kDrawer);
   const int height = static_cast<int>(slip.height);
+  std::vector<double> heights;
+  for (const LaidText& text : slip.sheets.front().texts) {
+    heights.push_back(painter.Measure(text.text, text.style, text.wraps ? text.width : 0).height);
+  }
   for (int top = 0; top < height; top += kBand) {
-    AppendBand(slip, top, std::min(kBand, height - top), painter, out);
+    AppendBand(slip, heights, top, std::min(kBand, height - top), painter, out);
   }
   out.append(kFeed, sizeof kFeed);
   if (settings.cut) out.append(kFeedAndCut, sizeof kFeedAndCut);

@@ -7,6 +7,7 @@
 #include "mox/codes/payment_codes.h"
 #include "mox/codes/payment_slip.h"
 #include "mox/foundation/locale_text.h"
+#include "mox/foundation/rounding.h"
 #include "mox/foundation/text.h"
 #include "paper/page_check.h"
 #include "paper/page_source.h"
@@ -26,6 +27,11 @@ std::string Joined(const std::string& a, std::string_view separator, const std::
   return a + (a.empty() || b.empty() ? std::string() : std::string(separator)) + b;
 }
 
+std::int64_t IntegerOf(const RecordSet& records, std::string_view field) {
+  const RecordRow record = records.RowAt(0);
+  return record.AsInteger(record.IndexOf(field));
+}
+
 std::string DateField(const RecordSet& records, std::string_view field) {
   if (records.RowCount() == 0) return {};
   const RecordRow record = records.RowAt(0);
@@ -35,12 +41,21 @@ std::string DateField(const RecordSet& records, std::string_view field) {
 
 // --- who, where and when ---
 
-PageParty SellerOf(const RecordSet& seller) {
+bool IsAbroad(const RecordSet& partner) {
+  const std::string country = TextOf(partner, "oznaka_drzave");
+  return !country.empty() && country != "HR";
+}
+
+// Buyers abroad need the number of the tax for all of the union, and the code of the bank.
+PageParty SellerOf(const RecordSet& seller, bool to_abroad) {
   PageParty party{.heading = {}, .name = TextOf(seller, "naziv"), .lines = {}};
   party.lines.push_back(Joined(TextOf(seller, "adresa"), ", ", TextOf(seller, "mjesto")));
   party.lines.push_back("OIB: " + TextOf(seller, "oib"));
+  if (to_abroad) party.lines.push_back("PDV ID: HR" + TextOf(seller, "oib"));
   if (const std::string iban = TextOf(seller, "iban"); !iban.empty()) {
     party.lines.push_back("IBAN: " + Joined(iban, ", ", TextOf(seller, "banka")));
+    const std::string swift = TextOf(seller, "swift");
+    if (to_abroad && !swift.empty()) party.lines.push_back("SWIFT: " + swift);
   }
   return party;
 }
@@ -55,9 +70,10 @@ PageParty PartnerOf(const RecordSet& partner, const DocumentKind& kind) {
   };
   add(TextOf(partner, "adresa"));
   add(Joined(TextOf(partner, "ptt"), " ", TextOf(partner, "mjesto")));
-  if (TextOf(partner, "oznaka_drzave") != "HR") add(TextOf(partner, "drzava"));
+  if (IsAbroad(partner)) add(TextOf(partner, "drzava"));
   if (const std::string oib = TextOf(partner, "oib"); !oib.empty()) add("OIB: " + oib);
   if (const std::string number = TextOf(partner, "pdv_br"); !number.empty()) add("PDV ID: " + number);
+  if (const std::string number = TextOf(partner, "matbr"); !number.empty()) add("Porezni broj: " + number);
   return party;
 }
 
@@ -66,11 +82,20 @@ std::string NumberOf(const RecordSet& records, std::string_view fiscal) {
   return TextOf(records, "broj") + "/" + TextOf(records, "godina");
 }
 
-std::string TimeOf(const RecordSet& fiscal) {
-  if (fiscal.IsEmpty()) return {};
-  const RecordRow record = fiscal.RowAt(0);
-  const std::string moment = FormatIsoDateTime(record.AsDateTime(record.IndexOf("vrijeme")));
-  return moment.substr(moment.find('T') + 1, std::string_view("hh:mm:ss").size());
+// An invoice that is paid when it is handed over, which the tax administration is told of.
+bool IsCashInvoice(const PageSource& source) { return source.kind->IsSale() && !source.IsPaidLater(); }
+
+// When a receipt was issued; where the tax administration does not know of it, when it was stored, with the
+// day where that is another one than the document's.
+std::string TimeOf(const PageSource& source, Date date) {
+  if (source.fiscal.IsEmpty() && !IsCashInvoice(source)) return {};
+  const RecordRow record = (source.fiscal.IsEmpty() ? source.stored : source.fiscal).RowAt(0);
+  const std::size_t field = record.IndexOf("vrijeme");
+  if (record.IsNull(field)) return {};
+  const DateTime moment = record.AsDateTime(field);
+  const std::string text = FormatIsoDateTime(moment);
+  const std::string time = text.substr(text.find('T') + 1, std::string_view("hh:mm:ss").size());
+  return DayOf(moment) == date ? time : DateToText(DayOf(moment), CurrentLocale()) + " " + time;
 }
 
 void AddFacts(const PageSource& source, DocumentPage& page) {
@@ -79,15 +104,15 @@ void AddFacts(const PageSource& source, DocumentPage& page) {
   const bool bought =
       source.kind->is == DocumentClass::kInvoice || source.kind->is == DocumentClass::kProForma;
   Add(facts, bought ? "Datum izdavanja" : "Datum", DateField(header, "datum"));
-  Add(facts, "Vrijeme izdavanja", TimeOf(source.fiscal));
+  Add(facts, "Vrijeme izdavanja", TimeOf(source, page.date));
   const std::string place = Joined(TextOf(source.place, "ptt"), " ", TextOf(source.place, "mjesto"));
   if (bought) Add(facts, "Mjesto izdavanja", place.empty() ? TextOf(source.seller, "mjesto") : place);
   Add(facts, "Datum dospijeća", DateField(header, "datum_dospijeca"));
   const std::string pay = TextOf(header, "nacin_placanja");
   Add(facts, "Način plaćanja",
-      !pay.empty() || !bought              ? pay
-      : source.figures_kind->is_paid_later ? "Transakcijski račun"
-                                           : "Gotovina");
+      !pay.empty() || !bought || source.kind->is_own_use ? pay
+      : source.IsPaidLater()                             ? "Transakcijski račun"
+                                                         : "Gotovina");
   if (!source.fiscal.IsEmpty()) Add(facts, "Interni broj", NumberOf(header, ""));
   Add(facts, "Skladište", TextOf(source.place, "naziv"));
   Add(facts, "Operater", TextOf(header, "user_id"));
@@ -107,7 +132,9 @@ Currency SumOf(const RecordSet& records, std::string_view field) {
   return sum;
 }
 
-void AddTaxes(const RecordSet& taxes, DocumentPage& page) {
+void AddTaxes(const PageSource& source, DocumentPage& page) {
+  const RecordSet& taxes = source.taxes;
+  const auto charged = [&](Currency tax) { return source.IsUncharged() ? Currency() : tax; };
   const LocaleSettings& locale = CurrentLocale();
   const auto add = [&](std::string rate, Currency base, Currency tax) {
     page.taxes.push_back(
@@ -116,9 +143,9 @@ void AddTaxes(const RecordSet& taxes, DocumentPage& page) {
   for (const RecordRow& tax : taxes.Rows()) {
     std::string rate = tax.AsText(tax.IndexOf("oznaka_stope"));
     if (rate.empty()) rate = PercentText(tax.AsFloat(tax.IndexOf("stopa")), locale) + "%";
-    add(rate, tax.AsCurrency(tax.IndexOf("osnovica")), tax.AsCurrency(tax.IndexOf("porez")));
+    add(rate, tax.AsCurrency(tax.IndexOf("osnovica")), charged(tax.AsCurrency(tax.IndexOf("porez"))));
   }
-  if (page.taxes.size() > 1) add("Ukupno", SumOf(taxes, "osnovica"), SumOf(taxes, "porez"));
+  if (page.taxes.size() > 1) add("Ukupno", SumOf(taxes, "osnovica"), charged(SumOf(taxes, "porez")));
 }
 
 // Lines are rounded one by one, so the sum of their totals may part from base and tax, by a cent a line at
@@ -130,22 +157,17 @@ void AddSums(const PageSource& source, Currency discount, DocumentPage& page) {
   };
   if (!discount.IsZero()) page.discount = AmountText(discount, locale);
   const Currency base = SumOf(source.taxes, "osnovica");
-  const Currency tax = SumOf(source.taxes, "porez");
-  const Currency fees = Fees(*source.figures_kind, source.Sets());
+  const bool uncharged = source.IsUncharged();
+  const Currency tax = uncharged ? Currency() : SumOf(source.taxes, "porez");
+  const Currency fees = uncharged ? Currency() : Fees(*source.figures_kind, source.Sets());
   if (!source.taxes.IsEmpty()) add("Osnovica", base);
   if (!page.total) {
     if (!source.taxes.IsEmpty()) add("PDV", tax);
     return;
   }
-  // A supplier who charges no tax charges his goods alone.
-  const bool goods_alone = *page.total == base && !(tax + fees).IsZero();
-  Currency rest = *page.total - base;
-  if (!source.taxes.IsEmpty() && !goods_alone) {
-    add("PDV", tax);
-    rest -= tax;
-    if (!fees.IsZero()) add("Povratna naknada", fees);
-    rest -= fees;
-  }
+  if (!source.taxes.IsEmpty() && !uncharged) add("PDV", tax);
+  if (!source.taxes.IsEmpty() && !fees.IsZero()) add("Povratna naknada", fees);
+  const Currency rest = *page.total - base - tax - fees;
   const auto lines = static_cast<std::int64_t>(source.goods.RowCount() + source.services.RowCount());
   const Currency most = Currency::FromScaled((lines + 1) * (Currency::kScale / 100));
   if (rest > most || rest < -most) {
@@ -172,14 +194,14 @@ void CheckSource(const PageSource& source, const DocumentPage& page) {
   }
   const RecordRow header = source.header.RowAt(0);
   const std::size_t stored = header.IndexOf("ukupno");
-  if (page.total && !header.IsNull(stored) && header.AsCurrency(stored) != *page.total) {
+  if (page.total && !header.IsNull(stored) && R2(header.AsCurrency(stored)) != *page.total) {
     throw Error(IdText(page.id) + " has the total " + header.AsCurrency(stored).ToString() +
                 ", its lines have " + page.total->ToString());
   }
   if (source.original.IsEmpty() || !page.total) return;
   const RecordRow original = source.original.RowAt(0);
   const Currency cancelled = original.AsCurrency(original.IndexOf("ukupno"));
-  if (!(cancelled + *page.total).IsZero()) {
+  if (!(R2(cancelled) + *page.total).IsZero()) {
     throw Error(IdText(page.id) + " cancels " + cancelled.ToString() + ", but its total is " +
                 page.total->ToString());
   }
@@ -188,13 +210,22 @@ void CheckSource(const PageSource& source, const DocumentPage& page) {
 // --- codes and notes ---
 
 void AddFiscal(const PageSource& source, DocumentPage& page) {
-  if (source.fiscal.IsEmpty()) return;
+  if (source.fiscal.IsEmpty()) {
+    if (IsCashInvoice(source)) {
+      page.warnings.emplace_back(
+          "it is paid at once, and what the tax administration knows of it is not stored "
+          "(mox store FiskalniPodaciUpis): no ZKI, JIR, number and code on it");
+    }
+    return;
+  }
   Add(page.fiscal, "ZKI", TextOf(source.fiscal, "zki"));
   Add(page.fiscal, "JIR", TextOf(source.fiscal, "jir"));
   if (!page.total) return;
   const RecordRow record = source.fiscal.RowAt(0);
-  page.verification_code = ReceiptVerificationAddress(TextOf(source.fiscal, "zki"), page.total->ToDouble(),
-                                                      record.AsDateTime(record.IndexOf("vrijeme")));
+  // Of the address a program makes sense, whatever the locale of who prints it.
+  page.verification_code =
+      ReceiptVerificationAddress(TextOf(source.fiscal, "zki"), page.total->ToDouble(),
+                                 record.AsDateTime(record.IndexOf("vrijeme")), LocaleSettings());
 }
 
 std::optional<std::int64_t> SlipId(const RecordSet& slips, const std::string& name) {
@@ -209,7 +240,9 @@ std::optional<std::int64_t> SlipId(const RecordSet& slips, const std::string& na
 // What the slip says, by the payment slip that the template names or the first one. Why there is none is
 // told.
 void AddSlip(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
-  const auto warn = [&](const std::string& reason) { page.warnings.push_back("no payment code: " + reason); };
+  const auto warn = [&](const std::string& reason) {
+    page.warnings.push_back(std::string(kNoPaymentCode) + reason);
+  };
   const std::string& name = paper.Text("placanje", "virman");
   const auto slip_id = SlipId(source.slips, name);
   if (!slip_id) {
@@ -229,30 +262,69 @@ void AddSlip(const PageSource& source, const PaperTemplate& paper, DocumentPage&
   }
   page.payment.clear();
   Add(page.payment, "IBAN", TextOf(*slip, "primatelj_iban"));
-  Add(page.payment, "Model i poziv na broj",
-      Joined(TextOf(*slip, "model"), " ", TextOf(*slip, "poziv_na_br")));
+  const std::string model = TextOf(*slip, "model");
+  const std::string reference = TextOf(*slip, "poziv_na_br");
+  if (ReferenceFault(model, reference).empty()) {
+    Add(page.payment, "Model i poziv na broj", Joined(model, " ", reference));
+  }
   Add(page.payment, "Opis plaćanja", TextOf(*slip, "opis_placanja"));
   try {
-    page.payment_code = PaymentSlipCode(slip->RowAt(0));
+    SlipCode code = PaymentSlipCode(slip->RowAt(0));
+    page.payment_code = std::move(code.text);
+    for (const std::string& left_out : code.left_out) {
+      page.warnings.push_back("the payment code is without " + left_out);
+    }
   } catch (const Error& error) {
     warn(error.what());
   }
 }
 
 void AddPayment(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
-  const bool asks =
-      (source.kind->IsSale() && source.kind->is_paid_later) || source.kind->is == DocumentClass::kProForma;
-  if (!asks || !page.total || page.total->Sign() <= 0) return;
+  const bool asks = source.kind->IsSale() || source.kind->is == DocumentClass::kProForma;
+  if (!asks || !source.IsPaidLater() || !page.total || page.total->Sign() <= 0) return;
   const std::string iban = TextOf(source.seller, "iban");
   if (iban.empty()) {
-    page.warnings.emplace_back("no payment code: the company has no bank account");
+    page.warnings.push_back(std::string(kNoPaymentCode) + "the company has no bank account");
     return;
   }
   const std::string reference = TextOf(source.header, "poziv_na_br");
   Add(page.payment, "IBAN", iban);
   Add(page.payment, "Poziv na broj",
-      reference.empty() ? TextOf(source.header, "broj") + "-" + TextOf(source.header, "godina") : reference);
+      reference.empty() ? PaymentReference(source.kind->name, IntegerOf(source.header, "broj"),
+                                           IntegerOf(source.header, "godina"))
+                        : reference);
   if (paper.IsYes("placanje", "kod")) AddSlip(source, paper, page);
+}
+
+// Rates decide, and not the sum of the tax, which may be 0 by itself.
+bool HasUntaxedLines(const RecordSet& taxes) {
+  for (const RecordRow& tax : taxes.Rows()) {
+    if (tax.AsFloat(tax.IndexOf("stopa")) == 0) return true;
+  }
+  return taxes.IsEmpty();
+}
+
+// Tax is charged in the currency of the country, whatever the currency of the document.
+void AddForeignTax(const PageSource& source, DocumentPage& page) {
+  const std::string home(GetValutaOznakaByDate(page.date));
+  if (page.currency == home || source.taxes.IsEmpty() || !page.total) return;
+  const RecordRow header = source.header.RowAt(0);
+  const double rate = header.AsFloat(header.IndexOf("tecaj"));
+  if (!(rate > 0)) {
+    page.warnings.push_back("it is in " + page.currency + " and has no exchange rate (tecaj): its tax in " +
+                            home + " is not on it");
+    return;
+  }
+  const LocaleSettings& locale = CurrentLocale();
+  Currency base;
+  Currency tax;
+  for (const RecordRow& row : source.taxes.Rows()) {
+    base += InCurrencyOfDate(row.AsCurrency(row.IndexOf("osnovica")), page.date, rate);
+    if (source.IsUncharged()) continue;
+    tax += InCurrencyOfDate(row.AsCurrency(row.IndexOf("porez")), page.date, rate);
+  }
+  page.notes.push_back("Po tečaju " + NumberToText(rate, locale) + ": osnovica " + AmountText(base, locale) +
+                       " " + home + ", PDV " + AmountText(tax, locale) + " " + home + ".");
 }
 
 void AddNotes(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
@@ -262,8 +334,17 @@ void AddNotes(const PageSource& source, const PaperTemplate& paper, DocumentPage
                          NumberOf(source.original, TextOf(source.original, "broj_racuna")) + " od " +
                          DateField(source.original, "datum"));
   }
-  if (const std::string text = TextOf(source.header, "opis"); !text.empty()) page.notes.push_back(text);
-  const bool taxed = !SumOf(source.taxes, "porez").IsZero();
+  const std::string text = ParagraphOf(source.header, "opis");
+  if (!text.empty()) page.notes.push_back(text);
+  AddForeignTax(source, page);
+  const bool taxed = !HasUntaxedLines(source.taxes);
+  if (source.kind->IsSale() && !taxed && text.empty() && paper.Text("napomene", "bez_poreza").empty() &&
+      paper.Text("napomene", std::string(source.kind->name) + ".bez_poreza").empty()) {
+    page.warnings.emplace_back(
+        "lines of it carry no tax, and no note says by which law (bez_poreza of [napomene] in the template, "
+        "or "
+        "opis)");
+  }
   const Placeholders values = PlaceholdersOf(page, CurrentLocale());
   for (const std::string& note : paper.NotesOf(*source.kind, taxed))
     page.notes.push_back(Filled(note, values));
@@ -284,14 +365,14 @@ DocumentPage MakePage(std::int64_t id, const PaperTemplate& paper) {
   page.date = header.AsDate(header.IndexOf("datum"));
   page.currency = TextOf(source.header, "val_ozn");
   if (page.currency.empty()) page.currency = GetValutaOznakaByDate(page.date);
-  page.seller = SellerOf(source.seller);
+  page.seller = SellerOf(source.seller, IsAbroad(source.partner));
   page.partner = PartnerOf(source.partner, *source.kind);
   page.partner_mail = TextOf(source.partner, "email");
   page.total = ToBePaid(*source.figures_kind, source.Sets());
   CheckSource(source, page);
   AddFacts(source, page);
   const Currency discount = FillTables(source, paper, page);
-  AddTaxes(source.taxes, page);
+  AddTaxes(source, page);
   AddSums(source, discount, page);
   if (page.total && paper.IsYes("stranica", "slovima")) page.words = InWords(*page.total, page.currency);
   AddPayment(source, paper, page);
@@ -302,7 +383,11 @@ DocumentPage MakePage(std::int64_t id, const PaperTemplate& paper) {
 }
 
 std::string FileNameOf(const DocumentPage& page) {
-  std::string name = std::string(page.kind->name) + "-" + page.number + ".pdf";
+  // Numbers of fiscal receipts begin anew each year, and do not say which.
+  const std::string year = "/" + std::to_string(ToCivil(page.date).year);
+  const bool has_year =
+      page.number.ends_with(year) && std::count(page.number.begin(), page.number.end(), '/') == 1;
+  std::string name = std::string(page.kind->name) + "-" + page.number + (has_year ? "" : year) + ".pdf";
   for (char& c : name) {
     if (static_cast<unsigned char>(c) <= ' ' ||
         std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "mox/foundation/app.h"
@@ -11,6 +12,9 @@
 #include "paper/paper_template.h"
 
 namespace mox {
+
+/// How the warning that says why a page has no payment code begins.
+inline constexpr std::string_view kNoPaymentCode = "no payment code: ";
 
 /// A label with what it stands for, "OIB" and "12345678903".
 struct PageFact {
@@ -33,6 +37,7 @@ struct PageTable {
   struct Row {
     std::vector<std::string> cells;  ///< one for each column
     std::vector<Currency> amounts;   ///< of the summed columns, in their order
+    std::string consumer_price;      ///< with tax, where what is to be paid has it; for slips
   };
   std::string heading;     ///< "Usluge"; empty where the document has one table
   std::string to_be_paid;  ///< the field whose sum is what the lines cost; empty where they cost nothing

@@ -1,6 +1,7 @@
 #include "paper/page_check.h"
 
 #include "mox/foundation/locale_text.h"
+#include "mox/foundation/rounding.h"
 #include "paper/page_tables.h"
 
 namespace mox {
@@ -41,7 +42,7 @@ void CheckPage(const DocumentPage& page, const LocaleSettings& locale) {
       ++counted;
     }
   }
-  if (page.total && counted > 0 && counted == page.tables.size() && to_be_paid != *page.total) {
+  if (page.total && counted > 0 && counted == page.tables.size() && R2(to_be_paid) != *page.total) {
     RefuseSum(page, "the total", *page.total, to_be_paid);
   }
   Currency base;

@@ -1,7 +1,9 @@
 #include "paper/page_source.h"
 
+#include <algorithm>
 #include <memory>
 
+#include "mox/calculations/supplier_totals.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/app.h"
 #include "mox/foundation/text.h"
@@ -40,6 +42,17 @@ RecordSet OfSort(const RecordSet& lines, std::string_view sort) {
 
 DocumentSets PageSource::Sets() const { return {&goods, &services, &taxes, TextOf(header, "vrsta_dok_dob")}; }
 
+bool PageSource::IsPaidLater() const {
+  const RecordRow row = stored.RowAt(0);
+  const std::size_t at_once = row.IndexOf("placeno_odmah");
+  if (!row.IsNull(at_once)) return !row.AsBoolean(at_once);
+  return kind->is == DocumentClass::kProForma || figures_kind->is_paid_later;
+}
+
+bool PageSource::IsUncharged() const {
+  return HasSupplierTotals(*figures_kind) && !CarriesInputTax(TextOf(header, "vrsta_dok_dob"));
+}
+
 PageSource ReadPageSource(std::int64_t id) {
   PageSource source;
   auto document = Ask("Dokument", id);
@@ -54,6 +67,7 @@ PageSource ReadPageSource(std::int64_t id) {
   source.place = Take(*more, "Mjesto");
   source.original = Take(*more, "Izvornik");
   source.fiscal = Take(*more, "Fiskalno");
+  source.stored = Take(*more, "Upis");
   source.slips = Take(*more, "Virmani");
 
   source.kind = FindDocumentKind(TextOf(source.header, "vrsta"));
@@ -71,6 +85,20 @@ std::string TextOf(const RecordSet& records, std::string_view field) {
   const RecordRow record = records.RowAt(0);
   const std::size_t index = record.IndexOf(field);
   return record.IsNull(index) ? std::string() : VisibleText(TrimBlanks(record.AsText(index)));
+}
+
+std::string ParagraphOf(const RecordSet& records, std::string_view field) {
+  if (records.RowCount() == 0) return {};
+  std::string text = records.RowAt(0).AsText(records.RowAt(0).IndexOf(field));
+  std::erase(text, '\r');
+  std::replace(text.begin(), text.end(), '\t', ' ');
+  std::string paragraph;
+  for (std::string_view rest = TrimBlanks(text); !rest.empty();) {
+    const std::size_t end = std::min(rest.find('\n'), rest.size());
+    paragraph += (paragraph.empty() ? "" : "\n") + VisibleText(TrimBlanks(rest.substr(0, end)));
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  return paragraph;
 }
 
 }  // namespace mox

@@ -36,11 +36,14 @@ class TableMaker {
       percents_.push_back(IndexOf(known, kDiscountPercents[i]));
       amounts_.push_back(IndexOf(known, kDiscountAmounts[i]));
     }
+    if (schema.to_be_paid) consumer_price_ = IndexOf(known, field::mpc.text);
   }
 
-  PageTable Make(std::span<const PageColumn* const> wanted, const PaperTemplate& paper) {
+  PageTable Make(std::span<const PageColumn* const> wanted, const PaperTemplate& paper, bool has_fees) {
     PageTable table;
     for (const PageColumn* const column : wanted) {
+      if (!has_fees && (column->name == field::pov_naki.text || column->name == field::pot_naki.text))
+        continue;
       const auto field = lines_.FindFieldIndex(column->name);
       if (!column->always && !HasAnything(*column, field)) continue;
       table.columns.push_back({column, paper.HeadingOf(*column)});
@@ -122,6 +125,9 @@ class TableMaker {
         if (field) discounts_ += line.AsCurrency(*field);
       }
     }
+    if (consumer_price_ && !line.IsNull(*consumer_price_)) {
+      row.consumer_price = AmountMask().Show(line.AsCurrency(*consumer_price_), locale_);
+    }
     table.rows.push_back(std::move(row));
   }
 
@@ -130,6 +136,7 @@ class TableMaker {
   std::vector<std::optional<std::size_t>> percents_;
   std::vector<std::optional<std::size_t>> amounts_;
   std::vector<std::optional<std::size_t>> fields_;  // of the columns
+  std::optional<std::size_t> consumer_price_;
   std::size_t row_ = 0;
   Currency discounts_;
 };
@@ -144,7 +151,7 @@ Currency FillTables(const PageSource& source, const PaperTemplate& paper, Docume
     if (lines.IsEmpty()) continue;
     const DocumentKind& kind = *source.figures_kind;
     TableMaker maker(services ? kind.services : kind.goods, lines);
-    PageTable table = maker.Make(paper.ColumnsOf(kind, services), paper);
+    PageTable table = maker.Make(paper.ColumnsOf(kind, services), paper, !source.IsUncharged());
     const auto& to_be_paid = (services ? kind.services : kind.goods).to_be_paid;
     if (to_be_paid) table.to_be_paid = to_be_paid->text;
     if (both) table.heading = services ? "Usluge" : "Roba";

@@ -75,14 +75,19 @@ class SlipLayout {
     y_ += 12;
   }
 
-  // The column with what a line costs, else its last amount.
+  // The column with what a line costs, else the one that is quantity times the price that is shown; none
+  // where the lines have neither.
   static std::size_t AmountColumn(const PageTable& table) {
     std::size_t found = table.columns.size();
+    const PageColumn* price = nullptr;
     for (std::size_t i = 0; i < table.columns.size(); ++i) {
       const PageColumn& column = *table.columns[i].column;
+      if (price == nullptr && column.value == PageValue::kPrice) price = &column;
       if (!column.IsSummed()) continue;
-      found = i;
-      if (column.name == table.to_be_paid) break;
+      if (column.name == table.to_be_paid) return i;
+      const bool is_net = price != nullptr && column.name == 'n' + std::string(price->name) + 'i';
+      const bool is_product = price != nullptr && column.name == std::string(price->name) + 'i';
+      if (is_net || (is_product && found == table.columns.size())) found = i;
     }
     return found;
   }
@@ -105,7 +110,8 @@ class SlipLayout {
       std::string how = CellOf(table, row, PageValue::kQuantity);
       const std::string unit = CellOf(table, row, PageValue::kText, "jm");
       if (!unit.empty() && !how.empty()) how += " " + unit;
-      const std::string price = CellOf(table, row, PageValue::kPrice);
+      const std::string price =
+          row.consumer_price.empty() ? CellOf(table, row, PageValue::kPrice) : row.consumer_price;
       if (!price.empty()) how += (how.empty() ? "" : " x ") + price;
       const std::string discount = CellOf(table, row, PageValue::kDiscounts);
       if (!discount.empty()) how += " -" + discount + "%";
@@ -120,7 +126,8 @@ class SlipLayout {
     Rule();
     if (!page_.discount.empty()) Pair("Odobreni popust", page_.discount, {kSmall});
     for (const PageSum& sum : page_.sums) {
-      if (sum.strong) Pair(sum.label + " " + page_.currency, sum.amount, {kLarge, true});
+      Pair(sum.label + " " + page_.currency, sum.amount,
+           sum.strong ? TextStyle{kLarge, true} : TextStyle{kSmall});
     }
   }
 

@@ -82,6 +82,82 @@ TEST_F(PageTest, CancelsWithReferenceToTheOriginal) {
   EXPECT_TRUE(page.payment.empty());
 }
 
+bool Says(const DocumentPage& page, const std::string& text) {
+  std::string all = TextPage(page, CurrentLocale());
+  for (const std::string& warning : page.warnings) all += "\n" + warning;
+  return all.find(text) != std::string::npos;
+}
+
+// Each row changes one thing of a stored document, which its page or a warning then says, and what neither
+// says.
+TEST_F(PageTest, FollowsHowItIsPaidAndInWhatCurrency) {
+  const struct {
+    const char* kind;
+    const char* change;
+    const char* says;
+    const char* never;
+  } rows[] = {
+      {"racun-usluga", "UPDATE dok SET opis = 'x' WHERE id = :id", "HR00 1-2-2026", "no ZKI"},
+      {"racun-usluga", "UPDATE dok SET placeno_odmah = TRUE WHERE id = :id", "no ZKI", "Model i poziv"},
+      {"gotovinski-racun", "UPDATE dok SET opis = 'x' WHERE id = :id", "Vrijeme izdavanja", "Model i poziv"},
+      {"gotovinski-racun", "UPDATE dok SET placeno_odmah = FALSE WHERE id = :id", "HR00 2-6-2026",
+       "Vrijeme izdavanja"},
+      {"predracun", "UPDATE dok SET opis = 'x' WHERE id = :id", "HR00 1-5-2026", "Gotovina"},
+      {"racun-vlastite-potrebe", "UPDATE dok SET opis = 'x' WHERE id = :id", "2026", "Način plaćanja"},
+      {"racun-usluga",
+       "UPDATE dok SET tecaj = 2, valuta_id = (SELECT id FROM valuta WHERE oznaka = 'USD') WHERE id = :id",
+       "no payment code: the code of the payment slip: valuta: \"USD\" is not EUR", "Slovima"},
+      {"racun-usluga",
+       "UPDATE dok SET tecaj = 2, valuta_id = (SELECT id FROM valuta WHERE oznaka = 'USD') WHERE id = :id",
+       "Po tečaju 2: osnovica ", "no exchange rate"},
+      {"racun-usluga", "UPDATE dok SET poziv_na_br = 'abc čč' WHERE id = :id", "has other characters than",
+       "HR00 abc"},
+      {"racun-usluga", "UPDATE dok SET opis = 'Red1' || CHAR(13, 10) || 'Red2' WHERE id = :id", "Red1\nRed2",
+       "\\n"},
+      {"racun-usluga", "UPDATE par SET adresa = 'Ulica hrvatske bratske zajednice 4' WHERE :id > 0",
+       "the payment code is without platitelj_adresa: ", "no payment code"},
+      {"racun-usluga",
+       "UPDATE par SET matbr = 'ATU1', drzava_id = (SELECT id FROM drzave WHERE oznaka = 'AT') WHERE :id > 0",
+       "PDV ID: HR12345678903", "no payment code"},
+      {"racun-usluga", "UPDATE par SET matbr = 'ATU1' WHERE :id > 0", "Porezni broj: ATU1",
+       "no payment code"},
+      {"primka-kalkulacija", "UPDATE dok SET vrsta_dok_dob = 'RU', ukupno = NULL WHERE id = :id", "Osnovica",
+       "naknada"},
+  };
+  for (const auto& row : rows) {
+    const std::int64_t id = Store(DocumentKindByName(row.kind), 3);
+    server_.database().Execute(row.change, {id});
+    const DocumentPage page = MakePage(id, paper_);
+    EXPECT_TRUE(Says(page, row.says)) << row.change << "\n" << TextPage(page, CurrentLocale());
+    EXPECT_FALSE(Says(page, row.never)) << row.change << "\n" << TextPage(page, CurrentLocale());
+  }
+}
+
+// By the rates of its lines, whatever their tax comes to.
+TEST_F(PageTest, SaysWhyLinesCarryNoTax) {
+  const PaperTemplate paper("[napomene]\nbez_poreza = Oslobođeno\n", "p.txt");
+  const struct {
+    std::vector<std::pair<double, double>> lines;  // quantity and rate
+    bool is_free;
+  } rows[] = {{{{1, 25}}, false}, {{{1, 0}, {1, 25}}, true}, {{{1, 13}, {-1, 13}}, false}, {{{1, 0}}, true}};
+  for (const auto& row : rows) {
+    Document document(DocumentKindByName("racun-usluga"));
+    document.SetHeader("datum", *MakeDate(2026, 3, 2));
+    for (const auto& [quantity, rate] : row.lines) {
+      RecordSet& lines = *document.Services();
+      lines.Append();
+      lines.FieldByName("kolicina").SetFloat(quantity);
+      lines.FieldByName("pc").SetCurrency(Currency::Parse("10"));
+      lines.FieldByName("tbr_stp").SetFloat(rate);
+      lines.Post();
+    }
+    ASSERT_TRUE(document.Store()) << server_.WriteRefusal();
+    const std::int64_t id = server_.LastWrite().stored.value().AsInteger(0);
+    EXPECT_EQ(Says(MakePage(id, paper), "Oslobođeno"), row.is_free) << id;
+    EXPECT_EQ(Says(MakePage(id, paper_), "no note says by which law"), row.is_free) << id;
+  }
+}
+
 // What another program has left in the database does not go out.
 TEST_F(PageTest, RefusesWhatDoesNotAddUp) {
   const struct {
