@@ -9,6 +9,7 @@
 #include "appserver/commit_lost.h"
 #include "appserver/company_transactions.h"
 #include "appserver/e_invoice.h"
+#include "appserver/mail_outbox.h"
 #include "appserver/named_service_table.h"
 #include "appserver/named_transaction_table.h"
 #include "appserver/retail_sizes.h"
@@ -36,7 +37,10 @@ CompanyServer::CompanyServer(Database database, Log log)
   CatchUpSearchIndexes(database_);
 }
 
-void CompanyServer::AddSecrets(Secrets& secrets) { AddAccountSecrets(database_, secrets); }
+void CompanyServer::AddSecrets(Secrets& secrets) {
+  AddAccountSecrets(database_, secrets);
+  AddMailSecrets(database_, secrets);
+}
 
 void CompanyServer::Tell(std::string_view line) const {
   if (log_) log_(VisibleText(line));

@@ -403,6 +403,15 @@ void FillInvoiceData(Database& database, const ServiceInputs& inputs, RecordSet&
   answer.AppendRecord({InvoiceJson(database, inputs.Company(), inputs.As<std::int64_t>("id"))});
 }
 
+void FillInvoiceForBuyer(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
+  constexpr int kIndent = 2;
+  const auto doc_id = inputs.As<std::int64_t>("id");
+  if (!LinkOf(database, doc_id)) return;
+  Json invoice = Json::parse(InvoiceJson(database, inputs.Company(), doc_id));
+  invoice.erase(kAccount.name);
+  answer.AppendRecord({invoice.dump(kIndent)});
+}
+
 std::span<const AccountField> AccountFields() {
   static constexpr AccountField kFields[] = {
       {"EracunSendB2CBills", "eracun_send_b2c_bills", "šalje li poduzeće e-račune građanima", true},

@@ -24,6 +24,9 @@ std::string InvoiceJson(Database& database, const CompanyData& company, std::int
 
 /// Fills the record set "adsData" of the service "MojERacunB2C".
 void FillInvoiceData(Database& database, const ServiceInputs& inputs, RecordSet& answer);
+/// Fills the record set "adsData" of the service "ERacunZaKupca": the same for the buyer himself, without the
+/// company's account, where the document has an e-invoice.
+void FillInvoiceForBuyer(Database& database, const ServiceInputs& inputs, RecordSet& answer);
 
 /// A field of the company's account with the intermediary.
 struct AccountField {

@@ -7,6 +7,7 @@
 #include "appserver/document_list.h"
 #include "appserver/e_invoice.h"
 #include "appserver/fold.h"
+#include "appserver/mail_outbox.h"
 #include "appserver/print_services.h"
 #include "appserver/report_services.h"
 #include "appserver/stock_services.h"
@@ -343,6 +344,12 @@ SELECT * FROM dok_dobavljac WHERE dok_id = :id)"}},
      {{"adsData", "jsonData", "", FillInvoiceData}, {"adsPartner", "tipTvrtke", R"(
 SELECT p.tip_tvrtke FROM dok d LEFT JOIN par p ON p.id = d.par_id WHERE d.id = :id)"}}},
 
+    {"ERacunZaKupca",
+     Right::kRead,
+     "id:integer",
+     "the e-invoice that a document has, as its buyer may have it",
+     {{"adsData", "jsonData", "", FillInvoiceForBuyer}}},
+
     {"ERacunVeza",
      Right::kRead,
      "id:integer",
@@ -378,7 +385,8 @@ std::span<const NamedService> NamedServiceTable() {
     table.push_back(DocumentListService());
     table.push_back(WriteJournalService());
     for (const std::span<const NamedService> family :
-         {PrintServices(), StockServices(), ReportServices(), CodebookServices(), ClientServices()}) {
+         {PrintServices(), MailServices(), StockServices(), ReportServices(), CodebookServices(),
+          ClientServices()}) {
       table.insert(table.end(), family.begin(), family.end());
     }
     return table;

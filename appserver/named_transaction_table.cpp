@@ -6,6 +6,7 @@
 #include "appserver/e_invoice.h"
 #include "appserver/import_transactions.h"
 #include "appserver/import_undo.h"
+#include "appserver/mail_outbox.h"
 #include "appserver/money_transactions.h"
 #include "appserver/print_services.h"
 #include "appserver/rate_transactions.h"
@@ -18,7 +19,7 @@ std::span<const NamedTransaction> NamedTransactionTable() {
     for (const auto& some :
          {DocumentTransactionTable(), CompanyTransactionTable(), CodebookTransactionTable(),
           RateTransactionTable(), MoneyTransactionTable(), EInvoiceTransactionTable(),
-          FiscalTransactionTable(), ImportTransactionTable()}) {
+          FiscalTransactionTable(), MailTransactionTable(), ImportTransactionTable()}) {
       table.insert(table.end(), some.begin(), some.end());
     }
     table.push_back(UndoImportTransaction());

@@ -73,6 +73,7 @@ extern const Command kQrCommand;
 extern const Command kEInvoiceCommand;
 extern const Command kLoginCommand;
 extern const Command kLogoutCommand;
-extern const Command kPrintCommand;  ///< where paper is built
+extern const Command kPrintCommand;  ///< this one and the next where paper is built
+extern const Command kMailCommand;
 
 }  // namespace mox

@@ -3,7 +3,7 @@
 #include "cli/command.h"
 #include "cli/named_values.h"
 #include "cli/options.h"
-#include "cli/record_set_file.h"
+#include "cli/secret_input.h"
 #include "cli/service_request.h"
 #include "cli/text_table.h"
 #include "mox/foundation/find_row.h"
@@ -42,12 +42,6 @@ void Show(const CompanyArguments& arguments, Session& session) {
   AppendTableOrFile(ibans.value(), arguments.table, session.out);
 }
 
-// The first line of a file, or of standard input.
-std::string ReadSecret(const std::string& path, Session& session) {
-  const std::string bytes = ReadFileText(path, session.in).bytes;
-  return std::string(TrimBlanks(std::string_view(bytes).substr(0, bytes.find('\n'))));
-}
-
 void Set(const CompanyArguments& arguments, Session& session) {
   if (arguments.words.empty() && arguments.key_file.empty()) throw UsageError("NAME=VALUE is required");
   const CompanyAccess& server = ServerOf(session);
@@ -61,8 +55,7 @@ void Set(const CompanyArguments& arguments, Session& session) {
   }
   if (!arguments.key_file.empty()) {
     const std::string key = ReadSecret(arguments.key_file, session);
-    session.secrets.Add(key);
-    values.AppendRecord({std::string(kSecret), key});
+    values.AppendRecord({std::string(kSecret), std::string(TrimBlanks(key))});
   }
   RequireStored(server, ExecuteTransaction("ParametriPoduzecaUpdate", {&values}));
 }

@@ -10,7 +10,7 @@
 #include "cli/command.h"
 #include "cli/options.h"
 #include "cli/progress_bar.h"
-#include "cli/record_set_file.h"
+#include "cli/secret_input.h"
 #include "connect/login_store.h"
 #include "connect/open_company.h"
 #include "connect/server_connection.h"
@@ -62,10 +62,7 @@ std::string ReadPassword(const LoginArguments& arguments, Session& session) {
     std::getline(session.in, password);
     session.err << std::endl;
   } else {
-    const std::string path = arguments.password_file.empty() ? "-" : arguments.password_file;
-    const std::string bytes = ReadFileText(path, session.in).bytes;
-    password = bytes.substr(0, bytes.find('\n'));
-    if (password.ends_with('\r')) password.pop_back();
+    password = ReadSecret(arguments.password_file.empty() ? "-" : arguments.password_file, session);
   }
   if (password.empty()) throw Error("the password is empty");
   session.secrets.Add(password);

@@ -43,9 +43,9 @@ void RequireAnswer(const ServiceInfo& service, const std::string& part) {
   throw UsageError("--part: " + std::string(service.name) + ": " + ThereIsNo("answer", part, names));
 }
 
-// Keys and passwords of accounts, which go to the intermediary and nowhere else.
+// Keys and passwords of accounts, which go to the intermediary or the server of mails and nowhere else.
 bool HoldsSecrets(std::string_view service) {
-  return service == "MojERacunB2C" || service == "IntegrationsUsersAccounts";
+  return service == "MojERacunB2C" || service == "IntegrationsUsersAccounts" || service == "PostaRacun";
 }
 
 // Before it is laid out, where long texts are cut.

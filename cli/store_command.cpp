@@ -39,8 +39,12 @@ void WarnOfColumns(const std::string& transaction, const std::vector<RecordSetFi
 // The account of a record set is shown in no message.
 void KeepSecret(RecordSet& records, Secrets& secrets) {
   if (records.IsEmpty()) return;
-  if (const auto key = records.FindField("EracunKey")) secrets.Add(key->AsText());
-  if (const auto address = records.FindField("EracunB2CUrl")) secrets.AddThoseOf(address->AsText());
+  for (const char* secret : {"EracunKey", "lozinka"}) {
+    if (const auto field = records.FindField(secret)) secrets.Add(field->AsText());
+  }
+  for (const char* address : {"EracunB2CUrl", "url"}) {
+    if (const auto field = records.FindField(address)) secrets.AddThoseOf(field->AsText());
+  }
 }
 
 void RunStore(const StoreArguments& arguments, Session& session) {

@@ -232,6 +232,13 @@ void ServerConnection::LearnSecrets(TAstaParamList& answer, std::string_view ser
     const RecordSet& account = answer.ParamByName("adsLoginData").AsDataSet();
     for (const RecordRow& row : account.Rows()) secrets_->AddThoseOf(row.AsText(row.IndexOf("EracunB2CUrl")));
   }
+  if (service == "PostaRacun") {
+    const RecordSet& account = answer.ParamByName("adsRacun").AsDataSet();
+    for (const RecordRow& row : account.Rows()) {
+      secrets_->Add(row.AsText(row.IndexOf("lozinka")));
+      secrets_->AddThoseOf(row.AsText(row.IndexOf("url")));
+    }
+  }
   if (service != "MojERacunB2C") return;
   const RecordSet& data = answer.ParamByName("adsData").AsDataSet();
   for (const RecordRow& row : data.Rows()) {

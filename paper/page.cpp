@@ -389,10 +389,8 @@ std::string FileNameOf(const DocumentPage& page) {
       page.number.ends_with(year) && std::count(page.number.begin(), page.number.end(), '/') == 1;
   std::string name = std::string(page.kind->name) + "-" + page.number + (has_year ? "" : year) + ".pdf";
   for (char& c : name) {
-    if (static_cast<unsigned char>(c) <= ' ' ||
-        std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos) {
-      c = '-';
-    }
+    const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+    if (!plain && std::string_view("._-").find(c) == std::string_view::npos) c = '-';
   }
   return name;
 }

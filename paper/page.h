@@ -98,7 +98,7 @@ struct DocumentPage {
 /// is not named.
 DocumentPage MakePage(std::int64_t id, const PaperTemplate& paper);
 
-/// "gotovinski-racun-1-2026.pdf": of characters that any file system takes.
+/// "gotovinski-racun-1-2026.pdf": of characters that any file system and any header takes.
 std::string FileNameOf(const DocumentPage& page);
 
 /// What placeholders of texts stand for.

@@ -1,0 +1,260 @@
+#include "appserver/mail_outbox.h"
+
+#include <algorithm>
+#include <array>
+#include <random>
+
+#include "appserver/stored_document.h"
+#include "mox/foundation/clock.h"
+#include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
+
+namespace mox {
+namespace {
+
+constexpr std::string_view kMailColumns =
+    "id:integer,dok_id:integer,kome,predmet,tekst,poruka,stanje,vrijeme:datetime,slanje:datetime,odgovor";
+constexpr std::string_view kSendingColumns =
+    "id:integer,posta_id:integer,vrijeme:datetime,korisnik,kraj:datetime,stanje,odgovor";
+constexpr std::string_view kAccountColumns = "url,korisnik,lozinka,posiljatelj";
+
+constexpr const char* kReadAccount =
+    "SELECT url, korisnik, lozinka, posiljatelj FROM posta_racun ORDER BY id LIMIT 1";
+
+// Fills an answer with the mails that are asked for, or their sendings.
+void FillAsked(Database& database, const ServiceInputs& inputs, RecordSet& answer, std::string_view columns,
+               const std::string& sql, const char* order) {
+  std::string condition;
+  std::vector<Value> values;
+  for (const char* name : {"id", "dok_id", "stanje"}) {
+    if (inputs.IsNull(name)) continue;
+    condition += std::string(condition.empty() ? " WHERE p." : " AND p.") + name + " = :" + name;
+    values.push_back(inputs[name]);
+  }
+  answer =
+      database.Query(answer.Name(), ParseColumns(columns), sql + condition + " ORDER BY " + order, values);
+}
+
+void FillMails(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
+  FillAsked(database, inputs, answer, kMailColumns,
+            "SELECT p.id, p.dok_id, p.kome, p.predmet, p.tekst, p.poruka, p.stanje, p.vrijeme, s.vrijeme, "
+            "s.odgovor FROM posta p LEFT JOIN posta_slanja s ON s.id = "
+            "(SELECT MAX(z.id) FROM posta_slanja z WHERE z.posta_id = p.id)",
+            "p.id");
+}
+
+void FillSendings(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
+  FillAsked(database, inputs, answer, kSendingColumns,
+            "SELECT s.id, s.posta_id, s.vrijeme, s.korisnik, s.kraj, s.stanje, s.odgovor "
+            "FROM posta_slanja s JOIN posta p ON p.id = s.posta_id",
+            "s.id");
+}
+
+const NamedService kServices[] = {
+    {"Posta",
+     Right::kRead,
+     "id?:integer,dok_id?:integer,stanje?",
+     "the mails of documents and what became of them (ceka, salje, poslano, odbijeno, nepoznato), and every "
+     "time that they were sent",
+     {{"adsPosta", kMailColumns, "", FillMails}, {"adsSlanja", kSendingColumns, "", FillSendings}}},
+    {"PostaRacun",
+     Right::kEnterDocuments,
+     "",
+     "the company's account with its server of mails, for the program that sends them",
+     {{"adsRacun", kAccountColumns, kReadAccount}}}};
+
+// --- the transactions ---
+
+// The only record of a request, with what is missing in it told.
+class MailRecord {
+ public:
+  explicit MailRecord(const SentRecordSets& sent) : records_(sent.All().front()) {
+    RequireOneRecord(records_);
+  }
+
+  [[noreturn]] void Refuse(std::string_view field, std::string message) const {
+    throw WriteRefused({"", records_.Name(), 1, std::string(field), std::move(message)});
+  }
+  // Empty where there is no such field or no value.
+  std::string Text(std::string_view field) const {
+    const auto index = records_.FindFieldIndex(field);
+    return index ? std::string(TrimBlanks(records_.AsText(*index))) : std::string();
+  }
+  std::string RequiredText(std::string_view field) const {
+    std::string text = Text(field);
+    if (text.empty()) Refuse(field, "must not be empty");
+    return text;
+  }
+  std::int64_t RequiredInteger(std::string_view field) const {
+    RequiredText(field);
+    try {
+      return ToInteger(records_.AsVariant(*records_.FindFieldIndex(field)));
+    } catch (const Error& error) {
+      Refuse(field, error.what());
+    }
+  }
+
+ private:
+  const RecordSet& records_;
+};
+
+std::string NewMessageName() {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::random_device random;
+  std::string name;
+  for (int i = 0; i < 32; ++i) name += kDigits[random() & 15U];
+  return name;
+}
+
+RecordSet KeyAnswer(const char* name, std::int64_t id) {
+  RecordSet stored(name);
+  stored.DefineField("id", FieldKind::kInteger);
+  stored.Open();
+  stored.AppendRecord({id});
+  return stored;
+}
+
+// Stores a row, and answers its key.
+std::int64_t InsertRow(Database& database, const char* sql, std::span<const Value> values) {
+  return database.PrepareWith(sql, values).ExecuteForKey();
+}
+
+std::optional<RecordSet> InsertMail(const NamedTransaction& /*transaction*/, Database& database,
+                                    const SentRecordSets& sent) {
+  const MailRecord mail(sent);
+  const std::int64_t doc_id = mail.RequiredInteger("dok_id");
+  if (!ReadStoredDocument(database, doc_id)) {
+    mail.Refuse("dok_id", "there is no document " + std::to_string(doc_id));
+  }
+  const Value values[] = {doc_id,
+                          mail.RequiredText("kome"),
+                          mail.RequiredText("predmet"),
+                          mail.RequiredText("tekst"),
+                          NewMessageName(),
+                          LocalNow()};
+  return KeyAnswer("adsPosta",
+                   InsertRow(database,
+                             "INSERT INTO posta (dok_id, kome, predmet, tekst, poruka, stanje, "
+                             "vrijeme) VALUES (:dok_id, :kome, :predmet, :tekst, :poruka, 'ceka', "
+                             ":vrijeme) RETURNING id",
+                             values));
+}
+
+// What may have been sent is begun anew only where the user has said so, in the state that he was told of.
+std::optional<RecordSet> BeginSending(const NamedTransaction& /*transaction*/, Database& database,
+                                      const SentRecordSets& sent) {
+  const MailRecord mail(sent);
+  const std::int64_t id = mail.RequiredInteger("id");
+  const RecordSet stored =
+      database.Query("posta", ParseColumns("stanje"), "SELECT stanje FROM posta WHERE id = :id", {id});
+  if (stored.IsEmpty()) mail.Refuse("id", "there is no mail " + std::to_string(id));
+  const std::string state = stored.AsText(0);
+  if (state != "ceka" && mail.Text("potvrdeno") != state) {
+    mail.Refuse("id", "mail " + std::to_string(id) + " is " + state);
+  }
+  database.Execute("UPDATE posta SET stanje = 'salje' WHERE id = :id", {id});
+  const Value values[] = {id, LocalNow(), sent.Who().user};
+  return KeyAnswer("adsSlanje", InsertRow(database,
+                                          "INSERT INTO posta_slanja (posta_id, vrijeme, korisnik) "
+                                          "VALUES (:posta_id, :vrijeme, :korisnik) RETURNING id",
+                                          values));
+}
+
+// A sending that ended after another one had begun is noted alone: the mail is what the last one makes of it.
+std::optional<RecordSet> EndSending(const NamedTransaction& /*transaction*/, Database& database,
+                                    const SentRecordSets& sent) {
+  constexpr std::array<std::string_view, 4> kEnds = {"ceka", "poslano", "odbijeno", "nepoznato"};
+  constexpr std::size_t kLongestAnswer = 500;
+  const MailRecord sending(sent);
+  const std::int64_t id = sending.RequiredInteger("id");
+  const std::string end = sending.RequiredText("stanje");
+  if (std::find(kEnds.begin(), kEnds.end(), end) == kEnds.end()) {
+    sending.Refuse("stanje", "\"" + end + "\" is no end");
+  }
+  const RecordSet stored =
+      database.Query("slanje", ParseColumns("posta_id:integer,stanje,zadnje:integer"),
+                     "SELECT s.posta_id, s.stanje, (SELECT MAX(z.id) FROM posta_slanja z WHERE "
+                     "z.posta_id = s.posta_id) FROM posta_slanja s WHERE s.id = :id",
+                     {id});
+  if (stored.IsEmpty()) sending.Refuse("id", "there is no sending " + std::to_string(id));
+  if (!stored.IsNull(1)) sending.Refuse("id", "sending " + std::to_string(id) + " has ended");
+  database.Execute(
+      "UPDATE posta_slanja SET kraj = :kraj, stanje = :stanje, odgovor = :odgovor WHERE id = :id",
+      {LocalNow(), end, std::string(CutToCharacters(sending.Text("odgovor"), kLongestAnswer)), id});
+  if (stored.AsInteger(2) == id) {
+    database.Execute("UPDATE posta SET stanje = :stanje WHERE id = :id", {end, stored.AsInteger(0)});
+  }
+  return std::nullopt;
+}
+
+// A field that is not sent, or is null, leaves what is stored.
+std::optional<RecordSet> SetMailAccount(const NamedTransaction& /*transaction*/, Database& database,
+                                        const SentRecordSets& sent) {
+  const MailRecord account(sent);
+  const RecordSet& records = sent.All().front();
+  const Columns columns = ParseColumns(kAccountColumns);
+  const RecordSet stored = database.Query("racun", columns, kReadAccount);
+  std::vector<Value> values;
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    const auto field = records.FindFieldIndex(columns[i].name);
+    const bool is_sent = field && !records.IsNull(*field);
+    if (is_sent) {
+      values.emplace_back(columns[i].name == "lozinka" ? records.AsText(*field)
+                                                       : account.Text(columns[i].name));
+    } else {
+      values.push_back(stored.IsEmpty() ? Value() : stored.RowAt(0).AsVariant(i));
+    }
+  }
+  for (const std::size_t i : {std::size_t{0}, columns.size() - 1}) {
+    const auto* const text = std::get_if<std::string>(&values[i]);
+    if (text == nullptr || text->empty()) account.Refuse(columns[i].name, "must not be empty");
+  }
+  database.Execute("DELETE FROM posta_racun");
+  database
+      .PrepareWith(
+          "INSERT INTO posta_racun (url, korisnik, lozinka, posiljatelj) "
+          "VALUES (:url, :korisnik, :lozinka, :posiljatelj)",
+          values)
+      .Execute();
+  return std::nullopt;
+}
+
+const NamedTransaction kTransactions[] = {
+    {"PostaRacunUpis",
+     Right::kAdminister,
+     "changes the company's account with its server of mails; a field that is left out stays as it is",
+     {{"adsRacun", {"posta_racun"}, true, kAccountColumns}},
+     SetMailAccount},
+    {"PostaUpis",
+     Right::kEnterDocuments,
+     "puts the mail of a document into the outbox; answers its id",
+     {{"adsPosta", {"posta"}, true, "dok_id:integer,kome,predmet,tekst"}},
+     InsertMail},
+    {"PostaPocetak",
+     Right::kEnterDocuments,
+     "says, before anything is sent, that a program sends the mail now; refused unless it waits, or is what "
+     "`potvrdeno` says that the user was told (nepoznato, salje, odbijeno, poslano); answers the id of the "
+     "sending",
+     {{"adsPosta", {"posta"}, true, "id:integer,potvrdeno"}},
+     BeginSending},
+    {"PostaKraj",
+     Right::kEnterDocuments,
+     "says how a sending ended: poslano, odbijeno, nepoznato, or ceka where nothing was sent",
+     {{"adsSlanje", {"posta_slanja"}, true, "id:integer,stanje,odgovor"}},
+     EndSending}};
+
+}  // namespace
+
+void AddMailSecrets(Database& database, Secrets& secrets) {
+  const RecordSet account = database.Query("racun", ParseColumns(kAccountColumns), kReadAccount);
+  for (const RecordRow& row : account.Rows()) {
+    secrets.Add(row.AsText(2));
+    secrets.AddThoseOf(row.AsText(0));
+  }
+}
+
+std::span<const NamedService> MailServices() { return kServices; }
+
+std::span<const NamedTransaction> MailTransactionTable() { return kTransactions; }
+
+}  // namespace mox

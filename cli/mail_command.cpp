@@ -1,0 +1,169 @@
+#include <memory>
+#include <ostream>
+
+#include "cli/argument_text.h"
+#include "cli/command.h"
+#include "cli/host.h"
+#include "cli/options.h"
+#include "cli/print_template.h"
+#include "cli/secret_input.h"
+#include "cli/service_request.h"
+#include "cli/text_table.h"
+#include "mox/server/read_services.h"
+#include "mox/server/transactions.h"
+#include "paper/outbox.h"
+
+namespace mox {
+namespace {
+
+struct MailArguments {
+  std::string document;
+  std::string to;
+  std::string template_file;
+  bool send = false;
+  bool outbox = false;
+  bool table = false;
+  bool yes = false;
+  std::string account;
+  std::string user;
+  std::string sender;
+  std::string password_file;
+};
+
+void SetAccount(const MailArguments& arguments, Session& session) {
+  const CompanyAccess& server = ServerOf(session);
+  if (const std::string fault = AddressFault(arguments.sender); !arguments.sender.empty() && !fault.empty()) {
+    throw UsageError("--sender: " + fault);
+  }
+  const auto given = [](const std::string& text) { return text.empty() ? Value() : Value(text); };
+  RecordSet account("adsRacun");
+  for (const char* field : {"url", "korisnik", "lozinka", "posiljatelj"}) {
+    account.DefineField(field, FieldKind::kText);
+  }
+  account.Open();
+  session.secrets.AddThoseOf(arguments.account);
+  account.AppendRecord(
+      {given(arguments.account), given(arguments.user),
+       arguments.password_file.empty() ? Value() : Value(ReadSecret(arguments.password_file, session)),
+       given(arguments.sender)});
+  RequireStored(server, ExecuteTransaction("PostaRacunUpis", {&account}));
+}
+
+// Sends mails of the outbox, one after the other, and tells what became of each.
+class MailRun {
+ public:
+  MailRun(const MailArguments& arguments, Session& session)
+      : arguments_(arguments),
+        session_(session),
+        server_(ServerOf(session)),
+        paper_(TemplateOf(arguments.template_file)),
+        outbox_(paper_, [this](std::string_view transaction, RecordSet& record) {
+          RequireStored(server_, ExecuteTransaction(transaction, {&record}));
+          const auto& stored = server_.LastWrite().stored;
+          return stored && !stored->IsEmpty() ? stored->RowAt(0).AsInteger(0) : 0;
+        }) {}
+
+  void SendDocument(std::int64_t doc_id) {
+    for (const OutboxMail& mail : outbox_.Mails(doc_id)) {
+      if (mail.to == arguments_.to && mail.state != "odbijeno") return SendAgreed(mail);
+    }
+    const OutboxMail mail = outbox_.Put(doc_id, arguments_.to);
+    session_.stored = "mail " + std::to_string(mail.id) + " is in the outbox";
+    Send(mail);
+  }
+
+  // All that waits, and what may have been sent where the user agrees.
+  void SendAll() {
+    for (const OutboxMail& mail : outbox_.Mails()) {
+      if (mail.Waits() || mail.IsDoubtful()) SendAgreed(mail);
+    }
+  }
+
+ private:
+  void Send(const OutboxMail& mail) {
+    const MailOutcome outcome = outbox_.Send(mail);
+    session_.err << "mox: mail " << mail.id << " to " << mail.to << " " << OutcomeWords(outcome.end) << ": "
+                 << OnOneLine(outcome.answer) << std::endl;
+    if (outcome.end != MailEnd::kSent) session_.valid = false;
+  }
+
+  // Another copy of what was sent, or may have been, goes out on a yes.
+  void SendAgreed(const OutboxMail& mail) {
+    if (mail.Waits()) return Send(mail);
+    const std::string known =
+        "mail " + std::to_string(mail.id) + " of document " + std::to_string(mail.doc_id) + " to " + mail.to +
+        (mail.IsDoubtful() ? " may have been sent, and no answer tells" : " was sent already");
+    SessionDialogs dialogs(session_, arguments_.yes);
+    if (dialogs.ShowVelorDialog(TVCustomDialogType::kConfirmation, "Upozorenje", "Slanje pošte",
+                                known + ". Poslati ponovno?") == kDialogYes) {
+      return Send(mail);
+    }
+    session_.err << "mox: " << OnOneLine(known) << "; --yes sends it again" << std::endl;
+    session_.valid = false;
+  }
+
+  const MailArguments& arguments_;
+  Session& session_;
+  const CompanyAccess& server_;
+  PaperTemplate paper_;
+  Outbox outbox_;
+};
+
+void RunMail(const MailArguments& arguments, Session& session) {
+  const bool sets =
+      !(arguments.account + arguments.user + arguments.sender + arguments.password_file).empty();
+  const int ways = (arguments.document.empty() ? 0 : 1) + (arguments.send ? 1 : 0) +
+                   (arguments.outbox ? 1 : 0) + (sets ? 1 : 0);
+  if (ways != 1) throw UsageError("one of ID --to ADDRESS, --send, --outbox and the account is what it does");
+  if (arguments.document.empty() != arguments.to.empty())
+    throw UsageError("ID and --to ADDRESS belong together");
+  if (arguments.table && !arguments.outbox) throw UsageError("--table belongs to --outbox");
+  if (sets) return SetAccount(arguments, session);
+  if (arguments.outbox) {
+    ServerOf(session);
+    auto mails = CreateDBDataSet("Posta", "adsPosta", {});
+    return AppendTableOrFile(mails.value(), arguments.table, session.out);
+  }
+  const std::string fault = arguments.send ? std::string() : AddressFault(arguments.to);
+  if (!fault.empty()) throw UsageError("--to: " + fault);
+  MailRun run(arguments, session);
+  if (arguments.send) return run.SendAll();
+  run.SendDocument(IntegerArgument("ID", arguments.document));
+}
+
+void Declare(Options& options) {
+  auto arguments = std::make_shared<MailArguments>();
+  options.Argument("ID", arguments->document, "the stored document's id");
+  options.Value("--to", arguments->to, "ADDRESS", "to whom its page goes");
+  options.Flag("--send", arguments->send, "send all mails that wait in the outbox");
+  options.Flag("--outbox", arguments->outbox, "print the mails and what became of them");
+  options.Flag("--table", arguments->table, "--outbox: a table for people instead of a record-set file");
+  options.Flag("--yes", arguments->yes, "send again what was sent, or may have been sent");
+  options.Value("--template", arguments->template_file, "FILE",
+                "subject, text and page, as mox print takes it");
+  options.Value("--account", arguments->account, "URL",
+                "set the mail server: smtps://HOST, or smtp://HOST with STARTTLS");
+  options.Value("--user", arguments->user, "NAME", "the user at the mail server");
+  options.Value("--sender", arguments->sender, "ADDRESS", "from whom the company's mails are");
+  options.Value("--password", arguments->password_file, "FILE",
+                "the user's password, from a file or from standard input (-)");
+  options.Run([arguments](Session& session) { RunMail(*arguments, session); });
+}
+
+}  // namespace
+
+const Command kMailCommand = {
+    "mail", "ID --to ADDRESS | --send | --outbox | --account URL --sender ADDRESS --db FILE",
+    "Send the page of a stored document, and its e-invoice, by mail.",
+    R"(Examples:
+  mox mail --account smtps://posta.primjer.hr --user ana --sender racuni@primjer.hr --password - --db tvrtka.db < lozinka.txt
+  mox mail 4 --to kupac@primjer.hr --db tvrtka.db
+  mox mail --outbox --table --db tvrtka.db
+  mox mail --send --db tvrtka.db
+
+A mail is in the outbox of the company's database before it is sent, and stays there. Where the server's answer was
+lost, it is told, and sent again only with --yes or on a yes. Exit status: 0 when all was sent. Settings: CA_FILE with
+certificate authorities, TIMEOUT in seconds.)",
+    Declare};
+
+}  // namespace mox

@@ -1,0 +1,143 @@
+#include "paper/outbox.h"
+
+#include "mox/foundation/app.h"
+#include "mox/foundation/error.h"
+#include "mox/foundation/secrets.h"
+#include "mox/server/read_services.h"
+#include "paper/a4_layout.h"
+#include "paper/page.h"
+#include "paper/pdf.h"
+
+namespace mox {
+namespace {
+
+// A record of keys and texts.
+RecordSet RecordOf(const char* name, std::initializer_list<std::pair<const char*, Value>> fields) {
+  RecordSet records(name);
+  std::vector<Value> values;
+  for (const auto& [field, value] : fields) {
+    const bool is_key = std::holds_alternative<std::int64_t>(value);
+    records.DefineField(field, is_key ? FieldKind::kInteger : FieldKind::kText);
+    values.push_back(value);
+  }
+  records.Open();
+  records.AppendRecord(values);
+  return records;
+}
+
+RecordSet Asked(std::string_view service, std::string_view answer, const TAstaParamList& request) {
+  auto records = CreateDBDataSet(service, answer, request);
+  if (!records) throw Error("the server does not know the service " + std::string(service));
+  return std::move(*records);
+}
+
+std::string TextOf(const RecordRow& row, std::string_view field) { return row.AsText(row.IndexOf(field)); }
+
+OutboxMail MailOf(const RecordRow& row) {
+  return {row.AsInteger(row.IndexOf("id")),
+          row.AsInteger(row.IndexOf("dok_id")),
+          TextOf(row, "kome"),
+          TextOf(row, "predmet"),
+          TextOf(row, "tekst"),
+          TextOf(row, "poruka"),
+          TextOf(row, "stanje")};
+}
+
+struct EndRow {
+  const char* state;
+  const char* words;
+};
+// By MailEnd.
+constexpr EndRow kEnds[] = {{"poslano", "was sent"},
+                            {"ceka", "was not sent and waits in the outbox"},
+                            {"odbijeno", "was refused"},
+                            {"nepoznato", "may have been sent, and no answer tells"}};
+
+}  // namespace
+
+const char* OutcomeWords(MailEnd end) { return kEnds[static_cast<std::size_t>(end)].words; }
+
+Outbox::Outbox(const PaperTemplate& paper, StoreRecord store)
+    : paper_(paper), store_(std::move(store)), painter_(paper.Text("stranica", "font")) {}
+
+std::vector<OutboxMail> Outbox::Mails(std::optional<std::int64_t> doc_id) const {
+  TAstaParamList request;
+  if (doc_id) request.FastAdd("dok_id", *doc_id);
+  std::vector<OutboxMail> mails;
+  for (const RecordSet stored = Asked("Posta", "adsPosta", request); const RecordRow& row : stored.Rows()) {
+    mails.push_back(MailOf(row));
+  }
+  return mails;
+}
+
+OutboxMail Outbox::Put(std::int64_t doc_id, const std::string& to) {
+  if (const std::string fault = AddressFault(to); !fault.empty()) throw Error(fault);
+  const Placeholders values = PlaceholdersOf(MakePage(doc_id, paper_), CurrentLocale());
+  RecordSet record = RecordOf("adsPosta", {{"dok_id", doc_id},
+                                           {"kome", to},
+                                           {"predmet", Filled(paper_.Text("posta", "predmet"), values)},
+                                           {"tekst", Filled(paper_.Text("posta", "tekst"), values)}});
+  const std::int64_t id = store_("PostaUpis", record);
+  return MailOf(Asked("Posta", "adsPosta", {{"id", id}}).RowAt(0));
+}
+
+const MailAccount& Outbox::Account() {
+  if (account_) return *account_;
+  const RecordSet stored = Asked("PostaRacun", "adsRacun", {});
+  if (stored.IsEmpty()) {
+    throw Error(
+        "the company has no account of mails yet; set it first: mox mail --account URL --sender ADDRESS");
+  }
+  const RecordRow row = stored.RowAt(0);
+  MailAccount account;
+  account.url = TextOf(row, "url");
+  account.user = TextOf(row, "korisnik");
+  account.password = TextOf(row, "lozinka");
+  account.sender = TextOf(row, "posiljatelj");
+  account.ca_file = App().Ini().ReadString("GENERAL", "CA_FILE", "");
+  const int seconds = App().Ini().ReadInteger("GENERAL", "TIMEOUT", 0);
+  if (seconds > 0) account.seconds = account.connect_seconds = seconds;
+  return account_.emplace(std::move(account));
+}
+
+Mail Outbox::MessageOf(const OutboxMail& mail) {
+  const DocumentPage page = MakePage(mail.doc_id, paper_);
+  account_->name = page.seller.name;
+  PdfFile file(paper_.Text("stranica", "font"), page.date);
+  file.Add(LayOutA4(page, paper_, painter_, CurrentLocale()));
+  const std::string name = FileNameOf(page);
+  Mail message{mail.to, mail.subject, mail.text, mail.message, {}};
+  message.attachments.push_back({name, "application/pdf", file.Finish()});
+  const RecordSet invoice = Asked("ERacunZaKupca", "adsData", {{"id", mail.doc_id}});
+  if (!invoice.IsEmpty()) {
+    message.attachments.push_back({name.substr(0, name.rfind('.')) + ".json", "application/json", TextOf(invoice.RowAt(0), "jsonData")});
+  }
+  return message;
+}
+
+MailOutcome Outbox::Send(const OutboxMail& mail) {
+  const MailAccount& account = Account();
+  const Mail message = MessageOf(mail);
+  // From here on it may have been sent, whatever becomes of this program.
+  RecordSet begin =
+      RecordOf("adsPosta", {{"id", mail.id}, {"potvrdeno", mail.Waits() ? std::string() : mail.state}});
+  const std::int64_t sending = store_("PostaPocetak", begin);
+  MailOutcome outcome;
+  try {
+    outcome = SendMail(account, message);
+  } catch (const Error& error) {
+    outcome = {MailEnd::kNotSent, error.what()};
+  }
+  Secrets secrets;
+  secrets.Add(account.password);
+  secrets.AddThoseOf(account.url);
+  outcome.answer = secrets.Blanked(outcome.answer);
+  RecordSet end =
+      RecordOf("adsSlanje", {{"id", sending},
+                             {"stanje", std::string(kEnds[static_cast<std::size_t>(outcome.end)].state)},
+                             {"odgovor", outcome.answer}});
+  store_("PostaKraj", end);
+  return outcome;
+}
+
+}  // namespace mox

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "mox/foundation/record_set.h"
+#include "paper/mail.h"
+#include "paper/paper_template.h"
+#include "paper/text_painter.h"
+
+namespace mox {
+
+/// Stores a record by a named transaction and answers the key that the server gave, 0 where it gave none.
+/// Raises Error that says why it was refused.
+using StoreRecord = std::function<std::int64_t(std::string_view transaction, RecordSet& record)>;
+
+/// A mail of the outbox, as the service "Posta" answers it.
+struct OutboxMail {
+  std::int64_t id = 0;
+  std::int64_t doc_id = 0;
+  std::string to;
+  std::string subject;
+  std::string text;
+  std::string message;  ///< its name
+  std::string state;    ///< "ceka", "salje", "poslano", "odbijeno" or "nepoznato"
+
+  bool Waits() const { return state == "ceka"; }
+  /// Whether the receiver may have it and nobody knows: another copy needs the user's leave.
+  bool IsDoubtful() const { return state == "salje" || state == "nepoznato"; }
+};
+
+/// The company's mails, wherever its database is: they are put into the outbox before anything is sent, each
+/// sending is noted before it begins and when it has ended.
+class Outbox {
+ public:
+  /// Reads and sends by the services of the installed application, whose settings CA_FILE and TIMEOUT
+  /// (seconds) it takes.
+  Outbox(const PaperTemplate& paper, StoreRecord store);
+
+  /// Those of a document, or all; the first one first.
+  std::vector<OutboxMail> Mails(std::optional<std::int64_t> doc_id = {}) const;
+  /// Puts the mail of a document, with subject and text of the template, into the outbox. Raises Error for a
+  /// faulty address and for a document that has no page.
+  OutboxMail Put(std::int64_t doc_id, const std::string& to);
+  /// Sends a mail with the page as PDF and, where there is one, the e-invoice. A mail that does not wait is
+  /// sent because the user agreed to it in the state that it has here; where it has changed meanwhile, it is
+  /// refused. Raises Error, nothing being sent, where the company has no account of mails or the document no
+  /// page.
+  MailOutcome Send(const OutboxMail& mail);
+
+ private:
+  const MailAccount& Account();
+  Mail MessageOf(const OutboxMail& mail);
+
+  const PaperTemplate& paper_;
+  StoreRecord store_;
+  TextPainter painter_;
+  std::optional<MailAccount> account_;  // once it is asked for
+};
+
+/// "was sent", "was refused": what became of a mail, for people.
+const char* OutcomeWords(MailEnd end);
+
+}  // namespace mox
