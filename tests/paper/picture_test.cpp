@@ -1,0 +1,123 @@
+#include "paper/picture.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "mox/foundation/error.h"
+
+namespace mox {
+namespace {
+
+// Red to the left, green to the right, the upper half transparent.
+Picture Sample(int width, int height) {
+  Picture picture{width, height, {}};
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const bool left = x < width / 2;
+      const std::uint8_t opacity = y < height / 2 ? 0 : 255;
+      picture.pixels.insert(picture.pixels.end(),
+                            {static_cast<std::uint8_t>(left && opacity != 0 ? 255 : 0),
+                             static_cast<std::uint8_t>(left || opacity == 0 ? 0 : 255), 0, opacity});
+    }
+  }
+  return picture;
+}
+
+constexpr std::string_view kGif(
+    "GIF89a\x02\x00\x01\x00\x80\x00\x00\xFF\x00\x00\x00\xFF\x00,"
+    "\x00\x00\x00\x00\x02\x00\x01\x00\x00\x02\x02\x44\x0A\x00;",
+    36);
+
+std::string FaultOf(std::string_view bytes) {
+  try {
+    DecodePicture(bytes);
+    return {};
+  } catch (const Error& error) {
+    return error.what();
+  }
+}
+
+TEST(PictureTest, ReadsSizesFromHeadersAndPixelsOfEachKind) {
+  const Picture sample = Sample(30, 20);
+  const std::string png = EncodePng(sample);
+  const std::string jpeg = EncodeJpeg(sample);
+  EXPECT_EQ(DecodePicture(png).pixels, sample.pixels);
+  const struct {
+    std::string_view bytes;
+    PictureKind kind;
+    int width;
+    int height;
+  } rows[] = {
+      {png, PictureKind::kPng, 30, 20}, {jpeg, PictureKind::kJpeg, 30, 20}, {kGif, PictureKind::kGif, 2, 1}};
+  for (const auto& row : rows) {
+    const PictureHeader header = ReadPictureHeader(row.bytes);
+    EXPECT_EQ(header.kind, row.kind);
+    EXPECT_EQ(header.width, row.width);
+    EXPECT_EQ(header.height, row.height);
+    EXPECT_EQ(DecodePicture(row.bytes).pixels.size(), static_cast<std::size_t>(row.width * row.height * 4));
+  }
+}
+
+// Whatever is cut off or changed is told or harmless, and takes no more than its size.
+TEST(PictureTest, TellsDamagedAndLyingPictures) {
+  const std::string png = EncodePng(Sample(40, 40));
+  const std::string jpeg = EncodeJpeg(Sample(40, 40));
+  std::string huge = png;
+  huge.replace(16, 8, std::string("\x00\x01\x00\x00\x00\x01\x00\x00", 8));
+  std::string wider = png;
+  wider[19] = 41;
+  std::string nothing(kGif);
+  nothing[6] = 0;
+  std::string passes = jpeg;
+  for (int i = 0; i < 100; ++i) passes += "\xFF\xDA";
+  const struct {
+    std::string bytes;
+    const char* says;
+  } rows[] = {{"", "is no JPEG, PNG or GIF"},
+              {"BM", "is no JPEG, PNG or GIF"},
+              {png.substr(0, 20), "ends within its header"},
+              {jpeg.substr(0, 3), "ends within its header"},
+              {huge, "is too large: 65536 x 65536 pixels"},
+              {wider, "cannot be decoded"},
+              {nothing, "says that it has 0 x 1 pixels"},
+              {passes, "has too many passes"},
+              {png.substr(0, png.size() / 2), "cannot be decoded"}};
+  for (const auto& row : rows) {
+    EXPECT_NE(FaultOf(row.bytes).find(row.says), std::string::npos) << row.says << ": " << FaultOf(row.bytes);
+  }
+  std::mt19937 random(7);  // NOLINT: the same in every run
+  for (const std::string& whole : {png, jpeg, std::string(kGif)}) {
+    for (std::size_t size = 0; size < whole.size(); ++size) FaultOf(std::string_view(whole).substr(0, size));
+    for (int i = 0; i < 300; ++i) {
+      std::string spoiled = whole;
+      spoiled[random() % spoiled.size()] = static_cast<char>(random());
+      FaultOf(spoiled);
+    }
+  }
+}
+
+TEST(PictureTest, ResizesInProportionAndCropsFromTheMiddle) {
+  const Picture sample = Sample(400, 200);
+  const Picture small = ResizedTo(sample, 100, 100);
+  EXPECT_EQ(small.width, 100);
+  EXPECT_EQ(small.height, 50);
+  // Below to the left it is red, to the right green, above transparent.
+  const auto pixel = [&](int x, int y) {
+    return &small.pixels[static_cast<std::size_t>((y * small.width + x) * 4)];
+  };
+  EXPECT_GT(pixel(10, 45)[0], 250);
+  EXPECT_GT(pixel(90, 45)[1], 250);
+  EXPECT_EQ(pixel(50, 5)[3], 0);
+  EXPECT_EQ(ResizedTo(sample, 1000, 1000).pixels, sample.pixels);
+  EXPECT_EQ(ResizedTo(Sample(1000, 1), 10, 10).height, 1);
+  const Picture square = CroppedTo(sample, 1, 1);
+  EXPECT_EQ(square.width, 200);
+  EXPECT_EQ(square.height, 200);
+  EXPECT_EQ(square.pixels[199 * 200 * 4], 255);          // red begins
+  EXPECT_EQ(square.pixels[199 * 200 * 4 + 100 * 4], 0);  // green in the middle
+  EXPECT_EQ(CroppedTo(Sample(20, 90), 2, 1).height, 10);
+}
+
+}  // namespace
+}  // namespace mox
