@@ -49,6 +49,20 @@ void SetAccount(const MailArguments& arguments, Session& session) {
   RequireStored(server, ExecuteTransaction("PostaRacunUpis", {&account}));
 }
 
+class ServerStore : public RecordStore {
+ public:
+  explicit ServerStore(const CompanyAccess& server) : server_(server) {}
+
+  std::int64_t Store(std::string_view transaction, RecordSet& record) override {
+    RequireStored(server_, ExecuteTransaction(transaction, {&record}));
+    const auto& stored = server_.LastWrite().stored;
+    return stored && !stored->IsEmpty() ? stored->RowAt(0).AsInteger(0) : 0;
+  }
+
+ private:
+  const CompanyAccess& server_;
+};
+
 // Sends mails of the outbox, one after the other, and tells what became of each.
 class MailRun {
  public:
@@ -57,11 +71,7 @@ class MailRun {
         session_(session),
         server_(ServerOf(session)),
         paper_(TemplateOf(arguments.template_file)),
-        outbox_(paper_, [this](std::string_view transaction, RecordSet& record) {
-          RequireStored(server_, ExecuteTransaction(transaction, {&record}));
-          const auto& stored = server_.LastWrite().stored;
-          return stored && !stored->IsEmpty() ? stored->RowAt(0).AsInteger(0) : 0;
-        }) {}
+        outbox_(paper_, server_) {}
 
   void SendDocument(std::int64_t doc_id) {
     for (const OutboxMail& mail : outbox_.Mails(doc_id)) {
@@ -104,7 +114,7 @@ class MailRun {
 
   const MailArguments& arguments_;
   Session& session_;
-  const CompanyAccess& server_;
+  ServerStore server_;
   PaperTemplate paper_;
   Outbox outbox_;
 };

@@ -57,8 +57,8 @@ constexpr EndRow kEnds[] = {{"poslano", "was sent"},
 
 const char* OutcomeWords(MailEnd end) { return kEnds[static_cast<std::size_t>(end)].words; }
 
-Outbox::Outbox(const PaperTemplate& paper, StoreRecord store)
-    : paper_(paper), store_(std::move(store)), painter_(paper.Text("stranica", "font")) {}
+Outbox::Outbox(const PaperTemplate& paper, RecordStore& store)
+    : paper_(paper), store_(store), painter_(paper.Text("stranica", "font")) {}
 
 std::vector<OutboxMail> Outbox::Mails(std::optional<std::int64_t> doc_id) const {
   TAstaParamList request;
@@ -77,12 +77,12 @@ OutboxMail Outbox::Put(std::int64_t doc_id, const std::string& to) {
                                            {"kome", to},
                                            {"predmet", Filled(paper_.Text("posta", "predmet"), values)},
                                            {"tekst", Filled(paper_.Text("posta", "tekst"), values)}});
-  const std::int64_t id = store_("PostaUpis", record);
+  const std::int64_t id = store_.Store("PostaUpis", record);
   return MailOf(Asked("Posta", "adsPosta", {{"id", id}}).RowAt(0));
 }
 
 const MailAccount& Outbox::Account() {
-  if (account_) return *account_;
+  if (!account_.url.empty()) return account_;
   const RecordSet stored = Asked("PostaRacun", "adsRacun", {});
   if (stored.IsEmpty()) {
     throw Error(
@@ -97,12 +97,13 @@ const MailAccount& Outbox::Account() {
   account.ca_file = App().Ini().ReadString("GENERAL", "CA_FILE", "");
   const int seconds = App().Ini().ReadInteger("GENERAL", "TIMEOUT", 0);
   if (seconds > 0) account.seconds = account.connect_seconds = seconds;
-  return account_.emplace(std::move(account));
+  account_ = std::move(account);
+  return account_;
 }
 
 Mail Outbox::MessageOf(const OutboxMail& mail) {
   const DocumentPage page = MakePage(mail.doc_id, paper_);
-  account_->name = page.seller.name;
+  account_.name = page.seller.name;
   PdfFile file(paper_.Text("stranica", "font"), page.date);
   file.Add(LayOutA4(page, paper_, painter_, CurrentLocale()));
   const std::string name = FileNameOf(page);
@@ -121,7 +122,7 @@ MailOutcome Outbox::Send(const OutboxMail& mail) {
   // From here on it may have been sent, whatever becomes of this program.
   RecordSet begin =
       RecordOf("adsPosta", {{"id", mail.id}, {"potvrdeno", mail.Waits() ? std::string() : mail.state}});
-  const std::int64_t sending = store_("PostaPocetak", begin);
+  const std::int64_t sending = store_.Store("PostaPocetak", begin);
   MailOutcome outcome;
   try {
     outcome = SendMail(account, message);
@@ -136,7 +137,7 @@ MailOutcome Outbox::Send(const OutboxMail& mail) {
       RecordOf("adsSlanje", {{"id", sending},
                              {"stanje", std::string(kEnds[static_cast<std::size_t>(outcome.end)].state)},
                              {"odgovor", outcome.answer}});
-  store_("PostaKraj", end);
+  store_.Store("PostaKraj", end);
   return outcome;
 }
 

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "mox/foundation/record_set.h"
 #include "paper/mail.h"
@@ -12,9 +13,14 @@
 
 namespace mox {
 
-/// Stores a record by a named transaction and answers the key that the server gave, 0 where it gave none.
-/// Raises Error that says why it was refused.
-using StoreRecord = std::function<std::int64_t(std::string_view transaction, RecordSet& record)>;
+/// How the outbox stores what it does.
+class RecordStore {
+ public:
+  virtual ~RecordStore() = default;
+  /// Stores a record by a named transaction and answers the key that the server gave, 0 where it gave none.
+  /// Raises Error that says why it was refused.
+  virtual std::int64_t Store(std::string_view transaction, RecordSet& record) = 0;
+};
 
 /// A mail of the outbox, as the service "Posta" answers it.
 struct OutboxMail {
@@ -37,7 +43,7 @@ class Outbox {
  public:
   /// Reads and sends by the services of the installed application, whose settings CA_FILE and TIMEOUT
   /// (seconds) it takes.
-  Outbox(const PaperTemplate& paper, StoreRecord store);
+  Outbox(const PaperTemplate& paper, RecordStore& store);
 
   /// Those of a document, or all; the first one first.
   std::vector<OutboxMail> Mails(std::optional<std::int64_t> doc_id = {}) const;
@@ -55,9 +61,9 @@ class Outbox {
   Mail MessageOf(const OutboxMail& mail);
 
   const PaperTemplate& paper_;
-  StoreRecord store_;
+  RecordStore& store_;
   TextPainter painter_;
-  std::optional<MailAccount> account_;  // once it is asked for
+  MailAccount account_;  // without an address until it is asked for
 };
 
 /// "was sent", "was refused": what became of a mail, for people.
