@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "appserver/article_pictures.h"
 #include "appserver/client_services.h"
 #include "appserver/codebook_services.h"
 #include "appserver/document_list.h"
@@ -385,8 +386,8 @@ std::span<const NamedService> NamedServiceTable() {
     table.push_back(DocumentListService());
     table.push_back(WriteJournalService());
     for (const std::span<const NamedService> family :
-         {PrintServices(), MailServices(), StockServices(), ReportServices(), CodebookServices(),
-          ClientServices()}) {
+         {PrintServices(), MailServices(), ArticlePictureServices(), StockServices(), ReportServices(),
+          CodebookServices(), ClientServices()}) {
       table.insert(table.end(), family.begin(), family.end());
     }
     return table;

@@ -1,5 +1,6 @@
 #include "appserver/named_transaction_table.h"
 
+#include "appserver/article_pictures.h"
 #include "appserver/codebook_transactions.h"
 #include "appserver/company_transactions.h"
 #include "appserver/document_transactions.h"
@@ -16,10 +17,10 @@ namespace mox {
 std::span<const NamedTransaction> NamedTransactionTable() {
   static const auto all = [] {
     std::vector<NamedTransaction> table;
-    for (const auto& some :
-         {DocumentTransactionTable(), CompanyTransactionTable(), CodebookTransactionTable(),
-          RateTransactionTable(), MoneyTransactionTable(), EInvoiceTransactionTable(),
-          FiscalTransactionTable(), MailTransactionTable(), ImportTransactionTable()}) {
+    for (const auto& some : {DocumentTransactionTable(), CompanyTransactionTable(),
+                             CodebookTransactionTable(), RateTransactionTable(), MoneyTransactionTable(),
+                             EInvoiceTransactionTable(), FiscalTransactionTable(), MailTransactionTable(),
+                             ArticlePictureTransactionTable(), ImportTransactionTable()}) {
       table.insert(table.end(), some.begin(), some.end());
     }
     table.push_back(UndoImportTransaction());

@@ -41,7 +41,8 @@ const NamedService kServices[] = {
      "id:integer",
      "what a stored document says on paper besides its own records: seller, partner, place, the document "
      "that "
-     "it cancels, what the tax administration knows of it, whether it is paid at once and when it was "
+     "it cancels and the one that cancels it, what the tax administration knows of it, whether it is paid at "
+     "once and when it was "
      "stored, "
      "and the payment slips that the company has",
      {{"Poduzece", "naziv,oib,adresa,mjesto,iban,banka,swift", "", FillSeller},
@@ -66,6 +67,10 @@ SELECT o.id, o.vrsta, o.broj, o.godina, o.datum, o.ukupno, f.broj_racuna
 FROM dok d JOIN dok o ON o.id = d.stornira_id
 LEFT JOIN dok_fiskalno f ON f.dok_id = o.id
 WHERE d.id = :id)"},
+      {"Storno", "id:integer,vrsta,broj:integer,godina:integer,datum:date,broj_racuna", R"(
+SELECT s.id, s.vrsta, s.broj, s.godina, s.datum, f.broj_racuna
+FROM dok s LEFT JOIN dok_fiskalno f ON f.dok_id = s.id
+WHERE s.stornira_id = :id)"},
       {"Fiskalno", "broj_racuna,zki,jir,vrijeme:datetime", R"(
 SELECT broj_racuna, zki, jir, vrijeme FROM dok_fiskalno WHERE dok_id = :id)"},
       {"Upis", "placeno_odmah:boolean,vrijeme:datetime", R"(

@@ -73,7 +73,8 @@ extern const Command kQrCommand;
 extern const Command kEInvoiceCommand;
 extern const Command kLoginCommand;
 extern const Command kLogoutCommand;
-extern const Command kPrintCommand;  ///< this one and the next where paper is built
+extern const Command kPrintCommand;  ///< this one and the next ones where paper is built
 extern const Command kMailCommand;
+extern const Command kPictureCommand;
 
 }  // namespace mox

@@ -36,7 +36,7 @@ const std::vector<const Command*> kCommands = [] {
       &kPayCommand,     &kReportCommand,   &kQueryCommand,   &kStoreCommand,    &kImportCommand,
       &kQrCommand,      &kEInvoiceCommand, &kLoginCommand,   &kLogoutCommand};
 #if defined(MOX_WITH_PAPER)
-  commands.insert(commands.end(), {&kPrintCommand, &kMailCommand});
+  commands.insert(commands.end(), {&kPrintCommand, &kMailCommand, &kPictureCommand});
 #endif
   return commands;
 }();

@@ -72,6 +72,20 @@ class Sheets {
     sheet().texts.push_back({x, y, width, text, style, align, true});
     return height;
   }
+  /// What `place` places is one row of the table that was begun last.
+  template <typename Place>
+  void Row(TextRole role, const Place& place) {
+    const std::size_t first = sheet().texts.size();
+    place();
+    ++row_;
+    for (std::size_t i = first; i < sheet().texts.size(); ++i) {
+      LaidText& text = sheet().texts[i];
+      text.role = role;
+      text.table = table_;
+      text.row = row_;
+    }
+  }
+  void BeginTable() { ++table_; }
   void Rule(double x, double y, double width, double gray = 0.2) {
     sheet().rules.push_back({x, y, width, kHairline, gray});
   }
@@ -97,6 +111,8 @@ class Sheets {
   double size_;
   double footer_height_ = 0;
   double y_ = 0;
+  int table_ = 0;
+  int row_ = 0;
   std::vector<LaidSheet> sheets_;
 };
 
@@ -164,6 +180,7 @@ class A4Layout {
 
   void PlaceTitle() {
     sheets_.Skip(sheets_.Text(kMargin, kWidth, page_.title + " " + page_.number, sheets_.Title()) + kGap);
+    sheets_.sheet().texts.back().role = TextRole::kTitle;
   }
 
   // Labels in one column, what they stand for in another; answers the height.
@@ -205,8 +222,10 @@ class A4Layout {
       sheets_.Need(60);
       sheets_.Skip(sheets_.Text(kMargin, kWidth, table.heading, sheets_.Bold()) + 2);
     }
-    TableLayout layout(table, painter_, sheets_.Normal().size, kWidth);
+    TableLayout layout(table, painter_, sheets_.Normal().size, kWidth,
+                       paper_.Number("stranica", "slika_visina") * kPointsPerMm);
     sheets_.Need(layout.HeadingHeight() + 3 * layout.LineHeight());
+    sheets_.BeginTable();
     PlaceHeading(layout);
     std::vector<Currency> carried(table.sums.size());
     const bool sums = !carried.empty();
@@ -220,7 +239,7 @@ class A4Layout {
         PlaceHeading(layout);
         if (sums) PlaceSums(layout, table.SumCells(carried, locale_), "Prijenos");
       }
-      layout.PlaceRow(i, kMargin, sheets_.y(), sheets_.sheet());
+      sheets_.Row(TextRole::kCell, [&] { layout.PlaceRow(i, kMargin, sheets_.y(), sheets_.sheet()); });
       sheets_.Skip(height);
       if (!is_last) sheets_.Rule(kMargin, sheets_.y() - kHairline, kWidth, 0.85);
       for (std::size_t sum = 0; sum < carried.size(); ++sum) carried[sum] += table.rows[i].amounts[sum];
@@ -230,14 +249,15 @@ class A4Layout {
   }
 
   void PlaceHeading(TableLayout& layout) {
-    layout.PlaceHeading(kMargin, sheets_.y(), sheets_.sheet());
+    sheets_.Row(TextRole::kHeading, [&] { layout.PlaceHeading(kMargin, sheets_.y(), sheets_.sheet()); });
     sheets_.Skip(layout.HeadingHeight());
     sheets_.Rule(kMargin, sheets_.y() - kHairline, kWidth);
   }
 
   void PlaceSums(TableLayout& layout, const std::vector<std::string>& cells, const char* label) {
     sheets_.Rule(kMargin, sheets_.y(), kWidth);
-    layout.PlaceSums(cells, label, kMargin, sheets_.y(), sheets_.sheet());
+    sheets_.Row(TextRole::kCell,
+                [&] { layout.PlaceSums(cells, label, kMargin, sheets_.y(), sheets_.sheet()); });
     sheets_.Skip(layout.LineHeight());
   }
 
@@ -256,16 +276,21 @@ class A4Layout {
     if (page_.taxes.empty()) return 0;
     const double column = width / 4;
     double y = top;
-    const auto row = [&](const std::array<std::string, 4>& cells, const TextStyle& style) {
-      for (std::size_t i = 0; i < cells.size(); ++i) {
-        const double x = kMargin + column * static_cast<double>(i);
-        PlaceFitting(x, y, column, cells[i], style, i == 0 ? Align::kLeft : Align::kRight);
-      }
+    sheets_.BeginTable();
+    const auto row = [&](const std::array<std::string, 4>& cells, const TextStyle& style, TextRole role) {
+      sheets_.Row(role, [&] {
+        for (std::size_t i = 0; i < cells.size(); ++i) {
+          const double x = kMargin + column * static_cast<double>(i);
+          PlaceFitting(x, y, column, cells[i], style, i == 0 ? Align::kLeft : Align::kRight);
+        }
+      });
       y += line;
     };
-    row({"PDV", "Osnovica", "Iznos PDV-a", "Ukupno"}, sheets_.Bold());
+    row({"PDV", "Osnovica", "Iznos PDV-a", "Ukupno"}, sheets_.Bold(), TextRole::kHeading);
     sheets_.Rule(kMargin, y - 2, width);
-    for (const PageTaxRow& tax : page_.taxes) row({tax.rate, tax.base, tax.tax, tax.total}, sheets_.Normal());
+    for (const PageTaxRow& tax : page_.taxes) {
+      row({tax.rate, tax.base, tax.tax, tax.total}, sheets_.Normal(), TextRole::kCell);
+    }
     return y - top;
   }
 
@@ -278,12 +303,15 @@ class A4Layout {
 
   double PlaceSumRows(double top, double x, double width, double line) {
     double y = top;
+    sheets_.BeginTable();
     const auto row = [&](const std::string& label, const std::string& amount, bool strong) {
       const TextStyle style = strong ? TextStyle{sheets_.Normal().size * 1.2, true} : sheets_.Normal();
       if (strong) sheets_.Rule(x, y - 1, width);
       const double space = strong ? 2 : 0;
-      PlaceFitting(x, y + space, width * 0.55, label, style, Align::kLeft);
-      PlaceFitting(x + width * 0.55, y + space, width * 0.45, amount, style, Align::kRight);
+      sheets_.Row(TextRole::kCell, [&] {
+        PlaceFitting(x, y + space, width * 0.55, label, style, Align::kLeft);
+        PlaceFitting(x + width * 0.55, y + space, width * 0.45, amount, style, Align::kRight);
+      });
       y += line * (strong ? 1.4 : 1);
     };
     if (!page_.discount.empty()) row("Odobreni popust", page_.discount, false);

@@ -11,11 +11,12 @@ font = DejaVu Sans
 velicina = 8.5
 logo =
 logo_visina = 18
+slika_visina = 12
 slovima = da
 
 [naslovi]
 
-# The columns of lines by kind of document, of its services KIND.usluge; roba and usluge are for all others.
+# The columns of lines (slika: the picture of the article) by kind of document, of its services KIND.usluge; roba and usluge are for all others.
 [stupci]
 roba = rb sifra naziv jm kolicina pc rabat pov_naki osnovica tbr_stp ukupno
 usluge = rb sifra naziv jm kolicina pc rabat osnovica tbr_stp ukupno

@@ -19,6 +19,9 @@ struct TextStyle {
   bool bold = false;
 };
 
+/// What a text is to who has the page read aloud.
+enum class TextRole { kParagraph, kTitle, kHeading, kCell };
+
 /// A text in a box of that width, whose height is that of its lines.
 struct LaidText {
   double x = 0;
@@ -28,6 +31,9 @@ struct LaidText {
   TextStyle style;
   Align align = Align::kLeft;
   bool wraps = false;
+  TextRole role = TextRole::kParagraph;
+  int table = 0;  ///< of headings and cells: which table of the document, and which row of all
+  int row = 0;
 };
 
 struct LaidRule {

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "mox/foundation/base64.h"
 #include "mox/foundation/error.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
@@ -36,21 +37,6 @@ bool IsDotted(std::string_view text, std::string_view others) {
   return std::all_of(text.begin(), text.end(), [others](char c) {
     return IsLetterOrDigit(c) || c == '.' || others.find(c) != std::string_view::npos;
   });
-}
-
-std::string Base64(std::string_view bytes) {
-  constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  for (std::size_t at = 0; at < bytes.size(); at += 3) {
-    unsigned group = 0;
-    for (std::size_t i = 0; i < 3; ++i) {
-      group = group << 8U | (at + i < bytes.size() ? static_cast<unsigned char>(bytes[at + i]) : 0U);
-    }
-    for (unsigned i = 0; i < 4; ++i) {
-      text += at + i > bytes.size() ? '=' : kDigits[group >> (18 - 6 * i) & 63U];
-    }
-  }
-  return text;
 }
 
 std::string PartOf(CURLU* url, CURLUPart part) {
@@ -188,7 +174,7 @@ std::string EncodedHeader(std::string_view text) {
       if (size + next > kMostBytes) break;
       size += next;
     }
-    encoded += (encoded.empty() ? "=?UTF-8?B?" : "\r\n =?UTF-8?B?") + Base64(rest.substr(0, size)) + "?=";
+    encoded += (encoded.empty() ? "=?UTF-8?B?" : "\r\n =?UTF-8?B?") + ToBase64(rest.substr(0, size)) + "?=";
     rest.remove_prefix(size);
   }
   return encoded;

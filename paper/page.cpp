@@ -98,11 +98,20 @@ std::string TimeOf(const PageSource& source, Date date) {
   return DayOf(moment) == date ? time : DateToText(DayOf(moment), CurrentLocale()) + " " + time;
 }
 
-void AddFacts(const PageSource& source, DocumentPage& page) {
+// "Gotovinski račun 1/2026 od 02.03.2026": another document that a page names.
+std::string NamedWith(const RecordSet& document, const PaperTemplate& paper) {
+  const DocumentKind* const kind = FindDocumentKind(TextOf(document, "vrsta"));
+  return Joined(kind == nullptr ? std::string() : paper.TitleOf(*kind), " ",
+                NumberOf(document, TextOf(document, "broj_racuna"))) +
+         " od " + DateField(document, "datum");
+}
+
+void AddFacts(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
   const RecordSet& header = source.header;
   std::vector<PageFact>& facts = page.facts;
-  const bool bought =
-      source.kind->is == DocumentClass::kInvoice || source.kind->is == DocumentClass::kProForma;
+  if (page.cancelled) Add(facts, "STORNIRANO", NamedWith(source.storno, paper));
+  const bool is_offer = source.kind->is == DocumentClass::kProForma;
+  const bool bought = source.kind->is == DocumentClass::kInvoice || is_offer;
   Add(facts, bought ? "Datum izdavanja" : "Datum", DateField(header, "datum"));
   Add(facts, "Vrijeme izdavanja", TimeOf(source, page.date));
   const std::string place = Joined(TextOf(source.place, "ptt"), " ", TextOf(source.place, "mjesto"));
@@ -136,16 +145,18 @@ void AddTaxes(const PageSource& source, DocumentPage& page) {
   const RecordSet& taxes = source.taxes;
   const auto charged = [&](Currency tax) { return source.IsUncharged() ? Currency() : tax; };
   const LocaleSettings& locale = CurrentLocale();
-  const auto add = [&](std::string rate, Currency base, Currency tax) {
-    page.taxes.push_back(
-        {std::move(rate), AmountText(base, locale), AmountText(tax, locale), AmountText(base + tax, locale)});
+  const auto add = [&](std::string rate, Currency base, Currency tax, bool is_sum = false) {
+    page.taxes.push_back({std::move(rate), AmountText(base, locale), AmountText(tax, locale),
+                          AmountText(base + tax, locale), is_sum});
   };
   for (const RecordRow& tax : taxes.Rows()) {
     std::string rate = tax.AsText(tax.IndexOf("oznaka_stope"));
     if (rate.empty()) rate = PercentText(tax.AsFloat(tax.IndexOf("stopa")), locale) + "%";
     add(rate, tax.AsCurrency(tax.IndexOf("osnovica")), charged(tax.AsCurrency(tax.IndexOf("porez"))));
   }
-  if (page.taxes.size() > 1) add("Ukupno", SumOf(taxes, "osnovica"), charged(SumOf(taxes, "porez")));
+  if (page.taxes.size() > 1) {
+    add("Ukupno", SumOf(taxes, "osnovica"), charged(SumOf(taxes, "porez")), true);
+  }
 }
 
 // Lines are rounded one by one, so the sum of their totals may part from base and tax, by a cent a line at
@@ -175,8 +186,8 @@ void AddSums(const PageSource& source, Currency discount, DocumentPage& page) {
                 rest.ToString());
   }
   if (!rest.IsZero() && !source.taxes.IsEmpty()) add("Zaokruženje", rest);
-  const bool paid =
-      (source.kind->IsSale() || source.kind->is == DocumentClass::kProForma) && page.total->Sign() >= 0;
+  const bool paid = (source.kind->IsSale() || source.kind->is == DocumentClass::kProForma) &&
+                    page.total->Sign() >= 0 && !page.cancelled;
   add(paid ? "Ukupno za platiti" : "Ukupno", *page.total, true);
 }
 
@@ -281,7 +292,7 @@ void AddSlip(const PageSource& source, const PaperTemplate& paper, DocumentPage&
 
 void AddPayment(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
   const bool asks = source.kind->IsSale() || source.kind->is == DocumentClass::kProForma;
-  if (!asks || !source.IsPaidLater() || !page.total || page.total->Sign() <= 0) return;
+  if (!asks || !source.IsPaidLater() || !page.total || page.total->Sign() <= 0 || page.cancelled) return;
   const std::string iban = TextOf(source.seller, "iban");
   if (iban.empty()) {
     page.warnings.push_back(std::string(kNoPaymentCode) + "the company has no bank account");
@@ -328,12 +339,7 @@ void AddForeignTax(const PageSource& source, DocumentPage& page) {
 }
 
 void AddNotes(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
-  if (!source.original.IsEmpty()) {
-    const DocumentKind* const kind = FindDocumentKind(TextOf(source.original, "vrsta"));
-    page.notes.push_back("Stornira se: " + (kind == nullptr ? std::string() : paper.TitleOf(*kind)) + " " +
-                         NumberOf(source.original, TextOf(source.original, "broj_racuna")) + " od " +
-                         DateField(source.original, "datum"));
-  }
+  if (!source.original.IsEmpty()) page.notes.push_back("Stornira se: " + NamedWith(source.original, paper));
   const std::string text = ParagraphOf(source.header, "opis");
   if (!text.empty()) page.notes.push_back(text);
   AddForeignTax(source, page);
@@ -370,7 +376,8 @@ DocumentPage MakePage(std::int64_t id, const PaperTemplate& paper) {
   page.partner_mail = TextOf(source.partner, "email");
   page.total = ToBePaid(*source.figures_kind, source.Sets());
   CheckSource(source, page);
-  AddFacts(source, page);
+  page.cancelled = !source.storno.IsEmpty();
+  AddFacts(source, paper, page);
   const Currency discount = FillTables(source, paper, page);
   AddTaxes(source, page);
   AddSums(source, discount, page);

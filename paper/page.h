@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,6 +11,7 @@
 #include "mox/foundation/currency.h"
 #include "mox/foundation/dates.h"
 #include "paper/paper_template.h"
+#include "paper/picture.h"
 
 namespace mox {
 
@@ -38,6 +40,7 @@ struct PageTable {
     std::vector<std::string> cells;  ///< one for each column
     std::vector<Currency> amounts;   ///< of the summed columns, in their order
     std::string consumer_price;      ///< with tax, where what is to be paid has it; for slips
+    std::shared_ptr<const Picture> picture = nullptr;  ///< of its article, where a column shows it
   };
   std::string heading;     ///< "Usluge"; empty where the document has one table
   std::string to_be_paid;  ///< the field whose sum is what the lines cost; empty where they cost nothing
@@ -55,6 +58,7 @@ struct PageTaxRow {
   std::string base;
   std::string tax;
   std::string total;
+  bool is_sum = false;
 };
 
 struct PageSum {
@@ -73,6 +77,7 @@ struct DocumentPage {
   PageParty seller;
   PageParty partner;
   std::string partner_mail;
+  bool cancelled = false;  ///< another document cancels it, which a fact tells
   std::vector<PageFact> facts;
   std::vector<PageTable> tables;
   std::vector<PageTaxRow> taxes;

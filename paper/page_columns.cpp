@@ -11,7 +11,7 @@ constexpr PageColumn kColumns[] = {
     {"rb", "Rb.", PageValue::kNumber},
     {"sifra", "Šifra", PageValue::kText, kWhereGiven},
     {"naziv", "Naziv", PageValue::kText},
-    {"slika", "Slika", PageValue::kText, kWhereGiven},
+    {"slika", "Slika", PageValue::kPicture, kWhereGiven},
     {"jm", "JM", PageValue::kText, kWhereGiven},
     {"kolicina", "Količina", PageValue::kQuantity},
     {"fc", "Fakturna cijena", PageValue::kPrice},

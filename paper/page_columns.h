@@ -6,11 +6,22 @@
 
 namespace mox {
 
-/// How a column of lines is shown. Amounts are summed below the lines and carried over to the next page.
-enum class PageValue : std::uint8_t { kNumber, kText, kQuantity, kPrice, kAmount, kPercent, kDiscounts };
+/// How a column of lines is shown. Amounts are summed below the lines and carried over to the next page;
+/// pictures are shown on sheets alone.
+enum class PageValue : std::uint8_t {
+  kNumber,
+  kText,
+  kPicture,
+  kQuantity,
+  kPrice,
+  kAmount,
+  kPercent,
+  kDiscounts
+};
 
-/// A column that the lines of a page can have, by the name of the field that it shows. Two of them are not
-/// fields: "rb" counts the lines, "rabat" shows the percents of all discounts of a line.
+/// A column that the lines of a page can have, by the name of the field that it shows. Three of them are not
+/// fields: "rb" counts the lines, "rabat" shows the percents of all discounts of a line, "slika" the picture
+/// of its article.
 struct PageColumn {
   std::string_view name;
   std::string_view heading;  ///< Croatian; a template may have another one
@@ -18,6 +29,7 @@ struct PageColumn {
   bool always = true;  ///< false: left out where no line has anything in it
 
   bool IsText() const { return value == PageValue::kText; }
+  bool IsPicture() const { return value == PageValue::kPicture; }
   bool IsSummed() const { return value == PageValue::kAmount; }
 };
 

@@ -66,6 +66,7 @@ PageSource ReadPageSource(std::int64_t id) {
   source.partner = Take(*more, "Partner");
   source.place = Take(*more, "Mjesto");
   source.original = Take(*more, "Izvornik");
+  source.storno = Take(*more, "Storno");
   source.fiscal = Take(*more, "Fiskalno");
   source.stored = Take(*more, "Upis");
   source.slips = Take(*more, "Virmani");

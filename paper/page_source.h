@@ -16,6 +16,7 @@ struct PageSource {
   RecordSet partner;
   RecordSet place;
   RecordSet original;  ///< what it cancels; without records where it cancels nothing
+  RecordSet storno;    ///< what cancels it, likewise
   RecordSet fiscal;
   RecordSet stored;  ///< how it is paid, and when it was stored
   RecordSet slips;

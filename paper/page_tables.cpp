@@ -5,6 +5,7 @@
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
+#include "paper/article_pictures.h"
 
 namespace mox {
 namespace {
@@ -29,7 +30,8 @@ const NumberMask& PercentMask() {
 // nothing, whatever is stored there.
 class TableMaker {
  public:
-  TableMaker(const LineSchema& schema, const RecordSet& lines) : lines_(lines) {
+  TableMaker(const LineSchema& schema, const RecordSet& lines, const LinePictures* pictures)
+      : lines_(lines), pictures_(pictures) {
     std::vector<std::string_view> known = SplitNames(schema.inputs);
     for (const std::string_view name : SplitNames(schema.calculated)) known.push_back(name);
     for (std::size_t i = 0; i < std::size(kDiscountPercents); ++i) {
@@ -65,7 +67,9 @@ class TableMaker {
 
   bool HasAnything(const PageColumn& column, std::optional<std::size_t> field) const {
     for (const RecordRow& line : lines_.Rows()) {
-      if (column.value == PageValue::kDiscounts) {
+      if (column.IsPicture()) {
+        if (pictures_ != nullptr && pictures_->Of(line) != nullptr) return true;
+      } else if (column.value == PageValue::kDiscounts) {
         if (!DiscountText(line).empty()) return true;
       } else if (field && !line.IsNull(*field)) {
         if (column.IsText() ? !line.AsTextView(*field).empty() : line.AsFloat(*field) != 0) return true;
@@ -115,6 +119,7 @@ class TableMaker {
     for (std::size_t i = 0; i < table.columns.size(); ++i) {
       const PageColumn& column = *table.columns[i].column;
       row.cells.push_back(CellText(line, column, fields_[i]));
+      if (column.IsPicture()) row.picture = pictures_->Of(line);
       if (!column.IsSummed()) continue;
       const Currency amount = fields_[i] ? line.AsCurrency(*fields_[i]) : Currency();
       row.amounts.push_back(amount);
@@ -132,6 +137,7 @@ class TableMaker {
   }
 
   const RecordSet& lines_;
+  const LinePictures* pictures_;  // null where no column shows them
   const LocaleSettings& locale_ = CurrentLocale();
   std::vector<std::optional<std::size_t>> percents_;
   std::vector<std::optional<std::size_t>> amounts_;
@@ -150,8 +156,14 @@ Currency FillTables(const PageSource& source, const PaperTemplate& paper, Docume
     const RecordSet& lines = services ? source.services : source.goods;
     if (lines.IsEmpty()) continue;
     const DocumentKind& kind = *source.figures_kind;
-    TableMaker maker(services ? kind.services : kind.goods, lines);
-    PageTable table = maker.Make(paper.ColumnsOf(kind, services), paper, !source.IsUncharged());
+    const std::vector<const PageColumn*> columns = paper.ColumnsOf(kind, services);
+    const bool pictures =
+        !services && std::any_of(columns.begin(), columns.end(),
+                                 [](const PageColumn* column) { return column->IsPicture(); });
+    std::optional<LinePictures> shown;
+    if (pictures) shown.emplace(page.id, page.warnings);
+    TableMaker maker(services ? kind.services : kind.goods, lines, shown ? &*shown : nullptr);
+    PageTable table = maker.Make(columns, paper, !source.IsUncharged());
     const auto& to_be_paid = (services ? kind.services : kind.goods).to_be_paid;
     if (to_be_paid) table.to_be_paid = to_be_paid->text;
     if (both) table.heading = services ? "Usluge" : "Roba";

@@ -97,6 +97,7 @@ const std::vector<SectionRule>& Sections() {
         {"velicina", NumberFault<5, 14>},
         {"logo", AnyFault},
         {"logo_visina", NumberFault<5, 60>},
+        {"slika_visina", NumberFault<5, 40>},
         {"slovima", YesFault}}},
       {"naslovi", {{"*", AnyFault, IsKind}}},
       {"stupci", {{"roba", ColumnsFault}, {"usluge", ColumnsFault}, {"*", ColumnsFault, IsColumnsName}}},

@@ -47,8 +47,10 @@ void SayLanguage(std::string& pdf) {
   const std::string catalogue = pdf.substr(begin + head.size(), end - begin - head.size());
   if (!pdf.ends_with('\n')) pdf += '\n';
   const std::size_t place = pdf.size();
-  pdf += root + " 0 obj\n<< /Lang (hr-HR) /ViewerPreferences << /DisplayDocTitle true >>" + catalogue +
-         "endobj\n";
+  pdf +=
+      root +
+      " 0 obj\n<< /Lang (hr-HR) /MarkInfo << /Marked true >> /ViewerPreferences << /DisplayDocTitle true >>" +
+      catalogue + "endobj\n";
   const std::size_t table = pdf.size();
   const std::string offset = std::to_string(place);
   pdf += "xref\n" + root + " 1\n" + std::string(10 - offset.size(), '0') + offset + " 00000 n \n";
@@ -97,7 +99,10 @@ void PdfFile::Add(const LaidDocument& document) {
   }
   cairo_pdf_surface_set_size(file.surface, document.width, document.height);
   for (const LaidSheet& sheet : document.sheets) {
+    // The library takes no tag that goes on over sheets.
+    cairo_tag_begin(file.cairo, "Document", nullptr);
     DrawSheet(file.cairo, sheet, file.painter);
+    cairo_tag_end(file.cairo, "Document");
     cairo_show_page(file.cairo);
   }
   Require(cairo_status(file.cairo));

@@ -14,63 +14,10 @@
 namespace mox {
 namespace {
 
-constexpr std::size_t kMostBytes = 32'000'000;
 // Each pass of a JPEG goes over all of the picture, however little it says.
 constexpr std::size_t kMostPasses = 64;
 
 [[noreturn]] void Refuse(const std::string& reason) { throw Error("the picture " + reason); }
-
-unsigned ByteAt(std::string_view bytes, std::size_t at) {
-  if (at >= bytes.size()) Refuse("ends within its header");
-  return static_cast<unsigned char>(bytes[at]);
-}
-
-int BigEndian16(std::string_view bytes, std::size_t at) {
-  return static_cast<int>(ByteAt(bytes, at) << 8U | ByteAt(bytes, at + 1));
-}
-int LittleEndian16(std::string_view bytes, std::size_t at) {
-  return static_cast<int>(ByteAt(bytes, at + 1) << 8U | ByteAt(bytes, at));
-}
-int BigEndian32(std::string_view bytes, std::size_t at) {
-  const auto high = static_cast<unsigned>(BigEndian16(bytes, at));
-  if (high > 0x7FFF) Refuse("says a size that no picture has");
-  return static_cast<int>(high << 16U | static_cast<unsigned>(BigEndian16(bytes, at + 2)));
-}
-
-PictureHeader ReadPng(std::string_view bytes) {
-  constexpr std::string_view kFirstChunk("\0\0\0\x0DIHDR", 8);
-  constexpr std::size_t kSignature = 8;
-  BigEndian32(bytes, kSignature + kFirstChunk.size() + 4);
-  if (bytes.substr(kSignature, kFirstChunk.size()) != kFirstChunk) Refuse("is a PNG without its header");
-  const std::size_t at = kSignature + kFirstChunk.size();
-  return {PictureKind::kPng, BigEndian32(bytes, at), BigEndian32(bytes, at + 4)};
-}
-
-PictureHeader ReadGif(std::string_view bytes) {
-  return {PictureKind::kGif, LittleEndian16(bytes, 6), LittleEndian16(bytes, 8)};
-}
-
-bool IsFrame(unsigned marker) {
-  return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
-}
-
-// Segments follow each other until the one that says the size; what is before it is passed over by its
-// length.
-PictureHeader ReadJpeg(std::string_view bytes) {
-  constexpr unsigned kStartOfScan = 0xDA;
-  for (std::size_t at = 2;;) {
-    if (ByteAt(bytes, at) != 0xFF) Refuse("is a damaged JPEG");
-    while (ByteAt(bytes, at) == 0xFF) ++at;
-    const unsigned marker = ByteAt(bytes, at++);
-    const bool alone = marker == 0x01 || (marker >= 0xD0 && marker <= 0xD8);
-    if (alone) continue;
-    const int length = BigEndian16(bytes, at);
-    if (length < 2 || marker == 0xD9 || marker == 0x00) Refuse("is a damaged JPEG");
-    if (IsFrame(marker)) return {PictureKind::kJpeg, BigEndian16(bytes, at + 5), BigEndian16(bytes, at + 3)};
-    if (marker == kStartOfScan) Refuse("is a JPEG that does not say its size");
-    at += static_cast<std::size_t>(length);
-  }
-}
 
 std::size_t PassesOf(std::string_view jpeg) {
   std::size_t passes = 0;
@@ -144,25 +91,6 @@ void Append(void* bytes, void* data, int size) {
 }
 
 }  // namespace
-
-PictureHeader ReadPictureHeader(std::string_view bytes) {
-  constexpr std::string_view kPng("\x89PNG\r\n\x1A\n", 8);
-  PictureHeader header;
-  if (bytes.size() > kMostBytes) Refuse("has more than 32 MB");
-  if (bytes.starts_with(kPng)) {
-    header = ReadPng(bytes);
-  } else if (bytes.starts_with("GIF87a") || bytes.starts_with("GIF89a")) {
-    header = ReadGif(bytes);
-  } else if (bytes.starts_with("\xFF\xD8")) {
-    header = ReadJpeg(bytes);
-  } else {
-    Refuse("is no JPEG, PNG or GIF");
-  }
-  const std::string size = std::to_string(header.width) + " x " + std::to_string(header.height) + " pixels";
-  if (header.width == 0 || header.height == 0) Refuse("says that it has " + size);
-  if (std::int64_t{header.width} * header.height > kMostPixels) Refuse("is too large: " + size);
-  return header;
-}
 
 Picture DecodePicture(std::string_view bytes) {
   const PictureHeader header = ReadPictureHeader(bytes);

@@ -5,23 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "mox/foundation/picture_header.h"
+
 namespace mox {
-
-enum class PictureKind : std::uint8_t { kJpeg, kPng, kGif };
-
-/// What the header of a picture says of it.
-struct PictureHeader {
-  PictureKind kind = PictureKind::kJpeg;
-  int width = 0;
-  int height = 0;
-};
-
-/// Reads the header alone; nothing is decoded. Raises Error for what is no JPEG, PNG or GIF, for a header
-/// that is cut short or damaged, and for a size of 0 or beyond kMostPixels.
-PictureHeader ReadPictureHeader(std::string_view bytes);
-
-/// A picture of more pixels is refused before any memory is taken for it.
-inline constexpr std::int64_t kMostPixels = 40'000'000;
 
 /// Pixels of red, green, blue and opacity, a byte each, row by row.
 struct Picture {

@@ -135,7 +135,8 @@ class SlipLayout {
     if (page_.taxes.empty()) return;
     Rule();
     for (const PageTaxRow& tax : page_.taxes) {
-      Pair("PDV " + tax.rate + ", osnovica " + tax.base, tax.tax, {kSmall});
+      const std::string rate = tax.is_sum ? "ukupno" : tax.rate;
+      Pair("PDV " + rate + " (osnovica " + tax.base + ")", tax.tax, {kSmall});
     }
   }
 

@@ -49,8 +49,9 @@ double SumWidth(const PageTable& table, std::size_t sum, const TextStyle& style,
 
 }  // namespace
 
-TableLayout::TableLayout(const PageTable& table, TextPainter& painter, double size, double width)
-    : table_(table), painter_(painter) {
+TableLayout::TableLayout(const PageTable& table, TextPainter& painter, double size, double width,
+                         double picture)
+    : table_(table), painter_(painter), picture_(picture) {
   width += kSpace;  // nothing stands behind the last column
   constexpr double kSmallest = 4.2;
   constexpr double kStep = 0.94;
@@ -79,6 +80,7 @@ bool TableLayout::Fits(double size, double width) {
     }
     for (const PageTable::Row& row : table_.rows)
       wide = std::max(wide, painter_.WidthAtMost(row.cells[i], style_));
+    if (column.column->IsPicture()) wide = picture_;
     if (column.column->IsText()) wide = std::min(wide, width * kMostOfCode);
     if (column.column->IsSummed()) wide = std::max(wide, SumWidth(table_, sum++, bold, painter_));
     wide = std::max(wide, WordWidth(column.heading, bold, painter_)) + 1 + kSpace;
@@ -99,7 +101,8 @@ void TableLayout::MeasureRows() {
   heading_height_ = heading + kPadding;
   heights_.reserve(table_.rows.size());
   for (const PageTable::Row& row : table_.rows) {
-    double height = line_height_;
+    double height =
+        row.picture == nullptr ? line_height_ : std::max(line_height_, Placed(row.picture, 0, 0).height);
     for (std::size_t i = 0; i < row.cells.size(); ++i) {
       const bool is_short =
           !table_.columns[i].column->IsText() || painter_.WidthAtMost(row.cells[i], style_) <= CellWidth(i);
@@ -110,10 +113,16 @@ void TableLayout::MeasureRows() {
   }
 }
 
+LaidPicture TableLayout::Placed(const std::shared_ptr<const Picture>& picture, double x, double y) const {
+  const double scale = picture_ / std::max(picture->width, picture->height);
+  return {x, y, picture->width * scale, picture->height * scale, picture};
+}
+
 void TableLayout::PlaceCell(std::size_t column, double x, double y, const std::string& text, bool bold,
                             LaidSheet& sheet) const {
   if (text.empty()) return;
-  const Align align = table_.columns[column].column->IsText() ? Align::kLeft : Align::kRight;
+  const PageColumn& shown = *table_.columns[column].column;
+  const Align align = shown.IsText() || shown.IsPicture() ? Align::kLeft : Align::kRight;
   sheet.texts.push_back({x, y, CellWidth(column), text, {style_.size, bold}, align, align == Align::kLeft});
 }
 
@@ -127,7 +136,11 @@ void TableLayout::PlaceHeading(double x, double y, LaidSheet& sheet) const {
 
 void TableLayout::PlaceRow(std::size_t row, double x, double y, LaidSheet& sheet) const {
   const std::vector<std::string>& cells = table_.rows[row].cells;
+  const auto& picture = table_.rows[row].picture;
   for (std::size_t i = 0; i < cells.size(); ++i) {
+    if (picture != nullptr && table_.columns[i].column->IsPicture()) {
+      sheet.pictures.push_back(Placed(picture, x, y + kPadding / 2));
+    }
     PlaceCell(i, x, y + kPadding / 2, cells[i], false, sheet);
     x += widths_[i];
   }

@@ -15,7 +15,8 @@ class TextPainter;
 /// not even then.
 class TableLayout {
  public:
-  TableLayout(const PageTable& table, TextPainter& painter, double size, double width);
+  /// `picture` is how high and wide the pictures of lines may be.
+  TableLayout(const PageTable& table, TextPainter& painter, double size, double width, double picture);
 
   double LineHeight() const { return line_height_ + kPadding; }
   double HeadingHeight() const { return heading_height_; }
@@ -31,6 +32,7 @@ class TableLayout {
   static constexpr double kPadding = 3;
   static constexpr double kSpace = 6;  // between columns
 
+  LaidPicture Placed(const std::shared_ptr<const Picture>& picture, double x, double y) const;
   bool Fits(double size, double width);
   void MeasureRows();
   double CellWidth(std::size_t column) const { return widths_[column] - kSpace; }
@@ -39,6 +41,7 @@ class TableLayout {
 
   const PageTable& table_;
   TextPainter& painter_;
+  double picture_;
   TextStyle style_;
   std::vector<double> widths_;  // with the space behind them
   std::vector<double> heights_;

@@ -133,6 +133,7 @@ void AddHeadings(const PageTable& table, TextGrid& grid) {
   std::vector<Cells> headings;
   std::size_t height = 1;
   for (const PageTable::Column& column : table.columns) {
+    if (column.column->IsPicture()) continue;
     grid.AddColumn(column.column->IsText());
     const std::size_t width = column.column->IsText() ? kWidth : std::size_t{10};
     headings.push_back(Wrapped(column.heading, width));
@@ -146,17 +147,25 @@ void AddHeadings(const PageTable& table, TextGrid& grid) {
   grid.AddRule();
 }
 
+// Texts have no pictures.
+Cells WithoutPictures(const PageTable& table, Cells cells) {
+  for (std::size_t i = table.columns.size(); i-- > 0;) {
+    if (table.columns[i].column->IsPicture()) cells.erase(cells.begin() + static_cast<std::ptrdiff_t>(i));
+  }
+  return cells;
+}
+
 void AppendTable(const PageTable& table, const LocaleSettings& locale, std::string& out) {
   TextGrid grid;
   AddHeadings(table, grid);
-  for (const PageTable::Row& row : table.rows) grid.AddRow(row.cells);
+  for (const PageTable::Row& row : table.rows) grid.AddRow(WithoutPictures(table, row.cells));
   if (!table.sums.empty()) {
     grid.AddRule();
     Cells sums = table.SumCells(table.sums, locale);
     for (std::size_t i = 0; i < sums.size(); ++i) {
       if (table.columns[i].column->name == "naziv") sums[i] = "Ukupno";
     }
-    grid.AddRow(std::move(sums));
+    grid.AddRow(WithoutPictures(table, std::move(sums)));
   }
   out += "\n";
   if (!table.heading.empty()) out += table.heading + "\n\n";

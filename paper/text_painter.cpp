@@ -149,6 +149,40 @@ void DrawPicture(cairo_t* cairo, const LaidPicture& laid) {
   cairo_restore(cairo);
 }
 
+// Says to readers of the file what each text is, where the output has a word for it: paragraphs, the title,
+// and tables of rows of cells.
+class Tags {
+ public:
+  explicit Tags(cairo_t* cairo) : cairo_(cairo) {}
+  Tags(const Tags&) = delete;
+  Tags& operator=(const Tags&) = delete;
+  ~Tags() { Enter(0, 0); }
+
+  void Begin(const LaidText& text) {
+    Enter(text.table, text.row);
+    cairo_tag_begin(cairo_, NameOfRole(text.role), nullptr);
+  }
+  void End(const LaidText& text) { cairo_tag_end(cairo_, NameOfRole(text.role)); }
+
+ private:
+  static const char* NameOfRole(TextRole role) {
+    constexpr const char* kNames[] = {"P", "H1", "TH", "TD"};
+    return kNames[static_cast<std::size_t>(role)];
+  }
+  void Enter(int table, int row) {
+    if (row != row_ && row_ != 0) cairo_tag_end(cairo_, "TR");
+    if (table != table_ && table_ != 0) cairo_tag_end(cairo_, "Table");
+    if (table != table_ && table != 0) cairo_tag_begin(cairo_, "Table", nullptr);
+    if (row != row_ && row != 0) cairo_tag_begin(cairo_, "TR", nullptr);
+    table_ = table;
+    row_ = row;
+  }
+
+  cairo_t* cairo_;
+  int table_ = 0;
+  int row_ = 0;
+};
+
 }  // namespace
 
 void DrawSheet(cairo_t* cairo, const LaidSheet& sheet, TextPainter& painter) {
@@ -158,7 +192,14 @@ void DrawSheet(cairo_t* cairo, const LaidSheet& sheet, TextPainter& painter) {
     cairo_fill(cairo);
   }
   cairo_set_source_rgb(cairo, 0, 0, 0);
-  for (const LaidText& text : sheet.texts) painter.Draw(cairo, text);
+  {
+    Tags tags(cairo);
+    for (const LaidText& text : sheet.texts) {
+      tags.Begin(text);
+      painter.Draw(cairo, text);
+      tags.End(text);
+    }
+  }
   for (const LaidCode& code : sheet.codes) {
     for (const CodePicture::Bar& bar : code.code->dark) {
       cairo_rectangle(cairo, code.x + bar.x * code.module, code.y + bar.y * code.module,

@@ -4,6 +4,7 @@
 #include <random>
 
 #include "case_file.h"
+#include "mox/foundation/base64.h"
 #include "mox/foundation/dates.h"
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/locale_text.h"
@@ -19,6 +20,19 @@ std::string TextOf(const std::optional<T>& value, const Write& write) {
 }
 
 double Number(const std::string& text) { return std::strtod(text.c_str(), nullptr); }
+
+TEST(Base64, ReadsBackWhatItWrites) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {{"\xFF\xFE\x00\x3F", 4}, "//4APw=="}};
+  for (const auto& [bytes, text] : rows) {
+    EXPECT_EQ(ToBase64(bytes), text);
+    EXPECT_EQ(FromBase64(text), bytes) << text;
+  }
+  EXPECT_EQ(FromBase64("Zm\r\n9v"), "foo");
+  for (const char* const text : {"Zg=", "Zg", "Zg=a", "Z===", "====", "Zm9-", "=Zm9", "Zg==Zg=="}) {
+    EXPECT_EQ(FromBase64(text), std::nullopt) << text;
+  }
+}
 
 TEST(Text, Tables) {
   ExpectTables("text", {{"characters",

@@ -1,21 +1,22 @@
 #include "paper/page.h"
 
+#include <gmock/gmock.h>
+
 #include "mox/foundation/locale_text.h"
+#include "mox/server/transactions.h"
+#include "paper/a4_layout.h"
+#include "paper/article_pictures.h"
 #include "paper/page_check.h"
 #include "paper/page_tables.h"
 #include "paper/text_page.h"
+#include "paper/text_painter.h"
+#include "tests/paper/paper_reader.h"
 #include "tests/paper/random_documents.h"
 
 namespace mox {
 namespace {
 
 using PageTest = RandomDocuments;
-
-std::size_t CountOf(const std::string& text, const std::string& part) {
-  std::size_t count = 0;
-  for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) ++count;
-  return count;
-}
 
 // Each number that a page shows, with a way to change it.
 std::vector<std::string*> NumbersOf(DocumentPage& page) {
@@ -73,12 +74,22 @@ TEST_F(PageTest, SaysWhatTheDocumentSaysInEveryKind) {
 }
 
 TEST_F(PageTest, CancelsWithReferenceToTheOriginal) {
-  const std::int64_t id = Store(DocumentKindByName("gotovinski-racun"), 3);
+  const std::int64_t id = Store(DocumentKindByName("otpremnica-racun"), 3);
+  const DocumentPage before = MakePage(id, paper_);
+  EXPECT_EQ(before.sums.back().label, "Ukupno za platiti");
+  EXPECT_FALSE(before.payment.empty());
   ASSERT_TRUE(StoreStorno(id));
   const std::int64_t storno = server_.LastWrite().stored.value().AsInteger(0);
+  // Printed again, it asks for no payment and says by what it was cancelled.
+  const DocumentPage after = MakePage(id, paper_);
+  EXPECT_EQ(after.facts.front().label, "STORNIRANO");
+  EXPECT_TRUE(after.facts.front().text.starts_with("Storno otpremnice–računa 1/"))
+      << after.facts.front().text;
+  EXPECT_EQ(after.sums.back().label, "Ukupno");
+  EXPECT_TRUE(after.payment.empty() && after.payment_code.empty());
   const DocumentPage page = MakePage(storno, paper_);
   EXPECT_TRUE((*page.total + *MakePage(id, paper_).total).IsZero());
-  EXPECT_EQ(page.notes.front(), "Stornira se: Gotovinski račun 1/2026 od 02.03.2026");
+  EXPECT_EQ(page.notes.front(), "Stornira se: Otpremnica–račun 1/2026 od 02.03.2026");
   EXPECT_TRUE(page.payment.empty());
 }
 
@@ -156,6 +167,40 @@ TEST_F(PageTest, SaysWhyLinesCarryNoTax) {
     EXPECT_EQ(Says(MakePage(id, paper), "Oslobođeno"), row.is_free) << id;
     EXPECT_EQ(Says(MakePage(id, paper_), "no note says by which law"), row.is_free) << id;
   }
+}
+
+// A picture stands where the line names its article, by its key or by its code; a damaged one is told.
+TEST_F(PageTest, ShowsThePicturesOfArticles) {
+  Database& database = server_.database();
+  const std::int64_t id = Store(DocumentKindByName("otpremnica-racun"), 4);
+  Picture red{300, 100, std::vector<std::uint8_t>(std::size_t{300} * 100 * 4, 255)};
+  const std::string stored = PreparedPicture(EncodePng(red), {.crop_width = 2, .crop_height = 1, .most = 80});
+  EXPECT_EQ(ReadPictureHeader(stored).kind, PictureKind::kJpeg);
+  EXPECT_EQ(ReadPictureHeader(stored).width, 80);
+  EXPECT_EQ(ReadPictureHeader(stored).height, 40);
+  for (const int line : {1, 2, 3}) {
+    const std::string code = "š" + std::to_string(line);
+    database.Execute("INSERT INTO art (sifra, naziv) VALUES (:sifra, 'Roba')", {code});
+    RecordSet record = ArticlePictureRecord(code, line == 3 ? "GIF89a\x02\x01\x02\x01" : stored);
+    ASSERT_TRUE(ExecuteTransaction("ArtiklSlikaUpis", {&record})) << server_.WriteRefusal();
+  }
+  database.Execute(
+      "UPDATE dok_stavke SET sifra = 'x', art_id = (SELECT id FROM art WHERE sifra = 'š2') "
+      "WHERE dok_id = :id AND rb = 2",
+      {id});
+  const PaperTemplate paper("[stupci]\nroba = rb slika naziv ukupno\n", "p.txt");
+  const DocumentPage page = MakePage(id, paper);
+  const auto& rows = page.tables.front().rows;
+  EXPECT_TRUE(rows[0].picture != nullptr && rows[1].picture != nullptr);
+  EXPECT_TRUE(rows[2].picture == nullptr && rows[3].picture == nullptr);
+  EXPECT_THAT(page.warnings, testing::Contains(testing::HasSubstr("no picture of the article š3")));
+  EXPECT_EQ(TextPage(page, CurrentLocale()).find("Slika"), std::string::npos);
+  TextPainter painter("DejaVu Sans");
+  const LaidDocument laid = LayOutA4(page, paper, painter, CurrentLocale());
+  ASSERT_EQ(laid.sheets.front().pictures.size(), 2U);
+  EXPECT_DOUBLE_EQ(laid.sheets.front().pictures.front().width,
+                   laid.sheets.front().pictures.front().height * 2);
+  EXPECT_EQ(MakePage(id, paper_).tables.front().rows[0].picture, nullptr);
 }
 
 // What another program has left in the database does not go out.

@@ -12,6 +12,12 @@
 
 namespace mox {
 
+std::size_t CountOf(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) ++count;
+  return count;
+}
+
 std::string OutputOf(const std::string& command) {
   std::FILE* const pipe = ::popen(command.c_str(), "r");  // NOLINT(cert-env33-c): a test's own command
   std::string out;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -13,6 +14,8 @@ struct GrayPicture {
   std::vector<std::uint8_t> pixels;
 };
 
+/// How often a part stands in a text.
+std::size_t CountOf(const std::string& text, const std::string& part);
 /// What a program prints; it is to end with 0.
 std::string OutputOf(const std::string& command);
 /// A file of the form P5, as pdftoppm writes it.

@@ -9,6 +9,13 @@
 namespace mox {
 namespace {
 
+// Where the pixel's bytes begin.
+std::size_t PlaceOf(const Picture& picture, int x, int y) {
+  return (static_cast<std::size_t>(y) * static_cast<std::size_t>(picture.width) +
+          static_cast<std::size_t>(x)) *
+         4;
+}
+
 // Red to the left, green to the right, the upper half transparent.
 Picture Sample(int width, int height) {
   Picture picture{width, height, {}};
@@ -24,10 +31,10 @@ Picture Sample(int width, int height) {
   return picture;
 }
 
-constexpr std::string_view kGif(
+constexpr char kGifBytes[] =
     "GIF89a\x02\x00\x01\x00\x80\x00\x00\xFF\x00\x00\x00\xFF\x00,"
-    "\x00\x00\x00\x00\x02\x00\x01\x00\x00\x02\x02\x44\x0A\x00;",
-    36);
+    "\x00\x00\x00\x00\x02\x00\x01\x00\x00\x02\x02\x44\x0A\x00;";
+constexpr std::string_view kGif(kGifBytes, sizeof kGifBytes - 1);
 
 std::string FaultOf(std::string_view bytes) {
   try {
@@ -55,7 +62,7 @@ TEST(PictureTest, ReadsSizesFromHeadersAndPixelsOfEachKind) {
     EXPECT_EQ(header.kind, row.kind);
     EXPECT_EQ(header.width, row.width);
     EXPECT_EQ(header.height, row.height);
-    EXPECT_EQ(DecodePicture(row.bytes).pixels.size(), static_cast<std::size_t>(row.width * row.height * 4));
+    EXPECT_EQ(DecodePicture(row.bytes).pixels.size(), PlaceOf({row.width, row.height, {}}, 0, row.height));
   }
 }
 
@@ -103,9 +110,7 @@ TEST(PictureTest, ResizesInProportionAndCropsFromTheMiddle) {
   EXPECT_EQ(small.width, 100);
   EXPECT_EQ(small.height, 50);
   // Below to the left it is red, to the right green, above transparent.
-  const auto pixel = [&](int x, int y) {
-    return &small.pixels[static_cast<std::size_t>((y * small.width + x) * 4)];
-  };
+  const auto pixel = [&](int x, int y) { return &small.pixels[PlaceOf(small, x, y)]; };
   EXPECT_GT(pixel(10, 45)[0], 250);
   EXPECT_GT(pixel(90, 45)[1], 250);
   EXPECT_EQ(pixel(50, 5)[3], 0);
@@ -114,8 +119,8 @@ TEST(PictureTest, ResizesInProportionAndCropsFromTheMiddle) {
   const Picture square = CroppedTo(sample, 1, 1);
   EXPECT_EQ(square.width, 200);
   EXPECT_EQ(square.height, 200);
-  EXPECT_EQ(square.pixels[199 * 200 * 4], 255);          // red begins
-  EXPECT_EQ(square.pixels[199 * 200 * 4 + 100 * 4], 0);  // green in the middle
+  EXPECT_EQ(square.pixels[PlaceOf(square, 0, 199)], 255);  // red begins
+  EXPECT_EQ(square.pixels[PlaceOf(square, 100, 199)], 0);  // green in the middle
   EXPECT_EQ(CroppedTo(Sample(20, 90), 2, 1).height, 10);
 }
 
