@@ -111,7 +111,8 @@ Mail Outbox::MessageOf(const OutboxMail& mail) {
   message.attachments.push_back({name, "application/pdf", file.Finish()});
   const RecordSet invoice = Asked("ERacunZaKupca", "adsData", {{"id", mail.doc_id}});
   if (!invoice.IsEmpty()) {
-    message.attachments.push_back({name.substr(0, name.rfind('.')) + ".json", "application/json", TextOf(invoice.RowAt(0), "jsonData")});
+    message.attachments.push_back({name.substr(0, name.rfind('.')) + ".json", "application/json",
+                                   TextOf(invoice.RowAt(0), "jsonData")});
   }
   return message;
 }

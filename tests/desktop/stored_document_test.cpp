@@ -3,6 +3,7 @@
 #include "desktop/code_dialog.h"
 #include "desktop/document_list.h"
 #include "desktop/print_dialog.h"
+#include "mox/foundation/clock.h"
 #include "mox/foundation/files.h"
 #include "mox/server/transactions.h"
 #include "tests/desktop/desktop_fixture.h"
@@ -99,7 +100,7 @@ TEST_F(StoredDocumentTest, ShowsTheCodeOfAFiscalReceipt) {
   fiscal.DefineField("vrijeme", FieldKind::kDateTime);
   fiscal.Open();
   fiscal.AppendRecord({page->Id(), std::string("1/PP1/1"), std::string("0123456789abcdef0123456789abcdef"),
-                       DateTime{1'772'445'600'000}});
+                       LocalNow()});  // the document is of today
   ASSERT_TRUE(ExecuteTransaction("FiskalniPodaciUpis", {&fiscal})) << host_->Server().WriteRefusal();
   EXPECT_THAT(shown(), HasSubstr("zki=0123456789abcdef0123456789abcdef"));
 }
