@@ -131,19 +131,22 @@ struct FiscalField {
 constexpr FiscalField kFiscalFields[] = {
     {"broj_racuna", NumberFault}, {"zki", ZkiFault}, {"jir", JirFault, false}};
 
-// Numbers of receipts begin anew each year, and a protective code is made of one receipt alone.
+// Numbers of receipts begin anew each year; a protective code and a unique number are those of one receipt
+// alone.
 void RequireOwnReceipt(Database& database, std::int64_t doc_id, std::int64_t year,
                        const std::vector<std::string>& texts,
                        const std::function<void(std::string_view, std::string)>& refuse) {
   const RecordSet others = database.Query(
-      "drugi", ParseColumns("dok_id:integer,broj_racuna,zki"),
-      "SELECT f.dok_id, f.broj_racuna, f.zki FROM dok_fiskalno f JOIN dok d ON d.id = f.dok_id "
-      "WHERE f.dok_id <> :id AND (LOWER(f.zki) = LOWER(:zki) OR (d.godina = :godina AND "
-      "LOWER(f.broj_racuna) = LOWER(:broj))) ORDER BY f.dok_id LIMIT 1",
-      {doc_id, texts[1], year, texts[0]});
+      "drugi", ParseColumns("dok_id:integer,zki,jir"),
+      "SELECT f.dok_id, f.zki, f.jir FROM dok_fiskalno f JOIN dok d ON d.id = f.dok_id "
+      "WHERE f.dok_id <> :id AND (LOWER(f.zki) = LOWER(:zki) OR LOWER(f.jir) = LOWER(:jir) OR "
+      "(d.godina = :godina AND LOWER(f.broj_racuna) = LOWER(:broj))) ORDER BY f.dok_id LIMIT 1",
+      {doc_id, texts[1], texts[2], year, texts[0]});
   if (others.IsEmpty()) return;
-  const bool same_code = FoldKey(others.AsText(2)) == FoldKey(texts[1]);
-  refuse(same_code ? "zki" : "broj_racuna", "is that of document " + others.AsText(0) + " already");
+  const bool same_code = FoldKey(others.AsText(1)) == FoldKey(texts[1]);
+  const bool same_jir = !texts[2].empty() && FoldKey(others.AsText(2)) == FoldKey(texts[2]);
+  refuse(same_code ? "zki" : (same_jir ? "jir" : "broj_racuna"),
+         "is that of document " + others.AsText(0) + " already");
 }
 
 // A receipt is reported once; its unique number may come with a later report of the same receipt.
@@ -183,14 +186,14 @@ std::optional<RecordSet> StoreFiscalData(const NamedTransaction& /*transaction*/
         "fiskalno", ParseColumns("broj_racuna,zki,jir,vrijeme:datetime"),
         "SELECT broj_racuna, zki, jir, vrijeme FROM dok_fiskalno WHERE dok_id = :id", {doc_id});
     const Value jir = texts[2].empty() ? Value() : Value(texts[2]);
+    const RecordSet& header = stored_document->header;
+    const Date day = header.AsDate(*header.FindFieldIndex("datum"));
+    RequireOwnReceipt(database, doc_id, ToCivil(day).year, texts, refuse);
     if (stored.IsEmpty()) {
-      const RecordSet& header = stored_document->header;
-      const Date day = header.AsDate(*header.FindFieldIndex("datum"));
       if (DayOf(issued) != day) {
         refuse("vrijeme", ToText(issued) + " is not on the day of document " + std::to_string(doc_id) + ", " +
                               ToText(day));
       }
-      RequireOwnReceipt(database, doc_id, ToCivil(day).year, texts, refuse);
       database.Execute(
           "INSERT INTO dok_fiskalno (dok_id, broj_racuna, zki, jir, vrijeme) "
           "VALUES (:dok_id, :broj_racuna, :zki, :jir, :vrijeme)",

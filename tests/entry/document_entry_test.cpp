@@ -55,9 +55,12 @@ TEST_F(DocumentEntryTest, CalculatesWhatIsEnteredAsIfNobodyLooked) {
     SCOPED_TRACE(kind.name);
     Document watched(kind);
     Document alone(kind);
-    for (const auto& [shown, unseen, schema] : {std::tuple(watched.Goods(), alone.Goods(), &kind.goods),
-                                                {watched.Services(), alone.Services(), &kind.services}}) {
-      if (shown == nullptr) continue;
+    for (const auto& [watched_lines, lines_alone, schema] :
+         {std::tuple(watched.Goods(), alone.Goods(), &kind.goods),
+          {watched.Services(), alone.Services(), &kind.services}}) {
+      if (watched_lines == nullptr) continue;
+      RecordSet* const shown = watched_lines;
+      RecordSet* const unseen = lines_alone;
       const Document& document = watched;
       shown->SetOnBeforePost([&document](RecordSet& lines) { document.TakeBackPreview(lines); });
       for (int step = 0; step < 12; ++step) {
