@@ -132,8 +132,8 @@ TEST_F(CompanyMoveTest, IsOnOneSideWhereverItWasKilled) {
   EXPECT_EQ(Open().AddressOf("seoba"), places_[1]);
   EXPECT_EQ(Digests(1), before);
   EXPECT_EQ(Remains(), "");
-  EXPECT_THROW(WriteTransaction{stale}, CompanyGone);
-  EXPECT_THROW(ReadTransaction{stale}, CompanyGone);
+  EXPECT_THROW(const WriteTransaction write(stale), CompanyGone);
+  EXPECT_THROW(const ReadTransaction read(stale), CompanyGone);
   RecordSet rows("r");
   rows.DefineField("id", FieldKind::kInteger);
   rows.Open();
