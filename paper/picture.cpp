@@ -6,6 +6,7 @@
 #include <stb_image_write.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <memory>
 
@@ -106,7 +107,7 @@ Picture ResizedTo(const Picture& picture, int most_width, int most_height) {
   if (picture.width <= most_width && picture.height <= most_height) return picture;
   const double scale = std::min(static_cast<double>(most_width) / picture.width,
                                 static_cast<double>(most_height) / picture.height);
-  const auto scaled = [scale](int size) { return std::max(1, static_cast<int>(size * scale + 0.5)); };
+  const auto scaled = [scale](int size) { return std::max(1, static_cast<int>(std::lround(size * scale))); };
   Picture smaller{scaled(picture.width), scaled(picture.height), {}};
   smaller.pixels.resize(SizeOf(smaller.width, smaller.height));
   constexpr int kChannels = 4;

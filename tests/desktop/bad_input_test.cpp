@@ -116,7 +116,8 @@ TEST_F(DesktopTest, TakesDroppedSheetsAndKeepsRowsWhereThereIsNone) {
 class LostServer : public CompanyAccess {
  public:
   enum class Lost { kNo, kBefore, kAfter };
-  LostServer(const std::string& path, Lost& lost) : server_(Database(path)), lost_(lost) {}
+  explicit LostServer(const std::string& path) : server_(Database(path)) {}
+  void Lose(Lost lost) { lost_ = lost; }
   void SetParameter(std::string_view assignment) override { server_.SetParameter(assignment); }
   void SetRehearsing(bool rehearsing) override { server_.SetRehearsing(rehearsing); }
   const WriteOutcome& LastWrite() const override { return server_.LastWrite(); }
@@ -139,24 +140,25 @@ class LostServer : public CompanyAccess {
 
  private:
   CompanyServer server_;
-  Lost& lost_;
+  Lost lost_ = Lost::kNo;
 };
 
 // Nothing that was typed is lost, what is known of it is told, and storing again stores it once.
 TEST_F(DesktopTest, KeepsADocumentWhileItsServerIsAway) {
   using enum LostServer::Lost;
-  LostServer::Lost lost = kNo;
-  host_->Open(company_, std::make_unique<LostServer>(company_, lost));
+  auto opened = std::make_unique<LostServer>(company_);
+  LostServer& server = *opened;
+  host_->Open(company_, std::move(opened));
   for (const auto& [how, told] :
        {std::pair(kBefore, "Ništa nije pohranjeno"), {kAfter, "Ne zna se je li pohranjeno"}}) {
     DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
-    lost = how;
+    server.Lose(how);
     person_.read.clear();
     Press(editor, Qt::Key_F9);
     EXPECT_THAT(person_.read, Contains(HasSubstr(told)));
     EXPECT_FALSE(editor->IsStored());
     EXPECT_EQ(Cell(Lines(editor, "Usluge"), 0, "naziv"), "Obuka");
-    lost = kNo;
+    server.Lose(kNo);
     Press(editor, Qt::Key_F9);
     EXPECT_TRUE(editor->IsStored());
   }
