@@ -76,7 +76,9 @@ std::int64_t MoveSide::AskNumber(const std::string& sql) {
 std::vector<std::pair<std::string, std::string>> MoveSide::AskPairs(const std::string& sql) {
   const PostgresqlResult answer = Send(sql);
   std::vector<std::pair<std::string, std::string>> pairs;
-  for (int row = 0; row < PQntuples(answer.get()); ++row) {
+  const int rows = PQntuples(answer.get());
+  pairs.reserve(static_cast<std::size_t>(rows));
+  for (int row = 0; row < rows; ++row) {
     pairs.emplace_back(PQgetvalue(answer.get(), row, 0), PQgetvalue(answer.get(), row, 1));
   }
   return pairs;

@@ -62,7 +62,7 @@ QString FaultOfPasted(const QString& text, qsizetype most_rows) {
     return QStringLiteral(
                "Međuspremnik ima %1 MB; to je previše za lijepljenje. Spremite podatke kao tablicu i "
                "uvezite je.")
-        .arg(text.size() / (1024 * 1024));
+        .arg(text.size() / (qsizetype{1024} * 1024));
   }
   if (text.contains(QChar(0))) return QStringLiteral("U međuspremniku nije tekst.");
   const qsizetype rows = text.count(u'\n');

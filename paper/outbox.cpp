@@ -57,9 +57,6 @@ constexpr EndRow kEnds[] = {{"poslano", "was sent"},
 
 const char* OutcomeWords(MailEnd end) { return kEnds[static_cast<std::size_t>(end)].words; }
 
-Outbox::Outbox(const PaperTemplate& paper, RecordStore& store)
-    : paper_(paper), store_(store), painter_(paper.Text("stranica", "font")) {}
-
 std::vector<OutboxMail> Outbox::Mails(std::optional<std::int64_t> doc_id) const {
   TAstaParamList request;
   if (doc_id) request.FastAdd("dok_id", *doc_id);

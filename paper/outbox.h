@@ -43,7 +43,8 @@ class Outbox {
  public:
   /// Reads and sends by the services of the installed application, whose settings CA_FILE and TIMEOUT
   /// (seconds) it takes.
-  Outbox(const PaperTemplate& paper, RecordStore& store);
+  Outbox(const PaperTemplate& paper, RecordStore& store)
+      : paper_(paper), store_(store), painter_(paper.Text("stranica", "font")) {}
 
   /// Those of a document, or all; the first one first.
   std::vector<OutboxMail> Mails(std::optional<std::int64_t> doc_id = {}) const;
