@@ -10,6 +10,7 @@
 #include "mox/documents/storno.h"
 #include "mox/host/memory_settings.h"
 #include "paper/page.h"
+#include "tests/paper/made_up_seller.h"
 
 namespace mox {
 
@@ -18,13 +19,7 @@ class RandomDocuments : public testing::Test {
  protected:
   RandomDocuments() {
     Database& database = server_.database();
-    for (const auto& [name, value] : {std::pair("NazivPoduzeca", "Žito i sinovi d.o.o."),
-                                      {"OIBPoduzeca", "12345678903"},
-                                      {"AdresaPoduzeca", "Ilica 10"},
-                                      {"MjestoPoduzeca", "10000 Zagreb"}}) {
-      StoreCompanyValue(database, name, value);
-    }
-    AddCompanyIban(database, "HR1210010051863000160");
+    MakeUpSeller(database);
     database.Execute(
         "INSERT INTO par (sifra, naziv, oib, adresa, email) "
         "VALUES ('1', 'Čašćenje i žđer d.o.o.', '98765432106', 'Šetalište 3', 'kupac@primjer.hr')");

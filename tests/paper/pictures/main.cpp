@@ -3,6 +3,7 @@
 
 #include <cairo.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -18,6 +19,7 @@
 #include "paper/pdf.h"
 #include "paper/slip.h"
 #include "paper/text_painter.h"
+#include "tests/paper/made_up_seller.h"
 
 namespace mox {
 namespace {
@@ -42,9 +44,7 @@ constexpr Ware kServices[] = {{"U1", "Montaža i puštanje u pogon", "sat", 3, 2
 
 // What is entered of a ware, by the name of the field.
 double EnteredOf(const Ware& ware, std::string_view field, bool cancels) {
-  const auto rounded = [](double amount) {
-    return static_cast<double>(static_cast<int>(amount * 100 + 0.5)) / 100;
-  };
+  const auto rounded = [](double amount) { return std::round(amount * 100) / 100; };
   if (field == "kolicina") return cancels ? -ware.quantity : ware.quantity;
   if (field == "tbr_stp") return ware.rate;
   if (field == "rbp1") return ware.discount;
@@ -62,13 +62,7 @@ class Company {
  public:
   Company() {
     Database& database = server_.database();
-    for (const auto& [name, value] : {std::pair("NazivPoduzeca", "Žito i sinovi d.o.o."),
-                                      {"OIBPoduzeca", "12345678903"},
-                                      {"AdresaPoduzeca", "Ilica 10"},
-                                      {"MjestoPoduzeca", "10000 Zagreb"}}) {
-      StoreCompanyValue(database, name, value);
-    }
-    AddCompanyIban(database, "HR1210010051863000160");
+    MakeUpSeller(database);
     database.Execute(
         "INSERT INTO par (sifra, naziv, oib, adresa) VALUES ('1', 'Čvorak trgovina d.o.o.', '98765432106', "
         "'Šetalište Preradovića 3')");
