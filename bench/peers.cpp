@@ -5,6 +5,7 @@
 
 #include "mox/calculations/document_lines.h"
 #include "mox/calculations/vat_recapitulation.h"
+#include "mox/documents/document_kinds.h"
 
 namespace mox::bench {
 namespace {
@@ -111,8 +112,7 @@ RecordSet& Peers::LinesWithEvent() {
 }
 
 RecordSet& Peers::LinesWithSettlingEvent() {
-  lines_.SetOnCalcFields([](RecordSet& line) { GotovinskiRacunStavkeCalcFields(line, kDigits.tax); },
-                         CalcFieldsReads::kItsInputs);
+  CalculateByEvent(DocumentKindByName("gotovinski-racun").goods, lines_, {.vat = kDigits.tax});
   return lines_;
 }
 

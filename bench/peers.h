@@ -30,8 +30,8 @@ class Peers {
 
   /// The record set with the calculate-fields event of a cash invoice, or without any.
   RecordSet& LinesWithEvent();
-  /// The event is declared to read its inputs alone, so that a line is calculated once and not again until it
-  /// is edited.
+  /// The event that documents of this kind install, which declares what it reads, so that a line is
+  /// calculated once and not again until it is edited.
   RecordSet& LinesWithSettlingEvent();
   RecordSet& Lines() { return lines_; }  ///< with the event that it has
   RecordSet& LinesWithoutEvent();

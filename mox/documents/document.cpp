@@ -151,14 +151,8 @@ Document::Lines Document::MakeLines(const LineSchema& schema, const char* name) 
     lines.records.DefineField(std::string(field::zti.text), FieldKind::kCurrency);
   }
   lines.records.Open();
-  Watch(lines);
+  CalculateByEvent(schema, lines.records, digits_);
   return lines;
-}
-
-void Document::Watch(Lines& lines) const {
-  lines.records.SetOnCalcFields([schema = lines.schema, digits = digits_](
-                                    RecordSet& records) { CalculateLine(*schema, records, digits); },
-                                lines.schema->reads);
 }
 
 Document::Lines Document::TakeLines(const LineSchema& schema, RecordSet records) const {

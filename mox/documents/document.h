@@ -98,7 +98,6 @@ class Document {
 
   Lines TakeLines(const LineSchema& schema, RecordSet records) const;
   Lines MakeLines(const LineSchema& schema, const char* name) const;
-  void Watch(Lines& lines) const;
   void CalculateEach(Lines& lines) const;
   const Lines& LinesOf(const RecordSet& records) const;
   void FillRecapitulation();

@@ -123,7 +123,8 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      {"kolicina pc rbp1 rbp2 rbp3 tbr_stp pov_nak",
       "pci rbi1 rbi2 rbi3 rabatIznos pov_naki mpc mpci osnovica pdvi ukupno",
       // The decimals of the selling price are asked anew for each line.
-      Vat<GotovinskiRacunStavkeCalcFields>, field::ukupno, "osnovica", "pdvi", 1, CalcFieldsReads::kAnything},
+      Vat<GotovinskiRacunStavkeCalcFields>, field::ukupno, "osnovica", "pdvi", 1,
+      CalcFieldsReads::kItsInputsAndSettings},
      {"kolicina pc rbp1 rbp2 rbp3 tbr_stp", "pci rbi1 rbi2 rbi3 rabatIznos mpc mpci osnovica pdvi ukupno",
       Vat<GotovinskiRacunUslugeCalcFields>, field::ukupno, "osnovica", "pdvi"},
      kTotalsOfBoth,
@@ -319,7 +320,9 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kOut,
      {"kolicina nc fc rbp1 rbp2 rbp3 zti pov_nak pot_nak tbr_stp",
       "nci fci rbi1 rbi2 rbi3 pov_naki pot_naki nfci razlika pdvi ukupno",
-      Vat<MatPovratnicaDobavljacuStavkeCalcFields>, field::ukupno, "nfci", "pdvi"},
+      // The net amount takes the fee that the line had before.
+      Vat<MatPovratnicaDobavljacuStavkeCalcFields>, field::ukupno, "nfci", "pdvi", 1,
+      CalcFieldsReads::kItsRecord},
      kNone,
      kNetReturn},
     {"povratnica-kupca",
@@ -403,6 +406,11 @@ std::vector<std::string_view> SplitNames(std::string_view names) {
 
 void CalculateLine(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits) {
   for (int pass = 0; pass < schema.passes; ++pass) schema.calculate(lines, digits);
+}
+
+void CalculateByEvent(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits) {
+  lines.SetOnCalcFields([&schema, digits](RecordSet& line) { CalculateLine(schema, line, digits); },
+                        schema.reads);
 }
 
 std::vector<FieldDef> LineFields(const LineSchema& schema) {

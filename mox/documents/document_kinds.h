@@ -46,8 +46,8 @@ struct LineSchema {
   std::string_view tax = {};  ///< empty where the lines have none
   /// How often a line is calculated at a time: twice where the calculator reads what it stored before.
   int passes = 1;
-  /// What the calculator reads beside the line: nothing, unless a setting is asked anew for each line.
-  CalcFieldsReads reads = CalcFieldsReads::kItsRecord;
+  /// What all passes together read: of the line what is entered, unless a row says more.
+  CalcFieldsReads reads = CalcFieldsReads::kItsInputs;
 
   bool Exists() const { return calculate != nullptr; }
 };
@@ -121,6 +121,8 @@ std::vector<std::string_view> SplitNames(std::string_view names);
 
 /// Calculates the current line, which is being edited or in its calculate-fields event.
 void CalculateLine(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits);
+/// Makes that the calculate-fields event of the lines. The schema must outlive them.
+void CalculateByEvent(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits);
 
 /// The fields of a schema: inputs, then calculated ones.
 std::vector<FieldDef> LineFields(const LineSchema& schema);

@@ -146,6 +146,10 @@ HourglassCursor::~HourglassCursor() {
   if (platform_ != nullptr) platform_->SetCursor(before_);
 }
 
+std::uint64_t SettingsVersion() {
+  return installed != nullptr && installed->HasIni() ? installed->Ini().Version() : 0;
+}
+
 const LocaleSettings& CurrentLocale() {
   static const LocaleSettings croatian;
   return installed != nullptr && installed->HasLocale() ? installed->Locale().Settings() : croatian;

@@ -229,6 +229,7 @@ class TAppSys {
   TCompany& Company() const;
   AppLookUps& LookUps() const;
   AppForms& Forms() const;
+  bool HasIni() const { return parts_.ini != nullptr; }
   bool HasCompany() const { return parts_.company != nullptr; }
   bool HasPlatform() const { return parts_.platform != nullptr; }
   bool HasLocale() const { return parts_.locale != nullptr; }
@@ -268,6 +269,9 @@ class [[nodiscard]] HourglassCursor {
   AppPlatform* platform_;
   MouseCursor before_ = MouseCursor::kDefault;
 };
+
+/// TAppIni::Version of the installed application's settings file, 0 where there is none.
+std::uint64_t SettingsVersion();
 
 /// The locale of the installed application, and the Croatian one where none is installed.
 const LocaleSettings& CurrentLocale();

@@ -14,9 +14,10 @@ class RecordSet;
 /// What a calculate-fields event reads beside the fields that it writes, as whoever sets it declares. It
 /// spares runs that would change nothing; what the records hold is the same.
 enum class CalcFieldsReads : std::uint8_t {
-  kAnything,   ///< settings, other sets, counters: it is fired whenever a record becomes current
+  kAnything,   ///< other sets, counters: it is fired whenever a record becomes current
   kItsRecord,  ///< its record alone: it is not fired again for a record that its last run left as it was
-  kItsInputs   ///< of its record, nothing that an earlier run wrote: one run settles a record
+  kItsInputs,  ///< of its record, nothing that an earlier run wrote: one run settles a record
+  kItsInputsAndSettings  ///< these, and integers of the settings file: a record is settled until they change
 };
 
 /// The records for which a calculate-fields event need not run again, by their numbers.
@@ -59,7 +60,10 @@ class RecordCalculation {
   void Pause() { ++paused_; }
   void Resume() { --paused_; }
   /// Whether it is to run for a record that becomes current.
-  bool IsDue(std::uint32_t record) const { return paused_ == 0 && !settled_.Has(record); }
+  bool IsDue(std::uint32_t record) {
+    if (reads_ == CalcFieldsReads::kItsInputsAndSettings) NoticeSettings();
+    return paused_ == 0 && !settled_.Has(record);
+  }
   /// Of all records: they were replaced, or are other ones.
   void ForgetSettled() { settled_.Clear(); }
 
@@ -68,6 +72,7 @@ class RecordCalculation {
   bool Begin(std::uint32_t record, Cells cells, bool keeps_what_it_was) {
     settled_.Remove(record);
     if (paused_ > 0) return false;
+    if (reads_ == CalcFieldsReads::kItsInputsAndSettings) NoticeSettings();
     if (keeps_what_it_was || reads_ == CalcFieldsReads::kItsRecord)
       before_.assign(cells.begin(), cells.end());
     return true;
@@ -76,6 +81,7 @@ class RecordCalculation {
   /// After a run of a record whose edit cannot be cancelled any more.
   void Settle(std::uint32_t record, Cells cells) {
     const bool settled = reads_ == CalcFieldsReads::kItsInputs ||
+                         (reads_ == CalcFieldsReads::kItsInputsAndSettings && settings_ != 0) ||
                          (reads_ == CalcFieldsReads::kItsRecord && std::ranges::equal(before_, cells));
     if (settled) settled_.Add(record);
   }
@@ -85,9 +91,13 @@ class RecordCalculation {
   bool Changed(Cells cells) const { return !before_.empty() && !std::ranges::equal(before_, cells); }
 
  private:
+  // What was settled by other settings is not settled any more.
+  void NoticeSettings();
+
   Event event_;
   CalcFieldsReads reads_ = CalcFieldsReads::kAnything;
   SettledRecords settled_;
+  std::uint64_t settings_ = 0;         // their version, 0 for none
   std::vector<std::uint64_t> before_;  // room for one record
   int paused_ = 0;
 };
