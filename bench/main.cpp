@@ -19,6 +19,7 @@
 #include "bench/postgresql_benchmarks.h"
 #include "bench/print_benchmarks.h"
 #include "bench/report_benchmarks.h"
+#include "bench/serve_benchmarks.h"
 #include "bench/server_benchmarks.h"
 #include "bench/workbook_benchmarks.h"
 #include "mox/foundation/app.h"
@@ -42,6 +43,7 @@ int Run() {
   mox::bench::RegisterImportBenchmarks();
   mox::bench::RegisterWorkbookBenchmarks();
   mox::bench::RegisterPostgresqlBenchmarks();
+  mox::bench::RegisterServeBenchmarks();
   mox::bench::Measurements measurements;
   benchmark::RunSpecifiedBenchmarks(&measurements);
   peers.Check();
@@ -57,6 +59,7 @@ int Run() {
   mox::bench::PrintImportRatios(measurements);
   mox::bench::PrintWorkbookRatios(measurements);
   mox::bench::PrintPostgresqlRatios(measurements);
+  mox::bench::PrintServeRatios(measurements);
   return 0;
 }
 
@@ -68,6 +71,9 @@ int main(int argc, char** argv) {
   }
   if (argc == 3 && std::string_view(argv[1]) == mox::bench::kWorkbookMemoryOption) {
     return mox::bench::PrintWorkbookMemory(argv[2]);
+  }
+  if (argc == 2 && std::string_view(argv[1]) == mox::bench::kServeMemoryOption) {
+    return mox::bench::PrintServeMemory();
   }
   // Mixed repetitions let a slow moment of the machine fall on all benchmarks alike.
   char mixed[] = "--benchmark_enable_random_interleaving=true";

@@ -205,8 +205,8 @@ LogInResult Accounts::LogIn(std::string_view user, std::string_view password,
   });
 }
 
-std::optional<Session> Accounts::SessionOf(std::string_view token, std::string_view company) {
-  return state_->With([&](Database& database) -> std::optional<Session> {
+std::optional<AccountSession> Accounts::SessionOf(std::string_view token, std::string_view company) {
+  return state_->With([&](Database& database) -> std::optional<AccountSession> {
     const UnixSeconds now = state_->now();
     if (!state_->find_session) {
       state_->find_session = database.Prepare(
@@ -222,7 +222,8 @@ std::optional<Session> Accounts::SessionOf(std::string_view token, std::string_v
     if (rows.IsEmpty()) return std::nullopt;
 
     const RecordRow first = rows.RowAt(0);
-    Session session{.user = std::string(first.AsTextView(2)), .code = std::string(first.AsTextView(3))};
+    AccountSession session{.user = std::string(first.AsTextView(2)),
+                           .code = std::string(first.AsTextView(3))};
     for (const RecordRow& row : rows.Rows()) {
       if (const Role* const role = FindRole(row.AsTextView(5))) session.rights.Add(role->rights);
     }

@@ -47,7 +47,7 @@ struct LogInResult {
 };
 
 /// Who asks, and what that user may do in the company that was asked for.
-struct Session {
+struct AccountSession {
   std::string user;  ///< the name of the account
   std::string code;  ///< by which documents name the user, at most five characters
   /// None where the user has no role there, or there is no such company: which of them is not to be told.
@@ -114,7 +114,7 @@ class Accounts {
   /// address and each IPv6 network of 64 bits. Takes the same time for a user that does not exist.
   LogInResult LogIn(std::string_view user, std::string_view password, std::string_view remote_address);
   /// Nothing for a token that does not exist, has expired or was revoked, or whose account is disabled.
-  std::optional<Session> SessionOf(std::string_view token, std::string_view company);
+  std::optional<AccountSession> SessionOf(std::string_view token, std::string_view company);
   /// Ends a token. False where it was none.
   bool LogOut(std::string_view token);
   /// Where a company's database is; nothing where there is no such company.

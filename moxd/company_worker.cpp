@@ -145,7 +145,7 @@ Reply CompanyWorker::LogOut(const RequestHead& head) {
 }
 
 std::optional<Reply> CompanyWorker::Check(const RequestHead& head, const RequestRoute& route,
-                                          std::optional<Session>& session) {
+                                          std::optional<AccountSession>& session) {
   session = head.token.empty() ? std::nullopt : Directory().SessionOf(head.token, route.company);
   if (!session) return ErrorReply("not_logged_in");
   if (session->rights.Empty()) return ErrorReply("forbidden");
@@ -164,7 +164,7 @@ std::optional<Reply> CompanyWorker::Check(const RequestHead& head, const Request
 Admission CompanyWorker::Admit(const RequestHead& head, const RequestRoute& route) {
   bool admitted = false;
   Reply reply = Guarded(route.company, [&] {
-    std::optional<Session> session;
+    std::optional<AccountSession> session;
     if (auto refused = Check(head, route, session)) return std::move(*refused);
     admitted = true;
     return Reply();
@@ -241,7 +241,7 @@ Reply CompanyWorker::Write(CompanyServer& server, const RequestHead& head, const
 
 Reply CompanyWorker::Attempt(HttpRequest& request, const RequestRoute& route,
                              std::optional<std::string>& text) {
-  std::optional<Session> session;
+  std::optional<AccountSession> session;
   if (auto refused = Check(request.head, route, session)) return std::move(*refused);
   asked_ = session->address;
   if (!text) {

@@ -45,7 +45,7 @@ class CompanyWorker {
   void Forget(const std::string& address);
   Reply Attempt(HttpRequest& request, const RequestRoute& route, std::optional<std::string>& text);
   std::optional<Reply> Check(const RequestHead& head, const RequestRoute& route,
-                             std::optional<Session>& session);
+                             std::optional<AccountSession>& session);
   std::optional<Reply> ReadList(HttpRequest& request, std::string& text);
   Reply Read(CompanyServer& server, const RequestRoute& route, const std::string& text);
   Reply Write(CompanyServer& server, const RequestHead& head, const std::string& text);
