@@ -15,6 +15,7 @@
 #include "bench/import_benchmarks.h"
 #include "bench/measurements.h"
 #include "bench/micro_benchmarks.h"
+#include "bench/paper_benchmarks.h"
 #include "bench/peers.h"
 #include "bench/postgresql_benchmarks.h"
 #include "bench/print_benchmarks.h"
@@ -42,6 +43,7 @@ int Run() {
   mox::bench::RegisterReportBenchmarks();
   mox::bench::RegisterImportBenchmarks();
   mox::bench::RegisterWorkbookBenchmarks();
+  mox::bench::RegisterPaperBenchmarks();
   mox::bench::RegisterPostgresqlBenchmarks();
   mox::bench::RegisterServeBenchmarks();
   mox::bench::Measurements measurements;
@@ -58,6 +60,7 @@ int Run() {
   mox::bench::PrintReportRatios(measurements);
   mox::bench::PrintImportRatios(measurements);
   mox::bench::PrintWorkbookRatios(measurements);
+  mox::bench::PrintPaperRatios(measurements);
   mox::bench::PrintPostgresqlRatios(measurements);
   mox::bench::PrintServeRatios(measurements);
   return 0;

@@ -28,8 +28,8 @@ class LayoutTest : public RandomDocuments {
     return file.Finish();
   }
   // An invoice with both codes on it.
-  DocumentPage CodedPage() {
-    const std::int64_t id = Store(DocumentKindByName("otpremnica-racun"), 2);
+  DocumentPage CodedPage(std::int64_t lines = 2) {
+    const std::int64_t id = Store(DocumentKindByName("otpremnica-racun"), lines);
     server_.database().Execute(
         "INSERT INTO dok_fiskalno (dok_id, broj_racuna, zki, vrijeme) VALUES (:id, '17/PP1/1', :zki, "
         "'2026-03-02T09:05:00')",
@@ -160,15 +160,19 @@ TEST_F(LayoutTest, MakesPdfsThatAreReadBack) {
 // By two readers that have nothing in common with what draws them.
 TEST_F(LayoutTest, DrawsCodesThatReadersUnderstand) {
   const ScratchFolder folder;
-  const DocumentPage page = CodedPage();
-  ASSERT_NE(page.payment_code, "");
-  const std::string file = folder / "a.pdf";
-  std::ofstream(file, std::ios::binary) << PdfOf(LaidA4(page));
-  OutputOf("pdftoppm -r 200 -gray '" + file + "' '" + (folder / "a") + "'");
-  const GrayPicture picture = ReadPgm(folder / "a-1.pgm");
-  EXPECT_THAT(ReadCodes(picture), testing::UnorderedElementsAre(page.verification_code, page.payment_code));
-  EXPECT_EQ(OutputOf("zbarimg -q --raw '" + (folder / "a-1.pgm") + "'"), page.verification_code + "\n");
-  EXPECT_EQ(page.payment_code.substr(0, 29), "HRVHUB30\nEUR\n" + page.payment_code.substr(13, 15) + "\n");
+  for (const std::int64_t lines : {2, 1, 3, 5, 17}) {
+    const DocumentPage page = CodedPage(lines);
+    ASSERT_NE(page.payment_code, "");
+    const std::string file = folder / "a.pdf";
+    const LaidDocument laid = LaidA4(page);
+    std::ofstream(file, std::ios::binary) << PdfOf(laid);
+    const std::string last = std::to_string(laid.sheets.size());  // where the codes are
+    OutputOf("pdftoppm -r 200 -gray -singlefile -f " + last + " '" + file + "' '" + (folder / "a") + "'");
+    const GrayPicture picture = ReadPgm(folder / "a.pgm");
+    EXPECT_THAT(ReadCodes(picture), testing::UnorderedElementsAre(page.verification_code, page.payment_code));
+    EXPECT_EQ(OutputOf("zbarimg -q --raw '" + (folder / "a.pgm") + "'"), page.verification_code + "\n");
+    EXPECT_EQ(page.payment_code.substr(0, 29), "HRVHUB30\nEUR\n" + page.payment_code.substr(13, 15) + "\n");
+  }
 }
 
 TEST_F(LayoutTest, PrintsSlipsThatAreReadBack) {
