@@ -68,6 +68,33 @@ TEST_F(Pictures, Import) {
   CallImportGrid("KONTNIPLAN");
 }
 
+TEST_F(Pictures, StoredDocument) {
+  DocumentEditor* const editor = Enter("racun-usluga", "Usluge",
+                                       "\tSavjetovanje\tsat\t3\t60\t0\t25\n"
+                                       "\tOdržavanje\tsat\t8\t45\t10\t25\n");
+  QTest::keyClick(Line(editor, "Partner"), Qt::Key_F4);
+  Press(editor, Qt::Key_F9);
+  Press(editor, Qt::Key_F9);  // shows it
+  Save(window_.get(), "stored-document");
+  person_.WillDo([](QWidget* dialog) {
+    Save(dialog, "print");
+    static_cast<QDialog*>(dialog)->accept();
+  });
+  Press(window_->Tabs().currentWidget(), Qt::Key_P, Qt::ControlModifier);
+}
+
+TEST_F(Pictures, SupplierDocument) {
+  DocumentEditor* const editor = Enter("primka-kalkulacija", "Stavke",
+                                       "\tBrašno glatko\tkom\t100\t0,60\t5\t0\t0\t0\t0\t13\n"
+                                       "\tKava mljevena\tkom\t40\t4,00\t5\t0\t0\t0\t0\t25\n");
+  person_.WillDo([](QWidget* dialog) {
+    Fill(Line(dialog, "PDV (25%):"), QStringLiteral("38,10"));
+    Save(dialog, "supplier");
+    static_cast<QDialog*>(dialog)->reject();
+  });
+  PressButton(editor, "PDV dokumenta dobavljača…");
+}
+
 TEST_F(Pictures, LookUp) {
   person_.WillDo([&](QWidget* dialog) {
     Save(dialog, "look-up");
