@@ -8,6 +8,7 @@
 #include "appserver/commit_lost.h"
 #include "appserver/database.h"
 #include "appserver/dialect.h"
+#include "appserver/kept_statements.h"
 #include "appserver/soci_headers.h"
 
 namespace mox {
@@ -25,6 +26,7 @@ class DatabaseConnection {
   const DatabaseLocation& location() const { return location_; }
   soci::session& session() { return session_; }
   const Dialect& dialect() const { return dialect_; }
+  KeptStatements& kept() { return kept_; }
 
   /// Runs an action that talks to the database.
   template <typename Action>
@@ -154,6 +156,7 @@ class DatabaseConnection {
       Execute(sql);
     } catch (const DatabaseUnavailable&) {
       if (!dialect_.Reconnect(session_, location_, access_)) throw;
+      kept_.Clear();
       if (longest_wait_ > 0) dialect_.SetLongestWait(session_, longest_wait_);
       Execute(sql);
     }
@@ -170,6 +173,7 @@ class DatabaseConnection {
   int longest_wait_ = 0;  // milliseconds, where it was set
   std::vector<TableDescription> tables_;
   soci::session session_;
+  KeptStatements kept_;  // of the session
 };
 
 }  // namespace mox

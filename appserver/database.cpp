@@ -97,8 +97,8 @@ void Database::WaitAtMost(int milliseconds) { connection_->WaitAtMost(millisecon
 int Database::SchemaVersion() { return RequireKnownVersion(*connection_); }
 
 Statement Database::Prepare(std::string_view sql, std::span<const FieldKind> parameter_kinds) {
-  const auto fold = [&](std::string_view expression) { return connection_->dialect().Fold(expression); };
-  return Statement(std::make_unique<Statement::Impl>(*connection_, ReplaceFold(sql, fold), parameter_kinds));
+  if (auto kept = connection_->kept().Take(sql, parameter_kinds)) return Statement(std::move(kept));
+  return Statement(std::make_unique<Statement::Impl>(*connection_, sql, parameter_kinds));
 }
 
 Statement Database::Prepare(std::string_view sql, std::initializer_list<FieldKind> parameter_kinds) {

@@ -133,7 +133,7 @@ class Dialect {
   virtual Executed Execute(soci::statement& statement, std::span<const ValueSlot> parameters) const = 0;
   /// How many columns a prepared statement answers; none where the engine tells it of executed ones only.
   virtual std::optional<std::size_t> ColumnCount(soci::statement& statement, bool is_executed) const = 0;
-  /// Ends a statement whose rows were not all fetched.
+  /// Ends a statement, of which not all rows may be fetched, and frees what it answered.
   virtual void Reset(soci::statement& statement) const = 0;
   /// Whether columns may be BLOBs.
   virtual bool StoresBinaries() const = 0;

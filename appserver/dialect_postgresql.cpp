@@ -319,7 +319,7 @@ class Postgresql : public Dialect {
     const PGresult* const result = Backend(statement).result_;
     return static_cast<std::size_t>(PQnfields(result));
   }
-  void Reset(soci::statement& /*statement*/) const override {}
+  void Reset(soci::statement& statement) const override { Backend(statement).result_.reset(); }
 
   bool StoresBinaries() const override { return false; }
   bool IsFailure(const soci::soci_error& error) const override { return IsPostgresqlFailure(error); }

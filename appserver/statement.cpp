@@ -180,8 +180,12 @@ bool ChangesRows(std::string_view sql) {
 
 // --- the statement of the database ---
 
-Statement::Impl::Impl(DatabaseConnection& opened, std::string text, std::span<const FieldKind> kinds)
-    : connection(opened), sql(std::move(text)), names(FindParameters(sql)), changes_rows(ChangesRows(sql)) {
+Statement::Impl::Impl(DatabaseConnection& opened, std::string_view text, std::span<const FieldKind> kinds)
+    : connection(opened),
+      asked(text),
+      sql(ReplaceFold(text, [&](std::string_view part) { return opened.dialect().Fold(part); })),
+      names(FindParameters(sql)),
+      changes_rows(ChangesRows(sql)) {
   if (SplitStatements(sql).size() != 1) throw Error("not one SQL statement: " + sql);
   if (names.names.size() != kinds.size()) {
     throw Error("an SQL statement of " + std::to_string(names.names.size()) + " parameters is given " +
@@ -198,6 +202,31 @@ void Statement::Impl::Prepare() {
     statement->alloc();
     statement->prepare(sql);
   });
+  ended = true;
+}
+
+bool Statement::Impl::Answers(std::string_view sql_asked, std::span<const FieldKind> kinds) const {
+  return asked == sql_asked &&
+         std::equal(kinds.begin(), kinds.end(), parameters.begin(), parameters.end(),
+                    [](FieldKind kind, const ValueSlot& slot) { return kind == slot.kind; });
+}
+
+bool Statement::Impl::Empty() {
+  constexpr std::size_t kLongest = 4096;  // of a text; lists of values make long ones, seldom twice
+  const auto is_binary = [](const ValueSlot& slot) { return slot.bytes != nullptr; };
+  if (!ended || asked.size() > kLongest || std::any_of(parameters.begin(), parameters.end(), is_binary) ||
+      std::any_of(answer.begin(), answer.end(), is_binary)) {
+    return false;
+  }
+  connection.dialect().Reset(*statement);
+  for (std::vector<ValueSlot>* const slots : {&parameters, &answer}) {
+    for (ValueSlot& slot : *slots) {
+      slot.indicator = soci::i_null;
+      if (slot.text.capacity() > kLongest) slot.text = std::string();
+      slot.text.clear();
+    }
+  }
+  return true;
 }
 
 ValueSlot& Statement::Impl::Parameter(std::size_t index) {
@@ -218,6 +247,7 @@ void Statement::Impl::Expect(std::span<const FieldKind> kinds) {
                                [](FieldKind kind, const ValueSlot& slot) { return kind == slot.kind; });
   if (bound && same) return;
   if (bound) Prepare();
+  ended = false;
   RequireColumns(kinds.size(), false);
   answer = SlotsOf(kinds, connection);
   connection.Run([&] {
@@ -234,16 +264,21 @@ void Statement::Impl::Expect(std::span<const FieldKind> kinds) {
     statement->define_and_bind();
   });
   bound = true;
+  ended = true;
 }
 
 bool Statement::Impl::Execute() {
+  ended = false;
   const bool has_row = connection.Run([&] { return statement->execute(true); });
   RequireColumns(answer.size(), true);
+  ended = !has_row;
   return has_row;
 }
 
 bool Statement::Impl::Fetch() {
-  return connection.Run([&] { return statement->fetch(); });
+  const bool has_row = connection.Run([&] { return statement->fetch(); });
+  ended = !has_row;
+  return has_row;
 }
 
 // --- what its users see ---
@@ -251,7 +286,9 @@ bool Statement::Impl::Fetch() {
 Statement::Statement(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 Statement::Statement(Statement&& other) noexcept = default;
 Statement& Statement::operator=(Statement&& other) noexcept = default;
-Statement::~Statement() = default;
+Statement::~Statement() {
+  if (impl_) impl_->connection.kept().Keep(std::move(impl_));
+}
 
 void Statement::BindNull(std::size_t index) { impl_->Parameter(index).indicator = soci::i_null; }
 
@@ -281,7 +318,11 @@ void Statement::Bind(std::size_t index, const RecordRow& row, std::size_t field)
 }
 
 Executed Statement::Impl::Run() {
-  return connection.Run([&] { return connection.dialect().Execute(*statement, parameters); });
+  ended = false;
+  const Executed executed =
+      connection.Run([&] { return connection.dialect().Execute(*statement, parameters); });
+  ended = true;
+  return executed;
 }
 
 std::int64_t Statement::Execute() {

@@ -39,6 +39,7 @@ class Statement {
 
  private:
   friend class Database;
+  friend class KeptStatements;
   struct Impl;
   explicit Statement(std::unique_ptr<Impl> impl);
   std::unique_ptr<Impl> impl_;

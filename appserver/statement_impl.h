@@ -24,7 +24,12 @@ struct ValueSlot {
 };
 
 struct Statement::Impl {
-  Impl(DatabaseConnection& connection, std::string sql, std::span<const FieldKind> kinds);
+  /// The SQL may call fold(x).
+  Impl(DatabaseConnection& connection, std::string_view asked, std::span<const FieldKind> kinds);
+
+  bool Answers(std::string_view sql_asked, std::span<const FieldKind> kinds) const;
+  /// Forgets all values. False where it is not worth keeping, or is not known to be whole.
+  bool Empty();
 
   ValueSlot& Parameter(std::size_t index);
   /// Makes the statement ready to answer columns of these kinds.
@@ -36,13 +41,15 @@ struct Statement::Impl {
   bool Fetch();
 
   DatabaseConnection& connection;
-  std::string sql;
+  std::string asked;
+  std::string sql;  // as the engine has it
   ParameterNames names;
   bool changes_rows = false;
   std::vector<ValueSlot> parameters;
   std::vector<ValueSlot> answer;
   std::unique_ptr<soci::statement> statement;
   bool bound = false;
+  bool ended = false;  // nothing failed, and no row is left to be fetched
 
  private:
   void Prepare();

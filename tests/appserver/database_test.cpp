@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <random>
 
@@ -16,6 +17,7 @@
 #include "mox/documents/quantity.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
 #include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
 #include "tests/foundation/case_file.h"
@@ -26,6 +28,18 @@ namespace {
 namespace fs = std::filesystem;
 using DatabaseTest = ScratchDatabase;
 using DatabaseFileTest = ScratchFile;
+
+// A line of values for each record, "-" for null.
+std::string TextOf(const RecordSet& set) {
+  std::string text;
+  for (const RecordRow& row : set.Rows()) {
+    for (std::size_t i = 0; i < set.FieldCount(); ++i) {
+      text += (i == 0 ? "" : " ") + (row.IsNull(i) ? std::string("-") : ToText(row.AsVariant(i)));
+    }
+    text += '\n';
+  }
+  return text;
+}
 
 // PostgreSQL stores texts of UTF-8 alone, and no binaries.
 class KindsTest : public ScratchDatabase {
@@ -390,6 +404,46 @@ TEST_P(DatabaseTest, GoesOnAfterTheServerHasEndedItsConnection) {
 }
 
 // A file whose number a database may have passed already would never run there.
+// What a statement was given, or was answered, is not met again by the next one of the same text.
+TEST_P(DatabaseTest, BeginsEachStatementAnew) {
+  Database database(path_);
+  database.Execute("CREATE TABLE par_x (id INTEGER PRIMARY KEY, a VARCHAR(9), b INTEGER CHECK (b < 5))");
+  constexpr FieldKind kKinds[] = {FieldKind::kInteger, FieldKind::kText, FieldKind::kInteger};
+  const auto insert = [&](std::int64_t id, const Value& a, const Value& b) {
+    Statement statement = database.Prepare("INSERT INTO par_x VALUES (:id, :a, :b)", kKinds);
+    statement.Bind(0, id);
+    if (a.index() != 0) statement.Bind(1, a);
+    if (b.index() != 0) statement.Bind(2, b);
+    statement.Execute();
+  };
+  const auto rows = [&](std::string_view columns) {
+    return TextOf(database.Query("r", ParseColumns(columns),
+                                 "SELECT a, b FROM par_x WHERE id < :id ORDER BY id",
+                                 std::array<Value, 1>{std::int64_t{100}}));
+  };
+  insert(1, std::string("x"), std::int64_t{4});
+  insert(2, {}, {});
+  EXPECT_THROW(insert(3, std::string("y"), std::int64_t{9}), DatabaseError);
+  EXPECT_THROW(insert(2, {}, {}), DatabaseError);
+  insert(4, {}, std::int64_t{1});
+  EXPECT_EQ(rows("a:text,b:integer"), "x 4\n- -\n- 1\n");
+  EXPECT_EQ(rows("a:text,b:float"), "x 4\n- -\n- 1\n");
+  EXPECT_THROW(rows("a:text"), Error);
+  EXPECT_EQ(rows("a:text,b:integer"), "x 4\n- -\n- 1\n");
+  {
+    // One that is open does not serve another one of the same text.
+    Statement first = database.Prepare("INSERT INTO par_x VALUES (:id, :a, :b)", kKinds);
+    first.Bind(0, std::int64_t{5});
+    insert(6, std::string("z"), {});
+    first.Execute();
+  }
+  EXPECT_EQ(rows("a:text,b:integer"), "x 4\n- -\n- 1\n- -\nz -\n");
+  database.Execute("DROP TABLE par_x");
+  database.Execute("CREATE TABLE par_x (id INTEGER PRIMARY KEY, b INTEGER, a VARCHAR(9))");
+  database.Execute("INSERT INTO par_x VALUES (1, 2, 'n')");
+  EXPECT_EQ(rows("a:text,b:integer"), "n 2\n");
+}
+
 TEST(Migrations, HaveEachNumberOnce) {
   std::vector<int> numbers;
   std::vector<int> expected;
