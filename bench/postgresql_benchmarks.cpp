@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -131,6 +130,12 @@ class ServerCompany {
   RecordSet records_{"adsForDBSave"};
 };
 
+// Gone before the server is, which the end of the program stops.
+ServerCompany& TheCompany() {
+  static ServerCompany company;
+  return company;
+}
+
 constexpr const char* kImport = "postgresql/import";
 constexpr const char* kStore = "postgresql/store";
 constexpr const char* kCopy = "postgresql/copy";
@@ -138,14 +143,12 @@ constexpr const char* kCopy = "postgresql/copy";
 }  // namespace
 
 void RegisterPostgresqlBenchmarks() {
-  const auto company = std::make_shared<std::unique_ptr<ServerCompany>>();
-  const auto add = [&](const char* name, void (ServerCompany::*action)()) {
+  const auto add = [](const char* name, void (ServerCompany::*action)()) {
     benchmark::RegisterBenchmark(name,
-                                 [company, action](benchmark::State& state) {
-                                   if (*company == nullptr) *company = std::make_unique<ServerCompany>();
-                                   (*company)->Empty();
-                                   for (auto _ : state) ((**company).*action)();
-                                   (*company)->RequireRows();
+                                 [action](benchmark::State& state) {
+                                   TheCompany().Empty();
+                                   for (auto _ : state) (TheCompany().*action)();
+                                   TheCompany().RequireRows();
                                    state.SetItemsProcessed(static_cast<std::int64_t>(kRows));
                                  })
         ->Iterations(1)
