@@ -1,11 +1,15 @@
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <span>
 
 #include "mox/foundation/files.h"
 #include "mox/integrations/consumer_e_invoice.h"
+#include "mox/integrations/send_attempt_internal.h"
 #include "mox/server/invoice_files.h"
 #include "tests/fakes/recording_host.h"
 #include "tests/fakes/scratch_folder.h"
+#include "tests/foundation/case_file.h"
 
 namespace mox {
 namespace {
@@ -63,6 +67,16 @@ class Workstation : public RecordingHost {
     return true;
   }
 
+  void CarryOver() {
+    const ScopedApp app(Parts());
+    CarryOverAttempts();
+  }
+
+  std::string File(const char* ending) const { return folder + "adsB2C_7" + ending; }
+
+  /// What others do while the user is asked.
+  std::function<void()> while_asked;
+
   bool WasPosting() {
     const ScopedApp app(Parts());
     const auto left = ReadAttempt(InvoiceFilesOf(kDocument).attempt);
@@ -99,6 +113,7 @@ class Workstation : public RecordingHost {
   int ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
                       std::string_view message) override {
     Step();
+    if (while_asked) while_asked();
     return RecordingHost::ShowVelorDialog(kind, caption, heading, message);
   }
 
@@ -200,6 +215,68 @@ TEST(SendAttempt, IsAskedAboutOnlyInDoubt) {
     const auto asked = [](const std::string& line) { return line.starts_with("dialog 1"); };
     EXPECT_EQ(std::any_of(workstation.log.begin(), workstation.log.end(), asked), in_doubt);
     EXPECT_EQ(world.attempt.empty(), !in_doubt);
+  }
+}
+
+// Only a readable refusal of this very invoice says of the last attempt that there is no e-invoice.
+TEST(SendAttempt, IsPostedUnaskedOnlyAfterARefusal) {
+  const std::string own = InvoiceAnswerName(kUrl, kInvoice);
+  const struct {
+    std::string name;
+    const char* field;
+    int posted;
+  } rows[] = {{own, "statusCode", 1}, {"adsB2C x", "statusCode", 0}, {own, "electronicId", 0}, {own, "", 0}};
+  for (const auto& row : rows) {
+    World world;
+    world.attempt = "pokusaj";
+    Workstation workstation(world, kNever);
+    RecordSet answer = OneRecord({{*row.field == '\0' ? "x" : row.field, std::string("5")}});
+    answer.SetName(row.name);
+    answer.SaveToFile(workstation.File(".xml"));
+    if (*row.field == '\0') std::ofstream(workstation.File(".xml")) << "<xml/>";
+    workstation.Try();
+    EXPECT_EQ(world.posted_unasked, row.posted) << row.name << " " << row.field;
+  }
+}
+
+// The user's yes is none to what another program has begun meanwhile.
+TEST(SendAttempt, IsNotMadeAgainOverThatOfAnother) {
+  World world;
+  world.drops_answers = true;
+  Workstation workstation(world, kNever);
+  workstation.Try();
+  workstation.log.clear();
+  workstation.dialog_answers.assign(100, kDialogYes);
+  workstation.while_asked = [&] { world.attempt = "pokusaj drugi"; };
+  EXPECT_ERROR(workstation.Try(), "! document 7: another program has begun to send it; try again");
+  EXPECT_EQ(world.attempt, "pokusaj drugi");
+  EXPECT_FALSE(std::filesystem::exists(workstation.File(".try")));
+  const auto started = [](const std::string& line) { return line.starts_with("start "); };
+  EXPECT_EQ(std::count_if(workstation.log.begin(), workstation.log.end(), started), 1);
+}
+
+// An attempt that only a file tells of, of an earlier program, goes into the database as one that has ended;
+// one that was never posted, or of a document that has its e-invoice, goes away.
+TEST(SendAttempt, IsCarriedOverFromItsFile) {
+  const struct {
+    const char* text;
+    bool linked;
+    bool carried;
+    bool file_left;
+  } rows[] = {{"pokusaj\n", false, true, true},
+              {"pokusaj\nnovi\n", false, false, true},
+              {"\nupit\n", false, false, true},
+              {"pokusaj\npotvrdeno\n", false, true, true},
+              {"pokusaj\n", true, false, false}};
+  for (const auto& row : rows) {
+    World world;
+    world.linked = row.linked;
+    Workstation workstation(world, kNever);
+    std::ofstream(workstation.File(".try")) << row.text;
+    workstation.CarryOver();
+    EXPECT_EQ(world.attempt.empty(), !row.carried) << row.text;
+    EXPECT_FALSE(world.under_way) << row.text;
+    EXPECT_EQ(std::filesystem::exists(workstation.File(".try")), row.file_left) << row.text;
   }
 }
 

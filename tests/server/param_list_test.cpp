@@ -91,6 +91,9 @@ TEST(ParamList, IsTheDocumentedForm) {
   EXPECT_ERROR(read.ParamByName("rb").AsDataSet(), "!ConversionError parameter \"rb\" holds no record set");
   EXPECT_ERROR(read.ParamByName("stavke").AsParamList(),
                "!ConversionError parameter \"stavke\" holds no parameter list");
+  TAstaParamList damaged{{"a", "x"}};
+  EXPECT_ERROR(damaged[0].AsDataSet(), "! parameter \"a\": byte 0: head: \"moxrs 1\" is missing");
+  EXPECT_ERROR(damaged[0].AsParamList(), "! parameter \"a\": byte 0: list: \"moxpl 1\" is missing");
 }
 
 TEST(ParamList, HoldsAnyTextUnderAnyName) {
@@ -124,14 +127,18 @@ TEST(ParamList, ShowsNoMoreThanALineCanHold) {
   std::string nested = list.AsTokenizedString(false);
   EXPECT_TRUE(list.AsTokenizedString(true).ends_with(" p=19 ... 10 more"));
   for (int depth = 0; depth < 5; ++depth) {
-    nested = TAstaParamList{{"u", nested}}.AsTokenizedString(false);
+    nested = TAstaParamList{{"t", "x"}, {"u", nested}}.AsTokenizedString(false);
     TAstaParamList outer;
+    outer.FastAdd("t", "x");
     outer.FastAdd("u", std::exchange(list, {}));
     list = std::move(outer);
   }
-  const std::string shown = "u=<list u=<list u=<list u=<list ...>>>>";
+  const std::string shown = "t=x u=<list t=x u=<list t=x u=<list t=x u=<list ...>>>>";
   EXPECT_EQ(TAstaParamList::FromTokenizedString(nested).AsTokenizedString(true), shown);
   EXPECT_EQ(list.AsTokenizedString(true), shown);
+  TAstaParamList with_empty;
+  with_empty.FastAdd("p", TAstaParamList());
+  EXPECT_EQ(with_empty.AsTokenizedString(true), "p=<list>");
   const std::string name(100, 'n');
   const TAstaParamList read =
       TAstaParamList::FromTokenizedString(TAstaParamList{{name, "~\x7F"}}.AsTokenizedString(false));
