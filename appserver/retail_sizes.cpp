@@ -15,7 +15,7 @@ RecordSet FindRetailSizes(Database& database, const TAstaParamList& request) {
   if (inputs.ParamByName("params1").AsString() != kColumns) {
     throw Error("\"params1\" must be \"" + std::string(kColumns) + '"');
   }
-  RecordSet& articles = inputs.ParamByName("params2").AsDataSet();
+  const RecordSet& articles = inputs.ParamByName("params2").AsDataSet();
 
   RecordSet sizes("adsList");
   for (const std::string_view field : kFields) sizes.DefineField(field, FieldKind::kText);
@@ -28,7 +28,7 @@ RecordSet FindRetailSizes(Database& database, const TAstaParamList& request) {
       std::vector<FieldKind>(std::size(kFields), FieldKind::kText));
   for (const RecordRow& article : articles.Rows()) {
     for (std::size_t i = 0; i < std::size(kFields); ++i) {
-      statement.BindText(i, article.AsText(articles.FieldByName(kFields[i]).Index()));
+      statement.BindText(i, article.AsText(article.IndexOf(kFields[i])));
     }
     statement.ExecuteInto(sizes);
   }

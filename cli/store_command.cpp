@@ -37,13 +37,13 @@ void WarnOfColumns(const std::string& transaction, const std::vector<RecordSetFi
 }
 
 // The account of a record set is shown in no message.
-void KeepSecret(RecordSet& records, Secrets& secrets) {
+void KeepSecret(const RecordSet& records, Secrets& secrets) {
   if (records.IsEmpty()) return;
   for (const char* secret : {"EracunKey", "lozinka"}) {
-    if (const auto field = records.FindField(secret)) secrets.Add(field->AsText());
+    if (const auto field = records.FindFieldIndex(secret)) secrets.Add(records.AsText(*field));
   }
   for (const char* address : {"EracunB2CUrl", "url"}) {
-    if (const auto field = records.FindField(address)) secrets.AddThoseOf(field->AsText());
+    if (const auto field = records.FindFieldIndex(address)) secrets.AddThoseOf(records.AsText(*field));
   }
 }
 

@@ -115,6 +115,7 @@ constexpr Message kMessages[] = {
     {"the document has no partner", "dokument nema partnera"},
     {"the server has no payment slip for the document", "poslužitelj nema virman za dokument"},
     // sheets
+    {"is longer than {} characters", "dulje je od {} znakova"},
     {"{}: the file is protected by a password; save it without one",
      "{}: datoteka je zaštićena lozinkom; spremite je bez nje"},
     {"{}: the file is no sheet; save it as .xlsx, .ods or .csv",

@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "desktop/croatian.h"
 #include "desktop/qt_text.h"
 
 namespace mox {
@@ -28,7 +29,7 @@ QString FaultText(const ImportFault& fault, const ImportFieldDef& field) {
     case ImportPass::kUnique:
       return value + QStringLiteral("već postoji u bazi");
     case ImportPass::kFormat:
-      return value + WantedKind(field) + QStringLiteral(" (%1)").arg(ToQt(fault.reason));
+      return value + WantedKind(field) + QStringLiteral(" (%1)").arg(InCroatian(fault.reason));
     case ImportPass::kStore:
       break;
   }

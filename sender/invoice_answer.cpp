@@ -71,11 +71,11 @@ Value TextOf(const json& member) {
   return member.is_string() ? member.get<std::string>() : member.dump();
 }
 
-std::int64_t IntegerOr(RecordSet& records, std::string_view field, std::int64_t otherwise) {
-  const auto found = records.FindField(field);
-  if (!found || found->IsNull()) return otherwise;
+std::int64_t IntegerOr(const RecordSet& records, std::string_view field, std::int64_t otherwise) {
+  const auto found = records.FindFieldIndex(field);
+  if (!found || records.IsNull(*found)) return otherwise;
   try {
-    return ParseInteger(TrimBlanks(found->AsText()));
+    return ParseInteger(TrimBlanks(records.AsText(*found)));
   } catch (const Error&) {
     return otherwise;
   }

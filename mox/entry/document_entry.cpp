@@ -30,14 +30,15 @@ bool HasValue(const RecordSet& header, std::string_view field) {
 }
 
 // Another document of the supplier has the number that this one says.
-bool IsSupplierNumberTaken(RecordSet& header) {
+bool IsSupplierNumberTaken(const RecordSet& header) {
   if (!HasValue(header, "broj_dok_dob") || !HasValue(header, "datum_dok_dob") ||
       !HasValue(header, "par_id")) {
     return false;
   }
-  const auto answer = CheckIfBrojDocDobExists(0, header.FieldByName("broj_dok_dob").AsText(),
-                                              header.FieldByName("datum_dok_dob").AsDate(),
-                                              header.FieldByName("par_id").AsInteger());
+  const RecordRow row = header.RowAt(0);
+  const auto answer =
+      CheckIfBrojDocDobExists(0, row.AsText(row.IndexOf("broj_dok_dob")),
+                              row.AsDate(row.IndexOf("datum_dok_dob")), row.AsInteger(row.IndexOf("par_id")));
   if (!answer || answer->IsEmpty()) return false;
   const auto taken = answer->FindFieldIndex("BrojDokDobKoristen");
   return taken && answer->RowAt(0).AsBoolean(*taken);
@@ -90,12 +91,13 @@ std::optional<std::int64_t> WarehouseOf(const Document& document) {
 std::optional<StockShortage> CheckStock(const Document& document, std::optional<std::int64_t> warehouse) {
   SetConstraintsOnLager();
   if (document.Goods() == nullptr || !warehouse) return std::nullopt;
-  RecordSet taken = StockTaken(document.Kind(), *document.Goods(), *warehouse);
-  for (taken.First(); !taken.Eof(); taken.Next()) {
-    const Field quantity = taken.FieldByName("kolicina");
-    const Field stock = taken.FieldByName("stanje");
-    if (CheckLagerNegative(quantity, stock)) continue;
-    return StockShortage{taken.FieldByName("sifra").AsText(), stock.AsFloat(), -quantity.AsFloat()};
+  const RecordSet taken = StockTaken(document.Kind(), *document.Goods(), *warehouse);
+  for (const RecordRow& row : taken.Rows()) {
+    const double quantity = row.AsFloat(row.IndexOf("kolicina"));
+    const double stands = row.AsFloat(row.IndexOf("stanje"));
+    if (!CheckLagerNegative(quantity, stands)) {
+      return StockShortage{row.AsText(row.IndexOf("sifra")), stands, -quantity};
+    }
   }
   return std::nullopt;
 }

@@ -45,6 +45,8 @@ struct FieldDef {
   bool calculated = false;          ///< may be written inside the calculate-fields event
   std::string display_name = {};    ///< label in messages; empty means the name
   std::string display_format = {};  ///< mask of a numeric field; empty means none
+
+  const std::string& Label() const { return display_name.empty() ? name : display_name; }
 };
 
 }  // namespace mox

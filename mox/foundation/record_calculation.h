@@ -59,6 +59,7 @@ class RecordCalculation {
   /// Nested.
   void Pause() { ++paused_; }
   void Resume() { --paused_; }
+  bool IsPaused() const { return paused_ > 0; }
   /// Whether it is to run for a record that becomes current.
   bool IsDue(std::uint32_t record) {
     if (reads_ == CalcFieldsReads::kItsInputsAndSettings) NoticeSettings();

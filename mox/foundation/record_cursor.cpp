@@ -100,9 +100,19 @@ std::optional<Bookmark> RecordCursor::Remember(const RecordTable& table) const {
   return Bookmark{record, table.GenerationOf(record), epoch_, inserting_ ? pending_at_ : position_};
 }
 
+std::optional<Bookmark> RecordCursor::RememberNumber(const RecordTable& table, std::size_t number) const {
+  const std::vector<Id>& order = table.order();
+  if (number < 1 || number > order.size() + (inserting_ ? 1 : 0)) return std::nullopt;
+  std::size_t at = number - 1;
+  if (inserting_ && at == pending_at_) {
+    return Bookmark{pending_, table.GenerationOf(pending_), epoch_, pending_at_};
+  }
+  if (inserting_ && at > pending_at_) --at;
+  return Bookmark{order[at], table.GenerationOf(order[at]), epoch_, at};
+}
+
 std::optional<std::size_t> RecordCursor::PlaceOf(const RecordTable& table, const Bookmark& bookmark) const {
-  const bool gone = epoch_ != bookmark.epoch || table.GenerationOf(bookmark.record) != bookmark.generation;
-  return gone ? std::nullopt : PlaceOf(bookmark.record, bookmark.position);
+  return Holds(table, bookmark) ? PlaceOf(bookmark.record, bookmark.position) : std::nullopt;
 }
 
 bool RecordCursor::IsVisible(const RecordTable& table, Id record) const {

@@ -116,6 +116,12 @@ class RecordCursor {
   /// The place of a visible record, looked for around one that it had.
   std::optional<std::size_t> PlaceOf(Id record, std::size_t near) const;
   std::optional<Bookmark> Remember(const RecordTable& table) const;
+  /// The record that has such a number among all, as NumberOfRow counts them; none where there is none.
+  std::optional<Bookmark> RememberNumber(const RecordTable& table, std::size_t number) const;
+  /// Whether a remembered record is still there, whatever the filter.
+  bool Holds(const RecordTable& table, const Bookmark& bookmark) const {
+    return epoch_ == bookmark.epoch && table.GenerationOf(bookmark.record) == bookmark.generation;
+  }
   /// The place of a remembered record; none when it is gone or filtered out.
   std::optional<std::size_t> PlaceOf(const RecordTable& table, const Bookmark& bookmark) const;
 

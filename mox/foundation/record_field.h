@@ -20,7 +20,7 @@ class Field {
   const std::string& Name() const { return set_->Definition(index_).name; }
   FieldKind Kind() const { return set_->Definition(index_).kind; }
   std::size_t Size() const { return set_->Definition(index_).size; }
-  const std::string& DisplayName() const;
+  const std::string& DisplayName() const { return set_->Definition(index_).Label(); }
   void SetDisplayName(std::string label) { set_->SetDisplayName(index_, std::move(label)); }
   bool Required() const { return set_->Definition(index_).required; }
   void SetRequired(bool required) { set_->SetRequired(index_, required); }

@@ -17,7 +17,7 @@ struct RecordSetChange {
     kCell,      ///< a pending value was written
     kRecord,    ///< the current record was opened, posted, cancelled or calculated: its values or its state
     kInserted,  ///< a row came; it is current, and not posted yet
-    kRemoved,   ///< a row went
+    kRemoved,   ///< a row went; where there are others, kMoved follows
     kReset,     ///< everything is to be read anew: rows, current row, fields and labels
     kClosed     ///< the set was closed and has no rows
   };

@@ -177,6 +177,7 @@ void RecordSet::Cancel() {
   }
   EndEditing();
   Tell(inserted ? RecordSetChange::kRemoved : RecordSetChange::kRecord, row);
+  if (inserted && !IsEmpty()) Tell(RecordSetChange::kMoved, CurrentRow());
   table_.CompactTextsIfWorthIt();
 }
 
@@ -319,6 +320,17 @@ int RecordSet::AddListener(Listener listener) {
 void RecordSet::RemoveListener(int id) {
   listeners_.Remove(id);
   BindWatched();
+}
+
+void RecordSet::EnableControls() {
+  if (!ControlsDisabled())
+    throw StateError(Name() + ": the controls are enabled without having been disabled");
+  listeners_.Enable(*this);
+}
+
+void RecordSet::ResumeCalculation() {
+  if (!calculation_.IsPaused()) throw StateError(Name() + ": the calculation is resumed without a pause");
+  calculation_.Resume();
 }
 
 void RecordSet::Refresh() {

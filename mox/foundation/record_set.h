@@ -130,6 +130,12 @@ class RecordSet {
   std::size_t CurrentRow() const { return cursor_.CurrentRow(); }
   /// Its number among all records whatever the filter, from 1. Raises Error when there is none at that place.
   std::size_t NumberOfRow(std::size_t row) const { return cursor_.NumberOfRow(table_, row); }
+  /// The record of such a number, remembered; none where there is no such record.
+  std::optional<Bookmark> BookmarkOfNumber(std::size_t number) const {
+    return cursor_.RememberNumber(table_, number);
+  }
+  /// Whether a remembered record is still in the set, whatever the filter.
+  bool Holds(const Bookmark& bookmark) const { return cursor_.Holds(table_, bookmark); }
   /// A row with what is pending in it. Raises Error when there is none at that place.
   RecordRow RowAt(std::size_t row) const {
     return table_.Row(table_.Cells(cursor_.RecordOfRow(table_, row)));
@@ -196,14 +202,15 @@ class RecordSet {
   int AddListener(Listener listener);
   void RemoveListener(int id);
   /// Nested, and best by ControlsGuard. While they are disabled the listeners hear nothing; after the last
-  /// enabling they are told once of everything.
+  /// enabling they are told once of everything. Enabling them once too often raises StateError.
   void DisableControls() { listeners_.Disable(); }
-  void EnableControls() { listeners_.Enable(*this); }
+  void EnableControls();
   bool ControlsDisabled() const { return listeners_.AreDisabled(); }
   /// Nested, and best by CalculationPause. Meanwhile the calculate-fields event does not run; a record posted
-  /// then is calculated when it becomes current again.
+  /// then is calculated when it becomes current again. Resuming once too often raises StateError.
   void PauseCalculation() { calculation_.Pause(); }
-  void ResumeCalculation() { calculation_.Resume(); }
+  void ResumeCalculation();
+  bool CalculationPaused() const { return calculation_.IsPaused(); }
   /// The before-post event is running.
   bool IsBeingChecked() const { return now_.checking; }
   /// The set is walked, checked or calculated: a screen that processes messages meanwhile leaves it alone.

@@ -36,11 +36,14 @@ class RowRange {
 
 inline RowRange RecordSet::Rows() const { return RowRange(*this); }
 
-/// Disables the controls bound to a set for its own lifetime, while which the set is not moved; guards nest.
+/// Disables the controls bound to a set for its own lifetime, while which the set is not moved away; guards
+/// nest.
 class [[nodiscard]] ControlsGuard {
  public:
   explicit ControlsGuard(RecordSet& set) : set_(set) { set_.DisableControls(); }
-  ~ControlsGuard() { set_.EnableControls(); }
+  ~ControlsGuard() {
+    if (set_.ControlsDisabled()) set_.EnableControls();
+  }
   ControlsGuard(const ControlsGuard&) = delete;
   ControlsGuard& operator=(const ControlsGuard&) = delete;
 
@@ -53,7 +56,9 @@ class [[nodiscard]] ControlsGuard {
 class [[nodiscard]] CalculationPause {
  public:
   explicit CalculationPause(RecordSet& set) : set_(set) { set_.PauseCalculation(); }
-  ~CalculationPause() { set_.ResumeCalculation(); }
+  ~CalculationPause() {
+    if (set_.CalculationPaused()) set_.ResumeCalculation();
+  }
   CalculationPause(const CalculationPause&) = delete;
   CalculationPause& operator=(const CalculationPause&) = delete;
 

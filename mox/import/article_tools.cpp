@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "mox/foundation/text.h"
+#include "mox/foundation/write_and_post_internal.h"
 #include "mox/import/import_grid.h"
 #include "mox/import/import_walk_internal.h"
 #include "mox/server/param_list.h"
@@ -23,10 +24,12 @@ void JoinFields(RecordSet& set, const std::vector<Joined>& joins) {
   const WholeSetWalk walk(set);
   for (set.First(); !set.Eof(); set.Next()) {
     set.Edit();
-    for (const auto& [field, first, second] : joins) {
-      set.FieldByName(field).SetText(set.FieldByName(first).AsText() + set.FieldByName(second).AsText());
-    }
-    set.Post();
+    WriteAndPost(set, [&] {
+      for (const Joined& join : joins) {
+        set.FieldByName(join.field)
+            .SetText(set.FieldByName(join.first).AsText() + set.FieldByName(join.second).AsText());
+      }
+    });
   }
 }
 
@@ -87,8 +90,7 @@ void TfrmImportGrid::PreracunVelicinaClick() {
     const auto size = sizes.find(SizeKeyOf(source_.RowAt(source_.CurrentRow()), kAsked));
     if (size == sizes.end()) continue;
     source_.Edit();
-    source_.FieldByName("HR_VEL").SetText(size->second);
-    source_.Post();
+    WriteAndPost(source_, [&] { source_.FieldByName("HR_VEL").SetText(size->second); });
   }
 }
 

@@ -204,17 +204,20 @@ void ImportCheck::CheckRow(const RecordRow& row, std::size_t number, std::vector
     const std::string_view text = row.AsTextView(column.from);
     const bool null = text.empty() && row.IsNull(column.from);
     const ColumnRules& rules = column.rules;
-    const auto add = [&](ImportPass pass) {
-      faults.push_back(
-          {number, column.position, pass, std::string(text), std::string(ReasonOf(pass, rules.field()))});
+    const auto add_for = [&](ImportPass pass, std::string reason) {
+      faults.push_back({number, column.position, pass, std::string(text), std::move(reason)});
     };
+    const auto add = [&](ImportPass pass) { add_for(pass, std::string(ReasonOf(pass, rules.field()))); };
     const auto runs = [&](ImportPass pass) { return column.runs[IndexOf(pass)]; };
     if (runs(ImportPass::kRequired) && text.empty()) add(ImportPass::kRequired);
     if (runs(ImportPass::kLookup) && !text.empty() && !rules.IsKnown(text, column.hash))
       add(ImportPass::kLookup);
     // An empty cell that need not be filled is not converted.
     const bool converts = runs(ImportPass::kFormat) && (!null || column.is_required);
-    if (converts && !rules.Store(text, typed_, column.to).empty()) add(ImportPass::kFormat);
+    if (converts) {
+      std::string reason = rules.Store(text, typed_, column.to);
+      if (!reason.empty()) add_for(ImportPass::kFormat, std::move(reason));
+    }
     if (runs(ImportPass::kUnique) && rules.IsTaken(text)) add(ImportPass::kUnique);
   }
 }

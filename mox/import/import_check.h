@@ -56,7 +56,7 @@ class ImportLookups {
 /// The outcome of a check.
 struct CheckedImport {
   /// "adsForDBSave": a row for each of the sheet, with the kinds and sizes of the profile. What could not be
-  /// converted is null.
+  /// converted is null, a text that is too long is cut.
   RecordSet rows;
   std::vector<ImportFault> faults;  ///< by rows, then columns, then passes
 };
@@ -65,10 +65,10 @@ struct CheckedImport {
 /// whatever its filter, as they were posted. Nothing but look-ups is asked of a server, once for each column.
 ///
 /// A cell is faulty that is required and empty; that must be in the database and is not, without regard to
-/// letter case and to blanks at its ends; that is no value of its kind as the user's locale writes it, or has
-/// a control character; that must be new and is in the database, without regard to the case of the letters a
-/// to z. Raises ConversionError for a definition that cannot be read, FieldNotFound for a column that `rows`
-/// lacks, and what the look-ups raise.
+/// letter case and to blanks at its ends; that is no value of its kind as the user's locale writes it, has a
+/// control character or is longer than its column; that must be new and is in the database, without regard to
+/// the case of the letters a to z. Raises ConversionError for a definition that cannot be read, FieldNotFound
+/// for a column that `rows` lacks, and what the look-ups raise.
 CheckedImport CheckImport(std::span<const ImportFieldDef> profile, const RecordSet& rows,
                           ImportLookups& lookups);
 

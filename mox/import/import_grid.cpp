@@ -36,7 +36,9 @@ TfrmImportGrid::TfrmImportGrid(ImportGridView& view, std::string_view profile_ke
       generiranje_sifri_button_{.caption = "Generiranje šifri"},
       ws_katalog_button_{.caption = "WS Katalog"},
       provjera_i_uvoz_button_{.caption = "Provjera i uvoz podataka", .modal_result = kMrOk},
-      odustani_button_{.caption = "Odustani", .modal_result = kMrCancel, .cancel = true} {}
+      odustani_button_{.caption = "Odustani", .modal_result = kMrCancel, .cancel = true} {
+  source_.AddListener([this](const RecordSet&, const RecordSetChange& change) { SourceChanged(change); });
+}
 
 bool CallImportGrid(std::string_view profile_key, ImportGridView& view) {
   TfrmImportGrid form(view, profile_key);
@@ -104,11 +106,19 @@ void TfrmImportGrid::CreateDataSetFrom() {
     if (field.IsDefined()) set.DefineField(field.field_name, FieldKind::kText, kSourceSize);
   }
   OpenWithFields(set);
-  source_ = std::move(set);
-  source_.AddListener([this](const RecordSet&, const RecordSetChange&) { UpdateIndicator(); });
+  source_.CleanClone(set);
 }
 
 void TfrmImportGrid::CreateDataSetTo() { target_ = TypedRows(fields_); }
+
+void TfrmImportGrid::SourceChanged(const RecordSetChange& change) {
+  using enum RecordSetChange::Kind;
+  if (change.kind != kMoved && change.kind != kCell && change.kind != kRecord) {
+    faults_.Follow(source_);
+    sheet_faults_.Follow(source_);
+  }
+  UpdateIndicator();
+}
 
 void TfrmImportGrid::UpdateIndicator() {
   const std::size_t count = source_.RecordCount();
@@ -128,13 +138,6 @@ const GridStyle* TfrmImportGrid::RowStyle(std::size_t row) const {
 
 const GridStyle* TfrmImportGrid::RowStyle() const {
   return source_.RowCount() > 0 ? RowStyle(source_.CurrentRow()) : nullptr;
-}
-
-std::span<const ImportFault> TfrmImportGrid::FaultsOfRow(std::size_t row) const {
-  const std::size_t number = source_.NumberOfRow(row);
-  const auto is_above = [](const ImportFault& fault, std::size_t below) { return fault.row < below; };
-  const auto first = std::lower_bound(faults_.begin(), faults_.end(), number, is_above);
-  return {first, std::lower_bound(first, faults_.end(), number + 1, is_above)};
 }
 
 void TfrmImportGrid::SetOrigin(const ImportOrigin& origin) {

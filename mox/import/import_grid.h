@@ -13,6 +13,7 @@
 #include "mox/import/import_check.h"
 #include "mox/import/import_field.h"
 #include "mox/import/import_view.h"
+#include "mox/import/record_faults.h"
 
 namespace mox {
 
@@ -90,9 +91,9 @@ struct ImportOrigin {
 /// dialog does, talks to the screen through a view and to the user, the clipboard and the server through the
 /// host's application object.
 ///
-/// The source set has every cell as a text of 100 characters, longer ones are cut; the target set has the
-/// checked rows with the kinds and sizes of the profile. A cell without a value is null. All checks look at
-/// every source row, whatever the display filter hides.
+/// The source set has every cell as a text of 100 characters; the target set has the checked rows with the
+/// kinds and sizes of the profile. What is longer is cut, and a fault of its cell. A cell without a value is
+/// null. All checks look at every source row, whatever the display filter hides.
 class TfrmImportGrid {
  public:
   // --- what is the same for every profile ---
@@ -130,11 +131,13 @@ class TfrmImportGrid {
   const RecordSet& AdsForImport() const { return source_; }
   RecordSet& AdsForDBSave() { return target_; }
   /// Faults of cells that whoever read the sheet found and the check cannot see: a number that the
-  /// spreadsheet has rounded. They count from the next check on, each as long as its cell has the value that
-  /// it names, and in the place of what the same pass finds of that cell.
-  void SetSheetFaults(std::vector<ImportFault> faults) { sheet_faults_ = std::move(faults); }
-  /// What the last check found, whole; the fault texts of the rows are cut at 100 characters.
-  std::span<const ImportFault> Faults() const { return faults_; }
+  /// spreadsheet has rounded. Their rows are those that the source set has now. They count from the next
+  /// check on, each as long as its cell has the value that it names, and in the place of what the same pass
+  /// finds of that cell. They replace those that pasting found: texts that were cut.
+  void SetSheetFaults(std::vector<ImportFault> faults) { sheet_faults_.Assign(std::move(faults), source_); }
+  /// What the last check found, whole; the fault texts of the rows are cut at 100 characters. A fault stays
+  /// with its record: its row is where that stands now, and it goes when that is deleted.
+  std::span<const ImportFault> Faults() const { return faults_.All(); }
   /// The modal result does not tell.
   ImportOutcome Outcome() const { return outcome_; }
   /// Why the server refused the rows, where it says so.
@@ -175,9 +178,10 @@ class TfrmImportGrid {
   const GridStyle* RowStyle(std::size_t row) const;
   /// Of the current source row; null where there is none.
   const GridStyle* RowStyle() const;
-  /// What the last check found in a source row as the grid shows them. Rows that came or went since then move
-  /// the others.
-  std::span<const ImportFault> FaultsOfRow(std::size_t row) const;
+  /// What the last check found in a source row as the grid shows them.
+  std::span<const ImportFault> FaultsOfRow(std::size_t row) const {
+    return faults_.OfRow(source_.NumberOfRow(row));
+  }
 
   // --- how a profile builds the grid ---
 
@@ -239,6 +243,7 @@ class TfrmImportGrid {
 
   void PrepareProfile(std::string_view key);
   void UpdateIndicator();
+  void SourceChanged(const RecordSetChange& change);
   void SetModalResult(int result);
   std::string FilterExpression() const;
 
@@ -246,7 +251,7 @@ class TfrmImportGrid {
   void ForEachSourceRow(Action action);
   void ShowPass(const ImportFieldDef& field, ImportPass pass);
   bool CheckAllRows();
-  void AddSheetFaults();
+  void TakeFaults(std::vector<ImportFault> found);
   ImportValues ValuesToAskFor(std::string_view field_name);
   std::size_t DataColumn(std::string_view field_name) const;
   void PaintFaults();
@@ -264,8 +269,8 @@ class TfrmImportGrid {
   std::string lbl_indicator_ = "0/0";
   int modal_result_ = kMrNone;
   std::size_t focused_ = kFirstDataPosition;
-  std::vector<ImportFault> faults_;
-  std::vector<ImportFault> sheet_faults_;
+  RecordFaults faults_;
+  RecordFaults sheet_faults_;
   ImportOutcome outcome_ = ImportOutcome::kNone;
   std::string refusal_;
 

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <iterator>
-#include <map>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -76,7 +75,7 @@ void TfrmImportGrid::ProvjeraIUvozClick() {
     ShowVelorDialog(TVCustomDialogType::kInformation, "Upozorenje", kHeading,
                     "Postojeće eRačun e-mail adrese će biti prepisane!");
   }
-  if (!faults_.empty()) {
+  if (!faults_.All().empty()) {
     outcome_ = ImportOutcome::kFaulty;
     ShowVelorDialog(TVCustomDialogType::kError, "Upozorenje", kHeading, "Pronađene su greške u podacima!");
     return;
@@ -114,9 +113,8 @@ bool TfrmImportGrid::ExecuteTransaction(std::string_view transaction_name,
   return stored;
 }
 
-// False where there are no rows.
+// False where there are no rows. Until the faults are known, the rows keep those of the check before.
 bool TfrmImportGrid::CheckAllRows() {
-  faults_.clear();
   if (!source_.IsActive()) return false;
   const WholeSetWalk walk(source_);
   source_.First();  // posts a record that was left open, drops one that nobody touched
@@ -129,39 +127,38 @@ bool TfrmImportGrid::CheckAllRows() {
   try {
     check.Ask(lookups);
   } catch (...) {
-    faults_ = check.Run();
-    PaintFaults();
+    TakeFaults(check.Run());
     throw;
   }
-  faults_ = check.Run([&](std::size_t) { status_.SetPosition(status_.Position()); });
-  AddSheetFaults();
-  PaintFaults();
+  TakeFaults(check.Run([&](std::size_t) { status_.SetPosition(status_.Position()); }));
   columns_.at(kErrMsgPosition).visible = true;
   view_.FormChanged(*this);
   return true;
 }
 
-void TfrmImportGrid::AddSheetFaults() {
+// What the check found, and before that of the same pass what the sheet says of cells that are as they were.
+// All source rows are shown and posted.
+void TfrmImportGrid::TakeFaults(std::vector<ImportFault> found) {
   std::vector<ImportFault> faults;
-  auto fault = sheet_faults_.begin();
-  std::size_t row = 0;
-  ForEachSourceRow([&] {
-    ++row;
-    for (; fault != sheet_faults_.end() && fault->row <= row; ++fault) {
-      const std::size_t width = source_.Definition(fault->column).size;
-      const bool unchanged = source_.AsTextView(fault->column) == CutToCharacters(fault->value, width);
-      if (fault->row == row && unchanged) faults.push_back(*fault);
-    }
-  });
-  if (faults.empty()) return;
-  const auto place = [](const ImportFault& f) { return std::tie(f.row, f.column, f.pass); };
-  std::move(faults_.begin(), faults_.end(), std::back_inserter(faults));
-  std::stable_sort(faults.begin(), faults.end(),
-                   [&](const ImportFault& a, const ImportFault& b) { return place(a) < place(b); });
-  faults.erase(std::unique(faults.begin(), faults.end(),
-                           [&](const ImportFault& a, const ImportFault& b) { return place(a) == place(b); }),
-               faults.end());
-  faults_ = std::move(faults);
+  for (const ImportFault& fault : sheet_faults_.All()) {
+    const std::size_t cell = source_.Table().IndexOf(fields_[fault.column].field_name);
+    const std::string_view text = source_.Table()[fault.row - 1].AsTextView(cell);
+    if (text == CutToCharacters(fault.value, source_.Definition(cell).size)) faults.push_back(fault);
+  }
+  if (faults.empty()) {
+    faults = std::move(found);
+  } else {
+    const auto place = [](const ImportFault& f) { return std::tie(f.row, f.column, f.pass); };
+    std::move(found.begin(), found.end(), std::back_inserter(faults));
+    std::stable_sort(faults.begin(), faults.end(),
+                     [&](const ImportFault& a, const ImportFault& b) { return place(a) < place(b); });
+    faults.erase(
+        std::unique(faults.begin(), faults.end(),
+                    [&](const ImportFault& a, const ImportFault& b) { return place(a) == place(b); }),
+        faults.end());
+  }
+  faults_.Assign(std::move(faults), source_);
+  PaintFaults();
 }
 
 // The position of a data column; behind all where there is none.
@@ -175,18 +172,16 @@ std::size_t TfrmImportGrid::DataColumn(std::string_view field_name) const {
 }
 
 void TfrmImportGrid::SetRefusedCells(std::span<const ImportRefusal> cells) {
-  std::multimap<std::size_t, const ImportRefusal*> by_rows;
-  for (const ImportRefusal& cell : cells) by_rows.emplace(cell.row, &cell);
-  std::size_t row = 0;
-  ForEachSourceRow([&] {
-    const auto [first, last] = by_rows.equal_range(++row);
-    for (auto cell = first; cell != last; ++cell) {
-      const std::size_t column = DataColumn(cell->second->field_name);
-      if (column == fields_.size()) continue;
-      faults_.push_back(
-          {row, column, ImportPass::kStore, std::string(source_.AsTextView(column)), cell->second->reason});
-    }
-  });
+  source_.PostPending();
+  std::vector<ImportFault> faults(faults_.All().begin(), faults_.All().end());
+  for (const ImportRefusal& cell : cells) {
+    const std::size_t column = DataColumn(cell.field_name);
+    if (column == fields_.size() || cell.row < 1 || cell.row > source_.Table().size()) continue;
+    const RecordRow row = source_.Table()[cell.row - 1];
+    faults.push_back(
+        {cell.row, column, ImportPass::kStore, row.AsText(row.IndexOf(cell.field_name)), cell.reason});
+  }
+  faults_.Assign(std::move(faults), source_);
   PaintFaults();
 }
 
@@ -194,15 +189,16 @@ void TfrmImportGrid::SetRefusedCells(std::span<const ImportRefusal> cells) {
 void TfrmImportGrid::PaintFaults() {
   std::size_t last = fields_.size();
   while (last > 0 && !fields_[last - 1].IsDefined()) --last;
-  auto fault = faults_.begin();
+  const std::span<const ImportFault> faults = faults_.All();
+  auto fault = faults.begin();
   std::size_t row = 0;
   std::string message;
   ForEachSourceRow([&] {
     ++row;
     message.clear();
     bool marked = false;
-    const bool clean = fault == faults_.end() || fault->row != row;
-    for (; fault != faults_.end() && fault->row == row; ++fault) {
+    const bool clean = fault == faults.end() || fault->row != row;
+    for (; fault != faults.end() && fault->row == row; ++fault) {
       message += FaultFragment(*fault, fields_[fault->column]);
       marked = fault->pass == ImportPass::kUnique && fault->column + 1 == last;
     }

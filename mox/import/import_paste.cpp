@@ -1,7 +1,9 @@
 #include <vector>
 
 #include "mox/foundation/app.h"
+#include "mox/foundation/text.h"
 #include "mox/import/import_grid.h"
+#include "mox/import/import_rules_internal.h"
 
 namespace mox {
 namespace {
@@ -20,13 +22,21 @@ std::vector<std::string_view> LinesOf(std::string_view text) {
   return lines;
 }
 
-// A cell without text has no value.
-void StoreCell(RecordSet& set, std::size_t field, std::string_view cell) {
-  if (cell.empty()) {
-    set.SetNull(field);
-  } else {
-    set.SetText(field, cell);
-  }
+// A column that is pasted into: its position in the field list, and its field.
+struct PastedColumn {
+  std::size_t position;
+  std::size_t field;
+};
+
+// A cell without text has no value. One that the grid cannot hold is cut, and noted whole.
+void StoreCell(RecordSet& set, const PastedColumn& column, std::string_view cell, RecordFaults& cut) {
+  if (cell.empty()) return set.SetNull(column.field);
+  set.SetText(column.field, cell);
+  const std::size_t most = set.Definition(column.field).size;
+  if (!IsLongerThan(most, cell)) return;
+  cut.Add({set.NumberOfRow(set.CurrentRow()), column.position, ImportPass::kFormat, std::string(cell),
+           LongerThanText(most)},
+          *set.GetBookmark());
 }
 
 // Posts the record and goes to the one for the next line. Where the post takes the record out of the filter,
@@ -45,15 +55,16 @@ void PostAndGoOn(RecordSet& set) {
 
 // Stores the cells of one line. The record is posted by the last cell of the line; surplus cells are dropped
 // and leave it open, so that the next line overwrites it.
-void PasteLine(RecordSet& set, const std::vector<std::size_t>& fields, std::string_view rest) {
+void PasteLine(RecordSet& set, const std::vector<PastedColumn>& columns, std::string_view rest,
+               RecordFaults& cut) {
   if (set.IsEmpty() && set.State() == DataSetState::kBrowse) {
     set.Append();
   } else {
     set.Edit();
   }
-  for (const std::size_t field : fields) {
+  for (const PastedColumn& column : columns) {
     const std::size_t tab = rest.find('\t');
-    StoreCell(set, field, rest.substr(0, tab));
+    StoreCell(set, column, rest.substr(0, tab), cut);
     if (tab != std::string_view::npos) {
       rest.remove_prefix(tab + 1);
       continue;
@@ -75,16 +86,17 @@ void TfrmImportGrid::ReadDataFromExcelClipboard() {
   const std::string text = App().Platform().ClipboardText();
   const std::vector<std::string_view> lines = LinesOf(text);
   status_.SetMaximum(static_cast<std::int64_t>(lines.size()));
-  std::vector<std::size_t> fields;
+  std::vector<PastedColumn> columns;
+  columns.reserve(columns_.size());
   for (const GridColumn& column : columns_) {
     if (column.position < kFirstDataPosition) continue;
-    fields.push_back(source_.FieldByName(column.field_name).Index());
+    columns.push_back({column.position, source_.Table().IndexOf(column.field_name)});
   }
-  if (fields.empty()) return;
+  if (columns.empty()) return;
   const ControlsGuard controls(source_);
   for (std::size_t i = 0; i < lines.size(); ++i) {
     status_.SetPosition(static_cast<std::int64_t>(i));
-    PasteLine(source_, fields, lines[i]);
+    PasteLine(source_, columns, lines[i], sheet_faults_);
   }
 }
 

@@ -68,6 +68,14 @@ bool HasControlCharacter(std::string_view text) {
 
 }  // namespace
 
+bool IsLongerThan(std::size_t most, std::string_view text) {
+  return most > 0 && text.size() > most && CountCharacters(text) > most;
+}
+
+std::string LongerThanText(std::size_t most) {
+  return "is longer than " + std::to_string(most) + " characters";
+}
+
 bool ColumnRules::IsTaken(std::string_view text) const {
   if (taken_.IsEmpty()) return false;
   char key[256];
@@ -162,13 +170,16 @@ bool ColumnRules::StoreConverted(std::string_view text, RecordSet& typed, std::s
   return true;
 }
 
-std::string_view ColumnRules::Store(std::string_view text, RecordSet& typed, std::size_t to) const {
+std::string ColumnRules::Store(std::string_view text, RecordSet& typed, std::size_t to) const {
   try {
-    if (StoreConverted(text, typed, to)) return {};
+    if (StoreConverted(text, typed, to)) {
+      const std::size_t most = typed.Definition(to).size;
+      return kind_ == Kind::kText && IsLongerThan(most, text) ? LongerThanText(most) : std::string();
+    }
   } catch (const ConversionError&) {
   } catch (const Overflow&) {
   }
-  return ReasonOf(ImportPass::kFormat, *field_);
+  return std::string(ReasonOf(ImportPass::kFormat, *field_));
 }
 
 }  // namespace mox

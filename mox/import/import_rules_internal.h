@@ -34,7 +34,7 @@ class ColumnRules {
   bool IsTaken(std::string_view text) const;
   /// Stores the value in a field of the current record, which is being edited or inserted. Answers why it
   /// could not, or what is wrong with it all the same; empty where all is well.
-  std::string_view Store(std::string_view text, RecordSet& typed, std::size_t to) const;
+  std::string Store(std::string_view text, RecordSet& typed, std::size_t to) const;
 
  private:
   enum class Kind : std::uint8_t { kText, kNumber, kBoolean, kDate, kOther };
@@ -54,7 +54,12 @@ inline void CopyUniqueKey(std::string_view text, char* key) {
   for (const char c : text) *key++ = c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 'A')) : c;
 }
 
+/// Of a cell that its pass found faulty; of the format it is that of a value of another kind.
 std::string_view ReasonOf(ImportPass pass, const ImportFieldDef& field);
+
+/// Whether a text has more characters than its field holds, where that has a limit; and how that is told.
+bool IsLongerThan(std::size_t most, std::string_view text);
+std::string LongerThanText(std::size_t most);
 
 }  // namespace mox
 

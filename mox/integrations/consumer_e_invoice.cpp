@@ -67,7 +67,7 @@ Invoice ReadInvoice(std::int64_t doc_id) {
 
 // Records a sent invoice and reports where there is none, or the server did not take the record. False in
 // the latter case.
-bool Record(RecordSet& answer, std::int64_t doc_id) {
+bool Record(const RecordSet& answer, std::int64_t doc_id) {
   RecordSet link("adsMojERacun");
   link.CleanClone(answer);
   RecordSet document = OneInteger("adsDocId", "docId", doc_id);
@@ -79,9 +79,9 @@ bool Record(RecordSet& answer, std::int64_t doc_id) {
 }
 
 // Whether the server remembers which invoices may have been sent.
-bool KeepsAttempts(RecordSet& login) {
-  const auto keeps = login.FindField("EracunPokusaji");
-  return keeps && keeps->AsBoolean();
+bool KeepsAttempts(const RecordSet& login) {
+  const auto keeps = login.FindFieldIndex("EracunPokusaji");
+  return keeps && login.AsBoolean(*keeps);
 }
 
 // An invoice on its way: its text, where it goes, and the files that carry it.
@@ -123,16 +123,17 @@ bool IsToBePostedAgain(const RecordSet& answer) {
 
 // Only an answer that was taken is removed: one that could not be recorded, or belongs to another invoice,
 // stays.
-void TakeAnswer(RecordSet& answer, const Sending& sending, SendAttempt& attempt) {
+void TakeAnswer(const RecordSet& answer, const Sending& sending, SendAttempt& attempt) {
   if (IsAnswerToAnother(answer.Name(), sending.url, sending.json)) {
     attempt.End(true);
     ShowError(kAnswer, "Odgovor u datoteci " + sending.files.answer + " ne pripada ovom računu.");
     return;
   }
   if (!IsAcceptedAnswer(answer)) attempt.End();
-  if (const auto status_code = answer.FindField("statusCode")) {
+  if (const auto status_code = answer.FindFieldIndex("statusCode")) {
     if (!answer.FindFieldIndex(kMaybeSent)) {
-      ShowError(kAnswer, status_code->AsText() + " ; " + answer.FieldByName("message").AsText() + "\r\n");
+      const std::string message = answer.AsText(answer.Table().IndexOf("message"));
+      ShowError(kAnswer, answer.AsText(*status_code) + " ; " + message + "\r\n");
     }
   } else if (!Record(answer, sending.doc_id)) {
     attempt.End(true);

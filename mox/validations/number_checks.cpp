@@ -13,20 +13,25 @@ void SetConstraintsOnLager() {
 
 namespace {
 
-template <typename Quantity>
-bool IsCovered(const Quantity& quantity, const Field& stock) {
-  return FWorkWithLagerNegative || Holds([&] { return quantity() <= stock.AsFloat(); }) ||
+// Values are read where the check is made.
+template <typename Quantity, typename Stock>
+bool IsCovered(const Quantity& quantity, const Stock& stock) {
+  return FWorkWithLagerNegative || Holds([&] { return quantity() <= stock(); }) ||
          Warn(kBadEntry, "Upisana količina je veća od količine na lageru!");
 }
 
 }  // namespace
 
 bool CheckLagerNegative(const Field& quantity, const Field& stock) {
-  return IsCovered([&] { return -quantity.AsFloat(); }, stock);
+  return IsCovered([&] { return -quantity.AsFloat(); }, [&] { return stock.AsFloat(); });
+}
+
+bool CheckLagerNegative(double quantity, double stock) {
+  return IsCovered([=] { return -quantity; }, [=] { return stock; });
 }
 
 bool CheckLager(const Field& quantity, const Field& stock) {
-  return IsCovered([&] { return std::nearbyint(quantity.AsFloat()); }, stock);
+  return IsCovered([&] { return std::nearbyint(quantity.AsFloat()); }, [&] { return stock.AsFloat(); });
 }
 
 bool CheckLagerValue(std::span<const Field> fields, const Field& stock, std::size_t index) {

@@ -59,18 +59,18 @@ bool IsRecord(const RecordSet& records, std::size_t row) {
 
 }  // namespace
 
-bool CheckRequiredFields(RecordSet& records) {
+bool CheckRequiredFields(const RecordSet& records) {
   Lines lines;
   for (std::size_t i = records.FieldCount(); i-- > 0;) {
-    const Field field = records.FieldAt(i);
-    if (field.Required() && !Holds([&] { return !field.AsText().empty(); })) {
-      lines.Add("Polje '" + field.DisplayName() + "' nije popunjeno!");
+    const FieldDef& field = records.Definition(i);
+    if (field.required && !Holds([&] { return !records.AsText(i).empty(); })) {
+      lines.Add("Polje '" + field.Label() + "' nije popunjeno!");
     }
   }
   return lines.NoneOrWarn(kIncomplete);
 }
 
-bool CheckRequiredFieldsFull(RecordSet& records, std::span<const Field> fields) {
+bool CheckRequiredFieldsFull(const RecordSet& records, std::span<const Field> fields) {
   std::vector<bool> told(fields.size());
   Lines lines;
   for (std::size_t row = 0; row < records.RowCount(); ++row) {
@@ -91,7 +91,7 @@ bool CheckFieldUnique(const Field& field) {
                               field.AsText() + ")!");
 }
 
-bool CheckFieldUnique(const Field& field, RecordSet& records) {
+bool CheckFieldUnique(const Field& field, const RecordSet& records) {
   const bool taken = &records == &field.DataSet() ? IsRepeated(field) : IsThere(field, records);
   return !taken || Warn(kNotUnique, "Polje '" + field.DisplayName() +
                                         "' sa ovom vrijednosti već postoji.\r\nMolim popravite.");

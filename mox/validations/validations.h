@@ -27,6 +27,7 @@ void SetConstraintsOnLager();
 
 /// A quantity that goes out is negative; stock must cover it.
 bool CheckLagerNegative(const Field& quantity, const Field& stock);
+bool CheckLagerNegative(double quantity, double stock);
 /// The quantity, rounded to a whole number, ties to even, is at most the stock.
 bool CheckLager(const Field& quantity, const Field& stock);
 /// No field from `index` on, counted from 0, exceeds the stock. Tells of the first that does.
@@ -69,15 +70,15 @@ bool CheckDatesOnPrimka(const Field& document_date, const Field& supplier_docume
 
 /// No required field of the current record is empty. Those that are stand in the dialog, the last field
 /// first.
-bool CheckRequiredFields(RecordSet& records);
+bool CheckRequiredFields(const RecordSet& records);
 /// The fields, columns of the set, are greater than 0 in all visible records, one that is being edited
 /// counting as it would be posted. Each that is not stands in the dialog once.
-bool CheckRequiredFieldsFull(RecordSet& records, std::span<const Field> fields);
+bool CheckRequiredFieldsFull(const RecordSet& records, std::span<const Field> fields);
 /// No other record of the field's set, filtered out or not, holds its value, which may still be edited.
 bool CheckFieldUnique(const Field& field);
 /// No visible record of another set holds the value in its field of that name, one that is being edited
 /// counting as it would be posted. In the field's own set its own record does not count.
-bool CheckFieldUnique(const Field& field, RecordSet& records);
+bool CheckFieldUnique(const Field& field, const RecordSet& records);
 
 // --- texts ---
 

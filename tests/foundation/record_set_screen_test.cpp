@@ -38,7 +38,6 @@ class FakeScreen {
         break;
       case RecordSetChange::kRemoved:
         rows.erase(row);
-        current = set.CurrentRow();
         break;
       case RecordSetChange::kReset:
         rows.clear();

@@ -17,7 +17,8 @@
 //
 //   key KEY                  shows the form for a profile
 //   call KEY TEXT            as a screen of the host does; the user pastes the text and checks it
-//   fields FIELD...          a grid of the data columns NAME:TYPE:SIZE:CHECKS, the checks some of R, L and U
+//   fields FIELD...          a grid of the data columns NAME:TYPE:SIZE:CHECKS, the checks some of R, L and U;
+//                            a position without a column is called -
 //   define POSITION TEXT...  the nine texts of one column
 //   server SERVICE ANSWER FIELD;FIELD VALUE;VALUE...   answers these records
 //   refuses                  the server, to store
@@ -32,6 +33,9 @@
 //   validate POSITION; values FIELD; sifre; katalog; velicine; filter [POSITION]
 //   outcome                  what became of the rows, and all faults of the check
 //   type FIELD TEXT; cancel  edits the current row and leaves it half typed; gives it up
+//   delete; insert           the current row; a new one before it, left open
+//   sheet ROW POSITION TEXT  what whoever read the sheet found in a cell; adds to what he found before
+//   refused ROW FIELD        the server's refusal of a cell
 //   odustani                 the button
 //   paint                    what a table view needs of each row: its style, texts and faults, and the number
 //                            of its record where a filter hides others
@@ -117,6 +121,18 @@ class Case : public ImportGridView {
         {"paint", [&] { PaintRows(); }},
         {"type", [&] { grid.Edit(), grid.FieldByName(words[0]).SetText(words[1]); }},
         {"cancel", [&] { grid.Cancel(); }},
+        {"delete", [&] { grid.Delete(); }},
+        {"insert", [&] { grid.Insert(); }},
+        {"sheet",
+         [&] {
+           sheet_faults_.push_back({number(0), number(1), ImportPass::kFormat, words[2], "is wrong"});
+           form_.SetSheetFaults(sheet_faults_);
+         }},
+        {"refused",
+         [&] {
+           const ImportRefusal cells[] = {{number(0), words[1], "is taken"}};
+           form_.SetRefusedCells(cells);
+         }},
         {"odustani", [&] { form_.OdustaniClick(); }},
         {"stored", [&] { ShowRows(form_.AdsForDBSave()); }}};
     if (const auto action = actions.find(step); action != actions.end()) {
@@ -147,6 +163,7 @@ class Case : public ImportGridView {
       std::istringstream column(columns[i]);
       std::string part[4];
       for (std::string& text : part) std::getline(column, text, ':');
+      if (part[0] == "-") continue;
       const auto flag = [&](char check) {
         return part[3].find(check) == std::string::npos ? "0" : check == 'R' ? "TRUE" : "true";
       };
@@ -238,6 +255,7 @@ class Case : public ImportGridView {
   RecordingHost host_;
   bool watched_ = false;
   bool offline_ = false;
+  std::vector<ImportFault> sheet_faults_;
   TfrmImportGrid form_{*this};
 };
 
@@ -255,6 +273,50 @@ TEST(Import, Scripts) {
     }
     EXPECT_EQ(outcome, expected) << file.path();
   }
+}
+
+// A user who gives up while the rows are checked: they keep the marks and faults of the check before.
+TEST(Import, KeepsTheFaultsOfTheCheckBeforeWhereOneIsEnded) {
+  class EndingView : public ImportGridView {
+   public:
+    void ShowModal(TfrmImportGrid&) override {}
+    void StatusChanged(const TfrmStatus& status, bool repaint) override {
+      const bool moved = std::exchange(position_, status.Position()) != status.Position();
+      if (ends && status.Visible() && !repaint && !moved)
+        throw Abort();  // rows are checked, no column begins
+    }
+    bool ends = false;
+
+   private:
+    std::int64_t position_ = 0;
+  };
+  RecordingHost host;
+  const ScopedApp app(host.Parts());
+  EndingView view;
+  TfrmImportGrid form(view, "VRSTEKNJIZENJA");
+  form.OnShow();
+  host.clipboard = "";
+  for (int i = 0; i < 1100; ++i) host.clipboard += i == 700 ? "12345\tx\n" : "1\tx\n";
+  form.ReadDataFromExcelClipboard();
+  form.ProvjeraIUvozClick();
+  const auto faults = [&form] {
+    std::string text;
+    for (const ImportFault& fault : form.Faults()) text += Text(static_cast<std::int64_t>(fault.row)) + " ";
+    const RecordRow row = form.AdsForImport().RowAt(700);
+    return text + row.AsText(kValidacijaPosition) + row.AsText(kErrMsgPosition);
+  };
+  EXPECT_EQ(faults(), "701 False Format:SIFRA");
+  RecordSet& grid = form.AdsForImport();
+  grid.GoToRow(3);
+  grid.Edit();
+  grid.SetNull(kFirstDataPosition);
+  grid.Post();
+  view.ends = true;
+  EXPECT_THROW(form.ProvjeraIUvozClick(), Abort);
+  EXPECT_EQ(faults(), "701 False Format:SIFRA");
+  view.ends = false;
+  form.ProvjeraIUvozClick();
+  EXPECT_EQ(faults(), "4 701 False Format:SIFRA");
 }
 
 class NoView : public ImportGridView {
