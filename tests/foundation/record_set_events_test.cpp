@@ -224,6 +224,26 @@ TEST(ControlsGuards, TellTheListenerOnceOfAllChanges) {
   EXPECT_FALSE(set.ControlsDisabled());
 }
 
+TEST(ControlsGuards, AreNotUndoneWithoutHavingBeenMade) {
+  RecordSet set = Letters("a b");
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_ERROR(set.EnableControls(), "! slova: the controls are enabled without having been disabled");
+    EXPECT_ERROR(set.ResumeCalculation(), "! slova: the calculation is resumed without a pause");
+  }
+  int runs = 0;
+  set.SetOnCalcFields([&runs](RecordSet&) { ++runs; });
+  {
+    const ControlsGuard controls(set);
+    const CalculationPause pause(set);
+    EXPECT_TRUE(set.ControlsDisabled());
+    set.First();
+  }
+  EXPECT_FALSE(set.ControlsDisabled());
+  EXPECT_EQ(runs, 0);
+  set.First();
+  EXPECT_EQ(runs, 1);
+}
+
 TEST(SavedPositions, ComeBackOnceAlsoAfterAnError) {
   RecordSet set = Letters("a b c");
   RunScript(set, "N");
