@@ -75,9 +75,11 @@ bool CheckDocument(Document& document) {
   const Field date = header.FieldByName("datum");
   if (!CheckDate(date) || !CheckDateForward(date)) return false;
   if (document.Kind().is != DocumentClass::kGoodsReceipt) return true;
-  if (HasValue(header, "datum_dok_dob") && HasValue(header, "datum_dospijeca") &&
-      !CheckDatesOnPrimka(date, header.FieldByName("datum_dok_dob"), header.FieldByName("datum_dospijeca"))) {
-    return false;
+  if (HasValue(header, "datum_dok_dob")) {
+    const Field supplier = header.FieldByName("datum_dok_dob");
+    // Without a due date it is due at once.
+    const Field due = HasValue(header, "datum_dospijeca") ? header.FieldByName("datum_dospijeca") : supplier;
+    if (!CheckDatesOnPrimka(date, supplier, due)) return false;
   }
   return !IsSupplierNumberTaken(header) || Refuse("Broj dokumenta dobavljača već je korišten.");
 }
