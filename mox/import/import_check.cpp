@@ -49,13 +49,15 @@ bool FallsApart(std::string_view list, std::string_view value) {
 }
 
 // Those of several fields, by one walk.
-std::vector<ImportValues> ValuesOfFields(const RecordTable& rows, const std::vector<std::size_t>& fields) {
+std::vector<ImportValues> ValuesOfFields(const RecordTable& rows, const std::vector<std::size_t>& fields,
+                                         ImportLookups* told = nullptr) {
   constexpr std::size_t kRowsToJudge = 1000;
   std::vector<ImportValues> values(fields.size());
   for (std::size_t number = 0; number < rows.size(); ++number) {
     if (number == kRowsToJudge) {  // what all will take, so that a long list is not copied as it grows
       for (auto& [list, apart] : values) list.reserve(list.size() / kRowsToJudge * rows.size() * 9 / 8);
     }
+    if (told != nullptr && (number + 1) % kImportRowsBetween == 0) told->Reached(number + 1);
     const RecordRow row = rows[number];
     for (std::size_t i = 0; i < fields.size(); ++i) {
       const std::string_view text = row.AsTextView(fields[i]);
@@ -136,7 +138,7 @@ void ImportCheck::Ask(ImportLookups& lookups) {
 }
 
 // At the first question the values of all columns that there may be questions about are joined.
-ImportValues ImportCheck::ValuesOf(const Column& column) {
+ImportValues ImportCheck::ValuesOf(const Column& column, ImportLookups& lookups) {
   if (values_.empty()) {
     std::vector<std::size_t> positions;
     std::vector<std::size_t> fields;
@@ -147,7 +149,7 @@ ImportValues ImportCheck::ValuesOf(const Column& column) {
       positions.push_back(i);
       fields.push_back(*index);
     }
-    std::vector<ImportValues> joined = ValuesOfFields(rows_, fields);
+    std::vector<ImportValues> joined = ValuesOfFields(rows_, fields, &lookups);
     values_.resize(profile_.size());
     for (std::size_t i = 0; i < positions.size(); ++i) values_[positions[i]] = std::move(joined[i]);
   }
@@ -163,7 +165,7 @@ void ImportCheck::AskColumn(Column& column, ImportLookups& lookups) {
     if (pass == ImportPass::kRequired) column.is_required = true;
     if (pass == ImportPass::kLookup || pass == ImportPass::kUnique) {
       const std::string& sql = pass == ImportPass::kLookup ? field.lookup_sql : field.unique_sql;
-      column.rules.SetStored(pass, lookups.Find(field, sql, ValuesOf(column)));
+      column.rules.SetStored(pass, lookups.Find(field, sql, ValuesOf(column, lookups)));
     }
     column.runs[IndexOf(pass)] = true;
   }
@@ -172,7 +174,6 @@ void ImportCheck::AskColumn(Column& column, ImportLookups& lookups) {
 // --- the rows ---
 
 std::vector<ImportFault> ImportCheck::Run(const std::function<void(std::size_t)>& reached) {
-  constexpr std::size_t kRowsBetween = 1024;
   std::vector<ImportFault> faults;
   const bool makes_rows = !columns_.empty() && columns_.front().runs[IndexOf(ImportPass::kFormat)];
   looked_up_.clear();
@@ -180,7 +181,7 @@ std::vector<ImportFault> ImportCheck::Run(const std::function<void(std::size_t)>
     if (columns_[i].runs[IndexOf(ImportPass::kLookup)]) looked_up_.push_back(i);
   }
   for (std::size_t number = 1; number <= rows_.size(); ++number) {
-    if (reached && number % kRowsBetween == 0) reached(number);
+    if (reached && number % kImportRowsBetween == 0) reached(number);
     const RecordRow row = rows_[number - 1];
     FetchKnown(row);
     if (makes_rows) typed_.Append();

@@ -41,6 +41,9 @@ struct ImportValues {
       apart;  ///< those that cannot be told in the list, which has its separator in them: one to a line
 };
 
+/// How many rows a check handles before it tells where it has come to, so that a user can end it at once.
+inline constexpr std::size_t kImportRowsBetween = 1024;
+
 /// Whom a check asks about a sheet's values, and tells where it has come to.
 class ImportLookups {
  public:
@@ -51,6 +54,8 @@ class ImportLookups {
   /// Before the passes of a column, and before each pass, also one that the column does not have.
   virtual void BeginColumn(std::size_t /*position*/) {}
   virtual void BeginPass(const ImportFieldDef& /*field*/, ImportPass /*pass*/) {}
+  /// After every kImportRowsBetween rows while their values are joined.
+  virtual void Reached(std::size_t /*row*/) {}
 };
 
 /// The outcome of a check.

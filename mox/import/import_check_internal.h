@@ -39,7 +39,7 @@ class ImportCheck {
   };
 
   void AskColumn(Column& column, ImportLookups& lookups);
-  ImportValues ValuesOf(const Column& column);
+  ImportValues ValuesOf(const Column& column, ImportLookups& lookups);
   void FetchKnown(const RecordRow& row);
   void CheckRow(const RecordRow& row, std::size_t number, std::vector<ImportFault>& faults);
 

@@ -132,7 +132,8 @@ void TfrmImportGrid::SetModalResult(int result) {
 
 const GridStyle* TfrmImportGrid::RowStyle(std::size_t row) const {
   const RecordRow cells = source_.RowAt(row);
-  const bool faulty = !cells.IsNull(kValidacijaPosition) && !cells.AsBoolean(kValidacijaPosition);
+  const bool faulty =
+      is_marked_ && !cells.IsNull(kValidacijaPosition) && !cells.AsBoolean(kValidacijaPosition);
   return faulty ? &kNeispravno : nullptr;
 }
 

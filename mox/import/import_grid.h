@@ -170,7 +170,9 @@ class TfrmImportGrid {
   void GeneriranjeSifriClick();
   void WSKatalogClick();
   /// Checks all rows and stores them when they are in order and the user agrees. The modal result is OK also
-  /// where he declines or the server refuses. An error of the server leaves the dialog open.
+  /// where he declines or the server refuses. An error of the server leaves the dialog open, and so does a
+  /// view that ends the check by raising Abort when it is told of the status, which it is at least every
+  /// kImportRowsBetween rows: no row is faulty then.
   void ProvjeraIUvozClick();
   void OdustaniClick() { SetModalResult(odustani_button_.modal_result); }
   /// The style of a source row as the grid shows them, null for the grid's own. Raises Error when there is
@@ -251,6 +253,7 @@ class TfrmImportGrid {
   void ForEachSourceRow(Action action);
   void ShowPass(const ImportFieldDef& field, ImportPass pass);
   bool CheckAllRows();
+  void LookAtStatus();
   void TakeFaults(std::vector<ImportFault> found);
   ImportValues ValuesToAskFor(std::string_view field_name);
   std::size_t DataColumn(std::string_view field_name) const;
@@ -270,6 +273,7 @@ class TfrmImportGrid {
   int modal_result_ = kMrNone;
   std::size_t focused_ = kFirstDataPosition;
   RecordFaults faults_;
+  bool is_marked_ = true;  // the rows say which of them are faulty
   RecordFaults sheet_faults_;
   ImportOutcome outcome_ = ImportOutcome::kNone;
   std::string refusal_;

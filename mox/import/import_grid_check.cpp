@@ -52,6 +52,7 @@ class TfrmImportGrid::Lookups : public ImportLookups {
     form_.status_.SetPosition(static_cast<std::int64_t>(position));
   }
   void BeginPass(const ImportFieldDef& field, ImportPass pass) override { form_.ShowPass(field, pass); }
+  void Reached(std::size_t /*row*/) override { form_.LookAtStatus(); }
 
  private:
   TfrmImportGrid& form_;
@@ -126,14 +127,21 @@ bool TfrmImportGrid::CheckAllRows() {
   Lookups lookups(*this);
   try {
     check.Ask(lookups);
+  } catch (const Abort&) {
+    throw;  // the user has ended it
   } catch (...) {
     TakeFaults(check.Run());
     throw;
   }
-  TakeFaults(check.Run([&](std::size_t) { status_.SetPosition(status_.Position()); }));
+  TakeFaults(check.Run([this](std::size_t) { LookAtStatus(); }));
   columns_.at(kErrMsgPosition).visible = true;
   view_.FormChanged(*this);
   return true;
+}
+
+// Whoever shows the status window may end the check by it.
+void TfrmImportGrid::LookAtStatus() {
+  if (status_.Visible()) status_.SetPosition(status_.Position());
 }
 
 // What the check found, and before that of the same pass what the sheet says of cells that are as they were.
@@ -193,8 +201,9 @@ void TfrmImportGrid::PaintFaults() {
   auto fault = faults.begin();
   std::size_t row = 0;
   std::string message;
-  ForEachSourceRow([&] {
-    ++row;
+  is_marked_ = false;
+  const auto mark = [&] {
+    if (++row % kImportRowsBetween == 0) LookAtStatus();
     message.clear();
     bool marked = false;
     const bool clean = fault == faults.end() || fault->row != row;
@@ -207,7 +216,14 @@ void TfrmImportGrid::PaintFaults() {
     source_.SetBoolean(kValidacijaPosition, clean);
     source_.SetText(kErrMsgPosition, message);
     source_.Post();
-  });
+  };
+  try {
+    ForEachSourceRow(mark);
+  } catch (const Abort&) {
+    faults_.Clear();
+    throw;
+  }
+  is_marked_ = true;
 }
 
 // --- the rows ---

@@ -353,6 +353,66 @@ TEST(Import, AnyTextGivesOneRowForEachLineThatFits) {
   }
 }
 
+// Ends the work when it is told of the status for that time.
+class EndingView : public ImportGridView {
+ public:
+  std::size_t looks = 0;
+  std::size_t ends_at = 0;
+
+ private:
+  void ShowModal(TfrmImportGrid&) override {}
+  void StatusChanged(const TfrmStatus& status, bool) override {
+    if (status.Visible() && ++looks == ends_at) throw Abort();
+  }
+};
+
+// A check is ended wherever the user looks up, which he can every so many rows, and leaves nothing half done.
+TEST(Import, ACheckCanBeEndedEverywhere) {
+  constexpr std::size_t kRows = 3 * kImportRowsBetween;
+  RecordingHost host;
+  host.services["ImportGrid"] = [](auto&) {
+    auto answer = std::make_unique<TAstaParamList>();
+    RecordSet records("adsList");
+    for (const char* const field : {"NAZIV", "DRZAVA"}) records.DefineField(field, FieldKind::kText);
+    records.Open();
+    records.AppendRecord({std::string("Nigdje"), std::string("HR")});
+    answer->FastAdd("adsList", std::move(records));
+    return answer;
+  };
+  const ScopedApp app(host.Parts());
+  for (std::size_t i = 0; i < kRows; ++i)
+    host.clipboard += i % 2 == 0 ? "\t10000\tHR\n" : "Zagreb\t10000\tHR\n";
+  EndingView view;
+  TfrmImportGrid form(view, "MJESTA");
+  form.OnShow();
+  form.ReadDataFromExcelClipboard();
+  form.SetSheetFaults({{1, 4, ImportPass::kFormat, "10000", "rounded"}});
+  const auto check = [&](std::size_t ends_at) {
+    view.looks = 0;
+    view.ends_at = ends_at;
+    form.ProvjeraIUvozClick();
+  };
+  check(0);
+  const std::size_t faults = form.Faults().size();
+  const std::size_t all = view.looks;
+  EXPECT_EQ(faults, kRows / 2 + 1);
+  // Values are joined, rows are checked, and all are marked.
+  const std::size_t others = 1 + 3 * (1 + 4);  // the window, columns and their passes
+  EXPECT_EQ(all, 3 * kRows / kImportRowsBetween + others);
+  for (std::size_t at = 1; at <= all; ++at) {
+    SCOPED_TRACE(at);
+    EXPECT_THROW(check(at), Abort);
+    EXPECT_EQ(view.looks, at) << "nothing goes on";
+    EXPECT_EQ(form.Faults().empty(), form.RowStyle(0) == nullptr) << "those of the check before, or none";
+    EXPECT_EQ(form.ModalResult(), kMrNone);
+    EXPECT_EQ(form.Outcome(), ImportOutcome::kNone);
+  }
+  EXPECT_TRUE(form.Faults().empty()) << "ended while rows were marked";
+  check(0);
+  EXPECT_EQ(form.Faults().size(), faults);
+  EXPECT_EQ(form.RowStyle(0), &TfrmImportGrid::kNeispravno);
+}
+
 TEST(Import, ProfilesAreTheTablesOfTheDomain) {
   RecordingHost host;
   const ScopedApp app(host.Parts());
