@@ -20,11 +20,6 @@ struct PictureArguments {
   std::string most;
 };
 
-constexpr OutputKind kPicture = {"a picture", [](std::string_view file) {
-                                   return file.starts_with("\xFF\xD8") || file.starts_with("\x89PNG") ||
-                                          file.starts_with("GIF8");
-                                 }};
-
 int NumberOf(const char* option, std::string_view text) {
   constexpr int kMost = 10'000;
   int number = 0;
@@ -89,7 +84,7 @@ void Get(const PictureArguments& arguments, Session& session) {
   ServerOf(session);
   const auto bytes = FindArticlePicture(arguments.words[0]);
   if (!bytes) throw Error("the article \"" + arguments.words[0] + "\" has no picture");
-  session.files.Write(arguments.words[1], *bytes, kPicture);
+  session.files.Write(arguments.words[1], *bytes, kPictureOutput);
   session.out += Described(*bytes);
 }
 

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "appserver/codebook.h"
+#include "desktop/article_picture_dialog.h"
 #include "desktop/croatian.h"
 #include "desktop/dialogs.h"
 #include "desktop/host.h"
@@ -79,11 +80,13 @@ CodebookPage::CodebookPage(DesktopHost& host, std::string name, const QString& t
   search_.setPlaceholderText(QStringLiteral("Dio bilo kojeg podatka"));
   search_.setAccessibleName(QStringLiteral("Traži"));
   Filters()->addWidget(&search_);
-  connect(&search_, &QLineEdit::textChanged, this, [this] {
-    if (Model().submit()) Guarded([this] { Reload(); });
-  });
+  connect(&search_, &QLineEdit::textChanged, this, [this] { Guarded([this] { Reload(); }); });
   AddButton(QStringLiteral("Novi redak"), [this] { View().AppendRow(); });
   AddButton(QStringLiteral("Obriši"), [this] { DeleteRow(); });
+  if (name_ == "artikli") {
+    AddButton(
+        QStringLiteral("Slika…"), [this] { ShowPicture(); }, Qt::CTRL | Qt::Key_G);
+  }
   Model().SetOnRefused([this](const QString& reason) { SetNote(reason); });
   View().SetConfirmDelete([this] {
     Guarded([this] { DeleteRow(); });
@@ -93,7 +96,7 @@ CodebookPage::CodebookPage(DesktopHost& host, std::string name, const QString& t
   Rows().SetOnBeforePost([this](RecordSet&) { StoreRow(); });
 }
 
-void CodebookPage::Reload() {
+void CodebookPage::Read() {
   TAstaParamList request;
   const QString text = search_.text().trimmed();
   if (!text.isEmpty()) request.FastAdd("trazi", Value(FromQt(text)));
@@ -139,13 +142,20 @@ void CodebookPage::StoreRow() {
   // The row is another one now; it is read anew unless the next one is being typed already.
   Rows().SetNull(*Rows().FindFieldIndex(kVersionField));
   read_.Run([this] {
-    if (Rows().State() == DataSetState::kBrowse) Guarded([this] { Reload(); });
+    if (Rows().State() == DataSetState::kBrowse && !View().IsTyping()) Guarded([this] { Read(); });
   });
+}
+
+void CodebookPage::ShowPicture() {
+  if (!View().TakeRow()) return;
+  const Value code = Current("sifra");
+  if (!std::holds_alternative<std::string>(code)) throw Error("Nijedan artikl nije odabran.");
+  ArticlePictureDialog(host_, std::get<std::string>(code), this).exec();
 }
 
 void CodebookPage::DeleteRow() {
   if (Rows().State() == DataSetState::kInsert) return Model().revert();
-  if (Model().CurrentTableRow() < 0 || !Ask("Brisanje", "Obrisati odabrani redak?")) return;
+  if (Model().CurrentTableRow() < 0 || !AskToLose("Brisanje", "Obrisati odabrani redak?")) return;
   Model().revert();
   RecordSet row = CurrentRow();
   if (!ExecuteTransaction("KatalogBrisanje", {&row})) throw Error(FromQt(RefusalOf(host_.Server())));

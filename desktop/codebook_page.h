@@ -14,11 +14,12 @@ class DesktopHost;
 class CodebookPage : public RecordPage {
  public:
   CodebookPage(DesktopHost& host, std::string name, const QString& title);
-  void Reload() override;
 
  private:
+  void Read() override;
   void StoreRow();
   void DeleteRow();
+  void ShowPicture();
   RecordSet CurrentRow() const;
 
   DesktopHost& host_;

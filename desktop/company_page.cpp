@@ -18,7 +18,7 @@ CompanyPage::CompanyPage(DesktopHost& host)
   Rows().SetOnBeforePost([this](RecordSet& row) { StoreRow(row); });
 }
 
-void CompanyPage::Reload() {
+void CompanyPage::Read() {
   auto answer = CreateDBDataSet("Kat\\ParametriPoduzeca", "adsList", {});
   if (!answer) throw Error("Poslužitelj nema podataka tvrtke.");
   const char* const labels[][2] = {
@@ -36,6 +36,7 @@ void CompanyPage::Reload() {
 }
 
 void CompanyPage::AddIban() {
+  if (!View().TakeRow()) return;
   const auto iban = App().Dialogs().InputBox("Bankovni račun", "IBAN:", "");
   if (!iban) return;
   RecordSet sent("Ibani");

@@ -10,9 +10,9 @@ class DesktopHost;
 class CompanyPage : public RecordPage {
  public:
   explicit CompanyPage(DesktopHost& host);
-  void Reload() override;
 
  private:
+  void Read() override;
   void StoreRow(RecordSet& row);
   void AddIban();
   DesktopHost& host_;

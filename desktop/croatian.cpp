@@ -106,6 +106,10 @@ constexpr Message kMessages[] = {
     {"{} is not above 0", "{} nije veće od 0"},
     {"{}; at least {} other row is refused, too", "{}; odbijen je i još barem {} redak"},
     {"{}; at least {} other rows are refused, too", "{}; odbijeno je i još barem {} redaka"},
+    // mail and pictures
+    {"\"{}\" is no address of a mail", "„{}” nije e-mail adresa"},
+    {"the company has no account of mails yet; set it first: {}",
+     "tvrtka nema račun za poštu; upišite ga (Tvrtka, Račun za poštu)"},
     // paper
     {"no payment code: {}", "Nema koda za plaćanje: {}"},
     {"the company has no bank account", "tvrtka nema bankovni račun"},

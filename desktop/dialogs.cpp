@@ -79,10 +79,9 @@ std::optional<QString> InputLine(std::string_view title, std::string_view prompt
   return dialog.exec() == QDialog::Accepted ? std::optional(line->text()) : std::nullopt;
 }
 
-}  // namespace
-
-int QtDialogs::ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
-                               std::string_view message) {
+// Answers whether yes was pressed, which a message has none of.
+bool ShowBox(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
+             std::string_view message, bool yes_by_default = true) {
   QMessageBox box(IconOf(kind), ToQt(caption), ToQt(heading), QMessageBox::NoButton,
                   QApplication::activeWindow());
   box.setTextFormat(Qt::PlainText);
@@ -90,14 +89,23 @@ int QtDialogs::ShowVelorDialog(TVCustomDialogType kind, std::string_view caption
   if (kind != TVCustomDialogType::kConfirmation) {
     box.addButton(QStringLiteral("U redu"), QMessageBox::AcceptRole);
     box.exec();
-    return 0;
+    return false;
   }
   QPushButton* const yes = box.addButton(QStringLiteral("&Da"), QMessageBox::YesRole);
   QPushButton* const no = box.addButton(QStringLiteral("&Ne"), QMessageBox::NoRole);
-  box.setDefaultButton(yes);
+  box.setDefaultButton(yes_by_default ? yes : no);
   box.setEscapeButton(no);
   box.exec();
-  return box.clickedButton() == yes ? kDialogYes : kDialogNo;
+  return box.clickedButton() == yes;
+}
+
+}  // namespace
+
+int QtDialogs::ShowVelorDialog(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
+                               std::string_view message) {
+  const bool yes = ShowBox(kind, caption, heading, message);
+  if (kind != TVCustomDialogType::kConfirmation) return 0;
+  return yes ? kDialogYes : kDialogNo;
 }
 
 void QtDialogs::ShowMessage(std::string_view text) {
@@ -156,7 +164,11 @@ bool Guarded(const std::function<void()>& action) {
 }
 
 bool Ask(std::string_view heading, std::string_view message) {
-  return ShowVelorDialog(TVCustomDialogType::kConfirmation, "Potvrda", heading, message) == kDialogYes;
+  return ShowBox(TVCustomDialogType::kConfirmation, "Potvrda", heading, message);
+}
+
+bool AskToLose(std::string_view heading, std::string_view message) {
+  return ShowBox(TVCustomDialogType::kConfirmation, "Potvrda", heading, message, false);
 }
 
 }  // namespace mox

@@ -32,5 +32,7 @@ bool Guarded(const std::function<void()>& action);
 
 /// A question with yes and no.
 bool Ask(std::string_view heading, std::string_view message);
+/// The same where yes loses something: Enter means no.
+bool AskToLose(std::string_view heading, std::string_view message);
 
 }  // namespace mox

@@ -5,6 +5,7 @@
 #include "desktop/croatian.h"
 #include "desktop/dialogs.h"
 #include "desktop/host.h"
+#include "desktop/mail_page.h"
 #include "desktop/print_dialog.h"
 #include "mox/documents/storno.h"
 #include "mox/entry/document_entry.h"
@@ -52,15 +53,35 @@ void Print(const DocumentActions& actions) { PrintDialog(actions.document(), act
 
 void ShowCodes(const DocumentActions& actions) { CodeDialog(actions.document(), actions.page).exec(); }
 
+// Of the e-invoice that a document has; empty where it has none.
+QString ElectronicId(std::int64_t id) {
+  const auto link = CreateDBDataSet("ERacunVeza", "adsERacun", {{"id", id}});
+  if (!link || link->IsEmpty()) return {};
+  return ToQt(link->RowAt(0).AsText(*link->FindFieldIndex("electronicId")));
+}
+
 void SendEInvoice(const DocumentActions& actions) {
   const std::int64_t id = actions.document();
   RemoveLeftInvoices(App().Platform().StateFolder());
+  const QString before = ElectronicId(id);
   eRacunB2CSendBill(id);
-  const auto link = CreateDBDataSet("ERacunVeza", "adsERacun", {{"id", id}});
-  if (link && !link->IsEmpty()) {
-    actions.note(QStringLiteral("eRačun je poslan: %1")
-                     .arg(ToQt(link->RowAt(0).AsText(*link->FindFieldIndex("electronicId")))));
+  const QString sent = ElectronicId(id);
+  if (!sent.isEmpty()) {
+    return actions.note((before.isEmpty() ? QStringLiteral("eRačun je poslan: %1")
+                                          : QStringLiteral("eRačun je već poslan: %1"))
+                            .arg(sent));
   }
+  const auto attempt = CreateDBDataSet("ERacunPokusaj", "adsPokusaj", {{"id", id}});
+  if (attempt && !attempt->IsEmpty()) {
+    throw Error(
+        "eRačun je možda poslan, a odgovor nije stigao. Provjerite kod posrednika prije ponovnog slanja.");
+  }
+  actions.note(QStringLiteral("eRačun nije poslan."));
+}
+
+void SendMail(const DocumentActions& actions) {
+  const QString told = MailDocument(actions.host, actions.document());
+  if (!told.isEmpty()) actions.note(told);
 }
 
 }  // namespace
@@ -73,6 +94,7 @@ void AddDocumentButtons(QBoxLayout& bar, const DocumentActions& actions) {
   add(u"Ispis", Qt::Key_P, Print);
   add(u"Uplata", Qt::Key_U, Pay);
   add(u"Storno", Qt::Key_T, Cancel);
+  add(u"Pošta", Qt::Key_M, SendMail);
   add(u"eRačun", Qt::Key_E, SendEInvoice);
   add(u"Kodovi", Qt::Key_K, ShowCodes);
 }

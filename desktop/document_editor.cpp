@@ -99,6 +99,9 @@ DocumentEditor::DocumentEditor(DesktopHost& host, Document document, Draft draft
   const DocumentKind& kind = document_.Kind();
   AddSheet(document_.Goods(), kind.goods, QStringLiteral("Stavke"));
   AddSheet(document_.Services(), kind.services, QStringLiteral("Usluge"));
+  // At the till the lines come first, else whom it is for.
+  const bool at_till = kind.IsSale() && !kind.is_paid_later;
+  setFocusProxy(at_till ? static_cast<QWidget*>(sheets_.front()->view) : header_.front());
   auto* const middle = new QSplitter(Qt::Horizontal);
   middle->addWidget(&tabs_);
   middle->addWidget(MakeTotals());
@@ -164,7 +167,7 @@ void DocumentEditor::AddSheet(RecordSet* lines, const LineSchema& schema, const 
   sheet.model->SetOnCellWritten([this, &sheet](std::size_t field) { Wrote(sheet, field); });
   sheet.model->SetOnRefused([this](const QString& reason) { note_.setText(reason); });
   sheet.view->SetOnLookUp([this, &sheet](std::string_view field) { return LookUpLine(sheet, field); });
-  sheet.view->SetConfirmDelete([] { return Ask("Brisanje", "Obrisati redak?"); });
+  sheet.view->SetConfirmDelete([] { return AskToLose("Brisanje", "Obrisati redak?"); });
   lines->SetOnBeforePost([this](RecordSet& records) {
     document_.TakeBackPreview(records);
     if (!CheckLine(records)) throw Abort();
@@ -298,12 +301,14 @@ void DocumentEditor::Changed() {
 }
 
 // A draft that cannot be written is told beside the document, which is entered and stored all the same.
-void DocumentEditor::SaveDraft() {
-  if (stored_ || !changed_) return;
+bool DocumentEditor::SaveDraft() {
+  if (stored_ || !changed_) return true;
   try {
     draft_.Save(document_);
+    return true;
   } catch (const Error& error) {
     note_.setText(QStringLiteral("Nacrt nije spremljen: %1").arg(InCroatian(error.what())));
+    return false;
   }
 }
 
@@ -348,12 +353,26 @@ bool DocumentEditor::TakeAll() {
     return false;
   }
   for (const auto& sheet : sheets_) {
-    sheet->view->setFocus();  // takes the cell that is being typed
+    sheet->view->TakeCell();
+    take_article_.RunNow();
     if (sheet->model->submit()) continue;
     tabs_.setCurrentWidget(sheet->view);
+    sheet->view->setFocus();
     return false;
   }
   return true;
+}
+
+// What is being typed goes into the document without a question. What does not, for people.
+QString DocumentEditor::TakeTyped() {
+  QStringList left;
+  for (FieldEdit* const edit : header_) left.append(edit->TakeTyped());
+  for (const auto& sheet : sheets_) {
+    sheet->view->TakeCell();
+    left.append(sheet->model->CellRefusal());
+  }
+  left.removeAll(QString());
+  return left.join(u'\n');
 }
 
 bool DocumentEditor::AskForPayment() {
@@ -437,13 +456,23 @@ QString DocumentEditor::Title() const {
 }
 
 bool DocumentEditor::MayClose() {
-  const bool empty = document_.LineCount() == 0 && !changed_;
   if (stored_) return true;
-  if (!empty && !Ask("Dokument nije pohranjen.", "Odbaciti " + FromQt(Title()) + "?")) return false;
+  const bool left = !TakeTyped().isEmpty();
+  const bool empty = document_.LineCount() == 0 && !changed_ && !left;
+  if (!empty && !AskToLose("Dokument nije pohranjen.", "Odbaciti " + FromQt(Title()) + "?")) return false;
   save_.stop();
   stored_ = true;  // nothing of it is kept
   draft_.Remove();
   return true;
+}
+
+bool DocumentEditor::MayEnd() {
+  if (stored_) return true;
+  const QString left = TakeTyped();
+  if (!left.isEmpty() && !AskToLose("Zadnji upis nije prihvaćen.", FromQt(left) + "\nZatvoriti bez njega?"))
+    return false;
+  return SaveDraft() ||
+         AskToLose("Nedovršeni dokument bit će izgubljen.", FromQt(note_.text()) + "\nZatvoriti ipak?");
 }
 
 // What was entered from the supplier's document stands in the document's own record until it is stored; the
@@ -488,8 +517,8 @@ void DocumentEditor::EnterSupplierTotals() {
 bool DocumentEditor::AgreesWithSupplier() {
   if (!HasSupplierTotals()) return true;
   const QString differences = SupplierDifferences(*document_.SupplierTotals(), TotalsOfLines());
-  return differences.isEmpty() || Ask("Dokument dobavljača se razlikuje od stavaka.",
-                                      FromQt(differences) + "\nPohraniti iznose iz stavaka?");
+  return differences.isEmpty() || AskToLose("Dokument dobavljača se razlikuje od stavaka.",
+                                            FromQt(differences) + "\nPohraniti iznose iz stavaka?");
 }
 
 }  // namespace mox

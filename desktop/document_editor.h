@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "desktop/drafts.h"
+#include "desktop/editing_page.h"
 #include "desktop/field_edit.h"
 #include "desktop/later.h"
 #include "desktop/record_set_view.h"
@@ -20,14 +21,16 @@ class DesktopHost;
 
 /// A document that is being entered: header, lines of goods and of services, tax by rate and total beside
 /// them. Every line shows its amounts while it is typed. F9 stores it.
-class DocumentEditor : public QWidget {
+class DocumentEditor : public QWidget, public EditingPage {
  public:
   DocumentEditor(DesktopHost& host, Document document, Draft draft, QWidget* parent = nullptr);
   ~DocumentEditor() override;
 
   const Document& Content() const { return document_; }
   /// Whether it may be closed: stored, empty, or the user throws it away. Its draft goes with it.
-  bool MayClose();
+  bool MayClose() override;
+  /// Its draft is as it stands on the screen, with what is being typed.
+  bool MayEnd() override;
   /// Stores what was entered. False where a check or the server refused it, or the user did.
   bool Store();
   bool IsStored() const { return stored_; }
@@ -36,8 +39,9 @@ class DocumentEditor : public QWidget {
   void SetOnStored(std::function<void()> stored) { on_stored_ = std::move(stored); }
   /// Called with the id of the stored document when the user wants to see it.
   void SetOnShow(std::function<void(std::int64_t id)> show) { on_show_ = std::move(show); }
-  /// The document stays, but so that another program may find it again: as when this one ends.
-  void SaveDraft();
+  /// The document stays, but so that another program may find it again: as when this one ends. False where
+  /// that cannot be, which is told beside it.
+  bool SaveDraft();
 
  private:
   // The lines of one sort on the screen.
@@ -59,6 +63,7 @@ class DocumentEditor : public QWidget {
   void Recount();
   void ShowTotal();
   bool TakeAll();
+  QString TakeTyped();
   bool AskForPayment();
   bool SendToServer();
   void StoreOrShow();

@@ -11,9 +11,41 @@
 namespace mox {
 namespace {
 
-const std::vector<std::string_view> kShown = {"vrsta",           "broj",        "godina",   "datum",
-                                              "datum_dospijeca", "par_naziv",   "ukupno",   "placeno",
-                                              "otvoreno",        "stornira_id", "storno_id"};
+const std::vector<std::string_view> kShown = {"vrsta",     "broj",   "godina",  "datum",    "datum_dospijeca",
+                                              "par_naziv", "ukupno", "placeno", "otvoreno", "storno"};
+
+// "stornira 12/2026" or "stornirano 3/2026"; without the number where the other document is not in the list.
+std::string StornoText(const RecordSet& list, const RecordRow& row) {
+  for (const auto& [field, text] : {std::pair("stornira_id", "stornira"), {"storno_id", "stornirano"}}) {
+    const std::size_t id = row.IndexOf(field);
+    if (row.IsNull(id)) continue;
+    const auto other = list.FindRow("id", {{row.AsVariant(id)}});
+    if (!other) return text;
+    const RecordRow found = list.RowAt(*other);
+    return std::string(text) + ' ' + found.AsText(found.IndexOf("broj")) + '/' +
+           found.AsText(found.IndexOf("godina"));
+  }
+  return {};
+}
+
+// The documents with the titles of their kinds, and in words what cancels what.
+RecordSet ForScreen(const RecordSet& answer) {
+  RecordSet list(answer.Name());
+  for (std::size_t i = 0; i < answer.FieldCount(); ++i) list.DefineField(answer.Definition(i));
+  list.DefineField("storno", FieldKind::kText);
+  list.Open();
+  const std::size_t vrsta = *answer.FindFieldIndex("vrsta");
+  for (const RecordRow& row : answer.Rows()) {
+    std::vector<Value> values;
+    for (std::size_t i = 0; i < answer.FieldCount(); ++i) values.push_back(row.AsVariant(i));
+    if (const DocumentKind* const known = FindDocumentTip(row.AsText(vrsta))) {
+      values[vrsta] = std::string(known->title);
+    }
+    values.emplace_back(StornoText(answer, row));
+    list.AppendRecord(values);
+  }
+  return list;
+}
 
 void AddDay(TAstaParamList& request, const char* name, const QLineEdit& line) {
   const std::string text = FromQt(line.text().trimmed());
@@ -58,7 +90,7 @@ DocumentList::DocumentList(DesktopHost& host, std::function<void(std::int64_t)> 
   Reload();
 }
 
-void DocumentList::Reload() {
+void DocumentList::Read() {
   TAstaParamList request;
   const QString kind = kind_.currentData().toString();
   if (!kind.isEmpty()) request.FastAdd("vrsta", Value(FromQt(kind)));
@@ -68,18 +100,10 @@ void DocumentList::Reload() {
   if (!text.isEmpty()) request.FastAdd("trazi", Value(FromQt(text)));
   auto answer = CreateDBDataSet("Dokumenti", "adsList", request);
   if (!answer) throw Error("Poslužitelj ne odgovara na popis dokumenata.");
-  PrepareLinesForScreen(*answer);
-  answer->SetDisplayName(*answer->FindFieldIndex("stornira_id"), "Stornira");
-  answer->SetDisplayName(*answer->FindFieldIndex("storno_id"), "Stornirano");
-  const std::size_t vrsta = *answer->FindFieldIndex("vrsta");
-  for (answer->First(); !answer->Eof(); answer->Next()) {
-    const DocumentKind* const known = FindDocumentTip(answer->AsText(vrsta));
-    if (known == nullptr) continue;
-    answer->Edit();
-    answer->SetText(vrsta, known->title);
-    answer->Post();
-  }
-  Show(std::move(*answer), kShown);
+  RecordSet list = ForScreen(*answer);
+  PrepareLinesForScreen(list);
+  list.SetDisplayName(*list.FindFieldIndex("storno"), "Storno");
+  Show(std::move(list), kShown);
   const auto money = [](Currency amount) {
     return ToQt(FormatFloat("#,0.00;-#,0.00", amount, CurrentLocale()));
   };

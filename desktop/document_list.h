@@ -14,9 +14,9 @@ class DesktopHost;
 class DocumentList : public RecordPage {
  public:
   DocumentList(DesktopHost& host, std::function<void(std::int64_t id)> open);
-  void Reload() override;
 
  private:
+  void Read() override;
   std::int64_t CurrentId() const;
 
   std::function<void(std::int64_t)> open_;

@@ -37,6 +37,8 @@ void FieldEdit::SetLookUp(LookUpForm form, std::string_view shown,
 
 void FieldEdit::SetReadOnly(bool read_only) { line_.setReadOnly(read_only); }
 
+bool FieldEdit::IsByKey() const { return look_up_ && !HoldsText(record_.Definition(field_).kind); }
+
 void FieldEdit::ShowName(const QString& name) {
   name_ = name;
   ReadAnew();
@@ -44,10 +46,9 @@ void FieldEdit::ShowName(const QString& name) {
 
 void FieldEdit::ReadAnew() {
   const RecordRow row = record_.RowAt(0);
-  const bool named = look_up_ && !HoldsText(record_.Definition(field_).kind);
-  line_.setText(row.IsNull(field_)          ? QString()
-                : named && !name_.isEmpty() ? name_
-                                            : ToQt(row.AsText(field_)));
+  line_.setText(row.IsNull(field_)              ? QString()
+                : IsByKey() && !name_.isEmpty() ? name_
+                                                : ToQt(row.AsText(field_)));
   line_.setModified(false);
   Fault({});
 }
@@ -79,8 +80,7 @@ bool FieldEdit::Write(const Value& value) {
 bool FieldEdit::Take() {
   if (choosing_ || !line_.isModified()) return line_.toolTip().isEmpty() || !line_.isModified();
   const QString text = line_.text().trimmed();
-  const bool by_key = look_up_ && !HoldsText(record_.Definition(field_).kind);
-  if (by_key && !text.isEmpty()) {
+  if (IsByKey() && !text.isEmpty()) {
     OpenLookUp();
     return !line_.isModified();
   }
@@ -89,6 +89,14 @@ bool FieldEdit::Take() {
   ReadAnew();
   if (on_changed_) on_changed_();
   return true;
+}
+
+QString FieldEdit::TakeTyped() {
+  if (!line_.isModified()) return {};
+  const QString text = line_.text().trimmed();
+  const QString what = line_.accessibleName() + QStringLiteral(" „") + text + QStringLiteral("”: ");
+  if (IsByKey() && !text.isEmpty()) return what + QStringLiteral("nije odabrano");
+  return Take() ? QString() : what + line_.toolTip();
 }
 
 void FieldEdit::OpenLookUp() {

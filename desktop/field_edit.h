@@ -30,6 +30,9 @@ class FieldEdit : public QWidget {
   QLineEdit& Line() { return line_; }
   /// Takes what is entered; false where it is no value.
   bool Take();
+  /// The same without a question: a name that the look-up form would have to complete is not taken. What is
+  /// not taken, for people; empty where all is.
+  QString TakeTyped();
   /// Shows what stands in the record.
   void ReadAnew();
 
@@ -42,6 +45,7 @@ class FieldEdit : public QWidget {
     std::string shown;
     std::function<std::optional<Value>(const RecordSet&)> key_of;
   };
+  bool IsByKey() const;
   void OpenLookUp();
   bool Write(const Value& value);
   void Fault(const QString& text);

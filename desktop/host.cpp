@@ -6,8 +6,10 @@
 #include "appserver/database_location.h"
 #include "connect/open_company.h"
 #include "desktop/import_window.h"
+#include "mox/foundation/error.h"
 #include "mox/host/memory_settings.h"
 #include "mox/host/settings_file.h"
+#include "mox/server/param_list.h"
 
 namespace mox {
 namespace {
@@ -29,15 +31,42 @@ class DesktopHost::Comunication : public TdmComunication {
   RecordSet* CompanyParameters() override { return Now().CompanyParameters(); }
   std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
                                                     std::string_view service) override {
-    return Now().ReportDataService(request, service);
+    TdmComunication& server = Now();
+    const auto copy = host_.look_ ? CopyOf(request) : nullptr;
+    if (!copy) return server.ReportDataService(request, service);
+    return host_.InBackground(
+        [&server, copy, name = std::string(service)] { return server.ReportDataService(*copy, name); },
+        host_.look_);
   }
-  int WriteDataService(const TAstaParamList& request) override { return Now().WriteDataService(request); }
+  // What was sent cannot be ended any more.
+  int WriteDataService(const TAstaParamList& request) override {
+    TdmComunication& server = Now();
+    if (!host_.look_) return server.WriteDataService(request);
+    return host_.InBackground([&server, &request] { return server.WriteDataService(request); },
+                              [this] {
+                                try {
+                                  host_.look_();
+                                } catch (const Abort&) {
+                                }
+                              });
+  }
   std::string WriteRefusal() const override {
     return host_.server_ ? host_.server_->WriteRefusal() : std::string();
   }
 
  private:
+  // For a task that may outlive the request; null where that has more than plain values.
+  static std::shared_ptr<const TAstaParamList> CopyOf(const TAstaParamList& request) {
+    auto copy = std::make_shared<TAstaParamList>();
+    for (std::size_t i = 0; i < request.Count(); ++i) {
+      const TAstaParam& item = request[i];
+      if (item.Kind() == ParamKind::kList || item.Kind() == ParamKind::kDataSet) return nullptr;
+      copy->FastAdd(item.Name(), item.AsVariant());
+    }
+    return copy;
+  }
   TdmComunication& Now() {
+    host_.background_.Finish();
     return host_.server_ ? static_cast<TdmComunication&>(*host_.server_) : host_.nobody_;
   }
   DesktopHost& host_;
@@ -67,9 +96,14 @@ DesktopHost::~DesktopHost() = default;
 
 void DesktopHost::Open(const std::string& address) { Open(address, OpenCompany(address)); }
 
-void DesktopHost::Reconnect() { server_ = OpenCompany(company_.CompanyPath()); }
+void DesktopHost::Reconnect() {
+  background_.Finish();
+  server_ = OpenCompany(company_.CompanyPath());
+}
 
 void DesktopHost::Open(const std::string& address, std::unique_ptr<CompanyAccess> server) {
+  background_.Finish();
+  kept_imports_.clear();
   server_ = std::move(server);
   const bool is_file = !IsServerAddress(address) && DatabaseLocation(address).IsFile();
   const std::string path = is_file ? std::filesystem::canonical(address).string() : address;
@@ -102,11 +136,13 @@ std::vector<std::string> DesktopHost::RecentCompanies() const {
 }
 
 void DesktopHost::Close() {
+  background_.Finish();
   server_.reset();
   company_.SetPath({});
 }
 
 CompanyAccess& DesktopHost::Server() {
+  background_.Finish();
   if (!server_) throw Error("Nijedna tvrtka nije otvorena.");
   return *server_;
 }

@@ -2,12 +2,14 @@
 
 #include <QString>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "appserver/company_access.h"
+#include "desktop/background.h"
 #include "desktop/dialogs.h"
 #include "desktop/look_ups.h"
 #include "desktop/platform.h"
@@ -15,8 +17,15 @@
 #include "mox/host/company_parameters.h"
 #include "mox/host/locale.h"
 #include "mox/host/working_company.h"
+#include "mox/import/import_grid.h"
 
 namespace mox {
+
+/// Rows of an import that was left without storing them.
+struct KeptImport {
+  std::string rows;  ///< as a set is saved to a text
+  std::optional<ImportOrigin> origin;
+};
 
 /// The window's host program, behind App() for the object's lifetime: settings in the same file as the
 /// command's, Qt's dialogs, screen and look-up forms, and the company that is open.
@@ -49,12 +58,44 @@ class DesktopHost : public AppForms {
 
   /// Runs what pastes from the clipboard, on this text instead.
   void PasteFrom(std::string text, const std::function<void()>& paste);
+
+  /// As long as it lives, requests to the server and what is run by it go on beside the window, which looks
+  /// every now and then by `look`; that raises Abort where the user ends the work.
+  class LongWork {
+   public:
+    LongWork(DesktopHost& host, std::function<void()> look) : host_(host) { host_.look_ = std::move(look); }
+    ~LongWork() { host_.look_ = nullptr; }
+    LongWork(const LongWork&) = delete;
+    LongWork& operator=(const LongWork&) = delete;
+
+   private:
+    DesktopHost& host_;
+  };
+
+  /// Within long work: a task that owns what it works on.
+  template <typename Task>
+  auto RunLong(Task task) {
+    return InBackground(std::move(task), look_);
+  }
+
+  /// By the key of the import's profile.
+  std::map<std::string, KeptImport>& KeptImports() { return kept_imports_; }
   void SetMainForm(TMainForm* form) { main_form_ = form; }
   std::unique_ptr<ImportGridView> NewImportGridView() override;
   TMainForm* MainForm() override { return main_form_; }
 
  private:
   class Comunication;
+  // Beside the window, with its locale.
+  template <typename Task>
+  auto InBackground(Task task, const std::function<void()>& look) {
+    return background_.Run(
+        [task = std::move(task), locale = &locale_] {
+          const ScopedApp app({.locale = locale});
+          return task();
+        },
+        look);
+  }
   void Remember(const std::string& path);
 
   std::unique_ptr<TAppIni> settings_;
@@ -66,8 +107,11 @@ class DesktopHost : public AppForms {
   QtPlatform platform_;
   StandardLocale locale_;
   QtLookUps look_ups_;
+  std::map<std::string, KeptImport> kept_imports_;
+  std::function<void()> look_;  // while long work goes on
   TMainForm* main_form_ = nullptr;
   std::optional<ScopedApp> app_;
+  Background background_;  // ends before what it works on
 };
 
 }  // namespace mox

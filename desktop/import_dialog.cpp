@@ -29,8 +29,12 @@ namespace {
 
 constexpr qsizetype kMostPastedRows = 2'000'000;
 
-// 0xBBGGRR; a colour of the system is left to the theme.
+// That of scroll bars, light enough for black letters in any theme.
+const QColor kScrollBar(200, 200, 200);
+
+// 0xBBGGRR; another colour of the system is left to the theme.
 std::optional<QColor> ColorOf(const std::optional<std::uint32_t>& color) {
+  if (color == kScrollBarColor) return kScrollBar;
   if (!color || (*color & kSystemColor) != 0) return std::nullopt;
   return QColor(static_cast<int>(*color & 0xFF), static_cast<int>(*color >> 8 & 0xFF),
                 static_cast<int>(*color >> 16 & 0xFF));
@@ -42,6 +46,15 @@ QString StyleOfHeader() {
   if (!color) return {};
   return QStringLiteral("QHeaderView::section { background: %1; color: black; padding: 3px; }")
       .arg(color->name());
+}
+
+// Selected cells, wherever the keys go.
+QPalette WithSelected(QPalette palette) {
+  const auto back = ColorOf(TfrmImportGrid::kSelected.color);
+  const auto text = ColorOf(TfrmImportGrid::kSelected.text_color);
+  if (back) palette.setColor(QPalette::Highlight, *back);
+  if (text) palette.setColor(QPalette::HighlightedText, *text);
+  return palette;
 }
 
 std::string UserName() { return FromQt(qEnvironmentVariable("USER")); }
@@ -57,7 +70,12 @@ ImportDialog::ImportDialog(TfrmImportGrid& form, DesktopHost& host)
   setFixedSize(TfrmImportGrid::kClientWidth, TfrmImportGrid::kClientHeight);
   FormChanged();
   ShowFaults();
+  listener_ = form_.AdsForImport().AddListener([this](const RecordSet&, const RecordSetChange& change) {
+    if (!busy_ && change.kind != RecordSetChange::kMoved) has_work_ = true;
+  });
 }
+
+ImportDialog::~ImportDialog() { form_.AdsForImport().RemoveListener(listener_); }
 
 void ImportDialog::Build() {
   auto* const layout = new QVBoxLayout(this);
@@ -65,6 +83,7 @@ void ImportDialog::Build() {
   view_.setAccessibleName(QStringLiteral("Redci za uvoz"));
   view_.SetAppending(TfrmImportGrid::kAppending);
   view_.SetEmptyText(ToQt(TfrmImportGrid::kEmptyGridText));
+  view_.setPalette(WithSelected(view_.palette()));
   view_.horizontalHeader()->setSectionsMovable(TfrmImportGrid::kColumnMoving);
   view_.horizontalHeader()->setStyleSheet(StyleOfHeader());
   view_.installEventFilter(this);
@@ -231,12 +250,73 @@ void ImportDialog::Run(const std::function<void()>& action) {
   if (busy_ || !model_.submit()) return;
   busy_ = true;
   status_.Begin();
-  Guarded(action);
+  {
+    const DesktopHost::LongWork work(host_, [this] { status_.Look(); });
+    Guarded(action);
+  }
   busy_ = false;
   status_.hide();
   FormChanged();
   ShowFaults();
   if (status_.WasEnded()) summary_.setText(QStringLiteral("Prekinuto, ništa nije pohranjeno."));
+}
+
+// Where it is ended, the rows are those that were there.
+void ImportDialog::ReplaceRows(const std::function<void()>& action) {
+  RecordSet& rows = form_.AdsForImport();
+  if (!rows.IsActive()) return;
+  rows.PostPending();
+  RecordSet before(rows.Name());
+  before.CleanClone(rows);
+  try {
+    action();
+  } catch (...) {
+    const ControlsGuard guard(rows);
+    rows.Cancel();
+    rows.Clear();
+    rows.DataTransfer(before);
+    rows.First();
+    throw;
+  }
+}
+
+// The journal names where the rows come from.
+void ImportDialog::Paste() {
+  const bool alone = form_.AdsForImport().RowCount() == 0;
+  ReplaceRows([this] { form_.GridKeyDown(U'E', {.alt = true}); });
+  const std::string pasted = "međuspremnik";
+  if (alone || !origin_) {
+    origin_ = ImportOrigin{UserName(), pasted, {}, false};
+  } else if (!origin_->file.ends_with(pasted)) {
+    origin_->file += " + " + pasted;
+  }
+  form_.SetOrigin(*origin_);
+  has_work_ = true;
+}
+
+std::optional<KeptImport> ImportDialog::Unstored() {
+  RecordSet& rows = form_.AdsForImport();
+  view_.TakeRow();
+  const ImportOutcome outcome = form_.Outcome();
+  const bool left = outcome != ImportOutcome::kStored &&
+                    (has_work_ || outcome == ImportOutcome::kDeclined || outcome == ImportOutcome::kRefused);
+  if (!left || !rows.IsActive() || rows.Table().size() == 0) return std::nullopt;
+  return KeptImport{rows.SaveToString(), origin_};
+}
+
+void ImportDialog::TakeUp(const KeptImport& kept) {
+  RecordSet& rows = form_.AdsForImport();
+  RecordSet saved;
+  saved.LoadFromString(kept.rows);
+  {
+    const ControlsGuard guard(rows);
+    rows.Clear();
+    rows.DataTransfer(saved);
+    rows.First();
+  }
+  origin_ = kept.origin;
+  if (origin_) form_.SetOrigin(*origin_);
+  has_work_ = true;
 }
 
 void ImportDialog::Check() {
@@ -260,32 +340,46 @@ void ImportDialog::ShowRefusedCells() {
 }
 
 void ImportDialog::OpenSheetFile(const QString& path) {
+  if (busy_ || !view_.TakeRow()) return;
+  if (has_work_ && form_.AdsForImport().Table().size() > 0 &&
+      !AskToLose("U tablici su redci koji nisu uvezeni.", "Zamijeniti ih retcima datoteke?")) {
+    return;
+  }
   Run([&] {
-    const std::string file = FromQt(path);
+    ReadSheet read = Read(FromQt(path));
+    ImportOrigin origin{UserName(), FromQt(QFileInfo(path).fileName()), read.digest, false};
+    const auto before = StoredImport(form_.ProfileKey(), origin.digest);
+    if (before) {
+      if (!AskToLose("Datoteka je već uvezena (" + *before + ").", "Uvesti je još jednom?")) return;
+      origin.again = true;
+    }
+    ReplaceRows([&] {
+      form_.AdsForImport().Clear();
+      host_.PasteFrom(std::move(read.sheet.text), [this] { form_.GridKeyDown(U'E', {.alt = true}); });
+    });
+    form_.SetSheetFaults(GridFaultsOf(read.sheet));
+    form_.SetOrigin(origin);
+    origin_ = origin;
+    has_work_ = false;
+    form_.AdsForImport().First();
+    QStringList remarks;
+    for (const std::string& remark : read.sheet.remarks) remarks.append(ToQt(remark));
+    setWindowTitle(ToQt(TfrmImportGrid::kCaption) + QStringLiteral(" – ") + QFileInfo(path).fileName());
+    if (!remarks.isEmpty()) ShowMessage(FromQt(remarks.join(u'\n')));
+  });
+}
+
+// The file is read beside the window.
+ImportDialog::ReadSheet ImportDialog::Read(const std::string& file) {
+  status_.Show(QStringLiteral("Čitanje datoteke"));
+  return host_.RunLong([file, fields = DataFields(form_)] {
     const std::string bytes = ReadWholeFile(file);
-    const std::vector<ImportFieldDef> fields = DataFields(form_);
     const std::vector<SheetColumn> columns = SheetColumnsOf(fields);
     const SheetChoice choice{{}, columns.size(), TextEncoding::kRecognised};
     const auto rows = OpenSheet({file, bytes}, choice);
-    SheetText sheet = LayOutSheet(*rows, columns, {HeadingMode::kRecognised, {}, CurrentLocale()});
-    ImportOrigin origin{
-        UserName(), FromQt(QFileInfo(path).fileName()),
+    return ReadSheet{
         QCryptographicHash::hash(QByteArrayView(bytes), QCryptographicHash::Sha256).toHex().toStdString(),
-        false};
-    const auto before = StoredImport(form_.ProfileKey(), origin.digest);
-    if (before) {
-      if (!Ask("Datoteka je već uvezena (" + *before + ").", "Uvesti je još jednom?")) return;
-      origin.again = true;
-    }
-    form_.AdsForImport().Clear();
-    host_.PasteFrom(std::move(sheet.text), [this] { form_.GridKeyDown(U'E', {.alt = true}); });
-    form_.SetSheetFaults(GridFaultsOf(sheet));
-    form_.SetOrigin(origin);
-    form_.AdsForImport().First();
-    QStringList remarks;
-    for (const std::string& remark : sheet.remarks) remarks.append(ToQt(remark));
-    setWindowTitle(ToQt(TfrmImportGrid::kCaption) + QStringLiteral(" – ") + QFileInfo(path).fileName());
-    if (!remarks.isEmpty()) ShowMessage(FromQt(remarks.join(u'\n')));
+        LayOutSheet(*rows, columns, {HeadingMode::kRecognised, {}, CurrentLocale()})};
   });
 }
 
@@ -305,7 +399,7 @@ bool ImportDialog::eventFilter(QObject* watched, QEvent* event) {
   if (!pastes) return QDialog::eventFilter(watched, event);
   const QString fault = FaultOfPasted(ClipboardText(QApplication::clipboard()->mimeData()), kMostPastedRows);
   if (!fault.isEmpty()) return summary_.setText(fault), true;
-  Run([this] { form_.GridKeyDown(U'E', {.alt = true}); });
+  Run([this] { Paste(); });
   return true;
 }
 
@@ -326,9 +420,21 @@ ImportWindow::ImportWindow(DesktopHost& host) : host_(host) {}
 
 ImportWindow::~ImportWindow() = default;
 
+// What was left without storing it is offered when the same kind of data is imported next.
 void ImportWindow::ShowModal(TfrmImportGrid& form) {
   dialog_ = std::make_unique<ImportDialog>(form, host_);
+  auto& kept = host_.KeptImports();
+  const auto left = kept.find(form.ProfileKey());
+  if (left != kept.end() &&
+      Ask("Od prošlog puta ostali su redci koji nisu uvezeni.", "Vratiti ih u tablicu?")) {
+    dialog_->TakeUp(left->second);
+  }
   dialog_->exec();
+  if (auto now = dialog_->Unstored()) {
+    kept[form.ProfileKey()] = std::move(*now);
+  } else if (form.Outcome() == ImportOutcome::kStored) {
+    kept.erase(form.ProfileKey());
+  }
   dialog_.reset();
 }
 

@@ -7,13 +7,13 @@
 #include <QTableView>
 
 #include "desktop/fault_list.h"
+#include "desktop/host.h"
 #include "desktop/record_set_view.h"
 #include "desktop/status_window.h"
 #include "mox/import/import_grid.h"
+#include "sheets/sheet_layout.h"
 
 namespace mox {
-
-class DesktopHost;
 
 /// The dialog of the import grid. It shows what the form holds and hands on what the user does: Alt+E pastes,
 /// Ctrl+O and dropping open a sheet, F8 shows the faulty rows only, a double click in the list of faults, or
@@ -21,12 +21,17 @@ class DesktopHost;
 class ImportDialog : public QDialog {
  public:
   ImportDialog(TfrmImportGrid& form, DesktopHost& host);
+  ~ImportDialog() override;
 
   void FormChanged();
   void StatusChanged(const TfrmStatus& status, bool repaint);
   /// Puts the rows of a sheet into the grid, from the first record on.
   void OpenSheetFile(const QString& path);
   void reject() override;
+  /// The rows as they are left, with what is being typed, where there are any that are not stored.
+  std::optional<KeptImport> Unstored();
+  /// Puts rows that were left into the grid.
+  void TakeUp(const KeptImport& kept);
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
@@ -39,7 +44,15 @@ class ImportDialog : public QDialog {
   QWidget* MakeBottom();
   QPushButton* MakeButton(const FormButton& button, void (TfrmImportGrid::*click)());
   void ShowColumns();
+  // A sheet as it comes into the grid, and what its file is known by.
+  struct ReadSheet {
+    std::string digest;
+    SheetText sheet;
+  };
+  ReadSheet Read(const std::string& file);
   void Run(const std::function<void()>& action);
+  void ReplaceRows(const std::function<void()>& action);
+  void Paste();
   void Check();
   void ShowRefusedCells();
   void ShowFaults();
@@ -59,6 +72,9 @@ class ImportDialog : public QDialog {
   QLabel summary_;
   QPushButton only_faulty_{QStringLiteral("Samo neispravni (F8)")};
   std::vector<std::pair<const FormButton*, QPushButton*>> buttons_;
+  std::optional<ImportOrigin> origin_;
+  int listener_ = 0;
+  bool has_work_ = false;  // rows that no file has as they are
   bool busy_ = false;
 };
 

@@ -1,7 +1,9 @@
 #include "desktop/import_journal_page.h"
 
+#include "desktop/croatian.h"
 #include "desktop/dialogs.h"
 #include "desktop/host.h"
+#include "desktop/import_titles.h"
 #include "mox/entry/line_screen.h"
 #include "mox/import/import_history.h"
 #include "mox/server/read_services.h"
@@ -17,20 +19,26 @@ ImportJournalPage::ImportJournalPage(DesktopHost& host)
   Reload();
 }
 
-void ImportJournalPage::Reload() {
+void ImportJournalPage::Read() {
   auto answer = CreateDBDataSet("DnevnikUvoza", "adsUvoz", {});
   if (!answer) throw Error("Poslužitelj ne vodi dnevnik uvoza.");
   PrepareLinesForScreen(*answer);
+  const std::size_t profile = *answer->FindFieldIndex("profil");
+  for (answer->First(); !answer->Eof(); answer->Next()) {
+    answer->Edit();
+    answer->SetText(profile, FromQt(ImportTitle(answer->AsText(profile))));
+    answer->Post();
+  }
   Show(std::move(*answer),
-       {"id", "vrijeme", "korisnik", "profil", "datoteka", "redaka", "tablica", "ponisteno", "ponistio"});
+       {"id", "vrijeme", "korisnik", "profil", "datoteka", "redaka", "ponisteno", "ponistio"});
 }
 
 void ImportJournalPage::TakeBack() {
   const Value id = Current("id");
   if (!std::holds_alternative<std::int64_t>(id)) throw Error("Nijedan uvoz nije odabran.");
-  if (!Ask("Poništavanje uvoza", "Obrisati sve retke odabranog uvoza?")) return;
+  if (!AskToLose("Poništavanje uvoza", "Obrisati sve retke odabranog uvoza?")) return;
   if (!TakeImportBack(std::get<std::int64_t>(id), FromQt(qEnvironmentVariable("USER")))) {
-    throw Error(host_.Server().WriteRefusal());
+    throw Error(FromQt(RefusalOf(host_.Server())));
   }
   Reload();
   SetNote(QStringLiteral("Uvoz je poništen."));

@@ -10,9 +10,9 @@ class DesktopHost;
 class ImportJournalPage : public RecordPage {
  public:
   explicit ImportJournalPage(DesktopHost& host);
-  void Reload() override;
 
  private:
+  void Read() override;
   void TakeBack();
   DesktopHost& host_;
 };

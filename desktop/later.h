@@ -15,11 +15,15 @@ class Later : public QObject {
     action_ = std::move(action);
     QCoreApplication::postEvent(this, new QEvent(QEvent::User));
   }
+  /// Runs at once what was asked for.
+  void RunNow() {
+    if (const auto action = std::exchange(action_, nullptr)) action();
+  }
 
  protected:
   bool event(QEvent* event) override {
     if (event->type() != QEvent::User) return QObject::event(event);
-    if (const auto action = std::exchange(action_, nullptr)) action();
+    RunNow();
     return true;
   }
 

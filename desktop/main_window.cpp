@@ -20,7 +20,9 @@
 #include "desktop/document_list.h"
 #include "desktop/host.h"
 #include "desktop/import_journal_page.h"
+#include "desktop/import_titles.h"
 #include "desktop/login_dialog.h"
+#include "desktop/mail_page.h"
 #include "desktop/open_dialog.h"
 #include "desktop/rate_page.h"
 #include "desktop/report_page.h"
@@ -62,7 +64,8 @@ constexpr Shortcut kInRows[] = {{u"Enter", u"uzima ćeliju i ide na sljedeću"},
                                 {u"Ctrl+C, Ctrl+V", u"kopira i lijepi ćelije iz tablica"},
                                 {u"F9", u"pohranjuje dokument, pohranjeni prikazuje"},
                                 {u"Ctrl+P, Ctrl+U, Ctrl+T", u"ispis, uplata i storno pohranjenog dokumenta"},
-                                {u"Ctrl+E, Ctrl+K", u"eRačun i kodovi pohranjenog dokumenta"},
+                                {u"Ctrl+E, Ctrl+K, Ctrl+M", u"eRačun, kodovi i pošta pohranjenog dokumenta"},
+                                {u"Ctrl+G", u"slika artikla u šifarniku"},
                                 {u"F5", u"čita stranicu iznova"},
                                 {u"Alt+E", u"u uvozu: lijepi retke iz međuspremnika"},
                                 {u"F8", u"u uvozu: samo neispravni redci"}};
@@ -106,6 +109,7 @@ void MainWindow::BuildMenus() {
   Add(company, QStringLiteral("Nova &pokazna tvrtka…"), {}, &MainWindow::NewDemo);
   Add(company, QStringLiteral("&Sigurnosna kopija…"), {}, &MainWindow::BackUp);
   Add(company, QStringLiteral("&Podaci tvrtke"), {}, &MainWindow::ShowCompanyData);
+  Add(company, QStringLiteral("Račun za poš&tu…"), {}, &MainWindow::ShowMailAccount);
   Add(company, QStringLiteral("&Broj decimala…"), {}, &MainWindow::ShowSettings);
   company->addSeparator();
   connect(company->addAction(QStringLiteral("&Izlaz")), &QAction::triggered, this, &QWidget::close);
@@ -113,6 +117,7 @@ void MainWindow::BuildMenus() {
   QMenu* const documents = menuBar()->addMenu(QStringLiteral("&Dokumenti"));
   Add(documents, QStringLiteral("&Popis dokumenata"), Qt::CTRL | Qt::Key_D, &MainWindow::ShowDocuments);
   Add(documents, QStringLiteral("&Novi dokument…"), QKeySequence::New, &MainWindow::ChooseDocument);
+  Add(documents, QStringLiteral("&Odlazna pošta"), {}, &MainWindow::ShowMails);
   documents->addSeparator();
   for (const ClassTitle& group : kClasses) {
     QMenu* const kinds = documents->addMenu(QString::fromUtf16(group.title));
@@ -135,17 +140,17 @@ void MainWindow::BuildMenus() {
   imports->addSeparator();
   for (const ImportProfile& profile : ImportProfiles()) {
     const std::string key(profile.key);
-    connect(imports->addAction(ToQt(key)), &QAction::triggered, this,
+    connect(imports->addAction(ImportTitle(key)), &QAction::triggered, this,
             [this, key] { Guarded([this, &key] { Import(key); }); });
   }
   QMenu* const reports = menuBar()->addMenu(QStringLiteral("I&zvještaji"));
   Add(reports, QStringLiteral("&Izvještaji"), Qt::CTRL | Qt::Key_R, &MainWindow::ShowReports);
+  QMenu* const pages = menuBar()->addMenu(QStringLiteral("&Stranica"));
+  Add(pages, QStringLiteral("&Sljedeća stranica"), Qt::CTRL | Qt::Key_PageDown, &MainWindow::ShowNext);
+  Add(pages, QStringLiteral("&Prethodna stranica"), Qt::CTRL | Qt::Key_PageUp, &MainWindow::ShowPrevious);
+  Add(pages, QStringLiteral("&Zatvori stranicu"), Qt::CTRL | Qt::Key_W, &MainWindow::CloseCurrent);
   QMenu* const help = menuBar()->addMenu(QStringLiteral("Po&moć"));
   Add(help, QStringLiteral("&Tipke"), QKeySequence::HelpContents, &MainWindow::ShowShortcuts);
-  QAction* const close = new QAction(this);
-  close->setShortcut(QKeySequence::Close);
-  connect(close, &QAction::triggered, this, [this] { CloseCurrent(); });
-  addAction(close);
 }
 
 // --- pages ---
@@ -194,7 +199,8 @@ void MainWindow::ShowDocument(std::int64_t id) {
     auto* const shown = dynamic_cast<StoredDocumentPage*>(tabs_.widget(i));
     if (shown == nullptr || shown->Id() != id) continue;
     shown->Reload();
-    return tabs_.setCurrentIndex(i);
+    tabs_.setCurrentIndex(i);
+    return shown->setFocus();
   }
   AddTab(new StoredDocumentPage(host_, id, [this](std::int64_t other) { ShowDocument(other); }));
 }
@@ -224,12 +230,23 @@ void MainWindow::Import(const std::string& key) {
   CallImportGrid(key);
 }
 
+void MainWindow::ShowNext() { ShowPage(1); }
+void MainWindow::ShowPrevious() { ShowPage(-1); }
+
+// So many pages on, beyond the last one from the first one on.
+void MainWindow::ShowPage(int on) {
+  if (tabs_.count() == 0) return;
+  tabs_.setCurrentIndex((tabs_.currentIndex() + on + tabs_.count()) % tabs_.count());
+  tabs_.currentWidget()->setFocus();
+}
+
 bool MainWindow::CloseTab(int index) {
   QWidget* const page = tabs_.widget(index);
-  auto* const editor = dynamic_cast<DocumentEditor*>(page);
-  if (editor != nullptr && !editor->MayClose()) return false;
+  auto* const editing = dynamic_cast<EditingPage*>(page);
+  if (editing != nullptr && !editing->MayClose()) return false;
   tabs_.removeTab(index);
   delete page;
+  if (tabs_.currentWidget() != nullptr) tabs_.currentWidget()->setFocus();
   return true;
 }
 
@@ -246,14 +263,20 @@ bool MainWindow::CloseAll() {
 }
 
 // Documents that are not finished stay as drafts and are offered at the next start.
+bool MainWindow::MayEnd() {
+  for (int i = 0; i < tabs_.count(); ++i) {
+    auto* const editing = dynamic_cast<EditingPage*>(tabs_.widget(i));
+    if (editing == nullptr) continue;
+    tabs_.setCurrentIndex(i);
+    if (!editing->MayEnd()) return false;
+  }
+  return true;
+}
+
 void MainWindow::closeEvent(QCloseEvent* event) {
-  Guarded([this] {
-    for (int i = 0; i < tabs_.count(); ++i) {
-      if (auto* const editor = dynamic_cast<DocumentEditor*>(tabs_.widget(i))) editor->SaveDraft();
-    }
-    App().Ini().WriteString(kSection, kGeometry, saveGeometry().toBase64().toStdString());
-  });
-  event->accept();
+  event->setAccepted(MayEnd());
+  if (!event->isAccepted()) return;
+  Guarded([this] { App().Ini().WriteString(kSection, kGeometry, saveGeometry().toBase64().toStdString()); });
 }
 
 // --- the company ---
@@ -290,8 +313,11 @@ void MainWindow::OfferDrafts() {
       Document document = draft.Read();
       const std::string what = std::string(document.Kind().title) +
                                ", stavaka: " + std::to_string(document.LineCount()) + ". Nastaviti s unosom?";
-      if (!Ask("Ovaj dokument nije dovršen.", what)) return draft.Remove();
-      AddEditor(std::move(document), std::move(draft));
+      if (Ask("Ovaj dokument nije dovršen.", what)) {
+        AddEditor(std::move(document), std::move(draft));
+      } else if (AskToLose("Nedovršeni dokument", "Odbaciti ga? Inače će biti ponuđen ponovo.")) {
+        draft.Remove();
+      }
     });
   }
 }
@@ -345,6 +371,16 @@ void MainWindow::BackUpTo(const QString& path) {
 }
 
 void MainWindow::ShowSettings() { SettingsDialog(this).exec(); }
+
+void MainWindow::ShowMails() {
+  host_.Server();
+  AddTab(new MailPage(host_));
+}
+
+void MainWindow::ShowMailAccount() {
+  host_.Server();
+  MailAccountDialog(host_, this).exec();
+}
 
 void MainWindow::ShowShortcuts() {
   QString rows;

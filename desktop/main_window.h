@@ -36,6 +36,7 @@ class MainWindow : public QMainWindow, public TMainForm {
   void BackUpTo(const QString& path);
   void ShowImportJournal();
   void ShowRates();
+  void ShowMails();
   QTabWidget& Tabs() { return tabs_; }
 
  protected:
@@ -50,7 +51,11 @@ class MainWindow : public QMainWindow, public TMainForm {
   int AddTab(QWidget* page);
   bool CloseTab(int index);
   bool CloseAll();
+  bool MayEnd();
   void CloseCurrent();
+  void ShowNext();
+  void ShowPrevious();
+  void ShowPage(int on);
   void ChooseDocument();
   void ChooseCompany();
   bool LogInWhereNeeded(const std::string& location);
@@ -59,6 +64,7 @@ class MainWindow : public QMainWindow, public TMainForm {
   void NewDemo();
   void BackUp();
   void ShowSettings();
+  void ShowMailAccount();
   void ShowShortcuts();
   void ShowTitle();
 

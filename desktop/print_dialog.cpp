@@ -66,7 +66,7 @@ PrintDialog::PrintDialog(std::int64_t id, QWidget* parent)
   AddActionButton(this, *bar, QStringLiteral("Zatvori"), [this] { accept(); });
   layout->addLayout(bar);
   ShowSheets();
-  resize(760, 820);
+  resize(790, 820);
 }
 
 void PrintDialog::LayOut() {

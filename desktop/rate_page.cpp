@@ -49,11 +49,12 @@ RatePage::RatePage(DesktopHost& host)
 }
 
 // The last rate of each currency on or before the day; without one the currency stands alone.
-void RatePage::Reload() {
+void RatePage::Read() {
   const auto day = ParseLocaleDate(FromQt(day_.text().trimmed()), CurrentLocale());
   if (!day) throw Error(FromQt(day_.text()) + " nije datum (" + CurrentLocale().short_date + ").");
   const auto currencies = CreateDBDataSet("Kat\\valuta", "valuta", {});
   if (!currencies) throw Error("Poslužitelj nema šifarnik valuta.");
+  shown_ = *day;
   RecordSet rates = EmptyRates("Tecajevi");
   rates.Open();
   const std::size_t code = *currencies->FindFieldIndex("oznaka");
@@ -78,24 +79,24 @@ bool RatePage::Send(RecordSet& rates) {
   if (!failure || failure->field != "tecaj" || failure->message.find(" is stored as ") == std::string::npos) {
     throw Error(FromQt(reason));
   }
-  if (!Ask("Već postoji drugi tečaj.", FromQt(reason) + "\nZamijeniti ga?")) return false;
+  if (!AskToLose("Već postoji drugi tečaj.", FromQt(reason) + "\nZamijeniti ga?")) return false;
   if (!ExecuteTransaction("TecajnaListaReplace", {&rates})) throw Error(FromQt(RefusalOf(host_.Server())));
   return true;
 }
 
 void RatePage::StoreRow(RecordSet& row) {
-  const auto day = ParseLocaleDate(FromQt(day_.text().trimmed()), CurrentLocale());
   const std::size_t rate = *row.FindFieldIndex("tecaj");
-  if (!day || row.IsNull(rate)) return;
+  if (row.IsNull(rate)) return;
   RecordSet rates = EmptyRates("Tecajevi");
   rates.Open();
-  rates.AppendRecord({*day, row.AsText(*row.FindFieldIndex("val_ozn")), row.AsFloat(rate)});
+  rates.AppendRecord({shown_, row.AsText(*row.FindFieldIndex("val_ozn")), row.AsFloat(rate)});
   if (!Send(rates)) throw Abort();
-  row.SetDate(*row.FindFieldIndex("datum"), *day);
+  row.SetDate(*row.FindFieldIndex("datum"), shown_);
   SetNote(QStringLiteral("Tečaj je pohranjen."));
 }
 
 void RatePage::ReadList(const std::string& path) {
+  if (!View().TakeRow()) return;
   RecordSet rates = ReadRateList(ReadWholeFile(path), path);
   if (!Send(rates)) return;
   const RecordSet& counts = host_.Server().LastWrite().stored.value();

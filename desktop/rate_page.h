@@ -12,17 +12,18 @@ class DesktopHost;
 class RatePage : public RecordPage {
  public:
   explicit RatePage(DesktopHost& host);
-  void Reload() override;
   /// Stores the rates of a list as the bank publishes it.
   void ReadList(const std::string& path);
 
  private:
+  void Read() override;
   void ChooseList();
   void StoreRow(RecordSet& row);
   bool Send(RecordSet& rates);
 
   DesktopHost& host_;
   QLineEdit day_;
+  Date shown_;  // of the rates that are shown, also while another day is typed
 };
 
 }  // namespace mox

@@ -11,6 +11,7 @@ namespace mox {
 RecordPage::RecordPage(const QString& title, RecordSet empty, QWidget* parent)
     : QWidget(parent), rows_(std::move(empty)), model_(rows_), view_(model_), layout_(new QVBoxLayout(this)) {
   setWindowTitle(title);
+  setFocusProxy(&view_);
   view_.setAccessibleName(title);
   view_.setSortingEnabled(true);
   view_.sortByColumn(-1, Qt::AscendingOrder);
@@ -22,6 +23,17 @@ RecordPage::RecordPage(const QString& title, RecordSet empty, QWidget* parent)
   buttons_.addWidget(&note_, 1);
   auto* const again = new QShortcut(Qt::Key_F5, this);
   connect(again, &QShortcut::activated, this, [this] { Guarded([this] { Reload(); }); });
+}
+
+bool RecordPage::Reload() {
+  if (!view_.TakeRow()) return false;
+  Read();
+  return true;
+}
+
+bool RecordPage::MayClose() {
+  return view_.TakeRow() ||
+         AskToLose("Redak nije pohranjen.", FromQt(model_.Refusal()) + "\nOdbaciti upisano?");
 }
 
 void RecordPage::Show(RecordSet answer, const std::vector<std::string_view>& fields) {

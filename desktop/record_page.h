@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "desktop/editing_page.h"
 #include "desktop/record_set_view.h"
 
 class QPushButton;
@@ -17,14 +18,18 @@ namespace mox {
 
 /// A page of the main window: a bar of what narrows rows down, the rows, and a bar of buttons with a note.
 /// Its record set is filled anew when the page asks the server.
-class RecordPage : public QWidget {
+class RecordPage : public QWidget, public EditingPage {
  public:
   RecordPage(const QString& title, RecordSet empty, QWidget* parent = nullptr);
 
-  /// Asks for the rows anew; the current one stays current.
-  virtual void Reload() = 0;
+  /// Asks for the rows anew; the current one stays current. A row that is being typed is stored before; false
+  /// where that was refused, and the row stays.
+  bool Reload();
+  bool MayClose() override;
 
  protected:
+  /// Asks the server and shows its answer.
+  virtual void Read() = 0;
   /// The answer's rows, fields and labels take the place of those that are shown.
   void Show(RecordSet answer, const std::vector<std::string_view>& fields);
   QPushButton* AddButton(const QString& text, std::function<void()> action, const QKeySequence& key = {});

@@ -175,7 +175,7 @@ QVariant RecordSetModel::headerData(int section, Qt::Orientation orientation, in
   }
   const Column& column = columns_[static_cast<std::size_t>(section)];
   if (role == Qt::DisplayRole) return column.title;
-  if (role == Qt::FontRole && set_.Definition(column.field).required) {
+  if (role == Qt::FontRole && editable_ && set_.Definition(column.field).required) {
     QFont bold;
     bold.setBold(true);
     return bold;

@@ -92,6 +92,8 @@ class RecordSetModel : public QAbstractTableModel {
   int Paste(const QModelIndex& from, const std::vector<QStringList>& rows);
   /// Why something typed is refused at present; empty where nothing is.
   QString Refusal() const { return rejected_ ? rejected_->reason : QString(); }
+  /// The same where it is the text of a cell, which the record does not have.
+  QString CellRefusal() const { return rejected_ && !rejected_->of_row ? rejected_->reason : QString(); }
   /// Views are being told of a change of the set, which nobody moves meanwhile.
   bool IsHearing() const { return hearing_; }
   /// The cell that keeps its row open.

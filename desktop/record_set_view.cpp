@@ -154,6 +154,19 @@ void RecordSetView::DeleteRow() {
   model_.Remove(currentIndex().row());
 }
 
+void RecordSetView::TakeCell() {
+  for (QLineEdit* const editor : viewport()->findChildren<QLineEdit*>()) {
+    if (editor->isHidden()) continue;  // closed before
+    commitData(editor);
+    closeEditor(editor, QAbstractItemDelegate::NoHint);
+  }
+}
+
+bool RecordSetView::TakeRow() {
+  TakeCell();
+  return model_.submit();
+}
+
 void RecordSetView::CopySelection() const {
   const QItemSelection ranges = selectionModel()->selection();
   if (ranges.isEmpty()) return;

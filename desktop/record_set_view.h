@@ -36,6 +36,11 @@ class RecordSetView : public QTableView {
 
   void AppendRow();
   void DeleteRow();
+  /// The cell that is being typed goes into the open record, as far as it is a value.
+  void TakeCell();
+  bool IsTyping() const { return state() == EditingState; }
+  /// The row that is being typed is posted; false where that was refused.
+  bool TakeRow();
   void CopySelection() const;
   void PasteClipboard();
   /// As wide as what is on the screen needs, within reason.

@@ -6,6 +6,7 @@
 
 #include "desktop/dialogs.h"
 #include "desktop/qt_text.h"
+#include "mox/documents/document_kinds.h"
 #include "mox/entry/line_screen.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/locale_text.h"
@@ -86,6 +87,16 @@ Date DayOf(const QLineEdit& line) {
   return *day;
 }
 
+void ShowKindTitles(RecordSet& rows, std::size_t kind) {
+  for (rows.First(); !rows.Eof(); rows.Next()) {
+    const DocumentKind* const known = FindDocumentTip(rows.AsText(kind));
+    if (known == nullptr) continue;
+    rows.Edit();
+    rows.SetText(kind, known->title);
+    rows.Post();
+  }
+}
+
 }  // namespace
 
 void BarChart::SetBars(std::vector<Bar> bars) {
@@ -126,9 +137,11 @@ ReportPage::ReportPage() : RecordPage(QStringLiteral("Izvještaji"), RecordSet("
   report_.setAccessibleName(QStringLiteral("Izvještaj"));
   from_.setAccessibleName(QStringLiteral("Od datuma"));
   to_.setAccessibleName(QStringLiteral("Do datuma"));
-  for (QWidget* const filter : std::initializer_list<QWidget*>{&report_, &from_, &to_}) {
-    Filters()->addWidget(filter);
-  }
+  Filters()->addWidget(&report_);
+  Filters()->addWidget(new QLabel(QStringLiteral("Od:")));
+  Filters()->addWidget(&from_);
+  Filters()->addWidget(new QLabel(QStringLiteral("Do:")));
+  Filters()->addWidget(&to_);
   for (QLineEdit* const line : {&from_, &to_}) {
     connect(line, &QLineEdit::returnPressed, this, [this] { Guarded([this] { Reload(); }); });
   }
@@ -137,7 +150,7 @@ ReportPage::ReportPage() : RecordPage(QStringLiteral("Izvještaji"), RecordSet("
   Reload();
 }
 
-void ReportPage::Reload() {
+void ReportPage::Read() {
   const Report& report = Reports()[static_cast<std::size_t>(report_.currentIndex())];
   TAstaParamList request;
   request.FastAdd("od", Value(DayOf(from_)));
@@ -146,6 +159,7 @@ void ReportPage::Reload() {
   auto answer = CreateDBDataSet(report.service, report.answer, request);
   if (!answer) throw Error("Poslužitelj nema takav izvještaj.");
   PrepareLinesForScreen(*answer);
+  if (const auto kind = answer->FindFieldIndex("vrsta")) ShowKindTitles(*answer, *kind);
   Show(std::move(*answer), report.fields);
   View().FitColumns();
   SetNote(QStringLiteral("Redaka: %1").arg(Model().rowCount()));

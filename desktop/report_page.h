@@ -28,9 +28,9 @@ class BarChart : public QWidget {
 class ReportPage : public RecordPage {
  public:
   ReportPage();
-  void Reload() override;
 
  private:
+  void Read() override;
   void ShowBars();
 
   QComboBox report_;

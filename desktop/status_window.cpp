@@ -41,10 +41,23 @@ void StatusForm::Show(const TfrmStatus& status, bool repaint) {
   bar_.setValue(static_cast<int>(std::min<std::int64_t>(status.Position(), maximum)));
   end_.setEnabled(may_end_);
   if (opens) show();
-  if (opens || since_painted_.elapsed() >= kBetweenPaints) {
-    QCoreApplication::processEvents();
-    since_painted_.restart();
-  }
+  if (opens || since_painted_.elapsed() >= kBetweenPaints) return Look();
+  if (ended_ && may_end_) throw Abort();
+}
+
+void StatusForm::Show(const QString& text) {
+  may_end_ = true;
+  text_.setText(text);
+  bar_.setRange(0, 0);
+  end_.setEnabled(true);
+  show();
+  Look();
+}
+
+// What is not under this form takes no keys and clicks.
+void StatusForm::Look() {
+  QCoreApplication::processEvents(isVisible() ? QEventLoop::AllEvents : QEventLoop::ExcludeUserInputEvents);
+  since_painted_.restart();
   if (ended_ && may_end_) throw Abort();
 }
 

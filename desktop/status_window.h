@@ -18,6 +18,10 @@ class StatusForm : public QDialog {
 
   /// Shows what the status says. Raises Abort once the user has ended the work, where that can still be done.
   void Show(const TfrmStatus& status, bool repaint);
+  /// For work that does not say how far it is.
+  void Show(const QString& text);
+  /// While something else works: paints, takes the button, and raises Abort once the user has ended the work.
+  void Look();
   bool WasEnded() const { return ended_; }
   /// New work may be ended again.
   void Begin() { ended_ = false; }

@@ -1,5 +1,6 @@
 #include "desktop/stored_document.h"
 
+#include <QApplication>
 #include <QHeaderView>
 #include <QShortcut>
 #include <QSplitter>
@@ -141,10 +142,13 @@ void StoredDocumentPage::Reload() {
   ShowTotals(source);
   ShowLinks(source);
   const int tab = tabs_.currentIndex();
+  const bool has_keys = isAncestorOf(QApplication::focusWidget());
   tabs_.clear();
   ShowLines(goods_, std::move(source.goods), false, source);
   ShowLines(services_, std::move(source.services), true, source);
   tabs_.addTab(&links_.view, QStringLiteral("Veze (%1)").arg(links_.model.rowCount()));
+  setFocusProxy(tabs_.widget(0));
+  if (has_keys) setFocus();
   if (tab > 0 && tab < tabs_.count()) tabs_.setCurrentIndex(tab);
 }
 

@@ -5,9 +5,15 @@
 #include <string_view>
 #include <vector>
 
+#include "mox/foundation/output_file.h"
 #include "mox/foundation/picture_header.h"
 
 namespace mox {
+
+inline constexpr OutputKind kPictureOutput = {
+    "a picture", [](std::string_view file) {
+      return file.starts_with("\xFF\xD8") || file.starts_with("\x89PNG") || file.starts_with("GIF8");
+    }};
 
 /// Pixels of red, green, blue and opacity, a byte each, row by row.
 struct Picture {

@@ -56,7 +56,10 @@ TEST_F(DesktopTest, TellsWhatIsNoTableOnTheClipboard) {
     EXPECT_THAT(FromQt(Label(editor, "Napomena")->text()), HasSubstr(c.told));
     EXPECT_EQ(lines->Model().rowCount(), c.rows);
     EXPECT_EQ(c.rows > 0 ? FromQt(Cell(lines, 1, "naziv")) : "Stolac", "Stolac");
+    if (c.rows > 0) person_.WillPress("Da");
     editor->MayClose();
+    // The rows of the first one are offered to the others.
+    if (&c != cases) person_.WillPress("Ne");
     person_.WillDo([&](QWidget* dialog) {
       RecordSetView* const rows = Lines(dialog, "Redci za uvoz");
       QTest::keyClick(rows, Qt::Key_E, Qt::AltModifier);

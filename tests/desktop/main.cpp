@@ -1,8 +1,9 @@
 #include <gmock/gmock.h>
 
 #include <QApplication>
-#include <QPalette>
 #include <QStandardPaths>
+
+#include "tests/desktop/dark_theme.h"
 
 // Nobody's screen is used, and nobody's settings.
 int main(int argc, char** argv) {
@@ -12,14 +13,6 @@ int main(int argc, char** argv) {
   QStandardPaths::setTestModeEnabled(true);
   QApplication application(argc, argv);
   QApplication::setStyle(QStringLiteral("Fusion"));
-  if (qEnvironmentVariableIsSet("MOX_TEST_DARK")) {
-    QPalette dark(QColor(53, 53, 53), QColor(42, 42, 42));
-    dark.setColor(QPalette::Base, QColor(42, 42, 42));
-    dark.setColor(QPalette::AlternateBase, QColor(60, 60, 60));
-    for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText}) {
-      dark.setColor(role, Qt::white);
-    }
-    QApplication::setPalette(dark);
-  }
+  mox::ShowDarkWhereAsked();
   return RUN_ALL_TESTS();
 }

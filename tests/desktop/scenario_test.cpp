@@ -76,6 +76,36 @@ TEST_F(DesktopTest, RefusesALineAndKeepsIt) {
   EXPECT_TRUE(StoredDocuments().empty());
 }
 
+// The keys are where the work is, on whichever page, and get from each page to the next.
+TEST_F(DesktopTest, PutsTheKeysWhereTheWorkIs) {
+  const auto focused = [] {
+    QWidget* const focus = QApplication::focusWidget();
+    return focus == nullptr ? std::string() : FromQt(focus->accessibleName());
+  };
+  window_->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(window_.get()));
+  EXPECT_EQ(focused(), "Dokumenti");
+  New("gotovinski-racun");
+  EXPECT_EQ(focused(), "Stavke");
+  DocumentEditor* const later = New("otpremnica-racun");
+  EXPECT_EQ(focused(), "Datum");
+  for (const char* const next :
+       {"Dospijeće", "Partner", "Skladište", "Način plaćanja", "Poziv na broj", "Korisnik", "Opis"}) {
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    EXPECT_EQ(focused(), next);
+  }
+  for (int steps = 0; focused() != "Stavke" && steps < 3; ++steps) {
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+  }
+  EXPECT_EQ(focused(), "Stavke");
+  Press(window_.get(), Qt::Key_PageDown, Qt::ControlModifier);
+  EXPECT_EQ(focused(), "Dokumenti") << "behind the last one is the first";
+  Press(window_.get(), Qt::Key_PageUp, Qt::ControlModifier);
+  EXPECT_EQ(window_->Tabs().currentWidget(), later);
+  Press(window_.get(), Qt::Key_W, Qt::ControlModifier);
+  EXPECT_EQ(focused(), "Stavke");
+}
+
 TEST_F(DesktopTest, StoresAThousandPastedLines) {
   DocumentEditor* const editor = New("racun-usluga");
   RecordSetView* const lines = Lines(editor, "Usluge");
@@ -180,6 +210,11 @@ TEST_F(DesktopTest, MendsAFaultySheetAndStoresIt) {
     }
     EXPECT_EQ(rows->currentIndex().row(), 1);
     EXPECT_EQ(rows->currentIndex().data(Qt::ToolTipRole).toString(), "obavezan podatak nije upisan");
+    // Selected cells look as the grid's style has them, in any theme.
+    const QImage shown = rows->viewport()->grab().toImage();
+    const QPoint corner = rows->visualRect(rows->currentIndex()).topRight() + QPoint(-5, 5);
+    EXPECT_NEAR(shown.pixelColor(corner * shown.devicePixelRatio()).green(), 200, 8);
+    EXPECT_EQ(rows->palette().color(QPalette::HighlightedText), QColor(Qt::black));
     Type(rows, "99993");
     person_.WillPress("Da");
     PressButton(grid, "Provjera i uvoz podataka");
@@ -239,6 +274,7 @@ TEST_F(DesktopTest, StoresRatesOfADay) {
   int usd = 0;
   while (usd < rates->Model().rowCount() && Cell(rates, usd, "val_ozn") != "USD") ++usd;
   ASSERT_LT(usd, rates->Model().rowCount());
+  person_.WillPress("Da");  // to the question about the second one
   for (const double rate : {1.0842, 1.0901}) {
     Go(rates, usd, "tecaj");
     Type(rates, QString::number(rate).replace(u'.', u','));

@@ -1,7 +1,9 @@
 #include "desktop/stored_document.h"
 
+#include "desktop/article_picture_dialog.h"
 #include "desktop/code_dialog.h"
 #include "desktop/document_list.h"
+#include "desktop/mail_page.h"
 #include "desktop/print_dialog.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/files.h"
@@ -79,6 +81,64 @@ TEST_F(StoredDocumentTest, GoesOnPaper) {
   });
   Press(page, Qt::Key_P, Qt::ControlModifier);
   EXPECT_THAT(person_.read.back(), StartsWith("Ispis – Račun usluga 1/"));
+}
+
+// Through an account whose server is not there: the mail waits, and goes out once it is sent again.
+TEST_F(StoredDocumentTest, GoesByMail) {
+  StoredDocumentPage* const page = Open();
+  const auto mail = [&](const char* to) {
+    person_.WillDo([to](QWidget* dialog) {
+      Fill(dialog->findChild<QLineEdit*>(), QString::fromUtf8(to));
+      QTest::keyClick(dialog->findChild<QLineEdit*>(), Qt::Key_Return);
+    });
+    Press(page, Qt::Key_M, Qt::ControlModifier);
+    return FromQt(Label(page, "Napomena")->text());
+  };
+  mail("kupac@");
+  EXPECT_THAT(person_.read.back(), HasSubstr("„kupac@” nije e-mail adresa"));
+  mail("kupac@primjer.hr");
+  EXPECT_THAT(person_.read.back(), HasSubstr("tvrtka nema račun za poštu"));
+  MailAccountDialog account(*host_, window_.get());
+  Fill(Line(&account, "Poslužitelj"), QStringLiteral("smtp://127.0.0.1:1"));
+  Fill(Line(&account, "Adresa pošiljatelja"), QStringLiteral("racuni@primjer.hr"));
+  account.accept();
+  EXPECT_EQ(account.result(), QDialog::Accepted);
+  EXPECT_THAT(mail("kupac@primjer.hr"), StartsWith("Pošta za kupac@primjer.hr nije poslana i čeka"));
+  window_->ShowMails();
+  RecordSetView* const mails = Lines(Page(), "Odlazna pošta");
+  EXPECT_EQ(Cell(mails, mails->Model().rowCount() - 1, "stanje"), "čeka");
+  Press(Page(), Qt::Key_M, Qt::ControlModifier);
+  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("nije poslana i čeka"));
+}
+
+// The picture of an article is loaded from a file, shown, saved and taken away.
+TEST_F(StoredDocumentTest, ArticlesHavePictures) {
+  const std::string file = folder_ / "slika.png";
+  QImage drawn(840, 420, QImage::Format_RGB32);
+  drawn.fill(Qt::darkGreen);
+  ASSERT_TRUE(drawn.save(ToQt(file)));
+  window_->ShowCodebook("artikli");
+  Lines(Page(), "Artikli")->selectRow(0);
+  person_.WillDo([&](QWidget* dialog) {
+    auto* const picture = dynamic_cast<ArticlePictureDialog*>(dialog);
+    ASSERT_NE(picture, nullptr);
+    QLabel* const shown = Label(picture, "Slika");
+    EXPECT_EQ(shown->text(), "Artikl nema sliku.");
+    EXPECT_THROW(picture->Load(company_), Error);
+    picture->Load(file);
+    EXPECT_EQ(shown->accessibleDescription(), "800 × 400");
+    EXPECT_NEAR(shown->pixmap().toImage().pixelColor(9, 9).green(), QColor(Qt::darkGreen).green(), 4);
+    picture->SaveTo(folder_ / "kopija.jpg");
+    EXPECT_EQ(QImage(ToQt(folder_ / "kopija.jpg")).size(), QSize(800, 400));
+    PressButton(picture, "Ukloni");  // Enter says no
+    EXPECT_EQ(shown->text(), "");
+    person_.WillPress("Da");
+    PressButton(picture, "Ukloni");
+    EXPECT_EQ(shown->text(), "Artikl nema sliku.");
+    picture->accept();
+  });
+  Press(Page(), Qt::Key_G, Qt::ControlModifier);
+  EXPECT_THAT(person_.read, testing::Contains(StartsWith("Slika artikla")));
 }
 
 TEST_F(StoredDocumentTest, ShowsTheCodeOfAFiscalReceipt) {

@@ -5,8 +5,13 @@
 #include <QDir>
 #include <fstream>
 
+#include "desktop/article_picture_dialog.h"
 #include "desktop/import_dialog.h"
 #include "desktop/import_window.h"
+#include "desktop/mail_page.h"
+#include "desktop/payment_dialog.h"
+#include "desktop/settings_dialog.h"
+#include "tests/desktop/dark_theme.h"
 #include "tests/desktop/desktop_fixture.h"
 
 namespace {
@@ -95,6 +100,43 @@ TEST_F(Pictures, SupplierDocument) {
   PressButton(editor, "PDV dokumenta dobavljača…");
 }
 
+TEST_F(Pictures, Places) {
+  const std::string file = folder_ / "slika.png";
+  QImage drawn(600, 400, QImage::Format_RGB32);
+  drawn.fill(QColor(0x6B, 0x42, 0x26));
+  drawn.save(ToQt(file));
+  window_->ShowCodebook("artikli");
+  Lines(window_->Tabs().currentWidget(), "Artikli")->selectRow(0);
+  Save(window_.get(), "articles");
+  person_.WillDo([&](QWidget* dialog) {
+    dynamic_cast<ArticlePictureDialog*>(dialog)->Load(file);
+    Save(dialog, "article-picture");
+    static_cast<QDialog*>(dialog)->reject();
+  });
+  Press(window_->Tabs().currentWidget(), Qt::Key_G, Qt::ControlModifier);
+  window_->ShowCompanyData();
+  Save(window_.get(), "company");
+  window_->ShowRates();
+  Save(window_.get(), "rates");
+  window_->ShowMails();
+  Save(window_.get(), "mails");
+  const auto save = [this](const char* name, QDialog&& dialog) {
+    person_.WillDo([name](QWidget* shown) {
+      Save(shown, name);
+      static_cast<QDialog*>(shown)->reject();
+    });
+    dialog.exec();
+  };
+  save("mail-account", MailAccountDialog(*host_, nullptr));
+  save("settings", SettingsDialog(nullptr));
+  save("payment", PaymentDialog(Currency::Parse("17.28"), {}, nullptr));
+  person_.WillDo([](QWidget* dialog) {
+    Save(dialog, "keys");
+    static_cast<QDialog*>(dialog)->reject();
+  });
+  Press(window_.get(), Qt::Key_F1);
+}
+
 TEST_F(Pictures, LookUp) {
   person_.WillDo([&](QWidget* dialog) {
     Save(dialog, "look-up");
@@ -113,5 +155,6 @@ int main(int argc, char** argv) {
   folder = QString::fromLocal8Bit(argv[1]);
   QApplication application(argc, argv);
   QApplication::setStyle(QStringLiteral("Fusion"));
+  mox::ShowDarkWhereAsked();
   return RUN_ALL_TESTS();
 }

@@ -1,0 +1,172 @@
+#include "desktop/mail_page.h"
+
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QPushButton>
+
+#include "desktop/croatian.h"
+#include "desktop/dialogs.h"
+#include "desktop/host.h"
+#include "mox/entry/line_screen.h"
+#include "mox/server/read_services.h"
+#include "mox/server/transactions.h"
+#include "paper/outbox.h"
+#include "paper/page_source.h"
+
+namespace mox {
+namespace {
+
+struct StateText {
+  std::string_view state;
+  const char16_t* text;
+};
+
+constexpr StateText kStates[] = {{"ceka", u"čeka"},
+                                 {"salje", u"možda je poslana; slanje nije dovršeno"},
+                                 {"poslano", u"poslana je"},
+                                 {"odbijeno", u"odbijena je ili povučena"},
+                                 {"nepoznato", u"možda je poslana; odgovor nije stigao"}};
+
+// By MailEnd.
+constexpr const char16_t* kEnds[] = {u"poslana je", u"nije poslana i čeka u odlaznoj pošti", u"odbijena je",
+                                     u"možda je poslana; odgovor nije stigao"};
+
+QString StateOf(std::string_view state) {
+  for (const StateText& known : kStates) {
+    if (known.state == state) return QString::fromUtf16(known.text);
+  }
+  return ToQt(state);
+}
+
+// Mails of the outbox, sent one by one.
+class MailSender : public RecordStore {
+ public:
+  explicit MailSender(DesktopHost& host) : host_(host), paper_(InstalledTemplate()), outbox_(paper_, *this) {}
+
+  Outbox& Box() { return outbox_; }
+  QString SendAgreed(const OutboxMail& mail) {
+    const QString what = QStringLiteral("Pošta za %1").arg(ToQt(mail.to));
+    if (!mail.Waits() && !AskToLose(FromQt(what + u' ' + StateOf(mail.state)), "Poslati je ponovo?")) {
+      return what + u' ' + StateOf(mail.state) + u'.';
+    }
+    const HourglassCursor cursor;
+    const MailOutcome outcome = outbox_.Send(mail);
+    return QStringLiteral("%1 %2 (%3).")
+        .arg(what, QString::fromUtf16(kEnds[static_cast<std::size_t>(outcome.end)]), ToQt(outcome.answer));
+  }
+
+ private:
+  std::int64_t Store(std::string_view transaction, RecordSet& record) override {
+    if (!ExecuteTransaction(transaction, {&record})) throw Error(FromQt(RefusalOf(host_.Server())));
+    const auto& stored = host_.Server().LastWrite().stored;
+    return stored && !stored->IsEmpty() ? stored->RowAt(0).AsInteger(0) : 0;
+  }
+
+  DesktopHost& host_;
+  PaperTemplate paper_;
+  Outbox outbox_;
+};
+
+}  // namespace
+
+QString MailDocument(DesktopHost& host, std::int64_t id) {
+  MailSender sender(host);
+  const std::string known = TextOf(ReadPageSource(id).partner, "email");
+  const auto to = App().Dialogs().InputBox("Pošta", "E-mail adresa primatelja:", known);
+  if (!to) return {};
+  return sender.SendAgreed(sender.Box().Put(id, FromQt(ToQt(*to).trimmed())));
+}
+
+MailPage::MailPage(DesktopHost& host)
+    : RecordPage(QStringLiteral("Odlazna pošta"), RecordSet("adsPosta")), host_(host) {
+  Model().SetEditable(false);
+  View().SetAppending(false);
+  View().setSelectionBehavior(QAbstractItemView::SelectRows);
+  AddButton(
+      QStringLiteral("Pošalji"), [this] { Send(); }, Qt::CTRL | Qt::Key_M);
+  Reload();
+}
+
+void MailPage::Read() {
+  auto answer = CreateDBDataSet("Posta", "adsPosta", {});
+  if (!answer) throw Error("Poslužitelj nema odlaznu poštu.");
+  PrepareLinesForScreen(*answer);
+  const char* const labels[][2] = {{"dok_id", "Dokument"},
+                                   {"kome", "Kome"},
+                                   {"predmet", "Predmet"},
+                                   {"stanje", "Stanje"},
+                                   {"odgovor", "Odgovor poslužitelja"}};
+  for (const auto& [field, label] : labels) answer->SetDisplayName(*answer->FindFieldIndex(field), label);
+  const std::size_t state = *answer->FindFieldIndex("stanje");
+  for (answer->First(); !answer->Eof(); answer->Next()) {
+    answer->Edit();
+    answer->SetText(state, FromQt(StateOf(answer->AsText(state))));
+    answer->Post();
+  }
+  Show(std::move(*answer), {"id", "vrijeme", "predmet", "kome", "stanje", "odgovor"});
+}
+
+void MailPage::Send() {
+  const Value id = Current("id");
+  if (!std::holds_alternative<std::int64_t>(id)) throw Error("Nijedna pošta nije odabrana.");
+  MailSender sender(host_);
+  QString told;
+  for (const OutboxMail& mail : sender.Box().Mails()) {
+    if (mail.id == std::get<std::int64_t>(id)) told = sender.SendAgreed(mail);
+  }
+  Reload();
+  SetNote(told);
+}
+
+MailAccountDialog::MailAccountDialog(DesktopHost& host, QWidget* parent) : QDialog(parent), host_(host) {
+  setWindowTitle(QStringLiteral("Račun za poštu"));
+  auto* const form = new QFormLayout(this);
+  url_.setPlaceholderText(QStringLiteral("smtps://posta.primjer.hr"));
+  password_.setEchoMode(QLineEdit::Password);
+  if (const auto stored = CreateDBDataSet("PostaRacun", "adsRacun", {}); stored && !stored->IsEmpty()) {
+    const auto text = [&](const char* field) {
+      return ToQt(stored->RowAt(0).AsText(*stored->FindFieldIndex(field)));
+    };
+    url_.setText(text("url"));
+    user_.setText(text("korisnik"));
+    sender_.setText(text("posiljatelj"));
+    password_.setPlaceholderText(QStringLiteral("nepromijenjena"));
+  }
+  const std::pair<const char16_t*, QLineEdit*> rows[] = {{u"&Poslužitelj:", &url_},
+                                                         {u"&Korisnik:", &user_},
+                                                         {u"&Lozinka:", &password_},
+                                                         {u"&Adresa pošiljatelja:", &sender_}};
+  for (const auto& [label, line] : rows) {
+    form->addRow(QString::fromUtf16(label), line);
+    line->setAccessibleName(QString::fromUtf16(label).remove(u'&').remove(u':'));
+    line->setMinimumWidth(280);
+  }
+  auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+  buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("Pohrani"));
+  buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
+  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  form->addRow(buttons);
+}
+
+// What is left empty stays as it is.
+void MailAccountDialog::accept() {
+  const bool stored = Guarded([this] {
+    RecordSet account("adsRacun");
+    std::vector<Value> values;
+    for (const auto& [field, line] : {std::pair<const char*, QLineEdit*>("url", &url_),
+                                      {"korisnik", &user_},
+                                      {"lozinka", &password_},
+                                      {"posiljatelj", &sender_}}) {
+      account.DefineField(field, FieldKind::kText);
+      const std::string text = FromQt(line == &password_ ? line->text() : line->text().trimmed());
+      values.push_back(text.empty() ? Value() : Value(text));
+    }
+    account.Open();
+    account.AppendRecord(values);
+    if (!ExecuteTransaction("PostaRacunUpis", {&account})) throw Error(FromQt(RefusalOf(host_.Server())));
+  });
+  if (stored) QDialog::accept();
+}
+
+}  // namespace mox

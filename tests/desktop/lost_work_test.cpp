@@ -1,0 +1,237 @@
+// Nothing that was typed goes away because a page, a file or the window came in its place.
+
+#include <sys/resource.h>
+
+#include <QClipboard>
+#include <csignal>
+#include <fstream>
+
+#include "desktop/import_dialog.h"
+#include "desktop/rate_page.h"
+#include "mox/codes/exchange_rates.h"
+#include "mox/foundation/clock.h"
+#include "mox/foundation/locale_text.h"
+#include "mox/server/read_services.h"
+#include "tests/desktop/desktop_fixture.h"
+
+namespace mox {
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+
+class LostWorkTest : public DesktopTest {
+ protected:
+  QWidget* Page() { return window_->Tabs().currentWidget(); }
+  static std::size_t Stored(const char* codebook, const char* text) {
+    return CreateDBDataSet(std::string("Kat\\") + codebook, codebook, {{"trazi", Value(text)}})->RowCount();
+  }
+  std::string Sheet(const char* rows) {
+    std::ofstream(folder_ / "konta.csv") << "Konto;Opis\n" << rows;
+    return folder_ / "konta.csv";
+  }
+  // Alt+E on a record, from a clipboard with this text.
+  static void Paste(QWidget* grid, int row, const char* text) {
+    RecordSetView* const rows = Lines(grid, "Redci za uvoz");
+    if (row < rows->Model().rowCount()) Go(rows, row, "KONTO");
+    QApplication::clipboard()->setText(QString::fromUtf8(text));
+    QTest::keyClick(rows, Qt::Key_E, Qt::AltModifier);
+  }
+  // Closes the grid by Escape at the end of what is done in it.
+  void InGrid(const std::function<void(ImportDialog*)>& action) {
+    person_.WillDo([action](QWidget* dialog) {
+      auto* const grid = dynamic_cast<ImportDialog*>(dialog);
+      ASSERT_NE(grid, nullptr);
+      action(grid);
+      if (grid->isVisible()) QTest::keyClick(grid, Qt::Key_Escape);
+    });
+    CallImportGrid("KONTNIPLAN");
+  }
+};
+
+TEST_F(LostWorkTest, AFileTakesThePlaceOfRowsOnlyOnAYes) {
+  const QString sheet = ToQt(Sheet("99991;Prvi\n99992;Drugi\n"));
+  InGrid([&](ImportDialog* grid) {
+    RecordSetView* const rows = Lines(grid, "Redci za uvoz");
+    person_.read.clear();
+    grid->OpenSheetFile(sheet);
+    grid->OpenSheetFile(sheet);
+    EXPECT_TRUE(person_.read.empty()) << "what a file has is no work";
+    Go(rows, 0, "OPIS");
+    Type(rows, "Mended", false);
+    grid->OpenSheetFile(sheet);  // Enter says no
+    EXPECT_THAT(person_.read, Contains(HasSubstr("U tablici su redci koji nisu uvezeni.")));
+    EXPECT_EQ(Cell(rows, 0, "OPIS"), "Mended");
+    person_.WillPress("Da");
+    grid->OpenSheetFile(sheet);
+    EXPECT_EQ(Cell(rows, 0, "OPIS"), "Prvi");
+    // Rows that come from elsewhere are journalled so.
+    Paste(grid, 1, "99993\tTreći");
+    person_.WillPress("Da");
+    PressButton(grid, "Provjera i uvoz podataka");
+  });
+  InGrid([&](ImportDialog* grid) {
+    Paste(grid, 0, "99994\tČetvrti");
+    person_.WillPress("Da");
+    PressButton(grid, "Provjera i uvoz podataka");
+  });
+  const auto journal = CreateDBDataSet("DnevnikUvoza", "adsUvoz", {});
+  ASSERT_EQ(journal->RowCount(), 2U);
+  std::vector<std::string> files;
+  for (const RecordRow& row : journal->Rows()) files.push_back(row.AsText(row.IndexOf("datoteka")));
+  EXPECT_THAT(files, testing::UnorderedElementsAre("konta.csv + međuspremnik", "međuspremnik"));
+}
+
+TEST_F(LostWorkTest, RowsThatWereNotImportedAreOfferedAgain) {
+  const auto rows_of = [](QWidget* grid) { return Lines(grid, "Redci za uvoz")->Model().rowCount(); };
+  InGrid([&](ImportDialog* grid) { Paste(grid, 0, "99991\tPrvi\n99992\tDrugi"); });
+  person_.WillPress("Ne");
+  InGrid([&](ImportDialog* grid) { EXPECT_EQ(rows_of(grid), 0); });
+  EXPECT_THAT(person_.read, Contains(HasSubstr("ostali su redci koji nisu uvezeni")));
+  person_.WillPress("Da");
+  InGrid([&](ImportDialog* grid) {
+    EXPECT_EQ(Cell(Lines(grid, "Redci za uvoz"), 1, "OPIS"), "Drugi");
+    person_.WillPress("Ne");  // not stored, although the grid closes
+    PressButton(grid, "Provjera i uvoz podataka");
+  });
+  EXPECT_EQ(Stored("fin_kto", "99992"), 0U);
+  person_.WillPress("Da");
+  InGrid([&](ImportDialog* grid) {
+    EXPECT_EQ(rows_of(grid), 2);
+    person_.WillPress("Da");
+    PressButton(grid, "Provjera i uvoz podataka");
+  });
+  EXPECT_EQ(Stored("fin_kto", "99992"), 1U);
+  person_.read.clear();
+  InGrid([&](ImportDialog* grid) { EXPECT_EQ(rows_of(grid), 0); });
+  EXPECT_EQ(person_.read.size(), 1U) << "what is stored is not offered";
+}
+
+TEST_F(LostWorkTest, AnEndedPasteLeavesTheRowsThatWere) {
+  QString text;
+  for (int i = 0; i < 50'000; ++i) text += QStringLiteral("9%1\tRedak\n").arg(i, 5, 10, QChar(u'0'));
+  InGrid([&](ImportDialog* grid) {
+    Paste(grid, 0, "99991\tPrvi\n99992\tDrugi");
+    person_.ends_work = true;
+    Paste(grid, 0, text.toUtf8().constData());
+    person_.ends_work = false;
+    RecordSetView* const rows = Lines(grid, "Redci za uvoz");
+    ASSERT_EQ(rows->Model().rowCount(), 2);
+    EXPECT_EQ(Cell(rows, 0, "KONTO"), "99991");
+    EXPECT_EQ(Cell(rows, 1, "OPIS"), "Drugi");
+  });
+}
+
+// F5, another search, closing the page and closing the window store the row that is being typed, and keep it
+// where it is refused.
+TEST_F(LostWorkTest, RowsOfCodebooksAreStoredBeforeTheyGo) {
+  const auto begin = [&](const char* text, const char* codebook = "jm", const char* field = "naziv") {
+    window_->ShowCodebook(codebook);
+    RecordSetView* const rows = Lines(Page(), FromQt(Page()->windowTitle()).c_str());
+    QTest::keyClick(rows, Qt::Key_Insert);
+    Go(rows, rows->Model().rowCount() - 1, field);
+    Type(rows, QString::fromUtf8(text), false);
+    return rows;
+  };
+  const auto close_tab = [&] { Q_EMIT window_->Tabs().tabCloseRequested(window_->Tabs().currentIndex()); };
+  begin("vreca");
+  Press(Page(), Qt::Key_F5);
+  EXPECT_EQ(Stored("jm", "vreca"), 1U);
+  close_tab();
+  begin("sanduk");
+  close_tab();
+  EXPECT_EQ(Stored("jm", "sanduk"), 1U);
+  begin("paleta");
+  EXPECT_TRUE(window_->close());
+  EXPECT_EQ(Stored("jm", "paleta"), 1U);
+  window_->show();
+  close_tab();
+
+  RecordSetView* const refused = begin("12345", "partneri", "oib");  // without a name, and no such number
+  const int row = refused->Model().rowCount() - 1;
+  Press(Page(), Qt::Key_F5);
+  ASSERT_EQ(refused->Model().rowCount(), row + 1);
+  EXPECT_EQ(Cell(refused, row, "oib"), "12345");
+  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("partneri"));
+  const int tabs = window_->Tabs().count();
+  close_tab();
+  EXPECT_THAT(person_.read.back(), HasSubstr("Redak nije pohranjen."));
+  EXPECT_EQ(window_->Tabs().count(), tabs) << "Enter says no";
+  EXPECT_FALSE(window_->close());
+  person_.WillPress("Da");
+  close_tab();
+  EXPECT_EQ(window_->Tabs().count(), tabs - 1);
+}
+
+TEST_F(LostWorkTest, CompanyDataAndRatesAreStoredBeforeTheyAreReadAnew) {
+  window_->ShowCompanyData();
+  RecordSetView* const rows = Lines(Page(), "Podaci tvrtke");
+  for (int row = 0; row < rows->Model().rowCount(); ++row) {
+    if (Cell(rows, row, "naziv") == "MjestoPoduzeca") Go(rows, row, "vrijednost");
+  }
+  const int at = rows->currentIndex().row();
+  Type(rows, "Sisak", false);
+  Press(Page(), Qt::Key_F5);
+  EXPECT_EQ(Cell(rows, at, "vrijednost"), "Sisak");
+  EXPECT_EQ(rows->Model().Set().State(), DataSetState::kBrowse);
+
+  // A rate is of the day for which it was typed, also when another day is chosen before it is left.
+  window_->ShowRates();
+  RecordSetView* const rates = Lines(Page(), "Tečajevi");
+  int usd = 0;
+  while (Cell(rates, usd, "val_ozn") != "USD") ++usd;
+  Go(rates, usd, "tecaj");
+  Type(rates, "1,25", false);
+  const Date yesterday{Today().days - 1};
+  Fill(Line(Page(), "Na dan"), ToQt(DateToText(yesterday, CurrentLocale())));
+  QTest::keyClick(Line(Page(), "Na dan"), Qt::Key_Return);
+  EXPECT_EQ(GetTecajByOznakaValute(Today(), "USD"), 1.25);
+  EXPECT_NE(GetTecajByOznakaValute(yesterday, "USD"), 1.25);
+}
+
+TEST_F(LostWorkTest, ADocumentIsFoundAgainAsItWasTyped) {
+  DocumentEditor* const editor = Enter("predracun", "Stavke", "\tStol\tkom\t2\t99,5\n");
+  RecordSetView* const lines = Lines(editor);
+  QTest::keyClick(lines, Qt::Key_Insert);
+  Go(lines, 1, "naziv");
+  Type(lines, "Stolac", false);
+  Fill(Line(editor, "Opis"), QStringLiteral("hitno"));  // without leaving it
+  ASSERT_TRUE(window_->close());
+  Stop();
+  person_.WillPress("Ne");  // and Enter: it is not thrown away
+  Start();
+  EXPECT_EQ(window_->Tabs().count(), 1);
+  Stop();
+  person_.WillPress("Da");
+  Start();
+  auto* const again = dynamic_cast<DocumentEditor*>(Page());
+  ASSERT_NE(again, nullptr);
+  EXPECT_EQ(Cell(Lines(again), 1, "naziv"), "Stolac");
+  EXPECT_EQ(Line(again, "Opis")->text(), "hitno");
+
+  Fill(Line(again, "Dospijeće"), QStringLiteral("31.2."));
+  EXPECT_FALSE(window_->close());
+  EXPECT_THAT(person_.read.back(), HasSubstr("Dospijeće „31.2.”: To nije datum"));
+  QTest::keyClick(Line(again, "Dospijeće"), Qt::Key_Escape);
+  Fill(Line(again, "Opis"), QStringLiteral("nije hitno"));
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit limit{};
+  ::getrlimit(RLIMIT_FSIZE, &limit);
+  const rlim_t most = std::exchange(limit.rlim_cur, 16);
+  ::setrlimit(RLIMIT_FSIZE, &limit);
+  EXPECT_FALSE(window_->close());
+  limit.rlim_cur = most;
+  ::setrlimit(RLIMIT_FSIZE, &limit);
+  EXPECT_THAT(person_.read, Contains(HasSubstr("Nedovršeni dokument bit će izgubljen.")));
+
+  Stop();
+  for (const char* const answer : {"Ne", "Da"}) person_.WillPress(answer);
+  Start();
+  person_.read.clear();
+  Stop();
+  Start();
+  EXPECT_TRUE(person_.read.empty()) << "it was thrown away";
+}
+
+}  // namespace
+}  // namespace mox
