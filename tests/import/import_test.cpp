@@ -294,10 +294,14 @@ TEST(Import, KeepsTheFaultsOfTheCheckBeforeWhereOneIsEnded) {
   const ScopedApp app(host.Parts());
   EndingView view;
   TfrmImportGrid form(view, "VRSTEKNJIZENJA");
+  int told = 0;
+  form.AdsForImport().AddListener([&told](const RecordSet&, const RecordSetChange&) { ++told; });
   form.OnShow();
+  EXPECT_GT(std::exchange(told, 0), 0) << "a screen goes on listening to a grid of other columns";
   host.clipboard = "";
   for (int i = 0; i < 1100; ++i) host.clipboard += i == 700 ? "12345\tx\n" : "1\tx\n";
   form.ReadDataFromExcelClipboard();
+  EXPECT_EQ(told, 1);
   form.ProvjeraIUvozClick();
   const auto faults = [&form] {
     std::string text;
