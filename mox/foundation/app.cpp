@@ -47,9 +47,18 @@ std::string TAppIni::ReadString(std::string_view section, std::string_view key,
 }
 
 void TAppIni::WriteString(std::string_view section, std::string_view key, std::string_view value) {
-  read_before_ = {};
-  version_ = NewVersion();
-  Store(section, key, value);
+  const auto forget = [this] {
+    read_before_ = {};
+    version_ = NewVersion();
+  };
+  // Behind the store, which may read the former value on its way, and may fail half way.
+  try {
+    Store(section, key, value);
+  } catch (...) {
+    forget();
+    throw;
+  }
+  forget();
 }
 
 std::uint64_t TAppIni::NewVersion() {

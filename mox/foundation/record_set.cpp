@@ -86,7 +86,10 @@ void RecordSet::SetDisplayFormat(std::size_t index, std::string mask) {
   Tell(RecordSetChange::kReset);
 }
 
-void RecordSet::SetRequired(std::size_t index, bool required) { MutableField(index).required = required; }
+void RecordSet::SetRequired(std::size_t index, bool required) {
+  MutableField(index).required = required;
+  Tell(RecordSetChange::kReset);
+}
 
 // --- records ---
 

@@ -68,6 +68,27 @@ TEST_F(Precision, IsThatOfTheInstalledApplication) {
   EXPECT_EQ(GetPcCalcDigit(), 3);
 }
 
+// As a file that is read whole before it is written again, and a disk that fails.
+TEST_F(Precision, AreThoseThatWereStoredLast) {
+  class ReadingSettings : public TAppIni {
+    std::optional<std::string> Find(std::string_view /*section*/, std::string_view /*key*/) const override {
+      return value_;
+    }
+    void Store(std::string_view section, std::string_view key, std::string_view value) override {
+      static_cast<void>(ReadInteger(section, key, 2));
+      value_ = value;
+      if (value == "5") throw Error("the disk is full");
+    }
+    std::string value_;
+  } settings;
+  const ScopedApp app({.ini = &settings});
+  EXPECT_EQ(GetPcCalcDigit(), 2);
+  SetPcCalcDigit(4);
+  EXPECT_EQ(GetPcCalcDigit(), 4);
+  EXPECT_THROW(SetPcCalcDigit(5), Error);
+  EXPECT_EQ(GetPcCalcDigit(), 5) << "what is there now";
+}
+
 TEST_F(Precision, TaxDecimalsAreAtLeastTwo) {
   RecordSet parameters;
   EXPECT_EQ(GetPdviCalcDigit(), 2) << "no parameters are loaded";

@@ -43,6 +43,7 @@ class FakeScreen {
         rows.clear();
         for (const RecordRow& each : set.Rows()) rows.push_back(TextOf(each));
         current = set.CurrentRow();
+        required = set.Definition(0).required;
         break;
       case RecordSetChange::kClosed:
         rows.clear();
@@ -54,6 +55,7 @@ class FakeScreen {
 
   std::vector<std::string> rows;
   std::size_t current = 0;
+  bool required = false;  // the first field, which a heading shows
   int heard = 0;
 };
 
@@ -89,7 +91,7 @@ void Step(RecordSet& set, const std::string& step) {
     return RunScript(set, "e =ab . N R");
   }
   if (step == "A") return set.AppendRecord({"ad"});
-  if (step == "n") return set.SetDisplayFormat(0, "#");
+  if (step == "n") return set.SetRequired(0, !set.Definition(0).required);
   if (step[0] == 'g') return set.GoToRow(static_cast<std::size_t>(step[1] - '0'));
   if (step == "w") {
     const ControlsGuard guard(set);
@@ -132,6 +134,7 @@ std::string ScreenDifference(const Steps& steps) {
     for (const RecordRow& row : set.Rows()) rows.push_back(TextOf(row));
     if (screen.heard != heard) return step + ": reading told the screen something";
     if (rows != screen.rows) return step + ": set " + Join(rows) + "screen " + Join(screen.rows);
+    if (set.IsActive() && screen.required != set.Definition(0).required) return step + ": required";
     if (!rows.empty() && screen.current != set.CurrentRow()) {
       return step + ": row " + std::to_string(set.CurrentRow()) + ", screen " +
              std::to_string(screen.current);
