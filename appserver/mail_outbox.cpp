@@ -4,8 +4,10 @@
 #include <array>
 #include <random>
 
+#include "appserver/fold.h"
 #include "appserver/stored_document.h"
 #include "mox/foundation/clock.h"
+#include "mox/foundation/mail_address.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 
@@ -85,6 +87,12 @@ class MailRecord {
     if (text.empty()) Refuse(field, "must not be empty");
     return text;
   }
+  // One address without a name.
+  std::string RequiredAddress(std::string_view field) const {
+    std::string address = RequiredText(field);
+    if (std::string fault = AddressFault(address); !fault.empty()) Refuse(field, std::move(fault));
+    return address;
+  }
   std::int64_t RequiredInteger(std::string_view field) const {
     RequiredText(field);
     try {
@@ -119,6 +127,40 @@ std::int64_t InsertRow(Database& database, const char* sql, std::span<const Valu
   return database.PrepareWith(sql, values).ExecuteForKey();
 }
 
+// A mail of the outbox that somebody means in the state that he was told of.
+struct StoredMail {
+  std::int64_t id;
+  std::string state;
+};
+
+constexpr std::string_view kWaits = "ceka";
+constexpr std::string_view kIsSending = "salje";
+constexpr std::string_view kIsSent = "poslano";
+constexpr std::string_view kIsRefused = "odbijeno";
+constexpr std::string_view kIsUnknown = "nepoznato";
+
+StoredMail MailMeant(Database& database, const MailRecord& mail) {
+  const std::int64_t id = mail.RequiredInteger("id");
+  const RecordSet stored =
+      database.Query("posta", ParseColumns("stanje"), "SELECT stanje FROM posta WHERE id = :id", {id});
+  if (stored.IsEmpty()) mail.Refuse("id", "there is no mail " + std::to_string(id));
+  return {id, stored.AsText(0)};
+}
+
+[[noreturn]] void RefuseState(const MailRecord& record, const StoredMail& mail) {
+  record.Refuse("id", "mail " + std::to_string(mail.id) + " is " + mail.state);
+}
+
+// A document goes to a receiver once: the mail that is there already stands for it, however far it has come,
+// until it was refused or withdrawn.
+std::optional<std::int64_t> FindMail(Database& database, std::int64_t doc_id, const std::string& to) {
+  const RecordSet stored = database.Query("posta", ParseColumns("id:integer"),
+                                          "SELECT id FROM posta WHERE dok_id = :dok_id AND fold(kome) = "
+                                          ":kome AND stanje <> 'odbijeno' ORDER BY id LIMIT 1",
+                                          {doc_id, FoldKey(to)});
+  return stored.IsEmpty() ? std::nullopt : std::optional(stored.AsInteger(0));
+}
+
 std::optional<RecordSet> InsertMail(const NamedTransaction& /*transaction*/, Database& database,
                                     const SentRecordSets& sent) {
   const MailRecord mail(sent);
@@ -126,12 +168,10 @@ std::optional<RecordSet> InsertMail(const NamedTransaction& /*transaction*/, Dat
   if (!ReadStoredDocument(database, doc_id)) {
     mail.Refuse("dok_id", "there is no document " + std::to_string(doc_id));
   }
-  const Value values[] = {doc_id,
-                          mail.RequiredText("kome"),
-                          mail.RequiredText("predmet"),
-                          mail.RequiredText("tekst"),
-                          NewMessageName(),
-                          LocalNow()};
+  const std::string to = mail.RequiredAddress("kome");
+  if (const auto found = FindMail(database, doc_id, to)) return KeyAnswer("adsPosta", *found);
+  const Value values[] = {
+      doc_id, to, mail.RequiredText("predmet"), mail.RequiredText("tekst"), NewMessageName(), LocalNow()};
   return KeyAnswer("adsPosta",
                    InsertRow(database,
                              "INSERT INTO posta (dok_id, kome, predmet, tekst, poruka, stanje, "
@@ -144,26 +184,42 @@ std::optional<RecordSet> InsertMail(const NamedTransaction& /*transaction*/, Dat
 std::optional<RecordSet> BeginSending(const NamedTransaction& /*transaction*/, Database& database,
                                       const SentRecordSets& sent) {
   const MailRecord mail(sent);
-  const std::int64_t id = mail.RequiredInteger("id");
-  const RecordSet stored =
-      database.Query("posta", ParseColumns("stanje"), "SELECT stanje FROM posta WHERE id = :id", {id});
-  if (stored.IsEmpty()) mail.Refuse("id", "there is no mail " + std::to_string(id));
-  const std::string state = stored.AsText(0);
-  if (state != "ceka" && mail.Text("potvrdeno") != state) {
-    mail.Refuse("id", "mail " + std::to_string(id) + " is " + state);
-  }
-  database.Execute("UPDATE posta SET stanje = 'salje' WHERE id = :id", {id});
-  const Value values[] = {id, LocalNow(), sent.Who().user};
+  const StoredMail stored = MailMeant(database, mail);
+  if (stored.state != kWaits && mail.Text("potvrdeno") != stored.state) RefuseState(mail, stored);
+  database.Execute("UPDATE posta SET stanje = 'salje' WHERE id = :id", {stored.id});
+  const Value values[] = {stored.id, LocalNow(), sent.Who().user};
   return KeyAnswer("adsSlanje", InsertRow(database,
                                           "INSERT INTO posta_slanja (posta_id, vrijeme, korisnik) "
                                           "VALUES (:posta_id, :vrijeme, :korisnik) RETURNING id",
                                           values));
 }
 
+// What nobody wants to be sent any more, or somebody knows to have arrived: journalled like a sending.
+std::optional<RecordSet> SettleMail(const NamedTransaction& /*transaction*/, Database& database,
+                                    const SentRecordSets& sent) {
+  const MailRecord mail(sent);
+  const StoredMail stored = MailMeant(database, mail);
+  const std::string end = mail.RequiredText("stanje");
+  const bool is_doubtful = stored.state == kIsSending || stored.state == kIsUnknown;
+  const bool is_withdrawn = end == kIsRefused;
+  if (!is_withdrawn && end != kIsSent) mail.Refuse("stanje", "\"" + end + "\" settles nothing");
+  if (!is_doubtful && !(is_withdrawn && stored.state == kWaits)) RefuseState(mail, stored);
+  if (mail.RequiredText("potvrdeno") != stored.state) RefuseState(mail, stored);
+  const DateTime now = LocalNow();
+  const std::string words = is_withdrawn ? "povučeno" : "potvrđeno da je poslano";
+  database.Execute("UPDATE posta SET stanje = :stanje WHERE id = :id", {end, stored.id});
+  database.Execute(
+      "INSERT INTO posta_slanja (posta_id, vrijeme, korisnik, kraj, stanje, odgovor) "
+      "VALUES (:posta_id, :vrijeme, :korisnik, :kraj, :stanje, :odgovor)",
+      {stored.id, now, sent.Who().user, now, end, words});
+  return std::nullopt;
+}
+
 // A sending that ended after another one had begun is noted alone: the mail is what the last one makes of it.
+// But what the server has taken was sent, whatever was made of the mail since.
 std::optional<RecordSet> EndSending(const NamedTransaction& /*transaction*/, Database& database,
                                     const SentRecordSets& sent) {
-  constexpr std::array<std::string_view, 4> kEnds = {"ceka", "poslano", "odbijeno", "nepoznato"};
+  constexpr std::array<std::string_view, 4> kEnds = {kWaits, kIsSent, kIsRefused, kIsUnknown};
   constexpr std::size_t kLongestAnswer = 500;
   const MailRecord sending(sent);
   const std::int64_t id = sending.RequiredInteger("id");
@@ -172,16 +228,18 @@ std::optional<RecordSet> EndSending(const NamedTransaction& /*transaction*/, Dat
     sending.Refuse("stanje", "\"" + end + "\" is no end");
   }
   const RecordSet stored =
-      database.Query("slanje", ParseColumns("posta_id:integer,stanje,zadnje:integer"),
+      database.Query("slanje", ParseColumns("posta_id:integer,stanje,zadnje:integer,posta"),
                      "SELECT s.posta_id, s.stanje, (SELECT MAX(z.id) FROM posta_slanja z WHERE "
-                     "z.posta_id = s.posta_id) FROM posta_slanja s WHERE s.id = :id",
+                     "z.posta_id = s.posta_id), p.stanje FROM posta_slanja s JOIN posta p ON p.id = "
+                     "s.posta_id WHERE s.id = :id",
                      {id});
   if (stored.IsEmpty()) sending.Refuse("id", "there is no sending " + std::to_string(id));
   if (!stored.IsNull(1)) sending.Refuse("id", "sending " + std::to_string(id) + " has ended");
   database.Execute(
       "UPDATE posta_slanja SET kraj = :kraj, stanje = :stanje, odgovor = :odgovor WHERE id = :id",
       {LocalNow(), end, std::string(CutToCharacters(sending.Text("odgovor"), kLongestAnswer)), id});
-  if (stored.AsInteger(2) == id) {
+  const bool is_late_proof = end == kIsSent && stored.AsTextView(3) != kIsSending;
+  if (stored.AsInteger(2) == id || is_late_proof) {
     database.Execute("UPDATE posta SET stanje = :stanje WHERE id = :id", {end, stored.AsInteger(0)});
   }
   return std::nullopt;
@@ -205,9 +263,14 @@ std::optional<RecordSet> SetMailAccount(const NamedTransaction& /*transaction*/,
       values.push_back(stored.IsEmpty() ? Value() : stored.RowAt(0).AsVariant(i));
     }
   }
-  for (const std::size_t i : {std::size_t{0}, columns.size() - 1}) {
+  struct Checked {
+    std::size_t column;
+    std::string (*fault)(std::string_view text);
+  };
+  for (const auto& [i, fault] : {Checked{0, MailServerFault}, Checked{columns.size() - 1, AddressFault}}) {
     const auto* const text = std::get_if<std::string>(&values[i]);
     if (text == nullptr || text->empty()) account.Refuse(columns[i].name, "must not be empty");
+    if (std::string found = fault(*text); !found.empty()) account.Refuse(columns[i].name, std::move(found));
   }
   database.Execute("DELETE FROM posta_racun");
   database
@@ -227,7 +290,8 @@ const NamedTransaction kTransactions[] = {
      SetMailAccount},
     {"PostaUpis",
      Right::kEnterDocuments,
-     "puts the mail of a document into the outbox; answers its id",
+     "puts the mail of a document into the outbox; answers its id, or that of the document's mail to this "
+     "address that is there already and was neither refused nor withdrawn",
      {{"adsPosta", {"posta"}, true, "dok_id:integer,kome,predmet,tekst"}},
      InsertMail},
     {"PostaPocetak",
@@ -241,7 +305,15 @@ const NamedTransaction kTransactions[] = {
      Right::kEnterDocuments,
      "says how a sending ended: poslano, odbijeno, nepoznato, or ceka where nothing was sent",
      {{"adsSlanje", {"posta_slanja"}, true, "id:integer,stanje,odgovor"}},
-     EndSending}};
+     EndSending},
+    {"PostaRjesenje",
+     Right::kEnterDocuments,
+     "settles a mail that is what `potvrdeno` says that the user was told: withdrawn (odbijeno) where it "
+     "waits or "
+     "nobody knows (ceka, salje, nepoznato), or poslano where somebody knows what nobody knew (salje, "
+     "nepoznato)",
+     {{"adsPosta", {"posta"}, true, "id:integer,stanje,potvrdeno"}},
+     SettleMail}};
 
 }  // namespace
 

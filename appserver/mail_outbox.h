@@ -16,7 +16,7 @@ void AddMailSecrets(Database& database, Secrets& secrets);
 
 /// "Posta", "PostaRacun".
 std::span<const NamedService> MailServices();
-/// "PostaRacunUpis", "PostaUpis", "PostaPocetak", "PostaKraj".
+/// "PostaRacunUpis", "PostaUpis", "PostaPocetak", "PostaKraj", "PostaRjesenje".
 std::span<const NamedTransaction> MailTransactionTable();
 
 }  // namespace mox

@@ -1,6 +1,8 @@
 #include <memory>
 #include <ostream>
+#include <vector>
 
+#include "appserver/database_location.h"
 #include "cli/argument_text.h"
 #include "cli/command.h"
 #include "cli/host.h"
@@ -9,6 +11,7 @@
 #include "cli/secret_input.h"
 #include "cli/service_request.h"
 #include "cli/text_table.h"
+#include "mox/foundation/mail_address.h"
 #include "mox/server/read_services.h"
 #include "mox/server/transactions.h"
 #include "paper/outbox.h"
@@ -20,6 +23,8 @@ struct MailArguments {
   std::string document;
   std::string to;
   std::string template_file;
+  std::string withdrawn;
+  std::string sent;
   bool send = false;
   bool outbox = false;
   bool table = false;
@@ -32,8 +37,13 @@ struct MailArguments {
 
 void SetAccount(const MailArguments& arguments, Session& session) {
   const CompanyAccess& server = ServerOf(session);
+  session.secrets.AddThoseOf(arguments.account);
   if (const std::string fault = AddressFault(arguments.sender); !arguments.sender.empty() && !fault.empty()) {
     throw UsageError("--sender: " + fault);
+  }
+  if (const std::string fault = MailServerFault(arguments.account);
+      !arguments.account.empty() && !fault.empty()) {
+    throw UsageError("--account: " + fault);
   }
   const auto given = [](const std::string& text) { return text.empty() ? Value() : Value(text); };
   RecordSet account("adsRacun");
@@ -41,7 +51,6 @@ void SetAccount(const MailArguments& arguments, Session& session) {
     account.DefineField(field, FieldKind::kText);
   }
   account.Open();
-  session.secrets.AddThoseOf(arguments.account);
   account.AppendRecord(
       {given(arguments.account), given(arguments.user),
        arguments.password_file.empty() ? Value() : Value(ReadSecret(arguments.password_file, session)),
@@ -73,23 +82,47 @@ class MailRun {
         paper_(TemplateOf(arguments.template_file)),
         outbox_(paper_, server_) {}
 
+  // The document's mail to this address, which may be in the outbox already.
   void SendDocument(std::int64_t doc_id) {
-    for (const OutboxMail& mail : outbox_.Mails(doc_id)) {
-      if (mail.to == arguments_.to && mail.state != "odbijeno") return SendAgreed(mail);
-    }
     const OutboxMail mail = outbox_.Put(doc_id, arguments_.to);
     session_.stored = "mail " + std::to_string(mail.id) + " is in the outbox";
-    Send(mail);
+    SendAgreed(mail);
   }
 
-  // All that waits, and what may have been sent where the user agrees.
+  // All that waits, and what may have been sent where the user agrees. One that cannot be sent keeps no other
+  // one from it.
   void SendAll() {
-    for (const OutboxMail& mail : outbox_.Mails()) {
-      if (mail.Waits() || mail.IsDoubtful()) SendAgreed(mail);
+    std::vector<OutboxMail> mails = outbox_.Mails();
+    std::erase_if(mails, [](const OutboxMail& mail) { return !mail.Waits() && !mail.IsDoubtful(); });
+    if (!mails.empty()) outbox_.Account();
+    for (const OutboxMail& mail : mails) {
+      try {
+        SendAgreed(mail);
+      } catch (const MailChanged& changed) {
+        Tell(changed.what());
+      } catch (const DatabaseUnavailable&) {
+        throw;
+      } catch (const Error& error) {
+        Tell("mail " + std::to_string(mail.id) + " to " + mail.to + ": " + error.what());
+      }
     }
+  }
+
+  void Settle(std::int64_t id, MailEnd end) {
+    const OutboxMail mail = outbox_.Find(id);
+    outbox_.Settle(mail, end);
+    session_.err << "mox: mail " << mail.id << " to " << mail.to
+                 << (end == MailEnd::kSent ? " is noted as sent" : " is withdrawn")
+                 << (end != MailEnd::kSent && mail.IsDoubtful() ? ", though it may have been sent" : "")
+                 << std::endl;
   }
 
  private:
+  void Tell(const std::string& why) {
+    session_.err << "mox: " << OnOneLine(session_.secrets.Blanked(why)) << std::endl;
+    session_.valid = false;
+  }
+
   void Send(const OutboxMail& mail) {
     const MailOutcome outcome = outbox_.Send(mail);
     session_.err << "mox: mail " << mail.id << " to " << mail.to << " " << OutcomeWords(outcome.end) << ": "
@@ -100,16 +133,14 @@ class MailRun {
   // Another copy of what was sent, or may have been, goes out on a yes.
   void SendAgreed(const OutboxMail& mail) {
     if (mail.Waits()) return Send(mail);
-    const std::string known =
-        "mail " + std::to_string(mail.id) + " of document " + std::to_string(mail.doc_id) + " to " + mail.to +
-        (mail.IsDoubtful() ? " may have been sent, and no answer tells" : " was sent already");
+    const std::string known = "mail " + std::to_string(mail.id) + " of document " +
+                              std::to_string(mail.doc_id) + " to " + mail.to + " " + StateWords(mail.state);
     SessionDialogs dialogs(session_, arguments_.yes);
     if (dialogs.ShowVelorDialog(TVCustomDialogType::kConfirmation, "Upozorenje", "Slanje pošte",
                                 known + ". Poslati ponovno?") == kDialogYes) {
       return Send(mail);
     }
-    session_.err << "mox: " << OnOneLine(known) << "; --yes sends it again" << std::endl;
-    session_.valid = false;
+    Tell(known + "; --yes sends it again");
   }
 
   const MailArguments& arguments_;
@@ -122,9 +153,14 @@ class MailRun {
 void RunMail(const MailArguments& arguments, Session& session) {
   const bool sets =
       !(arguments.account + arguments.user + arguments.sender + arguments.password_file).empty();
+  const std::string& settled = arguments.withdrawn.empty() ? arguments.sent : arguments.withdrawn;
   const int ways = (arguments.document.empty() ? 0 : 1) + (arguments.send ? 1 : 0) +
-                   (arguments.outbox ? 1 : 0) + (sets ? 1 : 0);
-  if (ways != 1) throw UsageError("one of ID --to ADDRESS, --send, --outbox and the account is what it does");
+                   (arguments.outbox ? 1 : 0) + (sets ? 1 : 0) + (arguments.withdrawn.empty() ? 0 : 1) +
+                   (arguments.sent.empty() ? 0 : 1);
+  if (ways != 1) {
+    throw UsageError(
+        "one of ID --to ADDRESS, --send, --outbox, --withdraw, --was-sent and the account is what it does");
+  }
   if (arguments.document.empty() != arguments.to.empty())
     throw UsageError("ID and --to ADDRESS belong together");
   if (arguments.table && !arguments.outbox) throw UsageError("--table belongs to --outbox");
@@ -134,9 +170,14 @@ void RunMail(const MailArguments& arguments, Session& session) {
     auto mails = CreateDBDataSet("Posta", "adsPosta", {});
     return AppendTableOrFile(mails.value(), arguments.table, session.out);
   }
-  const std::string fault = arguments.send ? std::string() : AddressFault(arguments.to);
+  const std::string fault = arguments.document.empty() ? std::string() : AddressFault(arguments.to);
   if (!fault.empty()) throw UsageError("--to: " + fault);
   MailRun run(arguments, session);
+  if (!settled.empty()) {
+    const bool withdraws = !arguments.withdrawn.empty();
+    return run.Settle(IntegerArgument(withdraws ? "--withdraw" : "--was-sent", settled),
+                      withdraws ? MailEnd::kRefused : MailEnd::kSent);
+  }
   if (arguments.send) return run.SendAll();
   run.SendDocument(IntegerArgument("ID", arguments.document));
 }
@@ -146,6 +187,9 @@ void Declare(Options& options) {
   options.Argument("ID", arguments->document, "the stored document's id");
   options.Value("--to", arguments->to, "ADDRESS", "to whom its page goes");
   options.Flag("--send", arguments->send, "send all mails that wait in the outbox");
+  options.Value("--withdraw", arguments->withdrawn, "MAIL", "never send this mail of the outbox");
+  options.Value("--was-sent", arguments->sent, "MAIL",
+                "note that this mail was sent, of which nobody knew whether it was");
   options.Flag("--outbox", arguments->outbox, "print the mails and what became of them");
   options.Flag("--table", arguments->table, "--outbox: a table for people instead of a record-set file");
   options.Flag("--yes", arguments->yes, "send again what was sent, or may have been sent");
@@ -162,18 +206,21 @@ void Declare(Options& options) {
 
 }  // namespace
 
-const Command kMailCommand = {
-    "mail", "ID --to ADDRESS | --send | --outbox | --account URL --sender ADDRESS --db FILE",
-    "Send the page of a stored document, and its e-invoice, by mail.",
-    R"(Examples:
+const Command kMailCommand = {"mail",
+                              "ID --to ADDRESS | --send | --outbox | --withdraw MAIL | --was-sent MAIL | "
+                              "--account URL --sender ADDRESS --db FILE",
+                              "Send the page of a stored document, and its e-invoice, by mail.",
+                              R"(Examples:
   mox mail --account smtps://posta.primjer.hr --user ana --sender racuni@primjer.hr --password - --db tvrtka.db < lozinka.txt
   mox mail 4 --to kupac@primjer.hr --db tvrtka.db
   mox mail --outbox --table --db tvrtka.db
   mox mail --send --db tvrtka.db
+  mox mail --withdraw 7 --db tvrtka.db
 
 A mail is in the outbox of the company's database before it is sent, and stays there. Where the server's answer was
-lost, it is told, and sent again only with --yes or on a yes. Exit status: 0 when all was sent. Settings: CA_FILE with
+lost, it is told, and sent again only with --yes or on a yes. One mail of a document goes to an address: whoever asks
+again, or at the same time, is told of it. Exit status: 0 when all was sent. Settings: CA_FILE with
 certificate authorities, TIMEOUT in seconds.)",
-    Declare};
+                              Declare};
 
 }  // namespace mox

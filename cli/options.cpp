@@ -35,12 +35,22 @@ void Options::Flag(const char* name, bool& value, const char* help) { app_.add_f
 
 void Options::Value(const char* name, std::string& value, const char* value_name, const char* help) {
   CLI::Option* const option = app_.add_option(name, value, help)->type_name(value_name);
-  if (std::string_view(value_name) != "FILE") return;
-  option->check(CLI::Validator(
-      [](const std::string& path) {
-        return path.empty() ? std::string("the name of the file is empty") : std::string();
-      },
-      ""));
+  struct Required {
+    std::string_view value_name;
+    const char* fault;
+  };
+  constexpr Required kRequired[] = {{"FILE", "the name of the file is empty"},
+                                    {"ADDRESS", "the address is empty"},
+                                    {"URL", "the address is empty"},
+                                    {"MAIL", "the number of the mail is empty"}};
+  for (const Required& required : kRequired) {
+    if (required.value_name != value_name) continue;
+    option->check(CLI::Validator(
+        [fault = required.fault](const std::string& text) {
+          return text.empty() ? std::string(fault) : std::string();
+        },
+        ""));
+  }
 }
 
 void Options::Values(const char* name, std::vector<std::string>& values, const char* value_name,

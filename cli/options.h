@@ -23,7 +23,8 @@ class Options {
   /// All further words that are no options.
   void Arguments(const char* name, std::vector<std::string>& values, const char* help);
   void Flag(const char* name, bool& value, const char* help);
-  /// `value_name` is how the help shows the value, "NAME=VALUE"; a "FILE" must not be empty.
+  /// `value_name` is how the help shows the value, "NAME=VALUE"; a "FILE", an "ADDRESS", a "URL" and a
+  /// "MAIL" must not be empty.
   void Value(const char* name, std::string& value, const char* value_name, const char* help);
   /// The same for an option that can be repeated.
   void Values(const char* name, std::vector<std::string>& values, const char* value_name, const char* help);

@@ -80,6 +80,20 @@ std::vector<std::string> WithNumbersAsValues(std::vector<std::string> arguments)
   return arguments;
 }
 
+// "--to=" is an option with an empty value; the parser would take the next word for it.
+std::vector<std::string> WithEmptyValues(const std::vector<std::string>& arguments) {
+  std::vector<std::string> words;
+  bool are_options = true;
+  for (const std::string& argument : arguments) {
+    are_options = are_options && argument != "--";
+    const bool is_empty =
+        are_options && argument.starts_with("--") && argument.find('=') == argument.size() - 1;
+    words.push_back(is_empty ? argument.substr(0, argument.size() - 1) : argument);
+    if (is_empty) words.emplace_back();
+  }
+  return words;
+}
+
 struct Parsed {
   Action action;
   std::string command;
@@ -218,7 +232,7 @@ int Run(const std::vector<std::string>& arguments, std::istream& in, std::ostrea
   CLI::App app("The business logic of trade documents, exact to the cent.");
   DeclareEverything(app, parsed);
   try {
-    std::vector<std::string> words = WithNumbersAsValues(arguments);
+    std::vector<std::string> words = WithEmptyValues(WithNumbersAsValues(arguments));
     std::reverse(words.begin(), words.end());
     app.parse(words);
     return Execute(app, parsed, in, out, err);

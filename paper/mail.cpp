@@ -10,6 +10,7 @@
 
 #include "mox/foundation/base64.h"
 #include "mox/foundation/error.h"
+#include "mox/foundation/mail_address.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
 
@@ -30,15 +31,6 @@ bool IsLetterOrDigit(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
-// Words of these characters with single dots between them.
-bool IsDotted(std::string_view text, std::string_view others) {
-  if (text.empty() || text.front() == '.' || text.back() == '.') return false;
-  if (text.find("..") != std::string_view::npos) return false;
-  return std::all_of(text.begin(), text.end(), [others](char c) {
-    return IsLetterOrDigit(c) || c == '.' || others.find(c) != std::string_view::npos;
-  });
-}
-
 std::string PartOf(CURLU* url, CURLUPart part) {
   char* text = nullptr;
   if (curl_url_get(url, part, &text, 0) != CURLUE_OK) return {};
@@ -48,13 +40,12 @@ std::string PartOf(CURLU* url, CURLUPart part) {
 // Whether the server needs TLS: all but those of this computer.
 bool NeedsTls(const std::string& address) {
   constexpr std::array<std::string_view, 3> kThisComputer = {"localhost", "127.0.0.1", "[::1]"};
+  if (const std::string fault = MailServerFault(address); !fault.empty()) throw Error(fault);
   const Owned<CURLU> url(curl_url());
-  const bool valid = curl_url_set(url.get(), CURLUPART_URL, address.c_str(), 0) == CURLUE_OK;
-  const std::string scheme = PartOf(url.get(), CURLUPART_SCHEME);
-  const std::string host = PartOf(url.get(), CURLUPART_HOST);
-  if (!valid || host.empty() || (scheme != "smtp" && scheme != "smtps")) {
-    throw Error("the address of the mail server is not smtps://HOST or smtp://HOST");
+  if (curl_url_set(url.get(), CURLUPART_URL, address.c_str(), 0) != CURLUE_OK) {
+    throw Error("the address of the mail server cannot be read");
   }
+  const std::string host = PartOf(url.get(), CURLUPART_HOST);
   return std::find(kThisComputer.begin(), kThisComputer.end(), host) == kThisComputer.end();
 }
 
@@ -79,6 +70,14 @@ std::size_t Hear(const char* data, std::size_t size, std::size_t count, void* in
   if (talk.handed_over && talk.mail_answer == 0) talk.mail_answer = talk.last_code;
   if (talk.last_code == 354) talk.handed_over = true;
   return size * count;
+}
+
+// Until when it may take, the good-bye too, for which the library would wait without regard to its limit.
+using Deadline = std::chrono::steady_clock::time_point;
+
+int StopWhenLate(void* deadline, curl_off_t /*down*/, curl_off_t /*downloaded*/, curl_off_t /*up*/,
+                 curl_off_t /*uploaded*/) {
+  return std::chrono::steady_clock::now() >= *static_cast<const Deadline*>(deadline) ? 1 : 0;
 }
 
 std::string DateHeader() {
@@ -142,17 +141,6 @@ MailOutcome OutcomeOf(CURLcode code, const Talk& talk, const std::string& happen
 
 }  // namespace
 
-std::string AddressFault(std::string_view address) {
-  constexpr std::size_t kMost = 254;
-  constexpr std::size_t kMostLocal = 64;
-  const std::size_t at = std::min(address.rfind('@'), address.size());
-  const std::string_view local = address.substr(0, at);
-  const std::string_view domain = address.substr(std::min(at + 1, address.size()));
-  const bool valid = address.size() <= kMost && local.size() <= kMostLocal &&
-                     IsDotted(local, "!#$%&'*+-/=?^_`{|}~") && IsDotted(domain, "-");
-  return valid ? std::string() : '"' + VisibleMessage(address) + "\" is no address of a mail";
-}
-
 std::string EncodedHeader(std::string_view text) {
   std::string clean(text);
   for (char& c : clean) {
@@ -192,6 +180,7 @@ MailOutcome SendMail(const MailAccount& account, const Mail& mail) {
   const std::string from = "<" + account.sender + ">";
   const Owned<curl_slist> receivers(curl_slist_append(nullptr, ("<" + mail.to + ">").c_str()));
   Talk talk;
+  Deadline deadline = std::chrono::steady_clock::now() + std::chrono::seconds(account.seconds);
   std::array<char, CURL_ERROR_SIZE> detail{};
 
   curl_easy_setopt(curl, CURLOPT_URL, account.url.c_str());
@@ -215,6 +204,12 @@ MailOutcome SendMail(const MailAccount& account, const Mail& mail) {
   curl_easy_setopt(curl, CURLOPT_HEADERDATA, &talk);
   curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, account.connect_seconds);
   curl_easy_setopt(curl, CURLOPT_TIMEOUT, account.seconds);
+  curl_easy_setopt(curl, CURLOPT_SERVER_RESPONSE_TIMEOUT, account.seconds);
+  // The good-bye is said while all of this is still there.
+  curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);
+  curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
+  curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, StopWhenLate);
+  curl_easy_setopt(curl, CURLOPT_XFERINFODATA, &deadline);
   curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, detail.data());
 

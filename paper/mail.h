@@ -15,7 +15,7 @@ struct MailAccount {
   std::string name;           ///< of the sender, for people
   std::string ca_file;        ///< certificate authorities; empty means those of the system
   long connect_seconds = 15;  ///< until the server has answered
-  long seconds = 120;         ///< for all of it
+  long seconds = 120;         ///< for all of it, the good-bye too
 };
 
 struct MailAttachment {
@@ -43,10 +43,6 @@ struct MailOutcome {
   MailEnd end = MailEnd::kNotSent;
   std::string answer;  ///< of the server, or what happened; for people
 };
-
-/// What is wrong with an address; empty where nothing is. It is one address without a name, of ASCII letters,
-/// so that nothing in it can begin another header or name another receiver.
-std::string AddressFault(std::string_view address);
 
 /// Sends a mail. Certificates are verified; a server without TLS is refused unless it is of this computer.
 /// Whatever happens on the way is told by the outcome. Raises Error for a faulty account, before anything is

@@ -2,6 +2,7 @@
 
 #include "mox/foundation/app.h"
 #include "mox/foundation/error.h"
+#include "mox/foundation/mail_address.h"
 #include "mox/foundation/secrets.h"
 #include "mox/server/read_services.h"
 #include "paper/a4_layout.h"
@@ -47,6 +48,14 @@ struct EndRow {
   const char* state;
   const char* words;
 };
+constexpr EndRow kStates[] = {
+    {"ceka", "waits in the outbox"},
+    {"salje",
+     "is being sent by another program, or that program broke down: it may have been sent, "
+     "and no answer tells"},
+    {"poslano", "was sent already"},
+    {"odbijeno", "was refused or withdrawn"},
+    {"nepoznato", "may have been sent, and no answer tells"}};
 // By MailEnd.
 constexpr EndRow kEnds[] = {{"poslano", "was sent"},
                             {"ceka", "was not sent and waits in the outbox"},
@@ -56,6 +65,13 @@ constexpr EndRow kEnds[] = {{"poslano", "was sent"},
 }  // namespace
 
 const char* OutcomeWords(MailEnd end) { return kEnds[static_cast<std::size_t>(end)].words; }
+
+std::string StateWords(std::string_view state) {
+  for (const EndRow& row : kStates) {
+    if (state == row.state) return row.words;
+  }
+  return "is " + std::string(state);
+}
 
 std::vector<OutboxMail> Outbox::Mails(std::optional<std::int64_t> doc_id) const {
   TAstaParamList request;
@@ -67,6 +83,12 @@ std::vector<OutboxMail> Outbox::Mails(std::optional<std::int64_t> doc_id) const 
   return mails;
 }
 
+OutboxMail Outbox::Find(std::int64_t id) const {
+  const RecordSet stored = Asked("Posta", "adsPosta", {{"id", id}});
+  if (stored.IsEmpty()) throw Error("there is no mail " + std::to_string(id));
+  return MailOf(stored.RowAt(0));
+}
+
 OutboxMail Outbox::Put(std::int64_t doc_id, const std::string& to) {
   if (const std::string fault = AddressFault(to); !fault.empty()) throw Error(fault);
   const Placeholders values = PlaceholdersOf(MakePage(doc_id, paper_), CurrentLocale());
@@ -74,8 +96,26 @@ OutboxMail Outbox::Put(std::int64_t doc_id, const std::string& to) {
                                            {"kome", to},
                                            {"predmet", Filled(paper_.Text("posta", "predmet"), values)},
                                            {"tekst", Filled(paper_.Text("posta", "tekst"), values)}});
-  const std::int64_t id = store_.Store("PostaUpis", record);
-  return MailOf(Asked("Posta", "adsPosta", {{"id", id}}).RowAt(0));
+  return Find(store_.Store("PostaUpis", record));
+}
+
+// Says by the mail's state why it was refused, where that is another one by now.
+std::int64_t Outbox::StoreFor(const OutboxMail& mail, std::string_view transaction, RecordSet& record) {
+  try {
+    return store_.Store(transaction, record);
+  } catch (const Error&) {
+    const OutboxMail now = Find(mail.id);
+    if (now.state == mail.state) throw;
+    throw MailChanged("mail " + std::to_string(mail.id) + " to " + mail.to + " " + StateWords(now.state));
+  }
+}
+
+void Outbox::Settle(const OutboxMail& mail, MailEnd end) {
+  RecordSet record =
+      RecordOf("adsPosta", {{"id", mail.id},
+                            {"stanje", std::string(kEnds[static_cast<std::size_t>(end)].state)},
+                            {"potvrdeno", mail.state}});
+  StoreFor(mail, "PostaRjesenje", record);
 }
 
 const MailAccount& Outbox::Account() {
@@ -120,7 +160,7 @@ MailOutcome Outbox::Send(const OutboxMail& mail) {
   // From here on it may have been sent, whatever becomes of this program.
   RecordSet begin =
       RecordOf("adsPosta", {{"id", mail.id}, {"potvrdeno", mail.Waits() ? std::string() : mail.state}});
-  const std::int64_t sending = store_.Store("PostaPocetak", begin);
+  const std::int64_t sending = StoreFor(mail, "PostaPocetak", begin);
   MailOutcome outcome;
   try {
     outcome = SendMail(account, message);

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "mox/foundation/error.h"
 #include "mox/foundation/record_set.h"
 #include "paper/mail.h"
 #include "paper/paper_template.h"
@@ -37,6 +38,12 @@ struct OutboxMail {
   bool IsDoubtful() const { return state == "salje" || state == "nepoznato"; }
 };
 
+/// A mail became another one since it was read: another program sends it, or somebody has settled it.
+class MailChanged : public Error {
+ public:
+  using Error::Error;
+};
+
 /// The company's mails, wherever its database is: they are put into the outbox before anything is sent, each
 /// sending is noted before it begins and when it has ended.
 class Outbox {
@@ -48,17 +55,25 @@ class Outbox {
 
   /// Those of a document, or all; the first one first.
   std::vector<OutboxMail> Mails(std::optional<std::int64_t> doc_id = {}) const;
-  /// Puts the mail of a document, with subject and text of the template, into the outbox. Raises Error for a
-  /// faulty address and for a document that has no page.
+  /// The one with this key. Raises Error where there is none.
+  OutboxMail Find(std::int64_t id) const;
+  /// Puts the mail of a document, with subject and text of the template, into the outbox. Answers the one
+  /// that is there already, in any state, until it was refused or withdrawn. Raises Error for a faulty
+  /// address and for a document that has no page.
   OutboxMail Put(std::int64_t doc_id, const std::string& to);
   /// Sends a mail with the page as PDF and, where there is one, the e-invoice. A mail that does not wait is
   /// sent because the user agreed to it in the state that it has here; where it has changed meanwhile, it is
-  /// refused. Raises Error, nothing being sent, where the company has no account of mails or the document no
-  /// page.
+  /// refused: MailChanged. Raises Error, nothing being sent, where the company has no account of mails or the
+  /// document no page.
   MailOutcome Send(const OutboxMail& mail);
+  /// Withdraws a mail that was not sent or may have been (kRefused), or notes that one that may have been
+  /// sent was (kSent). Raises Error for others, MailChanged where it has changed meanwhile.
+  void Settle(const OutboxMail& mail, MailEnd end);
+  /// The account that mails are sent by. Raises Error where the company has none.
+  const MailAccount& Account();
 
  private:
-  const MailAccount& Account();
+  std::int64_t StoreFor(const OutboxMail& mail, std::string_view transaction, RecordSet& record);
   Mail MessageOf(const OutboxMail& mail);
 
   const PaperTemplate& paper_;
@@ -69,5 +84,7 @@ class Outbox {
 
 /// "was sent", "was refused": what became of a mail, for people.
 const char* OutcomeWords(MailEnd end);
+/// "waits", "was sent already": what a mail is, for people.
+std::string StateWords(std::string_view state);
 
 }  // namespace mox

@@ -1,8 +1,16 @@
 #!/usr/bin/env python3
-"""Mails against a real server on this computer: mail_test.py MOX. It answers, refuses, breaks off at every step, has a
-right, a wrong and no certificate, and the program is killed while it sends. MOX_MAILS says how many are killed at."""
+"""Mails against a real server on this computer: mail_test.py MOX [--postgresql | --server MOXD DIRECTORY_TOOL].
+
+It answers, refuses, is silent, breaks off at every step, has a right, a wrong and no certificate; the programs that send
+run at once and are killed. MOX_MAILS says how many mails are asked for meanwhile. With --postgresql the company is in the
+server of databases whose folder stands in the file that MOX_TEST_POSTGRESQL names, with --server behind an application
+server.
+"""
 
 import asyncio
+import atexit
+import concurrent.futures
+import csv
 import email
 import email.policy
 import json
@@ -10,6 +18,7 @@ import logging
 import os
 import random
 import re
+import socket
 import sqlite3
 import ssl
 import subprocess
@@ -21,7 +30,10 @@ from pathlib import Path
 
 from aiosmtpd.smtp import SMTP, AuthResult
 
-MOX = sys.argv[1]
+sys.path.append(str(Path(__file__).resolve().parent.parent / "moxd"))
+
+MOX, *HOW = sys.argv[1:]
+COMPANY = ["--db", "t.db"]
 FAULTS = []
 logging.disable(logging.CRITICAL)  # of broken connections
 
@@ -33,7 +45,7 @@ def expect(what, holds, detail=""):
 
 
 class Handler:
-    """Does at the named step what `how` says: an answer, or "break"."""
+    """Does at the named step what `how` says: an answer, "break" or "silent"."""
 
     def __init__(self):
         self.step, self.how, self.delay, self.mails = "", "", 0.0, []
@@ -64,6 +76,8 @@ class Handler:
 
     async def handle_DATA(self, server, session, envelope):
         await asyncio.sleep(self.delay)
+        if (self.step, self.how) == ("END", "silent"):
+            await asyncio.sleep(3600)  # until the program has given up
         if not (self.step == "END" and self.how[:1] in "45"):
             self.mails.append((list(envelope.rcpt_tos), envelope.content))
         return await self.act(server, "END") or "250 taken"
@@ -123,20 +137,41 @@ class Server:
         self.thread.join()
 
 
-def mox(*words, db="t.db", stdin=None):
+def command(*words):
     ini = [] if "--ini" in words or not Path("right.ini").exists() else ["--ini", "right.ini"]
-    return subprocess.run([MOX, *words, *ini, "--db", db], capture_output=True, text=True, input=stdin, timeout=600)
+    return [MOX, *words, *ini, *COMPANY]
+
+
+def mox(*words, stdin=None):
+    return subprocess.run(command(*words), capture_output=True, text=True, input=stdin, timeout=60)
+
+
+def at_once(count, *words):
+    programs = [subprocess.Popen(command(*words), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+                for _ in range(count)]
+    return [(program.communicate()[1], program.returncode) for program in programs]
+
+
+FORGOTTEN = set()
+
+
+def mails():
+    rows = csv.DictReader(mox("query", "Posta", "--part", "adsPosta").stdout.splitlines())
+    rows = [{name.split(":")[0]: value for name, value in row.items()} for row in rows]
+    return [row for row in rows if row["id"] not in FORGOTTEN]
 
 
 def states():
-    with sqlite3.connect("t.db") as database:
-        return [row[0] for row in database.execute("SELECT stanje FROM posta ORDER BY id")]
+    return [row["stanje"] for row in mails()]
 
 
+# What waits is withdrawn, so that nothing of it goes out later.
 def forget():
-    with sqlite3.connect("t.db") as database:
-        database.execute("DELETE FROM posta_slanja")
-        database.execute("DELETE FROM posta")
+    for mail in mails():
+        FORGOTTEN.add(mail["id"])
+        if mail["stanje"] == "ceka":
+            result = mox("mail", "--withdraw", mail["id"])
+            expect("withdrawn", result.returncode == 0 and "is withdrawn" in result.stderr, result.stderr)
 
 
 def account(url, *words, stdin=None):
@@ -145,7 +180,19 @@ def account(url, *words, stdin=None):
 
 
 def prepare():
-    subprocess.run([MOX, "db", "init", "t.db", "--demo"], check=True, capture_output=True)
+    address = "t.db"
+    if "--postgresql" in HOW:
+        folder = Path(os.environ["MOX_TEST_POSTGRESQL"]).read_text().strip()
+        address = COMPANY[1] = f"postgresql://postgres@/postgres?host={folder}&company=posta_{os.getpid()}"
+    subprocess.run([MOX, "db", "init", address, "--demo"], check=True, capture_output=True)
+    if "--server" in HOW:
+        os.environ["XDG_STATE_HOME"] = os.getcwd()
+        from running_server import PASSWORD, Server as CompanyServer
+        server = CompanyServer(HOW[1], HOW[2], os.getcwd(), {"posta": os.path.abspath(address)})
+        COMPANY[:] = ["--server", server.address("posta")]
+        atexit.register(server.end)
+        subprocess.run([MOX, "login", server.address(), "--user", "ana", "--ca", "certificate.pem"], input=PASSWORD + "\n",
+                       text=True, check=True, capture_output=True)
     Path("u.csv").write_text("naziv,kolicina,pc,rbp1,tbr_stp\nRad čašćenja,2,10,5,25\n")
     result = mox("document", "racun-usluga", "u.csv", "--store", "--header", "datum=2024-03-01", "--header", "partner=1")
     assert result.returncode == 0, result.stderr
@@ -157,7 +204,7 @@ def certificate(name, host):
                    capture_output=True)
     context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
     context.load_cert_chain(f"{name}.pem", f"{name}.key")
-    Path(f"{name}.ini").write_text(f"[GENERAL]\nCA_FILE={name}.pem\nTIMEOUT=10\n")
+    Path(f"{name}.ini").write_text(f"[GENERAL]\nCA_FILE={name}.pem\nTIMEOUT=3\n")
     return context
 
 
@@ -197,6 +244,7 @@ def check_contents(handler):
         result = mox("mail", "1", "--to", address)
         expect(f"address {address!r}", result.returncode == 2 and "is no address" in result.stderr, result.stderr)
     expect("nothing sent", not handler.mails and states() == ["poslano"], states())
+    forget()
 
 
 # At which step, what the server does, what becomes of the mail, and whether the receiver has it.
@@ -205,11 +253,12 @@ STEPS = [("CONNECT", "break", "ceka", 0), ("EHLO", "break", "ceka", 0), ("EHLO",
          ("MAIL", "552 too much", "odbijeno", 0), ("MAIL", "530 who are you", "ceka", 0), ("RCPT", "break", "ceka", 0),
          ("RCPT", "550 no such user", "odbijeno", 0), ("RCPT", "451 later", "ceka", 0), ("DATA", "break", "ceka", 0),
          ("TEXT", "break", "nepoznato", 0), ("END", "break", "nepoznato", 1), ("END", "554 no", "odbijeno", 0),
-         ("END", "451 later", "ceka", 0), ("QUIT", "break", "poslano", 1)]
+         ("END", "451 later", "ceka", 0), ("END", "silent", "nepoznato", 0), ("QUIT", "break", "poslano", 1)]
 
 
 def check_steps(context):
     handler = Handler()
+    before = mox("query", "Posta", "--part", "adsSlanja").stdout.count("\n")
     with Server(handler, starttls=context, login=True) as server:
         account(server.address, "--user", "ana", "--password", "-", stdin="kriva-lozinka\n")
         result = mox("mail", "1", "--to", "k@primjer.hr")
@@ -235,7 +284,7 @@ def check_steps(context):
                    f"{states()[-1]} {len(handler.mails)} {result.stderr}")
     sendings = mox("query", "Posta", "--part", "adsSlanja").stdout
     again = sum(state in ("ceka", "nepoznato") for _, _, state, _ in STEPS)
-    expect("journal", sendings.count("\n") == 3 + len(STEPS) + again and "550 no such user" in sendings, sendings)
+    expect("journal", sendings.count("\n") == before + 2 + len(STEPS) + again and "550 no such user" in sendings, sendings)
     forget()
 
 
@@ -254,34 +303,95 @@ def check_tls(right, wrong):
     forget()
 
 
+# A server that takes the connection and says nothing.
+def check_silence():
+    with socket.create_server(("127.0.0.1", 0)) as silent:
+        account(f"smtp://127.0.0.1:{silent.getsockname()[1]}")
+        result = mox("mail", "1", "--to", "tiho@primjer.hr")
+        expect("silent server", result.returncode == 1 and states() == ["ceka"], result.stderr)
+    forget()
+
+
+# One mail goes to an address, and each mail goes once, however many programs are asked for it at the same time.
+def check_at_once(handler):
+    handler.delay, handler.mails = 0.3, []
+    told = at_once(4, "mail", "1", "--to", "Jednom@primjer.hr")
+    expect("one mail", states() == ["poslano"] and len(handler.mails) == 1, (states(), told))
+    expect("the others told", sorted(status for _, status in told) == [0, 1, 1, 1] and
+           all("mail " in text and "Posta" not in text for text, _ in told), told)
+    again = mox("mail", "1", "--to", "jednom@PRIMJER.hr")
+    expect("one for all letters", again.returncode == 1 and "was sent already" in again.stderr and len(states()) == 1, again.stderr)
+    handler.step, handler.how, handler.mails = "RCPT", "451 later", []
+    for number in range(5):
+        mox("mail", "1", "--to", f"w{number}@primjer.hr")
+    handler.step = ""
+    told = at_once(3, "mail", "--send")
+    expect("each once", sorted(to[0] for to, _ in handler.mails) == [f"w{number}@primjer.hr" for number in range(5)] and
+           set(states()) == {"poslano"} and all("Posta" not in text for text, _ in told), (states(), told))
+    forget()
+
+
+# What waits or is in doubt can be ended by hand, and who did it is journalled.
+def check_settled(handler):
+    handler.delay, handler.step, handler.how, handler.mails = 0, "END", "break", []
+    for to in ("a@primjer.hr", "b@primjer.hr"):
+        mox("mail", "1", "--to", to)
+    handler.step, handler.how = "RCPT", "451 later"
+    mox("mail", "1", "--to", "c@primjer.hr")
+    handler.step = ""
+    a, b, c = (mail["id"] for mail in mails())
+    for words, told in ((("--withdraw", a), "is withdrawn, though it may have been sent"), (("--was-sent", b), "is noted as sent"),
+                        (("--withdraw", c), "is withdrawn")):
+        result = mox("mail", *words)
+        expect(f"settled {words}", result.returncode == 0 and told in result.stderr, result.stderr)
+    received = len(handler.mails)
+    for words in (("--withdraw", b), ("--was-sent", c), ("--withdraw", "12345"), ("--withdraw", ""), ("--was-sent", "x")):
+        result = mox("mail", *words)
+        expect(f"refused {words}", result.returncode in (1, 2) and result.stderr.count("\n") == 1, result.stderr)
+    result = mox("mail", "--send")
+    expect("nothing left", result.returncode == 0 and states() == ["odbijeno", "poslano", "odbijeno"] and
+           len(handler.mails) == received, (states(), result.stderr))
+    sendings = mox("query", "Posta", "--part", "adsSlanja").stdout
+    expect("settling journalled", sendings.count("povučeno") >= 2 and "potvrđeno da je poslano" in sendings, sendings)
+    result = mox("mail", "1", "--to", "c@primjer.hr")
+    expect("a new one", result.returncode == 0 and states()[3:] == ["poslano"], result.stderr)
+    forget()
+
+
 # Killed at any moment: no mail is lost, and a second copy comes only where it was told and agreed to.
 def check_kills(handler):
-    handler.delay = 0.02
+    handler.delay, handler.mails = 0.02, []
     count = int(os.environ.get("MOX_MAILS", "12"))
     chance = random.Random(1)
     begin = time.monotonic()
     mox("mail", "1", "--to", "m@primjer.hr")
     whole = time.monotonic() - begin
-    programs = 0
-    while len(states()) < count:  # one that is killed early has not asked for any
-        program = subprocess.Popen([MOX, "mail", "1", "--to", f"m{programs}@primjer.hr", "--db", "t.db"],
-                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        programs += 1
-        time.sleep(chance.uniform(0, 1.3 * whole))
+
+    def killed(number):
+        program = subprocess.Popen(command("mail", "1", "--to", f"m{number}@primjer.hr"), stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL)
+        time.sleep(moments[number])
         program.kill()
         program.wait()
+
+    programs, moments = 0, []
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        while (missing := count - len(states())) > 0:  # one that is killed early has not asked for any
+            moments += [chance.uniform(0, 1.6 * whole) for _ in range(missing)]
+            list(pool.map(killed, range(programs, programs + missing)))
+            programs += missing
     time.sleep(0.2)
     mox("mail", "--send")
-    with sqlite3.connect("t.db") as database:
-        unknown = {row[0] for row in database.execute("SELECT kome FROM posta WHERE stanje IN ('salje', 'nepoznato')")}
-        asked = [row[0] for row in database.execute("SELECT kome FROM posta")]
+    unknown = {mail["kome"] for mail in mails() if mail["stanje"] in ("salje", "nepoznato")}
     mox("mail", "--send", "--yes")
+    asked = [mail["kome"] for mail in mails()]
     received = [to[0] for to, _ in handler.mails]
     expect("none lost", set(asked) <= set(received), set(asked) - set(received))
     twice = {to for to in received if received.count(to) > 1}
     expect("twice only where asked", twice <= unknown, twice - unknown)
     expect("all sent", set(states()) <= {"poslano"}, states())
     print(f"{programs} programs killed, {len(asked)} mails asked for, {len(unknown)} unknown, {len(twice)} twice")
+    forget()
 
 
 def check_secrets(address):
@@ -293,26 +403,43 @@ def check_secrets(address):
     expect("shown without its secret", "ana" in text and "tajna" not in text, text)
 
 
+# What cannot be a server of mails or an address is no account.
+def check_account():
+    for words in (("--account", "ftp://posta.hr"), ("--account", "smtp://"), ("--account", "smtps://posta.hr:0"),
+                  ("--account", "smtp://a b.hr"), ("--account", ""), ("--sender", "Ana <a@b.hr>"), ("--sender", ""), ("1", "--to=")):
+        result = mox("mail", *words)
+        expect(f"account {words}", result.returncode == 2 and result.stderr.count("\n") == 1, result.stderr)
+
+
+def check_unsent():
+    result = mox("mail", "1", "--to", "a@b.hr")
+    expect("no account", result.returncode == 1 and "no account of mails" in result.stderr and states() == ["ceka"],
+           result.stderr)
+    account("smtp://127.0.0.1:1")
+    result = mox("mail", "1", "--to", "a@b.hr")
+    expect("no server", result.returncode == 1 and states() == ["ceka"], result.stderr)
+    forget()
+
+
 def main():
     with tempfile.TemporaryDirectory() as folder:
         os.chdir(folder)
         prepare()
         handler = Handler()
         with Server(handler) as server:
-            result = mox("mail", "1", "--to", "a@b.hr")
-            expect("no account", result.returncode == 1 and "no account of mails" in result.stderr and states() == ["ceka"],
-                   result.stderr)
-            account("smtp://127.0.0.1:1")
-            result = mox("mail", "1", "--to", "a@b.hr")
-            expect("no server", result.returncode == 1 and states() == ["ceka"], result.stderr)
-            forget()
+            check_unsent()
             account(server.address)
-            check_contents(handler)
-            forget()
+            if not HOW:
+                check_contents(handler)
+            check_at_once(handler)
+            check_settled(handler)
             check_kills(handler)
             right, wrong = certificate("right", "IP:127.0.0.1"), certificate("wrong", "IP:127.0.0.2")
-            check_tls(right, wrong)
-            check_steps(right)
+            check_silence()
+            if not HOW:
+                check_account()
+                check_tls(right, wrong)
+                check_steps(right)
             check_secrets(server.address)
         os.chdir("/")
     return 1 if FAULTS else 0
