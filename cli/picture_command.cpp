@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <charconv>
 #include <memory>
+#include <ostream>
 
 #include "cli/command.h"
+#include "cli/host.h"
 #include "cli/options.h"
 #include "cli/record_set_file.h"
 #include "cli/service_request.h"
@@ -61,8 +63,16 @@ void WithFile(const std::string& file, Session& session, Use use) {
 }
 
 void Size(const PictureArguments& arguments, Session& session) {
+  // A file that has none keeps no other one from being told.
   for (const std::string& file : arguments.words) {
-    WithFile(file, session, [&](std::string_view bytes) { session.out += file + ": " + Described(bytes); });
+    try {
+      WithFile(file, session, [&](std::string_view bytes) { session.out += file + ": " + Described(bytes); });
+    } catch (const UsageError&) {
+      throw;
+    } catch (const Error& error) {
+      session.err << "mox: " << OnOneLine(error.what()) << std::endl;
+      session.valid = false;
+    }
   }
 }
 

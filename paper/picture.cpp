@@ -11,6 +11,8 @@
 #include <memory>
 
 #include "mox/foundation/error.h"
+#include "paper/gif_data.h"
+#include "paper/jpeg.h"
 
 namespace mox {
 namespace {
@@ -37,7 +39,8 @@ std::size_t SizeOf(int width, int height) {
   return static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
 }
 
-Picture DecodeOther(std::string_view bytes) {
+Picture DecodeGif(std::string_view bytes) {
+  RequireWholeGif(bytes);
   constexpr int kChannels = 4;
   Picture picture;
   int channels = 0;
@@ -87,6 +90,44 @@ Picture DecodePng(std::string_view bytes) {
   return picture;
 }
 
+Picture DecodeStored(PictureKind kind, std::string_view bytes) {
+  switch (kind) {
+    case PictureKind::kPng:
+      return DecodePng(bytes);
+    case PictureKind::kGif:
+      return DecodeGif(bytes);
+    default:
+      return DecodeJpeg(bytes);
+  }
+}
+
+// From how it is stored to how it is to be seen.
+Picture Turned(const Picture& stored, int orientation) {
+  struct Way {
+    bool swaps;
+    bool flips_x;
+    bool flips_y;
+  };
+  constexpr Way kWays[] = {{false, false, false}, {false, true, false}, {false, true, true},
+                           {false, false, true},  {true, false, false}, {true, false, true},
+                           {true, true, true},    {true, true, false}};
+  const auto [swaps, flips_x, flips_y] = kWays[orientation - kAsStored];
+  Picture seen{swaps ? stored.height : stored.width, swaps ? stored.width : stored.height, {}};
+  seen.pixels.reserve(stored.pixels.size());
+  for (int y = 0; y < seen.height; ++y) {
+    for (int x = 0; x < seen.width; ++x) {
+      const int column = swaps ? y : x;
+      const int row = swaps ? x : y;
+      const auto from =
+          stored.pixels.begin() +
+          static_cast<std::ptrdiff_t>(SizeOf(stored.width, flips_y ? stored.height - 1 - row : row) +
+                                      SizeOf(flips_x ? stored.width - 1 - column : column, 1));
+      seen.pixels.insert(seen.pixels.end(), from, from + 4);
+    }
+  }
+  return seen;
+}
+
 void Append(void* bytes, void* data, int size) {
   static_cast<std::string*>(bytes)->append(static_cast<const char*>(data), static_cast<std::size_t>(size));
 }
@@ -96,7 +137,8 @@ void Append(void* bytes, void* data, int size) {
 Picture DecodePicture(std::string_view bytes) {
   const PictureHeader header = ReadPictureHeader(bytes);
   if (header.kind == PictureKind::kJpeg && PassesOf(bytes) > kMostPasses) Refuse("has too many passes");
-  Picture picture = header.kind == PictureKind::kPng ? DecodePng(bytes) : DecodeOther(bytes);
+  Picture picture = DecodeStored(header.kind, bytes);
+  if (header.orientation != kAsStored) picture = Turned(picture, header.orientation);
   if (picture.width != header.width || picture.height != header.height) {
     Refuse("has another size than its header says");
   }

@@ -22,8 +22,8 @@ struct Picture {
   std::vector<std::uint8_t> pixels;
 };
 
-/// Decodes the (first) picture. Raises Error as ReadPictureHeader, and for pixels that are damaged, end early
-/// or are of another size than the header says.
+/// Decodes the (first) picture, turned as it is to be seen. Raises Error as ReadPictureHeader, and for pixels
+/// that are damaged, end early or are of another size than the header says.
 Picture DecodePicture(std::string_view bytes);
 
 /// The picture in at most so many pixels either way, in its proportions; one that is small enough stays.

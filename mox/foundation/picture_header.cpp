@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <utility>
 
 #include "mox/foundation/error.h"
 
@@ -42,6 +43,45 @@ PictureHeader ReadGif(std::string_view bytes) {
   return {PictureKind::kGif, LittleEndian16(bytes, 6), LittleEndian16(bytes, 8)};
 }
 
+// Numbers of a part of a header that says itself how it writes them. What is not there is none.
+class ExifReader {
+ public:
+  explicit ExifReader(std::string_view tiff) : tiff_(tiff), little_(tiff.starts_with("II")) {}
+
+  std::uint32_t Number(std::size_t at, std::size_t size) const {
+    if (at > tiff_.size() || size > tiff_.size() - at) return 0;
+    std::uint32_t number = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+      const std::size_t byte = at + (little_ ? size - 1 - i : i);
+      number = number << 8U | static_cast<unsigned char>(tiff_[byte]);
+    }
+    return number;
+  }
+
+ private:
+  std::string_view tiff_;
+  bool little_;
+};
+
+// Of a segment that a camera has written; as it is stored where it says nothing, or nothing that makes sense.
+int OrientationIn(std::string_view segment) {
+  constexpr std::string_view kExif("Exif\0\0", 6);
+  constexpr std::uint32_t kOrientation = 0x0112;
+  constexpr std::uint32_t kShort = 3;
+  constexpr std::size_t kEntrySize = 12;
+  if (!segment.starts_with(kExif)) return kAsStored;
+  const ExifReader exif(segment.substr(kExif.size()));
+  const std::size_t directory = exif.Number(4, 4);
+  const std::size_t entries = exif.Number(directory, 2);
+  for (std::size_t i = 0; i < entries; ++i) {
+    const std::size_t at = directory + 2 + i * kEntrySize;
+    if (exif.Number(at, 2) != kOrientation) continue;
+    const std::uint32_t said = exif.Number(at + 2, 2) == kShort ? exif.Number(at + 8, 2) : 0;
+    return said >= 1 && said <= 8 ? static_cast<int>(said) : kAsStored;
+  }
+  return kAsStored;
+}
+
 bool IsFrame(unsigned marker) {
   return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
 }
@@ -50,6 +90,8 @@ bool IsFrame(unsigned marker) {
 // length.
 PictureHeader ReadJpeg(std::string_view bytes) {
   constexpr unsigned kStartOfScan = 0xDA;
+  constexpr unsigned kOfCameras = 0xE1;
+  int orientation = kAsStored;
   for (std::size_t at = 2;;) {
     if (ByteAt(bytes, at) != 0xFF) Refuse("is a damaged JPEG");
     while (ByteAt(bytes, at) == 0xFF) ++at;
@@ -58,9 +100,18 @@ PictureHeader ReadJpeg(std::string_view bytes) {
     if (alone) continue;
     const int length = BigEndian16(bytes, at);
     if (length < 2 || marker == 0xD9 || marker == 0x00) Refuse("is a damaged JPEG");
-    if (IsFrame(marker)) return {PictureKind::kJpeg, BigEndian16(bytes, at + 5), BigEndian16(bytes, at + 3)};
+    const auto size = static_cast<std::size_t>(length);
+    if (IsFrame(marker)) {
+      PictureHeader header{PictureKind::kJpeg, BigEndian16(bytes, at + 5), BigEndian16(bytes, at + 3),
+                           orientation};
+      if (orientation > 4) std::swap(header.width, header.height);
+      return header;
+    }
+    if (marker == kOfCameras && orientation == kAsStored && at + 2 < bytes.size()) {
+      orientation = OrientationIn(bytes.substr(at + 2, size - 2));
+    }
     if (marker == kStartOfScan) Refuse("is a JPEG that does not say its size");
-    at += static_cast<std::size_t>(length);
+    at += size;
   }
 }
 

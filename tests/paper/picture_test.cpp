@@ -78,10 +78,22 @@ TEST(PictureTest, TellsDamagedAndLyingPictures) {
   nothing[6] = 0;
   std::string passes = jpeg;
   for (int i = 0; i < 100; ++i) passes += "\xFF\xDA";
+  std::string taller = jpeg;
+  taller[jpeg.find("\xFF\xC0") + 6] = 120;  // more rows than there is data for
+  std::string large(kGif);
+  large[6] = 9;
+  std::string frame = large;
+  frame[24] = 9;  // as large as its header says, with the pixels of the small one
   const struct {
     std::string bytes;
     const char* says;
   } rows[] = {{"", "is no JPEG, PNG or GIF"},
+              {jpeg.substr(0, jpeg.size() / 2), "cannot be decoded"},
+              {jpeg.substr(0, jpeg.size() - 20), "cannot be decoded"},
+              {taller, "cannot be decoded"},
+              {std::string(kGif.substr(0, kGif.size() - 4)), "it ends early"},
+              {large, "it has 2 x 1 pixels, its header says 9 x 1"},
+              {frame, "it has 2 of its pixels"},
               {"BM", "is no JPEG, PNG or GIF"},
               {png.substr(0, 20), "ends within its header"},
               {jpeg.substr(0, 3), "ends within its header"},
@@ -100,6 +112,54 @@ TEST(PictureTest, TellsDamagedAndLyingPictures) {
       std::string spoiled = whole;
       spoiled[random() % spoiled.size()] = static_cast<char>(random());
       FaultOf(spoiled);
+    }
+  }
+}
+
+// A camera stores what its sensor sees, and how it was held.
+TEST(PictureTest, TurnsPhotographsAsTheyWereTaken) {
+  Picture stored{32, 16, {}};  // dark, but for a bright corner above to the left
+  for (int y = 0; y < 16; ++y) {
+    for (int x = 0; x < 32; ++x) {
+      const std::uint8_t shade = x < 16 && y < 8 ? 250 : 5;
+      stored.pixels.insert(stored.pixels.end(), {shade, shade, shade, 255});
+    }
+  }
+  const std::string jpeg = EncodeJpeg(stored);
+  const auto taken = [&](char orientation, bool little) {
+    const std::string tag =
+        little ? std::string("II*\0\x08\0\0\0\x01\0\x12\x01\x03\0\x01\0\0\0", 18) + orientation
+               : std::string("MM\0*\0\0\0\x08\0\x01\x01\x12\0\x03\0\0\0\x01\0", 19) + orientation;
+    const std::string tiff = tag + std::string(26 - tag.size() + 4, '\0');
+    const std::string exif = std::string("Exif\0\0", 6) + tiff;
+    return jpeg.substr(0, 2) + "\xFF\xE1" + '\0' + static_cast<char>(exif.size() + 2) + exif + jpeg.substr(2);
+  };
+  // Where the bright corner is to be seen: to the right, below; and whether rows are columns.
+  const struct {
+    char orientation;
+    bool right;
+    bool below;
+    bool swaps;
+  } rows[] = {{0, false, false, false}, {1, false, false, false}, {2, true, false, false},
+              {3, true, true, false},   {4, false, true, false},  {5, false, false, true},
+              {6, true, false, true},   {7, true, true, true},    {8, false, true, true},
+              {9, false, false, false}};
+  for (const auto& row : rows) {
+    for (const bool little : {false, true}) {
+      const std::string bytes = taken(row.orientation, little);
+      const int width = row.swaps ? 16 : 32;
+      EXPECT_EQ(ReadPictureHeader(bytes).width, width) << int{row.orientation};
+      const Picture seen = DecodePicture(bytes);
+      ASSERT_EQ(seen.width, width);
+      ASSERT_EQ(seen.height, 48 - width);
+      for (const bool right : {false, true}) {
+        for (const bool below : {false, true}) {
+          const int x = right ? seen.width - 3 : 2;
+          const int y = below ? seen.height - 3 : 2;
+          EXPECT_EQ(seen.pixels[PlaceOf(seen, x, y)] > 128, right == row.right && below == row.below)
+              << int{row.orientation} << " " << x << "," << y;
+        }
+      }
     }
   }
 }
