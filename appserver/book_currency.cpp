@@ -1,6 +1,7 @@
 #include "appserver/book_currency.h"
 
 #include "mox/codes/exchange_rates.h"
+#include "mox/documents/document_books.h"
 #include "mox/foundation/value_conversion.h"
 
 namespace mox {
@@ -11,24 +12,44 @@ constexpr std::string_view kKunasForEuro = "7.5345";
 
 Date FirstDayOfEuro() { return *MakeDate(2023, 1, 1); }
 
+std::string InKunas() { return "d.datum < " + std::string(kEuroSince); }
+
+// Most documents name no currency, and no other table is asked for them.
+std::string IsForeign() {
+  return "(d.valuta_id IS NOT NULL AND d.tecaj > 0 AND (SELECT v.oznaka FROM valuta v WHERE v.id = "
+         "d.valuta_id) <> CASE WHEN " +
+         InKunas() + " THEN 'HRK' ELSE 'EUR' END)";
+}
+
+std::string Whole(std::string_view amount) {
+  return "CAST(ROUND(COALESCE(" + std::string(amount) + ", 0) * 10000) AS BIGINT)";
+}
+
 }  // namespace
 
 std::string WholeInBooks(std::string_view amount, bool last_in_euros) {
   const std::string whole = "COALESCE(" + std::string(amount) + ", 0)";
-  const std::string in_kunas = "d.datum < " + std::string(kEuroSince);
-  // Most documents name no currency, and no other table is asked for them.
-  const std::string is_foreign =
-      "(d.valuta_id IS NOT NULL AND d.tecaj > 0 AND (SELECT v.oznaka FROM valuta v WHERE v.id = d.valuta_id) "
-      "<> CASE WHEN " +
-      in_kunas + " THEN 'HRK' ELSE 'EUR' END)";
   const auto hundredths = [&](const std::string& times) {
     return "CAST(ROUND(CAST(" + whole + " * 100 " + times + " AS NUMERIC)) AS BIGINT) * 100";
   };
   const std::string to_euros = last_in_euros ? " / " + std::string(kKunasForEuro) : std::string();
-  std::string sql = "CASE WHEN " + is_foreign + " THEN CASE WHEN " + in_kunas + " THEN " +
+  std::string sql = "CASE WHEN " + IsForeign() + " THEN CASE WHEN " + InKunas() + " THEN " +
                     hundredths("* d.tecaj" + to_euros) + " ELSE " + hundredths("/ d.tecaj") + " END";
-  if (last_in_euros) sql += " WHEN " + in_kunas + " THEN " + hundredths(to_euros);
-  return sql + " ELSE CAST(ROUND(" + whole + " * 10000) AS BIGINT) END";
+  if (last_in_euros) sql += " WHEN " + InKunas() + " THEN " + hundredths(to_euros);
+  return sql + " ELSE " + Whole(amount) + " END";
+}
+
+std::string WholeTotalInBooks(bool last_in_euros) {
+  const auto of_taxes = [](const std::string& sum) {
+    return "COALESCE((SELECT SUM(" + sum + ") FROM dok_porezi p WHERE p.dok_id = d.id), 0)";
+  };
+  const std::string rest = "(" + Whole("d.ukupno") + " - " +
+                           of_taxes(Whole("p.osnovica") + " + " + Whole("p.porez")) + ") / 10000.0";
+  const std::string is_converted = IsForeign() + (last_in_euros ? " OR " + InKunas() : std::string());
+  return "CASE WHEN " + is_converted + " THEN " +
+         of_taxes(WholeInBooks("p.osnovica", last_in_euros) + " + " +
+                  WholeInBooks("p.porez", last_in_euros)) +
+         " + " + WholeInBooks(rest, last_in_euros) + " ELSE " + Whole("d.ukupno") + " END";
 }
 
 bool HasBothCurrencies(Date first, Date last) { return first < FirstDayOfEuro() && last >= FirstDayOfEuro(); }
@@ -42,7 +63,10 @@ Currency AmountInBooks(Database& database, std::int64_t doc_id, Currency amount)
   if (document.IsEmpty()) return amount;
   const Date date = document.AsDate(0);
   if (document.AsTextView(1) == GetValutaOznakaByDate(date)) return amount;
-  return InCurrencyOfDate(amount, date, document.AsFloat(2));
+  const RecordSet taxes =
+      database.Query("porezi", ParseColumns("osnovica:currency,porez:currency"),
+                     "SELECT osnovica, porez FROM dok_porezi WHERE dok_id = :id ORDER BY rb", {doc_id});
+  return TotalInCurrencyOfDate(amount, taxes, true, date, document.AsFloat(2)).total;
 }
 
 std::optional<double> RateForBooks(Database& database, std::int64_t valuta_id, Date date) {

@@ -18,6 +18,10 @@ namespace mox {
 /// `last_in_euros`, kunas become euros too, at the fixed rate.
 std::string WholeInBooks(std::string_view amount, bool last_in_euros = false);
 
+/// What a document (d) is to be paid, likewise: base and tax of each rate and the rest, each converted by
+/// itself, as TotalInCurrencyOfDate has it.
+std::string WholeTotalInBooks(bool last_in_euros = false);
+
 /// Whether a period has both currencies, so that its sums are in euros.
 bool HasBothCurrencies(Date first, Date last);
 

@@ -25,8 +25,7 @@ FROM dok d LEFT JOIN par p ON p.id = d.par_id
 )";
 
 std::string Sql() {
-  const std::string total =
-      "CASE WHEN d.ukupno IS NOT NULL THEN (" + WholeInBooks("d.ukupno") + ") / 10000.0 END";
+  const std::string total = "CASE WHEN d.ukupno IS NOT NULL THEN (" + WholeTotalInBooks() + ") / 10000.0 END";
   return "SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, d.datum_dospijeca, p.naziv, " + total +
          ", CASE WHEN d.placeno_odmah THEN " + total + std::string(kRestOfSql);
 }

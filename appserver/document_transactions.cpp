@@ -4,9 +4,11 @@
 
 #include "appserver/book_currency.h"
 #include "appserver/open_items.h"
+#include "appserver/payment_reference.h"
 #include "appserver/stock.h"
 #include "appserver/stored_document.h"
 #include "mox/calculations/supplier_totals.h"
+#include "mox/codes/exchange_rates.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/digest.h"
 #include "mox/foundation/text.h"
@@ -53,7 +55,7 @@ Result HeaderValue(const RecordSet& header, std::string_view name, Result (*conv
 }
 
 void CheckYears(const RecordSet& header) {
-  for (const char* const name : {"datum", "datum_dospijeca", "datum_dok_dob"}) {
+  for (const char* const name : {"datum", "datum_isporuke", "datum_dospijeca", "datum_dok_dob"}) {
     if (!HasValue(header, name)) continue;
     const std::string fault = YearFault(HeaderValue(header, name, ToDate));
     if (!fault.empty()) RefuseHeader(header, name, fault);
@@ -192,8 +194,8 @@ void CheckQuantities(const DocumentKind& kind, const RecordSet& header, const Se
 // the rate list.
 void AddRate(Database& database, const RecordSet& header, const DocumentKey& key, TableRule& rule) {
   if (HasValue(header, "tecaj")) {
-    const double rate = HeaderValue(header, "tecaj", ToFloat);
-    if (!(rate > 0)) RefuseHeader(header, "tecaj", ShortestNumber(rate) + " is not above 0");
+    const std::string fault = RateFault(HeaderValue(header, "tecaj", ToFloat));
+    if (!fault.empty()) RefuseHeader(header, "tecaj", fault);
     return;
   }
   if (!HasValue(header, "valuta_id")) return;
@@ -203,6 +205,15 @@ void AddRate(Database& database, const RecordSet& header, const DocumentKey& key
   } catch (const Error& error) {
     RefuseHeader(header, "tecaj", error.what());
   }
+}
+
+// What a customer is to pay by, banks must take.
+void CheckReference(Database& database, const DocumentKind& kind, const RecordSet& header) {
+  const bool is_paid_by_it = kind.IsSale() || kind.is == DocumentClass::kProForma;
+  if (!is_paid_by_it || !HasValue(header, "poziv_na_br")) return;
+  const std::string text = HeaderValue(header, "poziv_na_br", ToText);
+  const std::string fault = PaymentReferenceFault(database, std::string(TrimBlanks(text)));
+  if (!fault.empty()) RefuseHeader(header, "poziv_na_br", fault);
 }
 
 // How the header says that it is paid, by the name that the codebook has.
@@ -334,6 +345,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   if (const auto total = CheckedTotal(kind, header, sent)) header_rule.constants = {{"ukupno", *total}};
   AddPayment(database, kind, header, header_rule);
   AddRate(database, header, key, header_rule);
+  CheckReference(database, kind, header);
   CheckSupplierTotals(header, sent);
   if (!digest.empty()) header_rule.constants.emplace_back("kljuc_sazetak", digest);
   const LineArticles articles(database, sent.Find("Stavke"));
@@ -383,7 +395,7 @@ void RequireCancellable(Database& database, const StoredDocument& original, cons
 RecordSet StornoHeader(const RecordSet& asked, const RecordSet& original) {
   constexpr std::string_view kTaken[] = {"skl_id",       "par_id",        "valuta_id",     "tecaj",
                                          "broj_dok_dob", "datum_dok_dob", "vrsta_dok_dob", "nacin_placanja",
-                                         "poziv_na_br",  "opis"};
+                                         "poziv_na_br",  "opis",          "datum_isporuke"};
   RecordSet header(asked.Name());
   std::vector<Value> values;
   for (std::size_t i = 0; i < asked.FieldCount(); ++i) {
@@ -442,6 +454,7 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
                               original->header.AsVariant(*original->header.FindFieldIndex("placeno_odmah")));
   RecordSet header = StornoHeader(asked, original->header);
   if (HasValue(header, "tecaj")) AddRate(database, header, key, rule);
+  if (HasValue(asked, "poziv_na_br")) CheckReference(database, *key.kind, asked);
   const std::size_t total = *original->header.FindFieldIndex("ukupno");
   rule.constants.emplace_back(
       "ukupno", original->header.IsNull(total) ? Value() : Value(-original->header.AsCurrency(total)));

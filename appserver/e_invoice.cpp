@@ -49,10 +49,11 @@ WHERE d.id = :id)"};
 
 constexpr Part kHeader = {
     "dokument",
-    "id:integer,vrsta,broj:integer,godina:integer,datum:date,datum_dospijeca:date,valuta,tecaj:float,"
+    "id:integer,vrsta,broj:integer,godina:integer,datum:date,datum_isporuke:date,datum_dospijeca:date,valuta,"
+    "tecaj:float,"
     "nacin_placanja,poziv_na_br,opis,ukupno:currency",
     R"(
-SELECT d.id, d.vrsta, d.broj, d.godina, d.datum, d.datum_dospijeca, v.oznaka, d.tecaj, d.nacin_placanja,
+SELECT d.id, d.vrsta, d.broj, d.godina, d.datum, d.datum_isporuke, d.datum_dospijeca, v.oznaka, d.tecaj, d.nacin_placanja,
   d.poziv_na_br, d.opis, d.ukupno
 FROM dok d LEFT JOIN valuta v ON v.id = d.valuta_id
 WHERE d.id = :id)"};

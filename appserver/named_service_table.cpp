@@ -115,7 +115,8 @@ constexpr std::string_view kPoslovniProstorColumns =
     "id:integer,skl_id:integer,oznaka,naplatni_uredjaj,adresa,vrijedi_od:date";
 
 constexpr std::string_view kDokumentColumns =
-    "id:integer,vrsta,godina:integer,broj:integer,datum:date,datum_dospijeca:date,skl_id:integer,"
+    "id:integer,vrsta,godina:integer,broj:integer,datum:date,datum_isporuke:date,datum_dospijeca:date,"
+    "skl_id:integer,"
     "skl_naziv,par_id:integer,par_naziv,valuta_id:integer,val_ozn,tecaj:float,user_id,broj_dok_dob,"
     "datum_dok_dob:date,vrsta_dok_dob,nacin_placanja,poziv_na_br,opis,ukupno:currency,stornira_id:integer,"
     "storno_id:integer,vrsta_stavki";
@@ -318,7 +319,7 @@ ORDER BY v.id)"}},
      "id:integer",
      "a stored document with its lines and its tax by rate",
      {{"Zaglavlje", kDokumentColumns, R"(
-SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, d.datum_dospijeca, d.skl_id, s.naziv, d.par_id,
+SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, d.datum_isporuke, d.datum_dospijeca, d.skl_id, s.naziv, d.par_id,
   p.naziv, d.valuta_id, v.oznaka, d.tecaj, d.user_id, d.broj_dok_dob, d.datum_dok_dob,
   d.vrsta_dok_dob, d.nacin_placanja, d.poziv_na_br, d.opis, d.ukupno, d.stornira_id,
   (SELECT id FROM dok WHERE stornira_id = d.id),

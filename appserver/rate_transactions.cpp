@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "appserver/fold.h"
+#include "mox/codes/exchange_rates.h"
 #include "mox/foundation/exchange_text.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
@@ -40,7 +41,9 @@ Rate RateIn(Database& database, const RecordSet& rates, std::size_t row) {
   };
   Rate rate{
       .code = ToText(value("val_ozn")), .date = ToDate(value("datum")), .value = ToFloat(value("tecaj"))};
-  if (!(rate.value > 0)) Refuse(rates, row, "tecaj", ShortestNumber(rate.value) + " is not above 0");
+  if (std::string fault = RateFault(rate.value); !fault.empty()) {
+    Refuse(rates, row, "tecaj", std::move(fault));
+  }
   const RecordSet currency =
       database.Query("valuta", ParseColumns("id:integer"),
                      "SELECT id FROM valuta WHERE fold(oznaka) = :oznaka", {FoldKey(rate.code)});

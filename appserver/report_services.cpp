@@ -172,6 +172,7 @@ std::string TurnoverRows(const Grouping& grouping, bool in_euros) {
   const auto whole = [in_euros](const std::string& amount) {
     return "(" + WholeInBooks(amount, in_euros) + ")";
   };
+  const std::string total = "(" + WholeTotalInBooks(in_euros) + ")";
   const std::string document =
       "d.id AS id, " + TurnoverSignSql() + " AS znak, CASE WHEN d.placeno_odmah THEN 1 ELSE 0 END AS odmah, ";
   const std::string from = " FROM dok d ";
@@ -191,12 +192,12 @@ std::string TurnoverRows(const Grouping& grouping, bool in_euros) {
     return "SELECT " + DefineKeys(grouping) + document + kNone + " AS kolicina, " + whole("p.osnovica") +
            " AS osnovica, " + whole("p.porez") + " AS porez, " + whole("p.osnovica") + " + " +
            whole("p.porez") + " AS iznos" + from + "CROSS JOIN dok_porezi p " + where +
-           " AND p.dok_id = d.id UNION ALL SELECT NULL, " + document + "NULL, 0, 0, " + whole("d.ukupno") +
-           " - " + tax("osnovica") + " - " + tax("porez") + from + where + " AND " + whole("d.ukupno") +
-           " <> " + tax("osnovica") + " + " + tax("porez");
+           " AND p.dok_id = d.id UNION ALL SELECT NULL, " + document + "NULL, 0, 0, " + total + " - " +
+           tax("osnovica") + " - " + tax("porez") + from + where + " AND " + total + " <> " +
+           tax("osnovica") + " + " + tax("porez");
   }
   return "SELECT " + DefineKeys(grouping) + document + kNone + " AS kolicina, " + tax("osnovica") +
-         " AS osnovica, " + tax("porez") + " AS porez, " + whole("d.ukupno") + " AS iznos" + from + where;
+         " AS osnovica, " + tax("porez") + " AS porez, " + total + " AS iznos" + from + where;
 }
 
 void FillTurnover(Database& database, const ServiceInputs& inputs, RecordSet& answer) {

@@ -6,6 +6,7 @@
 #include "mox/codes/exchange_rates.h"
 #include "mox/codes/payment_codes.h"
 #include "mox/codes/payment_slip.h"
+#include "mox/documents/document_books.h"
 #include "mox/foundation/locale_text.h"
 #include "mox/foundation/rounding.h"
 #include "mox/foundation/text.h"
@@ -116,6 +117,7 @@ void AddFacts(const PageSource& source, const PaperTemplate& paper, DocumentPage
   Add(facts, "Vrijeme izdavanja", TimeOf(source, page.date));
   const std::string place = Joined(TextOf(source.place, "ptt"), " ", TextOf(source.place, "mjesto"));
   if (bought) Add(facts, "Mjesto izdavanja", place.empty() ? TextOf(source.seller, "mjesto") : place);
+  Add(facts, "Datum isporuke", DateField(header, "datum_isporuke"));
   Add(facts, "Datum dospijeća", DateField(header, "datum_dospijeca"));
   const std::string pay = TextOf(header, "nacin_placanja");
   Add(facts, "Način plaćanja",
@@ -128,7 +130,10 @@ void AddFacts(const PageSource& source, const PaperTemplate& paper, DocumentPage
   Add(facts, "Dokument dobavljača",
       Joined(Joined(TextOf(header, "vrsta_dok_dob"), " ", TextOf(header, "broj_dok_dob")), ", ",
              DateField(header, "datum_dok_dob")));
-  if (const std::string rate = TextOf(header, "tecaj"); !rate.empty()) Add(facts, "Tečaj", rate);
+  const RecordRow record = header.RowAt(0);
+  if (const std::size_t rate = record.IndexOf("tecaj"); !record.IsNull(rate)) {
+    Add(facts, "Tečaj", RateText(record.AsFloat(rate), CurrentLocale()));
+  }
 }
 
 // --- what it comes to ---
@@ -278,6 +283,11 @@ void AddSlip(const PageSource& source, const PaperTemplate& paper, DocumentPage&
   if (ReferenceFault(model, reference).empty()) {
     Add(page.payment, "Model i poziv na broj", Joined(model, " ", reference));
   }
+  if (TextOf(source.header, "poziv_na_br").empty() && model != "HR00" && model != "HR99") {
+    page.warnings.push_back(
+        "the reference of its payment is made without control digits, which banks may want under " + model +
+        "; poziv_na_br of the header is for one that has them");
+  }
   Add(page.payment, "Opis plaćanja", TextOf(*slip, "opis_placanja"));
   try {
     SlipCode code = PaymentSlipCode(slip->RowAt(0));
@@ -315,10 +325,11 @@ bool HasUntaxedLines(const RecordSet& taxes) {
   return taxes.IsEmpty();
 }
 
-// Tax is charged in the currency of the country, whatever the currency of the document.
-void AddForeignTax(const PageSource& source, DocumentPage& page) {
+// Tax is charged, and the books are kept, in the currency of the country, whatever that of the document: what
+// it comes to there is what its payment is held against.
+void AddInCurrencyOfCountry(const PageSource& source, DocumentPage& page) {
   const std::string home(GetValutaOznakaByDate(page.date));
-  if (page.currency == home || source.taxes.IsEmpty() || !page.total) return;
+  if (page.currency == home || !page.total) return;
   const RecordRow header = source.header.RowAt(0);
   const double rate = header.AsFloat(header.IndexOf("tecaj"));
   if (!(rate > 0)) {
@@ -327,22 +338,21 @@ void AddForeignTax(const PageSource& source, DocumentPage& page) {
     return;
   }
   const LocaleSettings& locale = CurrentLocale();
-  Currency base;
-  Currency tax;
-  for (const RecordRow& row : source.taxes.Rows()) {
-    base += InCurrencyOfDate(row.AsCurrency(row.IndexOf("osnovica")), page.date, rate);
-    if (source.IsUncharged()) continue;
-    tax += InCurrencyOfDate(row.AsCurrency(row.IndexOf("porez")), page.date, rate);
+  const ConvertedTotal converted =
+      TotalInCurrencyOfDate(*page.total, source.taxes, !source.IsUncharged(), page.date, rate);
+  const auto text = [&](Currency amount) { return AmountText(amount, locale) + " " + home; };
+  std::string note = "Po tečaju " + RateText(rate, locale) + ": ";
+  if (!source.taxes.IsEmpty()) {
+    note += "osnovica " + text(converted.base) + ", PDV " + text(converted.tax) + ", ";
   }
-  page.notes.push_back("Po tečaju " + NumberToText(rate, locale) + ": osnovica " + AmountText(base, locale) +
-                       " " + home + ", PDV " + AmountText(tax, locale) + " " + home + ".");
+  page.notes.push_back(note + "ukupno " + text(converted.total) + ".");
 }
 
 void AddNotes(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
   if (!source.original.IsEmpty()) page.notes.push_back("Stornira se: " + NamedWith(source.original, paper));
   const std::string text = ParagraphOf(source.header, "opis");
   if (!text.empty()) page.notes.push_back(text);
-  AddForeignTax(source, page);
+  AddInCurrencyOfCountry(source, page);
   const bool taxed = !HasUntaxedLines(source.taxes);
   if (source.kind->IsSale() && !taxed && text.empty() && paper.Text("napomene", "bez_poreza").empty() &&
       paper.Text("napomene", std::string(source.kind->name) + ".bez_poreza").empty()) {

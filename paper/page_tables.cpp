@@ -21,6 +21,10 @@ const NumberMask& QuantityMask() {
   static const NumberMask mask("#,0.#########;-#,0.#########");
   return mask;
 }
+const NumberMask& RateMask() {
+  static const NumberMask mask("#,0.##########");
+  return mask;
+}
 const NumberMask& PercentMask() {
   static const NumberMask mask("#,0.####;-#,0.####");
   return mask;
@@ -186,6 +190,8 @@ std::vector<std::string> PageTable::SumCells(const std::vector<Currency>& amount
 std::string PercentText(double percent, const LocaleSettings& locale) {
   return PercentMask().Show(percent, locale);
 }
+
+std::string RateText(double rate, const LocaleSettings& locale) { return RateMask().Show(rate, locale); }
 
 std::string AmountText(Currency amount, const LocaleSettings& locale) {
   return AmountMask().Show(amount, locale);

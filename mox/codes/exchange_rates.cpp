@@ -32,6 +32,14 @@ Currency InCurrencyOfDate(Currency amount, Date date, double rate) {
   return ToCivil(date).year >= 2023 ? R2(amount / Real(rate)) : R2(amount * Real(rate));
 }
 
+std::string RateFault(double rate) {
+  constexpr double kLeast = 0.00001;
+  constexpr double kMost = 10'000'000;
+  if (!(rate > 0)) return ShortestNumber(rate) + " is not above 0";
+  if (rate >= kLeast && rate <= kMost) return {};
+  return ShortestNumber(rate) + " is no exchange rate, which is from 0.00001 to 10000000";
+}
+
 double GetFaktor2023KnEur(Date date) {
   RecordSet* const parameters = App().Comunication().CompanyParameters();
   if (parameters == nullptr) throw Error("the host keeps no company parameters");

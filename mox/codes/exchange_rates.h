@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "mox/foundation/currency.h"
@@ -17,6 +18,10 @@ std::string_view GetValutaOznakaByDate(Date date);
 /// one unit of the currency, from 2023 on units of the currency for one euro, as the national bank's list has
 /// it. Raises Error for a rate that is not above 0.
 Currency InCurrencyOfDate(Currency amount, Date date, double rate);
+
+/// What is wrong with an exchange rate, as a text to go on with behind it; empty where nothing is. It is
+/// above 0, and from 0.00001 to 10000000, wider than any list ever had one.
+std::string RateFault(double rate);
 
 /// The company parameter "FaktorEura"; 1 divided by it for dates before 13 July 1905, the day 2021 of the
 /// calendar that counts from 30 December 1899. Kept on purpose. Raises Error where the host keeps no company

@@ -3,6 +3,9 @@
 #include <cstdint>
 
 #include "mox/documents/document_kinds.h"
+#include "mox/foundation/currency.h"
+#include "mox/foundation/dates.h"
+#include "mox/foundation/record_set.h"
 
 namespace mox {
 
@@ -26,5 +29,19 @@ TaxRole TaxRoleOf(const DocumentKind& kind);
 /// 1 for what is sold: invoices and their stornos; -1 for customers' returns; 0 for all else, the company's
 /// own use too, which nobody buys.
 int TurnoverSign(const DocumentKind& kind);
+
+/// What a document in another currency comes to in that of its date.
+struct ConvertedTotal {
+  Currency base;
+  Currency tax;
+  Currency total;  ///< base, tax and what else there is: fees, and what rounded lines leave
+};
+
+/// Base and tax of each rate, and the rest of the total, are converted one by one, each to hundredths, so
+/// they add up to what is converted: nothing is left that would be neither goods, tax nor fee. `taxes` has
+/// `osnovica` and `porez`; `rate` as InCurrencyOfDate takes it. Where no tax is charged, its columns do not
+/// count.
+ConvertedTotal TotalInCurrencyOfDate(Currency total, const RecordSet& taxes, bool charges_tax, Date date,
+                                     double rate);
 
 }  // namespace mox

@@ -74,6 +74,7 @@ constexpr Caption kCaptions[] = {
     {"normativ", "Normativ"},
     {"normativ_izn", "Normativ iznos"},
     {"datum", "Datum"},
+    {"datum_isporuke", "Isporuka"},
     {"datum_dospijeca", "Dospijeće"},
     {"par_id", "Partner"},
     {"par_naziv", "Partner"},

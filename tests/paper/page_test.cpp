@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 
 #include "mox/foundation/locale_text.h"
+#include "mox/host/locale.h"
+#include "mox/host/memory_settings.h"
 #include "mox/server/transactions.h"
 #include "paper/a4_layout.h"
 #include "paper/article_pictures.h"
@@ -132,6 +134,11 @@ TEST_F(PageTest, FollowsHowItIsPaidAndInWhatCurrency) {
        "PDV ID: HR12345678903", "no payment code"},
       {"racun-usluga", "UPDATE par SET matbr = 'ATU1' WHERE :id > 0", "Porezni broj: ATU1",
        "no payment code"},
+      {"racun-usluga", "UPDATE dok SET datum_isporuke = '2026-02-28' WHERE id = :id", "28.02.2026", "no ZKI"},
+      {"racun-usluga",
+       "UPDATE dok SET tecaj = 0.00001, valuta_id = (SELECT id FROM valuta WHERE oznaka = 'USD') WHERE id = "
+       ":id",
+       "Po tečaju 0,00001: osnovica ", "e-"},
       {"primka-kalkulacija", "UPDATE dok SET vrsta_dok_dob = 'RU', ukupno = NULL WHERE id = :id", "Osnovica",
        "naknada"},
   };
@@ -248,6 +255,25 @@ TEST_F(PageTest, ShowsWhatTheTaxAdministrationKnows) {
   for (const char* word : {"09:05:00", "ZKI:", "JIR:", "3b2c4d5e-1111-4222-8333-944455566677", "1/2026"}) {
     EXPECT_NE(text.find(word), std::string::npos) << word;
   }
+  // Who prints reads other numbers; the tax administration does not.
+  MemorySettings settings;
+  StandardLocale english({.decimal_separator = ".", .thousands_separator = ","});
+  const ScopedApp app({.ini = &settings, .comunication = &server_, .locale = &english});
+  EXPECT_EQ(MakePage(id, paper_).verification_code, page.verification_code);
+}
+
+// Taxes may have more decimals; what is to be paid is money, on the page, in words and in the code.
+TEST_F(PageTest, RoundsWhatIsToBePaidToHundredths) {
+  server_.SetParameter("PdviCalcDigit=4");
+  for (const char* kind : {"otpremnica-racun", "gotovinski-racun", "racun-usluga"}) {
+    for (int document = 0; document < 5; ++document) {
+      const DocumentPage page = MakePage(Store(DocumentKindByName(kind), 3), paper_);
+      EXPECT_EQ(page.total->scaled() % 100, 0) << kind;
+      const std::string& amount = page.sums.back().amount;
+      EXPECT_EQ(amount.size() - amount.find(','), 3U) << kind << ": " << amount;
+      EXPECT_EQ(page.payment_code.empty(), page.payment.empty()) << kind;
+    }
+  }
 }
 
 TEST(PaperTemplateTest, TellsFaultsWithTheirLine) {
@@ -268,6 +294,7 @@ TEST(PaperTemplateTest, TellsFaultsWithTheirLine) {
       {"[napomene]\nsvi = {broj\n", "p.txt:2: svi: \"{\" has no \"}\""},
       {"[napomene]\nsvi = \xFF\n", "p.txt:2: the text is not UTF-8"},
       {"[napomene]\nsvi = a\tb\n", "p.txt:2: svi: the text holds a control character"},
+      {"[stranica]\nfont =\n", "p.txt:2: font: the name of the font is empty"},
       {"[isjecak]\nrez = yes\n", "p.txt:2: rez: \"yes\" is neither da nor ne"},
       {"[placanje]\nprimatelj = Žito i sinovi, trgovina d.o.o.\n", "is longer than 25 characters"},
   };
