@@ -275,13 +275,16 @@ class A4Layout {
   double PlaceTaxes(double top, double width, double line) {
     if (page_.taxes.empty()) return 0;
     const double column = width / 4;
+    const double gap = sheets_.Normal().size / 2;  // between numbers of any length
     double y = top;
     sheets_.BeginTable();
     const auto row = [&](const std::array<std::string, 4>& cells, const TextStyle& style, TextRole role) {
       sheets_.Row(role, [&] {
         for (std::size_t i = 0; i < cells.size(); ++i) {
           const double x = kMargin + column * static_cast<double>(i);
-          PlaceFitting(x, y, column, cells[i], style, i == 0 ? Align::kLeft : Align::kRight);
+          const double before = i == 0 ? 0 : gap;
+          PlaceFitting(x + before, y, column - before, cells[i], style,
+                       i == 0 ? Align::kLeft : Align::kRight);
         }
       });
       y += line;

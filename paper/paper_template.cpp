@@ -66,6 +66,11 @@ std::string ColumnsFault(std::string_view value) {
   return twice == names.end() ? std::string() : "the column " + Quoted(*twice) + " stands twice";
 }
 
+// Which fonts are installed the drawing library says; an empty name is none anywhere.
+std::string FontFault(std::string_view value) {
+  return value.empty() ? "the name of the font is empty" : std::string();
+}
+
 std::string PayeeFault(std::string_view value) {
   constexpr std::size_t kMost = 25;
   return CountCharacters(value) <= kMost ? std::string() : Quoted(value) + " is longer than 25 characters";
@@ -93,7 +98,7 @@ struct SectionRule {
 const std::vector<SectionRule>& Sections() {
   static const std::vector<SectionRule> sections = {
       {"stranica",
-       {{"font", AnyFault},
+       {{"font", FontFault},
         {"velicina", NumberFault<5, 14>},
         {"logo", AnyFault},
         {"logo_visina", NumberFault<5, 60>},
@@ -106,7 +111,7 @@ const std::vector<SectionRule>& Sections() {
        {{"svi", TextFault}, {"racuni", TextFault}, {"bez_poreza", TextFault}, {"*", TextFault, IsNoteName}}},
       {"podnozje", {{"tekst", TextFault}}},
       {"placanje", {{"kod", YesFault}, {"virman", AnyFault}, {"primatelj", PayeeFault}}},
-      {"isjecak", {{"font", AnyFault}, {"rez", YesFault}, {"ladica", YesFault}}},
+      {"isjecak", {{"font", FontFault}, {"rez", YesFault}, {"ladica", YesFault}}},
       {"posta", {{"predmet", TextFault}, {"tekst", TextFault}}},
   };
   return sections;

@@ -85,7 +85,9 @@ class SlipLayout {
       if (price == nullptr && column.value == PageValue::kPrice) price = &column;
       if (!column.IsSummed()) continue;
       if (column.name == table.to_be_paid) return i;
-      const bool is_net = price != nullptr && column.name == 'n' + std::string(price->name) + 'i';
+      // Net of discounts; a column of that name which belongs to a new price is something else.
+      const std::string net = price == nullptr ? std::string() : 'n' + std::string(price->name);
+      const bool is_net = !net.empty() && column.name == net + 'i' && FindPageColumn(net) == nullptr;
       const bool is_product = price != nullptr && column.name == std::string(price->name) + 'i';
       if (is_net || (is_product && found == table.columns.size())) found = i;
     }
@@ -124,7 +126,7 @@ class SlipLayout {
   void PlaceSums() {
     if (page_.sums.empty()) return;
     Rule();
-    if (!page_.discount.empty()) Pair("Odobreni popust", page_.discount, {kSmall});
+    if (!page_.discount.empty()) Pair("Odobreni popust " + page_.currency, page_.discount, {kSmall});
     for (const PageSum& sum : page_.sums) {
       Pair(sum.label + " " + page_.currency, sum.amount,
            sum.strong ? TextStyle{kLarge, true} : TextStyle{kSmall});

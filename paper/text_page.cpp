@@ -189,7 +189,7 @@ void AppendSums(const DocumentPage& page, std::string& out) {
   TextGrid grid;
   grid.AddColumn(true);
   grid.AddColumn(false);
-  if (!page.discount.empty()) grid.AddRow({"Odobreni popust", page.discount});
+  if (!page.discount.empty()) grid.AddRow({"Odobreni popust " + page.currency, page.discount});
   for (const PageSum& sum : page.sums) grid.AddRow({sum.label + " " + page.currency, sum.amount});
   out += "\n";
   grid.Append(out);
@@ -202,7 +202,9 @@ std::string TextPage(const DocumentPage& page, const LocaleSettings& locale) {
   std::string out;
   AppendWrapped(page.seller.name, out);
   for (const std::string& line : page.seller.lines) AppendWrapped(line, out);
-  out += "\n" + page.title + " " + page.number + "\n\n";
+  out += "\n";
+  AppendWrapped(page.title + " " + page.number, out);
+  out += "\n";
   AppendFacts(page.facts, out);
   if (!page.partner.name.empty()) {
     out += "\n" + page.partner.heading + "\n";

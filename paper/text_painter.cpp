@@ -72,6 +72,11 @@ TextPainter::TextPainter(const std::string& font) : impl_(std::make_unique<Impl>
   pango_context_set_round_glyph_positions(impl_->context.get(), FALSE);
   impl_->layout.reset(pango_layout_new(impl_->context.get()));
   pango_layout_set_wrap(impl_->layout.get(), PANGO_WRAP_WORD_CHAR);
+  // A word that is broken gets no hyphen, which would look like a part of a code or serial number.
+  PangoAttrList* const attributes = pango_attr_list_new();
+  pango_attr_list_insert(attributes, pango_attr_insert_hyphens_new(FALSE));
+  pango_layout_set_attributes(impl_->layout.get(), attributes);
+  pango_attr_list_unref(attributes);
   impl_->font.reset(pango_font_description_new());
   pango_font_description_set_family(impl_->font.get(), font.c_str());
 }

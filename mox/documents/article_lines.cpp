@@ -200,10 +200,14 @@ RecordSet StockTaken(const DocumentKind& kind, const RecordSet& goods, std::int6
   const auto quantity = goods.FindFieldIndex("kolicina");
   if (kind.stock == StockDirection::kNone || !key || !quantity) return taken;
   const double sign = kind.stock == StockDirection::kIn ? 1 : -1;
+  const auto code = goods.FindFieldIndex("sifra");
   std::map<std::int64_t, double> moved;  // in whole millionths, so that sums are exact
+  std::map<std::int64_t, std::string> codes;
   for (const RecordRow& line : goods.Rows()) {
-    if (!line.IsNull(*key))
-      moved[line.AsInteger(*key)] += sign * static_cast<double>(CountedQuantity(line.AsFloat(*quantity)));
+    if (line.IsNull(*key)) continue;
+    const std::int64_t article = line.AsInteger(*key);
+    moved[article] += sign * static_cast<double>(CountedQuantity(line.AsFloat(*quantity)));
+    if (code && !line.IsNull(*code)) codes[article] = line.AsText(*code);
   }
   for (const auto& [article, millionths] : moved) {
     if (millionths >= 0) continue;
@@ -211,7 +215,7 @@ RecordSet StockTaken(const DocumentKind& kind, const RecordSet& goods, std::int6
         CreateDBDataSet("StanjeSkladista", "adsStanje", {{"skl_id", warehouse}, {"art_id", article}});
     const bool stands = stock && !stock->IsEmpty();
     taken.AppendRecord({article,
-                        stands ? Value(stock->RowAt(0).AsText(*stock->FindFieldIndex("sifra"))) : Value(),
+                        stands ? stock->RowAt(0).AsText(*stock->FindFieldIndex("sifra")) : codes[article],
                         millionths / static_cast<double>(kQuantityScale),
                         stands ? stock->RowAt(0).AsFloat(*stock->FindFieldIndex("kolicina")) : 0.0});
   }

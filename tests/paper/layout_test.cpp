@@ -7,6 +7,7 @@
 
 #include "paper/a4_layout.h"
 #include "paper/esc_pos.h"
+#include "paper/page_tables.h"
 #include "paper/pdf.h"
 #include "paper/slip.h"
 #include "paper/text_painter.h"
@@ -176,8 +177,11 @@ TEST_F(LayoutTest, DrawsCodesThatReadersUnderstand) {
 }
 
 TEST_F(LayoutTest, PrintsSlipsThatAreReadBack) {
-  const DocumentPage page = CodedPage();
+  DocumentPage page = CodedPage();
+  std::string note;  // taller than what is drawn at a time
+  for (int i = 0; i < 700; ++i) note += "bilješka ";
   for (const SlipPaper width : {SlipPaper::k80mm, SlipPaper::k58mm}) {
+    if (width == SlipPaper::k58mm) page.notes.push_back(note);
     const LaidDocument laid = LayOutSlip(page, paper_, painter_, width);
     ExpectInside(laid, "slip");
     const PrintedSlip slip =
@@ -211,6 +215,43 @@ TEST_F(LayoutTest, PrintsSlipsThatAreReadBack) {
   }
 }
 
+// A slip says of a line what the customer pays for one, and what that comes to; whatever is added to the
+// lines stands by itself.
+TEST_F(LayoutTest, SlipsSayWhatIsPaid) {
+  const struct {
+    const char* kind;
+    const char* price;
+    const char* amount;
+  } rows[] = {{"gotovinski-racun", "mpc", "ukupno"}, {"mal-gotovinski-racun", "mpc", "pci"},
+              {"primka-kalkulacija", "fc", "nfci"},  {"meduskladisnica-ulaz", "nc", "nci"},
+              {"pocetno-stanje", "nc", "nci"},       {"razduzenje-otpis", "nc", "nci"},
+              {"izmjena-cijena", "vpc", "vpci"},     {"povratnica-kupca", "pc", "ukupno"}};
+  for (const auto& row : rows) {
+    const std::int64_t id = Store(DocumentKindByName(row.kind), 3);
+    const DocumentPage page = MakePage(id, paper_);
+    const LaidDocument laid = LayOutSlip(page, paper_, painter_, SlipPaper::k80mm);
+    std::vector<std::string> texts;
+    for (const LaidText& text : laid.sheets.front().texts) texts.push_back(text.text);
+    const auto stored = [&](const char* field) {
+      const RecordSet lines = server_.database().Query(
+          "s", ParseColumns("iznos:currency"),
+          "SELECT " + std::string(field) + " FROM dok_stavke WHERE dok_id = :id AND rb = 1", {id});
+      return AmountText(lines.AsCurrency(0), CurrentLocale());
+    };
+    const auto name = std::find_if(texts.begin(), texts.end(),
+                                   [](const std::string& text) { return text.starts_with("Roba-1-"); });
+    ASSERT_LT(name + 2, texts.end()) << row.kind;
+    EXPECT_NE((name + 1)->find(" x " + stored(row.price)), std::string::npos)
+        << row.kind << ": " << *(name + 1);
+    EXPECT_EQ(*(name + 2), stored(row.amount)) << row.kind;
+    for (const PageSum& sum : page.sums) {
+      const auto label = std::find(texts.begin(), texts.end(), sum.label + " " + page.currency);
+      ASSERT_LT(label + 1, texts.end()) << row.kind << ": " << sum.label;
+      EXPECT_EQ(*(label + 1), sum.amount) << row.kind;
+    }
+  }
+}
+
 TEST_F(LayoutTest, TellsWhatCannotBeDrawn) {
   EXPECT_THROW(TextPainter("Nema takvog fonta"), Error);
   EXPECT_THROW(painter_.Measure("\xF3\xB0\x80\x80", {9, false}), Error);  // of no font
@@ -220,6 +261,10 @@ TEST_F(LayoutTest, TellsWhatCannotBeDrawn) {
   const PaperTemplate wide(columns + "\n", "p.txt");
   const DocumentPage wide_page = MakePage(page.id, wide);
   EXPECT_THROW(LayOutA4(wide_page, wide, painter_, CurrentLocale()), Error);
+  std::string footer = "[podnozje]\ntekst =";
+  for (int i = 0; i < 2000; ++i) footer += " podnožje";
+  const PaperTemplate tall(footer + "\n", "p.txt");
+  EXPECT_THROW(LayOutA4(MakePage(page.id, tall), tall, painter_, CurrentLocale()), Error);
   const PaperTemplate logo("[stranica]\nlogo = nema.png\n", "p.txt");
   EXPECT_THROW(LayOutA4(page, logo, painter_, CurrentLocale()), Error);
 }

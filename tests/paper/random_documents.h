@@ -51,7 +51,9 @@ class RandomDocuments : public testing::Test {
       const bool is_long = Between(0, 4) == 0;
       lines.FieldByName("naziv").SetText(
           "Roba-" + std::to_string(line) + "-čćđšž" +
-          (is_long ? std::string(" vrlo duga naziva, koji ne stane u red") : ""));
+          (is_long ? std::string(" vrlo duga naziva, koji ne stane u red, "
+                                 "0123456789012345678901234567890123456789012345678901234567890")
+                   : ""));
       lines.FieldByName("jm").SetText("kom");
       for (std::size_t i = 0; i < lines.FieldCount(); ++i) {
         const FieldDef& field = lines.Definition(i);
