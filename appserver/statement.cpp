@@ -106,10 +106,13 @@ Moment Required(const std::optional<Moment>& moment, const std::string& text) {
   return *moment;
 }
 
-// Some engines put a blank between the day and the time.
-std::string& WithT(std::string& moment) {
+// Some engines put a blank between the day and the time, and leave out what is 0 at the end.
+std::string& AsIso(std::string& moment) {
   constexpr std::size_t kAfterDay = 10;
+  constexpr std::size_t kAfterSeconds = 19;
+  constexpr std::size_t kWithMilliseconds = 23;
   if (moment.size() > kAfterDay && moment[kAfterDay] == ' ') moment[kAfterDay] = 'T';
+  if (moment.size() > kAfterSeconds) moment.resize(kWithMilliseconds, '0');
   return moment;
 }
 
@@ -128,7 +131,7 @@ void WriteField(RecordSet& answer, std::size_t field, ValueSlot& slot) {
     case FieldKind::kDate:
       return answer.SetDate(field, Required(ParseIsoDate(slot.text), slot.text));
     case FieldKind::kDateTime:
-      return answer.SetDateTime(field, Required(ParseIsoDateTime(WithT(slot.text)), slot.text));
+      return answer.SetDateTime(field, Required(ParseIsoDateTime(AsIso(slot.text)), slot.text));
     case FieldKind::kBinary:
       return answer.SetText(field, BytesOf(slot));
   }
