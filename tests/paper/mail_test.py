@@ -8,8 +8,8 @@ server.
 """
 
 import asyncio
-import atexit
 import concurrent.futures
+import contextlib
 import csv
 import email
 import email.policy
@@ -179,7 +179,7 @@ def account(url, *words, stdin=None):
     expect("account", result.returncode == 0, result.stderr)
 
 
-def prepare():
+def prepare(stack):
     address = "t.db"
     if "--postgresql" in HOW:
         folder = Path(os.environ["MOX_TEST_POSTGRESQL"]).read_text().strip()
@@ -190,7 +190,7 @@ def prepare():
         from running_server import PASSWORD, Server as CompanyServer
         server = CompanyServer(HOW[1], HOW[2], os.getcwd(), {"posta": os.path.abspath(address)})
         COMPANY[:] = ["--server", server.address("posta")]
-        atexit.register(server.end)
+        stack.callback(server.end)
         subprocess.run([MOX, "login", server.address(), "--user", "ana", "--ca", "certificate.pem"], input=PASSWORD + "\n",
                        text=True, check=True, capture_output=True)
     Path("u.csv").write_text("naziv,kolicina,pc,rbp1,tbr_stp\nRad čašćenja,2,10,5,25\n")
@@ -422,9 +422,9 @@ def check_unsent():
 
 
 def main():
-    with tempfile.TemporaryDirectory() as folder:
+    with tempfile.TemporaryDirectory() as folder, contextlib.ExitStack() as stack:
         os.chdir(folder)
-        prepare()
+        prepare(stack)
         handler = Handler()
         with Server(handler) as server:
             check_unsent()
