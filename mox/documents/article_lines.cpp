@@ -214,8 +214,10 @@ RecordSet StockTaken(const DocumentKind& kind, const RecordSet& goods, std::int6
     const std::optional<RecordSet> stock =
         CreateDBDataSet("StanjeSkladista", "adsStanje", {{"skl_id", warehouse}, {"art_id", article}});
     const bool stands = stock && !stock->IsEmpty();
+    const std::string& named = codes[article];
+    const Value unmoved = named.empty() ? Value() : Value(named);
     taken.AppendRecord({article,
-                        stands ? stock->RowAt(0).AsText(*stock->FindFieldIndex("sifra")) : codes[article],
+                        stands ? Value(stock->RowAt(0).AsText(*stock->FindFieldIndex("sifra"))) : unmoved,
                         millionths / static_cast<double>(kQuantityScale),
                         stands ? stock->RowAt(0).AsFloat(*stock->FindFieldIndex("kolicina")) : 0.0});
   }
