@@ -10,6 +10,7 @@
 #include "appserver/row_uses.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
+#include "mox/foundation/visible_text.h"
 
 // Storing rows of codebooks and taking them away.
 
@@ -18,8 +19,6 @@ namespace {
 
 constexpr std::size_t kShownUsers = 3;
 constexpr int kRefreshed = 2000;  // rows taken into an index by one transaction
-
-std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 
 // Statements that are run for many rows, each prepared once.
 class Statements {
@@ -318,14 +317,14 @@ class CodebookWriter {
       column = check.column();
       named = rows_.TextOf(rows_.shape().IndexOf(column));
     }
-    rows_.Refuse(column, Quoted(named) + " is that of row " + std::to_string(first->second) + ", too");
+    rows_.Refuse(column, InQuotes(named) + " is that of row " + std::to_string(first->second) + ", too");
   }
 
   // What was read must still be what is stored.
   void CheckVersion(std::optional<std::int64_t> id) {
     const std::string version = rows_.Version();
     if (TrimBlanks(version).empty()) return;
-    const std::string key = Quoted(rows_.Key());
+    const std::string key = InQuotes(rows_.Key());
     if (!id) rows_.Refuse(codebook_.key.front(), key + " was taken away since it was read");
     const RecordSet stored = rows_.Stored(*id);
     if (stored.AsText(rows_.shape().fields.size()) == version) return;
@@ -333,7 +332,7 @@ class CodebookWriter {
     for (std::size_t i = 0; i < rows_.shape().fields.size(); ++i) {
       if (!rows_.IsGiven(i) || rows_.ValueOf(i) == stored.AsVariant(i)) continue;
       both += (both.empty() ? " " : ", ") + rows_.shape().fields[i].name + " stored " +
-              Quoted(stored.AsText(i)) + ", sent " + Quoted(rows_.TextOf(i));
+              InQuotes(stored.AsText(i)) + ", sent " + InQuotes(rows_.TextOf(i));
     }
     rows_.Refuse(codebook_.key.front(), key + " was changed by somebody else since it was read:" +
                                             (both.empty() ? " in columns that were not sent" : both));
@@ -343,7 +342,7 @@ class CodebookWriter {
     for (UniqueCheck& check : unique_) {
       const std::string text = rows_.TextOf(rows_.shape().IndexOf(check.column()));
       if (const auto other = check.Find(text, own_id))
-        rows_.Refuse(check.column(), Quoted(text) + ' ' + check.Refusal(*other) + SentRow(*other));
+        rows_.Refuse(check.column(), InQuotes(text) + ' ' + check.Refusal(*other) + SentRow(*other));
     }
   }
 
@@ -389,10 +388,10 @@ class CodebookWriter {
     const auto* const text = std::get_if<std::string>(&value);
     if (text != nullptr && field.size > 0 && CountCharacters(*text) > field.size) {
       rows_.Refuse(field.name,
-                   Quoted(*text) + " is longer than " + std::to_string(field.size) + " characters");
+                   InQuotes(*text) + " is longer than " + std::to_string(field.size) + " characters");
     }
     if (const std::string fault = FaultOf(rule.check, value); !fault.empty()) {
-      rows_.Refuse(field.name, Quoted(PlainText(value)) + ": " + fault);
+      rows_.Refuse(field.name, InQuotes(PlainText(value)) + ": " + fault);
     }
   }
 
@@ -445,7 +444,7 @@ std::string NameOfRow(Database& database, const std::string& table, std::int64_t
     RecordSet row = EmptyAnswer(shape);
     AppendRows(database, shape, "WHERE t.id = :id", std::vector<Value>{id}, row);
     row.First();
-    return Quoted(KeyOf(shape, row));
+    return InQuotes(KeyOf(shape, row));
   }
   std::string document_key = table == "dok" ? "id" : "";
   for (const Reference& reference : database.References(table)) {
@@ -491,9 +490,9 @@ void DeleteRows(Database& database, const Codebook& codebook, const RecordSet& r
   CodebookRows rows(database, codebook, records);
   rows.ForEach([&] {
     const auto id = rows.FindByKey();
-    if (!id) rows.Refuse(codebook.key.front(), "there is no " + Quoted(rows.Key()));
+    if (!id) rows.Refuse(codebook.key.front(), "there is no " + InQuotes(rows.Key()));
     const std::string users = UsersOf(database, codebook.table, *id);
-    if (!users.empty()) rows.Refuse(codebook.key.front(), Quoted(rows.Key()) + " is used by " + users);
+    if (!users.empty()) rows.Refuse(codebook.key.front(), InQuotes(rows.Key()) + " is used by " + users);
     database.Execute("DELETE FROM " + std::string(codebook.table) + " WHERE id = :id", {*id});
   });
 }

@@ -10,6 +10,7 @@
 #include "mox/foundation/secrets.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
+#include "mox/foundation/visible_text.h"
 
 namespace mox {
 namespace {
@@ -20,8 +21,6 @@ constexpr std::string_view kAccountGroup = "e-račun";
 
 // What documents that leave the house say of the company.
 constexpr std::string_view kNames[] = {"NazivPoduzeca", "OIBPoduzeca", "AdresaPoduzeca", "MjestoPoduzeca"};
-
-std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 
 // --- what a value must be ---
 
@@ -41,7 +40,7 @@ std::string WholeFault(std::string_view value, std::int64_t least, std::int64_t 
   } catch (const Error&) {
     // said below
   }
-  return Quoted(value) + " is not a whole number from " + std::to_string(least) + " to " +
+  return InQuotes(value) + " is not a whole number from " + std::to_string(least) + " to " +
          std::to_string(most);
 }
 
@@ -55,16 +54,16 @@ std::string FactorFault(std::string_view value) {
   } catch (const Error&) {
     // said below
   }
-  return Quoted(value) + " is not a number above 0 with a decimal point";
+  return InQuotes(value) + " is not a number above 0 with a decimal point";
 }
 
 std::string ReferenceFault(std::string_view value) {
-  return value == "OIB" || value == "BROJ" ? std::string() : Quoted(value) + " is neither OIB nor BROJ";
+  return value == "OIB" || value == "BROJ" ? std::string() : InQuotes(value) + " is neither OIB nor BROJ";
 }
 
 std::string FlagFault(std::string_view value) {
   return SameName(value, "true") || SameName(value, "false") ? std::string()
-                                                             : Quoted(value) + " is neither true nor false";
+                                                             : InQuotes(value) + " is neither true nor false";
 }
 
 constexpr CompanyParameter kParameters[] = {
@@ -137,7 +136,7 @@ std::int64_t RequireIbanRow(Database& database, const std::string& iban) {
 Value FindNamed(Database& database, std::string_view what, const std::string& sql, std::string_view text) {
   if (TrimBlanks(text).empty()) return {};
   if (const auto id = FindId(database, sql, FoldKey(text))) return *id;
-  throw Error("there is no " + std::string(what) + " " + Quoted(text));
+  throw Error("there is no " + std::string(what) + " " + InQuotes(text));
 }
 
 }  // namespace
@@ -284,7 +283,7 @@ std::string NormalIban(std::string_view text) {
   if (iban.starts_with("IBAN")) iban.erase(0, 4);
   constexpr std::size_t kLongest = 34;
   if (iban.size() > kLongest || !CheckIBANvalidity(iban))
-    throw Error("the IBAN " + Quoted(text) + " is not valid");
+    throw Error("the IBAN " + InQuotes(text) + " is not valid");
   return iban;
 }
 
@@ -320,7 +319,7 @@ void RemoveCompanyIban(Database& database, std::string_view text) {
     throw Error(iban +
                 " is the main account; make another one the main one first: mox company iban main IBAN");
   }
-  if (!row.IsNull(1)) throw Error(iban + " is used by the payment slip " + Quoted(row.AsText(1)));
+  if (!row.IsNull(1)) throw Error(iban + " is used by the payment slip " + InQuotes(row.AsText(1)));
   database.Execute("DELETE FROM poduzece_ibani WHERE id = :id", {id});
 }
 

@@ -5,13 +5,10 @@
 #include "appserver/declared_inputs.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
+#include "mox/foundation/visible_text.h"
 
 namespace mox {
-namespace {
-
-std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
-
-}  // namespace
+namespace {}  // namespace
 
 ServiceInputs::ServiceInputs(std::string_view declared, const TAstaParamList& request,
                              const CompanyData& company)
@@ -22,24 +19,24 @@ ServiceInputs::ServiceInputs(std::string_view declared, const TAstaParamList& re
     try {
       if (given != nullptr) value = ConvertTo(input.kind, given->AsVariant());
     } catch (const Error& error) {
-      throw Error("input " + Quoted(input.name) + ": " + error.what());
+      throw Error("input " + InQuotes(input.name) + ": " + error.what());
     }
     if (!input.may_be_left_out && std::holds_alternative<std::monostate>(value)) {
-      throw Error("input " + Quoted(input.name) + " is missing");
+      throw Error("input " + InQuotes(input.name) + " is missing");
     }
     inputs_.push_back({input.name, input.kind, std::move(value)});
   }
   for (std::size_t i = 0; i < request.Count(); ++i) {
     const std::string& name = request[i].Name();
     Find(name);
-    if (request.FindParam(name) != &request[i]) throw Error("input " + Quoted(name) + " is given twice");
+    if (request.FindParam(name) != &request[i]) throw Error("input " + InQuotes(name) + " is given twice");
   }
 }
 
 const ServiceInputs::Input& ServiceInputs::Find(std::string_view name) const {
   const auto same = [name](const Input& input) { return SameName(input.name, name); };
   const auto found = std::find_if(inputs_.begin(), inputs_.end(), same);
-  if (found == inputs_.end()) throw Error("there is no input " + Quoted(name));
+  if (found == inputs_.end()) throw Error("there is no input " + InQuotes(name));
   return *found;
 }
 

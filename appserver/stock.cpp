@@ -11,6 +11,7 @@
 #include "appserver/fold.h"
 #include "mox/documents/quantity.h"
 #include "mox/foundation/text.h"
+#include "mox/foundation/visible_text.h"
 
 namespace mox {
 namespace {
@@ -59,8 +60,6 @@ WriteRefused RefusedLine(std::size_t row, std::string field, std::string message
   return WriteRefused({"", "Stavke", row, std::move(field), std::move(message)});
 }
 
-std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
-
 }  // namespace
 
 LineArticles::LineArticles(Database& database, const RecordSet* goods) {
@@ -82,14 +81,14 @@ LineArticles::LineArticles(Database& database, const RecordSet* goods) {
     if (!codes) codes.emplace(database, goods->RowCount());
     const std::optional<std::int64_t> found = codes->Find(text);
     if (found && has_key && *found != line.AsInteger(*key)) {
-      throw RefusedLine(row, "sifra", Quoted(text) + " is not the code of article " + line.AsText(*key));
+      throw RefusedLine(row, "sifra", InQuotes(text) + " is not the code of article " + line.AsText(*key));
     }
     if (found) {
       lines_.push_back({row, *found, !has_key});
     } else if (has_key) {
-      throw RefusedLine(row, "sifra", Quoted(text) + " is not the code of article " + line.AsText(*key));
+      throw RefusedLine(row, "sifra", InQuotes(text) + " is not the code of article " + line.AsText(*key));
     } else if (!unknown_) {
-      unknown_ = {"", "Stavke", row, "sifra", "no article has the code " + Quoted(text)};
+      unknown_ = {"", "Stavke", row, "sifra", "no article has the code " + InQuotes(text)};
     }
   }
 }

@@ -1,6 +1,3 @@
-#include <termios.h>
-#include <unistd.h>
-
 #include <filesystem>
 #include <istream>
 #include <memory>
@@ -11,6 +8,7 @@
 #include "cli/options.h"
 #include "cli/progress_bar.h"
 #include "cli/secret_input.h"
+#include "connect/hidden_input.h"
 #include "connect/login_store.h"
 #include "connect/open_company.h"
 #include "connect/server_connection.h"
@@ -33,25 +31,6 @@ ServerAddress AddressArgument(const std::string& text) {
     throw UsageError("\"" + text + "\": " + error.what());
   }
 }
-
-// Nobody sees what is typed as long as this lives.
-class HiddenInput {
- public:
-  HiddenInput() : changed_(::tcgetattr(STDIN_FILENO, &before_) == 0) {
-    termios hidden = before_;
-    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    if (changed_) ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
-  }
-  ~HiddenInput() {
-    if (changed_) ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_);
-  }
-  HiddenInput(const HiddenInput&) = delete;
-  HiddenInput& operator=(const HiddenInput&) = delete;
-
- private:
-  termios before_{};
-  bool changed_;
-};
 
 // The first line of the file, of standard input, or what is typed at a terminal.
 std::string ReadPassword(const LoginArguments& arguments, Session& session) {

@@ -1,13 +1,12 @@
 #include "cli/secret_input.h"
 
 #include "cli/record_set_file.h"
+#include "connect/hidden_input.h"
 
 namespace mox {
 
 std::string ReadSecret(const std::string& path, Session& session) {
-  const std::string bytes = ReadFileText(path, session.in).bytes;
-  std::string secret = bytes.substr(0, bytes.find('\n'));
-  if (secret.ends_with('\r')) secret.pop_back();
+  std::string secret = FirstLine(ReadFileText(path, session.in).bytes);
   session.secrets.Add(secret);
   return secret;
 }

@@ -25,12 +25,14 @@ bool IsPort(std::string_view port) {
          std::all_of(port.begin(), port.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-bool IsCompany(std::string_view name) {
-  constexpr std::string_view kAllowed = "abcdefghijklmnopqrstuvwxyz0123456789-_";
-  return name.size() <= kLongestCompany && name.find_first_not_of(kAllowed) == std::string_view::npos;
-}
-
 }  // namespace
+
+bool IsCompanyName(std::string_view name) {
+  const auto is_allowed = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
+  };
+  return !name.empty() && name.size() <= kLongestCompany && std::all_of(name.begin(), name.end(), is_allowed);
+}
 
 ServerAddress ServerAddress::Parse(std::string_view text) {
   const std::string folded = FoldCase(text);
@@ -50,9 +52,7 @@ ServerAddress ServerAddress::Parse(std::string_view text) {
   if (!IsHost(host) || !IsPort(port.substr(1))) {
     throw Error("the address of a server is https://HOST, or https://HOST:PORT where its port is not 443");
   }
-  if (!IsCompany(company)) {
-    throw Error("the name of a company on a server has 1 to 48 letters a to z, digits, '-' and '_'");
-  }
+  if (!company.empty() && !IsCompanyName(company)) throw Error(std::string(kCompanyNameRule));
   const std::string_view shown_port = port == kUsualPort ? std::string_view() : port;
   return {std::string(kScheme) + std::string(host) + std::string(shown_port), std::string(company)};
 }

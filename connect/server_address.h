@@ -5,6 +5,11 @@
 
 namespace mox {
 
+/// Whether a company on a server may have this name, and what people are told where it may not.
+bool IsCompanyName(std::string_view name);
+inline constexpr std::string_view kCompanyNameRule =
+    "the name of a company on a server has 1 to 48 letters a to z, digits, '-' and '_'";
+
 /// Where an application server is, and which of its companies is meant: "https://HOST:PORT/COMPANY".
 struct ServerAddress {
   std::string

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 
+#include "connect/server_address.h"
 #include "connect/wire.h"
 #include "connect/zstd_text.h"
 #include "fuzz/fuzz_target.h"

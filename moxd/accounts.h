@@ -142,7 +142,7 @@ class Accounts {
   /// Answers how many there were.
   std::int64_t RevokeTokensOf(std::string_view user);
 
-  /// A name has 1 to 48 letters a to z, digits, '-' and '_', since it stands in addresses of requests.
+  /// A name is one that IsCompanyName() takes, since it stands in addresses of requests.
   /// An address is a file's path or that of a database: what DatabaseLocation takes.
   void AddCompany(std::string_view name, std::string_view address);
   /// Adds those that are new and gives the others their addresses, all or none; others stay as they are.

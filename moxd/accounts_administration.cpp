@@ -4,6 +4,7 @@
 
 #include "appserver/fold.h"
 #include "mox/foundation/text.h"
+#include "mox/foundation/visible_text.h"
 #include "moxd/accounts_internal.h"
 
 namespace mox {
@@ -22,7 +23,7 @@ void RequirePassword(std::string_view password) {
 
 std::int64_t RequireAccount(Database& database, std::string_view name) {
   const auto id = FindAccount(database, name);
-  if (!id) throw Error("there is no user " + Quoted(name));
+  if (!id) throw Error("there is no user " + InQuotes(name));
   return *id;
 }
 
@@ -55,7 +56,7 @@ std::string FreeCodeOf(Database& database, std::string_view name) {
 
 void RequireFree(Database& database, std::string_view code) {
   if (const auto user = UserOfCode(database, code))
-    throw Error("the code " + Quoted(code) + " is that of the user " + Quoted(*user));
+    throw Error("the code " + InQuotes(code) + " is that of the user " + InQuotes(*user));
 }
 
 std::int64_t EndTokens(Database& database, std::int64_t account) {
@@ -72,7 +73,7 @@ std::string Accounts::AddUser(std::string_view name, std::string_view password, 
   if (!code.empty()) RequireText("the code", code, kLongestCode);
   const std::string kept = HashPassword(password, state_->Cost());
   return state_->Write([&](Database& database) {
-    if (FindAccount(database, name)) throw Error("there is a user " + Quoted(name) + " already");
+    if (FindAccount(database, name)) throw Error("there is a user " + InQuotes(name) + " already");
     if (!code.empty()) RequireFree(database, code);
     const std::string own = code.empty() ? FreeCodeOf(database, name) : std::string(code);
     database.Execute(

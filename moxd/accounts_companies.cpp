@@ -1,39 +1,32 @@
 #include <algorithm>
 
+#include "connect/server_address.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
 #include "moxd/accounts_internal.h"
 
 namespace mox {
 
-std::string Quoted(std::string_view text) { return '"' + VisibleMessage(text) + '"'; }
-
 void RequireText(std::string_view what, std::string_view text, std::size_t longest) {
   const bool plain = !text.empty() && TrimBlanks(text) == text && VisibleText(text) == text;
   if (plain && CountCharacters(text) <= longest) return;
-  throw Error(std::string(what) + " " + Quoted(text) + " does not have 1 to " + std::to_string(longest) +
+  throw Error(std::string(what) + " " + InQuotes(text) + " does not have 1 to " + std::to_string(longest) +
               " characters without control characters and blanks at its ends");
 }
 
 std::int64_t RequireCompany(Database& database, std::string_view name) {
   const auto id = FindCompany(database, name);
-  if (!id) throw Error("there is no company " + Quoted(name));
+  if (!id) throw Error("there is no company " + InQuotes(name));
   return *id;
 }
 
 namespace {
 
-constexpr std::size_t kLongestCompany = 48;
 constexpr std::size_t kLongestAddress = 1000;
 
 void RequireCompanyName(std::string_view name) {
-  const auto allowed = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
-  };
-  if (!name.empty() && name.size() <= kLongestCompany && std::all_of(name.begin(), name.end(), allowed))
-    return;
-  throw Error("the company " + Quoted(name) + " does not have 1 to " + std::to_string(kLongestCompany) +
-              " letters a to z, digits, '-' and '_'");
+  if (IsCompanyName(name)) return;
+  throw Error(InQuotes(name) + ": " + std::string(kCompanyNameRule));
 }
 
 void RequireAddress(std::string_view address) {
@@ -61,7 +54,7 @@ std::optional<MoveInfo> FindMove(Database& database, std::int64_t company) {
 
 void RequireAtRest(Database& database, std::int64_t company, std::string_view name) {
   if (const auto move = FindMove(database, company)) {
-    throw Error("the company " + Quoted(name) + " is being moved to " +
+    throw Error("the company " + InQuotes(name) + " is being moved to " +
                 DatabaseLocation(move->to).ToString() + "; moxd company move ends that, or takes it back");
   }
 }
@@ -87,7 +80,7 @@ void Insert(Database& database, std::string_view name, std::string_view address)
 void Accounts::AddCompany(std::string_view name, std::string_view address) {
   RequireCompany({std::string(name), std::string(address)});
   state_->Write([&](Database& database) {
-    if (FindCompany(database, name)) throw Error("there is a company " + Quoted(name) + " already");
+    if (FindCompany(database, name)) throw Error("there is a company " + InQuotes(name) + " already");
     Insert(database, name, address);
   });
 }

@@ -59,8 +59,6 @@ std::optional<std::int64_t> FindCompany(Database& database, std::string_view nam
 /// The same; raises Error where there is none.
 std::int64_t RequireCompany(Database& database, std::string_view name);
 
-/// In quotes, as people may see it.
-std::string Quoted(std::string_view text);
 /// Raises Error for a text that is empty, too long, or not as people see it, since names stand in logs and on
 /// screens.
 void RequireText(std::string_view what, std::string_view text, std::size_t longest);

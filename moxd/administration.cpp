@@ -8,6 +8,7 @@
 #include <span>
 
 #include "appserver/database.h"
+#include "connect/hidden_input.h"
 #include "mox/foundation/dates.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
@@ -15,7 +16,6 @@
 #include "moxd/accounts.h"
 #include "moxd/administration_internal.h"
 #include "moxd/companies_administration.h"
-#include "moxd/hidden_input.h"
 
 namespace mox {
 namespace {
@@ -61,12 +61,6 @@ std::string Moment(UnixSeconds seconds) {
 
 constexpr const char* kPasswordFile = "--password-file";
 
-std::string FirstLine(std::string_view text) {
-  std::string line(text.substr(0, text.find('\n')));
-  if (line.ends_with('\r')) line.pop_back();
-  return line;
-}
-
 std::string ReadPassword(Call& call) {
   if (call.options.contains(kPasswordFile)) return FirstLine(ReadWholeFile(call.Option(kPasswordFile)));
   std::string password;
@@ -89,7 +83,10 @@ std::string ReadPassword(Call& call) {
 
 // --- the commands ---
 
-void AddUser(Call& call) { call.accounts.AddUser(call.words[0], ReadPassword(call), call.Option("--code")); }
+void AddUser(Call& call) {
+  const std::string code = call.accounts.AddUser(call.words[0], ReadPassword(call), call.Option("--code"));
+  call.streams.out << "the code in documents is " << code << '\n';
+}
 
 void ChangePassword(Call& call) { call.accounts.SetPassword(call.words[0], ReadPassword(call)); }
 void Disable(Call& call) { call.accounts.SetDisabled(call.words[0], true); }
@@ -107,7 +104,7 @@ void Grant(Call& call) {
   std::vector<const Role*> roles;
   for (auto word = call.words.begin() + 2; word != call.words.end(); ++word) {
     const Role* const role = FindRole(*word);
-    if (role == nullptr) throw Error("there is no role \"" + VisibleMessage(*word) + '"');
+    if (role == nullptr) throw Error("there is no role " + InQuotes(*word));
     roles.push_back(role);
   }
   call.accounts.Grant(call.words[0], call.words[1], roles);

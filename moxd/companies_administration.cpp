@@ -1,6 +1,7 @@
 #include "moxd/companies_administration.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <istream>
 #include <iterator>
 #include <set>
@@ -8,11 +9,23 @@
 #include "appserver/fold.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
+#include "mox/foundation/visible_text.h"
 #include "moxd/accounts_internal.h"
 #include "moxd/move_company.h"
 
 namespace mox {
 namespace {
+
+// The server finds a file wherever it is started itself. Raises Error for a file that is not there, and for
+// no address.
+std::string AddressOf(std::string_view text) {
+  if (text.empty() || !DatabaseLocation(text).IsFile()) return std::string(text);
+  const std::filesystem::path file = std::filesystem::absolute(text).lexically_normal();
+  std::error_code failed;
+  if (std::filesystem::is_regular_file(file, failed)) return file.string();
+  throw Error(InQuotes(file.string()) +
+              ": there is no such file; mox db init makes the database of a company");
+}
 
 // "NAME = ADDRESS" lines; empty ones and those that begin with '#' say nothing. Raises Error with all that is
 // wrong, a line each.
@@ -29,9 +42,11 @@ std::vector<CompanyInfo> ReadCompanies(std::string_view text, const std::string&
     CompanyInfo company{std::string(TrimBlanks(line.substr(0, equals))),
                         std::string(TrimBlanks(line.substr(std::min(equals + 1, line.size()))))};
     try {
-      if (equals == line.size()) throw Error(Quoted(line) + " is not NAME = ADDRESS");
+      if (equals == line.size()) throw Error(InQuotes(line) + " is not NAME = ADDRESS");
       RequireCompany(company);
-      if (!names.insert(FoldKey(company.name)).second) throw Error(Quoted(company.name) + " is there twice");
+      company.address = AddressOf(company.address);
+      if (!names.insert(FoldKey(company.name)).second)
+        throw Error(InQuotes(company.name) + " is there twice");
       companies.push_back(std::move(company));
     } catch (const Error& error) {
       faults.append(faults.empty() ? "" : "\nmoxd: ").append(label).append(":");
@@ -44,8 +59,12 @@ std::vector<CompanyInfo> ReadCompanies(std::string_view text, const std::string&
 
 }  // namespace
 
-void AddCompany(AdministrationCall& call) { call.accounts.AddCompany(call.words[0], call.words[1]); }
-void ChangeAddress(AdministrationCall& call) { call.accounts.SetAddress(call.words[0], call.words[1]); }
+void AddCompany(AdministrationCall& call) {
+  call.accounts.AddCompany(call.words[0], AddressOf(call.words[1]));
+}
+void ChangeAddress(AdministrationCall& call) {
+  call.accounts.SetAddress(call.words[0], AddressOf(call.words[1]));
+}
 void RemoveCompany(AdministrationCall& call) { call.accounts.RemoveCompany(call.words[0]); }
 
 void ListCompanies(AdministrationCall& call) {
@@ -76,7 +95,7 @@ void MoveCompany(AdministrationCall& call) {
     if (call.words.size() > 1) throw Error("--back takes a move back, wherever it goes to");
     return TakeMoveBack(call.accounts, company, wish, tell);
   }
-  if (call.words.size() < 2) throw Error("where is " + Quoted(company) + " to be moved to?");
+  if (call.words.size() < 2) throw Error("where is " + InQuotes(company) + " to be moved to?");
   MoveCompanyTo(call.accounts, company, call.words[1], wish, tell);
 }
 

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "connect/server_address.h"
 #include "connect/wire.h"
 #include "mox/foundation/error.h"
 
@@ -11,7 +12,7 @@ namespace {
 
 constexpr ErrorCode kErrorCodes[] = {
     {"bad_request", 400, "the request is no HTTP/1.1 that this server reads"},
-    {"bad_company", 400, "a company's name has 1 to 48 letters a to z, digits, '-' and '_'"},
+    {"bad_company", 400, kCompanyNameRule},
     {"bad_body", 400, "the body is not the text form of a parameter list"},
     {"bad_parameter", 400, "a company parameter of the request is not NAME=VALUE"},
     {"not_logged_in", 401, "the token does not exist, has expired or was revoked: log in"},

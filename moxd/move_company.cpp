@@ -36,7 +36,7 @@ void MoveCompanyTo(Accounts& accounts, const std::string& company, const std::st
                    const MoveWish& wish, const CompanyMove::Tell& tell) {
   auto move = accounts.MoveOf(company);
   if (move && move->to != address) {
-    throw Error("the company \"" + VisibleMessage(company) + "\" is being moved to " +
+    throw Error("the company " + InQuotes(company) + " is being moved to " +
                 DatabaseLocation(move->to).ToString() + "; end that, or take it back with --back");
   }
   if (!move) {
@@ -56,7 +56,7 @@ void MoveCompanyTo(Accounts& accounts, const std::string& company, const std::st
 void TakeMoveBack(Accounts& accounts, const std::string& company, const MoveWish& wish,
                   const CompanyMove::Tell& tell) {
   const auto move = accounts.MoveOf(company);
-  if (!move) throw Error("the company \"" + VisibleMessage(company) + "\" is not being moved");
+  if (!move) throw Error("the company " + InQuotes(company) + " is not being moved");
   CompanyMove(PlanOf(*move, wish), tell).TakeBack();
   accounts.EndMove(company);
 }

@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <optional>
 
+#include "connect/server_address.h"
 #include "connect/wire.h"
 #include "mox/foundation/text.h"
 
 namespace mox {
 namespace {
 
-constexpr std::size_t kLongestName = 48;
 constexpr std::size_t kLongestService = 200;
 
 // What stands before the next '/', which is taken away.
@@ -21,13 +21,6 @@ std::string_view TakePart(std::string_view& rest) {
 }
 
 }  // namespace
-
-bool IsCompanyName(std::string_view name) {
-  const auto is_allowed = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
-  };
-  return !name.empty() && name.size() <= kLongestName && std::all_of(name.begin(), name.end(), is_allowed);
-}
 
 const char* FaultOfTarget(std::string_view target, RequestRoute& route) {
   constexpr std::string_view kRoot = "/v1/";

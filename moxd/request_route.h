@@ -19,7 +19,4 @@ struct RequestRoute {
 /// has is refused, also by its code.
 const char* FaultOfTarget(std::string_view target, RequestRoute& route);
 
-/// Whether a company may have this name: 1 to 48 letters a to z, digits, '-' and '_'.
-bool IsCompanyName(std::string_view name);
-
 }  // namespace mox

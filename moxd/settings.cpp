@@ -9,11 +9,10 @@
 #include <utility>
 
 #include "mox/foundation/text.h"
+#include "mox/foundation/visible_text.h"
 
 namespace mox {
 namespace {
-
-std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 
 std::optional<std::uint64_t> WholeNumber(std::string_view text) {
   constexpr std::size_t kMostDigits = 15;
@@ -45,7 +44,7 @@ template <auto Member, Range kRange>
 std::string SetNumber(ServerSettings& settings, std::string_view value) {
   const auto number = WholeNumber(value);
   if (!number || *number < kRange.least || *number > kRange.most) {
-    return Quoted(value) + " is not a whole number from " + std::to_string(kRange.least) + " to " +
+    return InQuotes(value) + " is not a whole number from " + std::to_string(kRange.least) + " to " +
            std::to_string(kRange.most);
   }
   Member(settings) = static_cast<std::remove_reference_t<decltype(Member(settings))>>(*number);
@@ -56,7 +55,7 @@ template <auto Member, Range kRange>
 std::string SetBytes(ServerSettings& settings, std::string_view value) {
   const auto bytes = Bytes(value);
   if (!bytes || *bytes < kRange.least || *bytes > kRange.most) {
-    return Quoted(value) + " is not a number of bytes (1024, 64 KB, 64 MB) from " +
+    return InQuotes(value) + " is not a number of bytes (1024, 64 KB, 64 MB) from " +
            std::to_string(kRange.least) + " to " + std::to_string(kRange.most);
   }
   Member(settings) = static_cast<std::size_t>(*bytes);
@@ -85,7 +84,7 @@ bool IsAddress(std::string_view text) {
 std::string SetListen(ServerSettings& settings, std::string_view value) {
   settings.listen = value;
   return IsAddress(value) ? ""
-                          : Quoted(value) + " is not an address and port such as 0.0.0.0:8443 or [::]:8443";
+                          : InQuotes(value) + " is not an address and port such as 0.0.0.0:8443 or [::]:8443";
 }
 
 std::string SetOperations(ServerSettings& settings, std::string_view value) {
@@ -93,7 +92,7 @@ std::string SetOperations(ServerSettings& settings, std::string_view value) {
   const bool is_loopback = value.starts_with("127.") || value.starts_with("[::1]:");
   return IsAddress(value) && is_loopback
              ? ""
-             : Quoted(value) + " is not a loopback address and port such as 127.0.0.1:9443";
+             : InQuotes(value) + " is not a loopback address and port such as 127.0.0.1:9443";
 }
 
 // The members that settings fill.
@@ -212,7 +211,7 @@ class Reader {
     if (line.starts_with('[')) return ReadSection(line);
     const std::size_t equals = line.find('=');
     if (equals == std::string_view::npos)
-      return Fault(Quoted(line) + " is neither [SECTION] nor KEY = VALUE");
+      return Fault(InQuotes(line) + " is neither [SECTION] nor KEY = VALUE");
     ReadSetting(TrimBlanks(line.substr(0, equals)), TrimBlanks(line.substr(equals + 1)));
   }
 
@@ -220,7 +219,7 @@ class Reader {
     section_ = line.ends_with(']') ? TrimBlanks(line.substr(1, line.size() - 2)) : line;
     const auto same = [this](const Setting& known) { return known.section == section_; };
     known_section_ = std::any_of(std::begin(kSettings), std::end(kSettings), same);
-    if (!known_section_) Fault("there is no section " + Quoted(section_));
+    if (!known_section_) Fault("there is no section " + InQuotes(section_));
   }
 
   void ReadSetting(std::string_view key, std::string_view value) {
@@ -229,7 +228,7 @@ class Reader {
       return;
     }
     const Setting* const known = FindSetting(section_, key);
-    if (known == nullptr) return Fault("section " + section_ + " has no setting " + Quoted(key));
+    if (known == nullptr) return Fault("section " + section_ + " has no setting " + InQuotes(key));
     if (!given_.insert(section_ + "." + std::string(key)).second)
       return Fault(std::string(key) + " is given twice");
     if (value.empty()) return Fault(std::string(key) + " is empty");

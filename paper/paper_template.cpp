@@ -20,8 +20,6 @@ constexpr std::array<std::string_view, 7> kPlaceholders = {"naslov", "broj",  "d
 constexpr std::string_view kServices = ".usluge";
 constexpr std::string_view kWithoutTax = ".bez_poreza";
 
-std::string Quoted(std::string_view text) { return '"' + VisibleText(text) + '"'; }
-
 bool IsKind(std::string_view name) { return FindDocumentKind(name) != nullptr; }
 
 // --- what a value must be: empty where it is ---
@@ -41,7 +39,7 @@ std::string TextFault(std::string_view value) {
 }
 
 std::string YesFault(std::string_view value) {
-  return value == "da" || value == "ne" ? std::string() : Quoted(value) + " is neither da nor ne";
+  return value == "da" || value == "ne" ? std::string() : InQuotes(value) + " is neither da nor ne";
 }
 
 template <int kLeast, int kMost>
@@ -52,18 +50,18 @@ std::string NumberFault(std::string_view value) {
   } catch (const Error&) {
     // said below
   }
-  return Quoted(value) + " is not a number from " + std::to_string(kLeast) + " to " + std::to_string(kMost);
+  return InQuotes(value) + " is not a number from " + std::to_string(kLeast) + " to " + std::to_string(kMost);
 }
 
 std::string ColumnsFault(std::string_view value) {
   std::vector<std::string_view> names = SplitNames(value);
   if (names.empty()) return "there are no columns";
   for (const std::string_view name : names) {
-    if (FindPageColumn(name) == nullptr) return "there is no column " + Quoted(name);
+    if (FindPageColumn(name) == nullptr) return "there is no column " + InQuotes(name);
   }
   std::sort(names.begin(), names.end());
   const auto twice = std::adjacent_find(names.begin(), names.end());
-  return twice == names.end() ? std::string() : "the column " + Quoted(*twice) + " stands twice";
+  return twice == names.end() ? std::string() : "the column " + InQuotes(*twice) + " stands twice";
 }
 
 // Which fonts are installed the drawing library says; an empty name is none anywhere.
@@ -73,7 +71,7 @@ std::string FontFault(std::string_view value) {
 
 std::string PayeeFault(std::string_view value) {
   constexpr std::size_t kMost = 25;
-  return CountCharacters(value) <= kMost ? std::string() : Quoted(value) + " is longer than 25 characters";
+  return CountCharacters(value) <= kMost ? std::string() : InQuotes(value) + " is longer than 25 characters";
 }
 
 struct NameRule {
@@ -172,16 +170,16 @@ void PaperTemplate::Read(std::string_view text, const std::string& file) {
     if (line.starts_with('[')) {
       const std::string_view name = line.ends_with(']') ? line.substr(1, line.size() - 2) : line;
       section = FindSection(name);
-      if (section == nullptr) refuse("there is no section " + Quoted(name));
+      if (section == nullptr) refuse("there is no section " + InQuotes(name));
       continue;
     }
     const std::size_t equals = line.find('=');
-    if (equals == std::string_view::npos) refuse("NAME = VALUE is expected instead of " + Quoted(line));
+    if (equals == std::string_view::npos) refuse("NAME = VALUE is expected instead of " + InQuotes(line));
     if (section == nullptr) refuse("a [section] is expected first");
     const std::string_view name = TrimBlanks(line.substr(0, equals));
     const std::string_view value = TrimBlanks(line.substr(equals + 1));
     const NameRule* const rule = FindName(*section, name);
-    if (rule == nullptr) refuse("[" + std::string(section->name) + "] has no " + Quoted(name));
+    if (rule == nullptr) refuse("[" + std::string(section->name) + "] has no " + InQuotes(name));
     if (const auto fault = rule->fault(value); !fault.empty()) refuse(std::string(name) + ": " + fault);
     if (std::any_of(value.begin(), value.end(), [](unsigned char c) { return std::iscntrl(c) != 0; })) {
       refuse(std::string(name) + ": the text holds a control character");

@@ -53,7 +53,7 @@ struct TextPainter::Impl {
     pango_layout_set_width(layout.get(), wrap_width > 0 ? static_cast<int>(wrap_width * PANGO_SCALE) : -1);
     pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
     if (pango_layout_get_unknown_glyphs_count(layout.get()) > 0) {
-      throw Error("no installed font has all letters of \"" + VisibleMessage(text) + '"');
+      throw Error("no installed font has all letters of " + InQuotes(text));
     }
   }
 };

@@ -72,4 +72,6 @@ std::string VisibleMessage(std::string_view text) {
          VisibleText(text.substr(before_end.size()));
 }
 
+std::string InQuotes(std::string_view text) { return '"' + VisibleMessage(text) + '"'; }
+
 }  // namespace mox

@@ -14,4 +14,7 @@ std::string VisibleText(std::string_view text);
 /// The same of a message, whose middle is left out where it is long: its beginning says where, its end what.
 std::string VisibleMessage(std::string_view text);
 
+/// The same in quotation marks: a text that somebody gave, in the middle of a message.
+std::string InQuotes(std::string_view text);
+
 }  // namespace mox

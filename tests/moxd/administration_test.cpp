@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -16,6 +17,11 @@ TEST_F(AdministrationTest, DoesWhatItsWordsSay) {
   Accounts accounts = Open();
   const std::string file = folder_ / "lozinka.txt";
   std::ofstream(file) << "iz datoteke\r\ndrugi redak\n";
+  for (const char* const company : {"mala.db", "staro.db", "novo.db"}) {
+    std::ofstream(folder_ / company) << "";
+  }
+  const std::string mala = folder_ / "mala.db";
+  const std::string novo = folder_ / "novo.db";
   struct Row {
     std::vector<std::string> words;
     std::string in;
@@ -25,17 +31,26 @@ TEST_F(AdministrationTest, DoesWhatItsWordsSay) {
   };
   const std::string not_understood = "moxd: this is not understood\nusage:\n";
   const Row rows[] = {
-      {{"company", "add", "mala", "/mala.db"}, "", 0, "", ""},
-      {{"company", "add", "Velika", "/staro.db"}, "", 0, "", ""},
-      {{"company", "add", "../x", "/x.db"}, "", 1, "", "moxd: the company \"../x\" does not have"},
+      {{"company", "add", "mala", std::filesystem::relative(mala)}, "", 0, "", ""},
+      {{"company", "add", "Velika", folder_ / "staro.db"}, "", 0, "", ""},
+      {{"company", "add", "nema", "nema.db"},
+       "",
+       1,
+       "",
+       "moxd: \"" + (std::filesystem::current_path() / "nema.db").string() + "\": there is no such file"},
+      {{"company", "add", "../x", mala}, "", 1, "", "moxd: \"../x\": the name of a company on a server has"},
       {{"company", "address", "velika", "postgresql://db/velika?company=v"}, "", 0, "", ""},
       {{"company", "list"},
        "",
        0,
-       "company  address\nmala     /mala.db\nVelika   postgresql://db/velika?company=v\n",
+       "company  address\nmala     " + mala + "\nVelika   postgresql://db/velika?company=v\n",
        ""},
-      {{"user", "add", "ana"}, "tajna ane\ndrugo\n", 0, "", ""},
-      {{"user", "add", "šime", "--code", "SIM", "--password-file", file}, "", 0, "", ""},
+      {{"user", "add", "ana"}, "tajna ane\ndrugo\n", 0, "the code in documents is ANA\n", ""},
+      {{"user", "add", "šime", "--code", "SIM", "--password-file", file},
+       "",
+       0,
+       "the code in documents is SIM\n",
+       ""},
       {{"user", "add", "bez"}, "", 1, "", "moxd: a password has 8 to 1024 bytes"},
       {{"user", "add", "iva", "--password-file", folder_ / "nema"}, "", 1, "", "moxd: "},
       {{"user", "add", "iva", "tajna lozinka"}, "", 2, "", not_understood},
@@ -76,23 +91,27 @@ TEST_F(AdministrationTest, DoesWhatItsWordsSay) {
        "moxd: postgresql://db/velika: the company is not named"},
       {{"company", "move", "velika", "--to", "x"}, "", 2, "", not_understood},
       {{"company", "load", "-"},
-       "velika = /novo.db\nbez adrese\nx/y = /a\nnova = postgresql://db/n\nVELIKA = /b\n",
+       "velika = " + novo + "\nbez adrese\nx/y = /a\nnova = postgresql://db/n\nVELIKA = " + mala +
+           "\nx = /nema.db\n",
        1,
        "",
-       "moxd: standard input:2: \"bez adrese\" is not NAME = ADDRESS\nmoxd: standard input:3: the company "
-       "\"x/y\" does not have 1 to 48 letters a to z, digits, '-' and '_'\nmoxd: standard input:4: "
+       "moxd: standard input:2: \"bez adrese\" is not NAME = ADDRESS\nmoxd: standard input:3: \"x/y\": "
+       "the name of a company on a server has 1 to 48 letters a to z, digits, '-' and '_'\nmoxd: standard "
+       "input:4: "
        "postgresql://db/n: the company is not named; company=NAME behind '?' does\nmoxd: standard input:5: "
-       "\"VELIKA\" is there twice\n"},
+       "\"VELIKA\" is there twice\nmoxd: standard input:6: \"/nema.db\": there is no such file; mox db init "
+       "makes the "
+       "database of a company\n"},
       {{"company", "load", "-"},
        "# spread\n\nnova = postgresql://a:b@db/n?company=n\r\nVELIKA = postgresql://db/velika?company=v\n",
        0,
        "2 companies, 1 of them new or changed\n",
        ""},
-      {{"company", "load", "-"}, "Velika = /novo.db", 0, "1 companies, 1 of them new or changed\n", ""},
+      {{"company", "load", "-"}, "Velika = " + novo, 0, "1 companies, 1 of them new or changed\n", ""},
       {{"company", "list"},
        "",
        0,
-       "company  address\nnova     postgresql://a:***@db/n?company=n\nVelika   /novo.db\n",
+       "company  address\nnova     postgresql://a:***@db/n?company=n\nVelika   " + novo + "\n",
        ""},
       {{"user"}, "", 2, "", not_understood},
       {{}, "", 2, "", not_understood},

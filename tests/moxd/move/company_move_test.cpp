@@ -185,7 +185,8 @@ TEST_F(CompanyMoveTest, IsTakenBackAndRefusedWhereTheSidesDiffer) {
   EXPECT_EQ(OpenPlaces(), "0-");
 
   // What the words of the command come to while it is not finished, and otherwise.
-  std::ofstream(folder_ / "popis") << "# popis\nseoba = /drugdje.db\n";
+  std::ofstream(folder_ / "popis") << "# popis\nseoba = " << folder_ / "popis"
+                                   << "\n";
   std::string other = places_[1];
   other.replace(other.find("company="), std::string::npos, "company=druga");
   struct Row {
