@@ -161,7 +161,7 @@ void Declare(Options& options) {
 }  // namespace
 
 const Command kCodebookCommand = {"codebook",
-                                  "[NAME [--find TEXT | --columns | --store FILE | --delete KEY]] --db FILE",
+                                  "[NAME [--find TEXT | --columns | --store FILE | --delete KEY]] --db DB",
                                   "List, search, store and take away partners, articles and other codebooks.",
                                   R"(Examples:
   mox codebook --table --db tvrtka.db

@@ -108,7 +108,7 @@ void Declare(Options& options) {
 
 }  // namespace
 
-const Command kCompanyCommand = {"company", "show | set NAME=VALUE... | iban add|main|remove IBAN --db FILE",
+const Command kCompanyCommand = {"company", "show | set NAME=VALUE... | iban add|main|remove IBAN --db DB",
                                  "Show and change who the company is and how it works.",
                                  R"(Examples:
   mox company set NazivPoduzeca="Prva d.o.o." OIBPoduzeca=12345678903 --db tvrtka.db

@@ -141,8 +141,7 @@ void Declare(Options& options) {
                            "backup copies the database that --db names, while others use it;\n"
                            "restore puts a copy in the place of the one that --db names");
   options.Argument("FILE", arguments->file,
-                   "the database, a file or postgresql://USER@HOST:PORT/DATABASE?company=NAME,\n"
-                   "for check also by --db; of backup and restore the copy, a file;\n"
+                   "the database, for check also by --db; of backup and restore the copy, a file;\n"
                    "init and backup need a name that is free");
   options.Value("--company", arguments->company_file, "FILE.ini",
                 "init: the company's data, section PODUZECE, keys as the\noptions below");
@@ -165,8 +164,7 @@ void Declare(Options& options) {
 
 const Command kDbCommand = {
     "db",
-    "init FILE [--company FILE.ini | --demo] | info FILE | check FILE | backup FILE --db FILE | restore FILE "
-    "--db FILE",
+    "init DB [--company FILE.ini | --demo] | info DB | check DB | backup FILE --db DB | restore FILE --db DB",
     "Create a company database, show what it holds, check it, copy it and put a copy back.",
     R"(Example:
   mox db init tvrtka.db --NazivPoduzeca "Prva d.o.o." --OIBPoduzeca 12345678903

@@ -322,7 +322,7 @@ void Declare(Options& options) {
 
 }  // namespace
 
-const Command kDocumentCommand = {"document", "KIND [FILE [SERVICES]] | storno ID",
+const Command kDocumentCommand = {"document", "KIND [FILE [SERVICES]] [--store --db DB] | storno ID --db DB",
                                   "Calculate a whole document, store it, or cancel a stored one.",
                                   R"(Examples:
   mox document gotovinski-racun goods.csv services.csv

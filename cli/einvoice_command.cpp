@@ -81,7 +81,7 @@ void Declare(Options& options) {
 
 }  // namespace
 
-const Command kEInvoiceCommand = {"einvoice", "send DOCID --db FILE",
+const Command kEInvoiceCommand = {"einvoice", "send DOCID --db DB",
                                   "Send a stored invoice to a private person as an e-invoice.",
                                   R"(Example:
   mox store UpdateIntegrationsUsersAccounts adsLoginData=account.csv --db tvrtka.db

@@ -380,7 +380,7 @@ void Declare(Options& options) {
 
 }  // namespace
 
-const Command kImportCommand = {"import", "KEY [FILE] --db FILE",
+const Command kImportCommand = {"import", "KEY [FILE] --db DB",
                                 "Check rows copied from a spreadsheet and store all of them or none.",
                                 R"(Examples:
   mox import PARTNERPTT --template --xlsx partneri.xlsx --db tvrtka.db

@@ -208,7 +208,7 @@ void Declare(Options& options) {
 
 const Command kMailCommand = {"mail",
                               "ID --to ADDRESS | --send | --outbox | --withdraw MAIL | --was-sent MAIL | "
-                              "--account URL --sender ADDRESS --db FILE",
+                              "--account URL --sender ADDRESS --db DB",
                               "Send the page of a stored document, and its e-invoice, by mail.",
                               R"(Examples:
   mox mail --account smtps://posta.primjer.hr --user ana --sender racuni@primjer.hr --password - --db tvrtka.db < lozinka.txt

@@ -49,7 +49,7 @@ void Declare(Options& options) {
 
 }  // namespace
 
-const Command kPayCommand = {"pay", "ID AMOUNT [--date DATE] --db FILE",
+const Command kPayCommand = {"pay", "ID AMOUNT [--date DATE] --db DB",
                              "Store a payment of a stored invoice, whole or in part.",
                              R"(Example:
   mox pay 12 100.50 --date 2024-03-15 --db tvrtka.db

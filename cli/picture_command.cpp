@@ -142,7 +142,7 @@ void Declare(Options& options) {
 }  // namespace
 
 const Command kPictureCommand = {
-    "picture", "set ARTICLE FILE | get ARTICLE FILE | remove ARTICLE --db FILE | size FILE...",
+    "picture", "set ARTICLE FILE | get ARTICLE FILE | remove ARTICLE --db DB | size FILE...",
     "Store the pictures of articles.",
     R"(Examples:
   mox picture size kava.jpg

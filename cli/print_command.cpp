@@ -261,7 +261,7 @@ void Declare(Options& options) {
 const Command kPrintCommand = {
     "print",
     "ID | --from DATE [--to DATE] [--kind KIND] --pdf FILE [--open] | --slip DEVICE | --code FILE "
-    "| --text --db FILE",
+    "| --text --db DB",
     "Print the page of a stored document.",
     R"(Examples:
   mox print 3 --pdf racun.pdf --open --db tvrtka.db

@@ -104,7 +104,7 @@ void Declare(Options& options) {
 
 }  // namespace
 
-const Command kQueryCommand = {"query", "[SERVICE [NAME=VALUE...]] --db FILE",
+const Command kQueryCommand = {"query", "[SERVICE [NAME=VALUE...]] --db DB",
                                "Ask a named read service of the company database.",
                                R"(Example:
   mox query GetTecaj datum=2022-12-31 val_ozn=EUR valIdOrValOzn=ozn --db firma.db

@@ -35,7 +35,7 @@ void Declare(Options& options) {
 
 }  // namespace
 
-const Command kRatesCommand = {"rates", "FILE --db FILE",
+const Command kRatesCommand = {"rates", "FILE --db DB",
                                "Store the exchange rates of the national bank's daily list.",
                                R"(Example:
   mox rates tecajna_lista.json --db tvrtka.db

@@ -161,7 +161,7 @@ void Declare(Options& options) {
 
 }  // namespace
 
-const Command kReportCommand = {"report", "REPORT [--from DATE] [--to DATE] [--by KEY] --db FILE",
+const Command kReportCommand = {"report", "REPORT [--from DATE] [--to DATE] [--by KEY] --db DB",
                                 "Sum what is stored: turnover, tax, balances, stock.",
                                 R"(Examples:
   mox report turnover --from 2024-03-01 --to 2024-03-31 --table --db tvrtka.db

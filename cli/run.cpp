@@ -43,14 +43,20 @@ const std::vector<const Command*> kCommands = [] {
 
 // --- help ---
 
+constexpr std::string_view kDatabase = "DB is a file, or postgresql://HOST/DATABASE?company=NAME";
+constexpr std::string_view kServer = "; --server https://HOST/COMPANY can stand in place of --db";
+
 class HelpText : public CLI::Formatter {
  public:
   std::string make_usage(const CLI::App* app, std::string /*name*/) const override {
-    std::string usage = "COMMAND [ARGUMENT...]";
+    std::string usage = "COMMAND [ARGUMENT...]\n";
     for (const Command* command : kCommands) {
-      if (app->get_name() == command->name) usage = app->get_name() + " " + command->usage;
+      if (app->get_name() != command->name) continue;
+      usage = app->get_name() + " " + command->usage + "\n";
+      if (usage.find(" DB") == std::string::npos) continue;
+      usage.append(kDatabase).append(command->opens_database ? kServer : "").append("\n");
     }
-    return "Usage: mox [OPTION...] " + usage + "\n";
+    return "Usage: mox [OPTION...] " + usage;
   }
   std::string make_description(const CLI::App* app) const override { return app->get_description() + "\n\n"; }
 };
@@ -111,7 +117,9 @@ void DeclareEverything(CLI::App& app, Parsed& parsed) {
   app.get_formatter()->label("Positionals", "Arguments");
   app.get_formatter()->label("REQUIRED", "");
   app.add_option("--ini", parsed.options.ini, "settings file, section GENERAL")->type_name("FILE");
-  app.add_option("--db", parsed.options.database, "company database, made by mox db init")->type_name("FILE");
+  app.add_option("--db", parsed.options.database,
+                 "company database, made by mox db init; " + std::string(kDatabase))
+      ->type_name("DB");
   app.add_option("--server", parsed.options.server, "company on a server, in place of --db; see mox login")
       ->type_name("https://HOST/COMPANY");
   app.add_option("--param", parsed.options.parameters, "company parameter; can be repeated")

@@ -94,7 +94,7 @@ void Declare(Options& options) {
 
 }  // namespace
 
-const Command kStoreCommand = {"store", "[TRANSACTION [NAME=FILE...]] --db FILE",
+const Command kStoreCommand = {"store", "[TRANSACTION [NAME=FILE...]] --db DB",
                                "Store record sets in the company database with a named transaction.",
                                R"(Example:
   mox store UpisParentFieldForVD FTransTempVezeDataSet=links.csv --db firma.db

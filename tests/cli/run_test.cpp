@@ -122,6 +122,9 @@ TEST(Run, HelpsWithEachCommand) {
     const Outcome outcome = RunWith({command, "--help"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_NE(outcome.out.find("\nUsage: mox [OPTION...] " + command), std::string::npos);
+    EXPECT_EQ(outcome.out.find(" DB") == std::string::npos,
+              outcome.out.find("postgresql://") == std::string::npos)
+        << command;
     const std::vector<std::string> examples = Found(outcome.out, "\n  mox ((?:[^ \n|<>]| (?=[^ |<>]))+)");
     EXPECT_FALSE(examples.empty()) << command;
     for (const std::string& example : examples) {
