@@ -217,9 +217,28 @@ class Connection {
     held->leases.push_back(std::move(*lease));
     Lowest().expires_never();
     auto ask = [this, held](AnswerWith answer) { handler_.Answer(std::move(*held), std::move(answer)); };
-    const Reply reply = co_await Await<Reply>(std::move(ask));
+    Reply reply = co_await Await<Reply>(std::move(ask));
+    // An answer takes memory until its client has read it. Of a write it is asked for again under its key.
+    lease = LeaseFor(reply);
+    if (!lease) reply = InPlaceOf(reply, handler_.Refuse("busy"));
     const bool goes_on = co_await Send(reply, head, parser, begin);
     co_return goes_on;
+  }
+
+  // One that is larger than the whole budget waits for all of it.
+  std::optional<ByteBudget::Lease> LeaseFor(const Reply& reply) const {
+    constexpr std::size_t kSmall = 4096;  // what so many connections can have costs little
+    if (reply.body.size() <= kSmall) return ByteBudget::Lease();
+    return shared_.budget.Take(std::min(reply.body.size(), limits_.bytes_in_flight));
+  }
+
+  static Reply InPlaceOf(const Reply& reply, Reply other) {
+    other.route = reply.route;
+    other.company = reply.company;
+    other.service = reply.service;
+    other.seconds_waited = reply.seconds_waited;
+    other.seconds_worked = reply.seconds_worked;
+    return other;
   }
 
   asio::awaitable<Admission> Admit(const RequestHead& head) {

@@ -91,9 +91,15 @@ class Server:
     def address(self, company=""):
         return f"https://localhost:{self.port}/{company}"
 
-    def connect(self, timeout=30):
+    def connect(self, timeout=30, narrow=False):
+        """A narrow connection holds little of what its client does not read."""
         certificate = self.folder / "certificate.pem"
-        plain = socket.create_connection(("127.0.0.1", self.port), timeout)
+        plain = socket.socket()
+        plain.settimeout(timeout)
+        if narrow:
+            plain.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 8192)
+            plain.setsockopt(socket.IPPROTO_TCP, socket.TCP_MAXSEG, 1000)
+        plain.connect(("127.0.0.1", self.port))
         return trusting(certificate, certificate.stat().st_mtime_ns).wrap_socket(plain, server_hostname="localhost")
 
     def ask(self, path, body=NOTHING, token=None, method="POST", connection=None, **headers):

@@ -13,6 +13,7 @@ import ssl
 import subprocess
 import sys
 import tempfile
+import termios
 import threading
 import time
 import unittest
@@ -86,7 +87,8 @@ class Hostile(ServerTest):
     settings = "[limits]\nbody = 1 MB\nunpacked = 4 MB\nin_flight = 64 MB\n[seconds]\nheader = 5\nbody = 5\n"
 
     def test_refuses_what_it_cannot_serve(self):
-        # What is sent before the empty line, the body, and what is answered; None where the answer is no error.
+        # What is sent before the empty line, the body, and what is answered.
+        answered = []
         token = f"Authorization: Bearer {self.token}"
         good = [token, f"Content-Length: {len(NOTHING)}"]
         for name, request, headers, body, expected in (
@@ -121,6 +123,9 @@ class Hostile(ServerTest):
             ("no token", f"POST {READ} HTTP/1.1", good[1:], NOTHING, (401, "not_logged_in")),
             ("another token", f"POST {READ} HTTP/1.1", ["Authorization: Bearer x", good[1]], NOTHING, (401, "not_logged_in")),
             ("a company of others", "POST /v1/tuda/write HTTP/1.1", good, NOTHING, (403, "forbidden")),
+            ("a service of others", "POST /v1/tuda/service/GetSkladista HTTP/1.1", good, NOTHING, (403, "forbidden")),
+            ("longer than it says", f"POST {READ} HTTP/1.1", [token, f"Content-Length: {len(NOTHING)}", "Connection: close"],
+             NOTHING + b"POST /v1/firma/write HTTP/1.1\r\n\r\n", (200, "")),
             ("no such company", "POST /v1/nema/write HTTP/1.1", good, NOTHING, (403, "forbidden")),
             *(("company " + company, f"POST /v1/{company}/write HTTP/1.1", good, NOTHING, (400, "bad_company"))
               for company in ("..", "firma.db", "../firma", "firma/..", "%2e%2e", "fir%6da", "firma'", '"firma"', "firma;", "",
@@ -130,7 +135,15 @@ class Hostile(ServerTest):
                 with contextlib.suppress(ConnectionError):
                     stream.sendall("\r\n".join([request, "Host: localhost", *headers]).encode() + b"\r\n\r\n" + body)
                 self.assertEqual(code_of(read_answer(stream)), expected)
+                answered.append(expected)
         self.assertIn(b'"known":["1"]', self.server.ask(READ, token=self.token, Mox_Protocol="9")[2])
+        # Each is a line of the log, whoever was refused what; the others are the log-in and the last one.
+        self.assertEqual(self.server.end(), 0)
+        logged = [json.loads(line) for line in self.server.log if '"request"' in line]
+        self.assertEqual(sorted((line["status"], line.get("code", "")) for line in logged),
+                         sorted([*answered, (200, ""), (426, "unknown_protocol")]))
+        self.assertEqual([line["company"] for line in logged if line.get("code") == "forbidden"], ["tuda", "tuda", "nema"])
+        self.assertNotIn(self.token, "".join(self.server.log))
 
     def test_half_requests_cost_nothing_but_their_connection(self):
         request = head(WRITE, len(link(7)), self.token) + link(7)
@@ -187,6 +200,43 @@ class Hostile(ServerTest):
         self.assertEqual([event["route"] for event in events if event["event"] == "request"], ["login", "service", "write"])
         for secret in (self.token, PASSWORD, "ana", "127.0.0.1"):
             self.assertNotIn(secret, log)
+
+
+class Memory(ServerTest):
+    settings = "[limits]\nbody = 1 MB\nunpacked = 1 MB\nin_flight = 4 MB\n[seconds]\nbody = 60\nreply = 60\n"
+
+    def until_answered(self, path, body, expected):
+        for _ in range(200):
+            if (answer := code_of(self.server.ask(path, body, self.token))) == expected:
+                return
+            time.sleep(0.05)
+        self.assertEqual(answer, expected)
+
+    def test_answers_that_nobody_reads_take_no_more_than_requests_may(self):
+        with contextlib.closing(sqlite3.connect(self.company)) as database:
+            database.executemany("INSERT INTO jm (naziv, opis) VALUES (?, ?)", ((f"j{i}", "x" * 60) for i in range(10000)))
+            database.commit()
+        units = "/v1/firma/service/Kat%5Cjm"
+        with contextlib.ExitStack() as unread:
+            for _ in range(8):
+                stream = unread.enter_context(self.server.connect(narrow=True))
+                stream.sendall(head(units, len(NOTHING), self.token) + NOTHING)
+            for _ in range(1000):
+                if sum('"busy"' in line for line in self.server.log) >= 4:
+                    break
+                time.sleep(0.02)
+            self.assertEqual(code_of(self.server.ask(units, token=self.token)), (503, "busy"))
+        self.until_answered(units, NOTHING, (200, ""))
+
+    def test_bodies_that_do_not_come_take_no_more_than_requests_may(self):
+        body = b"x" * 1000000
+        with contextlib.ExitStack() as unsent:
+            for _ in range(4):
+                stream = unsent.enter_context(self.server.connect())
+                stream.sendall(head(WRITE, len(body), self.token) + body[:9])
+            self.until("moxd_bytes_free", 4 * 2**20 - 4 * len(body))
+            self.assertEqual(code_of(self.server.ask(WRITE, body, self.token)), (503, "busy"))
+        self.until_answered(WRITE, body, (400, "bad_body"))
 
 
 class Operations(ServerTest):
@@ -360,6 +410,21 @@ class Rights(ServerTest):
         self.assertEqual(read(), (401, "not_logged_in"))
         self.moxd("company", "move", "firma", "--to", expected=2)
         self.assertNotIn(token, "".join(self.server.log))
+
+
+    def test_who_ends_the_question_for_a_password_sees_what_he_types(self):
+        for how in (signal.SIGINT, signal.SIGTERM):
+            for words in ([MOXD, "user", "password", "ana", "--config", self.folder / "moxd.ini"], [MOX, "login", self.server.address()]):
+                terminal = os.openpty()
+                with subprocess.Popen(words, stdin=terminal[1], stderr=subprocess.PIPE) as asking:
+                    while not (asked := asking.stderr.read(1)) == b":":
+                        self.assertTrue(asked)
+                    self.assertFalse(termios.tcgetattr(terminal[1])[3] & termios.ECHO)
+                    asking.send_signal(how)
+                    self.assertEqual(asking.wait(30), -how)
+                self.assertTrue(termios.tcgetattr(terminal[1])[3] & termios.ECHO)
+                for end in terminal:
+                    os.close(end)
 
 
 class Check(unittest.TestCase):
