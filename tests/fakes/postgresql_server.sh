@@ -52,8 +52,8 @@ echo "$folder" >"$file"
     --locale-provider=icu --icu-locale=hr-HR
   as_user env LC_ALL=C "$bin/pg_ctl" -D "$folder/data" -w -l "$folder/log" -o "-k $folder -c listen_addresses= -c fsync=off \
     -c full_page_writes=off -c max_connections=200 -c max_locks_per_transaction=1024 -c autovacuum=off \
-    -c wal_level=logical -c max_replication_slots=40 -c max_wal_senders=40 -c max_worker_processes=24 \
-    -c max_logical_replication_workers=12 -c max_sync_workers_per_subscription=4 $*" start
+    -c wal_level=logical -c max_replication_slots=120 -c max_wal_senders=40 -c max_worker_processes=32 \
+    -c max_logical_replication_workers=20 -c max_sync_workers_per_subscription=8 -c wal_retrieve_retry_interval=50ms $*" start
 } >"$folder.out" 2>&1 </dev/null || {
   cat "$folder.out" "$folder/log" >&2 2>/dev/null || true
   rm -f "$folder.out"
