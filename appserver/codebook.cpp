@@ -184,12 +184,16 @@ CodeNumbering::CodeNumbering(Database& database, const Codebook& codebook)
               " AS BIGINT) DESC, LENGTH(" + std::string(codebook.numbered) + ") DESC LIMIT 1",
           {})) {}
 
-std::string CodeNumbering::Next() {
+std::string CodeNumbering::Highest() {
   RecordSet highest;
   highest.DefineField("sifra", FieldKind::kText);
   highest.Open();
   highest_.ExecuteInto(highest);
-  std::string code = highest.AsText(0);
+  return highest.AsText(0);
+}
+
+std::string CodeNumbering::Next() {
+  std::string code = Highest();
   do {
     code = NextCode(code);
   } while (taken_.Find(code));

@@ -66,6 +66,8 @@ class CodeNumbering {
   CodeNumbering(Database& database, const Codebook& codebook);
   /// A code that no row has.
   std::string Next();
+  /// The highest running code; empty where no row has one.
+  std::string Highest();
 
  private:
   UniqueCheck taken_;

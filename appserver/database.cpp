@@ -208,6 +208,12 @@ void Database::KeepSoFar() {
   connection_->Run([&] { connection_->dialect().KeepSoFar(connection_->session()); });
 }
 
+std::unique_ptr<RowCopy> Database::ChangeTogether(std::string_view table,
+                                                  const std::vector<std::string>& columns,
+                                                  const std::string& by) {
+  return connection_->dialect().ChangeTogether(*connection_, table, columns, by);
+}
+
 std::unique_ptr<RowCopy> Database::CopyInto(std::string_view table, const std::vector<std::string>& columns) {
   return connection_->dialect().CopyInto(*connection_, table, columns);
 }

@@ -127,6 +127,11 @@ class Database {
   /// Null where rows are stored as fast by one statement for each.
   std::unique_ptr<RowCopy> CopyInto(std::string_view table, const std::vector<std::string>& columns);
 
+  /// The same for changes: the values of `columns`, of which those that are there take the places of those of
+  /// the rows whose folded text in `by` is the last value.
+  std::unique_ptr<RowCopy> ChangeTogether(std::string_view table, const std::vector<std::string>& columns,
+                                          const std::string& by);
+
   /// How many values one statement may be given.
   std::size_t MostParameters() const;
 

@@ -86,6 +86,10 @@ class Dialect {
   /// Null for an engine that stores rows as fast by one statement for each.
   virtual std::unique_ptr<RowCopy> CopyInto(DatabaseConnection& connection, std::string_view table,
                                             const std::vector<std::string>& columns) const = 0;
+  /// The same for changes, as Database::ChangeTogether says.
+  virtual std::unique_ptr<RowCopy> ChangeTogether(DatabaseConnection& connection, std::string_view table,
+                                                  const std::vector<std::string>& columns,
+                                                  const std::string& by) const = 0;
   /// After a failure: makes a write transaction usable where the engine needs that, which undoes what it has
   /// stored. Answers whether it did.
   virtual bool Recover(soci::session& session) const = 0;

@@ -211,6 +211,11 @@ class Postgresql : public Dialect {
                                     const std::vector<std::string>& columns) const override {
     return MakePostgresqlCopy(connection, table, columns);
   }
+  std::unique_ptr<RowCopy> ChangeTogether(DatabaseConnection& connection, std::string_view table,
+                                          const std::vector<std::string>& columns,
+                                          const std::string& by) const override {
+    return MakePostgresqlChange(connection, table, columns, by);
+  }
   bool Recover(soci::session& session) const override {
     if (session.get_backend() == nullptr) return false;  // it was never open
     PGconn* const connection = PostgresqlHandle(session);

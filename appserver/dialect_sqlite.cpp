@@ -167,6 +167,11 @@ class Sqlite : public Dialect {
                                     const std::vector<std::string>& /*columns*/) const override {
     return nullptr;
   }
+  std::unique_ptr<RowCopy> ChangeTogether(DatabaseConnection& /*connection*/, std::string_view /*table*/,
+                                          const std::vector<std::string>& /*columns*/,
+                                          const std::string& /*by*/) const override {
+    return nullptr;
+  }
   bool Recover(soci::session& /*session*/) const override { return false; }
   bool HasFailed(soci::session& /*session*/) const override { return false; }
   bool IsLost(soci::session& /*session*/) const override { return false; }

@@ -509,6 +509,14 @@ std::vector<RefusedField> WithOwnFields(std::vector<RefusedField> refused) {
 constexpr std::string_view kOfTheOriginal = "is that of the document that is cancelled";
 
 // Lines and recapitulations have fields of screens too, which are not kept.
+TableRule LinesOf(const char* sort) {
+  return {.table = "dok_stavke",
+          .unknown_fields = UnknownFields::kIgnore,
+          .constants = {{"sorta", sort}},
+          .row_number = "rb",
+          .fields = {{.field = "vrsta_stavke", .is_small = true}}};
+}
+
 const NamedTransaction kTransactions[] = {
     {"UpisParentFieldForVD",
      Right::kEnterDocuments,
@@ -522,8 +530,8 @@ const NamedTransaction kTransactions[] = {
      {{.name = "Zaglavlje",
        .table = {.table = "dok", .told = {Told(kConfirmed), Told(kStockMayBeNegative)}},
        .refused = WithOwnFields({{"stornira_id", "is written by the transaction DokumentStorno alone"}})},
-      {"Stavke", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "roba"}}, "rb"}, false},
-      {"Usluge", {"dok_stavke", UnknownFields::kIgnore, {{"sorta", "usluga"}}, "rb"}, false},
+      {"Stavke", LinesOf("roba"), false},
+      {"Usluge", LinesOf("usluga"), false},
       {"Rekapitulacija", {"dok_porezi", UnknownFields::kIgnore, {}, "rb"}, false},
       {"DokDobavljaca", {"dok_dobavljac"}, false},
       {kConfirmations, {"otvorene_stavke"}, false, "saldo:currency"}},

@@ -275,10 +275,12 @@ std::optional<RecordSet> InsertLink(const NamedTransaction& /*transaction*/, Dat
     throw WriteRefused({"", answer.Name(), 1, "statusId", "was not delivered"});
   const std::int64_t doc_id = RequiredIntegerIn(*sent.Find("adsDocId"), "docId");
   if (LinkOf(database, doc_id) == electronic_id) return std::nullopt;  // two programs have asked after it
+  // What is too large for its column stands in the whole answer all the same: the invoice was sent.
+  const bool has_room = status_id && *status_id == static_cast<std::int32_t>(*status_id);
   database.Execute(
       "INSERT INTO eracun_veze (dok_id, electronic_id, status_id, odgovor) "
       "VALUES (:dok_id, :electronic_id, :status_id, :odgovor)",
-      {doc_id, electronic_id, status_id ? Value(*status_id) : Value(), AnswerJson(answer)});
+      {doc_id, electronic_id, has_room ? Value(*status_id) : Value(), AnswerJson(answer)});
   database.Execute("DELETE FROM eracun_pokusaji WHERE dok_id = :id", {doc_id});
   return std::nullopt;
 }

@@ -7,6 +7,7 @@
 #include <unordered_set>
 
 #include "appserver/fold.h"
+#include "appserver/known_texts.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 #include "mox/import/import_profiles.h"
@@ -15,7 +16,6 @@ namespace mox {
 namespace {
 
 constexpr std::string_view kSeparator = "','";
-constexpr std::size_t kPortion = 1000;
 constexpr std::size_t kShownSql = 200;  // characters of a refused text
 
 void Split(std::string_view values, std::string_view separator, std::vector<std::string_view>& split) {
@@ -90,27 +90,6 @@ class AskedValues {
   std::unordered_set<std::string> known_;
   std::unordered_map<std::string, std::vector<std::string_view>> texts_;
 };
-
-// Runs the look-up for all keys in portions of one prepared statement; the last one is filled up with its
-// last key.
-void RunInPortions(Database& database, const ImportLookup& lookup, bool number_column,
-                   const std::vector<std::string>& keys, RecordSet& found) {
-  if (keys.empty()) return;
-  const std::size_t portion = std::min({keys.size(), kPortion, database.MostParameters()});
-  const std::vector<FieldKind> kinds(portion, number_column ? FieldKind::kFloat : FieldKind::kText);
-  Statement statement = database.Prepare(ImportLookupSql(lookup, !number_column, portion), kinds);
-  for (std::size_t begin = 0; begin < keys.size(); begin += portion) {
-    for (std::size_t i = 0; i < portion; ++i) {
-      const std::string& key = keys[std::min(begin + i, keys.size() - 1)];
-      if (number_column) {
-        statement.Bind(i, ParseNumber(key));
-      } else {
-        statement.BindText(i, key);
-      }
-    }
-    statement.ExecuteInto(found);
-  }
-}
 
 RecordSet OneColumn(std::string_view name, const std::string& column, FieldKind kind) {
   RecordSet records{std::string(name)};
@@ -228,7 +207,9 @@ RecordSet ImportCatalogue::Find(Database& database, std::string_view sql, const 
   const AskedValues asked_values(values, number_column, numeric);
 
   RecordSet found = OneColumn("adsList", lookup.answer, number_column ? FieldKind::kFloat : FieldKind::kText);
-  RunInPortions(database, lookup, number_column, asked_values.keys(), found);
+  const auto sql_for = [&](std::size_t count) { return ImportLookupSql(lookup, !number_column, count); };
+  QueryForKeys(database, sql_for, number_column ? FieldKind::kFloat : FieldKind::kText, asked_values.keys(),
+               found);
   if (!found.IsEmpty()) found.First();
   if (!numeric) return found;
 
@@ -244,8 +225,8 @@ RecordSet ImportCatalogue::Find(Database& database, std::string_view sql, const 
 std::string ImportLookupSql(const ImportLookup& lookup, bool folded, std::size_t values) {
   std::string sql = "SELECT " + lookup.selected + " FROM " + lookup.table + " WHERE ";
   sql += folded ? "fold(" + lookup.matched + ")" : lookup.matched;
-  for (std::size_t i = 0; i < values; ++i) sql += (i == 0 ? " IN (:v" : ", :v") + std::to_string(i);
-  return sql + ") ORDER BY " + (folded ? "fold(" + lookup.matched + ")" : lookup.matched) + ", id";
+  return sql + " IN (" + ParameterList(values) + ") ORDER BY " +
+         (folded ? "fold(" + lookup.matched + ")" : lookup.matched) + ", id";
 }
 
 }  // namespace mox

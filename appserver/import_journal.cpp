@@ -6,6 +6,7 @@
 #include "appserver/fold.h"
 #include "appserver/import_catalogue.h"
 #include "appserver/journal_text.h"
+#include "appserver/known_texts.h"
 #include "appserver/row_digests.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
@@ -151,17 +152,22 @@ RecordSet RowsToChange(Database& database, const RecordSet& records, const Table
   std::sort(keys.begin(), keys.end());
   keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
   const std::string by = FindColumn(all, rule.update_by)->name;
-  Statement select = database.Prepare("SELECT id, " + NamesOf(all) + " FROM " + std::string(rule.table) +
-                                          " WHERE fold(" + by + ") = :update_key",
-                                      {FieldKind::kText});
-  for (const std::string& key : keys) {
-    select.BindText(0, key);
-    select.ExecuteInto(rows);
-  }
+  const auto sql_for = [&](std::size_t count) {
+    return "SELECT id, " + NamesOf(all) + " FROM " + std::string(rule.table) + " WHERE fold(" + by +
+           ") IN (" + ParameterList(count) + ") ORDER BY fold(" + by + "), id";
+  };
+  QueryForKeys(database, sql_for, FieldKind::kText, keys, rows);
   return rows;
 }
 
+// Mostly they are without a gap, which need not be read.
 KeyRuns KeysAbove(Database& database, std::string_view table, std::int64_t key) {
+  const RecordSet ends = database.Query(
+      "ends", ParseColumns("first:integer,last:integer,n:integer"),
+      "SELECT MIN(id), MAX(id), COUNT(*) FROM " + std::string(table) + " WHERE id > :key", {Value(key)});
+  const std::int64_t count = ends.AsInteger(2);
+  if (count > 0 && ends.AsInteger(1) - ends.AsInteger(0) + 1 == count)
+    return KeyRuns(ends.AsInteger(0), ends.AsInteger(1));
   const RecordSet ids =
       database.Query("ids", ParseColumns("id:integer"),
                      "SELECT id FROM " + std::string(table) + " WHERE id > :key ORDER BY id", {Value(key)});

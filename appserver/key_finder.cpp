@@ -1,6 +1,7 @@
 #include "appserver/key_finder.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "appserver/fold.h"
 #include "appserver/table_writer.h"
@@ -23,6 +24,23 @@ std::vector<Value> DigitKeys(double number, std::size_t size) {
     keys.emplace_back(text);
   }
   return keys;
+}
+
+// Each spelling of each part with each of the others; of parts that have any.
+std::vector<std::vector<Value>> Spellings(const std::vector<std::vector<Value>>& keys) {
+  std::vector<std::vector<Value>> all = {{}};
+  for (const std::vector<Value>& of_part : keys) {
+    if (of_part.empty()) continue;
+    std::vector<std::vector<Value>> longer;
+    for (const std::vector<Value>& begun : all) {
+      for (const Value& key : of_part) {
+        longer.push_back(begun);
+        longer.back().push_back(key);
+      }
+    }
+    all = std::move(longer);
+  }
+  return all;
 }
 
 }  // namespace
@@ -126,7 +144,8 @@ void KeyFinder::Refuse(const RecordRow& record, std::size_t row, std::string_vie
                       std::string(rule_.table) + " has " + std::string(found) + " with " + values});
 }
 
-std::optional<std::int64_t> KeyFinder::Find(const RecordRow& record, std::size_t row) {
+// What a record is looked up by; false where it has nothing.
+bool KeyFinder::TakeValues(const RecordRow& record) {
   values_.clear();
   bool is_blank = true;
   for (const Part& part : parts_) {
@@ -134,7 +153,11 @@ std::optional<std::int64_t> KeyFinder::Find(const RecordRow& record, std::size_t
     values_.append(is_text ? record.AsTextView(part.field) : record.AsText(part.field)) += '\0';
     if (part.rule->fit == Fit::kSame) is_blank = is_blank && IsBlank(record, part.field);
   }
-  if (is_blank) return std::nullopt;
+  return !is_blank;
+}
+
+std::optional<std::int64_t> KeyFinder::Find(const RecordRow& record, std::size_t row) {
+  if (!TakeValues(record)) return std::nullopt;
   if (const auto known = known_.find(values_); known != known_.end()) return known->second;
 
   Keys keys;
@@ -145,6 +168,91 @@ std::optional<std::int64_t> KeyFinder::Find(const RecordRow& record, std::size_t
   const std::optional<std::int64_t> id = ids.empty() ? std::nullopt : std::optional(ids.front());
   known_.emplace(values_, id);
   return id;
+}
+
+// --- many at once ---
+
+void KeyFinder::Foresee(const RecordSet& records, std::size_t begin, std::size_t end) {
+  const auto is_text = [](const Part& part) { return part.column.kind == FieldKind::kText; };
+  if (!std::all_of(parts_.begin(), parts_.end(), is_text)) return;
+  std::map<std::vector<bool>, Wanted> by_shape;
+  std::unordered_set<std::string> asked;
+  for (std::size_t row = begin; row < end; ++row) {
+    const RecordRow& record = records.RowAt(row);
+    if (!TakeValues(record) || known_.contains(values_) || !asked.insert(values_).second) continue;
+    Keys keys;
+    std::vector<bool> shape;
+    try {
+      for (const Part& part : parts_) shape.push_back(!keys.emplace_back(KeysOf(record, part)).empty());
+    } catch (const ConversionError&) {
+      continue;  // told when it is looked for itself
+    }
+    Wanted& wanted = by_shape[shape];
+    wanted.values.push_back(values_);
+    wanted.keys.push_back(std::move(keys));
+  }
+  for (const auto& [shape, wanted] : by_shape) {
+    for (std::size_t next = 0; next < wanted.values.size();) next = AskSome(wanted, next);
+  }
+}
+
+// A thousand, as long as there is room for their spellings. Those that are found as Find() would find them
+// are known from then on.
+std::size_t KeyFinder::AskSome(const Wanted& wanted, std::size_t begin) {
+  constexpr std::size_t kMost = 1000;
+  constexpr std::size_t kMostParameters = 20'000;
+  std::string rows;
+  std::vector<Value> values;
+  std::size_t end = begin;
+  for (; end < wanted.values.size() && end - begin < kMost && values.size() < kMostParameters; ++end) {
+    for (const std::vector<Value>& spelling : Spellings(wanted.keys[end])) {
+      rows.append(rows.empty() ? "(" : ", (").append(std::to_string(end));
+      for (const Value& key : spelling) {
+        values.push_back(key);
+        rows.append(", CAST(:p").append(std::to_string(values.size())).append(" AS TEXT)");
+      }
+      rows += ')';
+    }
+  }
+  const RecordSet found = database_.Query("found", ParseColumns("n:integer,id:integer"),
+                                          QueryOf(wanted.keys[begin], rows), values);
+  std::map<std::int64_t, std::vector<std::int64_t>> ids;
+  for (const RecordRow& row : found.Rows()) {
+    std::vector<std::int64_t>& of_one = ids[row.AsInteger(0)];
+    if (of_one.empty() || of_one.front() != row.AsInteger(1)) of_one.push_back(row.AsInteger(1));
+  }
+  for (const auto& [at, of_one] : ids) {
+    const bool is_clear = of_one.size() == 1 || !rule_.first_by.empty();
+    if (is_clear) known_.emplace(wanted.values[static_cast<std::size_t>(at)], of_one.front());
+  }
+  return end;
+}
+
+std::string KeyFinder::QueryOf(const Keys& shape, const std::string& rows) const {
+  std::string where;
+  std::string order = "w.column1, ";
+  std::size_t column = 1;
+  for (std::size_t i = 0; i < parts_.size(); ++i) {
+    if (shape[i].empty()) continue;
+    const std::string& name = parts_[i].column.name;
+    const std::string same = "fold(" + name + ") = w.column" + std::to_string(++column);
+    const std::string_view conjunction = where.empty() ? "" : " AND ";
+    switch (parts_[i].rule->fit) {
+      case Fit::kSame:
+        where.append(conjunction).append(same);
+        break;
+      case Fit::kSameOrNone:
+        where.append(conjunction).append("(" + same + " OR " + name + " IS NULL)");
+        order += "CASE WHEN " + name + " IS NULL THEN 1 ELSE 0 END, ";
+        break;
+      case Fit::kPreferred:
+        order += "CASE WHEN " + same + " THEN 0 ELSE 1 END, ";
+        break;
+    }
+  }
+  order += rule_.first_by.empty() ? "t.id" : rule_.first_by;
+  return "SELECT w.column1, t.id FROM (VALUES " + rows + ") AS w CROSS JOIN " + std::string(rule_.table) +
+         " t " + std::string(rule_.join) + " WHERE " + where + " ORDER BY " + order;
 }
 
 }  // namespace mox

@@ -49,6 +49,9 @@ class KeyFinder {
   bool HasFields() const { return !parts_.empty() && parts_.front().rule->fit == Fit::kSame; }
   const KeyRule& rule() const { return rule_; }
 
+  /// Asks for the keys of these records in one query for each thousand different values, so that most of them
+  /// need not be asked for one by one.
+  void Foresee(const RecordSet& records, std::size_t begin, std::size_t end);
   /// The key for a record, null where all fields are blank. Raises WriteRefused naming the row, which counts
   /// from 1, and a field where no row of the table has the values, or more than one.
   std::optional<std::int64_t> Find(const RecordRow& record, std::size_t row);
@@ -61,7 +64,16 @@ class KeyFinder {
   };
   using Keys = std::vector<std::vector<Value>>;  // for each part; none for one that is blank
 
+  // Records that have the same parts, with what they are looked up by.
+  struct Wanted {
+    std::vector<std::string> values;
+    std::vector<Keys> keys;
+  };
+
   static std::vector<Value> KeysOf(const RecordRow& record, const Part& part);
+  bool TakeValues(const RecordRow& record);
+  std::size_t AskSome(const Wanted& wanted, std::size_t begin);
+  std::string QueryOf(const Keys& shape, const std::string& rows) const;
   std::vector<std::int64_t> Ask(const Keys& keys);
   Statement Prepare(const Keys& keys) const;
   [[noreturn]] void Refuse(const RecordRow& record, std::size_t row, std::string_view found) const;

@@ -1,6 +1,8 @@
 #include "appserver/row_copy.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <utility>
 
 #include "appserver/connection.h"
 #include "appserver/postgresql.h"
@@ -42,21 +44,11 @@ std::vector<std::optional<std::string>> ValuesOf(std::string_view line) {
   }
 }
 
-class PostgresqlCopy : public RowCopy {
+// What of both ways is the same: rows are held as the text of COPY, and each has a statement of its own.
+class PostgresqlRows : public RowCopy {
  public:
-  PostgresqlCopy(DatabaseConnection& connection, std::string_view table,
-                 const std::vector<std::string>& columns)
-      : connection_(connection), width_(columns.size()) {
-    std::string names;
-    std::string places;
-    for (const std::string& column : columns) {
-      names += (names.empty() ? "" : ", ") + column;
-      places += (places.empty() ? "$" : ", $") + std::to_string(++places_);
-    }
-    const std::string target = std::string(table) + " (" + names + ")";
-    copy_ = "COPY " + target + " FROM STDIN";
-    insert_ = "INSERT INTO " + target + " VALUES (" + places + ")";
-  }
+  PostgresqlRows(DatabaseConnection& connection, std::size_t width, std::string one)
+      : connection_(connection), width_(width), one_(std::move(one)) {}
 
   void Add(std::span<const ValueSlot> values) override {
     begins_.push_back(text_.size());
@@ -81,27 +73,17 @@ class PostgresqlCopy : public RowCopy {
 
   void Store() override {
     if (begins_.empty()) return;
-    connection_.Run([&] {
-      PGconn* const handle = Handle();
-      RunPostgresql(handle, copy_);
-      const bool is_sent = SendText(handle);
-      const bool is_ended = PQputCopyEnd(handle, is_sent ? nullptr : "the rows were not sent whole") == 1;
-      PostgresqlResult result(PQgetResult(handle));
-      while (PGresult* const rest = PQgetResult(handle)) PQclear(rest);
-      const PostgresqlResult done = RequireDone(result.release());
-      if (is_ended && PQcmdTuples(done.get()) == std::to_string(begins_.size())) return;
-      connection_.Refuse("not all rows were taken");
-    });
+    connection_.Run([&] { StoreAll(PostgresqlHandle(connection_.session())); });
     Truncate(0);
   }
 
   // One after the other, but without waiting for each answer; behind a refused one the engine passes over the
   // rest.
   std::optional<std::size_t> FindRefused() override {
-    PGconn* const handle = Handle();
+    PGconn* const handle = PostgresqlHandle(connection_.session());
     std::optional<std::size_t> refused;
     PQenterPipelineMode(handle);
-    PQsendPrepare(handle, "", insert_.c_str(), 0, nullptr);
+    PQsendPrepare(handle, "", one_.c_str(), 0, nullptr);
     bool is_prepared = false;
     for (std::size_t begin = 0; begin < begins_.size() && !refused; begin += kUnanswered) {
       const std::size_t end = std::min(begin + kUnanswered, begins_.size());
@@ -117,24 +99,23 @@ class PostgresqlCopy : public RowCopy {
     return refused;
   }
 
- private:
-  // In pieces, since the library counts them in int.
-  bool SendText(PGconn* handle) const {
-    constexpr std::size_t kPiece = std::size_t{16} << 20U;
-    for (std::string_view rest = text_; !rest.empty(); rest.remove_prefix(std::min(kPiece, rest.size()))) {
-      const std::string_view piece = rest.substr(0, kPiece);
-      if (PQputCopyData(handle, piece.data(), static_cast<int>(piece.size())) != 1) return false;
-    }
-    return true;
-  }
+ protected:
+  virtual void StoreAll(PGconn* handle) = 0;
 
+  const std::string& text() const { return text_; }
+  std::size_t width() const { return width_; }
+  std::size_t RowCount() const { return begins_.size(); }
+  std::string_view LineAt(std::size_t row) const {
+    const std::size_t end = row + 1 < begins_.size() ? begins_[row + 1] : text_.size();
+    return std::string_view(text_).substr(begins_[row], end - begins_[row] - 1);
+  }
+  [[noreturn]] void Refuse(const std::string& reason) const { connection_.Refuse(reason); }
+
+ private:
   static constexpr std::size_t kUnanswered = 250;  // rows that are sent before the answers are read
 
-  PGconn* Handle() const { return PostgresqlHandle(connection_.session()); }
-
   void Send(PGconn* handle, std::size_t row) const {
-    const std::size_t end = row + 1 < begins_.size() ? begins_[row + 1] : text_.size();
-    const auto values = ValuesOf(std::string_view(text_).substr(begins_[row], end - begins_[row] - 1));
+    const auto values = ValuesOf(LineAt(row));
     std::vector<const char*> given;
     given.reserve(values.size());
     for (const auto& value : values) given.push_back(value ? value->c_str() : nullptr);
@@ -165,19 +146,163 @@ class PostgresqlCopy : public RowCopy {
   }
 
   DatabaseConnection& connection_;
-  std::size_t width_;
-  int places_ = 0;
-  std::string copy_;
-  std::string insert_;
+  std::size_t width_;                // values of a row
+  std::string one_;                  // stores one row
   std::string text_;                 // of the rows
   std::vector<std::size_t> begins_;  // where each row begins
+};
+
+std::string Listed(const std::vector<std::string>& names) {
+  std::string list;
+  for (const std::string& name : names) list += (list.empty() ? "" : ", ") + name;
+  return list;
+}
+
+std::string InsertOne(const std::string& target, std::size_t width) {
+  std::string places;
+  for (std::size_t i = 1; i <= width; ++i) places += (i == 1 ? "$" : ", $") + std::to_string(i);
+  return "INSERT INTO " + target + " VALUES (" + places + ")";
+}
+
+class PostgresqlCopy : public PostgresqlRows {
+ public:
+  PostgresqlCopy(DatabaseConnection& connection, const std::string& target, std::size_t width)
+      : PostgresqlRows(connection, width, InsertOne(target, width)),
+        copy_("COPY " + target + " FROM STDIN") {}
+
+ private:
+  void StoreAll(PGconn* handle) override {
+    RunPostgresql(handle, copy_);
+    const bool is_sent = SendText(handle);
+    const bool is_ended = PQputCopyEnd(handle, is_sent ? nullptr : "the rows were not sent whole") == 1;
+    PostgresqlResult result(PQgetResult(handle));
+    while (PGresult* const rest = PQgetResult(handle)) PQclear(rest);
+    const PostgresqlResult done = RequireDone(result.release());
+    if (is_ended && PQcmdTuples(done.get()) == std::to_string(RowCount())) return;
+    Refuse("not all rows were taken");
+  }
+
+  // In pieces, since the library counts them in int.
+  bool SendText(PGconn* handle) const {
+    constexpr std::size_t kPiece = std::size_t{16} << 20U;
+    for (std::string_view rest = text(); !rest.empty(); rest.remove_prefix(std::min(kPiece, rest.size()))) {
+      const std::string_view piece = rest.substr(0, kPiece);
+      if (PQputCopyData(handle, piece.data(), static_cast<int>(piece.size())) != 1) return false;
+    }
+    return true;
+  }
+
+  std::string copy_;
+};
+
+// --- changes ---
+
+// A column of all rows as the text of an array.
+class ArrayText {
+ public:
+  void Add(const std::optional<std::string>& value) {
+    text_ += text_.empty() ? '{' : ',';
+    if (!value) {
+      text_ += "NULL";
+      return;
+    }
+    text_ += '"';
+    for (const char c : *value) {
+      if (c == '"' || c == '\\') text_ += '\\';
+      text_ += c;
+    }
+    text_ += '"';
+  }
+  std::string Take() { return std::move(text_) + '}'; }
+
+ private:
+  std::string text_;
+};
+
+std::string_view TypeOf(FieldKind kind) {
+  switch (kind) {
+    case FieldKind::kInteger:
+      return "BIGINT";
+    case FieldKind::kBoolean:
+      return "BOOLEAN";
+    case FieldKind::kFloat:
+      return "DOUBLE PRECISION";
+    case FieldKind::kCurrency:
+      return "NUMERIC";
+    case FieldKind::kDate:
+      return "DATE";
+    case FieldKind::kDateTime:
+      return "TIMESTAMP";
+    default:
+      return "TEXT";
+  }
+}
+
+// One statement over arrays, one for each column and one for the keys.
+class PostgresqlChange : public PostgresqlRows {
+ public:
+  PostgresqlChange(DatabaseConnection& connection, const std::string& table,
+                   const std::vector<std::string>& columns, const std::string& by)
+      : PostgresqlRows(connection, columns.size() + 1, Change(connection, table, columns, by, false)),
+        all_(Change(connection, table, columns, by, true)) {}
+
+ private:
+  static std::string Change(DatabaseConnection& connection, const std::string& table,
+                            const std::vector<std::string>& columns, const std::string& by, bool all) {
+    const TableDescription* const described = connection.FindTable(table);
+    std::string set;
+    std::string arrays;
+    std::string names;
+    std::size_t place = 0;
+    for (const std::string& column : columns) {
+      const std::string given = "$" + std::to_string(++place);
+      const std::string own = all ? "c" + std::to_string(place) : given;
+      set += (place == 1 ? "" : ", ") + column + " = COALESCE(" + (all ? "r." : "") + own + ", t." + column +
+             ")";
+      const FieldDef* const known = FindColumn(described->columns, column);
+      arrays += "CAST(" + given + " AS " + std::string(TypeOf(known->kind)) + "[]), ";
+      names += own + ", ";
+    }
+    const std::string key = "$" + std::to_string(place + 1);
+    const std::string folded = connection.dialect().Fold("t." + by);
+    const std::string update = "UPDATE " + table + " AS t SET " + set;
+    if (!all) return update + " WHERE " + folded + " = " + key;
+    return update + " FROM unnest(" + arrays + "CAST(" + key + " AS TEXT[])) AS r (" + names + "k) WHERE " +
+           folded + " = r.k";
+  }
+
+  void StoreAll(PGconn* handle) override {
+    std::vector<ArrayText> arrays(width());
+    for (std::size_t row = 0; row < RowCount(); ++row) {
+      const auto values = ValuesOf(LineAt(row));
+      for (std::size_t i = 0; i < width(); ++i) arrays[i].Add(values[i]);
+    }
+    std::vector<std::string> texts;
+    std::vector<const char*> given;
+    texts.reserve(width());
+    given.reserve(width());
+    for (ArrayText& array : arrays) given.push_back(texts.emplace_back(array.Take()).c_str());
+    const PostgresqlResult done = RequireDone(PQexecParams(
+        handle, all_.c_str(), static_cast<int>(given.size()), nullptr, given.data(), nullptr, nullptr, 0));
+    if (std::strtoull(PQcmdTuples(done.get()), nullptr, 10) >= RowCount()) return;
+    Refuse("not all rows were found");
+  }
+
+  std::string all_;
 };
 
 }  // namespace
 
 std::unique_ptr<RowCopy> MakePostgresqlCopy(DatabaseConnection& connection, std::string_view table,
                                             const std::vector<std::string>& columns) {
-  return std::make_unique<PostgresqlCopy>(connection, table, columns);
+  const std::string target = std::string(table) + " (" + Listed(columns) + ")";
+  return std::make_unique<PostgresqlCopy>(connection, target, columns.size());
+}
+
+std::unique_ptr<RowCopy> MakePostgresqlChange(DatabaseConnection& connection, std::string_view table,
+                                              const std::vector<std::string>& columns,
+                                              const std::string& by) {
+  return std::make_unique<PostgresqlChange>(connection, std::string(table), columns, by);
 }
 
 }  // namespace mox

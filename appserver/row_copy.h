@@ -13,8 +13,8 @@ namespace mox {
 class DatabaseConnection;
 struct ValueSlot;  // in statement_impl.h
 
-/// Rows of one table that are stored together, which some engines do much faster than one statement for each.
-/// Of a refused row the engine need not say which one it is, so that is asked for.
+/// Rows of one table that are stored, or changed, together, which some engines do much faster than one
+/// statement for each. Of a refused row the engine need not say which one it is, so that is asked for.
 class RowCopy {
  public:
   RowCopy() = default;
@@ -35,5 +35,8 @@ class RowCopy {
 
 std::unique_ptr<RowCopy> MakePostgresqlCopy(DatabaseConnection& connection, std::string_view table,
                                             const std::vector<std::string>& columns);
+/// Rows of changes, as Database::ChangeTogether has them; no two of them for one key.
+std::unique_ptr<RowCopy> MakePostgresqlChange(DatabaseConnection& connection, std::string_view table,
+                                              const std::vector<std::string>& columns, const std::string& by);
 
 }  // namespace mox

@@ -93,24 +93,36 @@ RowDigests::RowDigests(Database& database, std::string_view table, std::string_v
                                    " WHERE id >= :first AND id <= :last ORDER BY id",
                                {FieldKind::kInteger, FieldKind::kInteger})) {}
 
+// Runs that lie near each other are read in one go, with what lies between them.
 void RowDigests::ForEach(
     const KeyRuns& keys,
     const std::function<void(std::int64_t key, std::optional<std::uint64_t> digest)>& action) {
-  for (const auto& [first, last] : keys.Runs()) {
-    for (std::int64_t begin = first; begin <= last; begin += kPortion) {
-      const std::int64_t end = std::min(last, begin + kPortion - 1);
-      rows_.Clear();
-      select_.Bind(0, Value(begin));
-      select_.Bind(1, Value(end));
-      select_.ExecuteInto(rows_);
-      std::size_t next = 0;
-      for (std::int64_t key = begin; key <= end; ++key) {
-        const bool found = next < rows_.RowCount() && rows_.RowAt(next).AsInteger(0) == key;
-        action(key, found ? std::optional(DigestOf(rows_.RowAt(next))) : std::nullopt);
-        if (found) ++next;
+  std::size_t next = 0;
+  std::int64_t read_to = 0;
+  for (auto run = keys.Runs().begin(); run != keys.Runs().end(); ++run) {
+    for (std::int64_t key = run->first; key <= run->second; ++key) {
+      if (key > read_to) {
+        read_to = key + kPortion - 1;
+        if (read_to > run->second) {
+          auto last = run;
+          while (last + 1 != keys.Runs().end() && (last + 1)->first <= read_to) ++last;
+          read_to = std::min(read_to, last->second);
+        }
+        Read(key, read_to);
+        next = 0;
       }
+      while (next < rows_.RowCount() && rows_.RowAt(next).AsInteger(0) < key) ++next;
+      const bool found = next < rows_.RowCount() && rows_.RowAt(next).AsInteger(0) == key;
+      action(key, found ? std::optional(DigestOf(rows_.RowAt(next))) : std::nullopt);
     }
   }
+}
+
+void RowDigests::Read(std::int64_t first, std::int64_t last) {
+  rows_.Clear();
+  select_.Bind(0, Value(first));
+  select_.Bind(1, Value(last));
+  select_.ExecuteInto(rows_);
 }
 
 std::string DigestText(std::uint64_t digest) {

@@ -17,6 +17,8 @@ class KeyRuns {
  public:
   using Run = std::pair<std::int64_t, std::int64_t>;  ///< first and last
 
+  KeyRuns() = default;
+  KeyRuns(std::int64_t first, std::int64_t last) : runs_({{first, last}}) {}
   /// Keys must come in ascending order.
   void Add(std::int64_t key);
   const std::vector<Run>& Runs() const { return runs_; }
@@ -41,6 +43,8 @@ class RowDigests {
                const std::function<void(std::int64_t key, std::optional<std::uint64_t> digest)>& action);
 
  private:
+  void Read(std::int64_t first, std::int64_t last);
+
   RecordSet rows_;
   Statement select_;
 };

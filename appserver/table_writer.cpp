@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <unordered_set>
 
 #include "appserver/codebook.h"
 #include "appserver/fold.h"
+#include "appserver/known_texts.h"
 #include "appserver/row_copy.h"
+#include "appserver/rows_ahead.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 
@@ -38,6 +41,11 @@ bool ParseYesOrNo(const std::string& text) {
   throw ConversionError('"' + text + "\" is neither yes nor no");
 }
 
+void RequireSmall(std::int64_t number) {
+  if (number == static_cast<std::int32_t>(number)) return;
+  throw Overflow("the number " + std::to_string(number) + " does not have 32 bits");
+}
+
 class TableWriter {
  public:
   TableWriter(Database& database, const RecordSet& records, const TableRule& rule,
@@ -56,8 +64,10 @@ class TableWriter {
 
   void StoreAll(std::size_t most_refused) {
     most_refused_ = most_refused;
-    if (records_.RowCount() >= kManyRows && MayBeStoredTogether())
-      copy_ = database_.CopyInto(rule_.table, names_);
+    if (records_.RowCount() >= kManyRows) {
+      copy_ = update_field_ ? database_.ChangeTogether(rule_.table, names_, UpdateColumn())
+                            : database_.CopyInto(rule_.table, names_);
+    }
     if (copy_ != nullptr) {
       StoreTogether();
     } else {
@@ -73,9 +83,6 @@ class TableWriter {
  private:
   static constexpr std::size_t kManyRows = 50;    // from which on it pays to store them together
   static constexpr std::size_t kPortion = 5'000;  // rows that are stored together
-
-  // Rows that are checked by what was stored of the set before, or get the next code, go one after the other.
-  bool MayBeStoredTogether() const { return !update_field_ && unique_.empty() && !numbering_; }
 
   bool IsRefusedEnough() const { return refused_ && refused_->others.size() + 1 >= most_refused_; }
 
@@ -101,10 +108,12 @@ class TableWriter {
   // Portion by portion. Of a row that is refused on the way the others of its portion are stored all the
   // same, so that as many are told as by storing one after the other.
   void StoreTogether() {
+    BeginTogether();
     std::size_t row = 1;
     while (row <= records_.RowCount() && !IsRefusedEnough()) {
       const std::size_t begin = row;
       const std::size_t end = std::min(records_.RowCount() + 1, begin + kPortion);
+      Foresee(begin - 1, end - 1);
       bool is_taken = true;
       for (; row < end && is_taken; ++row) is_taken = AddToCopy(row);
       const std::size_t taken = row - begin - (is_taken ? 0 : 1);
@@ -118,21 +127,55 @@ class TableWriter {
     }
   }
 
+  void BeginTogether() {
+    if (update_field_) known_.emplace(database_, rule_.table, UpdateColumn());
+    if (unique_.empty() && !numbering_) return;
+    std::vector<std::pair<std::size_t, std::string>> unique;
+    for (const UniqueField& field : unique_) unique.emplace_back(field.field, field.check.column());
+    ahead_.emplace(database_, *FindCodebookOf(rule_.table), unique, numbering_ ? numbering_->Highest() : "");
+  }
+
+  // Asks for all that the rows will be looked up by, in a few round trips.
+  void Foresee(std::size_t begin, std::size_t end) {
+    for (const KeyColumn& key : keys_) key.finder->Foresee(records_, begin, end);
+    if (ahead_) ahead_->Foresee(records_, begin, end);
+    if (!known_) return;
+    std::vector<std::string> keys;
+    for (std::size_t row = begin; row < end; ++row) {
+      keys.push_back(FoldKey(records_.RowAt(row).AsText(*update_field_)));
+    }
+    known_->Ask(keys);
+  }
+
+  // What a row alone is needed for: to say why it is refused, and where its key was in the copy already.
+  bool MustBeAlone(const RecordRow& record) {
+    if (ahead_) return ahead_->MayBeTaken(record);
+    if (!known_) return false;
+    const std::string key = FoldKey(record.AsText(*update_field_));
+    return !known_->Has(key) || !in_copy_.insert(key).second;
+  }
+
   // False where the row cannot be stored, which it says when it is stored alone.
   bool AddToCopy(std::size_t row) {
+    const RecordRow& record = records_.RowAt(row - 1);
+    if (MustBeAlone(record)) return false;
+    is_together_ = true;
+    bool is_taken = true;
     try {
-      Run(records_.RowAt(row - 1), row, [this] {
+      Run(record, row, [this] {
         statement_->AddTo(*copy_);
         return std::int64_t{1};
       });
-      return true;
     } catch (const WriteRefused&) {
-      return false;
+      is_taken = false;
     }
+    is_together_ = false;
+    return is_taken;
   }
 
   // Stores the rows of the copy up to the first that the engine refuses; answers how many that are.
   std::size_t StoreCopy(std::size_t rows) {
+    in_copy_.clear();
     database_.KeepSoFar();
     try {
       copy_->Store();
@@ -252,13 +295,15 @@ class TableWriter {
     }
   }
 
+  const std::string& UpdateColumn() const { return ColumnByName(rule_.update_by).name; }
+
   std::string UpdateSql() const {
     std::string columns;
     for (const std::string& name : names_) {
       columns += (columns.empty() ? "" : ", ") + name + " = COALESCE(:" + name + ", " + name + ')';
     }
-    return "UPDATE " + std::string(rule_.table) + " SET " + columns + " WHERE fold(" +
-           ColumnByName(rule_.update_by).name + ") = :update_key";
+    return "UPDATE " + std::string(rule_.table) + " SET " + columns + " WHERE fold(" + UpdateColumn() +
+           ") = :update_key";
   }
 
   std::string InsertSql(std::string_view returning) const {
@@ -301,11 +346,11 @@ class TableWriter {
       binding = nullptr;
       for (const KeyColumn& key : keys_) BindKey(record, row, key);
       if (update_field_) BindUpdateKey(record, row);
-      CheckUnique(record, row);
-      if (numbered_ && (!numbered_field_ || IsBlank(record, *numbered_field_))) {
-        statement_->BindText(*numbered_, numbering_->Next());
-      }
-      return execute();
+      if (!is_together_) CheckUnique(record, row);
+      const std::string code = BindCode(record);
+      const std::int64_t done = execute();
+      if (ahead_) ahead_->Take(record, code);
+      return done;
     } catch (const WriteRefused&) {
       throw;
     } catch (const DatabaseUnavailable&) {
@@ -318,6 +363,15 @@ class TableWriter {
     }
   }
 
+  // Answers the code of the row, empty in a table without.
+  std::string BindCode(const RecordRow& record) {
+    if (!numbered_) return {};
+    if (numbered_field_ && !IsBlank(record, *numbered_field_)) return record.AsText(*numbered_field_);
+    std::string code = is_together_ ? ahead_->NextCode() : numbering_->Next();
+    statement_->BindText(*numbered_, code);
+    return code;
+  }
+
   void BindField(const RecordRow& record, std::size_t row, const FieldColumn& column) {
     if (rule_.blank_is_null && IsBlank(record, column.field)) {
       return statement_->Bind(column.parameter, column.rule == nullptr ? Value() : column.rule->when_blank);
@@ -326,6 +380,8 @@ class TableWriter {
       return statement_->Bind(column.parameter, ParseYesOrNo(record.AsText(column.field)));
     }
     if (column.most > 0 && !record.IsNull(column.field)) CheckLength(record, row, column);
+    if (column.rule != nullptr && column.rule->is_small && !record.IsNull(column.field))
+      RequireSmall(ToInteger(record.AsVariant(column.field)));
     statement_->Bind(column.parameter, record, column.field);
   }
 
@@ -430,6 +486,10 @@ class TableWriter {
   std::optional<std::size_t> numbered_field_;  // where the records have one
   std::optional<Statement> statement_;
   std::unique_ptr<RowCopy> copy_;  // where rows are stored together
+  bool is_together_ = false;       // a row that is added to it
+  std::optional<RowsAhead> ahead_;
+  std::optional<KnownTexts> known_;          // of the rows that are changed
+  std::unordered_set<std::string> in_copy_;  // their keys
   std::size_t most_refused_ = 1;
   std::optional<WriteFailure> refused_;
 };

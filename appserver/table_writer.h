@@ -22,6 +22,7 @@ struct FieldRule {
   std::string_view column = {};  ///< empty for that of the same name
   Value when_blank = {};         ///< what is stored where the field has no value
   bool yes_or_no = false;        ///< a text such as "da" or "N" for a Boolean column
+  bool is_small = false;         ///< a whole number of 32 bits, as its column
 };
 
 /// How the records of a set become rows of a table.
