@@ -94,6 +94,34 @@ TEST_P(ImportJournal, TakesBackOnlyRowsThatNobodyChangedOrRefersTo) {
   EXPECT_EQ(Number(database, "SELECT COUNT(*) FROM mjesto WHERE id >= " + first), 0);
 }
 
+// What an import changed stands again as it stood, also where that was nothing.
+TEST_P(ImportJournal, TakesBackWhatItChangedInRows) {
+  CompanyServer server{Database(path_)};
+  Database& database = server.database();
+  database.Execute(
+      "INSERT INTO lunari_artikli (barcode, naziv, nab_cij, prod_cij) VALUES "
+      "('1', 'Hlače', '10,5', '99,9'), ('2', 'Kapa', NULL, NULL), ('3', 'Šal', '3', '5')");
+  const auto articles = [&] {
+    return database
+        .Query("q", ParseColumns("barcode,naziv,nab_cij,prod_cij"),
+               "SELECT barcode, naziv, nab_cij, prod_cij FROM lunari_artikli ORDER BY id")
+        .SaveToString();
+  };
+  const std::string before = articles();
+  ASSERT_EQ(Write(server, "UpdateArtikalaLunariImportInsert",
+                  Rows("UPDATEARTLUNARI", {{"NAB_CIJ", std::string("8")}, {"PROD_CIJ", std::string("89,9")}},
+                       {"2", "1"}, "BARCODE")),
+            "committed");
+  const std::string after = articles();
+  EXPECT_NE(after, before);
+  database.Execute("UPDATE lunari_artikli SET naziv = 'Hlačice' WHERE barcode = '1'");
+  EXPECT_THAT(Undo(server, 1), testing::HasSubstr("lunari_artikli 1 was changed"));
+  database.Execute("UPDATE lunari_artikli SET naziv = 'Hlače' WHERE barcode = '1'");
+  EXPECT_EQ(articles(), after);
+  EXPECT_EQ(Undo(server, 1), "committed");
+  EXPECT_EQ(articles(), before);
+}
+
 // Articles and services of the same codes: each is named by lines of its own sort alone, as people write it.
 TEST_P(ImportJournal, SeesWhatLinesNameByItsCode) {
   CompanyServer server{Database(path_)};
