@@ -72,6 +72,8 @@ class Workstation : public RecordingHost {
     CarryOverAttempts();
   }
 
+  std::string answer_name = InvoiceAnswerName(kUrl, kInvoice);  ///< of what it sends or carries over
+
   std::string File(const char* ending) const { return folder + "adsB2C_7" + ending; }
 
   /// What others do while the user is asked.
@@ -134,10 +136,11 @@ class Workstation : public RecordingHost {
     RecordSet& sent = sets[0].AsDataSet();
     const std::string attempt = sent.FieldByName("pokusaj").AsText();
     if (name == "ERacunPokusajPocetak") {
+      EXPECT_EQ(sent.FieldByName("sazetak").AsText(), answer_name);
       if (world_.linked || sent.FieldByName("prethodni").AsText() != world_.attempt) return 0;
       world_.attempt = attempt;
       world_.under_way = true;
-    } else if (attempt == world_.attempt) {
+    } else if (name == "ERacunPokusajKraj" && attempt == world_.attempt) {
       world_.under_way = false;
       if (sent.FieldByName("poznat").AsText() == "true") world_.attempt.clear();
     }
@@ -236,7 +239,18 @@ TEST(SendAttempt, IsPostedUnaskedOnlyAfterARefusal) {
     if (*row.field == '\0') std::ofstream(workstation.File(".xml")) << "<xml/>";
     workstation.Try();
     EXPECT_EQ(world.posted_unasked, row.posted) << row.name << " " << row.field;
+    EXPECT_NE(world.attempt, "pokusaj") << "the next attempt takes its place";
   }
+}
+
+TEST(SendAttempt, LeavesThatOfAnotherWhichIsUnderWay) {
+  World world;
+  world.attempt = "pokusaj";
+  world.under_way = true;
+  Workstation(world, kNever).Try();
+  EXPECT_EQ(world.attempt, "pokusaj");
+  EXPECT_TRUE(world.under_way);
+  EXPECT_EQ(world.posted_unasked, 0);
 }
 
 // The user's yes is none to what another program has begun meanwhile.
@@ -273,6 +287,7 @@ TEST(SendAttempt, IsCarriedOverFromItsFile) {
     world.linked = row.linked;
     Workstation workstation(world, kNever);
     std::ofstream(workstation.File(".try")) << row.text;
+    workstation.answer_name.clear();  // nobody knows to which invoice
     workstation.CarryOver();
     EXPECT_EQ(world.attempt.empty(), !row.carried) << row.text;
     EXPECT_FALSE(world.under_way) << row.text;
