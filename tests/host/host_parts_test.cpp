@@ -84,6 +84,7 @@ TEST(CompanyParameterModule, InfersTheKindOfAValue) {
   }
   EXPECT_EQ(kind_of("0"), FieldKind::kInteger);
   EXPECT_EQ(parameter().AsText(), "0");
+  EXPECT_EQ(kind_of("-12"), FieldKind::kInteger);
   EXPECT_EQ(kind_of("7.5345"), FieldKind::kFloat);
   EXPECT_EQ(parameter().AsText(), "7,5345");
   for (const char* text : {"", "-", "007", "+3", "1e3", "1.", "12345678901234567890", "true story"}) {

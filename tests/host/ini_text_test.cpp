@@ -41,6 +41,15 @@ TEST(IniText, ReadsSettings) {
   EXPECT_EQ(value("Other", "KOL_NUM"), "5");
   for (const char* section : {"", "damaged"}) EXPECT_EQ(value(section, "KOL_NUM"), "none");
   EXPECT_EQ(value("Other", "LATE"), "none");
+  using Pairs = std::vector<std::pair<std::string, std::string>>;
+  EXPECT_EQ(text.Settings("other"), (Pairs{{"KOL_NUM", "5"}}));
+  EXPECT_EQ(text.Settings("GENERAL"), (Pairs{{"KOL_NUM", "3 ; no comment"},
+                                             {"QUOTED", "  A4 "},
+                                             {"ONE", "\""},
+                                             {"TWO", ""},
+                                             {"EMPTY", ""},
+                                             {"EQUALS", "a=b#c"},
+                                             {"LATE", "7"}}));
 }
 
 // What a write of KEY=new into section GENERAL makes of a text, byte for byte.

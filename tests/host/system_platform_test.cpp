@@ -1,9 +1,12 @@
 #include "mox/host/system_platform.h"
 
+#include <pwd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -63,7 +66,10 @@ TEST_F(StartedProgramTest, GetsItsArgumentsAndNoInput) {
 TEST_F(StartedProgramTest, IsStillActiveUntilItsEnd) {
   const auto program = Start("until [ -e end ]; do sleep 0.01; done; kill -9 $$");
   ASSERT_NE(program, nullptr);
-  for (int i = 0; i < 5; ++i) EXPECT_EQ(program->ExitCode(), kStillActive);
+  for (int i = 0; i < 5; ++i) {
+    errno = EINTR;  // of an earlier call
+    EXPECT_EQ(program->ExitCode(), kStillActive);
+  }
   std::ofstream(folder_ + "end");
   EXPECT_EQ(EndOf(*program), 128 + 9);
 }
@@ -99,12 +105,54 @@ TEST_F(StartedProgramTest, CannotBeStarted) {
 TEST(SystemPlatform, KnowsItsFolderAndWhatItWasGiven) {
   SystemPlatform platform([] { return std::string("copied"); });
   EXPECT_TRUE(fs::equivalent(platform.ApplicationFolder() + "mox_host_test", "/proc/self/exe"));
+  EXPECT_EQ(platform.StateFolder(), platform.ApplicationFolder()) << "the user's own, and he may write there";
   EXPECT_EQ(platform.ClipboardText() + SystemPlatform().ClipboardText(), "copied");
   EXPECT_EQ(platform.SetCursor(MouseCursor::kHourglass), MouseCursor::kDefault);
   EXPECT_EQ(platform.SetCursor(MouseCursor::kDefault), MouseCursor::kHourglass);
   EXPECT_FALSE(platform.IsTerminated());
   platform.Terminate();
   EXPECT_TRUE(platform.IsTerminated());
+}
+
+// A variable of the environment while a test runs.
+class Variable {
+ public:
+  explicit Variable(const char* name) : name_(name) {
+    if (const char* const value = std::getenv(name)) before_ = value;
+  }
+  ~Variable() { Set(before_ ? before_->c_str() : nullptr); }
+  Variable(const Variable&) = delete;
+  Variable& operator=(const Variable&) = delete;
+  void Set(const char* value) { value == nullptr ? ::unsetenv(name_) : ::setenv(name_, value, 1); }
+
+ private:
+  const char* name_;
+  std::optional<std::string> before_;
+};
+
+TEST(SystemPlatform, FindsTheFolderOfAUsersState) {
+  const ScratchFolder scratch;
+  Variable states("XDG_STATE_HOME");
+  Variable home("HOME");
+  home.Set(scratch.path().c_str());
+  states.Set((scratch / "states").c_str());
+  EXPECT_EQ(SystemPlatform::UserStateFolder(), scratch / "states/mox/");
+  EXPECT_EQ(fs::status(scratch / "states/mox").permissions(), fs::perms::owner_all);
+  for (const char* const relative : {"states", ""}) {
+    states.Set(relative);
+    EXPECT_EQ(SystemPlatform::UserStateFolder(), scratch / ".local/state/mox/");
+  }
+  if (::geteuid() != 0) return;
+  // Without a home of the environment that of the user counts; this one has none where he could write.
+  constexpr uid_t kNobody = 65534;
+  const std::string of_nobody = ::getpwuid(kNobody)->pw_dir;
+  for (const char* const relative : {"home", static_cast<const char*>(nullptr)}) {
+    home.Set(relative);
+    ASSERT_EQ(::seteuid(kNobody), 0);
+    const std::string refused = TextOrError([] { return SystemPlatform::UserStateFolder(); });
+    ASSERT_EQ(::seteuid(0), 0);
+    EXPECT_TRUE(refused.starts_with("! " + of_nobody + "/.local/state/mox/: cannot be made: ")) << refused;
+  }
 }
 
 }  // namespace

@@ -25,6 +25,7 @@ struct World {
   bool linked = false;
   bool refuses = false;
   bool drops_answers = false;
+  bool answers_another = false;
   int posted_unasked = 0;
 };
 
@@ -163,7 +164,7 @@ class Workstation : public RecordingHost {
       if (world_.drops_answers) return;
       if (world_.refuses) answer = OneRecord({{"statusCode", std::string("1")}, {"message", ""}});
     }
-    answer.SetName(InvoiceAnswerName(kUrl, kInvoice));
+    answer.SetName(world_.answers_another ? "adsB2C 0" : InvoiceAnswerName(kUrl, kInvoice));
     answer.SaveToFile(files.answer);
     Step();
     if (!answer.FindFieldIndex("mozda_poslan")) RemoveFile(files.attempt);
@@ -241,6 +242,16 @@ TEST(SendAttempt, IsPostedUnaskedOnlyAfterARefusal) {
     EXPECT_EQ(world.posted_unasked, row.posted) << row.name << " " << row.field;
     EXPECT_NE(world.attempt, "pokusaj") << "the next attempt takes its place";
   }
+}
+
+// An answer to another invoice says nothing of this one.
+TEST(SendAttempt, StaysInDoubtAfterTheAnswerToAnother) {
+  World world;
+  world.answers_another = true;
+  Workstation(world, kNever).Try();
+  EXPECT_FALSE(world.linked);
+  EXPECT_FALSE(world.attempt.empty());
+  EXPECT_FALSE(world.under_way);
 }
 
 TEST(SendAttempt, LeavesThatOfAnotherWhichIsUnderWay) {
