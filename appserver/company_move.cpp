@@ -149,6 +149,19 @@ void FindObstacles(MoveSide& side, bool is_source, std::vector<std::string>& obs
   }
 }
 
+// The new server keeps a place for each table from its copy until changes follow in it, and one for these.
+void FindMissingPlaces(MoveSide& from, MoveSide& to, std::vector<std::string>& obstacles) {
+  const std::int64_t needed =
+      1 + from.AskNumber("SELECT count(*) FROM pg_class WHERE relkind = 'r' AND relnamespace = " +
+                         ("to_regnamespace(" + QuotedText(QuotedName(from.schema())) + ")"));
+  const std::int64_t free = to.AskNumber(
+      "SELECT current_setting('max_replication_slots')::bigint - (SELECT count(*) FROM "
+      "pg_replication_origin_status)");
+  if (free >= needed) return;
+  obstacles.push_back(to.location().ToString() + ": max_replication_slots leaves " + std::to_string(free) +
+                      " places for tables that are copied, and " + std::to_string(needed) + " are needed");
+}
+
 std::string PlaceOf(MoveSide& side) {
   return side.Ask(
       "SELECT (SELECT system_identifier FROM pg_control_system()) || '/' || oid FROM pg_database "
@@ -174,6 +187,7 @@ std::vector<std::string> CompanyMove::Obstacles() {
   }
   FindObstacles(s.from, true, obstacles);
   FindObstacles(s.to, false, obstacles);
+  if (obstacles.empty() && !s.to.HasSchema()) FindMissingPlaces(s.from, s.to, obstacles);
   if (s.to.HasSchema() && s.to.MarkOf(s.to.schema()) != s.mark + kMarkArrives) {
     obstacles.push_back(s.plan.to.ToString() + ": there is such a company already");
   }

@@ -242,6 +242,19 @@ TEST_F(CompanyMoveTest, IsTakenBackAndRefusedWhereTheSidesDiffer) {
       testing::ThrowsMessage<Error>(testing::HasSubstr("the user " + plain.user + " is no superuser")));
   here.Run("DROP ROLE \"" + plain.user + "\"");
   there.Run("DROP ROLE \"" + plain.user + "\"");
+
+  // The engine has a place for each table that is copied; others hold most of them.
+  there.Run("DROP SCHEMA " + QuotedName(there.schema()));
+  there.Run(
+      "DO $$ BEGIN FOR i IN 1..60 LOOP PERFORM pg_replication_origin_create('zauzeto' || i); "
+      "PERFORM pg_replication_origin_advance('zauzeto' || i, '0/1'); END LOOP; END $$");
+  EXPECT_THAT([&] { MoveCompanyTo(accounts, "seoba", places_[1], {}, nothing); },
+              testing::ThrowsMessage<Error>(testing::AllOf(
+                  testing::HasSubstr("max_replication_slots leaves 60 places for tables that are copied"),
+                  testing::HasSubstr("are needed"))));
+  there.Run(
+      "DO $$ BEGIN FOR i IN 1..60 LOOP PERFORM pg_replication_origin_drop('zauzeto' || i); END LOOP; END "
+      "$$");
 }
 
 }  // namespace
