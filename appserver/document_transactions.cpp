@@ -391,6 +391,27 @@ void RequireCancellable(Database& database, const StoredDocument& original, cons
                    '/' + storno.AsText(3) + " (id " + storno.AsText(0) + ')');
 }
 
+// The mirror's amounts are those of the document, so they are in its currency, which has to be what amounts
+// of the storno's day are in where none is named.
+void RequireSameCurrency(const StoredDocument& original, const RecordSet& asked, Date day) {
+  const RecordSet& header = original.header;
+  for (const std::string_view name : {"valuta_id", "tecaj"}) {
+    const auto given = asked.FindFieldIndex(name);
+    if (!given || asked.IsNull(*given)) continue;
+    const std::size_t field = *header.FindFieldIndex(name);
+    if (header.IsNull(field) || HeaderValue(asked, name, ToFloat) != header.AsFloat(field)) {
+      RefuseHeader(asked, name, "is that of the document that is cancelled");
+    }
+  }
+  const std::string_view then = GetValutaOznakaByDate(header.AsDate(*header.FindFieldIndex("datum")));
+  const std::string_view now = GetValutaOznakaByDate(day);
+  if (then == now) return;
+  RefuseHeader(asked, "datum",
+               "books of " + ToText(day) + " are kept in " + std::string(now) + ", document " +
+                   std::to_string(original.id) + " is in those in " + std::string(then) +
+                   ": its storno is of a day of theirs");
+}
+
 // What the storno does not say itself it has from the document.
 RecordSet StornoHeader(const RecordSet& asked, const RecordSet& original) {
   constexpr std::string_view kTaken[] = {"skl_id",       "par_id",        "valuta_id",     "tecaj",
@@ -447,6 +468,8 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
                  ToText(key.datum) + " is before the date of the document that is cancelled, " +
                      original->header.AsText(*original->header.FindFieldIndex("datum")));
   }
+
+  RequireSameCurrency(*original, asked, key.datum);
 
   TableRule rule = transaction.FindRule("Zaglavlje")->table;
   PayOf(database, asked, rule);

@@ -225,6 +225,15 @@ void CheckSource(const PageSource& source, const DocumentPage& page) {
 
 // --- codes and notes ---
 
+// What it comes to in the currency of the country. None where that is its own, or no rate is known.
+std::optional<ConvertedTotal> InCurrencyOfCountry(const PageSource& source, const DocumentPage& page) {
+  if (page.currency == GetValutaOznakaByDate(page.date) || !page.total) return std::nullopt;
+  const RecordRow header = source.header.RowAt(0);
+  const double rate = header.AsFloat(header.IndexOf("tecaj"));
+  if (!(rate > 0)) return std::nullopt;
+  return TotalInCurrencyOfDate(*page.total, source.taxes, !source.IsUncharged(), page.date, rate);
+}
+
 void AddFiscal(const PageSource& source, DocumentPage& page) {
   if (source.fiscal.IsEmpty()) {
     if (IsCashInvoice(source)) {
@@ -236,11 +245,15 @@ void AddFiscal(const PageSource& source, DocumentPage& page) {
   }
   Add(page.fiscal, "ZKI", TextOf(source.fiscal, "zki"));
   Add(page.fiscal, "JIR", TextOf(source.fiscal, "jir"));
-  if (!page.total) return;
+  // The receipt was reported in the currency of the country.
+  const auto converted = InCurrencyOfCountry(source, page);
+  const bool is_home = page.currency == GetValutaOznakaByDate(page.date);
+  if (!page.total || (!is_home && !converted)) return;
+  const Currency reported = is_home ? *page.total : converted->total;
   const RecordRow record = source.fiscal.RowAt(0);
   // Of the address a program makes sense, whatever the locale of who prints it.
   page.verification_code =
-      ReceiptVerificationAddress(TextOf(source.fiscal, "zki"), page.total->ToDouble(),
+      ReceiptVerificationAddress(TextOf(source.fiscal, "zki"), reported.ToDouble(),
                                  record.AsDateTime(record.IndexOf("vrijeme")), LocaleSettings());
 }
 
@@ -330,22 +343,21 @@ bool HasUntaxedLines(const RecordSet& taxes) {
 void AddInCurrencyOfCountry(const PageSource& source, DocumentPage& page) {
   const std::string home(GetValutaOznakaByDate(page.date));
   if (page.currency == home || !page.total) return;
-  const RecordRow header = source.header.RowAt(0);
-  const double rate = header.AsFloat(header.IndexOf("tecaj"));
-  if (!(rate > 0)) {
+  const auto converted = InCurrencyOfCountry(source, page);
+  if (!converted) {
     page.warnings.push_back("it is in " + page.currency + " and has no exchange rate (tecaj): its tax in " +
                             home + " is not on it");
     return;
   }
   const LocaleSettings& locale = CurrentLocale();
-  const ConvertedTotal converted =
-      TotalInCurrencyOfDate(*page.total, source.taxes, !source.IsUncharged(), page.date, rate);
+  const RecordRow header = source.header.RowAt(0);
+  const double rate = header.AsFloat(header.IndexOf("tecaj"));
   const auto text = [&](Currency amount) { return AmountText(amount, locale) + " " + home; };
   std::string note = "Po tečaju " + RateText(rate, locale) + ": ";
   if (!source.taxes.IsEmpty()) {
-    note += "osnovica " + text(converted.base) + ", PDV " + text(converted.tax) + ", ";
+    note += "osnovica " + text(converted->base) + ", PDV " + text(converted->tax) + ", ";
   }
-  page.notes.push_back(note + "ukupno " + text(converted.total) + ".");
+  page.notes.push_back(note + "ukupno " + text(converted->total) + ".");
 }
 
 void AddNotes(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {

@@ -255,6 +255,22 @@ TEST_F(PageTest, ShowsWhatTheTaxAdministrationKnows) {
   for (const char* word : {"09:05:00", "ZKI:", "JIR:", "3b2c4d5e-1111-4222-8333-944455566677", "1/2026"}) {
     EXPECT_NE(text.find(word), std::string::npos) << word;
   }
+  // What was reported is in the currency of the country.
+  server_.database().Execute(
+      "UPDATE dok SET tecaj = 2, valuta_id = (SELECT id FROM valuta WHERE oznaka = 'USD') WHERE id = :id",
+      {id});
+  const DocumentPage foreign = MakePage(id, paper_);
+  EXPECT_EQ(foreign.currency, "USD");
+  EXPECT_NE(foreign.verification_code, page.verification_code);
+  EXPECT_TRUE(std::any_of(foreign.notes.begin(), foreign.notes.end(), [&](std::string note) {
+    std::erase(note, '.');
+    const std::string& code = foreign.verification_code;
+    return note.find("ukupno " + code.substr(code.rfind('=') + 1) + " EUR") != std::string::npos;
+  })) << foreign.verification_code;
+  server_.database().Execute("UPDATE dok SET tecaj = NULL WHERE id = :id", {id});
+  EXPECT_EQ(MakePage(id, paper_).verification_code, "") << "nobody knows what was reported";
+  server_.database().Execute("UPDATE dok SET valuta_id = NULL WHERE id = :id", {id});
+
   // Who prints reads other numbers; the tax administration does not.
   MemorySettings settings;
   StandardLocale english({.decimal_separator = ".", .thousands_separator = ","});
