@@ -152,12 +152,15 @@ StoredMail MailMeant(Database& database, const MailRecord& mail) {
 }
 
 // A document goes to a receiver once: the mail that is there already stands for it, however far it has come,
-// until it was refused or withdrawn.
+// until it was refused or withdrawn, and no sending of it may have arrived.
 std::optional<std::int64_t> FindMail(Database& database, std::int64_t doc_id, const std::string& to) {
-  const RecordSet stored = database.Query("posta", ParseColumns("id:integer"),
-                                          "SELECT id FROM posta WHERE dok_id = :dok_id AND fold(kome) = "
-                                          ":kome AND stanje <> 'odbijeno' ORDER BY id LIMIT 1",
-                                          {doc_id, FoldKey(to)});
+  const RecordSet stored =
+      database.Query("posta", ParseColumns("id:integer"),
+                     "SELECT id FROM posta WHERE dok_id = :dok_id AND fold(kome) = "
+                     ":kome AND (stanje <> 'odbijeno' OR EXISTS (SELECT 1 FROM posta_slanja s "
+                     "WHERE s.posta_id = posta.id AND (s.stanje IS NULL OR s.stanje IN "
+                     "('poslano', 'nepoznato')))) ORDER BY id LIMIT 1",
+                     {doc_id, FoldKey(to)});
   return stored.IsEmpty() ? std::nullopt : std::optional(stored.AsInteger(0));
 }
 
@@ -215,6 +218,21 @@ std::optional<RecordSet> SettleMail(const NamedTransaction& /*transaction*/, Dat
   return std::nullopt;
 }
 
+// What a sending makes of its mail. One that brought nothing there takes nothing back of what an earlier one
+// brought, or may have brought.
+std::string StateAfter(Database& database, std::int64_t mail, std::int64_t sending, const std::string& end) {
+  if (end != kWaits && end != kIsRefused) return end;
+  const RecordSet others = database.Query(
+      "slanja", ParseColumns("stanje"),
+      "SELECT stanje FROM posta_slanja WHERE posta_id = :mail AND id <> :sending", {mail, sending});
+  std::string state = end;
+  for (const RecordRow& other : others.Rows()) {
+    if (other.AsTextView(0) == kIsSent) return std::string(kIsSent);
+    if (other.IsNull(0) || other.AsTextView(0) == kIsUnknown) state = kIsUnknown;
+  }
+  return state;
+}
+
 // A sending that ended after another one had begun is noted alone: the mail is what the last one makes of it.
 // But what the server has taken was sent, whatever was made of the mail since.
 std::optional<RecordSet> EndSending(const NamedTransaction& /*transaction*/, Database& database,
@@ -240,7 +258,8 @@ std::optional<RecordSet> EndSending(const NamedTransaction& /*transaction*/, Dat
       {LocalNow(), end, std::string(CutToCharacters(sending.Text("odgovor"), kLongestAnswer)), id});
   const bool is_late_proof = end == kIsSent && stored.AsTextView(3) != kIsSending;
   if (stored.AsInteger(2) == id || is_late_proof) {
-    database.Execute("UPDATE posta SET stanje = :stanje WHERE id = :id", {end, stored.AsInteger(0)});
+    database.Execute("UPDATE posta SET stanje = :stanje WHERE id = :id",
+                     {StateAfter(database, stored.AsInteger(0), id, end), stored.AsInteger(0)});
   }
   return std::nullopt;
 }
