@@ -29,8 +29,11 @@ std::string Whole(std::string_view amount) {
 
 std::string WholeInBooks(std::string_view amount, bool last_in_euros) {
   const std::string whole = "COALESCE(" + std::string(amount) + ", 0)";
+  // Moved away from zero by 0.0000001 of the currency first, as R2 does: quotients of decimals miss their
+  // halves.
   const auto hundredths = [&](const std::string& times) {
-    return "CAST(ROUND(CAST(" + whole + " * 100 " + times + " AS NUMERIC)) AS BIGINT) * 100";
+    const std::string value = "(" + whole + " * 100 " + times + ")";
+    return "CAST(ROUND(CAST(" + value + " + SIGN(" + value + ") * 0.00001 AS NUMERIC)) AS BIGINT) * 100";
   };
   const std::string to_euros = last_in_euros ? " / " + std::string(kKunasForEuro) : std::string();
   std::string sql = "CASE WHEN " + IsForeign() + " THEN CASE WHEN " + InKunas() + " THEN " +

@@ -9,11 +9,13 @@
 #include <csignal>
 #include <random>
 
+#include "appserver/book_currency.h"
 #include "appserver/company_server.h"
 #include "appserver/connection.h"
 #include "appserver/fold.h"
 #include "appserver/migrations.h"
 #include "appserver/stock.h"
+#include "mox/codes/exchange_rates.h"
 #include "mox/documents/quantity.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
@@ -356,6 +358,27 @@ TEST_P(DatabaseTest, CountsQuantitiesAsTheProgramDoes) {
     for (const double signed_one : {quantity, -quantity}) {
       const RecordSet counted = database.Query("n", ParseColumns("n:integer"), sql, {signed_one});
       EXPECT_EQ(counted.AsInteger(0), CountedQuantity(signed_one)) << signed_one;
+    }
+  }
+}
+
+// Also where the quotient is half a cent, which no double of it is.
+TEST_P(DatabaseTest, ConvertsAmountsAsTheProgramDoes) {
+  Database database(path_);
+  const std::string day_sql = IsPostgresql() ? "CAST(:datum AS DATE)" : ":datum";
+  const std::string sql =
+      "SELECT " + WholeInBooks("d.ukupno") + " FROM (SELECT " + day_sql +
+      " AS datum, CAST(:ukupno AS NUMERIC(19,4)) AS ukupno, CAST(:tecaj AS DOUBLE PRECISION) "
+      "AS tecaj, (SELECT id FROM valuta WHERE oznaka = 'USD') AS valuta_id) d";
+  for (const Date day : {*MakeDate(2022, 12, 31), *MakeDate(2026, 3, 2)}) {
+    for (const double rate : {1.6, 0.8, 1.25, 7.064035, 6.4, 1500.0, 0.00032}) {
+      for (std::int64_t cents = -1500; cents <= 1500; cents += 4) {
+        const Currency amount = Currency::FromScaled(cents * 100);
+        const RecordSet counted = database.Query("n", ParseColumns("n:integer"), sql,
+                                                 std::array<Value, 3>{FormatIsoDate(day), amount, rate});
+        ASSERT_EQ(counted.AsInteger(0), InCurrencyOfDate(amount, day, rate).scaled())
+            << amount.ToString() << " at " << rate << " on " << FormatIsoDate(day);
+      }
     }
   }
 }
