@@ -87,7 +87,7 @@ class BulkImport : public ScratchDatabase {
       rows.FieldByName(field).SetText(text);
       rows.Post();
     };
-    for (const std::size_t row : {5, 50}) set(row, profile.unique, "12345678903");
+    for (const std::size_t row : {5UL, 50UL}) set(row, profile.unique, "12345678903");
     set(53, profile.unknown, "99999");
   }
   // So many rows from there on.
