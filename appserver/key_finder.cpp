@@ -43,6 +43,24 @@ std::vector<std::vector<Value>> Spellings(const std::vector<std::vector<Value>>&
   return all;
 }
 
+// Which rows are found by some columns of the key, and which of them first.
+struct RowConditions {
+  // `same` holds where the column has the key's value.
+  void Add(Fit fit, std::string_view column, const std::string& same) {
+    const std::string name(column);
+    if (fit == Fit::kPreferred) {
+      order += "CASE WHEN " + same + " THEN 0 ELSE 1 END, ";
+      return;
+    }
+    where += where.empty() ? "" : " AND ";
+    where += fit == Fit::kSame ? same : '(' + same + " OR " + name + " IS NULL)";
+    if (fit == Fit::kSameOrNone) order += "CASE WHEN " + name + " IS NULL THEN 1 ELSE 0 END, ";
+  }
+
+  std::string where = {};
+  std::string order = {};
+};
+
 }  // namespace
 
 bool IsBlank(const RecordRow& record, std::size_t field) {
@@ -79,8 +97,7 @@ std::vector<Value> KeyFinder::KeysOf(const RecordRow& record, const Part& part) 
 }
 
 Statement KeyFinder::Prepare(const Keys& keys) const {
-  std::string where;
-  std::string order;
+  RowConditions found;
   std::vector<FieldKind> kinds;
   for (std::size_t i = 0; i < parts_.size(); ++i) {
     if (keys[i].empty()) continue;
@@ -92,23 +109,11 @@ Statement KeyFinder::Prepare(const Keys& keys) const {
       kinds.push_back(column.kind);
     }
     same += ')';
-    const std::string_view conjunction = where.empty() ? "" : " AND ";
-    switch (parts_[i].rule->fit) {
-      case Fit::kSame:
-        where.append(conjunction).append(same);
-        break;
-      case Fit::kSameOrNone:
-        where.append(conjunction).append('(' + same + " OR " + column.name + " IS NULL)");
-        order += "CASE WHEN " + column.name + " IS NULL THEN 1 ELSE 0 END, ";
-        break;
-      case Fit::kPreferred:
-        order += "CASE WHEN " + same + " THEN 0 ELSE 1 END, ";
-        break;
-    }
+    found.Add(parts_[i].rule->fit, column.name, same);
   }
-  order += rule_.first_by.empty() ? "t.id" : rule_.first_by;
+  found.order += rule_.first_by.empty() ? "t.id" : rule_.first_by;
   return database_.Prepare("SELECT t.id FROM " + std::string(rule_.table) + " t " + std::string(rule_.join) +
-                               " WHERE " + where + " ORDER BY " + order + " LIMIT 2",
+                               " WHERE " + found.where + " ORDER BY " + found.order + " LIMIT 2",
                            kinds);
 }
 
@@ -229,30 +234,17 @@ std::size_t KeyFinder::AskSome(const Wanted& wanted, std::size_t begin) {
 }
 
 std::string KeyFinder::QueryOf(const Keys& shape, const std::string& rows) const {
-  std::string where;
-  std::string order = "w.column1, ";
+  RowConditions found{.order = "w.column1, "};
   std::size_t column = 1;
   for (std::size_t i = 0; i < parts_.size(); ++i) {
     if (shape[i].empty()) continue;
     const std::string& name = parts_[i].column.name;
     const std::string same = "fold(" + name + ") = w.column" + std::to_string(++column);
-    const std::string_view conjunction = where.empty() ? "" : " AND ";
-    switch (parts_[i].rule->fit) {
-      case Fit::kSame:
-        where.append(conjunction).append(same);
-        break;
-      case Fit::kSameOrNone:
-        where.append(conjunction).append("(" + same + " OR " + name + " IS NULL)");
-        order += "CASE WHEN " + name + " IS NULL THEN 1 ELSE 0 END, ";
-        break;
-      case Fit::kPreferred:
-        order += "CASE WHEN " + same + " THEN 0 ELSE 1 END, ";
-        break;
-    }
+    found.Add(parts_[i].rule->fit, name, same);
   }
-  order += rule_.first_by.empty() ? "t.id" : rule_.first_by;
+  found.order += rule_.first_by.empty() ? "t.id" : rule_.first_by;
   return "SELECT w.column1, t.id FROM (VALUES " + rows + ") AS w CROSS JOIN " + std::string(rule_.table) +
-         " t " + std::string(rule_.join) + " WHERE " + where + " ORDER BY " + order;
+         " t " + std::string(rule_.join) + " WHERE " + found.where + " ORDER BY " + found.order;
 }
 
 }  // namespace mox
