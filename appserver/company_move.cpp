@@ -152,8 +152,9 @@ void FindObstacles(MoveSide& side, bool is_source, std::vector<std::string>& obs
 // The new server keeps a place for each table from its copy until changes follow in it, and one for these.
 void FindMissingPlaces(MoveSide& from, MoveSide& to, std::vector<std::string>& obstacles) {
   const std::int64_t needed =
-      1 + from.AskNumber("SELECT count(*) FROM pg_class WHERE relkind = 'r' AND relnamespace = " +
-                         ("to_regnamespace(" + QuotedText(QuotedName(from.schema())) + ")"));
+      1 +
+      from.AskNumber("SELECT count(*) FROM pg_class WHERE relkind = 'r' AND relnamespace = to_regnamespace(" +
+                     QuotedText(QuotedName(from.schema())) + ")");
   const std::int64_t free = to.AskNumber(
       "SELECT current_setting('max_replication_slots')::bigint - (SELECT count(*) FROM "
       "pg_replication_origin_status)");

@@ -310,7 +310,7 @@ const NamedTransaction kTransactions[] = {
     {"PostaUpis",
      Right::kEnterDocuments,
      "puts the mail of a document into the outbox; answers its id, or that of the document's mail to this "
-     "address that is there already and was neither refused nor withdrawn",
+     "address that is there already, unless it was refused or withdrawn and cannot have arrived",
      {{"adsPosta", {"posta"}, true, "dok_id:integer,kome,predmet,tekst"}},
      InsertMail},
     {"PostaPocetak",
@@ -328,8 +328,8 @@ const NamedTransaction kTransactions[] = {
     {"PostaRjesenje",
      Right::kEnterDocuments,
      "settles a mail that is what `potvrdeno` says that the user was told: withdrawn (odbijeno) where it "
-     "waits or "
-     "nobody knows (ceka, salje, nepoznato), or poslano where somebody knows what nobody knew (salje, "
+     "waits or nobody knows (ceka, salje, nepoznato), or poslano where somebody knows what nobody knew "
+     "(salje, "
      "nepoznato)",
      {{"adsPosta", {"posta"}, true, "id:integer,stanje,potvrdeno"}},
      SettleMail}};
