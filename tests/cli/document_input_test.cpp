@@ -7,18 +7,10 @@
 #include "cli/text_table.h"
 #include "mox/host/company_parameters.h"
 #include "mox/host/memory_settings.h"
+#include "tests/documents/counted_kind.h"
 
 namespace mox {
 namespace {
-
-int runs_of_calculators = 0;
-const LineSchema* counted[2] = {};
-
-template <std::size_t kSort>
-void CountRun(RecordSet& lines, const DocumentDigits& digits) {
-  ++runs_of_calculators;
-  counted[kSort]->calculate(lines, digits);
-}
 
 // A file of the input columns.
 std::string LinesOf(const LineSchema& schema, int count) {
@@ -41,29 +33,24 @@ TEST(DocumentInput, CalculatesEachLineOfAFileOnce) {
   CompanyParameterModule parameters;
   const ScopedApp app({.ini = &settings, .comunication = &parameters});
   for (const DocumentKind& known : DocumentKinds()) {
-    DocumentKind kind = known;
-    counted[0] = &known.goods;
-    counted[1] = &known.services;
-    if (kind.goods.Exists()) kind.goods.calculate = CountRun<0>;
-    if (kind.services.Exists()) kind.services.calculate = CountRun<1>;
+    const CountedKind counted(known);
     int expected = 0;
     std::vector<FileText> files;
-    for (const LineSchema* const schema : {&kind.goods, &kind.services}) {
+    for (const LineSchema* const schema : {&known.goods, &known.services}) {
       if (!schema->Exists()) continue;
       files.push_back({"stavke.csv", LinesOf(*schema, kLines)});
       expected += kLines * schema->passes;
     }
-    runs_of_calculators = 0;
-    DocumentInput input(kind, files);
-    EXPECT_EQ(std::exchange(runs_of_calculators, 0), expected) << kind.name;
+    DocumentInput input(counted.kind, files);
+    EXPECT_EQ(std::exchange(CountedKind::runs, 0), expected) << known.name;
     Document& document = input.document();
     std::string printed;
     for (const RecordSet* const part :
          {document.Goods(), document.Services(), document.Recapitulation(), &document.Totals()}) {
       if (part != nullptr) AppendTable(*part, {.number_records = true, .hide_empty = true}, printed);
     }
-    EXPECT_NE(printed.find("3,36"), std::string::npos) << kind.name;
-    EXPECT_EQ(runs_of_calculators, 0) << kind.name;
+    EXPECT_NE(printed.find("3,36"), std::string::npos) << known.name;
+    EXPECT_EQ(CountedKind::runs, 0) << known.name;
   }
 }
 

@@ -10,6 +10,7 @@
 #include "mox/foundation/error.h"
 #include "mox/host/company_parameters.h"
 #include "mox/host/memory_settings.h"
+#include "tests/documents/counted_kind.h"
 #include "tests/foundation/case_file.h"
 
 namespace mox {
@@ -97,16 +98,6 @@ std::string FaultAfter(Document& document, const std::string& change) {
     return error.what();
   }
   return {};
-}
-
-// How often the calculators of a kind ran, over goods and over services.
-int runs_of_calculators = 0;
-const LineSchema* counted[2] = {};
-
-template <std::size_t kSort>
-void CountRun(RecordSet& lines, const DocumentDigits& digits) {
-  ++runs_of_calculators;
-  counted[kSort]->calculate(lines, digits);
 }
 
 void Enter(RecordSet& lines, int count) {
@@ -207,25 +198,21 @@ TEST_F(DocumentKindsTest, CalculateALineNoMoreOftenThanItChanges) {
   constexpr int kLines = 4;
   for (const DocumentKind& known : DocumentKinds()) {
     SCOPED_TRACE(known.name);
-    DocumentKind kind = known;
-    counted[0] = &known.goods;
-    counted[1] = &known.services;
+    const CountedKind counted(known);
     int passes = 0;
     int reads_settings = 0;
     const int settles_late = known.name == "mat-povratnica-dobavljacu" ? 1 : 0;
-    for (LineSchema* const schema : {&kind.goods, &kind.services}) {
+    for (const LineSchema* const schema : {&known.goods, &known.services}) {
       if (!schema->Exists()) continue;
-      schema->calculate = schema == &kind.goods ? CountRun<0> : CountRun<1>;
       passes += schema->passes;
       if (schema->reads == CalcFieldsReads::kItsInputsAndSettings) ++reads_settings;
     }
-    Document document(kind);
-    runs_of_calculators = 0;
+    Document document(counted.kind);
     const auto for_lines = [&](const auto& act) {
       for (RecordSet* const lines : {document.Goods(), document.Services()}) {
         if (lines != nullptr) act(*lines);
       }
-      return std::exchange(runs_of_calculators, 0);
+      return std::exchange(CountedKind::runs, 0);
     };
     const auto read = [&](const auto& act) {
       act();
