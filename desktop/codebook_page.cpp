@@ -16,12 +16,7 @@ namespace {
 
 constexpr std::int64_t kMostRows = 1000;
 
-struct Title {
-  std::string_view name;
-  const char16_t* title;
-};
-
-constexpr Title kTitles[] = {
+constexpr ShownName kTitles[] = {
     {"partneri", u"Partneri"},
     {"artikli", u"Artikli"},
     {"usluge", u"Usluge"},
@@ -69,11 +64,7 @@ constexpr Title kTitles[] = {
 
 }  // namespace
 
-QString CodebookTitle(std::string_view name) {
-  const auto* const found =
-      std::find_if(std::begin(kTitles), std::end(kTitles), [name](const Title& t) { return t.name == name; });
-  return found == std::end(kTitles) ? ToQt(name) : QString::fromUtf16(found->title);
-}
+QString CodebookTitle(std::string_view name) { return ShownText(kTitles, name); }
 
 CodebookPage::CodebookPage(DesktopHost& host, std::string name, const QString& title)
     : RecordPage(title, RecordSet(name)), host_(host), name_(std::move(name)) {

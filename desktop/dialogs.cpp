@@ -12,6 +12,7 @@
 
 #include "desktop/contrast.h"
 #include "desktop/croatian.h"
+#include "desktop/dialog_buttons.h"
 #include "mox/foundation/error.h"
 #include "mox/foundation/locale_text.h"
 
@@ -44,17 +45,13 @@ class InputDialog : public QDialog {
     auto* const label = new QLabel(ToQt(prompt));
     label->setBuddy(editor);
     editor->setAccessibleName(ToQt(prompt));
-    auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-    buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("U redu"));
-    buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
+    auto* const buttons = MakeDialogButtons(*this, QStringLiteral("U redu"));
     fault_->setVisible(false);
     fault_->setStyleSheet(FaultStyle(palette()));
     layout->addWidget(label);
     layout->addWidget(editor);
     layout->addWidget(fault_);
     layout->addWidget(buttons);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     resize(kBoxWidth, sizeHint().height());
     editor->setFocus();
   }

@@ -37,6 +37,7 @@ RecordSet ForScreen(const RecordSet& answer) {
   const std::size_t vrsta = *answer.FindFieldIndex("vrsta");
   for (const RecordRow& row : answer.Rows()) {
     std::vector<Value> values;
+    values.reserve(list.FieldCount());
     for (std::size_t i = 0; i < answer.FieldCount(); ++i) values.push_back(row.AsVariant(i));
     if (const DocumentKind* const known = FindDocumentTip(row.AsText(vrsta))) {
       values[vrsta] = std::string(known->title);

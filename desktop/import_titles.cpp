@@ -1,48 +1,36 @@
 #include "desktop/import_titles.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "desktop/qt_text.h"
 
 namespace mox {
 namespace {
 
-struct Title {
-  std::string_view key;
-  const char16_t* title;
-};
-
-constexpr Title kTitles[] = {{"ARTDOB", u"Artikli dobavljača"},
-                             {"ZAPOSLENIK", u"Zaposlenici"},
-                             {"PARTNERPTT", u"Partneri"},
-                             {"SMJJED", u"Smještajne jedinice"},
-                             {"RESURS", u"Resursi"},
-                             {"RESURSBEZLOOKUP", u"Resursi bez provjere u šifarnicima"},
-                             {"GOSTIHOTEL", u"Gosti hotela"},
-                             {"MJESTA", u"Mjesta"},
-                             {"PARTNERPTTOPZ", u"Partneri s obaveznim OIB-om"},
-                             {"PUTNICIGRUPA", u"Putnici grupe"},
-                             {"ARTIKLI", u"Artikli"},
-                             {"OTVORENESTAVKE", u"Otvorene stavke"},
-                             {"OTVORENESTAVKESTRANO", u"Otvorene stavke stranih partnera"},
-                             {"OSNOVNASREDSTVA", u"Osnovna sredstva"},
-                             {"APOUPLATE", u"Uplate po ugovorima"},
-                             {"VRSTEKNJIZENJA", u"Vrste knjiženja"},
-                             {"KONTNIPLAN", u"Kontni plan"},
-                             {"TEMELJNICA", u"Stavke temeljnice"},
-                             {"KONVERZIJAARTLUNARI", u"Maloprodajni artikli – konverzija"},
-                             {"UPDATEARTLUNARI", u"Maloprodajni artikli – izmjena"},
-                             {"KUPCILUNARI", u"Maloprodajni kupci"},
-                             {"PARERACMAIL", u"E-mail adrese partnera za eRačun"},
-                             {"USLUGEIPRIJEVODI", u"Usluge s prijevodima"}};
+constexpr ShownName kTitles[] = {{"ARTDOB", u"Artikli dobavljača"},
+                                 {"ZAPOSLENIK", u"Zaposlenici"},
+                                 {"PARTNERPTT", u"Partneri"},
+                                 {"SMJJED", u"Smještajne jedinice"},
+                                 {"RESURS", u"Resursi"},
+                                 {"RESURSBEZLOOKUP", u"Resursi bez provjere u šifarnicima"},
+                                 {"GOSTIHOTEL", u"Gosti hotela"},
+                                 {"MJESTA", u"Mjesta"},
+                                 {"PARTNERPTTOPZ", u"Partneri s obaveznim OIB-om"},
+                                 {"PUTNICIGRUPA", u"Putnici grupe"},
+                                 {"ARTIKLI", u"Artikli"},
+                                 {"OTVORENESTAVKE", u"Otvorene stavke"},
+                                 {"OTVORENESTAVKESTRANO", u"Otvorene stavke stranih partnera"},
+                                 {"OSNOVNASREDSTVA", u"Osnovna sredstva"},
+                                 {"APOUPLATE", u"Uplate po ugovorima"},
+                                 {"VRSTEKNJIZENJA", u"Vrste knjiženja"},
+                                 {"KONTNIPLAN", u"Kontni plan"},
+                                 {"TEMELJNICA", u"Stavke temeljnice"},
+                                 {"KONVERZIJAARTLUNARI", u"Maloprodajni artikli – konverzija"},
+                                 {"UPDATEARTLUNARI", u"Maloprodajni artikli – izmjena"},
+                                 {"KUPCILUNARI", u"Maloprodajni kupci"},
+                                 {"PARERACMAIL", u"E-mail adrese partnera za eRačun"},
+                                 {"USLUGEIPRIJEVODI", u"Usluge s prijevodima"}};
 
 }  // namespace
 
-QString ImportTitle(std::string_view key) {
-  const auto* const found =
-      std::find_if(std::begin(kTitles), std::end(kTitles), [key](const Title& t) { return t.key == key; });
-  return found == std::end(kTitles) ? ToQt(key) : QString::fromUtf16(found->title);
-}
+QString ImportTitle(std::string_view key) { return ShownText(kTitles, key); }
 
 }  // namespace mox

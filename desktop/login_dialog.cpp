@@ -11,6 +11,7 @@
 #include "connect/server_connection.h"
 #include "desktop/contrast.h"
 #include "desktop/croatian.h"
+#include "desktop/dialog_buttons.h"
 #include "desktop/qt_text.h"
 #include "mox/host/system_platform.h"
 
@@ -30,11 +31,7 @@ LoginDialog::LoginDialog(ServerAddress address, const std::string& user, QWidget
   fault_.setVisible(false);
   fault_.setStyleSheet(FaultStyle(palette()));
   fault_.setAccessibleName(QStringLiteral("Zašto prijava nije uspjela"));
-  auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-  buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("Prijavi se"));
-  buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
-  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  auto* const buttons = MakeDialogButtons(*this, QStringLiteral("Prijavi se"));
   form->addRow(QStringLiteral("Poslužitelj:"), new QLabel(ToQt(address_.server)));
   form->addRow(QStringLiteral("&Korisnik:"), &user_);
   form->addRow(QStringLiteral("&Lozinka:"), &password_);

@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "desktop/dialog_buttons.h"
 #include "desktop/qt_text.h"
 #include "desktop/record_set_view.h"
 #include "mox/server/read_services.h"
@@ -74,9 +75,7 @@ class LookUpDialog : public QDialog {
         view_(model_) {
     setWindowTitle(source.title);
     auto* const layout = new QVBoxLayout(this);
-    auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-    buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("Odaberi"));
-    buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
+    auto* const buttons = MakeDialogButtons(*this, QStringLiteral("Odaberi"));
     search_.setText(text);
     search_.setPlaceholderText(QStringLiteral("Dio bilo kojeg podatka"));
     search_.setAccessibleName(QStringLiteral("Traži"));
@@ -92,8 +91,6 @@ class LookUpDialog : public QDialog {
     layout->addWidget(&view_);
     layout->addWidget(buttons);
     connect(&search_, &QLineEdit::textChanged, this, [this](const QString& typed) { Search(typed); });
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     resize(760, 420);
     view_.FitColumns();
     if (!source.searches) Search(text);

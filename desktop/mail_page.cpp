@@ -5,6 +5,7 @@
 #include <QPushButton>
 
 #include "desktop/croatian.h"
+#include "desktop/dialog_buttons.h"
 #include "desktop/dialogs.h"
 #include "desktop/host.h"
 #include "mox/entry/line_screen.h"
@@ -16,12 +17,7 @@
 namespace mox {
 namespace {
 
-struct StateText {
-  std::string_view state;
-  const char16_t* text;
-};
-
-constexpr StateText kStates[] = {{"ceka", u"čeka"},
+constexpr ShownName kStates[] = {{"ceka", u"čeka"},
                                  {"salje", u"možda je poslana; slanje nije dovršeno"},
                                  {"poslano", u"poslana je"},
                                  {"odbijeno", u"odbijena je ili povučena"},
@@ -31,12 +27,7 @@ constexpr StateText kStates[] = {{"ceka", u"čeka"},
 constexpr const char16_t* kEnds[] = {u"poslana je", u"nije poslana i čeka u odlaznoj pošti", u"odbijena je",
                                      u"možda je poslana; odgovor nije stigao"};
 
-QString StateOf(std::string_view state) {
-  for (const StateText& known : kStates) {
-    if (known.state == state) return QString::fromUtf16(known.text);
-  }
-  return ToQt(state);
-}
+QString StateOf(std::string_view state) { return ShownText(kStates, state); }
 
 // Mails of the outbox, sent one by one.
 class MailSender : public RecordStore {
@@ -141,11 +132,7 @@ MailAccountDialog::MailAccountDialog(DesktopHost& host, QWidget* parent) : QDial
     line->setAccessibleName(QString::fromUtf16(label).remove(u'&').remove(u':'));
     line->setMinimumWidth(280);
   }
-  auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-  buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("Pohrani"));
-  buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
-  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  auto* const buttons = MakeDialogButtons(*this, QStringLiteral("Pohrani"));
   form->addRow(buttons);
 }
 
@@ -154,6 +141,7 @@ void MailAccountDialog::accept() {
   const bool stored = Guarded([this] {
     RecordSet account("adsRacun");
     std::vector<Value> values;
+    values.reserve(4);
     for (const auto& [field, line] : {std::pair<const char*, QLineEdit*>("url", &url_),
                                       {"korisnik", &user_},
                                       {"lozinka", &password_},

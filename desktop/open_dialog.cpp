@@ -6,6 +6,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "desktop/dialog_buttons.h"
 #include "desktop/qt_text.h"
 
 namespace mox {
@@ -23,15 +24,11 @@ OpenDialog::OpenDialog(const std::vector<std::string>& recent, QWidget* parent) 
   layout->addWidget(new QLabel(QStringLiteral(
       "Datoteka:\t/put/do/tvrtka.db\nPostgreSQL:\tpostgresql://korisnik@računalo/baza?company=ime\n"
       "Poslužitelj:\thttps://računalo/tvrtka")));
-  auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-  buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("Otvori"));
-  buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
+  auto* const buttons = MakeDialogButtons(*this, QStringLiteral("Otvori"));
   QPushButton* const file =
       buttons->addButton(QStringLiteral("&Odaberi datoteku…"), QDialogButtonBox::ActionRole);
   file->setAutoDefault(false);
   connect(file, &QPushButton::clicked, this, [this] { ChooseFile(); });
-  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   layout->addWidget(buttons);
   resize(560, sizeHint().height());
 }

@@ -4,6 +4,7 @@
 #include <QFormLayout>
 #include <QPushButton>
 
+#include "desktop/dialog_buttons.h"
 #include "desktop/qt_text.h"
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/error.h"
@@ -48,17 +49,13 @@ PaymentDialog::PaymentDialog(Currency total, const QString& method, QWidget* par
   received_.setAccessibleName(QStringLiteral("Primljeno"));
   method_.setAccessibleName(QStringLiteral("Način plaćanja"));
   change_.setAccessibleName(QStringLiteral("Za vratiti"));
-  auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-  buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("Pohrani"));
-  buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
+  auto* const buttons = MakeDialogButtons(*this, QStringLiteral("Pohrani"));
   form->addRow(QStringLiteral("Za platiti:"), to_pay);
   form->addRow(QStringLiteral("&Način plaćanja:"), &method_);
   form->addRow(QStringLiteral("&Primljeno:"), &received_);
   form->addRow(QStringLiteral("Za vratiti:"), &change_);
   form->addRow(buttons);
   connect(&received_, &QLineEdit::textChanged, this, [this] { ShowChange(); });
-  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   received_.setFocus();
   ShowChange();
 }

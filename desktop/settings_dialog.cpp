@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include "desktop/dialog_buttons.h"
 #include "desktop/dialogs.h"
 #include "mox/foundation/precision.h"
 
@@ -39,11 +40,7 @@ SettingsDialog::SettingsDialog(QWidget* parent) : QDialog(parent) {
     form->addRow(QString::fromUtf16(kDigits[i].label), &digits_[i]);
     form->addRow(QString(), mask);
   }
-  auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-  buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("Pohrani"));
-  buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
-  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  auto* const buttons = MakeDialogButtons(*this, QStringLiteral("Pohrani"));
   form->addRow(buttons);
 }
 

@@ -4,6 +4,7 @@
 #include <QGridLayout>
 #include <QPushButton>
 
+#include "desktop/dialog_buttons.h"
 #include "desktop/qt_text.h"
 #include "mox/calculations/supplier_totals.h"
 #include "mox/foundation/display_format.h"
@@ -59,17 +60,13 @@ SupplierDialog::SupplierDialog(RecordSet& entered, const RecordSet& calculated, 
     ShowDifference(amounts_.back());
     ++row;
   }
-  auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-  buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("U redu"));
-  buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Odustani"));
+  auto* const buttons = MakeDialogButtons(*this, QStringLiteral("U redu"));
   QPushButton* const take =
       buttons->addButton(QStringLiteral("&Preuzmi iz stavaka"), QDialogButtonBox::ActionRole);
   take->setAutoDefault(false);
   connect(take, &QPushButton::clicked, this, [this] {
     for (const Amount& amount : amounts_) amount.line->setText(Typed(amount.calculated));
   });
-  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   grid->addWidget(buttons, row, 0, 1, 4);
 }
 
