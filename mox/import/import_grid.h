@@ -255,6 +255,7 @@ class TfrmImportGrid {
   bool CheckAllRows();
   void LookAtStatus();
   void TakeFaults(std::vector<ImportFault> found);
+  std::vector<ImportFault> WithSheetFaults(std::vector<ImportFault> found);
   ImportValues ValuesToAskFor(std::string_view field_name);
   std::size_t DataColumn(std::string_view field_name) const;
   void PaintFaults();

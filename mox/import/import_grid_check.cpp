@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -130,7 +129,7 @@ bool TfrmImportGrid::CheckAllRows() {
   } catch (const Abort&) {
     throw;  // the user has ended it
   } catch (...) {
-    TakeFaults(check.Run());
+    TakeFaults(check.Run([this](std::size_t) { LookAtStatus(); }));
     throw;
   }
   TakeFaults(check.Run([this](std::size_t) { LookAtStatus(); }));
@@ -147,26 +146,38 @@ void TfrmImportGrid::LookAtStatus() {
 // What the check found, and before that of the same pass what the sheet says of cells that are as they were.
 // All source rows are shown and posted.
 void TfrmImportGrid::TakeFaults(std::vector<ImportFault> found) {
-  std::vector<ImportFault> faults;
+  found = WithSheetFaults(std::move(found));
+  is_marked_ = false;
+  faults_.Assign(std::move(found), source_, [this] { LookAtStatus(); });
+  PaintFaults();
+}
+
+// Both are in the order of their places.
+std::vector<ImportFault> TfrmImportGrid::WithSheetFaults(std::vector<ImportFault> found) {
+  std::vector<ImportFault> of_sheet;
+  std::size_t looked_at = 0;
+  const auto look = [&] {
+    if (++looked_at % kImportRowsBetween == 0) LookAtStatus();
+  };
   for (const ImportFault& fault : sheet_faults_.All()) {
+    look();
     const std::size_t cell = source_.Table().IndexOf(fields_[fault.column].field_name);
     const std::string_view text = source_.Table()[fault.row - 1].AsTextView(cell);
-    if (text == CutToCharacters(fault.value, source_.Definition(cell).size)) faults.push_back(fault);
+    if (text == CutToCharacters(fault.value, source_.Definition(cell).size)) of_sheet.push_back(fault);
   }
-  if (faults.empty()) {
-    faults = std::move(found);
-  } else {
-    const auto place = [](const ImportFault& f) { return std::tie(f.row, f.column, f.pass); };
-    std::move(found.begin(), found.end(), std::back_inserter(faults));
-    std::stable_sort(faults.begin(), faults.end(),
-                     [&](const ImportFault& a, const ImportFault& b) { return place(a) < place(b); });
-    faults.erase(
-        std::unique(faults.begin(), faults.end(),
-                    [&](const ImportFault& a, const ImportFault& b) { return place(a) == place(b); }),
-        faults.end());
+  if (of_sheet.empty()) return found;
+  const auto place = [](const ImportFault& f) { return std::tie(f.row, f.column, f.pass); };
+  std::vector<ImportFault> faults;
+  faults.reserve(of_sheet.size() + found.size());
+  auto sheet = of_sheet.begin();
+  for (auto checked = found.begin(); sheet != of_sheet.end() || checked != found.end();) {
+    look();
+    const bool sheet_first =
+        checked == found.end() || (sheet != of_sheet.end() && place(*sheet) <= place(*checked));
+    ImportFault& next = sheet_first ? *sheet++ : *checked++;
+    if (faults.empty() || place(faults.back()) != place(next)) faults.push_back(std::move(next));
   }
-  faults_.Assign(std::move(faults), source_);
-  PaintFaults();
+  return faults;
 }
 
 // The position of a data column; behind all where there is none.

@@ -39,14 +39,25 @@ void RecordFaults::Add(ImportFault fault, const Bookmark& record) {
   records_.push_back(record);
 }
 
-void RecordFaults::Assign(std::vector<ImportFault> faults, const RecordSet& records) {
+void RecordFaults::Assign(std::vector<ImportFault> faults, const RecordSet& records,
+                          const std::function<void()>& reached) {
   Clear();
-  std::stable_sort(faults.begin(), faults.end(),
-                   [](const ImportFault& a, const ImportFault& b) { return PlaceOf(a) < PlaceOf(b); });
+  const auto is_before = [](const ImportFault& a, const ImportFault& b) { return PlaceOf(a) < PlaceOf(b); };
+  // Those of a check are in order, and many.
+  if (!std::is_sorted(faults.begin(), faults.end(), is_before)) {
+    std::stable_sort(faults.begin(), faults.end(), is_before);
+  }
   faults_.reserve(faults.size());
   records_.reserve(faults.size());
-  for (ImportFault& fault : faults) {
-    if (const auto record = records.BookmarkOfNumber(fault.row)) Add(std::move(fault), *record);
+  std::size_t taken = 0;
+  try {
+    for (ImportFault& fault : faults) {
+      if (reached && ++taken % kImportRowsBetween == 0) reached();
+      if (const auto record = records.BookmarkOfNumber(fault.row)) Add(std::move(fault), *record);
+    }
+  } catch (...) {
+    Clear();
+    throw;
   }
 }
 

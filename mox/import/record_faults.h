@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -16,7 +17,9 @@ class RecordFaults {
   /// One of a record of the set that is followed, wherever it stands among the others.
   void Add(ImportFault fault, const Bookmark& record);
   /// All anew, by the numbers that records of the set have now. What is of none of them is left out.
-  void Assign(std::vector<ImportFault> faults, const RecordSet& records);
+  /// `reached` is called after every kImportRowsBetween faults; where it raises, there are none.
+  void Assign(std::vector<ImportFault> faults, const RecordSet& records,
+              const std::function<void()>& reached = nullptr);
   /// After records came or went.
   void Follow(const RecordSet& records);
   void Clear();
