@@ -79,6 +79,31 @@ struct CompanyInfo {
   std::string address;
 };
 
+/// A user with roles in a company, as its administrators see him.
+struct CompanyUser {
+  std::string name;
+  std::string code;
+  bool disabled = false;
+  std::vector<const Role*> roles;
+  std::int64_t log_ins = 0;  ///< that have not ended
+};
+
+/// A change of a company's users that its administrator asks for over the network.
+struct UserChange {
+  std::string by;  ///< the name of the administrator's account
+  std::string company;
+  std::string key = {};    ///< under which it is carried out once; empty is none
+  bool rehearses = false;  ///< to be taken back in the end
+};
+/// One that was carried out.
+struct JournalledChange {
+  UnixSeconds at = 0;
+  std::string by;
+  std::string company;
+  std::string user;
+  std::string change;  ///< "uloge: unos, uvoz", for people
+};
+
 /// A company on its way to another database, from the beginning until nothing of it is left at the old place.
 struct MoveInfo {
   std::string from;
@@ -135,6 +160,20 @@ class Accounts {
   /// The roles stand in the place of those that the user had in the company; none takes them away.
   void Grant(std::string_view user, std::string_view company, const std::vector<const Role*>& roles);
   std::vector<GrantInfo> Grants();
+
+  // --- the users of one company, for its administrators; changes are journalled with what they change ---
+
+  /// Who has roles there, by name.
+  std::vector<CompanyUser> UsersOf(std::string_view company);
+  /// Grant() in the name of an administrator. Refused besides where the roles are others than `known`, those
+  /// that the administrator was shown, and where nobody who may log in would administer the company any more.
+  /// A key that was that of another change raises KeyReused.
+  void ChangeRoles(const UserChange& change, std::string_view user, const std::vector<const Role*>& roles,
+                   const std::optional<std::vector<const Role*>>& known = {});
+  /// Ends the log-ins of a user of the company, wherever else he has roles.
+  void EndLogIns(const UserChange& change, std::string_view user);
+  /// The last one first.
+  std::vector<JournalledChange> Journal();
 
   /// Those that have not expired.
   std::vector<TokenInfo> Tokens();

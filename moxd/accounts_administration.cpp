@@ -21,12 +21,6 @@ void RequirePassword(std::string_view password) {
               std::to_string(kLongestPassword) + " bytes");
 }
 
-std::int64_t RequireAccount(Database& database, std::string_view name) {
-  const auto id = FindAccount(database, name);
-  if (!id) throw Error("there is no user " + InQuotes(name));
-  return *id;
-}
-
 // "ana.horvat" is ANA.H in documents.
 std::string CodeOf(std::string_view name) {
   std::string code(CutToCharacters(name, kLongestCode));
@@ -59,11 +53,17 @@ void RequireFree(Database& database, std::string_view code) {
     throw Error("the code " + InQuotes(code) + " is that of the user " + InQuotes(*user));
 }
 
+}  // namespace
+
+std::int64_t RequireAccount(Database& database, std::string_view name) {
+  const auto id = FindAccount(database, name);
+  if (!id) throw Error("there is no user " + InQuotes(name));
+  return *id;
+}
+
 std::int64_t EndTokens(Database& database, std::int64_t account) {
   return database.Execute("DELETE FROM imenik_tokeni WHERE korisnik_id = :id", {account});
 }
-
-}  // namespace
 
 // --- users ---
 
@@ -118,18 +118,21 @@ std::vector<UserInfo> Accounts::Users() {
 
 // --- roles ---
 
+void StoreRoles(Database& database, std::int64_t account, std::int64_t company,
+                const std::vector<const Role*>& roles) {
+  database.Execute("DELETE FROM imenik_uloge WHERE korisnik_id = :korisnik AND poduzece_id = :poduzece",
+                   {account, company});
+  for (const Role& role : Roles()) {
+    if (std::find(roles.begin(), roles.end(), &role) == roles.end()) continue;
+    database.Execute(
+        "INSERT INTO imenik_uloge (korisnik_id, poduzece_id, uloga) VALUES (:korisnik, :poduzece, :uloga)",
+        {account, company, std::string(role.code)});
+  }
+}
+
 void Accounts::Grant(std::string_view user, std::string_view company, const std::vector<const Role*>& roles) {
   state_->Write([&](Database& database) {
-    const std::int64_t account = RequireAccount(database, user);
-    const std::int64_t in = RequireCompany(database, company);
-    database.Execute("DELETE FROM imenik_uloge WHERE korisnik_id = :korisnik AND poduzece_id = :poduzece",
-                     {account, in});
-    for (const Role& role : Roles()) {
-      if (std::find(roles.begin(), roles.end(), &role) == roles.end()) continue;
-      database.Execute(
-          "INSERT INTO imenik_uloge (korisnik_id, poduzece_id, uloga) VALUES (:korisnik, :poduzece, :uloga)",
-          {account, in, std::string(role.code)});
-    }
+    StoreRoles(database, RequireAccount(database, user), RequireCompany(database, company), roles);
   });
 }
 

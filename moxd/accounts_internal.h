@@ -35,6 +35,9 @@ struct Accounts::State {
       throw;
     }
   }
+  template <typename Action>
+  void Change(const UserChange& change, std::string_view user, const std::string& what, const Action& action);
+
   /// All of the action, or nothing.
   template <typename Action>
   auto Write(const Action& action) -> decltype(action(std::declval<Database&>())) {
@@ -54,6 +57,13 @@ struct Accounts::State {
 
 /// The key of the account of that name; nothing where there is none, whatever the text.
 std::optional<std::int64_t> FindAccount(Database& database, std::string_view name);
+/// The same; raises Error where there is none.
+std::int64_t RequireAccount(Database& database, std::string_view name);
+/// Ends the log-ins of an account, and answers how many there were.
+std::int64_t EndTokens(Database& database, std::int64_t account);
+/// The roles of an account in a company, in the place of those that it had.
+void StoreRoles(Database& database, std::int64_t account, std::int64_t company,
+                const std::vector<const Role*>& roles);
 /// The key of the company of that name.
 std::optional<std::int64_t> FindCompany(Database& database, std::string_view name);
 /// The same; raises Error where there is none.

@@ -35,6 +35,7 @@ constexpr std::string_view kUsage = R"(       moxd user add NAME [--code CODE] [
        moxd grant list
        moxd token list                who is logged in, since when and from where
        moxd token revoke NUMBER | USER
+       moxd journal list              what administrators of companies changed of its users over the network
        moxd company add NAME ADDRESS  serve a company: the file of its database, or its address
        moxd company address NAME ADDRESS
        moxd company remove NAME       serve it no longer; its database stays
@@ -129,6 +130,14 @@ void ListTokens(Call& call) {
   PrintTable(call.streams.out, rows);
 }
 
+void ListJournal(Call& call) {
+  std::vector<std::vector<std::string>> rows = {{"when", "by", "company", "user", "change"}};
+  for (const JournalledChange& change : call.accounts.Journal()) {
+    rows.push_back({Moment(change.at), change.by, change.company, change.user, change.change});
+  }
+  PrintTable(call.streams.out, rows);
+}
+
 void Revoke(Call& call) {
   const std::string& which = call.words[0];
   const bool is_number = which.size() < 19 &&
@@ -159,6 +168,7 @@ constexpr Action kActions[] = {{"user", "add", 1, 1, " --code --password-file ",
                                {"grant", "", 2, 2 + 5, "", Grant},
                                {"token", "list", 0, 0, "", ListTokens},
                                {"token", "revoke", 1, 1, "", Revoke},
+                               {"journal", "list", 0, 0, "", ListJournal},
                                {"company", "add", 2, 2, "", AddCompany},
                                {"company", "address", 2, 2, "", ChangeAddress},
                                {"company", "remove", 1, 1, "", RemoveCompany},

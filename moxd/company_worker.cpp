@@ -4,11 +4,11 @@
 #include <thread>
 #include <utility>
 
-#include "appserver/service_info.h"
 #include "connect/wire.h"
 #include "connect/zstd_text.h"
 #include "mox/foundation/find_row.h"
 #include "mox/foundation/text.h"
+#include "moxd/directory_services.h"
 #include "moxd/error_reply.h"
 
 namespace mox {
@@ -155,7 +155,8 @@ std::optional<Reply> CompanyWorker::Check(const RequestHead& head, const Request
     }
     return std::nullopt;
   }
-  const ServiceInfo* const service = FindRow(ReadServices(), route.service);
+  const ServiceInfo* service = FindRow(DirectoryServices(), route.service);
+  if (service == nullptr) service = FindRow(ReadServices(), route.service);
   if (service == nullptr) return ErrorReply("unknown_service");
   if (!session->rights.Has(service->right)) return ErrorReply("forbidden");
   return std::nullopt;
@@ -218,7 +219,16 @@ Reply CompanyWorker::Read(CompanyServer& server, const RequestRoute& route, cons
   }
 }
 
-Reply CompanyWorker::Write(CompanyServer& server, const RequestHead& head, const std::string& text) {
+Reply CompanyWorker::WriteUsers(const ServiceInfo& transaction, const AccountSession& session,
+                                const UserChange& change, const TAstaParamList& request) {
+  Reply reply;
+  RequireRight({session.user, session.code, session.rights}, transaction.right, transaction.name);
+  reply.body = OutcomeText(WriteToDirectory(Directory(), change, request));
+  return reply;
+}
+
+Reply CompanyWorker::Write(CompanyServer& server, const RequestHead& head, const std::string& text,
+                           const AccountSession& session, const std::string& company) {
   TAstaParamList list;
   try {
     list = TAstaParamList::FromTokenizedString(text);
@@ -226,8 +236,13 @@ Reply CompanyWorker::Write(CompanyServer& server, const RequestHead& head, const
     return ErrorReply("bad_body", error.what());
   }
   const bool rehearses = !head.rehearsal.empty();
+  const ServiceInfo* const users =
+      list.Count() == 1 ? FindRow(DirectoryTransactions(), list[0].Name()) : nullptr;
   server.SetRehearsing(rehearses);
   try {
+    if (users != nullptr) {
+      return WriteUsers(*users, session, {session.user, company, head.key, rehearses}, list);
+    }
     server.WriteDataService(list, head.key);
   } catch (const NotAllowed& error) {
     return ErrorReply("forbidden", error.what());
@@ -247,6 +262,9 @@ Reply CompanyWorker::Attempt(HttpRequest& request, const RequestRoute& route,
   if (!text) {
     if (auto refused = ReadList(request, text.emplace())) return std::move(*refused);
   }
+  if (FindRow(DirectoryServices(), route.service) != nullptr) {
+    return TextReply(AnswerOfDirectory(Directory(), route.company).AsTokenizedString(false), request.head);
+  }
   // Parameters of one request are nobody else's.
   std::unique_ptr<CompanyServer> own;
   if (!request.head.parameters.empty()) {
@@ -263,8 +281,9 @@ Reply CompanyWorker::Attempt(HttpRequest& request, const RequestRoute& route,
   }
   CompanyServer& server = own ? *own : ServerAt(session->address);
   server.SetRequester({session->user, session->code, session->rights});
-  Reply done = route.kind == RequestRoute::Kind::kWrite ? Write(server, request.head, *text)
-                                                        : Read(server, route, *text);
+  Reply done = route.kind == RequestRoute::Kind::kWrite
+                   ? Write(server, request.head, *text, *session, route.company)
+                   : Read(server, route, *text);
   if (away_ == asked_) away_.clear();
   return done.code.empty() ? TextReply(std::move(done.body), request.head) : std::move(done);
 }

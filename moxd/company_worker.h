@@ -8,6 +8,7 @@
 #include <string>
 
 #include "appserver/company_server.h"
+#include "appserver/service_info.h"
 #include "moxd/accounts.h"
 #include "moxd/http_types.h"
 #include "moxd/request_log.h"
@@ -48,7 +49,10 @@ class CompanyWorker {
                              std::optional<AccountSession>& session);
   std::optional<Reply> ReadList(HttpRequest& request, std::string& text);
   Reply Read(CompanyServer& server, const RequestRoute& route, const std::string& text);
-  Reply Write(CompanyServer& server, const RequestHead& head, const std::string& text);
+  Reply Write(CompanyServer& server, const RequestHead& head, const std::string& text,
+              const AccountSession& session, const std::string& company);
+  Reply WriteUsers(const ServiceInfo& transaction, const AccountSession& session, const UserChange& change,
+                   const TAstaParamList& request);
   /// Runs what may raise.
   template <typename Work>
   Reply Guarded(const std::string& company, const Work& work);

@@ -62,6 +62,20 @@ CREATE TABLE imenik_selidbe (
   na_adresu VARCHAR(1000) NOT NULL,
   oznaka VARCHAR(32) NOT NULL
 );
+)"},
+                                       {"schema/003_journal.sql", R"(
+-- What administrators of companies changed over the network, and under which key of the request. Users and
+-- companies stand by their names, since they may be removed.
+CREATE TABLE imenik_dnevnik (
+  id KEY,
+  vrijeme BIGINT NOT NULL,
+  tko VARCHAR(64) NOT NULL,
+  poduzece VARCHAR(48) NOT NULL,
+  korisnik VARCHAR(64) NOT NULL,
+  promjena VARCHAR(200) NOT NULL,
+  kljuc VARCHAR(64)
+);
+CREATE UNIQUE INDEX imenik_dnevnik_kljuc ON imenik_dnevnik (kljuc);
 )"}}};
   return family;
 }

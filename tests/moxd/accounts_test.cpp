@@ -261,6 +261,60 @@ TEST_F(AccountsTest, RenewPasswordsThatWereCheaper) {
   EXPECT_THAT(std::string(kept.RowAt(1).AsTextView(0)), testing::HasSubstr(",t=1,"));
 }
 
+// What an administrator changes over the network: roles as they were shown, once under a key, journalled.
+TEST_F(AccountsTest, LetAdministratorsChangeTheUsersOfTheirCompany) {
+  accounts_.AddUser("šef", kPassword);
+  accounts_.AddUser("tuđi", kPassword);
+  accounts_.Grant("šef", "velika", {FindRole("administracija")});
+  accounts_.Grant("tuđi", "mala_2", {FindRole("unos")});
+  const std::string ana = LogIn();
+  using Roles = std::vector<const Role*>;
+  const Roles none;
+  const Roles shown = {FindRole("unos"), FindRole("uvoz")};
+  const Roles reading = {FindRole("citanje")};
+  const auto by = [](std::string key = {}, bool rehearses = false) {
+    return UserChange{"šef", "velika", std::move(key), rehearses};
+  };
+  struct Row {
+    std::function<void()> action;
+    std::string_view message;
+    std::size_t roles_of_ana;
+    std::size_t journalled;
+  };
+  const Row rows[] = {
+      {[&] { accounts_.ChangeRoles(by("", true), "ana.horvat", none); }, "(done)", 2, 0},
+      {[&] { accounts_.ChangeRoles(by("k1"), "ANA.horvat", reading, shown); }, "(done)", 1, 1},
+      {[&] { accounts_.ChangeRoles(by("k2"), "ana.horvat", none, shown); },
+       "\"ana.horvat\" was changed by somebody else since it was read: čitanje", 1, 1},
+      {[&] { accounts_.ChangeRoles(by("k1"), "ANA.horvat", reading, shown); }, "(done)", 1, 1},
+      {[&] { accounts_.ChangeRoles(by("k1"), "ANA.horvat", none); }, "the key is that of another", 1, 1},
+      {[&] { accounts_.ChangeRoles(by(), "šef", reading); }, "nobody would administer the company", 1, 1},
+      {[&] { accounts_.ChangeRoles(by(), "nitko", reading); }, "there is no user \"nitko\"", 1, 1},
+      {[&] { accounts_.EndLogIns(by(), "tuđi"); }, "there is no user \"tuđi\"", 1, 1},
+      {[&] { accounts_.EndLogIns(by("k3"), "ana.horvat"); }, "(done)", 1, 2},
+      {[&] { accounts_.ChangeRoles(by(), "tuđi", shown, none); }, "(done)", 1, 3},
+  };
+  for (const Row& row : rows) {
+    EXPECT_THAT(MessageOf(row.action), testing::StartsWith(std::string(row.message)));
+    const std::vector<CompanyUser> users = accounts_.UsersOf("velika");
+    ASSERT_GE(users.size(), 2U);
+    EXPECT_EQ(users[0].name, "Ana.Horvat");
+    EXPECT_EQ(users[0].roles.size(), row.roles_of_ana) << row.message;
+    EXPECT_EQ(users[0].log_ins, row.journalled < 2 ? 1 : 0) << row.message;
+    EXPECT_EQ(accounts_.Journal().size(), row.journalled) << row.message;
+  }
+  EXPECT_FALSE(Lives(ana));
+  EXPECT_EQ(accounts_.UsersOf("VELIKA")[1].name, "tuđi");
+  const JournalledChange last = accounts_.Journal().front();
+  EXPECT_EQ(last.by + " " + last.company + " " + last.user + " " + last.change,
+            "šef velika tuđi uloge: unos dokumenata, uvoz");
+  // Whoever is shut out does not administer.
+  accounts_.Grant("ana.horvat", "velika", {FindRole("administracija")});
+  accounts_.SetDisabled("šef", true);
+  EXPECT_THAT(MessageOf([&] { accounts_.ChangeRoles(by(), "ana.horvat", reading); }),
+              testing::StartsWith("nobody would administer"));
+}
+
 TEST_F(AccountsTest, GiveNoTwoUsersTheSameCode) {
   EXPECT_EQ(accounts_.AddUser("ana.horvatic", kPassword), "ANA.2");
   EXPECT_EQ(accounts_.AddUser("Ana.Horvatović", kPassword), "ANA.3");

@@ -82,6 +82,7 @@ TEST_F(AdministrationTest, DoesWhatItsWordsSay) {
        "user  company  roles\nana   mala     unos dokumenata, matični podaci\n",
        ""},
       {{"user", "enable", "šime"}, "", 0, "", ""},
+      {{"journal", "list"}, "", 0, "when  by  company  user  change\n", ""},
       {{"company", "remove", "mala"}, "", 0, "", ""},
       {{"company", "remove", "mala"}, "", 1, "", "moxd: there is no company \"mala\"\n"},
       {{"company", "address", "velika", "postgresql://db/velika"},

@@ -294,6 +294,44 @@ class Operations(ServerTest):
         self.assertEqual(links_stored(self.company), [1])
 
 
+class Users(ServerTest):
+    """The users of a company, whose administrators see and change them over the network."""
+
+    SERVICE = "/v1/firma/service/Posluzitelj%5CKorisnici"
+
+    @staticmethod
+    def change(name, *roles, transaction="KorisnikUlogeUpis", version=""):
+        fields = [("ime", "text", name), ("verzija", "text", version), *((role, "boolean", "true") for role in roles)]
+        lines = [b"field %d:%s %s 100 - 0: 0:" % (len(field), field.encode(), kind.encode()) for field, kind, _ in fields]
+        values = b" ".join(b"%d:%s" % (len(value.encode()), value.encode()) if kind == "text" else value.encode()
+                           for _, kind, value in fields)
+        rows = b"moxrs 1\nname 11:adsKorisnik\nfields %d\n" % len(fields) + b"\n".join(lines) + b"\nrecords 1\n" + values + b"\nend\n"
+        return form((transaction, form(("adsKorisnik", rows))))
+
+    def administer(self, *words, text=""):
+        subprocess.run([MOXD, "--config", self.folder / "moxd.ini", *words], input=text, text=True, check=True)
+
+    def test_administrators_alone_see_and_change_them(self):
+        for name in ("iva", "mate"):
+            self.administer("user", "add", name, text=PASSWORD)
+        for roles, allowed in ((("citanje",), False), (("unos", "maticni", "uvoz"), False), (("administracija",), True)):
+            self.administer("grant", "iva", "firma", *roles)
+            token = self.server.log_in("iva")
+            expected = (200, "") if allowed else (403, "forbidden")
+            for path, body in ((self.SERVICE, NOTHING), (WRITE, self.change("mate", "unos")),
+                               (WRITE, self.change("mate", transaction="KorisnikPrijaveKraj"))):
+                with self.subTest(roles=roles, path=path):
+                    self.assertEqual(code_of(self.server.ask(path, body, token)), expected)
+        self.assertIn(b"mate", self.server.ask(self.SERVICE, NOTHING, token)[2])
+        mate = self.server.log_in("mate")
+        self.assertEqual(self.server.ask(READ, NOTHING, mate)[0], 200)
+        for user, version, said in (("mate", "citanje", b"was changed by somebody else"), ("mate", "unos", b"committed boolean true"),
+                                    ("nitko", "", b"there is no user"), ("mate", "", b"committed boolean true")):
+            self.assertIn(said, self.server.ask(WRITE, self.change(user, version=version), token)[2])
+        self.assertEqual(code_of(self.server.ask(READ, NOTHING, mate)), (403, "forbidden"))
+        self.assertEqual(links_stored(self.company), [])
+
+
 class Client(ServerTest):
     """The command, while the server comes and goes."""
 
