@@ -53,7 +53,7 @@ void Store(Database& to, RowCopy& together, const RecordSet& rows) {
 
 // The rows of a table, in the order of their keys, so that those that refer to one of their own table come
 // behind it.
-void CopyTable(Database& from, Database& to, const std::string& table) {
+void CopyTable(Database& from, Database& to, const std::string& table, const std::function<void()>& reached) {
   const Columns columns = from.TableColumns(table);
   std::vector<std::string> names;
   std::vector<FieldKind> kinds;
@@ -77,6 +77,7 @@ void CopyTable(Database& from, Database& to, const std::string& table) {
   for (std::int64_t last = 0;; rows.Clear()) {
     select.Bind(0, Value(last));
     select.ExecuteInto(rows);
+    if (reached) reached();
     if (rows.IsEmpty()) break;
     for (const RecordRow& row : rows.Rows()) {
       for (std::size_t i = 0; i < names.size(); ++i) insert.Bind(i, row, i);
@@ -91,10 +92,10 @@ void CopyTable(Database& from, Database& to, const std::string& table) {
 
 }  // namespace
 
-void CopyRows(Database& from, Database& to) {
+void CopyRows(Database& from, Database& to, const std::function<void()>& reached) {
   const std::vector<std::string> tables = InOrder(to);
   for (auto table = tables.rbegin(); table != tables.rend(); ++table) to.Execute("DELETE FROM " + *table);
-  for (const std::string& table : tables) CopyTable(from, to, table);
+  for (const std::string& table : tables) CopyTable(from, to, table, reached);
 }
 
 }  // namespace mox

@@ -166,10 +166,13 @@ void Database::Check() {
   if (!damages.empty()) connection_->Refuse("the file is damaged: " + damages.front());
 }
 
-void Database::BackUp(const std::string& to) {
-  if (location().IsFile()) return connection_->dialect().BackUp(*connection_, to);
+void Database::BackUp(const std::string& to, const std::function<void()>& reached) {
   const ReadTransaction snapshot(*this);
-  SqliteDialect().Create(DatabaseLocation(to), [&](DatabaseConnection& copy) { FillCopy(copy); });
+  if (location().IsFile()) {
+    SchemaVersion();  // the snapshot is of now
+    return connection_->dialect().BackUp(*connection_, to, reached);
+  }
+  SqliteDialect().Create(DatabaseLocation(to), [&](DatabaseConnection& copy) { FillCopy(copy, reached); });
 }
 
 std::string Database::Restore(const DatabaseLocation& location) {
@@ -180,14 +183,14 @@ std::string Database::Restore(const DatabaseLocation& location) {
 }
 
 // Gives an empty database all rows of this one.
-void Database::FillCopy(DatabaseConnection& copy) {
+void Database::FillCopy(DatabaseConnection& copy, const std::function<void()>& reached) {
   Check();
   if (SchemaVersion() != NewestVersion())
     connection_->Refuse("is of an older version; open it for writing with this program first");
   FillNewDatabase(copy, WithDemo::kNo);
   Database target(std::shared_ptr<DatabaseConnection>(&copy, [](DatabaseConnection*) {}));
   WriteTransaction transaction(target);
-  CopyRows(*this, target);
+  CopyRows(*this, target, reached);
   copy.Run([&] { copy.dialect().GoOnBehindKeys(copy.session()); });
   transaction.Commit();
 }

@@ -104,8 +104,9 @@ class Database {
   std::vector<std::string> FindDamages(int most);
   /// Copies the database to a file whose name is free, as it is at this moment, while others read and write
   /// it. The copy is checked, appears whole or not at all, and is its owner's alone. Of a company on a server
-  /// it is a file like any other company database. Raises DatabaseError.
-  void BackUp(const std::string& to);
+  /// it is a file like any other company database. `reached` is called every now and then; where it raises,
+  /// there is no copy. Raises DatabaseError.
+  void BackUp(const std::string& to, const std::function<void()>& reached = nullptr);
   /// Puts what this database holds in the place of another one, or of a file that is damaged or missing: at
   /// once, checked before, and with nothing left of the old one beside it. Raises DatabaseError where other
   /// programs use that one; it is as it was then. Answers the name beside it under which the old file stays,
@@ -136,7 +137,7 @@ class Database {
   std::size_t MostParameters() const;
 
  private:
-  void FillCopy(DatabaseConnection& copy);
+  void FillCopy(DatabaseConnection& copy, const std::function<void()>& reached = nullptr);
 
   friend class WriteTransaction;
   friend class ReadTransaction;

@@ -116,9 +116,10 @@ class Dialect {
   virtual std::string_view ListColumns() const = 0;
   /// A query of what columns refer to: table, column, and those that are referred to.
   virtual std::string_view ListReferences() const = 0;
-  /// A copy of an open database under a name that is free, while others write it. Raises soci_error,
-  /// DatabaseError.
-  virtual void BackUp(DatabaseConnection& database, const std::string& to) const = 0;
+  /// A copy of an open database under a name that is free, while others write it. `reached` is called every
+  /// now and then, and may raise. Raises soci_error, DatabaseError.
+  virtual void BackUp(DatabaseConnection& database, const std::string& to,
+                      const std::function<void()>& reached) const = 0;
   /// Puts what an open copy holds in the place of a database, which stays under the name that is answered.
   /// Raises soci_error, DatabaseError.
   virtual std::string Restore(DatabaseConnection& copy, const DatabaseLocation& location) const = 0;

@@ -271,7 +271,8 @@ class Postgresql : public Dialect {
   }
 
   // Copies between engines are made row by row, whatever the engines.
-  void BackUp(DatabaseConnection& database, const std::string& /*to*/) const override {
+  void BackUp(DatabaseConnection& database, const std::string& /*to*/,
+              const std::function<void()>& /*reached*/) const override {
     database.Refuse("is no file");
   }
   std::string Restore(DatabaseConnection& /*copy*/, const DatabaseLocation& location) const override {

@@ -104,10 +104,11 @@ class Sqlite : public Dialect {
     temporary.GiveName(path);
   }
 
-  void BackUp(DatabaseConnection& database, const std::string& to) const override {
+  void BackUp(DatabaseConnection& database, const std::string& to,
+              const std::function<void()>& reached) const override {
     RequireFreeName(to);
     const TemporarySqliteFile temporary(to);
-    database.Run([&] { CopySqlite(database.session(), temporary); });
+    database.Run([&] { CopySqlite(database.session(), temporary, reached); });
     temporary.GiveName(to);
   }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <memory>
 #include <system_error>
 #include <thread>
 
@@ -210,13 +211,23 @@ void RequireFreeName(const fs::path& path) {
 namespace {
 
 // The engine copies page by page within one snapshot, so that writers need not wait.
-void CopyPages(soci::session& from, soci::session& copy, const TemporarySqliteFile& to) {
+void CopyPages(soci::session& from, soci::session& copy, const TemporarySqliteFile& to,
+               const std::function<void()>& reached = nullptr) {
   ConnectSqlite(copy, to.path(), "rw");
-  sqlite_api::sqlite3_backup* const backup =
-      sqlite_api::sqlite3_backup_init(HandleOf(copy), "main", HandleOf(from), "main");
+  struct Finish {
+    void operator()(sqlite_api::sqlite3_backup* copying) const { sqlite_api::sqlite3_backup_finish(copying); }
+  };
+  std::unique_ptr<sqlite_api::sqlite3_backup, Finish> backup(
+      sqlite_api::sqlite3_backup_init(HandleOf(copy), "main", HandleOf(from), "main"));
   constexpr int kAllPages = -1;
-  if (backup != nullptr) sqlite_api::sqlite3_backup_step(backup, kAllPages);
-  const int result = backup == nullptr ? SQLITE_ERROR : sqlite_api::sqlite3_backup_finish(backup) & 0xFF;
+  constexpr int kPagesBetween = 1000;
+  int step = backup == nullptr ? SQLITE_ERROR : SQLITE_OK;
+  while (step == SQLITE_OK) {
+    step = sqlite_api::sqlite3_backup_step(backup.get(), reached ? kPagesBetween : kAllPages);
+    if (reached) reached();
+  }
+  backup.reset();
+  const int result = step == SQLITE_DONE ? SQLITE_OK : step & 0xFF;
   const int system_error = SystemError(copy);
   if (result == SQLITE_OK) return;
   constexpr int kOfFiles[] = {SQLITE_FULL, SQLITE_IOERR, SQLITE_READONLY, SQLITE_CANTOPEN};
@@ -228,9 +239,9 @@ void CopyPages(soci::session& from, soci::session& copy, const TemporarySqliteFi
 
 }  // namespace
 
-void CopySqlite(soci::session& from, const TemporarySqliteFile& to) {
+void CopySqlite(soci::session& from, const TemporarySqliteFile& to, const std::function<void()>& reached) {
   soci::session copy;
-  CopyPages(from, copy, to);
+  CopyPages(from, copy, to, reached);
   const std::vector<std::string> damages = FindSqliteDamages(copy, 1);
   if (!IsCompanyDatabase(copy) || !damages.empty()) {
     throw DatabaseError("the copy is damaged, as the database may be" +

@@ -3,6 +3,7 @@
 #include <soci/sqlite3/soci-sqlite3.h>
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -84,8 +85,10 @@ class TemporarySqliteFile {
 void RequireFreeName(const std::filesystem::path& path);
 
 /// Fills an empty file with what a database holds at this moment, while others read and write it, and checks
-/// the copy. Raises soci_error, DatabaseError.
-void CopySqlite(soci::session& from, const TemporarySqliteFile& to);
+/// the copy. With `reached` the database is within a read transaction, and it is called after every so many
+/// pages. Raises soci_error, DatabaseError, and what `reached` raises.
+void CopySqlite(soci::session& from, const TemporarySqliteFile& to,
+                const std::function<void()>& reached = nullptr);
 
 /// Puts a complete file in the place of a database, at once and together with the removal of what the engine
 /// kept beside it. Raises DatabaseError where other programs use the database; it is as it was then. Answers

@@ -72,12 +72,18 @@ std::size_t Hear(const char* data, std::size_t size, std::size_t count, void* in
   return size * count;
 }
 
-// Until when it may take, the good-bye too, for which the library would wait without regard to its limit.
-using Deadline = std::chrono::steady_clock::time_point;
+// How long it may take, the good-bye too, for which the library would wait without regard to its limit.
+struct Patience {
+  std::chrono::steady_clock::time_point until;
+  const std::function<bool()>& ended;
 
-int StopWhenLate(void* deadline, curl_off_t /*down*/, curl_off_t /*downloaded*/, curl_off_t /*up*/,
+  bool IsEnded() const { return ended && ended(); }
+};
+
+int StopWhenLate(void* patience, curl_off_t /*down*/, curl_off_t /*downloaded*/, curl_off_t /*up*/,
                  curl_off_t /*uploaded*/) {
-  return std::chrono::steady_clock::now() >= *static_cast<const Deadline*>(deadline) ? 1 : 0;
+  const auto& has = *static_cast<const Patience*>(patience);
+  return has.IsEnded() || std::chrono::steady_clock::now() >= has.until ? 1 : 0;
 }
 
 std::string DateHeader() {
@@ -168,7 +174,7 @@ std::string EncodedHeader(std::string_view text) {
   return encoded;
 }
 
-MailOutcome SendMail(const MailAccount& account, const Mail& mail) {
+MailOutcome SendMail(const MailAccount& account, const Mail& mail, const std::function<bool()>& ended) {
   if (const std::string fault = AddressFault(account.sender); !fault.empty()) throw Error(fault);
   if (const std::string fault = AddressFault(mail.to); !fault.empty()) return {MailEnd::kRefused, fault};
   const bool needs_tls = NeedsTls(account.url);
@@ -180,7 +186,7 @@ MailOutcome SendMail(const MailAccount& account, const Mail& mail) {
   const std::string from = "<" + account.sender + ">";
   const Owned<curl_slist> receivers(curl_slist_append(nullptr, ("<" + mail.to + ">").c_str()));
   Talk talk;
-  Deadline deadline = std::chrono::steady_clock::now() + std::chrono::seconds(account.seconds);
+  Patience patience{std::chrono::steady_clock::now() + std::chrono::seconds(account.seconds), ended};
   std::array<char, CURL_ERROR_SIZE> detail{};
 
   curl_easy_setopt(curl, CURLOPT_URL, account.url.c_str());
@@ -209,12 +215,14 @@ MailOutcome SendMail(const MailAccount& account, const Mail& mail) {
   curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);
   curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
   curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, StopWhenLate);
-  curl_easy_setopt(curl, CURLOPT_XFERINFODATA, &deadline);
+  curl_easy_setopt(curl, CURLOPT_XFERINFODATA, &patience);
   curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, detail.data());
 
   const CURLcode code = curl_easy_perform(curl);
-  const std::string happened = detail[0] != '\0' ? detail.data() : curl_easy_strerror(code);
+  const std::string happened = patience.IsEnded()  ? "ended by the user"
+                               : detail[0] != '\0' ? detail.data()
+                                                   : curl_easy_strerror(code);
   return OutcomeOf(code, talk, happened);
 }
 

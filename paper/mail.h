@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,8 +47,9 @@ struct MailOutcome {
 
 /// Sends a mail. Certificates are verified; a server without TLS is refused unless it is of this computer.
 /// Whatever happens on the way is told by the outcome. Raises Error for a faulty account, before anything is
-/// sent.
-MailOutcome SendMail(const MailAccount& account, const Mail& mail);
+/// sent. `ended` is asked every now and then whether to give up.
+MailOutcome SendMail(const MailAccount& account, const Mail& mail,
+                     const std::function<bool()>& ended = nullptr);
 
 /// A header's text: as it is, or in encoded words (RFC 2047) where it has other letters than ASCII. Control
 /// characters become blanks.

@@ -163,7 +163,7 @@ MailOutcome Outbox::Send(const OutboxMail& mail) {
   const std::int64_t sending = StoreFor(mail, "PostaPocetak", begin);
   MailOutcome outcome;
   try {
-    outcome = SendMail(account, message);
+    outcome = deliver_ ? deliver_(account, message) : SendMail(account, message);
   } catch (const Error& error) {
     outcome = {MailEnd::kNotSent, error.what()};
   }

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "mox/foundation/error.h"
@@ -53,6 +55,10 @@ class Outbox {
   Outbox(const PaperTemplate& paper, RecordStore& store)
       : paper_(paper), store_(store), painter_(paper.Text("stranica", "font")) {}
 
+  /// How mails go out, where that is not by SendMail() alone.
+  using Deliver = std::function<MailOutcome(const MailAccount& account, const Mail& mail)>;
+  void SetDeliver(Deliver deliver) { deliver_ = std::move(deliver); }
+
   /// Those of a document, or all; the first one first.
   std::vector<OutboxMail> Mails(std::optional<std::int64_t> doc_id = {}) const;
   /// The one with this key. Raises Error where there is none.
@@ -78,6 +84,7 @@ class Outbox {
 
   const PaperTemplate& paper_;
   RecordStore& store_;
+  Deliver deliver_;
   TextPainter painter_;
   MailAccount account_;  // without an address until it is asked for
 };

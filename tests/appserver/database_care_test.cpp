@@ -49,7 +49,7 @@ TEST_F(DatabaseCare, CopiesWholeTransactionsWhileAnotherProgramWrites) {
   std::int64_t before = 0;
   for (int i = 0; i < 10; ++i) {
     const std::string copy = InFolder(("kopija" + std::to_string(i)).c_str());
-    Database(path_, Database::Access::kReadOnly).BackUp(copy);
+    Database(path_, Database::Access::kReadOnly).BackUp(copy, [] {});  // in portions
     EXPECT_EQ(fs::status(copy).permissions(), fs::perms(0600));
     const std::int64_t documents = Count(copy, "dok");
     EXPECT_EQ(Count(copy, "dok_stavke"), 3 * documents);
@@ -62,6 +62,8 @@ TEST_F(DatabaseCare, CopiesWholeTransactionsWhileAnotherProgramWrites) {
   ::waitpid(writer, nullptr, 0);
   const std::string bytes = ReadWholeFile(InFolder("kopija0"));
   EXPECT_THROW(Database(path_).BackUp(InFolder("kopija0")), DatabaseError);
+  EXPECT_THROW(Database(path_).BackUp(InFolder("pola.db"), [] { throw Abort(); }), Abort);
+  EXPECT_FALSE(fs::exists(InFolder("pola.db")));
   EXPECT_EQ(ReadWholeFile(InFolder("kopija0")), bytes);
 }
 
