@@ -1,11 +1,14 @@
 #!/usr/bin/env python3
-"""Replays docs/FIRST-DAY.md word for word: first_day.py MOX PAGE INTERMEDIARY [--update]
+"""Replays docs/FIRST-DAY.md word for word: first_day.py MOX PAGE INTERMEDIARY [--update], or first_day.py --json PAGE
 
 A block that begins with ```csv NAME or ```text NAME is a file. In a ```console block each "$ mox ..." is run, and the
 lines up to the next one are what it prints, errors too. Only the address of the intermediary stands for another one:
-that of examples/intermediary.py, which runs on this computer. With --update the page gets what is printed.
+that of examples/intermediary.py, which runs on this computer. With --update the page gets what is printed. With --json the page
+is printed for who leads through it elsewhere.
 """
 import difflib
+import itertools
+import json
 import os
 import pathlib
 import shlex
@@ -48,29 +51,54 @@ def run(command, program, folder, played):
     return printed.decode().splitlines()
 
 
-def replay(page, program, folder, address, played):
-    lines, shown = iter(page.splitlines()), []
+def parts(page):
+    """The page's parts in their order: what it is, its lines, and the name of a file or what a command prints."""
+    lines = iter(page.splitlines())
     for line in lines:
-        shown.append(line)
+        yield "text", [line], None
         fence, _, name = line.partition(" ")
         if fence in ("```csv", "```text") and name:
-            text = ""
-            while (line := next(lines)) != "```":
-                shown.append(line)
-                text += line + "\n"
-            shown.append(line)
-            (folder / name).write_text(text.replace(ADDRESS, address))
+            yield "file", list(itertools.takewhile(lambda line: line != "```", lines)), name
+            yield "text", ["```"], None
         elif line == "```console":
-            while (line := next(lines)) != "```":
-                if not line.startswith("$ "):
-                    continue
-                shown.append(line)
-                command = line[2:]
-                while command.endswith("\\"):
-                    shown.append(next(lines))
-                    command = command[:-1] + shown[-1].strip()
-                shown += run(command.replace(ADDRESS, address), program, folder, played)
-            shown.append(line)
+            typed, printed = [], []
+            for line in lines:
+                if typed and (line == "```" or line.startswith("$ ")):
+                    yield "command", typed, printed
+                if line == "```":
+                    yield "text", [line], None
+                    break
+                if line.startswith("$ "):
+                    typed, printed = [line], []
+                    while typed[-1].endswith("\\"):
+                        typed.append(next(lines))
+                else:
+                    printed.append(line)
+
+
+def command_of(typed):
+    return typed[0][2:].rstrip("\\") + "".join(line.strip().rstrip("\\") for line in typed[1:])
+
+
+def as_json(page):
+    """The page for a driver of another program: its files by name, and its commands as words with what they print."""
+    files, commands = {}, []
+    for what, lines, more in parts(page):
+        if what == "file":
+            files[more] = "".join(line + "\n" for line in lines)
+        elif what == "command":
+            commands.append({"words": shlex.split(command_of(lines))[1:], "printed": more})
+    return json.dumps({"files": files, "commands": commands})
+
+
+def replay(page, program, folder, address, played):
+    shown = []
+    for what, lines, more in parts(page):
+        shown += lines
+        if what == "file":
+            (folder / more).write_text("".join(line + "\n" for line in lines).replace(ADDRESS, address))
+        elif what == "command":
+            shown += run(command_of(lines).replace(ADDRESS, address), program, folder, played)
     return "\n".join(shown) + "\n"
 
 
@@ -99,4 +127,7 @@ def check_page(program, page, intermediary, played, update=False):
 
 
 if __name__ == "__main__":
+    if sys.argv[1] == "--json":
+        print(as_json(pathlib.Path(sys.argv[2]).read_text()))
+        raise SystemExit(0)
     check_page(*(os.path.abspath(path) for path in sys.argv[1:4]), PlayedPage(), "--update" in sys.argv)

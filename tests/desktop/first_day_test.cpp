@@ -2,6 +2,9 @@
 // command prints there has to stand on the screen.
 
 #include <QComboBox>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <filesystem>
 #include <map>
@@ -41,40 +44,24 @@ struct Page {
   std::vector<Command> commands;
 };
 
-// As a shell splits them, but for what is piped.
-Words SplitWords(const std::string& line) {
-  Words words;
-  std::string word;
-  bool quoted = false;
-  for (const char c : line + ' ') {
-    if (c == '"') {
-      quoted = !quoted;
-    } else if (c == ' ' && !quoted) {
-      if (!word.empty()) words.push_back(std::exchange(word, {}));
-    } else {
-      word += c;
-    }
-  }
-  return words;
-}
-
+// By the reader of the page that the command is led by.
 Page ReadPage() {
+  QProcess reader;
+  reader.start(QStringLiteral("python3"),
+               {ToQt(SourceDir() + "/tests/cli/first_day.py"), QStringLiteral("--json"),
+                ToQt(SourceDir() + "/docs/FIRST-DAY.md")});
+  EXPECT_TRUE(reader.waitForFinished(kPatience));
+  const QJsonObject json = QJsonDocument::fromJson(reader.readAllStandardOutput()).object();
+  const auto words = [](const QJsonValue& list) {
+    Words texts;
+    for (const QJsonValue& text : list.toArray()) texts.push_back(FromQt(text.toString()));
+    return texts;
+  };
   Page page;
-  std::istringstream lines(ReadWholeFile(SourceDir() + "/docs/FIRST-DAY.md"));
-  std::string line;
-  std::string fence;
-  while (std::getline(lines, line)) {
-    if (line.starts_with("```")) {
-      fence = fence.empty() ? line : std::string();
-    } else if (fence == "```console" && line.starts_with("$ mox ")) {
-      std::string more;
-      while (line.ends_with('\\') && std::getline(lines, more)) line = line.substr(0, line.size() - 1) + more;
-      page.commands.push_back({SplitWords(line.substr(6)), {}});
-    } else if (fence == "```console") {
-      page.commands.back().printed.push_back(line);
-    } else if (const std::size_t name = fence.find(' '); !fence.empty() && name != std::string::npos) {
-      page.files[fence.substr(name + 1)] += line + '\n';
-    }
+  const QJsonObject files = json["files"].toObject();
+  for (const QString& name : files.keys()) page.files[FromQt(name)] = FromQt(files[name].toString());
+  for (const QJsonValue& command : json["commands"].toArray()) {
+    page.commands.push_back({words(command["words"]), words(command["printed"])});
   }
   return page;
 }
