@@ -26,8 +26,9 @@ class Background {
 
  private:
   void Start(std::function<void()> task, const std::function<void()>& look);
-  void Await(const std::function<void()>& look);
-  std::future<void> running_;
+  using Running = std::shared_future<void>;
+  static void Await(const Running& running, const std::function<void()>& look);
+  Running running_;  // the last one
 };
 
 }  // namespace mox

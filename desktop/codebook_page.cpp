@@ -8,6 +8,8 @@
 #include "desktop/croatian.h"
 #include "desktop/dialogs.h"
 #include "desktop/host.h"
+#include "desktop/look_ups.h"
+#include "mox/foundation/find_row.h"
 #include "mox/server/read_services.h"
 #include "mox/server/transactions.h"
 
@@ -67,7 +69,7 @@ constexpr ShownName kTitles[] = {
 QString CodebookTitle(std::string_view name) { return ShownText(kTitles, name); }
 
 CodebookPage::CodebookPage(DesktopHost& host, std::string name, const QString& title)
-    : RecordPage(title, RecordSet(name)), host_(host), name_(std::move(name)) {
+    : RecordPage(host, title, RecordSet(name)), name_(std::move(name)) {
   search_.setPlaceholderText(QStringLiteral("Dio bilo kojeg podatka"));
   search_.setAccessibleName(QStringLiteral("Traži"));
   Filters()->addWidget(&search_);
@@ -78,6 +80,7 @@ CodebookPage::CodebookPage(DesktopHost& host, std::string name, const QString& t
     AddButton(
         QStringLiteral("Slika…"), [this] { ShowPicture(); }, Qt::CTRL | Qt::Key_G);
   }
+  View().SetOnLookUp([this](std::string_view field) { return LookUpCell(field); });
   Model().SetOnRefused([this](const QString& reason) { SetNote(reason); });
   View().SetConfirmDelete([this] {
     Guarded([this] { DeleteRow(); });
@@ -126,22 +129,43 @@ RecordSet CodebookPage::CurrentRow() const {
   return row;
 }
 
+// A field that names a row of another codebook: all fields that name the same row take what was chosen.
+bool CodebookPage::LookUpCell(std::string_view field) {
+  const Codebook* const own = FindCodebook(name_);
+  const CodebookField* const asked = own == nullptr ? nullptr : FindRow(own->fields, field);
+  if (asked == nullptr || asked->reference.empty()) return false;
+  return Guarded([&] {
+    const auto columns = CreateDBDataSet("Kat\\Sifarnici", "adsStupci", {});
+    const auto row = columns
+                         ? columns->FindRow("sifarnik;stupac", {{Value(name_), Value(std::string(field))}})
+                         : std::nullopt;
+    if (!row) return;
+    const auto chosen = LookUpInCodebook(columns->RowAt(*row).AsText(*columns->FindFieldIndex("iz")), {});
+    if (!chosen) return;
+    RecordSet& rows = Rows();
+    if (rows.State() == DataSetState::kBrowse && rows.RowCount() == 0) rows.Append();
+    if (rows.State() == DataSetState::kBrowse) rows.Edit();
+    for (const CodebookField& other : own->fields) {
+      const auto from = chosen->FindFieldIndex(other.column);
+      if (other.reference != asked->reference || !from) continue;
+      rows.SetVariant(*rows.FindFieldIndex(other.name), chosen->RowAt(0).AsVariant(*from));
+    }
+  });
+}
+
 // What the server refuses stays open as it was typed.
 void CodebookPage::StoreRow() {
   RecordSet row = CurrentRow();
-  if (!ExecuteTransaction("KatalogUpis", {&row})) throw Error(FromQt(RefusalOf(host_.Server())));
-  // The row is another one now; it is read anew unless the next one is being typed already.
+  if (!ExecuteTransaction("KatalogUpis", {&row})) throw Error(FromQt(RefusalOf(Host().Server())));
   Rows().SetNull(*Rows().FindFieldIndex(kVersionField));
-  read_.Run([this] {
-    if (Rows().State() == DataSetState::kBrowse && !View().IsTyping()) Guarded([this] { Read(); });
-  });
+  ReadSoon();
 }
 
 void CodebookPage::ShowPicture() {
   if (!View().TakeRow()) return;
   const Value code = Current("sifra");
   if (!std::holds_alternative<std::string>(code)) throw Error("Nijedan artikl nije odabran.");
-  ArticlePictureDialog(host_, std::get<std::string>(code), this).exec();
+  ArticlePictureDialog(Host(), std::get<std::string>(code), this).exec();
 }
 
 void CodebookPage::DeleteRow() {
@@ -149,7 +173,7 @@ void CodebookPage::DeleteRow() {
   if (Model().CurrentTableRow() < 0 || !AskToLose("Brisanje", "Obrisati odabrani redak?")) return;
   Model().revert();
   RecordSet row = CurrentRow();
-  if (!ExecuteTransaction("KatalogBrisanje", {&row})) throw Error(FromQt(RefusalOf(host_.Server())));
+  if (!ExecuteTransaction("KatalogBrisanje", {&row})) throw Error(FromQt(RefusalOf(Host().Server())));
   Reload();
 }
 

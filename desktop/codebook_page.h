@@ -2,7 +2,6 @@
 
 #include <QLineEdit>
 
-#include "desktop/later.h"
 #include "desktop/record_page.h"
 
 namespace mox {
@@ -20,12 +19,11 @@ class CodebookPage : public RecordPage {
   void StoreRow();
   void DeleteRow();
   void ShowPicture();
+  bool LookUpCell(std::string_view field);
   RecordSet CurrentRow() const;
 
-  DesktopHost& host_;
   std::string name_;
   QLineEdit search_;
-  Later read_;
 };
 
 /// What people call the codebooks; those that the table does not know have their own names.

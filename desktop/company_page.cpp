@@ -9,7 +9,7 @@
 namespace mox {
 
 CompanyPage::CompanyPage(DesktopHost& host)
-    : RecordPage(QStringLiteral("Podaci tvrtke"), RecordSet("Parametri")), host_(host) {
+    : RecordPage(host, QStringLiteral("Podaci tvrtke"), RecordSet("Parametri")) {
   View().SetAppending(false);
   for (const char* const field : {"naziv", "opis", "skupina"}) Model().SetFieldEditable(field, false);
   Model().SetOnRefused([this](const QString& reason) { SetNote(reason); });
@@ -43,7 +43,7 @@ void CompanyPage::AddIban() {
   for (const char* const field : {"iban", "banka", "valuta"}) sent.DefineField(field, FieldKind::kText);
   sent.Open();
   sent.AppendRecord({*iban});
-  if (!ExecuteTransaction("PoduzeceIbanInsert", {&sent})) throw Error(FromQt(RefusalOf(host_.Server())));
+  if (!ExecuteTransaction("PoduzeceIbanInsert", {&sent})) throw Error(FromQt(RefusalOf(Host().Server())));
   Reload();
 }
 
@@ -53,7 +53,8 @@ void CompanyPage::StoreRow(RecordSet& row) {
   sent.DefineField("vrijednost", FieldKind::kText);
   sent.Open();
   sent.AppendRecord({row.FieldByName("naziv").AsText(), row.FieldByName("vrijednost").AsText()});
-  if (!ExecuteTransaction("ParametriPoduzecaUpdate", {&sent})) throw Error(FromQt(RefusalOf(host_.Server())));
+  if (!ExecuteTransaction("ParametriPoduzecaUpdate", {&sent}))
+    throw Error(FromQt(RefusalOf(Host().Server())));
 }
 
 }  // namespace mox

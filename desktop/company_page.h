@@ -15,7 +15,6 @@ class CompanyPage : public RecordPage {
   void Read() override;
   void StoreRow(RecordSet& row);
   void AddIban();
-  DesktopHost& host_;
 };
 
 }  // namespace mox

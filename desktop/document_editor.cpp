@@ -59,6 +59,7 @@ bool IsInvoice(const DocumentKind& kind) { return kind.is == DocumentClass::kInv
 const std::vector<HeaderField>& HeaderFields() {
   static const std::vector<HeaderField> fields = {
       {"datum", Any, {}, {}, nullptr},
+      {"datum_isporuke", IsInvoice, {}, {}, nullptr},
       {"datum_dospijeca", Any, {}, {}, nullptr},
       {"par_id", Any, LookUpForm::kPartner, "naziv", PartnerKey},
       {"skl_id", MovesStock, LookUpForm::kWarehouse, "naziv",
@@ -163,7 +164,7 @@ void DocumentEditor::AddSheet(RecordSet* lines, const LineSchema& schema, const 
   sheet.view->setAccessibleName(title);
   sheet.view->SetEmptyText(QStringLiteral("Tipkom Insert ili strelicom dolje dodajte novi redak"));
   sheet.view->FitColumns();
-  if (const auto name = sheet.model->ColumnOf("naziv")) sheet.view->setColumnWidth(*name, 220);
+  sheet.view->SetElastic("naziv", "ukupno");
   sheet.model->SetOnCellWritten([this, &sheet](std::size_t field) { Wrote(sheet, field); });
   sheet.model->SetOnRefused([this](const QString& reason) { note_.setText(reason); });
   sheet.view->SetOnLookUp([this, &sheet](std::string_view field) { return LookUpLine(sheet, field); });

@@ -1,5 +1,8 @@
 #include "desktop/document_list.h"
 
+#include <unordered_map>
+#include <utility>
+
 #include "desktop/dialogs.h"
 #include "desktop/document_actions.h"
 #include "mox/documents/document_kinds.h"
@@ -14,16 +17,39 @@ namespace {
 const std::vector<std::string_view> kShown = {"vrsta",     "broj",   "godina",  "datum",    "datum_dospijeca",
                                               "par_naziv", "ukupno", "placeno", "otvoreno", "storno"};
 
-// "stornira 12/2026" or "stornirano 3/2026"; without the number where the other document is not in the list.
-std::string StornoText(const RecordSet& list, const RecordRow& row) {
-  for (const auto& [field, text] : {std::pair("stornira_id", "stornira"), {"storno_id", "stornirano"}}) {
+// The documents of a list by their ids, and those that are not in it once they are asked for.
+class Documents {
+ public:
+  explicit Documents(const RecordSet& list) { Take(list); }
+
+  // "Predračun 12/2026"; empty where there is no such document.
+  std::string TitleOf(std::int64_t id) {
+    if (!titles_.contains(id) && !std::exchange(has_all_, true)) {
+      if (const auto all = CreateDBDataSet("Dokumenti", "adsList", {})) Take(*all);
+    }
+    const auto found = titles_.find(id);
+    return found == titles_.end() ? std::string() : found->second;
+  }
+
+ private:
+  void Take(const RecordSet& list) {
+    for (const RecordRow& row : list.Rows()) {
+      const auto text = [&row](const char* field) { return row.AsText(row.IndexOf(field)); };
+      const DocumentKind* const kind = FindDocumentTip(text("vrsta"));
+      titles_[row.AsInteger(row.IndexOf("id"))] =
+          (kind == nullptr ? text("vrsta") : std::string(kind->title)) + ' ' + text("broj") + '/' +
+          text("godina");
+    }
+  }
+  std::unordered_map<std::int64_t, std::string> titles_;
+  bool has_all_ = false;
+};
+
+// "stornira Predračun 12/2026" or "stornirano: Storno predračuna 3/2026".
+std::string StornoText(Documents& documents, const RecordRow& row) {
+  for (const auto& [field, text] : {std::pair("stornira_id", "stornira "), {"storno_id", "stornirano: "}}) {
     const std::size_t id = row.IndexOf(field);
-    if (row.IsNull(id)) continue;
-    const auto other = list.FindRow("id", {{row.AsVariant(id)}});
-    if (!other) return text;
-    const RecordRow found = list.RowAt(*other);
-    return std::string(text) + ' ' + found.AsText(found.IndexOf("broj")) + '/' +
-           found.AsText(found.IndexOf("godina"));
+    if (!row.IsNull(id)) return text + documents.TitleOf(row.AsInteger(id));
   }
   return {};
 }
@@ -35,6 +61,7 @@ RecordSet ForScreen(const RecordSet& answer) {
   list.DefineField("storno", FieldKind::kText);
   list.Open();
   const std::size_t vrsta = *answer.FindFieldIndex("vrsta");
+  Documents documents(answer);
   for (const RecordRow& row : answer.Rows()) {
     std::vector<Value> values;
     values.reserve(list.FieldCount());
@@ -42,7 +69,7 @@ RecordSet ForScreen(const RecordSet& answer) {
     if (const DocumentKind* const known = FindDocumentTip(row.AsText(vrsta))) {
       values[vrsta] = std::string(known->title);
     }
-    values.emplace_back(StornoText(answer, row));
+    values.emplace_back(StornoText(documents, row));
     list.AppendRecord(values);
   }
   return list;
@@ -59,7 +86,7 @@ void AddDay(TAstaParamList& request, const char* name, const QLineEdit& line) {
 }  // namespace
 
 DocumentList::DocumentList(DesktopHost& host, std::function<void(std::int64_t)> open)
-    : RecordPage(QStringLiteral("Dokumenti"), RecordSet("adsList")), open_(std::move(open)) {
+    : RecordPage(host, QStringLiteral("Dokumenti"), RecordSet("adsList")), open_(std::move(open)) {
   Model().SetEditable(false);
   View().SetAppending(false);
   View().setSelectionBehavior(QAbstractItemView::SelectRows);

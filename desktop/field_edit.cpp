@@ -5,6 +5,7 @@
 #include <QKeyEvent>
 #include <QStyle>
 
+#include "desktop/croatian.h"
 #include "desktop/dialogs.h"
 #include "desktop/look_ups.h"
 #include "desktop/qt_text.h"
@@ -70,7 +71,7 @@ bool FieldEdit::Write(const Value& value) {
     const FieldKind kind = record_.Definition(field_).kind;
     Fault(kind == FieldKind::kDate
               ? QStringLiteral("To nije datum (%1).").arg(ToQt(CurrentLocale().short_date))
-          : HoldsText(kind) ? ToQt(error.what())
+          : HoldsText(kind) ? InCroatian(error.what())
                             : QStringLiteral("To nije broj."));
     return false;
   }

@@ -42,13 +42,8 @@ class DesktopHost::Comunication : public TdmComunication {
   int WriteDataService(const TAstaParamList& request) override {
     TdmComunication& server = Now();
     if (!host_.look_) return server.WriteDataService(request);
-    return host_.InBackground([&server, &request] { return server.WriteDataService(request); },
-                              [this] {
-                                try {
-                                  host_.look_();
-                                } catch (const Abort&) {
-                                }
-                              });
+    return host_.RunToEnd(
+        [&](const std::atomic<bool>& /*ended*/) { return server.WriteDataService(request); });
   }
   std::string WriteRefusal() const override {
     return host_.server_ ? host_.server_->WriteRefusal() : std::string();

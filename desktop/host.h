@@ -1,11 +1,13 @@
 #pragma once
 
 #include <QString>
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "appserver/company_access.h"
@@ -63,19 +65,36 @@ class DesktopHost : public AppForms {
   /// every now and then by `look`; that raises Abort where the user ends the work.
   class LongWork {
    public:
-    LongWork(DesktopHost& host, std::function<void()> look) : host_(host) { host_.look_ = std::move(look); }
-    ~LongWork() { host_.look_ = nullptr; }
+    LongWork(DesktopHost& host, std::function<void()> look)
+        : host_(host), before_(std::exchange(host.look_, std::move(look))) {}
+    ~LongWork() { host_.look_ = std::move(before_); }
     LongWork(const LongWork&) = delete;
     LongWork& operator=(const LongWork&) = delete;
 
    private:
     DesktopHost& host_;
+    std::function<void()> before_;
   };
 
   /// Within long work: a task that owns what it works on.
   template <typename Task>
   auto RunLong(Task task) {
     return InBackground(std::move(task), look_);
+  }
+
+  /// The same for a task that is waited for in any case, since what it did is to be known: it is told by
+  /// `ended` that the user wants it to end.
+  template <typename Task>
+  auto RunToEnd(Task task) {
+    std::atomic<bool> ended = false;
+    return InBackground([&task, &ended] { return task(ended); },
+                        [this, &ended] {
+                          try {
+                            if (look_) look_();
+                          } catch (const Abort&) {
+                            ended = true;
+                          }
+                        });
   }
 
   /// By the key of the import's profile.

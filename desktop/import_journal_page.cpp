@@ -4,6 +4,7 @@
 #include "desktop/dialogs.h"
 #include "desktop/host.h"
 #include "desktop/import_titles.h"
+#include "desktop/status_window.h"
 #include "mox/entry/line_screen.h"
 #include "mox/import/import_history.h"
 #include "mox/server/read_services.h"
@@ -11,7 +12,7 @@
 namespace mox {
 
 ImportJournalPage::ImportJournalPage(DesktopHost& host)
-    : RecordPage(QStringLiteral("Dnevnik uvoza"), RecordSet("adsUvoz")), host_(host) {
+    : RecordPage(host, QStringLiteral("Dnevnik uvoza"), RecordSet("adsUvoz")) {
   Model().SetEditable(false);
   View().SetAppending(false);
   View().setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -37,8 +38,11 @@ void ImportJournalPage::TakeBack() {
   const Value id = Current("id");
   if (!std::holds_alternative<std::int64_t>(id)) throw Error("Nijedan uvoz nije odabran.");
   if (!AskToLose("Poništavanje uvoza", "Obrisati sve retke odabranog uvoza?")) return;
-  if (!TakeImportBack(std::get<std::int64_t>(id), FromQt(qEnvironmentVariable("USER")))) {
-    throw Error(FromQt(RefusalOf(host_.Server())));
+  {
+    const LongRun run(Host(), QStringLiteral("Poništavanje uvoza"), LongRun::Ending::kNever);
+    if (!TakeImportBack(std::get<std::int64_t>(id), FromQt(qEnvironmentVariable("USER")))) {
+      throw Error(FromQt(RefusalOf(Host().Server())));
+    }
   }
   Reload();
   SetNote(QStringLiteral("Uvoz je poništen."));

@@ -14,7 +14,6 @@ class ImportJournalPage : public RecordPage {
  private:
   void Read() override;
   void TakeBack();
-  DesktopHost& host_;
 };
 
 }  // namespace mox

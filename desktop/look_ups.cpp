@@ -9,6 +9,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "appserver/codebook_table.h"
+#include "desktop/codebook_page.h"
 #include "desktop/dialog_buttons.h"
 #include "desktop/qt_text.h"
 #include "desktop/record_set_view.h"
@@ -155,6 +157,22 @@ const LookUpSource& SourceOf(LookUpForm form) {
     if (source.form == form) return source;
   }
   throw Error("there is no such look-up form");
+}
+
+std::unique_ptr<RecordSet> LookUpInCodebook(std::string_view codebook, const QString& text) {
+  constexpr std::size_t kMostColumns = 8;
+  const Codebook* const known = FindCodebook(codebook);
+  if (known == nullptr) return nullptr;
+  LookUpSource source{.title = CodebookTitle(codebook),
+                      .service = "Kat\\" + std::string(codebook),
+                      .answer = known->name,
+                      .searches = true,
+                      .fields = {}};
+  for (const CodebookField& field : known->fields) {
+    if (source.fields.size() < kMostColumns) source.fields.push_back(field.name);
+  }
+  LookUpDialog dialog(source, text);
+  return dialog.exec() == QDialog::Accepted ? dialog.Chosen() : nullptr;
 }
 
 std::unique_ptr<RecordSet> QtLookUps::LookUp(LookUpForm form, std::string_view text) {

@@ -8,6 +8,7 @@
 #include "desktop/dialog_buttons.h"
 #include "desktop/dialogs.h"
 #include "desktop/host.h"
+#include "desktop/status_window.h"
 #include "mox/entry/line_screen.h"
 #include "mox/server/read_services.h"
 #include "mox/server/transactions.h"
@@ -32,7 +33,14 @@ QString StateOf(std::string_view state) { return ShownText(kStates, state); }
 // Mails of the outbox, sent one by one.
 class MailSender : public RecordStore {
  public:
-  explicit MailSender(DesktopHost& host) : host_(host), paper_(InstalledTemplate()), outbox_(paper_, *this) {}
+  explicit MailSender(DesktopHost& host) : host_(host), paper_(InstalledTemplate()), outbox_(paper_, *this) {
+    // What became of a mail is waited for: whoever ends it may have sent it.
+    outbox_.SetDeliver([this](const MailAccount& account, const Mail& mail) {
+      return host_.RunToEnd([&](const std::atomic<bool>& ended) {
+        return SendMail(account, mail, [&ended] { return ended.load(); });
+      });
+    });
+  }
 
   Outbox& Box() { return outbox_; }
   QString SendAgreed(const OutboxMail& mail) {
@@ -40,10 +48,11 @@ class MailSender : public RecordStore {
     if (!mail.Waits() && !AskToLose(FromQt(what + u' ' + StateOf(mail.state)), "Poslati je ponovo?")) {
       return what + u' ' + StateOf(mail.state) + u'.';
     }
-    const HourglassCursor cursor;
+    const LongRun run(host_, QStringLiteral("Slanje pošte"));
     const MailOutcome outcome = outbox_.Send(mail);
     return QStringLiteral("%1 %2 (%3).")
-        .arg(what, QString::fromUtf16(kEnds[static_cast<std::size_t>(outcome.end)]), ToQt(outcome.answer));
+        .arg(what, QString::fromUtf16(kEnds[static_cast<std::size_t>(outcome.end)]),
+             InCroatian(outcome.answer));
   }
 
  private:
@@ -69,12 +78,14 @@ QString MailDocument(DesktopHost& host, std::int64_t id) {
 }
 
 MailPage::MailPage(DesktopHost& host)
-    : RecordPage(QStringLiteral("Odlazna pošta"), RecordSet("adsPosta")), host_(host) {
+    : RecordPage(host, QStringLiteral("Odlazna pošta"), RecordSet("adsPosta")) {
   Model().SetEditable(false);
   View().SetAppending(false);
   View().setSelectionBehavior(QAbstractItemView::SelectRows);
   AddButton(
       QStringLiteral("Pošalji"), [this] { Send(); }, Qt::CTRL | Qt::Key_M);
+  AddButton(QStringLiteral("Povuci"), [this] { Settle(MailEnd::kRefused); });
+  AddButton(QStringLiteral("Stigla je"), [this] { Settle(MailEnd::kSent); });
   Reload();
 }
 
@@ -89,24 +100,38 @@ void MailPage::Read() {
                                    {"odgovor", "Odgovor poslužitelja"}};
   for (const auto& [field, label] : labels) answer->SetDisplayName(*answer->FindFieldIndex(field), label);
   const std::size_t state = *answer->FindFieldIndex("stanje");
+  const std::size_t said = *answer->FindFieldIndex("odgovor");
   for (answer->First(); !answer->Eof(); answer->Next()) {
     answer->Edit();
     answer->SetText(state, FromQt(StateOf(answer->AsText(state))));
+    answer->SetText(said, FromQt(InCroatian(answer->AsText(said))));
     answer->Post();
   }
   Show(std::move(*answer), {"id", "vrijeme", "predmet", "kome", "stanje", "odgovor"});
 }
 
-void MailPage::Send() {
+std::int64_t MailPage::CurrentId() const {
   const Value id = Current("id");
   if (!std::holds_alternative<std::int64_t>(id)) throw Error("Nijedna pošta nije odabrana.");
-  MailSender sender(host_);
-  QString told;
-  for (const OutboxMail& mail : sender.Box().Mails()) {
-    if (mail.id == std::get<std::int64_t>(id)) told = sender.SendAgreed(mail);
-  }
+  return std::get<std::int64_t>(id);
+}
+
+void MailPage::Send() {
+  MailSender sender(Host());
+  const QString told = sender.SendAgreed(sender.Box().Find(CurrentId()));
   Reload();
   SetNote(told);
+}
+
+// What the user knows of a mail: that nobody is to get it, or that it has come.
+void MailPage::Settle(MailEnd end) {
+  MailSender sender(Host());
+  const OutboxMail mail = sender.Box().Find(CurrentId());
+  const std::string what = FromQt(QStringLiteral("Pošta za %1 %2.").arg(ToQt(mail.to), StateOf(mail.state)));
+  const char* const question = end == MailEnd::kSent ? "Upisati da je stigla?" : "Povući je?";
+  if (!AskToLose(what, question)) return;
+  sender.Box().Settle(mail, end);
+  Reload();
 }
 
 MailAccountDialog::MailAccountDialog(DesktopHost& host, QWidget* parent) : QDialog(parent), host_(host) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "desktop/record_page.h"
+#include "paper/mail.h"
 
 namespace mox {
 
@@ -22,8 +23,9 @@ class MailPage : public RecordPage {
 
  private:
   void Read() override;
+  std::int64_t CurrentId() const;
   void Send();
-  DesktopHost& host_;
+  void Settle(MailEnd end);
 };
 
 /// The company's account with its server of mails.

@@ -1,9 +1,11 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QMessageBox>
 #include <QStandardPaths>
 #include <cstdio>
 
+#include "desktop/croatian.h"
 #include "desktop/host.h"
 #include "desktop/main_window.h"
 
@@ -64,6 +66,7 @@ int main(int argc, char** argv) {
     return QApplication::exec();
   } catch (const std::exception& error) {
     std::fprintf(stderr, "mox-desktop: %s\n", error.what());
+    QMessageBox::critical(nullptr, QStringLiteral("Greška"), mox::InCroatian(error.what()));
     return 1;
   }
 }

@@ -27,7 +27,9 @@
 #include "desktop/rate_page.h"
 #include "desktop/report_page.h"
 #include "desktop/settings_dialog.h"
+#include "desktop/status_window.h"
 #include "desktop/stored_document.h"
+#include "desktop/users_page.h"
 #include "mox/host/system_platform.h"
 #include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
@@ -109,6 +111,7 @@ void MainWindow::BuildMenus() {
   Add(company, QStringLiteral("Nova &pokazna tvrtka…"), {}, &MainWindow::NewDemo);
   Add(company, QStringLiteral("&Sigurnosna kopija…"), {}, &MainWindow::BackUp);
   Add(company, QStringLiteral("&Podaci tvrtke"), {}, &MainWindow::ShowCompanyData);
+  Add(company, QStringLiteral("&Korisnici i ovlasti"), {}, &MainWindow::ShowUsers);
   Add(company, QStringLiteral("Račun za poš&tu…"), {}, &MainWindow::ShowMailAccount);
   Add(company, QStringLiteral("&Broj decimala…"), {}, &MainWindow::ShowSettings);
   company->addSeparator();
@@ -212,7 +215,7 @@ void MainWindow::ShowCodebook(const std::string& name) {
 
 void MainWindow::ShowReports() {
   host_.Server();
-  AddTab(new ReportPage);
+  AddTab(new ReportPage(host_));
 }
 
 void MainWindow::ShowImportJournal() {
@@ -366,11 +369,22 @@ void MainWindow::BackUp() {
 void MainWindow::BackUpTo(const QString& path) {
   auto* const file = dynamic_cast<CompanyServer*>(&host_.Server());
   if (file == nullptr) throw Error("Sigurnosnu kopiju tvrtke na poslužitelju radi poslužitelj.");
-  file->database().BackUp(FromQt(path));
+  const LongRun run(host_, QStringLiteral("Sigurnosna kopija"));
+  host_.RunToEnd([&](const std::atomic<bool>& ended) {
+    file->database().BackUp(FromQt(path), [&ended] {
+      if (ended) throw Abort();
+    });
+    return true;
+  });
   statusBar()->showMessage(QStringLiteral("Sigurnosna kopija je u %1").arg(path));
 }
 
 void MainWindow::ShowSettings() { SettingsDialog(this).exec(); }
+
+void MainWindow::ShowUsers() {
+  host_.Server();
+  AddTab(new UsersPage(host_));
+}
 
 void MainWindow::ShowMails() {
   host_.Server();

@@ -37,6 +37,7 @@ class MainWindow : public QMainWindow, public TMainForm {
   void ShowImportJournal();
   void ShowRates();
   void ShowMails();
+  void ShowUsers();
   QTabWidget& Tabs() { return tabs_; }
 
  protected:

@@ -27,8 +27,7 @@ RecordSet EmptyRates(const char* name) {
 
 }  // namespace
 
-RatePage::RatePage(DesktopHost& host)
-    : RecordPage(QStringLiteral("Tečajevi"), RecordSet("Tecajevi")), host_(host) {
+RatePage::RatePage(DesktopHost& host) : RecordPage(host, QStringLiteral("Tečajevi"), RecordSet("Tecajevi")) {
   View().SetAppending(false);
   day_.setAccessibleName(QStringLiteral("Na dan"));
   day_.setText(ToQt(DateToText(Today(), CurrentLocale())));
@@ -74,13 +73,13 @@ void RatePage::Read() {
 // A rate of the day in the place of another one is stored after a question.
 bool RatePage::Send(RecordSet& rates) {
   if (ExecuteTransaction("TecajnaListaInsert", {&rates})) return true;
-  const QString reason = RefusalOf(host_.Server());
-  const auto& failure = host_.Server().LastWrite().failure;
+  const QString reason = RefusalOf(Host().Server());
+  const auto& failure = Host().Server().LastWrite().failure;
   if (!failure || failure->field != "tecaj" || failure->message.find(" is stored as ") == std::string::npos) {
     throw Error(FromQt(reason));
   }
   if (!AskToLose("Već postoji drugi tečaj.", FromQt(reason) + "\nZamijeniti ga?")) return false;
-  if (!ExecuteTransaction("TecajnaListaReplace", {&rates})) throw Error(FromQt(RefusalOf(host_.Server())));
+  if (!ExecuteTransaction("TecajnaListaReplace", {&rates})) throw Error(FromQt(RefusalOf(Host().Server())));
   return true;
 }
 
@@ -99,7 +98,7 @@ void RatePage::ReadList(const std::string& path) {
   if (!View().TakeRow()) return;
   RecordSet rates = ReadRateList(ReadWholeFile(path), path);
   if (!Send(rates)) return;
-  const RecordSet& counts = host_.Server().LastWrite().stored.value();
+  const RecordSet& counts = Host().Server().LastWrite().stored.value();
   const RecordRow row = counts.RowAt(0);
   const auto count = [&row](const char* field) { return ToQt(row.AsText(row.IndexOf(field))); };
   const QString told = QStringLiteral("Novih tečajeva: %1, izmijenjenih: %2, istih: %3")

@@ -21,7 +21,6 @@ class RatePage : public RecordPage {
   void StoreRow(RecordSet& row);
   bool Send(RecordSet& rates);
 
-  DesktopHost& host_;
   QLineEdit day_;
   Date shown_;  // of the rates that are shown, also while another day is typed
 };

@@ -5,11 +5,17 @@
 #include "desktop/action_button.h"
 #include "desktop/dialogs.h"
 #include "desktop/qt_text.h"
+#include "desktop/status_window.h"
 
 namespace mox {
 
-RecordPage::RecordPage(const QString& title, RecordSet empty, QWidget* parent)
-    : QWidget(parent), rows_(std::move(empty)), model_(rows_), view_(model_), layout_(new QVBoxLayout(this)) {
+RecordPage::RecordPage(DesktopHost& host, const QString& title, RecordSet empty, QWidget* parent)
+    : QWidget(parent),
+      host_(host),
+      rows_(std::move(empty)),
+      model_(rows_),
+      view_(model_),
+      layout_(new QVBoxLayout(this)) {
   setWindowTitle(title);
   setFocusProxy(&view_);
   view_.setAccessibleName(title);
@@ -27,7 +33,12 @@ RecordPage::RecordPage(const QString& title, RecordSet empty, QWidget* parent)
 
 bool RecordPage::Reload() {
   if (!view_.TakeRow()) return false;
-  Read();
+  try {
+    const LongRun run(host_, QStringLiteral("Čitanje podataka"));
+    Read();
+  } catch (const Abort&) {
+    SetNote(QStringLiteral("Čitanje je prekinuto."));
+  }
   return true;
 }
 
@@ -46,6 +57,12 @@ void RecordPage::Show(RecordSet answer, const std::vector<std::string_view>& fie
   }
   model_.ShowFields(fields);
   if (first) view_.FitColumns();
+}
+
+void RecordPage::ReadSoon() {
+  read_.Run([this] {
+    if (rows_.State() == DataSetState::kBrowse && !view_.IsTyping()) Guarded([this] { Read(); });
+  });
 }
 
 QPushButton* RecordPage::AddButton(const QString& text, std::function<void()> action,

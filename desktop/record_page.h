@@ -10,20 +10,23 @@
 #include <vector>
 
 #include "desktop/editing_page.h"
+#include "desktop/later.h"
 #include "desktop/record_set_view.h"
 
 class QPushButton;
 
 namespace mox {
 
+class DesktopHost;
+
 /// A page of the main window: a bar of what narrows rows down, the rows, and a bar of buttons with a note.
 /// Its record set is filled anew when the page asks the server.
 class RecordPage : public QWidget, public EditingPage {
  public:
-  RecordPage(const QString& title, RecordSet empty, QWidget* parent = nullptr);
+  RecordPage(DesktopHost& host, const QString& title, RecordSet empty, QWidget* parent = nullptr);
 
   /// Asks for the rows anew; the current one stays current. A row that is being typed is stored before; false
-  /// where that was refused, and the row stays.
+  /// where that was refused, and the row stays. Where the user ends it, the rows are those that were there.
   bool Reload();
   bool MayClose() override;
 
@@ -32,8 +35,11 @@ class RecordPage : public QWidget, public EditingPage {
   virtual void Read() = 0;
   /// The answer's rows, fields and labels take the place of those that are shown.
   void Show(RecordSet answer, const std::vector<std::string_view>& fields);
+  /// After a row was stored, which is another one now: reads it anew, unless the next one is being typed.
+  void ReadSoon();
   QPushButton* AddButton(const QString& text, std::function<void()> action, const QKeySequence& key = {});
   QHBoxLayout* Filters() { return &filters_; }
+  DesktopHost& Host() const { return host_; }
   QBoxLayout& Buttons() { return buttons_; }
   void SetNote(const QString& note) { note_.setText(note); }
   RecordSet& Rows() { return rows_; }
@@ -45,6 +51,7 @@ class RecordPage : public QWidget, public EditingPage {
   Currency Sum(std::string_view field) const;
 
  private:
+  DesktopHost& host_;
   RecordSet rows_;
   RecordSetModel model_;
   RecordSetView view_;
@@ -52,6 +59,7 @@ class RecordPage : public QWidget, public EditingPage {
   QHBoxLayout filters_;
   QHBoxLayout buttons_;
   QLabel note_;
+  Later read_;
 };
 
 }  // namespace mox

@@ -4,6 +4,7 @@
 #include <QFont>
 #include <algorithm>
 
+#include "desktop/croatian.h"
 #include "desktop/qt_text.h"
 #include "mox/foundation/app.h"
 #include "mox/foundation/text.h"
@@ -193,7 +194,7 @@ bool RecordSetModel::Attempt(const std::function<void()>& action) {
     Refuse(
         {columns_.empty() ? 0 : columns_.front().field, {}, QStringLiteral("Redak nije prihvaćen."), true});
   } catch (const Error& error) {
-    Refuse({columns_.empty() ? 0 : columns_.front().field, {}, ToQt(error.what()), true});
+    Refuse({columns_.empty() ? 0 : columns_.front().field, {}, InCroatian(error.what()), true});
   }
   return false;
 }
@@ -238,7 +239,7 @@ bool RecordSetModel::WriteCell(std::size_t field, const QString& text) {
   } catch (const ConversionError&) {
     Refuse({field, text, NotOfKind(definition, text), false});
   } catch (const Error& error) {
-    Refuse({field, text, ToQt(error.what()), false});
+    Refuse({field, text, InCroatian(error.what()), false});
   }
   return false;
 }

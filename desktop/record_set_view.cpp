@@ -247,12 +247,59 @@ void RecordSetView::paintEvent(QPaintEvent* event) {
   painter.drawText(viewport()->rect(), Qt::AlignCenter, empty_text_);
 }
 
+void RecordSetView::SetElastic(std::string_view field, std::string_view up_to) {
+  elastic_ = field;
+  up_to_ = up_to;
+  connect(horizontalHeader(), &QHeaderView::sectionResized, this, [this](int column) {
+    if (!stretching_ && isVisible() && model_.ColumnOf(elastic_) == column) elastic_.clear();
+  });
+  Stretch();
+}
+
+void RecordSetView::resizeEvent(QResizeEvent* event) {
+  QTableView::resizeEvent(event);
+  Stretch();
+}
+
+// Where the columns are too many for the screen, the other one comes forward, behind the elastic one.
+void RecordSetView::Stretch() {
+  constexpr int kNarrowest = 130;
+  constexpr int kUsual = 220;
+  const auto elastic = model_.ColumnOf(elastic_);
+  const auto last = model_.ColumnOf(up_to_);
+  if (!elastic || !last || *last < *elastic) return;
+  int others = 0;
+  for (int column = 0; column <= *last; ++column) others += column == *elastic ? 0 : columnWidth(column);
+  const int room = viewport()->width() - others;
+  QHeaderView& header = *horizontalHeader();
+  header.moveSection(header.visualIndex(*last), room >= kNarrowest ? *last : *elastic + 1);
+  stretching_ = true;
+  setColumnWidth(*elastic, room >= kNarrowest ? std::min(room, kMostWidth) : kUsual);
+  stretching_ = false;
+}
+
+// Titles of several words stand one below the other, rather than to push columns off the screen.
 void RecordSetView::FitColumns() {
+  constexpr int kNarrowest = 48;
+  constexpr int kAround = 16;
+  QHeaderView& header = *horizontalHeader();
+  header.setDefaultAlignment(Qt::AlignCenter | static_cast<Qt::Alignment>(Qt::TextWordWrap));
+  int lines = 1;
   for (int column = 0; column < model_.columnCount(); ++column) {
     if (isColumnHidden(column)) continue;
-    const int wanted = std::max(sizeHintForColumn(column), horizontalHeader()->sectionSizeHint(column));
-    setColumnWidth(column, std::clamp(wanted + 12, 60, kMostWidth));
+    const QString title = model_.headerData(column, Qt::Horizontal, Qt::DisplayRole).toString();
+    QFont bold = header.font();
+    bold.setBold(true);
+    const QFontMetrics letters(bold);
+    int word = 0;
+    for (const QString& part : title.split(u' ')) word = std::max(word, letters.horizontalAdvance(part));
+    const int wanted = std::max(sizeHintForColumn(column), word + kAround);
+    setColumnWidth(column, std::clamp(wanted + 4, kNarrowest, kMostWidth));
+    const QRect text = letters.boundingRect(QRect(0, 0, columnWidth(column) - 8, 1000),
+                                            Qt::AlignCenter | Qt::TextWordWrap, title);
+    lines = std::max(lines, (text.height() + letters.lineSpacing() / 2) / letters.lineSpacing());
   }
+  header.setMinimumHeight(lines * header.fontMetrics().lineSpacing() + 8);
 }
 
 }  // namespace mox

@@ -45,6 +45,9 @@ class RecordSetView : public QTableView {
   void PasteClipboard();
   /// As wide as what is on the screen needs, within reason.
   void FitColumns();
+  /// The column of a field is as wide as lets all columns up to that of another one be seen, until the user
+  /// makes it wider or narrower. Where they are too many, that one comes behind it.
+  void SetElastic(std::string_view field, std::string_view up_to);
   /// The current cell of the row that is current in the set.
   void FollowSet();
 
@@ -52,6 +55,7 @@ class RecordSetView : public QTableView {
   void keyPressEvent(QKeyEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
   void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
   void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override;
 
@@ -60,6 +64,7 @@ class RecordSetView : public QTableView {
 
   bool HandleKey(const QKeyEvent& event);
   void GoOn();
+  void Stretch();
   void ClearSelected();
 
   RecordSetModel& model_;
@@ -69,6 +74,9 @@ class RecordSetView : public QTableView {
   bool opened_by_editor_ = false;  // the row was closed before its cell was edited
   QString before_;                 // what the cell had then
   QString empty_text_;
+  std::string elastic_;
+  std::string up_to_;
+  bool stretching_ = false;
   std::function<bool(std::string_view)> on_look_up_;
   std::function<bool()> confirm_delete_;
   std::function<void()> on_chosen_;

@@ -126,7 +126,8 @@ void BarChart::paintEvent(QPaintEvent* /*event*/) {
   }
 }
 
-ReportPage::ReportPage() : RecordPage(QStringLiteral("Izvještaji"), RecordSet("izvjestaj")) {
+ReportPage::ReportPage(DesktopHost& host)
+    : RecordPage(host, QStringLiteral("Izvještaji"), RecordSet("izvjestaj")) {
   Model().SetEditable(false);
   View().SetAppending(false);
   for (const Report& report : Reports()) report_.addItem(QString::fromUtf16(report.title));

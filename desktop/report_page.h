@@ -27,7 +27,7 @@ class BarChart : public QWidget {
 /// The reports of the application server over a period, as tables and as bars.
 class ReportPage : public RecordPage {
  public:
-  ReportPage();
+  explicit ReportPage(DesktopHost& host);
 
  private:
   void Read() override;

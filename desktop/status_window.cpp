@@ -1,6 +1,6 @@
 #include "desktop/status_window.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -11,6 +11,7 @@ namespace mox {
 namespace {
 
 constexpr qint64 kBetweenPaints = 40;  // milliseconds
+constexpr qint64 kMoment = 300;
 constexpr int kWidth = 460;
 // What was sent to the server cannot be taken back any more.
 constexpr std::string_view kStoring = "Pohrana";
@@ -54,11 +55,29 @@ void StatusForm::Show(const QString& text) {
   Look();
 }
 
+void StatusForm::ShowSoon(const QString& text, bool may_end) {
+  may_end_ = may_end;
+  comes_ = true;
+  text_.setText(text);
+  bar_.setRange(0, 0);
+  end_.setEnabled(may_end);
+  since_painted_.restart();
+}
+
 // What is not under this form takes no keys and clicks.
 void StatusForm::Look() {
+  if (comes_ && !isVisible()) {
+    if (since_painted_.elapsed() < kMoment) return;
+    show();
+  }
   QCoreApplication::processEvents(isVisible() ? QEventLoop::AllEvents : QEventLoop::ExcludeUserInputEvents);
   since_painted_.restart();
   if (ended_ && may_end_) throw Abort();
+}
+
+LongRun::LongRun(DesktopHost& host, const QString& text, Ending ending)
+    : status_(QApplication::activeWindow()), work_(host, [this] { status_.Look(); }) {
+  status_.ShowSoon(text, ending == Ending::kByUser);
 }
 
 }  // namespace mox

@@ -9,6 +9,7 @@
 #include "desktop/dialogs.h"
 #include "desktop/document_actions.h"
 #include "desktop/host.h"
+#include "desktop/status_window.h"
 #include "mox/entry/line_screen.h"
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/locale_text.h"
@@ -137,7 +138,10 @@ QWidget* StoredDocumentPage::MakeSide() {
 }
 
 void StoredDocumentPage::Reload() {
-  PageSource source = ReadPageSource(id_);
+  PageSource source = [this] {
+    const LongRun run(host_, QStringLiteral("Čitanje dokumenta"));
+    return ReadPageSource(id_);
+  }();
   ShowFacts(source);
   ShowTotals(source);
   ShowLinks(source);
@@ -187,7 +191,7 @@ void StoredDocumentPage::ShowLines(Shown& shown, RecordSet lines, bool services,
     if (field && !IsAllNull(lines, *field)) fields.push_back(name);
   }
   shown.Show(std::move(lines), fields);
-  if (const auto name = shown.model.ColumnOf("naziv")) shown.view.setColumnWidth(*name, 220);
+  shown.view.SetElastic("naziv", "ukupno");
   tabs_.addTab(&shown.view, shown.view.accessibleName());
 }
 

@@ -167,6 +167,8 @@ std::vector<std::string_view> LineFieldsForScreen(const LineSchema& schema) {
     }
   };
   add(schema.inputs);
+  const std::vector<std::string_view> calculated = SplitNames(schema.calculated);
+  if (std::find(calculated.begin(), calculated.end(), "ukupno") != calculated.end()) add("ukupno");
   add(schema.calculated);
   return fields;
 }

@@ -18,7 +18,7 @@ std::string_view CaptionOf(std::string_view field);
 void PrepareLinesForScreen(RecordSet& lines);
 
 /// The fields of the lines in the order in which people read them: what the line is, its inputs in the order
-/// in which they are multiplied, then what is calculated.
+/// in which they are multiplied, what the line comes to, then what else is calculated.
 std::vector<std::string_view> LineFieldsForScreen(const LineSchema& schema);
 
 /// Makes the open record of the services a line of a service of the codebook: what `service`, a record of the

@@ -5,6 +5,7 @@
 #include <QMimeData>
 #include <csignal>
 #include <fstream>
+#include <semaphore>
 
 #include "appserver/company_server.h"
 #include "desktop/croatian.h"
@@ -14,6 +15,7 @@
 #include "mox/foundation/files.h"
 #include "mox/foundation/locale_text.h"
 #include "mox/server/read_services.h"
+#include "moxd/directory_services.h"
 #include "tests/desktop/desktop_fixture.h"
 #include "tests/source_dir.h"
 
@@ -118,7 +120,7 @@ TEST_F(DesktopTest, TakesDroppedSheetsAndKeepsRowsWhereThereIsNone) {
 // A company whose server goes away: before a write arrives, or before its answer does.
 class LostServer : public CompanyAccess {
  public:
-  enum class Lost { kNo, kBefore, kAfter };
+  enum class Lost { kNo, kBefore, kAfter, kReads };
   explicit LostServer(const std::string& path) : server_(Database(path)) {}
   void Lose(Lost lost) { lost_ = lost; }
   void SetParameter(std::string_view assignment) override { server_.SetParameter(assignment); }
@@ -129,10 +131,10 @@ class LostServer : public CompanyAccess {
   RecordSet* CompanyParameters() override { return server_.CompanyParameters(); }
   std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
                                                     std::string_view service) override {
+    if (lost_ == Lost::kReads) throw DatabaseUnavailable(told);
     return server_.ReportDataService(request, service);
   }
   int WriteDataService(const TAstaParamList& request) override {
-    const std::string told = "https://posluzitelj: cannot be reached: Connection refused";
     if (lost_ == Lost::kBefore) throw DatabaseUnavailable(told + "; nothing was stored");
     const int stored = server_.WriteDataService(request);
     if (lost_ == Lost::kNo) return stored;
@@ -142,6 +144,7 @@ class LostServer : public CompanyAccess {
   }
 
  private:
+  const std::string told = "https://posluzitelj: cannot be reached: Connection refused";
   CompanyServer server_;
   Lost lost_ = Lost::kNo;
 };
@@ -166,6 +169,133 @@ TEST_F(DesktopTest, KeepsADocumentWhileItsServerIsAway) {
     EXPECT_TRUE(editor->IsStored());
   }
   EXPECT_EQ(CreateDBDataSet("Dokumenti", "adsList", {})->RowCount(), 2U) << "each is stored once";
+
+  // In the middle of a line, and of a row of a codebook.
+  DocumentEditor* const editor = New("gotovinski-racun");
+  QTest::keyClick(Lines(editor), Qt::Key_Insert);
+  Go(Lines(editor), 0, "sifra");
+  server.Lose(kReads);
+  person_.read.clear();
+  Type(Lines(editor), "Demo");
+  EXPECT_THAT(person_.read, Contains(HasSubstr("poslužitelj nije dostupan")));
+  EXPECT_EQ(Cell(Lines(editor), 0, "sifra"), "Demo");
+  server.Lose(kNo);
+  window_->ShowCodebook("jm");
+  QWidget* const page = window_->Tabs().currentWidget();
+  RecordSetView* const units = Lines(page, "Jedinice mjere");
+  QTest::keyClick(units, Qt::Key_Insert);
+  const int row = units->currentIndex().row();
+  Go(units, row, "naziv");
+  Type(units, "vreca", false);
+  server.Lose(kBefore);
+  EXPECT_FALSE(units->TakeRow());
+  EXPECT_THAT(FromQt(Label(page, "Napomena")->text()), HasSubstr("Ništa nije pohranjeno"));
+  EXPECT_EQ(Cell(units, row, "naziv"), "vreca");
+  server.Lose(kNo);
+  EXPECT_TRUE(units->TakeRow());
+}
+
+// A company whose server has not answered yet.
+class SlowServer : public LostServer {
+ public:
+  using LostServer::LostServer;
+  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
+                                                    std::string_view service) override {
+    if (service == slow) answers.acquire();
+    return LostServer::ReportDataService(request, service);
+  }
+  std::string_view slow;
+  std::binary_semaphore answers{0};
+};
+
+// What takes long says so, and is ended by its button: what was there stays, and the next request waits.
+TEST_F(DesktopTest, EndsWhatTakesLong) {
+  auto opened = std::make_unique<SlowServer>(company_);
+  SlowServer& server = *opened;
+  host_->Open(company_, std::move(opened));
+  window_->ShowCodebook("jm");
+  QWidget* const page = window_->Tabs().currentWidget();
+  const int rows = Lines(page, "Jedinice mjere")->Model().rowCount();
+  server.slow = "Kat\\jm";
+  person_.ends_work = true;
+  Press(page, Qt::Key_F5);
+  EXPECT_EQ(Label(page, "Napomena")->text(), "Čitanje je prekinuto.");
+  EXPECT_EQ(Lines(page, "Jedinice mjere")->Model().rowCount(), rows);
+  person_.ends_work = false;
+  server.slow = {};
+  server.answers.release();
+  Press(page, Qt::Key_F5);
+  EXPECT_THAT(FromQt(Label(page, "Napomena")->text()), HasSubstr("Redaka: "));
+}
+
+// A company on a server that answers for its users, too.
+class UsersServer : public LostServer {
+ public:
+  UsersServer(const std::string& path, Accounts& accounts) : LostServer(path), accounts_(accounts) {}
+  const WriteOutcome& LastWrite() const override { return last_write_; }
+  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
+                                                    std::string_view service) override {
+    if (service != DirectoryServices()[0].name) return LostServer::ReportDataService(request, service);
+    return std::make_unique<TAstaParamList>(AnswerOfDirectory(accounts_, "firma"));
+  }
+  int WriteDataService(const TAstaParamList& request) override {
+    last_write_ = WriteToDirectory(accounts_, {"ana", "firma"}, request);
+    return last_write_.committed ? 1 : 0;
+  }
+
+ private:
+  Accounts& accounts_;
+  WriteOutcome last_write_;
+};
+
+TEST_F(DesktopTest, ChangesUsersWhereThereIsAServer) {
+  EXPECT_THROW(window_->ShowUsers(), Error) << "a file has none";
+  Accounts::Create(folder_ / "imenik.db");
+  Accounts accounts(folder_ / "imenik.db", {.password_passes = 1, .password_memory = 8192});
+  accounts.AddCompany("firma", company_);
+  for (const char* const user : {"ana", "iva"}) accounts.AddUser(user, "tajna lozinka");
+  accounts.Grant("ana", "firma", {FindRole("administracija")});
+  host_->Open(company_, std::make_unique<UsersServer>(company_, accounts));
+  window_->ShowUsers();
+  QWidget* const page = window_->Tabs().currentWidget();
+  RecordSetView* const users = Lines(page, "Korisnici i ovlasti");
+  const auto toggle = [&](int row, const char* role) {
+    Go(users, row, role);
+    QTest::keyClick(users, Qt::Key_Space);
+    const bool stored = users->Model().submit();
+    Settle();
+    return stored;
+  };
+  const auto roles = [&] { return accounts.UsersOf("firma").back().roles; };
+  const auto add = [&](const char* name) {
+    person_.WillDo([name](QWidget* dialog) {
+      Fill(dialog->findChild<QLineEdit*>(), name);
+      QTest::keyClick(dialog->findChild<QLineEdit*>(), Qt::Key_Return);
+    });
+    PressButton(page, "Dodaj korisnika…");
+  };
+  add("nitko");
+  EXPECT_THAT(person_.read.back(), HasSubstr("poslužitelj nema korisnika „nitko”"));
+  add("iva");
+  ASSERT_EQ(users->Model().rowCount(), 2);
+  EXPECT_TRUE(toggle(1, "uvoz"));
+  EXPECT_THAT(roles(), testing::ElementsAre(FindRole("citanje"), FindRole("uvoz")));
+  add("iva");
+  EXPECT_THAT(person_.read.back(), HasSubstr("netko je u međuvremenu promijenio"));
+  EXPECT_EQ(roles().size(), 2U) << "who has roles keeps them";
+  EXPECT_FALSE(toggle(0, "administracija"));
+  EXPECT_THAT(FromQt(Label(page, "Napomena")->text()), HasSubstr("bez korisnika s administracijom"));
+  QTest::keyClick(users, Qt::Key_Escape);
+
+  accounts.LogIn("iva", "tajna lozinka", "192.0.2.1");
+  Press(page, Qt::Key_F5);
+  EXPECT_EQ(Cell(users, 1, "prijava"), "1");
+  Go(users, 1, "ime");
+  PressButton(page, "Prekini prijave");  // Enter says no
+  EXPECT_EQ(accounts.Tokens().size(), 1U);
+  person_.WillPress("Da");
+  PressButton(page, "Prekini prijave");
+  EXPECT_TRUE(accounts.Tokens().empty());
 }
 
 TEST_F(DesktopTest, KeepsADocumentWhileTheDiskIsFull) {

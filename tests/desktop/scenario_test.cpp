@@ -89,8 +89,8 @@ TEST_F(DesktopTest, PutsTheKeysWhereTheWorkIs) {
   EXPECT_EQ(focused(), "Stavke");
   DocumentEditor* const later = New("otpremnica-racun");
   EXPECT_EQ(focused(), "Datum");
-  for (const char* const next :
-       {"Dospijeće", "Partner", "Skladište", "Način plaćanja", "Poziv na broj", "Korisnik", "Opis"}) {
+  for (const char* const next : {"Isporuka", "Dospijeće", "Partner", "Skladište", "Način plaćanja",
+                                 "Poziv na broj", "Korisnik", "Opis"}) {
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
     EXPECT_EQ(focused(), next);
   }
@@ -106,19 +106,48 @@ TEST_F(DesktopTest, PutsTheKeysWhereTheWorkIs) {
   EXPECT_EQ(focused(), "Stavke");
 }
 
-TEST_F(DesktopTest, StoresAThousandPastedLines) {
-  DocumentEditor* const editor = New("racun-usluga");
-  RecordSetView* const lines = Lines(editor, "Usluge");
+// Most of them pasted from a spreadsheet, the others typed behind them, cell after cell by Enter.
+TEST_F(DesktopTest, StoresACashInvoiceOfAThousandLines) {
+  constexpr int kPasted = 980;
+  DocumentEditor* const editor = New("gotovinski-racun");
+  RecordSetView* const lines = Lines(editor);
   QString text;
-  for (int i = 1; i <= 1000; ++i) text += QStringLiteral("\tUsluga %1\tkom\t1\t10\t0\t25\n").arg(i);
+  for (int i = 1; i <= kPasted; ++i) text += QStringLiteral("\tRoba %1\tkom\t1\t8\t0\t0\t0\t25\n").arg(i);
   QApplication::clipboard()->setText(text);
   QTest::keyClick(lines, Qt::Key_V, Qt::ControlModifier);
+  lines->Model().submit();
   Settle();
+  EXPECT_EQ(Label(editor, "Za platiti")->text(), "9.800,00 EUR");
+  for (int row = kPasted; row < 1000; ++row) {
+    QTest::keyClick(lines, Qt::Key_Insert);
+    Go(lines, row, "naziv");
+    for (const char* const cell : {"Sir", "kg", "2", "4"}) Type(lines, cell);
+    for (int empty = 0; empty < 3; ++empty) QTest::keyClick(lines, Qt::Key_Return);
+    Type(lines, "25");
+  }
   EXPECT_EQ(lines->Model().rowCount(), 1000);
-  EXPECT_EQ(Label(editor, "Za platiti")->text(), "12.500,00 EUR");
-  EXPECT_EQ(Cell(Lines(editor, "Rekapitulacija PDV-a"), 0, "porez"), "2.500,00");
+  EXPECT_EQ(Cell(lines, 999, "ukupno"), "10,00");
+  EXPECT_EQ(Label(editor, "Za platiti")->text(), "10.000,00 EUR");
   Press(editor, Qt::Key_F9);
-  EXPECT_THAT(StoredDocuments(), ElementsAre("racun-usluga 1 12500,00"));
+  EXPECT_EQ(Cell(Lines(editor, "Rekapitulacija PDV-a"), 0, "porez"), "2.000,00");
+  EXPECT_THAT(StoredDocuments(), ElementsAre("gotovinski-racun 1 10000,00"));
+}
+
+// What a line comes to is seen without scrolling, whatever the kind.
+TEST_F(DesktopTest, ShowsWhatALineComesTo) {
+  window_->resize(1180, 760);
+  for (const DocumentKind& kind : DocumentKinds()) {
+    DocumentEditor* const editor = window_->NewDocument(kind);
+    Settle();
+    for (const char* const sheet : {"Stavke", "Usluge"}) {
+      RecordSetView* const lines = Lines(editor, sheet);
+      const auto total = lines == nullptr ? std::nullopt : lines->Model().ColumnOf("ukupno");
+      if (!total || !lines->isVisible()) continue;
+      EXPECT_LE(lines->columnViewportPosition(*total) + lines->columnWidth(*total),
+                lines->viewport()->width())
+          << kind.name << ' ' << sheet;
+    }
+  }
 }
 
 // A preview leaves no trace: what is stored is what the same lines come to when nobody looks.
@@ -265,6 +294,30 @@ TEST_F(DesktopTest, StoresRowsOfACodebookAsTheyAreLeft) {
   EXPECT_EQ(rows->Model().rowCount(), before + 1);
   const auto stored = CreateDBDataSet("Kat\\jm", "jm", {{"trazi", Value("vreca")}});
   EXPECT_EQ(stored->RowCount(), 1U);
+}
+
+// F4 in a cell that names a row of another codebook: all cells of that row take what was chosen.
+TEST_F(DesktopTest, LooksUpCellsOfACodebook) {
+  window_->ShowCodebook("partneri");
+  QWidget* const page = window_->Tabs().currentWidget();
+  RecordSetView* const rows = Lines(page, "Partneri");
+  const int row = rows->Model().rowCount();
+  QTest::keyClick(rows, Qt::Key_Insert);
+  Go(rows, row, "naziv");
+  QTest::keyClick(rows, Qt::Key_F4);  // names nothing
+  Type(rows, "Novi kupac");
+  QString place;
+  person_.WillDo([&](QWidget* dialog) {
+    EXPECT_EQ(FromQt(dialog->windowTitle()), "Mjesta");
+    auto* const places = dialog->findChild<RecordSetView*>();
+    Go(places, 1, "ptt");
+    place = Cell(places, 1, "ptt") + u' ' + Cell(places, 1, "naziv");
+    QTest::keyClick(places, Qt::Key_Return);
+  });
+  Go(rows, row, "ptt");
+  QTest::keyClick(rows, Qt::Key_F4);
+  EXPECT_EQ(Cell(rows, row, "ptt") + u' ' + Cell(rows, row, "mjesto"), place);
+  EXPECT_TRUE(rows->Model().submit()) << FromQt(rows->Model().Refusal());
 }
 
 // A rate that is entered holds from the day; another one in its place is asked about.

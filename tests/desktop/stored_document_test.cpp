@@ -62,6 +62,13 @@ TEST_F(StoredDocumentTest, ShowsPaysAndCancels) {
   window_->ShowDocument(page->Id());
   EXPECT_EQ(Page(), page) << "a document has one page";
   EXPECT_EQ(window_->Tabs().count(), tabs);
+  // The list names what cancels what, also where the other document is not in it.
+  window_->ShowDocuments();
+  Fill(Line(Page(), "Partner, opis, broj/godina…"), QStringLiteral("1/"));
+  QTest::keyClick(Line(Page(), "Partner, opis, broj/godina…"), Qt::Key_Return);
+  RecordSetView* const list = Lines(Page(), "Dokumenti");
+  ASSERT_EQ(list->Model().rowCount(), 1);
+  EXPECT_THAT(FromQt(Cell(list, 0, "storno")), StartsWith("stornirano: Račun usluga 2/"));
 }
 
 TEST_F(StoredDocumentTest, GoesOnPaper) {
@@ -109,6 +116,15 @@ TEST_F(StoredDocumentTest, GoesByMail) {
   EXPECT_EQ(Cell(mails, mails->Model().rowCount() - 1, "stanje"), "čeka");
   Press(Page(), Qt::Key_M, Qt::ControlModifier);
   EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("nije poslana i čeka"));
+  const auto state = [&] { return FromQt(Cell(mails, mails->Model().rowCount() - 1, "stanje")); };
+  PressButton(Page(), "Stigla je");
+  EXPECT_EQ(state(), "čeka") << "Enter says no";
+  person_.WillPress("Da");
+  PressButton(Page(), "Stigla je");
+  EXPECT_EQ(state(), "čeka") << "it was never sent";
+  person_.WillPress("Da");
+  PressButton(Page(), "Povuci");
+  EXPECT_EQ(state(), "odbijena je ili povučena");
 }
 
 // The picture of an article is loaded from a file, shown, saved and taken away.
