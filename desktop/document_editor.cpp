@@ -119,6 +119,7 @@ DocumentEditor::DocumentEditor(DesktopHost& host, Document document, Draft draft
 }
 
 DocumentEditor::~DocumentEditor() {
+  qDeleteAll(header_);  // before the document that they write into
   for (const auto& sheet : sheets_) {
     sheet->lines->RemoveListener(sheet->listener);
     sheet->lines->SetOnBeforePost(nullptr);

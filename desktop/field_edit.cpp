@@ -26,6 +26,9 @@ FieldEdit::FieldEdit(RecordSet& record, std::string_view field, QWidget* parent)
   ReadAnew();
 }
 
+// A line that goes while it has the focus says that its editing is finished.
+FieldEdit::~FieldEdit() { line_.disconnect(this); }
+
 void FieldEdit::SetLookUp(LookUpForm form, std::string_view shown,
                           std::function<std::optional<Value>(const RecordSet&)> key_of) {
   look_up_ = LookUp{form, std::string(shown), std::move(key_of)};

@@ -18,6 +18,8 @@ namespace mox {
 class FieldEdit : public QWidget {
  public:
   FieldEdit(RecordSet& record, std::string_view field, QWidget* parent = nullptr);
+  /// What is typed and not taken goes with it: the record may be gone already.
+  ~FieldEdit() override;
 
   /// The field is the key of rows that people know by code and name: it shows their name, and takes a part of
   /// any text, which the look-up form completes. `key_of` says the key of the record that was chosen.

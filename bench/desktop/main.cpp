@@ -25,13 +25,14 @@ namespace {
 
 constexpr int kRows = 100'000;
 constexpr int kColumns = 20;
+constexpr int kTextColumns = 4;
 constexpr int kRepaints = 100;
 constexpr int kLines = 1000;
 
 RecordSet EmptyRows() {
   RecordSet rows("Redci");
   for (int column = 0; column < kColumns; ++column) {
-    const bool text = column < 4;
+    const bool text = column < kTextColumns;
     rows.DefineField({.name = "polje" + std::to_string(column),
                       .kind = text ? FieldKind::kText : FieldKind::kCurrency,
                       .display_format = text ? "" : "#,0.00;-#,0.00"});
@@ -45,7 +46,8 @@ QString PastedText() {
   for (int row = 0; row < kRows; ++row) {
     for (int column = 0; column < kColumns; ++column) {
       if (column > 0) text += u'\t';
-      text += column < 4 ? QStringLiteral("tekst %1").arg(row) : QStringLiteral("%1,25").arg(row + column);
+      text += column < kTextColumns ? QStringLiteral("tekst %1").arg(row)
+                                    : QStringLiteral("%1,25").arg(row + column);
     }
     text += u'\n';
   }
@@ -71,14 +73,31 @@ void Repaint(benchmark::State& state, QTableView& view) {
   state.SetItemsProcessed(state.iterations() * kRepaints);
 }
 
+void AddRow(QStandardItemModel& model, const QStringList& cells) {
+  QList<QStandardItem*> items;
+  items.reserve(cells.size());
+  for (const QString& cell : cells) items.append(new QStandardItem(cell));
+  for (qsizetype column = kTextColumns; column < items.size(); ++column) {
+    items[column]->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
+  }
+  model.appendRow(items);
+}
+
+// Before a view looks at it: an item that comes later makes every view lay all its rows out anew.
 void FillStandard(QStandardItemModel& model, const QString& text) {
-  const auto rows = ReadClipboardTable(text);
-  model.setRowCount(static_cast<int>(rows.size()));
   model.setColumnCount(kColumns);
-  for (int row = 0; row < static_cast<int>(rows.size()); ++row) {
+  for (const QStringList& cells : ReadClipboardTable(text)) AddRow(model, cells);
+}
+
+// The same texts on the screen: amounts as the other model shows them.
+void FillAsShown(QStandardItemModel& model, const RecordSetModel& shown) {
+  model.setColumnCount(kColumns);
+  for (int row = 0; row < shown.rowCount(); ++row) {
+    QStringList cells;
     for (int column = 0; column < kColumns; ++column) {
-      model.setItem(row, column, new QStandardItem(rows[static_cast<std::size_t>(row)][column]));
+      cells.append(shown.index(row, column).data().toString());
     }
+    AddRow(model, cells);
   }
 }
 
@@ -97,11 +116,18 @@ void PasteStandard(benchmark::State& state, const QString& text) {
   for (auto _ : state) {
     QStandardItemModel model;
     QTableView view;
-    view.setModel(&model);
     FillStandard(model, text);
+    view.setModel(&model);
     ShowAsBoth(view);
   }
   state.SetItemsProcessed(state.iterations() * kRows);
+}
+
+RecordSetView* ServicesOf(const DocumentEditor& editor) {
+  for (RecordSetView* const view : editor.findChildren<RecordSetView*>()) {
+    if (view->accessibleName() == QStringLiteral("Usluge")) return view;
+  }
+  return nullptr;
 }
 
 // From a key in a quantity to the total on the screen.
@@ -109,7 +135,7 @@ void TypeDigit(benchmark::State& state, DesktopHost& host) {
   DocumentEditor editor(host, Document("racun-usluga"), Draft::Begin());
   editor.resize(1300, 800);
   editor.show();
-  auto* const view = editor.findChild<RecordSetView*>();
+  RecordSetView* const view = ServicesOf(editor);
   QString text;
   for (int i = 0; i < kLines; ++i) text += QStringLiteral("\tUsluga\tsat\t1\t10\t5\t25\n");
   view->Model().Paste({}, ReadClipboardTable(text));
@@ -117,6 +143,7 @@ void TypeDigit(benchmark::State& state, DesktopHost& host) {
   QApplication::processEvents();
   QTest::keyClick(view, '1');
   QWidget* const cell = view->viewport()->findChild<QLineEdit*>();
+  if (cell == nullptr || view->Model().rowCount() != kLines) return state.SkipWithError("no line is edited");
   bool more = true;
   for (auto _ : state) {
     if (more) {
@@ -144,12 +171,12 @@ int Run() {
   ShowAsBoth(view);
   QStandardItemModel standard;
   QTableView standard_view;
+  FillAsShown(standard, model);
   standard_view.setModel(&standard);
-  FillStandard(standard, text);
   ShowAsBoth(standard_view);
 
-  benchmark::RegisterBenchmark("grid_paint", Repaint, std::ref<QTableView>(view));
-  benchmark::RegisterBenchmark("grid_paint_standard", Repaint, std::ref(standard_view));
+  benchmark::RegisterBenchmark("grid_paint", Repaint, std::ref<QTableView>(view))->Repetitions(5);
+  benchmark::RegisterBenchmark("grid_paint_standard", Repaint, std::ref(standard_view))->Repetitions(5);
   benchmark::RegisterBenchmark("grid_open", PasteRecordSet, text)->Iterations(1)->Repetitions(3);
   benchmark::RegisterBenchmark("grid_open_standard", PasteStandard, text)->Iterations(1)->Repetitions(3);
   benchmark::RegisterBenchmark("type_latency", TypeDigit, std::ref(host));

@@ -233,5 +233,15 @@ TEST_F(LostWorkTest, ADocumentIsFoundAgainAsItWasTyped) {
   EXPECT_TRUE(person_.read.empty()) << "it was thrown away";
 }
 
+TEST_F(LostWorkTest, ADocumentInAWindowOfItsOwnGoesWhileItsHeaderIsTyped) {
+  auto editor = std::make_unique<DocumentEditor>(*host_, Document("predracun"), Draft::Begin());
+  editor->show();
+  QLineEdit* const due = Line(editor.get(), "Dospijeće");
+  due->setFocus();
+  Press(due, Qt::Key_3);
+  ASSERT_TRUE(due->hasFocus());
+  editor.reset();
+}
+
 }  // namespace
 }  // namespace mox
