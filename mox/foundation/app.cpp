@@ -8,9 +8,17 @@
 #include "mox/foundation/text.h"
 
 namespace mox {
+
+constinit thread_local const TAppIni* installed_settings = nullptr;
+
 namespace {
 
 thread_local TAppSys* installed = nullptr;
+
+void Install(TAppSys* app) {
+  installed = app;
+  installed_settings = app != nullptr ? app->Settings() : nullptr;
+}
 
 std::optional<int> IntegerIn(const std::string& text) {
   const std::string_view trimmed = TrimBlanks(text);
@@ -142,9 +150,9 @@ TAppSys& App() {
   return *installed;
 }
 
-ScopedApp::ScopedApp(const AppParts& parts) : app_(parts), previous_(installed) { installed = &app_; }
+ScopedApp::ScopedApp(const AppParts& parts) : app_(parts), previous_(installed) { Install(&app_); }
 
-ScopedApp::~ScopedApp() { installed = previous_; }
+ScopedApp::~ScopedApp() { Install(previous_); }
 
 HourglassCursor::HourglassCursor()
     : platform_(installed != nullptr && installed->HasPlatform() ? &installed->Platform() : nullptr) {
@@ -153,10 +161,6 @@ HourglassCursor::HourglassCursor()
 
 HourglassCursor::~HourglassCursor() {
   if (platform_ != nullptr) platform_->SetCursor(before_);
-}
-
-std::uint64_t SettingsVersion() {
-  return installed != nullptr && installed->HasIni() ? installed->Ini().Version() : 0;
 }
 
 const LocaleSettings& CurrentLocale() {

@@ -229,7 +229,8 @@ class TAppSys {
   TCompany& Company() const;
   AppLookUps& LookUps() const;
   AppForms& Forms() const;
-  bool HasIni() const { return parts_.ini != nullptr; }
+  /// Null where the host did not supply them.
+  const TAppIni* Settings() const { return parts_.ini; }
   bool HasCompany() const { return parts_.company != nullptr; }
   bool HasPlatform() const { return parts_.platform != nullptr; }
   bool HasLocale() const { return parts_.locale != nullptr; }
@@ -270,8 +271,15 @@ class [[nodiscard]] HourglassCursor {
   MouseCursor before_ = MouseCursor::kDefault;
 };
 
-/// TAppIni::Version of the installed application's settings file, 0 where there is none.
-std::uint64_t SettingsVersion();
+/// The settings file of the application installed in this thread, null where there is none. ScopedApp sets
+/// it.
+extern constinit thread_local const TAppIni* installed_settings;
+
+/// TAppIni::Version of the installed application's settings file, 0 where there is none. Asked for every
+/// line that is calculated.
+inline std::uint64_t SettingsVersion() {
+  return installed_settings != nullptr ? installed_settings->Version() : 0;
+}
 
 /// The locale of the installed application, and the Croatian one where none is installed.
 const LocaleSettings& CurrentLocale();

@@ -26,10 +26,9 @@ template <const PriceKeys& kKeys>
 int ReadDigits() {
   thread_local std::uint64_t version = 0;  // of none
   thread_local int digits = 0;
-  const TAppIni& ini = App().Ini();
-  if (ini.Version() != version) [[unlikely]] {
-    digits = ini.ReadInteger(kSection, kKeys.digits, 2);
-    version = ini.Version();
+  if (const std::uint64_t now = SettingsVersion(); now == 0 || now != version) [[unlikely]] {
+    digits = App().Ini().ReadInteger(kSection, kKeys.digits, 2);
+    version = now;
   }
   return digits;
 }
@@ -44,7 +43,7 @@ void RefreshMask() {
 }  // namespace
 
 int GetPdviCalcDigit() {
-  RecordSet* parameters = App().Comunication().CompanyParameters();
+  const RecordSet* const parameters = App().Comunication().CompanyParameters();
   if (parameters == nullptr) return 2;
   const auto field = parameters->FindField("PdviCalcDigit");
   if (!field) return 2;

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "mox/foundation/app.h"
+
 namespace mox {
 
 class RecordSet;
@@ -93,7 +95,13 @@ class RecordCalculation {
 
  private:
   // What was settled by other settings is not settled any more.
-  void NoticeSettings();
+  void NoticeSettings() {
+    const std::uint64_t now = SettingsVersion();
+    if (now == settings_) [[likely]]
+      return;
+    settings_ = now;
+    settled_.Clear();
+  }
 
   Event event_;
   CalcFieldsReads reads_ = CalcFieldsReads::kAnything;
