@@ -136,17 +136,27 @@ class Reader {
     return "; " + names_[cell] + ":text sends it as it stands";
   }
 
+  void StoreCell(RecordSet& records, std::size_t field, std::string_view text) const {
+    switch (kinds_[field]) {
+      case FieldKind::kText:
+      case FieldKind::kBinary:
+        return records.SetText(field, text);
+      case FieldKind::kCurrency:
+        return records.SetCurrency(field, Currency::Parse(text));
+      case FieldKind::kFloat:
+        return records.SetFloat(field, ParseNumber(text));
+      default:
+        return records.SetVariant(field, ParsePlain(text, kinds_[field]));
+    }
+  }
+
   void ReadRecord() {
     RecordSet& records = result_.records;
     records.Append();
     for (std::size_t i = 0; i < cells_.size(); ++i) {
       if (!cells_[i].quoted && cells_[i].text.empty()) continue;
       try {
-        if (IsText(kinds_[i])) {
-          records.SetText(i, cells_[i].text);
-        } else {
-          records.SetVariant(i, ParsePlain(cells_[i].text, kinds_[i]));
-        }
+        StoreCell(records, i, cells_[i].text);
         if (kinds_[i] == FieldKind::kCurrency && HasMoreDecimalsThanCurrency(cells_[i].text)) {
           throw Error("\"" + std::string(cells_[i].text) + "\" has more than four decimals; " + names_[i] +
                       ":float keeps them");
@@ -239,7 +249,7 @@ void WriteRecordSet(const RecordSet& records, std::string& out) {
       if (IsText(kinds[i])) {
         AppendText(record.AsTextView(i), out);
       } else {
-        AppendPlain(out, record.AsVariant(i));
+        AppendPlain(out, record, i);
       }
     }
     out += '\n';

@@ -117,6 +117,12 @@ Currency Currency::Parse(std::string_view text) {
 }
 
 std::string Currency::ToString() const {
+  std::string text;
+  AppendTo(text);
+  return text;
+}
+
+void Currency::AppendTo(std::string& out) const {
   const std::uint64_t magnitude =
       scaled_ < 0 ? 0U - static_cast<std::uint64_t>(scaled_) : static_cast<std::uint64_t>(scaled_);
   std::array<char, 32> buffer;
@@ -129,7 +135,7 @@ std::string Currency::ToString() const {
   *at++ = static_cast<char>('0' + decimals / 100 % 10);
   if (decimals % 100 != 0) *at++ = static_cast<char>('0' + decimals / 10 % 10);
   if (decimals % 10 != 0) *at++ = static_cast<char>('0' + decimals % 10);
-  return {buffer.data(), at};
+  out.append(buffer.data(), at);
 }
 
 }  // namespace mox

@@ -49,6 +49,8 @@ class Currency {
   constexpr std::int64_t ToCents() const { return scaled_ / 100; }
   /// With a decimal point and two to four decimals: "12.50", "0.3333".
   std::string ToString() const;
+  /// Appends that.
+  void AppendTo(std::string& out) const;
 
   friend constexpr auto operator<=>(Currency, Currency) = default;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <concepts>
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/text.h"
@@ -27,6 +28,20 @@ Parsed OrRefuse(const std::optional<Parsed>& parsed, std::string_view text, cons
   return *parsed;
 }
 
+// The plain form of each kind of value; null and texts have none.
+void Append(std::string& /*out*/, std::monostate /*null*/) {}
+void Append(std::string& /*out*/, const std::string& /*text*/) {}
+void Append(std::string& out, bool flag) { out += flag ? "true" : "false"; }
+void Append(std::string& out, double number) { AppendNumber(out, number); }
+void Append(std::string& out, Currency amount) { amount.AppendTo(out); }
+void Append(std::string& out, Date date) { out += FormatIsoDate(date); }
+void Append(std::string& out, DateTime moment) { out += FormatIsoDateTime(moment); }
+template <std::integral Whole>
+void Append(std::string& out, Whole number) {
+  char digits[20];
+  out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+}
+
 // Reads the whole text as a number without a sign.
 bool ReadCount(std::string_view text, std::size_t& count) {
   const char* const last = text.data() + text.size();
@@ -37,18 +52,27 @@ bool ReadCount(std::string_view text, std::size_t& count) {
 }  // namespace
 
 void AppendPlain(std::string& out, const Value& value) {
-  if (const auto* flag = std::get_if<bool>(&value)) {
-    out += *flag ? "true" : "false";
-  } else if (const auto* integer = std::get_if<std::int64_t>(&value)) {
-    out += std::to_string(*integer);
-  } else if (const auto* number = std::get_if<double>(&value)) {
-    out += ShortestNumber(*number);
-  } else if (const auto* amount = std::get_if<Currency>(&value)) {
-    out += amount->ToString();
-  } else if (const auto* date = std::get_if<Date>(&value)) {
-    out += FormatIsoDate(*date);
-  } else if (const auto* moment = std::get_if<DateTime>(&value)) {
-    out += FormatIsoDateTime(*moment);
+  std::visit([&out](const auto& plain) { Append(out, plain); }, value);
+}
+
+void AppendPlain(std::string& out, const RecordRow& record, std::size_t field) {
+  if (record.IsNull(field)) return;
+  switch (record.Definition(field).kind) {
+    case FieldKind::kInteger:
+      return Append(out, record.AsInteger(field));
+    case FieldKind::kBoolean:
+      return Append(out, record.AsBoolean(field));
+    case FieldKind::kFloat:
+      return Append(out, record.AsFloat(field));
+    case FieldKind::kCurrency:
+      return Append(out, record.AsCurrency(field));
+    case FieldKind::kDate:
+      return Append(out, record.AsDate(field));
+    case FieldKind::kDateTime:
+      return Append(out, record.AsDateTime(field));
+    case FieldKind::kText:
+    case FieldKind::kBinary:
+      break;
   }
 }
 
@@ -75,8 +99,7 @@ Value ParsePlain(std::string_view text, FieldKind kind) {
 }
 
 void AppendCounted(std::string& out, std::string_view bytes) {
-  char size[20];
-  out.append(size, std::to_chars(size, size + sizeof size, bytes.size()).ptr);
+  Append(out, bytes.size());
   out += ':';
   out += bytes;
 }

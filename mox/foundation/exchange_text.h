@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "mox/foundation/field.h"
+#include "mox/foundation/record_row.h"
 
 namespace mox {
 
@@ -13,6 +13,8 @@ namespace mox {
 /// Appends a value that is no text in the form of exchange: decimal point, ISO dates, `true` or `false`.
 /// Null and texts append nothing. Raises Overflow for a number that is not finite.
 void AppendPlain(std::string& out, const Value& value);
+/// The same of a record's cell.
+void AppendPlain(std::string& out, const RecordRow& record, std::size_t field);
 
 /// Reads the whole text as a value of that kind; a text or binary is taken as it is. Raises ConversionError
 /// `"9,99" is not a number`, Overflow when it is outside the range of its kind.

@@ -56,10 +56,31 @@ Result RecordRow::Read(std::size_t index, Result (*convert)(const Value&)) const
 
 double RecordRow::ConvertedFloat(std::size_t index) const { return Read(index, ToFloat); }
 Currency RecordRow::ConvertedCurrency(std::size_t index) const { return Read(index, ToCurrency); }
-std::int64_t RecordRow::AsInteger(std::size_t index) const { return Read(index, ToInteger); }
-bool RecordRow::AsBoolean(std::size_t index) const { return Read(index, ToBoolean); }
-Date RecordRow::AsDate(std::size_t index) const { return Read(index, ToDate); }
-DateTime RecordRow::AsDateTime(std::size_t index) const { return Read(index, ToDateTime); }
+
+std::int64_t RecordRow::AsInteger(std::size_t index) const {
+  if (Holds(index, FieldKind::kInteger)) return static_cast<std::int64_t>(cells_[index]);
+  return Read(index, ToInteger);
+}
+
+bool RecordRow::AsBoolean(std::size_t index) const {
+  if (Holds(index, FieldKind::kBoolean)) return cells_[index] != 0;
+  return Read(index, ToBoolean);
+}
+
+Date RecordRow::AsDate(std::size_t index) const {
+  if (Holds(index, FieldKind::kDate) && !IsNullCell(index)) {
+    return Date{static_cast<std::int32_t>(cells_[index])};
+  }
+  return Read(index, ToDate);
+}
+
+DateTime RecordRow::AsDateTime(std::size_t index) const {
+  if (Holds(index, FieldKind::kDateTime) && !IsNullCell(index)) {
+    return DateTime{static_cast<std::int64_t>(cells_[index])};
+  }
+  return Read(index, ToDateTime);
+}
+
 std::string RecordRow::AsText(std::size_t index) const { return ToText(AsVariant(index)); }
 
 std::string_view RecordRow::AsTextView(std::size_t index) const {

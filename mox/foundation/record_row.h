@@ -38,13 +38,13 @@ class RecordRow {
     return IsNullCell(index);
   }
   MOX_ALWAYS_INLINE double AsFloat(std::size_t index) const {
-    if (index < structure_->size() && KindOf(index) == FieldKind::kFloat) [[likely]] {
+    if (Holds(index, FieldKind::kFloat)) [[likely]] {
       return std::bit_cast<double>(cells_[index]);
     }
     return ConvertedFloat(index);
   }
   MOX_ALWAYS_INLINE Currency AsCurrency(std::size_t index) const {
-    if (index < structure_->size() && KindOf(index) == FieldKind::kCurrency) [[likely]] {
+    if (Holds(index, FieldKind::kCurrency)) [[likely]] {
       return Currency::FromScaled(static_cast<std::int64_t>(cells_[index]));
     }
     return ConvertedCurrency(index);
@@ -99,6 +99,9 @@ class RecordRow {
 
  private:
   FieldKind KindOf(std::size_t index) const { return structure_->kinds()[index]; }
+  bool Holds(std::size_t index, FieldKind kind) const {
+    return index < structure_->size() && KindOf(index) == kind;
+  }
   bool IsNullCell(std::size_t index) const {
     return reinterpret_cast<const NullMark*>(cells_ + structure_->size())[index] != NullMark::kValue;
   }

@@ -1,5 +1,7 @@
 #include "mox/foundation/record_set.h"
 
+#include <bit>
+#include <cmath>
 #include <exception>
 #include <utility>
 
@@ -57,15 +59,14 @@ void RecordSet::Close() {
 
 std::optional<Field> RecordSet::FindField(std::string_view name) {
   const auto index = FindFieldIndex(name);
-  if (!index) return std::nullopt;
-  return Field(*this, *index);
+  return index ? std::optional(Field(*this, *index)) : std::nullopt;
 }
 
-Field RecordSet::FieldByName(std::string_view name) { return Field(*this, table_.IndexOf(name)); }
+Field RecordSet::FieldByName(std::string_view name) { return {*this, table_.IndexOf(name)}; }
 
 Field RecordSet::FieldAt(std::size_t index) {
   table_.RequireField(index);
-  return Field(*this, index);
+  return {*this, index};
 }
 
 FieldDef& RecordSet::MutableField(std::size_t index) {
@@ -227,6 +228,31 @@ void RecordSet::SetVariant(std::size_t index, const Value& value) {
   RequireWritable(index);
   table_.Write(cursor_.cells(), index, value);
   Wrote(index);
+}
+
+// In a field of its own kind a number is its cell.
+template <typename Number>
+void RecordSet::SetNumber(std::size_t index, FieldKind kind, std::uint64_t bits, Number value) {
+  RequireWritable(index);
+  if (Definition(index).kind == kind) {
+    table_.WriteBits(cursor_.cells(), index, bits);
+  } else {
+    table_.Write(cursor_.cells(), index, value);
+  }
+  Wrote(index);
+}
+
+void RecordSet::SetFloat(std::size_t index, double value) {
+  if (!std::isfinite(value)) return SetVariant(index, value);  // which refuses it
+  SetNumber(index, FieldKind::kFloat, std::bit_cast<std::uint64_t>(value), value);
+}
+
+void RecordSet::SetCurrency(std::size_t index, Currency value) {
+  SetNumber(index, FieldKind::kCurrency, static_cast<std::uint64_t>(value.scaled()), value);
+}
+
+void RecordSet::SetInteger(std::size_t index, std::int64_t value) {
+  SetNumber(index, FieldKind::kInteger, static_cast<std::uint64_t>(value), value);
 }
 
 void RecordSet::SetText(std::size_t index, std::string_view value) {

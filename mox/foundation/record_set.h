@@ -254,9 +254,9 @@ class RecordSet {
   void Set(TextName name, std::string_view value) { SetText(Row().IndexOf(name.id), value); }
 
   void SetNull(std::size_t index) { SetVariant(index, {}); }
-  void SetFloat(std::size_t index, double value) { SetVariant(index, value); }
-  void SetCurrency(std::size_t index, Currency value) { SetVariant(index, value); }
-  void SetInteger(std::size_t index, std::int64_t value) { SetVariant(index, value); }
+  void SetFloat(std::size_t index, double value);
+  void SetCurrency(std::size_t index, Currency value);
+  void SetInteger(std::size_t index, std::int64_t value);
   void SetBoolean(std::size_t index, bool value) { SetVariant(index, value); }
   void SetDate(std::size_t index, Date value) { SetVariant(index, value); }
   void SetDateTime(std::size_t index, DateTime value) { SetVariant(index, value); }
@@ -354,6 +354,8 @@ class RecordSet {
 
   // values
   void SetSlowly(NameId id, const Value& value) { SetVariant(Row().IndexOf(id), value); }
+  template <typename Number>
+  void SetNumber(std::size_t index, FieldKind kind, std::uint64_t bits, Number value);
   void RequireWritable(std::size_t index) const;
   void Wrote(std::size_t index);
 

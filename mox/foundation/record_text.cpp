@@ -101,19 +101,6 @@ void WriteHead(const RecordTable& table, std::string& out) {
   out += "records " + std::to_string(table.size()) + '\n';
 }
 
-// Of a cell that is not null.
-void WriteCell(const RecordRow& row, FieldKind kind, std::size_t index, std::string& out) {
-  if (HoldsText(kind)) {
-    AppendCounted(out, row.AsTextView(index));
-  } else if (kind == FieldKind::kCurrency) {  // as AppendPlain writes it, without a value in between
-    out += row.AsCurrency(index).ToString();
-  } else if (kind == FieldKind::kFloat) {
-    out += ShortestNumber(row.AsFloat(index));
-  } else {
-    AppendPlain(out, row.AsVariant(index));
-  }
-}
-
 // --- reading ---
 
 // Opens the table with the fields of the text and answers the number of records to come.
@@ -200,8 +187,10 @@ void AppendRecordSetText(const RecordSet& set, std::string& out) {
       if (i > 0) out += ' ';
       if (table.IsNull(cells, i)) {
         out += kNull;
+      } else if (HoldsText(table.structure().kinds()[i])) {
+        AppendCounted(out, row.AsTextView(i));
       } else {
-        WriteCell(row, table.structure().kinds()[i], i, out);
+        AppendPlain(out, row, i);
       }
     }
     out += '\n';

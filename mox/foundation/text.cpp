@@ -194,7 +194,7 @@ std::optional<std::int64_t> AsFewDecimals(double value) {
   return scaled;
 }
 
-std::string FewDecimals(std::int64_t scaled) {
+void AppendFewDecimals(std::string& out, std::int64_t scaled) {
   char buffer[24];
   char* at = buffer;
   if (scaled < 0) *at++ = '-';
@@ -206,7 +206,7 @@ std::string FewDecimals(std::int64_t scaled) {
     *at++ = static_cast<char>('0' + decimals / place);
     decimals %= place;
   }
-  return {buffer, at};
+  out.append(buffer, at);
 }
 
 // The text behind a leading plus sign, which std::from_chars does not take.
@@ -335,15 +335,21 @@ std::string ToWindows1250(std::string_view text) {
 }
 
 std::string ShortestNumber(double value) {
+  std::string text;
+  AppendNumber(text, value);
+  return text;
+}
+
+void AppendNumber(std::string& out, double value) {
   if (!std::isfinite(value)) throw Overflow("a number that is not finite has no text");
-  if (const auto scaled = AsFewDecimals(value)) return FewDecimals(*scaled);
+  if (const auto scaled = AsFewDecimals(value)) return AppendFewDecimals(out, *scaled);
   const double magnitude = std::fabs(value);
   const bool positional = magnitude >= 1e-7 && magnitude < 1e17;
   char text[48];
   const auto [end, error] = std::to_chars(
       text, text + sizeof text, value, positional ? std::chars_format::fixed : std::chars_format::scientific);
   if (error != std::errc()) throw Overflow("a number has too long a text");
-  return std::string(text, end);
+  out.append(text, end);
 }
 
 double ParseNumber(std::string_view text) {

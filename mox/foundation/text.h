@@ -44,6 +44,8 @@ std::string ToWindows1250(std::string_view text);
 /// The shortest text with a decimal point that reads back to the same number: "0.1", "25", "1e+300".
 /// Raises Overflow for a number that is not finite.
 std::string ShortestNumber(double value);
+/// Appends that, and nothing where it raises.
+void AppendNumber(std::string& out, double value);
 
 /// Reads the whole text as a finite number with a decimal point. Raises ConversionError
 /// `"abc" is not a number`, Overflow when it is outside the range of a double.
