@@ -79,7 +79,8 @@ void ListKinds(std::string_view only, std::string& out) {
   }
 }
 
-void AppendTitled(std::string_view title, RecordSet* records, const TableOptions& options, std::string& out) {
+void AppendTitled(std::string_view title, const RecordSet* records, const TableOptions& options,
+                  std::string& out) {
   if (records == nullptr) return;
   out += "\n" + std::string(title) + "\n\n";
   if (records->IsEmpty()) {
@@ -100,15 +101,19 @@ void AppendInWords(const std::optional<Currency>& total, Date date, std::string&
          "): " + (is_negative ? "minus " : "") + words + "\n";
 }
 
-void DropZeros(RecordSet& totals) {
-  for (totals.First(); !totals.Eof();) {
-    if (totals.FieldByName("iznos").AsCurrency().IsZero()) {
-      totals.Delete();
-      if (totals.IsEmpty()) return;
-    } else {
-      totals.Next();
-    }
+// The totals that are worth showing.
+RecordSet WithoutZeros(const RecordSet& totals) {
+  RecordSet shown;
+  shown.CleanClone(totals);
+  shown.Clear();
+  const std::size_t amount = totals.FieldByName("iznos").Index();
+  std::vector<Value> values(totals.FieldCount());
+  for (const RecordRow& total : totals.Rows()) {
+    if (total.AsCurrency(amount).IsZero()) continue;
+    for (std::size_t i = 0; i < values.size(); ++i) values[i] = total.AsVariant(i);
+    shown.AppendRecord(values);
   }
+  return shown;
 }
 
 // Asked at a terminal, unless --yes answers or the lines come from there.
@@ -188,14 +193,14 @@ RecordSet Store(Document& document, const DocumentArguments& arguments, Session&
   return stored;
 }
 
-void AppendForPeople(Document& document, RecordSet* stored, std::string& out) {
+void AppendForPeople(const Document& document, const RecordSet* stored, std::string& out) {
   const TableOptions lines{.number_records = true, .hide_empty = true};
   out += std::string(document.Kind().title) + "\n";
   AppendTitled("Stavke", document.Goods(), lines, out);
   AppendTitled("Usluge", document.Services(), lines, out);
   AppendTitled("Rekapitulacija PDV-a", document.Recapitulation(), {}, out);
-  DropZeros(document.Totals());
-  if (!document.Totals().IsEmpty()) AppendTitled("Ukupno", &document.Totals(), {}, out);
+  const RecordSet totals = WithoutZeros(document.Totals());
+  if (!totals.IsEmpty()) AppendTitled("Ukupno", &totals, {}, out);
   const Date date = stored == nullptr ? Today() : stored->FieldByName("datum").AsDate();
   AppendInWords(document.ToBePaid(), date, out);
   if (stored != nullptr) out += "\n" + StoredLine(*stored) + "\n";
@@ -203,17 +208,18 @@ void AppendForPeople(Document& document, RecordSet* stored, std::string& out) {
 
 struct DocumentPart {
   std::string_view name;
-  RecordSet* (*records)(Document& document);
+  const RecordSet* (*records)(const Document& document);
 };
 
-constexpr DocumentPart kParts[] = {{"lines", [](Document& document) { return document.Goods(); }},
-                                   {"services", [](Document& document) { return document.Services(); }},
-                                   {"recap", [](Document& document) { return document.Recapitulation(); }},
-                                   {"totals", [](Document& document) { return &document.Totals(); }}};
+constexpr DocumentPart kParts[] = {
+    {"lines", [](const Document& document) { return document.Goods(); }},
+    {"services", [](const Document& document) { return document.Services(); }},
+    {"recap", [](const Document& document) { return document.Recapitulation(); }},
+    {"totals", [](const Document& document) { return &document.Totals(); }}};
 
-void AppendFiles(Document& document, RecordSet* stored, std::string& out) {
+void AppendFiles(const Document& document, const RecordSet* stored, std::string& out) {
   for (const DocumentPart& part : kParts) {
-    RecordSet* const records = part.records(document);
+    const RecordSet* const records = part.records(document);
     if (records == nullptr) continue;
     if (!out.empty()) out += "\n";
     WriteRecordSet(*records, out);
@@ -268,13 +274,13 @@ void RunDocument(const DocumentArguments& arguments, Session& session) {
   DocumentInput input(kind, files, articles);
   TellUnknown(input.UnknownArticles(), session.err);
   Document& document = input.document();
-  RecordSet* const shown = part == nullptr ? nullptr : part->records(document);
+  const RecordSet* const shown = part == nullptr ? nullptr : part->records(document);
   if (part != nullptr && shown == nullptr) {
     throw UsageError("--part: the document has no " + arguments.part);
   }
   std::optional<RecordSet> stored;
   if (arguments.store) stored = Store(document, arguments, session);
-  RecordSet* const stored_record = stored ? &*stored : nullptr;
+  const RecordSet* const stored_record = stored ? &*stored : nullptr;
   if (shown != nullptr) {
     WriteRecordSet(*shown, session.out);
     if (stored) session.err << StoredLine(*stored) << std::endl;

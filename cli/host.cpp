@@ -95,7 +95,7 @@ void Host::SetParameter(const std::string& parameter) {
 
 // The decimals of tax amounts are a whole number, or null.
 void Host::CheckTaxDigits(const std::string& text) {
-  const Field digits = Comunication().CompanyParameters()->FieldByName(kTaxDigits);
+  const ConstField digits = Comunication().CompanyParameters()->FieldByName(kTaxDigits);
   if (digits.IsNull()) return;
   const std::string name = std::string("--param: ") + kTaxDigits;
   if (digits.Kind() != FieldKind::kInteger) {

@@ -146,7 +146,7 @@ std::string DesktopHost::LastCompany() const { return settings_->ReadString(kSec
 
 QString DesktopHost::CompanyName() const {
   if (!server_) return {};
-  RecordSet* const parameters = server_->CompanyParameters();
+  const RecordSet* const parameters = server_->CompanyParameters();
   const auto name = parameters == nullptr ? std::nullopt : parameters->FindField("NazivPoduzeca");
   return ToQt(name && !name->IsNull() ? name->AsText()
                                       : std::filesystem::path(company_.CompanyPath()).filename().string());

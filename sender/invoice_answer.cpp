@@ -72,10 +72,10 @@ Value TextOf(const json& member) {
 }
 
 std::int64_t IntegerOr(const RecordSet& records, std::string_view field, std::int64_t otherwise) {
-  const auto found = records.FindFieldIndex(field);
-  if (!found || records.IsNull(*found)) return otherwise;
+  const auto found = records.FindField(field);
+  if (!found || found->IsNull()) return otherwise;
   try {
-    return ParseInteger(TrimBlanks(records.AsText(*found)));
+    return ParseInteger(TrimBlanks(found->AsText()));
   } catch (const Error&) {
     return otherwise;
   }

@@ -191,8 +191,8 @@ ExitStatus PostInvoice(const Parameters& parameters) {
   }
   ClearTheWay(files.answer, accepted);
   InvoiceAnswer answer = Exchanged(posting);
-  RecordSet& records = answer.records;
-  records.SetName(posting.name);
+  answer.records.SetName(posting.name);
+  const RecordSet& records = answer.records;
   ReplaceFile(files.answer, records.SaveToString(), FileAccess::kOwnerOnly);
   if (answer.certain) RemoveFile(files.attempt);
   if (IsAcceptedAnswer(records)) return kDone;

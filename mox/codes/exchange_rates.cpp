@@ -41,7 +41,7 @@ std::string RateFault(double rate) {
 }
 
 double GetFaktor2023KnEur(Date date) {
-  RecordSet* const parameters = App().Comunication().CompanyParameters();
+  const RecordSet* const parameters = App().Comunication().CompanyParameters();
   if (parameters == nullptr) throw Error("the host keeps no company parameters");
   const double factor = parameters->FieldByName("FaktorEura").AsFloat();
   // A day count is compared with what looks like a year: so on purpose.

@@ -51,7 +51,8 @@ class Document {
   /// a preview.
   void TakeBackPreview(RecordSet& lines) const;
 
-  /// Calculates every line once more, posting it. An error
+  /// Calculates every line once more, posting it: lines that were handed over as they stand, so that what
+  /// they have of an earlier pass counts, lines of its own as they were entered. An error
   /// cancels the line that it comes from and ends the walk: the lines before it are calculated, those after
   /// it are as they were.
   void Calculate();
@@ -60,9 +61,11 @@ class Document {
   void Recapitulate();
   /// The tax by rate; null where the kind has none. Empty before Recapitulate().
   RecordSet* Recapitulation() { return recap_ ? &*recap_ : nullptr; }
+  const RecordSet* Recapitulation() const { return recap_ ? &*recap_ : nullptr; }
   /// Fields izvor, polje, iznos: the sums of the amounts of all lines ("stavke"), field by field, and of the
   /// recapitulation ("rekapitulacija"). Empty before Recapitulate().
   RecordSet& Totals() { return totals_; }
+  const RecordSet& Totals() const { return totals_; }
   /// What is to be paid, of lines and recapitulation as they are.
   std::optional<Currency> ToBePaid() const { return mox::ToBePaid(*kind_, Sets()); }
 
@@ -98,6 +101,7 @@ class Document {
 
   Lines TakeLines(const LineSchema& schema, RecordSet records) const;
   Lines MakeLines(const LineSchema& schema, const char* name) const;
+  void CalculateCurrent(const Lines& lines, RecordSet& records) const;
   void CalculateEach(Lines& lines) const;
   const Lines& LinesOf(const RecordSet& records) const;
   void FillRecapitulation();

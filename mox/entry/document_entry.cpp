@@ -62,23 +62,23 @@ std::optional<std::string> FindArticleCode(std::string_view text) {
   return chosen && !chosen->IsEmpty() ? TextOf(*chosen, 0, "sifra") : std::nullopt;
 }
 
-bool CheckLine(RecordSet& lines) {
+bool CheckLine(const RecordSet& lines) {
   if (!CheckRequiredFields(lines)) return false;
   const auto quantity = lines.FindField("kolicina");
   return !quantity || CheckIfZero({&*quantity, 1});
 }
 
-bool CheckDocument(Document& document) {
-  RecordSet& header = document.Header();
-  header.PostPending();
+bool CheckDocument(const Document& document) {
+  const RecordSet& header = document.Header();
   if (!HasValue(header, "datum")) return Refuse("Datum dokumenta nije upisan.");
-  const Field date = header.FieldByName("datum");
+  const ConstField date = header.FieldByName("datum");
   if (!CheckDate(date) || !CheckDateForward(date)) return false;
   if (document.Kind().is != DocumentClass::kGoodsReceipt) return true;
   if (HasValue(header, "datum_dok_dob")) {
-    const Field supplier = header.FieldByName("datum_dok_dob");
+    const ConstField supplier = header.FieldByName("datum_dok_dob");
     // Without a due date it is due at once.
-    const Field due = HasValue(header, "datum_dospijeca") ? header.FieldByName("datum_dospijeca") : supplier;
+    const ConstField due =
+        HasValue(header, "datum_dospijeca") ? header.FieldByName("datum_dospijeca") : supplier;
     if (!CheckDatesOnPrimka(date, supplier, due)) return false;
   }
   return !IsSupplierNumberTaken(header) || Refuse("Broj dokumenta dobavljača već je korišten.");

@@ -20,12 +20,12 @@ std::optional<std::string> FindArticleCode(std::string_view text);
 
 /// The checks of a line before it is posted, with their dialogs: required fields are filled, and a quantity
 /// is not 0. False at the first that fails.
-bool CheckLine(RecordSet& lines);
+bool CheckLine(const RecordSet& lines);
 
 /// The checks of a document before it is stored, with their dialogs: its date lies in the working year and
 /// not in the future; of a receipt the supplier's dates go with it, and no other document has the supplier's
-/// number. False at the first that fails.
-bool CheckDocument(Document& document);
+/// number. What is pending in the header counts. False at the first that fails.
+bool CheckDocument(const Document& document);
 
 /// What the lines take from a warehouse and does not stand there.
 struct StockShortage {

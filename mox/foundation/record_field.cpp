@@ -4,8 +4,8 @@
 
 namespace mox {
 
-void Field::SaveToFile(const std::string& path) const { ReplaceFile(path, set_->AsText(index_)); }
+void ConstField::SaveToFile(const std::string& path) const { ReplaceFile(path, AsText()); }
 
-void Field::LoadFromFile(const std::string& path) { set_->SetText(index_, ReadWholeFile(path)); }
+void Field::LoadFromFile(const std::string& path) { SetText(ReadWholeFile(path)); }
 
 }  // namespace mox

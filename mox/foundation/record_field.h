@@ -9,23 +9,20 @@
 
 namespace mox {
 
-/// One column of a record set: reads and writes the value of the current record. It refers to its set and
-/// holds while the set is neither moved nor given other fields.
-class Field {
+/// One column of a record set, read only: the value of the current record. It refers to its set and holds
+/// while the set is neither moved nor given other fields.
+class ConstField {
  public:
-  Field(RecordSet& set, std::size_t index) : set_(&set), index_(index) {}
+  ConstField(const RecordSet& set, std::size_t index) : set_(&set), index_(index) {}
 
-  RecordSet& DataSet() const { return *set_; }
+  const RecordSet& DataSet() const { return *set_; }
   std::size_t Index() const { return index_; }
   const std::string& Name() const { return set_->Definition(index_).name; }
   FieldKind Kind() const { return set_->Definition(index_).kind; }
   std::size_t Size() const { return set_->Definition(index_).size; }
   const std::string& DisplayName() const { return set_->Definition(index_).Label(); }
-  void SetDisplayName(std::string label) { set_->SetDisplayName(index_, std::move(label)); }
   bool Required() const { return set_->Definition(index_).required; }
-  void SetRequired(bool required) { set_->SetRequired(index_, required); }
   const std::string& DisplayFormat() const { return set_->Definition(index_).display_format; }
-  void SetDisplayFormat(std::string mask) { set_->SetDisplayFormat(index_, std::move(mask)); }
 
   bool IsNull() const { return set_->IsNull(index_); }
   double AsFloat() const { return set_->AsFloat(index_); }
@@ -38,23 +35,38 @@ class Field {
   Value AsVariant() const { return set_->AsVariant(index_); }
   std::string DisplayText() const { return set_->DisplayText(index_); }
 
-  void SetNull() { set_->SetNull(index_); }
-  void SetFloat(double value) { set_->SetFloat(index_, value); }
-  void SetCurrency(Currency value) { set_->SetCurrency(index_, value); }
-  void SetInteger(std::int64_t value) { set_->SetInteger(index_, value); }
-  void SetBoolean(bool value) { set_->SetBoolean(index_, value); }
-  void SetDate(Date value) { set_->SetDate(index_, value); }
-  void SetDateTime(DateTime value) { set_->SetDateTime(index_, value); }
-  void SetText(std::string_view value) { set_->SetText(index_, value); }
-  void SetVariant(const Value& value) { set_->SetVariant(index_, value); }
-
-  /// The bytes of a binary (or text) field to a file and back, as they are.
+  /// The bytes of a binary (or text) field to a file, as they are.
   void SaveToFile(const std::string& path) const;
+
+ private:
+  const RecordSet* set_;
+  std::size_t index_;
+};
+
+/// One column of a record set, read and written. Whoever is handed one may also move its set.
+class Field : public ConstField {
+ public:
+  Field(RecordSet& set, std::size_t index) : ConstField(set, index), written_(&set) {}
+
+  RecordSet& DataSet() const { return *written_; }
+  void SetDisplayName(std::string label) { written_->SetDisplayName(Index(), std::move(label)); }
+  void SetRequired(bool required) { written_->SetRequired(Index(), required); }
+  void SetDisplayFormat(std::string mask) { written_->SetDisplayFormat(Index(), std::move(mask)); }
+
+  void SetNull() { written_->SetNull(Index()); }
+  void SetFloat(double value) { written_->SetFloat(Index(), value); }
+  void SetCurrency(Currency value) { written_->SetCurrency(Index(), value); }
+  void SetInteger(std::int64_t value) { written_->SetInteger(Index(), value); }
+  void SetBoolean(bool value) { written_->SetBoolean(Index(), value); }
+  void SetDate(Date value) { written_->SetDate(Index(), value); }
+  void SetDateTime(DateTime value) { written_->SetDateTime(Index(), value); }
+  void SetText(std::string_view value) { written_->SetText(Index(), value); }
+  void SetVariant(const Value& value) { written_->SetVariant(Index(), value); }
+  /// What ConstField::SaveToFile wrote.
   void LoadFromFile(const std::string& path);
 
  private:
-  RecordSet* set_;
-  std::size_t index_;
+  RecordSet* written_;
 };
 
 }  // namespace mox

@@ -62,9 +62,20 @@ std::optional<Field> RecordSet::FindField(std::string_view name) {
   return index ? std::optional(Field(*this, *index)) : std::nullopt;
 }
 
+std::optional<ConstField> RecordSet::FindField(std::string_view name) const {
+  const auto index = FindFieldIndex(name);
+  return index ? std::optional(ConstField(*this, *index)) : std::nullopt;
+}
+
 Field RecordSet::FieldByName(std::string_view name) { return {*this, table_.IndexOf(name)}; }
+ConstField RecordSet::FieldByName(std::string_view name) const { return {*this, table_.IndexOf(name)}; }
 
 Field RecordSet::FieldAt(std::size_t index) {
+  table_.RequireField(index);
+  return {*this, index};
+}
+
+ConstField RecordSet::FieldAt(std::size_t index) const {
   table_.RequireField(index);
   return {*this, index};
 }

@@ -23,6 +23,7 @@
 
 namespace mox {
 
+class ConstField;
 class Field;
 class RowRange;
 
@@ -70,9 +71,13 @@ class RecordSet {
 
   std::size_t FieldCount() const { return table_.Fields().size(); }
   const FieldDef& Definition(std::size_t index) const { return table_.Fields().at(index); }
+  /// Of a set that may not be changed, a column that is only read.
   std::optional<Field> FindField(std::string_view name);
+  std::optional<ConstField> FindField(std::string_view name) const;
   Field FieldByName(std::string_view name);
+  ConstField FieldByName(std::string_view name) const;
   Field FieldAt(std::size_t index);
+  ConstField FieldAt(std::size_t index) const;
   std::optional<std::size_t> FindFieldIndex(std::string_view name) const { return table_.Find(name); }
   void SetDisplayName(std::size_t index, std::string display_name);
   void SetDisplayFormat(std::size_t index, std::string mask);

@@ -6,7 +6,7 @@
 namespace mox {
 
 int WorkingCompany::WorkingYear() const {
-  RecordSet* const parameters = comunication_.CompanyParameters();
+  const RecordSet* const parameters = comunication_.CompanyParameters();
   const auto year = parameters == nullptr ? std::nullopt : parameters->FindField("RadnaGodina");
   if (year && !year->IsNull()) return static_cast<int>(year->AsInteger());
   return ToCivil(Today()).year;

@@ -53,11 +53,12 @@ struct Invoice {
 // Of the one record in an item of the answer; raises Error where the server gave none.
 std::string TextIn(TAstaParamList* answer, std::string_view item, std::string_view field) {
   TAstaParam* const found = answer == nullptr ? nullptr : answer->FindParam(item);
-  if (found == nullptr || found->IsNull() || found->AsDataSet().IsEmpty()) {
+  const RecordSet* const records = found == nullptr || found->IsNull() ? nullptr : &found->AsDataSet();
+  if (records == nullptr || records->IsEmpty()) {
     throw Error("the application server gave no invoice: the answer of \"MojERacunB2C\" has no \"" +
                 std::string(item) + "\"");
   }
-  return found->AsDataSet().FieldByName(field).AsText();
+  return records->FieldByName(field).AsText();
 }
 
 Invoice ReadInvoice(std::int64_t doc_id) {
@@ -71,8 +72,8 @@ bool Record(const RecordSet& answer, std::int64_t doc_id) {
   RecordSet link("adsMojERacun");
   link.CleanClone(answer);
   RecordSet document = OneInteger("adsDocId", "docId", doc_id);
-  bool sent = link.FieldByName("electronicId").AsInteger() > 0;
-  if (sent) sent = link.FieldByName("statusId").AsInteger() != kDeliveryFailed;
+  bool sent = answer.FieldByName("electronicId").AsInteger() > 0;
+  if (sent) sent = answer.FieldByName("statusId").AsInteger() != kDeliveryFailed;
   const bool recorded = sent && ExecuteTransaction("InsertERacunB2C", {&link, &document});
   if (!recorded) ShowError(kAnswer, kCallSupport);
   return recorded || !sent;
@@ -130,10 +131,9 @@ void TakeAnswer(const RecordSet& answer, const Sending& sending, SendAttempt& at
     return;
   }
   if (!IsAcceptedAnswer(answer)) attempt.End();
-  if (const auto status_code = answer.FindFieldIndex("statusCode")) {
-    if (!answer.FindFieldIndex(kMaybeSent)) {
-      const std::string message = answer.AsText(answer.Table().IndexOf("message"));
-      ShowError(kAnswer, answer.AsText(*status_code) + " ; " + message + "\r\n");
+  if (const auto status_code = answer.FindField("statusCode")) {
+    if (!answer.FindField(kMaybeSent)) {
+      ShowError(kAnswer, status_code->AsText() + " ; " + answer.FieldByName("message").AsText() + "\r\n");
     }
   } else if (!Record(answer, sending.doc_id)) {
     attempt.End(true);
@@ -154,7 +154,7 @@ bool eRacunIsDocumentSent(std::int64_t doc_id) {
 }
 
 void eRacunB2CSendBill(std::int64_t doc_id) {
-  std::optional<RecordSet> login = eRacunGetLoginData();
+  const std::optional<RecordSet> login = eRacunGetLoginData();
   if (!login || !login->FieldByName("EracunSendB2CBills").AsBoolean()) {
     Refuse("Za slanje B2C molimo nazovite korisničku podršku!");
   }

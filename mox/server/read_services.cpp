@@ -68,7 +68,7 @@ bool IsAdditionalFeatureAllowed(std::string_view code) {
     const auto allow = feature->FindField("Allow");
     if (allow && !allow->IsNull()) return allow->AsBoolean();
   }
-  RecordSet* const settings = App().Comunication().CompanyParameters();
+  const RecordSet* const settings = App().Comunication().CompanyParameters();
   const auto setting = settings == nullptr ? std::nullopt : settings->FindField(code);
   return setting && setting->AsBoolean();
 }

@@ -16,7 +16,7 @@ constexpr std::string_view kDueTooEarly =
     "Datum dospijeća dokumenta dobavljača mora biti veći od datuma dokumenta dobavljača!";
 
 // None where the value is no date.
-std::optional<Date> DateOf(const Field& field) {
+std::optional<Date> DateOf(const ConstField& field) {
   try {
     return field.AsDate();
   } catch (const Error&) {
@@ -25,14 +25,14 @@ std::optional<Date> DateOf(const Field& field) {
 }
 
 bool IsOverridden() {
-  RecordSet* const parameters = App().Comunication().CompanyParameters();
+  const RecordSet* const parameters = App().Comunication().CompanyParameters();
   if (parameters == nullptr) return false;
   const auto override_constraints = parameters->FindField("override_constraints");
   return override_constraints && override_constraints->AsBoolean();
 }
 
 // The year of the date is the working year or at most so many after it.
-bool IsInWorkingYear(const Field& date, int years_ahead = 0) {
+bool IsInWorkingYear(const ConstField& date, int years_ahead = 0) {
   return Holds([&] {
     const int ahead = ToCivil(date.AsDate()).year - App().Company().WorkingYear();
     return ahead >= 0 && ahead <= years_ahead;
@@ -73,20 +73,22 @@ bool AreDatesOfPrimka(Date document, Date supplier, Date due) {
 
 }  // namespace
 
-bool CheckDateForward(const Field& date) {
+bool CheckDateForward(const ConstField& date) {
   if (Holds([&] { return date.AsDateTime() <= LocalNow(); })) return true;
   Warn(kBadEntry, "Datum ne smije biti kasniji od tekućeg!");
   return Holds(IsOverridden);
 }
 
-bool CheckDate(const Field& date) { return IsInWorkingYear(date) || Warn(kBadEntry, kOutsideWorkingYear); }
+bool CheckDate(const ConstField& date) {
+  return IsInWorkingYear(date) || Warn(kBadEntry, kOutsideWorkingYear);
+}
 
-bool CheckDateActiveAndNextYear(const Field& date, std::string_view text) {
+bool CheckDateActiveAndNextYear(const ConstField& date, std::string_view text) {
   if (IsInWorkingYear(date, 1)) return true;
   return Warn(kBadEntry, text.empty() ? "Datum mora biti unutar odabrane ili sljedeće radne godine" : text);
 }
 
-bool CheckDateOnRelatedDate(const Field& date, const Field& related, std::string_view message,
+bool CheckDateOnRelatedDate(const ConstField& date, const ConstField& related, std::string_view message,
                             bool allow_earlier, bool allow_later, bool allow_equal) {
   return Holds([&] {
            return IsAllowed(date.AsDateTime(), related.AsDateTime(), allow_earlier, allow_later, allow_equal);
@@ -94,7 +96,7 @@ bool CheckDateOnRelatedDate(const Field& date, const Field& related, std::string
          Warn(kBadEntry, message);
 }
 
-bool CheckFieldOnRelatedField(const Field& field, const Field& related, std::string_view message,
+bool CheckFieldOnRelatedField(const ConstField& field, const ConstField& related, std::string_view message,
                               bool allow_earlier, bool allow_later, bool allow_equal) {
   return Holds([&] {
            return IsAllowed(MyRound(field.AsFloat(), -6), MyRound(related.AsFloat(), -6), allow_earlier,
@@ -103,8 +105,8 @@ bool CheckFieldOnRelatedField(const Field& field, const Field& related, std::str
          Warn(kBadEntry, message);
 }
 
-bool CheckDatesOnPrimka(const Field& document_date, const Field& supplier_document_date,
-                        const Field& supplier_due_date) {
+bool CheckDatesOnPrimka(const ConstField& document_date, const ConstField& supplier_document_date,
+                        const ConstField& supplier_due_date) {
   const std::optional<Date> document = DateOf(document_date);
   if (!document) return Warn(kBadEntry, kOutsideWorkingYear);
   const std::optional<Date> supplier = DateOf(supplier_document_date);

@@ -22,7 +22,7 @@ bool IsCovered(const Quantity& quantity, const Stock& stock) {
 
 }  // namespace
 
-bool CheckLagerNegative(const Field& quantity, const Field& stock) {
+bool CheckLagerNegative(const ConstField& quantity, const ConstField& stock) {
   return IsCovered([&] { return -quantity.AsFloat(); }, [&] { return stock.AsFloat(); });
 }
 
@@ -30,11 +30,11 @@ bool CheckLagerNegative(double quantity, double stock) {
   return IsCovered([=] { return -quantity; }, [=] { return stock; });
 }
 
-bool CheckLager(const Field& quantity, const Field& stock) {
+bool CheckLager(const ConstField& quantity, const ConstField& stock) {
   return IsCovered([&] { return std::nearbyint(quantity.AsFloat()); }, [&] { return stock.AsFloat(); });
 }
 
-bool CheckLagerValue(std::span<const Field> fields, const Field& stock, std::size_t index) {
+bool CheckLagerValue(std::span<const ConstField> fields, const ConstField& stock, std::size_t index) {
   if (FWorkWithLagerNegative) return true;
   for (std::size_t i = index; i < fields.size(); ++i) {
     if (!Holds([&] { return fields[i].AsFloat() <= stock.AsFloat(); })) {
@@ -45,24 +45,24 @@ bool CheckLagerValue(std::span<const Field> fields, const Field& stock, std::siz
   return true;
 }
 
-bool CheckLagerZero(const Field& stock) {
+bool CheckLagerZero(const ConstField& stock) {
   return Holds([&] { return stock.AsFloat() > 0; }) ||
          Warn("Nedozvoljena promjena", "Stanje na lageru mora biti 0");
 }
 
-bool CheckIfZero(std::span<const Field> fields) {
+bool CheckIfZero(std::span<const ConstField> fields) {
   Lines lines;
-  for (const Field& field : fields) {
+  for (const ConstField& field : fields) {
     if (!Holds([&] { return field.AsFloat() != 0; }))
       lines.Add("Polje " + field.DisplayName() + " ne smije biti 0");
   }
   return lines.NoneOrWarn(kBadEntry);
 }
 
-bool CheckIfGreaterThenZero(std::span<const Field> fields, bool allow_zero) {
+bool CheckIfGreaterThenZero(std::span<const ConstField> fields, bool allow_zero) {
   const bool any_but_zero = FWorkWithLagerNegative && !allow_zero;
   Lines lines;
-  for (const Field& field : fields) {
+  for (const ConstField& field : fields) {
     const bool passes = Holds([&] {
       const double value = field.AsFloat();
       return any_but_zero ? value != 0 : allow_zero ? value >= 0 : value > 0;

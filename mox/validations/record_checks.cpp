@@ -12,7 +12,7 @@ constexpr std::string_view kNotUnique = "Neispravan unos";
 
 // Among all records as they were posted, whatever the filter: the record whose value is checked counts as it
 // was before its edit, and not at all while it is inserted.
-bool IsRepeated(const Field& field) {
+bool IsRepeated(const ConstField& field) {
   const RecordSet& records = field.DataSet();
   if (!records.IsActive()) return false;
   const RecordTable& table = records.Table();
@@ -27,7 +27,7 @@ bool IsRepeated(const Field& field) {
 }
 
 // Of a value and one that was found by it in the other's kind: nothing was cut off for it.
-bool IsSame(const Field& value, const RecordRow& found, std::size_t index) {
+bool IsSame(const ConstField& value, const RecordRow& found, std::size_t index) {
   switch (found.Definition(index).kind) {
     case FieldKind::kInteger:
     case FieldKind::kCurrency:
@@ -39,7 +39,7 @@ bool IsSame(const Field& value, const RecordRow& found, std::size_t index) {
   }
 }
 
-bool IsThere(const Field& field, const RecordSet& records) {
+bool IsThere(const ConstField& field, const RecordSet& records) {
   const auto index = records.FindFieldIndex(field.Name());
   if (!index || !records.IsActive()) return false;
   const Value values[] = {field.AsVariant()};
@@ -70,7 +70,7 @@ bool CheckRequiredFields(const RecordSet& records) {
   return lines.NoneOrWarn(kIncomplete);
 }
 
-bool CheckRequiredFieldsFull(const RecordSet& records, std::span<const Field> fields) {
+bool CheckRequiredFieldsFull(const RecordSet& records, std::span<const ConstField> fields) {
   std::vector<bool> told(fields.size());
   Lines lines;
   for (std::size_t row = 0; row < records.RowCount(); ++row) {
@@ -85,13 +85,13 @@ bool CheckRequiredFieldsFull(const RecordSet& records, std::span<const Field> fi
   return lines.NoneOrWarn(kIncomplete);
 }
 
-bool CheckFieldUnique(const Field& field) {
+bool CheckFieldUnique(const ConstField& field) {
   return !IsRepeated(field) ||
          Warn(kNotUnique, "Polje '" + field.DisplayName() + "' unešeno je više puta sa istom vrijednošću (" +
                               field.AsText() + ")!");
 }
 
-bool CheckFieldUnique(const Field& field, const RecordSet& records) {
+bool CheckFieldUnique(const ConstField& field, const RecordSet& records) {
   const bool taken = &records == &field.DataSet() ? IsRepeated(field) : IsThere(field, records);
   return !taken || Warn(kNotUnique, "Polje '" + field.DisplayName() +
                                         "' sa ovom vrijednosti već postoji.\r\nMolim popravite.");

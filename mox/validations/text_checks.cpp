@@ -91,7 +91,7 @@ bool CheckFiskalniNaziv(std::string_view text, std::string_view suffix) {
   return fault.empty() || Fault("Netočan unos podatka!", fault);
 }
 
-void CheckObrSast(RecordSet& person) {
+void CheckObrSast(const RecordSet& person) {
   const auto text_of = [&person](std::string_view name) {
     const auto field = person.FindField(name);
     return field ? field->AsText() : std::string();

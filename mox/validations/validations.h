@@ -26,45 +26,45 @@ extern constinit thread_local bool FWorkWithLagerNegative;
 void SetConstraintsOnLager();
 
 /// A quantity that goes out is negative; stock must cover it.
-bool CheckLagerNegative(const Field& quantity, const Field& stock);
+bool CheckLagerNegative(const ConstField& quantity, const ConstField& stock);
 bool CheckLagerNegative(double quantity, double stock);
 /// The quantity, rounded to a whole number, ties to even, is at most the stock.
-bool CheckLager(const Field& quantity, const Field& stock);
+bool CheckLager(const ConstField& quantity, const ConstField& stock);
 /// No field from `index` on, counted from 0, exceeds the stock. Tells of the first that does.
-bool CheckLagerValue(std::span<const Field> fields, const Field& stock, std::size_t index);
+bool CheckLagerValue(std::span<const ConstField> fields, const ConstField& stock, std::size_t index);
 /// Complains at a stock of 0 or less, whatever its message says. Holds also where stock may become negative.
-bool CheckLagerZero(const Field& stock);
+bool CheckLagerZero(const ConstField& stock);
 
 // --- numbers ---
 
 /// No field is 0. All that are stand in the dialog, a line each.
-bool CheckIfZero(std::span<const Field> fields);
+bool CheckIfZero(std::span<const ConstField> fields);
 /// Every field is greater than 0, or at least 0 where allow_zero is set. Where stock may become negative and
 /// allow_zero is not set, it only must not be 0. All fields that fail stand in the dialog, a line each; its
 /// text is the same with and without allow_zero.
-bool CheckIfGreaterThenZero(std::span<const Field> fields, bool allow_zero);
+bool CheckIfGreaterThenZero(std::span<const ConstField> fields, bool allow_zero);
 
 // --- dates ---
 
 /// A moment not later than now, local time. After the dialog a true company parameter "override_constraints"
 /// lets it pass all the same; without one, or with one that is no truth value, it does not.
-bool CheckDateForward(const Field& date);
+bool CheckDateForward(const ConstField& date);
 /// In the selected working year.
-bool CheckDate(const Field& date);
+bool CheckDate(const ConstField& date);
 /// In the selected working year or the one after it. An empty text stands for the usual message.
-bool CheckDateActiveAndNextYear(const Field& date, std::string_view text);
+bool CheckDateActiveAndNextYear(const ConstField& date, std::string_view text);
 /// The related moment is earlier than that of `date`, later or equal, as far as each is allowed.
-bool CheckDateOnRelatedDate(const Field& date, const Field& related, std::string_view message,
+bool CheckDateOnRelatedDate(const ConstField& date, const ConstField& related, std::string_view message,
                             bool allow_earlier, bool allow_later, bool allow_equal);
 /// The same for numbers, both rounded to six decimals: the related one is less, greater or equal.
-bool CheckFieldOnRelatedField(const Field& field, const Field& related, std::string_view message,
+bool CheckFieldOnRelatedField(const ConstField& field, const ConstField& related, std::string_view message,
                               bool allow_earlier, bool allow_later, bool allow_equal);
 /// The dates of a goods receipt. Asks whether to go on where the document and the supplier's document differ
 /// in month, where they differ in year, and where the former is earlier; the first no ends the check. Refuses
 /// a due date before the supplier's document or more than 360 days after it, the longest term of payment that
 /// businesses may agree on.
-bool CheckDatesOnPrimka(const Field& document_date, const Field& supplier_document_date,
-                        const Field& supplier_due_date);
+bool CheckDatesOnPrimka(const ConstField& document_date, const ConstField& supplier_document_date,
+                        const ConstField& supplier_due_date);
 
 // --- records ---
 
@@ -73,12 +73,12 @@ bool CheckDatesOnPrimka(const Field& document_date, const Field& supplier_docume
 bool CheckRequiredFields(const RecordSet& records);
 /// The fields, columns of the set, are greater than 0 in all visible records, one that is being edited
 /// counting as it would be posted. Each that is not stands in the dialog once.
-bool CheckRequiredFieldsFull(const RecordSet& records, std::span<const Field> fields);
+bool CheckRequiredFieldsFull(const RecordSet& records, std::span<const ConstField> fields);
 /// No other record of the field's set, filtered out or not, holds its value, which may still be edited.
-bool CheckFieldUnique(const Field& field);
+bool CheckFieldUnique(const ConstField& field);
 /// No visible record of another set holds the value in its field of that name, one that is being edited
 /// counting as it would be posted. In the field's own set its own record does not count.
-bool CheckFieldUnique(const Field& field, const RecordSet& records);
+bool CheckFieldUnique(const ConstField& field, const RecordSet& records);
 
 // --- texts ---
 
@@ -98,6 +98,6 @@ bool CheckTelefonFax(std::string_view text, std::string& message);
 bool CheckFiskalniNaziv(std::string_view text, std::string_view suffix);
 /// A person: "ime" and "prezime" of at least 2 characters, then "telefon", "fax" and "email". Raises Abort
 /// after the dialog of the first that fails.
-void CheckObrSast(RecordSet& person);
+void CheckObrSast(const RecordSet& person);
 
 }  // namespace mox

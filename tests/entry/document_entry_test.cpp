@@ -145,11 +145,13 @@ TEST_F(DocumentEntryTest, AsksAboutTheDatesOfAReceipt) {
     SCOPED_TRACE(std::string(c.supplier) + " due " + c.due);
     host_.log.clear();
     Document document("primka-kalkulacija");
+    document.Header().Edit();  // what is pending counts, and stays pending
     for (const auto& [field, day] :
          {std::pair("datum", c.date), {"datum_dok_dob", c.supplier}, {"datum_dospijeca", c.due}}) {
-      document.SetHeader(field, *day == '\0' ? Value() : Value(*ParseIsoDate(day)));
+      document.Header().FieldByName(field).SetVariant(*day == '\0' ? Value() : Value(*ParseIsoDate(day)));
     }
     EXPECT_EQ(CheckDocument(document), c.goes_on);
+    EXPECT_EQ(document.Header().State(), DataSetState::kEdit);
     ASSERT_EQ(host_.log.size(), c.told.size()) << testing::PrintToString(host_.log);
     for (std::size_t i = 0; i < c.told.size(); ++i) EXPECT_THAT(host_.log[i], testing::HasSubstr(c.told[i]));
   }

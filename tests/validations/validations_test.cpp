@@ -48,8 +48,8 @@ RecordSet SetOf(const Words& words) {
   return set;
 }
 
-std::vector<Field> FieldsOf(RecordSet& set, std::size_t from = 0) {
-  std::vector<Field> fields;
+std::vector<ConstField> FieldsOf(const RecordSet& set, std::size_t from = 0) {
+  std::vector<ConstField> fields;
   for (std::size_t i = from; i < set.FieldCount(); ++i) fields.push_back(set.FieldAt(i));
   return fields;
 }
@@ -109,7 +109,7 @@ std::string StateOf(RecordSet& set) {
 }
 
 // A check of a set, which it may not change, post or leave on another record.
-bool Unchanged(const Words& words, const std::function<bool(RecordSet&)>& check) {
+bool Unchanged(const Words& words, const std::function<bool(const RecordSet&)>& check) {
   RecordSet set = SetOf(words);
   RecordSet untouched = SetOf(words);
   const bool result = check(set);
@@ -118,18 +118,19 @@ bool Unchanged(const Words& words, const std::function<bool(RecordSet&)>& check)
   return result;
 }
 
-TableFunction OnSet(const std::function<bool(RecordSet&, const Words&)>& check) {
+TableFunction OnSet(const std::function<bool(const RecordSet&, const Words&)>& check) {
   return OnTexts([check](const Words& words) {
-    return Unchanged(words, [&](RecordSet& set) { return check(set, words); });
+    return Unchanged(words, [&](const RecordSet& set) { return check(set, words); });
   });
 }
 
-TableFunction OnTwoFields(bool (*check)(const Field&, const Field&)) {
-  return OnSet([check](RecordSet& set, auto&) { return check(set.FieldAt(0), set.FieldAt(1)); });
+TableFunction OnTwoFields(bool (*check)(const ConstField&, const ConstField&)) {
+  return OnSet([check](const RecordSet& set, auto&) { return check(set.FieldAt(0), set.FieldAt(1)); });
 }
 
-TableFunction Related(bool (*check)(const Field&, const Field&, std::string_view, bool, bool, bool)) {
-  return OnSet([check](RecordSet& set, const Words& words) {
+TableFunction Related(bool (*check)(const ConstField&, const ConstField&, std::string_view, bool, bool,
+                                    bool)) {
+  return OnSet([check](const RecordSet& set, const Words& words) {
     return check(set.FieldAt(0), set.FieldAt(1), "Poruka", Has(words, "earlier"), Has(words, "later"),
                  Has(words, "equal"));
   });
@@ -162,39 +163,40 @@ TEST(Validations, FollowTheirTable) {
       "validations",
       {{"CheckLagerNegative", OnTwoFields(CheckLagerNegative)},
        {"CheckLager", OnTwoFields(CheckLager)},
-       {"CheckLagerValue", OnSet([](RecordSet& set, const Words& words) {
-          const std::vector<Field> fields = FieldsOf(set, 1);
+       {"CheckLagerValue", OnSet([](const RecordSet& set, const Words& words) {
+          const std::vector<ConstField> fields = FieldsOf(set, 1);
           return CheckLagerValue(fields, set.FieldAt(0), Has(words, "second") ? 1 : 0);
         })},
-       {"CheckLagerZero", OnSet([](RecordSet& set, auto&) { return CheckLagerZero(set.FieldAt(0)); })},
-       {"CheckIfZero", OnSet([](RecordSet& set, auto&) { return CheckIfZero(FieldsOf(set)); })},
-       {"CheckIfGreaterThenZero", OnSet([](RecordSet& set, const Words& words) {
+       {"CheckLagerZero", OnSet([](const RecordSet& set, auto&) { return CheckLagerZero(set.FieldAt(0)); })},
+       {"CheckIfZero", OnSet([](const RecordSet& set, auto&) { return CheckIfZero(FieldsOf(set)); })},
+       {"CheckIfGreaterThenZero", OnSet([](const RecordSet& set, const Words& words) {
           return CheckIfGreaterThenZero(FieldsOf(set), Has(words, "allowed"));
         })},
        {"CheckDateForward", OnTexts(CheckSecondsAhead)},
-       {"CheckDate", OnSet([](RecordSet& set, auto&) { return CheckDate(set.FieldAt(0)); })},
-       {"CheckDateActiveAndNextYear", OnSet([](RecordSet& set, const Words& words) {
+       {"CheckDate", OnSet([](const RecordSet& set, auto&) { return CheckDate(set.FieldAt(0)); })},
+       {"CheckDateActiveAndNextYear", OnSet([](const RecordSet& set, const Words& words) {
           return CheckDateActiveAndNextYear(set.FieldAt(0), Has(words, "Poruka") ? "Poruka" : "");
         })},
        {"CheckDateOnRelatedDate", Related(CheckDateOnRelatedDate)},
        {"CheckFieldOnRelatedField", Related(CheckFieldOnRelatedField)},
-       {"CheckDatesOnPrimka", OnSet([](RecordSet& set, auto&) {
+       {"CheckDatesOnPrimka", OnSet([](const RecordSet& set, auto&) {
           return CheckDatesOnPrimka(set.FieldAt(0), set.FieldAt(1), set.FieldAt(2));
         })},
-       {"CheckRequiredFields", OnSet([](RecordSet& set, auto&) { return CheckRequiredFields(set); })},
+       {"CheckRequiredFields", OnSet([](const RecordSet& set, auto&) { return CheckRequiredFields(set); })},
        {"CheckRequiredFieldsFull",
-        OnSet([](RecordSet& set, auto&) { return CheckRequiredFieldsFull(set, FieldsOf(set)); })},
-       {"CheckFieldUnique", OnSet([](RecordSet& set, auto&) { return CheckFieldUnique(set.FieldAt(0)); })},
+        OnSet([](const RecordSet& set, auto&) { return CheckRequiredFieldsFull(set, FieldsOf(set)); })},
+       {"CheckFieldUnique",
+        OnSet([](const RecordSet& set, auto&) { return CheckFieldUnique(set.FieldAt(0)); })},
        {"CheckFieldUnique in another set", OnTexts([](const Words& words) {
           RecordSet field = SetOf({words.front()});
           return Unchanged({words.begin() + 1, words.end()},
-                           [&](RecordSet& set) { return CheckFieldUnique(field.FieldAt(0), set); });
+                           [&](const RecordSet& set) { return CheckFieldUnique(field.FieldAt(0), set); });
         })},
        {"CheckFieldUnique in its own set",
-        OnSet([](RecordSet& set, auto&) { return CheckFieldUnique(set.FieldAt(0), set); })},
+        OnSet([](const RecordSet& set, auto&) { return CheckFieldUnique(set.FieldAt(0), set); })},
        {"CheckEmail", Contact(CheckEmail)},
        {"CheckTelefonFax", Contact(CheckTelefonFax)},
-       {"CheckObrSast", OnSet([](RecordSet& set, auto&) {
+       {"CheckObrSast", OnSet([](const RecordSet& set, auto&) {
           CheckObrSast(set);
           return true;
         })},
