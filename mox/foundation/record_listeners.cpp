@@ -1,5 +1,8 @@
 #include "mox/foundation/record_listeners.h"
 
+#include <algorithm>
+#include <atomic>
+#include <iterator>
 #include <utility>
 
 #include "mox/foundation/record_set.h"
@@ -7,8 +10,15 @@
 namespace mox {
 
 int Listeners::Add(Listener listener) {
-  listeners_.push_back({++last_id_, std::make_shared<const Listener>(std::move(listener))});
-  return last_id_;
+  static std::atomic<int> last_id = 0;
+  const int id = ++last_id;
+  listeners_.push_back({id, std::make_shared<const Listener>(std::move(listener))});
+  return id;
+}
+
+void Listeners::Join(Listeners&& others) {
+  std::ranges::move(others.listeners_, std::back_inserter(listeners_));
+  others.listeners_.clear();
 }
 
 void Listeners::Remove(int id) {

@@ -34,8 +34,11 @@ class Listeners {
   /// Reads the set as it likes, but neither changes nor moves it, and does not raise.
   using Listener = std::function<void(const RecordSet&, const RecordSetChange&)>;
 
+  /// The answer names the listener, and none of another set.
   int Add(Listener listener);
   void Remove(int id);
+  /// Those of another set come to these, under the names that they have.
+  void Join(Listeners&& others);
   bool empty() const { return listeners_.empty(); }
   void Tell(const RecordSet& set, const RecordSetChange& change);
   /// Nested; the last enabling tells what went unseen.
@@ -50,7 +53,6 @@ class Listeners {
   };
 
   std::vector<Entry> listeners_;
-  int last_id_ = 0;
   int telling_ = 0;
   int disabled_ = 0;
   bool moved_unseen_ = false;

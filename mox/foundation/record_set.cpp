@@ -3,9 +3,22 @@
 #include <bit>
 #include <cmath>
 #include <exception>
+#include <memory>
 #include <utility>
 
 namespace mox {
+
+RecordSet& RecordSet::operator=(RecordSet&& other) noexcept {
+  if (this == &other) return *this;
+  Listeners staying = std::move(listeners_);
+  std::destroy_at(this);
+  std::construct_at(this, std::move(other));
+  staying.Join(std::move(listeners_));
+  listeners_ = std::move(staying);
+  BindWatched();
+  Tell(IsActive() ? RecordSetChange::kReset : RecordSetChange::kClosed);
+  return *this;
+}
 
 // --- structure ---
 

@@ -28,8 +28,8 @@ class Field;
 class RowRange;
 
 /// A table of records with named, typed fields, one current record and a state. The set owns its records and
-/// is a movable value. A set is used by one thread at a time; sets share only what never changes, so that
-/// each thread may have its own.
+/// is a movable value; what moves takes its events and listeners along. A set is used by one thread at a
+/// time; sets share only what never changes, so that each thread may have its own.
 ///
 /// Navigation fires the calculate-fields event for the record that becomes current. Leaving a record that is
 /// being edited or inserted posts it when it was changed; an edit without a change ends, an insert that
@@ -50,7 +50,8 @@ class RecordSet {
   explicit RecordSet(std::string name = {}) { table_.name = std::move(name); }
   ~RecordSet() = default;
   RecordSet(RecordSet&& other) noexcept = default;
-  RecordSet& operator=(RecordSet&& other) noexcept = default;
+  /// Those that listen to this set go on listening to it, beside those that come along, and are told.
+  RecordSet& operator=(RecordSet&& other) noexcept;
   RecordSet(const RecordSet&) = delete;
   RecordSet& operator=(const RecordSet&) = delete;
 
