@@ -255,7 +255,7 @@ bool RecordSetModel::TryCell(std::size_t field, const QString& text) {
 }
 
 bool RecordSetModel::setData(const QModelIndex& index, const QVariant& value, int role) {
-  if (!index.isValid() || hearing_ || set_.IsBusy()) return false;
+  if (!index.isValid() || IsOffLimits()) return false;
   if (role != Qt::EditRole && role != Qt::CheckStateRole && role != kTryRole) return false;
   if ((flags(index) & (Qt::ItemIsEditable | Qt::ItemIsUserCheckable)) == 0) return false;
   if (index.row() != CurrentTableRow() && !MoveTo(index.row())) return false;
@@ -274,7 +274,7 @@ bool RecordSetModel::setData(const QModelIndex& index, const QVariant& value, in
 
 bool RecordSetModel::submit() {
   if (set_.State() == DataSetState::kBrowse || !set_.IsActive()) return true;
-  if (hearing_ || set_.IsBusy()) return false;
+  if (IsOffLimits()) return false;
   if (rejected_ && !rejected_->of_row) {
     if (on_refused_) on_refused_(rejected_->reason);
     return false;
@@ -285,7 +285,7 @@ bool RecordSetModel::submit() {
 }
 
 void RecordSetModel::revert() {
-  if (hearing_ || set_.IsBusy()) return;
+  if (IsOffLimits()) return;
   ForgetRefused();
   if (set_.IsActive()) set_.Cancel();
 }
@@ -304,12 +304,12 @@ bool RecordSetModel::MoveTo(int row) {
 }
 
 bool RecordSetModel::Append() {
-  if (!editable_ || !submit()) return false;
+  if (!editable_ || IsOffLimits() || !submit()) return false;
   return Attempt([this] { set_.Append(); });
 }
 
 bool RecordSetModel::Remove(int row) {
-  if (!editable_ || row < 0 || row >= row_count_) return false;
+  if (!editable_ || IsOffLimits() || row < 0 || row >= row_count_) return false;
   if (row == CurrentTableRow() && set_.State() != DataSetState::kBrowse) {
     const bool came = set_.State() == DataSetState::kInsert;
     revert();

@@ -21,7 +21,8 @@ namespace mox {
 ///
 /// Rows are edited as a whole: a cell goes into the record that is open, leaving the row posts it (submit),
 /// and taking it back (revert) brings the row as it was. A text that is no value of its field, and a post
-/// that is refused, keep the row open with what was typed; the cell tells why.
+/// that is refused, keep the row open with what was typed; the cell tells why. While somebody walks or checks
+/// the set, nothing is written, posted, moved, appended or deleted: what would do it answers that it did not.
 ///
 /// Sorting and filtering are an index over the set's rows, which stays as it is until the user asks anew: a
 /// row that is edited does not jump away, and one that comes stands last.
@@ -139,6 +140,8 @@ class RecordSetModel : public QAbstractTableModel {
   QString CellText(const RecordRow& row, const Column& column) const;
   QVariant Background(const RecordRow& row, std::size_t set_row, const Column& column) const;
   QString FaultText(std::size_t set_row, std::size_t field) const;
+  // Views are being told, or somebody walks, checks or calculates the set: nobody edits or moves it now.
+  bool IsOffLimits() const { return hearing_ || set_.IsBusy(); }
   bool IsIdentity() const { return !ordered_; }
 
   RecordSet& set_;

@@ -214,7 +214,7 @@ QString RecordSetModel::Copy(const QModelIndex& top_left, const QModelIndex& bot
 }
 
 int RecordSetModel::Paste(const QModelIndex& from, const std::vector<QStringList>& rows) {
-  if (!editable_ || rows.empty() || set_.IsBusy()) return 0;
+  if (!editable_ || rows.empty() || IsOffLimits()) return 0;
   const int first_row = from.isValid() ? from.row() : row_count_;
   const int first_column = from.isValid() ? from.column() : 0;
   // The rows of the table as they are now; those that come stand behind them.
