@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
-
-#include "cli/text_table.h"
 #include "mox/host/company_parameters.h"
 #include "mox/host/memory_settings.h"
 #include "tests/documents/counted_kind.h"
@@ -25,8 +22,8 @@ std::string LinesOf(const LineSchema& schema, int count) {
   return file;
 }
 
-// Lines that are loaded from a file, recapitulated and printed as tables are calculated once, or in two
-// passes.
+// Lines that are loaded from a file and recapitulated are calculated once, or in two passes; who prints them
+// is handed sets that cannot be calculated.
 TEST(DocumentInput, CalculatesEachLineOfAFileOnce) {
   constexpr int kLines = 5;
   MemorySettings settings;
@@ -41,16 +38,8 @@ TEST(DocumentInput, CalculatesEachLineOfAFileOnce) {
       files.push_back({"stavke.csv", LinesOf(*schema, kLines)});
       expected += kLines * schema->passes;
     }
-    DocumentInput input(counted.kind, files);
-    EXPECT_EQ(std::exchange(CountedKind::runs, 0), expected) << known.name;
-    Document& document = input.document();
-    std::string printed;
-    for (const RecordSet* const part :
-         {document.Goods(), document.Services(), document.Recapitulation(), &document.Totals()}) {
-      if (part != nullptr) AppendTable(*part, {.number_records = true, .hide_empty = true}, printed);
-    }
-    EXPECT_NE(printed.find("3,36"), std::string::npos) << known.name;
-    EXPECT_EQ(CountedKind::runs, 0) << known.name;
+    const DocumentInput input(counted.kind, files);
+    EXPECT_EQ(CountedKind::runs, expected) << known.name;
   }
 }
 
