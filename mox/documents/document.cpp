@@ -186,13 +186,19 @@ std::size_t Document::LineCount() const {
   return (goods_ ? goods_->records.RecordCount() : 0) + (services_ ? services_->records.RecordCount() : 0);
 }
 
+// Of lines that were handed over, what came with them of an earlier pass counts.
+void Document::CalculateCurrent(const Lines& lines, RecordSet& records) const {
+  const auto calculate = lines.calculates ? CalculateEnteredLine : CalculateLine;
+  calculate(*lines.schema, records, digits_);
+}
+
 void Document::CalculateEach(Lines& lines) const {
   RecordSet& records = lines.records;
   const ControlsGuard guard(records);
   SavedPosition position(records);
   for (records.First(); !records.Eof(); records.Next()) {
     records.Edit();
-    WriteAndPost(records, [&] { CalculateLine(*lines.schema, records, digits_); });
+    WriteAndPost(records, [&] { CalculateCurrent(lines, records); });
   }
   position.Restore();
 }
@@ -203,13 +209,13 @@ const Document::Lines& Document::LinesOf(const RecordSet& records) const {
   throw Error(records.Name() + ": no lines of this document");
 }
 
-// Some calculators read what an earlier pass stored, so each begins with what the line had before its edit.
-// What the event has installed begins there, too: the set is given back as it would find it.
+// Calculators leave fields as they were, so each begins with what the line had before its edit, as the event
+// of posting does.
 void Document::PreviewLine(RecordSet& records) const {
   const Lines& lines = LinesOf(records);
   if (records.State() != DataSetState::kEdit && records.State() != DataSetState::kInsert) return;
   TakeBackPreview(records);
-  CalculateLine(*lines.schema, records, digits_);
+  CalculateCurrent(lines, records);
 }
 
 void Document::TakeBackPreview(RecordSet& records) const {

@@ -30,9 +30,11 @@ void StornoPrimke(RecordSet& lines, const DocumentDigits& digits) {
 
 // --- lines that several kinds share ---
 
+using enum CalcFieldsReads;
+
 template <auto kCalculator>
 constexpr LineSchema StockLines() {
-  return {"kolicina nc vpc", "nci vpci marza", Plain<kCalculator>};
+  return {"kolicina nc vpc", "nci vpci marza", Plain<kCalculator>, kItsInputs};
 }
 
 template <auto kCalculator>
@@ -40,6 +42,7 @@ constexpr LineSchema NetGoods() {
   return {"kolicina vpc pc rbp1 rbp2 rbp3 tbr_stp pov_nak",
           "vpci pci rbi1 rbi2 rbi3 pov_naki osnovica pdvi ukupno",
           Vat<kCalculator>,
+          kItsInputs,
           field::ukupno,
           "osnovica",
           "pdvi"};
@@ -50,6 +53,7 @@ constexpr LineSchema NetServices() {
   return {"kolicina pc rbp1 rbp2 rbp3 tbr_stp",
           "pci rbi1 rbi2 rbi3 osnovica pdvi ukupno",
           Vat<kCalculator>,
+          kItsInputs,
           field::ukupno,
           "osnovica",
           "pdvi"};
@@ -60,6 +64,7 @@ constexpr LineSchema ServicesWithOneDiscount() {
   return {"kolicina pc rbp1 tbr_stp",
           "pci rbi1 osnovica pdvi ukupno",
           Vat<kCalculator>,
+          kItsInputs,
           field::ukupno,
           "osnovica",
           "pdvi"};
@@ -70,6 +75,7 @@ constexpr LineSchema ServiceJob() {
   return {"kolicina pc vpc mpc rbp1 tbr_stp",
           "pci vpci mpci rbi1 osnovica pdvi ukupno",
           Vat<kCalculator>,
+          kItsInputs,
           field::ukupno,
           "osnovica",
           "pdvi"};
@@ -123,10 +129,9 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      {"kolicina pc rbp1 rbp2 rbp3 tbr_stp pov_nak",
       "pci rbi1 rbi2 rbi3 rabatIznos pov_naki mpc mpci osnovica pdvi ukupno",
       // The decimals of the selling price are asked anew for each line.
-      Vat<GotovinskiRacunStavkeCalcFields>, field::ukupno, "osnovica", "pdvi", 1,
-      CalcFieldsReads::kItsInputsAndSettings},
+      Vat<GotovinskiRacunStavkeCalcFields>, kItsInputsAndSettings, field::ukupno, "osnovica", "pdvi"},
      {"kolicina pc rbp1 rbp2 rbp3 tbr_stp", "pci rbi1 rbi2 rbi3 rabatIznos mpc mpci osnovica pdvi ukupno",
-      Vat<GotovinskiRacunUslugeCalcFields>, field::ukupno, "osnovica", "pdvi"},
+      Vat<GotovinskiRacunUslugeCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi"},
      kTotalsOfBoth,
      "storno-gotovinski-racun"},
     {"storno-gotovinski-racun",
@@ -136,7 +141,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kInvoice,
      kOut,
      {"kolicina pc rbp1 rbp2 rbp3 tbr_stp", "pci rbi1 rbi2 rbi3 rabatIznos mpc osnovica pdvi ukupno",
-      Vat<StornoGotovinskiRacunStavkeCalcFields>, field::ukupno, "osnovica", "pdvi"},
+      Vat<StornoGotovinskiRacunStavkeCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi"},
      kNone,
      kTotals,
      "",
@@ -167,7 +172,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kStays,
      kNone,
      {"kolicina pc mpc rbp1 tbr_stp", "pci mpci rbi1 vpc vpci pdvi ukupno",
-      Vat<GotovinskiRacunUslugaCalcFields>, field::ukupno, "vpci", "pdvi"},
+      Vat<GotovinskiRacunUslugaCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi"},
      kTotals},
     {"gotovinski-racun-usluga-marina",
      "got-rac-marina",
@@ -178,7 +183,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kNone,
      {"kolicina pc mpc mpcv rbp1 tbr_stp",
       "pci mpci rbi1 vpc vpci pdvi ukupno mpci_v rbi1_v vpci_v pdvi_v ukupno_v",
-      Vat<GotovinskiRacunUslugaMarinaCalcFields>, field::ukupno, "vpci", "pdvi"},
+      Vat<GotovinskiRacunUslugaMarinaCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi"},
      kTotals},
     {"gotovinski-racun-servis",
      "got-rac-servis",
@@ -188,9 +193,9 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kOut,
      // The base of material is taken with the tax that the line had before.
      {"kolicina pc vpc rbp1 tbr_stp", "pci vpci rbi1 mpc mpci osnovica pdvi ukupno",
-      Vat<GotovinskiRacunServisMaterijalCalcFields>, field::ukupno, "osnovica", "pdvi", 2},
+      Vat<GotovinskiRacunServisMaterijalCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi", 2},
      {"kolicina mpc vpc tbr_stp", "pc pci vpci mpci pdvi ukupno", Vat<GotovinskiRacunServisUslugeCalcFields>,
-      field::ukupno, "", "pdvi"},
+      kItsInputs, field::ukupno, "", "pdvi"},
      kTotalsOfBoth},
     {"mal-gotovinski-racun",
      "mal-got-racun",
@@ -199,9 +204,9 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kInvoice,
      kOut,
      {"kolicina mpc popust tbr_stp pov_nak", "pov_naki mpci pc popust_iznos pdvi pci",
-      Vat<MalGotovinskiRacunCalcFields>, field::pci, "", "pdvi"},
+      Vat<MalGotovinskiRacunCalcFields>, kItsInputs, field::pci, "", "pdvi"},
      {"kolicina mpc pc tbr_stp", "vpc vpci pci mpci pdvi ukupno", Vat<MalGotovinskiRacunCalcUsluge>,
-      field::ukupno, "", "pdvi"},
+      kItsInputs, field::ukupno, "", "pdvi"},
      {"FillPDVData", ByRate<FillPDVData>, {field::pci, field::tbr_stp}, kUkupno}},
 
     // Work orders are priced gross, without fees; the daily cash report has bases.
@@ -211,9 +216,10 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      "work order: material, labour",
      kOrder,
      kStays,
-     {"kolicina vpc tbr_stp", "vpci mpc mpci pdvi", Vat<RadniNalogStavkeCalcFields>, field::mpci, "", "pdvi"},
+     {"kolicina vpc tbr_stp", "vpci mpc mpci pdvi", Vat<RadniNalogStavkeCalcFields>, kItsInputs, field::mpci,
+      "", "pdvi"},
      {"kolicina pc rbp1 pc_int normativ tbr_stp", "pci rbi1 pci_int normativ_izn mpc mpci pdvi",
-      Vat<RadniNalogUslugeCalcFields>, field::mpci, "", "pdvi"},
+      Vat<RadniNalogUslugeCalcFields>, kItsInputs, field::mpci, "", "pdvi"},
      {"FillPDVDataPPOM", ByRate<FillPDVDataPPOM>, kMpci, kMpci}},
     {"mal-dnevni-izv-blag",
      "mal-dnevni-izv",
@@ -222,7 +228,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kReport,
      kStays,
      {"osnovicaroba osnovicausluge tbr_stp", "pdviroba pdviusluge", Vat<MalDnevniIzvBlagCalcFields>,
-      std::nullopt, "osnovicaroba osnovicausluge", "pdviroba pdviusluge"},
+      kItsInputs, std::nullopt, "osnovicaroba osnovicausluge", "pdviroba pdviusluge"},
      kNone,
      {"FillPDVDataIznosBezPDV",
       WithoutTax,
@@ -238,7 +244,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kGoodsReceipt,
      kIn,
      {"kolicina fc rbp1 rbp2 rbp3 pov_nak pot_nak tbr_stp", "fci rbi1 rbi2 rbi3 pov_naki pot_naki nfci",
-      Plain<PrimkaKalkulacija01CalcFields>, std::nullopt, "nfci"},
+      Plain<PrimkaKalkulacija01CalcFields>, kItsInputs, std::nullopt, "nfci"},
      kNone,
      kNetReceipt,
      "storno-primke-kalkulacije"},
@@ -249,7 +255,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kGoodsReceipt,
      kIn,
      {"kolicina fc rbp1 rbp2 rbp3 pot_naki zti vpc tbr_stp", "fci rbi1 rbi2 rbi3 nfci nci nc vpci marza marp",
-      StornoPrimke, std::nullopt, "nfci"},
+      StornoPrimke, kItsInputs, std::nullopt, "nfci"},
      kNone,
      kNetReceipt,
      "",
@@ -268,7 +274,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kStock,
      kOut,
      {"kolicina nc vpc pov_nak tbr_stp", "nci vpci marza pov_naki pdvi ukupno",
-      Vat<RazduzenjeManjakStavkeCalcFields>, field::ukupno, "vpci", "pdvi"},
+      Vat<RazduzenjeManjakStavkeCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi"},
      kNone,
      kTotals},
     {"meduskladisnica-ulaz", "meduskl-ulaz", "Međuskladišnica, ulaz",
@@ -285,7 +291,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      "price change",
      kStock,
      kStays,
-     {"kolicina vpc nvpc", "vpci nvpci razlika", Plain<IzmjenaCijenaStavkeCalcFields>},
+     {"kolicina vpc nvpc", "vpci nvpci razlika", Plain<IzmjenaCijenaStavkeCalcFields>, kItsInputs},
      kNone,
      kNoTax},
 
@@ -298,7 +304,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kOut,
      {"kolicina nc fc rbp1 rbp2 rbp3 vpc zti pov_nak pot_nak tbr_stp",
       "nci fci rbi1 rbi2 rbi3 pov_naki pot_naki nfci vpci razlika mari marp pdvi ukupno",
-      Vat<PovratnicaDobavljacuStavkeCalcFields>, field::ukupno, "nfci", "pdvi"},
+      Vat<PovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::ukupno, "nfci", "pdvi"},
      kNone,
      kNetReturn},
     {"mal-povratnica-dobavljacu",
@@ -309,7 +315,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kOut,
      {"kolicina nc fc rbp1 rbp2 rbp3 mpc zti pov_nak pot_nak tbr_stp",
       "nci fci rbi1 rbi2 rbi3 pov_naki pot_naki nfci razlika vpc vpci mpci pdvi mari marp pdvi_dob uk_dob",
-      Vat<MalPovratnicaDobavljacuStavkeCalcFields>, field::uk_dob, "nfci", "pdvi_dob"},
+      Vat<MalPovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::uk_dob, "nfci", "pdvi_dob"},
      kNone,
      {"FillPDVDataPovDob", ReturnToSupplier, kNfci, std::nullopt, true, 2}},  // as pdvi_dob always has two
     {"mat-povratnica-dobavljacu",
@@ -320,9 +326,9 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kOut,
      {"kolicina nc fc rbp1 rbp2 rbp3 zti pov_nak pot_nak tbr_stp",
       "nci fci rbi1 rbi2 rbi3 pov_naki pot_naki nfci razlika pdvi ukupno",
-      // The net amount takes the fee that the line had before.
-      Vat<MatPovratnicaDobavljacuStavkeCalcFields>, field::ukupno, "nfci", "pdvi", 1,
-      CalcFieldsReads::kItsRecord},
+      // The net amount takes the fee of an earlier pass.
+      Vat<MatPovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::ukupno, "nfci", "pdvi", 1,
+      field::pot_naki},
      kNone,
      kNetReturn},
     {"povratnica-kupca",
@@ -332,7 +338,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kReturn,
      kIn,
      {"kolicina vpc pc tbr_stp", "vpci pci osnovica pdvi ukupno", Vat<PovratnicaKupcaStavkeCalcFields>,
-      field::ukupno, "osnovica", "pdvi"},
+      kItsInputs, field::ukupno, "osnovica", "pdvi"},
      kNone,
      kTotals},
     {"racun-vlastite-potrebe",
@@ -342,7 +348,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kInvoice,
      kOut,
      {"kolicina nc pov_nak tbr_stp", "nci pov_naki osnovica pdvi ukupno",
-      Vat<RacunVlastitePotrebeStavkeCalcFields>, field::ukupno, "osnovica", "pdvi"},
+      Vat<RacunVlastitePotrebeStavkeCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi"},
      kNone,
      kTotals,
      "",
@@ -408,8 +414,13 @@ void CalculateLine(const LineSchema& schema, RecordSet& lines, const DocumentDig
   for (int pass = 0; pass < schema.passes; ++pass) schema.calculate(lines, digits);
 }
 
+void CalculateEnteredLine(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits) {
+  if (schema.of_earlier_pass) lines.Set(*schema.of_earlier_pass, Currency());
+  CalculateLine(schema, lines, digits);
+}
+
 void CalculateByEvent(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits) {
-  lines.SetOnCalcFields([&schema, digits](RecordSet& line) { CalculateLine(schema, line, digits); },
+  lines.SetOnCalcFields([&schema, digits](RecordSet& line) { CalculateEnteredLine(schema, line, digits); },
                         schema.reads);
 }
 

@@ -40,14 +40,18 @@ struct LineSchema {
   std::string_view inputs;      ///< fields that must be there
   std::string_view calculated;  ///< fields that the calculator writes
   void (*calculate)(RecordSet& lines, const DocumentDigits& digits) = nullptr;  ///< null: no such lines
+  /// What all passes together read. Each kind says it: a line is calculated again only where that lets it
+  /// be, and one that promises too much keeps amounts that are not its own.
+  CalcFieldsReads reads = CalcFieldsReads::kAnything;
   std::optional<CurrencyName> to_be_paid = std::nullopt;  ///< its sum is what the lines cost
   /// The taxable base; empty where it is what is recapitulated, less fee and tax. Several fields are added.
   std::string_view base = {};
   std::string_view tax = {};  ///< empty where the lines have none
   /// How often a line is calculated at a time: twice where the calculator reads what it stored before.
   int passes = 1;
-  /// What all passes together read: of the line what is entered, unless a row says more.
-  CalcFieldsReads reads = CalcFieldsReads::kItsInputs;
+  /// What the calculator takes as an earlier pass left it, for good or ill. A line that is entered has no
+  /// earlier pass: however often it is calculated, it begins with 0 there.
+  std::optional<CurrencyName> of_earlier_pass = std::nullopt;
 
   bool Exists() const { return calculate != nullptr; }
 };
@@ -119,9 +123,12 @@ const DocumentKind& StornoKindOf(const DocumentKind& kind);
 /// The names in a list separated by blanks.
 std::vector<std::string_view> SplitNames(std::string_view names);
 
-/// Calculates the current line, which is being edited or in its calculate-fields event.
+/// Calculates the current line as it stands, which is being edited or in its calculate-fields event. What
+/// came with the line of an earlier pass counts where the calculator takes it.
 void CalculateLine(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits);
-/// Makes that the calculate-fields event of the lines. The schema must outlive them.
+/// The same of a line that was entered, of which no earlier pass counts: it comes to the same each time.
+void CalculateEnteredLine(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits);
+/// Makes the latter the calculate-fields event of the lines. The schema must outlive them.
 void CalculateByEvent(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits);
 
 /// The fields of a schema: inputs, then calculated ones.

@@ -150,22 +150,29 @@ TEST_F(DesktopTest, ShowsWhatALineComesTo) {
   }
 }
 
-// A preview leaves no trace: what is stored is what the same lines come to when nobody looks.
+// A preview leaves no trace, nor does a visit of the line: what is stored is what the same lines come to when
+// nobody looks.
 TEST_F(DesktopTest, PreviewsWithoutChangingWhatIsCalculated) {
   DocumentEditor* const editor = New("mat-povratnica-dobavljacu");
   RecordSetView* const lines = Lines(editor);
   QTest::keyClick(lines, Qt::Key_Insert);
   for (const auto& [field, text] : std::initializer_list<std::pair<const char*, const char*>>{
-           {"naziv", "Lim"}, {"kolicina", "1"}, {"fc", "100"}, {"pov_nak", "3"}, {"tbr_stp", "25"}}) {
+           {"naziv", "Lim"}, {"kolicina", "1"}, {"fc", "100"}, {"pot_nak", "3"}, {"tbr_stp", "25"}}) {
     Go(lines, 0, field);
     Type(lines, text);
   }
+  QTest::keyClick(lines, Qt::Key_Insert);
+  for (const auto& [field, text] : {std::pair("naziv", "Vijak"), {"kolicina", "1"}}) {
+    Go(lines, 1, field);
+    Type(lines, text);
+  }
   ASSERT_TRUE(lines->Model().submit());
+  Go(lines, 0, "naziv");
   Document alone("mat-povratnica-dobavljacu");
   RecordSet& goods = *alone.Goods();
   goods.Append();
   for (const auto& [field, value] : std::initializer_list<std::pair<const char*, double>>{
-           {"kolicina", 1}, {"fc", 100}, {"pov_nak", 3}, {"tbr_stp", 25}}) {
+           {"kolicina", 1}, {"fc", 100}, {"pot_nak", 3}, {"tbr_stp", 25}}) {
     goods.FieldByName(field).SetFloat(value);
   }
   goods.Post();

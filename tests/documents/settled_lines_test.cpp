@@ -164,6 +164,10 @@ TEST(SettledLines, HoldWhatTheirKindDeclaresAndDeclareNoMoreThanTheyHaveTo) {
   one_pass.passes = 1;
   EXPECT_NE(DifferenceWhenDeclared(one_pass, kItsInputs, kRunsToFind), "");
   EXPECT_EQ(DifferenceWhenDeclared(one_pass, kItsRecord, kRuns), "");
+  // and a return of materials only where no earlier pass counts
+  LineSchema with_earlier_pass = DocumentKindByName("mat-povratnica-dobavljacu").goods;
+  with_earlier_pass.of_earlier_pass.reset();
+  EXPECT_NE(DifferenceWhenDeclared(with_earlier_pass, kItsInputs, kRunsToFind), "");
 }
 
 }  // namespace
