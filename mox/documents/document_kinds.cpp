@@ -420,8 +420,14 @@ void CalculateEnteredLine(const LineSchema& schema, RecordSet& lines, const Docu
 }
 
 void CalculateByEvent(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits) {
-  lines.SetOnCalcFields([&schema, digits](RecordSet& line) { CalculateEnteredLine(schema, line, digits); },
-                        schema.reads);
+  // Most lines are one call of their calculator.
+  if (schema.passes == 1 && !schema.of_earlier_pass) {
+    lines.SetOnCalcFields(
+        [calculate = schema.calculate, digits](RecordSet& line) { calculate(line, digits); }, schema.reads);
+  } else {
+    lines.SetOnCalcFields([&schema, digits](RecordSet& line) { CalculateEnteredLine(schema, line, digits); },
+                          schema.reads);
+  }
 }
 
 std::vector<FieldDef> LineFields(const LineSchema& schema) {

@@ -50,7 +50,7 @@ inline void RecordSet::Next() {
 
 inline void RecordSet::Edit() {
   if (now_.state != DataSetState::kBrowse || IsEmpty()) return RequireEditable();
-  table_.BeginEdit(cursor_.VisibleRecord());
+  table_.BeginEdit(cursor_.VisibleRecord(), cursor_.cells());
   now_.state = DataSetState::kEdit;
   now_.writable = &UsualSlots();
   now_.modified = false;

@@ -107,8 +107,9 @@ class RecordTable {
 
   // --- the record under edit ---
 
-  void BeginEdit(Id record) {
-    std::memcpy(posted_.data(), Cells(record), posted_.size() * sizeof(std::uint64_t));
+  /// Of a record whose cells are at hand.
+  void BeginEdit(Id record, const std::uint64_t* cells) {
+    CopyWords(posted_.data(), cells, posted_.size());
     edited_ = record;
     under_edit_ = true;
   }
@@ -138,6 +139,17 @@ class RecordTable {
   static constexpr std::size_t kGarbageLimit = 1U << 20U;  // bytes of dead texts worth compacting
 
   static std::ptrdiff_t Offset(std::size_t at) { return static_cast<std::ptrdiff_t>(at); }
+  // A record is short: a call would take as long as copying it. The last piece may cover the one before it.
+  static void CopyWords(std::uint64_t* to, const std::uint64_t* from, std::size_t words) {
+    constexpr std::size_t kPiece = 8;
+    constexpr std::size_t kBytes = kPiece * sizeof(std::uint64_t);
+    if (words < kPiece) {
+      for (std::size_t i = 0; i < words; ++i) to[i] = from[i];
+      return;
+    }
+    for (std::size_t i = 0; i + kPiece < words; i += kPiece) std::memcpy(to + i, from + i, kBytes);
+    std::memcpy(to + words - kPiece, from + words - kPiece, kBytes);
+  }
   void StartWith(std::shared_ptr<Structure> structure);
   Structure& OwnStructure();
   Id CopyOf(const RecordTable& source, Id record, std::span<const std::optional<std::size_t>> source_fields);
