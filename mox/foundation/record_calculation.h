@@ -67,6 +67,8 @@ class RecordCalculation {
     if (reads_ == CalcFieldsReads::kItsInputsAndSettings) NoticeSettings();
     return paused_ == 0 && !settled_.Has(record);
   }
+  /// Of a record that was written without an edit.
+  void Unsettle(std::uint32_t record) { settled_.Remove(record); }
   /// Of all records: they were replaced, or are other ones.
   void ForgetSettled() { settled_.Clear(); }
 

@@ -72,7 +72,7 @@ class RecordTable {
     for (std::size_t word = 0; word < posted_.size(); word += kCacheLine) __builtin_prefetch(cells + word);
   }
   const std::uint64_t* PostedCells(Id record) const {
-    return under_edit_ && record == edited_ ? posted_.data() : Cells(record);
+    return IsUnderEdit(record) ? posted_.data() : Cells(record);
   }
   const std::uint64_t* BlankCells() const { return structure_->blank().data(); }
   RecordRow Row(const std::uint64_t* cells) const { return {*structure_, name, cells}; }
@@ -114,6 +114,7 @@ class RecordTable {
     under_edit_ = true;
   }
   bool IsUnderEdit() const { return under_edit_; }
+  bool IsUnderEdit(Id record) const { return under_edit_ && record == edited_; }
   void KeepEdit() {
     if (replaced_text_) [[unlikely]]
       DropReplacedTexts(Cells(edited_), posted_.data());

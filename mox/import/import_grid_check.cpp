@@ -210,11 +210,10 @@ void TfrmImportGrid::PaintFaults() {
   while (last > 0 && !fields_[last - 1].IsDefined()) --last;
   const std::span<const ImportFault> faults = faults_.All();
   auto fault = faults.begin();
-  std::size_t row = 0;
   std::string message;
   is_marked_ = false;
-  const auto mark = [&] {
-    if (++row % kImportRowsBetween == 0) LookAtStatus();
+  const auto mark = [&](std::size_t row) {
+    if (row % kImportRowsBetween == 0) LookAtStatus();
     message.clear();
     bool marked = false;
     const bool clean = fault == faults.end() || fault->row != row;
@@ -222,19 +221,19 @@ void TfrmImportGrid::PaintFaults() {
       message += FaultFragment(*fault, fields_[fault->column]);
       marked = fault->pass == ImportPass::kUnique && fault->column + 1 == last;
     }
-    source_.Edit();
-    source_.SetBoolean(kVTempPosition, marked);
-    source_.SetBoolean(kValidacijaPosition, clean);
-    source_.SetText(kErrMsgPosition, message);
-    source_.Post();
+    source_.Mark(row, kVTempPosition, marked);
+    source_.Mark(row, kValidacijaPosition, clean);
+    source_.Mark(row, kErrMsgPosition, message);
   };
+  const ControlsGuard controls(source_);
   try {
-    ForEachSourceRow(mark);
+    for (std::size_t row = 1; row <= source_.Table().size(); ++row) mark(row);
   } catch (const Abort&) {
     faults_.Clear();
     throw;
   }
   is_marked_ = true;
+  if (source_.IsFiltered()) source_.SetFiltered(true);  // which may go by the marks
 }
 
 // --- the rows ---

@@ -127,13 +127,14 @@ RecordSet WatchedSet(int& runs, Calculator calculate = CountRuns,
 constexpr const char* kSteps[] = {"F",   "N",  "P",  "L", "e", "e", "i",  "a",  "=a",  "=b",
                                   "=ab", "=!", "=?", ".", ".", "~", "D",  "?a", "b g", "( F )",
                                   "f",   "u",  "R",  "C", "X", "c", "g0", "g1", "g2",  "g3",
-                                  "l",   "t",  "w",  "n", "A", "p", "m",  "M"};
+                                  "l",   "t",  "w",  "n", "A", "p", "m",  "M",  "k"};
 
 // One of the steps of a script, or a step of more than one set.
 void Step(RecordSet& set, const std::string& step) {
   if (step == "c") return set.CleanClone(Letters("a b ab"));
   if (step == "l") return set.LoadFromString(set.SaveToString());
   if (step == "t") return set.DataTransfer(Letters("a c"));
+  if (step == "k") return set.Mark(set.Table().size(), 0, std::string("ak"));
   if (step == "m") {
     RecordSet elsewhere(std::move(set));
     set = std::move(elsewhere);
