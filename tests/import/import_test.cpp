@@ -321,6 +321,16 @@ TEST(Import, KeepsTheFaultsOfTheCheckBeforeWhereOneIsEnded) {
   view.ends = false;
   form.ProvjeraIUvozClick();
   EXPECT_EQ(faults(), "4 701 False Format:SIFRA");
+
+  // Marks are left where the rows stand: no record becomes current on the way.
+  int visited = 0;
+  grid.SetOnCalcFields([&visited](RecordSet&) { ++visited; });
+  told = 0;
+  const ImportRefusal refused[] = {{6, "SIFRA", "is taken"}};
+  form.SetRefusedCells(refused);
+  EXPECT_EQ(faults(), "4 6 701 False Format:SIFRA");
+  EXPECT_EQ(told, 1);
+  EXPECT_EQ(visited, 0);
 }
 
 class NoView : public ImportGridView {
