@@ -30,7 +30,7 @@
 //   paste TEXT [x]           with Alt+E, or another key
 //   go ROW; set FIELD TEXT   edits the grid, the rows counted from 1
 //   check                    the button; says the modal result
-//   validate POSITION; values FIELD; sifre; katalog; velicine; filter [POSITION]
+//   validate POSITION [format]; values FIELD; sifre; katalog; velicine; filter [POSITION]
 //   outcome                  what became of the rows, and all faults of the check
 //   type FIELD TEXT; cancel  edits the current row and leaves it half typed; gives it up
 //   delete; insert           the current row; a new one before it, left open
@@ -110,7 +110,11 @@ class Case : public ImportGridView {
         {"watch", [&] { watched_ = true; }},
         {"go", [&] { Go(grid, number(0)); }},
         {"set", [&] { grid.Edit(), grid.FieldByName(words[0]).SetText(words[1]), grid.Post(); }},
-        {"validate", [&] { form_.Validate(number(0), "ImportGrid"); }},
+        {"validate",
+         [&] {
+           if (words.size() > 1) return form_.ValidateFormat(number(0));
+           form_.Validate(number(0), "ImportGrid");
+         }},
         {"sifre", [&] { form_.GeneriranjeSifriClick(); }},
         {"katalog", [&] { form_.WSKatalogClick(); }},
         {"velicine", [&] { form_.PreracunVelicinaClick(); }},
@@ -427,6 +431,40 @@ TEST(Import, ACheckCanBeEndedEverywhere) {
   EXPECT_EQ(form.RowStyle(0), &TfrmImportGrid::kNeispravno);
 }
 
+using Prepare = void (TfrmImportGrid::*)();
+
+const std::map<std::string_view, Prepare> kMethods = {
+    {"PrepareImportArtDob", &TfrmImportGrid::PrepareImportArtDob},
+    {"PrepareImportZaposlenik", &TfrmImportGrid::PrepareImportZaposlenik},
+    {"PrepareImportParPTTMje", &TfrmImportGrid::PrepareImportParPTTMje},
+    {"PrepareImportSmjestajnaJed", &TfrmImportGrid::PrepareImportSmjestajnaJed},
+    {"PrepareImportResurs", &TfrmImportGrid::PrepareImportResurs},
+    {"PrepareImportResursBezLookup", &TfrmImportGrid::PrepareImportResursBezLookup},
+    {"PrepareImportGostiHotel", &TfrmImportGrid::PrepareImportGostiHotel},
+    {"PrepareImportMjesta", &TfrmImportGrid::PrepareImportMjesta},
+    {"PrepareImportParPTTMjeOPZ", &TfrmImportGrid::PrepareImportParPTTMjeOPZ},
+    {"PrepareImportPutniciGrupa", &TfrmImportGrid::PrepareImportPutniciGrupa},
+    {"PrepareImportArtikala", &TfrmImportGrid::PrepareImportArtikala},
+    {"PrepareImportOtvoreneStavke", &TfrmImportGrid::PrepareImportOtvoreneStavke},
+    {"PrepareImportOtvoreneStavkeStrano", &TfrmImportGrid::PrepareImportOtvoreneStavkeStrano},
+    {"PrepareImportOsnovnaSredstva", &TfrmImportGrid::PrepareImportOsnovnaSredstva},
+    {"PrepareImportAPOUplate", &TfrmImportGrid::PrepareImportAPOUplate},
+    {"PrepareImportVrsteKnjizenja", &TfrmImportGrid::PrepareImportVrsteKnjizenja},
+    {"PrepareImportKontniPlan", &TfrmImportGrid::PrepareImportKontniPlan},
+    {"PrepareImportTemeljnica", &TfrmImportGrid::PrepareImportTemeljnica},
+    {"PrepareImportArtikliLunari", &TfrmImportGrid::PrepareImportArtikliLunari},
+    {"PrepareUpdateArtikliLunari", &TfrmImportGrid::PrepareUpdateArtikliLunari},
+    {"PrepareImportKupciLunari", &TfrmImportGrid::PrepareImportKupciLunari},
+    {"PrepareUpdateParEracunMail", &TfrmImportGrid::PrepareUpdateParEracunMail},
+    {"PrepareImportUslugeIPrijevodi", &TfrmImportGrid::PrepareImportUslugeIPrijevodi},
+};
+
+std::string ColumnsOf(const TfrmImportGrid& form) {
+  std::string columns;
+  for (const ImportFieldDef& field : form.Fields()) columns += field.field_name + field.unique_sql + "|";
+  return columns;
+}
+
 TEST(Import, ProfilesAreTheTablesOfTheDomain) {
   RecordingHost host;
   const ScopedApp app(host.Parts());
@@ -443,6 +481,10 @@ TEST(Import, ProfilesAreTheTablesOfTheDomain) {
     expect("= " + std::string(profile.key) + " " + std::string(profile.method) + " " +
            Text(static_cast<std::int64_t>(form.Fields().size())) + " " + std::string(profile.transaction) +
            " | " + std::string(profile.imports));
+    TfrmImportGrid by_method(view);
+    ASSERT_TRUE(kMethods.contains(profile.method)) << profile.method;
+    (by_method.*kMethods.at(profile.method))();
+    EXPECT_EQ(ColumnsOf(by_method), ColumnsOf(form)) << profile.method;
     std::int64_t position = 0;
     for (const ImportFieldDef& field : form.Fields()) {
       if (!field.IsDefined()) continue;

@@ -26,6 +26,7 @@ struct World {
   bool refuses = false;
   bool drops_answers = false;
   bool answers_another = false;
+  bool refuses_links = false;
   int posted_unasked = 0;
 };
 
@@ -129,6 +130,7 @@ class Workstation : public RecordingHost {
     const std::string name = request[0].Name();
     if (name == "ERacunVezaSaMojERacunProvjera") return world_.linked ? 0 : 1;
     if (name == "InsertERacunB2C") {
+      if (world_.refuses_links) return 0;
       world_.linked = true;
       world_.attempt.clear();
       return 1;
@@ -244,14 +246,17 @@ TEST(SendAttempt, IsPostedUnaskedOnlyAfterARefusal) {
   }
 }
 
-// An answer to another invoice says nothing of this one.
-TEST(SendAttempt, StaysInDoubtAfterTheAnswerToAnother) {
-  World world;
-  world.answers_another = true;
-  Workstation(world, kNever).Try();
-  EXPECT_FALSE(world.linked);
-  EXPECT_FALSE(world.attempt.empty());
-  EXPECT_FALSE(world.under_way);
+// An answer to another invoice says nothing of this one, and one that is not recorded is known to nobody
+// else.
+TEST(SendAttempt, StaysInDoubtUntilItsAnswerIsRecorded) {
+  for (bool World::*const way : {&World::answers_another, &World::refuses_links}) {
+    World world;
+    world.*way = true;
+    Workstation(world, kNever).Try();
+    EXPECT_FALSE(world.linked);
+    EXPECT_FALSE(world.attempt.empty());
+    EXPECT_FALSE(world.under_way);
+  }
 }
 
 TEST(SendAttempt, LeavesThatOfAnotherWhichIsUnderWay) {
