@@ -1,6 +1,8 @@
 #include "cli/text_table.h"
 
 #include <algorithm>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cli/record_set_file.h"
@@ -19,9 +21,16 @@ struct TableColumn {
   std::string heading;
   bool to_the_right = false;
   bool aligns_decimals = false;
-  bool empty = true;  // nothing worth showing so far
-  std::vector<std::string> cells;
+  bool empty = true;                   // nothing worth showing so far
+  std::string text = {};               // of all cells, one behind the other
+  std::vector<std::size_t> ends = {};  // of the cells in it
   std::size_t width = 0;
+
+  void EndCell() { ends.push_back(text.size()); }
+  std::string_view Cell(std::size_t row) const {
+    const std::size_t begin = row == 0 ? 0 : ends[row - 1];
+    return std::string_view(text).substr(begin, ends[row] - begin);
+  }
 };
 
 bool IsNumber(FieldKind kind) {
@@ -43,16 +52,17 @@ struct Shown {
   NumberMask amount{"#,0.00##"};
   NumberMask number{"#,0.####"};
 
-  std::string Value(const RecordRow& record, std::size_t index, FieldKind kind) const {
+  void AppendTo(std::string& out, const RecordRow& record, std::size_t index, FieldKind kind) const {
     switch (kind) {
       case FieldKind::kCurrency:
-        return amount.Show(record.AsCurrency(index), locale);
+        return amount.AppendTo(out, record.AsCurrency(index), locale);
       case FieldKind::kFloat:
-        return number.Show(record.AsFloat(index), locale);
+        return number.AppendTo(out, record.AsFloat(index), locale);
       case FieldKind::kBoolean:
-        return record.AsBoolean(index) ? "da" : "ne";
+        out += record.AsBoolean(index) ? "da" : "ne";
+        return;
       default:
-        return ShownText(record.AsText(index));
+        out += ShownText(record.AsText(index));
     }
   }
 };
@@ -64,22 +74,34 @@ bool IsWorthShowing(const RecordRow& record, std::size_t index, FieldKind kind) 
   return kind != FieldKind::kText || !record.AsTextView(index).empty();
 }
 
-std::size_t DecimalsOf(const std::string& number, const std::string& separator) {
+std::size_t DecimalsOf(std::string_view number, std::string_view separator) {
   const std::size_t at = number.find(separator);
-  return at == std::string::npos ? 0 : number.size() - at - separator.size();
+  return at == std::string_view::npos ? 0 : number.size() - at - separator.size();
 }
 
 // Fills the decimals up with zeros, so that the separators stand in line.
-void AlignDecimals(std::vector<std::string>& numbers) {
+void AlignDecimals(TableColumn& column) {
   const std::string& separator = CurrentLocale().decimal_separator;
+  std::vector<std::size_t> decimals(column.ends.size());
   std::size_t most = 0;
-  for (const std::string& number : numbers) most = std::max(most, DecimalsOf(number, separator));
-  for (std::string& number : numbers) {
-    const std::size_t decimals = DecimalsOf(number, separator);
-    if (number.empty() || decimals == most) continue;
-    if (decimals == 0) number += separator;
-    number.append(most - decimals, '0');
+  for (std::size_t row = 0; row < decimals.size(); ++row) {
+    decimals[row] = DecimalsOf(column.Cell(row), separator);
+    most = std::max(most, decimals[row]);
   }
+  TableColumn aligned;
+  aligned.text.reserve(column.text.size() + decimals.size() * (most + separator.size()));
+  aligned.ends.reserve(decimals.size());
+  for (std::size_t row = 0; row < decimals.size(); ++row) {
+    const std::string_view number = column.Cell(row);
+    aligned.text += number;
+    if (!number.empty() && decimals[row] < most) {
+      if (decimals[row] == 0) aligned.text += separator;
+      aligned.text.append(most - decimals[row], '0');
+    }
+    aligned.EndCell();
+  }
+  column.text = std::move(aligned.text);
+  column.ends = std::move(aligned.ends);
 }
 
 std::vector<TableColumn> CollectColumns(const RecordSet& records, const TableOptions& options) {
@@ -87,22 +109,30 @@ std::vector<TableColumn> CollectColumns(const RecordSet& records, const TableOpt
   const Shown shown;
   std::vector<FieldKind> kinds;
   std::vector<TableColumn> columns;
-  if (number_records) columns.push_back({"rb", true, false, false, {}, 0});
+  if (number_records) {
+    columns.push_back({.heading = "rb", .to_the_right = true, .empty = false});
+  }
   for (std::size_t i = 0; i < records.FieldCount(); ++i) {
     const FieldDef& field = records.Definition(i);
     kinds.push_back(field.kind);
     const bool decimals = field.kind == FieldKind::kFloat || field.kind == FieldKind::kCurrency;
-    columns.push_back({ShownText(field.name), IsNumber(field.kind), decimals, true, {}, 0});
+    columns.push_back({.heading = ShownText(field.name),
+                       .to_the_right = IsNumber(field.kind),
+                       .aligns_decimals = decimals});
   }
-  for (TableColumn& column : columns) column.cells.reserve(records.RowCount());
+  for (TableColumn& column : columns) column.ends.reserve(records.RowCount());
   const std::size_t first = number_records ? 1 : 0;
   std::size_t row = 0;
   for (const RecordRow& record : records.Rows()) {
     ++row;
-    if (number_records) columns[0].cells.push_back(std::to_string(row));
+    if (number_records) {
+      columns[0].text += std::to_string(row);
+      columns[0].EndCell();
+    }
     for (std::size_t i = 0; i < kinds.size(); ++i) {
       TableColumn& column = columns[first + i];
-      column.cells.push_back(record.IsNull(i) ? std::string() : shown.Value(record, i, kinds[i]));
+      if (!record.IsNull(i)) shown.AppendTo(column.text, record, i, kinds[i]);
+      column.EndCell();
       column.empty = column.empty && !IsWorthShowing(record, i, kinds[i]);
     }
   }
@@ -111,7 +141,7 @@ std::vector<TableColumn> CollectColumns(const RecordSet& records, const TableOpt
   return columns;
 }
 
-void AppendPadded(const std::string& text, const TableColumn& column, bool last, std::string& out) {
+void AppendPadded(std::string_view text, const TableColumn& column, bool last, std::string& out) {
   const std::size_t blanks = column.width - CountCharacters(text);
   if (column.to_the_right) out.append(blanks, ' ');
   out += text;
@@ -125,7 +155,7 @@ void AppendLine(const Block& block, CellOf cell_of, std::string& out) {
   const std::size_t begin = out.size();
   for (const TableColumn* column : block) {
     if (column != block.front()) out += kGap;
-    const std::string& cell = cell_of(*column);
+    const auto cell = cell_of(*column);  // a view of its text, or a text
     AppendPadded(cell, *column, column == block.back(), out);
   }
   const std::size_t last = out.find_last_not_of(' ');
@@ -135,12 +165,12 @@ void AppendLine(const Block& block, CellOf cell_of, std::string& out) {
 
 void AppendBlock(const Block& block, std::size_t rows, std::string& out) {
   AppendLine(
-      block, [](const TableColumn& column) -> const std::string& { return column.heading; }, out);
+      block, [](const TableColumn& column) { return std::string_view(column.heading); }, out);
   AppendLine(
       block, [](const TableColumn& column) { return std::string(column.width, '-'); }, out);
   for (std::size_t row = 0; row < rows; ++row) {
     AppendLine(
-        block, [row](const TableColumn& column) -> const std::string& { return column.cells[row]; }, out);
+        block, [row](const TableColumn& column) { return column.Cell(row); }, out);
   }
 }
 
@@ -149,9 +179,11 @@ void AppendBlock(const Block& block, std::size_t rows, std::string& out) {
 void AppendTable(const RecordSet& records, const TableOptions& options, std::string& out) {
   std::vector<TableColumn> columns = CollectColumns(records, options);
   for (TableColumn& column : columns) {
-    if (column.aligns_decimals) AlignDecimals(column.cells);
+    if (column.aligns_decimals) AlignDecimals(column);
     column.width = CountCharacters(column.heading);
-    for (const std::string& cell : column.cells) column.width = std::max(column.width, CountCharacters(cell));
+    for (std::size_t row = 0; row < column.ends.size(); ++row) {
+      column.width = std::max(column.width, CountCharacters(column.Cell(row)));
+    }
   }
   const std::size_t rows = records.RowCount();
   const std::size_t repeated = options.number_records ? 1 : 0;  // at the head of each block

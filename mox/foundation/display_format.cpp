@@ -218,12 +218,10 @@ NumberMask::NumberMask(std::string_view mask) {
            std::none_of(first.tokens.begin(), first.tokens.end(), is_literal);
 }
 
-// Ten-thousandths, most numbers of a table, without a step through their digits. None for other masks and
-// for separators of more than a byte.
-std::optional<std::string> NumberMask::ShowPlainly(std::int64_t scaled, const LocaleSettings& locale) const {
-  if (!plain_ || locale.decimal_separator.size() != 1 || locale.thousands_separator.size() != 1) {
-    return std::nullopt;
-  }
+// Ten-thousandths, most numbers of a table, without a step through their digits. False, and nothing appended,
+// for other masks and for separators of more than a byte.
+bool NumberMask::AppendPlainly(std::string& out, std::int64_t scaled, const LocaleSettings& locale) const {
+  if (!plain_ || locale.decimal_separator.size() != 1 || locale.thousands_separator.size() != 1) return false;
   constexpr std::uint64_t kUnit = 10'000;
   constexpr std::uint64_t kLast[] = {10'000, 1'000, 100, 10, 1};  // the unit of the last decimal
   const Section& section = sections_[0];
@@ -245,24 +243,34 @@ std::optional<std::string> NumberMask::ShowPlainly(std::int64_t scaled, const Lo
     *--at = static_cast<char>('0' + units % 10);
   }
   if (negative) *--at = '-';
-  return std::string(at, end);
+  out.append(at, end);
+  return true;
 }
 
-std::string NumberMask::Show(double value, const LocaleSettings& locale) const {
+void NumberMask::AppendTo(std::string& out, double value, const LocaleSettings& locale) const {
   // with four decimals 15 digits, which no two doubles have the same: these are the digits of the number
   constexpr double kFewDigits = 1e11;
   if (plain_ && std::fabs(value) < kFewDigits) {
     const auto scaled = static_cast<std::int64_t>(value * 10'000 + (value < 0 ? -0.5 : 0.5));
-    if (static_cast<double>(scaled) / 10'000 == value) {
-      if (auto shown = ShowPlainly(scaled, locale)) return *std::move(shown);
-    }
+    if (static_cast<double>(scaled) / 10'000 == value && AppendPlainly(out, scaled, locale)) return;
   }
-  return ShowBy(sections_, FromDouble(value), locale);
+  out += ShowBy(sections_, FromDouble(value), locale);
+}
+
+void NumberMask::AppendTo(std::string& out, Currency value, const LocaleSettings& locale) const {
+  if (!AppendPlainly(out, value.scaled(), locale)) out += ShowBy(sections_, FromCurrency(value), locale);
+}
+
+std::string NumberMask::Show(double value, const LocaleSettings& locale) const {
+  std::string text;
+  AppendTo(text, value, locale);
+  return text;
 }
 
 std::string NumberMask::Show(Currency value, const LocaleSettings& locale) const {
-  if (auto shown = ShowPlainly(value.scaled(), locale)) return *std::move(shown);
-  return ShowBy(sections_, FromCurrency(value), locale);
+  std::string text;
+  AppendTo(text, value, locale);
+  return text;
 }
 
 std::string FormatFloat(std::string_view mask, double value, const LocaleSettings& locale) {

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,6 +32,9 @@ class NumberMask {
 
   std::string Show(double value, const LocaleSettings& locale) const;
   std::string Show(Currency value, const LocaleSettings& locale) const;
+  /// Append what Show gives.
+  void AppendTo(std::string& out, double value, const LocaleSettings& locale) const;
+  void AppendTo(std::string& out, Currency value, const LocaleSettings& locale) const;
 
   struct Token {
     enum class Kind { kLiteral, kDigit, kPoint };
@@ -51,7 +53,7 @@ class NumberMask {
   };
 
  private:
-  std::optional<std::string> ShowPlainly(std::int64_t scaled, const LocaleSettings& locale) const;
+  bool AppendPlainly(std::string& out, std::int64_t scaled, const LocaleSettings& locale) const;
 
   std::array<Section, 3> sections_;  // for positive, negative and zero
   bool plain_ = false;               // digits and a point alone, behind a minus sign for negative numbers
