@@ -85,15 +85,17 @@ void Delete(const CodebookArguments& arguments, const std::string& key_fields, S
     rest.remove_prefix(std::min(end + 1, rest.size()));
     return part;
   };
-  RecordSet columns = ColumnsOf(arguments.name);
+  const RecordSet columns = ColumnsOf(arguments.name);
   RecordSet row(arguments.name);
   std::vector<Value> values;
   std::string_view names = key_fields;
   std::string_view texts = arguments.remove;
   while (!names.empty()) {
     FieldDef field{.name = take(names)};
-    if (columns.Locate("stupac", {field.name}))
-      KindFromName(columns.FieldByName("vrsta").AsText(), field.kind);
+    const Value name[] = {field.name};
+    if (const auto column = columns.FindRow("stupac", name)) {
+      KindFromName(columns.RowAt(*column).AsText(*columns.FindFieldIndex("vrsta")), field.kind);
+    }
     const std::string text = take(texts);
     values.push_back(text.empty() ? Value() : InputValue(field, text));
     row.DefineField(std::move(field));

@@ -29,8 +29,8 @@ void RunPay(const PayArguments& arguments, Session& session) {
   RecordSet stored;
   stored.CleanClone(server.LastWrite().stored.value());
   WriteRecordSet(stored, session.out);
-  stored.First();
-  const Currency open = stored.FieldByName("preostalo").AsCurrency();
+  const RecordRow payment = stored.RowAt(0);
+  const Currency open = payment.AsCurrency(payment.IndexOf("preostalo"));
   if (open < Currency()) {
     session.err << "mox: document " << arguments.document << " is overpaid by " << (-open).ToString()
                 << std::endl;
