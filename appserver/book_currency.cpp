@@ -1,7 +1,9 @@
 #include "appserver/book_currency.h"
 
+#include "mox/calculations/supplier_totals.h"
 #include "mox/codes/exchange_rates.h"
 #include "mox/documents/document_books.h"
+#include "mox/documents/document_figures.h"
 #include "mox/foundation/value_conversion.h"
 
 namespace mox {
@@ -10,9 +12,7 @@ namespace {
 constexpr std::string_view kEuroSince = "'2023-01-01'";
 constexpr std::string_view kKunasForEuro = "7.5345";
 
-Date FirstDayOfEuro() { return *MakeDate(2023, 1, 1); }
-
-std::string InKunas() { return "d.datum < " + std::string(kEuroSince); }
+std::string InKunas() { return IsInKunas("d.datum"); }
 
 // Most documents name no currency, and no other table is asked for them.
 std::string IsForeign() {
@@ -26,6 +26,35 @@ std::string Whole(std::string_view amount) {
 }
 
 }  // namespace
+
+Date FirstDayOfEuro() { return *MakeDate(2023, 1, 1); }
+
+std::string IsInKunas(std::string_view date) {
+  return "(" + std::string(date) + " IS NOT NULL AND " + std::string(date) + " < " + std::string(kEuroSince) +
+         ")";
+}
+
+// No whole ten-thousandth is half a cent.
+std::string WholeEurosOfKunas(std::string_view kunas) {
+  const std::string whole = "(" + std::string(kunas) + ")";
+  return "((200 * " + whole + " + CASE WHEN " + whole + " < 0 THEN -75345 ELSE 75345 END) / 150690 * 100)";
+}
+
+const std::string& IsUnchargedSql() {
+  static const std::string sql = [] {
+    std::string kinds;
+    for (const DocumentKind& kind : DocumentKinds()) {
+      if (IsUncharged(kind, kWithoutInputTax[0]))
+        kinds += (kinds.empty() ? "'" : ", '") + std::string(kind.name) + "'";
+    }
+    std::string suppliers;
+    for (const std::string_view without_tax : kWithoutInputTax) {
+      suppliers += (suppliers.empty() ? "'" : ", '") + std::string(without_tax) + "'";
+    }
+    return "(d.vrsta IN (" + kinds + ") AND d.vrsta_dok_dob IN (" + suppliers + "))";
+  }();
+  return sql;
+}
 
 std::string WholeInBooks(std::string_view amount, bool last_in_euros) {
   const std::string whole = "COALESCE(" + std::string(amount) + ", 0)";
@@ -46,12 +75,15 @@ std::string WholeTotalInBooks(bool last_in_euros) {
   const auto of_taxes = [](const std::string& sum) {
     return "COALESCE((SELECT SUM(" + sum + ") FROM dok_porezi p WHERE p.dok_id = d.id), 0)";
   };
+  const auto charged = [](const std::string& tax) {
+    return "CASE WHEN " + IsUnchargedSql() + " THEN 0 ELSE " + tax + " END";
+  };
   const std::string rest = "(" + Whole("d.ukupno") + " - " +
-                           of_taxes(Whole("p.osnovica") + " + " + Whole("p.porez")) + ") / 10000.0";
+                           of_taxes(Whole("p.osnovica") + " + " + charged(Whole("p.porez"))) + ") / 10000.0";
   const std::string is_converted = IsForeign() + (last_in_euros ? " OR " + InKunas() : std::string());
   return "CASE WHEN " + is_converted + " THEN " +
          of_taxes(WholeInBooks("p.osnovica", last_in_euros) + " + " +
-                  WholeInBooks("p.porez", last_in_euros)) +
+                  charged(WholeInBooks("p.porez", last_in_euros))) +
          " + " + WholeInBooks(rest, last_in_euros) + " ELSE " + Whole("d.ukupno") + " END";
 }
 
@@ -59,8 +91,9 @@ bool HasBothCurrencies(Date first, Date last) { return first < FirstDayOfEuro() 
 
 Currency AmountInBooks(Database& database, std::int64_t doc_id, Currency amount) {
   const RecordSet document =
-      database.Query("dok", ParseColumns("datum:date,oznaka,tecaj:float"),
-                     "SELECT d.datum, v.oznaka, d.tecaj FROM dok d JOIN valuta v ON v.id = d.valuta_id "
+      database.Query("dok", ParseColumns("datum:date,oznaka,tecaj:float,vrsta,vrsta_dok_dob"),
+                     "SELECT d.datum, v.oznaka, d.tecaj, d.vrsta, d.vrsta_dok_dob FROM dok d JOIN valuta v "
+                     "ON v.id = d.valuta_id "
                      "WHERE d.id = :id AND d.tecaj > 0",
                      {doc_id});
   if (document.IsEmpty()) return amount;
@@ -69,7 +102,9 @@ Currency AmountInBooks(Database& database, std::int64_t doc_id, Currency amount)
   const RecordSet taxes =
       database.Query("porezi", ParseColumns("osnovica:currency,porez:currency"),
                      "SELECT osnovica, porez FROM dok_porezi WHERE dok_id = :id ORDER BY rb", {doc_id});
-  return TotalInCurrencyOfDate(amount, taxes, true, date, document.AsFloat(2)).total;
+  const DocumentKind* const kind = FindDocumentKind(document.AsTextView(3));
+  const bool is_uncharged = kind != nullptr && IsUncharged(*kind, document.AsTextView(4));
+  return TotalInCurrencyOfDate(amount, taxes, !is_uncharged, date, document.AsFloat(2)).total;
 }
 
 std::optional<double> RateForBooks(Database& database, std::int64_t valuta_id, Date date) {

@@ -14,13 +14,26 @@ namespace mox {
 // Books are kept in the currency of the country, kunas until 2022 and euros from 2023 on. A document in
 // another currency counts in them by its own exchange rate (tecaj), to hundredths.
 
+/// Whether a document (d) charges no tax, as SQL: a supplier who charges none has his taxes by rate stored,
+/// and they count nowhere.
+const std::string& IsUnchargedSql();
+
 /// An amount of a document (d) in whole ten-thousandths of the currency of the books, as SQL. Where
 /// `last_in_euros`, kunas become euros too, at the fixed rate.
 std::string WholeInBooks(std::string_view amount, bool last_in_euros = false);
 
 /// What a document (d) is to be paid, likewise: base and tax of each rate and the rest, each converted by
-/// itself, as TotalInCurrencyOfDate has it.
+/// itself, as TotalInCurrencyOfDate has it; the tax only where it is charged.
 std::string WholeTotalInBooks(bool last_in_euros = false);
+
+/// The first day of books in euros.
+Date FirstDayOfEuro();
+
+/// Whether a date is one of books in kunas, as SQL; not where there is none.
+std::string IsInKunas(std::string_view date);
+
+/// EurosOfKunas of whole ten-thousandths, as SQL over an integer of 64 bits.
+std::string WholeEurosOfKunas(std::string_view kunas);
 
 /// Whether a period has both currencies, so that its sums are in euros.
 bool HasBothCurrencies(Date first, Date last);

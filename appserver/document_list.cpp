@@ -2,6 +2,7 @@
 
 #include "appserver/book_currency.h"
 #include "appserver/fold.h"
+#include "appserver/partner_balances.h"
 #include "mox/foundation/text.h"
 
 namespace mox {
@@ -11,23 +12,27 @@ constexpr std::string_view kColumns =
     "id:integer,vrsta,godina:integer,broj:integer,datum:date,datum_dospijeca:date,par_naziv,ukupno:currency,"
     "placeno:currency,otvoreno:currency,stornira_id:integer,storno_id:integer";
 
-// Amounts are in the currency of the books. What was paid at once is paid; of what is paid later the open
-// items of its number say it.
-constexpr std::string_view kRestOfSql = R"( ELSE
-    (SELECT SUM(CAST(ROUND(o.potrazuje * 10000) AS BIGINT)) / 10000.0 FROM otvorene_stavke o
-     WHERE o.dok_id = d.id AND d.stornira_id IS NULL) END,
-  CASE WHEN d.placeno_odmah THEN 0 ELSE
-    (SELECT SUM(CAST(ROUND(o.duguje * 10000) AS BIGINT) - CAST(ROUND(o.potrazuje * 10000) AS BIGINT)) / 10000.0
-     FROM otvorene_stavke o WHERE o.par_id = d.par_id AND o.br_dok =
-       d.vrsta || ' ' || CAST(d.broj AS VARCHAR(20)) || '/' || CAST(d.godina AS VARCHAR(20))) END,
-  d.stornira_id, (SELECT s.id FROM dok s WHERE s.stornira_id = d.id)
+// All amounts are in euros, so that they can be added. What was paid at once is paid; of what is paid later
+// the open items of its number say it. What it comes to in kunas is converted once, as what is open of it is,
+// and the payments are the rest.
+std::string Sql() {
+  const std::string books = "(" + WholeTotalInBooks() + ")";
+  const std::string total = "CASE WHEN d.ukupno IS NOT NULL THEN (CASE WHEN " + IsInKunas("d.datum") +
+                            " THEN " + WholeEurosOfKunas(books) + " ELSE " + books + " END) / 10000.0 END";
+  const auto of_items = [](const std::string& amount, const std::string& condition) {
+    return "(SELECT (" + amount + ") / 10000.0 FROM otvorene_stavke o WHERE " + condition + ")";
+  };
+  return "SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, d.datum_dospijeca, p.naziv, " + total +
+         ", CASE WHEN d.placeno_odmah THEN " + total + " ELSE " +
+         of_items(DebtInEuros() + " - " + OpenInEuros(), "o.dok_id = d.id AND d.stornira_id IS NULL") +
+         " END, CASE WHEN d.placeno_odmah THEN 0 ELSE " +
+         of_items(
+             OpenInEuros(),
+             "o.par_id = d.par_id AND o.br_dok = d.vrsta || ' ' || CAST(d.broj AS VARCHAR(20)) || '/' || "
+             "CAST(d.godina AS VARCHAR(20))") +
+         R"( END, d.stornira_id, (SELECT s.id FROM dok s WHERE s.stornira_id = d.id)
 FROM dok d LEFT JOIN par p ON p.id = d.par_id
 )";
-
-std::string Sql() {
-  const std::string total = "CASE WHEN d.ukupno IS NOT NULL THEN (" + WholeTotalInBooks() + ") / 10000.0 END";
-  return "SELECT d.id, d.vrsta, d.godina, d.broj, d.datum, d.datum_dospijeca, p.naziv, " + total +
-         ", CASE WHEN d.placeno_odmah THEN " + total + std::string(kRestOfSql);
 }
 
 constexpr std::string_view kSearched[] = {
@@ -88,7 +93,7 @@ const NamedService& DocumentListService() {
       "opis, "
       "poziv_na_br, the supplier's number, broj/godina), with what is to be paid, paid and still open, what "
       "they cancel "
-      "and what cancels them",
+      "and what cancels them; amounts are in euros",
       {{"adsList", kColumns, "", FillDocuments}}};
   return service;
 }

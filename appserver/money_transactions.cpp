@@ -1,6 +1,8 @@
 #include "appserver/money_transactions.h"
 
+#include "appserver/book_currency.h"
 #include "appserver/stored_document.h"
+#include "mox/codes/exchange_rates.h"
 #include "mox/foundation/clock.h"
 
 namespace mox {
@@ -21,24 +23,43 @@ std::optional<Item> FindItem(Database& database, std::int64_t doc_id) {
   return Item{row.AsInteger(0), row.AsText(1)};
 }
 
-// Debt less payments, summed without rounding.
-Currency OpenAmount(Database& database, const Item& item) {
-  const RecordSet rows = database.Query("stavke", ParseColumns("duguje:currency,potrazuje:currency"),
-                                        "SELECT duguje, potrazuje FROM otvorene_stavke "
-                                        "WHERE par_id = :par_id AND br_dok = :br_dok",
-                                        {item.partner, item.number});
-  Currency open;
-  for (const RecordRow& row : rows.Rows()) open += row.AsCurrency(0) - row.AsCurrency(1);
-  return open;
+// A sum of rows of an item, without rounding: kunas as long as all of it is in kunas, else euros.
+class ItemSum {
+ public:
+  void Add(Currency amount, bool is_in_kunas) {
+    (is_in_kunas ? kunas_ : euros_) += amount;
+    has_euros_ = has_euros_ || !is_in_kunas;
+  }
+  /// A payment of that day is held against it.
+  void NeedOn(Date day) { has_euros_ = has_euros_ || day >= FirstDayOfEuro(); }
+  Currency Total() const { return has_euros_ ? EurosOfKunas(kunas_) + euros_ : kunas_; }
+  std::string CurrencyCode() const { return has_euros_ ? "EUR" : "HRK"; }
+
+ private:
+  Currency kunas_;
+  Currency euros_;
+  bool has_euros_ = false;
+};
+
+ItemSum SumOfRows(Database& database, const std::string& amount, const std::string& condition,
+                  std::initializer_list<Value> values) {
+  const RecordSet rows = database.Query(
+      "stavke", ParseColumns("iznos:currency,u_kunama:boolean"),
+      "SELECT " + amount + ", " + IsInKunas("o.datum_pp") + " FROM otvorene_stavke o WHERE " + condition,
+      values);
+  ItemSum sum;
+  for (const RecordRow& row : rows.Rows()) sum.Add(row.AsCurrency(0), row.AsBoolean(1));
+  return sum;
 }
 
-Currency PaidAmount(Database& database, std::int64_t doc_id) {
-  const RecordSet rows =
-      database.Query("uplate", ParseColumns("potrazuje:currency"),
-                     "SELECT potrazuje FROM otvorene_stavke WHERE dok_id = :dok_id", {doc_id});
-  Currency paid;
-  for (const RecordRow& row : rows.Rows()) paid += row.AsCurrency(0);
-  return paid;
+// Debt less payments.
+ItemSum OpenAmount(Database& database, const Item& item) {
+  return SumOfRows(database, "o.duguje - o.potrazuje", "o.par_id = :par_id AND o.br_dok = :br_dok",
+                   {item.partner, item.number});
+}
+
+ItemSum PaidAmount(Database& database, std::int64_t doc_id) {
+  return SumOfRows(database, "o.potrazuje", "o.dok_id = :dok_id", {doc_id});
 }
 
 // A storno owes nothing, nor does what it has cancelled; what was paid of that may be given back.
@@ -59,7 +80,8 @@ std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/,
                                         const SentRecordSets& sent) {
   const RecordSet& payments = *sent.Find("Uplate");
   RecordSet stored("Uplaceno");
-  for (FieldDef& column : ParseColumns("dok_id:integer,iznos:currency,datum:date,preostalo:currency")) {
+  for (FieldDef& column :
+       ParseColumns("dok_id:integer,iznos:currency,datum:date,preostalo:currency,valuta")) {
     stored.DefineField(std::move(column));
   }
   stored.Open();
@@ -85,7 +107,9 @@ std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/,
     }
     RequirePayable(database, payments, row, doc_id, is_given_back);
     if (is_given_back) {
-      const Currency paid = PaidAmount(database, doc_id);
+      ItemSum sum = PaidAmount(database, doc_id);
+      sum.NeedOn(date);
+      const Currency paid = sum.Total();
       if (paid + amount < Currency()) {
         throw refuse("iznos", amount.ToString() + " gives back more than was paid, " + paid.ToString());
       }
@@ -96,7 +120,8 @@ std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/,
         "dok_id) "
         "VALUES (:par_id, :opis, :datum_pp, :potrazuje, :br_dok, :datum_dok, :datum_dos, :dok_id)",
         {item->partner, what, date, amount, item->number, date, date, doc_id});
-    stored.AppendRecord({doc_id, amount, date, OpenAmount(database, *item)});
+    const ItemSum open = OpenAmount(database, *item);
+    stored.AppendRecord({doc_id, amount, date, open.Total(), open.CurrencyCode()});
   }
   if (!stored.IsEmpty()) stored.First();
   return stored;
@@ -105,8 +130,10 @@ std::optional<RecordSet> InsertPayments(const NamedTransaction& /*transaction*/,
 const NamedTransaction kTransactions[] = {
     {"UplataInsert",
      Right::kEnterDocuments,
-     "stores payments of invoices (dok_id, iznos, datum); a negative one gives back what was paid; answers "
-     "what is still open, negative when overpaid",
+     "stores payments of invoices (dok_id, iznos, datum), of days until 2022 in kunas, from 2023 on in "
+     "euros; a "
+     "negative one gives back what was paid; answers what is still open, negative when overpaid, and in what "
+     "currency: a debt in kunas is in euros from its first payment in euros on",
      {{"Uplate", {"otvorene_stavke"}, true, "dok_id:integer,iznos:currency,datum:date"}},
      InsertPayments},
 };

@@ -9,6 +9,7 @@
 #include "appserver/e_invoice.h"
 #include "appserver/fold.h"
 #include "appserver/mail_outbox.h"
+#include "appserver/partner_balances.h"
 #include "appserver/print_services.h"
 #include "appserver/report_services.h"
 #include "appserver/stock_services.h"
@@ -133,6 +134,20 @@ WHERE t.datum <= :datum
        (:valIdOrValOzn = 'ozn' AND v.oznaka = UPPER(TRIM(:val_ozn))))
 ORDER BY t.datum DESC LIMIT 1)";
 
+// Sums are of whole ten-thousandths, as a sum of numbers with decimals may be off by one of them.
+const std::string kCreditSql = R"(
+SELECT p.limit_duga, p.dani_kasnjenja, COALESCE(s.saldo, 0) / 10000.0, COALESCE(s.kasne, 0),
+  p.fakturiranje_limit_duga, p.faktur_limit_duga_once
+FROM par p LEFT JOIN
+  (SELECT d.par_id, SUM(d.saldo) AS saldo,
+     SUM(CASE WHEN d.saldo > 0 AND d.dospjelo < :kasni_prije THEN 1 ELSE 0 END) AS kasne
+   FROM
+     (SELECT o.par_id, )" + OpenInEuros() +
+                               R"( AS saldo, MIN(CASE WHEN o.duguje > 0 THEN o.datum_dos END) AS dospjelo
+      FROM otvorene_stavke o WHERE o.par_id = :par_id GROUP BY o.par_id, o.br_dok) d
+   GROUP BY d.par_id) s ON s.par_id = p.id
+WHERE p.id = :par_id)";
+
 const NamedService kServices[] = {
     // --- the company ---
 
@@ -229,27 +244,14 @@ ORDER BY od_datuma, id)"}}},
        "SELECT id, sifra, naziv FROM par WHERE fold(sifra) = :kljuc ORDER BY id LIMIT 1"}},
      PreparePartnerCode},
 
-    // Sums are of whole ten-thousandths, as a sum of numbers with decimals may be off by one of them.
     {"KreditniLimitPartnera",
      Right::kRead,
      "par_id:integer",
-     "a partner's credit limit, allowed days overdue, open balance and number of overdue documents",
+     "a partner's credit limit, allowed days overdue, open balance in euros and number of overdue documents",
      {{"KreditniLimit",
        "limit:currency,DaniKasnjenja:integer,saldo:currency,PostojiKasnjenje:integer,"
        "fakturiranje_limit_duga:boolean,faktur_limit_duga_once:boolean",
-       R"(
-SELECT p.limit_duga, p.dani_kasnjenja, COALESCE(s.saldo, 0) / 10000.0, COALESCE(s.kasne, 0),
-  p.fakturiranje_limit_duga, p.faktur_limit_duga_once
-FROM par p LEFT JOIN
-  (SELECT d.par_id, SUM(d.saldo) AS saldo,
-     SUM(CASE WHEN d.saldo > 0 AND d.dospjelo < :kasni_prije THEN 1 ELSE 0 END) AS kasne
-   FROM
-     (SELECT o.par_id,
-        SUM(CAST(ROUND(o.duguje * 10000) AS BIGINT) - CAST(ROUND(o.potrazuje * 10000) AS BIGINT)) AS saldo,
-        MIN(CASE WHEN o.duguje > 0 THEN o.datum_dos END) AS dospjelo
-      FROM otvorene_stavke o WHERE o.par_id = :par_id GROUP BY o.par_id, o.br_dok) d
-   GROUP BY d.par_id) s ON s.par_id = p.id
-WHERE p.id = :par_id)"}},
+       kCreditSql}},
      PrepareKreditniLimit},
 
     {"GetTecaj",

@@ -6,6 +6,7 @@
 #include "appserver/fold.h"
 #include "appserver/named_service_table.h"
 #include "appserver/stored_document.h"
+#include "mox/codes/exchange_rates.h"
 #include "mox/foundation/find_row.h"
 #include "mox/server/credit_limit.h"
 
@@ -67,7 +68,8 @@ std::optional<Date> OpenItem(Database& database, const SentRecordSets& sent, std
   if (document.IsEmpty() || document.AsCurrency(1).IsZero()) return std::nullopt;
   database.Claim({"par/" + document.AsText(0)});
   const Currency amount = AmountInBooks(database, doc_id, document.AsCurrency(1));
-  CheckCredit(database, sent, document.AsInteger(0), amount);
+  const bool in_kunas = document.AsDate(2) < FirstDayOfEuro();
+  CheckCredit(database, sent, document.AsInteger(0), in_kunas ? EurosOfKunas(amount) : amount);
   const Date due = document.IsNull(3) ? DueDate(document.AsDate(2), document.AsFloat(4)) : document.AsDate(3);
   if (document.IsNull(3)) {
     database.Execute("UPDATE dok SET datum_dospijeca = :due WHERE id = :id", {due, doc_id});

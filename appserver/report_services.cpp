@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "appserver/book_currency.h"
+#include "appserver/partner_balances.h"
 #include "mox/documents/document_books.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/exchange_text.h"
@@ -232,17 +233,13 @@ void FillTax(Database& database, const ServiceInputs& inputs, RecordSet& answer)
       KindIs([](const DocumentKind& kind) { return TaxRoleOf(kind).side != TaxSide::kNone; });
   static const std::string kSign =
       SignWhere([](const DocumentKind& kind) { return TaxRoleOf(kind).sign < 0; });
-  // Such a supplier's document charges no tax, whatever the rates of its goods.
-  static const std::string kUncharged =
-      "(" + KindIs([](const DocumentKind& kind) { return kind.is == DocumentClass::kGoodsReceipt; }) +
-      " AND d.vrsta_dok_dob IN ('RU', 'OK'))";
   const std::string keys = by_rate ? "" : KeyNames(grouping) + ", ";
   answer = database.Query(
       answer.Name(), ParseColumns(kTaxColumns),
       "WITH t AS (SELECT " + (by_rate ? "" : DefineKeys(grouping)) + "d.id AS id, CASE WHEN " + kIsInput +
-          " THEN 'ulazni' ELSE 'izlazni' END AS strana, CASE WHEN " + kUncharged +
+          " THEN 'ulazni' ELSE 'izlazni' END AS strana, CASE WHEN " + IsUnchargedSql() +
           " THEN 0 ELSE p.stopa END AS stopa, " + kSign + " * (" +
-          WholeInBooks("p.osnovica", AreInEuros(inputs)) + ") AS osnovica, CASE WHEN " + kUncharged +
+          WholeInBooks("p.osnovica", AreInEuros(inputs)) + ") AS osnovica, CASE WHEN " + IsUnchargedSql() +
           " THEN 0 ELSE " + kSign + " * (" + WholeInBooks("p.porez", AreInEuros(inputs)) +
           ") END AS porez FROM dok d CROSS JOIN dok_porezi p " + std::string(grouping.join) +
           " WHERE d.datum BETWEEN :od AND :do AND p.dok_id = d.id AND " + kIsTaxed +
@@ -273,35 +270,46 @@ struct Period {
   }
 };
 
-// What is kept, and what came after the last item that is in it; less what is after the period.
-void FillBalances(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
-  const Period period(inputs);
+// A period that ends in kunas: rows of par_id, duguje, potrazuje, u_duguje and u_potrazuje, the sums in it.
+std::string BalancesInKunas() {
   const std::string debt = Whole("o.duguje");
   const std::string paid = Whole("o.potrazuje");
-  const auto when = [](std::string_view is, const std::string& amount) {
-    return "CASE WHEN o.datum_pp " + std::string(is) + " :do THEN " + amount + " ELSE 0 END";
+  const auto in_period = [](const std::string& amount) {
+    return "CASE WHEN o.datum_pp >= :od THEN " + amount + " ELSE 0 END";
   };
+  return "SELECT o.par_id, " + debt + " AS duguje, " + paid + " AS potrazuje, " + in_period(debt) +
+         " AS u_duguje, " + in_period(paid) +
+         " AS u_potrazuje FROM otvorene_stavke o WHERE o.datum_pp <= :do";
+}
+
+// Another in euros: what is kept, and what came after the last row that is in it; less what is after the
+// period.
+std::string BalancesInEuros() {
+  const auto change = [](const std::string& amounts, const std::string& condition) {
+    return " UNION ALL SELECT c.par_id, " + amounts + " FROM (" + ChangeOfBalances(condition) + ") c";
+  };
+  return "SELECT par_id, duguje, potrazuje, 0 AS u_duguje, 0 AS u_potrazuje FROM par_saldo" +
+         change("c.duguje, c.potrazuje, 0, 0", kSinceKept) +
+         change("0, 0, c.duguje, c.potrazuje", "o.datum_pp >= :od AND o.datum_pp <= :do") +
+         change("-c.duguje, -c.potrazuje, 0, 0", "o.datum_pp > :do");
+}
+
+void FillBalances(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
+  const Period period(inputs);
+  const bool in_euros = std::get<Date>(period.last) >= FirstDayOfEuro();
   const std::string opening =
       period.is_open_before ? "NULL" : "(duguje - potrazuje - u_duguje + u_potrazuje) / 10000.0";
   const std::string in_period = period.is_open_before ? "" : "u_";
   answer = database.Query(
       answer.Name(), ParseColumns(kBalanceColumns),
-      "WITH k AS (SELECT par_id, duguje, potrazuje, 0 AS u_duguje, 0 AS u_potrazuje FROM par_saldo UNION ALL "
-      "SELECT "
-      "o.par_id, " +
-          debt + ", " + paid +
-          ", 0, 0 FROM otvorene_stavke o WHERE o.id > (SELECT stavka_id FROM par_saldo_do) UNION ALL SELECT "
-          "o.par_id, -" +
-          when(">", debt) + ", -" + when(">", paid) + ", " + when("<=", debt) + ", " + when("<=", paid) +
-          " FROM otvorene_stavke o WHERE o.datum_pp >= :od), z AS (SELECT par_id, SUM(duguje) AS duguje, "
-          "SUM(potrazuje) AS potrazuje, SUM(u_duguje) AS u_duguje, SUM(u_potrazuje) AS u_potrazuje FROM k "
-          "GROUP BY "
-          "par_id) SELECT z.par_id, p.sifra, p.naziv, " +
+      "WITH k AS (" + (in_euros ? BalancesInEuros() : BalancesInKunas()) +
+          "), z AS (SELECT par_id, SUM(duguje) AS duguje, SUM(potrazuje) AS potrazuje, SUM(u_duguje) AS "
+          "u_duguje, SUM(u_potrazuje) AS u_potrazuje FROM k GROUP BY par_id) SELECT z.par_id, p.sifra, "
+          "p.naziv, " +
           opening + ", " + in_period + "duguje / 10000.0, " + in_period +
           "potrazuje / 10000.0, (duguje - potrazuje) / 10000.0 FROM z JOIN par p ON p.id = z.par_id WHERE "
-          "duguje <> "
-          "potrazuje OR u_duguje <> 0 OR u_potrazuje <> 0 ORDER BY p.naziv, z.par_id",
-      {period.last, period.first});
+          "duguje <> potrazuje OR u_duguje <> 0 OR u_potrazuje <> 0 ORDER BY p.naziv, z.par_id",
+      {period.first, period.last});
 }
 
 // --- stock ---
@@ -374,7 +382,8 @@ const NamedService kServices[] = {
     {"Izvjestaj\\Saldo",
      Right::kRead,
      "od?:date,do?:date",
-     "what partners owe at the end of a period, and what they came to owe and paid in it; without days, now",
+     "what partners owe at the end of a period, and what they came to owe and paid in it; without days, now. "
+     "In kunas where the period ends before 2023, else all of it in euros",
      {{"adsSaldo", kBalanceColumns, "", FillBalances}}},
 
     {"Izvjestaj\\Skladiste",

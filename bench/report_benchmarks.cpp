@@ -38,8 +38,8 @@ class History {
     file_.Execute(
         "INSERT INTO dok (id, vrsta, godina, broj, datum, skl_id, par_id, ukupno, placeno_odmah) " +
         numbers(count) +
-        "SELECT i, CASE i % 2 WHEN 0 THEN 'gotovinski-racun' ELSE 'otpremnica-racun' END, 2020, i, "
-        "date('2020-01-01', '+' || ((i - 1) / 100) || ' days'), 1, 3 + i % 1000, 125.0, i % 2 = 0 FROM n");
+        "SELECT i, CASE i % 2 WHEN 0 THEN 'gotovinski-racun' ELSE 'otpremnica-racun' END, 2024, i, "
+        "date('2024-01-01', '+' || ((i - 1) / 100) || ' days'), 1, 3 + i % 1000, 125.0, i % 2 = 0 FROM n");
     file_.Execute(
         "INSERT INTO dok_stavke (dok_id, rb, sorta, art_id, sifra, naziv, jm, kolicina, pc, pci, tbr_stp, "
         "rbp1, rbi1, "
@@ -70,7 +70,7 @@ class History {
     WriteTransaction transaction(file_.server().database());
     KeepBalances(file_.server().database());
     transaction.Commit();
-    first_ = *MakeDate(2020, 1, 1);
+    first_ = *MakeDate(2024, 1, 1);
     last_ = Date{first_.days + static_cast<std::int32_t>((documents_ - 1) / kDocumentsADay)};
   }
 

@@ -32,8 +32,8 @@ void RunPay(const PayArguments& arguments, Session& session) {
   const RecordRow payment = stored.RowAt(0);
   const Currency open = payment.AsCurrency(payment.IndexOf("preostalo"));
   if (open < Currency()) {
-    session.err << "mox: document " << arguments.document << " is overpaid by " << (-open).ToString()
-                << std::endl;
+    session.err << "mox: document " << arguments.document << " is overpaid by " << (-open).ToString() << ' '
+                << stored.FieldByName("valuta").AsText() << std::endl;
   }
 }
 
@@ -54,7 +54,8 @@ const Command kPayCommand = {"pay", "ID AMOUNT [--date DATE] --db DB",
                              R"(Example:
   mox pay 12 100.50 --date 2024-03-15 --db tvrtka.db
 
-Prints what is still open of the document; a negative amount was paid too much, which standard error tells.)",
+A payment of a day until 2022 is in kunas, from 2023 on in euros; a debt in kunas is converted at the fixed rate.
+Prints what is still open of the document, and in what currency; a negative amount was paid too much, which standard error tells.)",
                              Declare};
 
 }  // namespace mox

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <memory>
 
-#include "mox/calculations/supplier_totals.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/app.h"
 #include "mox/foundation/text.h"
@@ -50,7 +49,7 @@ bool PageSource::IsPaidLater() const {
 }
 
 bool PageSource::IsUncharged() const {
-  return HasSupplierTotals(*figures_kind) && !CarriesInputTax(TextOf(header, "vrsta_dok_dob"));
+  return mox::IsUncharged(*figures_kind, TextOf(header, "vrsta_dok_dob"));
 }
 
 PageSource ReadPageSource(std::int64_t id) {

@@ -157,7 +157,10 @@ DocDobavljacaFields DocDobavljacaFieldsOf(RecordSet& header) {
   (std::make_index_sequence<std::size(kDocDobavljacaCaptions)>());
 }
 
-bool CarriesInputTax(std::string_view doc_kind) { return doc_kind != "RU" && doc_kind != "OK"; }
+bool CarriesInputTax(std::string_view doc_kind) {
+  return std::find(std::begin(kWithoutInputTax), std::end(kWithoutInputTax), doc_kind) ==
+         std::end(kWithoutInputTax);
+}
 
 void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
                        int digits) {

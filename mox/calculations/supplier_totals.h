@@ -72,7 +72,9 @@ DocDobavljacaFields DocDobavljacaFieldsOf(RecordSet& header);
 void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
                        int digits);
 
-/// Whether a supplier's document of that kind carries input tax and fees: not of kinds "RU" and "OK".
+/// The kinds of suppliers' documents that carry neither input tax nor fees.
+inline constexpr std::string_view kWithoutInputTax[] = {"RU", "OK"};
+/// Whether a supplier's document of that kind carries input tax and fees.
 bool CarriesInputTax(std::string_view doc_kind);
 /// The additional feature by which dependent costs count.
 inline constexpr std::string_view kCostsCountFeature = "PrimkaDocDobInZTI";

@@ -27,6 +27,8 @@ TAstaParamList RequestByOznaka(Date date, std::string_view val_ozn) {
 
 std::string_view GetValutaOznakaByDate(Date date) { return ToCivil(date).year >= 2023 ? "EUR" : "HRK"; }
 
+Currency EurosOfKunas(Currency kunas) { return R2(kunas / (Real(75345) / Real(10000))); }
+
 Currency InCurrencyOfDate(Currency amount, Date date, double rate) {
   if (!(rate > 0)) throw Error("the exchange rate " + ShortestNumber(rate) + " is not above 0");
   return ToCivil(date).year >= 2023 ? R2(amount / Real(rate)) : R2(amount * Real(rate));

@@ -14,6 +14,11 @@ namespace mox {
 /// The currency of a date in Croatia: "EUR" from the year 2023 on, "HRK" before.
 std::string_view GetValutaOznakaByDate(Date date);
 
+/// What kunas are in euros: at the fixed conversion rate of 7.53450 kunas for one euro (Council Regulation
+/// (EU) 2022/1208), once and by all of its digits, to the nearest cent, as the law on the introduction of the
+/// euro has it. A sum of kunas is converted, and not what it is the sum of.
+Currency EurosOfKunas(Currency kunas);
+
 /// What an amount in another currency is in that of the date, to hundredths: until 2022 `rate` is kunas for
 /// one unit of the currency, from 2023 on units of the currency for one euro, as the national bank's list has
 /// it. Raises Error for a rate that is not above 0.

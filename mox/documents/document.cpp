@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "mox/calculations/supplier_totals.h"
+#include "mox/codes/exchange_rates.h"
 #include "mox/documents/document_header_internal.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/clock.h"
@@ -327,8 +328,13 @@ std::vector<RecordSet*> Document::StoreRequest() {
 bool Document::ConfirmCredit() {
   const RecordRow header = header_.RowAt(0);
   const std::size_t partner = *header_.FindFieldIndex("par_id");
-  const std::optional<Currency> amount = ToBePaid();
+  std::optional<Currency> amount = ToBePaid();
   if (header.IsNull(partner) || !amount) return true;
+  // Limits and balances are in euros.
+  const std::size_t day = *header_.FindFieldIndex("datum");
+  const bool in_kunas = header.IsNull(*header_.FindFieldIndex("valuta_id")) && !header.IsNull(day) &&
+                        GetValutaOznakaByDate(header.AsDate(day)) == "HRK";
+  if (in_kunas) amount = EurosOfKunas(*amount);
   const std::optional<CreditFigures> figures = CreditFigures::Read(header.AsInteger(partner));
   if (!figures) return true;
   if (!mox::ConfirmCredit(*figures, *amount)) return false;

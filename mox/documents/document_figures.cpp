@@ -260,6 +260,10 @@ bool HasSupplierTotals(const DocumentKind& kind) {
   return kind.is == DocumentClass::kGoodsReceipt && kind.recap.Exists();
 }
 
+bool IsUncharged(const DocumentKind& kind, std::string_view supplier_document) {
+  return HasSupplierTotals(kind) && !CarriesInputTax(supplier_document);
+}
+
 bool HasFees(const LineSchema& schema) { return Has(SplitNames(schema.calculated), field::pov_naki.text); }
 
 Currency Fees(const DocumentKind& kind, const DocumentSets& sets) {
@@ -280,7 +284,7 @@ std::optional<Currency> ToBePaid(const DocumentKind& kind, const DocumentSets& s
     return R2(total);
   }
   if (sets.recap != nullptr) total = SumOf(*sets.recap, field::osnovica.text);
-  if (HasSupplierTotals(kind) && !CarriesInputTax(sets.supplier_document)) return R2(total);
+  if (IsUncharged(kind, sets.supplier_document)) return R2(total);
   if (sets.recap != nullptr) total += SumOf(*sets.recap, field::porez.text);
   return R2(total + Fees(kind, sets));
 }

@@ -42,6 +42,9 @@ void CheckFigures(const DocumentKind& kind, const DocumentSets& sets);
 
 /// Whether documents of the kind keep what the document of their supplier comes to: goods receipts with tax.
 bool HasSupplierTotals(const DocumentKind& kind);
+/// Whether the lines of a document carry neither tax nor fees, whatever their rates: a receipt of goods from
+/// a supplier whose document charges none.
+bool IsUncharged(const DocumentKind& kind, std::string_view supplier_document);
 
 /// How the document of a supplier is summed, see CalcDocDobavljaca.
 struct SupplierTerms {

@@ -2,9 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include "mox/documents/document_figures.h"
 #include "mox/foundation/locale_text.h"
 #include "mox/host/locale.h"
 #include "mox/host/memory_settings.h"
+#include "mox/server/read_services.h"
 #include "mox/server/transactions.h"
 #include "paper/a4_layout.h"
 #include "paper/article_pictures.h"
@@ -148,6 +150,38 @@ TEST_F(PageTest, FollowsHowItIsPaidAndInWhatCurrency) {
     const DocumentPage page = MakePage(id, paper_);
     EXPECT_TRUE(Says(page, row.says)) << row.change << "\n" << TextPage(page, CurrentLocale());
     EXPECT_FALSE(Says(page, row.never)) << row.change << "\n" << TextPage(page, CurrentLocale());
+  }
+}
+
+// What the page says of a document in another currency the books say too, to the cent, in every kind; a
+// supplier who charges no tax has it stored.
+TEST_F(PageTest, ConvertsAsTheBooksDo) {
+  Database& database = server_.database();
+  for (const DocumentKind& kind : DocumentKinds()) {
+    for (const double rate : {1.0659, 0.88, 140.66}) {
+      const std::int64_t id = Store(kind, 7);
+      const bool is_uncharged = IsUncharged(kind, "RU");
+      database.Execute(
+          "UPDATE dok SET tecaj = :tecaj, valuta_id = (SELECT id FROM valuta WHERE oznaka = 'USD') WHERE id "
+          "= :id",
+          {rate, id});
+      if (is_uncharged) {
+        database.Execute(
+            "UPDATE dok SET vrsta_dok_dob = 'RU', ukupno = (SELECT SUM(osnovica) FROM dok_porezi WHERE "
+            "dok_id = "
+            ":id) WHERE id = :id",
+            {id});
+      }
+      const DocumentPage page = MakePage(id, paper_);
+      if (!page.total) continue;
+      const auto listed = CreateDBDataSet("Dokumenti", "adsList", {});
+      std::optional<Currency> total;
+      for (const RecordRow& row : listed->Rows()) {
+        if (row.AsInteger(row.IndexOf("id")) == id) total = row.AsCurrency(row.IndexOf("ukupno"));
+      }
+      EXPECT_TRUE(Says(page, "ukupno " + AmountText(total.value(), CurrentLocale()) + " EUR."))
+          << kind.name << " " << rate << TextPage(page, CurrentLocale());
+    }
   }
 }
 
