@@ -1,10 +1,39 @@
 #include "bench/measurements.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
 #include <stdexcept>
 
 namespace mox::bench {
+
+namespace {
+
+// Since the last reset, in bytes.
+double PeakMemory() {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("VmHWM:")) return std::stod(line.substr(6)) * 1024;
+  }
+  return 0;
+}
+
+// Memory that was freed before is given back first, so that it does not hide what is taken next.
+void ResetPeakMemory() {
+  malloc_trim(0);
+  std::ofstream("/proc/self/clear_refs") << "5";
+}
+
+}  // namespace
+
+double MemoryTaken(const std::function<void()>& run) {
+  ResetPeakMemory();
+  const double before = PeakMemory();
+  run();
+  return PeakMemory() - before;
+}
 
 bool Measurements::ReportContext(const Context& context) {
   std::printf("%d processors of %.0f MHz", context.cpu_info.num_cpus,

@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -16,6 +17,9 @@ struct Ratio {
   const char* numerator;
   const char* denominator;
 };
+
+/// The most memory that the process has while that runs, less what it had before, in bytes.
+double MemoryTaken(const std::function<void()>& run);
 
 /// Collects the runs, whose repetitions are mixed, and prints a row for each benchmark at the end.
 ///

@@ -143,7 +143,10 @@ void PrintPaperRatios(const Measurements& measurements) {
     std::printf("ratio print_pages_a_second %.0f\n", 1e9 / *nanoseconds);
   }
   if (const auto nanoseconds = measurements.Fastest(kLong)) {
-    std::printf("ratio print_5000_lines_seconds %.2f\n", *nanoseconds / 1e9);
+    PrintedInvoice invoice(kLinesOfLong);
+    const double bytes = MemoryTaken([&invoice] { benchmark::DoNotOptimize(invoice.Pdf()); });
+    std::printf("ratio print_5000_lines_seconds %.2f\nratio print_5000_lines_mb %.0f\n", *nanoseconds / 1e9,
+                bytes / 1e6);
   }
 }
 

@@ -1,18 +1,17 @@
 #include "bench/server_benchmarks.h"
 
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <optional>
 #include <random>
 #include <stdexcept>
 
 #include "appserver/fold.h"
 #include "bench/company_files.h"
+#include "bench/measurements.h"
 #include "mox/foundation/app.h"
 #include "mox/import/import_check.h"
 #include "mox/import/import_profiles.h"
@@ -126,20 +125,6 @@ RecordSet MakeHeader() {
   return header;
 }
 
-// The most memory that the process has had since the last reset, in bytes.
-double PeakMemory() {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.starts_with("VmHWM:")) return std::stod(line.substr(6)) * 1024;
-  }
-  return 0;
-}
-// Memory that was freed before is given back first, so that it does not hide what is taken next.
-void ResetPeakMemory() {
-  malloc_trim(0);
-  std::ofstream("/proc/self/clear_refs") << "5";
-}
-
 // The document's lines stored by both, and what that takes.
 class Storing {
  public:
@@ -182,12 +167,9 @@ class Storing {
 
   // Memory beside the record set, as a multiple of it.
   double MemoryRatio() {
-    ResetPeakMemory();
-    const double before = PeakMemory();
-    ByTransaction();
-    const double peak = PeakMemory();
+    const double taken = MemoryTaken([this] { ByTransaction(); });
     CheckAndRemove();
-    return (peak - before) / static_cast<double>(records_.MemoryBytes());
+    return taken / static_cast<double>(records_.MemoryBytes());
   }
 
  private:
