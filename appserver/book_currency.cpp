@@ -36,7 +36,7 @@ std::string IsInKunas(std::string_view date) {
 
 // No whole ten-thousandth is half a cent.
 std::string WholeEurosOfKunas(std::string_view kunas) {
-  const std::string whole = "(" + std::string(kunas) + ")";
+  const std::string whole = "CAST(" + std::string(kunas) + " AS BIGINT)";
   return "((200 * " + whole + " + CASE WHEN " + whole + " < 0 THEN -75345 ELSE 75345 END) / 150690 * 100)";
 }
 

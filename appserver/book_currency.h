@@ -32,7 +32,7 @@ Date FirstDayOfEuro();
 /// Whether a date is one of books in kunas, as SQL; not where there is none.
 std::string IsInKunas(std::string_view date);
 
-/// EurosOfKunas of whole ten-thousandths, as SQL over an integer of 64 bits.
+/// EurosOfKunas of whole ten-thousandths, as SQL.
 std::string WholeEurosOfKunas(std::string_view kunas);
 
 /// Whether a period has both currencies, so that its sums are in euros.

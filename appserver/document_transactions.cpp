@@ -1,6 +1,7 @@
 #include "appserver/document_transactions.h"
 
 #include <algorithm>
+#include <span>
 
 #include "appserver/book_currency.h"
 #include "appserver/open_items.h"
@@ -412,18 +413,18 @@ void RequireSameCurrency(const StoredDocument& original, const RecordSet& asked,
                    ": its storno is of a day of theirs");
 }
 
-// What the storno does not say itself it has from the document.
-RecordSet StornoHeader(const RecordSet& asked, const RecordSet& original) {
-  constexpr std::string_view kTaken[] = {"skl_id",       "par_id",        "valuta_id",     "tecaj",
-                                         "broj_dok_dob", "datum_dok_dob", "vrsta_dok_dob", "nacin_placanja",
-                                         "poziv_na_br",  "opis",          "datum_isporuke"};
+// What the storno does not say itself it has from the document, its operator too where nobody has logged in.
+RecordSet StornoHeader(const RecordSet& asked, const RecordSet& original, const Requester& who) {
+  constexpr std::string_view kTaken[] = {"user_id",        "skl_id",       "par_id",        "valuta_id",
+                                         "tecaj",          "broj_dok_dob", "datum_dok_dob", "vrsta_dok_dob",
+                                         "nacin_placanja", "poziv_na_br",  "opis",          "datum_isporuke"};
   RecordSet header(asked.Name());
   std::vector<Value> values;
   for (std::size_t i = 0; i < asked.FieldCount(); ++i) {
     header.DefineField(asked.Definition(i));
     values.push_back(asked.AsVariant(i));
   }
-  for (const std::string_view name : kTaken) {
+  for (const std::string_view name : std::span(kTaken).subspan(who.HasLoggedIn() ? 1 : 0)) {
     const Value value = original.AsVariant(*original.FindFieldIndex(name));
     const auto given = asked.FindFieldIndex(name);
     if (!given) {
@@ -475,7 +476,7 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
   PayOf(database, asked, rule);
   rule.constants.emplace_back("placeno_odmah",
                               original->header.AsVariant(*original->header.FindFieldIndex("placeno_odmah")));
-  RecordSet header = StornoHeader(asked, original->header);
+  RecordSet header = StornoHeader(asked, original->header, sent.Who());
   if (HasValue(header, "tecaj")) AddRate(database, header, key, rule);
   if (HasValue(asked, "poziv_na_br")) CheckReference(database, *key.kind, asked);
   const std::size_t total = *original->header.FindFieldIndex("ukupno");
@@ -488,7 +489,7 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
   StoreMirror(database, "dok_dobavljac", MirrorOfTotals(ReadRows(database, "dok_dobavljac", id)), key.id);
   MoveStockBack(database, id, key.id, IsSaid(asked, kStockMayBeNegative));
   CloseItem(database, id, key.id);
-  MakePendingLinks(database, key, header, sent.Who());
+  MakePendingLinks(database, key, asked, sent.Who());
   return Answer(key);
 }
 

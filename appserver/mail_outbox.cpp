@@ -15,9 +15,10 @@ namespace mox {
 namespace {
 
 constexpr std::string_view kMailColumns =
-    "id:integer,dok_id:integer,kome,predmet,tekst,poruka,stanje,vrijeme:datetime,slanje:datetime,odgovor";
+    "id:integer,dok_id:integer,kome,predmet,tekst,poruka,stanje,vrijeme:datetime,slanje:datetime,odgovor,"
+    "storno_id:integer";
 constexpr std::string_view kSendingColumns =
-    "id:integer,posta_id:integer,vrijeme:datetime,korisnik,kraj:datetime,stanje,odgovor";
+    "id:integer,posta_id:integer,vrijeme:datetime,korisnik,kraj:datetime,stanje,odgovor,potvrdeno";
 constexpr std::string_view kAccountColumns = "url,korisnik,lozinka,posiljatelj";
 
 constexpr const char* kReadAccount =
@@ -40,14 +41,15 @@ void FillAsked(Database& database, const ServiceInputs& inputs, RecordSet& answe
 void FillMails(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
   FillAsked(database, inputs, answer, kMailColumns,
             "SELECT p.id, p.dok_id, p.kome, p.predmet, p.tekst, p.poruka, p.stanje, p.vrijeme, s.vrijeme, "
-            "s.odgovor FROM posta p LEFT JOIN posta_slanja s ON s.id = "
+            "s.odgovor, (SELECT d.id FROM dok d WHERE d.stornira_id = p.dok_id) FROM posta p LEFT JOIN "
+            "posta_slanja s ON s.id = "
             "(SELECT MAX(z.id) FROM posta_slanja z WHERE z.posta_id = p.id)",
             "p.id");
 }
 
 void FillSendings(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
   FillAsked(database, inputs, answer, kSendingColumns,
-            "SELECT s.id, s.posta_id, s.vrijeme, s.korisnik, s.kraj, s.stanje, s.odgovor "
+            "SELECT s.id, s.posta_id, s.vrijeme, s.korisnik, s.kraj, s.stanje, s.odgovor, s.potvrdeno "
             "FROM posta_slanja s JOIN posta p ON p.id = s.posta_id",
             "s.id");
 }
@@ -56,9 +58,16 @@ const NamedService kServices[] = {
     {"Posta",
      Right::kRead,
      "id?:integer,dok_id?:integer,stanje?",
-     "the mails of documents and what became of them (ceka, salje, poslano, odbijeno, nepoznato), and every "
-     "time that they were sent",
+     "the mails of documents and what became of them (ceka, salje, poslano, odbijeno, nepoznato), what "
+     "cancels "
+     "their documents, and every time that they were sent",
      {{"adsPosta", kMailColumns, "", FillMails}, {"adsSlanja", kSendingColumns, "", FillSendings}}},
+    {"PostaPredlozak",
+     Right::kRead,
+     "id:integer",
+     "the template that a mail was asked for with, its text and the file that it stood in",
+     {{"adsPredlozak", "predlozak,predlozak_datoteka",
+       "SELECT predlozak, predlozak_datoteka FROM posta WHERE id = :id AND predlozak IS NOT NULL"}}},
     {"PostaRacun",
      Right::kEnterDocuments,
      "",
@@ -81,6 +90,11 @@ class MailRecord {
   std::string Text(std::string_view field) const {
     const auto index = records_.FindFieldIndex(field);
     return index ? std::string(TrimBlanks(records_.AsText(*index))) : std::string();
+  }
+  // The value as it was sent, with its blanks; null where there is no such field.
+  Value Given(std::string_view field) const {
+    const auto index = records_.FindFieldIndex(field);
+    return index ? records_.AsVariant(*index) : Value();
   }
   std::string RequiredText(std::string_view field) const {
     std::string text = Text(field);
@@ -131,6 +145,8 @@ std::int64_t InsertRow(Database& database, const char* sql, std::span<const Valu
 struct StoredMail {
   std::int64_t id;
   std::string state;
+  std::int64_t document;
+  std::string storno;  // what cancels it; empty where nothing does
 };
 
 constexpr std::string_view kWaits = "ceka";
@@ -141,10 +157,13 @@ constexpr std::string_view kIsUnknown = "nepoznato";
 
 StoredMail MailMeant(Database& database, const MailRecord& mail) {
   const std::int64_t id = mail.RequiredInteger("id");
-  const RecordSet stored =
-      database.Query("posta", ParseColumns("stanje"), "SELECT stanje FROM posta WHERE id = :id", {id});
+  const RecordSet stored = database.Query(
+      "posta", ParseColumns("stanje,dok_id:integer,storno_id:integer"),
+      "SELECT p.stanje, p.dok_id, (SELECT d.id FROM dok d WHERE d.stornira_id = p.dok_id) FROM posta p "
+      "WHERE p.id = :id",
+      {id});
   if (stored.IsEmpty()) mail.Refuse("id", "there is no mail " + std::to_string(id));
-  return {id, stored.AsText(0)};
+  return {id, stored.AsText(0), stored.AsInteger(1), stored.AsText(2)};
 }
 
 [[noreturn]] void RefuseState(const MailRecord& record, const StoredMail& mail) {
@@ -174,26 +193,35 @@ std::optional<RecordSet> InsertMail(const NamedTransaction& /*transaction*/, Dat
   const std::string to = mail.RequiredAddress("kome");
   if (const auto found = FindMail(database, doc_id, to)) return KeyAnswer("adsPosta", *found);
   const Value values[] = {
-      doc_id, to, mail.RequiredText("predmet"), mail.RequiredText("tekst"), NewMessageName(), LocalNow()};
-  return KeyAnswer("adsPosta",
-                   InsertRow(database,
-                             "INSERT INTO posta (dok_id, kome, predmet, tekst, poruka, stanje, "
-                             "vrijeme) VALUES (:dok_id, :kome, :predmet, :tekst, :poruka, 'ceka', "
-                             ":vrijeme) RETURNING id",
-                             values));
+      doc_id,           to,         mail.RequiredText("predmet"), mail.RequiredText("tekst"),
+      NewMessageName(), LocalNow(), mail.Given("predlozak"),      mail.Given("predlozak_datoteka")};
+  return KeyAnswer(
+      "adsPosta",
+      InsertRow(database,
+                "INSERT INTO posta (dok_id, kome, predmet, tekst, poruka, stanje, "
+                "vrijeme, predlozak, predlozak_datoteka) VALUES (:dok_id, :kome, :predmet, :tekst, "
+                ":poruka, 'ceka', :vrijeme, :predlozak, :predlozak_datoteka) RETURNING id",
+                values));
 }
 
-// What may have been sent is begun anew only where the user has said so, in the state that he was told of.
+// What may have been sent is begun anew only where the user has said so, in the state that he was told of,
+// and the mail of a document that is cancelled only where he was told of that.
 std::optional<RecordSet> BeginSending(const NamedTransaction& /*transaction*/, Database& database,
                                       const SentRecordSets& sent) {
   const MailRecord mail(sent);
   const StoredMail stored = MailMeant(database, mail);
   if (stored.state != kWaits && mail.Text("potvrdeno") != stored.state) RefuseState(mail, stored);
+  if (!stored.storno.empty() && mail.Text("storno_id") != stored.storno) {
+    mail.Refuse("storno_id", "document " + std::to_string(stored.document) + " was cancelled by document " +
+                                 stored.storno + ", and nobody has agreed to send it");
+  }
+  std::string agreed = stored.state == kWaits ? std::string() : stored.state;
+  if (!stored.storno.empty()) agreed += (agreed.empty() ? "" : " ") + std::string("stornirano");
   database.Execute("UPDATE posta SET stanje = 'salje' WHERE id = :id", {stored.id});
-  const Value values[] = {stored.id, LocalNow(), sent.Who().user};
+  const Value values[] = {stored.id, LocalNow(), sent.Who().user, agreed.empty() ? Value() : Value(agreed)};
   return KeyAnswer("adsSlanje", InsertRow(database,
-                                          "INSERT INTO posta_slanja (posta_id, vrijeme, korisnik) "
-                                          "VALUES (:posta_id, :vrijeme, :korisnik) RETURNING id",
+                                          "INSERT INTO posta_slanja (posta_id, vrijeme, korisnik, potvrdeno) "
+                                          "VALUES (:posta_id, :vrijeme, :korisnik, :potvrdeno) RETURNING id",
                                           values));
 }
 
@@ -309,16 +337,18 @@ const NamedTransaction kTransactions[] = {
      SetMailAccount},
     {"PostaUpis",
      Right::kEnterDocuments,
-     "puts the mail of a document into the outbox; answers its id, or that of the document's mail to this "
+     "puts the mail of a document into the outbox, with the template that it is of; answers its id, or that "
+     "of the document's mail to this "
      "address that is there already, unless it was refused or withdrawn and cannot have arrived",
-     {{"adsPosta", {"posta"}, true, "dok_id:integer,kome,predmet,tekst"}},
+     {{"adsPosta", {"posta"}, true, "dok_id:integer,kome,predmet,tekst,predlozak,predlozak_datoteka"}},
      InsertMail},
     {"PostaPocetak",
      Right::kEnterDocuments,
      "says, before anything is sent, that a program sends the mail now; refused unless it waits, or is what "
-     "`potvrdeno` says that the user was told (nepoznato, salje, odbijeno, poslano); answers the id of the "
-     "sending",
-     {{"adsPosta", {"posta"}, true, "id:integer,potvrdeno"}},
+     "`potvrdeno` says that the user was told (nepoznato, salje, odbijeno, poslano), and, where its document "
+     "was "
+     "cancelled, unless `storno_id` says that he was told; answers the id of the sending",
+     {{"adsPosta", {"posta"}, true, "id:integer,potvrdeno,storno_id:integer"}},
      BeginSending},
     {"PostaKraj",
      Right::kEnterDocuments,

@@ -12,6 +12,7 @@
 #include "cli/service_request.h"
 #include "cli/text_table.h"
 #include "mox/foundation/mail_address.h"
+#include "mox/foundation/visible_text.h"
 #include "mox/server/read_services.h"
 #include "mox/server/transactions.h"
 #include "paper/outbox.h"
@@ -127,20 +128,26 @@ class MailRun {
     const MailOutcome outcome = outbox_.Send(mail);
     session_.err << "mox: mail " << mail.id << " to " << mail.to << " " << OutcomeWords(outcome.end) << ": "
                  << OnOneLine(outcome.answer) << std::endl;
+    for (const std::string& warning : outbox_.Warnings()) {
+      session_.err << "mox: document " << mail.doc_id << ": " << VisibleMessage(warning) << std::endl;
+    }
     if (outcome.end != MailEnd::kSent) session_.valid = false;
   }
 
-  // Another copy of what was sent, or may have been, goes out on a yes.
+  // Another copy of what was sent, or may have been, and what was cancelled goes out on a yes.
   void SendAgreed(const OutboxMail& mail) {
-    if (mail.Waits()) return Send(mail);
+    if (!mail.NeedsLeave()) return Send(mail);
     const std::string known = "mail " + std::to_string(mail.id) + " of document " +
-                              std::to_string(mail.doc_id) + " to " + mail.to + " " + StateWords(mail.state);
+                              std::to_string(mail.doc_id) + " to " + mail.to + " " + MailWords(mail);
     SessionDialogs dialogs(session_, arguments_.yes);
     if (dialogs.ShowVelorDialog(TVCustomDialogType::kConfirmation, "Upozorenje", "Slanje pošte",
-                                known + ". Poslati ponovno?") == kDialogYes) {
+                                known + (mail.Waits() ? ". Poslati ipak?" : ". Poslati ponovno?")) ==
+        kDialogYes) {
       return Send(mail);
     }
-    Tell(known + "; --yes sends it again");
+    Tell(known + (mail.Waits()
+                      ? "; --yes sends it all the same, --withdraw " + std::to_string(mail.id) + " ends it"
+                      : "; --yes sends it again"));
   }
 
   const MailArguments& arguments_;
@@ -192,9 +199,10 @@ void Declare(Options& options) {
                 "note that this mail was sent, of which nobody knew whether it was");
   options.Flag("--outbox", arguments->outbox, "print the mails and what became of them");
   options.Flag("--table", arguments->table, "--outbox: a table for people instead of a record-set file");
-  options.Flag("--yes", arguments->yes, "send again what was sent, or may have been sent");
+  options.Flag("--yes", arguments->yes,
+               "send again what was sent, or may have been sent, and what was cancelled");
   options.Value("--template", arguments->template_file, "FILE",
-                "subject, text and page, as mox print takes it");
+                "subject, text and page, as mox print takes it; it stays with the mail");
   options.Value("--account", arguments->account, "URL",
                 "set the mail server: smtps://HOST, or smtp://HOST with STARTTLS");
   options.Value("--user", arguments->user, "NAME", "the user at the mail server");

@@ -8,6 +8,7 @@
 #include "cli/options.h"
 #include "cli/record_set_file.h"
 #include "cli/service_request.h"
+#include "mox/foundation/files.h"
 #include "mox/foundation/find_row.h"
 #include "mox/server/transactions.h"
 #include "paper/article_pictures.h"
@@ -52,7 +53,7 @@ std::string Described(std::string_view bytes) {
 
 template <typename Use>
 void WithFile(const std::string& file, Session& session, Use use) {
-  const std::string bytes = ReadFileText(file, session.in).bytes;
+  const std::string bytes = file == "-" ? ReadFileText(file, session.in).bytes : ReadRegularFile(file);
   try {
     use(bytes);
   } catch (const UsageError&) {

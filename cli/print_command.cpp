@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <memory>
 #include <ostream>
+#include <system_error>
 
 #include "cli/argument_text.h"
 #include "cli/command.h"
@@ -138,13 +139,24 @@ void Show(const std::string& path) {
   }
 }
 
+void RequireFolder(const std::string& path) {
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) return;
+  if (std::filesystem::exists(path.substr(0, path.find_last_not_of('/') + 1), error)) {
+    throw Error(path + ": is a file and no folder");
+  }
+  std::filesystem::create_directories(path, error);
+  if (error) throw Error(path + ": the folder cannot be made: " + error.message());
+}
+
 void PrintPdf(Pages& pages, const PaperTemplate& paper, const std::string& path, bool open,
               Session& session) {
   const std::string& font = paper.Text("stranica", "font");
   TextPainter painter(font);
-  const bool is_folder = path.ends_with('/') || std::filesystem::is_directory(path);
+  std::error_code none;
+  const bool is_folder = path.ends_with('/') || std::filesystem::is_directory(path, none);
   if (!is_folder) session.files.Require(path, kPdfOutput);
-  if (is_folder) std::filesystem::create_directories(path);
+  if (is_folder) RequireFolder(path);
   std::unique_ptr<PdfFile> all;
   std::string shown = path;
   const auto print = [&](const DocumentPage& page) {

@@ -79,7 +79,7 @@ void ArticlePictureDialog::Store(std::string_view bytes) {
 }
 
 void ArticlePictureDialog::Load(const std::string& path) {
-  const std::string bytes = ReadWholeFile(path);
+  const std::string bytes = ReadRegularFile(path);
   std::string prepared;
   try {
     prepared = PreparedPicture(bytes);

@@ -122,10 +122,13 @@ constexpr Message kMessages[] = {
     {"{} timed out{}", "poslužitelj ne odgovara"},
     {"Callback aborted", "isteklo je vrijeme čekanja"},
     {"\"{}\" is no address of a mail", "„{}” nije e-mail adresa"},
+    {"no answer within {} seconds (TIMEOUT)", "nema odgovora u {} s (TIMEOUT)"},
     {"the company has no account of mails yet; set it first: {}",
      "tvrtka nema račun za poštu; upišite ga (Tvrtka, Račun za poštu)"},
     // paper
     {"no payment code: {}", "Nema koda za plaćanje: {}"},
+    {"it is paid at once and names no operator (user_id), whom a receipt has to name",
+     "Plaća se odmah, a na njemu nema operatera, koji na računu mora pisati"},
     {"the company has no bank account", "tvrtka nema bankovni račun"},
     {"the company has no payment slip (mox codebook virman)",
      "tvrtka nema nijedan virman (šifarnik Virmani)"},

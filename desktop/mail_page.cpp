@@ -45,14 +45,19 @@ class MailSender : public RecordStore {
   Outbox& Box() { return outbox_; }
   QString SendAgreed(const OutboxMail& mail) {
     const QString what = QStringLiteral("Pošta za %1").arg(ToQt(mail.to));
-    if (!mail.Waits() && !AskToLose(FromQt(what + u' ' + StateOf(mail.state)), "Poslati je ponovo?")) {
-      return what + u' ' + StateOf(mail.state) + u'.';
+    QString known = what + u' ' + StateOf(mail.state);
+    if (mail.storno_id) known += QStringLiteral(", a njezin je dokument storniran");
+    if (mail.NeedsLeave() &&
+        !AskToLose(FromQt(known), mail.Waits() ? "Poslati je ipak?" : "Poslati je ponovo?")) {
+      return known + u'.';
     }
     const LongRun run(host_, QStringLiteral("Slanje pošte"));
     const MailOutcome outcome = outbox_.Send(mail);
-    return QStringLiteral("%1 %2 (%3).")
-        .arg(what, QString::fromUtf16(kEnds[static_cast<std::size_t>(outcome.end)]),
-             InCroatian(outcome.answer));
+    QString told = QStringLiteral("%1 %2 (%3).")
+                       .arg(what, QString::fromUtf16(kEnds[static_cast<std::size_t>(outcome.end)]),
+                            InCroatian(outcome.answer));
+    for (const std::string& warning : outbox_.Warnings()) told += u' ' + InCroatian(warning) + u'.';
+    return told;
   }
 
  private:

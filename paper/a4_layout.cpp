@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "mox/foundation/error.h"
-#include "mox/foundation/files.h"
 #include "paper/table_layout.h"
 #include "paper/text_painter.h"
 
@@ -142,7 +141,7 @@ class A4Layout {
     const double most = paper_.Number("stranica", "logo_visina") * kPointsPerMm;
     double text_width = kWidth;
     double logo_height = 0;
-    if (!paper_.Logo().empty()) {
+    if (paper_.Logo() != nullptr) {
       LaidPicture logo = Logo(most);
       logo_height = logo.height;
       text_width -= logo.width + kGap;
@@ -163,11 +162,7 @@ class A4Layout {
 
   LaidPicture Logo(double most_height) const {
     LaidPicture laid;
-    try {
-      laid.picture = std::make_shared<Picture>(DecodePicture(ReadWholeFile(paper_.Logo())));
-    } catch (const Error& error) {
-      throw Error("the logo " + paper_.Logo() + ": " + error.what());
-    }
+    laid.picture = paper_.Logo();
     laid.height = most_height;
     laid.width = most_height * laid.picture->width / laid.picture->height;
     const double most_width = kWidth / 2;

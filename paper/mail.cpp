@@ -220,9 +220,12 @@ MailOutcome SendMail(const MailAccount& account, const Mail& mail, const std::fu
   curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, detail.data());
 
   const CURLcode code = curl_easy_perform(curl);
-  const std::string happened = patience.IsEnded()  ? "ended by the user"
-                               : detail[0] != '\0' ? detail.data()
-                                                   : curl_easy_strerror(code);
+  const bool is_late = code == CURLE_ABORTED_BY_CALLBACK || code == CURLE_OPERATION_TIMEDOUT;
+  const std::string happened =
+      patience.IsEnded()  ? "ended by the user"
+      : is_late           ? "no answer within " + std::to_string(account.seconds) + " seconds (TIMEOUT)"
+      : detail[0] != '\0' ? detail.data()
+                          : curl_easy_strerror(code);
   return OutcomeOf(code, talk, happened);
 }
 

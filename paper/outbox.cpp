@@ -1,5 +1,7 @@
 #include "paper/outbox.h"
 
+#include <filesystem>
+
 #include "mox/foundation/app.h"
 #include "mox/foundation/error.h"
 #include "mox/foundation/mail_address.h"
@@ -35,13 +37,15 @@ RecordSet Asked(std::string_view service, std::string_view answer, const TAstaPa
 std::string TextOf(const RecordRow& row, std::string_view field) { return row.AsText(row.IndexOf(field)); }
 
 OutboxMail MailOf(const RecordRow& row) {
+  const std::size_t storno = row.IndexOf("storno_id");
   return {row.AsInteger(row.IndexOf("id")),
           row.AsInteger(row.IndexOf("dok_id")),
           TextOf(row, "kome"),
           TextOf(row, "predmet"),
           TextOf(row, "tekst"),
           TextOf(row, "poruka"),
-          TextOf(row, "stanje")};
+          TextOf(row, "stanje"),
+          row.IsNull(storno) ? std::nullopt : std::optional(row.AsInteger(storno))};
 }
 
 struct EndRow {
@@ -66,11 +70,14 @@ constexpr EndRow kEnds[] = {{"poslano", "was sent"},
 
 const char* OutcomeWords(MailEnd end) { return kEnds[static_cast<std::size_t>(end)].words; }
 
-std::string StateWords(std::string_view state) {
+std::string MailWords(const OutboxMail& mail) {
+  std::string words = "is " + mail.state;
   for (const EndRow& row : kStates) {
-    if (state == row.state) return row.words;
+    if (mail.state == row.state) words = row.words;
   }
-  return "is " + std::string(state);
+  if (mail.storno_id)
+    words += ", and its document was cancelled by document " + std::to_string(*mail.storno_id);
+  return words;
 }
 
 std::vector<OutboxMail> Outbox::Mails(std::optional<std::int64_t> doc_id) const {
@@ -92,10 +99,18 @@ OutboxMail Outbox::Find(std::int64_t id) const {
 OutboxMail Outbox::Put(std::int64_t doc_id, const std::string& to) {
   if (const std::string fault = AddressFault(to); !fault.empty()) throw Error(fault);
   const Placeholders values = PlaceholdersOf(MakePage(doc_id, paper_), CurrentLocale());
+  Value text;
+  Value file;
+  if (!paper_.File().empty()) {
+    text = paper_.Source();
+    file = std::filesystem::absolute(paper_.File()).string();
+  }
   RecordSet record = RecordOf("adsPosta", {{"dok_id", doc_id},
                                            {"kome", to},
                                            {"predmet", Filled(paper_.Text("posta", "predmet"), values)},
-                                           {"tekst", Filled(paper_.Text("posta", "tekst"), values)}});
+                                           {"tekst", Filled(paper_.Text("posta", "tekst"), values)},
+                                           {"predlozak", text},
+                                           {"predlozak_datoteka", file}});
   return Find(store_.Store("PostaUpis", record));
 }
 
@@ -105,8 +120,8 @@ std::int64_t Outbox::StoreFor(const OutboxMail& mail, std::string_view transacti
     return store_.Store(transaction, record);
   } catch (const Error&) {
     const OutboxMail now = Find(mail.id);
-    if (now.state == mail.state) throw;
-    throw MailChanged("mail " + std::to_string(mail.id) + " to " + mail.to + " " + StateWords(now.state));
+    if (now.state == mail.state && now.storno_id == mail.storno_id) throw;
+    throw MailChanged("mail " + std::to_string(mail.id) + " to " + mail.to + " " + MailWords(now));
   }
 }
 
@@ -139,10 +154,19 @@ const MailAccount& Outbox::Account() {
 }
 
 Mail Outbox::MessageOf(const OutboxMail& mail) {
-  const DocumentPage page = MakePage(mail.doc_id, paper_);
+  const RecordSet own = Asked("PostaPredlozak", "adsPredlozak", {{"id", mail.id}});
+  if (own.IsEmpty()) return MessageOn(mail, paper_, painter_);
+  const PaperTemplate paper(TextOf(own.RowAt(0), "predlozak"), TextOf(own.RowAt(0), "predlozak_datoteka"));
+  TextPainter painter(paper.Text("stranica", "font"));
+  return MessageOn(mail, paper, painter);
+}
+
+Mail Outbox::MessageOn(const OutboxMail& mail, const PaperTemplate& paper, TextPainter& painter) {
+  DocumentPage page = MakePage(mail.doc_id, paper);
   account_.name = page.seller.name;
-  PdfFile file(paper_.Text("stranica", "font"), page.date);
-  file.Add(LayOutA4(page, paper_, painter_, CurrentLocale()));
+  PdfFile file(paper.Text("stranica", "font"), page.date);
+  file.Add(LayOutA4(page, paper, painter, CurrentLocale()));
+  warnings_ = std::move(page.warnings);
   const std::string name = FileNameOf(page);
   Mail message{mail.to, mail.subject, mail.text, mail.message, {}};
   message.attachments.push_back({name, "application/pdf", file.Finish()});
@@ -156,10 +180,12 @@ Mail Outbox::MessageOf(const OutboxMail& mail) {
 
 MailOutcome Outbox::Send(const OutboxMail& mail) {
   const MailAccount& account = Account();
+  warnings_.clear();
   const Mail message = MessageOf(mail);
   // From here on it may have been sent, whatever becomes of this program.
-  RecordSet begin =
-      RecordOf("adsPosta", {{"id", mail.id}, {"potvrdeno", mail.Waits() ? std::string() : mail.state}});
+  RecordSet begin = RecordOf("adsPosta", {{"id", mail.id},
+                                          {"potvrdeno", mail.Waits() ? std::string() : mail.state},
+                                          {"storno_id", mail.storno_id ? Value(*mail.storno_id) : Value()}});
   const std::int64_t sending = StoreFor(mail, "PostaPocetak", begin);
   MailOutcome outcome;
   try {

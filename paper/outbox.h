@@ -32,15 +32,20 @@ struct OutboxMail {
   std::string to;
   std::string subject;
   std::string text;
-  std::string message;  ///< its name
-  std::string state;    ///< "ceka", "salje", "poslano", "odbijeno" or "nepoznato"
+  std::string message;                         ///< its name
+  std::string state;                           ///< "ceka", "salje", "poslano", "odbijeno" or "nepoznato"
+  std::optional<std::int64_t> storno_id = {};  ///< what cancels its document
 
   bool Waits() const { return state == "ceka"; }
+  /// Whether it goes only where the user agrees: it may be there already, or its document was cancelled
+  /// since.
+  bool NeedsLeave() const { return !Waits() || storno_id.has_value(); }
   /// Whether the receiver may have it and nobody knows: another copy needs the user's leave.
   bool IsDoubtful() const { return state == "salje" || state == "nepoznato"; }
 };
 
-/// A mail became another one since it was read: another program sends it, or somebody has settled it.
+/// A mail became another one since it was read: another program sends it, somebody has settled it, or its
+/// document was cancelled.
 class MailChanged : public Error {
  public:
   using Error::Error;
@@ -63,15 +68,17 @@ class Outbox {
   std::vector<OutboxMail> Mails(std::optional<std::int64_t> doc_id = {}) const;
   /// The one with this key. Raises Error where there is none.
   OutboxMail Find(std::int64_t id) const;
-  /// Puts the mail of a document, with subject and text of the template, into the outbox. Answers the one
-  /// that is there already, in any state, until it was refused or withdrawn. Raises Error for a faulty
-  /// address and for a document that has no page.
+  /// Puts the mail of a document, with subject and text of the template, into the outbox; a template of a
+  /// file stays with it. Answers the one that is there already, in any state, until it was refused or
+  /// withdrawn. Raises Error for a faulty address and for a document that has no page.
   OutboxMail Put(std::int64_t doc_id, const std::string& to);
-  /// Sends a mail with the page as PDF and, where there is one, the e-invoice. A mail that does not wait is
-  /// sent because the user agreed to it in the state that it has here; where it has changed meanwhile, it is
-  /// refused: MailChanged. Raises Error, nothing being sent, where the company has no account of mails or the
-  /// document no page.
+  /// Sends a mail with the page as PDF and, where there is one, the e-invoice. A mail that needs the user's
+  /// leave is sent because he agreed to it as it is here; where it has changed meanwhile, it is refused:
+  /// MailChanged. Raises Error, nothing being sent, where the company has no account of mails or the document
+  /// no page.
   MailOutcome Send(const OutboxMail& mail);
+  /// What is not on the page that was sent last, and why.
+  const std::vector<std::string>& Warnings() const { return warnings_; }
   /// Withdraws a mail that was not sent or may have been (kRefused), or notes that one that may have been
   /// sent was (kSent). Raises Error for others, MailChanged where it has changed meanwhile.
   void Settle(const OutboxMail& mail, MailEnd end);
@@ -81,17 +88,19 @@ class Outbox {
  private:
   std::int64_t StoreFor(const OutboxMail& mail, std::string_view transaction, RecordSet& record);
   Mail MessageOf(const OutboxMail& mail);
+  Mail MessageOn(const OutboxMail& mail, const PaperTemplate& paper, TextPainter& painter);
 
   const PaperTemplate& paper_;
   RecordStore& store_;
   Deliver deliver_;
   TextPainter painter_;
   MailAccount account_;  // without an address until it is asked for
+  std::vector<std::string> warnings_;
 };
 
 /// "was sent", "was refused": what became of a mail, for people.
 const char* OutcomeWords(MailEnd end);
-/// "waits", "was sent already": what a mail is, for people.
-std::string StateWords(std::string_view state);
+/// "waits in the outbox", "was sent already": what a mail is, for people, and what cancels its document.
+std::string MailWords(const OutboxMail& mail);
 
 }  // namespace mox

@@ -235,6 +235,10 @@ std::optional<ConvertedTotal> InCurrencyOfCountry(const PageSource& source, cons
 }
 
 void AddFiscal(const PageSource& source, DocumentPage& page) {
+  if (IsCashInvoice(source) && TextOf(source.header, "user_id").empty()) {
+    page.warnings.emplace_back(
+        "it is paid at once and names no operator (user_id), whom a receipt has to name");
+  }
   if (source.fiscal.IsEmpty()) {
     if (IsCashInvoice(source)) {
       page.warnings.emplace_back(

@@ -39,7 +39,11 @@ struct PageTable {
   struct Row {
     std::vector<std::string> cells;  ///< one for each column
     std::vector<Currency> amounts;   ///< of the summed columns, in their order
-    std::string consumer_price;      ///< with tax, where what is to be paid has it; for slips
+    /// Where lines are paid, for slips: what one costs with tax, what the line comes to without its fee, and
+    /// that fee, empty where it has none. Quantity times price less discounts is the amount.
+    std::string consumer_price = {};
+    std::string consumer_amount = {};
+    std::string fee = {};
     std::shared_ptr<const Picture> picture = nullptr;  ///< of its article, where a column shows it
   };
   std::string heading;     ///< "Usluge"; empty where the document has one table

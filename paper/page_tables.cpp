@@ -1,7 +1,9 @@
 #include "paper/page_tables.h"
 
 #include <algorithm>
+#include <cmath>
 
+#include "mox/documents/document_figures.h"
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
@@ -15,6 +17,10 @@ constexpr std::string_view kDiscountAmounts[] = {"rbi1", "rbi2", "rbi3", "popust
 
 const NumberMask& AmountMask() {
   static const NumberMask mask("#,0.00##;-#,0.00##");
+  return mask;
+}
+const NumberMask& UnitPriceMask() {
+  static const NumberMask mask("#,0.00######;-#,0.00######");
   return mask;
 }
 const NumberMask& QuantityMask() {
@@ -42,7 +48,11 @@ class TableMaker {
       percents_.push_back(IndexOf(known, kDiscountPercents[i]));
       amounts_.push_back(IndexOf(known, kDiscountAmounts[i]));
     }
-    if (schema.to_be_paid) consumer_price_ = IndexOf(known, field::mpc.text);
+    if (!schema.to_be_paid) return;
+    to_be_paid_ = IndexOf(known, schema.to_be_paid->text);
+    consumer_price_ = IndexOf(known, field::mpc.text);
+    quantity_ = IndexOf(known, field::kolicina.text);
+    if (HasFees(schema)) fee_ = IndexOf(known, field::pov_naki.text);
   }
 
   PageTable Make(std::span<const PageColumn* const> wanted, const PaperTemplate& paper, bool has_fees) {
@@ -115,6 +125,37 @@ class TableMaker {
     }
   }
 
+  // The price of the shop where it has one that comes to the amount; a cent may be lost where price and
+  // discount were rounded one by one. Else the shortest price that does.
+  std::string ConsumerPrice(const RecordRow& line, Currency amount) const {
+    long double sold = quantity_ ? line.AsFloat(*quantity_) : 0;
+    for (const auto& field : percents_) {
+      if (field) sold *= 1 - static_cast<long double>(line.AsFloat(*field)) / 100;
+    }
+    constexpr std::int64_t kCent = Currency::kScale / 100;
+    const std::int64_t unit = amount.scaled() % kCent == 0 ? kCent : 1;
+    const auto difference = [&](long double price) {
+      return std::llround(sold * price * static_cast<long double>(Currency::kScale / unit)) -
+             amount.scaled() / unit;
+    };
+    if (consumer_price_ && !line.IsNull(*consumer_price_)) {
+      const Currency price = line.AsCurrency(*consumer_price_);
+      if (sold == 0 || std::abs(difference(price.ToDouble())) * unit <= kCent)
+        return AmountMask().Show(price, locale_);
+    }
+    if (sold == 0) return {};
+    const long double exact = static_cast<long double>(amount.scaled()) / Currency::kScale / sold;
+    constexpr int kFewest = 2;
+    constexpr int kMost = 8;
+    long double price = 0;
+    for (int decimals = kFewest; decimals <= kMost; ++decimals) {
+      const long double parts = std::pow(10.0L, decimals);
+      price = std::round(exact * parts) / parts;
+      if (difference(price) == 0) break;
+    }
+    return UnitPriceMask().Show(static_cast<double>(price), locale_);
+  }
+
   void AddRow(const RecordRow& line, PageTable& table) {
     ++row_;
     PageTable::Row row;
@@ -134,8 +175,12 @@ class TableMaker {
         if (field) discounts_ += line.AsCurrency(*field);
       }
     }
-    if (consumer_price_ && !line.IsNull(*consumer_price_)) {
-      row.consumer_price = AmountMask().Show(line.AsCurrency(*consumer_price_), locale_);
+    if (to_be_paid_) {
+      const Currency fee = fee_ ? line.AsCurrency(*fee_) : Currency();
+      const Currency amount = line.AsCurrency(*to_be_paid_) - fee;
+      row.consumer_price = ConsumerPrice(line, amount);
+      row.consumer_amount = AmountMask().Show(amount, locale_);
+      if (!fee.IsZero()) row.fee = AmountMask().Show(fee, locale_);
     }
     table.rows.push_back(std::move(row));
   }
@@ -146,7 +191,11 @@ class TableMaker {
   std::vector<std::optional<std::size_t>> percents_;
   std::vector<std::optional<std::size_t>> amounts_;
   std::vector<std::optional<std::size_t>> fields_;  // of the columns
+  // Where lines are paid.
+  std::optional<std::size_t> to_be_paid_;
   std::optional<std::size_t> consumer_price_;
+  std::optional<std::size_t> quantity_;
+  std::optional<std::size_t> fee_;
   std::size_t row_ = 0;
   Currency discounts_;
 };

@@ -11,6 +11,7 @@
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
+#include "paper/text_painter.h"
 
 namespace mox {
 namespace {
@@ -64,9 +65,9 @@ std::string ColumnsFault(std::string_view value) {
   return twice == names.end() ? std::string() : "the column " + InQuotes(*twice) + " stands twice";
 }
 
-// Which fonts are installed the drawing library says; an empty name is none anywhere.
 std::string FontFault(std::string_view value) {
-  return value.empty() ? "the name of the font is empty" : std::string();
+  if (value.empty()) return "the name of the font is empty";
+  return IsInstalledFont(value) ? std::string() : "the font " + InQuotes(value) + " is not installed";
 }
 
 std::string PayeeFault(std::string_view value) {
@@ -138,9 +139,12 @@ std::string WithLineBreaks(std::string_view value) {
   return text;
 }
 
-std::string LogoPath(const std::string& value, const std::string& file) {
-  if (value.empty()) return {};
-  return (std::filesystem::path(file).parent_path() / value).string();
+// No larger than any sheet shows it; whatever else it is made of, it is drawn from that.
+std::shared_ptr<const Picture> LogoOf(std::string_view value, const std::string& file) {
+  constexpr int kMost = 2000;
+  if (value.empty()) return nullptr;
+  const std::string path = (std::filesystem::path(file).parent_path() / value).string();
+  return std::make_shared<Picture>(ResizedTo(DecodePicture(ReadRegularFile(path)), kMost, kMost));
 }
 
 }  // namespace
@@ -148,6 +152,8 @@ std::string LogoPath(const std::string& value, const std::string& file) {
 PaperTemplate::PaperTemplate() { Read(DefaultText(), ""); }
 
 PaperTemplate::PaperTemplate(std::string_view text, const std::string& file) : PaperTemplate() {
+  source_ = text;
+  file_ = file;
   Read(text, file);
 }
 
@@ -180,7 +186,10 @@ void PaperTemplate::Read(std::string_view text, const std::string& file) {
     const std::string_view value = TrimBlanks(line.substr(equals + 1));
     const NameRule* const rule = FindName(*section, name);
     if (rule == nullptr) refuse("[" + std::string(section->name) + "] has no " + InQuotes(name));
-    if (const auto fault = rule->fault(value); !fault.empty()) refuse(std::string(name) + ": " + fault);
+    // Whether what it says without a file is at hand shows when it is used.
+    const bool is_checked = !file.empty() || rule->fault != FontFault;
+    const std::string fault = is_checked ? rule->fault(value) : std::string();
+    if (!fault.empty()) refuse(std::string(name) + ": " + fault);
     if (std::any_of(value.begin(), value.end(), [](unsigned char c) { return std::iscntrl(c) != 0; })) {
       refuse(std::string(name) + ": the text holds a control character");
     }
@@ -188,7 +197,13 @@ void PaperTemplate::Read(std::string_view text, const std::string& file) {
     const auto [before, is_new] = seen.try_emplace(key, number);
     if (!is_new)
       refuse(std::string(name) + " is said in line " + std::to_string(before->second) + " already");
-    if (key == "stranica.logo") logo_ = LogoPath(std::string(value), file);
+    if (key == "stranica.logo") {
+      try {
+        logo_ = LogoOf(value, file);
+      } catch (const Error& error) {
+        refuse("logo: " + std::string(error.what()));
+      }
+    }
     values_[std::move(key)] = WithLineBreaks(value);
   }
 }
@@ -238,9 +253,11 @@ std::vector<std::string> PaperTemplate::NotesOf(const DocumentKind& kind, bool t
   return notes;
 }
 
+PaperTemplate TemplateOfFile(const std::string& file) { return PaperTemplate(ReadRegularFile(file), file); }
+
 PaperTemplate InstalledTemplate() {
-  const std::string path = App().Ini().ReadString("GENERAL", "PREDLOZAK", "");
-  return path.empty() ? PaperTemplate() : PaperTemplate(ReadWholeFile(path), path);
+  const std::string file = App().Ini().ReadString("GENERAL", "PREDLOZAK", "");
+  return file.empty() ? PaperTemplate() : TemplateOfFile(file);
 }
 
 std::span<const std::string_view> PlaceholderNames() { return kPlaceholders; }

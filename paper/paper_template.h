@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -8,6 +9,7 @@
 
 #include "mox/documents/document_kinds.h"
 #include "paper/page_columns.h"
+#include "paper/picture.h"
 
 namespace mox {
 
@@ -19,8 +21,9 @@ class PaperTemplate {
   static std::string_view DefaultText();
 
   PaperTemplate();
-  /// Raises Error "FILE:LINE: ..." for a section, name, column, placeholder or value that there is not.
-  /// Paths in it are those of the folder of `file`.
+  /// Raises Error "FILE:LINE: ..." for a section, name, column, placeholder or value that there is not, for a
+  /// font that is not installed and for a logo that cannot be shown. Paths in it are those of the folder of
+  /// `file`.
   PaperTemplate(std::string_view text, const std::string& file);
 
   /// A text, with line breaks for "\n"; empty where the template says nothing.
@@ -34,18 +37,25 @@ class PaperTemplate {
   std::string HeadingOf(const PageColumn& column) const;
   /// Those of its kind, of invoices and of all documents; of one that carries no tax also those for it.
   std::vector<std::string> NotesOf(const DocumentKind& kind, bool taxed) const;
-  /// The path of the picture; empty where there is none.
-  const std::string& Logo() const { return logo_; }
+  /// The picture; null where there is none.
+  const std::shared_ptr<const Picture>& Logo() const { return logo_; }
+
+  /// What it was made of: its text and its file, the latter empty for the one that holds without.
+  const std::string& Source() const { return source_; }
+  const std::string& File() const { return file_; }
 
  private:
   void Read(std::string_view text, const std::string& file);
 
   std::map<std::string, std::string, std::less<>> values_;  // by "section.name"
-  std::string logo_;
+  std::shared_ptr<const Picture> logo_;
+  std::string source_;
+  std::string file_;
 };
 
-/// The template that the setting PREDLOZAK names, or the one that holds without. Raises Error as the
-/// constructor, and for a file that cannot be read.
+/// The template of a file. Raises Error as the constructor, and for a file that cannot be read.
+PaperTemplate TemplateOfFile(const std::string& file);
+/// The one that the setting PREDLOZAK names, or the one that holds without. Raises Error likewise.
 PaperTemplate InstalledTemplate();
 
 /// What a placeholder stands for, by its name: {broj}.

@@ -1,18 +1,17 @@
 #include "paper/picture.h"
 
-#include <cairo.h>
 #include <stb_image.h>
 #include <stb_image_resize.h>
 #include <stb_image_write.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <memory>
 
 #include "mox/foundation/error.h"
 #include "paper/gif_data.h"
 #include "paper/jpeg.h"
+#include "paper/png.h"
 
 namespace mox {
 namespace {
@@ -32,7 +31,6 @@ std::size_t PassesOf(std::string_view jpeg) {
 
 struct FreePixels {
   void operator()(stbi_uc* pixels) const { stbi_image_free(pixels); }
-  void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
 };
 
 std::size_t SizeOf(int width, int height) {
@@ -49,44 +47,6 @@ Picture DecodeGif(std::string_view bytes) {
                             &picture.width, &picture.height, &channels, kChannels));
   if (pixels == nullptr) Refuse(std::string("cannot be decoded: ") + stbi_failure_reason());
   picture.pixels.assign(pixels.get(), pixels.get() + SizeOf(picture.width, picture.height));
-  return picture;
-}
-
-cairo_status_t ReadFrom(void* rest, unsigned char* data, unsigned int size) {
-  auto& bytes = *static_cast<std::string_view*>(rest);
-  if (bytes.size() < size) return CAIRO_STATUS_READ_ERROR;
-  std::memcpy(data, bytes.data(), size);
-  bytes.remove_prefix(size);
-  return CAIRO_STATUS_SUCCESS;
-}
-
-// Row by row, so that no more memory is taken than the header says, however much the data would become.
-Picture DecodePng(std::string_view bytes) {
-  const std::unique_ptr<cairo_surface_t, FreePixels> surface(
-      cairo_image_surface_create_from_png_stream(ReadFrom, &bytes));
-  cairo_surface_t* const image = surface.get();
-  if (cairo_surface_status(image) != CAIRO_STATUS_SUCCESS) {
-    Refuse(std::string("cannot be decoded: ") + cairo_status_to_string(cairo_surface_status(image)));
-  }
-  const cairo_format_t format = cairo_image_surface_get_format(image);
-  if (format != CAIRO_FORMAT_ARGB32 && format != CAIRO_FORMAT_RGB24) Refuse("has pixels of an unusual kind");
-  Picture picture{cairo_image_surface_get_width(image), cairo_image_surface_get_height(image), {}};
-  picture.pixels.reserve(SizeOf(picture.width, picture.height));
-  const auto stride = static_cast<std::size_t>(cairo_image_surface_get_stride(image));
-  const unsigned char* const data = cairo_image_surface_get_data(image);
-  for (int y = 0; y < picture.height; ++y) {
-    const auto* const row =
-        reinterpret_cast<const std::uint32_t*>(data + static_cast<std::size_t>(y) * stride);
-    for (int x = 0; x < picture.width; ++x) {
-      const std::uint32_t opacity = format == CAIRO_FORMAT_RGB24 ? 255U : row[x] >> 24U;
-      for (const unsigned shift : {16U, 8U, 0U}) {
-        const std::uint32_t shade = row[x] >> shift & 255U;
-        picture.pixels.push_back(static_cast<std::uint8_t>(
-            opacity == 0 ? 0 : std::min(255U, (shade * 255U + opacity / 2) / opacity)));
-      }
-      picture.pixels.push_back(static_cast<std::uint8_t>(opacity));
-    }
-  }
   return picture;
 }
 

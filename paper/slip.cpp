@@ -119,7 +119,9 @@ class SlipLayout {
       if (!discount.empty()) how += " -" + discount + "%";
       const std::string rate = CellOf(table, row, PageValue::kPercent, "tbr_stp");
       if (!rate.empty()) how += " (" + rate + "%)";
-      Pair(how, amount < row.cells.size() ? row.cells[amount] : std::string(), {kNormal});
+      const std::string other = amount < row.cells.size() ? row.cells[amount] : std::string();
+      Pair(how, row.consumer_amount.empty() ? other : row.consumer_amount, {kNormal});
+      if (!row.fee.empty()) Pair("Povratna naknada", row.fee, {kSmall});
     }
   }
 

@@ -26,17 +26,22 @@ using Owned = std::unique_ptr<T, Unref>;
 
 double InPoints(int units) { return static_cast<double>(units) / PANGO_SCALE; }
 
-void RequireFamily(PangoFontMap* map, const std::string& font) {
+bool HasFamily(PangoFontMap* map, std::string_view name) {
   PangoFontFamily** families = nullptr;
   int count = 0;
   pango_font_map_list_families(map, &families, &count);
   bool found = false;
-  for (int i = 0; i < count; ++i) found = found || SameName(pango_font_family_get_name(families[i]), font);
+  for (int i = 0; i < count; ++i) found = found || SameName(pango_font_family_get_name(families[i]), name);
   g_free(families);
-  if (!found) throw Error("the font \"" + VisibleText(font) + "\" is not installed");
+  return found;
 }
 
 }  // namespace
+
+bool IsInstalledFont(std::string_view name) {
+  const Owned<PangoFontMap> map(pango_cairo_font_map_new());
+  return HasFamily(map.get(), name);
+}
 
 struct TextPainter::Impl {
   Owned<PangoFontMap> map;
@@ -60,7 +65,7 @@ struct TextPainter::Impl {
 
 TextPainter::TextPainter(const std::string& font) : impl_(std::make_unique<Impl>()) {
   impl_->map.reset(pango_cairo_font_map_new());
-  RequireFamily(impl_->map.get(), font);
+  if (!HasFamily(impl_->map.get(), font)) throw Error("the font " + InQuotes(font) + " is not installed");
   impl_->context.reset(pango_font_map_create_context(impl_->map.get()));
   // Metrics do not depend on the device: the same text is as wide on every output.
   const Owned<cairo_font_options_t> options(cairo_font_options_create());

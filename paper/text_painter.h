@@ -10,6 +10,9 @@ using cairo_t = struct _cairo;
 
 namespace mox {
 
+/// Whether a family of fonts is installed.
+bool IsInstalledFont(std::string_view name);
+
 /// Measures and draws texts in one family of fonts. Of one thread.
 class TextPainter {
  public:

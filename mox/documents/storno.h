@@ -19,7 +19,7 @@ RecordSet MirrorOfTotals(const RecordSet& records);
 
 /// The header of the storno of a stored document: one record, "Zaglavlje", with stornira_id, the id of the
 /// document, and datum (today). Where it is left null, what else it says is taken from the document, but for
-/// the due date and the user.
+/// the due date; the user is who asks, and that of the document where nobody has logged in.
 RecordSet MakeStornoHeader(std::int64_t doc_id);
 /// Stores the storno that the header asks for, with the transaction "DokumentStorno": the server mirrors what
 /// it has stored. False when it refused.

@@ -135,6 +135,16 @@ std::string ReadWholeFile(const std::string& path) {
   return bytes;
 }
 
+std::string ReadRegularFile(const std::string& path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (fs::exists(status) && !fs::is_regular_file(status)) {
+    throw Error(path +
+                (fs::is_directory(status) ? ": is a folder" : ": is a pipe or a device and not a file"));
+  }
+  return ReadWholeFile(path);
+}
+
 fs::path BehindLinks(fs::path path) {
   constexpr int kMostLinks = 40;
   std::error_code error;

@@ -10,6 +10,10 @@ namespace mox {
 /// All bytes of a file. Raises Error naming the path when it cannot be read.
 std::string ReadWholeFile(const std::string& path);
 
+/// The same of a file that has to be one: not of a pipe, where whoever reads waits for another program, and
+/// of no device.
+std::string ReadRegularFile(const std::string& path);
+
 /// Who may read and write a new file: whom the user's settings let, or its owner alone, as a file with a
 /// secret in it must be from its first byte.
 enum class FileAccess : std::uint8_t { kUsual, kOwnerOnly };

@@ -55,7 +55,7 @@ std::string AddressFault(std::string_view address) {
   const std::string_view domain = address.substr(std::min(at + 1, address.size()));
   const bool valid = address.size() <= kMost && local.size() <= kMostLocal &&
                      IsDotted(local, "!#$%&'*+-/=?^_`{|}~") && IsDotted(domain, "-");
-  return valid ? std::string() : '"' + VisibleMessage(address) + "\" is no address of a mail";
+  return valid ? std::string() : InQuotes(address) + " is no address of a mail";
 }
 
 std::string MailServerFault(std::string_view url) {
@@ -64,11 +64,15 @@ std::string MailServerFault(std::string_view url) {
   std::string_view host = url.substr(std::min(scheme + 3, url.size()));
   if (url.substr(0, scheme) != "smtps" && url.substr(0, scheme) != "smtp") return std::string(kFault);
   if (host.ends_with('/')) host.remove_suffix(1);
-  const bool has_control = std::any_of(
-      url.begin(), url.end(), [](char c) { return static_cast<unsigned char>(c) <= ' ' || c == '\x7F'; });
+  // Before the only @ stand user and password, in which other characters are written %40: whoever reads the
+  // address finds the same host.
   const std::size_t at = host.rfind('@');
+  const std::string_view user = at == std::string_view::npos ? std::string_view() : host.substr(0, at);
   if (at != std::string_view::npos) host.remove_prefix(at + 1);
-  return !has_control && IsHost(host) ? std::string() : std::string(kFault);
+  const bool has_others = std::any_of(user.begin(), user.end(), [](char c) {
+    return !IsLetterOrDigit(c) && std::string_view("-._~!$&'()*+,;=:%").find(c) == std::string_view::npos;
+  });
+  return !has_others && IsHost(host) ? std::string() : std::string(kFault);
 }
 
 }  // namespace mox

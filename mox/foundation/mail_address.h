@@ -10,7 +10,9 @@ namespace mox {
 std::string AddressFault(std::string_view address);
 
 /// What is wrong with the address of a mail server; empty where nothing is. It is smtps://HOST, or
-/// smtp://HOST, each with a user or a port where it has one. It may hold a secret, so the fault does not
+/// smtp://HOST, each with a user or a port where it has one, in which other characters than letters, digits
+/// and
+/// -._~!$&'()*+,;=: are written as %40. It may hold a secret, so the fault does not
 /// repeat it.
 std::string MailServerFault(std::string_view url);
 

@@ -11,7 +11,7 @@
 namespace mox {
 namespace {
 
-constexpr std::size_t kShortest = 4;
+constexpr std::size_t kShortest = 4;  // that is blanked within words, too
 constexpr std::string_view kBlank = "***";
 
 constexpr std::string_view kBase64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -170,7 +170,7 @@ Secrets& Secrets::operator=(Secrets&&) noexcept = default;
 Secrets::~Secrets() = default;
 
 void Secrets::Add(std::string_view secret) {
-  if (CountCharacters(secret) < kShortest) return;
+  if (secret.empty()) return;
   std::vector<Character> characters;
   for (std::size_t at = 0; at < secret.size(); at += characters.back().utf8.size()) {
     const std::string_view rest = secret.substr(at);
@@ -214,7 +214,13 @@ void Secrets::AddThoseOf(std::string_view address) {
 }
 
 std::size_t Secrets::LengthAt(std::string_view text, std::size_t at) const {
+  const auto is_in_word = [&text](std::size_t place) {
+    const auto byte = static_cast<unsigned char>(text[place]);
+    return byte >= 0x80 || std::isalnum(byte) != 0 || byte == '_';
+  };
   for (const std::vector<Character>& secret : secrets_) {
+    const bool is_short = secret.size() < kShortest;
+    if (is_short && at > 0 && is_in_word(at - 1)) continue;
     std::size_t end = at;
     bool found = true;
     for (const Character& character : secret) {
@@ -223,7 +229,7 @@ std::size_t Secrets::LengthAt(std::string_view text, std::size_t at) const {
       if (!found) break;
       end += length;
     }
-    if (found) return end - at;
+    if (found && !(is_short && end < text.size() && is_in_word(end))) return end - at;
   }
   return 0;
 }

@@ -19,8 +19,8 @@ class Secrets {
   ~Secrets();
 
   /// Remembers a secret, however it is encoded: as in JSON, in an address (each character of it as it is or
-  /// by its code), in HTML, in Windows-1250 or in base64. One of less than four characters hides nothing and
-  /// is left alone.
+  /// by its code), in HTML, in Windows-1250 or in base64. One of less than four characters is one where it
+  /// stands as a word.
   void Add(std::string_view secret);
   /// Remembers the password of an address, and values that it calls a key, token or the like; also of one
   /// that is not valid, where more than the password may count as one.

@@ -29,19 +29,20 @@ TEST(VisibleText, ShowsWhatATerminalWouldObey) {
 TEST(Secrets, AreBlankedInEveryForm) {
   Secrets secrets;
   secrets.Add("taj\"na/Č");
-  secrets.Add("abc");  // too short to hide anything
+  secrets.Add("abc");  // so short that it is blanked as a word alone
   const std::pair<const char*, const char*> kCases[] = {
       {"key taj\"na/Č!", "key ***!"},
       {R"({"k":"taj\"na/Č"})", R"({"k":"***"})"},
       {R"({"k":"taj\"na\/\u010c"})", R"({"k":"***"})"},
-      {"?k=taj%22na%2FČ abc", "?k=*** abc"},
+      {"?k=taj%22na%2FČ abc", "?k=*** ***"},
+      {"abcd xabc abc5 čabc a-abc.", "abcd xabc abc5 čabc a-***."},
       {"?k=taj%2522na%25252f%C4%8C", "?k=***"},  // encoded more than once
       {"?k=taj%22na/%C8 taj%22na/%C4", "?k=*** taj%22na/%C4"},
       {R"("{\"k\":\"taj\\\"na\\/\\u010C\"}")", R"("{\"k\":\"***\"}")"},
       {"taj&quot;na&#47;&#268; taj&#34;na/&#x10c;", "*** ***"},
       {"taj\"na/\xC8", "***"},  // in Windows-1250
       {"taj\"na taj\"na/ taj\"na/%", "taj\"na taj\"na/ taj\"na/%"},
-      {"?k=taj%22na%2F%C4%8C abc", "?k=*** abc"},
+      {"?k=taj%22na%2F%C4%8C a%62c", "?k=*** ***"},
       {"?k=taj%22na%2f%c4%8c", "?k=***"},
       {"dGFqIm5hL8SM", "***"},           // alone,
       {"OnRhaiJuYS/EjA==", "On***A=="},  // behind one byte,

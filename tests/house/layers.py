@@ -23,6 +23,8 @@ HOMES = {
     "pango/": ("paper/",),
     "zint.h": ("symbols/",),
     "stb": ("sender/", "paper/"),
+    "jpeglib.h": ("paper/jpeg.cpp",),
+    "png.h": ("paper/png.cpp",),
     "nlohmann/": ("appserver/", "sender/", "connect/", "moxd/"),
     "CLI/": ("cli/options.cpp", "cli/run.cpp"),
     "openssl/": ("cli/file_digest.cpp", "moxd/http_server.cpp", "moxd/demo.cpp"),

@@ -34,6 +34,7 @@ sys.path.append(str(Path(__file__).resolve().parent.parent / "moxd"))
 
 MOX, *HOW = sys.argv[1:]
 COMPANY = ["--db", "t.db"]
+MAILS = int(os.environ.get("MOX_MAILS", "12"))
 FAULTS = []
 logging.disable(logging.CRITICAL)  # of broken connections
 
@@ -142,8 +143,8 @@ def command(*words):
     return [MOX, *words, *ini, *COMPANY]
 
 
-def mox(*words, stdin=None):
-    return subprocess.run(command(*words), capture_output=True, text=True, input=stdin, timeout=60)
+def mox(*words, stdin=None):  # for a program that sends all of them, too
+    return subprocess.run(command(*words), capture_output=True, text=True, input=stdin, timeout=60 + 5 * MAILS)
 
 
 def at_once(count, *words):
@@ -194,8 +195,13 @@ def prepare(stack):
         subprocess.run([MOX, "login", server.address(), "--user", "ana", "--ca", "certificate.pem"], input=PASSWORD + "\n",
                        text=True, check=True, capture_output=True)
     Path("u.csv").write_text("naziv,kolicina,pc,rbp1,tbr_stp\nRad čašćenja,2,10,5,25\n")
+    invoice()
+
+
+def invoice():
     result = mox("document", "racun-usluga", "u.csv", "--store", "--header", "datum=2024-03-01", "--header", "partner=1")
     assert result.returncode == 0, result.stderr
+    return re.search(r"\(id (\d+)\)", result.stdout + result.stderr)[1]
 
 
 def certificate(name, host):
@@ -224,8 +230,7 @@ def check_contents(handler):
     expect("text", "Račun usluga 1/2024" in body and "23,75 EUR" in body and "Demo poduzeće" in body, body)
     parts = list(message.iter_attachments())
     expect("attachment", [part.get_content_type() for part in parts] == ["application/pdf"], parts)
-    Path("m.pdf").write_bytes(parts[0].get_content())
-    text = subprocess.run(["pdftotext", "-layout", "m.pdf", "-"], capture_output=True, text=True, check=True).stdout
+    text = page_of(content)
     expect("page", "Rad čašćenja" in text and "23,75" in text, text)
     with sqlite3.connect("t.db") as database:
         database.execute("INSERT INTO eracun_veze (dok_id, electronic_id) VALUES (1, 7)")
@@ -269,6 +274,7 @@ def check_steps(context):
             what = f"{step} {how}"
             handler.step, handler.how, handler.mails = step, how, []
             result = mox("mail", "1", "--to", f"k{number}@primjer.hr")
+            expect(what + " in words", how != "silent" or "no answer within 3 seconds" in result.stderr, result.stderr)
             expect(what, (result.returncode == 0) == (state == "poslano") and states()[-1] == state and
                    len(handler.mails) == received, f"{states()[-1]} {len(handler.mails)} {result.stderr}")
             handler.step = ""
@@ -308,7 +314,7 @@ def check_silence():
     with socket.create_server(("127.0.0.1", 0)) as silent:
         account(f"smtp://127.0.0.1:{silent.getsockname()[1]}")
         result = mox("mail", "1", "--to", "tiho@primjer.hr")
-        expect("silent server", result.returncode == 1 and states() == ["ceka"], result.stderr)
+        expect("silent server", result.returncode == 1 and states() == ["ceka"] and "no answer within" in result.stderr, result.stderr)
     forget()
 
 
@@ -358,10 +364,43 @@ def check_settled(handler):
     forget()
 
 
+def page_of(content):
+    part = next(email.message_from_bytes(content, policy=email.policy.default).iter_attachments())
+    Path("m.pdf").write_bytes(part.get_content())
+    return subprocess.run(["pdftotext", "-layout", "m.pdf", "-"], capture_output=True, text=True, check=True).stdout
+
+
+# A mail that waits keeps the template that it was asked for with, and does not go silently when its document was cancelled.
+def check_waiting(handler):
+    number = invoice()
+    handler.delay, handler.mails = 0, []
+    handler.step, handler.how = "RCPT", "451 later"
+    Path("poseban.txt").write_text("[naslovi]\nracun-usluga = Poseban račun\n[placanje]\nvirman = nema ga\n")
+    mox("mail", number, "--to", "predlozak@primjer.hr", "--template", "poseban.txt")
+    os.remove("poseban.txt")
+    mox("mail", number, "--to", "storno@primjer.hr")
+    cancelled = mox("document", "storno", number, "--header", "datum=2024-03-02")
+    handler.step = ""
+    result = mox("mail", "--send")
+    expect("cancelled is told", result.returncode == 1 and not handler.mails and states() == ["ceka", "ceka"] and
+           result.stderr.count("was cancelled by document") >= 2, (cancelled.stderr, result.stderr))
+    result = mox("mail", number, "--to", "predlozak@primjer.hr", "--yes")
+    expect("agreed", result.returncode == 0 and "Poseban račun 2/2024" in page_of(handler.mails[0][1]) and
+           "STORNIRANO" in page_of(handler.mails[0][1]), result.stderr)
+    expect("agreeing journalled", ",stornirano" in mox("query", "Posta", "--part", "adsSlanja").stdout)
+    forget()
+    result = mox("mail", "1", "--to", "upozorenje@primjer.hr", "--template", "virman.txt")
+    expect("no template", result.returncode == 1 and "virman.txt" in result.stderr and states() == [], result.stderr)
+    Path("virman.txt").write_text("[placanje]\nvirman = nema ga\n")
+    result = mox("mail", "1", "--to", "upozorenje@primjer.hr", "--template", "virman.txt")
+    expect("warned", result.returncode == 0 and 'document 1: no payment code: there is no payment slip "nema ga"' in result.stderr,
+           result.stderr)
+    forget()
+
+
 # Killed at any moment: no mail is lost, and a second copy comes only where it was told and agreed to.
 def check_kills(handler):
     handler.delay, handler.mails = 0.02, []
-    count = int(os.environ.get("MOX_MAILS", "12"))
     chance = random.Random(1)
     begin = time.monotonic()
     mox("mail", "1", "--to", "m@primjer.hr")
@@ -376,7 +415,7 @@ def check_kills(handler):
 
     programs, moments = 0, []
     with concurrent.futures.ThreadPoolExecutor(2) as pool:
-        while (missing := count - len(states())) > 0:  # one that is killed early has not asked for any
+        while (missing := MAILS - len(states())) > 0:  # one that is killed early has not asked for any
             moments += [chance.uniform(0, 1.6 * whole) for _ in range(missing)]
             list(pool.map(killed, range(programs, programs + missing)))
             programs += missing
@@ -406,9 +445,27 @@ def check_secrets(address):
 # What cannot be a server of mails or an address is no account.
 def check_account():
     for words in (("--account", "ftp://posta.hr"), ("--account", "smtp://"), ("--account", "smtps://posta.hr:0"),
-                  ("--account", "smtp://a b.hr"), ("--account", ""), ("--sender", "Ana <a@b.hr>"), ("--sender", ""), ("1", "--to=")):
+                  ("--account", "smtp://a b.hr"), ("--account", "smtp://u:p@127.0.0.1@zlo.hr"), ("--account", "smtp://127.0.0.1/@zlo.hr"),
+                  ("--account", "smtp://127.0.0.1?@zlo.hr"), ("--account", "smtp://u\\@zlo.hr"), ("--account", ""), ("--sender", "Ana <a@b.hr>"), ("--sender", ""), ("1", "--to=")):
         result = mox("mail", *words)
         expect(f"account {words}", result.returncode == 2 and result.stderr.count("\n") == 1, result.stderr)
+
+
+# With the company behind a server the page is that of its database.
+def check_same_page():
+    if "--server" not in HOW:
+        return
+    for how, end in (("--pdf", "pdf"), ("--slip", "bin")):
+        pages = []
+        for where in (COMPANY, ["--db", "t.db"]):
+            name = f"stranica{len(pages)}.{end}"
+            result = subprocess.run([MOX, "print", "1", how, name, *where], capture_output=True, text=True)
+            expect(f"printed {where}", result.returncode == 0, result.stderr)
+            pages.append(Path(name).read_bytes())
+        expect("the same page", pages[0] == pages[1] and len(pages[0]) > 1000)
+    texts = [subprocess.run([MOX, "print", "1", "--text", *where], capture_output=True).stdout
+             for where in (COMPANY, ["--db", "t.db"])]
+    expect("the same text", texts[0] == texts[1] and len(texts[0]) > 100)
 
 
 def check_unsent():
@@ -433,6 +490,8 @@ def main():
                 check_contents(handler)
             check_at_once(handler)
             check_settled(handler)
+            check_waiting(handler)
+            check_same_page()
             check_kills(handler)
             right, wrong = certificate("right", "IP:127.0.0.1"), certificate("wrong", "IP:127.0.0.2")
             check_silence()

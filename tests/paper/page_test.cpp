@@ -1,6 +1,8 @@
 #include "paper/page.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "mox/documents/document_figures.h"
 #include "mox/foundation/locale_text.h"
@@ -327,6 +329,9 @@ TEST_F(PageTest, RoundsWhatIsToBePaidToHundredths) {
 }
 
 TEST(PaperTemplateTest, TellsFaultsWithTheirLine) {
+  const std::string pipe = testing::TempDir() + "logo." + std::to_string(::getpid());
+  ASSERT_EQ(::mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
+  const std::string waiting = "[stranica]\nlogo = " + pipe + "\n";
   const struct {
     const char* text;
     const char* says;
@@ -345,6 +350,11 @@ TEST(PaperTemplateTest, TellsFaultsWithTheirLine) {
       {"[napomene]\nsvi = \xFF\n", "p.txt:2: the text is not UTF-8"},
       {"[napomene]\nsvi = a\tb\n", "p.txt:2: svi: the text holds a control character"},
       {"[stranica]\nfont =\n", "p.txt:2: font: the name of the font is empty"},
+      {"[stranica]\n\nfont = Nema Takvog\n", "p.txt:3: font: the font \"Nema Takvog\" is not installed"},
+      {"[stranica]\nlogo = nema.png\n", "p.txt:2: logo: nema.png: "},
+      {"[stranica]\nlogo = .\n", "p.txt:2: logo: .: is a folder"},
+      {"[stranica]\nlogo = /dev/zero\n", "p.txt:2: logo: /dev/zero: is a pipe or a device and not a file"},
+      {waiting.c_str(), "p.txt:2: logo: "},
       {"[isjecak]\nrez = yes\n", "p.txt:2: rez: \"yes\" is neither da nor ne"},
       {"[placanje]\nprimatelj = Žito i sinovi, trgovina d.o.o.\n", "is longer than 25 characters"},
   };
@@ -356,6 +366,7 @@ TEST(PaperTemplateTest, TellsFaultsWithTheirLine) {
       EXPECT_NE(std::string(error.what()).find(row.says), std::string::npos) << error.what();
     }
   }
+  ::unlink(pipe.c_str());
   const PaperTemplate paper("[naslovi]\r\npredracun = Ponuda\r\n[posta]\ntekst = a\\nb {broj}\n", "p.txt");
   EXPECT_EQ(paper.TitleOf(DocumentKindByName("predracun")), "Ponuda");
   EXPECT_EQ(Filled(paper.Text("posta", "tekst"), {{"broj", "{datum}"}, {"datum", "x"}}), "a\nb {datum}");

@@ -74,6 +74,8 @@ TEST(PictureTest, TellsDamagedAndLyingPictures) {
   huge.replace(16, 8, std::string("\x00\x01\x00\x00\x00\x01\x00\x00", 8));
   std::string wider = png;
   wider[19] = 41;
+  std::string flipped = png;
+  flipped[png.size() - 20] = static_cast<char>(flipped[png.size() - 20] ^ 1);
   std::string nothing(kGif);
   nothing[6] = 0;
   std::string passes = jpeg;
@@ -98,10 +100,11 @@ TEST(PictureTest, TellsDamagedAndLyingPictures) {
               {png.substr(0, 20), "ends within its header"},
               {jpeg.substr(0, 3), "ends within its header"},
               {huge, "is too large: 65536 x 65536 pixels"},
-              {wider, "cannot be decoded"},
+              {wider, "cannot be decoded: IHDR: CRC error"},
               {nothing, "says that it has 0 x 1 pixels"},
               {passes, "has too many passes"},
-              {png.substr(0, png.size() / 2), "cannot be decoded"}};
+              {png.substr(0, png.size() / 2), "cannot be decoded: it ends early"},
+              {flipped, "cannot be decoded: IDAT: "}};
   for (const auto& row : rows) {
     EXPECT_NE(FaultOf(row.bytes).find(row.says), std::string::npos) << row.says << ": " << FaultOf(row.bytes);
   }
