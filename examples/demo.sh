@@ -44,7 +44,7 @@ show 'mox document primka-kalkulacija primka.csv --store --part totals --header 
 
 echo
 echo "An invoice at the till and one that is paid later, a part of it at once; a storno, once."
-show 'mox document gotovinski-racun blagajna.csv --store --header datum=2026-03-02 --header par_id=3 --db trgovina.db'
+show 'mox document gotovinski-racun blagajna.csv --store --header datum=2026-03-02 --header par_id=3 --header user_id=ANA --db trgovina.db'
 show 'mox document otpremnica-racun pekara.csv --store --part totals --header datum=2026-03-02 --header par_id=2 --db trgovina.db'
 show 'mox pay 4 50 --date 2026-03-02 --db trgovina.db'
 show 'mox document gotovinski-racun blagajna.csv --store --part totals --header datum=2026-03-02 --db trgovina.db'

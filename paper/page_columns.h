@@ -26,7 +26,7 @@ struct PageColumn {
   std::string_view name;
   std::string_view heading;  ///< Croatian; a template may have another one
   PageValue value;
-  bool always = true;  ///< false: left out where no line has anything in it
+  bool always = true;  ///< left out only where no line has a value; false: also where all are 0 or empty
 
   bool IsText() const { return value == PageValue::kText; }
   bool IsPicture() const { return value == PageValue::kPicture; }

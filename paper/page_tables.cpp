@@ -61,7 +61,7 @@ class TableMaker {
       if (!has_fees && (column->name == field::pov_naki.text || column->name == field::pot_naki.text))
         continue;
       const auto field = lines_.FindFieldIndex(column->name);
-      if (!column->always && !HasAnything(*column, field)) continue;
+      if (!(column->always ? HasValue(*column, field) : HasAnything(*column, field))) continue;
       table.columns.push_back({column, paper.HeadingOf(*column)});
       fields_.push_back(field);
       if (column->IsSummed()) table.sums.emplace_back();
@@ -77,6 +77,15 @@ class TableMaker {
                                      std::string_view name) const {
     const bool has = std::find(known.begin(), known.end(), name) != known.end();
     return has ? lines_.FindFieldIndex(name) : std::nullopt;
+  }
+
+  // A number that the lines of a document do not have, such as the prices of goods that were not costed.
+  bool HasValue(const PageColumn& column, std::optional<std::size_t> field) const {
+    if (column.IsText() || column.value == PageValue::kNumber) return true;
+    for (const RecordRow& line : lines_.Rows()) {
+      if (column.value == PageValue::kDiscounts || (field && !line.IsNull(*field))) return true;
+    }
+    return false;
   }
 
   bool HasAnything(const PageColumn& column, std::optional<std::size_t> field) const {

@@ -82,7 +82,7 @@ class Company {
       if (document.Services() != nullptr) Fill(*document.Services(), kServices, kind.is_storno);
     }
     if (!document.Store()) throw Error(std::string(kind.name) + ": " + server_.WriteRefusal());
-    return server_.LastWrite().stored.value().AsInteger(0);
+    return StoredInTheMorning();
   }
   std::int64_t Cancel(std::int64_t id) {
     RecordSet header = MakeStornoHeader(id);
@@ -90,7 +90,7 @@ class Company {
     header.FieldByName("datum").SetDate(*MakeDate(2026, 3, 3));
     header.Post();
     if (!StoreStorno(header)) throw Error(server_.WriteRefusal());
-    return server_.LastWrite().stored.value().AsInteger(0);
+    return StoredInTheMorning();
   }
   void Report(std::int64_t id) {
     server_.database().Execute(
@@ -100,6 +100,15 @@ class Company {
   }
 
  private:
+  // The document that was stored last, with a time of issue that is the same whenever the pictures are made.
+  std::int64_t StoredInTheMorning() {
+    const std::int64_t id = server_.LastWrite().stored.value().AsInteger(0);
+    server_.database().Execute(
+        "UPDATE dnevnik_upisa SET vrijeme = (SELECT datum FROM dok WHERE id = :id) || 'T09:05:00' WHERE "
+        "dok_id = :id",
+        {id});
+    return id;
+  }
   static void Fill(RecordSet& lines, std::span<const Ware> wares, bool cancels) {
     for (const Ware& ware : wares) {
       lines.Append();
