@@ -3,10 +3,19 @@
 #include "desktop/croatian.h"
 #include "desktop/host.h"
 #include "desktop/qt_text.h"
+#include "mox/foundation/text.h"
 #include "mox/server/read_services.h"
 #include "mox/server/transactions.h"
 
 namespace mox {
+namespace {
+
+constexpr std::string_view kTrue = "true";
+constexpr std::string_view kFalse = "false";
+constexpr std::string_view kYes = "da";
+constexpr std::string_view kNo = "ne";
+
+}  // namespace
 
 CompanyPage::CompanyPage(DesktopHost& host)
     : RecordPage(host, QStringLiteral("Podaci tvrtke"), RecordSet("Parametri")) {
@@ -21,10 +30,11 @@ CompanyPage::CompanyPage(DesktopHost& host)
 void CompanyPage::Read() {
   auto answer = CreateDBDataSet("Kat\\ParametriPoduzeca", "adsList", {});
   if (!answer) throw Error("Poslužitelj nema podataka tvrtke.");
-  const char* const labels[][2] = {
-      {"naziv", "Naziv"}, {"vrijednost", "Vrijednost"}, {"opis", "Opis"}, {"skupina", "Skupina"}};
+  const char* const labels[][2] = {{"vrijednost", "Vrijednost"}, {"opis", "Podatak"}, {"skupina", "Skupina"}};
   for (const auto& [field, label] : labels) answer->SetDisplayName(*answer->FindFieldIndex(field), label);
-  Show(std::move(*answer), {"naziv", "vrijednost", "opis", "skupina"});
+  ShowTruth(*answer);
+  Show(std::move(*answer), {"opis", "vrijednost", "skupina", "naziv"});
+  View().setColumnHidden(*Model().ColumnOf("naziv"), true);
   QStringList ibans;
   if (const auto accounts = GetCompanyIbans()) {
     for (const RecordRow& account : accounts->Rows()) {
@@ -33,6 +43,20 @@ void CompanyPage::Read() {
   }
   SetNote(ibans.isEmpty() ? QStringLiteral("Tvrtka nema bankovni račun.")
                           : QStringLiteral("Računi: %1").arg(ibans.join(QStringLiteral(", "))));
+}
+
+// What is true or false says yes or no.
+void CompanyPage::ShowTruth(RecordSet& parameters) {
+  truths_.clear();
+  const std::size_t value = *parameters.FindFieldIndex("vrijednost");
+  for (parameters.First(); !parameters.Eof(); parameters.Next()) {
+    const std::string text = parameters.AsText(value);
+    if (text != kTrue && text != kFalse) continue;
+    truths_.insert(parameters.FieldByName("naziv").AsText());
+    parameters.Edit();
+    parameters.SetText(value, text == kTrue ? kYes : kNo);
+    parameters.Post();
+  }
 }
 
 void CompanyPage::AddIban() {
@@ -52,7 +76,11 @@ void CompanyPage::StoreRow(RecordSet& row) {
   sent.DefineField("naziv", FieldKind::kText);
   sent.DefineField("vrijednost", FieldKind::kText);
   sent.Open();
-  sent.AppendRecord({row.FieldByName("naziv").AsText(), row.FieldByName("vrijednost").AsText()});
+  const std::string name = row.FieldByName("naziv").AsText();
+  std::string value = row.FieldByName("vrijednost").AsText();
+  if (truths_.contains(name) && EqualsIgnoringCase(value, kYes)) value = kTrue;
+  if (truths_.contains(name) && EqualsIgnoringCase(value, kNo)) value = kFalse;
+  sent.AppendRecord({name, value});
   if (!ExecuteTransaction("ParametriPoduzecaUpdate", {&sent}))
     throw Error(FromQt(RefusalOf(Host().Server())));
 }

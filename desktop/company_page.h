@@ -1,5 +1,8 @@
 #pragma once
 
+#include <set>
+#include <string>
+
 #include "desktop/record_page.h"
 
 namespace mox {
@@ -14,7 +17,10 @@ class CompanyPage : public RecordPage {
  private:
   void Read() override;
   void StoreRow(RecordSet& row);
+  void ShowTruth(RecordSet& parameters);
   void AddIban();
+
+  std::set<std::string> truths_;  // the names of what is true or false
 };
 
 }  // namespace mox

@@ -127,7 +127,10 @@ DocumentEditor::~DocumentEditor() {
 }
 
 QWidget* DocumentEditor::MakeHeader() {
-  constexpr int kColumns = 4;
+  constexpr int kMost = 5;  // side by side
+  int count = 0;
+  for (const HeaderField& field : HeaderFields()) count += field.has(document_.Kind()) ? 1 : 0;
+  const int columns = std::min((count + 1) / 2, kMost);
   auto* const header = new QWidget;
   auto* const grid = new QGridLayout(header);
   grid->setContentsMargins(0, 0, 0, 0);
@@ -141,8 +144,8 @@ QWidget* DocumentEditor::MakeHeader() {
     edit->SetOnChanged([this] { Changed(); });
     auto* const label = new QLabel(ToQt(CaptionOf(field.name)));
     label->setBuddy(edit);
-    grid->addWidget(label, place / kColumns * 2, place % kColumns);
-    grid->addWidget(edit, place / kColumns * 2 + 1, place % kColumns);
+    grid->addWidget(label, place / columns * 2, place % columns);
+    grid->addWidget(edit, place / columns * 2 + 1, place % columns);
     header_.push_back(edit);
     ++place;
   }

@@ -1,5 +1,6 @@
 #include "desktop/document_list.h"
 
+#include <QHeaderView>
 #include <unordered_map>
 #include <utility>
 
@@ -90,6 +91,7 @@ DocumentList::DocumentList(DesktopHost& host, std::function<void(std::int64_t)> 
   Model().SetEditable(false);
   View().SetAppending(false);
   View().setSelectionBehavior(QAbstractItemView::SelectRows);
+  View().horizontalHeader()->setStretchLastSection(true);
   kind_.addItem(QStringLiteral("Sve vrste"));
   for (const DocumentKind& kind : DocumentKinds()) {
     kind_.addItem(ToQt(kind.title), ToQt(kind.name));

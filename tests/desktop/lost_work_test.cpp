@@ -173,6 +173,16 @@ TEST_F(LostWorkTest, CompanyDataAndRatesAreStoredBeforeTheyAreReadAnew) {
   Type(rows, "Sisak", false);
   Press(Page(), Qt::Key_F5);
   EXPECT_EQ(Cell(rows, at, "vrijednost"), "Sisak");
+  // What is true or false is so in the words of people, and stored as it was.
+  int truth = 0;
+  while (Cell(rows, truth, "naziv") != "override_constraints") ++truth;
+  EXPECT_EQ(Cell(rows, truth, "vrijednost"), "ne");
+  Settle();
+  Go(rows, truth, "vrijednost");
+  Type(rows, "da", false);
+  Press(Page(), Qt::Key_F5);
+  EXPECT_EQ(Cell(rows, truth, "vrijednost"), "da");
+  EXPECT_TRUE(host_->Server().CompanyParameters()->FieldByName("override_constraints").AsBoolean());
   EXPECT_EQ(rows->Model().Set().State(), DataSetState::kBrowse);
 
   // A rate is of the day for which it was typed, also when another day is chosen before it is left.

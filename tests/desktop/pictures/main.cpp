@@ -13,6 +13,7 @@
 #include "desktop/settings_dialog.h"
 #include "tests/desktop/dark_theme.h"
 #include "tests/desktop/desktop_fixture.h"
+#include "tests/desktop/servers.h"
 
 namespace {
 
@@ -50,6 +51,7 @@ TEST_F(Pictures, ListAndReport) {
     Press(Enter("racun-usluga", "Usluge", lines), Qt::Key_F9);
   }
   window_->ShowDocuments();
+  Press(window_->Tabs().currentWidget(), Qt::Key_T, Qt::ControlModifier);  // yes, and today
   Save(window_.get(), "documents");
   window_->ShowReports();
   Save(window_.get(), "reports");
@@ -135,6 +137,24 @@ TEST_F(Pictures, Places) {
     static_cast<QDialog*>(dialog)->reject();
   });
   Press(window_.get(), Qt::Key_F1);
+}
+
+TEST_F(Pictures, Users) {
+  Accounts::Create(folder_ / "imenik.db");
+  Accounts accounts(folder_ / "imenik.db", {.password_passes = 1, .password_memory = 8192});
+  accounts.AddCompany("firma", company_);
+  const std::pair<const char*, std::vector<const Role*>> users[] = {
+      {"ana.horvat", {FindRole("administracija")}},
+      {"ivan", {FindRole("unos"), FindRole("uvoz")}},
+      {"marija", {FindRole("citanje"), FindRole("maticni")}}};
+  for (const auto& [name, roles] : users) {
+    accounts.AddUser(name, "tajna lozinka");
+    accounts.Grant(name, "firma", roles);
+  }
+  accounts.LogIn("ivan", "tajna lozinka", "192.0.2.1");
+  host_->Open(company_, std::make_unique<UsersServer>(company_, accounts));
+  window_->ShowUsers();
+  Save(window_.get(), "users");
 }
 
 TEST_F(Pictures, LookUp) {

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "appserver/company_server.h"
+#include "moxd/directory_services.h"
+
+namespace mox {
+
+/// A company whose server goes away: before a write arrives, or before its answer does.
+class LostServer : public CompanyAccess {
+ public:
+  enum class Lost { kNo, kBefore, kAfter, kReads };
+  explicit LostServer(const std::string& path) : server_(Database(path)) {}
+  void Lose(Lost lost) { lost_ = lost; }
+  void SetParameter(std::string_view assignment) override { server_.SetParameter(assignment); }
+  void SetRehearsing(bool rehearsing) override { server_.SetRehearsing(rehearsing); }
+  const WriteOutcome& LastWrite() const override { return server_.LastWrite(); }
+  void AddSecrets(Secrets& secrets) override { server_.AddSecrets(secrets); }
+  void RequireNamed() override { server_.RequireNamed(); }
+  RecordSet* CompanyParameters() override { return server_.CompanyParameters(); }
+  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
+                                                    std::string_view service) override {
+    if (lost_ == Lost::kReads) throw DatabaseUnavailable(told);
+    return server_.ReportDataService(request, service);
+  }
+  int WriteDataService(const TAstaParamList& request) override {
+    if (lost_ == Lost::kBefore) throw DatabaseUnavailable(told + "; nothing was stored");
+    const int stored = server_.WriteDataService(request);
+    if (lost_ == Lost::kNo) return stored;
+    throw DatabaseUnavailable(told +
+                              "; the connection was lost before the answer came, and it is not known whether "
+                              "the request was stored: look before you store it again");
+  }
+
+ private:
+  const std::string told = "https://posluzitelj: cannot be reached: Connection refused";
+  CompanyServer server_;
+  Lost lost_ = Lost::kNo;
+};
+
+/// A company on a server that answers for its users, too.
+class UsersServer : public LostServer {
+ public:
+  UsersServer(const std::string& path, Accounts& accounts) : LostServer(path), accounts_(accounts) {}
+  const WriteOutcome& LastWrite() const override { return last_write_; }
+  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
+                                                    std::string_view service) override {
+    if (service != DirectoryServices()[0].name) return LostServer::ReportDataService(request, service);
+    return std::make_unique<TAstaParamList>(AnswerOfDirectory(accounts_, "firma"));
+  }
+  int WriteDataService(const TAstaParamList& request) override {
+    last_write_ = WriteToDirectory(accounts_, {"ana", "firma"}, request);
+    return last_write_.committed ? 1 : 0;
+  }
+
+ private:
+  Accounts& accounts_;
+  WriteOutcome last_write_;
+};
+
+}  // namespace mox
