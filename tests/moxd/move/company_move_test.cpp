@@ -10,6 +10,7 @@
 #include "moxd/move_company.h"
 #include "tests/fakes/own_process.h"
 #include "tests/moxd/scratch_accounts.h"
+#include "tests/source_dir.h"
 
 namespace mox {
 namespace {
@@ -20,10 +21,12 @@ constexpr std::chrono::milliseconds kAnyTime =
 // A company on one of two servers, in a directory.
 class CompanyMoveTest : public ScratchAccounts {
  protected:
-  CompanyMoveTest() {
+  CompanyMoveTest()
+      : CompanyMoveTest({std::getenv("MOX_TEST_POSTGRESQL"), std::getenv("MOX_TEST_POSTGRESQL_2")}) {}
+  explicit CompanyMoveTest(const std::vector<std::string>& servers) {
     const std::string name = "seoba" + std::to_string(::getpid());
-    for (const char* const variable : {"MOX_TEST_POSTGRESQL", "MOX_TEST_POSTGRESQL_2"}) {
-      std::ifstream file(std::getenv(variable));
+    for (const std::string& server : servers) {
+      std::ifstream file(server);
       std::string folder;
       std::getline(file, folder);
       places_.push_back("postgresql://postgres@/postgres?host=" + folder + "&company=" + name);
@@ -155,6 +158,59 @@ TEST_F(CompanyMoveTest, IsOnOneSideWhereverItWasKilled) {
   MoveSide old(places_[1], "");
   old.Run("DROP SCHEMA " + QuotedName("moved_1_" + old.schema()) + " CASCADE");
   EXPECT_EQ(Remains(), "");
+}
+
+// Between two servers of its own, which nobody else misses.
+class CompanyMoveCrash : public CompanyMoveTest {
+ protected:
+  static const std::vector<std::string>& Servers() {
+    static const std::vector<std::string> servers = {"/tmp/mox_seoba_1." + std::to_string(::getpid()),
+                                                     "/tmp/mox_seoba_2." + std::to_string(::getpid())};
+    return servers;
+  }
+  static int Control(const std::string& action, const std::string& server) {
+    return std::system(
+        ("bash '" + SourceDir() + "/tests/fakes/postgresql_server.sh' " + action + " '" + server + "'")
+            .c_str());
+  }
+  static void SetUpTestSuite() {
+    for (const std::string& server : Servers()) ASSERT_EQ(Control("start", server), 0);
+  }
+  static void TearDownTestSuite() {
+    for (const std::string& server : Servers()) Control("stop", server);
+  }
+  CompanyMoveCrash() : CompanyMoveTest(Servers()) {}
+};
+
+// One move, in which a server crashes and comes back behind each step and the program ends with it, and which
+// is begun again each time: on the way there it is the old side's, on the way back the new side's.
+TEST_F(CompanyMoveCrash, IsOnOneSideWhicheverServerCrashed) {
+  NextKey(0);
+  const TableDigests before = Digests(0);
+  constexpr MoveStep kSteps[] = {MoveStep::kNoted,      MoveStep::kTablesMade,   MoveStep::kPublished,
+                                 MoveStep::kSubscribed, MoveStep::kCopied,       MoveStep::kHeld,
+                                 MoveStep::kCarried,    MoveStep::kLeft,         MoveStep::kOpened,
+                                 MoveStep::kNamed,      MoveStep::kUnsubscribed, MoveStep::kDropped};
+  for (const int to : {1, 0}) {
+    const std::string old_side = to == 1 ? "0-" : "-1";
+    const std::string new_side = to == 1 ? "-1" : "0-";
+    for (const MoveStep step : kSteps) {
+      SCOPED_TRACE("to " + std::to_string(to) + ", step " + std::to_string(static_cast<int>(step)));
+      bool has_crashed = false;
+      const auto crash = [&](const MoveNews& news) {
+        if (news.step != step) return;
+        has_crashed = Control("crash", Servers()[0]) == 0;
+        throw DatabaseUnavailable("ends here");
+      };
+      EXPECT_THROW(Move(to, crash), DatabaseUnavailable);
+      EXPECT_TRUE(has_crashed);
+      EXPECT_EQ(OpenPlaces(), step < MoveStep::kLeft ? old_side : step == MoveStep::kLeft ? "--" : new_side);
+    }
+    Move(to, nullptr);
+    EXPECT_EQ(OpenPlaces(), new_side);
+    EXPECT_EQ(Digests(to), before);
+    EXPECT_EQ(Remains(), "");
+  }
 }
 
 TEST_F(CompanyMoveTest, IsTakenBackAndRefusedWhereTheSidesDiffer) {
