@@ -22,6 +22,7 @@ constexpr milliseconds kLongestCatchUp{700};  // writers wait for it
 constexpr milliseconds kLongestLag{600'000};
 constexpr int kMostHolds = 600;  // attempts to have the company alone, a second each
 constexpr int kMostErrors = 5;   // of the engine while it copies
+constexpr int kMostLost = 5;     // seconds in which a copy has lost its slot
 constexpr int kOldestServer = 150000;
 
 std::string Seconds(steady_clock::duration time) {
@@ -96,6 +97,8 @@ struct CompanyMove::State {
   void MakeTables();
   void Publish();
   void Subscribe();
+  bool HasLostCopy();
+  void CopyAnew();
   void WaitForCopy();
   bool CatchUp(MoveSide& beside, milliseconds longest);
   void HoldAtEnd(MoveSide& beside);
@@ -104,6 +107,7 @@ struct CompanyMove::State {
   void RequireSame(const std::string& difference);
   std::unique_ptr<Snapshots> SwitchOver();
   void Verify(Snapshots& both);
+  void DropSlots(const std::string& which);
   void Unsubscribe();
 };
 
@@ -206,15 +210,25 @@ bool CompanyMove::HasLeft() {
 
 // --- copying ---
 
+namespace {
+
+std::string TruncateOf(const std::vector<std::string>& tables) {
+  std::string sql;
+  for (const std::string& table : tables) sql += (sql.empty() ? "TRUNCATE " : ", ") + QuotedName(table);
+  return sql;
+}
+
+}  // namespace
+
 // By the user of the address, who owns them then; they appear with the mark that keeps everybody out.
 void CompanyMove::State::MakeTables() {
   if (to.HasSchema()) return;
   Database::Create(plan.to, WithDemo::kNo, [&](Database& created) {
     created.Execute("COMMENT ON SCHEMA " + QuotedName(to.schema()) + " IS " +
                     QuotedText(mark + kMarkArrives));
-    std::string tables = "mox_verzija";
-    for (const std::string& table : created.TableNames()) tables += ", " + QuotedName(table);
-    created.Execute("TRUNCATE " + tables);
+    std::vector<std::string> tables = created.TableNames();
+    tables.emplace_back("mox_verzija");
+    created.Execute(TruncateOf(tables));
   });
   Say(MoveStep::kTablesMade,
       Counted(static_cast<std::int64_t>(to.Tables().size()), "tables were made there"));
@@ -238,6 +252,28 @@ void CompanyMove::State::Subscribe() {
   Say(MoveStep::kSubscribed, "copying begins");
 }
 
+// A table that is copied has a slot of its own, which goes when the copy has come to its end. The engine
+// takes the slot away first and notes the end then; where the connection breaks between them it asks for the
+// slot for ever.
+bool CompanyMove::State::HasLostCopy() {
+  const std::string slots = to.Ask(
+      "SELECT string_agg(quote_literal('pg_' || r.srsubid || '_sync_' || r.srrelid || '_' || "
+      "c.system_identifier), ', ') FROM pg_subscription_rel r JOIN pg_subscription s ON s.oid = r.srsubid, "
+      "pg_control_system() c WHERE r.srsubstate = 'f' AND s.subname = " +
+      QuotedText(name));
+  if (slots.empty()) return false;
+  return from.AskNumber("SELECT count(*) FROM unnest(ARRAY[" + slots +
+                        "]) AS slot WHERE slot NOT IN (SELECT slot_name FROM pg_replication_slots)") > 0;
+}
+
+void CompanyMove::State::CopyAnew() {
+  Say(MoveStep::kCopying, "a copy cannot come to its end; copying begins anew");
+  Unsubscribe();
+  to.Run(TruncateOf(to.Tables()));
+  Publish();
+  Subscribe();
+}
+
 void CompanyMove::State::WaitForCopy() {
   const std::string of_this =
       " FROM pg_subscription_rel r JOIN pg_subscription s ON s.oid = r.srsubid "
@@ -250,6 +286,7 @@ void CompanyMove::State::WaitForCopy() {
   const std::int64_t errors_before = to.AskNumber(errors);
   const std::int64_t all = to.AskNumber("SELECT count(*)" + of_this);
   auto told = steady_clock::now();
+  int lost = 0;
   for (;;) {
     const std::int64_t rest = to.AskNumber("SELECT count(*)" + of_this + " AND r.srsubstate <> 'r'");
     if (rest == 0) break;
@@ -258,7 +295,12 @@ void CompanyMove::State::WaitForCopy() {
           plan.from.ToString() +
           ": what changed is not kept any more, as after a failover; take the move back, and begin anew");
     }
-    if (to.AskNumber(errors) - errors_before >= kMostErrors) {
+    const bool fails = to.AskNumber(errors) - errors_before >= kMostErrors;
+    if (lost == kMostLost || (fails && HasLostCopy())) {
+      CopyAnew();
+      return WaitForCopy();
+    }
+    if (fails) {
       throw DatabaseError(
           plan.to.ToString() +
           ": the server cannot copy; its log says why (disk, pg_hba.conf, or it does not reach " +
@@ -266,6 +308,7 @@ void CompanyMove::State::WaitForCopy() {
     }
     if (steady_clock::now() - told > std::chrono::seconds(1)) {
       told = steady_clock::now();
+      lost = HasLostCopy() ? lost + 1 : 0;
       Say(MoveStep::kCopying,
           std::to_string(all - rest) + " of " + Counted(all, "tables, ") +
               to.Ask("SELECT pg_size_pretty(COALESCE(sum(pg_total_relation_size(c.oid)), 0)) FROM "
@@ -428,26 +471,32 @@ void CompanyMove::Switch(const std::function<void()>& name) {
 
 // --- after ---
 
-// Where the source cannot be reached from there, its slot goes from here.
+// Their readers may not be gone yet.
+void CompanyMove::State::DropSlots(const std::string& which) {
+  from.Run(
+      "SELECT pg_terminate_backend(active_pid, 5000) FROM pg_replication_slots WHERE active_pid IS NOT NULL "
+      "AND " +
+      which);
+  from.Run("SELECT pg_drop_replication_slot(slot_name) FROM pg_replication_slots WHERE " + which);
+}
+
+// Where the source cannot be reached from there, its slots go from here.
 void CompanyMove::State::Unsubscribe() {
   if (HasSubscription()) {
     try {
       to.Run("DROP SUBSCRIPTION " + name);
     } catch (const DatabaseError&) {
+      const std::string copies = to.Ask(
+          "SELECT quote_literal('^pg_' || s.oid || '_sync_[0-9]+_' || c.system_identifier || '$') "
+          "FROM pg_subscription s, pg_control_system() c WHERE s.subname = " +
+          QuotedText(name));
       to.Run("ALTER SUBSCRIPTION " + name + " DISABLE");
       to.Run("ALTER SUBSCRIPTION " + name + " SET (slot_name = NONE)");
       to.Run("DROP SUBSCRIPTION " + name);
+      DropSlots("slot_name ~ " + copies);
     }
   }
-  if (HasSlot()) {
-    // Its reader may not be gone yet.
-    from.Run(
-        "SELECT pg_terminate_backend(active_pid, 5000) FROM pg_replication_slots WHERE active_pid IS NOT "
-        "NULL "
-        "AND slot_name = " +
-        QuotedText(name));
-    from.Run("SELECT pg_drop_replication_slot(" + QuotedText(name) + ")");
-  }
+  DropSlots("slot_name = " + QuotedText(name));
   from.Run("DROP PUBLICATION IF EXISTS " + name);
 }
 

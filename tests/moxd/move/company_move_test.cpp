@@ -92,6 +92,13 @@ class CompanyMoveTest : public ScratchAccounts {
     transaction.Commit();
     return key;
   }
+  // As a crash leaves it between a copy's last two steps: its slot is gone, and its end was not noted.
+  void LoseCopies() const {
+    MoveSide(places_[1], "")
+        .Run(
+            "UPDATE pg_subscription_rel SET srsubstate = 'f' WHERE srrelid = CAST('dok_veze_kasnije' AS "
+            "regclass)");
+  }
   // What of a move is left: schemas under other names, publications, slots, subscriptions.
   std::string Remains() const {
     std::string remains;
@@ -128,6 +135,7 @@ TEST_F(CompanyMoveTest, IsOnOneSideWhereverItWasKilled) {
     SCOPED_TRACE(static_cast<int>(step));
     EXPECT_TRUE(IsKilledAt(step, 1));
     EXPECT_EQ(OpenPlaces(), open);
+    if (step == MoveStep::kCopied) LoseCopies();
   }
   EXPECT_THROW(TakeBack(), DatabaseError);
   EXPECT_THROW(Open().SetAddress("seoba", places_[0]), Error);
