@@ -140,7 +140,11 @@ bool CodebookPage::LookUpCell(std::string_view field) {
                          ? columns->FindRow("sifarnik;stupac", {{Value(name_), Value(std::string(field))}})
                          : std::nullopt;
     if (!row) return;
-    const auto chosen = LookUpInCodebook(columns->RowAt(*row).AsText(*columns->FindFieldIndex("iz")), {});
+    // What is being typed is looked for.
+    const bool typing = View().IsTyping();
+    View().TakeCell();
+    const QString typed = typing ? View().currentIndex().data(Qt::EditRole).toString() : QString();
+    const auto chosen = LookUpInCodebook(columns->RowAt(*row).AsText(*columns->FindFieldIndex("iz")), typed);
     if (!chosen) return;
     RecordSet& rows = Rows();
     if (rows.State() == DataSetState::kBrowse && rows.RowCount() == 0) rows.Append();

@@ -324,6 +324,16 @@ TEST_F(DesktopTest, LooksUpCellsOfACodebook) {
   Go(rows, row, "ptt");
   QTest::keyClick(rows, Qt::Key_F4);
   EXPECT_EQ(Cell(rows, row, "ptt") + u' ' + Cell(rows, row, "mjesto"), place);
+  person_.WillDo([&](QWidget* dialog) {
+    EXPECT_EQ(Line(dialog, "Traži")->text(), "Hrv");
+    QTest::keyClick(Line(dialog, "Traži"), Qt::Key_Return);
+  });
+  Settle();
+  Go(rows, row, "drzava");
+  Type(rows, "Hrv", false);
+  QTest::keyClick(rows->viewport()->findChild<QLineEdit*>(), Qt::Key_F4);
+  EXPECT_EQ(person_.read.back(), "Države");
+  EXPECT_EQ(Cell(rows, row, "drzava"), "HR");
   EXPECT_TRUE(rows->Model().submit()) << FromQt(rows->Model().Refusal());
 }
 
