@@ -380,7 +380,8 @@ class BadGateway(Client):
                     server.sendall(read)
                     status, headers, body = read_answer(server)
                     if b"/write" in read.split(b"\r\n", 1)[0] and instead:
-                        status, headers, body = instead.pop(0), {}, b""
+                        status, headers = instead.pop(0), {}
+                        body = b"{}" if status == 403 else b""
                     lines = [f"HTTP/1.1 {status} x", f"Content-Length: {len(body)}",
                              *(f"{name}: {value}" for name, value in headers.items() if name == "content-encoding")]
                     client.sendall("\r\n".join(lines).encode() + b"\r\n\r\n" + body)
