@@ -51,6 +51,8 @@ class TableMaker {
     if (!schema.to_be_paid) return;
     to_be_paid_ = IndexOf(known, schema.to_be_paid->text);
     consumer_price_ = IndexOf(known, field::mpc.text);
+    const std::vector<std::string_view> entered = SplitNames(schema.inputs);
+    is_price_entered_ = std::find(entered.begin(), entered.end(), field::mpc.text) != entered.end();
     quantity_ = IndexOf(known, field::kolicina.text);
     if (HasFees(schema)) fee_ = IndexOf(known, field::pov_naki.text);
   }
@@ -134,35 +136,60 @@ class TableMaker {
     }
   }
 
-  // The price of the shop where it has one that comes to the amount; a cent may be lost where price and
-  // discount were rounded one by one. Else the shortest price that does.
-  std::string ConsumerPrice(const RecordRow& line, Currency amount) const {
+  // How much is sold, less what the discounts take.
+  long double SoldOf(const RecordRow& line) const {
     long double sold = quantity_ ? line.AsFloat(*quantity_) : 0;
     for (const auto& field : percents_) {
       if (field) sold *= 1 - static_cast<long double>(line.AsFloat(*field)) / 100;
     }
+    return sold;
+  }
+
+  // By how much what is sold at that price misses the amount, to its cents or to its last decimal.
+  static Currency Missing(long double sold, long double price, Currency amount) {
     constexpr std::int64_t kCent = Currency::kScale / 100;
     const std::int64_t unit = amount.scaled() % kCent == 0 ? kCent : 1;
-    const auto difference = [&](long double price) {
-      return std::llround(sold * price * static_cast<long double>(Currency::kScale / unit)) -
-             amount.scaled() / unit;
-    };
-    if (consumer_price_ && !line.IsNull(*consumer_price_)) {
-      const Currency price = line.AsCurrency(*consumer_price_);
-      if (sold == 0 || std::abs(difference(price.ToDouble())) * unit <= kCent)
-        return AmountMask().Show(price, locale_);
-    }
-    if (sold == 0) return {};
-    const long double exact = static_cast<long double>(amount.scaled()) / Currency::kScale / sold;
+    const auto units = std::llround(sold * price * static_cast<long double>(Currency::kScale / unit));
+    return Currency::FromScaled(units * unit) - amount;
+  }
+
+  // The shortest price that comes to the amount.
+  static double ShortestPrice(long double sold, Currency amount) {
     constexpr int kFewest = 2;
     constexpr int kMost = 8;
+    const long double exact = static_cast<long double>(amount.scaled()) / Currency::kScale / sold;
     long double price = 0;
     for (int decimals = kFewest; decimals <= kMost; ++decimals) {
       const long double parts = std::pow(10.0L, decimals);
       price = std::round(exact * parts) / parts;
-      if (difference(price) == 0) break;
+      if (Missing(sold, price, amount).IsZero()) break;
     }
-    return UnitPriceMask().Show(static_cast<double>(price), locale_);
+    return static_cast<double>(price);
+  }
+
+  // The line's price with tax where it comes to what is paid; a cent may be lost where price and discount
+  // were rounded one by one. Else a price that does. The fee is in a price that was entered so, and in any
+  // that comes to what is paid with it; else it stands beside.
+  void AddConsumerPrice(const RecordRow& line, PageTable::Row& row) const {
+    const long double sold = SoldOf(line);
+    const Currency paid = line.AsCurrency(*to_be_paid_);
+    const Currency fee = fee_ ? line.AsCurrency(*fee_) : Currency();
+    const bool has_price = consumer_price_ && !line.IsNull(*consumer_price_);
+    const Currency price = has_price ? line.AsCurrency(*consumer_price_) : Currency();
+    const auto missing = [&](Currency amount) {
+      return std::abs(Missing(sold, price.ToDouble(), amount).scaled());
+    };
+    constexpr std::int64_t kCent = Currency::kScale / 100;
+    const bool has_fee_in_it =
+        has_price && missing(paid) < missing(paid - fee) && (is_price_entered_ || missing(paid) <= kCent);
+    const Currency amount = has_fee_in_it ? paid : paid - fee;
+    row.consumer_amount = AmountMask().Show(amount, locale_);
+    if (amount != paid) row.fee = AmountMask().Show(fee, locale_);
+    if (has_price && (sold == 0 || missing(amount) <= kCent)) {
+      row.consumer_price = AmountMask().Show(price, locale_);
+    } else if (sold != 0) {
+      row.consumer_price = UnitPriceMask().Show(ShortestPrice(sold, amount), locale_);
+    }
   }
 
   void AddRow(const RecordRow& line, PageTable& table) {
@@ -184,13 +211,7 @@ class TableMaker {
         if (field) discounts_ += line.AsCurrency(*field);
       }
     }
-    if (to_be_paid_) {
-      const Currency fee = fee_ ? line.AsCurrency(*fee_) : Currency();
-      const Currency amount = line.AsCurrency(*to_be_paid_) - fee;
-      row.consumer_price = ConsumerPrice(line, amount);
-      row.consumer_amount = AmountMask().Show(amount, locale_);
-      if (!fee.IsZero()) row.fee = AmountMask().Show(fee, locale_);
-    }
+    if (to_be_paid_) AddConsumerPrice(line, row);
     table.rows.push_back(std::move(row));
   }
 
@@ -203,6 +224,7 @@ class TableMaker {
   // Where lines are paid.
   std::optional<std::size_t> to_be_paid_;
   std::optional<std::size_t> consumer_price_;
+  bool is_price_entered_ = false;
   std::optional<std::size_t> quantity_;
   std::optional<std::size_t> fee_;
   std::size_t row_ = 0;

@@ -293,6 +293,46 @@ TEST_F(LayoutTest, SlipsSayWhatIsPaid) {
   }
 }
 
+// A price that has the fee in it comes to all that is paid; else the fee stands beside.
+TEST_F(LayoutTest, SlipsSayWhereTheFeeIs) {
+  const struct {
+    const char* kind;
+    const char* price;
+    double amount;
+    const char* discount;
+    double percent;
+    const char* line;
+    bool is_beside;
+  } rows[] = {{"mal-gotovinski-racun", "mpc", 1.01, "popust", 0, "24 x 1,01 (25%)", false},
+              {"mal-gotovinski-racun", "mpc", 1.01, "popust", 10, "24 x 1,011 -10% (25%)", false},
+              {"gotovinski-racun", "pc", 0.8, "rbp1", 0, "24 x 1,07 (25%)", false},
+              {"gotovinski-racun", "pc", 0.8, "rbp1", 10, "24 x 1,00 -10% (25%)", true},
+              {"otpremnica-racun", "pc", 0.8, "rbp1", 0, "24 x 1,00 (25%)", true}};
+  for (const auto& row : rows) {
+    Document document(DocumentKindByName(row.kind));
+    document.SetHeader("datum", *MakeDate(2026, 3, 2));
+    RecordSet& goods = *document.Goods();
+    goods.Append();
+    for (const auto& [field, value] : {std::pair(row.price, row.amount),
+                                       {row.discount, row.percent},
+                                       {"kolicina", 24.0},
+                                       {"tbr_stp", 25.0},
+                                       {"pov_nak", 0.07}}) {
+      goods.FieldByName(field).SetFloat(value);
+    }
+    goods.Post();
+    ASSERT_TRUE(document.Store()) << server_.WriteRefusal();
+    const DocumentPage page = MakePage(server_.LastWrite().stored.value().AsInteger(0), paper_);
+    std::vector<std::string> texts;
+    const LaidDocument laid = LayOutSlip(page, paper_, painter_, SlipPaper::k80mm);
+    for (const LaidText& text : laid.sheets.front().texts) {
+      texts.push_back(text.text);
+    }
+    EXPECT_THAT(texts, testing::Contains(row.line)) << row.kind;
+    EXPECT_EQ(std::count(texts.begin(), texts.end(), "Povratna naknada"), row.is_beside ? 1 : 0) << row.kind;
+  }
+}
+
 TEST_F(LayoutTest, TellsWhatCannotBeDrawn) {
   EXPECT_THROW(TextPainter("Nema takvog fonta"), Error);
   EXPECT_THROW(painter_.Measure("\xF3\xB0\x80\x80", {9, false}), Error);  // of no font
