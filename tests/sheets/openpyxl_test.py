@@ -43,6 +43,7 @@ run("import", "KONTNIPLAN", folder / "konta.xlsx", "--yes", "--faults", folder /
 book = openpyxl.load_workbook(folder / "greske.xlsx")
 expect(list(book.active.values), [("Konto *", "Opis *", "Redak", "Greška"), ("#N/A", "Banka", 3, calculated),
                                   (rounded, "Kupci", 4, entered + too_long)])
+expect([cell.fill.fgColor.rgb for cell in book.active[2]][:2], ["FFFFC7CE", "00000000"])  # the faulty cell alone
 run("import", "KONTNIPLAN", folder / "greske.xlsx", "--yes", "--faults", folder / "opet.xlsx", status=1)
 expect([row[2] for row in openpyxl.load_workbook(folder / "opet.xlsx").active.values], ["Redak", 1, 2])
 book.active["A2"], book.active["A3"] = "1010", "01230"
