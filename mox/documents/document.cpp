@@ -325,16 +325,27 @@ std::vector<RecordSet*> Document::StoreRequest() {
   return request;
 }
 
+// Limits and balances are in euros. Where no exchange rate is known storing asks for it.
+Currency Document::InEuros(Currency amount) const {
+  const RecordRow header = header_.RowAt(0);
+  const std::size_t day = header.IndexOf("datum");
+  if (header.IsNull(day)) return amount;
+  const Date date = header.AsDate(day);
+  if (const std::size_t currency = header.IndexOf("valuta_id"); !header.IsNull(currency)) {
+    const std::size_t entered = header.IndexOf("tecaj");
+    const double rate =
+        header.IsNull(entered) ? GetTecaj(date, header.AsInteger(currency)) : header.AsFloat(entered);
+    if (rate > 0) amount = InCurrencyOfDate(amount, date, rate);
+  }
+  return GetValutaOznakaByDate(date) == "HRK" ? EurosOfKunas(amount) : amount;
+}
+
 bool Document::ConfirmCredit() {
   const RecordRow header = header_.RowAt(0);
   const std::size_t partner = *header_.FindFieldIndex("par_id");
   std::optional<Currency> amount = ToBePaid();
   if (header.IsNull(partner) || !amount) return true;
-  // Limits and balances are in euros.
-  const std::size_t day = *header_.FindFieldIndex("datum");
-  const bool in_kunas = header.IsNull(*header_.FindFieldIndex("valuta_id")) && !header.IsNull(day) &&
-                        GetValutaOznakaByDate(header.AsDate(day)) == "HRK";
-  if (in_kunas) amount = EurosOfKunas(*amount);
+  amount = InEuros(*amount);
   const std::optional<CreditFigures> figures = CreditFigures::Read(header.AsInteger(partner));
   if (!figures) return true;
   if (!mox::ConfirmCredit(*figures, *amount)) return false;

@@ -107,6 +107,7 @@ class Document {
   void FillRecapitulation();
   void FillTotals();
   DocumentSets Sets() const;
+  Currency InEuros(Currency amount) const;
 
   const DocumentKind* kind_;
   DocumentDigits digits_;

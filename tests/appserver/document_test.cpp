@@ -140,6 +140,11 @@ TEST_P(DocumentTest, ALeaveHoldsForTheBalanceThatItWasGivenFor) {
   AnsweringDialogs yes(kDialogYes);
   const ScopedApp app({.ini = &settings, .comunication = &server, .dialogs = &yes});
   ASSERT_TRUE(StoreInvoice(server));
+  Document foreign = Invoice();
+  foreign.SetHeader("valuta_id", std::int64_t{1});
+  foreign.SetHeader("tecaj", 10.0);
+  EXPECT_TRUE(foreign.ConfirmCredit());
+  EXPECT_EQ(yes.asked, 0) << "12.50 of it are 1.25 euros";
   Document second = Invoice();
   EXPECT_FALSE(second.Store());
   EXPECT_TRUE(second.ConfirmCredit());
