@@ -298,7 +298,8 @@ void RecordSet::Mark(std::size_t number, std::size_t index, const Value& value) 
   table_.Write(table_.Cells(record), index, value);
   calculation_.Unsettle(record);
   Tell(RecordSetChange::kReset);
-  table_.CompactTextsIfWorthIt();
+  // What is open refers to texts outside the order: those of its undo, or of a record without a place.
+  if (!IsOpenForChange()) table_.CompactTextsIfWorthIt();
 }
 
 // --- copying ---
@@ -403,7 +404,12 @@ void RecordSet::ResumeCalculation() {
 
 void RecordSet::Refresh() {
   RequireBrowsable("refresh");
-  if (now_.calculates && RowCount() > 0) FireCalcFields(cursor_.CurrentRecord());
+  try {
+    if (now_.calculates && RowCount() > 0) FireCalcFields(cursor_.CurrentRecord());
+  } catch (...) {
+    Tell(RecordSetChange::kReset);  // of what the event wrote before it raised
+    throw;
+  }
   Tell(RecordSetChange::kReset);
 }
 
