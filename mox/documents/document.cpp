@@ -108,8 +108,8 @@ void AddAmounts(const RecordSet& records, Counts counts, std::vector<Sum>& sums)
 class Document::CalculationPauses {
  public:
   explicit CalculationPauses(Document& document) {
-    if (document.goods_ && document.goods_->calculates) goods_.emplace(document.goods_->records);
-    if (document.services_ && document.services_->calculates) services_.emplace(document.services_->records);
+    if (document.goods_ && document.goods_->HasEvent()) goods_.emplace(document.goods_->records);
+    if (document.services_ && document.services_->HasEvent()) services_.emplace(document.services_->records);
   }
 
  private:
@@ -142,7 +142,7 @@ Document::Document(const DocumentKind& kind, std::optional<RecordSet> goods,
 }
 
 Document::Lines Document::MakeLines(const LineSchema& schema, const char* name) const {
-  Lines lines{&schema, RecordSet(name), true};
+  Lines lines{&schema, RecordSet(name), std::make_shared<bool>(false)};
   lines.records.DefineField("art_id", FieldKind::kInteger);
   for (const char* const text : {"sifra", "naziv", "jm"}) lines.records.DefineField(text, FieldKind::kText);
   for (FieldDef& field : LineFields(schema)) lines.records.DefineField(std::move(field));
@@ -152,7 +152,7 @@ Document::Lines Document::MakeLines(const LineSchema& schema, const char* name) 
     lines.records.DefineField(std::string(field::zti.text), FieldKind::kCurrency);
   }
   lines.records.Open();
-  CalculateByEvent(schema, lines.records, digits_);
+  CalculateByEvent(schema, lines.records, digits_, lines.is_calculated);
   return lines;
 }
 
@@ -189,7 +189,7 @@ std::size_t Document::LineCount() const {
 
 // Of lines that were handed over, what came with them of an earlier pass counts.
 void Document::CalculateCurrent(const Lines& lines, RecordSet& records) const {
-  const auto calculate = lines.calculates ? CalculateEnteredLine : CalculateLine;
+  const auto calculate = lines.HasEvent() ? CalculateEnteredLine : CalculateLine;
   calculate(*lines.schema, records, digits_);
 }
 
@@ -199,9 +199,36 @@ void Document::CalculateEach(Lines& lines) const {
   SavedPosition position(records);
   for (records.First(); !records.Eof(); records.Next()) {
     records.Edit();
-    WriteAndPost(records, [&] { CalculateCurrent(lines, records); });
+    if (lines.HasEvent()) {
+      PostCalculated(lines);
+    } else {
+      WriteAndPost(records, [&] { CalculateCurrent(lines, records); });
+    }
   }
   position.Restore();
+}
+
+// Of a pause only the post is free, so that its event settles the line which was calculated just before.
+void Document::PostCalculated(Lines& lines) const {
+  RecordSet& records = lines.records;
+  struct Post {
+    explicit Post(Lines& of) : lines(of) {
+      *lines.is_calculated = true;
+      lines.records.ResumeCalculation();
+    }
+    ~Post() {
+      *lines.is_calculated = false;
+      lines.records.PauseCalculation();
+    }
+    Post(const Post&) = delete;
+    Post& operator=(const Post&) = delete;
+    Lines& lines;
+  };
+  std::optional<Post> post;
+  WriteAndPost(records, [&] {
+    CalculateCurrent(lines, records);
+    post.emplace(lines);
+  });
 }
 
 const Document::Lines& Document::LinesOf(const RecordSet& records) const {
@@ -235,9 +262,27 @@ void Document::Recapitulate() {
   for (RecordSet* const lines : {Goods(), Services()}) {
     if (lines != nullptr) lines->PostPending();
   }
+  SettleLines();
   const CalculationPauses pauses(*this);
   if (recap_) FillRecapitulation();
   FillTotals();
+}
+
+// A walk runs the event of lines that are not settled, and of no other. The row that was current stays so.
+void Document::SettleLines() {
+  for (std::optional<Lines>* const lines : {&goods_, &services_}) {
+    if (!*lines || !(*lines)->HasEvent() || (*lines)->records.IsEmpty()) continue;
+    RecordSet& records = (*lines)->records;
+    const ControlsGuard guard(records);
+    SavedPosition position(records);
+    try {
+      for (records.First(); !records.Eof(); records.Next()) {
+      }
+    } catch (const Error& error) {
+      throw Error(records.Name() + ": row " + std::to_string(records.Position() + 1) + ": " + error.what());
+    }
+    position.Restore();
+  }
 }
 
 void Document::FillRecapitulation() {

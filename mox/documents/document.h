@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -56,8 +57,11 @@ class Document {
   /// cancels the line that it comes from and ends the walk: the lines before it are calculated, those after
   /// it are as they were.
   void Calculate();
-  /// Fills the recapitulation and the totals from the lines as they are; a line that is being edited is
-  /// posted first. Columns that the kind neither needs nor computes do not count, whatever they are called.
+  /// Fills the recapitulation and the totals from the lines; a line that is being edited is posted first, and
+  /// lines of its own that are to be calculated yet or anew are: those that came from elsewhere, were posted
+  /// without their event, or are of other settings. Raises Error that names the line which cannot be
+  /// calculated. Lines that were handed over count as they are. Columns that the kind neither needs nor
+  /// computes do not count, whatever they are called.
   void Recapitulate();
   /// The tax by rate; null where the kind has none. Empty before Recapitulate().
   RecordSet* Recapitulation() { return recap_ ? &*recap_ : nullptr; }
@@ -95,7 +99,10 @@ class Document {
   struct Lines {
     const LineSchema* schema;
     RecordSet records;
-    bool calculates = false;  // by the event that this document installed
+    // Of lines that an event of this document calculates: the line that is posted is calculated already.
+    std::shared_ptr<bool> is_calculated = nullptr;
+
+    bool HasEvent() const { return is_calculated != nullptr; }
   };
   class CalculationPauses;
 
@@ -103,6 +110,8 @@ class Document {
   Lines MakeLines(const LineSchema& schema, const char* name) const;
   void CalculateCurrent(const Lines& lines, RecordSet& records) const;
   void CalculateEach(Lines& lines) const;
+  void PostCalculated(Lines& lines) const;
+  void SettleLines();
   const Lines& LinesOf(const RecordSet& records) const;
   void FillRecapitulation();
   void FillTotals();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <utility>
 
 #include "mox/calculations/document_lines.h"
 #include "mox/calculations/vat_recapitulation.h"
@@ -419,14 +420,19 @@ void CalculateEnteredLine(const LineSchema& schema, RecordSet& lines, const Docu
   CalculateLine(schema, lines, digits);
 }
 
-void CalculateByEvent(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits) {
+void CalculateByEvent(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits,
+                      std::shared_ptr<bool> is_calculated) {
   // Most lines are one call of their calculator.
-  if (schema.passes == 1 && !schema.of_earlier_pass) {
+  if (!is_calculated && schema.passes == 1 && !schema.of_earlier_pass) {
     lines.SetOnCalcFields(
         [calculate = schema.calculate, digits](RecordSet& line) { calculate(line, digits); }, schema.reads);
   } else {
-    lines.SetOnCalcFields([&schema, digits](RecordSet& line) { CalculateEnteredLine(schema, line, digits); },
-                          schema.reads);
+    lines.SetOnCalcFields(
+        [&schema, digits, is_calculated = std::move(is_calculated)](RecordSet& line) {
+          if (is_calculated && std::exchange(*is_calculated, false)) return;
+          CalculateEnteredLine(schema, line, digits);
+        },
+        schema.reads);
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -128,8 +129,11 @@ std::vector<std::string_view> SplitNames(std::string_view names);
 void CalculateLine(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits);
 /// The same of a line that was entered, of which no earlier pass counts: it comes to the same each time.
 void CalculateEnteredLine(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits);
-/// Makes the latter the calculate-fields event of the lines. The schema must outlive them.
-void CalculateByEvent(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits);
+/// Makes the latter the calculate-fields event of the lines. The schema must outlive them. Who calculates a
+/// line himself before he posts it says so by `is_calculated`: the next event leaves it so and takes the mark
+/// back.
+void CalculateByEvent(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits,
+                      std::shared_ptr<bool> is_calculated = nullptr);
 
 /// The fields of a schema: inputs, then calculated ones.
 std::vector<FieldDef> LineFields(const LineSchema& schema);

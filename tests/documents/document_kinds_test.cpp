@@ -263,13 +263,17 @@ TEST_F(DocumentKindsTest, CalculateALineNoMoreOftenThanItChanges) {
     App().Ini().WriteInteger("GENERAL", "PC_CALC_DIGIT", 2);
     EXPECT_EQ(walk(), kLines * reads_settings);
     EXPECT_EQ(walk(), 0);
+    App().Ini().WriteInteger("GENERAL", "PC_CALC_DIGIT", 3);
+    EXPECT_EQ(read([&] { document.Recapitulate(); }), kLines * reads_settings);
+    EXPECT_EQ(walk(), 0);
     EXPECT_EQ(read([&] { document.Calculate(); }), kLines * passes);
     EXPECT_EQ(read([&] { document.Recapitulate(); }), 0);
   }
 }
 
 // A document comes to the same amounts however its lines come into it: entered at once or by several edits,
-// shown beforehand, visited again, refreshed, calculated once more, or handed over as they were entered.
+// shown beforehand, visited again, refreshed, calculated once more, or handed over as they were entered, or
+// put into it uncalculated, which summing makes up for without a move.
 TEST_F(DocumentKindsTest, ComeToTheSameHoweverTheirLinesCome) {
   using Visit = void (*)(Document & document, const LineSchema& schema, RecordSet& lines);
   const std::pair<const char*, Visit> visits[] = {
@@ -305,6 +309,21 @@ TEST_F(DocumentKindsTest, ComeToTheSameHoweverTheirLinesCome) {
         if (sorts[i] != nullptr) visit(document, *schemas[i], *sorts[i]);
       }
       EXPECT_EQ(AmountsOf(document), expected) << name;
+    }
+    document.Recapitulate();
+    Document filled(kind);
+    RecordSet* const filled_sorts[] = {filled.Goods(), filled.Services()};
+    for (std::size_t i = 0; i < std::size(sorts); ++i) {
+      if (filled_sorts[i] == nullptr) continue;
+      const CalculationPause pause(*filled_sorts[i]);
+      filled_sorts[i]->DataTransfer(*inputs[i]);
+      filled_sorts[i]->Last();
+    }
+    filled.Recapitulate();
+    EXPECT_EQ(AmountsOf(filled), expected) << "summed";
+    EXPECT_EQ(filled.ToBePaid(), document.ToBePaid());
+    for (const RecordSet* const lines : filled_sorts) {
+      EXPECT_TRUE(lines == nullptr || lines->CurrentRow() == 1);
     }
     Document handed_over(kind, std::move(inputs[0]), std::move(inputs[1]));
     handed_over.Calculate();
@@ -472,6 +491,14 @@ TEST_F(DocumentKindsTest, CancelTheLineThatCannotBeCalculated) {
   EXPECT_THROW(goods.Post(), DivisionByZero);
   EXPECT_THROW(document.Calculate(), DivisionByZero);
   EXPECT_EQ(goods.State(), DataSetState::kBrowse);
+  // what was half calculated is neither summed nor stored, until the line is mended
+  EXPECT_ERROR(document.Recapitulate(), "! Stavke: row 2: division by zero");
+  EXPECT_ERROR(document.StoreRequest(), "! Stavke: row 2: division by zero");
+  EXPECT_EQ(goods.CurrentRow(), 1U);
+  goods.Edit();
+  goods.Set(field::kolicina, -2);
+  goods.Post();
+  EXPECT_NO_THROW(document.StoreRequest());
 }
 
 TEST_F(DocumentKindsTest, RefuseLinesAndTaxThatTheyDoNotHave) {
