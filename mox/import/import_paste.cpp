@@ -94,10 +94,16 @@ void TfrmImportGrid::ReadDataFromExcelClipboard() {
   }
   if (columns.empty()) return;
   const ControlsGuard controls(source_);
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    status_.SetPosition(static_cast<std::int64_t>(i));
-    PasteLine(source_, columns, lines[i], sheet_faults_);
+  try {
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+      status_.SetPosition(static_cast<std::int64_t>(i));
+      PasteLine(source_, columns, lines[i], sheet_faults_);
+    }
+  } catch (...) {
+    sheet_faults_.Sort();
+    throw;
   }
+  sheet_faults_.Sort();
 }
 
 }  // namespace mox

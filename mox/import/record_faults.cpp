@@ -1,6 +1,7 @@
 #include "mox/import/record_faults.h"
 
 #include <algorithm>
+#include <numeric>
 #include <tuple>
 #include <utility>
 
@@ -8,6 +9,8 @@ namespace mox {
 namespace {
 
 auto PlaceOf(const ImportFault& fault) { return std::tie(fault.row, fault.column, fault.pass); }
+
+bool IsBefore(const ImportFault& a, const ImportFault& b) { return PlaceOf(a) < PlaceOf(b); }
 
 // The numbers of records by their ids, one that is being inserted among them; 0 for those that are not there.
 std::vector<std::size_t> NumbersById(const RecordSet& records) {
@@ -42,10 +45,9 @@ void RecordFaults::Add(ImportFault fault, const Bookmark& record) {
 void RecordFaults::Assign(std::vector<ImportFault> faults, const RecordSet& records,
                           const std::function<void()>& reached) {
   Clear();
-  const auto is_before = [](const ImportFault& a, const ImportFault& b) { return PlaceOf(a) < PlaceOf(b); };
   // Those of a check are in order, and many.
-  if (!std::is_sorted(faults.begin(), faults.end(), is_before)) {
-    std::stable_sort(faults.begin(), faults.end(), is_before);
+  if (!std::is_sorted(faults.begin(), faults.end(), IsBefore)) {
+    std::stable_sort(faults.begin(), faults.end(), IsBefore);
   }
   faults_.reserve(faults.size());
   records_.reserve(faults.size());
@@ -59,6 +61,24 @@ void RecordFaults::Assign(std::vector<ImportFault> faults, const RecordSet& reco
     Clear();
     throw;
   }
+}
+
+void RecordFaults::Sort() {
+  std::vector<std::size_t> order(faults_.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::stable_sort(order.begin(), order.end(),
+                   [this](std::size_t a, std::size_t b) { return IsBefore(faults_[a], faults_[b]); });
+  RecordFaults sorted;
+  sorted.faults_.reserve(order.size());
+  sorted.records_.reserve(order.size());
+  for (const std::size_t i : order) {
+    if (!sorted.faults_.empty() && PlaceOf(sorted.faults_.back()) == PlaceOf(faults_[i])) {
+      sorted.faults_.pop_back();
+      sorted.records_.pop_back();
+    }
+    sorted.Add(std::move(faults_[i]), records_[i]);
+  }
+  *this = std::move(sorted);
 }
 
 void RecordFaults::Follow(const RecordSet& records) {
