@@ -25,7 +25,7 @@ namespace mox {
 
 /// Rows of an import that was left without storing them.
 struct KeptImport {
-  std::string rows;  ///< as a set is saved to a text
+  GridRows rows;
   std::optional<ImportOrigin> origin;
 };
 

@@ -206,7 +206,7 @@ QString ImportDialog::FaultOfCell(std::size_t row, std::size_t field) const {
   for (const ImportFault& fault : form_.FaultsOfRow(row)) {
     if (fault.column != field) continue;
     // A cell that was mended since is in order until it is checked again.
-    if (form_.AdsForImport().RowAt(row).AsText(field) != fault.value) continue;
+    if (!form_.HasValueOf(fault, form_.AdsForImport().RowAt(row))) continue;
     return FaultText(fault, form_.Fields()[fault.column]);
   }
   return {};
@@ -261,21 +261,14 @@ void ImportDialog::Run(const std::function<void()>& action) {
   if (status_.WasEnded()) summary_.setText(QStringLiteral("Prekinuto, ništa nije pohranjeno."));
 }
 
-// Where it is ended, the rows are those that were there.
+// Where it is ended, the rows are those that were there, with their faults.
 void ImportDialog::ReplaceRows(const std::function<void()>& action) {
-  RecordSet& rows = form_.AdsForImport();
-  if (!rows.IsActive()) return;
-  rows.PostPending();
-  RecordSet before(rows.Name());
-  before.CleanClone(rows);
+  if (!form_.AdsForImport().IsActive()) return;
+  const GridRows before = form_.KeepRows();
   try {
     action();
   } catch (...) {
-    const ControlsGuard guard(rows);
-    rows.Cancel();
-    rows.Clear();
-    rows.DataTransfer(before);
-    rows.First();
+    form_.RestoreRows(before);
     throw;
   }
 }
@@ -295,25 +288,18 @@ void ImportDialog::Paste() {
 }
 
 std::optional<KeptImport> ImportDialog::Unstored() {
-  RecordSet& rows = form_.AdsForImport();
+  const RecordSet& rows = form_.AdsForImport();
   view_.TakeRow();
   const ImportOutcome outcome = form_.Outcome();
   const bool left = outcome != ImportOutcome::kStored &&
                     (has_work_ || outcome == ImportOutcome::kDeclined || outcome == ImportOutcome::kRefused);
   if (!left || !rows.IsActive() || rows.Table().size() == 0) return std::nullopt;
-  return KeptImport{rows.SaveToString(), origin_};
+  return KeptImport{form_.KeepRows(), origin_};
 }
 
 void ImportDialog::TakeUp(const KeptImport& kept) {
-  RecordSet& rows = form_.AdsForImport();
-  RecordSet saved;
-  saved.LoadFromString(kept.rows);
-  {
-    const ControlsGuard guard(rows);
-    rows.Clear();
-    rows.DataTransfer(saved);
-    rows.First();
-  }
+  form_.RestoreRows(kept.rows);
+  ShowFaults();
   origin_ = kept.origin;
   if (origin_) form_.SetOrigin(*origin_);
   has_work_ = true;

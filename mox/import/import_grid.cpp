@@ -120,6 +120,28 @@ void TfrmImportGrid::SourceChanged(const RecordSetChange& change) {
   UpdateIndicator();
 }
 
+GridRows TfrmImportGrid::KeepRows() {
+  source_.PostPending();
+  GridRows kept{RecordSet(source_.Name()),
+                {faults_.All().begin(), faults_.All().end()},
+                {sheet_faults_.All().begin(), sheet_faults_.All().end()}};
+  kept.rows.CleanClone(source_);
+  return kept;
+}
+
+void TfrmImportGrid::RestoreRows(const GridRows& kept) {
+  {
+    const ControlsGuard controls(source_);
+    source_.Cancel();
+    source_.Clear();
+    source_.DataTransfer(kept.rows);
+    source_.First();
+    faults_.Assign(kept.faults, source_);
+    sheet_faults_.Assign(kept.sheet_faults, source_);
+  }
+  if (!kept.faults.empty()) ShowFaultTexts();
+}
+
 void TfrmImportGrid::UpdateIndicator() {
   const std::size_t count = source_.RecordCount();
   lbl_indicator_ = std::to_string(count > 0 ? source_.Position() + 1 : 0) + "/" + std::to_string(count);
@@ -132,8 +154,7 @@ void TfrmImportGrid::SetModalResult(int result) {
 
 const GridStyle* TfrmImportGrid::RowStyle(std::size_t row) const {
   const RecordRow cells = source_.RowAt(row);
-  const bool faulty =
-      is_marked_ && !cells.IsNull(kValidacijaPosition) && !cells.AsBoolean(kValidacijaPosition);
+  const bool faulty = !cells.IsNull(kValidacijaPosition) && !cells.AsBoolean(kValidacijaPosition);
   return faulty ? &kNeispravno : nullptr;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -76,6 +77,13 @@ struct ImportRefusal {
   std::string reason;
 };
 
+/// The rows of a grid at one time, with what was known of their faults.
+struct GridRows {
+  RecordSet rows;
+  std::vector<ImportFault> faults;        ///< of the last check
+  std::vector<ImportFault> sheet_faults;  ///< of the sheet and of pasting
+};
+
 /// Where the rows of an import come from, for the journal of the application server.
 struct ImportOrigin {
   std::string user;
@@ -135,6 +143,11 @@ class TfrmImportGrid {
   /// check on, each as long as its cell has the value that it names, and in the place of what the same pass
   /// finds of that cell. They replace those that pasting found: texts that were cut.
   void SetSheetFaults(std::vector<ImportFault> faults) { sheet_faults_.Assign(std::move(faults), source_); }
+  /// Copies of all rows, after posting what is pending.
+  GridRows KeepRows();
+  /// Puts such rows of a grid with the same columns in the place of those that are there; what is pending is
+  /// lost. The first one is current then.
+  void RestoreRows(const GridRows& kept);
   /// What the last check found, whole; the fault texts of the rows are cut at 100 characters. A fault stays
   /// with its record: its row is where that stands now, and it goes when that is deleted.
   std::span<const ImportFault> Faults() const { return faults_.All(); }
@@ -170,9 +183,10 @@ class TfrmImportGrid {
   void GeneriranjeSifriClick();
   void WSKatalogClick();
   /// Checks all rows and stores them when they are in order and the user agrees. The modal result is OK also
-  /// where he declines or the server refuses. An error of the server leaves the dialog open, and so does a
-  /// view that ends the check by raising Abort when it is told of the status, which it is at least every
-  /// kImportRowsBetween rows: no row is faulty then.
+  /// where he declines or the server refuses. An error of the server leaves the dialog open; the faults are
+  /// those that can be told without its answer. A view that ends the check by raising Abort when it is told
+  /// of the status, which it is at least every kImportRowsBetween rows, leaves the dialog open, too, and all
+  /// faults as the check before has left them.
   void ProvjeraIUvozClick();
   void OdustaniClick() { SetModalResult(odustani_button_.modal_result); }
   /// The style of a source row as the grid shows them, null for the grid's own. Raises Error when there is
@@ -184,6 +198,8 @@ class TfrmImportGrid {
   std::span<const ImportFault> FaultsOfRow(std::size_t row) const {
     return faults_.OfRow(source_.NumberOfRow(row));
   }
+  /// Whether a source row still has the value that a fault names in its cell, as far as a cell holds it.
+  bool HasValueOf(const ImportFault& fault, const RecordRow& row) const;
 
   // --- how a profile builds the grid ---
 
@@ -258,7 +274,8 @@ class TfrmImportGrid {
   std::vector<ImportFault> WithSheetFaults(std::vector<ImportFault> found);
   ImportValues ValuesToAskFor(std::string_view field_name);
   std::size_t DataColumn(std::string_view field_name) const;
-  void PaintFaults();
+  void PaintFaults(const std::function<void()>& reached = nullptr);
+  void ShowFaultTexts();
   void StoreRows(std::string_view transaction);
   void AddFault(std::string_view fragment);
 
@@ -274,7 +291,6 @@ class TfrmImportGrid {
   int modal_result_ = kMrNone;
   std::size_t focused_ = kFirstDataPosition;
   RecordFaults faults_;
-  bool is_marked_ = true;  // the rows say which of them are faulty
   RecordFaults sheet_faults_;
   ImportOutcome outcome_ = ImportOutcome::kNone;
   std::string refusal_;

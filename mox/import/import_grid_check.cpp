@@ -113,7 +113,7 @@ bool TfrmImportGrid::ExecuteTransaction(std::string_view transaction_name,
   return stored;
 }
 
-// False where there are no rows. Until the faults are known, the rows keep those of the check before.
+// False where there are no rows.
 bool TfrmImportGrid::CheckAllRows() {
   if (!source_.IsActive()) return false;
   const WholeSetWalk walk(source_);
@@ -133,8 +133,6 @@ bool TfrmImportGrid::CheckAllRows() {
     throw;
   }
   TakeFaults(check.Run([this](std::size_t) { LookAtStatus(); }));
-  columns_.at(kErrMsgPosition).visible = true;
-  view_.FormChanged(*this);
   return true;
 }
 
@@ -144,12 +142,30 @@ void TfrmImportGrid::LookAtStatus() {
 }
 
 // What the check found, and before that of the same pass what the sheet says of cells that are as they were.
-// All source rows are shown and posted.
+// All source rows are shown and posted. Where it is ended, the faults are those that were.
 void TfrmImportGrid::TakeFaults(std::vector<ImportFault> found) {
-  found = WithSheetFaults(std::move(found));
-  is_marked_ = false;
-  faults_.Assign(std::move(found), source_, [this] { LookAtStatus(); });
-  PaintFaults();
+  const auto look = [this] { LookAtStatus(); };
+  RecordFaults taken;
+  taken.Assign(WithSheetFaults(std::move(found)), source_, look);
+  std::swap(faults_, taken);
+  try {
+    PaintFaults(look);
+  } catch (...) {
+    faults_ = std::move(taken);
+    PaintFaults();
+    throw;
+  }
+  ShowFaultTexts();
+}
+
+void TfrmImportGrid::ShowFaultTexts() {
+  columns_.at(kErrMsgPosition).visible = true;
+  view_.FormChanged(*this);
+}
+
+bool TfrmImportGrid::HasValueOf(const ImportFault& fault, const RecordRow& row) const {
+  const std::size_t cell = row.IndexOf(fields_[fault.column].field_name);
+  return row.AsTextView(cell) == CutToCharacters(fault.value, source_.Definition(cell).size);
 }
 
 // Both are in the order of their places.
@@ -161,9 +177,7 @@ std::vector<ImportFault> TfrmImportGrid::WithSheetFaults(std::vector<ImportFault
   };
   for (const ImportFault& fault : sheet_faults_.All()) {
     look();
-    const std::size_t cell = source_.Table().IndexOf(fields_[fault.column].field_name);
-    const std::string_view text = source_.Table()[fault.row - 1].AsTextView(cell);
-    if (text == CutToCharacters(fault.value, source_.Definition(cell).size)) of_sheet.push_back(fault);
+    if (HasValueOf(fault, source_.Table()[fault.row - 1])) of_sheet.push_back(fault);
   }
   if (of_sheet.empty()) return found;
   const auto place = [](const ImportFault& f) { return std::tie(f.row, f.column, f.pass); };
@@ -205,15 +219,16 @@ void TfrmImportGrid::SetRefusedCells(std::span<const ImportRefusal> cells) {
 }
 
 // The working columns of all rows. The mark of the last pass stays where that is uniqueness.
-void TfrmImportGrid::PaintFaults() {
+// `reached` is called every kImportRowsBetween rows.
+void TfrmImportGrid::PaintFaults(const std::function<void()>& reached) {
   std::size_t last = fields_.size();
   while (last > 0 && !fields_[last - 1].IsDefined()) --last;
   const std::span<const ImportFault> faults = faults_.All();
   auto fault = faults.begin();
   std::string message;
-  is_marked_ = false;
-  const auto mark = [&](std::size_t row) {
-    if (row % kImportRowsBetween == 0) LookAtStatus();
+  const ControlsGuard controls(source_);
+  for (std::size_t row = 1; row <= source_.Table().size(); ++row) {
+    if (reached && row % kImportRowsBetween == 0) reached();
     message.clear();
     bool marked = false;
     const bool clean = fault == faults.end() || fault->row != row;
@@ -224,15 +239,7 @@ void TfrmImportGrid::PaintFaults() {
     source_.Mark(row, kVTempPosition, marked);
     source_.Mark(row, kValidacijaPosition, clean);
     source_.Mark(row, kErrMsgPosition, message);
-  };
-  const ControlsGuard controls(source_);
-  try {
-    for (std::size_t row = 1; row <= source_.Table().size(); ++row) mark(row);
-  } catch (const Abort&) {
-    faults_.Clear();
-    throw;
   }
-  is_marked_ = true;
   if (source_.IsFiltered()) source_.SetFiltered(true);  // which may go by the marks
 }
 

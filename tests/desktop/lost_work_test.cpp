@@ -37,6 +37,15 @@ class LostWorkTest : public DesktopTest {
     QApplication::clipboard()->setText(QString::fromUtf8(text));
     QTest::keyClick(rows, Qt::Key_E, Qt::AltModifier);
   }
+  // The row's text is longer than a cell: it is told in the list, and the cell has its colour and reason.
+  static void ExpectCut(QWidget* grid, int row) {
+    const RecordSetModel& rows = Lines(grid, "Redci za uvoz")->Model();
+    const QModelIndex cell = rows.index(row, rows.ColumnOf("OPIS").value());
+    EXPECT_THAT(FromQt(cell.data(Qt::ToolTipRole).toString()), HasSubstr("100"));
+    EXPECT_TRUE(cell.data(Qt::BackgroundRole).isValid());
+    EXPECT_EQ(Label(grid, "Sažetak")->text(), "Grešaka: 1");
+    EXPECT_FALSE(Lines(grid, "Redci za uvoz")->isColumnHidden(static_cast<int>(kErrMsgPosition)));
+  }
   // Closes the grid by Escape at the end of what is done in it.
   void InGrid(const std::function<void(ImportDialog*)>& action) {
     person_.WillDo([action](QWidget* dialog) {
@@ -105,20 +114,39 @@ TEST_F(LostWorkTest, RowsThatWereNotImportedAreOfferedAgain) {
   person_.read.clear();
   InGrid([&](ImportDialog* grid) { EXPECT_EQ(rows_of(grid), 0); });
   EXPECT_EQ(person_.read.size(), 1U) << "what is stored is not offered";
+
+  // With what is known of their faults.
+  const std::string cut = "99993\tTreći\n99994\t" + std::string(150, 'x');
+  InGrid([&](ImportDialog* grid) {
+    Paste(grid, 0, cut.c_str());
+    PressButton(grid, "Provjera i uvoz podataka");
+    ExpectCut(grid, 1);
+  });
+  person_.WillPress("Da");
+  InGrid([&](ImportDialog* grid) {
+    ExpectCut(grid, 1);
+    PressButton(grid, "Provjera i uvoz podataka");
+    ExpectCut(grid, 1);
+  });
+  EXPECT_EQ(Stored("fin_kto", "99994"), 0U);
 }
 
 TEST_F(LostWorkTest, AnEndedPasteLeavesTheRowsThatWere) {
   QString text;
   for (int i = 0; i < 50'000; ++i) text += QStringLiteral("9%1\tRedak\n").arg(i, 5, 10, QChar(u'0'));
+  const std::string before = "99991\tPrvi\n99992\t" + std::string(150, 'x');
   InGrid([&](ImportDialog* grid) {
-    Paste(grid, 0, "99991\tPrvi\n99992\tDrugi");
+    Paste(grid, 0, before.c_str());
+    PressButton(grid, "Provjera i uvoz podataka");
     person_.ends_work = true;
     Paste(grid, 0, text.toUtf8().constData());
     person_.ends_work = false;
     RecordSetView* const rows = Lines(grid, "Redci za uvoz");
     ASSERT_EQ(rows->Model().rowCount(), 2);
     EXPECT_EQ(Cell(rows, 0, "KONTO"), "99991");
-    EXPECT_EQ(Cell(rows, 1, "OPIS"), "Drugi");
+    EXPECT_EQ(Cell(rows, 1, "OPIS"), QString(100, QChar(u'x')));
+    PressButton(grid, "Provjera i uvoz podataka");
+    ExpectCut(grid, 1);
   });
 }
 
