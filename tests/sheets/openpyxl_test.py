@@ -50,6 +50,20 @@ book.active["A2"], book.active["A3"] = "1010", "01230"
 book.save(folder / "greske.xlsx")
 run("import", "KONTNIPLAN", folder / "greske.xlsx", "--yes")
 
+# What is no value of its column comes back as it was entered.
+for kind, headings, cells in [
+    ("PARTNERPTT", ["Naziv partnera", "Naziv mjesta", "PTT mjesta", "Kreditni limit", "Aktivan"], ["Prvi", "Zagreb", "10000", "puno", "možda"]),
+    ("GOSTIHOTEL", ["Ime", "Prezime", "Datum rođenja"], ["Ivo", "Zec", "31.2.2001."]),
+]:
+    book = openpyxl.Workbook()
+    book.active.append(headings)
+    book.active.append(cells)
+    book.save(folder / "nije.xlsx")
+    run("import", kind, folder / "nije.xlsx", "--yes", "--faults", folder / "nije_tako.xlsx", status=1)
+    shown, values = openpyxl.load_workbook(folder / "nije_tako.xlsx").worksheets[0].values
+    by_heading = {heading.removesuffix(" *"): value for heading, value in zip(shown, values)}
+    expect([by_heading[heading] for heading in headings], cells)
+
 # A template offers what the database has, and truth values.
 run("import", "PARTNERPTT", "--template", "--xlsx", folder / "partneri.xlsx")
 book = openpyxl.load_workbook(folder / "partneri.xlsx")
