@@ -422,17 +422,18 @@ void CalculateEnteredLine(const LineSchema& schema, RecordSet& lines, const Docu
 
 void CalculateByEvent(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits,
                       std::shared_ptr<bool> is_calculated) {
-  // Most lines are one call of their calculator.
-  if (!is_calculated && schema.passes == 1 && !schema.of_earlier_pass) {
+  const auto by_event = [&](auto calculate) {
     lines.SetOnCalcFields(
-        [calculate = schema.calculate, digits](RecordSet& line) { calculate(line, digits); }, schema.reads);
-  } else {
-    lines.SetOnCalcFields(
-        [&schema, digits, is_calculated = std::move(is_calculated)](RecordSet& line) {
-          if (is_calculated && std::exchange(*is_calculated, false)) return;
-          CalculateEnteredLine(schema, line, digits);
+        [calculate, mark = std::move(is_calculated)](RecordSet& line) {
+          if (!std::exchange(*mark, false)) calculate(line);
         },
         schema.reads);
+  };
+  // Most lines are one call of their calculator.
+  if (schema.passes == 1 && !schema.of_earlier_pass) {
+    by_event([calculate = schema.calculate, digits](RecordSet& line) { calculate(line, digits); });
+  } else {
+    by_event([&schema, digits](RecordSet& line) { CalculateEnteredLine(schema, line, digits); });
   }
 }
 

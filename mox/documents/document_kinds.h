@@ -133,7 +133,7 @@ void CalculateEnteredLine(const LineSchema& schema, RecordSet& lines, const Docu
 /// line himself before he posts it says so by `is_calculated`: the next event leaves it so and takes the mark
 /// back.
 void CalculateByEvent(const LineSchema& schema, RecordSet& lines, const DocumentDigits& digits,
-                      std::shared_ptr<bool> is_calculated = nullptr);
+                      std::shared_ptr<bool> is_calculated = std::make_shared<bool>(false));
 
 /// The fields of a schema: inputs, then calculated ones.
 std::vector<FieldDef> LineFields(const LineSchema& schema);
