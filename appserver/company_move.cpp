@@ -247,6 +247,7 @@ void CompanyMove::State::Publish() {
 void CompanyMove::State::Subscribe() {
   if (HasSubscription()) return;
   const std::string reached = plan.reached.empty() ? from.address() : plan.reached;
+  to.Run(TruncateOf(to.Tables()));  // of a copy that was to begin anew
   to.Run("CREATE SUBSCRIPTION " + name + " CONNECTION " + QuotedText(reached) + " PUBLICATION " + name +
          " WITH (create_slot = false, slot_name = " + QuotedText(name) + ", copy_data = true)");
   Say(MoveStep::kSubscribed, "copying begins");
@@ -269,7 +270,6 @@ bool CompanyMove::State::HasLostCopy() {
 void CompanyMove::State::CopyAnew() {
   Say(MoveStep::kCopying, "a copy cannot come to its end; copying begins anew");
   Unsubscribe();
-  to.Run(TruncateOf(to.Tables()));
   Publish();
   Subscribe();
 }

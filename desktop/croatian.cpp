@@ -57,6 +57,17 @@ constexpr Message kMessages[] = {
     {"Permission denied", "nemate dopuštenje"},
     {"No such file or directory", "nema takve datoteke ili mape"},
     // a server on the network
+    {"user {} may not use {}, which takes the role \"{}\"",
+     "korisnik {} nema ovlast „{2}”, koju za to treba"},
+    {"the body is larger than this server takes{}", "zahtjev je veći nego što poslužitelj prima"},
+    {"the requests under way take all memory that there is for them",
+     "poslužitelj je pun zahtjeva; pokušajte ponovo"},
+    {"the company is being moved to another server, and nothing was done; {}",
+     "tvrtka se upravo seli na drugi poslužitelj i ništa nije napravljeno; pokušajte ponovo"},
+    {"the server is being stopped", "poslužitelj se upravo gasi"},
+    {"the company's database cannot be used now; {}", "baza tvrtke trenutačno nije dostupna"},
+    {"the request waited too long for its turn, and nothing was done",
+     "zahtjev je predugo čekao na red i ništa nije napravljeno; pokušajte ponovo"},
     {"{}: cannot be reached: {}; nothing was stored",
      "{}: poslužitelj nije dostupan ({}). Ništa nije pohranjeno; upisano je i dalje na zaslonu."},
     {"{}: cannot be reached: {}; the connection was lost before the answer came, and it is not known whether "
@@ -130,6 +141,22 @@ constexpr Message kMessages[] = {
     {"it is paid at once and names no operator (user_id), whom a receipt has to name",
      "Plaća se odmah, a na njemu nema operatera, koji na računu mora pisati"},
     {"the company has no bank account", "tvrtka nema bankovni račun"},
+    {"it is paid at once, and what the tax administration knows of it is not stored (mox store "
+     "FiskalniPodaciUpis): no ZKI, JIR, number and code on it",
+     "Plaća se odmah, a podaci o fiskalizaciji nisu upisani: na njemu nema ZKI-ja, JIR-a, broja ni koda"},
+    {"lines of it carry no tax, and no note says by which law (bez_poreza of [napomene] in the template, or "
+     "opis)",
+     "Ima stavke bez poreza, a nijedna napomena ne kaže po kojem zakonu (bez_poreza u [napomene] predloška "
+     "ili "
+     "opis)"},
+    {"it is in {} and has no exchange rate (tecaj): its tax in {} is not on it",
+     "U valuti je {}, a nema tečaja: na njemu nema poreza u valuti {}"},
+    {"the reference of its payment is made without control digits, which banks may want under {}; "
+     "poziv_na_br "
+     "of the header is for one that has them",
+     "Poziv na broj složen je bez kontrolnih znamenaka, a banka ih uz model {} može tražiti; upišite ga u "
+     "zaglavlje dokumenta"},
+    {"the payment code is without {}", "U kodu za plaćanje nema: {}"},
     {"the company has no payment slip (mox codebook virman)",
      "tvrtka nema nijedan virman (šifarnik Virmani)"},
     {"there is no payment slip \"{}\"", "nema virmana „{}”"},

@@ -319,10 +319,30 @@ class A4Layout {
     return y - top;
   }
 
+  // What no sheet takes as a whole goes on on the next one, behind a blank.
   void PlaceParagraph(const std::string& text, const TextStyle& style) {
     if (text.empty()) return;
     sheets_.Need(painter_.Measure(text, style, kWidth).height);
-    sheets_.Skip(sheets_.Text(kMargin, kWidth, text, style) + 2);
+    std::string rest = text;
+    while (painter_.Measure(rest, style, kWidth).height > sheets_.Room()) {
+      const std::size_t fits = LengthInRoom(rest, style);
+      sheets_.Text(kMargin, kWidth, rest.substr(0, fits), style);
+      rest.erase(0, fits);
+      sheets_.NewSheet();
+    }
+    sheets_.Skip(sheets_.Text(kMargin, kWidth, rest, style) + 2);
+  }
+
+  // Of the words that this sheet still takes.
+  std::size_t LengthInRoom(const std::string& text, const TextStyle& style) {
+    std::vector<std::size_t> ends;
+    for (std::size_t at = 0; (at = text.find_first_of(" \n", at)) != std::string::npos;) ends.push_back(++at);
+    const auto last = std::partition_point(ends.begin(), ends.end(), [&](std::size_t end) {
+      return painter_.Measure(text.substr(0, end), style, kWidth).height <= sheets_.Room();
+    });
+    if (last == ends.begin())
+      throw Error("a text without blanks is longer than a sheet: " + text.substr(0, 60));
+    return *std::prev(last);
   }
 
   void PlaceWords() {

@@ -12,6 +12,14 @@
 namespace mox {
 namespace {
 
+std::string OnOneLine(std::string_view entered) {
+  std::string text(entered);
+  std::erase(text, '\r');
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\t'; }, ' ');
+  return VisibleText(TrimBlanks(text));
+}
+
 constexpr std::string_view kDiscountPercents[] = {"rbp1", "rbp2", "rbp3", "popust"};
 constexpr std::string_view kDiscountAmounts[] = {"rbi1", "rbi2", "rbi3", "popust_iznos"};
 
@@ -126,7 +134,7 @@ class TableMaker {
     if (!field || line.IsNull(*field)) return {};
     switch (column.value) {
       case PageValue::kText:
-        return VisibleText(TrimBlanks(line.AsTextView(*field)));
+        return OnOneLine(line.AsTextView(*field));
       case PageValue::kQuantity:
         return QuantityMask().Show(line.AsFloat(*field), locale_);
       case PageValue::kPercent:

@@ -324,6 +324,10 @@ TEST(Croatian, SaysWhatThePartsOfAMessageMean) {
             "Nadogradite program; ništa nije promijenjeno.");
   EXPECT_EQ(InCroatian("\"k\" is the key of another document, racun 2026/1 (id 3)"),
             "dokument je već pohranjen kao racun 2026/1 (id 3); promjene nakon toga nisu pohranjene");
+  EXPECT_EQ(InCroatian("user ana may not use DokumentInsert, which takes the role \"upis\""),
+            "korisnik ana nema ovlast „upis”, koju za to treba");
+  EXPECT_EQ(InCroatian("it is in AED and has no exchange rate (tecaj): its tax in EUR is not on it"),
+            "U valuti je AED, a nema tečaja: na njemu nema poreza u valuti EUR");
   EXPECT_EQ(InCroatian("nobody knows this"), "nobody knows this");
 }
 

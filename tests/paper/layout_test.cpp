@@ -353,5 +353,23 @@ TEST_F(LayoutTest, TellsWhatCannotBeDrawn) {
   EXPECT_THROW(LayOutA4(MakePage(page.id, tall), tall, painter_, CurrentLocale()), Error);
 }
 
+TEST_F(LayoutTest, GoesOnWithALongNoteOnTheNextSheet) {
+  std::string words;
+  for (int i = 0; i < 4000; ++i) words += " uvjet" + std::to_string(i);
+  const PaperTemplate terms("[napomene]\npredracun =" + words + "\n", "p.txt");
+  const DocumentPage page = MakePage(Store(DocumentKindByName("predracun"), 1), terms);
+  const LaidDocument laid = LayOutA4(page, terms, painter_, CurrentLocale());
+  EXPECT_GT(laid.sheets.size(), 3U);
+  std::string found;
+  for (const LaidSheet& sheet : laid.sheets) {
+    for (const LaidText& text : sheet.texts) {
+      if (text.text.find("uvjet") == std::string::npos) continue;
+      found += (found.empty() ? " " : "") + text.text;
+      EXPECT_LT(text.y + painter_.Measure(text.text, text.style, text.width).height, 842.0);
+    }
+  }
+  EXPECT_EQ(found, words);
+}
+
 }  // namespace
 }  // namespace mox
