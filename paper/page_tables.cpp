@@ -157,7 +157,8 @@ class TableMaker {
   static Currency Missing(long double sold, long double price, Currency amount) {
     constexpr std::int64_t kCent = Currency::kScale / 100;
     const std::int64_t unit = amount.scaled() % kCent == 0 ? kCent : 1;
-    const auto units = std::llround(sold * price * static_cast<long double>(Currency::kScale / unit));
+    const std::int64_t units_of_one = Currency::kScale / unit;
+    const auto units = std::llround(sold * price * static_cast<long double>(units_of_one));
     return Currency::FromScaled(units * unit) - amount;
   }
 

@@ -386,6 +386,7 @@ const DocumentKind* FindDocumentTip(std::string_view tip) {
     if (!kind.name.starts_with(tip)) continue;
     if (shortest == nullptr || kind.name.size() < shortest->name.size()) shortest = &kind;
   }
+  if (shortest == nullptr) return nullptr;
   const bool stands_apart = std::all_of(kKinds.begin(), kKinds.end(), [&](const DocumentKind& kind) {
     return !kind.name.starts_with(tip) || kind.name.starts_with(shortest->name);
   });
