@@ -222,7 +222,11 @@ std::string TruncateOf(const std::vector<std::string>& tables) {
 
 // By the user of the address, who owns them then; they appear with the mark that keeps everybody out.
 void CompanyMove::State::MakeTables() {
-  if (to.HasSchema()) return;
+  if (to.HasSchema()) {
+    // What another program has made there meanwhile is not this move's to write into.
+    if (to.MarkOf(to.schema()) == mark + kMarkArrives) return;
+    throw DatabaseError(plan.to.ToString() + ": there is such a company already");
+  }
   Database::Create(plan.to, WithDemo::kNo, [&](Database& created) {
     created.Execute("COMMENT ON SCHEMA " + QuotedName(to.schema()) + " IS " +
                     QuotedText(mark + kMarkArrives));

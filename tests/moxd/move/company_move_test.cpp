@@ -223,6 +223,16 @@ TEST_F(CompanyMoveCrash, IsOnOneSideWhicheverServerCrashed) {
 
 TEST_F(CompanyMoveTest, IsTakenBackAndRefusedWhereTheSidesDiffer) {
   const TableDigests before = Digests(0);
+  EXPECT_TRUE(IsKilledAt(MoveStep::kNoted, 1));
+  Database::Create(places_[1], WithDemo::kYes);
+  NextKey(1);
+  const TableDigests others = Digests(1);
+  EXPECT_THROW(Move(1, nullptr), DatabaseError);
+  EXPECT_EQ(Digests(1), others) << "another company of that name";
+  TakeBack();
+  EXPECT_EQ(OpenPlaces(), "01");
+  MoveSide stranger(places_[1], "");
+  stranger.Run("DROP SCHEMA " + QuotedName(stranger.schema()) + " CASCADE");
   for (const MoveStep step :
        {MoveStep::kNoted, MoveStep::kTablesMade, MoveStep::kPublished, MoveStep::kSubscribed}) {
     SCOPED_TRACE(static_cast<int>(step));
