@@ -9,7 +9,7 @@
 #include "mox/foundation/error.h"
 #include "mox/foundation/field.h"
 #include "mox/foundation/real.h"
-#include "mox/foundation/record_store.h"
+#include "mox/foundation/record_memory.h"
 #include "mox/foundation/record_structure.h"
 #include "mox/foundation/vocabulary.h"
 

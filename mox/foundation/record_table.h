@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "mox/foundation/record_memory.h"
 #include "mox/foundation/record_row.h"
-#include "mox/foundation/record_store.h"
 #include "mox/foundation/record_structure.h"
 
 namespace mox {

@@ -1,4 +1,4 @@
-#include "mox/foundation/record_store.h"
+#include "mox/foundation/record_memory.h"
 
 #include <algorithm>
 #include <cstring>
