@@ -43,7 +43,7 @@ void RecordCursor::ShowNothing(const RecordTable& table) {
   bof_ = true;
 }
 
-void RecordCursor::ShowNear(const RecordTable& table, std::size_t position) {
+void RecordCursor::ShowNear(RecordTable& table, std::size_t position) {
   Bind(table);
   if (visible_count_ == 0) {
     ShowNothing(table);
@@ -119,7 +119,7 @@ bool RecordCursor::IsVisible(const RecordTable& table, Id record) const {
   return !filter_ || filter_->Matches(table.Row(table.Cells(record)));
 }
 
-bool RecordCursor::ShowVisible(const RecordTable& table, const std::optional<Bookmark>& current) {
+bool RecordCursor::ShowVisible(RecordTable& table, const std::optional<Bookmark>& current) {
   filtered_order_.clear();
   if (filtered_) {
     std::copy_if(table.order().begin(), table.order().end(), std::back_inserter(filtered_order_),
@@ -156,12 +156,12 @@ void RecordCursor::DropInsert(RecordTable& table) {
   ShowNear(table, position_);
 }
 
-void RecordCursor::ShowPosted(const RecordTable& table, bool inserted) {
+void RecordCursor::ShowPosted(RecordTable& table, bool inserted) {
   Bind(table);
   if (inserted) Show(table, pending_at_);
 }
 
-RecordCursor::PostedRow RecordCursor::FilterPosted(const RecordTable& table, bool inserted) {
+RecordCursor::PostedRow RecordCursor::FilterPosted(RecordTable& table, bool inserted) {
   const Id record = inserted ? pending_ : visible_[position_];
   const std::size_t row = inserted && pending_at_end_ ? filtered_order_.size() : position_;
   const auto place = filtered_order_.begin() + static_cast<std::ptrdiff_t>(row);

@@ -52,13 +52,13 @@ class RecordCursor {
   // --- moving ---
 
   /// Each answers whether a row became current.
-  bool ToFirst(const RecordTable& table) {
+  bool ToFirst(RecordTable& table) {
     if (visible_count_ == 0) return false;
     Show(table, 0);
     bof_ = true;
     return true;
   }
-  bool ToNext(const RecordTable& table) {
+  bool ToNext(RecordTable& table) {
     if (position_ + 1 < visible_count_) [[likely]] {
       Show(table, position_ + 1);
       return true;
@@ -66,7 +66,7 @@ class RecordCursor {
     eof_ = true;
     return false;
   }
-  bool ToPrior(const RecordTable& table) {
+  bool ToPrior(RecordTable& table) {
     if (visible_count_ > 0 && position_ > 0) {
       Show(table, position_ - 1);
       return true;
@@ -74,13 +74,13 @@ class RecordCursor {
     bof_ = true;
     return false;
   }
-  bool ToLast(const RecordTable& table) {
+  bool ToLast(RecordTable& table) {
     if (visible_count_ == 0) return false;
     Show(table, visible_count_ - 1);
     eof_ = true;
     return true;
   }
-  void Show(const RecordTable& table, std::size_t position) {
+  void Show(RecordTable& table, std::size_t position) {
     position_ = position;
     cells_ = table.Cells(visible_[position]);
     eof_ = false;
@@ -132,7 +132,7 @@ class RecordCursor {
   void SetFiltered(bool filtered) { filtered_ = filtered; }
   /// Looks through the table for what is visible now. The current record is kept where it is among them;
   /// else, and the answer is false, the first one is current, or none.
-  bool ShowVisible(const RecordTable& table, const std::optional<Bookmark>& current);
+  bool ShowVisible(RecordTable& table, const std::optional<Bookmark>& current);
 
   // --- records that come and go ---
 
@@ -146,13 +146,13 @@ class RecordCursor {
   /// The record that was being inserted is gone, and the one before it current again.
   void DropInsert(RecordTable& table);
   /// A posted record is current in its place.
-  void ShowPosted(const RecordTable& table, bool inserted);
+  void ShowPosted(RecordTable& table, bool inserted);
   /// The same under a filter, once it is calculated: it is visible, or another record is current instead.
   struct PostedRow {
     std::size_t row;
     bool visible;
   };
-  PostedRow FilterPosted(const RecordTable& table, bool inserted);
+  PostedRow FilterPosted(RecordTable& table, bool inserted);
   /// Deletes the current record; the one behind it is current, or the last one, or none.
   void Delete(RecordTable& table);
 
@@ -162,7 +162,7 @@ class RecordCursor {
   static constexpr std::size_t kFetchedAhead = 12;  // records, about as long as a word from memory takes
 
   void Bind(const RecordTable& table);
-  void ShowNear(const RecordTable& table, std::size_t position);
+  void ShowNear(RecordTable& table, std::size_t position);
   bool IsVisible(const RecordTable& table, Id record) const;
   std::size_t PendingRow() const { return pending_at_end_ ? visible_count_ : position_; }
   std::size_t OrderIndexOf(const RecordTable& table, Id record, std::size_t near) const;

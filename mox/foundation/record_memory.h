@@ -23,14 +23,8 @@ class RecordSlabs {
     return record < generations_.size() ? generations_[record] : 0;
   }
 
-  std::uint64_t* At(std::uint32_t record) const {
-    if (record >= kLargest) [[likely]] {
-      return slabs_[kGrowing - 1 + record / kLargest].get() + record % kLargest * words_;
-    }
-    if (record < kSmallest) return slabs_[0].get() + record * words_;
-    const std::uint32_t slab = GrowingSlabOf(record);
-    return slabs_[slab].get() + (record - FirstOf(slab)) * words_;
-  }
+  const std::uint64_t* At(std::uint32_t record) const { return Words(record); }
+  std::uint64_t* At(std::uint32_t record) { return Words(record); }
 
   std::size_t MemoryBytes() const;
 
@@ -39,6 +33,15 @@ class RecordSlabs {
   static constexpr std::uint32_t kSmallest = 8;
   static constexpr std::uint32_t kLargest = 32'768;
   static constexpr std::uint32_t kGrowing = 5;
+
+  std::uint64_t* Words(std::uint32_t record) const {
+    if (record >= kLargest) [[likely]] {
+      return slabs_[kGrowing - 1 + record / kLargest].get() + record % kLargest * words_;
+    }
+    if (record < kSmallest) return slabs_[0].get() + record * words_;
+    const std::uint32_t slab = GrowingSlabOf(record);
+    return slabs_[slab].get() + (record - FirstOf(slab)) * words_;
+  }
 
   static std::uint32_t GrowingSlabOf(std::uint32_t record) {
     return (static_cast<std::uint32_t>(std::bit_width(record | 7U)) - 1) / 3;

@@ -59,7 +59,8 @@ class RecordTable {
 
   // --- cells ---
 
-  std::uint64_t* Cells(Id record) const { return slabs_.At(record); }
+  const std::uint64_t* Cells(Id record) const { return slabs_.At(record); }
+  std::uint64_t* Cells(Id record) { return slabs_.At(record); }
   /// Asks the memory for cells, or for a whole record, that will be used soon. Inlined, or the compiler takes
   /// it for a function that does nothing and drops the call.
   MOX_ALWAYS_INLINE void Fetch(Id record, std::span<const std::size_t> fields) const {
