@@ -23,6 +23,7 @@ constexpr milliseconds kLongestLag{600'000};
 constexpr int kMostHolds = 600;  // attempts to have the company alone, a second each
 constexpr int kMostErrors = 5;   // of the engine while it copies
 constexpr int kMostLost = 5;     // seconds in which a copy has lost its slot
+constexpr int kMostCopies = 3;   // until somebody has to look why none comes to its end
 constexpr int kOldestServer = 150000;
 
 std::string Seconds(steady_clock::duration time) {
@@ -99,7 +100,7 @@ struct CompanyMove::State {
   void Subscribe();
   bool HasLostCopy();
   void CopyAnew();
-  void WaitForCopy();
+  bool WaitForCopy();
   bool CatchUp(MoveSide& beside, milliseconds longest);
   void HoldAtEnd(MoveSide& beside);
   void CarryKeys();
@@ -278,7 +279,8 @@ void CompanyMove::State::CopyAnew() {
   Subscribe();
 }
 
-void CompanyMove::State::WaitForCopy() {
+// False where the copy has lost its slot.
+bool CompanyMove::State::WaitForCopy() {
   const std::string of_this =
       " FROM pg_subscription_rel r JOIN pg_subscription s ON s.oid = r.srsubid "
       "WHERE s.subname = " +
@@ -300,10 +302,7 @@ void CompanyMove::State::WaitForCopy() {
           ": what changed is not kept any more, as after a failover; take the move back, and begin anew");
     }
     const bool fails = to.AskNumber(errors) - errors_before >= kMostErrors;
-    if (lost == kMostLost || (fails && HasLostCopy())) {
-      CopyAnew();
-      return WaitForCopy();
-    }
+    if (lost == kMostLost || (fails && HasLostCopy())) return false;
     if (fails) {
       throw DatabaseError(
           plan.to.ToString() +
@@ -322,13 +321,22 @@ void CompanyMove::State::WaitForCopy() {
     std::this_thread::sleep_for(kPollCopy);
   }
   Say(MoveStep::kCopied, "all rows are there, and changes follow");
+  return true;
 }
 
 void CompanyMove::Copy() {
   state_->MakeTables();
   state_->Publish();
   state_->Subscribe();
-  state_->WaitForCopy();
+  for (int copies = 1; !state_->WaitForCopy(); ++copies) {
+    if (copies == kMostCopies) {
+      throw DatabaseError(state_->plan.to.ToString() + ": " + std::to_string(copies) +
+                          " copies in a row could not come to their end; the log of this server and of " +
+                          state_->plan.from.ToString() +
+                          " say why. The same command goes on, --back takes the move back");
+    }
+    state_->CopyAnew();
+  }
 }
 
 // --- switching ---

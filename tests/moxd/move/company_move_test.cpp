@@ -221,6 +221,31 @@ TEST_F(CompanyMoveCrash, IsOnOneSideWhicheverServerCrashed) {
   }
 }
 
+// Copies are begun anew so often and no more; the same command goes on afterwards.
+TEST_F(CompanyMoveTest, EndsWhereNoCopyComesToItsEnd) {
+  int copies = 0;
+  const auto lose = [&](const MoveNews& news) {
+    if (news.step != MoveStep::kSubscribed || ++copies > 9) return;
+    MoveSide there(places_[1], "");
+    there.Run("ALTER SUBSCRIPTION " + there.Ask("SELECT subname FROM pg_subscription") + " DISABLE");
+    while (there.AskNumber("SELECT count(*) FROM pg_stat_subscription WHERE pid IS NOT NULL") > 0) {
+      there.Run("SELECT pg_sleep(0.01)");
+    }
+    LoseCopies();
+  };
+  try {
+    Move(1, lose);
+    FAIL() << "copies come to their end";
+  } catch (const DatabaseError& error) {
+    EXPECT_THAT(error.what(), testing::HasSubstr("copies in a row could not come to their end"));
+  }
+  EXPECT_THAT(copies, testing::AllOf(testing::Ge(2), testing::Le(9)));
+  EXPECT_EQ(OpenPlaces(), "0-");
+  Move(1, nullptr);
+  EXPECT_EQ(OpenPlaces(), "-1");
+  EXPECT_EQ(Remains(), "");
+}
+
 TEST_F(CompanyMoveTest, IsTakenBackAndRefusedWhereTheSidesDiffer) {
   const TableDigests before = Digests(0);
   EXPECT_TRUE(IsKilledAt(MoveStep::kNoted, 1));
