@@ -217,6 +217,11 @@ std::unique_ptr<RowCopy> Database::ChangeTogether(std::string_view table,
   return connection_->dialect().ChangeTogether(*connection_, table, columns, by);
 }
 
+std::unique_ptr<RowCopy> Database::ReplaceTogether(std::string_view table,
+                                                   const std::vector<std::string>& columns) {
+  return ChangeTogether(table, columns, {});
+}
+
 std::unique_ptr<RowCopy> Database::CopyInto(std::string_view table, const std::vector<std::string>& columns) {
   return connection_->dialect().CopyInto(*connection_, table, columns);
 }

@@ -133,6 +133,10 @@ class Database {
   std::unique_ptr<RowCopy> ChangeTogether(std::string_view table, const std::vector<std::string>& columns,
                                           const std::string& by);
 
+  /// The same for rows that are there: the values of `columns` take the places of all of theirs, where the
+  /// last value is the row's id.
+  std::unique_ptr<RowCopy> ReplaceTogether(std::string_view table, const std::vector<std::string>& columns);
+
   /// How many values one statement may be given.
   std::size_t MostParameters() const;
 

@@ -5,6 +5,7 @@
 #include "appserver/import_journal.h"
 #include "appserver/journal_text.h"
 #include "appserver/partner_balances.h"
+#include "appserver/row_copy.h"
 #include "appserver/row_digests.h"
 #include "appserver/row_uses.h"
 #include "mox/foundation/text.h"
@@ -114,20 +115,31 @@ void RestoreRows(Database& database, const Entry& entry) {
   RecordSet rows;
   rows.LoadFromString(*entry.before);
   std::string columns;
+  std::vector<std::string> names;
   std::vector<FieldKind> kinds;
   for (std::size_t i = 1; i < rows.FieldCount(); ++i) {
     const FieldDef& field = rows.Definition(i);
     columns += (columns.empty() ? "" : ", ") + field.name + " = :" + field.name;
+    names.push_back(field.name);
     kinds.push_back(field.kind);
   }
   kinds.push_back(FieldKind::kInteger);
   Statement update =
       database.Prepare("UPDATE " + entry.table + " SET " + columns + " WHERE id = :row_key", kinds);
+  const std::unique_ptr<RowCopy> together = database.ReplaceTogether(entry.table, names);
+  constexpr std::size_t kPortion = 10'000;
+  std::size_t waiting = 0;
   for (const RecordRow& row : rows.Rows()) {
     for (std::size_t i = 1; i < rows.FieldCount(); ++i) update.Bind(i - 1, row, i);
     update.Bind(kinds.size() - 1, row, 0);
-    update.Execute();
+    if (together == nullptr) {
+      update.Execute();
+    } else {
+      update.AddTo(*together);
+      if (++waiting % kPortion == 0) together->Store();
+    }
   }
+  if (waiting % kPortion > 0) together->Store();
 }
 
 }  // namespace

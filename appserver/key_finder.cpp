@@ -6,6 +6,7 @@
 #include "appserver/fold.h"
 #include "appserver/table_writer.h"
 #include "mox/foundation/text.h"
+#include "mox/foundation/value_conversion.h"
 
 namespace mox {
 namespace {
@@ -42,6 +43,9 @@ std::vector<std::vector<Value>> Spellings(const std::vector<std::vector<Value>>&
   }
   return all;
 }
+
+bool IsNumber(FieldKind kind) { return kind == FieldKind::kFloat || kind == FieldKind::kCurrency; }
+void MakeNumber(Value& key) { key = ToFloat(key); }
 
 // Which rows are found by some columns of the key, and which of them first.
 struct RowConditions {
@@ -178,8 +182,10 @@ std::optional<std::int64_t> KeyFinder::Find(const RecordRow& record, std::size_t
 // --- many at once ---
 
 void KeyFinder::Foresee(const RecordSet& records, std::size_t begin, std::size_t end) {
-  const auto is_text = [](const Part& part) { return part.column.kind == FieldKind::kText; };
-  if (!std::all_of(parts_.begin(), parts_.end(), is_text)) return;
+  const auto is_asked = [](const Part& part) {
+    return part.column.kind == FieldKind::kText || IsNumber(part.column.kind);
+  };
+  if (!std::all_of(parts_.begin(), parts_.end(), is_asked)) return;
   std::map<std::vector<bool>, Wanted> by_shape;
   std::unordered_set<std::string> asked;
   for (std::size_t row = begin; row < end; ++row) {
@@ -188,7 +194,11 @@ void KeyFinder::Foresee(const RecordSet& records, std::size_t begin, std::size_t
     Keys keys;
     std::vector<bool> shape;
     try {
-      for (const Part& part : parts_) shape.push_back(!keys.emplace_back(KeysOf(record, part)).empty());
+      for (const Part& part : parts_) {
+        std::vector<Value>& of_part = keys.emplace_back(KeysOf(record, part));
+        if (IsNumber(part.column.kind)) std::for_each(of_part.begin(), of_part.end(), MakeNumber);
+        shape.push_back(!of_part.empty());
+      }
     } catch (const ConversionError&) {
       continue;  // told when it is looked for itself
     }
@@ -214,7 +224,9 @@ std::size_t KeyFinder::AskSome(const Wanted& wanted, std::size_t begin) {
       rows.append(rows.empty() ? "(" : ", (").append(std::to_string(end));
       for (const Value& key : spelling) {
         values.push_back(key);
-        rows.append(", CAST(:p").append(std::to_string(values.size())).append(" AS TEXT)");
+        const bool is_number = std::holds_alternative<double>(key);
+        rows.append(", CAST(:p").append(std::to_string(values.size()));
+        rows.append(is_number ? " AS DOUBLE PRECISION)" : " AS TEXT)");
       }
       rows += ')';
     }
@@ -239,7 +251,9 @@ std::string KeyFinder::QueryOf(const Keys& shape, const std::string& rows) const
   for (std::size_t i = 0; i < parts_.size(); ++i) {
     if (shape[i].empty()) continue;
     const std::string& name = parts_[i].column.name;
-    const std::string same = "fold(" + name + ") = w.column" + std::to_string(++column);
+    const bool is_number = IsNumber(parts_[i].column.kind);
+    const std::string same =
+        (is_number ? name : "fold(" + name + ")") + " = w.column" + std::to_string(++column);
     found.Add(parts_[i].rule->fit, name, same);
   }
   found.order += rule_.first_by.empty() ? "t.id" : rule_.first_by;

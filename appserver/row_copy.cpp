@@ -257,18 +257,19 @@ class PostgresqlChange : public PostgresqlRows {
     for (const std::string& column : columns) {
       const std::string given = "$" + std::to_string(++place);
       const std::string own = all ? "c" + std::to_string(place) : given;
-      set += (place == 1 ? "" : ", ") + column + " = COALESCE(" + (all ? "r." : "") + own + ", t." + column +
-             ")";
+      const std::string value = (all ? "r." : "") + own;
+      set += (place == 1 ? "" : ", ") + column + " = " +
+             (by.empty() ? value : "COALESCE(" + value + ", t." + column + ")");
       const FieldDef* const known = FindColumn(described->columns, column);
       arrays += "CAST(" + given + " AS " + std::string(TypeOf(known->kind)) + "[]), ";
       names += own + ", ";
     }
     const std::string key = "$" + std::to_string(place + 1);
-    const std::string folded = connection.dialect().Fold("t." + by);
+    const std::string found = by.empty() ? "t.id" : connection.dialect().Fold("t." + by);
     const std::string update = "UPDATE " + table + " AS t SET " + set;
-    if (!all) return update + " WHERE " + folded + " = " + key;
-    return update + " FROM unnest(" + arrays + "CAST(" + key + " AS TEXT[])) AS r (" + names + "k) WHERE " +
-           folded + " = r.k";
+    if (!all) return update + " WHERE " + found + " = " + key;
+    return update + " FROM unnest(" + arrays + "CAST(" + key + " AS " + (by.empty() ? "BIGINT" : "TEXT") +
+           "[])) AS r (" + names + "k) WHERE " + found + " = r.k";
   }
 
   void StoreAll(PGconn* handle) override {

@@ -35,7 +35,8 @@ class RowCopy {
 
 std::unique_ptr<RowCopy> MakePostgresqlCopy(DatabaseConnection& connection, std::string_view table,
                                             const std::vector<std::string>& columns);
-/// Rows of changes, as Database::ChangeTogether has them; no two of them for one key.
+/// Rows of changes, as Database::ChangeTogether has them, or with an empty `by` Database::ReplaceTogether; no
+/// two of them for one key.
 std::unique_ptr<RowCopy> MakePostgresqlChange(DatabaseConnection& connection, std::string_view table,
                                               const std::vector<std::string>& columns, const std::string& by);
 
