@@ -51,6 +51,7 @@ std::unique_ptr<TAstaParamList> CompanyServer::Answer(const TAstaParamList& requ
   if (const ServiceInfo* const known = FindRow(ReadServices(), service)) {
     RequireRight(requester_, known->right, service);
   }
+  if (FindRow(DirectoryServices(), service) != nullptr) throw Error(std::string(kNoUsers));
   const ReadTransaction snapshot(database_);
   if (service == kImportGridService.name) {
     const ServiceInputs inputs(kImportGridService.inputs, request, company_);
@@ -109,6 +110,10 @@ WriteOutcome CompanyServer::CarryOut(const TAstaParamList& request, std::string_
   const TAstaParam& item = request[0];
   write.transaction = item.Name();
   const NamedTransaction* const transaction = FindRow(NamedTransactionTable(), item.Name());
+  if (const ServiceInfo* const of_server = FindRow(DirectoryTransactions(), item.Name())) {
+    RequireRight(requester_, of_server->right, of_server->name);
+    throw Error(std::string(kNoUsers));
+  }
   if (transaction == nullptr) throw Error("unknown transaction");
   RequireRight(requester_, transaction->right, transaction->name);
   const std::string_view inner = item.AsTextView();
@@ -165,6 +170,18 @@ void CompanyServer::Refuse(const JournalledWrite& write, WriteFailure failure, b
   }
 }
 
+// Who is refused for want of a right may be given it and send the same again, so it is not kept under its
+// key.
+void CompanyServer::JournalForbidden(JournalledWrite write, const std::string& why) {
+  if (rehearsing_ || !requester_.HasLoggedIn()) return;
+  write.key.clear();
+  try {
+    JournalRefused(database_, write, {write.transaction, "", 0, "", why});
+  } catch (const Error& error) {
+    Tell(error.what());
+  }
+}
+
 // What was stored is stored, whether or not it can be read again.
 void CompanyServer::ReadCompany() {
   try {
@@ -205,6 +222,7 @@ int CompanyServer::Write(const TAstaParamList& request, std::string_view key, bo
     failure = refused.failure();
   } catch (const NotAllowed& error) {
     Tell(error.what());
+    JournalForbidden(write, error.what());
     throw;
   } catch (const KeyReused& error) {
     Tell(error.what());

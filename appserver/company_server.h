@@ -69,6 +69,7 @@ class CompanyServer : public CompanyAccess {
   void ReadCompany();
   WriteOutcome FindLost(const JournalledWrite& write);
   void Refuse(const JournalledWrite& write, WriteFailure failure, bool is_kept);
+  void JournalForbidden(JournalledWrite write, const std::string& why);
   void Tell(std::string_view line) const;
 
   Database database_;

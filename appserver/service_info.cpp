@@ -13,6 +13,16 @@
 namespace mox {
 namespace {
 
+constexpr ServiceInfo kDirectoryServices[] = {
+    {"Posluzitelj\\Korisnici", Right::kAdminister, "", "adsKorisnici",
+     "the users of the company on its server: their roles, whether they are shut out, and how many log-ins "
+     "they have, where they are users of no other company"}};
+constexpr ServiceInfo kDirectoryTransactions[] = {
+    {"KorisnikUlogeUpis", Right::kAdminister, "adsKorisnik", "",
+     "the roles of a user in the company, in the place of those that he had; by a server alone"},
+    {"KorisnikPrijaveKraj", Right::kAdminister, "adsKorisnik", "",
+     "ends the log-ins of a user of the company who is none of another one; by a server alone"}};
+
 // Names joined for people, with a '?' after each that may be left out, kept for the life of the program.
 template <typename Items, typename MayBeLeftOut>
 std::string_view JoinNames(const Items& items, const MayBeLeftOut& may_be_left_out) {
@@ -34,6 +44,7 @@ std::vector<ServiceInfo> DescribeReadServices() {
   services.push_back(kImportGridService);
   services.push_back(kImportChoicesService);
   services.push_back(kRetailSizesService);
+  for (const ServiceInfo& service : DirectoryServices()) services.push_back(service);
   return services;
 }
 
@@ -43,6 +54,7 @@ std::vector<ServiceInfo> DescribeTransactions() {
   for (const NamedTransaction& row : NamedTransactionTable()) {
     transactions.push_back({row.name, row.right, JoinNames(row.record_sets, is_optional), "", row.summary});
   }
+  for (const ServiceInfo& transaction : DirectoryTransactions()) transactions.push_back(transaction);
   return transactions;
 }
 
@@ -141,6 +153,22 @@ std::span<const ServiceInfo> NamedTransactions() {
   return transactions;
 }
 
+std::span<const ServiceInfo> DirectoryServices() { return kDirectoryServices; }
+std::span<const ServiceInfo> DirectoryTransactions() { return kDirectoryTransactions; }
+
+Columns DirectoryColumns(const ServiceInfo& service) {
+  const bool answers = !service.answers.empty();
+  Columns columns = ParseColumns(answers ? "ime,oznaka" : "ime");
+  if (service.name == kDirectoryTransactions[1].name) return columns;
+  for (const Role& role : Roles()) {
+    columns.push_back({.name = std::string(role.code), .kind = FieldKind::kBoolean});
+  }
+  for (FieldDef& column : ParseColumns(answers ? "prijava:integer,iskljucen:boolean,verzija" : "verzija")) {
+    columns.push_back(std::move(column));
+  }
+  return columns;
+}
+
 std::vector<RecordSetInfo> RecordSetsOf(const ServiceInfo& service, Database& database) {
   std::vector<RecordSetInfo> record_sets;
   if (const NamedService* const row = FindRow(NamedServiceTable(), service.name)) {
@@ -151,6 +179,10 @@ std::vector<RecordSetInfo> RecordSetsOf(const ServiceInfo& service, Database& da
     for (const RecordSetRule& rule : transaction->record_sets) {
       record_sets.push_back({std::string(rule.name), !rule.required, FieldsOf(*transaction, rule, database)});
     }
+  } else if (FindRow(DirectoryServices(), service.name) != nullptr ||
+             FindRow(DirectoryTransactions(), service.name) != nullptr) {
+    const std::string_view name = service.answers.empty() ? service.inputs : service.answers;
+    record_sets.push_back({std::string(name), false, DirectoryColumns(service)});
   } else {
     const bool retail = service.name == kRetailSizesService.name;
     record_sets.push_back(

@@ -34,9 +34,19 @@ inline constexpr ServiceInfo kRetailSizesService = {
     "Lunari\\KalkulirajVelicine", Right::kRead, "params1:text,params2:text", "adsList",
     "the Croatian sizes of retail articles, which params2 has as records"};
 
-/// The read services and the transactions that a company server has.
+/// The read services and the transactions of a company, those of its server among them.
 std::span<const ServiceInfo> ReadServices();
 std::span<const ServiceInfo> NamedTransactions();
+
+/// "Posluzitelj\\Korisnici": what the server program answers of itself, the users of a company. A database
+/// has none, so that a company server refuses them.
+std::span<const ServiceInfo> DirectoryServices();
+/// "KorisnikUlogeUpis", "KorisnikPrijaveKraj".
+std::span<const ServiceInfo> DirectoryTransactions();
+/// The columns of the record set that one of these answers or takes.
+Columns DirectoryColumns(const ServiceInfo& service);
+/// Why a company server refuses them.
+inline constexpr std::string_view kNoUsers = "only a server has users; a database alone has none";
 
 /// A record set of an answer or of a transaction, for people.
 struct RecordSetInfo {

@@ -202,6 +202,21 @@ void JournalRefused(Database& database, const JournalledWrite& write, const Writ
   transaction.Commit();
 }
 
+void JournalServerChanges(Database& database, const std::vector<ServerChange>& changes) {
+  WriteTransaction transaction(database, Writing::kBesideOthers);
+  for (const ServerChange& change : changes) {
+    database.Execute(
+        "INSERT INTO dnevnik_upisa (vrijeme, korisnik, transakcija, dokumenti, upisano, razlog, kljuc, "
+        "sazetak) "
+        "VALUES (:vrijeme, :korisnik, :transakcija, :dokumenti, :upisano, :razlog, :kljuc, :sazetak) "
+        "ON CONFLICT DO NOTHING",
+        {change.at, ShownName(change.user), ShownName(change.transaction),
+         JournalText(change.what, kLongestDocuments), change.refused.empty(),
+         JournalText(change.refused, kLongestReason), change.key, DigestText(change.what)});
+  }
+  transaction.Commit();
+}
+
 const NamedService& WriteJournalService() {
   static const NamedService service = {"DnevnikUpisa",
                                        Right::kAdminister,

@@ -36,6 +36,18 @@ void JournalStored(Database& database, const JournalledWrite& write, const SentR
 /// Journals a refused write, in a transaction of its own.
 void JournalRefused(Database& database, const JournalledWrite& write, const WriteFailure& failure);
 
+/// A change of the company's users that its server made, or refused.
+struct ServerChange {
+  DateTime at;
+  std::string user;  ///< who asked for it
+  std::string transaction;
+  std::string what;
+  std::string refused;  ///< why; empty where it was made
+  std::string key;      ///< under which it is journalled once, however often it is taken over
+};
+/// Takes changes over that the server has kept elsewhere.
+void JournalServerChanges(Database& database, const std::vector<ServerChange>& changes);
+
 /// The service that reads the journal.
 const NamedService& WriteJournalService();
 

@@ -113,6 +113,11 @@ constexpr Message kMessages[] = {
     {"there is no user \"{}\"",
      "poslužitelj nema korisnika „{}”; korisnike otvara onaj tko vodi poslužitelj"},
     {"nobody would administer the company any more", "tvrtka bi ostala bez korisnika s administracijom"},
+    {"\"{}\" is a user of other companies, too; his log-ins are ended by who runs the server (moxd token "
+     "revoke)",
+     "„{}” radi i u drugim tvrtkama; njegove prijave prekida onaj tko vodi poslužitelj"},
+    {"service {}: only a server has users; a database alone has none",
+     "Korisnike i ovlasti ima samo tvrtka na poslužitelju."},
     {"there is no \"{}\"", "nema „{}”"},
     {"there is no currency \"{}\"", "nema valute „{}”"},
     {"\"{}\" is used by {}", "„{}” se koristi: {}"},

@@ -98,7 +98,8 @@ Account ReadAccount(Database& database, std::string_view user) {
 }
 
 constexpr std::string_view kFindSession = R"(
-SELECT t.id, t.koristen, k.ime, k.oznaka, p.adresa, u.uloga
+SELECT t.id, t.koristen, k.ime, k.oznaka, p.adresa, u.uloga,
+  CASE WHEN EXISTS (SELECT 1 FROM imenik_dnevnik d WHERE d.za_poduzece = p.id) THEN 1 ELSE 0 END
 FROM imenik_tokeni t
 JOIN imenik_korisnici k ON k.id = t.korisnik_id
 LEFT JOIN imenik_poduzeca p ON fold(p.naziv) = :poduzece
@@ -107,7 +108,7 @@ WHERE t.sazetak = :sazetak AND t.vrijedi_do > :sada AND t.koristen > :koristen A
 
 RecordSet SessionRows() {
   RecordSet rows("sesija");
-  for (FieldDef& column : ParseColumns("id:integer,koristen:integer,ime,oznaka,adresa,uloga")) {
+  for (FieldDef& column : ParseColumns("id:integer,koristen:integer,ime,oznaka,adresa,uloga,ceka:integer")) {
     rows.DefineField(std::move(column));
   }
   rows.Open();
@@ -228,6 +229,7 @@ std::optional<AccountSession> Accounts::SessionOf(std::string_view token, std::s
       if (const Role* const role = FindRole(row.AsTextView(5))) session.rights.Add(role->rights);
     }
     if (!session.rights.Empty()) session.address = first.AsTextView(4);
+    session.journal_waits = first.AsInteger(6) != 0;
     const std::int64_t noted_each = std::min(kUseNotedEach, state_->settings.idle_time / 10);
     if (now - first.AsInteger(1) > noted_each) {
       database.Execute("UPDATE imenik_tokeni SET koristen = :sada WHERE id = :id AND koristen < :sada",

@@ -53,6 +53,8 @@ struct AccountSession {
   /// None where the user has no role there, or there is no such company: which of them is not to be told.
   Rights rights = {};
   std::string address = {};  ///< of the company's database; empty where there are no rights
+  /// Whether the journal of the company's database lacks changes of its users.
+  bool journal_waits = false;
 };
 
 struct UserInfo {
@@ -85,23 +87,33 @@ struct CompanyUser {
   std::string code;
   bool disabled = false;
   std::vector<const Role*> roles;
-  std::int64_t log_ins = 0;  ///< that have not ended
+  /// That have not ended; none told of who is a user of other companies, too.
+  std::optional<std::int64_t> log_ins;
 };
 
 /// A change of a company's users that its administrator asks for over the network.
 struct UserChange {
   std::string by;  ///< the name of the administrator's account
   std::string company;
-  std::string key = {};    ///< under which it is carried out once; empty is none
-  bool rehearses = false;  ///< to be taken back in the end
+  std::string key = {};      ///< under which it is carried out once; empty is none
+  bool rehearses = false;    ///< to be taken back in the end
+  std::string request = {};  ///< by which one under its key is told from another
 };
-/// One that was carried out.
+/// One that was asked for, here or over the network.
 struct JournalledChange {
   UnixSeconds at = 0;
   std::string by;
-  std::string company;
-  std::string user;
-  std::string change;  ///< "uloge: unos, uvoz", for people
+  std::string company;  ///< empty where it is none's
+  std::string user;     ///< empty where it is none's
+  std::string change;   ///< "uloge: unos, uvoz", for people
+  std::string refused;  ///< why; empty where it was made
+};
+/// A change of a company's users that the journal of its own database does not have yet.
+struct WaitingChange {
+  std::int64_t id = 0;
+  std::string transaction;
+  std::string key;
+  JournalledChange change;
 };
 
 /// A company on its way to another database, from the beginning until nothing of it is left at the old place.
@@ -145,7 +157,10 @@ class Accounts {
   /// Where a company's database is; nothing where there is no such company.
   std::optional<std::string> AddressOf(std::string_view company);
 
-  // --- administration; what is refused raises Error that says why ---
+  // --- administration; what is refused raises Error that says why; both are journalled ---
+
+  /// Who changes what follows, for the journal.
+  void ActAs(std::string_view who);
 
   /// A name has 1 to 64 characters, none of them a control character, no blanks at its ends; a password 8 to
   /// 1024 bytes. `code` has at most five characters; where it is empty it is made of the name.
@@ -161,19 +176,26 @@ class Accounts {
   void Grant(std::string_view user, std::string_view company, const std::vector<const Role*>& roles);
   std::vector<GrantInfo> Grants();
 
-  // --- the users of one company, for its administrators; changes are journalled with what they change ---
+  // --- the users of one company, for its administrators; both are kept under their key ---
 
   /// Who has roles there, by name.
   std::vector<CompanyUser> UsersOf(std::string_view company);
   /// Grant() in the name of an administrator. Refused besides where the roles are others than `known`, those
   /// that the administrator was shown, and where nobody who may log in would administer the company any more.
-  /// A key that was that of another change raises KeyReused.
+  /// A key that was that of another change raises KeyReused. A rehearsal for somebody without a role there is
+  /// refused, so that it does not tell which users the server has.
   void ChangeRoles(const UserChange& change, std::string_view user, const std::vector<const Role*>& roles,
                    const std::optional<std::vector<const Role*>>& known = {});
-  /// Ends the log-ins of a user of the company, wherever else he has roles.
+  /// Ends the log-ins of a user of the company. Refused for one who has roles in others, too, since a log-in
+  /// is good for all of them.
   void EndLogIns(const UserChange& change, std::string_view user);
-  /// The last one first.
+  /// Journals what an administrator asked for and was refused before it came to one of these.
+  void NoteRefused(const UserChange& change, std::string_view transaction, std::string_view why);
+  /// Those of all, the last one first.
   std::vector<JournalledChange> Journal();
+  /// Those that a company's own journal lacks, the first one first, and that it has got some.
+  std::vector<WaitingChange> WaitingFor(std::string_view company);
+  void NoteTaken(const std::vector<WaitingChange>& changes);
 
   /// Those that have not expired.
   std::vector<TokenInfo> Tokens();

@@ -68,11 +68,14 @@ std::int64_t EndTokens(Database& database, std::int64_t account) {
 // --- users ---
 
 std::string Accounts::AddUser(std::string_view name, std::string_view password, std::string_view code) {
-  RequireText("the user", name, kLongestUser);
-  RequirePassword(password);
-  if (!code.empty()) RequireText("the code", code, kLongestCode);
-  const std::string kept = HashPassword(password, state_->Cost());
-  return state_->Write([&](Database& database) {
+  std::string kept;
+  const auto prepare = [&] {
+    RequireText("the user", name, kLongestUser);
+    RequirePassword(password);
+    if (!code.empty()) RequireText("the code", code, kLongestCode);
+    kept = HashPassword(password, state_->Cost());
+  };
+  return state_->Change({.user = std::string(name), .change = "otvoren"}, prepare, [&](Database& database) {
     if (FindAccount(database, name)) throw Error("there is a user " + InQuotes(name) + " already");
     if (!code.empty()) RequireFree(database, code);
     const std::string own = code.empty() ? FreeCodeOf(database, name) : std::string(code);
@@ -85,9 +88,12 @@ std::string Accounts::AddUser(std::string_view name, std::string_view password, 
 }
 
 void Accounts::SetPassword(std::string_view name, std::string_view password) {
-  RequirePassword(password);
-  const std::string kept = HashPassword(password, state_->Cost());
-  state_->Write([&](Database& database) {
+  std::string kept;
+  const auto prepare = [&] {
+    RequirePassword(password);
+    kept = HashPassword(password, state_->Cost());
+  };
+  state_->Change({.user = std::string(name), .change = "nova lozinka"}, prepare, [&](Database& database) {
     const std::int64_t id = RequireAccount(database, name);
     database.Execute("UPDATE imenik_korisnici SET lozinka = :lozinka WHERE id = :id", {kept, id});
     EndTokens(database, id);
@@ -95,7 +101,8 @@ void Accounts::SetPassword(std::string_view name, std::string_view password) {
 }
 
 void Accounts::SetDisabled(std::string_view name, bool disabled) {
-  state_->Write([&](Database& database) {
+  const char* const what = disabled ? "isključen" : "ponovo uključen";
+  state_->Change({.user = std::string(name), .change = what}, [&](Database& database) {
     const std::int64_t id = RequireAccount(database, name);
     database.Execute("UPDATE imenik_korisnici SET iskljucen = :iskljucen WHERE id = :id", {disabled, id});
     if (disabled) EndTokens(database, id);
@@ -131,7 +138,11 @@ void StoreRoles(Database& database, std::int64_t account, std::int64_t company,
 }
 
 void Accounts::Grant(std::string_view user, std::string_view company, const std::vector<const Role*>& roles) {
-  state_->Write([&](Database& database) {
+  DirectoryChange change{.company = std::string(company),
+                         .user = std::string(user),
+                         .change = RolesChange(roles),
+                         .transaction = kRolesTransaction};
+  state_->Change(std::move(change), [&](Database& database) {
     StoreRoles(database, RequireAccount(database, user), RequireCompany(database, company), roles);
   });
 }
@@ -179,14 +190,17 @@ WHERE t.vrijedi_do > :sada AND t.koristen > :koristen ORDER BY fold(k.ime), t.id
 }
 
 void Accounts::RevokeToken(std::int64_t id) {
-  const bool ended = state_->With([&](Database& database) {
-    return database.Execute("DELETE FROM imenik_tokeni WHERE id = :id", {id}) > 0;
+  const std::string number = std::to_string(id);
+  state_->Change({.change = "prijava " + number + " prekinuta"}, [&](Database& database) {
+    if (database.Execute("DELETE FROM imenik_tokeni WHERE id = :id", {id}) == 0) {
+      throw Error("there is no token " + number);
+    }
   });
-  if (!ended) throw Error("there is no token " + std::to_string(id));
 }
 
 std::int64_t Accounts::RevokeTokensOf(std::string_view user) {
-  return state_->Write(
+  return state_->Change(
+      {.user = std::string(user), .change = std::string(kLogInsEnded)},
       [&](Database& database) { return EndTokens(database, RequireAccount(database, user)); });
 }
 

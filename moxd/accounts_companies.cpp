@@ -70,6 +70,19 @@ void WriteAddress(Database& database, std::int64_t company, std::string_view add
                    {std::string(address), company});
 }
 
+// An address without its password; whatever it is.
+std::string Shown(std::string_view address) {
+  try {
+    return DatabaseLocation(address).ToString();
+  } catch (const Error&) {
+    return "?";
+  }
+}
+
+DirectoryChange CompanyChange(std::string_view company, std::string what, std::string by = {}) {
+  return {.by = std::move(by), .company = std::string(company), .change = std::move(what)};
+}
+
 void Insert(Database& database, std::string_view name, std::string_view address) {
   database.Execute("INSERT INTO imenik_poduzeca (naziv, adresa) VALUES (:naziv, :adresa)",
                    {std::string(name), std::string(address)});
@@ -78,21 +91,26 @@ void Insert(Database& database, std::string_view name, std::string_view address)
 }  // namespace
 
 void Accounts::AddCompany(std::string_view name, std::string_view address) {
-  RequireCompany({std::string(name), std::string(address)});
-  state_->Write([&](Database& database) {
+  const auto check = [&] { RequireCompany({std::string(name), std::string(address)}); };
+  state_->Change(CompanyChange(name, "dodano: " + Shown(address)), check, [&](Database& database) {
     if (FindCompany(database, name)) throw Error("there is a company " + InQuotes(name) + " already");
     Insert(database, name, address);
   });
 }
 
 std::int64_t Accounts::TakeCompanies(const std::vector<CompanyInfo>& companies) {
-  for (const CompanyInfo& company : companies) RequireCompany(company);
-  return state_->Write([&](Database& database) {
+  const auto check = [&] {
+    for (const CompanyInfo& company : companies) RequireCompany(company);
+  };
+  const std::string what = "popis poduzeća: " + std::to_string(companies.size());
+  return state_->Change(CompanyChange({}, what), check, [&](Database& database) {
     std::int64_t changed = 0;
     for (const CompanyInfo& company : companies) {
       const auto id = FindCompany(database, company.name);
       if (id && AddressOfCompany(database, *id) == company.address) continue;
       ++changed;
+      Note(database, CompanyChange(company.name, "popis: " + Shown(company.address), state_->by),
+           state_->now());
       if (!id) {
         Insert(database, company.name, company.address);
         continue;
@@ -105,8 +123,8 @@ std::int64_t Accounts::TakeCompanies(const std::vector<CompanyInfo>& companies) 
 }
 
 void Accounts::SetAddress(std::string_view company, std::string_view address) {
-  RequireAddress(address);
-  state_->Write([&](Database& database) {
+  const auto check = [&] { RequireAddress(address); };
+  state_->Change(CompanyChange(company, "adresa: " + Shown(address)), check, [&](Database& database) {
     const std::int64_t id = RequireCompany(database, company);
     RequireAtRest(database, id, company);
     WriteAddress(database, id, address);
@@ -114,9 +132,10 @@ void Accounts::SetAddress(std::string_view company, std::string_view address) {
 }
 
 void Accounts::RemoveCompany(std::string_view name) {
-  state_->Write([&](Database& database) {
+  state_->Change(CompanyChange(name, "uklonjeno"), [&](Database& database) {
     const std::int64_t id = RequireCompany(database, name);
     RequireAtRest(database, id, name);
+    database.Execute("UPDATE imenik_dnevnik SET za_poduzece = NULL WHERE za_poduzece = :id", {id});
     database.Execute("DELETE FROM imenik_uloge WHERE poduzece_id = :id", {id});
     database.Execute("DELETE FROM imenik_poduzeca WHERE id = :id", {id});
   });
@@ -142,10 +161,10 @@ std::optional<MoveInfo> Accounts::MoveOf(std::string_view company) {
 }
 
 MoveInfo Accounts::BeginMove(std::string_view company, std::string_view to) {
-  RequireAddress(to);
   constexpr std::size_t kIdLength = 16;
   const std::string move = DigestOf(NewToken()).substr(0, kIdLength);
-  return state_->Write([&](Database& database) {
+  const auto check = [&] { RequireAddress(to); };
+  return state_->Change(CompanyChange(company, "selidba na " + Shown(to)), check, [&](Database& database) {
     const std::int64_t id = RequireCompany(database, company);
     RequireAtRest(database, id, company);
     MoveInfo begun{AddressOfCompany(database, id), std::string(to), move};
@@ -158,14 +177,14 @@ MoveInfo Accounts::BeginMove(std::string_view company, std::string_view to) {
 }
 
 void Accounts::NameNewPlace(std::string_view company) {
-  state_->Write([&](Database& database) {
+  state_->Change(CompanyChange(company, "preseljeno"), [&](Database& database) {
     const std::int64_t id = RequireCompany(database, company);
     if (const auto move = FindMove(database, id)) WriteAddress(database, id, move->to);
   });
 }
 
 void Accounts::EndMove(std::string_view company) {
-  state_->Write([&](Database& database) {
+  state_->Change(CompanyChange(company, "selidba završena"), [&](Database& database) {
     database.Execute("DELETE FROM imenik_selidbe WHERE poduzece_id = :id",
                      {RequireCompany(database, company)});
   });

@@ -6,17 +6,37 @@
 #include <utility>
 
 #include "appserver/database.h"
+#include "appserver/requester.h"
 #include "moxd/accounts.h"
 #include "moxd/directory_schema.h"
 #include "moxd/passwords.h"
 
 namespace mox {
 
+/// A change of the directory, as its journal has it.
+struct DirectoryChange {
+  std::string by = {};
+  std::string company = {};
+  std::string user = {};
+  std::string change = {};
+  /// Of a change of a company's users, which its own journal gets, too; empty for others.
+  std::string transaction = {};
+  std::string key = {};
+  std::string request = {};
+  bool rehearses = false;
+};
+
+/// Whether it was made before under its key. Raises the Error that refused it then, and KeyReused.
+bool WasMade(Database& database, const DirectoryChange& change);
+/// Journals one that is made, or why it is refused.
+void Note(Database& database, const DirectoryChange& change, UnixSeconds now, std::string_view refused = {});
+
 struct Accounts::State {
   std::string location;
   AccountSettings settings;
   UnixClock now;
   std::string unknown_password;
+  std::string by;  // who administers
   std::optional<Database> database;
   std::optional<Statement> find_session;  // of `database`
 
@@ -35,8 +55,6 @@ struct Accounts::State {
       throw;
     }
   }
-  template <typename Action>
-  void Change(const UserChange& change, std::string_view user, const std::string& what, const Action& action);
 
   /// All of the action, or nothing.
   template <typename Action>
@@ -53,6 +71,51 @@ struct Accounts::State {
       }
     });
   }
+
+  /// All of the action and its line in the journal, or why it was refused. `prepare` checks what needs no
+  /// database, before.
+  template <typename Prepare, typename Action>
+  auto Change(DirectoryChange change, const Prepare& prepare, const Action& action)
+      -> decltype(action(std::declval<Database&>())) {
+    if (change.by.empty()) change.by = by;
+    try {
+      prepare();
+      return Write([&](Database& opened) {
+        Note(opened, change, now());
+        return action(opened);
+      });
+    } catch (const DatabaseUnavailable&) {
+      throw;
+    } catch (const Error& error) {
+      Write([&](Database& opened) { Note(opened, change, now(), error.what()); });
+      throw;
+    }
+  }
+  template <typename Action>
+  auto Change(DirectoryChange change, const Action& action) -> decltype(action(std::declval<Database&>())) {
+    return Change(
+        std::move(change), [] {}, action);
+  }
+  /// One that is asked for over the network, once under its key, or only tried.
+  template <typename Action>
+  void Once(const DirectoryChange& change, const Action& action) {
+    try {
+      With([&](Database& opened) {
+        WriteTransaction transaction(opened);
+        if (WasMade(opened, change)) return;
+        action(opened);
+        Note(opened, change, now());
+        if (!change.rehearses) transaction.Commit();
+      });
+    } catch (const DatabaseUnavailable&) {
+      throw;
+    } catch (const KeyReused&) {
+      throw;
+    } catch (const Error& error) {
+      if (!change.rehearses) Write([&](Database& opened) { Note(opened, change, now(), error.what()); });
+      throw;
+    }
+  }
 };
 
 /// The key of the account of that name; nothing where there is none, whatever the text.
@@ -61,6 +124,11 @@ std::optional<std::int64_t> FindAccount(Database& database, std::string_view nam
 std::int64_t RequireAccount(Database& database, std::string_view name);
 /// Ends the log-ins of an account, and answers how many there were.
 std::int64_t EndTokens(Database& database, std::int64_t account);
+/// What the journal says of roles that are given, by which transaction, and of log-ins that are ended.
+std::string RolesChange(const std::vector<const Role*>& roles);
+inline constexpr const char* kRolesTransaction = "KorisnikUlogeUpis";
+inline constexpr const char* kLogInsTransaction = "KorisnikPrijaveKraj";
+inline constexpr const char* kLogInsEnded = "prijave prekinute";
 /// The roles of an account in a company, in the place of those that it had.
 void StoreRoles(Database& database, std::int64_t account, std::int64_t company,
                 const std::vector<const Role*>& roles);

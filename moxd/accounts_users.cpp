@@ -37,39 +37,36 @@ void RequireAdministrator(Database& database, std::int64_t company) {
   if (found.AsInteger(0) == 0) throw Error("nobody would administer the company any more");
 }
 
-// Journals a change. False where it was carried out under its key before.
-bool Note(Database& database, const UserChange& change, std::string_view user, const std::string& what,
-          UnixSeconds now) {
-  const Value key = change.key.empty() ? Value() : Value(change.key);
-  if (!change.key.empty()) {
-    const RecordSet before = database.Query(
-        "dnevnik", ParseColumns("tko,poduzece,korisnik,promjena"),
-        "SELECT tko, poduzece, korisnik, promjena FROM imenik_dnevnik WHERE kljuc = :kljuc", {key});
-    if (!before.IsEmpty()) {
-      const bool same = before.AsTextView(0) == change.by && before.AsTextView(1) == change.company &&
-                        before.AsTextView(2) == user && before.AsTextView(3) == what;
-      if (same) return false;
-      throw KeyReused("the key is that of another request");
-    }
-  }
-  const std::string insert =
-      "INSERT INTO imenik_dnevnik (vrijeme, tko, poduzece, korisnik, promjena, kljuc) "
-      "VALUES (:vrijeme, :tko, :poduzece, :korisnik, :promjena, :kljuc)";
-  const Value values[] = {now, change.by, change.company, std::string(user), what, key};
-  database.PrepareWith(insert, values).Execute();
-  return true;
+bool HasRolesElsewhere(Database& database, std::int64_t account, std::int64_t company) {
+  const RecordSet found = database.Query(
+      "drugdje", ParseColumns("broj:integer"),
+      "SELECT COUNT(*) FROM imenik_uloge WHERE korisnik_id = :korisnik AND poduzece_id <> :poduzece",
+      {account, company});
+  return found.AsInteger(0) > 0;
+}
+
+DirectoryChange DirectoryChangeOf(const UserChange& change, std::string_view user, std::string what,
+                                  const char* transaction) {
+  return {change.by,   change.company, std::string(user), std::move(what),
+          transaction, change.key,     change.request,    change.rehearses};
 }
 
 }  // namespace
+
+std::string RolesChange(const std::vector<const Role*>& roles) { return "uloge: " + TextOf(roles); }
 
 std::vector<CompanyUser> Accounts::UsersOf(std::string_view company) {
   return state_->With([&](Database& database) {
     const UnixSeconds now = state_->now();
     const RecordSet rows =
-        database.Query("korisnici", ParseColumns("ime,oznaka,iskljucen:boolean,uloga,prijava:integer"), R"(
+        database.Query("korisnici",
+                       ParseColumns("ime,oznaka,iskljucen:boolean,uloga,prijava:integer,"
+                                    "drugdje:integer"),
+                       R"(
 SELECT k.ime, k.oznaka, k.iskljucen, u.uloga,
   (SELECT COUNT(*) FROM imenik_tokeni t
-   WHERE t.korisnik_id = k.id AND t.vrijedi_do > :sada AND t.koristen > :koristen)
+   WHERE t.korisnik_id = k.id AND t.vrijedi_do > :sada AND t.koristen > :koristen),
+  (SELECT COUNT(*) FROM imenik_uloge d WHERE d.korisnik_id = k.id AND d.poduzece_id <> u.poduzece_id)
 FROM imenik_uloge u JOIN imenik_korisnici k ON k.id = u.korisnik_id
 WHERE u.poduzece_id = :poduzece ORDER BY fold(k.ime), u.uloga)",
                        {now, now - state_->settings.idle_time, RequireCompany(database, company)});
@@ -82,7 +79,7 @@ WHERE u.poduzece_id = :poduzece ORDER BY fold(k.ime), u.uloga)",
                          std::string(row.AsTextView(1)),
                          row.AsBoolean(2),
                          {},
-                         row.AsInteger(4)});
+                         row.AsInteger(5) > 0 ? std::nullopt : std::optional(row.AsInteger(4))});
       }
       users.back().roles.push_back(role);
     }
@@ -91,55 +88,43 @@ WHERE u.poduzece_id = :poduzece ORDER BY fold(k.ime), u.uloga)",
   });
 }
 
-// All of the action and its line in the journal, or nothing.
-template <typename Action>
-void Accounts::State::Change(const UserChange& change, std::string_view user, const std::string& what,
-                             const Action& action) {
-  With([&](Database& opened) {
-    WriteTransaction transaction(opened);
-    const std::int64_t company = RequireCompany(opened, change.company);
-    const std::int64_t account = RequireAccount(opened, user);
-    if (!Note(opened, change, user, what, now())) return;
-    action(opened, account, company);
-    if (!change.rehearses) transaction.Commit();
-  });
-}
-
 void Accounts::ChangeRoles(const UserChange& change, std::string_view user,
                            const std::vector<const Role*>& roles,
                            const std::optional<std::vector<const Role*>>& known) {
-  const auto store = [&](Database& database, std::int64_t account, std::int64_t company) {
-    const std::vector<const Role*> before = RolesOf(database, account, company);
+  const auto store = [&](Database& database) {
+    const std::int64_t company = RequireCompany(database, change.company);
+    const auto account = FindAccount(database, user);
+    const std::vector<const Role*> before =
+        account ? RolesOf(database, *account, company) : std::vector<const Role*>();
+    // Tried, whoever is there and whoever is not looks the same.
+    if (change.rehearses && before.empty()) {
+      throw Error(InQuotes(user) +
+                  " has no role here yet; whether there is such a user is told when the roles are stored");
+    }
+    const std::int64_t id = RequireAccount(database, user);
     if (known && *known != before) {
       throw Error(InQuotes(user) + " was changed by somebody else since it was read: " + TextOf(before));
     }
-    StoreRoles(database, account, company, roles);
+    StoreRoles(database, id, company, roles);
     RequireAdministrator(database, company);
   };
-  state_->Change(change, user, "uloge: " + TextOf(roles), store);
+  state_->Once(DirectoryChangeOf(change, user, RolesChange(roles), kRolesTransaction), store);
 }
 
 void Accounts::EndLogIns(const UserChange& change, std::string_view user) {
-  const auto end = [&](Database& database, std::int64_t account, std::int64_t company) {
+  const auto end = [&](Database& database) {
+    const std::int64_t company = RequireCompany(database, change.company);
+    const std::int64_t account = RequireAccount(database, user);
     // Who has no role here is somebody of others.
     if (RolesOf(database, account, company).empty()) throw Error("there is no user " + InQuotes(user));
+    if (HasRolesElsewhere(database, account, company)) {
+      throw Error(InQuotes(user) +
+                  " is a user of other companies, too; his log-ins are ended by who runs the server "
+                  "(moxd token revoke)");
+    }
     EndTokens(database, account);
   };
-  state_->Change(change, user, "prijave prekinute", end);
-}
-
-std::vector<JournalledChange> Accounts::Journal() {
-  return state_->With([](Database& database) {
-    const RecordSet rows = database.Query(
-        "dnevnik", ParseColumns("vrijeme:integer,tko,poduzece,korisnik,promjena"),
-        "SELECT vrijeme, tko, poduzece, korisnik, promjena FROM imenik_dnevnik ORDER BY id DESC");
-    std::vector<JournalledChange> changes;
-    changes.reserve(rows.RowCount());
-    for (const RecordRow& row : rows.Rows()) {
-      changes.push_back({row.AsInteger(0), row.AsText(1), row.AsText(2), row.AsText(3), row.AsText(4)});
-    }
-    return changes;
-  });
+  state_->Once(DirectoryChangeOf(change, user, kLogInsEnded, kLogInsTransaction), end);
 }
 
 }  // namespace mox

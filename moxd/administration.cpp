@@ -35,7 +35,8 @@ constexpr std::string_view kUsage = R"(       moxd user add NAME [--code CODE] [
        moxd grant list
        moxd token list                who is logged in, since when and from where
        moxd token revoke NUMBER | USER
-       moxd journal list              what administrators of companies changed of its users over the network
+       moxd journal list              who changed users, roles, log-ins and companies, here and over the
+                                      network, and what was refused
        moxd company add NAME ADDRESS  serve a company: the file of its database, or its address
        moxd company address NAME ADDRESS
        moxd company remove NAME       serve it no longer; its database stays
@@ -131,9 +132,10 @@ void ListTokens(Call& call) {
 }
 
 void ListJournal(Call& call) {
-  std::vector<std::vector<std::string>> rows = {{"when", "by", "company", "user", "change"}};
+  std::vector<std::vector<std::string>> rows = {{"when", "by", "company", "user", "change", "refused"}};
   for (const JournalledChange& change : call.accounts.Journal()) {
-    rows.push_back({Moment(change.at), change.by, change.company, change.user, change.change});
+    rows.push_back(
+        {Moment(change.at), change.by, change.company, change.user, change.change, change.refused});
   }
   PrintTable(call.streams.out, rows);
 }

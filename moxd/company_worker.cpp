@@ -4,6 +4,7 @@
 #include <thread>
 #include <utility>
 
+#include "appserver/write_journal.h"
 #include "connect/wire.h"
 #include "connect/zstd_text.h"
 #include "mox/foundation/find_row.h"
@@ -28,6 +29,11 @@ Reply TextReply(std::string text, const RequestHead& head) {
   if (packs) reply.content_encoding = kZstd.data();
   reply.body = packs ? Packed(text) : std::move(text);
   return reply;
+}
+
+// An error is one as it stands; else the body is what is answered.
+Reply Sendable(Reply reply, const RequestHead& head) {
+  return reply.code.empty() ? TextReply(std::move(reply.body), head) : std::move(reply);
 }
 
 }  // namespace
@@ -155,8 +161,7 @@ std::optional<Reply> CompanyWorker::Check(const RequestHead& head, const Request
     }
     return std::nullopt;
   }
-  const ServiceInfo* service = FindRow(DirectoryServices(), route.service);
-  if (service == nullptr) service = FindRow(ReadServices(), route.service);
+  const ServiceInfo* const service = FindRow(ReadServices(), route.service);
   if (service == nullptr) return ErrorReply("unknown_service");
   if (!session->rights.Has(service->right)) return ErrorReply("forbidden");
   return std::nullopt;
@@ -199,13 +204,7 @@ std::optional<Reply> CompanyWorker::ReadList(HttpRequest& request, std::string& 
   return std::nullopt;
 }
 
-Reply CompanyWorker::Read(CompanyServer& server, const RequestRoute& route, const std::string& text) {
-  TAstaParamList list;
-  try {
-    list = TAstaParamList::FromTokenizedString(text);
-  } catch (const Error& error) {
-    return ErrorReply("bad_body", error.what());
-  }
+Reply CompanyWorker::Read(CompanyServer& server, const RequestRoute& route, const TAstaParamList& list) {
   try {
     const std::unique_ptr<TAstaParamList> answer = server.ReportDataService(list, route.service);
     if (answer == nullptr) return ErrorReply("unknown_service");
@@ -219,30 +218,36 @@ Reply CompanyWorker::Read(CompanyServer& server, const RequestRoute& route, cons
   }
 }
 
-Reply CompanyWorker::WriteUsers(const ServiceInfo& transaction, const AccountSession& session,
-                                const UserChange& change, const TAstaParamList& request) {
-  Reply reply;
-  RequireRight({session.user, session.code, session.rights}, transaction.right, transaction.name);
-  reply.body = OutcomeText(WriteToDirectory(Directory(), change, request));
-  return reply;
+Reply CompanyWorker::WriteUsers(const ServiceInfo& transaction, const RequestHead& head,
+                                const AccountSession& session, const std::string& company,
+                                const TAstaParamList& request) {
+  const UserChange change{session.user, company, head.key, !head.rehearsal.empty()};
+  try {
+    RequireRight({session.user, session.code, session.rights}, transaction.right, transaction.name);
+    Reply reply;
+    reply.body = OutcomeText(WriteToDirectory(Directory(), change, request));
+    return reply;
+  } catch (const NotAllowed& error) {
+    Directory().NoteRefused(change, transaction.name, error.what());
+    return ErrorReply("forbidden", error.what());
+  } catch (const KeyReused&) {
+    return ErrorReply("key_reused");
+  }
 }
 
-Reply CompanyWorker::Write(CompanyServer& server, const RequestHead& head, const std::string& text,
-                           const AccountSession& session, const std::string& company) {
-  TAstaParamList list;
+// What was changed of the company's users stands in its own journal before anybody looks there. Where that
+// is not possible now it waits, and the request goes on.
+void CompanyWorker::TakeOver(CompanyServer& server, const std::string& company) {
   try {
-    list = TAstaParamList::FromTokenizedString(text);
+    TakeOverChanges(Directory(), company, server.database());
   } catch (const Error& error) {
-    return ErrorReply("bad_body", error.what());
+    log_.Event("journal", company + ": " + error.what());
   }
-  const bool rehearses = !head.rehearsal.empty();
-  const ServiceInfo* const users =
-      list.Count() == 1 ? FindRow(DirectoryTransactions(), list[0].Name()) : nullptr;
-  server.SetRehearsing(rehearses);
+}
+
+Reply CompanyWorker::Write(CompanyServer& server, const RequestHead& head, const TAstaParamList& list) {
+  server.SetRehearsing(!head.rehearsal.empty());
   try {
-    if (users != nullptr) {
-      return WriteUsers(*users, session, {session.user, company, head.key, rehearses}, list);
-    }
     server.WriteDataService(list, head.key);
   } catch (const NotAllowed& error) {
     return ErrorReply("forbidden", error.what());
@@ -258,13 +263,26 @@ Reply CompanyWorker::Attempt(HttpRequest& request, const RequestRoute& route,
                              std::optional<std::string>& text) {
   std::optional<AccountSession> session;
   if (auto refused = Check(request.head, route, session)) return std::move(*refused);
-  asked_ = session->address;
   if (!text) {
     if (auto refused = ReadList(request, text.emplace())) return std::move(*refused);
   }
-  if (FindRow(DirectoryServices(), route.service) != nullptr) {
+  TAstaParamList list;
+  try {
+    list = TAstaParamList::FromTokenizedString(*text);
+  } catch (const Error& error) {
+    return ErrorReply("bad_body", error.what());
+  }
+  // The users are the server's own: the company's database may be away.
+  const bool writes = route.kind == RequestRoute::Kind::kWrite;
+  if (!writes && FindRow(DirectoryServices(), route.service) != nullptr) {
     return TextReply(AnswerOfDirectory(Directory(), route.company).AsTokenizedString(false), request.head);
   }
+  if (writes && list.Count() == 1) {
+    if (const ServiceInfo* const users = FindRow(DirectoryTransactions(), list[0].Name())) {
+      return Sendable(WriteUsers(*users, request.head, *session, route.company, list), request.head);
+    }
+  }
+  asked_ = session->address;
   // Parameters of one request are nobody else's.
   std::unique_ptr<CompanyServer> own;
   if (!request.head.parameters.empty()) {
@@ -281,11 +299,12 @@ Reply CompanyWorker::Attempt(HttpRequest& request, const RequestRoute& route,
   }
   CompanyServer& server = own ? *own : ServerAt(session->address);
   server.SetRequester({session->user, session->code, session->rights});
-  Reply done = route.kind == RequestRoute::Kind::kWrite
-                   ? Write(server, request.head, *text, *session, route.company)
-                   : Read(server, route, *text);
+  if (session->journal_waits && (writes || route.service == WriteJournalService().name)) {
+    TakeOver(server, route.company);
+  }
+  Reply done = writes ? Write(server, request.head, list) : Read(server, route, list);
   if (away_ == asked_) away_.clear();
-  return done.code.empty() ? TextReply(std::move(done.body), request.head) : std::move(done);
+  return Sendable(std::move(done), request.head);
 }
 
 // A company that is being moved is somewhere else in a moment: the directory is asked again. One that was

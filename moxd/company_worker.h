@@ -48,11 +48,11 @@ class CompanyWorker {
   std::optional<Reply> Check(const RequestHead& head, const RequestRoute& route,
                              std::optional<AccountSession>& session);
   std::optional<Reply> ReadList(HttpRequest& request, std::string& text);
-  Reply Read(CompanyServer& server, const RequestRoute& route, const std::string& text);
-  Reply Write(CompanyServer& server, const RequestHead& head, const std::string& text,
-              const AccountSession& session, const std::string& company);
-  Reply WriteUsers(const ServiceInfo& transaction, const AccountSession& session, const UserChange& change,
-                   const TAstaParamList& request);
+  Reply Read(CompanyServer& server, const RequestRoute& route, const TAstaParamList& list);
+  Reply Write(CompanyServer& server, const RequestHead& head, const TAstaParamList& list);
+  Reply WriteUsers(const ServiceInfo& transaction, const RequestHead& head, const AccountSession& session,
+                   const std::string& company, const TAstaParamList& request);
+  void TakeOver(CompanyServer& server, const std::string& company);
   /// Runs what may raise.
   template <typename Work>
   Reply Guarded(const std::string& company, const Work& work);

@@ -76,6 +76,16 @@ CREATE TABLE imenik_dnevnik (
   kljuc VARCHAR(64)
 );
 CREATE UNIQUE INDEX imenik_dnevnik_kljuc ON imenik_dnevnik (kljuc);
+)"},
+                                       {"schema/004_refusals.sql", R"(
+-- Changes made here are journalled, too, and those that were refused (odbijeno says why). sazetak tells a request under
+-- a key from another one; za_poduzece is the company whose own journal lacks the change yet, and transakcija what it
+-- is called there.
+ALTER TABLE imenik_dnevnik ADD COLUMN transakcija VARCHAR(100);
+ALTER TABLE imenik_dnevnik ADD COLUMN sazetak VARCHAR(16);
+ALTER TABLE imenik_dnevnik ADD COLUMN odbijeno VARCHAR(1000);
+ALTER TABLE imenik_dnevnik ADD COLUMN za_poduzece BIGINT;
+CREATE INDEX imenik_dnevnik_ceka ON imenik_dnevnik (za_poduzece) WHERE za_poduzece IS NOT NULL;
 )"}}};
   return family;
 }

@@ -5,22 +5,15 @@
 #include <vector>
 
 #include "appserver/requester.h"
+#include "appserver/write_journal.h"
+#include "mox/foundation/clock.h"
 #include "mox/foundation/text.h"
+#include "moxd/accounts_internal.h"
 
 namespace mox {
 namespace {
 
 constexpr std::string_view kRecords = "adsKorisnik";
-constexpr std::string_view kEndLogIns = "KorisnikPrijaveKraj";
-
-constexpr ServiceInfo kServices[] = {
-    {"Posluzitelj\\Korisnici", Right::kAdminister, "", "adsKorisnici",
-     "the users of the company on its server: their roles, whether they are shut out, and how many log-ins "
-     "they have"}};
-constexpr ServiceInfo kTransactions[] = {
-    {"KorisnikUlogeUpis", Right::kAdminister, kRecords, "",
-     "the roles of a user in the company, in the place of those that he had"},
-    {kEndLogIns, Right::kAdminister, kRecords, "", "ends the log-ins of a user of the company"}};
 
 // The codes of roles, as a version of what somebody was shown.
 std::string VersionOf(const std::vector<const Role*>& roles) {
@@ -65,23 +58,16 @@ std::optional<std::vector<const Role*>> KnownRoles(const RecordSet& user) {
 
 }  // namespace
 
-std::span<const ServiceInfo> DirectoryServices() { return kServices; }
-std::span<const ServiceInfo> DirectoryTransactions() { return kTransactions; }
-
 TAstaParamList AnswerOfDirectory(Accounts& accounts, std::string_view company) {
   RecordSet users("adsKorisnici");
-  for (const char* const field : {"ime", "oznaka"}) users.DefineField(field, FieldKind::kText);
-  for (const Role& role : Roles()) users.DefineField(role.code, FieldKind::kBoolean);
-  users.DefineField("prijava", FieldKind::kInteger);
-  users.DefineField("iskljucen", FieldKind::kBoolean);
-  users.DefineField("verzija", FieldKind::kText);
+  for (FieldDef& column : DirectoryColumns(DirectoryServices()[0])) users.DefineField(std::move(column));
   users.Open();
   for (const CompanyUser& user : accounts.UsersOf(company)) {
     std::vector<Value> values = {user.name, user.code};
     Rights granted;
     for (const Role* const role : user.roles) granted.Add(role->right);
     for (const Role& role : Roles()) values.emplace_back(granted.Has(role.right));
-    values.emplace_back(user.log_ins);
+    values.push_back(user.log_ins ? Value(*user.log_ins) : Value());
     values.emplace_back(user.disabled);
     values.emplace_back(VersionOf(user.roles));
     users.AppendRecord(values);
@@ -94,13 +80,22 @@ TAstaParamList AnswerOfDirectory(Accounts& accounts, std::string_view company) {
 WriteOutcome WriteToDirectory(Accounts& accounts, const UserChange& change, const TAstaParamList& request) {
   WriteOutcome outcome;
   outcome.transaction = request[0].Name();
+  UserChange asked = change;
+  asked.request = request[0].AsTextView();
   try {
-    const RecordSet user = SentUser(request);
-    const std::string name(TrimBlanks(TextOf(user, "ime")));
-    if (SameName(outcome.transaction, kEndLogIns)) {
-      accounts.EndLogIns(change, name);
+    std::string name;
+    RecordSet user;
+    try {
+      user = SentUser(request);
+      name = TrimBlanks(TextOf(user, "ime"));
+    } catch (const Error& error) {
+      accounts.NoteRefused(asked, outcome.transaction, error.what());
+      throw;
+    }
+    if (outcome.transaction == kLogInsTransaction) {
+      accounts.EndLogIns(asked, name);
     } else {
-      accounts.ChangeRoles(change, name, SentRoles(user), KnownRoles(user));
+      accounts.ChangeRoles(asked, name, SentRoles(user), KnownRoles(user));
     }
     outcome.committed = true;
   } catch (const DatabaseUnavailable&) {
@@ -111,6 +106,21 @@ WriteOutcome WriteToDirectory(Accounts& accounts, const UserChange& change, cons
     outcome.failure = {outcome.transaction, std::string(kRecords), 1, "ime", error.what()};
   }
   return outcome;
+}
+
+void TakeOverChanges(Accounts& accounts, const std::string& company, Database& database) {
+  const std::vector<WaitingChange> waiting = accounts.WaitingFor(company);
+  std::vector<ServerChange> changes;
+  changes.reserve(waiting.size());
+  for (const WaitingChange& one : waiting) {
+    const JournalledChange& change = one.change;
+    const std::string what = change.user.empty() ? change.change : change.user + ": " + change.change;
+    // Keys of the directory are others than those of the company's own writes.
+    changes.push_back(
+        {LocalTimeOf(change.at), change.by, one.transaction, what, change.refused, "posluzitelj/" + one.key});
+  }
+  JournalServerChanges(database, changes);
+  accounts.NoteTaken(waiting);
 }
 
 }  // namespace mox

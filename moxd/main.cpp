@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "connect/open_company.h"
 #include "mox/foundation/files.h"
 #include "moxd/administration.h"
 #include "moxd/demo.h"
@@ -104,6 +105,7 @@ int Administer(const std::string& path, const std::vector<std::string>& words) {
   const ReadSettings read = ReadConfig(path);
   if (!read.faults.empty()) return Fail(read.faults);
   Accounts accounts(read.settings.directory, read.settings.accounts);
+  accounts.ActAs("moxd: " + LoginName());
   AdministrationStreams streams{std::cin, std::cout, std::cerr, ::isatty(STDIN_FILENO) == 1};
   return RunAdministration(accounts, words, streams);
 }

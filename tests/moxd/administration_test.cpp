@@ -6,6 +6,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "mox/foundation/text.h"
 #include "tests/moxd/scratch_accounts.h"
 
 namespace mox {
@@ -13,8 +14,18 @@ namespace {
 
 using AdministrationTest = ScratchAccounts;
 
+std::string Answer(Accounts& accounts, const std::vector<std::string>& words) {
+  std::istringstream in;
+  std::ostringstream out;
+  AdministrationStreams streams{in, out, out};
+  RunAdministration(accounts, words, streams);
+  return out.str();
+}
+
 TEST_F(AdministrationTest, DoesWhatItsWordsSay) {
   Accounts accounts = Open();
+  EXPECT_EQ(Answer(accounts, {"journal", "list"}), "when  by  company  user  change  refused\n");
+  accounts.ActAs("moxd: mara");
   const std::string file = folder_ / "lozinka.txt";
   std::ofstream(file) << "iz datoteke\r\ndrugi redak\n";
   for (const char* const company : {"mala.db", "staro.db", "novo.db"}) {
@@ -82,7 +93,6 @@ TEST_F(AdministrationTest, DoesWhatItsWordsSay) {
        "user  company  roles\nana   mala     unos dokumenata, matični podaci\n",
        ""},
       {{"user", "enable", "šime"}, "", 0, "", ""},
-      {{"journal", "list"}, "", 0, "when  by  company  user  change\n", ""},
       {{"company", "remove", "mala"}, "", 0, "", ""},
       {{"company", "remove", "mala"}, "", 1, "", "moxd: there is no company \"mala\"\n"},
       {{"company", "address", "velika", "postgresql://db/velika"},
@@ -128,6 +138,27 @@ TEST_F(AdministrationTest, DoesWhatItsWordsSay) {
     EXPECT_THAT(err.str(), testing::StartsWith(row.err));
     EXPECT_EQ(err.str().empty(), row.err.empty());
   }
+  // Each is journalled, made or refused, but for words that are not understood.
+  std::string journal;
+  for (const JournalledChange& change : accounts.Journal()) {
+    EXPECT_EQ(change.by, "moxd: mara");
+    journal.insert(0, change.company + "|" + change.user + "|" + change.change + "|" +
+                          std::string(CutToCharacters(change.refused, 21)) + "\n");
+  }
+  EXPECT_EQ(journal, "mala||dodano: " + mala + "|\nVelika||dodano: " + (folder_ / "staro.db") +
+                         "|\n../x||dodano: " + mala +
+                         "|\"../x\": the name of a\n"
+                         "velika||adresa: postgresql://db/velika?company=v|\n"
+                         "|ana|otvoren|\n|šime|otvoren|\n|bez|otvoren|a password has 8 to 1\n"
+                         "|ŠIME|isključen|\n"
+                         "mala|ana|uloge: unos dokumenata, matični podaci|\n"
+                         "velika|ana|uloge: administracija|\n"
+                         "mala|nitko|uloge: unos dokumenata|there is no user \"nit\n"
+                         "velika|ana|uloge: -|\n|šime|ponovo uključen|\nmala||uklonjeno|\n"
+                         "mala||uklonjeno|there is no company \"\n"
+                         "||popis poduzeća: 2|\nnova||popis: postgresql://a:***@db/n?company=n|\n"
+                         "||popis poduzeća: 1|\nVelika||popis: " +
+                         novo + "|\n");
   using Outcome = LogInResult::Outcome;
   EXPECT_EQ(accounts.LogIn("ana", "tajna ane", "192.0.2.1").outcome, Outcome::kLoggedIn);
   EXPECT_EQ(accounts.LogIn("šime", "iz datoteke", "192.0.2.1").outcome, Outcome::kLoggedIn);

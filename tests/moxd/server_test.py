@@ -5,6 +5,7 @@ import functools
 import json
 import os
 import pathlib
+import pwd
 import shutil
 import signal
 import socket
@@ -239,6 +240,36 @@ class Memory(ServerTest):
         self.until_answered(WRITE, body, (400, "bad_body"))
 
 
+class Large(ServerTest):
+    settings = "workers = 1\n[limits]\nbody = 60 MB\nunpacked = 60 MB\nin_flight = 110 MB\n"
+
+    def test_large_requests_pass_in_memory_that_does_not_grow_with_their_number(self):
+        body = form(("tablica", b"x" * 50 * 2**20))
+        answers = []
+
+        def ask():
+            answer = (503, "busy")
+            while answer == (503, "busy"):
+                time.sleep(0.05)
+                with contextlib.suppress(OSError):  # who is refused may not get to read why, as he is still sending
+                    answer = code_of(self.server.ask("/v1/firma/service/Kat%5CStupciTablice", body, self.token))
+            answers.append(answer)
+
+        def peak(clients):
+            asking = [threading.Thread(target=ask) for _ in range(clients)]
+            for thread in asking:
+                thread.start()
+            for thread in asking:
+                thread.join(120)
+            return self.server.memory("VmHWM")
+
+        one, two, many = peak(1), peak(2), peak(8)
+        self.assertEqual(answers, [(200, "")] * 11)
+        self.assertGreater(one, 50 * 1024)
+        if IS_PLAIN:  # two are all that the budget has room for
+            self.assertLess(many - two, 50 * 1024, (one, two, many))
+
+
 class Operations(ServerTest):
     settings = "workers = 1\n[limits]\nqueue = 1\n[seconds]\nstop = 20\n"
 
@@ -330,6 +361,41 @@ class Users(ServerTest):
             self.assertIn(said, self.server.ask(WRITE, self.change(user, version=version), token)[2])
         self.assertEqual(code_of(self.server.ask(READ, NOTHING, mate)), (403, "forbidden"))
         self.assertEqual(links_stored(self.company), [])
+        # A rehearsal says the same of who is there and who is not; what was refused under a key stays so.
+        self.administer("user", "add", "tajni", text=PASSWORD)
+        tried = [self.server.ask(WRITE, self.change(user, "unos"), token, Mox_Rehearsal="1")[2].replace(user.encode(), b"NAME")
+                 for user in ("tajni", "nitko")]
+        self.assertIn(b"has no role here", tried[0])
+        self.assertEqual(tried[0], tried[1])
+        self.assertIn(b"there is no user", self.server.ask(WRITE, self.change("novi", "unos"), token, Idempotency_Key="k")[2])
+        self.administer("user", "add", "novi", text=PASSWORD)
+        self.assertIn(b"there is no user", self.server.ask(WRITE, self.change("novi", "unos"), token, Idempotency_Key="k")[2])
+        # The users are the server's own, also while the company's database is away; its journal gets them afterwards.
+        self.company.rename(self.folder / "away.db")
+        self.server.process.send_signal(signal.SIGHUP)
+        for _ in range(500):
+            if any("read again: 1" in line for line in self.server.log):
+                break
+            time.sleep(0.02)
+        self.assertIn(b"committed boolean true", self.server.ask(WRITE, self.change("novi", "unos"), token)[2])
+        self.assertEqual(code_of(self.server.ask(READ, NOTHING, token)), (503, "database_unavailable"))
+        (self.folder / "away.db").rename(self.company)
+        for _ in range(2):
+            journal = self.server.ask("/v1/firma/service/DnevnikUpisa", NOTHING, token)[2].decode()
+        with contextlib.closing(sqlite3.connect(self.company)) as database:
+            rows = database.execute("SELECT korisnik, transakcija, dokumenti, upisano FROM dnevnik_upisa").fetchall()
+        me = f"moxd: {os.environ.get('USER') or pwd.getpwuid(os.geteuid()).pw_name}"
+        given = [(me, "KorisnikUlogeUpis", f"iva: uloge: {roles}", 1)
+                 for roles in ("čitanje", "unos dokumenata, matični podaci, uvoz", "administracija")]
+        refused = [("iva", "KorisnikUlogeUpis", "KorisnikUlogeUpis", 0), ("iva", "KorisnikPrijaveKraj", "KorisnikPrijaveKraj", 0)]
+        self.assertEqual([row for row in rows if row[0] not in ("", "ana")], [
+            given[0], *refused, given[1], *refused, given[2],
+            ("iva", "KorisnikUlogeUpis", "mate: uloge: unos dokumenata", 1), ("iva", "KorisnikPrijaveKraj", "mate: prijave prekinute", 1),
+            ("iva", "KorisnikUlogeUpis", "mate: uloge: -", 0), ("iva", "KorisnikUlogeUpis", "mate: uloge: -", 1),
+            ("iva", "KorisnikUlogeUpis", "nitko: uloge: -", 0), ("iva", "KorisnikUlogeUpis", "mate: uloge: -", 1),
+            ("iva", "KorisnikUlogeUpis", "novi: uloge: unos dokumenata", 0),
+            ("iva", "KorisnikUlogeUpis", "novi: uloge: unos dokumenata", 1)])
+        self.assertIn("novi: uloge", journal)
 
 
 class Client(ServerTest):
@@ -442,8 +508,8 @@ class Rights(ServerTest):
         self.assertEqual(links_stored(self.company), [2])
         # Whomever the request names, it was the one who has logged in.
         self.assertEqual(self.rows("SELECT user_id FROM dok_veze_kasnije"), [("IVO",)])
-        self.assertEqual(self.rows("SELECT korisnik, transakcija, kljuc FROM dnevnik_upisa"),
-                         [("ivo", "UpisParentFieldForVD", "k-2")])
+        self.assertEqual(self.rows("SELECT korisnik, transakcija, upisano, kljuc FROM dnevnik_upisa WHERE korisnik = 'ivo'"),
+                         [("ivo", "UpisParentFieldForVD", 0, None), ("ivo", "UpisParentFieldForVD", 1, "k-2")])
         self.assertIn("ivo ", self.moxd("token", "list"))
         self.moxd("user", "disable", "ivo")
         self.assertEqual(read(), (401, "not_logged_in"))
@@ -455,7 +521,8 @@ class Rights(ServerTest):
         for how in (signal.SIGINT, signal.SIGTERM):
             for words in ([MOXD, "user", "password", "ana", "--config", self.folder / "moxd.ini"], [MOX, "login", self.server.address()]):
                 terminal = os.openpty()
-                with subprocess.Popen(words, stdin=terminal[1], stderr=subprocess.PIPE) as asking:
+                with subprocess.Popen(words, stdin=terminal[1], stderr=subprocess.PIPE,
+                                      env={**os.environ, "XDG_STATE_HOME": str(self.folder)}) as asking:
                     while not (asked := asking.stderr.read(1)) == b":":
                         self.assertTrue(asked)
                     self.assertFalse(termios.tcgetattr(terminal[1])[3] & termios.ECHO)

@@ -1,0 +1,126 @@
+// The journal of the directory: who changed what, or was refused it.
+
+#include <algorithm>
+
+#include "appserver/journal_text.h"
+#include "appserver/write_journal.h"
+#include "mox/foundation/digest.h"
+#include "mox/foundation/text.h"
+#include "mox/foundation/visible_text.h"
+#include "moxd/accounts_internal.h"
+
+namespace mox {
+namespace {
+
+constexpr std::size_t kLongestName = 64;
+constexpr std::size_t kLongestCompany = 48;
+constexpr std::size_t kLongestChange = 200;
+constexpr std::size_t kLongestReason = 1000;
+
+std::string Shown(std::string_view text, std::size_t longest) {
+  const std::string shown = VisibleText(text);
+  return std::string(CutToCharacters(shown, longest));
+}
+
+// By which a request under its key is told from another one.
+std::string RequestDigest(const DirectoryChange& change) {
+  TextDigest digest;
+  for (const std::string_view part :
+       {std::string_view(change.by), std::string_view(change.company), std::string_view(change.user),
+        std::string_view(change.change), std::string_view(change.request)}) {
+    digest.Add(part);
+    digest.Add(std::string_view("\n"));
+  }
+  return digest.Digits();
+}
+
+}  // namespace
+
+bool WasMade(Database& database, const DirectoryChange& change) {
+  if (change.key.empty() || change.rehearses) return false;
+  const RecordSet before =
+      database.Query("dnevnik", ParseColumns("sazetak,odbijeno"),
+                     "SELECT sazetak, odbijeno FROM imenik_dnevnik WHERE kljuc = :kljuc", {change.key});
+  if (before.IsEmpty()) return false;
+  if (before.AsTextView(0) != RequestDigest(change)) throw KeyReused("the key is that of another request");
+  if (!before.IsNull(1)) throw Error(before.AsText(1));
+  return true;
+}
+
+void Note(Database& database, const DirectoryChange& change, UnixSeconds now, std::string_view refused) {
+  const auto company = change.transaction.empty() ? std::nullopt : FindCompany(database, change.company);
+  const auto text = [](const std::string& of) { return of.empty() ? Value() : Value(of); };
+  // What a company's own journal gets it gets once, under this key.
+  const std::string key = company && change.key.empty() ? NewWriteKey() : change.key;
+  database.Execute(
+      "INSERT INTO imenik_dnevnik (vrijeme, tko, poduzece, korisnik, promjena, kljuc, transakcija, sazetak, "
+      "odbijeno, za_poduzece) VALUES (:vrijeme, :tko, :poduzece, :korisnik, :promjena, :kljuc, :transakcija, "
+      ":sazetak, :odbijeno, :za) ON CONFLICT (kljuc) DO NOTHING",
+      {now, Shown(change.by, kLongestName), Shown(change.company, kLongestCompany),
+       Shown(change.user, kLongestName), Shown(change.change, kLongestChange), text(key),
+       text(change.transaction), change.key.empty() ? Value() : Value(RequestDigest(change)),
+       JournalText(refused, kLongestReason), company ? Value(*company) : Value()});
+}
+
+void Accounts::NoteRefused(const UserChange& change, std::string_view transaction, std::string_view why) {
+  if (change.rehearses) return;
+  state_->Write([&](Database& database) {
+    // Who is refused for want of a right may be given it, and send the same again.
+    Note(database,
+         {.by = change.by,
+          .company = change.company,
+          .change = std::string(transaction),
+          .transaction = std::string(transaction)},
+         state_->now(), why);
+  });
+}
+
+std::vector<JournalledChange> Accounts::Journal() {
+  return state_->With([](Database& database) {
+    const RecordSet rows = database.Query(
+        "dnevnik", ParseColumns("vrijeme:integer,tko,poduzece,korisnik,promjena,odbijeno"),
+        "SELECT vrijeme, tko, poduzece, korisnik, promjena, odbijeno FROM imenik_dnevnik ORDER BY id DESC");
+    std::vector<JournalledChange> changes;
+    changes.reserve(rows.RowCount());
+    for (const RecordRow& row : rows.Rows()) {
+      changes.push_back(
+          {row.AsInteger(0), row.AsText(1), row.AsText(2), row.AsText(3), row.AsText(4), row.AsText(5)});
+    }
+    return changes;
+  });
+}
+
+std::vector<WaitingChange> Accounts::WaitingFor(std::string_view company) {
+  return state_->With([&](Database& database) {
+    std::vector<WaitingChange> changes;
+    const auto id = FindCompany(database, company);
+    if (!id) return changes;
+    const RecordSet rows = database.Query(
+        "ceka",
+        ParseColumns("id:integer,transakcija,kljuc,vrijeme:integer,tko,poduzece,korisnik,promjena,odbijeno"),
+        "SELECT id, transakcija, kljuc, vrijeme, tko, poduzece, korisnik, promjena, odbijeno "
+        "FROM imenik_dnevnik WHERE za_poduzece = :poduzece ORDER BY id",
+        {*id});
+    changes.reserve(rows.RowCount());
+    for (const RecordRow& row : rows.Rows()) {
+      changes.push_back(
+          {row.AsInteger(0),
+           row.AsText(1),
+           row.AsText(2),
+           {row.AsInteger(3), row.AsText(4), row.AsText(5), row.AsText(6), row.AsText(7), row.AsText(8)}});
+    }
+    return changes;
+  });
+}
+
+void Accounts::NoteTaken(const std::vector<WaitingChange>& changes) {
+  state_->Write([&](Database& database) {
+    for (const WaitingChange& change : changes) {
+      database.Execute("UPDATE imenik_dnevnik SET za_poduzece = NULL WHERE id = :id", {change.id});
+    }
+  });
+}
+
+void Accounts::ActAs(std::string_view who) { state_->by = who; }
+
+}  // namespace mox
