@@ -73,9 +73,7 @@ void RegisterCodebookBenchmarks() {
 }
 
 void PrintCodebookRatios(const Measurements& measurements) {
-  const auto find = measurements.Fastest(kFind);
-  const auto scan = measurements.Fastest(kScan);
-  if (find && scan) std::printf("ratio codebook_find %.1f\n", *scan / *find);
+  measurements.PrintRatio({"codebook_find", kScan, kFind});
 }
 
 }  // namespace mox::bench

@@ -158,13 +158,6 @@ void Register(const std::string& name, std::int64_t items, void (*run)(History& 
 constexpr std::int64_t kLittle = 100'000;
 constexpr std::int64_t kMuch = 1'000'000;
 
-void PrintRatio(const Measurements& measurements, const char* name, const char* numerator,
-                const char* denominator) {
-  const auto above = measurements.Fastest(numerator);
-  const auto below = measurements.Fastest(denominator);
-  if (above && below) std::printf("ratio %s %.2f\n", name, *above / *below);
-}
-
 }  // namespace
 
 void RegisterReportBenchmarks() {
@@ -183,11 +176,11 @@ void RegisterReportBenchmarks() {
 }
 
 void PrintReportRatios(const Measurements& measurements) {
-  PrintRatio(measurements, "report_turnover", "report/by_documents_1000000", "report/turnover_day_1000000");
-  PrintRatio(measurements, "report_articles", "report/by_documents_1000000",
-             "report/turnover_article_1000000");
-  PrintRatio(measurements, "stock", "report/stock_1000000", "report/stock_100000");
-  PrintRatio(measurements, "balances", "report/balances_1000000", "report/balances_100000");
+  measurements.PrintRatio({"report_turnover", "report/by_documents_1000000", "report/turnover_day_1000000"});
+  measurements.PrintRatio(
+      {"report_articles", "report/by_documents_1000000", "report/turnover_article_1000000"});
+  measurements.PrintRatio({"stock", "report/stock_1000000", "report/stock_100000"});
+  measurements.PrintRatio({"balances", "report/balances_1000000", "report/balances_100000"});
 }
 
 }  // namespace mox::bench
