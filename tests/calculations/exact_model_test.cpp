@@ -12,13 +12,17 @@
 #include "mox/calculations/document_lines.h"
 #include "mox/calculations/line_formulas.h"
 #include "mox/calculations/receipt_costing.h"
+#include "mox/calculations/supplier_totals.h"
+#include "mox/host/company_parameters.h"
 #include "tests/calculations/line_table.h"
 #include "tests/calculations/recap_members.h"
+#include "tests/fakes/how_many.h"
 
 namespace mox {
 namespace {
 
-constexpr int kCases = 2000;
+// Of each chain and member.
+std::int64_t Cases() { return HowMany("MOX_CASES", 2'000); }
 
 using Rational = mpq_class;
 using Line = std::map<std::string, Rational>;
@@ -322,8 +326,9 @@ std::string Differences(RecordSet& records, const Line& line) {
 void ExpectNoDifferences(const std::string& chain,
                          const std::function<std::string(Random&, Model&)>& differences) {
   Random random;
-  int skipped = 0;
-  for (int i = 0; i < kCases; ++i) {
+  std::int64_t skipped = 0;
+  const std::int64_t cases = Cases();
+  for (std::int64_t i = 0; i < cases; ++i) {
     Model m;
     m.d = static_cast<int>(2 + random.Below(3));
     m.price = static_cast<int>(2 + random.Below(3));
@@ -334,7 +339,7 @@ void ExpectNoDifferences(const std::string& chain,
       ASSERT_EQ(found, "") << chain << ", case " << i;
     }
   }
-  EXPECT_LE(skipped * 100, kCases) << chain;
+  EXPECT_LE(skipped * 100, cases) << chain;
 }
 
 void Give(RecordSet& lines, Line& copy, const std::string& name, const Value& value) {
@@ -414,6 +419,60 @@ TEST(ExactModel, Recapitulations) {
                           }
                           return differences;
                         });
+  }
+}
+
+// The totals of a supplier's document, by either edition's rule.
+void SupplierTotals(Model& m, std::vector<Line>& lines, bool bosnian, const std::string& kind) {
+  const std::vector<std::string> rates = bosnian
+                                             ? std::vector<std::string>{"10", "17"}
+                                             : std::vector<std::string>{"5", "10", "13", "22", "23", "25"};
+  const bool untaxed = kind == "RU" || (kind == "OK" && !bosnian);
+  const int digits = bosnian ? 2 : m.d;
+  m["roba_0"] = m["pov_nak"] = 0;
+  for (const std::string& rate : rates) m[("roba_" + rate).c_str()] = m[("pdv_" + rate).c_str()] = 0;
+  for (Line& line : lines) {
+    const auto rate = std::find_if(rates.begin(), rates.end(), [&](const std::string& listed) {
+      return line["tbr_stp"] == Rational(listed);
+    });
+    m[rate == rates.end() ? "roba_0" : ("roba_" + *rate).c_str()] += line["nfci"];
+    if (untaxed) continue;
+    if (rate != rates.end()) {
+      m[("pdv_" + *rate).c_str()] += m.Round(line["nfci"] * line["tbr_stp"] / 100, digits);
+    }
+    m["pov_nak"] += m.R2(line["pov_nak"] * line["kolicina"]);
+  }
+  if (bosnian) return;
+  for (const std::string& rate : rates) m[("pdv_" + rate).c_str()] = m.R2(m[("pdv_" + rate).c_str()]);
+  m["pov_nak"] = m.R2(m["pov_nak"]);
+}
+
+TEST(ExactModel, SupplierTotals) {
+  CompanyParameterModule company;
+  const ScopedApp app({.comunication = &company});
+  static constexpr double kRates[] = {0, 5, 10, 13, 17, 22, 23, 25, 12.5};
+  for (const bool bosnian : {false, true}) {
+    ExpectNoDifferences(bosnian ? "Bosnian totals" : "totals", [&](Random& random, Model& m) {
+      RecordSet lines = Records("kolicina nfci tbr_stp pov_nak");
+      std::vector<Line> copies;
+      for (std::int64_t i = random.Below(8); i > 0; --i) {
+        Line& copy = copies.emplace_back();
+        lines.Append();
+        Give(lines, copy, "kolicina", random.NextQuantity());
+        for (const char* name : {"nfci", "pov_nak"}) Give(lines, copy, name, random.Price());
+        Give(lines, copy, "tbr_stp", kRates[random.Below(std::ssize(kRates))]);
+        lines.Post();
+      }
+      const std::string kind = std::vector<std::string>{"UR", "UR", "RU", "OK"}[random.Below(4)];
+      SupplierTotals(m, copies, bosnian, kind);
+      RecordSet header = bosnian ? MakeDocDobavljacaBIH() : MakeDocDobavljaca();
+      if (bosnian) {
+        CalcDocDobavljacaBIH(DocDobavljacaBIHFieldsOf(header), lines, kind);
+      } else {
+        CalcDocDobavljaca(DocDobavljacaFieldsOf(header), lines, kind, m.d);
+      }
+      return Differences(header, m.line);
+    });
   }
 }
 
