@@ -180,8 +180,7 @@ void SumSupplierDocument(RecordSet& header, const RecordTable& lines, std::strin
   const auto costs = terms.costs_count ? lines.Find(zti.text) : std::nullopt;
   SumInto(bosnian ? TotalsOf(DocDobavljacaBIHFieldsOf(header)) : TotalsOf(DocDobavljacaFieldsOf(header)),
           terms, [&](const auto& add) {
-            for (std::size_t at = 0; at < lines.size(); ++at) {
-              const RecordRow line = lines[at];
+            for (const RecordRow& line : lines) {
               const auto amount = [&line](const std::optional<std::size_t>& column) {
                 return column ? AmountOf(line, *column) : Amount(Currency());
               };

@@ -260,7 +260,11 @@ void Document::Calculate() {
 
 void Document::Recapitulate() {
   for (RecordSet* const lines : {Goods(), Services()}) {
-    if (lines != nullptr) lines->PostPending();
+    if (lines == nullptr) continue;
+    if (lines->IsFiltered()) {
+      throw StateError(lines->Name() + ": the lines are filtered, and a document is summed as a whole");
+    }
+    lines->PostPending();
   }
   SettleLines();
   const CalculationPauses pauses(*this);

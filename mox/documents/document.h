@@ -60,8 +60,8 @@ class Document {
   /// Fills the recapitulation and the totals from the lines; a line that is being edited is posted first, and
   /// lines of its own that are to be calculated yet or anew are: those that came from elsewhere, were posted
   /// without their event, or are of other settings. Raises Error that names the line which cannot be
-  /// calculated. Lines that were handed over count as they are. Columns that the kind neither needs nor
-  /// computes do not count, whatever they are called.
+  /// calculated, StateError where lines are filtered. Lines that were handed over count as they are. Columns
+  /// that the kind neither needs nor computes do not count, whatever they are called.
   void Recapitulate();
   /// The tax by rate; null where the kind has none. Empty before Recapitulate().
   RecordSet* Recapitulation() { return recap_ ? &*recap_ : nullptr; }

@@ -10,7 +10,8 @@ namespace mox {
 
 /// The memory of a set's records: fixed-size arrays of 64-bit words in slabs that grow by eight, from 8
 /// records to 32,768, so that a set of one record stays small and a large one lies in few large pieces of
-/// memory. Records are addressed by a number and never move.
+/// memory. Records are addressed by a number and never move. What their words mean the table says
+/// (record_table.h).
 class RecordSlabs {
  public:
   explicit RecordSlabs(std::size_t words_per_record) : words_(words_per_record) {}

@@ -288,13 +288,16 @@ void RecordSet::SetText(std::size_t index, std::string_view value) {
 
 void RecordSet::Mark(std::size_t number, std::size_t index, const Value& value) {
   RequireOutsideEvents("mark");
-  if (number < 1 || number > table_.size()) {
+  const auto place = cursor_.RememberNumber(table_, number);
+  if (!place) {
     throw Error(Name() + ": there is no record " + std::to_string(number) + " of " +
-                std::to_string(table_.size()));
+                std::to_string(table_.size() + (cursor_.inserting() ? 1 : 0)));
   }
   table_.RequireField(index);
-  const RecordTable::Id record = table_.order()[number - 1];
-  if (table_.IsUnderEdit(record)) throw StateError(Name() + ": a record that is being edited is not marked");
+  const RecordTable::Id record = place->record;
+  if (IsOpenForChange() && record == cursor_.CurrentRecord()) {
+    throw StateError(Name() + ": a record that is being edited is not marked");
+  }
   table_.Write(table_.Cells(record), index, value);
   calculation_.Unsettle(record);
   Tell(RecordSetChange::kReset);

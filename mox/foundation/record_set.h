@@ -271,8 +271,8 @@ class RecordSet {
 
   /// Writes a field of any record where it stands, as a check leaves its marks: nothing moves, is posted or
   /// calculated, and the rows stay those that the filter has let through. Who marks many records disables the
-  /// controls meanwhile, so that those bound to the set read it once. Records are counted from 1, whatever
-  /// the filter. Raises StateError for the one that is being edited, Error where there is none.
+  /// controls meanwhile, so that those bound to the set read it once. Records are numbered as NumberOfRow
+  /// does. Raises StateError for the one that is being edited, Error where there is none.
   void Mark(std::size_t number, std::size_t index, const Value& value);
 
   // --- text form, described in docs/FORMATS.md ---

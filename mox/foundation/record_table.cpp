@@ -54,13 +54,11 @@ void RecordTable::Close() {
 void RecordTable::Write(std::uint64_t* cells, std::size_t field, const Value& value) {
   const FieldDef& def = structure_->fields()[field];
   const auto* text = std::get_if<std::string>(&value);
-  if (std::holds_alternative<std::monostate>(value)) return WriteNull(cells, field);
+  if (MakesNull(def.kind, value)) return WriteNull(cells, field);
   if (const auto* number = std::get_if<double>(&value); number != nullptr && !std::isfinite(*number)) {
     throw Overflow(def.name + ": only finite numbers are stored");
   }
   if (HoldsText(def.kind)) return WriteText(cells, field, text != nullptr ? *text : ToText(value));
-  // a blank text is null in a field that holds no text
-  if (text != nullptr && TrimBlanks(*text).empty()) return WriteNull(cells, field);
   try {
     WriteBits(cells, field, PackNumber(def.kind, value));
   } catch (const ConversionError& error) {

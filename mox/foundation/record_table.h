@@ -55,6 +55,22 @@ class RecordTable {
   std::size_t size() const { return order_.size(); }
   bool empty() const { return order_.empty(); }
   RecordRow operator[](std::size_t at) const { return Row(PostedCells(order_[at])); }
+  class Iterator {
+   public:
+    Iterator(const RecordTable& table, std::size_t at) : table_(&table), at_(at) {}
+    RecordRow operator*() const { return (*table_)[at_]; }
+    Iterator& operator++() {
+      ++at_;
+      return *this;
+    }
+    bool operator==(const Iterator& other) const { return at_ == other.at_; }
+
+   private:
+    const RecordTable* table_;
+    std::size_t at_;
+  };
+  Iterator begin() const { return {*this, 0}; }
+  Iterator end() const { return {*this, size()}; }
   const std::vector<Id>& order() const { return order_; }
 
   // --- cells ---

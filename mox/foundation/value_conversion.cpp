@@ -195,6 +195,12 @@ std::string ToText(const Value& value) {
       });
 }
 
+bool MakesNull(FieldKind kind, const Value& value) {
+  if (std::holds_alternative<std::monostate>(value)) return true;
+  const auto* const text = std::get_if<std::string>(&value);
+  return text != nullptr && !HoldsText(kind) && TrimBlanks(*text).empty();
+}
+
 Value ConvertTo(FieldKind kind, const Value& value) {
   if (std::holds_alternative<std::monostate>(value)) return {};
   switch (kind) {

@@ -22,6 +22,10 @@ Date ToDate(const Value& value);
 DateTime ToDateTime(const Value& value);
 std::string ToText(const Value& value);
 
+/// Whether a value written into a field of that kind makes it null: none, or a blank text where the field
+/// holds no text. As a key to look for a blank text is no value of such a field, and raises as above.
+bool MakesNull(FieldKind kind, const Value& value);
+
 /// The value as a field of that kind holds it; null stays null. A date is one of the years 1 to 9999.
 Value ConvertTo(FieldKind kind, const Value& value);
 

@@ -10,7 +10,6 @@
 #include "mox/import/import_check_internal.h"
 #include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
-#include "mox/import/import_walk_internal.h"
 #include "mox/server/param_list.h"
 #include "mox/server/transactions.h"
 

@@ -58,8 +58,7 @@ RecordSet GroupRecords(const RecordSet& records, FieldNames keys, FieldNames sum
 
   std::vector<Group> groups;
   std::unordered_map<std::string, std::size_t> places;
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    const RecordRow row = rows[i];
+  for (const RecordRow& row : rows) {
     const auto [place, is_new] = places.emplace(KeyText(row, key_fields), groups.size());
     if (is_new) {
       groups.push_back({{}, zeros});
@@ -88,7 +87,7 @@ Value SumField(const RecordSet& records, std::string_view field) {
   const RecordTable& rows = records.Table();
   const std::size_t index = rows.IndexOf(field);
   Sum sum(records.Definition(index));
-  for (std::size_t i = 0; i < rows.size(); ++i) sum.Add(rows[i], index);
+  for (const RecordRow& row : rows) sum.Add(row, index);
   return sum.Total();
 }
 

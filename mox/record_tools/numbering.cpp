@@ -62,7 +62,7 @@ std::int64_t NextNumber(const RecordSet& records, std::string_view field) {
   const RecordTable& rows = records.Table();
   const std::size_t index = rows.IndexOf(field);
   std::int64_t highest = 0;
-  for (std::size_t i = 0; i < rows.size(); ++i) highest = std::max(highest, rows[i].AsInteger(index));
+  for (const RecordRow& row : rows) highest = std::max(highest, row.AsInteger(index));
   if (highest == INT64_MAX) throw Overflow("there is no number after " + std::to_string(highest));
   return highest + 1;
 }
@@ -91,8 +91,8 @@ std::string NextCodeIn(const RecordSet& records, std::string_view field) {
   const RecordTable& rows = records.Table();
   const std::size_t index = rows.IndexOf(field);
   std::string highest;
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    std::string code = rows[i].AsText(index);
+  for (const RecordRow& row : rows) {
+    std::string code = row.AsText(index);
     if (IsRunningCode(code) && (highest.empty() || IsLower(highest, code))) highest = std::move(code);
   }
   return NextCode(highest);

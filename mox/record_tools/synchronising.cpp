@@ -35,12 +35,11 @@ class Wanted {
     rows_.Open();
     const std::vector<std::size_t> key_fields = FieldIndexes(rows_.Table(), keys);
     FieldIndexes(other.Table(), keys);
-    for (std::size_t at = 0; at < other.Table().size(); ++at) {
-      const RecordRow wanted = other.Table()[at];
+    for (const RecordRow& wanted : other.Table()) {
       std::vector<Value> values(records.FieldCount());
       for (const auto& [field, source] : common) values[field] = wanted.AsVariant(source);
       rows_.AppendRecord(values);
-      if (!places_.emplace(KeyText(rows_.RowAt(at), key_fields), values_.size()).second) {
+      if (!places_.emplace(KeyText(rows_.RowAt(values_.size()), key_fields), values_.size()).second) {
         throw Error("the record set \"" + other.Name() + "\" has a key twice");
       }
       values_.emplace_back();
@@ -75,8 +74,8 @@ void RequireKeysOnce(const RecordSet& records, FieldNames keys) {
   const RecordTable& rows = records.Table();
   const std::vector<std::size_t> fields = FieldIndexes(rows, keys);
   std::unordered_set<std::string> seen;
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    if (!seen.insert(KeyText(rows[i], fields)).second)
+  for (const RecordRow& row : rows) {
+    if (!seen.insert(KeyText(row, fields)).second)
       throw Error("the record set \"" + records.Name() + "\" has a key twice");
   }
 }
@@ -105,13 +104,11 @@ bool TakeOver(RecordSet& records, const std::vector<Common>& common, const std::
 
 RecordChanges SynchroniseRecords(RecordSet& records, const RecordSet& other, FieldNames keys) {
   const std::vector<Common> common = CommonFields(records, other);
+  records.PostPending();
   RequireKeysOnce(records, keys);
   Wanted wanted(records, other, common, keys);
 
-  const ControlsGuard guard(records);
-  SavedPosition position(records);
-  const bool filtered = records.IsFiltered();
-  records.SetFiltered(false);
+  const WholeSetWalk walk(records);
   const std::vector<std::size_t> key_fields = FieldIndexes(records.Table(), keys);
   RecordChanges changes;
   for (records.First(); !records.Eof();) {
@@ -128,8 +125,6 @@ RecordChanges SynchroniseRecords(RecordSet& records, const RecordSet& other, Fie
     records.AppendRecord(*values);
     ++changes.inserted;
   }
-  records.SetFiltered(filtered);
-  position.Restore();
   return changes;
 }
 

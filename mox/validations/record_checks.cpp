@@ -15,12 +15,9 @@ constexpr std::string_view kNotUnique = "Neispravan unos";
 bool IsRepeated(const ConstField& field) {
   const RecordSet& records = field.DataSet();
   if (!records.IsActive()) return false;
-  const RecordTable& table = records.Table();
   const Value value = field.AsVariant();
   std::size_t count = 0;
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    if (table[i].AsVariant(field.Index()) == value) ++count;
-  }
+  for (const RecordRow& row : records.Table()) count += row.AsVariant(field.Index()) == value ? 1 : 0;
   const bool counts_itself =
       records.State() != DataSetState::kInsert && records.OldVariant(field.Index()) == value;
   return count > (counts_itself ? 1U : 0U);

@@ -345,8 +345,11 @@ TEST(Screens, ReadRowsInTheMiddleOfAnEdit) {
     EXPECT_EQ(painted.FindRow("slovo", std::vector<Value>{"x"}), painted.CurrentRow());
     EXPECT_EQ(painted.FindRow("slovo", std::vector<Value>{"a"}, {}, 1), std::nullopt);
     // A check marks another line so that memory of texts is given back; what is open keeps its own.
-    set.Mark(3, 0, std::string(2U << 20U, 'm'));
-    set.Mark(3, 0, std::string("c"));
+    const std::size_t marked = painted.NumberOfRow(*painted.FindRow("slovo", std::vector<Value>{"c"}));
+    set.Mark(marked, 0, std::string(2U << 20U, 'm'));
+    set.Mark(marked, 0, std::string("c"));
+    EXPECT_ERROR(set.Mark(painted.NumberOfRow(painted.CurrentRow()), 0, std::string("m")),
+                 "! slova: a record that is being edited is not marked");
     EXPECT_EQ(painted.AsText(0), "x");
     EXPECT_EQ(fired, 0);
     EXPECT_EQ(set.Table().size(), 3U);
@@ -363,8 +366,12 @@ TEST(Screens, GoToARowInOneMove) {
   RecordSet set = WatchedSet(calculated);
   for (int i = 0; i < 5'000; ++i) set.AppendRecord({std::to_string(i)});
   calculated = 0;
+  int heard = 0;
+  const int listener = set.AddListener([&](const RecordSet&, const RecordSetChange&) { ++heard; });
   set.GoToRow(17);
   EXPECT_EQ(calculated, 1);
+  EXPECT_EQ(heard, 2) << "the record that the event calculated, and the move";
+  set.RemoveListener(listener);
   EXPECT_EQ(set.AsText(0), "17");
   set.Edit();
   set.SetText(0, "x");

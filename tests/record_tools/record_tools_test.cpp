@@ -179,5 +179,18 @@ TEST(RecordTools, SynchronisesRandomSets) {
   }
 }
 
+// A key that is typed while the sets are synchronised counts as typed, and the filter is back after an error.
+TEST(RecordTools, SynchronisesWhatIsBeingTyped) {
+  constexpr std::string_view kKeys[] = {"k"};
+  RecordSet records = Parse("k:text,v:text", "a|1;b|2");
+  records.SetFilter("k = 'b'");
+  records.SetFiltered(true);
+  records.Edit();
+  records.SetText(0, "a");
+  EXPECT_ERROR(SynchroniseRecords(records, Parse("k:text,v:text", "a|1"), kKeys),
+               "! the record set \"rows\" has a key twice");
+  EXPECT_TRUE(records.IsFiltered());
+}
+
 }  // namespace
 }  // namespace mox
