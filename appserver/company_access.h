@@ -24,6 +24,9 @@ class CompanyAccess : public TdmComunication {
   virtual void AddSecrets(Secrets& secrets) = 0;
   /// Something leaves the house in the company's name: raises Error that says what must be set first.
   virtual void RequireNamed() = 0;
+  /// From any thread: whether a request that is waited for is to end without its answer, as where the server
+  /// went away. A database at hand answers all the same.
+  virtual void EndRequests(bool /*end*/) {}
 };
 
 }  // namespace mox

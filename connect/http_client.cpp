@@ -26,6 +26,11 @@ std::size_t Receive(const char* data, std::size_t size, std::size_t count, void*
   return size * count;
 }
 
+// Asked every second or so while nothing arrives, and with whatever does.
+int IsEnded(const void* ended, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+  return *static_cast<const std::atomic<bool>*>(ended) ? 1 : 0;
+}
+
 void StartLibraryOnce() {
   static const bool started = ::curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
   if (!started) throw Error("the network library cannot be started");
@@ -73,12 +78,13 @@ HttpClient::HttpClient(std::string server, std::string ca_file)
   ::curl_easy_setopt(curl, CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2);
   if (!ca_file_.empty()) ::curl_easy_setopt(curl, CURLOPT_CAINFO, ca_file_.c_str());
   ::curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, Receive);
+  ::curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, IsEnded);
+  ::curl_easy_setopt(curl, CURLOPT_XFERINFODATA, &ended_);
+  ::curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
   ::curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, handle_->detail.data());
 }
 
 HttpClient::~HttpClient() = default;
-HttpClient::HttpClient(HttpClient&&) noexcept = default;
-HttpClient& HttpClient::operator=(HttpClient&&) noexcept = default;
 
 bool HttpClient::Post(const std::string& path, const std::vector<std::string>& headers, std::string_view body,
                       HttpAnswer& answer, HttpFailure& failure) {
@@ -104,7 +110,9 @@ bool HttpClient::Post(const std::string& path, const std::vector<std::string>& h
   ::curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &answer.status);
   if (code != CURLE_OK) {
     failure.was_sent = !NothingWasSent(code, curl);
-    failure.reason = handle_->detail[0] != '\0' ? handle_->detail.data() : ::curl_easy_strerror(code);
+    failure.reason = code == CURLE_ABORTED_BY_CALLBACK ? "ended by the user"
+                     : handle_->detail[0] != '\0'      ? handle_->detail.data()
+                                                       : ::curl_easy_strerror(code);
     return false;
   }
   curl_off_t retry_after = 0;

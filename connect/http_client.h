@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -28,18 +29,19 @@ class HttpClient {
   /// authorities of the system where it is empty.
   HttpClient(std::string server, std::string ca_file);
   ~HttpClient();
-  HttpClient(HttpClient&&) noexcept;
-  HttpClient& operator=(HttpClient&&) noexcept;
 
   /// Headers are "Name: value". False where no answer came.
   bool Post(const std::string& path, const std::vector<std::string>& headers, std::string_view body,
             HttpAnswer& answer, HttpFailure& failure);
+  /// From another thread: no answer is waited for any more, until it is taken back.
+  void End(bool end) { ended_ = end; }
 
  private:
   struct Handle;
   std::string server_;
   std::string ca_file_;
   std::unique_ptr<Handle> handle_;
+  std::atomic<bool> ended_ = false;
 };
 
 }  // namespace mox

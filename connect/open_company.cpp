@@ -36,7 +36,7 @@ std::unique_ptr<CompanyAccess> OpenOnServer(const std::string& text) {
   const ServerAddress address = ServerAddress::Parse(text);
   if (address.company.empty()) throw Error(text + ": a company is missing: " + address.server + "/COMPANY");
   const auto login = LoginStore(SystemPlatform::UserStateFolder()).Find(address.server);
-  if (!login) throw Error(address.server + ": not logged in: mox login " + address.server);
+  if (!login) throw NotLoggedIn(address.server + ": not logged in: mox login " + address.server);
   return std::make_unique<ServerConnection>(address, *login);
 }
 

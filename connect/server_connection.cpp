@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <random>
-#include <thread>
 #include <utility>
 
 #include "appserver/commit_lost.h"
@@ -66,14 +65,14 @@ std::string TextOf(const Fault& fault, const HttpAnswer& answer) {
   return fault.message.empty() ? "answers with status " + std::to_string(answer.status) : fault.message;
 }
 
-std::string NotLoggedIn(const std::string& server) {
+std::string NoSession(const std::string& server) {
   return server + ": not logged in, or the session has ended: mox login " + server;
 }
 
 [[noreturn]] void RaiseFaultOf(const std::string& server, const HttpAnswer& answer) {
   const Fault fault = FaultOf(answer);
   if (fault.code == "refused") throw Error(fault.message);
-  if (fault.code == "not_logged_in") throw Error(NotLoggedIn(server));
+  if (fault.code == "not_logged_in") throw NotLoggedIn(NoSession(server));
   const std::string message = server + ": " + TextOf(fault, answer);
   if (IsPassing(answer.status)) throw DatabaseUnavailable(message);
   throw Error(message);
@@ -148,7 +147,10 @@ HttpAnswer ServerConnection::Ask(const Purpose& purpose, const std::string& text
     const bool is_final = answered && !busy;
     if (is_final && (answer.status == kOk || !may_be_done)) return answer;
     const auto most = busy || may_be_done ? retries_.while_unknown : retries_.while_unreachable;
-    if (is_final || steady_clock::now() - begin + pause > most) {
+    const auto next = busy ? std::max<std::chrono::milliseconds>(
+                                 pause, std::chrono::seconds(std::min(answer.retry_after, 10)))
+                           : pause;
+    if (is_final || steady_clock::now() - begin + pause > most || !Pause(next)) {
       if (answered && (!may_be_done || !stores)) return answer;
       std::string told =
           address_.server + ": " +
@@ -156,11 +158,20 @@ HttpAnswer ServerConnection::Ask(const Purpose& purpose, const std::string& text
       if (stores) told.append("; ").append(may_be_done ? NotKnownUnder(purpose.key) : kNothingStored);
       throw DatabaseUnavailable(told);
     }
-    std::this_thread::sleep_for(busy ? std::max<std::chrono::milliseconds>(
-                                           pause, std::chrono::seconds(std::min(answer.retry_after, 10)))
-                                     : pause);
     pause = std::min(pause * 2, retries_.longest_pause);
   }
+}
+
+bool ServerConnection::Pause(std::chrono::milliseconds pause) {
+  std::unique_lock lock(mutex_);
+  return !change_.wait_for(lock, pause, [this] { return ended_; });
+}
+
+void ServerConnection::EndRequests(bool end) {
+  client_.End(end);
+  const std::lock_guard lock(mutex_);
+  ended_ = end;
+  change_.notify_all();
 }
 
 void ServerConnection::RaiseFault(const HttpAnswer& answer) const { RaiseFaultOf(address_.server, answer); }

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +22,12 @@ struct RetryPolicy {
   std::chrono::milliseconds longest_pause{5000};      ///< but no longer than that
   std::chrono::milliseconds while_unreachable{3000};  ///< where nothing of the request was sent
   std::chrono::milliseconds while_unknown{60000};     ///< where it may have been done, or the server is busy
+};
+
+/// Who asks has no session, or one that has ended.
+class NotLoggedIn : public Error {
+ public:
+  using Error::Error;
 };
 
 /// The client's side of an application server on the network: the same answers, refusals and errors as where
@@ -51,6 +59,7 @@ class ServerConnection : public CompanyAccess {
                                                     std::string_view service) override;
   int WriteDataService(const TAstaParamList& request) override;
   std::string WriteRefusal() const override;
+  void EndRequests(bool end) override;
 
  private:
   /// What a request was sent for, for people; of a write what is told where its outcome is not known.
@@ -59,6 +68,8 @@ class ServerConnection : public CompanyAccess {
     std::string key;  ///< of a write
   };
   HttpAnswer Ask(const Purpose& purpose, const std::string& text);
+  /// False where it was ended.
+  bool Pause(std::chrono::milliseconds pause);
   std::vector<std::string> Headers(const Purpose& purpose, bool packed) const;
   void LearnSecrets(TAstaParamList& answer, std::string_view service) const;
   [[noreturn]] void RaiseFault(const HttpAnswer& answer) const;
@@ -67,6 +78,9 @@ class ServerConnection : public CompanyAccess {
   StoredLogin login_;
   RetryPolicy retries_;
   HttpClient client_;
+  std::mutex mutex_;
+  std::condition_variable change_;
+  bool ended_ = false;  // what is waited for
   std::vector<std::string> assignments_;
   CompanyParameterModule parameters_;
   bool has_parameters_ = false;

@@ -5,11 +5,12 @@
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace mox {
 
-/// Runs what takes long in a thread of its own, one task after the other, while the window looks every now
-/// and then whether the user has ended it.
+/// Runs what takes long in threads of its own, while the window looks every now and then whether the user has
+/// ended it. The last ones are waited for when this goes.
 class Background {
  public:
   /// Answers what the task gives, and raises what it raises. `look` is called some fifty times a second; when
@@ -18,17 +19,21 @@ class Background {
   template <typename Task>
   auto Run(Task task, const std::function<void()>& look) {
     const auto result = std::make_shared<std::optional<decltype(task())>>();
-    Start([result, task = std::move(task)] { *result = task(); }, look);
+    Start([result, task = std::move(task)]() mutable { result->emplace(task()); }, look);
     return std::move(**result);
   }
-  /// Waits for a task that goes on alone.
-  void Finish();
+  /// Waits until no task goes on; `look` is called meanwhile and may raise.
+  void Finish(const std::function<void()>& look);
+  bool IsRunning() const;
+  /// The tasks of another one that go on alone are waited for here.
+  void TakeOver(Background& other);
 
  private:
   void Start(std::function<void()> task, const std::function<void()>& look);
   using Running = std::shared_future<void>;
+  static bool IsReady(const Running& running);
   static void Await(const Running& running, const std::function<void()>& look);
-  Running running_;  // the last one
+  std::vector<Running> running_;
 };
 
 }  // namespace mox

@@ -70,15 +70,14 @@ constexpr Message kMessages[] = {
      "zahtjev je predugo čekao na red i ništa nije napravljeno; pokušajte ponovo"},
     {"{}: cannot be reached: {}; nothing was stored",
      "{}: poslužitelj nije dostupan ({}). Ništa nije pohranjeno; upisano je i dalje na zaslonu."},
-    {"{}: cannot be reached: {}; the connection was lost before the answer came, and it is not known whether "
-     "the request was stored: look before you store it again",
-     "{}: veza s poslužiteljem prekinuta je prije odgovora ({}). Ne zna se je li pohranjeno: provjerite "
-     "popis prije "
-     "ponovne pohrane. Upisano je i dalje na zaslonu."},
-    {"{}; the connection was lost before the answer came, and it is not known whether the request was "
-     "stored: "
-     "look before you store it again",
-     "{}. Ne zna se je li pohranjeno: provjerite popis prije ponovne pohrane."},
+    {"{}; it is not known whether the request was stored: look before you store it again{}",
+     "{}. Ne zna se je li pohranjeno: provjerite popis prije ponovne pohrane. Upisano je i dalje na "
+     "zaslonu."},
+    {"{}: it is not known whether the request was stored: look before you store it again{}",
+     "{}: ne zna se je li pohranjeno: provjerite popis prije ponovne pohrane. Upisano je i dalje na "
+     "zaslonu."},
+    {"the request was ended by the user", "Čekanje odgovora je prekinuto"},
+    {"{}: the connection to the server was lost", "{}: veza s bazom je prekinuta"},
     {"{}; nothing was stored", "{}. Ništa nije pohranjeno."},
     {"{}: cannot be reached: {}", "{}: poslužitelj nije dostupan: {}"},
     {"{}: not logged in, or the session has ended: mox login {}",

@@ -7,6 +7,7 @@
 #include "desktop/host.h"
 #include "desktop/mail_page.h"
 #include "desktop/print_dialog.h"
+#include "desktop/status_window.h"
 #include "mox/documents/storno.h"
 #include "mox/entry/document_entry.h"
 #include "mox/foundation/clock.h"
@@ -64,7 +65,11 @@ void SendEInvoice(const DocumentActions& actions) {
   const std::int64_t id = actions.document();
   RemoveLeftInvoices(App().Platform().StateFolder());
   const QString before = ElectronicId(id);
-  eRacunB2CSendBill(id);
+  try {
+    const LongRun run(actions.host, QStringLiteral("Slanje eRačuna"));
+    eRacunB2CSendBill(id);
+  } catch (const Abort&) {  // what became of it is told below
+  }
   const QString sent = ElectronicId(id);
   if (!sent.isEmpty()) {
     return actions.note((before.isEmpty() ? QStringLiteral("eRačun je poslan: %1")

@@ -1,14 +1,17 @@
 #include "desktop/host.h"
 
+#include <QElapsedTimer>
 #include <algorithm>
 #include <filesystem>
 
+#include "appserver/commit_lost.h"
 #include "appserver/database_location.h"
-#include "connect/open_company.h"
 #include "desktop/import_window.h"
+#include "desktop/status_window.h"
 #include "mox/foundation/error.h"
 #include "mox/host/memory_settings.h"
 #include "mox/host/settings_file.h"
+#include "mox/host/system_platform.h"
 #include "mox/server/param_list.h"
 
 namespace mox {
@@ -17,6 +20,9 @@ namespace {
 constexpr const char* kSection = "DESKTOP";
 constexpr std::size_t kRemembered = 8;
 
+// Of a write that was ended and has not told how it went.
+std::string NotAwaited() { return "the request was ended by the user; " + std::string(kNotKnown); }
+
 // COMPANY, COMPANY2, COMPANY3, ...
 std::string RecentKey(std::size_t place) {
   return place == 0 ? "COMPANY" : "COMPANY" + std::to_string(place + 1);
@@ -24,45 +30,104 @@ std::string RecentKey(std::size_t place) {
 
 }  // namespace
 
+// A request to the company that is open, under the status form of the long work that goes on, or else under
+// one of its own. What the company was asked before has ended by then.
+class DesktopHost::Request {
+ public:
+  Request(DesktopHost& host, const QString& text) : host_(host) {
+    if (!host.look_) own_.emplace(host, text);
+    host.FinishRequests();
+    if (host.server_) host.server_->EndRequests(false);
+  }
+
+  // What it reads is dropped where the user ends it.
+  template <typename Task>
+  auto Read(Task task) {
+    try {
+      return host_.requests_.Run(host_.WithLocale(std::move(task)), host_.look_);
+    } catch (const Abort&) {
+      End();
+      throw;
+    }
+  }
+  // What it stores is to be known. One that the user ends tells what is known of it; where it does not come
+  // to that, nothing is.
+  template <typename Task>
+  auto Store(Task task) {
+    QElapsedTimer since_ended;
+    return host_.requests_.Run(host_.WithLocale(std::move(task)), [&] {
+      try {
+        host_.look_();
+      } catch (const Abort&) {
+        if (!since_ended.isValid()) {
+          End();
+          since_ended.start();
+        }
+        if (since_ended.elapsed() > kToTell) throw DatabaseUnavailable(NotAwaited());
+      }
+    });
+  }
+
+ private:
+  static constexpr qint64 kToTell = 2000;  // milliseconds
+  void End() {
+    if (host_.server_) host_.server_->EndRequests(true);
+  }
+  DesktopHost& host_;
+  std::optional<LongRun> own_;
+};
+
 // Of whatever company is open.
 class DesktopHost::Comunication : public TdmComunication {
  public:
   explicit Comunication(DesktopHost& host) : host_(host) {}
-  RecordSet* CompanyParameters() override { return Now().CompanyParameters(); }
+
+  // They are asked for once, and after each write.
+  RecordSet* CompanyParameters() override {
+    if (host_.server_ && (!host_.knows_parameters_ || host_.requests_.IsRunning())) {
+      try {
+        Request request(host_, QStringLiteral("Čitanje podataka tvrtke"));
+        request.Read([server = Now()] { return server->CompanyParameters(); });
+      } catch (const Abort&) {
+        throw Error("ended by the user");  // in the middle of a calculation
+      }
+      host_.knows_parameters_ = true;
+    }
+    return Now()->CompanyParameters();
+  }
   std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
                                                     std::string_view service) override {
-    TdmComunication& server = Now();
-    const auto copy = host_.look_ ? CopyOf(request) : nullptr;
-    if (!copy) return server.ReportDataService(request, service);
-    return host_.InBackground(
-        [&server, copy, name = std::string(service)] { return server.ReportDataService(*copy, name); },
-        host_.look_);
+    Request sent(host_, QStringLiteral("Čitanje podataka"));
+    return sent.Read([server = Now(), copy = CopyOf(request), name = std::string(service)] {
+      return server->ReportDataService(*copy, name);
+    });
   }
-  // What was sent cannot be ended any more.
   int WriteDataService(const TAstaParamList& request) override {
-    TdmComunication& server = Now();
-    if (!host_.look_) return server.WriteDataService(request);
-    return host_.RunToEnd(
-        [&](const std::atomic<bool>& /*ended*/) { return server.WriteDataService(request); });
+    Request sent(host_, QStringLiteral("Pohrana podataka"));
+    host_.knows_parameters_ = false;
+    return sent.Store([server = Now(), copy = CopyOf(request)] { return server->WriteDataService(*copy); });
   }
   std::string WriteRefusal() const override {
     return host_.server_ ? host_.server_->WriteRefusal() : std::string();
   }
 
  private:
-  // For a task that may outlive the request; null where that has more than plain values.
+  // For a task that may outlive the request.
   static std::shared_ptr<const TAstaParamList> CopyOf(const TAstaParamList& request) {
     auto copy = std::make_shared<TAstaParamList>();
     for (std::size_t i = 0; i < request.Count(); ++i) {
       const TAstaParam& item = request[i];
-      if (item.Kind() == ParamKind::kList || item.Kind() == ParamKind::kDataSet) return nullptr;
+      if (item.Kind() == ParamKind::kList || item.Kind() == ParamKind::kDataSet) {
+        *copy = TAstaParamList::FromTokenizedString(request.AsTokenizedString(false));
+        break;
+      }
       copy->FastAdd(item.Name(), item.AsVariant());
     }
     return copy;
   }
-  TdmComunication& Now() {
-    host_.background_.Finish();
-    return host_.server_ ? static_cast<TdmComunication&>(*host_.server_) : host_.nobody_;
+  std::shared_ptr<TdmComunication> Now() {
+    if (host_.server_) return host_.server_;
+    return {std::shared_ptr<void>(), &host_.nobody_};
   }
   DesktopHost& host_;
 };
@@ -87,19 +152,52 @@ DesktopHost::DesktopHost(const std::string& settings_path, const std::string& st
                         .forms = this});
 }
 
-DesktopHost::~DesktopHost() = default;
-
-void DesktopHost::Open(const std::string& address) { Open(address, OpenCompany(address)); }
-
-void DesktopHost::Reconnect() {
-  background_.Finish();
-  server_ = OpenCompany(company_.CompanyPath());
+DesktopHost::~DesktopHost() {
+  if (server_) server_->EndRequests(true);
 }
 
-void DesktopHost::Open(const std::string& address, std::unique_ptr<CompanyAccess> server) {
-  background_.Finish();
-  kept_imports_.clear();
+void DesktopHost::FinishRequests() {
+  if (!requests_.IsRunning()) return;
+  std::optional<LongRun> own;
+  if (!look_) own.emplace(*this, QStringLiteral("Čeka se kraj prethodnog zahtjeva"));
+  requests_.Finish(look_);
+}
+
+void DesktopHost::Open(const std::string& address) { Open(address, doors_.open(address)); }
+
+std::shared_ptr<CompanyAccess> DesktopHost::Connect(const std::string& address) {
+  const LongRun run(*this, QStringLiteral("Otvaranje tvrtke"));
+  std::shared_ptr<CompanyAccess> server(RunLong([open = doors_.open, address] { return open(address); }));
+  try {
+    RunLong([server] { return server->CompanyParameters(); });
+  } catch (const Abort&) {
+    server->EndRequests(true);
+    throw;
+  }
+  return server;
+}
+
+void DesktopHost::LogIn(const ServerAddress& address, const std::string& user, const std::string& password,
+                        const std::string& ca_file) {
+  const LongRun run(*this, QStringLiteral("Prijava"));
+  const StoredLogin login = RunLong([log_in = doors_.log_in, address, user, password, ca_file] {
+    return log_in(address, user, password, ca_file);
+  });
+  LoginStore(SystemPlatform::UserStateFolder()).Keep(address.server, login);
+}
+
+void DesktopHost::Reconnect() { Exchange(Connect(company_.CompanyPath())); }
+
+void DesktopHost::Exchange(std::shared_ptr<CompanyAccess> server) {
+  if (server_) server_->EndRequests(true);
+  others_.TakeOver(requests_);
   server_ = std::move(server);
+  knows_parameters_ = false;
+}
+
+void DesktopHost::Open(const std::string& address, std::shared_ptr<CompanyAccess> server) {
+  Exchange(std::move(server));
+  kept_imports_.clear();
   const bool is_file = !IsServerAddress(address) && DatabaseLocation(address).IsFile();
   const std::string path = is_file ? std::filesystem::canonical(address).string() : address;
   company_.SetPath(path);
@@ -131,22 +229,21 @@ std::vector<std::string> DesktopHost::RecentCompanies() const {
 }
 
 void DesktopHost::Close() {
-  background_.Finish();
-  server_.reset();
+  Exchange(nullptr);
   company_.SetPath({});
 }
 
 CompanyAccess& DesktopHost::Server() {
-  background_.Finish();
+  FinishRequests();
   if (!server_) throw Error("Nijedna tvrtka nije otvorena.");
   return *server_;
 }
 
 std::string DesktopHost::LastCompany() const { return settings_->ReadString(kSection, RecentKey(0), ""); }
 
-QString DesktopHost::CompanyName() const {
+QString DesktopHost::CompanyName() {
   if (!server_) return {};
-  const RecordSet* const parameters = server_->CompanyParameters();
+  const RecordSet* const parameters = comunication_->CompanyParameters();
   const auto name = parameters == nullptr ? std::nullopt : parameters->FindField("NazivPoduzeca");
   return ToQt(name && !name->IsNull() ? name->AsText()
                                       : std::filesystem::path(company_.CompanyPath()).filename().string());

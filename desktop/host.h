@@ -11,6 +11,10 @@
 #include <vector>
 
 #include "appserver/company_access.h"
+#include "connect/login_store.h"
+#include "connect/open_company.h"
+#include "connect/server_address.h"
+#include "connect/server_connection.h"
 #include "desktop/background.h"
 #include "desktop/dialogs.h"
 #include "desktop/look_ups.h"
@@ -29,6 +33,14 @@ struct KeptImport {
   std::optional<ImportOrigin> origin;
 };
 
+/// How companies are reached: as every program does, or as a test wants it.
+struct Doors {
+  std::function<std::unique_ptr<CompanyAccess>(const std::string& address)> open = OpenCompany;
+  std::function<StoredLogin(const ServerAddress& address, const std::string& user,
+                            const std::string& password, const std::string& ca_file)>
+      log_in = ServerConnection::LogIn;
+};
+
 /// The window's host program, behind App() for the object's lifetime: settings in the same file as the
 /// command's, Qt's dialogs, screen and look-up forms, and the company that is open.
 class DesktopHost : public AppForms {
@@ -44,30 +56,43 @@ class DesktopHost : public AppForms {
   /// "https://HOST/COMPANY". Raises Error, DatabaseError; the one that was open stays then.
   void Open(const std::string& address);
   /// The same with a connection to that address that was made before.
-  void Open(const std::string& address, std::unique_ptr<CompanyAccess> server);
+  void Open(const std::string& address, std::shared_ptr<CompanyAccess> server);
+  /// A connection to a company that has answered; nothing is open by that. Raises Error, DatabaseError,
+  /// NotLoggedIn.
+  std::shared_ptr<CompanyAccess> Connect(const std::string& address);
+  /// Begins a session with a server, which is kept for this computer's user. Raises Error.
+  void LogIn(const ServerAddress& address, const std::string& user, const std::string& password,
+             const std::string& ca_file);
   /// Connects anew to the company that is open, after a login.
   void Reconnect();
   void Close();
+  void SetDoors(Doors doors) { doors_ = std::move(doors); }
   bool IsOpen() const { return server_ != nullptr; }
-  /// Raises Error where no company is open.
+  /// Once it has answered what it was asked before. Raises Error where no company is open.
   CompanyAccess& Server();
   /// The company that was open last; empty where there was none.
   std::string LastCompany() const;
   /// Those that were open before, the last one first.
   std::vector<std::string> RecentCompanies() const;
   /// For the window's title.
-  QString CompanyName() const;
+  QString CompanyName();
 
   /// Runs what pastes from the clipboard, on this text instead.
   void PasteFrom(std::string text, const std::function<void()>& paste);
 
-  /// As long as it lives, requests to the server and what is run by it go on beside the window, which looks
-  /// every now and then by `look`; that raises Abort where the user ends the work.
+  /// Requests to the server never stop the window: they go on beside it, and after a moment the status form
+  /// says so and takes the button that ends them. As long as this lives they are one work with what is run by
+  /// the host, and the window looks every now and then by `look`; that raises Abort where the user ends it.
   class LongWork {
    public:
     LongWork(DesktopHost& host, std::function<void()> look)
-        : host_(host), before_(std::exchange(host.look_, std::move(look))) {}
-    ~LongWork() { host_.look_ = std::move(before_); }
+        : host_(host), before_(std::exchange(host.look_, std::move(look))) {
+      host_.platform_.SetLook(host_.look_);
+    }
+    ~LongWork() {
+      host_.look_ = std::move(before_);
+      host_.platform_.SetLook(host_.look_);
+    }
     LongWork(const LongWork&) = delete;
     LongWork& operator=(const LongWork&) = delete;
 
@@ -79,7 +104,7 @@ class DesktopHost : public AppForms {
   /// Within long work: a task that owns what it works on.
   template <typename Task>
   auto RunLong(Task task) {
-    return InBackground(std::move(task), look_);
+    return others_.Run(WithLocale(std::move(task)), look_);
   }
 
   /// The same for a task that is waited for in any case, since what it did is to be known: it is told by
@@ -87,14 +112,13 @@ class DesktopHost : public AppForms {
   template <typename Task>
   auto RunToEnd(Task task) {
     std::atomic<bool> ended = false;
-    return InBackground([&task, &ended] { return task(ended); },
-                        [this, &ended] {
-                          try {
-                            if (look_) look_();
-                          } catch (const Abort&) {
-                            ended = true;
-                          }
-                        });
+    return others_.Run(WithLocale([&task, &ended] { return task(ended); }), [this, &ended] {
+      try {
+        if (look_) look_();
+      } catch (const Abort&) {
+        ended = true;
+      }
+    });
   }
 
   /// By the key of the import's profile.
@@ -105,20 +129,22 @@ class DesktopHost : public AppForms {
 
  private:
   class Comunication;
-  // Beside the window, with its locale.
+  class Request;
   template <typename Task>
-  auto InBackground(Task task, const std::function<void()>& look) {
-    return background_.Run(
-        [task = std::move(task), locale = &locale_] {
-          const ScopedApp app({.locale = locale});
-          return task();
-        },
-        look);
+  auto WithLocale(Task task) {
+    return [task = std::move(task), locale = &locale_]() mutable {
+      const ScopedApp app({.locale = locale});
+      return task();
+    };
   }
+  void FinishRequests();
+  void Exchange(std::shared_ptr<CompanyAccess> server);
   void Remember(const std::string& path);
 
+  Doors doors_;
   std::unique_ptr<TAppIni> settings_;
-  std::unique_ptr<CompanyAccess> server_;
+  std::shared_ptr<CompanyAccess> server_;
+  bool knows_parameters_ = false;  // of the company that is open
   CompanyParameterModule nobody_;  // without a company
   std::unique_ptr<Comunication> comunication_;
   WorkingCompany company_;
@@ -130,7 +156,8 @@ class DesktopHost : public AppForms {
   std::function<void()> look_;  // while long work goes on
   TMainForm* main_form_ = nullptr;
   std::optional<ScopedApp> app_;
-  Background background_;  // ends before what it works on
+  Background requests_;  // to the company that is open; they end before what they work on
+  Background others_;    // what owns what it works on
 };
 
 }  // namespace mox

@@ -4,6 +4,7 @@
 #include <QClipboard>
 #include <QCryptographicHash>
 #include <QDragEnterEvent>
+#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
@@ -251,14 +252,24 @@ void ImportDialog::Run(const std::function<void()>& action) {
   busy_ = true;
   status_.Begin();
   {
-    const DesktopHost::LongWork work(host_, [this] { status_.Look(); });
+    QElapsedTimer since;
+    since.start();
+    const DesktopHost::LongWork work(host_, [this, since] { Look(since); });
     Guarded(action);
   }
   busy_ = false;
   status_.hide();
   FormChanged();
   ShowFaults();
+  const ImportOutcome outcome = form_.Outcome();
+  if (outcome == ImportOutcome::kStored || outcome == ImportOutcome::kUnknown) return;
   if (status_.WasEnded()) summary_.setText(QStringLiteral("Prekinuto, ništa nije pohranjeno."));
+}
+
+// What the form says nothing of, as a request of its own, comes once it has taken a moment.
+void ImportDialog::Look(const QElapsedTimer& since) {
+  if (status_.isVisible()) return status_.Look();
+  if (since.elapsed() >= kTakesLong) status_.Show(QStringLiteral("Čeka se odgovor poslužitelja"));
 }
 
 // Where it is ended, the rows are those that were there, with their faults.

@@ -51,6 +51,7 @@ class ImportDialog : public QDialog {
   };
   ReadSheet Read(const std::string& file);
   void Run(const std::function<void()>& action);
+  void Look(const QElapsedTimer& since);
   void ReplaceRows(const std::function<void()>& action);
   void Paste();
   void Check();

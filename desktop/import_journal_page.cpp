@@ -39,7 +39,7 @@ void ImportJournalPage::TakeBack() {
   if (!std::holds_alternative<std::int64_t>(id)) throw Error("Nijedan uvoz nije odabran.");
   if (!AskToLose("Poništavanje uvoza", "Obrisati sve retke odabranog uvoza?")) return;
   {
-    const LongRun run(Host(), QStringLiteral("Poništavanje uvoza"), LongRun::Ending::kNever);
+    const LongRun run(Host(), QStringLiteral("Poništavanje uvoza"));
     if (!TakeImportBack(std::get<std::int64_t>(id), FromQt(qEnvironmentVariable("USER")))) {
       throw Error(FromQt(RefusalOf(Host().Server())));
     }

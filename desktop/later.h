@@ -15,6 +15,8 @@ class Later : public QObject {
     action_ = std::move(action);
     QCoreApplication::postEvent(this, new QEvent(QEvent::User));
   }
+  /// What was asked for is not wanted any more.
+  void Forget() { action_ = nullptr; }
   /// Runs at once what was asked for.
   void RunNow() {
     if (const auto action = std::exchange(action_, nullptr)) action();

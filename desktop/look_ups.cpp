@@ -12,6 +12,7 @@
 #include "appserver/codebook_table.h"
 #include "desktop/codebook_page.h"
 #include "desktop/dialog_buttons.h"
+#include "desktop/dialogs.h"
 #include "desktop/qt_text.h"
 #include "desktop/record_set_view.h"
 #include "mox/server/read_services.h"
@@ -92,7 +93,9 @@ class LookUpDialog : public QDialog {
     layout->addWidget(&search_);
     layout->addWidget(&view_);
     layout->addWidget(buttons);
-    connect(&search_, &QLineEdit::textChanged, this, [this](const QString& typed) { Search(typed); });
+    connect(&search_, &QLineEdit::textChanged, this, [this](const QString& typed) {
+      if (!Guarded([&] { Search(typed); })) rows_.Clear();  // they are none of what is typed
+    });
     resize(760, 420);
     view_.FitColumns();
     if (!source.searches) Search(text);

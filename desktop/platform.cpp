@@ -8,6 +8,7 @@
 
 #include "desktop/clipboard_table.h"
 #include "desktop/qt_text.h"
+#include "mox/foundation/error.h"
 
 namespace mox {
 
@@ -27,12 +28,17 @@ MouseCursor QtPlatform::SetCursor(MouseCursor cursor) {
 
 void QtPlatform::ProcessMessages() {
   constexpr unsigned long kPause = 5;  // milliseconds
-  QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+  try {
+    if (look_) look_();
+  } catch (const Abort&) {
+    ended_ = true;
+  }
+  if (!look_) QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
   QThread::msleep(kPause);
 }
 
 bool QtPlatform::IsTerminated() const {
-  return SystemPlatform::IsTerminated() || QCoreApplication::closingDown();
+  return ended_ || SystemPlatform::IsTerminated() || QCoreApplication::closingDown();
 }
 
 LocaleSettings LocaleSettingsOf(const QLocale& system) {

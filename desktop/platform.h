@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QLocale>
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -22,10 +23,18 @@ class QtPlatform : public SystemPlatform {
   void ProcessMessages() override;
   bool IsTerminated() const override;
   std::string ClipboardText() override;
+  /// For the time being, waiting for an outside program is long work, which `look` shows and ends by raising
+  /// Abort; what waits is told that the application is closing then. The next call with none ends that.
+  void SetLook(std::function<void()> look) {
+    look_ = std::move(look);
+    ended_ = false;
+  }
   /// For the time being the clipboard has this text; the next call with none gives it back to the desktop.
   void SetClipboard(std::optional<std::string> text) { clipboard_ = std::move(text); }
 
  private:
+  std::function<void()> look_;
+  bool ended_ = false;
   std::optional<std::string> clipboard_;
   std::string state_folder_;
   MouseCursor shown_ = MouseCursor::kDefault;

@@ -53,7 +53,6 @@ void RatePage::Read() {
   if (!day) throw Error(FromQt(day_.text()) + " nije datum (" + CurrentLocale().short_date + ").");
   const auto currencies = CreateDBDataSet("Kat\\valuta", "valuta", {});
   if (!currencies) throw Error("Poslužitelj nema šifarnik valuta.");
-  shown_ = *day;
   RecordSet rates = EmptyRates("Tecajevi");
   rates.Open();
   const std::size_t code = *currencies->FindFieldIndex("oznaka");
@@ -67,6 +66,7 @@ void RatePage::Read() {
     rates.AppendRecord({value("datum"), name, value("tecaj")});
   }
   Show(std::move(rates), {"val_ozn", "tecaj", "datum"});
+  shown_ = *day;
   SetNote(QStringLiteral("Upisani tečaj vrijedi od dana koji je odabran."));
 }
 

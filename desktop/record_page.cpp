@@ -1,6 +1,11 @@
 #include "desktop/record_page.h"
 
+#include <QGuiApplication>
+#include <QMetaProperty>
 #include <QShortcut>
+#include <QSignalBlocker>
+#include <QTimer>
+#include <algorithm>
 
 #include "desktop/action_button.h"
 #include "desktop/dialogs.h"
@@ -33,13 +38,51 @@ RecordPage::RecordPage(DesktopHost& host, const QString& title, RecordSet empty,
 
 bool RecordPage::Reload() {
   if (!view_.TakeRow()) return false;
+  read_.Forget();
   try {
-    const LongRun run(host_, QStringLiteral("Čitanje podataka"));
-    Read();
+    ReadNow();
   } catch (const Abort&) {
     SetNote(QStringLiteral("Čitanje je prekinuto."));
   }
   return true;
+}
+
+void RecordPage::ReadNow() {
+  if (reading_) return;
+  reading_ = true;
+  try {
+    const LongRun run(host_, QStringLiteral("Čitanje podataka"));
+    Read();
+    KeepFilters();
+    reading_ = false;
+  } catch (...) {
+    PutFiltersBack();
+    reading_ = false;
+    throw;
+  }
+}
+
+std::vector<QWidget*> RecordPage::FilterWidgets() const {
+  std::vector<QWidget*> widgets;
+  for (int i = 0; i < filters_.count(); ++i) {
+    if (QWidget* const widget = filters_.itemAt(i)->widget()) widgets.push_back(widget);
+  }
+  return widgets;
+}
+
+void RecordPage::KeepFilters() {
+  shown_.clear();
+  for (const QWidget* const widget : FilterWidgets()) {
+    shown_.push_back(widget->metaObject()->userProperty().read(widget));
+  }
+}
+
+void RecordPage::PutFiltersBack() {
+  const std::vector<QWidget*> widgets = FilterWidgets();
+  for (std::size_t i = 0; i < std::min(widgets.size(), shown_.size()); ++i) {
+    const QSignalBlocker quiet(widgets[i]);
+    widgets[i]->metaObject()->userProperty().write(widgets[i], shown_[i]);
+  }
 }
 
 bool RecordPage::MayClose() {
@@ -59,9 +102,14 @@ void RecordPage::Show(RecordSet answer, const std::vector<std::string_view>& fie
   if (first) view_.FitColumns();
 }
 
+// What a mouse button was pressed on is still there when it is let go.
 void RecordPage::ReadSoon() {
+  constexpr int kAgain = 50;  // milliseconds
   read_.Run([this] {
-    if (rows_.State() == DataSetState::kBrowse && !view_.IsTyping()) Guarded([this] { Read(); });
+    if (QGuiApplication::mouseButtons() != Qt::NoButton) {
+      return QTimer::singleShot(kAgain, this, [this] { ReadSoon(); });
+    }
+    if (rows_.State() == DataSetState::kBrowse && !view_.IsTyping()) Guarded([this] { ReadNow(); });
   });
 }
 

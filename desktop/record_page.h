@@ -3,6 +3,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
+#include <QVariant>
 #include <QWidget>
 #include <functional>
 #include <string>
@@ -26,12 +27,13 @@ class RecordPage : public QWidget, public EditingPage {
   RecordPage(DesktopHost& host, const QString& title, RecordSet empty, QWidget* parent = nullptr);
 
   /// Asks for the rows anew; the current one stays current. A row that is being typed is stored before; false
-  /// where that was refused, and the row stays. Where the user ends it, the rows are those that were there.
+  /// where that was refused, and the row stays. Where the user ends it, or it fails, rows and filters are
+  /// those that were there.
   bool Reload();
   bool MayClose() override;
 
  protected:
-  /// Asks the server and shows its answer.
+  /// Asks the server and shows its answer. Until Show() nothing is changed by which later rows are stored.
   virtual void Read() = 0;
   /// The answer's rows, fields and labels take the place of those that are shown.
   void Show(RecordSet answer, const std::vector<std::string_view>& fields);
@@ -51,6 +53,11 @@ class RecordPage : public QWidget, public EditingPage {
   Currency Sum(std::string_view field) const;
 
  private:
+  void ReadNow();
+  std::vector<QWidget*> FilterWidgets() const;
+  void KeepFilters();
+  void PutFiltersBack();
+
   DesktopHost& host_;
   RecordSet rows_;
   RecordSetModel model_;
@@ -59,6 +66,8 @@ class RecordPage : public QWidget, public EditingPage {
   QHBoxLayout filters_;
   QHBoxLayout buttons_;
   QLabel note_;
+  std::vector<QVariant> shown_;  // what the filters were when the rows came
+  bool reading_ = false;
   Later read_;
 };
 

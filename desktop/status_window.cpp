@@ -1,6 +1,7 @@
 #include "desktop/status_window.h"
 
 #include <QApplication>
+#include <QKeyEvent>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -11,9 +12,7 @@ namespace mox {
 namespace {
 
 constexpr qint64 kBetweenPaints = 40;  // milliseconds
-constexpr qint64 kMoment = 300;
 constexpr int kWidth = 460;
-// What was sent to the server cannot be taken back any more.
 constexpr std::string_view kStoring = "Pohrana";
 
 }  // namespace
@@ -26,58 +25,83 @@ StatusForm::StatusForm(QWidget* owner) : QDialog(owner) {
   layout->addWidget(&bar_);
   layout->addWidget(&end_, 0, Qt::AlignRight);
   bar_.setAccessibleName(QStringLiteral("Napredak"));
+  end_.setAutoDefault(false);
   connect(&end_, &QPushButton::clicked, this, &QDialog::reject);
   setFixedWidth(kWidth);
   since_painted_.start();
 }
 
+StatusForm::~StatusForm() { hide(); }
+
+// What was stored is not ended any more, although the button was pressed while it was sent.
 void StatusForm::Show(const TfrmStatus& status, bool repaint) {
   if (!status.Visible()) return hide();
   const bool opens = !isVisible();
-  may_end_ = !std::string_view(status.Text()).starts_with(kStoring);
+  const bool stores = std::string_view(status.Text()).starts_with(kStoring);
   if (!repaint && !opens && since_painted_.elapsed() < kBetweenPaints) return;
   text_.setText(ToQt(status.Text()));
   const auto maximum = static_cast<int>(std::max<std::int64_t>(status.Maximum(), 1));
   bar_.setRange(0, maximum);
   bar_.setValue(static_cast<int>(std::min<std::int64_t>(status.Position(), maximum)));
-  end_.setEnabled(may_end_);
   if (opens) show();
-  if (opens || since_painted_.elapsed() >= kBetweenPaints) return Look();
-  if (ended_ && may_end_) throw Abort();
+  if (opens || since_painted_.elapsed() >= kBetweenPaints) Paint();
+  if (ended_ && !stores) throw Abort();
 }
 
 void StatusForm::Show(const QString& text) {
-  may_end_ = true;
   text_.setText(text);
   bar_.setRange(0, 0);
-  end_.setEnabled(true);
   show();
   Look();
 }
 
-void StatusForm::ShowSoon(const QString& text, bool may_end) {
-  may_end_ = may_end;
-  comes_ = true;
-  text_.setText(text);
-  bar_.setRange(0, 0);
-  end_.setEnabled(may_end);
+void StatusForm::Paint() {
+  QCoreApplication::processEvents();
   since_painted_.restart();
 }
 
-// What is not under this form takes no keys and clicks.
 void StatusForm::Look() {
-  if (comes_ && !isVisible()) {
-    if (since_painted_.elapsed() < kMoment) return;
-    show();
-  }
-  QCoreApplication::processEvents(isVisible() ? QEventLoop::AllEvents : QEventLoop::ExcludeUserInputEvents);
-  since_painted_.restart();
-  if (ended_ && may_end_) throw Abort();
+  Paint();
+  if (ended_) throw Abort();
 }
 
-LongRun::LongRun(DesktopHost& host, const QString& text, Ending ending)
-    : status_(QApplication::activeWindow()), work_(host, [this] { status_.Look(); }) {
-  status_.ShowSoon(text, ending == Ending::kByUser);
+void StatusForm::showEvent(QShowEvent* event) {
+  typed_in_ = QGuiApplication::focusWindow();
+  QCoreApplication::instance()->installEventFilter(this);
+  QDialog::showEvent(event);
+}
+
+// A person who types ahead neither ends the work nor loses a key.
+bool StatusForm::eventFilter(QObject* watched, QEvent* event) {
+  const bool is_key = event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
+  if (!is_key || !watched->isWindowType()) return QDialog::eventFilter(watched, event);
+  const auto& key = static_cast<const QKeyEvent&>(*event);
+  if (key.key() == Qt::Key_Escape) {
+    if (event->type() == QEvent::KeyPress) reject();
+  } else {
+    if (typed_in_ == nullptr && watched != windowHandle()) typed_in_ = static_cast<QWindow*>(watched);
+    typed_.emplace_back(key.clone());
+  }
+  return true;
+}
+
+void StatusForm::hideEvent(QHideEvent* event) {
+  QCoreApplication::instance()->removeEventFilter(this);
+  for (auto& key : std::exchange(typed_, {})) {
+    if (typed_in_ != nullptr) QCoreApplication::postEvent(typed_in_, key.release());
+  }
+  QDialog::hideEvent(event);
+}
+
+LongRun::LongRun(DesktopHost& host, QString text) : text_(std::move(text)), work_(host, [this] { Look(); }) {
+  since_.start();
+}
+
+void LongRun::Look() {
+  if (status_ != nullptr) return status_->Look();
+  if (since_.elapsed() < kTakesLong) return;
+  status_ = std::make_unique<StatusForm>(QApplication::activeWindow());
+  status_->Show(text_);
 }
 
 }  // namespace mox

@@ -3,41 +3,59 @@
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QLabel>
+#include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QWindow>
+#include <memory>
+#include <utility>
+#include <vector>
 
 #include "desktop/host.h"
 #include "mox/import/import_view.h"
 
+class QKeyEvent;
+
 namespace mox {
 
-/// The status form of long work: a line of text, a progress bar, and a button that ends it. While it is shown
-/// nothing else takes keys and clicks.
+/// Work that has taken so many milliseconds says so.
+inline constexpr qint64 kTakesLong = 300;
+
+/// The status form of long work: a line of text, a progress bar, and a button, or Escape, that ends it. While
+/// it is shown nothing else takes clicks; keys that are typed meanwhile go on to where they were typed
+/// afterwards.
 class StatusForm : public QDialog {
  public:
   explicit StatusForm(QWidget* owner);
+  ~StatusForm() override;
 
-  /// Shows what the status says. Raises Abort once the user has ended the work, where that can still be done.
+  /// Shows what the status says. Raises Abort once the user has ended the work, but where it is being stored:
+  /// whoever waits for the answer learns of it by Look().
   void Show(const TfrmStatus& status, bool repaint);
   /// For work that does not say how far it is.
   void Show(const QString& text);
-  /// The same, but it comes only once the work has taken a moment. What may not end has no button for it.
-  void ShowSoon(const QString& text, bool may_end);
   /// While something else works: paints, takes the button, and raises Abort once the user has ended the work.
   void Look();
   bool WasEnded() const { return ended_; }
   /// New work may be ended again.
   void Begin() { ended_ = false; }
-  void reject() override { ended_ = may_end_; }
+  void reject() override { ended_ = true; }
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
 
  private:
+  void Paint();
+
   QLabel text_;
   QProgressBar bar_;
-  QPushButton end_{QStringLiteral("Prekini")};
+  QPushButton end_{QStringLiteral("&Prekini")};
   QElapsedTimer since_painted_;
   bool ended_ = false;
-  bool may_end_ = true;
-  bool comes_ = false;  // once it has taken a moment
+  QPointer<QWindow> typed_in_;
+  std::vector<std::unique_ptr<QKeyEvent>> typed_;  // meanwhile
 };
 
 /// Work that may take long, for this object's lifetime: requests to the server, and what the host is given to
@@ -45,11 +63,14 @@ class StatusForm : public QDialog {
 /// button that ends it, which raises Abort where the work is.
 class LongRun {
  public:
-  enum class Ending : std::uint8_t { kByUser, kNever };
-  LongRun(DesktopHost& host, const QString& text, Ending ending = Ending::kByUser);
+  LongRun(DesktopHost& host, QString text);
 
  private:
-  StatusForm status_;
+  void Look();
+
+  QString text_;
+  QElapsedTimer since_;
+  std::unique_ptr<StatusForm> status_;  // once that has taken a moment
   DesktopHost::LongWork work_;
 };
 

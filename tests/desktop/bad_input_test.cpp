@@ -5,7 +5,6 @@
 #include <QMimeData>
 #include <csignal>
 #include <fstream>
-#include <semaphore>
 
 #include "desktop/croatian.h"
 #include "desktop/import_dialog.h"
@@ -160,39 +159,6 @@ TEST_F(DesktopTest, KeepsADocumentWhileItsServerIsAway) {
   EXPECT_EQ(Cell(units, row, "naziv"), "vreca");
   server.Lose(kNo);
   EXPECT_TRUE(units->TakeRow());
-}
-
-// A company whose server has not answered yet.
-class SlowServer : public LostServer {
- public:
-  using LostServer::LostServer;
-  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
-                                                    std::string_view service) override {
-    if (service == slow) answers.acquire();
-    return LostServer::ReportDataService(request, service);
-  }
-  std::string_view slow;
-  std::binary_semaphore answers{0};
-};
-
-// What takes long says so, and is ended by its button: what was there stays, and the next request waits.
-TEST_F(DesktopTest, EndsWhatTakesLong) {
-  auto opened = std::make_unique<SlowServer>(company_);
-  SlowServer& server = *opened;
-  host_->Open(company_, std::move(opened));
-  window_->ShowCodebook("jm");
-  QWidget* const page = window_->Tabs().currentWidget();
-  const int rows = Lines(page, "Jedinice mjere")->Model().rowCount();
-  server.slow = "Kat\\jm";
-  person_.ends_work = true;
-  Press(page, Qt::Key_F5);
-  EXPECT_EQ(Label(page, "Napomena")->text(), "Čitanje je prekinuto.");
-  EXPECT_EQ(Lines(page, "Jedinice mjere")->Model().rowCount(), rows);
-  person_.ends_work = false;
-  server.slow = {};
-  server.answers.release();
-  Press(page, Qt::Key_F5);
-  EXPECT_THAT(FromQt(Label(page, "Napomena")->text()), HasSubstr("Redaka: "));
 }
 
 TEST_F(DesktopTest, ChangesUsersWhereThereIsAServer) {

@@ -37,7 +37,8 @@ class Person {
   }
   void WillDo(std::function<void(QWidget* dialog)> action) { answers_.push_back(std::move(action)); }
 
-  bool ends_work = false;         ///< as soon as it shows how far it is
+  bool ends_work = false;  ///< as soon as it shows how far it is
+  std::function<void(QWidget* status)> on_status;
   std::vector<std::string> read;  ///< "caption | heading | message" of messages, the title of other dialogs
 
  private:
@@ -52,6 +53,7 @@ class Person {
     QWidget* const dialog = QApplication::activeModalWidget();
     if (dialog == nullptr || dialog == handled_) return;
     if (dialog->windowTitle() == QStringLiteral("Status")) {
+      if (on_status) on_status(dialog);
       if (ends_work) static_cast<QDialog*>(dialog)->reject();
       return;
     }

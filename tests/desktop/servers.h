@@ -1,9 +1,11 @@
 #pragma once
 
 #include <memory>
+#include <semaphore>
 #include <string>
 #include <string_view>
 
+#include "appserver/commit_lost.h"
 #include "appserver/company_server.h"
 #include "moxd/directory_services.h"
 
@@ -27,18 +29,44 @@ class LostServer : public CompanyAccess {
     return server_.ReportDataService(request, service);
   }
   int WriteDataService(const TAstaParamList& request) override {
-    if (lost_ == Lost::kBefore) throw DatabaseUnavailable(told + "; nothing was stored");
+    if (lost_ == Lost::kBefore) throw DatabaseUnavailable(told + "; " + std::string(kNothingStored));
     const int stored = server_.WriteDataService(request);
     if (lost_ == Lost::kNo) return stored;
-    throw DatabaseUnavailable(told +
-                              "; the connection was lost before the answer came, and it is not known whether "
-                              "the request was stored: look before you store it again");
+    throw DatabaseUnavailable(told + "; " + NotKnownUnder("k"));
   }
 
  private:
   const std::string told = "https://posluzitelj: cannot be reached: Connection refused";
   CompanyServer server_;
   Lost lost_ = Lost::kNo;
+};
+
+/// A company whose server carries a request out, but does not answer yet.
+class SlowServer : public LostServer {
+ public:
+  using LostServer::LostServer;
+  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
+                                                    std::string_view service) override {
+    auto answer = LostServer::ReportDataService(request, service);
+    if (service == slow) answers.acquire();
+    return answer;
+  }
+  int WriteDataService(const TAstaParamList& request) override {
+    const int stored = LostServer::WriteDataService(request);
+    if (slow != kWrites) return stored;
+    answers.acquire();
+    if (ends)
+      throw DatabaseUnavailable("https://posluzitelj: cannot be reached: ended by the user; " +
+                                NotKnownUnder("k"));
+    return stored;
+  }
+  void EndRequests(bool end) override {
+    if (end && ends) answers.release();
+  }
+  static constexpr std::string_view kWrites = "writes";
+  std::string_view slow;  // a service, or kWrites
+  bool ends = true;       // a request that is not waited for any more
+  std::counting_semaphore<> answers{0};
 };
 
 /// A company on a server that answers for its users, too.

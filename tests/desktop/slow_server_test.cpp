@@ -1,0 +1,209 @@
+// A server that takes its time stops neither the window nor the work of people.
+
+#include <QClipboard>
+#include <QComboBox>
+
+#include "desktop/import_dialog.h"
+#include "mox/codes/exchange_rates.h"
+#include "mox/foundation/clock.h"
+#include "mox/foundation/locale_text.h"
+#include "mox/server/read_services.h"
+#include "tests/desktop/desktop_fixture.h"
+#include "tests/desktop/servers.h"
+
+namespace mox {
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+
+class SlowServerTest : public DesktopTest {
+ protected:
+  SlowServerTest() {
+    auto opened = std::make_unique<SlowServer>(company_);
+    server_ = opened.get();
+    host_->Open(company_, std::move(opened));
+  }
+  ~SlowServerTest() override { server_->answers.release(); }
+  QWidget* Page() { return window_->Tabs().currentWidget(); }
+  // What the user ends as soon as it says that it takes long.
+  void Ended(std::string_view slow, const std::function<void()>& action) {
+    server_->slow = slow;
+    int ended = 0;
+    person_.on_status = [&](QWidget* status) {
+      const bool stores = status->findChild<QLabel*>()->text().startsWith(QStringLiteral("Pohrana"));
+      if (stores != (slow == SlowServer::kWrites)) return;
+      ++ended;
+      static_cast<QDialog*>(status)->reject();
+    };
+    action();
+    EXPECT_GT(ended, 0) << "it is long work";
+    person_.on_status = nullptr;
+    server_->slow = {};
+  }
+  static std::size_t Documents() { return CreateDBDataSet("Dokumenti", "adsList", {})->RowCount(); }
+  SlowServer* server_;
+};
+
+// What was there stays, with what it was narrowed down by.
+TEST_F(SlowServerTest, ShowsByWhatTheRowsWereRead) {
+  const Date today = Today();
+  const QString yesterday = ToQt(DateToText(Date{today.days - 1}, CurrentLocale()));
+  const auto fill = [this](const char* name, const QString& text) {
+    return [this, name, text] {
+      Fill(Line(Page(), name), text);
+      QTest::keyClick(Line(Page(), name), Qt::Key_Return);
+    };
+  };
+  const auto choose = [this] { Page()->findChild<QComboBox*>()->setCurrentIndex(2); };
+  const struct {
+    std::function<void()> open;
+    std::string_view slow;
+    std::function<void()> narrow;
+  } cases[] = {
+      {[this] { window_->ShowRates(); }, "Kat\\valuta", fill("Na dan", yesterday)},
+      {[this] { window_->ShowRates(); }, "GetTecaj", fill("Na dan", yesterday)},
+      {[this] { window_->ShowRates(); }, "", fill("Na dan", "31.2.")},
+      {[this] { window_->ShowDocuments(); }, "Dokumenti", fill("Partner, opis, broj/godina…", "x")},
+      {[this] { window_->ShowDocuments(); }, "Dokumenti", choose},
+      {[this] { window_->ShowReports(); }, "Izvjestaj\\Promet", choose},
+      {[this] { window_->ShowCodebook("jm"); }, "Kat\\Sifarnici",
+       [this] { Fill(Line(Page(), "Traži"), "k"); }},
+  };
+  const auto filters = [this] {
+    QStringList texts;
+    for (const QLineEdit* const line : Page()->findChildren<QLineEdit*>()) texts.append(line->text());
+    for (const QComboBox* const box : Page()->findChildren<QComboBox*>()) texts.append(box->currentText());
+    return texts;
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.slow);
+    c.open();
+    const QStringList before = filters();
+    const int rows = Page()->findChild<RecordSetView*>()->Model().rowCount();
+    if (c.slow.empty()) {
+      c.narrow();
+    } else {
+      Ended(c.slow, c.narrow);
+      EXPECT_EQ(Label(Page(), "Napomena")->text(), "Čitanje je prekinuto.");
+    }
+    EXPECT_EQ(filters(), before);
+    EXPECT_EQ(Page()->findChild<RecordSetView*>()->Model().rowCount(), rows);
+  }
+  window_->ShowRates();
+  Ended("GetTecaj", fill("Na dan", yesterday));
+  RecordSetView* const rates = Lines(Page(), "Tečajevi");
+  int usd = 0;
+  while (Cell(rates, usd, "val_ozn") != "USD") ++usd;
+  Go(rates, usd, "tecaj");
+  Type(rates, "1,25", false);
+  EXPECT_TRUE(rates->TakeRow());
+  EXPECT_EQ(GetTecajByOznakaValute(today, "USD"), 1.25) << "of the day that the page names";
+}
+
+// Of what was sent and is not waited for any more it is told that nobody knows; it stands where it was
+// entered, and what has a key is stored once.
+TEST_F(SlowServerTest, TellsThatItIsNotKnownWhatBecameOfAStore) {
+  const auto unknown = [this](const std::function<void()>& action) {
+    person_.read.clear();
+    Ended(SlowServer::kWrites, action);
+    return testing::PrintToString(person_.read);
+  };
+  for (const bool ends : {true, false}) {
+    SCOPED_TRACE(ends);
+    server_->ends = ends;
+    const std::size_t before = Documents();
+    DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+    EXPECT_THAT(unknown([&] { Press(editor, Qt::Key_F9); }), HasSubstr("Ne zna se je li pohranjeno"));
+    EXPECT_FALSE(editor->IsStored());
+    EXPECT_EQ(Cell(Lines(editor, "Usluge"), 0, "naziv"), "Obuka");
+    if (!ends) server_->answers.release();
+    Press(editor, Qt::Key_F9);
+    EXPECT_TRUE(editor->IsStored());
+    EXPECT_EQ(Documents(), before + 1);
+  }
+  server_->ends = true;
+  window_->ShowDocuments();
+  person_.WillDo([](QWidget* dialog) { QTest::keyClick(dialog, Qt::Key_Return); });
+  EXPECT_THAT(unknown([&] { PressButton(Page(), "Uplata (Ctrl+U)"); }),
+              HasSubstr("Ne zna se je li pohranjeno"));
+  EXPECT_THAT(unknown([&] { PressButton(Page(), "Storno (Ctrl+T)"); }),
+              HasSubstr("Ne zna se je li pohranjeno"));
+
+  window_->ShowCodebook("jm");
+  RecordSetView* const units = Lines(Page(), "Jedinice mjere");
+  QTest::keyClick(units, Qt::Key_Insert);
+  Go(units, units->Model().rowCount() - 1, "naziv");
+  Type(units, "vreca", false);
+  unknown([&] { EXPECT_FALSE(units->TakeRow()); });
+  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("Ne zna se je li pohranjeno"));
+
+  person_.WillDo([&](QWidget* grid) {
+    QApplication::clipboard()->setText(QStringLiteral("99991\tPrvi"));
+    QTest::keyClick(Lines(grid, "Redci za uvoz"), Qt::Key_E, Qt::AltModifier);
+    person_.WillPress("Da");
+    EXPECT_THAT(unknown([&] { PressButton(grid, "Provjera i uvoz podataka"); }),
+                HasSubstr("Ne zna se je li pohranjeno"));
+    EXPECT_EQ(Cell(Lines(grid, "Redci za uvoz"), 0, "OPIS"), "Prvi");
+    EXPECT_THAT(FromQt(Label(grid, "Sažetak")->text()), testing::Not(HasSubstr("ništa nije pohranjeno")));
+    static_cast<QDialog*>(grid)->reject();
+  });
+  CallImportGrid("KONTNIPLAN");
+}
+
+// Whatever asks the server is ended where it takes long, and the next request does not wait for it.
+TEST_F(SlowServerTest, EndsWhateverItAsks) {
+  window_->ShowCodebook("partneri");
+  RecordSetView* const partners = Lines(Page(), "Partneri");
+  Ended("Kat\\partneri", [&] { Press(Page(), Qt::Key_F5); });
+  EXPECT_EQ(Label(Page(), "Napomena")->text(), "Čitanje je prekinuto.");
+  Press(Page(), Qt::Key_F5);
+  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("Redaka: "));
+
+  Go(partners, 0, "ptt");
+  Ended("Kat\\mjesta", [&] { QTest::keyClick(partners, Qt::Key_F4); });
+  EXPECT_TRUE(person_.read.empty()) << "nothing was asked";
+  // In the middle of a search what was found before is not chosen for what was typed.
+  person_.WillDo([&](QWidget* dialog) {
+    auto* const places = dialog->findChild<RecordSetView*>();
+    Ended("Kat\\mjesta", [&] { QTest::keyClick(Line(dialog, "Traži"), Qt::Key_Z); });
+    EXPECT_EQ(places->Model().rowCount(), 0);
+    PressButton(dialog, "Odustani");
+  });
+  QTest::keyClick(partners, Qt::Key_F4);
+  QTest::keyClick(partners, Qt::Key_Escape);
+
+  person_.WillDo([&](QWidget* grid) {
+    QApplication::clipboard()->setText(QStringLiteral("100\t\tMajica\t38"));
+    QTest::keyClick(Lines(grid, "Redci za uvoz"), Qt::Key_E, Qt::AltModifier);
+    Ended("Lunari\\KalkulirajVelicine", [&] { PressButton(grid, "Preračun veličina"); });
+    EXPECT_THAT(FromQt(Label(grid, "Sažetak")->text()), HasSubstr("Prekinuto"));
+    static_cast<QDialog*>(grid)->reject();
+  });
+  CallImportGrid("UPDATEARTLUNARI");
+}
+
+// A person who types ahead neither ends the work nor loses a key, and is not taken into an error's dialog.
+TEST_F(SlowServerTest, KeepsWhatIsTypedMeanwhile) {
+  window_->ShowCodebook("jm");
+  QLineEdit* const search = Line(Page(), "Traži");
+  search->setFocus();
+  Press(search, Qt::Key_K);
+  server_->slow = "Kat\\jm";
+  bool typed = false;
+  person_.on_status = [&](QWidget* status) {
+    if (std::exchange(typed, true)) return;
+    for (const char key : {'g', ' ', '\r'}) QTest::keyClick(status->windowHandle(), key);
+    EXPECT_TRUE(status->isVisible());
+    server_->answers.release(10);
+  };
+  Press(Page(), Qt::Key_F5);
+  person_.on_status = nullptr;
+  Settle();
+  EXPECT_TRUE(typed);
+  EXPECT_EQ(search->text(), "kg ");
+  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("Redaka: "));
+}
+
+}  // namespace
+}  // namespace mox
