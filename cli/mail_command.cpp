@@ -87,6 +87,11 @@ class MailRun {
   void SendDocument(std::int64_t doc_id) {
     const OutboxMail mail = outbox_.Put(doc_id, arguments_.to);
     session_.stored = "mail " + std::to_string(mail.id) + " is in the outbox";
+    if (outbox_.HasOtherTemplate(mail)) {
+      session_.err << "mox: mail " << mail.id
+                   << " keeps the template that it was asked for with first; --withdraw " << mail.id
+                   << " ends it, and the next one has this one" << std::endl;
+    }
     SendAgreed(mail);
   }
 
@@ -170,6 +175,9 @@ void RunMail(const MailArguments& arguments, Session& session) {
   }
   if (arguments.document.empty() != arguments.to.empty())
     throw UsageError("ID and --to ADDRESS belong together");
+  if (!arguments.template_file.empty() && arguments.document.empty()) {
+    throw UsageError("--template belongs to ID: a mail keeps the one that it was asked for with");
+  }
   if (arguments.table && !arguments.outbox) throw UsageError("--table belongs to --outbox");
   if (sets) return SetAccount(arguments, session);
   if (arguments.outbox) {
@@ -202,7 +210,7 @@ void Declare(Options& options) {
   options.Flag("--yes", arguments->yes,
                "send again what was sent, or may have been sent, and what was cancelled");
   options.Value("--template", arguments->template_file, "FILE",
-                "subject, text and page, as mox print takes it; it stays with the mail");
+                "subject, text and page of ID, as mox print takes it; it stays with the mail");
   options.Value("--account", arguments->account, "URL",
                 "set the mail server: smtps://HOST, or smtp://HOST with STARTTLS");
   options.Value("--user", arguments->user, "NAME", "the user at the mail server");

@@ -79,7 +79,11 @@ QString MailDocument(DesktopHost& host, std::int64_t id) {
   const std::string known = TextOf(ReadPageSource(id).partner, "email");
   const auto to = App().Dialogs().InputBox("Pošta", "E-mail adresa primatelja:", known);
   if (!to) return {};
-  return sender.SendAgreed(sender.Box().Put(id, FromQt(ToQt(*to).trimmed())));
+  const OutboxMail mail = sender.Box().Put(id, FromQt(ToQt(*to).trimmed()));
+  const QString told = sender.SendAgreed(mail);
+  return sender.Box().HasOtherTemplate(mail)
+             ? told + QStringLiteral(" Ostaje joj predložak s kojim je prvi put zatražena.")
+             : told;
 }
 
 MailPage::MailPage(DesktopHost& host)

@@ -48,6 +48,12 @@ OutboxMail MailOf(const RecordRow& row) {
           row.IsNull(storno) ? std::nullopt : std::optional(row.AsInteger(storno))};
 }
 
+// Null for the template that holds without a file, whose text is empty.
+Value PathOf(const PaperTemplate& paper) {
+  if (paper.File().empty()) return {};
+  return std::filesystem::absolute(paper.File()).string();
+}
+
 struct EndRow {
   const char* state;
   const char* words;
@@ -99,18 +105,12 @@ OutboxMail Outbox::Find(std::int64_t id) const {
 OutboxMail Outbox::Put(std::int64_t doc_id, const std::string& to) {
   if (const std::string fault = AddressFault(to); !fault.empty()) throw Error(fault);
   const Placeholders values = PlaceholdersOf(MakePage(doc_id, paper_), CurrentLocale());
-  Value text;
-  Value file;
-  if (!paper_.File().empty()) {
-    text = paper_.Source();
-    file = std::filesystem::absolute(paper_.File()).string();
-  }
   RecordSet record = RecordOf("adsPosta", {{"dok_id", doc_id},
                                            {"kome", to},
                                            {"predmet", Filled(paper_.Text("posta", "predmet"), values)},
                                            {"tekst", Filled(paper_.Text("posta", "tekst"), values)},
-                                           {"predlozak", text},
-                                           {"predlozak_datoteka", file}});
+                                           {"predlozak", paper_.Source()},
+                                           {"predlozak_datoteka", PathOf(paper_)}});
   return Find(store_.Store("PostaUpis", record));
 }
 
@@ -151,6 +151,11 @@ const MailAccount& Outbox::Account() {
   if (seconds > 0) account.seconds = account.connect_seconds = seconds;
   account_ = std::move(account);
   return account_;
+}
+
+bool Outbox::HasOtherTemplate(const OutboxMail& mail) const {
+  const RecordSet own = Asked("PostaPredlozak", "adsPredlozak", {{"id", mail.id}});
+  return !own.IsEmpty() && TextOf(own.RowAt(0), "predlozak") != paper_.Source();
 }
 
 Mail Outbox::MessageOf(const OutboxMail& mail) {

@@ -68,10 +68,12 @@ class Outbox {
   std::vector<OutboxMail> Mails(std::optional<std::int64_t> doc_id = {}) const;
   /// The one with this key. Raises Error where there is none.
   OutboxMail Find(std::int64_t id) const;
-  /// Puts the mail of a document, with subject and text of the template, into the outbox; a template of a
-  /// file stays with it. Answers the one that is there already, in any state, until it was refused or
+  /// Puts the mail of a document, with subject and text of the template, into the outbox; the template stays
+  /// with it. Answers the one that is there already, in any state, until it was refused or
   /// withdrawn. Raises Error for a faulty address and for a document that has no page.
   OutboxMail Put(std::int64_t doc_id, const std::string& to);
+  /// Whether it goes with another template than this one, as it was asked for.
+  bool HasOtherTemplate(const OutboxMail& mail) const;
   /// Sends a mail with the page as PDF and, where there is one, the e-invoice. A mail that needs the user's
   /// leave is sent because he agreed to it as it is here; where it has changed meanwhile, it is refused:
   /// MailChanged. Raises Error, nothing being sent, where the company has no account of mails or the document
