@@ -50,6 +50,9 @@ class Pages {
       : ids_(std::move(ids)), paper_(paper), session_(session), bar_(session.err) {}
 
   std::size_t Count() const { return ids_.size(); }
+  void Tell(const DocumentPage& page, const std::vector<std::string>& warnings) {
+    for (const std::string& warning : warnings) Tell(page.id, warning);
+  }
   /// Calls `print` with each page.
   template <typename Print>
   void Each(Print print) {
@@ -76,7 +79,7 @@ class Pages {
     bar_.Show("Ispis", static_cast<std::int64_t>(i), static_cast<std::int64_t>(ids_.size()));
     const DocumentPage page = MakePage(ids_[i], paper_);
     print(page);
-    for (const std::string& warning : page.warnings) Tell(page.id, warning);
+    Tell(page, page.warnings);
   }
   void Tell(std::int64_t id, const std::string& message) {
     bar_.Clear();
@@ -139,6 +142,12 @@ void Show(const std::string& path) {
   }
 }
 
+// A path of files, one for each document: of a folder that there is, or that is to be made.
+bool IsFolder(const std::string& path) {
+  std::error_code none;
+  return path.ends_with('/') || std::filesystem::is_directory(path, none);
+}
+
 void RequireFolder(const std::string& path) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error)) return;
@@ -153,8 +162,7 @@ void PrintPdf(Pages& pages, const PaperTemplate& paper, const std::string& path,
               Session& session) {
   const std::string& font = paper.Text("stranica", "font");
   TextPainter painter(font);
-  std::error_code none;
-  const bool is_folder = path.ends_with('/') || std::filesystem::is_directory(path, none);
+  const bool is_folder = IsFolder(path);
   if (!is_folder) session.files.Require(path, kPdfOutput);
   if (is_folder) RequireFolder(path);
   std::unique_ptr<PdfFile> all;
@@ -193,7 +201,9 @@ void PrintSlips(Pages& pages, const PaperTemplate& paper, const std::string& dev
   session.files.Require(device, kSlipOutput);
   std::string bytes;
   pages.Each([&](const DocumentPage& page) {
-    bytes += EscPos(LayOutSlip(page, paper, painter, width), painter, settings);
+    const LaidDocument laid = LayOutSlip(page, paper, painter, width);
+    bytes += EscPos(laid, painter, settings);
+    pages.Tell(page, laid.left_out);
   });
   session.files.Write(device, bytes, kSlipOutput);
 }
@@ -235,7 +245,7 @@ void RunPrint(const PrintArguments& arguments, Session& session) {
   ServerOf(session);
   const PaperTemplate paper = TemplateOf(arguments.template_file);
   Pages pages(AskedFor(arguments), paper, session);
-  if (arguments.open && pages.Count() > 1 && std::filesystem::is_directory(arguments.pdf)) {
+  if (arguments.open && pages.Count() > 1 && IsFolder(arguments.pdf)) {
     throw UsageError("--open shows one file");
   }
   if (arguments.text) return PrintText(pages, session);

@@ -72,6 +72,9 @@ struct LaidDocument {
   double width = 0;
   double height = 0;  ///< of a slip as high as it needs
   std::vector<LaidSheet> sheets;
+  double unit = 1;  ///< of all lengths, in points
+  std::vector<std::string> left_out =
+      {};  ///< for whoever prints, in English: what of the page is not on it and why
 };
 
 }  // namespace mox

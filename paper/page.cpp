@@ -10,6 +10,7 @@
 #include "mox/foundation/locale_text.h"
 #include "mox/foundation/rounding.h"
 #include "mox/foundation/text.h"
+#include "mox/foundation/visible_text.h"
 #include "paper/page_check.h"
 #include "paper/page_source.h"
 #include "paper/page_tables.h"
@@ -46,6 +47,9 @@ bool IsAbroad(const RecordSet& partner) {
   const std::string country = TextOf(partner, "oznaka_drzave");
   return !country.empty() && country != "HR";
 }
+
+// Documents that are for buyers abroad by their kind.
+bool IsForAbroad(const DocumentKind& kind) { return kind.name.ends_with("-inozemstvo"); }
 
 // Buyers abroad need the number of the tax for all of the union, and the code of the bank.
 PageParty SellerOf(const RecordSet& seller, bool to_abroad) {
@@ -300,10 +304,13 @@ void AddSlip(const PageSource& source, const PaperTemplate& paper, DocumentPage&
   if (ReferenceFault(model, reference).empty()) {
     Add(page.payment, "Model i poziv na broj", Joined(model, " ", reference));
   }
-  if (TextOf(source.header, "poziv_na_br").empty() && model != "HR00" && model != "HR99") {
+  if (model != "HR00" && model != "HR99") {
+    const bool is_made = TextOf(source.header, "poziv_na_br").empty();
     page.warnings.push_back(
-        "the reference of its payment is made without control digits, which banks may want under " + model +
-        "; poziv_na_br of the header is for one that has them");
+        is_made ? "the reference of its payment is made without control digits, which banks may want under " +
+                      model + "; poziv_na_br of the header is for one that has them"
+                : "the control digits that the reference of its payment may need under " + model +
+                      " are not checked");
   }
   Add(page.payment, "Opis plaćanja", TextOf(*slip, "opis_placanja"));
   try {
@@ -364,11 +371,44 @@ void AddInCurrencyOfCountry(const PageSource& source, DocumentPage& page) {
   page.notes.push_back(note + "ukupno " + text(converted->total) + ".");
 }
 
+// The buyer's number of the tax, as his country begins it; of one outside the union any that he has.
+std::string BuyerNumberFault(const RecordSet& partner) {
+  constexpr std::string_view kUnion =
+      "AT BE BG CY CZ DE DK EE ES FI FR GR HU IE IT LT LU LV MT NL PL PT RO SE SI SK";
+  const std::string country = TextOf(partner, "oznaka_drzave");
+  const std::string number = TextOf(partner, "pdv_br");
+  const std::vector<std::string_view> members = SplitNames(kUnion);
+  const bool is_member = std::find(members.begin(), members.end(), country) != members.end();
+  if (number.empty()) {
+    const bool has_other = !is_member && !TextOf(partner, "matbr").empty();
+    return has_other ? std::string() : "the buyer's PDV ID (pdv_br of the partner) is not on it";
+  }
+  const std::string begins = country == "GR" ? "EL" : country;
+  if (!is_member || number.starts_with(begins)) return {};
+  return "the buyer's PDV ID " + InQuotes(number) + " does not begin with " + begins;
+}
+
+// Whoever buys abroad owes the tax himself, and is named by his number.
+void WarnOfBuyerAbroad(const PageSource& source, DocumentPage& page) {
+  if (!IsForAbroad(*source.kind)) return;
+  const std::string country = TextOf(source.partner, "oznaka_drzave");
+  if (!IsAbroad(source.partner)) {
+    page.warnings.push_back("it is for buyers abroad, and " +
+                            (source.partner.IsEmpty() ? std::string("it has no partner")
+                             : country.empty() ? std::string("the country of its partner is not stored")
+                                               : "its partner is in " + country));
+  }
+  if (source.partner.IsEmpty() || !HasUntaxedLines(source.taxes)) return;
+  if (std::string fault = BuyerNumberFault(source.partner); !fault.empty())
+    page.warnings.push_back(std::move(fault));
+}
+
 void AddNotes(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
   if (!source.original.IsEmpty()) page.notes.push_back("Stornira se: " + NamedWith(source.original, paper));
   const std::string text = ParagraphOf(source.header, "opis");
   if (!text.empty()) page.notes.push_back(text);
   AddInCurrencyOfCountry(source, page);
+  WarnOfBuyerAbroad(source, page);
   const bool taxed = !HasUntaxedLines(source.taxes);
   if (source.kind->IsSale() && !taxed && text.empty() && paper.Text("napomene", "bez_poreza").empty() &&
       paper.Text("napomene", std::string(source.kind->name) + ".bez_poreza").empty()) {
@@ -397,7 +437,7 @@ DocumentPage MakePage(std::int64_t id, const PaperTemplate& paper) {
   page.date = header.AsDate(header.IndexOf("datum"));
   page.currency = TextOf(source.header, "val_ozn");
   if (page.currency.empty()) page.currency = GetValutaOznakaByDate(page.date);
-  page.seller = SellerOf(source.seller, IsAbroad(source.partner));
+  page.seller = SellerOf(source.seller, IsAbroad(source.partner) || IsForAbroad(*source.kind));
   page.partner = PartnerOf(source.partner, *source.kind);
   page.partner_mail = TextOf(source.partner, "email");
   page.total = ToBePaid(*source.figures_kind, source.Sets());

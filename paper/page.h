@@ -86,6 +86,7 @@ struct DocumentPage {
   std::vector<PageTable> tables;
   std::vector<PageTaxRow> taxes;
   std::string discount;       ///< of all lines, which their amounts have left out; empty where there is none
+  std::string slip_discount;  ///< the same by the prices that slips show, which have tax where lines are paid
   std::vector<PageSum> sums;  ///< which add up to the strong one
   std::string currency;       ///< its code
   std::optional<Currency> total;  ///< what is to be paid

@@ -5,6 +5,7 @@
 
 #include "mox/documents/document_figures.h"
 #include "mox/foundation/display_format.h"
+#include "mox/foundation/rounding.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
 #include "paper/article_pictures.h"
@@ -62,6 +63,7 @@ class TableMaker {
     const std::vector<std::string_view> entered = SplitNames(schema.inputs);
     is_price_entered_ = std::find(entered.begin(), entered.end(), field::mpc.text) != entered.end();
     quantity_ = IndexOf(known, field::kolicina.text);
+    rate_ = IndexOf(known, field::tbr_stp.text);
     if (HasFees(schema)) fee_ = IndexOf(known, field::pov_naki.text);
   }
 
@@ -81,6 +83,8 @@ class TableMaker {
   }
 
   Currency Discounts() const { return discounts_; }
+  // By the prices that slips show: of lines that are paid those with tax.
+  Currency ShownDiscounts() const { return to_be_paid_ ? consumer_discounts_ : discounts_; }
 
  private:
   std::optional<std::size_t> IndexOf(const std::vector<std::string_view>& known,
@@ -176,10 +180,22 @@ class TableMaker {
     return static_cast<double>(price);
   }
 
+  // The price with tax of what is given away: what the discounts have taken, and the tax on it.
+  double PriceOfGift(const RecordRow& line, long double quantity) const {
+    if (quantity == 0) return 0;
+    Currency taken;
+    for (const auto& field : amounts_) {
+      if (field) taken += line.AsCurrency(*field);
+    }
+    const Real rate = rate_ ? Real(line.AsFloat(*rate_)) : Real(0);
+    return ShortestPrice(quantity, R2(taken * (Real(1) + rate / Real(100))));
+  }
+
   // The line's price with tax where it comes to what is paid; a cent may be lost where price and discount
   // were rounded one by one. Else a price that does. The fee is in a price that was entered so, and in any
   // that comes to what is paid with it; else it stands beside.
-  void AddConsumerPrice(const RecordRow& line, PageTable::Row& row) const {
+  void AddConsumerPrice(const RecordRow& line, PageTable::Row& row) {
+    const long double quantity = quantity_ ? line.AsFloat(*quantity_) : 0;
     const long double sold = SoldOf(line);
     const Currency paid = line.AsCurrency(*to_be_paid_);
     const Currency fee = fee_ ? line.AsCurrency(*fee_) : Currency();
@@ -196,9 +212,16 @@ class TableMaker {
     if (amount != paid) row.fee = AmountMask().Show(fee, locale_);
     if (has_price && (sold == 0 || missing(amount) <= kCent)) {
       row.consumer_price = AmountMask().Show(price, locale_);
-    } else if (sold != 0) {
-      row.consumer_price = UnitPriceMask().Show(ShortestPrice(sold, amount), locale_);
+      AddConsumerDiscount(line, quantity, price.ToDouble(), amount);
+    } else {
+      const double shown = sold != 0 ? ShortestPrice(sold, amount) : PriceOfGift(line, quantity);
+      row.consumer_price = UnitPriceMask().Show(shown, locale_);
+      AddConsumerDiscount(line, quantity, shown, amount);
     }
+  }
+  void AddConsumerDiscount(const RecordRow& line, long double quantity, long double price, Currency amount) {
+    if (DiscountText(line).empty()) return;
+    consumer_discounts_ += R2(Currency::FromReal(static_cast<double>(quantity * price))) - amount;
   }
 
   void AddRow(const RecordRow& line, PageTable& table) {
@@ -235,15 +258,18 @@ class TableMaker {
   std::optional<std::size_t> consumer_price_;
   bool is_price_entered_ = false;
   std::optional<std::size_t> quantity_;
+  std::optional<std::size_t> rate_;
   std::optional<std::size_t> fee_;
   std::size_t row_ = 0;
   Currency discounts_;
+  Currency consumer_discounts_;
 };
 
 }  // namespace
 
 Currency FillTables(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
   Currency discounts;
+  Currency shown_discounts;
   const bool both = !source.goods.IsEmpty() && !source.services.IsEmpty();
   for (const bool services : {false, true}) {
     const RecordSet& lines = services ? source.services : source.goods;
@@ -262,7 +288,9 @@ Currency FillTables(const PageSource& source, const PaperTemplate& paper, Docume
     if (both) table.heading = services ? "Usluge" : "Roba";
     page.tables.push_back(std::move(table));
     discounts += maker.Discounts();
+    shown_discounts += maker.ShownDiscounts();
   }
+  if (!shown_discounts.IsZero()) page.slip_discount = AmountText(shown_discounts, CurrentLocale());
   return discounts;
 }
 

@@ -8,6 +8,7 @@
 namespace mox {
 namespace {
 
+constexpr double kPoint = 72.0 / 203;  // of a dot
 constexpr double kMargin = 4;
 constexpr double kSmall = 18;
 constexpr double kNormal = 22;
@@ -21,6 +22,7 @@ class SlipLayout {
     document_.title = page.title + " " + page.number;
     document_.author = page.seller.name;
     document_.width = width_;
+    document_.unit = kPoint;
     document_.sheets.emplace_back();
   }
 
@@ -128,11 +130,28 @@ class SlipLayout {
   void PlaceSums() {
     if (page_.sums.empty()) return;
     Rule();
-    if (!page_.discount.empty()) Pair("Odobreni popust " + page_.currency, page_.discount, {kSmall});
-    for (const PageSum& sum : page_.sums) {
-      Pair(sum.label + " " + page_.currency, sum.amount,
-           sum.strong ? TextStyle{kLarge, true} : TextStyle{kSmall});
+    if (!page_.slip_discount.empty()) {
+      Pair("Odobreni popust " + page_.currency, page_.slip_discount, {kSmall});
     }
+    for (const PageSum& sum : page_.sums) {
+      const std::string label = sum.label + " " + page_.currency;
+      if (sum.strong) {
+        Large(label, sum.amount);
+      } else {
+        Pair(label, sum.amount, {kSmall});
+      }
+    }
+  }
+
+  // In one line by the largest letters that fit, else the number below in large ones.
+  void Large(const std::string& text, const std::string& number) {
+    const TextStyle large{kLarge, true};
+    const double wide =
+        painter_.Measure(text, large).width + painter_.Measure(number, large).width + kNormal / 2;
+    const TextStyle fits{std::floor(kLarge * std::min(1.0, inner_ / wide)), true};
+    if (fits.size >= kNormal) return Pair(text, number, fits);
+    Left(text, {kNormal, true});
+    Place(number, large, Align::kRight);
   }
 
   void PlaceTaxes() {
@@ -144,13 +163,18 @@ class SlipLayout {
     }
   }
 
-  void PlaceCode(const std::string& text, CodeKind kind, double most_module) {
+  // What it is called stands in messages.
+  void PlaceCode(const std::string& text, CodeKind kind, double most_module, const char* name) {
     if (text.empty()) return;
     LaidCode laid;
     laid.code = std::make_shared<CodePicture>(MakeCode(kind, text));
     const double quiet = 2.0 * QuietModules(kind);
     laid.module = std::min(most_module, std::floor(width_ / (laid.code->width + quiet)));
-    if (laid.module < kLeastModule) return;
+    if (laid.module < kLeastModule) {
+      document_.left_out.push_back(std::string(name) +
+                                   " is not on the slip, whose paper is too narrow for it");
+      return;
+    }
     laid.x = std::floor((width_ - laid.code->width * laid.module) / 2);
     laid.y = std::ceil(y_ + QuietModules(kind) * laid.module);
     y_ = laid.y + (laid.code->height + QuietModules(kind)) * laid.module;
@@ -162,8 +186,8 @@ class SlipLayout {
       if (!facts->empty()) Rule();
       for (const PageFact& fact : *facts) Left(fact.label + ": " + fact.text, {kSmall});
     }
-    PlaceCode(page_.verification_code, CodeKind::kQr, 6);
-    PlaceCode(page_.payment_code, CodeKind::kPdf417, 2);
+    PlaceCode(page_.verification_code, CodeKind::kQr, 6, "the code that verifies it");
+    PlaceCode(page_.payment_code, CodeKind::kPdf417, 2, "the payment code");
     y_ += 6;
   }
 

@@ -209,10 +209,24 @@ TEST_F(LayoutTest, PrintsSlipsThatAreReadBack) {
     EXPECT_GT(black, slip.picture.pixels.size() / 50);
     cairo_destroy(cairo);
     cairo_surface_destroy(surface);
+    // As a PDF it says the same, in its size.
+    const ScratchFolder folder;
+    const std::string file = folder / "a.pdf";
+    std::ofstream(file, std::ios::binary) << PdfOf(laid);
+    std::string texts;
+    for (const LaidText& text : laid.sheets.front().texts) texts += text.text;
+    EXPECT_EQ(WithoutBlanks(OutputOf("pdftotext -raw '" + file + "' -")), WithoutBlanks(texts));
+    EXPECT_THAT(OutputOf("pdfinfo '" + file + "'"),
+                testing::HasSubstr(width == SlipPaper::k80mm ? "size:       204.2" : "size:       136.1"));
     const std::vector<std::string> codes = ReadCodes(slip.picture);
     EXPECT_THAT(codes, testing::Contains(page.verification_code));
     if (width == SlipPaper::k80mm) {
       EXPECT_THAT(codes, testing::Contains(page.payment_code));
+      EXPECT_THAT(laid.left_out, testing::IsEmpty());
+    } else {
+      EXPECT_THAT(
+          laid.left_out,
+          testing::ElementsAre("the payment code is not on the slip, whose paper is too narrow for it"));
     }
   }
 }
@@ -238,7 +252,8 @@ Currency Calculated(const std::string& line) {
 }
 
 // A slip says of a line that is paid what the customer pays for one, and what that comes to; a fee stands by
-// itself. Of other lines it says the price and the amount that the page has.
+// itself, and the discount is what the prices have lost to it. Of other lines it says the price and the
+// amount that the page has. What is to be paid stands on one line.
 TEST_F(LayoutTest, SlipsSayWhatIsPaid) {
   const struct {
     const char* kind;
@@ -270,8 +285,11 @@ TEST_F(LayoutTest, SlipsSayWhatIsPaid) {
       return AmountText(lines.AsCurrency(0), CurrentLocale());
     };
     Currency sum;
+    Currency discounts;
+    Currency shown_discounts;
     for (auto text = texts.begin(); text != texts.end(); ++text) {
       if (*text == "Povratna naknada") sum += ShownAmount(*(text + 1));
+      if (text->starts_with("Odobreni popust")) shown_discounts = ShownAmount(*(text + 1));
       if (!text->starts_with("Roba-")) continue;
       ASSERT_LT(text + 2, texts.end()) << row.kind;
       if (row.price == nullptr) {
@@ -279,16 +297,23 @@ TEST_F(LayoutTest, SlipsSayWhatIsPaid) {
         sum += amount;
         const Currency apart = Calculated(*(text + 1)) - amount;
         EXPECT_LE(std::abs(apart.scaled()), 100) << row.kind << ": " << *(text + 1) << " = " << *(text + 2);
+        const std::size_t discount = (text + 1)->find(" -", (text + 1)->find(" x "));
+        if (discount != std::string::npos) discounts += Calculated((text + 1)->substr(0, discount)) - amount;
       } else if (text->starts_with("Roba-1-")) {
         EXPECT_NE((text + 1)->find(" x " + stored(row.price)), std::string::npos) << row.kind << *(text + 1);
         EXPECT_EQ(*(text + 2), stored(row.amount)) << row.kind;
       }
     }
     EXPECT_TRUE(row.price != nullptr || sum == page.total) << row.kind;
+    EXPECT_TRUE(row.price != nullptr || discounts == shown_discounts)
+        << row.kind << " " << discounts.ToString() << " " << shown_discounts.ToString();
     for (const PageSum& of_page : page.sums) {
       const auto label = std::find(texts.begin(), texts.end(), of_page.label + " " + page.currency);
       ASSERT_LT(label + 1, texts.end()) << row.kind << ": " << of_page.label;
       EXPECT_EQ(*(label + 1), of_page.amount) << row.kind;
+      const LaidText* const laid_label =
+          &laid.sheets.front().texts[static_cast<std::size_t>(label - texts.begin())];
+      EXPECT_EQ(laid_label[0].y, laid_label[1].y) << row.kind << ": " << *label;
     }
   }
 }
