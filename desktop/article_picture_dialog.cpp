@@ -10,7 +10,7 @@
 #include "desktop/croatian.h"
 #include "desktop/dialogs.h"
 #include "desktop/host.h"
-#include "desktop/print_dialog.h"
+#include "desktop/sheet_view.h"
 #include "mox/foundation/files.h"
 #include "mox/server/transactions.h"
 #include "paper/article_pictures.h"

@@ -8,10 +8,13 @@
 #include "paper/page.h"
 #include "paper/text_painter.h"
 
+class QPrinter;
+class QPushButton;
+
 namespace mox {
 
 /// What a stored document looks like on paper, a page or a slip, before it is printed, saved or opened with
-/// the user's own program.
+/// the user's own program. A kind is shown in the form that it was printed in last.
 class PrintDialog : public QDialog {
  public:
   /// Raises Error for a document that may not go out (MakePage).
@@ -20,12 +23,18 @@ class PrintDialog : public QDialog {
   /// The file of the chosen form: PDF of a page, what a printer is sent of a slip.
   std::string Bytes();
   void SaveTo(const std::string& path);
+  /// The sheets on a printer of pages, those of its range. Raises Error where it is not ready.
+  void PrintSheets(QPrinter& printer);
 
  private:
   void ShowSheets();
-  void LayOut();
   bool IsSlip() const { return form_.currentIndex() > 0; }
+  const std::string& Font() const;
+  std::string PdfBytes();
+  void KeepForm();
   void Print();
+  void PrintSlip();
+  bool ChoosePrinter();
   void Save();
   void OpenOutside();
 
@@ -34,10 +43,10 @@ class PrintDialog : public QDialog {
   std::unique_ptr<TextPainter> painter_;
   LaidDocument laid_;
   QComboBox form_;
+  int shown_form_ = 0;
   QVBoxLayout* sheets_ = nullptr;
+  QLabel* warnings_ = nullptr;
+  QPushButton* slip_printer_ = nullptr;
 };
-
-/// The picture as Qt has it.
-QImage ToQtImage(const Picture& picture);
 
 }  // namespace mox

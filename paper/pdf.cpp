@@ -86,7 +86,8 @@ PdfFile::~PdfFile() = default;
 void PdfFile::Add(const LaidDocument& document) {
   Impl& file = *impl_;
   if (file.surface == nullptr) {
-    file.surface = cairo_pdf_surface_create_for_stream(Append, &file.bytes, document.width, document.height);
+    file.surface = cairo_pdf_surface_create_for_stream(Append, &file.bytes, document.width * document.unit,
+                                                       document.height * document.unit);
     cairo_pdf_surface_restrict_to_version(file.surface, CAIRO_PDF_VERSION_1_5);
     const auto say = [&](cairo_pdf_metadata_t what, const std::string& text) {
       cairo_pdf_surface_set_metadata(file.surface, what, text.c_str());
@@ -97,7 +98,9 @@ void PdfFile::Add(const LaidDocument& document) {
     say(CAIRO_PDF_METADATA_CREATE_DATE, file.day);
     file.cairo = cairo_create(file.surface);
   }
-  cairo_pdf_surface_set_size(file.surface, document.width, document.height);
+  cairo_pdf_surface_set_size(file.surface, document.width * document.unit, document.height * document.unit);
+  cairo_save(file.cairo);
+  cairo_scale(file.cairo, document.unit, document.unit);
   for (const LaidSheet& sheet : document.sheets) {
     // The library takes no tag that goes on over sheets.
     cairo_tag_begin(file.cairo, "Document", nullptr);
@@ -105,6 +108,7 @@ void PdfFile::Add(const LaidDocument& document) {
     cairo_tag_end(file.cairo, "Document");
     cairo_show_page(file.cairo);
   }
+  cairo_restore(file.cairo);
   Require(cairo_status(file.cairo));
 }
 

@@ -1,13 +1,30 @@
 #pragma once
 
+#include <vector>
+
 #include "paper/layout.h"
-#include "paper/text_painter.h"
+#include "paper/picture.h"
 
 namespace mox {
 
-/// A sheet of the document, counted from 0, as it looks on white paper, for a screen: so many pixels for each
-/// of the document's units. Raises Error where there is no memory for it.
-Picture DrawSheetPicture(const LaidDocument& document, std::size_t sheet, double pixels_per_unit,
-                         TextPainter& painter);
+class TextPainter;
+
+/// What of a sheet reaches into a part of it, so that a long slip is not drawn as often as it has parts.
+class SheetParts {
+ public:
+  /// The sheet stays where it is.
+  SheetParts(const LaidSheet& sheet, TextPainter& painter);
+
+  /// Between two heights of the sheet.
+  LaidSheet Between(double top, double bottom) const;
+
+ private:
+  const LaidSheet& sheet_;
+  std::vector<double> heights_;  // of its texts
+};
+
+/// The rows of pixels of a sheet from `top` on, on white. In memory is what these rows need. Raises Error.
+Picture DrawRows(const SheetParts& parts, double width, double pixels_per_unit, int top, int rows,
+                 TextPainter& painter);
 
 }  // namespace mox

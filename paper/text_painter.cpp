@@ -61,6 +61,13 @@ struct TextPainter::Impl {
       throw Error("no installed font has all letters of " + InQuotes(text));
     }
   }
+  // As it stands in its box.
+  void Place(const LaidText& text) const {
+    Set(text.text, text.style, text.wraps || text.align != Align::kLeft ? text.width : 0);
+    pango_layout_set_alignment(layout.get(), text.align == Align::kRight    ? PANGO_ALIGN_RIGHT
+                                             : text.align == Align::kCenter ? PANGO_ALIGN_CENTER
+                                                                            : PANGO_ALIGN_LEFT);
+  }
 };
 
 TextPainter::TextPainter(const std::string& font) : impl_(std::make_unique<Impl>()) {
@@ -116,15 +123,33 @@ double TextPainter::WidthAtMost(std::string_view text, const TextStyle& style) {
   return width * style.size;
 }
 
+std::vector<TextPainter::Line> TextPainter::LinesOf(const LaidText& text) {
+  impl_->Place(text);
+  std::vector<Line> lines;
+  lines.reserve(static_cast<std::size_t>(pango_layout_get_line_count(impl_->layout.get())));
+  const std::unique_ptr<PangoLayoutIter, void (*)(PangoLayoutIter*)> at(
+      pango_layout_get_iter(impl_->layout.get()), pango_layout_iter_free);
+  do {
+    const PangoLayoutLine* const line = pango_layout_iter_get_line_readonly(at.get());
+    PangoRectangle box;
+    pango_layout_iter_get_line_extents(at.get(), nullptr, &box);
+    const auto from = static_cast<std::size_t>(line->start_index);
+    // The blank at which a line was broken takes no room.
+    std::string_view words = std::string_view(text.text).substr(from, static_cast<std::size_t>(line->length));
+    words = words.substr(0, words.find_last_not_of(' ') + 1);
+    if (words.empty()) continue;
+    lines.push_back({text.x + InPoints(box.x), text.y + InPoints(pango_layout_iter_get_baseline(at.get())),
+                     InPoints(box.width), std::string(words)});
+  } while (pango_layout_iter_next_line(at.get()) != FALSE);
+  pango_layout_set_alignment(impl_->layout.get(), PANGO_ALIGN_LEFT);
+  return lines;
+}
+
 void TextPainter::Draw(cairo_t* cairo, const LaidText& text) {
-  impl_->Set(text.text, text.style, text.wraps || text.align != Align::kLeft ? text.width : 0);
-  PangoLayout* const layout = impl_->layout.get();
-  pango_layout_set_alignment(layout, text.align == Align::kRight    ? PANGO_ALIGN_RIGHT
-                                     : text.align == Align::kCenter ? PANGO_ALIGN_CENTER
-                                                                    : PANGO_ALIGN_LEFT);
+  impl_->Place(text);
   cairo_move_to(cairo, text.x, text.y);
-  pango_cairo_show_layout(cairo, layout);
-  pango_layout_set_alignment(layout, PANGO_ALIGN_LEFT);
+  pango_cairo_show_layout(cairo, impl_->layout.get());
+  pango_layout_set_alignment(impl_->layout.get(), PANGO_ALIGN_LEFT);
 }
 
 namespace {

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "paper/layout.h"
 
@@ -35,6 +36,15 @@ class TextPainter {
   /// many.
   double WidthAtMost(std::string_view text, const TextStyle& style);
 
+  /// A line of a text as it stands in its box: where it begins, the height that letters stand on, its width.
+  struct Line {
+    double x = 0;
+    double baseline = 0;
+    double width = 0;
+    std::string text;
+  };
+  /// The lines of a text, for outputs that draw letters themselves.
+  std::vector<Line> LinesOf(const LaidText& text);
   /// Draws a text in its box.
   void Draw(cairo_t* cairo, const LaidText& text);
 

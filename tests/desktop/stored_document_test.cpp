@@ -1,5 +1,10 @@
 #include "desktop/stored_document.h"
 
+#include <QPrinter>
+#include <QProcess>
+#include <QRegularExpression>
+#include <filesystem>
+
 #include "desktop/article_picture_dialog.h"
 #include "desktop/code_dialog.h"
 #include "desktop/document_list.h"
@@ -74,20 +79,57 @@ TEST_F(StoredDocumentTest, ShowsPaysAndCancels) {
 TEST_F(StoredDocumentTest, GoesOnPaper) {
   StoredDocumentPage* const page = Open();
   const std::string path = folder_ / "racun.pdf";
+  const std::string printer = folder_ / "lp0";
+  const auto print_dialog = [](QWidget* dialog) { return dynamic_cast<PrintDialog*>(dialog); };
   person_.WillDo([&](QWidget* dialog) {
-    auto* const print = dynamic_cast<PrintDialog*>(dialog);
+    PrintDialog* const print = print_dialog(dialog);
     ASSERT_NE(print, nullptr);
-    ASSERT_NE(print->findChild<QLabel*>(), nullptr);
     print->SaveTo(path);
     EXPECT_THAT(ReadWholeFile(path), StartsWith("%PDF-"));
     EXPECT_THROW(print->SaveTo(company_), Error);
     print->findChild<QComboBox*>()->setCurrentIndex(2);
     EXPECT_THAT(print->Bytes(), StartsWith("\x1B@"));
     EXPECT_THROW(print->SaveTo(path), Error) << "a slip in the place of a page";
+    // It goes where slips go.
+    App().Ini().WriteString("DESKTOP", "ISJECAK", printer);
+    PressButton(print, "Ispiši… (Ctrl+P)");
+    ASSERT_TRUE(std::filesystem::exists(printer));
+    EXPECT_EQ(ReadWholeFile(printer), print->Bytes());
     print->accept();
   });
   Press(page, Qt::Key_P, Qt::ControlModifier);
   EXPECT_THAT(person_.read.back(), StartsWith("Ispis – Račun usluga 1/"));
+  person_.WillDo([&](QWidget* dialog) {
+    EXPECT_EQ(dialog->findChild<QComboBox*>()->currentText(), "Isječak 58 mm") << "as it was printed last";
+    dialog->findChild<QComboBox*>()->setCurrentIndex(0);
+    print_dialog(dialog)->accept();
+  });
+  Press(page, Qt::Key_P, Qt::ControlModifier);
+}
+
+// What a printer of pages is sent are letters and not pictures, so it is small however fine the printer is.
+TEST_F(StoredDocumentTest, PrintsLetters) {
+  constexpr int kFine = 1200;
+  const std::int64_t id = Open()->Id();
+  PrintDialog dialog(id, window_.get());
+  QPrinter printer(QPrinter::HighResolution);
+  printer.setResolution(kFine);
+  printer.setFullPage(true);
+  printer.setPageSize(QPageSize(QPageSize::A4));
+  printer.setOutputFileName(ToQt(folder_ / "pisac.pdf"));
+  dialog.PrintSheets(printer);
+  dialog.SaveTo(folder_ / "mox.pdf");
+  const auto text_of = [this](const char* name) {
+    QProcess reader;
+    reader.start(QStringLiteral("pdftotext"),
+                 {QStringLiteral("-raw"), ToQt(folder_ / name), QStringLiteral("-")});
+    EXPECT_TRUE(reader.waitForFinished());
+    return QString::fromUtf8(reader.readAllStandardOutput())
+        .remove(QRegularExpression(QStringLiteral("\\s")));
+  };
+  EXPECT_THAT(FromQt(text_of("pisac.pdf")), HasSubstr("Savjetovanje"));
+  EXPECT_EQ(text_of("pisac.pdf"), text_of("mox.pdf"));
+  EXPECT_LT(std::filesystem::file_size(folder_ / "pisac.pdf"), 100'000U);
 }
 
 // Through an account whose server is not there: the mail waits, and goes out once it is sent again.
