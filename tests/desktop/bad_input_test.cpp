@@ -294,6 +294,18 @@ TEST(Croatian, SaysWhatThePartsOfAMessageMean) {
             "korisnik ana nema ovlast „upis”, koju za to treba");
   EXPECT_EQ(InCroatian("it is in AED and has no exchange rate (tecaj): its tax in EUR is not on it"),
             "U valuti je AED, a nema tečaja: na njemu nema poreza u valuti EUR");
+  EXPECT_EQ(InCroatian(
+                "no payment code: the code of the payment slip: primatelj_naziv: \"Žito\" has 40 characters, "
+                "the code has room for 25"),
+            "Nema koda za plaćanje: naziv primatelja: „Žito” ima 40 znakova, a u kod ih stane 25");
+  EXPECT_EQ(InCroatian("document 3 does not add up: at 25 % the lines have the base 1.00 and tax 0.25, the "
+                       "recapitulation has the base 1.00 and tax 0.75"),
+            "Dokument 3 ne slaže se: po stopi 25 % stavke imaju osnovicu 1.00 i PDV 0.25, a rekapitulacija "
+            "osnovicu 1.00 i PDV 0.75");
+  EXPECT_EQ(InCroatian("p.txt:2: roba: there is no column \"cijena\""),
+            "p.txt:2: roba: nema stupca \"cijena\"");
+  EXPECT_EQ(InCroatian("the payment code is not on the slip, whose paper is too narrow for it"),
+            "Na isječku nema koda za plaćanje: papir je preuzak");
   EXPECT_EQ(InCroatian("nobody knows this"), "nobody knows this");
 }
 
