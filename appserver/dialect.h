@@ -105,7 +105,11 @@ class Dialect {
   /// Statements that take rows into it, so many new and so many changed ones at most; none for an engine that
   /// does so by itself.
   virtual std::vector<std::string> RefreshSearchIndex(const SearchIndex& index, int most) const = 0;
-  /// A query of how many rows are not in it yet, so many at most; empty for such an engine.
+  /// Statements that take many rows into an index that has fallen behind, or make one that is missing.
+  virtual std::vector<std::string> CatchUpSearchIndex(const SearchIndex& index, int most) const {
+    return RefreshSearchIndex(index, most);
+  }
+  /// A query of how many rows are not in it yet, so many at most.
   virtual std::string CountUnindexed(const SearchIndex& index, int most) const = 0;
   /// A query of the rows, also of those that are not in it yet, that hold the folded text.
   virtual SearchQuery FindInSearchIndex(const SearchIndex& index, const std::string& folded,

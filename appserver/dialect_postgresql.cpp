@@ -231,7 +231,8 @@ class Postgresql : public Dialect {
   }
   std::size_t MostParameters() const override { return 65'535; }
 
-  // All texts of a table are read: whole ones as quickly as the engine can, and nothing is to be kept.
+  // All texts of a table are read, unless the database has the extension pg_trgm: then there is an index of
+  // its making, which the engine keeps by itself.
   std::vector<std::string> MakeSearchIndex(const std::string& /*name*/,
                                            const std::string& /*table*/) const override {
     return {};
@@ -239,16 +240,29 @@ class Postgresql : public Dialect {
   std::vector<std::string> RefreshSearchIndex(const SearchIndex& /*index*/, int /*most*/) const override {
     return {};
   }
-  std::string CountUnindexed(const SearchIndex& /*index*/, int /*most*/) const override { return {}; }
+  std::string CountUnindexed(const SearchIndex& index, int most) const override {
+    return "SELECT CASE WHEN EXISTS (SELECT 1 FROM pg_extension WHERE extname = 'pg_trgm') AND "
+           "to_regclass('" +
+           index.name + "') IS NULL THEN " + std::to_string(most) + " ELSE 0 END";
+  }
+  // The extension may be in any schema, which is looked into until the transaction ends.
+  std::vector<std::string> CatchUpSearchIndex(const SearchIndex& index, int /*most*/) const override {
+    return {
+        "SELECT set_config('search_path', current_setting('search_path') || ', ' || quote_ident(n.nspname), "
+        "true) FROM pg_extension e JOIN pg_namespace n ON n.oid = e.extnamespace WHERE e.extname = 'pg_trgm'",
+        "CREATE INDEX IF NOT EXISTS " + index.name + " ON " + index.table + " USING gin ((" +
+            SearchedText(index) + ") gin_trgm_ops)"};
+  }
   SearchQuery FindInSearchIndex(const SearchIndex& index, const std::string& folded,
                                 const std::string& parameter) const override {
-    std::string texts;
-    for (const std::string& column : index.columns) {
-      texts += (texts.empty() ? "COALESCE(t." : " || chr(31) || COALESCE(t.") + column + ", '')";
+    std::string pattern = "%";
+    for (const char c : folded) {
+      if (c == '%' || c == '_' || c == '!') pattern += '!';
+      pattern += c;
     }
-    return {
-        "SELECT t.id FROM " + index.table + " t WHERE strpos(fold(" + texts + "), :" + parameter + ") > 0",
-        {folded}};
+    return {"SELECT t.id FROM " + index.table + " t WHERE " + SearchedText(index) + " LIKE :" + parameter +
+                " ESCAPE '!'",
+            {pattern + '%'}};
   }
 
   std::string_view ListColumns() const override {
@@ -339,6 +353,14 @@ class Postgresql : public Dialect {
   }
 
  private:
+  // All texts of a row as one, folded.
+  static std::string SearchedText(const SearchIndex& index) {
+    std::string texts;
+    for (const std::string& column : index.columns) {
+      texts += (texts.empty() ? "COALESCE(" : " || chr(31) || COALESCE(") + column + ", '')";
+    }
+    return "fold(" + texts + ")";
+  }
   static void MakeSchema(DatabaseConnection& connection,
                          const std::function<void(DatabaseConnection&)>& fill) {
     connection.Execute("CREATE SCHEMA " + QuotedName(connection.location().schema()));

@@ -93,8 +93,10 @@ std::int64_t NextNumber(Database& database, const DocumentKey& key) {
       .ExecuteForKey();
 }
 
-// Until the document is stored: an attempt under the same key, and who gives its number, wait.
-void ClaimNumbers(Database& database, const DocumentKey& key) {
+// Until the document is stored an attempt under the same key waits. Without a key the row that counts is
+// enough, which is taken later.
+void ClaimNumbers(Database& database, const DocumentKey& key, const std::string& digest) {
+  if (digest.empty()) return;
   database.Claim({"dok/" + std::string(key.kind->name) + '/' + std::to_string(key.godina)});
 }
 
@@ -116,6 +118,12 @@ void MakePendingLinks(Database& database, const DocumentKey& key, const RecordSe
   if (!who.HasLoggedIn() && (!user_field || header.IsNull(*user_field))) return;
   const std::string user = who.HasLoggedIn() ? who.code : header.AsText(*user_field);
   const std::string tip(key.kind->tip);
+  // Hardly ever are there any, and documents of one user are not to wait for each other for nothing.
+  const RecordSet waiting = database.Query(
+      "ceka", ParseColumns("id:integer"),
+      "SELECT id FROM dok_veze_kasnije WHERE user_id = :user_id AND child_tip = :child_tip LIMIT 1",
+      {user, tip});
+  if (waiting.IsEmpty()) return;
   database.Claim({"veze/" + user});
   database.Execute(
       "INSERT INTO dok_veze (parent_table, parent_column, parent_doc_id, child_tip, child_doc_id) "
@@ -339,11 +347,12 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   CheckSorts(kind, sent);
   CheckSortsOfLines(sent);
   CheckQuantities(kind, header, sent);
-  ClaimNumbers(database, key);
   const std::string digest = DigestOfAttempt(header, sent);
+  ClaimNumbers(database, key, digest);
   if (auto stored = StoredBefore(database, header, key, digest)) return stored;
   TableRule header_rule = transaction.FindRule("Zaglavlje")->table;
-  if (const auto total = CheckedTotal(kind, header, sent)) header_rule.constants = {{"ukupno", *total}};
+  const auto total = CheckedTotal(kind, header, sent);
+  if (total) header_rule.constants = {{"ukupno", *total}};
   AddPayment(database, kind, header, header_rule);
   AddRate(database, header, key, header_rule);
   CheckReference(database, kind, header);
@@ -371,7 +380,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   if (warehouse && articles.HasArticles()) {
     MoveStock(database, kind, key.id, *warehouse, IsSaid(header, kStockMayBeNegative));
   }
-  key.due = OpenItem(database, sent, key.id);
+  if (total && !total->IsZero()) key.due = OpenItem(database, sent, key.id);
   MakePendingLinks(database, key, header, sent.Who());
   return Answer(key);
 }
@@ -460,8 +469,8 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
   }
   DocumentKey key = ReadKey(asked, StornoKindOf(*original->kind));
   database.Claim({"storno/" + std::to_string(id)});
-  ClaimNumbers(database, key);
   const std::string digest = DigestOfAttempt(asked, sent);
+  ClaimNumbers(database, key, digest);
   if (auto stored = StoredBefore(database, asked, key, digest)) return stored;
   RequireCancellable(database, *original, asked);
   if (key.datum.days < original->header.AsDate(*original->header.FindFieldIndex("datum")).days) {

@@ -20,13 +20,11 @@ std::vector<SearchIndex> AllIndexes(Database& database) {
 
 bool IsBehind(Database& database, const SearchIndex& index) {
   const std::string sql = database.dialect().CountUnindexed(index, kFew + 1);
-  return !sql.empty() && database.Query("n", ParseColumns("n:integer"), sql).AsInteger(0) > kFew;
+  return database.Query("n", ParseColumns("n:integer"), sql).AsInteger(0) > kFew;
 }
 
-void Refresh(Database& database, const SearchIndex& index, int most) {
-  for (const std::string& statement : database.dialect().RefreshSearchIndex(index, most)) {
-    database.Execute(statement);
-  }
+void ExecuteAll(Database& database, const std::vector<std::string>& statements) {
+  for (const std::string& statement : statements) database.Execute(statement);
 }
 
 }  // namespace
@@ -37,7 +35,9 @@ SearchQuery FindInIndex(const Database& database, const SearchIndex& index, cons
 }
 
 void RefreshSearchIndexes(Database& database, int most) {
-  for (const SearchIndex& index : AllIndexes(database)) Refresh(database, index, most);
+  for (const SearchIndex& index : AllIndexes(database)) {
+    ExecuteAll(database, database.dialect().RefreshSearchIndex(index, most));
+  }
 }
 
 void CatchUpSearchIndexes(Database& database) {
@@ -45,12 +45,12 @@ void CatchUpSearchIndexes(Database& database) {
     for (const SearchIndex& index : AllIndexes(database)) {
       while (IsBehind(database, index)) {
         WriteTransaction guard(database);
-        Refresh(database, index, kPortion);
+        ExecuteAll(database, database.dialect().CatchUpSearchIndex(index, kPortion));
         guard.Commit();
       }
     }
-  } catch (const DatabaseUnavailable&) {
-    return;
+  } catch (const DatabaseError&) {
+    return;  // what is not in an index is found without it
   }
 }
 

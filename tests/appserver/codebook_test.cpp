@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <random>
 #include <thread>
@@ -11,6 +12,7 @@
 #include "mox/foundation/text.h"
 #include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
+#include "tests/fakes/postgresql_server.h"
 
 namespace mox {
 namespace {
@@ -198,6 +200,40 @@ TEST_P(CodebookTest, FindsByItsIndexWhatReadingAllRowsFinds) {
 }
 
 MOX_ON_EVERY_ENGINE(CodebookTest);
+
+// A database of its own, since an extension is there for all of its companies.
+TEST(CodebookOfServer, IsSearchedByTheIndexOfAnExtensionWhereThereIsOne) {
+  const DatabaseLocation shared = PostgresqlServer::NewCompany();
+  const std::string name = "trazi" + std::to_string(::getpid());
+  const auto control = [&](const std::string& what) { PostgresqlServer::RunAlone(shared, what + name); };
+  control("CREATE DATABASE ");
+  std::string address = shared.ToString();
+  address.replace(address.find("/postgres?"), 10, "/" + name + "?");
+  const DatabaseLocation location(address);
+  Database::Create(location);
+  PostgresqlServer::Run(location,
+                        "INSERT INTO par (naziv) SELECT 'Kupac ' || n FROM generate_series(1, 3000) n");
+  const auto search = [&] {
+    CompanyServer server{Database(location)};
+    const SearchIndex index = SearchIndexOf(ShapeOf(server.database(), *FindCodebook("partneri"))).value();
+    const SearchQuery query = FindInIndex(server.database(), index, "pac 29_7", "t");
+    const SearchQuery found = FindInIndex(server.database(), index, "pac 297", "t");
+    std::string plan;
+    const RecordSet lines =
+        server.database().Query("plan", ParseColumns("detail"), "EXPLAIN " + found.sql, found.values);
+    for (const RecordRow& line : lines.Rows()) plan += line.AsText(0);
+    EXPECT_TRUE(
+        server.database().Query("none", ParseColumns("id:integer"), query.sql, query.values).IsEmpty());
+    EXPECT_EQ(
+        server.database().Query("found", ParseColumns("id:integer"), found.sql, found.values).RowCount(),
+        11U);
+    return plan.find("par_trazi") != std::string::npos;
+  };
+  EXPECT_FALSE(search());
+  PostgresqlServer::Run(location, "CREATE EXTENSION pg_trgm SCHEMA public; ANALYZE par");
+  EXPECT_TRUE(search());
+  control("DROP DATABASE ");
+}
 
 }  // namespace
 }  // namespace mox

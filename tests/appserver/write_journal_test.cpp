@@ -89,6 +89,15 @@ TEST_P(WriteJournalTest, StoresAKeyOnceHoweverOftenItIsSentAndKilled) {
   ExpectEachOnce(path_, told);
 }
 
+// While somebody of the same account is about to make links, which this document has none of.
+TEST_P(WriteJournalTest, StoresBesideAnotherDocumentOfTheUser) {
+  Database other(path_);
+  const WriteTransaction under_way(other, Writing::kBesideOthers);
+  if (!other.WritesBesideOthers()) return;  // one writes at a time
+  other.Claim({"veze/ANA"});
+  EXPECT_EQ(Send(path_, 1), 1);
+}
+
 TEST_P(WriteJournalTest, StoresAKeyOnceThatManySendAtTheSameTime) {
   constexpr std::int64_t kKeys = 25;
   int ends[2];

@@ -50,10 +50,13 @@ class PostgresqlServer {
 
   /// Runs statements in the company's schema.
   static void Run(const DatabaseLocation& company, const std::string& sql) {
+    RunAlone(company,
+             "SET client_min_messages = warning; SET search_path TO \"" + company.schema() + "\"; " + sql);
+  }
+  /// Runs one that goes into no transaction, and no schema.
+  static void RunAlone(const DatabaseLocation& company, const std::string& sql) {
     PGconn* const connection = PQconnectdb(company.connection().c_str());
-    const std::string all =
-        "SET client_min_messages = warning; SET search_path TO \"" + company.schema() + "\"; " + sql;
-    PGresult* const result = PQexec(connection, all.c_str());
+    PGresult* const result = PQexec(connection, sql.c_str());
     const ExecStatusType status = PQresultStatus(result);
     const std::string error = PQerrorMessage(connection);
     PQclear(result);

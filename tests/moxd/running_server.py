@@ -59,11 +59,13 @@ class Server:
         self.port, self.process = 0, None
         self.start()
 
-    def start(self):
+    def start(self, *before, **how):
+        """`before` is the command that starts it, where it is not started itself."""
         (self.folder / "moxd.ini").write_text(
             f"[server]\nlisten = 127.0.0.1:{self.port}\noperations = 127.0.0.1:0\ncertificate = certificate.pem\n"
             f"key = key.pem\ndirectory = {self.directory}\n{self.extra}")
-        self.process = subprocess.Popen([self.moxd, "--config", self.folder / "moxd.ini"], stderr=subprocess.PIPE, text=True)
+        self.process = subprocess.Popen([*before, self.moxd, "--config", self.folder / "moxd.ini"], stderr=subprocess.PIPE, text=True,
+                                        **how)
         for line in self.process.stderr:
             self.log.append(line)
             if found := re.search(r'"ready","detail":"port (\d+), operations (\d+)"', line):

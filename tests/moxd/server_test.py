@@ -270,6 +270,46 @@ class Large(ServerTest):
             self.assertLess(many - two, 50 * 1024, (one, two, many))
 
 
+class Slow(ServerTest):
+    settings = "[seconds]\nhandshake = 1\nidle = 1\nheader = 1\nbody = 1\n"
+
+    def test_who_takes_longer_than_a_phase_lets_loses_his_connection_alone(self):
+        request = head(READ, len(NOTHING), self.token)
+        with contextlib.ExitStack() as stack:
+            slow = {"handshake": stack.enter_context(socket.create_connection(("127.0.0.1", self.server.port), 60))}
+            for phase, sent in (("idle", b""), ("header", request[:9]), ("body", request + NOTHING[:3])):
+                slow[phase] = stack.enter_context(self.server.connect(60))
+                slow[phase].sendall(sent)
+            for phase, stream in slow.items():
+                with self.subTest(phase):
+                    try:
+                        self.assertEqual(stream.recv(1), b"")
+                    except ConnectionError:
+                        pass
+                    self.assertEqual(self.server.ask(READ, token=self.token)[0], 200)
+
+
+class Managed(ServerTest):
+    def test_is_started_watched_and_ended_by_the_systems_manager(self):
+        self.assertEqual(self.server.end(), 0)
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager, socket.create_server(("127.0.0.1", 0)) as handed_over:
+            manager.bind(str(self.folder / "manager"))
+            manager.settimeout(60)
+            self.server.start("bash", "-c", 'exec 3<&"$0"; LISTEN_PID=$$ LISTEN_FDS=1 exec "$@"', str(handed_over.fileno()),
+                              pass_fds=(handed_over.fileno(),),
+                              env={**os.environ, "NOTIFY_SOCKET": str(self.folder / "manager"), "WATCHDOG_USEC": "100000"})
+            self.assertEqual(self.server.port, handed_over.getsockname()[1])
+            self.assertEqual(self.server.ask(READ, token=self.token)[0], 200)
+            self.assertEqual([manager.recv(100) for _ in range(3)], [b"READY=1", b"WATCHDOG=1", b"WATCHDOG=1"])
+            self.assertEqual(self.server.end(), 0)
+            manager.setblocking(False)
+            told = []
+            with contextlib.suppress(BlockingIOError):
+                while True:
+                    told.append(manager.recv(100))
+            self.assertIn(b"STOPPING=1", told)
+
+
 class Operations(ServerTest):
     settings = "workers = 1\n[limits]\nqueue = 1\n[seconds]\nstop = 20\n"
 
