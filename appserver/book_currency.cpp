@@ -40,6 +40,13 @@ std::string WholeEurosOfKunas(std::string_view kunas) {
   return "((200 * " + whole + " + CASE WHEN " + whole + " < 0 THEN -75345 ELSE 75345 END) / 150690 * 100)";
 }
 
+std::string WholeEurosOfKunas(std::string_view kunas, std::string_view rate) {
+  const std::string euros = "(" + std::string(kunas) + " / " + std::string(rate) + " / 100)";
+  return "CASE WHEN " + std::string(rate) + " IS NULL THEN " + WholeEurosOfKunas(kunas) +
+         " ELSE CAST(ROUND(CAST(" + euros + " + SIGN(" + euros +
+         ") * 0.00001 AS NUMERIC)) AS BIGINT) * 100 END";
+}
+
 const std::string& IsUnchargedSql() {
   static const std::string sql = [] {
     std::string kinds;

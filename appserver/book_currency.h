@@ -34,6 +34,8 @@ std::string IsInKunas(std::string_view date);
 
 /// EurosOfKunas of whole ten-thousandths, as SQL.
 std::string WholeEurosOfKunas(std::string_view kunas);
+/// The same at another rate, kunas for one euro, where that is not null.
+std::string WholeEurosOfKunas(std::string_view kunas, std::string_view rate);
 
 /// Whether a period has both currencies, so that its sums are in euros.
 bool HasBothCurrencies(Date first, Date last);

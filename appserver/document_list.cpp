@@ -17,7 +17,9 @@ constexpr std::string_view kColumns =
 // and the payments are the rest.
 std::string Sql() {
   const std::string books = "(" + WholeTotalInBooks() + ")";
-  const std::string total = "CASE WHEN d.ukupno IS NOT NULL THEN (CASE WHEN " + IsInKunas("d.datum") +
+  const std::string is_in_euros = "d.valuta_id = (SELECT v.id FROM valuta v WHERE v.oznaka = 'EUR')";
+  const std::string total = "CASE WHEN d.ukupno IS NULL THEN NULL WHEN " + IsInKunas("d.datum") + " AND " +
+                            is_in_euros + " THEN d.ukupno ELSE (CASE WHEN " + IsInKunas("d.datum") +
                             " THEN " + WholeEurosOfKunas(books) + " ELSE " + books + " END) / 10000.0 END";
   const auto of_items = [](const std::string& amount, const std::string& condition) {
     return "(SELECT (" + amount + ") / 10000.0 FROM otvorene_stavke o WHERE " + condition + ")";

@@ -4,6 +4,8 @@
 #include "appserver/stored_document.h"
 #include "mox/codes/exchange_rates.h"
 #include "mox/foundation/clock.h"
+#include "mox/foundation/real.h"
+#include "mox/foundation/rounding.h"
 
 namespace mox {
 namespace {
@@ -30,25 +32,34 @@ class ItemSum {
     (is_in_kunas ? kunas_ : euros_) += amount;
     has_euros_ = has_euros_ || !is_in_kunas;
   }
+  /// Kunas for one euro, where a debt in euros stands in kunas.
+  void SetRate(double rate) { rate_ = rate; }
   /// A payment of that day is held against it.
   void NeedOn(Date day) { has_euros_ = has_euros_ || day >= FirstDayOfEuro(); }
-  Currency Total() const { return has_euros_ ? EurosOfKunas(kunas_) + euros_ : kunas_; }
+  Currency Total() const {
+    if (!has_euros_) return kunas_;
+    return (rate_ > 0 ? R2(kunas_ / Real(rate_)) : EurosOfKunas(kunas_)) + euros_;
+  }
   std::string CurrencyCode() const { return has_euros_ ? "EUR" : "HRK"; }
 
  private:
   Currency kunas_;
   Currency euros_;
+  double rate_ = 0;
   bool has_euros_ = false;
 };
 
 ItemSum SumOfRows(Database& database, const std::string& amount, const std::string& condition,
                   std::initializer_list<Value> values) {
-  const RecordSet rows = database.Query(
-      "stavke", ParseColumns("iznos:currency,u_kunama:boolean"),
-      "SELECT " + amount + ", " + IsInKunas("o.datum_pp") + " FROM otvorene_stavke o WHERE " + condition,
-      values);
+  const RecordSet rows = database.Query("stavke", ParseColumns("iznos:currency,u_kunama:boolean,tecaj:float"),
+                                        "SELECT " + amount + ", " + IsInKunas("o.datum_pp") +
+                                            ", o.kuna_za_euro FROM otvorene_stavke o WHERE " + condition,
+                                        values);
   ItemSum sum;
-  for (const RecordRow& row : rows.Rows()) sum.Add(row.AsCurrency(0), row.AsBoolean(1));
+  for (const RecordRow& row : rows.Rows()) {
+    sum.Add(row.AsCurrency(0), row.AsBoolean(1));
+    if (!row.IsNull(2)) sum.SetRate(row.AsFloat(2));
+  }
   return sum;
 }
 

@@ -60,27 +60,37 @@ std::optional<KindOfPay> FindKindOfPay(Database& database, const std::string& te
 
 std::optional<Date> OpenItem(Database& database, const SentRecordSets& sent, std::int64_t doc_id) {
   const RecordSet document = database.Query(
-      "dok", ParseColumns("par_id:integer,ukupno:currency,datum:date,datum_dospijeca:date,odgoda:float"),
-      "SELECT d.par_id, d.ukupno, d.datum, d.datum_dospijeca, p.odgoda FROM dok d JOIN par p ON p.id = "
-      "d.par_id "
+      "dok",
+      ParseColumns("par_id:integer,ukupno:currency,datum:date,datum_dospijeca:date,odgoda:float,oznaka"),
+      "SELECT d.par_id, d.ukupno, d.datum, d.datum_dospijeca, p.odgoda, v.oznaka FROM dok d JOIN par p ON "
+      "p.id = "
+      "d.par_id LEFT JOIN valuta v ON v.id = d.valuta_id "
       "WHERE d.id = :id AND NOT d.placeno_odmah",
       {doc_id});
   if (document.IsEmpty() || document.AsCurrency(1).IsZero()) return std::nullopt;
   database.Claim({"par/" + document.AsText(0)});
   const Currency amount = AmountInBooks(database, doc_id, document.AsCurrency(1));
   const bool in_kunas = document.AsDate(2) < FirstDayOfEuro();
-  CheckCredit(database, sent, document.AsInteger(0), in_kunas ? EurosOfKunas(amount) : amount);
+  // What is owed in euros is owed in them, whatever it came to in kunas.
+  const bool in_euros = in_kunas && document.AsTextView(5) == "EUR";
+  const Value rate = in_euros ? Value(amount.ToDouble() / document.AsCurrency(1).ToDouble()) : Value();
+  CheckCredit(database, sent, document.AsInteger(0),
+              in_euros   ? document.AsCurrency(1)
+              : in_kunas ? EurosOfKunas(amount)
+                         : amount);
   const Date due = document.IsNull(3) ? DueDate(document.AsDate(2), document.AsFloat(4)) : document.AsDate(3);
   if (document.IsNull(3)) {
     database.Execute("UPDATE dok SET datum_dospijeca = :due WHERE id = :id", {due, doc_id});
   }
   database.Execute(
       "INSERT INTO otvorene_stavke (par_id, skl_id, opis, datum_pp, duguje, br_dok, datum_dok, datum_dos, "
-      "poziv_na_br, dok_id) "
+      "poziv_na_br, dok_id, kuna_za_euro) "
       "SELECT par_id, skl_id, opis, datum, CAST(:iznos AS NUMERIC(19,4)), vrsta || ' ' || CAST(broj AS "
       "VARCHAR(20)) || '/' || "
-      "CAST(godina AS VARCHAR(20)), datum, datum_dospijeca, poziv_na_br, id FROM dok WHERE id = :id",
-      {amount, doc_id});
+      "CAST(godina AS VARCHAR(20)), datum, datum_dospijeca, poziv_na_br, id, CAST(:tecaj AS DOUBLE "
+      "PRECISION) "
+      "FROM dok WHERE id = :id",
+      {amount, rate, doc_id});
   return due;
 }
 

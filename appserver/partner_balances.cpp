@@ -22,7 +22,7 @@ struct RowSql {
   std::string open = debt + " - " + paid;
 
   std::string InEuros(const std::string& amount) const {
-    return "(" + WholeEurosOfKunas(SumOf(Where(in_kunas, amount))) + " + " +
+    return "(" + WholeEurosOfKunas(SumOf(Where(in_kunas, amount)), "MAX(o.kuna_za_euro)") + " + " +
            SumOf(Where("NOT " + in_kunas, amount)) + ")";
   }
 };
@@ -49,13 +49,14 @@ std::string ChangeOfBalances(const std::string& condition) {
   const std::string sums =
       "SELECT o.par_id, " + SumOf(row.open) + " AS sve, " + SumOf(Where("NOT " + is_meant, row.open)) +
       " AS ostalo, " + SumOf(Where(is_meant, row.debt)) + " AS dug, " + SumOf(Where(is_meant, row.paid)) +
-      " AS placeno FROM (" + items +
+      " AS placeno, MAX(o.kuna_za_euro) AS tecaj FROM (" + items +
       ") t JOIN otvorene_stavke o ON o.par_id = t.par_id AND o.br_dok = t.br_dok WHERE " + row.in_kunas +
       " GROUP BY o.par_id, o.br_dok";
-  const std::string changes = "SELECT x.par_id, x.dug, x.placeno, " + WholeEurosOfKunas("x.sve") + " - " +
-                              WholeEurosOfKunas("x.ostalo") + " AS promjena FROM (" + sums + ") x";
+  const std::string changes = "SELECT x.par_id, x.dug, x.placeno, x.tecaj, " +
+                              WholeEurosOfKunas("x.sve", "x.tecaj") + " - " +
+                              WholeEurosOfKunas("x.ostalo", "x.tecaj") + " AS promjena FROM (" + sums + ") x";
   const std::string debts =
-      "CASE WHEN y.placeno = 0 THEN y.promjena ELSE " + WholeEurosOfKunas("y.dug") + " END";
+      "CASE WHEN y.placeno = 0 THEN y.promjena ELSE " + WholeEurosOfKunas("y.dug", "y.tecaj") + " END";
   return "SELECT o.par_id, " + row.debt + " AS duguje, " + row.paid +
          " AS potrazuje FROM otvorene_stavke o WHERE " + is_meant + " AND NOT " + row.in_kunas +
          " UNION ALL SELECT y.par_id, " + debts + ", " + debts + " - y.promjena FROM (" + changes + ") y";

@@ -7,6 +7,7 @@
 #include "appserver/company_data.h"
 #include "appserver/database.h"
 #include "appserver/database_check.h"
+#include "appserver/migrations.h"
 #include "cli/text_table.h"
 #include "mox/foundation/visible_text.h"
 
@@ -58,6 +59,11 @@ void RequireSameCompany(const std::string& copy, const std::string& path) {
 void CheckDatabase(const std::string& path, bool table, Session& session) {
   if (path.empty()) throw UsageError("FILE is required");
   Database database(path, Database::Access::kReadOnly);
+  if (const int version = database.SchemaVersion(); version < NewestVersion()) {
+    throw Error(path + ": was written by an older program (version " + std::to_string(version) +
+                "); whatever reads it, such as mox query Dokumenti, brings it to version " +
+                std::to_string(NewestVersion()) + ", and then it can be checked");
+  }
   const std::vector<DatabaseFinding> found = FindFaults(database);
   RecordSet findings("findings");
   for (const char* const name : {"check", "where", "finding"}) findings.DefineField(name, FieldKind::kText);

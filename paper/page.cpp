@@ -349,11 +349,18 @@ bool HasUntaxedLines(const RecordSet& taxes) {
   return taxes.IsEmpty();
 }
 
+// What is owed in kunas is paid in euros, converted once.
+void AddEurosOfKunas(const PageSource& source, DocumentPage& page) {
+  if (page.currency != "HRK" || !page.total || !source.kind->IsSale() || !source.IsPaidLater()) return;
+  page.notes.push_back("Po fiksnom tečaju konverzije 7,53450: ukupno " +
+                       AmountText(EurosOfKunas(*page.total), CurrentLocale()) + " EUR.");
+}
+
 // Tax is charged, and the books are kept, in the currency of the country, whatever that of the document: what
 // it comes to there is what its payment is held against.
 void AddInCurrencyOfCountry(const PageSource& source, DocumentPage& page) {
   const std::string home(GetValutaOznakaByDate(page.date));
-  if (page.currency == home || !page.total) return;
+  if (page.currency == home || !page.total) return AddEurosOfKunas(source, page);
   const auto converted = InCurrencyOfCountry(source, page);
   if (!converted) {
     page.warnings.push_back("it is in " + page.currency + " and has no exchange rate (tecaj): its tax in " +
