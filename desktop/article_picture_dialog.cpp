@@ -19,6 +19,13 @@ namespace mox {
 namespace {
 
 constexpr int kSide = 420;
+struct Cut {
+  const char16_t* title;
+  int width;
+  int height;
+};
+constexpr Cut kCuts[] = {
+    {u"Cijela slika", 0, 0}, {u"Izrez 1:1", 1, 1}, {u"Izrez 4:3", 4, 3}, {u"Izrez 3:4", 3, 4}};
 const QString kPictures = QStringLiteral("Slike (*.jpg *.jpeg *.png *.gif);;Sve datoteke (*)");
 
 }  // namespace
@@ -33,6 +40,9 @@ ArticlePictureDialog::ArticlePictureDialog(DesktopHost& host, std::string code, 
   picture_.setAccessibleName(QStringLiteral("Slika"));
   layout->addWidget(&picture_, 1);
   auto* const bar = new QHBoxLayout;
+  for (const Cut& cut : kCuts) cut_.addItem(QString::fromUtf16(cut.title));
+  cut_.setAccessibleName(QStringLiteral("Izrez učitane slike"));
+  bar->addWidget(&cut_);
   AddActionButton(
       this, *bar, QStringLiteral("Učitaj…"),
       [this] {
@@ -82,7 +92,8 @@ void ArticlePictureDialog::Load(const std::string& path) {
   const std::string bytes = ReadRegularFile(path);
   std::string prepared;
   try {
-    prepared = PreparedPicture(bytes);
+    const Cut& cut = kCuts[static_cast<std::size_t>(cut_.currentIndex())];
+    prepared = PreparedPicture(bytes, {.crop_width = cut.width, .crop_height = cut.height});
   } catch (const Error& error) {
     throw Error(path + ": " + error.what());
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QComboBox>
 #include <QDialog>
 #include <QLabel>
 #include <string>
@@ -13,7 +14,8 @@ class ArticlePictureDialog : public QDialog {
  public:
   ArticlePictureDialog(DesktopHost& host, std::string code, QWidget* parent);
 
-  /// Stores the picture of a file with the article. Raises Error for what is none.
+  /// Stores the picture of a file with the article, cut to the proportions that are chosen. Raises Error for
+  /// what is none.
   void Load(const std::string& path);
   /// Raises Error where there is no picture.
   void SaveTo(const std::string& path);
@@ -31,6 +33,7 @@ class ArticlePictureDialog : public QDialog {
   std::string code_;
   std::string bytes_;  // as they are stored; empty without a picture
   QLabel picture_;
+  QComboBox cut_;
 };
 
 }  // namespace mox

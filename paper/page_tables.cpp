@@ -210,7 +210,7 @@ class TableMaker {
     const Currency amount = has_fee_in_it ? paid : paid - fee;
     row.consumer_amount = AmountMask().Show(amount, locale_);
     if (amount != paid) row.fee = AmountMask().Show(fee, locale_);
-    if (has_price && (sold == 0 || missing(amount) <= kCent)) {
+    if (has_price && (sold == 0 ? is_price_entered_ : missing(amount) <= kCent)) {
       row.consumer_price = AmountMask().Show(price, locale_);
       AddConsumerDiscount(line, quantity, price.ToDouble(), amount);
     } else {

@@ -10,6 +10,7 @@
 #include "desktop/document_list.h"
 #include "desktop/mail_page.h"
 #include "desktop/print_dialog.h"
+#include "mox/documents/document.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/files.h"
 #include "mox/server/transactions.h"
@@ -110,8 +111,20 @@ TEST_F(StoredDocumentTest, GoesOnPaper) {
 // What a printer of pages is sent are letters and not pictures, so it is small however fine the printer is.
 TEST_F(StoredDocumentTest, PrintsLetters) {
   constexpr int kFine = 1200;
-  const std::int64_t id = Open()->Id();
-  PrintDialog dialog(id, window_.get());
+  constexpr int kLines = 120;
+  Document document(DocumentKindByName("racun-usluga"));
+  document.SetHeader("datum", *MakeDate(2026, 3, 2));
+  for (int line = 0; line < kLines; ++line) {
+    RecordSet& lines = *document.Services();
+    lines.Append();
+    lines.FieldByName("naziv").SetText("Savjetovanje čćđšž " + std::to_string(line));
+    lines.FieldByName("kolicina").SetFloat(2);
+    lines.FieldByName("pc").SetFloat(10 + line);
+    lines.FieldByName("tbr_stp").SetFloat(25);
+    lines.Post();
+  }
+  ASSERT_TRUE(document.Store()) << host_->Server().WriteRefusal();
+  PrintDialog dialog(host_->Server().LastWrite().stored.value().AsInteger(0), window_.get());
   QPrinter printer(QPrinter::HighResolution);
   printer.setResolution(kFine);
   printer.setFullPage(true);
@@ -127,7 +140,7 @@ TEST_F(StoredDocumentTest, PrintsLetters) {
     return QString::fromUtf8(reader.readAllStandardOutput())
         .remove(QRegularExpression(QStringLiteral("\\s")));
   };
-  EXPECT_THAT(FromQt(text_of("pisac.pdf")), HasSubstr("Savjetovanje"));
+  EXPECT_THAT(FromQt(text_of("pisac.pdf")), HasSubstr("Savjetovanječćđšž119"));
   EXPECT_EQ(text_of("pisac.pdf"), text_of("mox.pdf"));
   EXPECT_LT(std::filesystem::file_size(folder_ / "pisac.pdf"), 100'000U);
 }
@@ -188,6 +201,9 @@ TEST_F(StoredDocumentTest, ArticlesHavePictures) {
     EXPECT_NEAR(shown->pixmap().toImage().pixelColor(9, 9).green(), QColor(Qt::darkGreen).green(), 4);
     picture->SaveTo(folder_ / "kopija.jpg");
     EXPECT_EQ(QImage(ToQt(folder_ / "kopija.jpg")).size(), QSize(800, 400));
+    picture->findChild<QComboBox*>()->setCurrentIndex(1);
+    picture->Load(file);
+    EXPECT_EQ(shown->accessibleDescription(), "420 × 420");
     PressButton(picture, "Ukloni");  // Enter says no
     EXPECT_EQ(shown->text(), "");
     person_.WillPress("Da");

@@ -332,6 +332,7 @@ TEST_F(LayoutTest, SlipsSayWhereTheFeeIs) {
               {"mal-gotovinski-racun", "mpc", 1.01, "popust", 10, "24 x 1,011 -10% (25%)", false},
               {"gotovinski-racun", "pc", 0.8, "rbp1", 0, "24 x 1,07 (25%)", false},
               {"gotovinski-racun", "pc", 0.8, "rbp1", 10, "24 x 1,00 -10% (25%)", true},
+              {"gotovinski-racun", "pc", 0.8, "rbp1", 100, "24 x 1,00 -100% (25%)", true},
               {"otpremnica-racun", "pc", 0.8, "rbp1", 0, "24 x 1,00 (25%)", true}};
   for (const auto& row : rows) {
     Document document(DocumentKindByName(row.kind));
