@@ -6,19 +6,29 @@
 namespace mox {
 
 WorkQueue::WorkQueue(std::size_t workers, std::size_t most_waiting)
-    : most_(most_waiting), most_that_wait_(std::max<std::size_t>(workers, 2) - 1) {
+    : sleepers_(workers), most_(most_waiting), most_that_wait_(std::max<std::size_t>(workers, 2) - 1) {
   for (std::size_t worker = 0; worker < workers; ++worker) {
     threads_.emplace_back([this, worker] { Run(worker); });
   }
 }
 
+void WorkQueue::Call(std::size_t worker) {
+  sleepers_[worker].is_called = true;
+  sleepers_[worker].called.notify_one();
+}
+
+void WorkQueue::CallAll() {
+  for (const std::size_t worker : std::exchange(idle_, {})) Call(worker);
+}
+
 bool WorkQueue::TryAdd(Job job, bool may_wait) {
-  {
-    const std::scoped_lock lock(mutex_);
-    if (ends_ || jobs_.size() >= most_) return false;
-    jobs_.push_back({std::move(job), may_wait});
-  }
-  changed_.notify_one();
+  const std::scoped_lock lock(mutex_);
+  if (ends_ || jobs_.size() >= most_) return false;
+  jobs_.push_back({std::move(job), may_wait});
+  if (idle_.empty()) return true;
+  const std::size_t last = idle_.back();
+  idle_.pop_back();
+  Call(last);
   return true;
 }
 
@@ -41,8 +51,8 @@ void WorkQueue::Stop() {
   {
     const std::scoped_lock lock(mutex_);
     ends_ = true;
+    CallAll();
   }
-  changed_.notify_all();
   for (std::thread& thread : threads_) {
     if (thread.joinable()) thread.join();
   }
@@ -56,22 +66,27 @@ std::deque<WorkQueue::Entry>::iterator WorkQueue::Next() {
 void WorkQueue::Run(std::size_t worker) {
   std::unique_lock lock(mutex_);
   for (;;) {
-    changed_.wait(lock, [this] { return (ends_ && jobs_.empty()) || Next() != jobs_.end(); });
-    if (jobs_.empty()) return;
     const auto next = Next();
+    if (next == jobs_.end()) {
+      if (ends_ && jobs_.empty()) return;
+      Sleeper& own = sleepers_[worker];
+      own.is_called = false;
+      idle_.push_back(worker);
+      own.called.wait(lock, [&own] { return own.is_called; });
+      continue;
+    }
     Entry entry = std::move(*next);
     jobs_.erase(next);
     const std::size_t waiting = entry.may_wait ? 1 : 0;
     ++busy_;
     may_wait_ += waiting;
-    const bool wakes = ends_;
     lock.unlock();
-    if (wakes) changed_.notify_all();
     entry.job(worker);
     entry.job = nullptr;
     lock.lock();
     --busy_;
     may_wait_ -= waiting;
+    if (ends_) CallAll();
   }
 }
 

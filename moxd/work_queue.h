@@ -11,7 +11,8 @@
 namespace mox {
 
 /// A bounded queue of jobs and the threads that take them, first come, first served; but of several workers
-/// one is left for jobs that wait for nobody else.
+/// one is left for jobs that wait for nobody else. Of those that have nothing to do the one takes a job that
+/// was the last to do one, since what it needs is still at hand.
 class WorkQueue {
  public:
   /// Told which of the workers runs it, from 0. It raises nothing.
@@ -37,11 +38,19 @@ class WorkQueue {
     Job job;
     bool may_wait;
   };
+  // One that has nothing to do sleeps until it is called.
+  struct Sleeper {
+    std::condition_variable called;
+    bool is_called = false;
+  };
   void Run(std::size_t worker);
   std::deque<Entry>::iterator Next();
+  void Call(std::size_t worker);
+  void CallAll();
 
   mutable std::mutex mutex_;
-  std::condition_variable changed_;
+  std::deque<Sleeper> sleepers_;   // of each worker
+  std::vector<std::size_t> idle_;  // the workers that sleep, the last one behind
   std::deque<Entry> jobs_;
   std::size_t most_;
   std::size_t busy_ = 0;
