@@ -5,13 +5,11 @@
 
 #include "appserver/codebook.h"
 #include "desktop/article_picture_dialog.h"
-#include "desktop/croatian.h"
 #include "desktop/dialogs.h"
 #include "desktop/host.h"
 #include "desktop/look_ups.h"
 #include "mox/foundation/find_row.h"
 #include "mox/server/read_services.h"
-#include "mox/server/transactions.h"
 
 namespace mox {
 namespace {
@@ -69,7 +67,7 @@ constexpr ShownName kTitles[] = {
 QString CodebookTitle(std::string_view name) { return ShownText(kTitles, name); }
 
 CodebookPage::CodebookPage(DesktopHost& host, std::string name, const QString& title)
-    : RecordPage(host, title, RecordSet(name)), name_(std::move(name)) {
+    : StoringPage(host, title, RecordSet(name)), name_(std::move(name)) {
   search_.setPlaceholderText(QStringLiteral("Dio bilo kojeg podatka"));
   search_.setAccessibleName(QStringLiteral("Traži"));
   Filters()->addWidget(&search_);
@@ -81,13 +79,11 @@ CodebookPage::CodebookPage(DesktopHost& host, std::string name, const QString& t
         QStringLiteral("Slika…"), [this] { ShowPicture(); }, Qt::CTRL | Qt::Key_G);
   }
   View().SetOnLookUp([this](std::string_view field) { return LookUpCell(field); });
-  Model().SetOnRefused([this](const QString& reason) { SetNote(reason); });
   View().SetConfirmDelete([this] {
     Guarded([this] { DeleteRow(); });
     return false;  // the server's answer decides
   });
-  Reload();
-  Rows().SetOnBeforePost([this](RecordSet&) { StoreRow(); });
+  Begin();
 }
 
 void CodebookPage::Read() {
@@ -158,10 +154,10 @@ bool CodebookPage::LookUpCell(std::string_view field) {
 }
 
 // What the server refuses stays open as it was typed.
-void CodebookPage::StoreRow() {
+void CodebookPage::StoreRow(RecordSet& left) {
   RecordSet row = CurrentRow();
-  if (!ExecuteTransaction("KatalogUpis", {&row})) throw Error(FromQt(RefusalOf(Host().Server())));
-  Rows().SetNull(*Rows().FindFieldIndex(kVersionField));
+  Send("KatalogUpis", row);
+  left.SetNull(*left.FindFieldIndex(kVersionField));
   ReadSoon();
 }
 
@@ -177,7 +173,7 @@ void CodebookPage::DeleteRow() {
   if (Model().CurrentTableRow() < 0 || !AskToLose("Brisanje", "Obrisati odabrani redak?")) return;
   Model().revert();
   RecordSet row = CurrentRow();
-  if (!ExecuteTransaction("KatalogBrisanje", {&row})) throw Error(FromQt(RefusalOf(Host().Server())));
+  Send("KatalogBrisanje", row);
   Reload();
 }
 

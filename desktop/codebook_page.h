@@ -2,7 +2,7 @@
 
 #include <QLineEdit>
 
-#include "desktop/record_page.h"
+#include "desktop/storing_page.h"
 
 namespace mox {
 
@@ -10,13 +10,13 @@ class DesktopHost;
 
 /// A codebook of the application server, whichever: its rows are stored one by one as they are left, and
 /// searched by a part of any text.
-class CodebookPage : public RecordPage {
+class CodebookPage : public StoringPage {
  public:
   CodebookPage(DesktopHost& host, std::string name, const QString& title);
 
  private:
   void Read() override;
-  void StoreRow();
+  void StoreRow(RecordSet& row) override;
   void DeleteRow();
   void ShowPicture();
   bool LookUpCell(std::string_view field);

@@ -1,11 +1,9 @@
 #include "desktop/company_page.h"
 
-#include "desktop/croatian.h"
 #include "desktop/host.h"
 #include "desktop/qt_text.h"
 #include "mox/foundation/text.h"
 #include "mox/server/read_services.h"
-#include "mox/server/transactions.h"
 
 namespace mox {
 namespace {
@@ -18,13 +16,11 @@ constexpr std::string_view kNo = "ne";
 }  // namespace
 
 CompanyPage::CompanyPage(DesktopHost& host)
-    : RecordPage(host, QStringLiteral("Podaci tvrtke"), RecordSet("Parametri")) {
+    : StoringPage(host, QStringLiteral("Podaci tvrtke"), RecordSet("Parametri"),
+                  {"naziv", "opis", "skupina"}) {
   View().SetAppending(false);
-  for (const char* const field : {"naziv", "opis", "skupina"}) Model().SetFieldEditable(field, false);
-  Model().SetOnRefused([this](const QString& reason) { SetNote(reason); });
   AddButton(QStringLiteral("Dodaj IBAN…"), [this] { AddIban(); });
-  Reload();
-  Rows().SetOnBeforePost([this](RecordSet& row) { StoreRow(row); });
+  Begin();
 }
 
 void CompanyPage::Read() {
@@ -67,7 +63,7 @@ void CompanyPage::AddIban() {
   for (const char* const field : {"iban", "banka", "valuta"}) sent.DefineField(field, FieldKind::kText);
   sent.Open();
   sent.AppendRecord({*iban});
-  if (!ExecuteTransaction("PoduzeceIbanInsert", {&sent})) throw Error(FromQt(RefusalOf(Host().Server())));
+  Send("PoduzeceIbanInsert", sent);
   Reload();
 }
 
@@ -81,8 +77,7 @@ void CompanyPage::StoreRow(RecordSet& row) {
   if (truths_.contains(name) && EqualsIgnoringCase(value, kYes)) value = kTrue;
   if (truths_.contains(name) && EqualsIgnoringCase(value, kNo)) value = kFalse;
   sent.AppendRecord({name, value});
-  if (!ExecuteTransaction("ParametriPoduzecaUpdate", {&sent}))
-    throw Error(FromQt(RefusalOf(Host().Server())));
+  Send("ParametriPoduzecaUpdate", sent);
 }
 
 }  // namespace mox

@@ -3,20 +3,20 @@
 #include <set>
 #include <string>
 
-#include "desktop/record_page.h"
+#include "desktop/storing_page.h"
 
 namespace mox {
 
 class DesktopHost;
 
 /// Who the company is and how it works: parameters, features and the account of e-invoices by their names.
-class CompanyPage : public RecordPage {
+class CompanyPage : public StoringPage {
  public:
   explicit CompanyPage(DesktopHost& host);
 
  private:
   void Read() override;
-  void StoreRow(RecordSet& row);
+  void StoreRow(RecordSet& row) override;
   void ShowTruth(RecordSet& parameters);
   void AddIban();
 

@@ -27,7 +27,8 @@ RecordSet EmptyRates(const char* name) {
 
 }  // namespace
 
-RatePage::RatePage(DesktopHost& host) : RecordPage(host, QStringLiteral("Tečajevi"), RecordSet("Tecajevi")) {
+RatePage::RatePage(DesktopHost& host)
+    : StoringPage(host, QStringLiteral("Tečajevi"), RecordSet("Tecajevi"), {"datum", "val_ozn"}) {
   View().SetAppending(false);
   day_.setAccessibleName(QStringLiteral("Na dan"));
   day_.setText(ToQt(DateToText(Today(), CurrentLocale())));
@@ -41,10 +42,7 @@ RatePage::RatePage(DesktopHost& host) : RecordPage(host, QStringLiteral("Tečaje
   });
   AddButton(
       QStringLiteral("Učitaj tečajnu listu…"), [this] { ChooseList(); }, Qt::CTRL | Qt::Key_L);
-  Model().SetOnRefused([this](const QString& reason) { SetNote(reason); });
-  for (const char* const field : {"datum", "val_ozn"}) Model().SetFieldEditable(field, false);
-  Reload();
-  Rows().SetOnBeforePost([this](RecordSet& row) { StoreRow(row); });
+  Begin();
 }
 
 // The last rate of each currency on or before the day; without one the currency stands alone.
@@ -71,7 +69,7 @@ void RatePage::Read() {
 }
 
 // A rate of the day in the place of another one is stored after a question.
-bool RatePage::Send(RecordSet& rates) {
+bool RatePage::SendAsking(RecordSet& rates) {
   if (ExecuteTransaction("TecajnaListaInsert", {&rates})) return true;
   const QString reason = RefusalOf(Host().Server());
   const auto& failure = Host().Server().LastWrite().failure;
@@ -79,7 +77,7 @@ bool RatePage::Send(RecordSet& rates) {
     throw Error(FromQt(reason));
   }
   if (!AskToLose("Već postoji drugi tečaj.", FromQt(reason) + "\nZamijeniti ga?")) return false;
-  if (!ExecuteTransaction("TecajnaListaReplace", {&rates})) throw Error(FromQt(RefusalOf(Host().Server())));
+  Send("TecajnaListaReplace", rates);
   return true;
 }
 
@@ -89,7 +87,7 @@ void RatePage::StoreRow(RecordSet& row) {
   RecordSet rates = EmptyRates("Tecajevi");
   rates.Open();
   rates.AppendRecord({shown_, row.AsText(*row.FindFieldIndex("val_ozn")), row.AsFloat(rate)});
-  if (!Send(rates)) throw Abort();
+  if (!SendAsking(rates)) throw Abort();
   row.SetDate(*row.FindFieldIndex("datum"), shown_);
   SetNote(QStringLiteral("Tečaj je pohranjen."));
 }
@@ -97,7 +95,7 @@ void RatePage::StoreRow(RecordSet& row) {
 void RatePage::ReadList(const std::string& path) {
   if (!View().TakeRow()) return;
   RecordSet rates = ReadRateList(ReadWholeFile(path), path);
-  if (!Send(rates)) return;
+  if (!SendAsking(rates)) return;
   const RecordSet& counts = Host().Server().LastWrite().stored.value();
   const RecordRow row = counts.RowAt(0);
   const auto count = [&row](const char* field) { return ToQt(row.AsText(row.IndexOf(field))); };

@@ -2,13 +2,13 @@
 
 #include <QApplication>
 #include <QHeaderView>
-#include <QShortcut>
 #include <QSplitter>
 #include <QVBoxLayout>
 
 #include "desktop/dialogs.h"
 #include "desktop/document_actions.h"
 #include "desktop/host.h"
+#include "desktop/keys.h"
 #include "desktop/status_window.h"
 #include "mox/entry/line_screen.h"
 #include "mox/foundation/display_format.h"
@@ -65,6 +65,22 @@ class Links {
   RecordSet rows_;
 };
 
+RecordSet LinksOf(const RecordSet& header, std::int64_t id) {
+  Links links;
+  const RecordRow row = header.RowAt(0);
+  for (const auto& [field, link] :
+       {std::pair("stornira_id", "Stornira"), {"storno_id", "Stornirano dokumentom"}}) {
+    const std::size_t index = row.IndexOf(field);
+    if (!row.IsNull(index)) links.Add(link, row.AsInteger(index));
+  }
+  if (const auto linked = GetVezniDocIdFromDB("dok", "id", id, "")) {
+    for (const RecordRow& other : linked->Rows()) {
+      links.Add("Vezani dokument", other.AsInteger(other.IndexOf("child_doc_id")));
+    }
+  }
+  return links.Take();
+}
+
 }  // namespace
 
 StoredDocumentPage::Shown::Shown(const QString& title) : model(rows), view(model) {
@@ -109,8 +125,7 @@ StoredDocumentPage::StoredDocumentPage(DesktopHost& host, std::int64_t id,
                             [this](const QString& note) { note_.setText(note); }});
   layout->addLayout(bar);
   links_.view.SetOnChosen([this] { Guarded([this] { OpenLink(); }); });
-  auto* const again = new QShortcut(Qt::Key_F5, this);
-  connect(again, &QShortcut::activated, this, [this] { Guarded([this] { Reload(); }); });
+  MakeShortcut(this, Qt::Key_F5, [this] { Reload(); });
   Reload();
 }
 
@@ -138,13 +153,18 @@ QWidget* StoredDocumentPage::MakeSide() {
 }
 
 void StoredDocumentPage::Reload() {
-  PageSource source = [this] {
+  PageSource source;
+  std::optional<RecordSet> listed;
+  RecordSet links;
+  {  // all of it, before anything is shown
     const LongRun run(host_, QStringLiteral("Čitanje dokumenta"));
-    return ReadPageSource(id_);
-  }();
+    source = ReadPageSource(id_);
+    listed = ListedDocument(id_);
+    links = LinksOf(source.header, id_);
+  }
   ShowFacts(source);
-  ShowTotals(source);
-  ShowLinks(source);
+  ShowTotals(source, listed);
+  links_.Show(std::move(links), {"veza", "vrsta", "broj", "godina", "datum"});
   const int tab = tabs_.currentIndex();
   const bool has_keys = isAncestorOf(QApplication::focusWidget());
   tabs_.clear();
@@ -195,7 +215,7 @@ void StoredDocumentPage::ShowLines(Shown& shown, RecordSet lines, bool services,
   tabs_.addTab(&shown.view, shown.view.accessibleName());
 }
 
-void StoredDocumentPage::ShowTotals(const PageSource& source) {
+void StoredDocumentPage::ShowTotals(const PageSource& source, const std::optional<RecordSet>& listed) {
   RecordSet taxes("Rekapitulacija");
   taxes.CleanClone(source.taxes);
   PrepareLinesForScreen(taxes);
@@ -204,29 +224,12 @@ void StoredDocumentPage::ShowTotals(const PageSource& source) {
   const std::size_t total = header.IndexOf("ukupno");
   total_.setText(header.IsNull(total) ? QString() : Money(header.AsCurrency(total)));
   paid_.clear();
-  const auto listed = ListedDocument(id_);
   if (!listed) return;
   const RecordRow row = listed->RowAt(0);
   const std::size_t open = row.IndexOf("otvoreno");
   if (row.IsNull(open)) return;
   paid_.setText(QStringLiteral("Plaćeno: %1   Otvoreno: %2")
                     .arg(Money(row.AsCurrency(row.IndexOf("placeno"))), Money(row.AsCurrency(open))));
-}
-
-void StoredDocumentPage::ShowLinks(const PageSource& source) {
-  Links links;
-  const RecordRow header = source.header.RowAt(0);
-  for (const auto& [field, link] :
-       {std::pair("stornira_id", "Stornira"), {"storno_id", "Stornirano dokumentom"}}) {
-    const std::size_t index = header.IndexOf(field);
-    if (!header.IsNull(index)) links.Add(link, header.AsInteger(index));
-  }
-  if (const auto linked = GetVezniDocIdFromDB("dok", "id", id_, "")) {
-    for (const RecordRow& row : linked->Rows()) {
-      links.Add("Vezani dokument", row.AsInteger(row.IndexOf("child_doc_id")));
-    }
-  }
-  links_.Show(links.Take(), {"veza", "vrsta", "broj", "godina", "datum"});
 }
 
 void StoredDocumentPage::OpenLink() {

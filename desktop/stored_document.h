@@ -6,6 +6,7 @@
 #include <QWidget>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "desktop/field_edit.h"
@@ -41,8 +42,7 @@ class StoredDocumentPage : public QWidget {
   QWidget* MakeSide();
   void ShowFacts(const PageSource& source);
   void ShowLines(Shown& shown, RecordSet lines, bool services, const PageSource& source);
-  void ShowTotals(const PageSource& source);
-  void ShowLinks(const PageSource& source);
+  void ShowTotals(const PageSource& source, const std::optional<RecordSet>& listed);
   void OpenLink();
 
   DesktopHost& host_;

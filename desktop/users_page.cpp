@@ -1,12 +1,10 @@
 #include "desktop/users_page.h"
 
 #include "appserver/rights.h"
-#include "desktop/croatian.h"
 #include "desktop/dialogs.h"
 #include "desktop/host.h"
 #include "mox/foundation/text.h"
 #include "mox/server/read_services.h"
-#include "mox/server/transactions.h"
 
 namespace mox {
 namespace {
@@ -42,16 +40,12 @@ RecordSet MakeUser(std::string_view name, std::string_view known) {
 }  // namespace
 
 UsersPage::UsersPage(DesktopHost& host)
-    : RecordPage(host, QStringLiteral("Korisnici i ovlasti"), RecordSet("adsKorisnici")) {
+    : StoringPage(host, QStringLiteral("Korisnici i ovlasti"), RecordSet("adsKorisnici"),
+                  {"ime", "oznaka", "prijava", "iskljucen"}) {
   View().SetAppending(false);
-  for (const char* const field : {"ime", "oznaka", "prijava", "iskljucen"}) {
-    Model().SetFieldEditable(field, false);
-  }
-  Model().SetOnRefused([this](const QString& reason) { SetNote(reason); });
   AddButton(QStringLiteral("Dodaj korisnika…"), [this] { Add(); });
   AddButton(QStringLiteral("Prekini prijave"), [this] { EndLogIns(); });
-  Reload();
-  Rows().SetOnBeforePost([this](RecordSet& row) { StoreRow(row); });
+  Begin();
 }
 
 void UsersPage::Read() {
@@ -64,10 +58,6 @@ void UsersPage::Read() {
   }
   Show(std::move(*answer), fields);
   SetNote(QStringLiteral("Ovlasti se pohranjuju kad napustite redak korisnika."));
-}
-
-void UsersPage::Send(std::string_view transaction, RecordSet& user) {
-  if (!ExecuteTransaction(transaction, {&user})) throw Error(FromQt(RefusalOf(Host().Server())));
 }
 
 void UsersPage::StoreRow(RecordSet& row) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "desktop/record_page.h"
+#include "desktop/storing_page.h"
 
 namespace mox {
 
@@ -8,14 +8,13 @@ class DesktopHost;
 
 /// The users of a company on a server and their roles, for its administrators. A user's roles are stored when
 /// his row is left.
-class UsersPage : public RecordPage {
+class UsersPage : public StoringPage {
  public:
   explicit UsersPage(DesktopHost& host);
 
  private:
   void Read() override;
-  void StoreRow(RecordSet& row);
-  void Send(std::string_view transaction, RecordSet& user);
+  void StoreRow(RecordSet& row) override;
   void Add();
   void EndLogIns();
 };
