@@ -3,7 +3,6 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QShortcut>
 #include <QSplitter>
 #include <QUuid>
 #include <QVBoxLayout>
@@ -11,8 +10,10 @@
 
 #include "desktop/croatian.h"
 #include "desktop/host.h"
+#include "desktop/keys.h"
 #include "desktop/payment_dialog.h"
 #include "desktop/supplier_dialog.h"
+#include "desktop/window_place.h"
 #include "mox/calculations/supplier_totals.h"
 #include "mox/codes/amount_in_words.h"
 #include "mox/codes/exchange_rates.h"
@@ -109,8 +110,8 @@ DocumentEditor::DocumentEditor(DesktopHost& host, Document document, Draft draft
   middle->setStretchFactor(0, 1);
   layout->addWidget(middle, 1);
   layout->addWidget(MakeButtons());
-  auto* const f9 = new QShortcut(Qt::Key_F9, this);
-  connect(f9, &QShortcut::activated, this, [this] { Guarded([this] { StoreOrShow(); }); });
+  MakeShortcut(this, Qt::Key_F9, [this] { StoreOrShow(); });
+  new WindowPlace(*this, "EDITOR");
   recount_.setSingleShot(true);
   connect(&recount_, &QTimer::timeout, this, [this] { Recount(); });
   save_.setSingleShot(true);

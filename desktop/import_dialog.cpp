@@ -11,7 +11,6 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMimeData>
-#include <QShortcut>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -20,7 +19,10 @@
 #include "desktop/croatian.h"
 #include "desktop/host.h"
 #include "desktop/import_window.h"
+#include "desktop/keys.h"
+#include "desktop/window_place.h"
 #include "mox/foundation/files.h"
+#include "mox/foundation/text.h"
 #include "mox/import/import_history.h"
 #include "sheets/grid_sheet.h"
 #include "sheets/open_sheet.h"
@@ -69,6 +71,7 @@ ImportDialog::ImportDialog(TfrmImportGrid& form, DesktopHost& host)
   setAcceptDrops(true);
   Build();
   setFixedSize(TfrmImportGrid::kClientWidth, TfrmImportGrid::kClientHeight);
+  new WindowPlace(*this, "IMPORT_GRID");
   FormChanged();
   ShowFaults();
   listener_ = form_.AdsForImport().AddListener([this](const RecordSet&, const RecordSetChange& change) {
@@ -113,10 +116,8 @@ void ImportDialog::Build() {
   connect(view_.selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& at) {
     if (at.isValid()) form_.FocusColumn(model_.Columns()[static_cast<std::size_t>(at.column())].field);
   });
-  auto* const key = new QShortcut(Qt::Key_F8, this);
-  connect(key, &QShortcut::activated, &only_faulty_, [this] { only_faulty_.toggle(); });
-  auto* const open = new QShortcut(QKeySequence::Open, this);
-  connect(open, &QShortcut::activated, this, [this] {
+  MakeShortcut(this, Qt::Key_F8, [this] { only_faulty_.toggle(); });
+  MakeShortcut(this, QKeySequence::Open, [this] {
     const QString path = QFileDialog::getOpenFileName(
         this, QStringLiteral("Tablica za uvoz"), {},
         QStringLiteral("Tablice (*.xlsx *.xlsm *.ods *.csv *.tsv *.txt);;Sve datoteke (*)"));
@@ -204,8 +205,9 @@ void ImportDialog::ShowColumns() {
 void ImportDialog::StatusChanged(const TfrmStatus& status, bool repaint) { status_.Show(status, repaint); }
 
 QString ImportDialog::FaultOfCell(std::size_t row, std::size_t field) const {
+  const std::string& name = form_.AdsForImport().Definition(field).name;
   for (const ImportFault& fault : form_.FaultsOfRow(row)) {
-    if (fault.column != field) continue;
+    if (!SameName(form_.Fields()[fault.column].field_name, name)) continue;
     // A cell that was mended since is in order until it is checked again.
     if (!form_.HasValueOf(fault, form_.AdsForImport().RowAt(row))) continue;
     return FaultText(fault, form_.Fields()[fault.column]);

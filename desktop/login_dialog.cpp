@@ -8,17 +8,18 @@
 #include <QStyle>
 
 #include "connect/login_store.h"
-#include "connect/server_connection.h"
 #include "desktop/contrast.h"
 #include "desktop/croatian.h"
 #include "desktop/dialog_buttons.h"
+#include "desktop/host.h"
 #include "desktop/qt_text.h"
+#include "mox/foundation/error.h"
 #include "mox/host/system_platform.h"
 
 namespace mox {
 
-LoginDialog::LoginDialog(ServerAddress address, const std::string& user, QWidget* parent)
-    : QDialog(parent), address_(std::move(address)), user_(ToQt(user)) {
+LoginDialog::LoginDialog(DesktopHost& host, ServerAddress address, const std::string& user, QWidget* parent)
+    : QDialog(parent), host_(host), address_(std::move(address)), user_(ToQt(user)) {
   setWindowTitle(QStringLiteral("Prijava"));
   auto* const form = new QFormLayout(this);
   password_.setEchoMode(QLineEdit::Password);
@@ -57,17 +58,17 @@ void LoginDialog::ChooseAuthority() {
 
 void LoginDialog::accept() {
   try {
-    LoginStore store(SystemPlatform::UserStateFolder());
-    store.Keep(address_.server,
-               ServerConnection::LogIn(address_, FromQt(user_.text().trimmed()), FromQt(password_.text()),
-                                       FromQt(authority_.text().trimmed())));
-    QDialog::accept();
+    host_.LogIn(address_, FromQt(user_.text().trimmed()), FromQt(password_.text()),
+                FromQt(authority_.text().trimmed()));
+    return QDialog::accept();
+  } catch (const Abort&) {
+    fault_.setText(QStringLiteral("Prijava je prekinuta."));
   } catch (const std::exception& error) {
     fault_.setText(InCroatian(error.what()));
-    fault_.setVisible(true);
-    password_.selectAll();
-    password_.setFocus();
   }
+  fault_.setVisible(true);
+  password_.selectAll();
+  password_.setFocus();
 }
 
 }  // namespace mox

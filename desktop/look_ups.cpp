@@ -15,6 +15,7 @@
 #include "desktop/dialogs.h"
 #include "desktop/qt_text.h"
 #include "desktop/record_set_view.h"
+#include "desktop/window_place.h"
 #include "mox/server/read_services.h"
 
 namespace mox {
@@ -97,6 +98,7 @@ class LookUpDialog : public QDialog {
       if (!Guarded([&] { Search(typed); })) rows_.Clear();  // they are none of what is typed
     });
     resize(760, 420);
+    new WindowPlace(*this, "LOOK_UP");
     view_.FitColumns();
     if (!source.searches) Search(text);
   }

@@ -12,7 +12,6 @@
 
 #include "appserver/codebook.h"
 #include "appserver/company_server.h"
-#include "connect/login_store.h"
 #include "connect/open_company.h"
 #include "desktop/codebook_page.h"
 #include "desktop/company_page.h"
@@ -21,6 +20,7 @@
 #include "desktop/host.h"
 #include "desktop/import_journal_page.h"
 #include "desktop/import_titles.h"
+#include "desktop/keys.h"
 #include "desktop/login_dialog.h"
 #include "desktop/mail_page.h"
 #include "desktop/open_dialog.h"
@@ -30,15 +30,13 @@
 #include "desktop/status_window.h"
 #include "desktop/stored_document.h"
 #include "desktop/users_page.h"
-#include "mox/host/system_platform.h"
+#include "desktop/window_place.h"
 #include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
 
 namespace mox {
 namespace {
 
-constexpr const char* kSection = "DESKTOP";
-constexpr const char* kGeometry = "GEOMETRY";
 const QString kCompanyFiles = QStringLiteral("Tvrtka (*.db);;Sve datoteke (*)");
 
 struct ClassTitle {
@@ -52,26 +50,6 @@ constexpr ClassTitle kClasses[] = {
     {DocumentClass::kReturn, u"Povratnice"},  {DocumentClass::kStock, u"Skladište"},
     {DocumentClass::kReport, u"Blagajna"}};
 
-struct Shortcut {
-  const char16_t* key;
-  const char16_t* what;
-};
-
-constexpr Shortcut kInRows[] = {{u"Enter", u"uzima ćeliju i ide na sljedeću"},
-                                {u"Esc", u"vraća ćeliju, pa redak"},
-                                {u"Insert, ↓ u zadnjem retku", u"novi redak"},
-                                {u"Ctrl+Delete", u"briše redak"},
-                                {u"Delete", u"prazni ćelije"},
-                                {u"F4", u"otvara šifarnik ćelije ili polja"},
-                                {u"Ctrl+C, Ctrl+V", u"kopira i lijepi ćelije iz tablica"},
-                                {u"F9", u"pohranjuje dokument, pohranjeni prikazuje"},
-                                {u"Ctrl+P, Ctrl+U, Ctrl+T", u"ispis, uplata i storno pohranjenog dokumenta"},
-                                {u"Ctrl+E, Ctrl+K, Ctrl+M", u"eRačun, kodovi i pošta pohranjenog dokumenta"},
-                                {u"Ctrl+G", u"slika artikla u šifarniku"},
-                                {u"F5", u"čita stranicu iznova"},
-                                {u"Alt+E", u"u uvozu: lijepi retke iz međuspremnika"},
-                                {u"F8", u"u uvozu: samo neispravni redci"}};
-
 }  // namespace
 
 MainWindow::MainWindow(DesktopHost& host) : host_(host) {
@@ -84,8 +62,7 @@ MainWindow::MainWindow(DesktopHost& host) : host_(host) {
   BuildMenus();
   host_.SetMainForm(this);
   resize(1180, 760);
-  const std::string geometry = App().Ini().ReadString(kSection, kGeometry, "");
-  if (!geometry.empty()) restoreGeometry(QByteArray::fromBase64(QByteArray::fromStdString(geometry)));
+  new WindowPlace(*this, "GEOMETRY");
   ShowTitle();
 }
 
@@ -257,14 +234,6 @@ void MainWindow::CloseCurrent() {
   if (tabs_.currentIndex() >= 0) CloseTab(tabs_.currentIndex());
 }
 
-bool MainWindow::CloseAll() {
-  while (tabs_.count() > 0) {
-    tabs_.setCurrentIndex(0);
-    if (!CloseTab(0)) return false;
-  }
-  return true;
-}
-
 // Documents that are not finished stay as drafts and are offered at the next start.
 bool MainWindow::MayEnd() {
   for (int i = 0; i < tabs_.count(); ++i) {
@@ -273,41 +242,57 @@ bool MainWindow::MayEnd() {
     tabs_.setCurrentIndex(i);
     if (!editing->MayEnd()) return false;
   }
-  return true;
+  std::string kept;
+  for (const auto& [key, rows] : host_.KeptImports()) {
+    kept += FromQt(ImportTitle(key)) + ": " + std::to_string(rows.rows.rows.RowCount()) + "\n";
+  }
+  return kept.empty() || AskToLose("Redci koji nisu uvezeni bit će izgubljeni.", kept + "Odbaciti ih?");
 }
 
-void MainWindow::closeEvent(QCloseEvent* event) {
-  event->setAccepted(MayEnd());
-  if (!event->isAccepted()) return;
-  Guarded([this] { App().Ini().WriteString(kSection, kGeometry, saveGeometry().toBase64().toStdString()); });
-}
+void MainWindow::closeEvent(QCloseEvent* event) { event->setAccepted(MayEnd()); }
 
 // --- the company ---
 
-// The company that is open stays until the other one has answered.
+// The company that is open stays until the other one has answered; what is not finished in it stays as
+// drafts.
 void MainWindow::OpenCompany(const std::string& location) {
-  if (IsServerAddress(location) && !LogInWhereNeeded(location)) return;
-  std::unique_ptr<CompanyAccess> server = mox::OpenCompany(location);
-  if (!CloseAll()) return;
+  std::shared_ptr<CompanyAccess> server = Connect(location);
+  if (server == nullptr || !MayEnd()) return;
+  while (tabs_.count() > 0) delete tabs_.widget(0);
   host_.Open(location, std::move(server));
   ShowTitle();
-  ShowDocuments();
+  Guarded([this] { ShowDocuments(); });
   OfferDrafts();
 }
 
-bool MainWindow::LogInWhereNeeded(const std::string& location) {
-  const ServerAddress address = ServerAddress::Parse(location);
-  if (LoginStore(SystemPlatform::UserStateFolder()).Find(address.server)) return true;
-  return LoginDialog(address, LoginName(), this).exec() == QDialog::Accepted;
+// Null where the user did not log in.
+std::shared_ptr<CompanyAccess> MainWindow::Connect(const std::string& location) {
+  for (;;) {
+    try {
+      return host_.Connect(location);
+    } catch (const NotLoggedIn&) {  // or not any more
+    }
+    if (LoginDialog(host_, ServerAddress::Parse(location), LoginName(), this).exec() != QDialog::Accepted) {
+      return nullptr;
+    }
+  }
 }
 
-// Pages stay as they are: they ask whatever connection there is.
+// What was not read without a session is read now.
 void MainWindow::LogIn() {
-  const std::string path = App().Company().CompanyPath();
+  const std::string path = host_.IsOpen() ? App().Company().CompanyPath() : host_.LastCompany();
   if (!IsServerAddress(path)) throw Error("Prijava je potrebna samo za tvrtku na poslužitelju.");
-  if (LoginDialog(ServerAddress::Parse(path), LoginName(), this).exec() == QDialog::Accepted) {
-    host_.Reconnect();
+  if (LoginDialog(host_, ServerAddress::Parse(path), LoginName(), this).exec() != QDialog::Accepted) return;
+  if (!host_.IsOpen()) return OpenCompany(path);
+  host_.Reconnect();
+  ShowTitle();
+  for (int i = 0; i < tabs_.count(); ++i) {
+    QWidget* const page = tabs_.widget(i);
+    if (auto* const rows = dynamic_cast<RecordPage*>(page)) Guarded([rows] { rows->Reload(); });
+    if (auto* const stored = dynamic_cast<StoredDocumentPage*>(page)) Guarded([stored] { stored->Reload(); });
   }
+  if (tabs_.count() == 0) Guarded([this] { ShowDocuments(); });
+  OfferDrafts();
 }
 
 void MainWindow::OfferDrafts() {
@@ -406,8 +391,7 @@ void MainWindow::ShowShortcuts() {
     if (action->shortcut().isEmpty() || action->text().isEmpty()) continue;
     add(action->shortcut().toString(QKeySequence::NativeText), action->text().remove(u'&').remove(u'…'));
   }
-  for (const Shortcut& shortcut : kInRows)
-    add(QString::fromUtf16(shortcut.key), QString::fromUtf16(shortcut.what));
+  for (const KeyRow& row : KeyRows()) add(row.Text(), QString::fromUtf16(row.what));
   QDialog dialog(this);
   dialog.setWindowTitle(QStringLiteral("Tipke"));
   auto* const layout = new QVBoxLayout(&dialog);

@@ -3,6 +3,7 @@
 #include <QLabel>
 #include <QMainWindow>
 #include <QTabWidget>
+#include <memory>
 
 #include "appserver/database.h"
 #include "mox/documents/document.h"
@@ -10,6 +11,7 @@
 
 namespace mox {
 
+class CompanyAccess;
 class DesktopHost;
 class Draft;
 class DocumentEditor;
@@ -38,6 +40,8 @@ class MainWindow : public QMainWindow, public TMainForm {
   void ShowRates();
   void ShowMails();
   void ShowUsers();
+  /// A new session with the server of the company, which is opened where it is not.
+  void LogIn();
   QTabWidget& Tabs() { return tabs_; }
 
  protected:
@@ -51,7 +55,6 @@ class MainWindow : public QMainWindow, public TMainForm {
   DocumentEditor* AddEditor(Document document, Draft draft);
   int AddTab(QWidget* page);
   bool CloseTab(int index);
-  bool CloseAll();
   bool MayEnd();
   void CloseCurrent();
   void ShowNext();
@@ -59,8 +62,7 @@ class MainWindow : public QMainWindow, public TMainForm {
   void ShowPage(int on);
   void ChooseDocument();
   void ChooseCompany();
-  bool LogInWhereNeeded(const std::string& location);
-  void LogIn();
+  std::shared_ptr<CompanyAccess> Connect(const std::string& location);
   void NewCompany();
   void NewDemo();
   void BackUp();

@@ -2,13 +2,13 @@
 
 #include <QGuiApplication>
 #include <QMetaProperty>
-#include <QShortcut>
 #include <QSignalBlocker>
 #include <QTimer>
 #include <algorithm>
 
 #include "desktop/action_button.h"
 #include "desktop/dialogs.h"
+#include "desktop/keys.h"
 #include "desktop/qt_text.h"
 #include "desktop/status_window.h"
 
@@ -32,8 +32,7 @@ RecordPage::RecordPage(DesktopHost& host, const QString& title, RecordSet empty,
   layout_->addLayout(&buttons_);
   note_.setAccessibleName(QStringLiteral("Napomena"));
   buttons_.addWidget(&note_, 1);
-  auto* const again = new QShortcut(Qt::Key_F5, this);
-  connect(again, &QShortcut::activated, this, [this] { Guarded([this] { Reload(); }); });
+  MakeShortcut(this, Qt::Key_F5, [this] { Reload(); });
 }
 
 bool RecordPage::Reload() {
@@ -115,7 +114,7 @@ void RecordPage::ReadSoon() {
 
 QPushButton* RecordPage::AddButton(const QString& text, std::function<void()> action,
                                    const QKeySequence& key) {
-  return AddActionButton(this, buttons_, text, std::move(action), key);
+  return AddActionButton(this, buttons_, text, action, key);
 }
 
 Value RecordPage::Current(std::string_view field) const {

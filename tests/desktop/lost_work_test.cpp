@@ -94,6 +94,8 @@ TEST_F(LostWorkTest, AFileTakesThePlaceOfRowsOnlyOnAYes) {
 TEST_F(LostWorkTest, RowsThatWereNotImportedAreOfferedAgain) {
   const auto rows_of = [](QWidget* grid) { return Lines(grid, "Redci za uvoz")->Model().rowCount(); };
   InGrid([&](ImportDialog* grid) { Paste(grid, 0, "99991\tPrvi\n99992\tDrugi"); });
+  EXPECT_FALSE(window_->close()) << "Enter says no";
+  EXPECT_THAT(person_.read.back(), HasSubstr("Kontni plan: 2"));
   person_.WillPress("Ne");
   InGrid([&](ImportDialog* grid) { EXPECT_EQ(rows_of(grid), 0); });
   EXPECT_THAT(person_.read, Contains(HasSubstr("ostali su redci koji nisu uvezeni")));

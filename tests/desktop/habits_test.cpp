@@ -1,0 +1,84 @@
+// What every window has: a place that is remembered, and keys that are listed.
+
+#include <QShortcut>
+#include <QTextBrowser>
+
+#include "desktop/import_dialog.h"
+#include "desktop/print_dialog.h"
+#include "tests/desktop/desktop_fixture.h"
+
+namespace mox {
+namespace {
+
+TEST_F(DesktopTest, ShowsWindowsWhereTheyWere) {
+  const QPoint there(10, 20);
+  const QSize other(740, 580);
+  const auto in_grid = [this](const std::function<void(QWidget*)>& action) {
+    person_.WillDo([action](QWidget* grid) {
+      action(grid);
+      static_cast<QDialog*>(grid)->reject();
+    });
+    CallImportGrid("KONTNIPLAN");
+  };
+  const auto editor = [this] {
+    auto made = std::make_unique<DocumentEditor>(*host_, Document("predracun"), Draft::Begin());
+    made->show();
+    return made;
+  };
+  window_->resize(760, 590);  // the screen has 800; as far as it goes
+  const QSize size = window_->size();
+  window_->move(there);
+  in_grid([&](QWidget* grid) { grid->move(there); });
+  {
+    const auto shown = editor();
+    shown->resize(other);
+    shown->move(there);
+  }
+  Stop();
+  Start();
+  EXPECT_EQ(window_->size(), size);
+  EXPECT_EQ(window_->pos(), there);
+  in_grid([&](QWidget* grid) {
+    EXPECT_EQ(grid->pos(), there);
+    EXPECT_EQ(grid->size(), QSize(1008, 696));
+  });
+  EXPECT_EQ(editor()->size(), other);
+  EXPECT_EQ(New("predracun")->window(), window_.get());
+  EXPECT_EQ(window_->size(), size) << "a page has no place of its own";
+}
+
+// Every key of every page and dialog is found at F1.
+TEST_F(DesktopTest, ListsEveryKey) {
+  QString listed;
+  person_.WillDo([&](QWidget* dialog) {
+    listed = dialog->findChild<QTextBrowser*>()->toPlainText();
+    static_cast<QDialog*>(dialog)->reject();
+  });
+  Press(window_.get(), Qt::Key_F1);
+  int keys = 0;
+  const auto look = [&](const QWidget* window) {
+    for (const QShortcut* const shortcut : window->findChildren<QShortcut*>()) {
+      ++keys;
+      EXPECT_TRUE(listed.contains(shortcut->key().toString(QKeySequence::NativeText)))
+          << FromQt(shortcut->key().toString()) << " in " << FromQt(window->windowTitle());
+    }
+  };
+  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  Press(editor, Qt::Key_F9);
+  Press(editor, Qt::Key_F9);  // shows it
+  window_->ShowRates();
+  window_->ShowMails();
+  window_->ShowReports();
+  window_->ShowCodebook("artikli");
+  look(window_.get());
+  EXPECT_GT(keys, 20);
+  person_.WillDo([&](QWidget* grid) {
+    look(grid);
+    static_cast<QDialog*>(grid)->reject();
+  });
+  CallImportGrid("KONTNIPLAN");
+  look(std::make_unique<PrintDialog>(1, window_.get()).get());
+}
+
+}  // namespace
+}  // namespace mox

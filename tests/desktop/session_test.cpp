@@ -1,0 +1,158 @@
+// Sessions with servers: what is not read without one is read once there is one.
+
+#include "desktop/croatian.h"
+#include "mox/server/read_services.h"
+#include "moxd/error_reply.h"
+#include "tests/desktop/desktop_fixture.h"
+#include "tests/desktop/servers.h"
+
+namespace mox {
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* kFirma = "https://posluzitelj/firma";
+
+// A company on a server that asks who it is.
+class GuardedServer : public LostServer {
+ public:
+  GuardedServer(const std::string& path, const bool& session) : LostServer(path), session_(session) {}
+  RecordSet* CompanyParameters() override {
+    Check();
+    return LostServer::CompanyParameters();
+  }
+  std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
+                                                    std::string_view service) override {
+    Check();
+    return LostServer::ReportDataService(request, service);
+  }
+
+ private:
+  void Check() const {
+    if (!session_)
+      throw NotLoggedIn(server_ + ": not logged in, or the session has ended: mox login " + server_);
+  }
+  const std::string server_ = "https://posluzitelj";
+  const bool& session_;
+};
+
+class SessionTest : public DesktopTest {
+ protected:
+  SessionTest() {
+    qputenv("XDG_STATE_HOME", QByteArray::fromStdString(folder_ / "stanje"));
+    SetDoors();
+  }
+  ~SessionTest() override { qunsetenv("XDG_STATE_HOME"); }
+  void SetDoors() {
+    host_->SetDoors({.open = [this](const std::string& address) -> std::unique_ptr<CompanyAccess> {
+                       if (!address.starts_with("https://")) return OpenCompany(address);
+                       if (away_)
+                         throw DatabaseUnavailable(address + ": cannot be reached: Connection refused");
+                       return std::make_unique<GuardedServer>(company_, session_);
+                     },
+                     .log_in = [this](const ServerAddress&, const std::string& user,
+                                      const std::string& password, const std::string&) -> StoredLogin {
+                       if (password != "tajna")
+                         throw Error("https://posluzitelj: the user or the password is wrong");
+                       session_ = true;
+                       return {"znak", user, {}};
+                     }});
+  }
+  void WillLogIn() {
+    person_.WillDo([](QWidget* dialog) {
+      EXPECT_EQ(FromQt(dialog->windowTitle()), "Prijava");
+      Fill(Line(dialog, "Korisnik"), "ana");
+      Fill(Line(dialog, "Lozinka"), "kriva");
+      PressButton(dialog, "Prijavi se");
+      EXPECT_THAT(FromQt(Label(dialog, "Zašto prijava nije uspjela")->text()), HasSubstr("nisu ispravni"));
+      Fill(Line(dialog, "Lozinka"), "tajna");
+      PressButton(dialog, "Prijavi se");
+    });
+  }
+  QWidget* Page() { return window_->Tabs().currentWidget(); }
+
+  bool session_ = false;
+  bool away_ = false;
+};
+
+TEST_F(SessionTest, ReadsAndOffersWhatWaitedForALogIn) {
+  WillLogIn();
+  window_->OpenCompany(kFirma);
+  EXPECT_EQ(App().Company().CompanyPath(), kFirma);
+  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  editor->SaveDraft();
+  Stop();
+  session_ = false;
+
+  // The next start finds a session that has ended: without another one nothing is opened, with it all is
+  // there.
+  host_ = std::make_unique<DesktopHost>(folder_ / "mox.ini", folder_ / "");
+  SetDoors();
+  window_ = std::make_unique<MainWindow>(*host_);
+  window_->show();
+  person_.WillPress("Odustani");
+  window_->OpenCompany(host_->LastCompany());
+  EXPECT_FALSE(host_->IsOpen());
+  WillLogIn();
+  person_.WillPress("Da");
+  window_->LogIn();
+  ASSERT_EQ(window_->Tabs().count(), 2);
+  EXPECT_EQ(Cell(Lines(Page(), "Usluge"), 0, "naziv"), "Obuka");
+
+  // And one that ends meanwhile: what is typed stays, pages are read anew.
+  window_->Tabs().setCurrentIndex(0);
+  session_ = false;
+  person_.read.clear();
+  Press(Page(), Qt::Key_F5);
+  EXPECT_THAT(person_.read, Contains(HasSubstr("prijavite se ponovo")));
+  WillLogIn();
+  window_->LogIn();
+  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("Dokumenata: 0"));
+  ASSERT_EQ(window_->Tabs().count(), 2) << "a document that is open is not offered";
+  window_->Tabs().setCurrentIndex(1);
+  Press(Page(), Qt::Key_F9);
+  EXPECT_TRUE(dynamic_cast<DocumentEditor*>(Page())->IsStored());
+}
+
+// The company that is open stays, with what is typed in it, until the other one has answered; what is not
+// finished in it is offered when it is opened again.
+TEST_F(SessionTest, LosesNothingForACompanyThatDoesNotAnswer) {
+  Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  const auto stays = [&] {
+    EXPECT_EQ(App().Company().CompanyPath(), company_);
+    ASSERT_EQ(window_->Tabs().count(), 2);
+    EXPECT_EQ(Cell(Lines(Page(), "Usluge"), 0, "naziv"), "Obuka");
+  };
+  away_ = true;
+  EXPECT_FALSE(Guarded([&] { window_->OpenCompany(kFirma); }));
+  stays();
+  away_ = false;
+  person_.WillPress("Odustani");
+  window_->OpenCompany(kFirma);
+  stays();
+  Fill(Line(Page(), "Dospijeće"), "31.2.");
+  session_ = true;
+  window_->OpenCompany(kFirma);  // Enter keeps what is no date yet
+  stays();
+  QTest::keyClick(Line(Page(), "Dospijeće"), Qt::Key_Escape);
+  window_->OpenCompany(kFirma);
+  EXPECT_EQ(App().Company().CompanyPath(), kFirma);
+  EXPECT_EQ(window_->Tabs().count(), 1);
+  person_.WillPress("Da");
+  window_->OpenCompany(company_);
+  stays();
+}
+
+// Whatever a server answers is said in Croatian.
+TEST(ServerCodes, AreKnownToPeople) {
+  for (const ErrorCode& code : ErrorCodes()) {
+    const std::string told = FromQt(InCroatian("https://posluzitelj: " + std::string(code.message)));
+    EXPECT_THAT(told, Not(HasSubstr(std::string(code.message)))) << code.code;
+    EXPECT_THAT(told, HasSubstr("https://posluzitelj: ")) << code.code;
+  }
+}
+
+}  // namespace
+}  // namespace mox
