@@ -67,6 +67,10 @@ class Company {
         "INSERT INTO par (sifra, naziv, oib, adresa) VALUES ('1', 'Čvorak trgovina d.o.o.', '98765432106', "
         "'Šetalište Preradovića 3')");
     database.Execute("UPDATE par SET mjesto_id = (SELECT MIN(id) FROM mjesto WHERE ptt = '22000')");
+    database.Execute(
+        "INSERT INTO par (sifra, naziv, pdv_br, adresa, drzava_id) SELECT '2', 'Alpenküche GmbH', "
+        "'ATU12345678', "
+        "'Hauptstraße 7, 9500 Villach', id FROM drzave WHERE oznaka = 'AT'");
   }
 
   std::int64_t Store(const DocumentKind& kind, int times = 1) {
@@ -76,10 +80,12 @@ class Company {
                              kind.is == DocumentClass::kGoodsReceipt || kind.name.starts_with("radni") ||
                              kind.name.find("povratnica") != std::string_view::npos;
     if (has_partner && kind.name != "mal-primka-zaduzenje") document.SetHeader("par_id", std::int64_t{1});
+    const bool goes_abroad = kind.name.ends_with("-inozemstvo");
+    if (goes_abroad) document.SetHeader("par_id", std::int64_t{2});
     document.SetHeader("user_id", std::string("ANA"));
     for (int i = 0; i < times; ++i) {
       if (document.Goods() != nullptr) Fill(*document.Goods(), kGoods, kind.is_storno);
-      if (document.Services() != nullptr) Fill(*document.Services(), kServices, kind.is_storno);
+      if (document.Services() != nullptr) Fill(*document.Services(), kServices, kind.is_storno, goes_abroad);
     }
     if (!document.Store()) throw Error(std::string(kind.name) + ": " + server_.WriteRefusal());
     return StoredInTheMorning();
@@ -109,7 +115,7 @@ class Company {
         {id});
     return id;
   }
-  static void Fill(RecordSet& lines, std::span<const Ware> wares, bool cancels) {
+  static void Fill(RecordSet& lines, std::span<const Ware> wares, bool cancels, bool is_untaxed = false) {
     for (const Ware& ware : wares) {
       lines.Append();
       const std::pair<const char*, const char*> texts[] = {
@@ -118,7 +124,8 @@ class Company {
       for (std::size_t i = 0; i < lines.FieldCount(); ++i) {
         const FieldDef& field = lines.Definition(i);
         if (FindVocabularyEntry(field.name) == nullptr || field.calculated) continue;
-        lines.SetFloat(i, EnteredOf(ware, field.name, cancels));
+        const bool is_rate = field.name == "tbr_stp";
+        lines.SetFloat(i, is_untaxed && is_rate ? 0 : EnteredOf(ware, field.name, cancels));
       }
       lines.Post();
     }
