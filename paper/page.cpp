@@ -288,10 +288,17 @@ void AddSlip(const PageSource& source, const PaperTemplate& paper, DocumentPage&
   }
   if (source.partner.IsEmpty()) return warn("the document has no partner");
   const RecordRow partner = source.partner.RowAt(0);
-  auto slip =
-      GetVirmanDataFromDatabase(*slip_id, partner.AsInteger(partner.IndexOf("id")), page.id, *page.total);
+  // What is owed in kunas is paid in euros.
+  const bool in_kunas = page.currency == "HRK";
+  auto slip = GetVirmanDataFromDatabase(*slip_id, partner.AsInteger(partner.IndexOf("id")), page.id,
+                                        in_kunas ? EurosOfKunas(*page.total) : *page.total);
   if (!slip || slip->IsEmpty()) return warn("the server has no payment slip for the document");
   slip->First();
+  if (in_kunas) {
+    slip->Edit();
+    slip->FieldByName("valuta").SetText("EUR");
+    slip->Post();
+  }
   if (const std::string& payee = paper.Text("placanje", "primatelj"); !payee.empty()) {
     slip->Edit();
     slip->FieldByName("primatelj_naziv").SetText(payee);

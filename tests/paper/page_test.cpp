@@ -128,7 +128,7 @@ TEST_F(PageTest, FollowsHowItIsPaidAndInWhatCurrency) {
        "UPDATE dok SET tecaj = 2, valuta_id = (SELECT id FROM valuta WHERE oznaka = 'USD') WHERE id = :id",
        "Po tečaju 2: osnovica ", "no exchange rate"},
       {"racun-usluga", "UPDATE dok SET datum = '2022-12-20' WHERE id = :id",
-       "Po fiksnom tečaju konverzije 7,53450: ukupno ", "Po tečaju "},
+       "Po fiksnom tečaju konverzije 7,53450: ukupno ", "no payment code"},
       {"racun-usluga", "UPDATE dok SET poziv_na_br = 'abc čč' WHERE id = :id", "has other characters than",
        "HR00 abc"},
       {"racun-usluga", "UPDATE dok SET opis = 'Red1' || CHAR(13, 10) || 'Red2' WHERE id = :id", "Red1\nRed2",
