@@ -101,10 +101,10 @@ void Accounts::ChangeRoles(const UserChange& change, std::string_view user,
       throw Error(InQuotes(user) +
                   " has no role here yet; whether there is such a user is told when the roles are stored");
     }
-    const std::int64_t id = RequireAccount(database, user);
     if (known && *known != before) {
       throw Error(InQuotes(user) + " was changed by somebody else since it was read: " + TextOf(before));
     }
+    const std::int64_t id = RequireAccount(database, user);
     StoreRoles(database, id, company, roles);
     RequireAdministrator(database, company);
   };
