@@ -30,6 +30,7 @@ ANSWERS = {  # HTTP status, body, seconds until it comes
     "/no-code": (400, {"message": "ne"}, 0),
     **{f"/status-{n}": (n, {"electronicId": "%d", **TAKEN}, 0) for n in (299, 300, 499, 500)},
     **{f"/text-{n}": (200, "x" * n, 0) for n in (300, 301)},
+    "/numbers": (200, {"electronicId": "%d", "statusId": "%d"}, 0),
     "/no-number": (200, {"electronicId": "0", **TAKEN}, 0),
     "/not-delivered": (200, {"electronicId": "%d", "statusId": "50"}, 0),
     "/failure": (500, "Internal Server Error", 0),
@@ -54,8 +55,9 @@ class Intermediary(http.server.BaseHTTPRequestHandler):
 
     def do_POST(self):
         invoice = self.rfile.read(int(self.headers["Content-Length"]))
-        if self.path == "/number":
-            return self.answer(200, json.dumps({"electronicId": str(self.numbers.get(document_of(invoice), 0))}))
+        if self.path.partition("?")[0] == "/number":
+            number = self.numbers.get(document_of(invoice), 0)
+            return self.answer(200, json.dumps({"electronicId": str(number), "asked": self.path}))
         with counting:
             Intermediary.count += 1
             count = self.count

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <random>
 #include <set>
 
 #include "mox/documents/document.h"
+#include "mox/documents/document_books.h"
 #include "mox/foundation/error.h"
 #include "mox/host/company_parameters.h"
 #include "mox/host/memory_settings.h"
@@ -184,6 +186,11 @@ TEST_F(DocumentKindsTest, RecapitulateTheBaseAndTaxOfTheirLines) {
     }
     document.Recapitulate();
     EXPECT_EQ(document.ToBePaid().has_value(), kind.recap.Exists()) << kind.name;
+    const TaxRole role = TaxRoleOf(kind);
+    EXPECT_EQ(std::abs(role.sign), role.side == TaxSide::kNone ? 0 : 1) << kind.name;
+    EXPECT_EQ(document.Goods() != nullptr && document.Goods()->FindField("zti"),
+              kind.is == DocumentClass::kGoodsReceipt || kind.goods.inputs.find("zti") != std::string::npos)
+        << kind.name;
     if (!kind.recap.Exists()) continue;
     EXPECT_NO_THROW(document.StoreRequest()) << kind.name;
     ASSERT_EQ(document.Recapitulation()->RecordCount(), 1U) << kind.name;

@@ -132,6 +132,9 @@ TEST_F(StornoTest, AsksBeforeItSellsAgain) {
   EXPECT_TRUE(ConfirmQuantities(document));
   EXPECT_EQ(host.log.size(), 2U);
   EXPECT_TRUE(document.Header().FieldByName("potvrdeno").AsBoolean());
+  EXPECT_FALSE(MakeStornoHeader(5).FieldByName("datum").IsNull());
+  document.SetHeader("par_id", 7);
+  EXPECT_TRUE(document.ConfirmCredit()) << "nothing is known of a limit";
 }
 
 // A quantity of 0 stays 0 and not -0, nothing stays nothing, and a price has the sign that it had. Every

@@ -19,6 +19,7 @@ TEST(MemorySettings, ReadTypedValuesAndDefaults) {
   settings.WriteFloat("General", "rate", 7.5345);
   settings.WriteString("GENERAL", "TEXT", "abc");
   settings.WriteString("OTHER", "TEXT", " TRUE ");
+  settings.WriteString("OTHER", "NOT", "False");
   settings.WriteString("general", "text", "1.5");
   EXPECT_EQ(settings.ReadInteger("general", "digits", 2), -3);
   EXPECT_EQ(settings.ReadInteger("GENERAL", "TEXT", 2), 2);
@@ -27,6 +28,7 @@ TEST(MemorySettings, ReadTypedValuesAndDefaults) {
   EXPECT_TRUE(settings.ReadBool("GENERAL", "FLAG", false));
   EXPECT_TRUE(settings.ReadBool("OTHER", "TEXT", false));
   EXPECT_FALSE(settings.ReadBool("GENERAL", "TEXT", false));
+  EXPECT_FALSE(settings.ReadBool("OTHER", "NOT", true));
   EXPECT_EQ(settings.ReadString("OTHER", "FLAG", "none"), "none");
 }
 

@@ -469,9 +469,20 @@ class Client(ServerTest):
         self.assertIn("cannot be reached", away.stderr)
         self.assertEqual(links_stored(self.company), [5])
 
+    def test_shows_no_secrets_of_accounts(self):
+        (self.folder / "racun.csv").write_text("EracunB2CUrl,EracunKey\nhttps://b2c.hr/?key=tajni-dio,tajni-kljuc\n")
+        self.mox("login", self.server.address(), "--user", "ana", "--ca", self.folder / "certificate.pem", text=PASSWORD + "\n")
+        at = ["--server", self.server.address("firma")]
+        stored = self.mox("store", "UpdateIntegrationsUsersAccounts", f"adsLoginData={self.folder}/racun.csv", *at)
+        shown = self.mox("query", "IntegrationsUsersAccounts", *at)
+        self.assertEqual((stored.returncode, shown.returncode), (0, 0), stored.stderr + shown.stderr)
+        self.assertIn("https://b2c.hr/?key=***", shown.stdout)
+
 
 class BadGateway(Client):
     """The command, and somebody on the way who passes writes on and answers them himself."""
+
+    test_shows_no_secrets_of_accounts = None
 
     def pass_on(self, listener, instead):
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
@@ -558,7 +569,7 @@ class Rights(ServerTest):
 
 
     def test_who_ends_the_question_for_a_password_sees_what_he_types(self):
-        for how in (signal.SIGINT, signal.SIGTERM):
+        for how in (signal.SIGINT, signal.SIGTERM, None):  # None answers it
             for words in ([MOXD, "user", "password", "ana", "--config", self.folder / "moxd.ini"], [MOX, "login", self.server.address()]):
                 terminal = os.openpty()
                 with subprocess.Popen(words, stdin=terminal[1], stderr=subprocess.PIPE,
@@ -566,8 +577,11 @@ class Rights(ServerTest):
                     while not (asked := asking.stderr.read(1)) == b":":
                         self.assertTrue(asked)
                     self.assertFalse(termios.tcgetattr(terminal[1])[3] & termios.ECHO)
-                    asking.send_signal(how)
-                    self.assertEqual(asking.wait(30), -how)
+                    if how:
+                        asking.send_signal(how)
+                    else:
+                        os.write(terminal[0], b"kratka\nkratka\n")
+                    self.assertEqual(asking.wait(30), -how if how else 1)
                 self.assertTrue(termios.tcgetattr(terminal[1])[3] & termios.ECHO)
                 for end in terminal:
                     os.close(end)

@@ -78,6 +78,10 @@ expect((towns, book[towns].sheet_state), ("Popisi", "hidden"))
 offered = [cell.value for (cell,) in book[towns][cells.replace("$", "")]]
 assert "Zagreb" in offered and offered == sorted(set(offered)), offered
 
+# A workbook that cannot be read is nobody's template.
+(folder / "pola.xlsx").write_bytes((folder / "partneri.xlsx").read_bytes()[:1000])
+run("import", "PARTNERPTT", "--template", "--xlsx", folder / "pola.xlsx", status=1)
+
 # And what the company's settings require.
 run("company", "set", "TipPozivaNaBrojPutnika=OIB")
 run("import", "PUTNICIGRUPA", "--template", "--xlsx", folder / "putnici.xlsx")
