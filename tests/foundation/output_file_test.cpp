@@ -83,6 +83,7 @@ TEST_F(OutputFilesTest, LeavesEveryOtherFileAsItIs) {
   }
   EXPECT_EQ(ReadWholeFile("baza.db"), "SQLite format 3");
   EXPECT_EQ(ReadWholeFile("stara.txt"), "list 2");
+  EXPECT_THROW(static_cast<void>(ReadWholeFile(".")), Error);
   EXPECT_TRUE(fs::is_symlink("na_staru.txt"));
   EXPECT_FALSE(fs::exists("baza.db-wal"));
   EXPECT_TRUE(fs::is_character_file("/dev/null"));

@@ -107,6 +107,8 @@ TEST(DataTransfer, AppendsRecordsByFieldName) {
     for (std::size_t i = 0; i < 4; ++i) records += (target.IsNull(i) ? "~" : target.AsText(i)) + "|";
   }
   EXPECT_EQ(records, "b|1,00|~|~|Čaš|12,50|7|~||~|~|~|~|~|9|~|");
+  target.DataTransfer(Letters(""));
+  EXPECT_TRUE(target.Eof()) << "nothing came";
 
   source.SetFiltered(false);
   source.AppendRecord({Value(), "x", "abc"});

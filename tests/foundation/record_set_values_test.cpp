@@ -58,6 +58,7 @@ TEST(RecordSetValues, AreNullWithoutARecordAndUnreadableWhileClosed) {
   EXPECT_EQ(set.AsText(0), "a");
   set.Close();
   EXPECT_ERROR(static_cast<void>(set.AsText(0)), "! slovo: the record set slova is closed");
+  EXPECT_ERROR(static_cast<void>(set[field::pc]), "! pc: the record set slova is closed");
 }
 
 TEST(RecordSetValues, FieldsAreFoundByName) {
