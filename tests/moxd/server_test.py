@@ -6,6 +6,7 @@ import json
 import os
 import pathlib
 import pwd
+import re
 import shutil
 import signal
 import socket
@@ -123,6 +124,8 @@ class Hostile(ServerTest):
             ("a question", f"POST {READ}?a=b HTTP/1.1", good, NOTHING, (404, "not_found")),
             ("no token", f"POST {READ} HTTP/1.1", good[1:], NOTHING, (401, "not_logged_in")),
             ("another token", f"POST {READ} HTTP/1.1", ["Authorization: Bearer x", good[1]], NOTHING, (401, "not_logged_in")),
+            ("another scheme", f"POST {READ} HTTP/1.1", [f"Authorization: Digest {self.token}", good[1]], NOTHING,
+             (401, "not_logged_in")),
             ("a company of others", "POST /v1/tuda/write HTTP/1.1", good, NOTHING, (403, "forbidden")),
             ("a service of others", "POST /v1/tuda/service/GetSkladista HTTP/1.1", good, NOTHING, (403, "forbidden")),
             ("longer than it says", f"POST {READ} HTTP/1.1", [token, f"Content-Length: {len(NOTHING)}", "Connection: close"],
@@ -191,6 +194,10 @@ class Hostile(ServerTest):
         self.assertEqual(code_of(answers[0]), (401, "login_refused"))
         self.assertEqual(code_of(answers[-1]), (429, "too_many_attempts"))
         self.assertTrue(answers[-1][1]["retry-after"].isdigit())
+        metrics = self.server.operation("/metrics")[2].decode()
+        seconds = {name: float(value) for name, value in re.findall(r"^moxd_request_seconds_(\S+) (\S+)$", metrics, re.M)}
+        self.assertGreater(seconds['sum{route="service"}'], 0)
+        self.assertEqual(seconds['bucket{route="service",le="+Inf"}'], seconds['count{route="service"}'])
 
     def test_the_log_has_no_secrets(self):
         self.server.ask(READ, token=self.token)
@@ -199,6 +206,7 @@ class Hostile(ServerTest):
         log = "".join(self.server.log)
         events = [json.loads(line) for line in log.splitlines()]
         self.assertEqual([event["route"] for event in events if event["event"] == "request"], ["login", "service", "write"])
+        self.assertTrue(all("time" in event for event in events), log)
         for secret in (self.token, PASSWORD, "ana", "127.0.0.1"):
             self.assertNotIn(secret, log)
 
@@ -588,6 +596,9 @@ class Rights(ServerTest):
 
 
 class Check(unittest.TestCase):
+    def test_helps(self):
+        self.assertIn("moxd user", subprocess.run([MOXD, "--help"], capture_output=True, text=True, check=True).stdout)
+
     def test_tells_every_fault_of_the_settings(self):
         with tempfile.TemporaryDirectory() as folder:
             path = pathlib.Path(folder, "moxd.ini")
@@ -599,6 +610,7 @@ class Check(unittest.TestCase):
             self.assertEqual(done.returncode, 1)
             self.assertEqual([line.split(":")[0] for line in lines[:12]],
                              ["1", "3", "4", "5", "6", "7", "8", "9", "11", "12", "14", "15"], done.stderr)
+            self.assertIn("stands before the first section", lines[0])
             self.assertTrue(all("is missing" in line for line in lines[12:]) and len(lines) >= 14, done.stderr)
 
 
