@@ -1,6 +1,7 @@
 #include "appserver/article_pictures.h"
 
 #include "appserver/fold.h"
+#include "appserver/stored_document.h"
 #include "mox/foundation/base64.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/picture_header.h"
@@ -13,6 +14,10 @@ constexpr std::size_t kMostBytes = 2'000'000;
 
 void PrepareArticle(Database& /*database*/, ServiceInputs& inputs) {
   inputs.Derive("kljuc", FieldKind::kText, FoldKey(inputs.As<std::string>("sifra")));
+}
+
+void PrepareDocument(Database& database, ServiceInputs& inputs) {
+  RequireDocument(database, inputs.As<std::int64_t>("id"));
 }
 
 constexpr std::string_view kPictureColumns =
@@ -36,7 +41,8 @@ SELECT a.id, a.sifra, p.vrsta, p.sirina, p.visina, p.vrijeme, p.slika
 FROM art_slike p JOIN art a ON a.id = p.art_id
 WHERE EXISTS (SELECT 1 FROM dok_stavke s WHERE s.dok_id = :id AND s.sorta = 'roba'
   AND (s.art_id = a.id OR (s.art_id IS NULL AND fold(s.sifra) = fold(a.sifra))))
-ORDER BY a.id)"}}}};
+ORDER BY a.id)"}},
+     PrepareDocument}};
 
 // One picture an article; none where the text is empty.
 std::optional<RecordSet> StorePictures(const NamedTransaction& /*transaction*/, Database& database,

@@ -275,14 +275,18 @@ SupplierTerms TermsOf(const CompanyData& company, std::string supplier_document)
   return terms;
 }
 
-// What the supplier's document comes to follows from the lines.
-void CheckSupplierTotals(const RecordSet& header, const SentRecordSets& sent) {
+// What the supplier's document comes to follows from the lines, whether it is sent or not; none of a kind
+// without such a document.
+std::optional<RecordSet> CheckedSupplierTotals(const DocumentKind& kind, const RecordSet& header,
+                                               const SentRecordSets& sent) {
   const RecordSet* const given = sent.Find("DokDobavljaca");
-  if (given == nullptr) return;
-  RequireOneRecord(*given);
-  const bool is_bosnian = given->FindFieldIndex("roba_17").has_value();
+  const RecordSet* const lines = sent.Find("Stavke");
+  if (given != nullptr) RequireOneRecord(*given);
+  if (!HasSupplierTotals(kind) || lines == nullptr) return std::nullopt;
+  const bool is_bosnian = given != nullptr && given->FindFieldIndex("roba_17").has_value();
   RecordSet totals = is_bosnian ? MakeDocDobavljacaBIH() : MakeDocDobavljaca();
-  FillSupplierTotals(totals, *sent.Find("Stavke"), TermsOf(sent.Company(), SupplierDocument(header)));
+  FillSupplierTotals(totals, *lines, TermsOf(sent.Company(), SupplierDocument(header)));
+  if (given == nullptr) return totals;
   const auto check = [&](const std::string& field) {
     const auto value = [&field](const RecordSet& records) {
       const auto column = records.FindFieldIndex(field);
@@ -295,6 +299,7 @@ void CheckSupplierTotals(const RecordSet& header, const SentRecordSets& sent) {
   };
   for (const DocDobavljacaCaption& known : kDocDobavljacaCaptions) check(std::string(known.field));
   for (const char* const field : {"roba_17", "pdv_17"}) check(field);
+  return totals;
 }
 
 std::optional<std::int64_t> WarehouseOfHeader(const RecordSet& header) {
@@ -356,7 +361,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   AddPayment(database, kind, header, header_rule);
   AddRate(database, header, key, header_rule);
   CheckReference(database, kind, header);
-  CheckSupplierTotals(header, sent);
+  const std::optional<RecordSet> supplier_totals = CheckedSupplierTotals(kind, header, sent);
   if (!digest.empty()) header_rule.constants.emplace_back("kljuc_sazetak", digest);
   const LineArticles articles(database, sent.Find("Stavke"));
   const auto warehouse = WarehouseOf(database, kind, articles, WarehouseOfHeader(header));
@@ -364,14 +369,14 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   InsertHeader(database, header, header_rule, sent.Who(), key);
   std::int64_t next_line = 1;
   for (const char* const name : {"Stavke", "Usluge", "Rekapitulacija", "DokDobavljaca"}) {
-    const RecordSet* const records = sent.Find(name);
-    if (records == nullptr) continue;
     TableRule rule = transaction.FindRule(name)->table;
     rule.constants.emplace_back("dok_id", key.id);
     if (rule.table == "dok_dobavljac") {
-      InsertRecord(database, *records, rule);
+      if (supplier_totals) InsertRecord(database, *supplier_totals, rule);
       continue;
     }
+    const RecordSet* const records = sent.Find(name);
+    if (records == nullptr) continue;
     rule.first_row_number = rule.table == "dok_stavke" ? next_line : 1;
     StoreRecords(database, *records, rule);
     if (rule.table == "dok_stavke") next_line += static_cast<std::int64_t>(records->RecordCount());

@@ -45,10 +45,8 @@ void PrepareChildTip(Database& /*database*/, ServiceInputs& inputs) {
   inputs.Derive("tip", FieldKind::kText, std::move(tip));
 }
 
-void RequireDocument(Database& database, ServiceInputs& inputs) {
-  const std::int64_t id = inputs.As<std::int64_t>("id");
-  if (ReadStoredDocument(database, id)) return;
-  throw Error("there is no document " + std::to_string(id));
+void PrepareDocument(Database& database, ServiceInputs& inputs) {
+  RequireDocument(database, inputs.As<std::int64_t>("id"));
 }
 
 // What was due before that day is overdue beyond the days that the partner is allowed.
@@ -337,7 +335,7 @@ SELECT * FROM dok_stavke WHERE dok_id = :id ORDER BY rb)"},
 SELECT * FROM dok_porezi WHERE dok_id = :id ORDER BY rb)"},
       {"DokDobavljaca", "*dok_dobavljac", R"(
 SELECT * FROM dok_dobavljac WHERE dok_id = :id)"}},
-     RequireDocument},
+     PrepareDocument},
 
     // --- e-invoices ---
 
@@ -352,7 +350,8 @@ SELECT p.tip_tvrtke FROM dok d LEFT JOIN par p ON p.id = d.par_id WHERE d.id = :
      Right::kRead,
      "id:integer",
      "the e-invoice that a document has, as its buyer may have it",
-     {{"adsData", "jsonData", "", FillInvoiceForBuyer}}},
+     {{"adsData", "jsonData", "", FillInvoiceForBuyer}},
+     PrepareDocument},
 
     {"ERacunVeza",
      Right::kRead,

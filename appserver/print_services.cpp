@@ -15,8 +15,7 @@ namespace {
 
 // A page leaves the house in the company's name.
 void PreparePage(Database& database, ServiceInputs& inputs) {
-  const std::int64_t id = inputs.As<std::int64_t>("id");
-  if (!ReadStoredDocument(database, id)) throw Error("there is no document " + std::to_string(id));
+  RequireDocument(database, inputs.As<std::int64_t>("id"));
   inputs.Company().RequireNamed();
 }
 

@@ -59,4 +59,10 @@ RecordSet ReadLines(Database& database, std::int64_t doc_id, const char* sort) {
                         {doc_id, std::string(sort)});
 }
 
+void RequireDocument(Database& database, std::int64_t id) {
+  const RecordSet found =
+      database.Query("dok", ParseColumns("id:integer"), "SELECT id FROM dok WHERE id = :id", {id});
+  if (found.IsEmpty()) throw Error("there is no document " + std::to_string(id));
+}
+
 }  // namespace mox

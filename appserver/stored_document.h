@@ -29,6 +29,8 @@ std::string YearFault(Date day);
 
 /// None where there is no such document.
 std::optional<StoredDocument> ReadStoredDocument(Database& database, std::int64_t id);
+/// Raises Error where there is no such document.
+void RequireDocument(Database& database, std::int64_t id);
 
 /// The rows of a table that belong to a document, in the order of their keys.
 RecordSet ReadRows(Database& database, const std::string& table, std::int64_t doc_id);

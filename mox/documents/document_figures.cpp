@@ -1,6 +1,7 @@
 #include "mox/documents/document_figures.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <string>
 #include <utility>
@@ -16,6 +17,7 @@ namespace mox {
 namespace {
 
 constexpr Currency kHalfHundredth = Currency::FromScaled(Currency::kScale / 200);
+constexpr Currency kHundredth = Currency::FromScaled(Currency::kScale / 100);
 
 using Names = std::vector<std::string_view>;
 
@@ -28,6 +30,8 @@ Currency SumInRow(const RecordRow& row, const std::vector<std::size_t>& columns)
   for (const std::size_t column : columns) sum += row.AsCurrency(column);
   return sum;
 }
+
+Currency Distance(Currency a, Currency b) { return a < b ? b - a : a - b; }
 
 // The columns of those names that the records have.
 std::vector<std::size_t> ColumnsOf(const RecordSet& records, const Names& names) {
@@ -108,6 +112,12 @@ class LineChecks {
     if (Has(SplitNames(sort.schema.inputs), field::tbr_stp.text)) {
       rate_ = sort.records->FindFieldIndex(field::tbr_stp.text);
     }
+    is_taxed_ = kind.recap.Exists();
+    amounts_ = ColumnsOf(*sort.records, {sort.recapitulated.amount.text});
+    bases_ = ColumnsOf(*sort.records, SplitNames(sort.schema.base));
+    taxes_ = ColumnsOf(*sort.records, SplitNames(sort.schema.tax));
+    if (HasFees(sort.schema)) fees_ = ColumnsOf(*sort.records, {field::pov_naki.text});
+    if (sort.schema.to_be_paid) paid_ = sort.records->FindFieldIndex(sort.schema.to_be_paid->text);
   }
 
   void Check() {
@@ -118,6 +128,7 @@ class LineChecks {
       if (!quantity_ || quantity != 0) RequireCalculated(line);
       if (quantity != 0) RequireProducts(line, quantity);
       if (rate_) RequireRate(line.AsFloat(*rate_));
+      if (is_taxed_) RequireSum(line);
     }
   }
 
@@ -152,6 +163,28 @@ class LineChecks {
     }
   }
 
+  // Calculators round each of these amounts once, so a cent may part them.
+  void RequireSame(std::size_t column, Currency amount, Currency expected, const std::string& as) const {
+    if (Distance(amount, expected) <= kHundredth) return;
+    Refuse(sort_.records->Definition(column).name, amount.ToString() + " is not " + as);
+  }
+
+  // Base, tax and fee of a line, and what is to be paid for it.
+  void RequireSum(const RecordRow& line) const {
+    const Currency tax = SumInRow(line, taxes_);
+    const Currency fee = SumInRow(line, fees_);
+    Currency base = SumInRow(line, bases_);
+    if (bases_.empty()) base = SumInRow(line, amounts_) - tax - fee;
+    if (paid_) {
+      RequireSame(*paid_, line.AsCurrency(*paid_), base + tax + fee,
+                  "base " + base.ToString() + ", tax " + tax.ToString() + " and fee " + fee.ToString());
+    }
+    if (taxes_.empty() || !rate_) return;
+    const double rate = line.AsFloat(*rate_);
+    RequireSame(taxes_.front(), tax, R2(base * Real(rate) / 100),
+                ShortestNumber(rate) + " % of base " + base.ToString());
+  }
+
   void RequireRate(double rate) const {
     if (rate >= 0 && rate <= 100) return;
     Refuse(field::tbr_stp.text, ShortestNumber(rate) + " is no rate of tax, which is 0 to 100");
@@ -165,6 +198,12 @@ class LineChecks {
   std::vector<Product> products_;
   std::vector<std::pair<std::string_view, std::optional<std::size_t>>> figures_;
   std::optional<std::size_t> rate_;
+  bool is_taxed_ = false;
+  std::vector<std::size_t> amounts_;
+  std::vector<std::size_t> bases_;
+  std::vector<std::size_t> taxes_;
+  std::vector<std::size_t> fees_;
+  std::optional<std::size_t> paid_;
 };
 
 bool IsFinerThanHundredths(Currency amount) { return amount.scaled() % (2 * kHalfHundredth.scaled()) != 0; }
@@ -205,6 +244,18 @@ void AddLines(const Sort& sort, ByRate<RateFigures>& figures) {
   }
 }
 
+std::string Shown(const BaseAndTax& figures) {
+  return "base " + figures.base.ToString() + " and tax " + figures.tax.ToString();
+}
+
+// Every row of a recapitulation carries the fee of the last line of the first sort.
+Currency CarriedFee(const std::vector<Sort>& sorts) {
+  if (sorts.empty() || !HasFees(sorts.front().schema)) return {};
+  const RecordTable& lines = sorts.front().records->Table();
+  const auto fee = lines.Find(field::pov_naki.text);
+  return fee && !lines.empty() ? lines[lines.size() - 1].AsCurrency(*fee) : Currency();
+}
+
 void AddRecapitulation(const RecordSet& recap, ByRate<RateFigures>& figures) {
   for (const std::string_view name : {field::neoporezivo.text, field::pp_iznos.text}) {
     if (!SumOf(recap, name).IsZero()) {
@@ -215,21 +266,16 @@ void AddRecapitulation(const RecordSet& recap, ByRate<RateFigures>& figures) {
   const std::vector<std::size_t> base = ColumnsOf(recap, {field::osnovica.text});
   const std::vector<std::size_t> tax = ColumnsOf(recap, {field::porez.text});
   for (const RecordRow& row : recap.Rows()) {
+    const BaseAndTax of_row = {SumInRow(row, base), SumInRow(row, tax)};
     RateFigures& of_rate = figures.Of(rate ? row.AsFloat(*rate) : 0);
-    of_rate.recap.base += SumInRow(row, base);
+    of_rate.recap.base += of_row.base;
     of_rate.is_finer = of_rate.is_finer || IsFinerThanHundredths(of_rate.recap.base);
-    of_rate.recap.tax += SumInRow(row, tax);
+    of_rate.recap.tax += of_row.tax;
   }
 }
 
 // Where the recapitulation taxes the whole base of a rate.
 Currency TaxOfBase(const RateFigures& of_rate) { return R2(of_rate.lines.base * Real(of_rate.rate) / 100); }
-
-Currency Distance(Currency a, Currency b) { return a < b ? b - a : a - b; }
-
-std::string Shown(const BaseAndTax& figures) {
-  return "base " + figures.base.ToString() + " and tax " + figures.tax.ToString();
-}
 
 Currency HalfHundredths(std::int64_t count) { return Currency::FromScaled(kHalfHundredth.scaled() * count); }
 
@@ -252,6 +298,31 @@ void CompareRates(const DocumentKind& kind, const ByRate<RateFigures>& figures) 
     throw Error("at " + ShortestNumber(of_rate.rate) + " % the lines have the " + Shown(of_rate.lines) +
                 ", the recapitulation has the " + Shown(of_rate.recap));
   }
+}
+
+// What a row says besides base and tax is that of its base, tax and rate. The rate as people read it may be
+// written as in any country, or in words.
+void RequireRowOfRate(const RecordRow& row, Currency carried) {
+  const double rate = row.Optional(field::stopa).ToDouble();
+  const BaseAndTax figures = {row.Optional(field::osnovica), row.Optional(field::porez)};
+  const std::string of_rate = "the recapitulation of " + ShortestNumber(rate) + " % ";
+  const auto total = row.FindFieldIndex(field::ukupno.text);
+  if (total && !row.IsNull(*total)) {
+    const Currency rest = row.AsCurrency(*total) - figures.base - figures.tax;
+    if (Distance(rest, {}) > kHundredth && Distance(rest, carried) > kHundredth) {
+      throw Error(of_rate + "has the total " + row.AsCurrency(*total).ToString() + " of " + Shown(figures));
+    }
+  }
+  const auto label = row.FindFieldIndex(field::oznaka_stope.text);
+  if (!label || row.IsNull(*label)) return;
+  std::string number = row.AsText(*label);
+  std::erase_if(number, [](char c) { return c == '%' || c == ' '; });
+  std::replace(number.begin(), number.end(), ',', '.');
+  double shown = 0;
+  const auto [end, fault] = std::from_chars(number.data(), number.data() + number.size(), shown);
+  const bool is_number = fault == std::errc() && end == number.data() + number.size();
+  if (!is_number || std::abs(shown - rate) < kHundredth.ToDouble()) return;
+  throw Error(of_rate + "is labelled \"" + row.AsText(*label) + '"');
 }
 
 }  // namespace
@@ -306,6 +377,8 @@ void CheckFigures(const DocumentKind& kind, const DocumentSets& sets) {
     if (!kind.recap.takes_digits && of_rate.roundings == 0) of_rate.lines.tax = TaxOfBase(of_rate);
   }
   CompareRates(kind, figures);
+  const Currency carried = CarriedFee(sorts);
+  for (const RecordRow& row : sets.recap->Rows()) RequireRowOfRate(row, carried);
 }
 
 void FillSupplierTotals(RecordSet& totals, const RecordSet& goods, const SupplierTerms& terms) {

@@ -33,11 +33,12 @@ std::optional<Currency> ToBePaid(const DocumentKind& kind, const DocumentSets& s
 
 /// What every document that is stored or sent has to be. Raises Error that says what it is not: every line is
 /// calculated, an amount of a unit price that was entered is quantity times it as far as that price was not
-/// rounded, a rate of tax is 0 to 100; a kind with tax has a recapitulation, others have none; and at each
-/// rate lines and recapitulation have the same base and tax. Only rounding line by line may part them: where
-/// taxes of lines are finer than hundredths by half a hundredth for each line (and one for the tax of the
-/// rate), and where the whole base of a rate is taxed the tax by as much, which is then that of the base to
-/// the hundredth.
+/// rounded, a rate of tax is 0 to 100, what is to be paid for a line is its base, tax and fee, and
+/// its tax the rate of its base, each to a cent; a kind with tax has a recapitulation, others have none; and
+/// at each rate lines and recapitulation have the same base and tax. Only rounding line by line may part
+/// them: where taxes of lines are finer than hundredths by half a hundredth for each line (and one for the
+/// tax of the rate), and where the whole base of a rate is taxed the tax by as much, which is then that of
+/// the base to the hundredth.
 void CheckFigures(const DocumentKind& kind, const DocumentSets& sets);
 
 /// Whether documents of the kind keep what the document of their supplier comes to: goods receipts with tax.

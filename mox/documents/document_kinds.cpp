@@ -381,16 +381,13 @@ const DocumentKind* FindDocumentTip(std::string_view tip) {
     if (kind.tip == tip || kind.name == tip) return &kind;
   }
   if (tip.size() != kTipSize) return nullptr;
-  const DocumentKind* shortest = nullptr;
+  const DocumentKind* only = nullptr;
   for (const DocumentKind& kind : kKinds) {
     if (!kind.name.starts_with(tip)) continue;
-    if (shortest == nullptr || kind.name.size() < shortest->name.size()) shortest = &kind;
+    if (only != nullptr) return nullptr;
+    only = &kind;
   }
-  if (shortest == nullptr) return nullptr;
-  const bool stands_apart = std::all_of(kKinds.begin(), kKinds.end(), [&](const DocumentKind& kind) {
-    return !kind.name.starts_with(tip) || kind.name.starts_with(shortest->name);
-  });
-  return stands_apart ? shortest : nullptr;
+  return only;
 }
 
 const DocumentKind& DocumentKindByName(std::string_view name) {

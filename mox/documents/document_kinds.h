@@ -114,7 +114,7 @@ std::span<const DocumentKind> DocumentKinds();
 /// By its name, letter for letter; null where there is none.
 const DocumentKind* FindDocumentKind(std::string_view name);
 /// By its code or its name; also by the first 15 characters of a name, as texts of that length may have cut
-/// it, where the names of all other kinds that begin so go on from it. Null where there is none.
+/// it, where no other name begins so. Null where there is none.
 const DocumentKind* FindDocumentTip(std::string_view tip);
 /// As FindDocumentKind. Raises Error for an unknown name.
 const DocumentKind& DocumentKindByName(std::string_view name);

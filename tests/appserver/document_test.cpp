@@ -234,7 +234,9 @@ TEST_P(DocumentTest, LinksOfOlderDatabasesAreCarriedOver) {
   RecordSet made = tips("dok_veze");
   for (const DocumentKind& kind : DocumentKinds()) {
     const DocumentKind* const waits_for = FindDocumentTip(CutToCharacters(kind.name, 15));
-    EXPECT_EQ(waiting.AsText(1), waits_for == nullptr ? "meduskl-ulaz" : waits_for->tip) << kind.name;
+    // What more than one kind could have been waits for the first of them.
+    const std::string_view of_many = kind.name.starts_with("gotovinski") ? "got-racun" : "meduskl-ulaz";
+    EXPECT_EQ(waiting.AsText(1), waits_for == nullptr ? of_many : waits_for->tip) << kind.name;
     EXPECT_EQ(made.AsText(1), kind.tip) << kind.name;
     waiting.Next();
     made.Next();

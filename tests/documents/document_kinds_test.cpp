@@ -536,8 +536,8 @@ TEST_F(DocumentKindsTest, AreFoundByTheirCodes) {
     EXPECT_EQ(name_of(kind.name), kind.name);
   }
   EXPECT_EQ(name_of("povratnica-kupc"), "povratnica-kupca");
-  EXPECT_EQ(name_of("gotovinski-racu"), "gotovinski-racun");
-  for (const char* unknown : {"meduskladisnica", "povratnica-kup", "povratnica-kupx", ""}) {
+  for (const char* unknown :
+       {"gotovinski-racu", "meduskladisnica", "povratnica-kup", "povratnica-kupx", ""}) {
     EXPECT_EQ(name_of(unknown), "-") << unknown;
   }
 }

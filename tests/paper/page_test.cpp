@@ -283,7 +283,8 @@ TEST_F(PageTest, RefusesWhatDoesNotAddUp) {
   } rows[] = {
       {"UPDATE dok SET ukupno = ukupno + 0.01 WHERE id = :id", "has the total"},
       {"UPDATE dok_porezi SET porez = porez + 0.5 WHERE rb = 1 AND dok_id = :id", "does not add up: at"},
-      {"UPDATE dok_stavke SET osnovica = osnovica + 1 WHERE rb = 1 AND dok_id = :id", "does not add up: at"},
+      {"UPDATE dok_stavke SET osnovica = osnovica + 1 WHERE rb = 1 AND dok_id = :id",
+       "does not add up: Stavke: row 1: ukupno"},
       {"UPDATE dok_stavke SET ukupno = ukupno + 0.01 WHERE rb = 2 AND dok_id = :id", "has the total"},
       {"DELETE FROM dok_stavke WHERE rb = 2 AND dok_id = :id", "does not add up"},
       {"UPDATE dok SET vrsta = 'ponuda' WHERE id = :id", "of a kind that this program does not know: ponuda"},
