@@ -284,7 +284,13 @@ bool DocumentEditor::LookUpLine(Sheet& sheet, std::string_view field) {
   return Guarded([&] {
     RecordSet& lines = *sheet.lines;
     const bool goods = sheet.lines == document_.Goods();
-    const auto chosen = App().LookUps().LookUp(goods ? LookUpForm::kArticle : LookUpForm::kService, "");
+    // What is being typed is looked for.
+    const bool typing = sheet.view->IsTyping();
+    sheet.view->TakeCell();
+    take_article_.Forget();
+    const QString typed = typing ? sheet.view->currentIndex().data(Qt::EditRole).toString() : QString();
+    const auto chosen =
+        App().LookUps().LookUp(goods ? LookUpForm::kArticle : LookUpForm::kService, FromQt(typed));
     if (!chosen) return;
     if (lines.State() == DataSetState::kBrowse && lines.RowCount() == 0) lines.Append();
     if (lines.State() == DataSetState::kBrowse) lines.Edit();

@@ -196,10 +196,10 @@ void DesktopHost::Exchange(std::shared_ptr<CompanyAccess> server) {
 }
 
 void DesktopHost::Open(const std::string& address, std::shared_ptr<CompanyAccess> server) {
-  Exchange(std::move(server));
-  kept_imports_.clear();
   const bool is_file = !IsServerAddress(address) && DatabaseLocation(address).IsFile();
   const std::string path = is_file ? std::filesystem::canonical(address).string() : address;
+  Exchange(std::move(server));
+  kept_imports_.clear();
   company_.SetPath(path);
   // An address with a password in it is nothing for a file of settings.
   const bool is_secret =

@@ -259,7 +259,7 @@ void MainWindow::OpenCompany(const std::string& location) {
   std::shared_ptr<CompanyAccess> server = Connect(location);
   if (server == nullptr || !MayEnd()) return;
   while (tabs_.count() > 0) delete tabs_.widget(0);
-  host_.Open(location, std::move(server));
+  Guarded([&] { host_.Open(location, std::move(server)); });  // open, also where that cannot be remembered
   ShowTitle();
   Guarded([this] { ShowDocuments(); });
   OfferDrafts();

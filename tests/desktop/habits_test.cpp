@@ -5,6 +5,8 @@
 
 #include "desktop/import_dialog.h"
 #include "desktop/print_dialog.h"
+#include "mox/server/read_services.h"
+#include "mox/server/transactions.h"
 #include "tests/desktop/desktop_fixture.h"
 
 namespace mox {
@@ -78,6 +80,44 @@ TEST_F(DesktopTest, ListsEveryKey) {
   });
   CallImportGrid("KONTNIPLAN");
   look(std::make_unique<PrintDialog>(1, window_.get()).get());
+}
+
+// Ctrl+Z in a cell, F4 for what is typed in it, and an article by its bar code.
+TEST_F(DesktopTest, KnowsTheHabitsOfTyping) {
+  RecordSet article("artikli");
+  article.CleanClone(*CreateDBDataSet("Kat\\artikli", "artikli", {{"trazi", Value("Demo artikl")}}));
+  article.Edit();
+  article.FieldByName("barcode").SetText("3850001234567");
+  article.Post();
+  ASSERT_TRUE(ExecuteTransaction("KatalogUpis", {&article})) << host_->Server().WriteRefusal();
+  DocumentEditor* const editor = New("predracun");
+  RecordSetView* const lines = Lines(editor);
+  QTest::keyClick(lines, Qt::Key_Insert);
+  Go(lines, 0, "naziv");
+  Type(lines, "Stol", false);
+  auto* const cell = lines->viewport()->findChild<QLineEdit*>();
+  QTest::keyClick(cell, Qt::Key_Backspace);
+  QTest::keyClick(cell, Qt::Key_Z, Qt::ControlModifier);
+  EXPECT_EQ(cell->text(), "Stol");
+  QTest::keyClick(cell, Qt::Key_Escape);
+  Settle();
+  QTest::keyClick(lines, Qt::Key_Insert);
+  Go(lines, 0, "sifra");
+  Type(lines, "3850001234567");
+  EXPECT_EQ(Cell(lines, 0, "naziv"), "Demo artikl");
+  ASSERT_TRUE(lines->Model().submit());
+  QTest::keyClick(lines, Qt::Key_Insert);
+  Settle();
+  Go(lines, 1, "sifra");
+  Type(lines, "demo", false);
+  person_.WillDo([](QWidget* dialog) {
+    EXPECT_EQ(Line(dialog, "Traži")->text(), "demo");
+    QTest::keyClick(Line(dialog, "Traži"), Qt::Key_Return);
+  });
+  QTest::keyClick(lines->viewport()->findChild<QLineEdit*>(), Qt::Key_F4);
+  Settle();
+  EXPECT_EQ(person_.read.back(), "Artikli");
+  EXPECT_THAT(FromQt(Cell(lines, 1, "naziv")), testing::HasSubstr("emo"));
 }
 
 }  // namespace
