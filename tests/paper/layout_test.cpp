@@ -107,12 +107,16 @@ TEST_F(LayoutTest, CarriesTheSumOfTheLinesAbove) {
   const DocumentPage page = MakePage(Store(DocumentKindByName("racun-usluga"), 200), paper_);
   const LaidDocument laid = LaidA4(page);
   ASSERT_GE(laid.sheets.size(), 3U);
+  ASSERT_LE(laid.sheets.size(), 20U);
   const PageTable& table = page.tables.front();
   std::vector<Currency> sums(table.sums.size());
   std::size_t row = 0;
   for (std::size_t sheet = 0; sheet + 1 < laid.sheets.size(); ++sheet) {
     const auto carried = RowOf(laid.sheets[sheet], "Za prijenos");
     if (carried.empty()) break;
+    for (const LaidText& text : laid.sheets[sheet].texts) {
+      EXPECT_TRUE(text.style.bold || text.text.empty() || text.text != carried.back()) << text.text;
+    }
     const auto on_sheet = [&](const std::string& name) {
       const auto& texts = laid.sheets[sheet].texts;
       return std::any_of(texts.begin(), texts.end(), [&](const LaidText& text) { return text.text == name; });

@@ -2,6 +2,13 @@
 
 #include <gtest/gtest.h>
 
+// What jpeglib.h needs before it.
+#include <cstdio>
+//
+#include <jpeglib.h>
+
+#include <array>
+#include <cstdlib>
 #include <random>
 
 #include "mox/foundation/error.h"
@@ -42,6 +49,41 @@ std::string FaultOf(std::string_view bytes) {
     return {};
   } catch (const Error& error) {
     return error.what();
+  }
+}
+
+// A picture of one pixel of cyan, magenta, yellow and black, by a program that notes itself or does not.
+std::string JpegOfInks(std::array<JSAMPLE, 4> inks, bool is_noted) {
+  jpeg_error_mgr errors{};
+  jpeg_compress_struct made{};
+  made.err = ::jpeg_std_error(&errors);
+  jpeg_create_compress(&made);
+  unsigned char* bytes = nullptr;
+  unsigned long size = 0;  // NOLINT: as libjpeg has it
+  ::jpeg_mem_dest(&made, &bytes, &size);
+  made.image_width = made.image_height = 1;
+  made.input_components = 4;
+  made.in_color_space = JCS_CMYK;
+  ::jpeg_set_defaults(&made);
+  ::jpeg_set_quality(&made, 100, TRUE);
+  made.write_Adobe_marker = is_noted ? TRUE : FALSE;
+  ::jpeg_start_compress(&made, TRUE);
+  JSAMPROW row = inks.data();
+  ::jpeg_write_scanlines(&made, &row, 1);
+  ::jpeg_finish_compress(&made);
+  std::string text(reinterpret_cast<const char*>(bytes), size);
+  ::jpeg_destroy_compress(&made);
+  std::free(bytes);  // NOLINT: libjpeg took it
+  return text;
+}
+
+TEST(PictureTest, MixesInks) {
+  for (const std::string& red : {JpegOfInks({255, 0, 0, 255}, true), JpegOfInks({0, 255, 255, 0}, false)}) {
+    const Picture picture = DecodePicture(red);
+    ASSERT_EQ(picture.pixels.size(), 4U);
+    EXPECT_GT(picture.pixels[0], 250);
+    EXPECT_LT(picture.pixels[1] + picture.pixels[2], 10);
+    EXPECT_EQ(picture.pixels[3], 255);
   }
 }
 
