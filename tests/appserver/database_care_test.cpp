@@ -35,7 +35,7 @@ std::int64_t Count(const std::string& path, const std::string& from) {
 
 class DatabaseCare : public ScratchFile {
  protected:
-  std::string InFolder(const char* name) const { return (folder_ / name).string(); }
+  std::string InFolder(const char* name) const { return folder_ / name; }
   void Restore(const std::string& copy) const { Database(copy, Database::Access::kReadOnly).Restore(path_); }
 };
 
@@ -193,7 +193,7 @@ TEST_P(DatabaseCheck, CopiesHoldAllRows) {
     database.Execute("DELETE FROM mjesto WHERE ptt = '10410'");
   }
   const std::string contents = Contents(path_);
-  const std::string copy = (folder_ / "kopija.db").string();
+  const std::string copy = folder_ / "kopija.db";
   Database(path_, Database::Access::kReadOnly).BackUp(copy);
   EXPECT_TRUE(Contents(copy) == contents);
   EXPECT_THROW(Database(path_, Database::Access::kReadOnly).BackUp(copy), DatabaseError);

@@ -181,7 +181,7 @@ TEST_P(DatabaseTest, FoldsAsItsSqlDoes) {
 // Each row damages the file and tells what opening or checking it says.
 TEST_F(DatabaseFileTest, RefusesWhatItCannotTrust) {
   const std::string bytes = ReadWholeFile(path_);
-  const std::string path = (folder_ / "f.db").string();
+  const std::string path = folder_ / "f.db";
   ExpectTables("refused_files",
                {{"files",
                  [&](const Words& row) {
@@ -193,7 +193,7 @@ TEST_F(DatabaseFileTest, RefusesWhatItCannotTrust) {
                    fs::remove(path);
                    if (row[0] != "missing") ReplaceFile(path, damaged);
                    try {
-                     Database database(row[0] == "folder" ? folder_.string() : path,
+                     Database database(row[0] == "folder" ? folder_.path().string() : path,
                                        Database::Access::kReadOnly);
                      database.Check();
                    } catch (const DatabaseError& error) {
@@ -218,7 +218,7 @@ TEST_F(DatabaseFileTest, CreatesWholeFilesOrNone) {
   EXPECT_THROW(Database::Create(path_), DatabaseError);
   EXPECT_EQ(ReadWholeFile(path_), before);
 
-  const std::string path = (folder_ / "puna.db").string();
+  const std::string path = folder_ / "puna.db";
   const auto limit_and_create = [&] {
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{100'000, 100'000};
@@ -232,13 +232,13 @@ TEST_F(DatabaseFileTest, CreatesWholeFilesOrNone) {
     std::exit(0);
   };
   EXPECT_EXIT(limit_and_create(), testing::ExitedWithCode(1), "");
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 1);  // the one database
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 1);  // the one database
 }
 
 // A user who may not write the folder, with and without a log that is left over, and a disk that takes
 // nothing.
 TEST_F(DatabaseFileTest, IsReadWhereNothingCanBeWritten) {
-  const std::string left = (folder_ / "ostatak.db").string();
+  const std::string left = folder_ / "ostatak.db";
   {
     Database database(path_);
     database.Execute("INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')");
@@ -248,7 +248,7 @@ TEST_F(DatabaseFileTest, IsReadWhereNothingCanBeWritten) {
     }
   }
   fs::permissions(path_, fs::perms(0666));
-  const std::string secret = (folder_ / "tajno.db").string();
+  const std::string secret = folder_ / "tajno.db";
   fs::copy_file(path_, secret);
   fs::permissions(secret, fs::perms(0000));
   const auto can_be_read = [](const std::string& path) {
@@ -273,10 +273,10 @@ TEST_F(DatabaseFileTest, IsReadWhereNothingCanBeWritten) {
     ::setrlimit(RLIMIT_FSIZE, &limit);
     std::exit(can_be_read(path_) && can_be_read(left) ? 0 : 1);
   };
-  fs::permissions(folder_, fs::perms(0555));
+  fs::permissions(folder_.path(), fs::perms(0555));
   EXPECT_EXIT(as_ordinary_user(), testing::ExitedWithCode(0),
               "^/.*tajno.db: this user may not read the file");
-  fs::permissions(folder_, fs::perms(0755));
+  fs::permissions(folder_.path(), fs::perms(0755));
   EXPECT_EXIT(on_a_full_disk(), testing::ExitedWithCode(0), "");
 }
 
@@ -305,7 +305,7 @@ TEST_F(DatabaseFileTest, SaysWhyItCannotWrite) {
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{200'000, 200'000};
     ::setrlimit(RLIMIT_FSIZE, &limit);
-    const std::string copy = (folder_ / "kopija.db").string();
+    const std::string copy = folder_ / "kopija.db";
     const std::string told = message(database);
     try {
       database.BackUp(copy);

@@ -1,44 +1,33 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <string>
 
 #include "appserver/database.h"
 #include "tests/fakes/postgresql_server.h"
+#include "tests/fakes/scratch_folder.h"
 
 namespace mox {
 
 /// A folder of its own with a new company database in it, for what is about files.
 class ScratchFile : public testing::Test {
  protected:
-  ScratchFile() {
-    std::string name = testing::TempDir() + "mox_database_XXXXXX";
-    folder_ = ::mkdtemp(name.data());
-    path_ = (folder_ / "tvrtka \"č\" = 1%.db").string();
-    Database::Create(path_, WithDemo::kYes);
-  }
-  ~ScratchFile() override { std::filesystem::remove_all(folder_); }
+  ScratchFile() { Database::Create(path_, WithDemo::kYes); }
 
-  std::filesystem::path folder_;
-  std::string path_;
+  ScratchFolder folder_;
+  std::string path_ = folder_ / "tvrtka \"č\" = 1%.db";
 };
 
 /// The same for what each engine must do: the new database is in the folder, or a company on a server.
 class ScratchDatabase : public testing::TestWithParam<DatabaseLocation::Kind> {
  protected:
   ScratchDatabase() {
-    std::string name = testing::TempDir() + "mox_database_XXXXXX";
-    folder_ = ::mkdtemp(name.data());
-    path_ = (folder_ / "tvrtka \"č\" = 1%.db").string();
     if (IsPostgresql()) path_ = PostgresqlServer::NewCompany().ToString();
     Database::Create(path_, WithDemo::kYes);
   }
   ~ScratchDatabase() override {
     if (IsPostgresql()) PostgresqlServer::Drop(path_);
-    std::filesystem::remove_all(folder_);
   }
 
   static bool IsPostgresql() { return GetParam() == DatabaseLocation::Kind::kPostgresql; }
@@ -63,8 +52,8 @@ class ScratchDatabase : public testing::TestWithParam<DatabaseLocation::Kind> {
     if (IsPostgresql()) PostgresqlServer::GiveNextKeys(path_);
   }
 
-  std::filesystem::path folder_;
-  std::string path_;  ///< where the database is, a file or an address
+  ScratchFolder folder_;
+  std::string path_ = folder_ / "tvrtka \"č\" = 1%.db";  ///< where the database is, a file or an address
 };
 
 inline auto EveryEngine() {

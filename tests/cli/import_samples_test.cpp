@@ -1,10 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -17,6 +15,7 @@
 #include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
 #include "tests/fakes/recording_host.h"
+#include "tests/fakes/scratch_folder.h"
 #include "tests/foundation/case_file.h"
 #include "tests/source_dir.h"
 
@@ -185,8 +184,8 @@ class ImportSamples : public testing::TestWithParam<std::string> {};
 // Where two programs import the sheet at once and values must be new, the later one is refused with the
 // rows. In the end all imports are taken back, the last one first, and the database is as it was.
 TEST_P(ImportSamples, AreStoredAsTheSheetSays) {
-  const std::string path = testing::TempDir() + "mox_import_samples_" + GetParam() + Text(::getpid()) + ".db";
-  std::filesystem::remove(path);
+  const ScratchFolder folder;
+  const std::string path = folder / "tvrtka.db";
   const bool by_hand = GetParam() == "codebooks";
   const std::string form = by_hand ? "tsv" : GetParam();
   Database::Create(path, by_hand ? WithDemo::kNo : WithDemo::kYes);
@@ -233,15 +232,13 @@ TEST_P(ImportSamples, AreStoredAsTheSheetSays) {
         << err.str();
   }
   EXPECT_EQ(Dump(path), empty);
-  std::filesystem::remove(path);
 }
 
 // A wrong sheet gives a fault for nearly every cell: the first are shown, all are counted, and the file has
 // them whole, longer than the grid's fault text is.
 TEST(ImportFaults, OfLargeSheetsAreShownInPartAndWrittenWhole) {
-  const std::string folder = testing::TempDir() + "mox_import_faults_" + Text(::getpid()) + "/";
-  std::filesystem::remove_all(folder);
-  std::filesystem::create_directories(folder);
+  const ScratchFolder scratch;
+  const std::string folder = scratch / "";
   Database::Create(folder + "tvrtka.db");
   std::ofstream sheet(folder + "list.tsv");
   const std::string place(90, 'x');
@@ -273,7 +270,6 @@ TEST(ImportFaults, OfLargeSheetsAreShownInPartAndWrittenWhole) {
               1);
     EXPECT_EQ(refusal.str(), "mox: " + folder + "cijev: is a pipe and not a file\n") << option;
   }
-  std::filesystem::remove_all(folder);
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, ImportSamples, testing::Values("tsv", "xlsx", "codebooks"),

@@ -1,7 +1,6 @@
 #include "cli/run.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -58,9 +57,8 @@ TEST(Run, EndsQuietlyWhereNobodyReads) {
 
 // A second attempt of the same key answers what the first one stored.
 TEST(Run, TellsWhatWasStoredWhenItsResultCannotBeWritten) {
-  const std::string folder = testing::TempDir() + "mox_run_" + std::to_string(::getpid());
-  std::filesystem::create_directory(folder);
-  const std::string database = folder + "/tvrtka.db";
+  const ScratchFolder folder;
+  const std::string database = folder / "tvrtka.db";
   ASSERT_EQ(RunWith({"db", "init", database}).status, 0);
   const std::string lines = "kolicina,pc,rbp1,rbp2,rbp3,tbr_stp,pov_nak\n1,8,0,0,0,25,0\n";
   const auto store = [&](const std::string& input, std::ostream& out, const std::string& kind) {
@@ -85,7 +83,6 @@ TEST(Run, TellsWhatWasStoredWhenItsResultCannotBeWritten) {
       "mox: DokumentInsert: Zaglavlje: row 1: kljuc: \"1\" is the key of another document, "
       "gotovinski-racun 1/2024 (id 1)\n";
   EXPECT_EQ(store(lines + "1,8,0,0,0,25,0\n", out, "gotovinski-racun"), refused);
-  std::filesystem::remove_all(folder);
 }
 
 TEST(Run, FailsWhenStandardInputCannotBeRead) {

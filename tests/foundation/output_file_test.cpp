@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/files.h"
+#include "tests/fakes/scratch_folder.h"
 
 namespace mox {
 namespace {
@@ -20,9 +20,7 @@ constexpr OutputKind kList = {"a list", [](std::string_view text) { return text.
 class OutputFilesTest : public testing::Test {
  protected:
   OutputFilesTest() {
-    std::string name = testing::TempDir() + "mox_output_XXXXXX";
-    folder_ = ::mkdtemp(name.data());
-    fs::current_path(folder_);
+    fs::current_path(folder_.path());
     for (const auto& [file, text] : {std::pair("baza.db", "SQLite format 3"),
                                      {"druga.db", "SQLite format 3"},
                                      {"ulaz.csv", "list of rows"},
@@ -41,12 +39,9 @@ class OutputFilesTest : public testing::Test {
     files_.Keep("ulaz.csv", "the sheet");
     files_.Keep("jos_nema.ini", "the settings file");
   }
-  ~OutputFilesTest() override {
-    fs::current_path("/");
-    fs::remove_all(folder_);
-  }
+  ~OutputFilesTest() override { fs::current_path("/"); }
 
-  fs::path folder_;
+  ScratchFolder folder_;
   OutputFiles files_;
 };
 

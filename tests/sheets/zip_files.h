@@ -1,14 +1,13 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 #include <zip.h>
 
-#include <filesystem>
 #include <map>
 #include <string>
 
 #include "mox/foundation/files.h"
+#include "tests/fakes/scratch_folder.h"
 
 namespace mox {
 
@@ -21,8 +20,8 @@ struct ZipWish {
 
 /// The bytes of a zip file of these parts.
 inline std::string Zip(const Parts& parts, const ZipWish& wish = {}) {
-  const std::string path = testing::TempDir() + "mox_sheets_test_" + std::to_string(::getpid()) + ".zip";
-  std::filesystem::remove(path);
+  const ScratchFolder folder;
+  const std::string path = folder / "parts.zip";
   zip_t* const archive = zip_open(path.c_str(), ZIP_CREATE, nullptr);
   for (const auto& [name, bytes] : parts) {
     zip_source_t* const source = zip_source_buffer(archive, bytes.data(), bytes.size(), 0);
@@ -33,9 +32,7 @@ inline std::string Zip(const Parts& parts, const ZipWish& wish = {}) {
     if (wish.password != nullptr) zip_file_set_encryption(archive, part, ZIP_EM_TRAD_PKWARE, wish.password);
   }
   EXPECT_EQ(zip_close(archive), 0);
-  std::string bytes = ReadWholeFile(path);
-  std::filesystem::remove(path);
-  return bytes;
+  return ReadWholeFile(path);
 }
 
 }  // namespace mox
