@@ -69,81 +69,88 @@ std::string AfterWriting(RecordSet& records, const std::function<std::string()>&
   return said + Show(records);
 }
 
+// FIELDS ROWS KEYS SUMS
+std::string Grouped(const Words& row) {
+  RecordSet records = Parse(row[0], row[1]);
+  records.Edit();  // pending, and still so afterwards
+  records.SetNull(0);
+  RecordSet grouped = GroupRecords(records, Views(Split(row[2], ',')), Views(Split(row[3], ',')), "broj");
+  EXPECT_EQ(records.State(), DataSetState::kEdit);
+  EXPECT_EQ(grouped.Position(), 0U);
+  return Show(grouped);
+}
+
+// FIELDS ROWS FIELD
+std::string Summed(const Words& row) {
+  RecordSet sum("sum");
+  const RecordSet records = Parse(row[0], row[1]);
+  sum.DefineField("sum", records.Definition(*records.FindFieldIndex(row[2])).kind);
+  sum.Open();
+  sum.AppendRecord({SumField(records, row[2])});
+  return sum.AsText(0);
+}
+
+// FIELDS ROWS FIELDS ROWS KEYS [FILTER]; with one on k, how many records it shows then
+std::string Synchronised(const Words& row) {
+  RecordSet records = Parse(row[0], row[1]);
+  const RecordSet other = Parse(row[2], row[3]);
+  const std::string before = records.SaveToString();
+  if (row.size() > 5) records.SetFilter("k like '" + row[5] + "'");
+  records.SetFiltered(row.size() > 5);
+  try {
+    return AfterWriting(records, [&] {
+      const auto [inserted, changed, removed] = SynchroniseRecords(records, other, Views(Split(row[4], ',')));
+      std::string shows;
+      if (records.IsFiltered()) {
+        shows = "(" + std::to_string(records.RecordCount()) + ") ";
+        records.SetFiltered(false);
+      }
+      return "+" + std::to_string(inserted) + " *" + std::to_string(changed) + " -" +
+             std::to_string(removed) + " " + shows;
+    });
+  } catch (const Error&) {
+    EXPECT_EQ(records.SaveToString(), before);
+    throw;
+  }
+}
+
+// FIELDS ROWS FILTER FIELD [FIRST]; the filter is on k
+std::string Renumbered(const Words& row) {
+  RecordSet records = Parse(row[0], row[1]);
+  if (!row[2].empty()) records.SetFilter("k like '" + row[2] + "'");
+  records.SetFiltered(!row[2].empty());
+  return AfterWriting(records, [&] {
+    if (row.size() == 4) {
+      RenumberField(records, row[3]);
+    } else {
+      RenumberField(records, row[3], std::stoi(row[4]));
+    }
+    records.SetFiltered(false);
+    return std::string();
+  });
+}
+
+// FIELDS ROWS FIELD=VALUE...
+std::string WithDefaults(const Words& row) {
+  RecordSet records = Parse(row[0], row[1]);
+  std::vector<std::vector<std::string>> words;
+  for (std::size_t i = 2; i < row.size(); ++i) words.push_back(Split(row[i], '='));
+  std::vector<std::pair<std::string_view, Value>> defaults;
+  for (const auto& word : words) defaults.emplace_back(word.at(0), word.at(1));
+  return AfterWriting(records, [&] {
+    FillDefaults(records, defaults);
+    return std::string();
+  });
+}
+
 TEST(RecordTools, AnswersTables) {
   ExpectTables(
       "record_tools",
-      {{"group",  // FIELDS ROWS KEYS SUMS
-        [](const Words& row) {
-          RecordSet records = Parse(row[0], row[1]);
-          records.Edit();  // pending, and still so afterwards
-          records.SetNull(0);
-          RecordSet grouped =
-              GroupRecords(records, Views(Split(row[2], ',')), Views(Split(row[3], ',')), "broj");
-          EXPECT_EQ(records.State(), DataSetState::kEdit);
-          EXPECT_EQ(grouped.Position(), 0U);
-          return Show(grouped);
-        }},
-       {"sum",
-        [](const Words& row) {
-          RecordSet sum("sum");
-          const RecordSet records = Parse(row[0], row[1]);
-          sum.DefineField("sum", records.Definition(*records.FindFieldIndex(row[2])).kind);
-          sum.Open();
-          sum.AppendRecord({SumField(records, row[2])});
-          return sum.AsText(0);
-        }},
-       {"synchronise",  // FIELDS ROWS FIELDS ROWS KEYS [FILTER]; with one on k, how many records it shows
-                        // then
-        [](const Words& row) {
-          RecordSet records = Parse(row[0], row[1]);
-          const RecordSet other = Parse(row[2], row[3]);
-          const std::string before = records.SaveToString();
-          if (row.size() > 5) records.SetFilter("k like '" + row[5] + "'");
-          records.SetFiltered(row.size() > 5);
-          try {
-            return AfterWriting(records, [&] {
-              const auto [inserted, changed, removed] =
-                  SynchroniseRecords(records, other, Views(Split(row[4], ',')));
-              std::string shows;
-              if (records.IsFiltered()) {
-                shows = "(" + std::to_string(records.RecordCount()) + ") ";
-                records.SetFiltered(false);
-              }
-              return "+" + std::to_string(inserted) + " *" + std::to_string(changed) + " -" +
-                     std::to_string(removed) + " " + shows;
-            });
-          } catch (const Error&) {
-            EXPECT_EQ(records.SaveToString(), before);
-            throw;
-          }
-        }},
-       {"renumber",  // FIELDS ROWS FILTER FIELD [FIRST]; the filter is on k
-        [](const Words& row) {
-          RecordSet records = Parse(row[0], row[1]);
-          if (!row[2].empty()) records.SetFilter("k like '" + row[2] + "'");
-          records.SetFiltered(!row[2].empty());
-          return AfterWriting(records, [&] {
-            if (row.size() == 4) {
-              RenumberField(records, row[3]);
-            } else {
-              RenumberField(records, row[3], std::stoi(row[4]));
-            }
-            records.SetFiltered(false);
-            return std::string();
-          });
-        }},
-       {"defaults",  // FIELDS ROWS FIELD=VALUE...
-        [](const Words& row) {
-          RecordSet records = Parse(row[0], row[1]);
-          std::vector<std::vector<std::string>> words;
-          for (std::size_t i = 2; i < row.size(); ++i) words.push_back(Split(row[i], '='));
-          std::vector<std::pair<std::string_view, Value>> defaults;
-          for (const auto& word : words) defaults.emplace_back(word.at(0), word.at(1));
-          return AfterWriting(records, [&] {
-            FillDefaults(records, defaults);
-            return std::string();
-          });
-        }},
+      {{"group", Grouped},
+       {"sum", Summed},
+       {"synchronise", Synchronised},
+       {"renumber", Renumbered},
+       {"defaults", WithDefaults},
        {"next number",
         [](const Words& row) { return std::to_string(NextNumber(Parse("k:integer", row[0]), "K")); }},
        {"next code", [](const Words& row) { return NextCode(row[0]); }},

@@ -1,0 +1,96 @@
+#!/usr/bin/env python3
+"""Measures functions: functions.py [ROOT]. Prints a line for each of 70 lines or more.
+
+A function is what stands in braces in a namespace or a class and is neither; a test is one too, and lambdas are part of
+what they stand in. Its length is how many lines with statements it has. Texts do not count, nor do rows of tables (what
+stands in braces that are no block), blank lines and comments.
+"""
+
+import re
+import sys
+from pathlib import Path
+
+UNDER = 70
+FOLDERS = "mox appserver sender sheets connect moxd paper desktop symbols cli tests bench fuzz".split()
+# Longer ones: courses of events whose later steps rest on the earlier ones.
+EXCEPTIONS = {
+    ("tests/moxd/accounts_test.cpp", "TEST_F(AccountsTest, LetAdministratorsChangeTheUsersOfTheirCompany) {"),
+    ("tests/moxd/move/company_move_test.cpp", "TEST_F(CompanyMoveTest, IsTakenBackAndRefusedWhereTheSidesDiffer) {"),
+}
+
+QUIET = re.compile(
+    r"//[^\n]*|/\*.*?\*/|^[ \t]*#(?:\\\n|[^\n])*"  # comments and directives, then literals
+    r'|R"(?P<mark>\w*)\(.*?\)(?P=mark)"|"(?:\\.|[^"\\\n])*"|(?<!\w)\'(?:\\.|[^\'\\\n])+\'',
+    re.S | re.M,
+)
+LABEL = re.compile(r"\s*(?:(?:public|private|protected)\s*:\s*)*")
+SCOPE = re.compile(r"\b(?:namespace|class|struct|union|enum)\b[^()=]*$")
+BLOCK = re.compile(r"(?:[)\]:]|\b(?:else|do|try|const|noexcept|override|final|mutable|&|&&)|->[^{}()]*)$")
+TEXT_ALONE = re.compile(r'[\s,;+(){}<]*""[\s",;+(){}<]*')
+
+
+def quiet(text):
+    """The text with empty literals and without comments and directives, on the same lines."""
+    return QUIET.sub(lambda found: ('""' if found[0][0] in "R\"'" else "") + "\n" * found[0].count("\n"), text)
+
+
+def kind_of(head, around):
+    """What a brace opens: a scope of declarations, the body of a function, a block in one, or a table."""
+    in_scope = around == "scope"
+    if SCOPE.search(head):
+        return "scope" if in_scope else "block"
+    if BLOCK.search(head) or (not head and around != "table"):
+        return "body" if in_scope else "block"
+    return "table"
+
+
+def functions_of(text):
+    """The first line, the beginning and the length of each function."""
+    text = quiet(text)
+    lines = text.split("\n")
+    code = [""] * len(lines)  # of each line what stands in blocks
+    kinds, heads, head, line, first = ["scope"], [], 0, 0, 0  # heads: where what opens the braces begins
+    for at, sign in enumerate(text):
+        if sign == "\n":
+            line += 1
+        elif kinds[-1] in ("body", "block"):
+            code[line] += sign
+        if sign == "{":
+            begin = LABEL.match(text, head).end()
+            kinds.append(kind_of(text[begin:at].rstrip(), kinds[-1]))
+            heads.append(head)
+            if kinds[-1] == "body":
+                first = line - text.count("\n", begin, at)
+                code[first:line + 1] = lines[first:line + 1]
+        if sign in "{};":
+            head = at + 1
+        if sign == "}" and heads:
+            kind, begin = kinds.pop(), heads.pop()
+            if kind == "table":
+                head = begin  # it is a part of what began before it
+            elif kind == "body":
+                counted = [one for one in code[first:line + 1] if one.strip() and not TEXT_ALONE.fullmatch(one)]
+                yield first + 1, lines[first].strip(), len(counted)
+
+
+def check(root):
+    faults, missed = [], set(EXCEPTIONS)
+    for folder in FOLDERS:
+        for path in sorted((root / folder).rglob("*")):
+            if path.suffix not in (".cpp", ".h"):
+                continue
+            name = path.relative_to(root).as_posix()
+            for line, begin, length in functions_of(path.read_text()):
+                if length < UNDER:
+                    continue
+                if (name, begin) in EXCEPTIONS:
+                    missed.discard((name, begin))
+                else:
+                    faults.append(f"{name}:{line}: {length} lines with statements: {begin}")
+    return faults + [f"{name}: is no exception any more: {begin}" for name, begin in sorted(missed) if (root / name).exists()]
+
+
+if __name__ == "__main__":
+    found = check(Path(sys.argv[1] if len(sys.argv) > 1 else "."))
+    print("\n".join(found), end="\n" if found else "")
+    sys.exit(1 if found else 0)
