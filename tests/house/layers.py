@@ -17,6 +17,8 @@ SYSTEM_HOMES = ("mox/host/posix/", "mox/host/windows/", "mox/foundation/files.cp
 # Libraries that are not ours, by the beginning of their headers' names.
 HOMES = {
     "soci/": ("appserver/",),
+    "libpq": ("appserver/",),
+    "sqlite3.h": ("appserver/",),
     "boost/": ("moxd/http_server.cpp",),
     "curl/": ("sender/", "connect/http_client.cpp", "paper/mail.cpp"),
     "cairo": ("paper/",),

@@ -35,6 +35,8 @@ SPOILED = [
     ("mox/host/posix/platform.cpp", "#include <soci/soci.h>\n",
      "mox/host/posix/platform.cpp:1: mox/ needs the standard library only, not <soci/soci.h>"),
     ("program/main.cpp", "#include <soci/soci.h>\n", "program/main.cpp:1: <soci/soci.h> is known in appserver/ alone"),
+    ("program/main.cpp", "#include <libpq-fe.h>\n", "program/main.cpp:1: <libpq-fe.h> is known in appserver/ alone"),
+    ("program/main.cpp", "#include <sqlite3.h>\n", "program/main.cpp:1: <sqlite3.h> is known in appserver/ alone"),
     ("mox/low/low.h", "#include <QString>\n", "mox/low/low.h:1: mox/ needs the standard library only, not <QString>"),
     ("program/main.cpp", "#include <zip.h>\n", "program/main.cpp:1: <zip.h> is known in sheets/ alone"),
     ("program/main.cpp", '#include "mox/host/a.h"\n', "program/main.cpp:1: program may not include mox/host"),
