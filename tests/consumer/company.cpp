@@ -13,11 +13,15 @@ int main() {
   mox::Document invoice("gotovinski-racun");
   mox::RecordSet& goods = *invoice.Goods();
   goods.Append();
+  goods.FieldByName("naziv").SetText("Vijak M3");
   goods.Set(mox::field::kolicina, 3);
   goods.Set(mox::field::pc, mox::Currency::Parse("0.99"));
   goods.Set(mox::field::tbr_stp, 25);
   goods.Post();
   if (!invoice.Store()) return 1;
+  for (const mox::RecordRow& line : goods.Rows()) {
+    std::cout << line.AsText(line.IndexOf("naziv")) << ": " << line[mox::field::ukupno].ToString() << "\n";
+  }
   mox::RecordSet& taxes = *invoice.Recapitulation();
   std::cout << "base " << taxes[mox::field::osnovica].ToString() << ", tax "
             << taxes[mox::field::porez].ToString() << ", to be paid " << invoice.ToBePaid()->ToString()

@@ -20,6 +20,9 @@ int main() {
   goods.Post();
   invoice.Recapitulate();
 
+  for (const mox::RecordRow& line : goods.Rows()) {
+    std::cout << line.AsText(line.IndexOf("naziv")) << ": " << line[mox::field::ukupno].ToString() << "\n";
+  }
   mox::RecordSet& taxes = *invoice.Recapitulation();                // a row for each rate
   std::cout << "base " << taxes[mox::field::osnovica].ToString()    // 2.98
             << ", tax " << taxes[mox::field::porez].ToString()      // 0.74
