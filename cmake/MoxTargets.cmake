@@ -25,18 +25,32 @@ function(mox_library name)
   set_property(GLOBAL APPEND PROPERTY MOX_LIBRARIES ${target})
 endfunction()
 
-# mox_test(NAME LIBRARIES LIBRARY...)
+# mox_test(NAME LIBRARIES LIBRARY... [THREADS LIBRARY...])
 #
-# The test program `mox_NAME_test` of the current folder's sources; each of its tests is one of ctest's, named NAME.*. Those
-# that end with "postgresql" get the server that ctest starts for all of them.
+# The test program `mox_NAME_test` of the current folder's sources; those that end with threads_test.cpp are a program of
+# their own, `mox_NAME_threads_test`, which the thread sanitizer builds alone, with the libraries of THREADS where these are fewer. Each
+# of their tests is one of ctest's, named NAME.*. Those that end with "postgresql" get the server that ctest starts for all of them.
 function(mox_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LIBRARIES;THREADS")
+  if(NOT arg_THREADS)
+    set(arg_THREADS ${arg_LIBRARIES})
+  endif()
   file(GLOB sources CONFIGURE_DEPENDS *.cpp)
+  set(threads_sources ${sources})
+  list(FILTER threads_sources INCLUDE REGEX "threads_test\\.cpp$")
+  list(FILTER sources EXCLUDE REGEX "threads_test\\.cpp$")
 
-  set(target mox_${name}_test)
+  _mox_test_program(${name} mox_${name}_test "${sources}" "${arg_LIBRARIES}")
+  if(threads_sources)
+    _mox_test_program(${name} mox_${name}_threads_test "${threads_sources}" "${arg_THREADS}")
+    add_dependencies(mox_thread_tests mox_${name}_threads_test)
+  endif()
+endfunction()
+
+function(_mox_test_program name target sources libraries)
   add_executable(${target} ${sources})
   mox_compile_options(${target})
-  target_link_libraries(${target} PRIVATE ${arg_LIBRARIES} mox_test_source_dir GTest::gmock GTest::gtest_main)
+  target_link_libraries(${target} PRIVATE ${libraries} mox_test_source_dir GTest::gmock GTest::gtest_main)
   gtest_discover_tests(
     ${target} TEST_PREFIX ${name}. TEST_FILTER -*postgresql DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120
   )
@@ -44,7 +58,4 @@ function(mox_test name)
     ${target} TEST_PREFIX ${name}. TEST_FILTER *postgresql DISCOVERY_TIMEOUT 60
     PROPERTIES TIMEOUT 120 FIXTURES_REQUIRED postgresql ENVIRONMENT MOX_TEST_POSTGRESQL=${MOX_POSTGRESQL_SERVER}
   )
-  if("${CMAKE_CURRENT_SOURCE_DIR}/threads_test.cpp" IN_LIST sources)
-    add_dependencies(mox_thread_tests ${target})
-  endif()
 endfunction()

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <random>
-#include <thread>
 
 #include "appserver/company_server.h"
 #include "appserver/fold.h"
@@ -115,31 +114,6 @@ TEST_P(CodebookTest, TakesNothingAwayThatIsNamed) {
     keys.AppendRecord({std::string(row.key)});
     EXPECT_THAT(Write("KatalogBrisanje", keys), testing::EndsWith(row.answer)) << row.codebook;
   }
-}
-
-// Several programs add partners at once: no code is given twice, none is left out, no number comes twice.
-TEST_P(CodebookTest, NumbersPartnersOfSeveralProgramsOn) {
-  const auto add = [this](int program) {
-    CompanyServer own{Database(path_)};
-    for (int i = 0; i < 20; ++i) {
-      RecordSet partner("partneri");
-      partner.DefineField("naziv", FieldKind::kText);
-      partner.Open();
-      partner.AppendRecord({std::to_string(program) + "/" + std::to_string(i)});
-      const RecordSet* const sets[] = {&partner};
-      own.WriteDataService(WriteRequest("KatalogUpis", sets));
-      EXPECT_TRUE(own.LastWrite().committed);
-    }
-  };
-  std::thread first(add, 1);
-  std::thread second(add, 2);
-  first.join();
-  second.join();
-  RecordSet rows = Read(*FindCodebook("partneri"));
-  EXPECT_EQ(rows.RecordCount(), 42U);
-  int code = 0;
-  for (rows.First(); !rows.Eof(); rows.Next())
-    EXPECT_EQ(rows.FieldByName("sifra").AsText(), std::to_string(++code));
 }
 
 // What a part of a text finds is what reading every text of every row finds: rows that the index has, rows

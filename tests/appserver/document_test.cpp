@@ -1,9 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <thread>
-#include <vector>
-
 #include "appserver/company_server.h"
 #include "appserver/connection.h"
 #include "appserver/database_check.h"
@@ -13,7 +9,7 @@
 #include "mox/foundation/text.h"
 #include "mox/host/memory_settings.h"
 #include "mox/server/transactions.h"
-#include "tests/appserver/scratch_database.h"
+#include "tests/appserver/document_fixture.h"
 
 namespace mox {
 namespace {
@@ -33,103 +29,6 @@ class AnsweringDialogs : public AppDialogs {
  private:
   int answer_;
 };
-
-class DocumentTest : public ScratchDatabase {
- protected:
-  // The id of a pro-forma invoice of one line.
-  std::int64_t StoreDocument(CompanyServer& server) {
-    MemorySettings settings;
-    const ScopedApp app({.ini = &settings, .comunication = &server});
-    Document document("predracun");
-    document.SetHeader("datum", *MakeDate(2024, 3, 1));
-    RecordSet& lines = *document.Goods();
-    lines.Append();
-    for (const auto& [name, value] : {std::pair("kolicina", 1), {"pc", 10}, {"tbr_stp", 25}}) {
-      lines.FieldByName(name).SetFloat(value);
-    }
-    lines.Post();
-    EXPECT_TRUE(document.Store());
-    return server.LastWrite().stored.value().AsInteger(0);
-  }
-
-  // Of 12.50, which partner 1 pays later.
-  static Document Invoice(const Value& due = {}, std::int64_t partner = 1) {
-    Document document("racun-usluga");
-    document.SetHeader("datum", *MakeDate(2024, 3, 1));
-    document.SetHeader("par_id", partner);
-    document.SetHeader("datum_dospijeca", due);
-    RecordSet& lines = *document.Services();
-    lines.Append();
-    for (const auto& [name, value] : {std::pair("kolicina", 1), {"pc", 10}, {"tbr_stp", 25}}) {
-      lines.FieldByName(name).SetFloat(value);
-    }
-    lines.Post();
-    return document;
-  }
-  static bool StoreInvoice(CompanyServer& server, const Value& due = {}, std::int64_t partner = 1) {
-    MemorySettings settings;
-    const ScopedApp app({.ini = &settings, .comunication = &server});
-    return Invoice(due, partner).Store();
-  }
-
-  // How many of them commit, each with a connection of its own, as programs have it, all at the same moment.
-  int CommittedByMany(const auto& commit, int count = 4) const {
-    std::atomic<int> ready = 0;
-    std::atomic<int> committed = 0;
-    std::vector<std::thread> programs;
-    for (int i = 0; i < count; ++i) {
-      programs.emplace_back([&] {
-        CompanyServer program{Database(path_)};
-        for (++ready; ready < count;) std::this_thread::yield();
-        committed += commit(program) ? 1 : 0;
-      });
-    }
-    for (std::thread& program : programs) program.join();
-    return committed;
-  }
-};
-
-TEST_P(DocumentTest, IsCancelledOnceByManyProgramsAtOnce) {
-  CompanyServer server{Database(path_)};
-  const RecordSet header = MakeStornoHeader(StoreDocument(server));
-  const RecordSet* const sets[] = {&header};
-  const TAstaParamList request = WriteRequest("DokumentStorno", sets);
-  EXPECT_EQ(CommittedByMany([&](CompanyServer& program) { return program.WriteDataService(request) != 0; }),
-            1);
-  const RecordSet count = server.database().Query("count", ParseColumns("stornos:integer,sum:currency"),
-                                                  "SELECT COUNT(stornira_id), SUM(ukupno) FROM dok");
-  EXPECT_EQ(count.AsInteger(0), 1);
-  EXPECT_TRUE(count.AsCurrency(1).IsZero());
-  EXPECT_THROW(server.database().Execute("UPDATE dok SET stornira_id = 1 WHERE id = 1"), DatabaseError);
-}
-
-// Two programs see the same balance, and the limit has room for one invoice of 12.50.
-TEST_P(DocumentTest, ACreditLimitIsUsedUpOnce) {
-  Database(path_).Execute("UPDATE par SET limit_duga = 20 WHERE id = 1");
-  EXPECT_EQ(CommittedByMany([](CompanyServer& program) { return StoreInvoice(program); }), 1);
-}
-
-// Also beside documents of other kinds, and where storing is refused after a number was given.
-TEST_P(DocumentTest, NumbersHaveNeitherGapsNorDoublesHoweverManyStore) {
-  Database(path_).Execute("UPDATE par SET limit_duga = 1 WHERE id = 2");
-  const int most = IsPostgresql() ? 64 : 8;
-  const auto store = [this](CompanyServer& program) {
-    StoreDocument(program);
-    EXPECT_FALSE(StoreInvoice(program, {}, 2)) << "beyond the limit";
-    return StoreInvoice(program);
-  };
-  for (const int programs : {8, most}) EXPECT_EQ(CommittedByMany(store, programs), programs);
-  Database database(path_);
-  RecordSet kinds =
-      database.Query("vrste", ParseColumns("vrsta,dokumenata:integer,zadnji:integer"),
-                     "SELECT vrsta, COUNT(*), MAX(broj) FROM dok GROUP BY vrsta ORDER BY vrsta");
-  std::string found;
-  for (const RecordRow& kind : kinds.Rows())
-    found += kind.AsText(0) + kind.AsText(1) + '/' + kind.AsText(2) + ' ';
-  const std::string all = std::to_string(8 + most) + '/' + std::to_string(8 + most) + ' ';
-  EXPECT_EQ(found, "predracun" + all + "racun-usluga" + all);
-  EXPECT_TRUE(FindFaults(database).empty());
-}
 
 // Who agreed did so on figures that another program has changed since.
 TEST_P(DocumentTest, ALeaveHoldsForTheBalanceThatItWasGivenFor) {

@@ -96,7 +96,7 @@ TAstaParamList Link(std::int64_t document) {
   return WriteRequest("UpisParentFieldForVD", sets);
 }
 
-TEST(LostAnswer, IsAskedForUnderTheKeyOfTheWrite) {
+TEST(LostAnswerThreads, IsAskedForUnderTheKeyOfTheWrite) {
   const std::string path = PostgresqlServer::NewCompany().ToString();
   Database::Create(path, WithDemo::kYes);
   const ScratchFolder folder;
