@@ -86,7 +86,7 @@ std::size_t Choose(const std::vector<Sheet>& sheets, const std::string& name, co
 }
 
 bool Holds(ByteSource& source, std::string_view text) {
-  constexpr std::size_t kBlock = 256 * 1024;
+  constexpr std::size_t kBlock = std::size_t{256} * 1024;
   std::string block;
   bool found = false;
   for (std::size_t kept = 0;; kept = std::min(block.size(), text.size() - 1)) {
