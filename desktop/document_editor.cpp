@@ -375,6 +375,29 @@ bool DocumentEditor::TakeAll() {
   return true;
 }
 
+// Lines of a draft were not checked when it was written. The first one that lacks something becomes current.
+bool DocumentEditor::CheckLines() {
+  const auto lacks = [](const RecordSet& lines, std::size_t row) {
+    const RecordRow line = lines.RowAt(row);
+    for (std::size_t i = 0; i < lines.FieldCount(); ++i) {
+      if (lines.Definition(i).required && line.AsText(i).empty()) return true;
+    }
+    const auto quantity = lines.FindFieldIndex("kolicina");
+    return quantity && line.AsFloat(*quantity) == 0;
+  };
+  for (const auto& sheet : sheets_) {
+    for (std::size_t row = 0; row < sheet->lines->RowCount(); ++row) {
+      const auto shown = sheet->model->TableRow(row);
+      if (!shown || !lacks(*sheet->lines, row)) continue;
+      tabs_.setCurrentWidget(sheet->view);
+      sheet->view->setCurrentIndex(sheet->model->index(*shown, 0));
+      sheet->view->setFocus();
+      if (!CheckLine(*sheet->lines)) return false;
+    }
+  }
+  return true;
+}
+
 // What is being typed goes into the document without a question. What does not, for people.
 QString DocumentEditor::TakeTyped() {
   QStringList left;
@@ -422,8 +445,8 @@ bool DocumentEditor::Store() {
     return false;
   }
   SaveDraft();
-  if (!CheckDocument(document_) || CheckStock(document_, WarehouseOf(document_)) || !AgreesWithSupplier() ||
-      !AskForPayment()) {
+  if (!CheckLines() || !CheckDocument(document_) || CheckStock(document_, WarehouseOf(document_)) ||
+      !AgreesWithSupplier() || !AskForPayment()) {
     return false;
   }
   AllowNegativeStock(document_.Header());

@@ -63,6 +63,7 @@ class DocumentEditor : public QWidget, public EditingPage {
   void Recount();
   void ShowTotal();
   bool TakeAll();
+  bool CheckLines();
   QString TakeTyped();
   bool AskForPayment();
   bool SendToServer();

@@ -248,6 +248,12 @@ TEST_F(LostWorkTest, ADocumentIsFoundAgainAsItWasTyped) {
   ASSERT_NE(again, nullptr);
   EXPECT_EQ(Cell(Lines(again), 1, "naziv"), "Stolac");
   EXPECT_EQ(Line(again, "Opis")->text(), "hitno");
+  // The line that was being typed is checked like any other before it is stored.
+  Go(Lines(again), 0, "naziv");
+  Press(again, Qt::Key_F9);
+  EXPECT_FALSE(again->IsStored());
+  EXPECT_THAT(person_.read.back(), HasSubstr("ne smije biti 0"));
+  EXPECT_EQ(Lines(again)->currentIndex().row(), 1);
 
   Fill(Line(again, "Dospijeće"), QStringLiteral("31.2."));
   EXPECT_FALSE(window_->close());
