@@ -13,6 +13,7 @@
 #include <QMimeData>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <functional>
 
 #include "desktop/clipboard_table.h"
 #include "desktop/contrast.h"
@@ -131,7 +132,8 @@ QPushButton* ImportDialog::MakeButton(const FormButton& button, void (TfrmImport
   made->setToolTip(ToQt(button.hint));
   made->setAutoDefault(false);
   buttons_.emplace_back(&button, made);
-  connect(made, &QPushButton::clicked, this, [this, click] { Run([this, click] { (form_.*click)(); }); });
+  connect(made, &QPushButton::clicked, this,
+          [this, click] { Run([this, click] { std::invoke(click, form_); }); });
   return made;
 }
 
