@@ -463,7 +463,8 @@ TEST(ExactModel, SupplierTotals) {
         Give(lines, copy, "tbr_stp", kRates[random.Below(std::ssize(kRates))]);
         lines.Post();
       }
-      const std::string kind = std::vector<std::string>{"UR", "UR", "RU", "OK"}[random.Below(4)];
+      static constexpr const char* kKindsOfSuppliers[] = {"UR", "UR", "RU", "OK"};
+      const std::string kind = kKindsOfSuppliers[random.Below(std::ssize(kKindsOfSuppliers))];
       SupplierTotals(m, copies, bosnian, kind);
       RecordSet header = bosnian ? MakeDocDobavljacaBIH() : MakeDocDobavljaca();
       if (bosnian) {
