@@ -7,7 +7,7 @@
 
 #include "paper/layout.h"
 
-using cairo_t = struct _cairo;
+using cairo_t = struct _cairo;  // NOLINT(bugprone-reserved-identifier): as its library names it
 
 namespace mox {
 
