@@ -112,7 +112,7 @@ void RecordPage::ReadSoon() {
   });
 }
 
-QPushButton* RecordPage::AddButton(const QString& text, std::function<void()> action,
+QPushButton* RecordPage::AddButton(const QString& text, const std::function<void()>& action,
                                    const QKeySequence& key) {
   return AddActionButton(this, buttons_, text, action, key);
 }

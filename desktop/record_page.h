@@ -39,7 +39,8 @@ class RecordPage : public QWidget, public EditingPage {
   void Show(RecordSet answer, const std::vector<std::string_view>& fields);
   /// After a row was stored, which is another one now: reads it anew, unless the next one is being typed.
   void ReadSoon();
-  QPushButton* AddButton(const QString& text, std::function<void()> action, const QKeySequence& key = {});
+  QPushButton* AddButton(const QString& text, const std::function<void()>& action,
+                         const QKeySequence& key = {});
   QHBoxLayout* Filters() { return &filters_; }
   DesktopHost& Host() const { return host_; }
   QBoxLayout& Buttons() { return buttons_; }

@@ -15,7 +15,7 @@
 namespace mox {
 namespace {
 
-constexpr std::int64_t kDay = 24 * 3600;
+constexpr std::int64_t kDay = std::int64_t{24} * 3600;
 constexpr std::int64_t kShortestWait = 2;
 constexpr std::int64_t kUseNotedEach = 60;  // seconds
 

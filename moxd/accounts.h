@@ -24,8 +24,8 @@ struct AccountSettings {
   std::uint64_t password_passes = 2;
   std::size_t password_memory = 64U << 20U;
   /// A token ends so long after its last use, and so long after its log-in whatever its use; seconds.
-  std::int64_t idle_time = 12 * 3600;
-  std::int64_t longest_time = 30 * 24 * 3600;
+  std::int64_t idle_time = std::int64_t{12} * 3600;
+  std::int64_t longest_time = std::int64_t{30} * 24 * 3600;
   /// Failed attempts in a row that cost no waiting. Each further one doubles the wait, from two seconds on to
   /// the longest one. After a day without one they are forgotten; a success forgets those of its account.
   std::int64_t free_attempts_of_account = 5;

@@ -45,7 +45,7 @@ namespace {
 
 // A text of up to 254 bytes has its length in one byte; a longer one has 255 and eight bytes of length.
 constexpr std::size_t kLongMark = 255;
-constexpr std::size_t kLargestBlock = 64 * 1024;
+constexpr std::size_t kLargestBlock = std::size_t{64} * 1024;
 
 }  // namespace
 
@@ -89,6 +89,7 @@ char* TextArena::Reserve(std::size_t footprint) {
 
 std::string_view TextArena::Get(std::uint64_t reference) {
   if (reference == 0) return {};
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): a reference is the address of its text
   const char* const at = reinterpret_cast<const char*>(static_cast<std::uintptr_t>(reference));
   const std::size_t short_size = static_cast<unsigned char>(*at);
   if (short_size < kLongMark) return {at + 1, short_size};

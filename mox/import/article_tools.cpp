@@ -23,6 +23,7 @@ struct Joined {
 void JoinFields(RecordSet& set, const std::vector<Joined>& joins) {
   if (!set.IsActive()) return;
   std::vector<std::array<std::size_t, 3>> columns;
+  columns.reserve(joins.size());
   for (const auto& [field, first, second] : joins) {
     columns.push_back({set.Table().IndexOf(field), set.Table().IndexOf(first), set.Table().IndexOf(second)});
   }

@@ -54,6 +54,7 @@ RecordSet GroupRecords(const RecordSet& records, FieldNames keys, FieldNames sum
   const std::vector<std::size_t> key_fields = FieldIndexes(rows, keys);
   const std::vector<std::size_t> sum_fields = FieldIndexes(rows, sums);
   std::vector<Sum> zeros;
+  zeros.reserve(sum_fields.size());
   for (const std::size_t field : sum_fields) zeros.emplace_back(records.Definition(field));
 
   std::vector<Group> groups;
