@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <list>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -237,7 +238,7 @@ int PrintServeMemory() {
       ServerConnection::LogIn(ServerAddress::Parse(AddressOf(port) + "/demo"), DemoCompany::user(),
                               demo.password(), demo.Settings().tls.certificate);
   const std::string body = TAstaParamList().AsTokenizedString(false);
-  std::vector<HttpClient> clients;
+  std::list<HttpClient> clients;
   std::size_t answered = 0;
   for (std::size_t i = 0; i < kConnections; ++i) {
     clients.emplace_back(AddressOf(port), demo.Settings().tls.certificate);

@@ -212,13 +212,15 @@ std::optional<AccountSession> Accounts::SessionOf(std::string_view token, std::s
     if (!state_->find_session) {
       state_->find_session = database.Prepare(
           kFindSession, {FieldKind::kText, FieldKind::kText, FieldKind::kInteger, FieldKind::kInteger});
+      state_->found_sessions = SessionRows();
     }
     Statement& find = *state_->find_session;
     find.BindText(0, NameKey(company));
     find.BindText(1, DigestOf(token));
     find.Bind(2, now);
     find.Bind(3, now - state_->settings.idle_time);
-    RecordSet rows = SessionRows();
+    RecordSet& rows = state_->found_sessions;
+    rows.Clear();
     find.ExecuteInto(rows);
     if (rows.IsEmpty()) return std::nullopt;
 

@@ -39,6 +39,7 @@ struct Accounts::State {
   std::string by;  // who administers
   std::optional<Database> database;
   std::optional<Statement> find_session;  // of `database`
+  RecordSet found_sessions;               // of the last one who asked
 
   PasswordCost Cost() const { return {settings.password_passes, settings.password_memory}; }
 

@@ -12,7 +12,6 @@
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/ssl.hpp>
 #include <boost/asio/steady_timer.hpp>
-#include <boost/asio/strand.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
@@ -21,9 +20,9 @@
 #include <list>
 #include <mutex>
 #include <set>
-#include <thread>
 
 #include "mox/foundation/error.h"
+#include "moxd/network_threads.h"
 
 namespace mox {
 namespace {
@@ -67,7 +66,7 @@ std::shared_ptr<asio::ssl::context> MakeTls(const TlsFiles& files) {
   return tls;
 }
 
-// A connection as others see it; touched on its own strand alone.
+// A connection as others see it; touched by its loop's thread alone.
 struct Slot {
   asio::any_io_executor executor;
   beast::tcp_stream* stream = nullptr;
@@ -118,7 +117,7 @@ const char* RefusalOf(const beast::error_code& error) {
   return error.category() == make_error_code(http::error::bad_method).category() ? "bad_request" : nullptr;
 }
 
-// Waits on the connection's strand for what other threads decide.
+// Waits on the connection's loop for what is decided outside of it.
 template <typename T, typename Begin>
 asio::awaitable<T> Await(Begin begin) {
   return asio::async_initiate<const asio::use_awaitable_t<>&, void(T)>(
@@ -330,16 +329,16 @@ class Connection {
 }  // namespace
 
 struct HttpServer::State {
-  explicit State(const HttpLimits& of)
-      : limits(of), budget(of.bytes_in_flight), shared{limits, budget, stopping} {}
+  State(const HttpLimits& of, std::size_t loops)
+      : limits(of), budget(of.bytes_in_flight), shared{limits, budget, stopping}, threads(loops) {}
 
   HttpLimits limits;
   ByteBudget budget;
   std::atomic<bool> stopping = false;
   Shared shared;
-  asio::io_context io;
-  asio::executor_work_guard<asio::io_context::executor_type> work{io.get_executor()};
-  std::vector<std::thread> threads;
+  NetworkThreads threads;
+  asio::io_context& io = threads.Io(0);  // of what is no client's
+  std::size_t next_loop = 0;
   std::list<tcp::acceptor> acceptors;
   std::list<asio::signal_set> signals;
   std::list<asio::steady_timer> timers;
@@ -381,7 +380,7 @@ asio::awaitable<void> HttpServer::State::Accept(tcp::acceptor& acceptor, bool wi
                                                 RequestHandler& handler) {
   while (!stopping) {
     auto slot = std::make_shared<Slot>();
-    slot->executor = asio::make_strand(io);
+    slot->executor = threads.Io(next_loop++ % threads.Loops()).get_executor();
     auto [error, socket] = co_await acceptor.async_accept(slot->executor, kTuple);
     if (error == asio::error::operation_aborted || error == asio::error::bad_descriptor) co_return;
     if (error) {  // such as too many open files: others have to end first
@@ -448,7 +447,8 @@ std::uint16_t HttpServer::State::Begin(tcp::acceptor acceptor, bool with_tls, Re
   return port;
 }
 
-HttpServer::HttpServer(const HttpLimits& limits) : state_(std::make_unique<State>(limits)) {}
+HttpServer::HttpServer(const HttpLimits& limits, std::size_t loops)
+    : state_(std::make_unique<State>(limits, loops)) {}
 HttpServer::~HttpServer() { Stop(); }
 
 void HttpServer::UseTls(const TlsFiles& files) {
@@ -511,11 +511,9 @@ void HttpServer::Every(std::chrono::milliseconds period, std::function<void()> c
       asio::detached);
 }
 
-void HttpServer::Start(std::size_t threads) {
-  for (std::size_t i = 0; i < threads; ++i) {
-    state_->threads.emplace_back([this] { state_->io.run(); });
-  }
-}
+void HttpServer::Start(std::size_t calls) { state_->threads.Start(calls); }
+
+NetworkThreads& HttpServer::threads() { return state_->threads; }
 
 void HttpServer::StopAccepting() {
   std::set<std::shared_ptr<Slot>> slots;
@@ -540,11 +538,7 @@ bool HttpServer::WaitUntilDone(std::chrono::milliseconds most) {
   return state_->changed.wait_for(lock, most, [this] { return state_->slots.empty(); });
 }
 
-void HttpServer::Stop() {
-  state_->io.stop();
-  for (std::thread& thread : state_->threads) thread.join();
-  state_->threads.clear();
-}
+void HttpServer::Stop() { state_->threads.Stop(); }
 
 HttpCounts HttpServer::Counts() const {
   const std::scoped_lock lock(state_->mutex);

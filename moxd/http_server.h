@@ -11,6 +11,8 @@
 
 namespace mox {
 
+class NetworkThreads;
+
 /// What a client may take of the server. Each phase of a request has its own time.
 struct HttpLimits {
   std::size_t header_bytes = 16U << 10U;
@@ -42,11 +44,11 @@ struct HttpCounts {
   std::int64_t free_bytes = 0;
 };
 
-/// HTTP/1.1 for any number of clients on a few threads, which never wait for a request's work. Each listener
-/// hands its requests to a handler of its own.
+/// HTTP/1.1 for any number of clients on a few loops, a thread each, which do not wait for a request's work.
+/// Each listener hands its requests to a handler of its own.
 class HttpServer {
  public:
-  explicit HttpServer(const HttpLimits& limits);
+  explicit HttpServer(const HttpLimits& limits, std::size_t loops = 1);
   ~HttpServer();
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
@@ -64,7 +66,9 @@ class HttpServer {
   void OnSignal(int signal, std::function<void()> call);
   void Every(std::chrono::milliseconds period, std::function<void()> call);
 
-  void Start(std::size_t threads);
+  /// With threads for so many calls beside the network's.
+  void Start(std::size_t calls);
+  NetworkThreads& threads();
   /// Takes no further connection, closes those that wait for a request, and lets the others end their
   /// request, for at most so long.
   void StopAccepting();

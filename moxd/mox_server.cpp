@@ -7,6 +7,7 @@
 #include "connect/wire.h"
 #include "mox/foundation/text.h"
 #include "moxd/error_reply.h"
+#include "moxd/network_threads.h"
 
 namespace mox {
 namespace {
@@ -137,7 +138,7 @@ class MoxServer::Operations : public RequestHandler {
 MoxServer::MoxServer(ServerSettings settings, std::FILE* log, const std::vector<int>& sockets)
     : settings_(std::move(settings)),
       log_(log),
-      http_(settings_.http),
+      http_(settings_.http, settings_.io_threads),
       operations_(std::make_unique<Operations>(*this)) {
   http_.UseTls(settings_.tls);
   port_ = sockets.empty() ? http_.Listen(settings_.listen, true, *this)
@@ -150,8 +151,14 @@ MoxServer::MoxServer(ServerSettings settings, std::FILE* log, const std::vector<
   };
   make(settings_.workers, workers_);
   make(kLoginWorkers, login_workers_);
-  work_ = std::make_unique<WorkQueue>(settings_.workers, settings_.queue);
-  logins_ = std::make_unique<WorkQueue>(kLoginWorkers, settings_.login_queue);
+  // What waits for a lock, or takes a core for its time, is long from the first.
+  const auto hand = [this](std::function<void()> call, bool may_wait) {
+    using Length = NetworkThreads::Length;
+    http_.threads().Call(std::move(call), may_wait ? Length::kLong : Length::kShort);
+  };
+  work_ = std::make_unique<WorkQueue>(settings_.workers, settings_.queue, hand);
+  logins_ = std::make_unique<WorkQueue>(kLoginWorkers, settings_.login_queue,
+                                        [hand](auto call, bool) { hand(std::move(call), true); });
 }
 
 MoxServer::~MoxServer() {
@@ -160,7 +167,7 @@ MoxServer::~MoxServer() {
   http_.Stop();
 }
 
-void MoxServer::Start() { http_.Start(settings_.io_threads); }
+void MoxServer::Start() { http_.Start(settings_.workers + kLoginWorkers); }
 
 void MoxServer::ReloadCertificate() {
   try {

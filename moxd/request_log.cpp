@@ -1,10 +1,13 @@
 #include "moxd/request_log.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <ctime>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 
 namespace mox {
 namespace {
@@ -23,7 +26,47 @@ std::string Moment() {
   return text;
 }
 
-double Milliseconds(double seconds) { return std::round(seconds * 1e5) / 100; }
+// A line that is written with each request: an object of the library for JSON would cost more than the
+// request is read with.
+class Line {
+ public:
+  explicit Line(std::string_view event) {
+    Text("time", Moment());
+    Text("event", event);
+  }
+  void Text(const char* name, std::string_view text) {
+    Name(name);
+    const bool is_plain = std::all_of(text.begin(), text.end(),
+                                      [](char c) { return c >= ' ' && c < '\x7F' && c != '"' && c != '\\'; });
+    if (is_plain) {
+      text_.append(1, '"').append(text).append(1, '"');
+    } else {
+      text_ += nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    }
+  }
+  void TextIfAny(const char* name, std::string_view text) {
+    if (!text.empty()) Text(name, text);
+  }
+  void Number(const char* name, std::uint64_t number) {
+    Name(name);
+    text_ += std::to_string(number);
+  }
+  void Milliseconds(const char* name, double seconds) {
+    const auto hundredths = static_cast<std::uint64_t>(std::llround(std::max(seconds, 0.0) * 1e5));
+    Number(name, hundredths / 100);
+    text_ += {'.', static_cast<char>('0' + hundredths / 10 % 10), static_cast<char>('0' + hundredths % 10)};
+  }
+  void NotSent() {
+    Name("sent");
+    text_ += "false";
+  }
+  std::string End() && { return std::move(text_) + "}\n"; }
+
+ private:
+  void Name(const char* name) { text_.append(text_.empty() ? "{\"" : ",\"").append(name).append("\":"); }
+
+  std::string text_;
+};
 
 }  // namespace
 
@@ -34,29 +77,25 @@ void RequestLog::Write(const std::string& line) {
 }
 
 void RequestLog::Request(const RequestHead& head, const Reply& reply, double seconds, bool sent) {
-  nlohmann::ordered_json json;
-  json["time"] = Moment();
-  json["event"] = "request";
-  json["route"] = reply.route;
-  if (!reply.company.empty()) json["company"] = reply.company;
-  if (!reply.service.empty()) json["service"] = reply.service;
-  json["status"] = reply.status;
-  if (!reply.code.empty()) json["code"] = reply.code;
-  json["bytes_in"] = head.length;
-  json["bytes_out"] = reply.body.size();
-  json["ms"] = Milliseconds(seconds);
-  json["ms_waited"] = Milliseconds(reply.seconds_waited);
-  json["ms_worked"] = Milliseconds(reply.seconds_worked);
-  if (!sent) json["sent"] = false;
-  Write(json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+  Line line("request");
+  line.Text("route", reply.route);
+  line.TextIfAny("company", reply.company);
+  line.TextIfAny("service", reply.service);
+  line.Number("status", static_cast<std::uint64_t>(reply.status));
+  line.TextIfAny("code", reply.code);
+  line.Number("bytes_in", head.length);
+  line.Number("bytes_out", reply.body.size());
+  line.Milliseconds("ms", seconds);
+  line.Milliseconds("ms_waited", reply.seconds_waited);
+  line.Milliseconds("ms_worked", reply.seconds_worked);
+  if (!sent) line.NotSent();
+  Write(std::move(line).End());
 }
 
 void RequestLog::Event(std::string_view event, std::string_view detail) {
-  nlohmann::ordered_json json;
-  json["time"] = Moment();
-  json["event"] = event;
-  if (!detail.empty()) json["detail"] = detail;
-  Write(json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+  Line line(event);
+  line.TextIfAny("detail", detail);
+  Write(std::move(line).End());
 }
 
 }  // namespace mox

@@ -138,7 +138,7 @@ constexpr Setting kSettings[] = {
     {"server", "certificate", SetPath<kCertificate>, "(required)", "certificate chain, PEM"},
     {"server", "key", SetPath<kKey>, "(required)", "its private key, PEM"},
     {"server", "directory", SetPath<kDirectory>, "(required)", "database of users, grants and companies"},
-    {"server", "io_threads", SetNumber<kIoThreads, Range{1, 64}>, "1", "threads that read and write"},
+    {"server", "io_threads", SetNumber<kIoThreads, Range{1, 64}>, "1", "threads at the network at a time"},
     {"server", "workers", SetNumber<kWorkers, Range{1, 256}>, "4", "threads with connections to databases"},
     {"limits", "queue", SetNumber<kQueue, Range{1, 100000}>, "64", "requests that wait for a worker"},
     {"limits", "login_queue", SetNumber<kLoginQueue, Range{1, 1000}>, "16", "log-ins that wait"},

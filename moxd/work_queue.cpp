@@ -1,34 +1,28 @@
 #include "moxd/work_queue.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace mox {
 
-WorkQueue::WorkQueue(std::size_t workers, std::size_t most_waiting)
-    : sleepers_(workers), most_(most_waiting), most_that_wait_(std::max<std::size_t>(workers, 2) - 1) {
-  for (std::size_t worker = 0; worker < workers; ++worker) {
-    threads_.emplace_back([this, worker] { Run(worker); });
-  }
-}
-
-void WorkQueue::Call(std::size_t worker) {
-  sleepers_[worker].is_called = true;
-  sleepers_[worker].called.notify_one();
-}
-
-void WorkQueue::CallAll() {
-  for (const std::size_t worker : std::exchange(idle_, {})) Call(worker);
+WorkQueue::WorkQueue(std::size_t workers, std::size_t most_waiting, Hand hand)
+    : hand_(std::move(hand)), most_(most_waiting), most_that_wait_(std::max<std::size_t>(workers, 2) - 1) {
+  for (std::size_t worker = workers; worker > 0; --worker) idle_.push_back(worker - 1);
 }
 
 bool WorkQueue::TryAdd(Job job, bool may_wait) {
-  const std::scoped_lock lock(mutex_);
+  Entry entry{std::move(job), may_wait};
+  std::unique_lock lock(mutex_);
   if (ends_ || jobs_.size() >= most_) return false;
-  jobs_.push_back({std::move(job), may_wait});
-  if (idle_.empty()) return true;
-  const std::size_t last = idle_.back();
+  // What waits while a worker is free may not run yet, so nobody is overtaken.
+  if (idle_.empty() || !MayRun(entry)) {
+    jobs_.push_back(std::move(entry));
+    return true;
+  }
+  const std::size_t worker = idle_.back();
   idle_.pop_back();
-  Call(last);
+  Begin(lock, worker, std::move(entry));
   return true;
 }
 
@@ -48,46 +42,35 @@ std::size_t WorkQueue::Busy() const {
 }
 
 void WorkQueue::Stop() {
-  {
-    const std::scoped_lock lock(mutex_);
-    ends_ = true;
-    CallAll();
-  }
-  for (std::thread& thread : threads_) {
-    if (thread.joinable()) thread.join();
-  }
-}
-
-std::deque<WorkQueue::Entry>::iterator WorkQueue::Next() {
-  return std::find_if(jobs_.begin(), jobs_.end(),
-                      [this](const Entry& entry) { return !entry.may_wait || may_wait_ < most_that_wait_; });
-}
-
-void WorkQueue::Run(std::size_t worker) {
   std::unique_lock lock(mutex_);
-  for (;;) {
-    const auto next = Next();
-    if (next == jobs_.end()) {
-      if (ends_ && jobs_.empty()) return;
-      Sleeper& own = sleepers_[worker];
-      own.is_called = false;
-      idle_.push_back(worker);
-      own.called.wait(lock, [&own] { return own.is_called; });
-      continue;
-    }
-    Entry entry = std::move(*next);
-    jobs_.erase(next);
-    const std::size_t waiting = entry.may_wait ? 1 : 0;
-    ++busy_;
-    may_wait_ += waiting;
-    lock.unlock();
-    entry.job(worker);
-    entry.job = nullptr;
-    lock.lock();
-    --busy_;
-    may_wait_ -= waiting;
-    if (ends_) CallAll();
+  ends_ = true;
+  done_.wait(lock, [this] { return busy_ == 0 && jobs_.empty(); });
+}
+
+void WorkQueue::Begin(std::unique_lock<std::mutex>& lock, std::size_t worker, Entry entry) {
+  ++busy_;
+  if (entry.may_wait) ++may_wait_;
+  lock.unlock();
+  const bool may_wait = entry.may_wait;
+  hand_([this, worker, held = std::make_shared<Entry>(std::move(entry))] { Run(worker, *held); }, may_wait);
+}
+
+void WorkQueue::Run(std::size_t worker, Entry& entry) {
+  entry.job(worker);
+  entry.job = nullptr;
+  std::unique_lock lock(mutex_);
+  --busy_;
+  if (entry.may_wait) --may_wait_;
+  const auto next = std::find_if(jobs_.begin(), jobs_.end(), [this](const Entry& at) { return MayRun(at); });
+  if (next == jobs_.end()) {
+    idle_.push_back(worker);
+    // Behind the lock: who waits for it may take the queue away.
+    if (busy_ == 0 && jobs_.empty()) done_.notify_all();
+    return;
   }
+  Entry job = std::move(*next);
+  jobs_.erase(next);
+  Begin(lock, worker, std::move(job));
 }
 
 }  // namespace mox

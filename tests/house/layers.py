@@ -19,7 +19,7 @@ HOMES = {
     "soci/": ("appserver/",),
     "libpq": ("appserver/",),
     "sqlite3.h": ("appserver/",),
-    "boost/": ("moxd/http_server.cpp",),
+    "boost/": ("moxd/http_server.cpp", "moxd/network_threads.h"),
     "curl/": ("sender/", "connect/http_client.cpp", "paper/mail.cpp"),
     "cairo": ("paper/",),
     "pango/": ("paper/",),

@@ -1,12 +1,9 @@
 #include <gmock/gmock.h>
 
-#include <atomic>
-#include <mutex>
 #include <set>
 #include <thread>
 #include <vector>
 
-#include "moxd/work_queue.h"
 #include "tests/moxd/scratch_accounts.h"
 
 namespace mox {
@@ -66,43 +63,6 @@ TEST_F(Threads, GuessAtOnce) {
   for (const LogInResult& result : results) answered += result.outcome == Outcome::kRefused ? 1 : 0;
   EXPECT_EQ(answered, settings_.free_attempts_of_account + 1);
   EXPECT_EQ(accounts.LogIn("ana", "lozinka0", "192.0.2.1").outcome, Outcome::kWait);
-}
-
-// However they sleep and are called: each job is run once, of those that may wait one fewer than there are
-// workers at a time, and those that are left when it ends.
-TEST(QueueThreads, RunEachJobOnce) {
-  constexpr int kWorkers = 4;
-  constexpr int kJobs = 200;
-  std::atomic<int> ran = 0;
-  std::atomic<int> waiting = 0;
-  std::atomic<int> most_waiting = 0;
-  WorkQueue queue(kWorkers, 50);
-  const auto add = [&](bool may_wait) {
-    const auto job = [&, may_wait](std::size_t worker) {
-      EXPECT_LT(worker, kWorkers);
-      const int now = may_wait ? ++waiting : 0;
-      for (int most = most_waiting; now > most && !most_waiting.compare_exchange_weak(most, now);) continue;
-      std::this_thread::yield();
-      if (may_wait) --waiting;
-      ++ran;
-    };
-    while (!queue.TryAdd(job, may_wait)) std::this_thread::yield();
-  };
-  for (int i = 1; i <= kJobs; ++i) {  // one at a time, to workers that all sleep
-    add(i % 2 == 0);
-    while (ran < i) std::this_thread::yield();
-  }
-  std::vector<std::thread> threads;
-  for (int thread = 0; thread < 3; ++thread) {
-    threads.emplace_back([&] {
-      for (int i = 0; i < kJobs; ++i) add(i % 3 != 0);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  queue.Stop();
-  EXPECT_EQ(ran, 4 * kJobs);
-  EXPECT_THAT(most_waiting.load(), testing::AllOf(testing::Ge(1), testing::Le(kWorkers - 1)));
-  EXPECT_FALSE(queue.TryAdd([](std::size_t) {}));
 }
 
 }  // namespace
