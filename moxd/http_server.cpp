@@ -23,6 +23,7 @@
 
 #include "mox/foundation/error.h"
 #include "moxd/network_threads.h"
+#include "moxd/request_head.h"
 
 namespace mox {
 namespace {
@@ -80,43 +81,6 @@ struct Shared {
   const std::atomic<bool>& stopping;
 };
 
-std::string TextOf(beast::string_view text) { return {text.data(), text.size()}; }
-
-RequestHead HeadOf(const http::request_header<>& header, const std::string& remote) {
-  RequestHead head;
-  head.method = TextOf(header.method_string());
-  head.target = TextOf(header.target());
-  head.protocol = TextOf(header["Mox-Protocol"]);
-  head.content_encoding = TextOf(header[http::field::content_encoding]);
-  head.accept_encoding = TextOf(header[http::field::accept_encoding]);
-  head.key = TextOf(header["Idempotency-Key"]);
-  head.rehearsal = TextOf(header["Mox-Rehearsal"]);
-  const auto parameters = header.equal_range("Mox-Parameter");
-  for (auto at = parameters.first; at != parameters.second; ++at) {
-    head.parameters.push_back(TextOf(at->value()));
-  }
-  const std::string authorization = TextOf(header[http::field::authorization]);
-  constexpr std::string_view kBearer = "bearer ";
-  if (authorization.size() > kBearer.size() &&
-      beast::iequals(authorization.substr(0, kBearer.size()), beast::string_view(kBearer.data(), 7))) {
-    head.token = authorization.substr(kBearer.size());
-  }
-  head.is_chunked = header.count(http::field::transfer_encoding) > 0;
-  head.has_length = header.count(http::field::content_length) > 0;
-  head.is_framed_twice =
-      header.count(http::field::content_length) > 1 || (head.is_chunked && head.has_length);
-  head.remote_address = remote;
-  return head;
-}
-
-// "None" where nobody reads an answer: the client is gone, or too slow.
-const char* RefusalOf(const beast::error_code& error) {
-  if (error == http::error::header_limit || error == http::error::buffer_overflow) return "header_too_large";
-  if (error == http::error::body_limit) return "too_large";
-  if (error == http::error::end_of_stream || error == http::error::partial_message) return nullptr;
-  return error.category() == make_error_code(http::error::bad_method).category() ? "bad_request" : nullptr;
-}
-
 // Waits on the connection's loop for what is decided outside of it.
 template <typename T, typename Begin>
 asio::awaitable<T> Await(Begin begin) {
@@ -155,8 +119,6 @@ class Connection {
   }
 
  private:
-  using Parser = http::request_parser<http::buffer_body>;
-
   beast::tcp_stream& Lowest() { return beast::get_lowest_layer(stream_); }
   std::chrono::seconds TimeFor(std::chrono::seconds base, std::uint64_t bytes) const {
     return base + std::chrono::seconds(bytes / limits_.slowest_bytes_per_second);
@@ -180,12 +142,10 @@ class Connection {
   // False where the connection is to be closed.
   asio::awaitable<bool> ServeRequest() {
     const auto begin = steady_clock::now();
-    Parser parser;
-    parser.header_limit(static_cast<std::uint32_t>(limits_.header_bytes));
-    parser.body_limit(limits_.body_bytes);
+    RequestParser parser(limits_.header_bytes, limits_.body_bytes);
     Lowest().expires_after(limits_.header);
     auto [error, count] = co_await http::async_read_header(stream_, buffer_, parser, kTuple);
-    RequestHead head = HeadOf(parser.get(), remote_);
+    const RequestHead head = parser.Head(remote_);
     if (error) {
       const char* const code = RefusalOf(error);
       if (code == nullptr) co_return false;
@@ -193,7 +153,6 @@ class Connection {
       co_await RefuseAndClose(reply, head, begin);
       co_return false;
     }
-    head.length = parser.content_length().value_or(0);
     Admission refused = co_await Admit(head);
     std::optional<ByteBudget::Lease> lease;
     if (!refused) {
@@ -201,7 +160,7 @@ class Connection {
       if (!lease) refused = handler_.Refuse("busy");
     }
     if (refused) {
-      const bool is_read = parser.is_done();
+      const bool is_read = parser.EndsWithItsHeader();
       bool goes_on = false;
       if (is_read) goes_on = co_await Send(*refused, head, parser, begin);
       if (!is_read) co_await RefuseAndClose(*refused, head, begin);
@@ -251,8 +210,7 @@ class Connection {
     co_return refused;
   }
 
-  // Memory is taken as the bytes come, not as they are announced.
-  asio::awaitable<bool> ReadBody(Parser& parser, std::uint64_t length, std::string& body) {
+  asio::awaitable<bool> ReadBody(RequestParser& parser, std::uint64_t length, std::string& body) {
     if (parser.is_done()) co_return true;
     Lowest().expires_after(TimeFor(limits_.body, length));
     if (beast::iequals(parser.get()[http::field::expect], "100-continue")) {
@@ -262,19 +220,16 @@ class Connection {
     }
     body.reserve(length);
     while (!parser.is_done()) {
-      const std::size_t had = body.size();
-      body.resize(had + std::min<std::size_t>(kPiece, std::max<std::size_t>(length - had, 1)));
-      parser.get().body().data = body.data() + had;
-      parser.get().body().size = body.size() - had;
+      parser.MakeRoom(body);
       auto [error, count] = co_await http::async_read(stream_, buffer_, parser, kTuple);
-      body.resize(body.size() - parser.get().body().size);
+      parser.KeepFilled(body);
       if (error && error != http::error::need_buffer) co_return false;
     }
     co_return true;
   }
 
   // True where the connection may be used again.
-  asio::awaitable<bool> Send(const Reply& reply, const RequestHead& head, const Parser& parser,
+  asio::awaitable<bool> Send(const Reply& reply, const RequestHead& head, const RequestParser& parser,
                              steady_clock::time_point begin) {
     const bool keeps = parser.keep_alive() && !reply.is_last && !shared_.stopping;
     const bool sent = co_await Write(reply, parser.get().version(), keeps);

@@ -26,7 +26,7 @@ struct RequestHead {
   std::uint64_t length = 0;             ///< of the body, as announced
   bool has_length = false;
   bool is_framed_twice = false;  ///< by two lengths, or by a length and by chunks
-  bool is_chunked = false;
+  bool is_chunked = false;       ///< or framed by another transfer encoding
   std::string remote_address;
 };
 

@@ -1,11 +1,8 @@
 #include "moxd/mox_server.h"
 
-#include <algorithm>
 #include <chrono>
 #include <utility>
 
-#include "connect/wire.h"
-#include "mox/foundation/text.h"
 #include "moxd/error_reply.h"
 #include "moxd/network_threads.h"
 
@@ -15,8 +12,6 @@ namespace {
 using std::chrono::steady_clock;
 
 constexpr std::size_t kLoginWorkers = 2;
-constexpr std::size_t kLongestKey = 64;
-constexpr std::size_t kMostParameters = 32;
 
 double SecondsSince(steady_clock::time_point begin) {
   return std::chrono::duration<double>(steady_clock::now() - begin).count();
@@ -41,33 +36,6 @@ Reply Named(Reply reply, const RequestRoute& route) {
   reply.route = RouteName(route);
   reply.company = route.company;
   return reply;
-}
-
-bool IsKey(std::string_view key) {
-  return key.size() <= kLongestKey &&
-         std::all_of(key.begin(), key.end(), [](char c) { return c > ' ' && c < '\x7F'; });
-}
-
-// What a header says that no body can make good. Null where nothing is wrong.
-const char* FaultOf(const RequestHead& head, RequestRoute& route) {
-  if (head.is_framed_twice) return "bad_request";
-  if (const char* const fault = FaultOfTarget(head.target, route)) return fault;
-  if (head.method != "POST") return "wrong_method";
-  const bool known = head.protocol.empty() || std::find(kKnownProtocols.begin(), kKnownProtocols.end(),
-                                                        head.protocol) != kKnownProtocols.end();
-  if (!known) return "unknown_protocol";
-  if (head.is_chunked || !head.has_length) return "length_required";
-  const std::string_view encoding = TrimBlanks(head.content_encoding);
-  const bool is_log_in = route.kind == RequestRoute::Kind::kLogIn;
-  // Nothing is unpacked for somebody who has not said yet who he is.
-  const bool is_read =
-      encoding.empty() || SameName(encoding, "identity") || (SameName(encoding, kZstd) && !is_log_in);
-  if (!is_read) return "unknown_encoding";
-  if (!IsKey(head.key) || head.parameters.size() > kMostParameters) return "bad_request";
-  if (!is_log_in && head.token.empty()) return "not_logged_in";
-  constexpr std::uint64_t kLongestLogIn = 16U << 10U;
-  if (is_log_in && head.length > kLongestLogIn) return "too_large";
-  return nullptr;
 }
 
 }  // namespace
@@ -201,7 +169,7 @@ void MoxServer::Stop() {
 
 Admission MoxServer::Admit(const RequestHead& head) {
   RequestRoute route;
-  if (const char* const fault = FaultOf(head, route)) return Named(ErrorReply(fault), route);
+  if (const char* const fault = FaultOfHead(head, route)) return Named(ErrorReply(fault), route);
   if (stopping_) return Named(ErrorReply("stopping"), route);
   const bool is_log_in = route.kind == RequestRoute::Kind::kLogIn;
   if (!(is_log_in ? logins_ : work_)->HasRoom()) return Named(ErrorReply("queue_full"), route);

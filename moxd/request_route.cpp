@@ -11,6 +11,8 @@ namespace mox {
 namespace {
 
 constexpr std::size_t kLongestService = 200;
+constexpr std::size_t kLongestKey = 64;
+constexpr std::size_t kMostParameters = 32;
 
 // What stands before the next '/', which is taken away.
 std::string_view TakePart(std::string_view& rest) {
@@ -18,6 +20,11 @@ std::string_view TakePart(std::string_view& rest) {
   const std::string_view part = rest.substr(0, end);
   rest.remove_prefix(std::min(end + 1, rest.size()));
   return part;
+}
+
+bool IsKey(std::string_view key) {
+  return key.size() <= kLongestKey &&
+         std::all_of(key.begin(), key.end(), [](char c) { return c > ' ' && c < '\x7F'; });
 }
 
 }  // namespace
@@ -43,6 +50,27 @@ const char* FaultOfTarget(std::string_view target, RequestRoute& route) {
   const std::optional<std::string> name = DecodedPart(rest);
   if (!name || name->empty() || name->size() > kLongestService) return "unknown_service";
   route.service = *name;
+  return nullptr;
+}
+
+const char* FaultOfHead(const RequestHead& head, RequestRoute& route) {
+  if (head.is_framed_twice) return "bad_request";
+  if (const char* const fault = FaultOfTarget(head.target, route)) return fault;
+  if (head.method != "POST") return "wrong_method";
+  const bool known = head.protocol.empty() || std::find(kKnownProtocols.begin(), kKnownProtocols.end(),
+                                                        head.protocol) != kKnownProtocols.end();
+  if (!known) return "unknown_protocol";
+  if (head.is_chunked || !head.has_length) return "length_required";
+  const std::string_view encoding = TrimBlanks(head.content_encoding);
+  const bool is_log_in = route.kind == RequestRoute::Kind::kLogIn;
+  // Nothing is unpacked for somebody who has not said yet who he is.
+  const bool is_read =
+      encoding.empty() || SameName(encoding, "identity") || (SameName(encoding, kZstd) && !is_log_in);
+  if (!is_read) return "unknown_encoding";
+  if (!IsKey(head.key) || head.parameters.size() > kMostParameters) return "bad_request";
+  if (!is_log_in && head.token.empty()) return "not_logged_in";
+  constexpr std::uint64_t kLongestLogIn = 16U << 10U;
+  if (is_log_in && head.length > kLongestLogIn) return "too_large";
   return nullptr;
 }
 

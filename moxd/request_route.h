@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "moxd/http_types.h"
+
 namespace mox {
 
 /// What a request's path asks for.
@@ -18,5 +20,7 @@ struct RequestRoute {
 /// code of the error where it is none of them. A company's name stands as it is; any character that no name
 /// has is refused, also by its code.
 const char* FaultOfTarget(std::string_view target, RequestRoute& route);
+/// The same of a whole header: what it says that no body can make good.
+const char* FaultOfHead(const RequestHead& head, RequestRoute& route);
 
 }  // namespace mox
