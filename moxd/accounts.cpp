@@ -83,6 +83,7 @@ void NoteFailure(Database& database, const std::string& key, std::int64_t free, 
 
 struct Account {
   std::int64_t id = 0;
+  std::string name;
   std::string password;
   bool disabled = false;
 };
@@ -92,9 +93,14 @@ Account ReadAccount(Database& database, std::string_view user) {
   const auto id = FindAccount(database, user);
   if (!id) return {};
   const RecordSet row =
-      database.Query("korisnik", ParseColumns("lozinka,iskljucen:boolean"),
-                     "SELECT lozinka, iskljucen FROM imenik_korisnici WHERE id = :id", {*id});
-  return {*id, std::string(row.AsTextView(0)), row.AsBoolean(1)};
+      database.Query("korisnik", ParseColumns("ime,lozinka,iskljucen:boolean"),
+                     "SELECT ime, lozinka, iskljucen FROM imenik_korisnici WHERE id = :id", {*id});
+  return {*id, row.AsText(0), row.AsText(1), row.AsBoolean(2)};
+}
+
+const char* WhyRefused(const Account& account) {
+  if (account.id == 0) return "odbijeno: nema takvog korisnika";
+  return account.disabled ? "odbijeno: korisnik je isključen" : "odbijeno: kriva lozinka";
 }
 
 constexpr std::string_view kFindSession = R"(
@@ -188,6 +194,7 @@ LogInResult Accounts::LogIn(std::string_view user, std::string_view password,
       NoteFailure(database, account_key, settings.free_attempts_of_account, settings.longest_wait, now);
       NoteFailure(database, address_key, settings.free_attempts_of_address, settings.longest_wait, now);
       database.Execute("DELETE FROM imenik_pokusaji WHERE zadnji <= :do", {now - kDay});
+      NoteLogIn(database, {now, still.name, std::string(remote_address), WhyRefused(still)}, settings);
       return {.outcome = Outcome::kRefused};
     }
     if (renew) {
@@ -202,6 +209,7 @@ LogInResult Accounts::LogIn(std::string_view user, std::string_view password,
         "INSERT INTO imenik_tokeni (sazetak, korisnik_id, izdan, koristen, vrijedi_do, adresa) "
         "VALUES (:sazetak, :korisnik_id, :izdan, :koristen, :vrijedi_do, :adresa)",
         {DigestOf(token), account.id, now, now, expires, ShownAddress(remote_address)});
+    NoteLogIn(database, {now, account.name, std::string(remote_address), "prijava"}, settings);
     return {.outcome = Outcome::kLoggedIn, .token = token, .expires = expires};
   });
 }
@@ -241,9 +249,21 @@ std::optional<AccountSession> Accounts::SessionOf(std::string_view token, std::s
   });
 }
 
-bool Accounts::LogOut(std::string_view token) {
+bool Accounts::LogOut(std::string_view token, std::string_view remote_address) {
   return state_->With([&](Database& database) {
-    return database.Execute("DELETE FROM imenik_tokeni WHERE sazetak = :sazetak", {DigestOf(token)}) > 0;
+    const std::string digest = DigestOf(token);
+    const RecordSet owner =
+        database.Query("korisnik", ParseColumns("ime"),
+                       "SELECT k.ime FROM imenik_tokeni t JOIN imenik_korisnici k ON k.id = t.korisnik_id "
+                       "WHERE t.sazetak = :sazetak",
+                       {digest});
+    if (owner.IsEmpty()) return false;
+    WriteTransaction transaction(database);
+    if (database.Execute("DELETE FROM imenik_tokeni WHERE sazetak = :sazetak", {digest}) == 0) return false;
+    NoteLogIn(database, {state_->now(), owner.AsText(0), std::string(remote_address), "odjava"},
+              state_->settings);
+    transaction.Commit();
+    return true;
   });
 }
 

@@ -31,6 +31,9 @@ struct AccountSettings {
   std::int64_t free_attempts_of_account = 5;
   std::int64_t free_attempts_of_address = 50;
   std::int64_t longest_wait = 15 * 60;
+  /// Of log-ins and log-outs the journal keeps the last ones, and none that are older; seconds.
+  std::int64_t kept_log_ins = 100'000;
+  std::int64_t kept_log_in_time = std::int64_t{366} * 24 * 3600;
 };
 
 /// What an attempt to log in came to.
@@ -108,6 +111,13 @@ struct JournalledChange {
   std::string change;   ///< "uloge: unos, uvoz", for people
   std::string refused;  ///< why; empty where it was made
 };
+/// A log-in, a log-out, or an attempt at a log-in that was refused.
+struct JournalledLogIn {
+  UnixSeconds at = 0;
+  std::string user;  ///< empty where nobody has the name that was given, since it may be a password
+  std::string remote_address;
+  std::string what;  ///< "odbijeno: kriva lozinka", for people
+};
 /// A change of a company's users that the journal of its own database does not have yet.
 struct WaitingChange {
   std::int64_t id = 0;
@@ -153,7 +163,7 @@ class Accounts {
   /// Nothing for a token that does not exist, has expired or was revoked, or whose account is disabled.
   std::optional<AccountSession> SessionOf(std::string_view token, std::string_view company);
   /// Ends a token. False where it was none.
-  bool LogOut(std::string_view token);
+  bool LogOut(std::string_view token, std::string_view remote_address);
   /// Where a company's database is; nothing where there is no such company.
   std::optional<std::string> AddressOf(std::string_view company);
 
@@ -193,6 +203,8 @@ class Accounts {
   void NoteRefused(const UserChange& change, std::string_view transaction, std::string_view why);
   /// Those of all, the last one first.
   std::vector<JournalledChange> Journal();
+  /// Likewise. Attempts that had to wait are not among them: the password was not looked at.
+  std::vector<JournalledLogIn> LogIns();
   /// Those that a company's own journal lacks, the first one first, and that it has got some.
   std::vector<WaitingChange> WaitingFor(std::string_view company);
   void NoteTaken(const std::vector<WaitingChange>& changes);

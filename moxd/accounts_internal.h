@@ -31,6 +31,9 @@ bool WasMade(Database& database, const DirectoryChange& change);
 /// Journals one that is made, or why it is refused.
 void Note(Database& database, const DirectoryChange& change, UnixSeconds now, std::string_view refused = {});
 
+/// Journals a log-in, a log-out or an attempt, and forgets those that are no longer kept.
+void NoteLogIn(Database& database, const JournalledLogIn& log_in, const AccountSettings& settings);
+
 struct Accounts::State {
   std::string location;
   AccountSettings settings;

@@ -1,4 +1,4 @@
-// The journal of the directory: who changed what, or was refused it.
+// The journals of the directory: who changed what, or was refused it, and who came and went.
 
 #include <algorithm>
 
@@ -16,6 +16,7 @@ constexpr std::size_t kLongestName = 64;
 constexpr std::size_t kLongestCompany = 48;
 constexpr std::size_t kLongestChange = 200;
 constexpr std::size_t kLongestReason = 1000;
+constexpr std::size_t kLongestAddress = 64;
 
 std::string Shown(std::string_view text, std::size_t longest) {
   const std::string shown = VisibleText(text);
@@ -87,6 +88,31 @@ std::vector<JournalledChange> Accounts::Journal() {
           {row.AsInteger(0), row.AsText(1), row.AsText(2), row.AsText(3), row.AsText(4), row.AsText(5)});
     }
     return changes;
+  });
+}
+
+void NoteLogIn(Database& database, const JournalledLogIn& log_in, const AccountSettings& settings) {
+  database.Execute(
+      "INSERT INTO imenik_prijave (vrijeme, korisnik, adresa, ishod) "
+      "VALUES (:vrijeme, :korisnik, :adresa, :ishod)",
+      {log_in.at, log_in.user, Shown(log_in.remote_address, kLongestAddress), log_in.what});
+  database.Execute("DELETE FROM imenik_prijave WHERE vrijeme <= :do",
+                   {log_in.at - settings.kept_log_in_time});
+  database.Execute("DELETE FROM imenik_prijave WHERE id <= (SELECT MAX(id) FROM imenik_prijave) - :najvise",
+                   {settings.kept_log_ins});
+}
+
+std::vector<JournalledLogIn> Accounts::LogIns() {
+  return state_->With([](Database& database) {
+    const RecordSet rows =
+        database.Query("prijave", ParseColumns("vrijeme:integer,korisnik,adresa,ishod"),
+                       "SELECT vrijeme, korisnik, adresa, ishod FROM imenik_prijave ORDER BY id DESC");
+    std::vector<JournalledLogIn> log_ins;
+    log_ins.reserve(rows.RowCount());
+    for (const RecordRow& row : rows.Rows()) {
+      log_ins.push_back({row.AsInteger(0), row.AsText(1), row.AsText(2), row.AsText(3)});
+    }
+    return log_ins;
   });
 }
 

@@ -37,6 +37,7 @@ constexpr std::string_view kUsage = R"(       moxd user add NAME [--code CODE] [
        moxd token revoke NUMBER | USER
        moxd journal list              who changed users, roles, log-ins and companies, here and over the
                                       network, and what was refused
+       moxd journal logins            who logged in and out, when and from where, and who was refused
        moxd company add NAME ADDRESS  serve a company: the file of its database, or its address
        moxd company address NAME ADDRESS
        moxd company remove NAME       serve it no longer; its database stays
@@ -140,6 +141,14 @@ void ListJournal(Call& call) {
   PrintTable(call.streams.out, rows);
 }
 
+void ListLogIns(Call& call) {
+  std::vector<std::vector<std::string>> rows = {{"when", "user", "from", "what"}};
+  for (const JournalledLogIn& log_in : call.accounts.LogIns()) {
+    rows.push_back({Moment(log_in.at), log_in.user, log_in.remote_address, log_in.what});
+  }
+  PrintTable(call.streams.out, rows);
+}
+
 void Revoke(Call& call) {
   const std::string& which = call.words[0];
   const bool is_number = which.size() < 19 &&
@@ -171,6 +180,7 @@ constexpr Action kActions[] = {{"user", "add", 1, 1, " --code --password-file ",
                                {"token", "list", 0, 0, "", ListTokens},
                                {"token", "revoke", 1, 1, "", Revoke},
                                {"journal", "list", 0, 0, "", ListJournal},
+                               {"journal", "logins", 0, 0, "", ListLogIns},
                                {"company", "add", 2, 2, "", AddCompany},
                                {"company", "address", 2, 2, "", ChangeAddress},
                                {"company", "remove", 1, 1, "", RemoveCompany},

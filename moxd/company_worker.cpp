@@ -145,7 +145,7 @@ Reply CompanyWorker::LogIn(HttpRequest& request) {
 
 Reply CompanyWorker::LogOut(const RequestHead& head) {
   return Guarded({}, [&] {
-    if (!Directory().LogOut(head.token)) return ErrorReply("not_logged_in");
+    if (!Directory().LogOut(head.token, head.remote_address)) return ErrorReply("not_logged_in");
     return TextReply(TAstaParamList().AsTokenizedString(false), head);
   });
 }

@@ -86,6 +86,18 @@ ALTER TABLE imenik_dnevnik ADD COLUMN sazetak VARCHAR(16);
 ALTER TABLE imenik_dnevnik ADD COLUMN odbijeno VARCHAR(1000);
 ALTER TABLE imenik_dnevnik ADD COLUMN za_poduzece BIGINT;
 CREATE INDEX imenik_dnevnik_ceka ON imenik_dnevnik (za_poduzece) WHERE za_poduzece IS NOT NULL;
+)"},
+                                       {"schema/005_log_ins.sql", R"(
+-- Who logged in and out, and who was refused: korisnik is empty where nobody has the name that was given, and ishod says
+-- what it came to.
+CREATE TABLE imenik_prijave (
+  id KEY,
+  vrijeme BIGINT NOT NULL,
+  korisnik VARCHAR(64) NOT NULL,
+  adresa VARCHAR(64) NOT NULL,
+  ishod VARCHAR(40) NOT NULL
+);
+CREATE INDEX imenik_prijave_vrijeme ON imenik_prijave (vrijeme);
 )"}}};
   return family;
 }

@@ -136,7 +136,7 @@ TEST_F(AccountsTest, EndTokens) {
   const auto wait = [&](std::int64_t seconds) { *now_ += seconds; };
   const Row rows[] = {
       {"nothing", [](const std::string&) {}, true},
-      {"log-out", [&](const std::string& token) { EXPECT_TRUE(accounts_.LogOut(token)); }, false},
+      {"log-out", [&](const std::string& token) { EXPECT_TRUE(accounts_.LogOut(token, kDesk)); }, false},
       {"another's", [&](const std::string&) { accounts_.RevokeTokensOf("šime"); }, true},
       {"revoked", [&](const std::string&) { EXPECT_EQ(accounts_.RevokeTokensOf("Ana.HORVAT"), 2); }, false},
       {"by number", [&](const std::string&) { accounts_.RevokeToken(accounts_.Tokens().back().id); }, false},
@@ -175,10 +175,10 @@ TEST_F(AccountsTest, EndTokens) {
     EXPECT_TRUE(Lives(token));
     row.action(token);
     EXPECT_EQ(Lives(token), row.lives) << row.what;
-    EXPECT_EQ(accounts_.LogOut(token), row.lives || row.what.find("used") != std::string_view::npos ||
-                                           row.what.find("however") != std::string_view::npos)
+    EXPECT_EQ(accounts_.LogOut(token, kDesk), row.lives || row.what.find("used") != std::string_view::npos ||
+                                                  row.what.find("however") != std::string_view::npos)
         << row.what;
-    accounts_.LogOut(first);
+    accounts_.LogOut(first, kDesk);
   }
   EXPECT_THAT(accounts_.Tokens(), testing::IsEmpty());
 }
@@ -245,6 +245,35 @@ TEST_F(AccountsTest, KeepNoSecrets) {
        {std::string_view(token), kPassword, std::string_view("upisao"), std::string_view("krivi podatak")}) {
     EXPECT_EQ(bytes.find(secret), std::string::npos) << secret;
   }
+}
+
+// Who came and went, and who was refused, of some time and no more than so many.
+TEST_F(AccountsTest, JournalLogIns) {
+  settings_.kept_log_ins = 5;
+  Accounts accounts = Open();
+  accounts.SetDisabled("šime", true);
+  const auto journal = [&] {
+    std::string text;
+    for (const JournalledLogIn& log_in : accounts.LogIns()) {
+      text += log_in.user + "|" + log_in.remote_address + "|" + log_in.what + "\n";
+    }
+    return text;
+  };
+  const std::string token = accounts.LogIn("ANA.horvat", kPassword, kDesk).token;
+  EXPECT_TRUE(accounts.LogOut(token, "2001:db8::1"));
+  EXPECT_FALSE(accounts.LogOut(token, kDesk));
+  accounts.LogIn("ana.horvat", "kriva", kDesk);
+  accounts.LogIn("šime", kPassword, "\x1B[2J");
+  accounts.LogIn(kPassword, "upisana u ime", kDesk);
+  const std::string last =
+      "|192.0.2.7|odbijeno: nema takvog korisnika\nšime|\\x1B[2J|odbijeno: korisnik je isključen\n"
+      "Ana.Horvat|192.0.2.7|odbijeno: kriva lozinka\nAna.Horvat|2001:db8::1|odjava\n";
+  EXPECT_EQ(journal(), last + "Ana.Horvat|192.0.2.7|prijava\n");
+  accounts.LogIn("ana.horvat", "kriva", kDesk);
+  EXPECT_EQ(journal(), "Ana.Horvat|192.0.2.7|odbijeno: kriva lozinka\n" + last);
+  *now_ += settings_.kept_log_in_time;
+  accounts.LogIn("ana.horvat", kPassword, kDesk);
+  EXPECT_EQ(journal(), "Ana.Horvat|192.0.2.7|prijava\n");
 }
 
 TEST_F(AccountsTest, RenewPasswordsThatWereCheaper) {

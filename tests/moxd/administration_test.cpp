@@ -176,6 +176,10 @@ TEST_F(AdministrationTest, DoesWhatItsWordsSay) {
       out.str(),
       "number  user  issued                   last used                until                    from\n"
       "2       šime  2023-11-14 22:13:20 UTC  2023-11-14 22:13:20 UTC  2023-11-17 22:13:20 UTC  192.0.2.1\n");
+  EXPECT_EQ(Answer(accounts, {"journal", "logins"}),
+            "when                     user  from       what\n"
+            "2023-11-14 22:13:20 UTC  šime  192.0.2.1  prijava\n"
+            "2023-11-14 22:13:20 UTC  ana   192.0.2.1  prijava\n");
   EXPECT_EQ(RunAdministration(accounts, {"token", "revoke", "šime"}, terminal), 0);
   EXPECT_EQ(RunAdministration(accounts, {"token", "revoke", "2"}, terminal), 1);
   EXPECT_THAT(out.str(), testing::EndsWith("1 log-in ended\n"));
