@@ -142,12 +142,13 @@ def read_answer(stream):
         text += piece
     top, _, body = text.partition(b"\r\n\r\n")
     first, *lines = top.decode().split("\r\n")
+    body = bytearray(body)
     headers = {name.lower(): value for name, _, value in (line.partition(": ") for line in lines)}
     while len(body) < int(headers.get("content-length", 0)):
         if not (piece := stream.recv(65536)):
             break
         body += piece
-    return int(first.split()[1]), headers, body
+    return int(first.split()[1]), headers, bytes(body)
 
 
 def read_request(stream):
@@ -168,6 +169,50 @@ def read_request(stream):
 def code_of(answer):
     status, _, body = answer
     return status, json.loads(body)["code"] if status >= 400 else ""
+
+
+def packed(text):
+    """The text as one frame of zstd, which names a byte that fills a block once."""
+    frame = bytearray(b"\x28\xb5\x2f\xfd\x00\x58")
+    for at in range(0, len(text), 2**17):
+        block = text[at : at + 2**17]
+        same = block.count(block[:1]) == len(block)
+        frame += (len(block) << 3 | same << 1 | (at + 2**17 >= len(text))).to_bytes(3, "little")
+        frame += block[:1] if same else block
+    return bytes(frame)
+
+
+def values_of(metrics):
+    """The values by name and labels, read as strictly as their form lets: a family once, its help and kind before its values, none
+    twice; of a histogram the buckets grow up to the count."""
+    kinds, values, family = {}, {}, None
+    if not metrics.endswith("\n"):
+        raise ValueError("the last line has no end")
+    for line in metrics.split("\n")[:-1]:
+        if found := re.fullmatch(r"# HELP ([a-zA-Z_:][\w:]*) [^\\]+", line):
+            family = found[1]
+            if family in kinds:
+                raise ValueError(f"told twice: {line}")
+            kinds[family] = None
+        elif found := re.fullmatch(r"# TYPE ([a-zA-Z_:][\w:]*) (counter|gauge|histogram)", line):
+            if found[1] != family or kinds[family]:
+                raise ValueError(f"out of place: {line}")
+            kinds[family] = found[2]
+        else:
+            found = re.fullmatch(r'(([a-zA-Z_:][\w:]*?)(_bucket|_sum|_count)?(\{(?:[a-zA-Z_]\w*="[^"\\]*",?)+\})?) (\S+)', line)
+            is_part = found and kinds.get(family) == "histogram"
+            if not found or found[2] + ("" if is_part else found[3] or "") != family or found[1] in values:
+                raise ValueError(f"out of place: {line}")
+            values[found[1]] = float(found[5])
+    for name, count in values.items():
+        if found := re.fullmatch(r"(.*)_count\{(.*)\}", name):
+            buckets = [(float(bound[1]), value) for other, value in values.items()
+                       if (bound := re.fullmatch(re.escape(f'{found[1]}_bucket{{{found[2]},le="') + r'(.*)"\}', other))]
+            if buckets != sorted(buckets) or [value for _, value in buckets] != sorted(value for _, value in buckets):
+                raise ValueError(f"the buckets of {name} do not grow")
+            if buckets[-1] != (float("inf"), count):
+                raise ValueError(f"not all are in a bucket: {name}")
+    return values
 
 
 def links_stored(company):

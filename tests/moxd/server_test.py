@@ -21,7 +21,7 @@ import time
 import unittest
 
 from running_server import (NOTHING, PASSWORD, Server, code_of, form, head, link, links_stored, make_certificate, read_answer,
-                            read_request)
+                            packed, read_request, values_of)
 
 MOX, MOXD, TOOL = (os.path.abspath(path) for path in sys.argv[1:4])
 # The sanitizers take memory of their own.
@@ -99,6 +99,12 @@ class Hostile(ServerTest):
             ("twice the same", f"POST {READ} HTTP/1.1", [*good, good[1]], NOTHING, (400, "bad_request")),
             ("length and chunks", f"POST {READ} HTTP/1.1", [*good, "Transfer-Encoding: chunked"], NOTHING, (400, "bad_request")),
             ("chunks", f"POST {READ} HTTP/1.1", [token, "Transfer-Encoding: chunked"], b"0\r\n\r\n", (411, "length_required")),
+            ("a list of lengths", f"POST {READ} HTTP/1.1", [token, "Content-Length: 0, 0"], b"", (400, "bad_request")),
+            # What stands behind them is not read as a request, whoever takes it for the body.
+            ("a body packed on its way", f"POST {READ} HTTP/1.1", [token, "Transfer-Encoding: gzip"],
+             head(READ, len(NOTHING), self.token) + NOTHING, (411, "length_required")),
+            ("the same and a length", f"POST {READ} HTTP/1.1", [token, "Transfer-Encoding: gzip", "Content-Length: 0"],
+             head(READ, len(NOTHING), self.token) + NOTHING, (400, "bad_request")),
             ("no length", f"POST {READ} HTTP/1.1", [token], b"", (411, "length_required")),
             ("below 0", f"POST {READ} HTTP/1.1", [token, "Content-Length: -1"], b"", (400, "bad_request")),
             ("no number", f"POST {READ} HTTP/1.1", [token, "Content-Length: 0x10"], b"", (400, "bad_request")),
@@ -194,10 +200,6 @@ class Hostile(ServerTest):
         self.assertEqual(code_of(answers[0]), (401, "login_refused"))
         self.assertEqual(code_of(answers[-1]), (429, "too_many_attempts"))
         self.assertTrue(answers[-1][1]["retry-after"].isdigit())
-        metrics = self.server.operation("/metrics")[2].decode()
-        seconds = {name: float(value) for name, value in re.findall(r"^moxd_request_seconds_(\S+) (\S+)$", metrics, re.M)}
-        self.assertGreater(seconds['sum{route="service"}'], 0)
-        self.assertEqual(seconds['bucket{route="service",le="+Inf"}'], seconds['count{route="service"}'])
 
     def test_the_log_has_no_secrets(self):
         self.server.ask(READ, token=self.token)
@@ -211,6 +213,16 @@ class Hostile(ServerTest):
             self.assertNotIn(secret, log)
 
 
+UNITS = "/v1/firma/service/Kat%5Cjm"
+
+
+def store_many_units(company):
+    """So many that all of them are a large answer."""
+    with contextlib.closing(sqlite3.connect(company)) as database:
+        database.executemany("INSERT INTO jm (naziv, opis) VALUES (?, ?)", ((f"j{i}", "x" * 60) for i in range(10000)))
+        database.commit()
+
+
 class Memory(ServerTest):
     settings = "[limits]\nbody = 1 MB\nunpacked = 1 MB\nin_flight = 4 MB\n[seconds]\nbody = 60\nreply = 60\n"
 
@@ -222,20 +234,17 @@ class Memory(ServerTest):
         self.assertEqual(answer, expected)
 
     def test_answers_that_nobody_reads_take_no_more_than_requests_may(self):
-        with contextlib.closing(sqlite3.connect(self.company)) as database:
-            database.executemany("INSERT INTO jm (naziv, opis) VALUES (?, ?)", ((f"j{i}", "x" * 60) for i in range(10000)))
-            database.commit()
-        units = "/v1/firma/service/Kat%5Cjm"
+        store_many_units(self.company)
         with contextlib.ExitStack() as unread:
             for _ in range(8):
                 stream = unread.enter_context(self.server.connect(narrow=True))
-                stream.sendall(head(units, len(NOTHING), self.token) + NOTHING)
+                stream.sendall(head(UNITS, len(NOTHING), self.token) + NOTHING)
             for _ in range(1000):
                 if sum('"busy"' in line for line in self.server.log) >= 4:
                     break
                 time.sleep(0.02)
-            self.assertEqual(code_of(self.server.ask(units, token=self.token)), (503, "busy"))
-        self.until_answered(units, NOTHING, (200, ""))
+            self.assertEqual(code_of(self.server.ask(UNITS, token=self.token)), (503, "busy"))
+        self.until_answered(UNITS, NOTHING, (200, ""))
 
     def test_bodies_that_do_not_come_take_no_more_than_requests_may(self):
         body = b"x" * 1000000
@@ -252,7 +261,17 @@ class Large(ServerTest):
     settings = "workers = 1\n[limits]\nbody = 60 MB\nunpacked = 60 MB\nin_flight = 110 MB\n"
 
     def test_large_requests_pass_in_memory_that_does_not_grow_with_their_number(self):
-        body = form(("tablica", b"x" * 50 * 2**20))
+        large = 50 * 2**20
+        with contextlib.closing(sqlite3.connect(self.company)) as database:
+            database.execute("UPDATE art SET opis = ? WHERE id = (SELECT MIN(id) FROM art)", ("x" * large,))
+            database.commit()
+        columns, body = "/v1/firma/service/Kat%5CStupciTablice", form(("tablica", b"x" * large))
+        for what, path, sent, headers in (("a request", columns, body, {}), ("packed", columns, packed(body), {"Content_Encoding": "zstd"}),
+                                          ("an answer", "/v1/firma/service/Kat%5Cartikli", NOTHING, {})):
+            with self.subTest(what):
+                self.pass_many(path, sent, headers)
+
+    def pass_many(self, path, body, headers):
         answers = []
 
         def ask():
@@ -260,10 +279,11 @@ class Large(ServerTest):
             while answer == (503, "busy"):
                 time.sleep(0.05)
                 with contextlib.suppress(OSError):  # who is refused may not get to read why, as he is still sending
-                    answer = code_of(self.server.ask("/v1/firma/service/Kat%5CStupciTablice", body, self.token))
+                    answer = code_of(self.server.ask(path, body, self.token, **headers))
             answers.append(answer)
 
         def peak(clients):
+            pathlib.Path(f"/proc/{self.server.process.pid}/clear_refs").write_text("5")  # forgets what it took at most
             asking = [threading.Thread(target=ask) for _ in range(clients)]
             for thread in asking:
                 thread.start()
@@ -279,11 +299,15 @@ class Large(ServerTest):
 
 
 class Slow(ServerTest):
-    settings = "[seconds]\nhandshake = 1\nidle = 1\nheader = 1\nbody = 1\n"
+    settings = "[limits]\nslowest = 1 GB\n[seconds]\nhandshake = 1\nidle = 1\nheader = 1\nbody = 1\nreply = 1\n"
 
     def test_who_takes_longer_than_a_phase_lets_loses_his_connection_alone(self):
         request = head(READ, len(NOTHING), self.token)
+        store_many_units(self.company)
+        whole = len(self.server.ask(UNITS, token=self.token)[2])
         with contextlib.ExitStack() as stack:
+            unread = stack.enter_context(self.server.connect(narrow=True))
+            unread.sendall(head(UNITS, len(NOTHING), self.token) + NOTHING)
             slow = {"handshake": stack.enter_context(socket.create_connection(("127.0.0.1", self.server.port), 60))}
             for phase, sent in (("idle", b""), ("header", request[:9]), ("body", request + NOTHING[:3])):
                 slow[phase] = stack.enter_context(self.server.connect(60))
@@ -295,9 +319,30 @@ class Slow(ServerTest):
                     except ConnectionError:
                         pass
                     self.assertEqual(self.server.ask(READ, token=self.token)[0], 200)
+            self.until("moxd_connections", 1)  # that of the one who asks
+            self.assertEqual([json.loads(line)["service"] for line in self.server.log if '"sent":false' in line], ["Kat\\jm"])
+            got = 0
+            with contextlib.suppress(OSError):
+                while piece := unread.recv(65536):
+                    got += len(piece)
+            self.assertLess(got, whole)
 
 
 class Managed(ServerTest):
+    def test_its_unit_and_its_settings_are_taken_as_they_are_shipped(self):
+        system = pathlib.Path(__file__).resolve().parents[2] / "moxd" / "system"
+        checked = subprocess.run([MOXD, "check", "--config", system / "moxd.ini"], capture_output=True, text=True, check=False)
+        # No line of the settings is wrong, only the files are not here.
+        self.assertIn("/etc/moxd/certificate.pem", checked.stderr)
+        self.assertNotIn("moxd.ini:", checked.stderr)
+        if not shutil.which("systemd-analyze"):
+            return
+        for unit in ("moxd.service", "moxd.socket"):
+            (self.folder / unit).write_text((system / unit).read_text().replace("/usr/bin/moxd", MOXD))
+        for words in (["verify", "--man=no", self.folder / "moxd.socket"], ["security", "--offline=true", "--threshold=15"]):
+            done = subprocess.run(["systemd-analyze", *words, self.folder / "moxd.service"], capture_output=True, text=True, check=False)
+            self.assertEqual((done.returncode, [line for line in done.stderr.splitlines() if "moxd" in line]), (0, []), done.stdout)
+
     def test_is_started_watched_and_ended_by_the_systems_manager(self):
         self.assertEqual(self.server.end(), 0)
         with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager, socket.create_server(("127.0.0.1", 0)) as handed_over:
@@ -335,6 +380,18 @@ class Operations(ServerTest):
         self.assertEqual((first()[0], second()[0]), (200, 200))
         self.assertEqual(links_stored(self.company), [1, 2])
         self.assertEqual(self.server.operation("/readyz")[0], 200)
+
+    def test_counts_what_it_does(self):
+        for path in (READ, READ, "/v1/firma/service/Nema"):
+            self.server.ask(path, token=self.token)
+        status, headers, text = self.server.operation("/metrics")
+        self.assertEqual((status, headers["content-type"]), (200, "text/plain; version=0.0.4; charset=utf-8"))
+        values = values_of(text.decode())
+        for name, value in (('moxd_requests_total{route="service",code="200"}', 2),
+                            ('moxd_requests_total{route="service",code="unknown_service"}', 1),
+                            ('moxd_request_seconds_count{route="service"}', 3), ("moxd_connections_total", 5), ("moxd_queue_waiting", 0)):
+            self.assertEqual(values[name], value, name)
+        self.assertGreater(values['moxd_request_seconds_sum{route="service"}'], 0)
 
     def test_ends_what_it_began(self):
         unlock = self.lock()
@@ -570,6 +627,7 @@ class Rights(ServerTest):
         self.assertEqual(self.rows("SELECT korisnik, transakcija, upisano, kljuc FROM dnevnik_upisa WHERE korisnik = 'ivo'"),
                          [("ivo", "UpisParentFieldForVD", 0, None), ("ivo", "UpisParentFieldForVD", 1, "k-2")])
         self.assertIn("ivo ", self.moxd("token", "list"))
+        self.assertRegex(self.moxd("journal", "logins"), r" UTC +ivo +127\.0\.0\.1 +prijava\n")
         self.moxd("user", "disable", "ivo")
         self.assertEqual(read(), (401, "not_logged_in"))
         self.moxd("company", "move", "firma", "--to", expected=2)
