@@ -37,6 +37,7 @@ if(TARGET mox_server_program)
           "${PROJECT_SOURCE_DIR}/moxd/system/moxd.ini"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/mox"
   )
+  install(FILES "${PROJECT_SOURCE_DIR}/docs/OPERATIONS.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 endif()
 if(TARGET mox_desktop_program)
   install(TARGETS mox_desktop_program)
