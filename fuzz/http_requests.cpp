@@ -1,6 +1,7 @@
 // What a connection brings: requests one behind the other, whole, cut off, or such that two readers may see
-// different ones. However its bytes come, the same requests are read; one that is served is framed by a single
-// length and nothing else; and behind one that is not, nothing is read that somebody may take for its body.
+// different ones. However its bytes come, the same requests are read; one that is served is framed by a
+// single length and nothing else; and behind one that is not, nothing is read that somebody may take for its
+// body.
 
 #include <algorithm>
 #include <boost/asio/buffer.hpp>
@@ -117,8 +118,8 @@ std::vector<Seen> ReadAll(std::string_view text, std::size_t piece) {
   return all;
 }
 
-// The same requests up to one whose header is about as long as headers may be: whether that one is refused may
-// depend on how its bytes come.
+// The same requests up to one whose header is about as long as headers may be: whether that one is refused
+// may depend on how its bytes come.
 bool AreTheSame(std::string_view text, const std::vector<Seen>& one, const std::vector<Seen>& other) {
   std::size_t begin = 0;
   for (std::size_t i = 0; i < one.size(); ++i) {
@@ -152,8 +153,8 @@ void CheckFrame(std::string_view request, const Seen& seen) {
   const std::vector<std::string> lengths = ValuesOf(request, "Content-Length");
   Require(ValuesOf(request, "Transfer-Encoding").empty(), "a connection goes on behind no transfer encoding");
   for (const std::string& length : lengths) {
-    Require(!length.empty() && std::all_of(length.begin(), length.end(),
-                                           [](char c) { return c >= '0' && c <= '9'; }),
+    Require(!length.empty() &&
+                std::all_of(length.begin(), length.end(), [](char c) { return c >= '0' && c <= '9'; }),
             "a length has digits alone");
     Require(std::stoull(length) == seen.body.size(), "each length is that of the body that was read");
   }
