@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::string_view kSchemes[] = {"postgresql://", "postgres://"};
 constexpr std::string_view kCompany = "company";
+constexpr std::string_view kConnectTimeout = "connect_timeout";
 constexpr std::string_view kSchemaPrefix = "mox_";
 constexpr std::size_t kLongestName = 50;
 constexpr std::string_view kBlanked = "***";
@@ -80,7 +81,8 @@ DatabaseLocation::DatabaseLocation(std::string_view text) {
 DatabaseLocation::DatabaseLocation(const std::string& text) : DatabaseLocation(std::string_view(text)) {}
 DatabaseLocation::DatabaseLocation(const char* text) : DatabaseLocation(std::string_view(text)) {}
 
-// libpq knows no parameter "company", which is taken out of the query.
+// libpq knows no parameter "company", which is taken out of the query. It waits for a silent machine for as
+// long as the machine is silent, where nothing else is said.
 void DatabaseLocation::ParseAddress(std::string_view text) {
   kind_ = Kind::kPostgresql;
   shown_ = WithoutPasswords(text);
@@ -88,10 +90,13 @@ void DatabaseLocation::ParseAddress(std::string_view text) {
   connection_ = text.substr(0, question);
   std::string_view query = text.substr(std::min(question + 1, text.size()));
   std::optional<std::string_view> company;
-  for (char before = '?'; !query.empty();) {
+  char before = '?';
+  bool is_timed = false;
+  while (!query.empty()) {
     const std::string_view parameter = TakeParameter(query);
     const std::string_view name = parameter.substr(0, parameter.find('='));
     if (name != kCompany) {
+      is_timed = is_timed || name == kConnectTimeout;
       connection_ += before + std::string(parameter);
       before = '&';
       continue;
@@ -101,15 +106,11 @@ void DatabaseLocation::ParseAddress(std::string_view text) {
   }
   if (!company) throw DatabaseError(shown_ + ": the company is not named; company=NAME behind '?' does");
   company_ = CompanyName(*company, shown_);
+  if (!is_timed) connection_ += before + std::string(kConnectTimeout) + "=10";
 }
 
 std::string DatabaseLocation::schema() const {
   return company_.empty() ? std::string() : std::string(kSchemaPrefix) + company_;
-}
-
-DatabaseLocation DatabaseLocation::OfCompany(std::string_view name) const {
-  const char before = connection_.find('?') == std::string::npos ? '?' : '&';
-  return DatabaseLocation(connection_ + before + std::string(kCompany) + '=' + std::string(name));
 }
 
 }  // namespace mox

@@ -48,15 +48,13 @@ class DatabaseLocation {
 
   /// Of a file; empty otherwise.
   const std::string& path() const { return path_; }
-  /// Of a PostgreSQL database, for libpq, which may hold a password; empty otherwise.
+  /// Of a PostgreSQL database, for libpq, which may hold a password; empty otherwise. Where it does not say
+  /// how long to wait for a connection that is ten seconds.
   const std::string& connection() const { return connection_; }
   /// In small letters; empty for a file.
   const std::string& company() const { return company_; }
   /// The schema that the company is in, "mox_NAME"; empty for a file.
   std::string schema() const;
-
-  /// The location of another company in the same database. Raises DatabaseError for a name that is none.
-  DatabaseLocation OfCompany(std::string_view name) const;
 
  private:
   void ParseAddress(std::string_view text);

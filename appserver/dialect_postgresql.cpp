@@ -26,15 +26,9 @@ void SetUp(PGconn* connection, const DatabaseLocation& location, Database::Acces
           (access == Database::Access::kReadOnly ? "; SET default_transaction_read_only = on" : ""));
 }
 
-// SOCI takes an address for a list of NAME=VALUE, and adds the '=' where it finds none.
-std::string Openable(const std::string& address) {
-  if (address.find('=') != std::string::npos) return address;
-  return address + (address.find('?') == std::string::npos ? "?" : "&") + "fallback_application_name=mox";
-}
-
 void Connect(soci::session& session, const DatabaseLocation& location,
              Database::Access access = Database::Access::kReadWrite) {
-  session.open(soci::postgresql, Openable(location.connection()));
+  session.open(soci::postgresql, location.connection());
   PQsetNoticeProcessor(
       PostgresqlHandle(session), [](void*, const char*) {}, nullptr);
   SetUp(PostgresqlHandle(session), location, access);

@@ -19,7 +19,7 @@ HOMES = {
     "soci/": ("appserver/",),
     "libpq": ("appserver/",),
     "sqlite3.h": ("appserver/",),
-    "boost/": ("moxd/http_server.cpp", "moxd/network_threads.h"),
+    "boost/": ("moxd/http_server.cpp", "moxd/network_threads.h", "moxd/request_head.cpp", "moxd/request_head.h"),
     "curl/": ("sender/", "connect/http_client.cpp", "paper/mail.cpp"),
     "cairo": ("paper/",),
     "pango/": ("paper/",),

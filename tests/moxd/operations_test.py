@@ -1,0 +1,142 @@
+#!/usr/bin/env python3
+"""How the server is set up, watched, loaded, ended and started again: operations_test.py MOX MOXD DIRECTORY_TOOL"""
+import contextlib
+import json
+import os
+import pathlib
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+from running_server import code_of, link, links_stored, make_certificate, values_of
+from server_case import MOXD, READ, ServerTest, WRITE
+
+
+class Managed(ServerTest):
+    def test_its_unit_and_its_settings_are_taken_as_they_are_shipped(self):
+        system = pathlib.Path(__file__).resolve().parents[2] / "moxd" / "system"
+        checked = subprocess.run([MOXD, "check", "--config", system / "moxd.ini"], capture_output=True, text=True, check=False)
+        # No line of the settings is wrong, only the files are not here.
+        self.assertIn("/etc/moxd/certificate.pem", checked.stderr)
+        self.assertNotIn("moxd.ini:", checked.stderr)
+        if not shutil.which("systemd-analyze"):
+            return
+        for unit in ("moxd.service", "moxd.socket"):
+            (self.folder / unit).write_text((system / unit).read_text().replace("/usr/bin/moxd", MOXD))
+        for words in (["verify", "--man=no", self.folder / "moxd.socket"], ["security", "--offline=true", "--threshold=15"]):
+            done = subprocess.run(["systemd-analyze", *words, self.folder / "moxd.service"], capture_output=True, text=True, check=False)
+            self.assertEqual((done.returncode, [line for line in done.stderr.splitlines() if "moxd" in line]), (0, []), done.stdout)
+
+    def test_is_started_watched_and_ended_by_the_systems_manager(self):
+        self.assertEqual(self.server.end(), 0)
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager, socket.create_server(("127.0.0.1", 0)) as handed_over:
+            manager.bind(str(self.folder / "manager"))
+            manager.settimeout(60)
+            self.server.start("bash", "-c", 'exec 3<&"$0"; LISTEN_PID=$$ LISTEN_FDS=1 exec "$@"', str(handed_over.fileno()),
+                              pass_fds=(handed_over.fileno(),),
+                              env={**os.environ, "NOTIFY_SOCKET": str(self.folder / "manager"), "WATCHDOG_USEC": "100000"})
+            self.assertEqual(self.server.port, handed_over.getsockname()[1])
+            self.assertEqual(self.server.ask(READ, token=self.token)[0], 200)
+            self.assertEqual([manager.recv(100) for _ in range(3)], [b"READY=1", b"WATCHDOG=1", b"WATCHDOG=1"])
+            self.assertEqual(self.server.end(), 0)
+            manager.setblocking(False)
+            told = []
+            with contextlib.suppress(BlockingIOError):
+                while True:
+                    told.append(manager.recv(100))
+            self.assertIn(b"STOPPING=1", told)
+
+
+class Operations(ServerTest):
+    settings = "workers = 1\n[limits]\nqueue = 1\n[seconds]\nstop = 20\n"
+
+    def test_a_full_queue_is_told_at_once(self):
+        unlock = self.lock()
+        first = self.later(WRITE, link(1), self.token)
+        self.until("moxd_workers_busy", 1)
+        second = self.later(WRITE, link(2), self.token)
+        self.until("moxd_queue_waiting", 1)
+        status, headers, body = self.server.ask(WRITE, link(3), self.token)
+        self.assertEqual((status, json.loads(body)["code"], headers["retry-after"]), (503, "queue_full", "1"))
+        self.assertEqual(self.server.operation("/healthz")[0], 200)
+        self.assertEqual(self.server.operation("/readyz")[0], 503)
+        unlock()
+        self.assertEqual((first()[0], second()[0]), (200, 200))
+        self.assertEqual(links_stored(self.company), [1, 2])
+        self.assertEqual(self.server.operation("/readyz")[0], 200)
+
+    def test_counts_what_it_does(self):
+        for path in (READ, READ, "/v1/firma/service/Nema"):
+            self.server.ask(path, token=self.token)
+        status, headers, text = self.server.operation("/metrics")
+        self.assertEqual((status, headers["content-type"]), (200, "text/plain; version=0.0.4; charset=utf-8"))
+        values = values_of(text.decode())
+        for name, value in (('moxd_requests_total{route="service",code="200"}', 2),
+                            ('moxd_requests_total{route="service",code="unknown_service"}', 1),
+                            ('moxd_request_seconds_count{route="service"}', 3), ("moxd_connections_total", 5), ("moxd_queue_waiting", 0)):
+            self.assertEqual(values[name], value, name)
+        self.assertGreater(values['moxd_request_seconds_sum{route="service"}'], 0)
+
+    def test_ends_what_it_began(self):
+        unlock = self.lock()
+        under_way = self.later(WRITE, link(1), self.token)
+        self.until("moxd_workers_busy", 1)
+        idle = self.server.connect()
+        self.server.process.send_signal(signal.SIGTERM)
+        self.assertEqual(idle.recv(1), b"")
+        unlock()
+        status, headers, _ = under_way()
+        self.assertEqual((status, headers["connection"]), (200, "close"))
+        self.assertEqual(self.server.process.wait(30), 0)
+        self.assertEqual(links_stored(self.company), [1])
+
+    def test_reads_its_certificate_again(self):
+        with self.server.connect() as before:
+            make_certificate(self.folder, "two")
+            self.server.process.send_signal(signal.SIGHUP)
+            for _ in range(200):
+                if any('"certificate"' in line for line in self.server.log):
+                    break
+                time.sleep(0.02)
+            with self.server.connect() as after:
+                self.assertEqual(after.getpeercert()["subject"], ((("commonName", "two"),),))
+            self.assertEqual(self.server.ask(READ, token=self.token, connection=before)[0], 200)
+
+    def test_retried_writes_are_stored_once(self):
+        key = "5f3a9c"
+        first = self.server.ask(WRITE, link(1), self.token, Idempotency_Key=key)
+        self.assertEqual(first[0], 200)
+        self.assertEqual(self.server.ask(WRITE, link(1), self.token, Idempotency_Key=key)[2], first[2])
+        self.server.end(signal.SIGKILL)
+        self.server.start()
+        self.assertEqual(self.server.ask(WRITE, link(1), self.token, Idempotency_Key=key)[2], first[2])
+        self.assertEqual(code_of(self.server.ask(WRITE, link(2), self.token, Idempotency_Key=key)), (422, "key_reused"))
+        self.assertEqual(links_stored(self.company), [1])
+
+
+class Check(unittest.TestCase):
+    def test_helps(self):
+        self.assertIn("moxd user", subprocess.run([MOXD, "--help"], capture_output=True, text=True, check=True).stdout)
+
+    def test_tells_every_fault_of_the_settings(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder, "moxd.ini")
+            path.write_text("a = b\n[server]\nlisten = localhost\nlisten = 0.0.0.0:1\noperations = 0.0.0.0:9443\nworkers = 0\n"
+                            "threads = 2\ncertificate =\nnonsense\n[limits]\nbody = 1 TB\nunpacked = 17179869185 GB\n[seconds]\nidle = -1\n[other]\n"
+                            "x = 1\n")
+            done = subprocess.run([MOXD, "check", "--config", path], capture_output=True, text=True, check=False)
+            lines = [line.removeprefix(f"moxd: {path}:") for line in done.stderr.splitlines()]
+            self.assertEqual(done.returncode, 1)
+            self.assertEqual([line.split(":")[0] for line in lines[:12]],
+                             ["1", "3", "4", "5", "6", "7", "8", "9", "11", "12", "14", "15"], done.stderr)
+            self.assertIn("stands before the first section", lines[0])
+            self.assertTrue(all("is missing" in line for line in lines[12:]) and len(lines) >= 14, done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[sys.argv[0], *sys.argv[4:]])
