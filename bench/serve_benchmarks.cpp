@@ -107,6 +107,7 @@ class Writers {
         "postgresql://postgres@/postgres?host=" + folder.substr(0, folder.find('\n')) +
         "&company=" + kCompany;
     Database::Create(address, WithDemo::kYes);
+    here_ = std::make_unique<CompanyServer>(Database(address));
     const ServerSettings settings = served.demo().Settings();
     Accounts accounts(settings.directory, settings.accounts);
     accounts.AddCompany(kCompany, address);
@@ -114,9 +115,15 @@ class Writers {
     for (std::unique_ptr<ServerConnection>& client : clients_) client = served.Connect(kCompany);
     Write(kMostClients);
   }
-  ~Writers() { Control("stop", ""); }
+  ~Writers() {
+    here_.reset();
+    Control("stop", "");
+  }
   Writers(const Writers&) = delete;
   Writers& operator=(const Writers&) = delete;
+
+  TdmComunication& client() { return *clients_.front(); }
+  TdmComunication& here() { return *here_; }
 
   // So many documents by so many at once.
   void Write(std::size_t clients) {
@@ -144,6 +151,7 @@ class Writers {
   std::string file_ =
       std::filesystem::temp_directory_path() / ("mox_bench_server." + std::to_string(::getpid()));
   std::array<std::unique_ptr<ServerConnection>, kMostClients> clients_;
+  std::unique_ptr<CompanyServer> here_;
 };
 
 Served& TheServed() {
@@ -201,20 +209,35 @@ void RegisterServeBenchmarks() {
   Register(
       "serve/echo", [] { TheBare().Echo(); }, 1, 0);
   Register(
+      "serve/network_postgresql", [] { benchmark::DoNotOptimize(Read(TheWriters().client())); }, 1, 0);
+  Register(
+      "serve/here_postgresql", [] { benchmark::DoNotOptimize(Read(TheWriters().here())); }, 1, 0);
+  Register(
       "serve/write_by_1", [] { TheWriters().Write(1); }, kWrites, 1);
   Register(
       "serve/write_by_8", [] { TheWriters().Write(kMostClients); }, kWrites, 1);
 }
 
-void PrintServeRatios(const Measurements& measurements) {
-  const auto network = measurements.Fastest("serve/network");
-  const auto here = measurements.Fastest("serve/here");
+namespace {
+
+// A read over the network, to the same read here and an echo.
+void PrintOverhead(const Measurements& measurements, const char* ratio, const std::string& network,
+                   const std::string& here) {
+  const auto over = measurements.Fastest(network);
+  const auto read = measurements.Fastest(here);
   const auto echo = measurements.Fastest("serve/echo");
+  if (!over || !read || !echo) return;
+  std::printf("ratio %s %.2f  (%.1f ns to %.1f here and %.1f for an echo)\n", ratio, *over / (*read + *echo),
+              *over, *read, *echo);
+}
+
+}  // namespace
+
+void PrintServeRatios(const Measurements& measurements) {
   measurements.PrintRatio({"serve_scale", "serve/write_by_1", "serve/write_by_8"});
-  if (!network || !here || !echo) return;
-  std::printf("ratio serve_overhead %.2f  (%.1f ns to %.1f here and %.1f for an echo)\n",
-              *network / (*here + *echo), *network, *here, *echo);
-  std::printf("ratio serve_mb_1000 %.0f\n", MemoryOfServer());
+  PrintOverhead(measurements, "serve_overhead", "serve/network", "serve/here");
+  PrintOverhead(measurements, "serve_overhead_pg", "serve/network_postgresql", "serve/here_postgresql");
+  if (measurements.Fastest("serve/network")) std::printf("ratio serve_mb_1000 %.0f\n", MemoryOfServer());
 }
 
 // The server is a process of its own, which the clients' memory is not counted to.
