@@ -35,19 +35,4 @@ bool ExecuteTransaction(std::string_view transaction_name, const TDataModule& da
   return ExecuteTransaction(transaction_name, data_module.DataSets());
 }
 
-bool SaveDocDataToLinkLater(std::string_view parent_table, std::string_view parent_column,
-                            std::int64_t parent_doc_id, std::string_view child_tip,
-                            std::string_view user_id) {
-  RecordSet link("FTransTempVezeDataSet");
-  link.DefineField("parent_table", FieldKind::kText, 100);
-  link.DefineField("parent_column", FieldKind::kText, 100);
-  link.DefineField("parent_doc_id", FieldKind::kInteger);
-  link.DefineField("child_tip", FieldKind::kText, 15);
-  link.DefineField("user_id", FieldKind::kText, 5);
-  link.Open();
-  link.AppendRecord({std::string(parent_table), std::string(parent_column), parent_doc_id,
-                     std::string(child_tip), std::string(user_id)});
-  return ExecuteTransaction("UpisParentFieldForVD", {&link});
-}
-
 }  // namespace mox

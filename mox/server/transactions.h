@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <initializer_list>
 #include <span>
 #include <string_view>
@@ -28,11 +27,5 @@ TAstaParamList WriteRequest(std::string_view transaction_name, std::span<const R
 bool ExecuteTransaction(std::string_view transaction_name, std::span<RecordSet* const> record_sets);
 bool ExecuteTransaction(std::string_view transaction_name, std::initializer_list<RecordSet*> record_sets);
 bool ExecuteTransaction(std::string_view transaction_name, const TDataModule& data_module);
-
-/// Remembers that the next document of kind `child_tip` which the user stores belongs to a document.
-/// Writes the record set "FTransTempVezeDataSet" with the transaction "UpisParentFieldForVD". Texts are cut
-/// to 100, 100, 15 and 5 characters. False when the server refused it.
-bool SaveDocDataToLinkLater(std::string_view parent_table, std::string_view parent_column,
-                            std::int64_t parent_doc_id, std::string_view child_tip, std::string_view user_id);
 
 }  // namespace mox

@@ -136,14 +136,6 @@ TEST(Transactions, SendTheTextsOfTheirRecordSets) {
     EXPECT_EQ(host.written, text);
   }
   EXPECT_EQ(host.log.back(), "write UpisRacuna=<list Zaglavlje=<1 record> Stavke\\n=<1 record>>");
-
-  EXPECT_TRUE(SaveDocDataToLinkLater(std::string(101, 't'), "rac_id", 7, "1234567890123456", "žžžžžž"));
-  EXPECT_EQ(host.log.back(), "write UpisParentFieldForVD=<list FTransTempVezeDataSet=<1 record>>");
-  EXPECT_EQ(TokenizedItems(host.written).at(0).value,
-            "moxrs 1\nname 21:FTransTempVezeDataSet\nfields 5\nfield 12:parent_table text 100 - 0: 0:\n"
-            "field 13:parent_column text 100 - 0: 0:\nfield 13:parent_doc_id integer 0 - 0: 0:\n"
-            "field 9:child_tip text 15 - 0: 0:\nfield 7:user_id text 5 - 0: 0:\nrecords 1\n100:" +
-                std::string(100, 't') + " 6:rac_id 7 15:123456789012345 10:žžžžž\nend\n");
 }
 
 TEST(Transactions, PostTheRecordThatIsBeingEdited) {
