@@ -33,6 +33,11 @@ Currency SumInRow(const RecordRow& row, const std::vector<std::size_t>& columns)
 
 Currency Distance(Currency a, Currency b) { return a < b ? b - a : a - b; }
 
+// A cent may part what is the same in documents of old.
+bool AreSame(Currency a, Currency b, FiguresOf of) {
+  return a == b || (of == FiguresOf::kStored && Distance(a, b) <= kHundredth);
+}
+
 // The columns of those names that the records have.
 std::vector<std::size_t> ColumnsOf(const RecordSet& records, const Names& names) {
   std::vector<std::size_t> columns;
@@ -65,7 +70,7 @@ std::vector<Sort> SortsOf(const DocumentKind& kind, const DocumentSets& sets) {
 }
 
 // The calculated fields on which the figures of a document rest; of lines without tax all amounts.
-Names FiguresOf(const DocumentKind& kind, const Sort& sort) {
+Names FiguresOfLine(const DocumentKind& kind, const Sort& sort) {
   const LineSchema& schema = sort.schema;
   Names figures;
   for (const std::string_view name : SplitNames(schema.calculated)) {
@@ -79,34 +84,98 @@ Names FiguresOf(const DocumentKind& kind, const Sort& sort) {
   return figures;
 }
 
-// A unit price that was entered, and the amount that is quantity times it.
+// A unit price, and an amount that is quantity times it.
 struct Product {
   std::string_view price;
   std::size_t price_column;
   std::size_t amount_column;
 };
 
-std::vector<Product> ProductsOf(const Sort& sort) {
+// Of the prices that were entered, and of those that are calculated and paid by. What goods cost the company
+// is spread over them as finely or coarsely as it likes.
+std::vector<Product> ProductsOf(const Sort& sort, FiguresOf of) {
   std::vector<Product> products;
-  const Names calculated = SplitNames(sort.schema.calculated);
-  for (const std::string_view price : SplitNames(sort.schema.inputs)) {
-    const std::string amount = std::string(price) + 'i';
+  const LineSchema& schema = sort.schema;
+  const Names calculated = SplitNames(schema.calculated);
+  const auto add = [&](std::string_view price, std::string_view amount) {
     const auto price_column = sort.records->FindFieldIndex(price);
     const auto amount_column = sort.records->FindFieldIndex(amount);
-    if (!price_column || !amount_column || !Has(calculated, amount)) continue;
+    if (!price_column || !amount_column || !Has(calculated, amount)) return;
     products.push_back({price, *price_column, *amount_column});
+  };
+  for (const std::string_view price : SplitNames(schema.inputs)) add(price, std::string(price) + 'i');
+  if (of == FiguresOf::kStored) return products;
+  for (const std::string_view price : {field::pc.text, field::mpc.text}) {
+    if (Has(calculated, price)) add(price, std::string(price) + 'i');
   }
+  if (Has(calculated, field::mpc.text) && schema.to_be_paid) add(field::mpc.text, schema.to_be_paid->text);
   return products;
 }
+
+// An amount of a line that is the sum of others.
+class LineSum {
+ public:
+  LineSum(const RecordSet& records, const Names& names) {
+    if (names.empty()) return;
+    whole_ = records.FindFieldIndex(names[0]);
+    first_name_ = names[1];
+    price_ = records.FindFieldIndex(first_name_.substr(0, first_name_.size() - 1));
+    for (std::size_t i = 1; i < names.size(); ++i) {
+      const bool is_taken_off = names[i].starts_with('-');
+      const auto column = records.FindFieldIndex(names[i].substr(is_taken_off ? 1 : 0));
+      if (i == 1) first_ = column;
+      if (column) parts_.push_back({*column, is_taken_off});
+    }
+  }
+
+  // The amount that a price of the line was not multiplied to; empty where it was, or where there is none.
+  std::string_view Missing(const RecordRow& line) const {
+    const bool is_missing = !first_ || line.IsNull(*first_);
+    return is_missing && price_ && !line.IsNull(*price_) ? first_name_ : std::string_view();
+  }
+
+  // The column that is not the sum; none where it is, and where the line does not say what of.
+  std::optional<std::size_t> FindWrong(const RecordRow& line) const {
+    if (!whole_ || line.IsNull(*whole_) || !first_ || line.IsNull(*first_)) return std::nullopt;
+    Currency sum;
+    for (const Part& part : parts_) {
+      sum += part.is_taken_off ? -line.AsCurrency(part.column) : line.AsCurrency(part.column);
+    }
+    const Currency whole = line.AsCurrency(*whole_);
+    return whole == sum || whole == R2(sum) ? std::nullopt : whole_;
+  }
+
+  std::string Shown(const RecordRow& line) const {
+    std::string shown;
+    for (const Part& part : parts_) {
+      if (!shown.empty()) shown += part.is_taken_off ? " less " : " and ";
+      shown += line.Definition(part.column).name + ' ' + line.AsCurrency(part.column).ToString();
+    }
+    return shown;
+  }
+
+ private:
+  struct Part {
+    std::size_t column;
+    bool is_taken_off;
+  };
+  std::optional<std::size_t> whole_;
+  std::string_view first_name_;
+  std::optional<std::size_t> first_;
+  std::optional<std::size_t> price_;  // of the first
+  std::vector<Part> parts_;
+};
 
 // The lines of one sort, one after the other.
 class LineChecks {
  public:
-  LineChecks(const DocumentKind& kind, const Sort& sort)
+  LineChecks(const DocumentKind& kind, const Sort& sort, FiguresOf of)
       : sort_(sort),
+        of_(of),
         quantity_(sort.records->FindFieldIndex(field::kolicina.text)),
-        products_(quantity_ ? ProductsOf(sort) : std::vector<Product>()) {
-    for (const std::string_view name : FiguresOf(kind, sort)) {
+        products_(quantity_ ? ProductsOf(sort, of) : std::vector<Product>()),
+        sum_(*sort.records, of == FiguresOf::kNew ? SplitNames(sort.schema.sum) : Names()) {
+    for (const std::string_view name : FiguresOfLine(kind, sort)) {
       figures_.emplace_back(name, sort.records->FindFieldIndex(name));
     }
     if (Has(SplitNames(sort.schema.inputs), field::tbr_stp.text)) {
@@ -128,7 +197,8 @@ class LineChecks {
       if (!quantity_ || quantity != 0) RequireCalculated(line);
       if (quantity != 0) RequireProducts(line, quantity);
       if (rate_) RequireRate(line.AsFloat(*rate_));
-      if (is_taxed_) RequireSum(line);
+      if (const auto wrong = sum_.FindWrong(line)) Refuse(line, *wrong, sum_.Shown(line));
+      if (is_taxed_) RequirePaid(line);
     }
   }
 
@@ -137,52 +207,60 @@ class LineChecks {
     throw Error(std::string(sort_.name) + ": row " + std::to_string(row_) + ": " + std::string(field) + ": " +
                 reason);
   }
+  [[noreturn]] void Refuse(const RecordRow& line, std::size_t column, const std::string& as) const {
+    Refuse(line.Definition(column).name, line.AsCurrency(column).ToString() + " is not " + as);
+  }
 
   void RequireCalculated(const RecordRow& line) const {
     for (const auto& [name, column] : figures_) {
       if (!column || line.IsNull(*column)) Refuse(name, "is not calculated");
     }
+    if (const std::string_view name = sum_.Missing(line); !name.empty()) Refuse(name, "is not calculated");
   }
 
-  // A price may be shown with fewer decimals than the amount was made of; more than that parts them only in a
-  // line that nobody calculated.
+  // A price may be shown with fewer decimals than the amount was made of, or than it was made of itself; more
+  // than that parts them only in a line that nobody calculated.
   void RequireProducts(const RecordRow& line, double quantity) const {
     for (const Product& product : products_) {
       if (line.IsNull(product.price_column) || line.IsNull(product.amount_column)) continue;
       const double price = line.AsFloat(product.price_column);
       const double product_of_both = price * quantity;
-      const Currency amount = line.AsCurrency(product.amount_column);
-      const double gap = std::abs(amount.ToDouble() - product_of_both);
+      const double gap = std::abs(line.AsCurrency(product.amount_column).ToDouble() - product_of_both);
       if (gap <= kHalfHundredth.ToDouble()) continue;
       const double half_of_last_decimal = std::nearbyint(price * 100) / 100 == price ? 0.005 : 0.00005;
-      const double explained = kHalfHundredth.ToDouble() + std::abs(quantity) * half_of_last_decimal;
+      const double explained =
+          kHalfHundredth.ToDouble() + std::abs(quantity) * half_of_last_decimal + kNudgeOfRounding;
       if (gap <= explained + std::abs(product_of_both) * kErrorOfProduct) continue;
-      Refuse(sort_.records->Definition(product.amount_column).name,
-             amount.ToString() + " is not kolicina " + ShortestNumber(quantity) + " times " +
-                 std::string(product.price) + ' ' + ShortestNumber(price));
+      Refuse(line, product.amount_column,
+             "kolicina " + ShortestNumber(quantity) + " times " + std::string(product.price) + ' ' +
+                 ShortestNumber(price));
     }
   }
 
-  // Calculators round each of these amounts once, so a cent may part them.
-  void RequireSame(std::size_t column, Currency amount, Currency expected, const std::string& as) const {
-    if (Distance(amount, expected) <= kHundredth) return;
-    Refuse(sort_.records->Definition(column).name, amount.ToString() + " is not " + as);
-  }
-
-  // Base, tax and fee of a line, and what is to be paid for it.
-  void RequireSum(const RecordRow& line) const {
+  // Base, tax and fee of a line are what is to be paid for it, and the tax is that of the base.
+  void RequirePaid(const RecordRow& line) const {
     const Currency tax = SumInRow(line, taxes_);
     const Currency fee = SumInRow(line, fees_);
     Currency base = SumInRow(line, bases_);
     if (bases_.empty()) base = SumInRow(line, amounts_) - tax - fee;
-    if (paid_) {
-      RequireSame(*paid_, line.AsCurrency(*paid_), base + tax + fee,
-                  "base " + base.ToString() + ", tax " + tax.ToString() + " and fee " + fee.ToString());
+    if (paid_ && !AreSame(line.AsCurrency(*paid_), base + tax + fee, of_)) {
+      Refuse(line, *paid_,
+             "base " + base.ToString() + ", tax " + tax.ToString() + " and fee " + fee.ToString());
     }
-    if (taxes_.empty() || !rate_) return;
-    const double rate = line.AsFloat(*rate_);
-    RequireSame(taxes_.front(), tax, R2(base * Real(rate) / 100),
-                ShortestNumber(rate) + " % of base " + base.ToString());
+    const bool are_pairs = bases_.size() == taxes_.size();
+    for (std::size_t i = 0; i < taxes_.size(); ++i) {
+      RequireTax(line, taxes_[i], are_pairs ? line.AsCurrency(bases_[i]) : base);
+    }
+  }
+
+  // Rounded once, whether it was put on the base or taken out of what base and tax come to.
+  void RequireTax(const RecordRow& line, std::size_t column, Currency base) const {
+    const double rate = rate_ ? line.AsFloat(*rate_) : 0;
+    const Amount exact = base * Real(rate) / 100;
+    const Amount gap = line.AsCurrency(column) - exact;
+    const Extended rounded = of_ == FiguresOf::kStored ? 3 : 1 + rate / 100;
+    if (std::fabs(gap.scaled()) <= rounded * kHalfHundredth.scaled() + 1) return;
+    Refuse(line, column, ShortestNumber(rate) + " % of base " + base.ToString());
   }
 
   void RequireRate(double rate) const {
@@ -191,11 +269,14 @@ class LineChecks {
   }
 
   static constexpr double kErrorOfProduct = 1e-15;  // of factors and product together, as part of it
+  static constexpr double kNudgeOfRounding = 1e-7;
 
   const Sort& sort_;
+  FiguresOf of_;
   std::size_t row_ = 0;
   std::optional<std::size_t> quantity_;
   std::vector<Product> products_;
+  LineSum sum_;
   std::vector<std::pair<std::string_view, std::optional<std::size_t>>> figures_;
   std::optional<std::size_t> rate_;
   bool is_taxed_ = false;
@@ -219,7 +300,9 @@ struct RateFigures {
   BaseAndTax lines;
   BaseAndTax recap;
   std::int64_t roundings = 0;  // of tax, in the lines
-  bool is_finer = false;       // than hundredths
+  bool has_lines = false;
+  std::int64_t rows = 0;  // of the recapitulation
+  bool is_finer = false;  // than hundredths
 };
 
 void AddLines(const Sort& sort, ByRate<RateFigures>& figures) {
@@ -235,6 +318,7 @@ void AddLines(const Sort& sort, ByRate<RateFigures>& figures) {
   const auto rate = records.FindFieldIndex(sort.recapitulated.rate.text);
   for (const RecordRow& row : records.Rows()) {
     RateFigures& of_rate = figures.Of(rate ? row.AsFloat(*rate) : 0);
+    of_rate.has_lines = true;
     const Currency tax = SumInRow(row, taxes);
     of_rate.lines.tax += tax;
     of_rate.lines.base += SumInRow(row, bases);
@@ -248,12 +332,16 @@ std::string Shown(const BaseAndTax& figures) {
   return "base " + figures.base.ToString() + " and tax " + figures.tax.ToString();
 }
 
-// Every row of a recapitulation carries the fee of the last line of the first sort.
-Currency CarriedFee(const std::vector<Sort>& sorts) {
-  if (sorts.empty() || !HasFees(sorts.front().schema)) return {};
-  const RecordTable& lines = sorts.front().records->Table();
-  const auto fee = lines.Find(field::pov_naki.text);
-  return fee && !lines.empty() ? lines[lines.size() - 1].AsCurrency(*fee) : Currency();
+// What every row of a recapitulation may carry of the last line of the first sort, besides base and tax: what
+// the line keeps out of the tax, whether the kind knows of it or not.
+std::vector<Currency> CarriedAmounts(const std::vector<Sort>& sorts) {
+  std::vector<Currency> carried(1);
+  if (sorts.empty() || sorts.front().records->IsEmpty()) return carried;
+  const RecordSet& lines = *sorts.front().records;
+  const RecordRow last = lines.RowAt(lines.RowCount() - 1);
+  const Currency fee = last.Optional(field::pov_naki);
+  carried.insert(carried.end(), {fee, fee + last.Optional(field::neoporezivo)});
+  return carried;
 }
 
 void AddRecapitulation(const RecordSet& recap, ByRate<RateFigures>& figures) {
@@ -268,6 +356,7 @@ void AddRecapitulation(const RecordSet& recap, ByRate<RateFigures>& figures) {
   for (const RecordRow& row : recap.Rows()) {
     const BaseAndTax of_row = {SumInRow(row, base), SumInRow(row, tax)};
     RateFigures& of_rate = figures.Of(rate ? row.AsFloat(*rate) : 0);
+    ++of_rate.rows;
     of_rate.recap.base += of_row.base;
     of_rate.is_finer = of_rate.is_finer || IsFinerThanHundredths(of_rate.recap.base);
     of_rate.recap.tax += of_row.tax;
@@ -292,8 +381,12 @@ bool Agree(const DocumentRecap& recap, const RateFigures& of_rate) {
   return base_gap <= HalfHundredths(of_rate.roundings) && tax_gap <= HalfHundredths(1 + of_rate.roundings);
 }
 
-void CompareRates(const DocumentKind& kind, const ByRate<RateFigures>& figures) {
+void CompareRates(const DocumentKind& kind, const ByRate<RateFigures>& figures, FiguresOf of) {
   for (const RateFigures& of_rate : figures.All()) {
+    if (of == FiguresOf::kNew && of_rate.rows > (of_rate.has_lines ? 1 : 0)) {
+      throw Error("the recapitulation has " + ShortestNumber(of_rate.rate) +
+                  (of_rate.has_lines ? " % more than once" : " %, which no line has"));
+    }
     if (Agree(kind.recap, of_rate)) continue;
     throw Error("at " + ShortestNumber(of_rate.rate) + " % the lines have the " + Shown(of_rate.lines) +
                 ", the recapitulation has the " + Shown(of_rate.recap));
@@ -302,14 +395,14 @@ void CompareRates(const DocumentKind& kind, const ByRate<RateFigures>& figures) 
 
 // What a row says besides base and tax is that of its base, tax and rate. The rate as people read it may be
 // written as in any country, or in words.
-void RequireRowOfRate(const RecordRow& row, Currency carried) {
+void RequireRowOfRate(const RecordRow& row, const std::vector<Currency>& carried, FiguresOf of) {
   const double rate = row.Optional(field::stopa).ToDouble();
   const BaseAndTax figures = {row.Optional(field::osnovica), row.Optional(field::porez)};
   const std::string of_rate = "the recapitulation of " + ShortestNumber(rate) + " % ";
   const auto total = row.FindFieldIndex(field::ukupno.text);
   if (total && !row.IsNull(*total)) {
     const Currency rest = row.AsCurrency(*total) - figures.base - figures.tax;
-    if (Distance(rest, {}) > kHundredth && Distance(rest, carried) > kHundredth) {
+    if (std::none_of(carried.begin(), carried.end(), [&](Currency c) { return AreSame(rest, c, of); })) {
       throw Error(of_rate + "has the total " + row.AsCurrency(*total).ToString() + " of " + Shown(figures));
     }
   }
@@ -360,9 +453,9 @@ std::optional<Currency> ToBePaid(const DocumentKind& kind, const DocumentSets& s
   return R2(total + Fees(kind, sets));
 }
 
-void CheckFigures(const DocumentKind& kind, const DocumentSets& sets) {
+void CheckFigures(const DocumentKind& kind, const DocumentSets& sets, FiguresOf of) {
   const std::vector<Sort> sorts = SortsOf(kind, sets);
-  for (const Sort& sort : sorts) LineChecks(kind, sort).Check();
+  for (const Sort& sort : sorts) LineChecks(kind, sort, of).Check();
   const bool is_recapitulated = sets.recap != nullptr && !sets.recap->IsEmpty();
   if (!kind.recap.Exists()) {
     if (is_recapitulated) throw Error(std::string(kind.name) + " has no tax, but a recapitulation");
@@ -376,9 +469,9 @@ void CheckFigures(const DocumentKind& kind, const DocumentSets& sets) {
   for (RateFigures& of_rate : figures.All()) {
     if (!kind.recap.takes_digits && of_rate.roundings == 0) of_rate.lines.tax = TaxOfBase(of_rate);
   }
-  CompareRates(kind, figures);
-  const Currency carried = CarriedFee(sorts);
-  for (const RecordRow& row : sets.recap->Rows()) RequireRowOfRate(row, carried);
+  CompareRates(kind, figures, of);
+  const std::vector<Currency> carried = CarriedAmounts(sorts);
+  for (const RecordRow& row : sets.recap->Rows()) RequireRowOfRate(row, carried, of);
 }
 
 void FillSupplierTotals(RecordSet& totals, const RecordSet& goods, const SupplierTerms& terms) {

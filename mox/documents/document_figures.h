@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -31,15 +32,19 @@ Currency Fees(const DocumentKind& kind, const DocumentSets& sets);
 /// lines are finer their sum is rounded to them. None for a kind that costs nothing. Raises Overflow.
 std::optional<Currency> ToBePaid(const DocumentKind& kind, const DocumentSets& sets);
 
+/// How figures are looked at: as those of a document that is stored or sent, or as those of one that may be
+/// in the books from the time when a cent a line was let pass and amounts were not traced to prices.
+enum class FiguresOf : std::uint8_t { kNew, kStored };
+
 /// What every document that is stored or sent has to be. Raises Error that says what it is not: every line is
-/// calculated, an amount of a unit price that was entered is quantity times it as far as that price was not
-/// rounded, a rate of tax is 0 to 100, what is to be paid for a line is its base, tax and fee, and
-/// its tax the rate of its base, each to a cent; a kind with tax has a recapitulation, others have none; and
-/// at each rate lines and recapitulation have the same base and tax. Only rounding line by line may part
-/// them: where taxes of lines are finer than hundredths by half a hundredth for each line (and one for the
-/// tax of the rate), and where the whole base of a rate is taxed the tax by as much, which is then that of
-/// the base to the hundredth.
-void CheckFigures(const DocumentKind& kind, const DocumentSets& sets);
+/// calculated; an amount of a unit price is quantity times it as far as that price was not rounded, amounts
+/// are the sums that the kind says, what is to be paid for a line is its base, tax and fee, and its tax the
+/// rate of its base, which is 0 to 100, as far as the tax was rounded; a kind with tax has a recapitulation,
+/// others have none; and it has one row for each rate of the lines and no other, with the same base and tax.
+/// Only rounding line by line may part these: where taxes of lines are finer than hundredths by half a
+/// hundredth for each line (and one for the tax of the rate), and where the whole base of a rate is taxed the
+/// tax by as much, which is then that of the base to the hundredth.
+void CheckFigures(const DocumentKind& kind, const DocumentSets& sets, FiguresOf of = FiguresOf::kNew);
 
 /// Whether documents of the kind keep what the document of their supplier comes to: goods receipts with tax.
 bool HasSupplierTotals(const DocumentKind& kind);

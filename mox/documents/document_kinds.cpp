@@ -33,9 +33,17 @@ void StornoPrimke(RecordSet& lines, const DocumentDigits& digits) {
 
 using enum CalcFieldsReads;
 
+// What amounts of a line are the sum of.
+constexpr std::string_view kMargin = "marza vpci -nci";
+constexpr std::string_view kBaseOfOneDiscount = "osnovica pci -rbi1";
+constexpr std::string_view kBaseOfThreeDiscounts = "osnovica pci -rbi1 -rbi2 -rbi3";
+constexpr std::string_view kGrossLessDiscount = "ukupno mpci -rbi1";
+constexpr std::string_view kGross = "ukupno mpci";
+constexpr std::string_view kNetInvoice = "nfci fci -rbi1 -rbi2 -rbi3 pot_naki";
+
 template <auto kCalculator>
 constexpr LineSchema StockLines() {
-  return {"kolicina nc vpc", "nci vpci marza", Plain<kCalculator>, kItsInputs};
+  return {"kolicina nc vpc", "nci vpci marza", Plain<kCalculator>, kItsInputs, std::nullopt, {}, {}, kMargin};
 }
 
 template <auto kCalculator>
@@ -46,7 +54,8 @@ constexpr LineSchema NetGoods() {
           kItsInputs,
           field::ukupno,
           "osnovica",
-          "pdvi"};
+          "pdvi",
+          kBaseOfThreeDiscounts};
 }
 
 template <auto kCalculator>
@@ -57,7 +66,8 @@ constexpr LineSchema NetServices() {
           kItsInputs,
           field::ukupno,
           "osnovica",
-          "pdvi"};
+          "pdvi",
+          kBaseOfThreeDiscounts};
 }
 
 template <auto kCalculator>
@@ -68,7 +78,8 @@ constexpr LineSchema ServicesWithOneDiscount() {
           kItsInputs,
           field::ukupno,
           "osnovica",
-          "pdvi"};
+          "pdvi",
+          kBaseOfOneDiscount};
 }
 
 template <auto kCalculator>
@@ -79,7 +90,8 @@ constexpr LineSchema ServiceJob() {
           kItsInputs,
           field::ukupno,
           "osnovica",
-          "pdvi"};
+          "pdvi",
+          kBaseOfOneDiscount};
 }
 
 constexpr LineSchema kNone{};
@@ -130,9 +142,11 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      {"kolicina pc rbp1 rbp2 rbp3 tbr_stp pov_nak",
       "pci rbi1 rbi2 rbi3 rabatIznos pov_naki mpc mpci osnovica pdvi ukupno",
       // The decimals of the selling price are asked anew for each line.
-      Vat<GotovinskiRacunStavkeCalcFields>, kItsInputsAndSettings, field::ukupno, "osnovica", "pdvi"},
+      Vat<GotovinskiRacunStavkeCalcFields>, kItsInputsAndSettings, field::ukupno, "osnovica", "pdvi",
+      kBaseOfThreeDiscounts},
      {"kolicina pc rbp1 rbp2 rbp3 tbr_stp", "pci rbi1 rbi2 rbi3 rabatIznos mpc mpci osnovica pdvi ukupno",
-      Vat<GotovinskiRacunUslugeCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi"},
+      Vat<GotovinskiRacunUslugeCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi",
+      kBaseOfThreeDiscounts},
      kTotalsOfBoth,
      "storno-gotovinski-racun"},
     {"storno-gotovinski-racun",
@@ -142,7 +156,8 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kInvoice,
      kOut,
      {"kolicina pc rbp1 rbp2 rbp3 tbr_stp", "pci rbi1 rbi2 rbi3 rabatIznos mpc osnovica pdvi ukupno",
-      Vat<StornoGotovinskiRacunStavkeCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi"},
+      Vat<StornoGotovinskiRacunStavkeCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi",
+      kBaseOfThreeDiscounts},
      kNone,
      kTotals,
      "",
@@ -173,7 +188,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kStays,
      kNone,
      {"kolicina pc mpc rbp1 tbr_stp", "pci mpci rbi1 vpc vpci pdvi ukupno",
-      Vat<GotovinskiRacunUslugaCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi"},
+      Vat<GotovinskiRacunUslugaCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi", kGrossLessDiscount},
      kTotals},
     {"gotovinski-racun-usluga-marina",
      "got-rac-marina",
@@ -184,7 +199,8 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kNone,
      {"kolicina pc mpc mpcv rbp1 tbr_stp",
       "pci mpci rbi1 vpc vpci pdvi ukupno mpci_v rbi1_v vpci_v pdvi_v ukupno_v",
-      Vat<GotovinskiRacunUslugaMarinaCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi"},
+      Vat<GotovinskiRacunUslugaMarinaCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi",
+      kGrossLessDiscount},
      kTotals},
     {"gotovinski-racun-servis",
      "got-rac-servis",
@@ -194,9 +210,10 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kOut,
      // The base of material is taken with the tax that the line had before.
      {"kolicina pc vpc rbp1 tbr_stp", "pci vpci rbi1 mpc mpci osnovica pdvi ukupno",
-      Vat<GotovinskiRacunServisMaterijalCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi", 2},
+      Vat<GotovinskiRacunServisMaterijalCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi",
+      kBaseOfOneDiscount, 2},
      {"kolicina mpc vpc tbr_stp", "pc pci vpci mpci pdvi ukupno", Vat<GotovinskiRacunServisUslugeCalcFields>,
-      kItsInputs, field::ukupno, "", "pdvi"},
+      kItsInputs, field::ukupno, "", "pdvi", kGross},
      kTotalsOfBoth},
     {"mal-gotovinski-racun",
      "mal-got-racun",
@@ -205,9 +222,9 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kInvoice,
      kOut,
      {"kolicina mpc popust tbr_stp pov_nak", "pov_naki mpci pc popust_iznos pdvi pci",
-      Vat<MalGotovinskiRacunCalcFields>, kItsInputs, field::pci, "", "pdvi"},
+      Vat<MalGotovinskiRacunCalcFields>, kItsInputs, field::pci, "", "pdvi", "pci mpci -popust_iznos"},
      {"kolicina mpc pc tbr_stp", "vpc vpci pci mpci pdvi ukupno", Vat<MalGotovinskiRacunCalcUsluge>,
-      kItsInputs, field::ukupno, "", "pdvi"},
+      kItsInputs, field::ukupno, "", "pdvi", kGross},
      {"FillPDVData", ByRate<FillPDVData>, {field::pci, field::tbr_stp}, kUkupno}},
 
     // Work orders are priced gross, without fees; the daily cash report has bases.
@@ -245,7 +262,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kGoodsReceipt,
      kIn,
      {"kolicina fc rbp1 rbp2 rbp3 pov_nak pot_nak tbr_stp", "fci rbi1 rbi2 rbi3 pov_naki pot_naki nfci",
-      Plain<PrimkaKalkulacija01CalcFields>, kItsInputs, std::nullopt, "nfci"},
+      Plain<PrimkaKalkulacija01CalcFields>, kItsInputs, std::nullopt, "nfci", "", kNetInvoice},
      kNone,
      kNetReceipt,
      "storno-primke-kalkulacije"},
@@ -256,7 +273,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kGoodsReceipt,
      kIn,
      {"kolicina fc rbp1 rbp2 rbp3 pot_naki zti vpc tbr_stp", "fci rbi1 rbi2 rbi3 nfci nci nc vpci marza marp",
-      StornoPrimke, kItsInputs, std::nullopt, "nfci"},
+      StornoPrimke, kItsInputs, std::nullopt, "nfci", "", kNetInvoice},
      kNone,
      kNetReceipt,
      "",
@@ -275,7 +292,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kStock,
      kOut,
      {"kolicina nc vpc pov_nak tbr_stp", "nci vpci marza pov_naki pdvi ukupno",
-      Vat<RazduzenjeManjakStavkeCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi"},
+      Vat<RazduzenjeManjakStavkeCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi", kMargin},
      kNone,
      kTotals},
     {"meduskladisnica-ulaz", "meduskl-ulaz", "Međuskladišnica, ulaz",
@@ -292,7 +309,8 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      "price change",
      kStock,
      kStays,
-     {"kolicina vpc nvpc", "vpci nvpci razlika", Plain<IzmjenaCijenaStavkeCalcFields>, kItsInputs},
+     {"kolicina vpc nvpc", "vpci nvpci razlika", Plain<IzmjenaCijenaStavkeCalcFields>, kItsInputs,
+      std::nullopt, "", "", "razlika nvpci -vpci"},
      kNone,
      kNoTax},
 
@@ -305,7 +323,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kOut,
      {"kolicina nc fc rbp1 rbp2 rbp3 vpc zti pov_nak pot_nak tbr_stp",
       "nci fci rbi1 rbi2 rbi3 pov_naki pot_naki nfci vpci razlika mari marp pdvi ukupno",
-      Vat<PovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::ukupno, "nfci", "pdvi"},
+      Vat<PovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::ukupno, "nfci", "pdvi", kNetInvoice},
      kNone,
      kNetReturn},
     {"mal-povratnica-dobavljacu",
@@ -316,7 +334,8 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kOut,
      {"kolicina nc fc rbp1 rbp2 rbp3 mpc zti pov_nak pot_nak tbr_stp",
       "nci fci rbi1 rbi2 rbi3 pov_naki pot_naki nfci razlika vpc vpci mpci pdvi mari marp pdvi_dob uk_dob",
-      Vat<MalPovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::uk_dob, "nfci", "pdvi_dob"},
+      Vat<MalPovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::uk_dob, "nfci", "pdvi_dob",
+      kNetInvoice},
      kNone,
      {"FillPDVDataPovDob", ReturnToSupplier, kNfci, std::nullopt, true, 2}},  // as pdvi_dob always has two
     {"mat-povratnica-dobavljacu",
@@ -328,7 +347,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      {"kolicina nc fc rbp1 rbp2 rbp3 zti pov_nak pot_nak tbr_stp",
       "nci fci rbi1 rbi2 rbi3 pov_naki pot_naki nfci razlika pdvi ukupno",
       // The net amount takes the fee of an earlier pass.
-      Vat<MatPovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::ukupno, "nfci", "pdvi", 1,
+      Vat<MatPovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::ukupno, "nfci", "pdvi", "", 1,
       field::pot_naki},
      kNone,
      kNetReturn},
@@ -339,7 +358,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kReturn,
      kIn,
      {"kolicina vpc pc tbr_stp", "vpci pci osnovica pdvi ukupno", Vat<PovratnicaKupcaStavkeCalcFields>,
-      kItsInputs, field::ukupno, "osnovica", "pdvi"},
+      kItsInputs, field::ukupno, "osnovica", "pdvi", "osnovica pci"},
      kNone,
      kTotals},
     {"racun-vlastite-potrebe",
@@ -349,7 +368,8 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kInvoice,
      kOut,
      {"kolicina nc pov_nak tbr_stp", "nci pov_naki osnovica pdvi ukupno",
-      Vat<RacunVlastitePotrebeStavkeCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi"},
+      Vat<RacunVlastitePotrebeStavkeCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi",
+      "ukupno nci pdvi pov_naki"},
      kNone,
      kTotals,
      "",

@@ -48,6 +48,9 @@ struct LineSchema {
   /// The taxable base; empty where it is what is recapitulated, less fee and tax. Several fields are added.
   std::string_view base = {};
   std::string_view tax = {};  ///< empty where the lines have none
+  /// An amount of the line and what it is the sum of, to the hundredth where that is finer; what is taken off
+  /// has a minus. Empty where no two amounts are tied so.
+  std::string_view sum = {};
   /// How often a line is calculated at a time: twice where the calculator reads what it stored before.
   int passes = 1;
   /// What the calculator takes as an earlier pass left it, for good or ill. A line that is entered has no

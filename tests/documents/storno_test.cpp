@@ -19,15 +19,16 @@ class Random {
     return std::uniform_int_distribution<std::int64_t>(least, most)(engine_);
   }
 
-  // As users enter it: prices and amounts of up to four decimals, usual rates, quantities of either sign.
+  // Prices and amounts of up to four decimals, any rates, discounts and raises, quantities of either sign, at
+  // times hardly any.
   double ValueOf(const VocabularyEntry& entry) {
-    constexpr double kRates[] = {0, 5, 13, 25};
-    if (entry.name == field::tbr_stp.text) return kRates[Between(0, 3)];
+    if (entry.name == field::tbr_stp.text) return static_cast<double>(Between(0, 1) * Between(0, 100));
     switch (entry.measure) {
       case Measure::kQuantity:
-        return static_cast<double>(Between(1, 20'000) * (Between(0, 3) == 0 ? -1 : 1)) / 1000;
+        return static_cast<double>(Between(1, 20'000) * (Between(0, 3) == 0 ? -1 : 1)) /
+               (Between(0, 9) == 0 ? 1e6 : 1000);
       case Measure::kPercent:
-        return Between(0, 1) == 0 ? 0 : static_cast<double>(Between(0, 400)) / 10;
+        return Between(0, 1) == 0 ? 0 : static_cast<double>(Between(-40, 1000)) / 10;
       default:
         return static_cast<double>(Between(0, 5'000'000)) / 10'000;
     }
@@ -83,7 +84,8 @@ TEST_F(StornoTest, CancelsEveryAmountOfRandomDocumentsOfEveryKind) {
   const auto of_each = HowMany("MOX_STORNO_DOCUMENTS", 1400) / std::ssize(DocumentKinds());
   for (const DocumentKind& kind : DocumentKinds()) {
     for (std::int64_t i = 0; i < of_each; ++i) {
-      parameters_.Set("PdviCalcDigit", i % 2 == 0 ? "2" : "4");
+      parameters_.Set("PdviCalcDigit", std::to_string(2 + i % 3));
+      App().Ini().WriteInteger("GENERAL", "PC_CALC_DIGIT", static_cast<int>(i / 3 % 5));
       Document document(kind);
       for (RecordSet* const lines : {document.Goods(), document.Services()}) {
         if (lines != nullptr) FillLines(*lines, random);
@@ -97,6 +99,7 @@ TEST_F(StornoTest, CancelsEveryAmountOfRandomDocumentsOfEveryKind) {
         ExpectCancelled(*sets[set], *mirrors[set], kind.name);
       }
       const auto mirror = [&](std::size_t set) { return mirrors[set] ? &*mirrors[set] : nullptr; };
+      ASSERT_NO_THROW(CheckFigures(kind, {mirror(0), mirror(1), mirror(2)})) << kind.name;
       const auto cancelled = ToBePaid(kind, {mirror(0), mirror(1), mirror(2)});
       ASSERT_EQ(cancelled.has_value(), document.ToBePaid().has_value()) << kind.name;
       if (cancelled) {
