@@ -202,7 +202,7 @@ std::string InWords(Currency total, const std::string& currency) {
 // The figures are those of the document, by the one rule for them.
 void CheckSource(const PageSource& source, const DocumentPage& page) {
   try {
-    CheckFigures(*source.figures_kind, source.Sets());
+    CheckFigures(*source.figures_kind, source.Sets(), FiguresOf::kStored);
   } catch (const Error& error) {
     throw Error(IdText(page.id) + " does not add up: " + error.what());
   }
@@ -259,6 +259,15 @@ void AddFiscal(const PageSource& source, DocumentPage& page) {
                                  record.AsDateTime(record.IndexOf("vrijeme")), LocaleSettings());
 }
 
+// What is owed in kunas is paid in euros: of documents from their time converted once by the fixed rate, of
+// later ones as it stands in the books, by the rate of the document.
+std::optional<Currency> EurosOfOwedKunas(const PageSource& source, const DocumentPage& page) {
+  if (page.currency != "HRK" || !page.total) return std::nullopt;
+  if (page.currency == GetValutaOznakaByDate(page.date)) return EurosOfKunas(*page.total);
+  const auto converted = InCurrencyOfCountry(source, page);
+  return converted ? std::optional(converted->total) : std::nullopt;
+}
+
 std::optional<std::int64_t> SlipId(const RecordSet& slips, const std::string& name) {
   for (const RecordRow& slip : slips.Rows()) {
     if (name.empty() || EqualsIgnoringCase(slip.AsTextView(slip.IndexOf("naziv")), name)) {
@@ -282,13 +291,12 @@ void AddSlip(const PageSource& source, const PaperTemplate& paper, DocumentPage&
   }
   if (source.partner.IsEmpty()) return warn("the document has no partner");
   const RecordRow partner = source.partner.RowAt(0);
-  // What is owed in kunas is paid in euros.
-  const bool in_kunas = page.currency == "HRK";
+  const std::optional<Currency> euros = EurosOfOwedKunas(source, page);
   auto slip = GetVirmanDataFromDatabase(*slip_id, partner.AsInteger(partner.IndexOf("id")), page.id,
-                                        in_kunas ? EurosOfKunas(*page.total) : *page.total);
+                                        euros.value_or(*page.total));
   if (!slip || slip->IsEmpty()) return warn("the server has no payment slip for the document");
   slip->First();
-  if (in_kunas) {
+  if (euros) {
     slip->Edit();
     slip->FieldByName("valuta").SetText("EUR");
     slip->Post();
@@ -325,9 +333,13 @@ void AddSlip(const PageSource& source, const PaperTemplate& paper, DocumentPage&
   }
 }
 
+// Of a customer, who pays later.
+bool AsksForPayment(const PageSource& source) {
+  return (source.kind->IsSale() || source.kind->is == DocumentClass::kProForma) && source.IsPaidLater();
+}
+
 void AddPayment(const PageSource& source, const PaperTemplate& paper, DocumentPage& page) {
-  const bool asks = source.kind->IsSale() || source.kind->is == DocumentClass::kProForma;
-  if (!asks || !source.IsPaidLater() || !page.total || page.total->Sign() <= 0 || page.cancelled) return;
+  if (!AsksForPayment(source) || !page.total || page.total->Sign() <= 0 || page.cancelled) return;
   const std::string iban = TextOf(source.seller, "iban");
   if (iban.empty()) {
     page.warnings.push_back(std::string(kNoPaymentCode) + "the company has no bank account");
@@ -350,11 +362,12 @@ bool HasUntaxedLines(const RecordSet& taxes) {
   return taxes.IsEmpty();
 }
 
-// What is owed in kunas is paid in euros, converted once.
+// Where nothing else says in what it is paid.
 void AddEurosOfKunas(const PageSource& source, DocumentPage& page) {
-  if (page.currency != "HRK" || !page.total || !source.kind->IsSale() || !source.IsPaidLater()) return;
-  page.notes.push_back("Po fiksnom tečaju konverzije 7,53450: ukupno " +
-                       AmountText(EurosOfKunas(*page.total), CurrentLocale()) + " EUR.");
+  const auto euros = AsksForPayment(source) ? EurosOfOwedKunas(source, page) : std::nullopt;
+  if (!euros) return;
+  page.notes.push_back("Po fiksnom tečaju konverzije 7,53450: ukupno " + AmountText(*euros, CurrentLocale()) +
+                       " EUR.");
 }
 
 // Tax is charged, and the books are kept, in the currency of the country, whatever that of the document: what

@@ -221,7 +221,7 @@ class TableMaker {
   }
   void AddConsumerDiscount(const RecordRow& line, long double quantity, long double price, Currency amount) {
     if (DiscountText(line).empty()) return;
-    consumer_discounts_ += R2(Currency::FromReal(static_cast<double>(quantity * price))) - amount;
+    consumer_discounts_ += R2(Amount::OfUnits(quantity * price)) - amount;
   }
 
   void AddRow(const RecordRow& line, PageTable& table) {

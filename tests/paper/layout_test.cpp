@@ -252,7 +252,7 @@ Currency Calculated(const std::string& line) {
   for (std::size_t at = line.find(" -", price); at != std::string::npos; at = line.find('+', at + 1)) {
     amount *= 1 - std::abs(number_at(at + 1)) / 100;
   }
-  return R2(Currency::FromReal(amount));
+  return R2(Amount::OfUnits(amount));
 }
 
 // A slip says of a line that is paid what the customer pays for one, and what that comes to; a fee stands by
@@ -332,12 +332,16 @@ TEST_F(LayoutTest, SlipsSayWhereTheFeeIs) {
     double percent;
     const char* line;
     bool is_beside;
-  } rows[] = {{"mal-gotovinski-racun", "mpc", 1.01, "popust", 0, "24 x 1,01 (25%)", false},
-              {"mal-gotovinski-racun", "mpc", 1.01, "popust", 10, "24 x 1,011 -10% (25%)", false},
-              {"gotovinski-racun", "pc", 0.8, "rbp1", 0, "24 x 1,07 (25%)", false},
-              {"gotovinski-racun", "pc", 0.8, "rbp1", 10, "24 x 1,00 -10% (25%)", true},
-              {"gotovinski-racun", "pc", 0.8, "rbp1", 100, "24 x 1,00 -100% (25%)", true},
-              {"otpremnica-racun", "pc", 0.8, "rbp1", 0, "24 x 1,00 (25%)", true}};
+    double quantity = 24;
+    const char* taken = nullptr;  // by the discount
+  } rows[] = {
+      {"mal-gotovinski-racun", "mpc", 1.01, "popust", 0, "24 x 1,01 (25%)", false},
+      {"mal-gotovinski-racun", "mpc", 1.01, "popust", 10, "24 x 1,011 -10% (25%)", false},
+      {"gotovinski-racun", "pc", 0.8, "rbp1", 0, "24 x 1,07 (25%)", false},
+      {"gotovinski-racun", "pc", 0.8, "rbp1", 10, "24 x 1,00 -10% (25%)", true},
+      {"gotovinski-racun", "pc", 0.8, "rbp1", 100, "24 x 1,00 -100% (25%)", true},
+      {"otpremnica-racun", "pc", 0.8, "rbp1", 0, "24 x 1,00 (25%)", true},
+      {"mal-gotovinski-racun", "mpc", 9.99, "popust", 10, "0,501 x 9,99 -10% (25%)", false, 0.501, "0,50"}};
   for (const auto& row : rows) {
     Document document(DocumentKindByName(row.kind));
     document.SetHeader("datum", *MakeDate(2026, 3, 2));
@@ -345,7 +349,7 @@ TEST_F(LayoutTest, SlipsSayWhereTheFeeIs) {
     goods.Append();
     for (const auto& [field, value] : {std::pair(row.price, row.amount),
                                        {row.discount, row.percent},
-                                       {"kolicina", 24.0},
+                                       {"kolicina", row.quantity},
                                        {"tbr_stp", 25.0},
                                        {"pov_nak", 0.07}}) {
       goods.FieldByName(field).SetFloat(value);
@@ -359,6 +363,10 @@ TEST_F(LayoutTest, SlipsSayWhereTheFeeIs) {
       texts.push_back(text.text);
     }
     EXPECT_THAT(texts, testing::Contains(row.line)) << row.kind;
+    const auto taken = std::find(texts.begin(), texts.end(), "Odobreni popust EUR");
+    if (row.taken != nullptr) {
+      EXPECT_TRUE(taken != texts.end() && *(taken + 1) == row.taken) << page.slip_discount;
+    }
     EXPECT_EQ(std::count(texts.begin(), texts.end(), "Povratna naknada"), row.is_beside ? 1 : 0) << row.kind;
   }
 }

@@ -129,6 +129,11 @@ TEST_F(PageTest, FollowsHowItIsPaidAndInWhatCurrency) {
        "Po tečaju 2: osnovica ", "no exchange rate"},
       {"racun-usluga", "UPDATE dok SET datum = '2022-12-20' WHERE id = :id",
        "Po fiksnom tečaju konverzije 7,53450: ukupno ", "no payment code"},
+      {"predracun", "UPDATE dok SET datum = '2022-12-20' WHERE id = :id",
+       "Po fiksnom tečaju konverzije 7,53450: ukupno ", "no payment code"},
+      // It was stored when no amount was traced to its price.
+      {"racun-usluga", "UPDATE dok_stavke SET rbi1 = rbi1 + 1 WHERE dok_id = :id", "Ukupno za platiti",
+       "add up"},
       {"racun-usluga", "UPDATE dok SET poziv_na_br = 'abc čč' WHERE id = :id", "has other characters than",
        "HR00 abc"},
       {"racun-usluga", "UPDATE dok SET opis = 'Red1' || CHAR(13, 10) || 'Red2' WHERE id = :id", "Red1\nRed2",
@@ -188,14 +193,16 @@ TEST_F(PageTest, FollowsHowItIsPaidAndInWhatCurrency) {
 // supplier who charges no tax has it stored.
 TEST_F(PageTest, ConvertsAsTheBooksDo) {
   Database& database = server_.database();
+  int codes = 0;
   for (const DocumentKind& kind : DocumentKinds()) {
-    for (const double rate : {1.0659, 0.88, 140.66}) {
+    for (const double rate : {1.0659, 0.88, 140.66, 7.5345}) {
       const std::int64_t id = Store(kind, 7);
+      const bool is_in_kunas = rate == 7.5345;
       const bool is_uncharged = IsUncharged(kind, "RU");
       database.Execute(
-          "UPDATE dok SET tecaj = :tecaj, valuta_id = (SELECT id FROM valuta WHERE oznaka = 'USD') WHERE id "
-          "= :id",
-          {rate, id});
+          "UPDATE dok SET tecaj = :tecaj, valuta_id = (SELECT id FROM valuta WHERE oznaka = :valuta) "
+          "WHERE id = :id",
+          {rate, std::string(is_in_kunas ? "HRK" : "USD"), id});
       if (is_uncharged) {
         database.Execute(
             "UPDATE dok SET vrsta_dok_dob = 'RU', ukupno = (SELECT SUM(osnovica) FROM dok_porezi WHERE "
@@ -212,8 +219,16 @@ TEST_F(PageTest, ConvertsAsTheBooksDo) {
       }
       EXPECT_TRUE(Says(page, "ukupno " + AmountText(total.value(), CurrentLocale()) + " EUR."))
           << kind.name << " " << rate << TextPage(page, CurrentLocale());
+      // What is owed in kunas is paid in euros, just as many.
+      if (!is_in_kunas || page.payment_code.empty()) continue;
+      const std::string cents = std::to_string(total->scaled() / 100);
+      EXPECT_NE(page.payment_code.find("\nEUR\n" + std::string(15 - cents.size(), '0') + cents + "\n"),
+                std::string::npos)
+          << kind.name << page.payment_code;
+      ++codes;
     }
   }
+  EXPECT_GT(codes, 0);
 }
 
 // By the rates of its lines, whatever their tax comes to.
