@@ -87,12 +87,7 @@ class MailRun {
   void SendDocument(std::int64_t doc_id) {
     const OutboxMail mail = outbox_.Put(doc_id, arguments_.to);
     session_.stored = "mail " + std::to_string(mail.id) + " is in the outbox";
-    if (outbox_.HasOtherTemplate(mail)) {
-      session_.err << "mox: mail " << mail.id
-                   << " keeps the template that it was asked for with first; --withdraw " << mail.id
-                   << " ends it, and the next one has this one" << std::endl;
-    }
-    SendAgreed(mail);
+    SendAgreed(mail, outbox_.HasOtherTemplate(mail));
   }
 
   // All that waits, and what may have been sent where the user agrees. One that cannot be sent keeps no other
@@ -139,20 +134,27 @@ class MailRun {
     if (outcome.end != MailEnd::kSent) session_.valid = false;
   }
 
-  // Another copy of what was sent, or may have been, and what was cancelled goes out on a yes.
-  void SendAgreed(const OutboxMail& mail) {
-    if (!mail.NeedsLeave()) return Send(mail);
-    const std::string known = "mail " + std::to_string(mail.id) + " of document " +
-                              std::to_string(mail.doc_id) + " to " + mail.to + " " + MailWords(mail);
+  // Another copy of what was sent, or may have been, and what was cancelled goes out on a yes; so does what
+  // was first asked for with another template, which it keeps.
+  void SendAgreed(const OutboxMail& mail, bool has_other_template = false) {
+    if (!mail.NeedsLeave() && !has_other_template) return Send(mail);
+    const std::string id = std::to_string(mail.id);
+    const std::string known =
+        "mail " + id + " of document " + std::to_string(mail.doc_id) + " to " + mail.to + " " +
+        MailWords(mail) + (has_other_template ? ", with the template that it was asked for with first" : "");
     SessionDialogs dialogs(session_, arguments_.yes);
     if (dialogs.ShowVelorDialog(TVCustomDialogType::kConfirmation, "Upozorenje", "Slanje pošte",
                                 known + (mail.Waits() ? ". Poslati ipak?" : ". Poslati ponovno?")) ==
         kDialogYes) {
       return Send(mail);
     }
-    Tell(known + (mail.Waits()
-                      ? "; --yes sends it all the same, --withdraw " + std::to_string(mail.id) + " ends it"
-                      : "; --yes sends it again"));
+    if (mail.Waits()) {
+      Tell(known + "; --yes sends it all the same, --withdraw " + id + " ends it" +
+           (has_other_template ? ", and the next one has this template" : ""));
+    } else {
+      Tell(known + "; --yes sends it again" +
+           (has_other_template ? " with that one: the document has no other mail to this address" : ""));
+    }
   }
 
   const MailArguments& arguments_;
@@ -207,8 +209,10 @@ void Declare(Options& options) {
                 "note that this mail was sent, of which nobody knew whether it was");
   options.Flag("--outbox", arguments->outbox, "print the mails and what became of them");
   options.Flag("--table", arguments->table, "--outbox: a table for people instead of a record-set file");
-  options.Flag("--yes", arguments->yes,
-               "send again what was sent, or may have been sent, and what was cancelled");
+  options.Flag(
+      "--yes", arguments->yes,
+      "send again what was sent, or may have been sent, what was cancelled, and what was first asked for "
+      "with another template");
   options.Value("--template", arguments->template_file, "FILE",
                 "subject, text and page of ID, as mox print takes it; it stays with the mail");
   options.Value("--account", arguments->account, "URL",
@@ -235,7 +239,7 @@ const Command kMailCommand = {"mail",
 
 A mail is in the outbox of the company's database before it is sent, and stays there. Where the server's answer was
 lost, it is told, and sent again only with --yes or on a yes. One mail of a document goes to an address: whoever asks
-again, or at the same time, is told of it. Exit status: 0 when all was sent. Settings: CA_FILE with
+again, or at the same time, is told of it. It keeps the template that it was first asked for with. Exit status: 0 when all was sent. Settings: CA_FILE with
 certificate authorities, TIMEOUT in seconds.)",
                               Declare};
 

@@ -405,9 +405,15 @@ def check_waiting(handler):
     mox("mail", "1", "--to", "bez@primjer.hr")
     handler.step = ""
     Path("poseban.txt").write_text("[naslovi]\nracun-usluga = Poseban račun\n")
-    result = mox("mail", "1", "--to", "bez@primjer.hr", "--template", "poseban.txt")
-    expect("kept", result.returncode == 0 and "Račun usluga 1/2024" in page_of(handler.mails[0][1]) and
-           "keeps the template that it was asked for with first" in result.stderr, result.stderr)
+    other = ("mail", "1", "--to", "bez@primjer.hr", "--template", "poseban.txt")
+    result = mox(*other)
+    expect("other template is told", result.returncode == 1 and not handler.mails and "--withdraw" in result.stderr and
+           "with the template that it was asked for with first" in result.stderr, result.stderr)
+    result = mox(*other, "--yes")
+    expect("kept", result.returncode == 0 and "Račun usluga 1/2024" in page_of(handler.mails[0][1]), result.stderr)
+    result = mox(*other)
+    expect("sent with another", result.returncode == 1 and len(handler.mails) == 1 and "no other mail" in result.stderr and
+           "--withdraw" not in result.stderr, result.stderr)
     expect("agreeing journalled", ",stornirano" in mox("query", "Posta", "--part", "adsSlanja").stdout)
     forget()
     result = mox("mail", "1", "--to", "upozorenje@primjer.hr", "--template", "virman.txt")
