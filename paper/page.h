@@ -104,8 +104,8 @@ struct DocumentPage {
 /// application, its numbers and dates as its locale writes them.
 ///
 /// Raises Error for a document that does not exist, whose kind is unknown, whose lines, tax by rate and total
-/// disagree (CheckFigures), for a storno that is not the negative of what it cancels, and where the company
-/// is not named.
+/// disagree (CheckFigures, as figures of a stored one), for a storno that is not the negative of what it
+/// cancels, and where the company is not named.
 DocumentPage MakePage(std::int64_t id, const PaperTemplate& paper);
 
 /// "gotovinski-racun-1-2026.pdf": of characters that any file system and any header takes.

@@ -118,20 +118,12 @@ class LineSum {
   LineSum(const RecordSet& records, const Names& names) {
     if (names.empty()) return;
     whole_ = records.FindFieldIndex(names[0]);
-    first_name_ = names[1];
-    price_ = records.FindFieldIndex(first_name_.substr(0, first_name_.size() - 1));
     for (std::size_t i = 1; i < names.size(); ++i) {
       const bool is_taken_off = names[i].starts_with('-');
       const auto column = records.FindFieldIndex(names[i].substr(is_taken_off ? 1 : 0));
       if (i == 1) first_ = column;
       if (column) parts_.push_back({*column, is_taken_off});
     }
-  }
-
-  // The amount that a price of the line was not multiplied to; empty where it was, or where there is none.
-  std::string_view Missing(const RecordRow& line) const {
-    const bool is_missing = !first_ || line.IsNull(*first_);
-    return is_missing && price_ && !line.IsNull(*price_) ? first_name_ : std::string_view();
   }
 
   // The column that is not the sum; none where it is, and where the line does not say what of.
@@ -160,9 +152,7 @@ class LineSum {
     bool is_taken_off;
   };
   std::optional<std::size_t> whole_;
-  std::string_view first_name_;
   std::optional<std::size_t> first_;
-  std::optional<std::size_t> price_;  // of the first
   std::vector<Part> parts_;
 };
 
@@ -215,7 +205,6 @@ class LineChecks {
     for (const auto& [name, column] : figures_) {
       if (!column || line.IsNull(*column)) Refuse(name, "is not calculated");
     }
-    if (const std::string_view name = sum_.Missing(line); !name.empty()) Refuse(name, "is not calculated");
   }
 
   // A price may be shown with fewer decimals than the amount was made of, or than it was made of itself; more
@@ -247,17 +236,20 @@ class LineChecks {
       Refuse(line, *paid_,
              "base " + base.ToString() + ", tax " + tax.ToString() + " and fee " + fee.ToString());
     }
-    const bool are_pairs = bases_.size() == taxes_.size();
+    if (bases_.size() != taxes_.size()) {
+      if (!taxes_.empty()) RequireTax(line, taxes_.front(), tax, base);
+      return;
+    }
     for (std::size_t i = 0; i < taxes_.size(); ++i) {
-      RequireTax(line, taxes_[i], are_pairs ? line.AsCurrency(bases_[i]) : base);
+      RequireTax(line, taxes_[i], line.AsCurrency(taxes_[i]), line.AsCurrency(bases_[i]));
     }
   }
 
   // Rounded once, whether it was put on the base or taken out of what base and tax come to.
-  void RequireTax(const RecordRow& line, std::size_t column, Currency base) const {
+  void RequireTax(const RecordRow& line, std::size_t column, Currency tax, Currency base) const {
     const double rate = rate_ ? line.AsFloat(*rate_) : 0;
     const Amount exact = base * Real(rate) / 100;
-    const Amount gap = line.AsCurrency(column) - exact;
+    const Amount gap = tax - exact;
     const Extended rounded = of_ == FiguresOf::kStored ? 3 : 1 + rate / 100;
     if (std::fabs(gap.scaled()) <= rounded * kHalfHundredth.scaled() + 1) return;
     Refuse(line, column, ShortestNumber(rate) + " % of base " + base.ToString());

@@ -20,8 +20,8 @@ void StoreDocument(Database& database, int number) {
   database.Execute("INSERT INTO dok (id, vrsta, godina, broj, datum) VALUES (" + id +
                    ", 'gotovinski-racun', 2024, " + id + ", '2024-03-01')");
   for (int line = 1; line <= 3; ++line) {
-    database.Execute("INSERT INTO dok_stavke (dok_id, rb, sorta, kolicina, naziv) VALUES (" + id + ", " +
-                     std::to_string(line) + ", 'roba', 0, '" + std::string(150, 'x') + "')");
+    database.Execute("INSERT INTO dok_stavke (dok_id, rb, sorta, kolicina, tbr_stp, naziv) VALUES (" + id +
+                     ", " + std::to_string(line) + ", 'roba', 0, 25, '" + std::string(150, 'x') + "')");
   }
   database.Execute("INSERT INTO dok_porezi (dok_id, rb, stopa, osnovica, porez, ukupno) VALUES (" + id +
                    ", 1, 25, 0, 0, 0)");
