@@ -34,7 +34,6 @@ void StornoPrimke(RecordSet& lines, const DocumentDigits& digits) {
 using enum CalcFieldsReads;
 
 // What amounts of a line are the sum of.
-constexpr std::string_view kMargin = "marza vpci -nci";
 constexpr std::string_view kBaseOfOneDiscount = "osnovica pci -rbi1";
 constexpr std::string_view kBaseOfThreeDiscounts = "osnovica pci -rbi1 -rbi2 -rbi3";
 constexpr std::string_view kGrossLessDiscount = "ukupno mpci -rbi1";
@@ -43,7 +42,7 @@ constexpr std::string_view kNetInvoice = "nfci fci -rbi1 -rbi2 -rbi3 pot_naki";
 
 template <auto kCalculator>
 constexpr LineSchema StockLines() {
-  return {"kolicina nc vpc", "nci vpci marza", Plain<kCalculator>, kItsInputs, std::nullopt, {}, {}, kMargin};
+  return {"kolicina nc vpc", "nci vpci marza", Plain<kCalculator>, kItsInputs};
 }
 
 template <auto kCalculator>
@@ -292,7 +291,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kStock,
      kOut,
      {"kolicina nc vpc pov_nak tbr_stp", "nci vpci marza pov_naki pdvi ukupno",
-      Vat<RazduzenjeManjakStavkeCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi", kMargin},
+      Vat<RazduzenjeManjakStavkeCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi"},
      kNone,
      kTotals},
     {"meduskladisnica-ulaz", "meduskl-ulaz", "Međuskladišnica, ulaz",
@@ -309,8 +308,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      "price change",
      kStock,
      kStays,
-     {"kolicina vpc nvpc", "vpci nvpci razlika", Plain<IzmjenaCijenaStavkeCalcFields>, kItsInputs,
-      std::nullopt, "", "", "razlika nvpci -vpci"},
+     {"kolicina vpc nvpc", "vpci nvpci razlika", Plain<IzmjenaCijenaStavkeCalcFields>, kItsInputs},
      kNone,
      kNoTax},
 
