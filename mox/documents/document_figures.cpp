@@ -247,7 +247,8 @@ class LineChecks {
 
   // Rounded once, whether it was put on the base or taken out of what base and tax come to.
   void RequireTax(const RecordRow& line, std::size_t column, Currency tax, Currency base) const {
-    const double rate = rate_ ? line.AsFloat(*rate_) : 0;
+    if (!rate_) return;
+    const double rate = line.AsFloat(*rate_);
     const Amount exact = base * Real(rate) / 100;
     const Amount gap = tax - exact;
     const Extended rounded = of_ == FiguresOf::kStored ? 3 : 1 + rate / 100;
