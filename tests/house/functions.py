@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Measures functions: functions.py [ROOT]. Prints a line for each of 70 lines or more.
 
-A function is what stands in braces in a namespace or a class and is neither; a test is one too, and lambdas are part of
-what they stand in. Its length is how many lines with statements it has. Texts do not count, nor do rows of tables (what
+A function is what stands in braces in a namespace or a class and is neither; a test is one too, and so is a lambda in a
+table there. Others are part of what they stand in. Its length is how many lines with statements it has. Texts do not count, nor do rows of tables (what
 stands in braces that are no block), blank lines and comments.
 """
 
@@ -36,11 +36,12 @@ def quiet(text):
 
 def kind_of(head, around):
     """What a brace opens: a scope of declarations, the body of a function, a block in one, or a table."""
-    in_scope = around == "scope"
+    in_scope = around[-1] == "scope"
     if SCOPE.search(head):
         return "scope" if in_scope else "block"
-    if BLOCK.search(head) or (not head and around != "table"):
-        return "body" if in_scope else "block"
+    if BLOCK.search(head) or (not head and around[-1] != "table"):
+        in_function = any(kind in ("body", "block") for kind in around)
+        return "block" if in_function else "body"
     return "table"
 
 
@@ -57,7 +58,7 @@ def functions_of(text):
             code[line] += sign
         if sign == "{":
             begin = LABEL.match(text, head).end()
-            kinds.append(kind_of(text[begin:at].rstrip(), kinds[-1]))
+            kinds.append(kind_of(text[begin:at].rstrip(), kinds))
             heads.append(head)
             if kinds[-1] == "body":
                 first = line - text.count("\n", begin, at)
@@ -73,12 +74,13 @@ def functions_of(text):
                 yield first + 1, lines[first].strip(), len(counted)
 
 
-def check(root):
+def check(root, folders=FOLDERS):
     faults, missed = [], set(EXCEPTIONS)
-    for folder in FOLDERS:
-        for path in sorted((root / folder).rglob("*")):
-            if path.suffix not in (".cpp", ".h"):
-                continue
+    for folder in folders:
+        sources = [path for path in sorted((root / folder).rglob("*")) if path.suffix in (".cpp", ".h")]
+        if not sources:
+            faults.append(f"{folder}: has no source")
+        for path in sources:
             name = path.relative_to(root).as_posix()
             for line, begin, length in functions_of(path.read_text()):
                 if length < UNDER:
@@ -87,7 +89,7 @@ def check(root):
                     missed.discard((name, begin))
                 else:
                     faults.append(f"{name}:{line}: {length} lines with statements: {begin}")
-    return faults + [f"{name}: is no exception any more: {begin}" for name, begin in sorted(missed) if (root / name).exists()]
+    return faults + [f"{name}: is no exception any more: {begin}" for name, begin in sorted(missed)]
 
 
 if __name__ == "__main__":
