@@ -120,6 +120,17 @@ void Insert(Database& database, const JournalledWrite& write, const WrittenDocum
        has_key ? Value(write.digest) : Value(), has_key && !answer.empty() ? Value(answer) : Value()});
 }
 
+bool WasJustRefused(Database& database, const JournalledWrite& write, const Value& reason) {
+  constexpr std::int64_t kSoonAgain = 60'000;
+  const RecordSet same =
+      database.Query("isto", ParseColumns("id:integer"),
+                     "SELECT id FROM dnevnik_upisa WHERE vrijeme > :od AND korisnik = :korisnik "
+                     "AND transakcija = :transakcija AND razlog = :razlog AND NOT upisano LIMIT 1",
+                     {DateTime{JournalMoment().milliseconds - kSoonAgain}, ShownName(write.user),
+                      ShownName(write.transaction), reason});
+  return !same.IsEmpty();
+}
+
 // --- the service ---
 
 void PreparePeriod(Database& /*database*/, ServiceInputs& inputs) {
@@ -197,8 +208,12 @@ void JournalStored(Database& database, const JournalledWrite& write, const SentR
 }
 
 void JournalRefused(Database& database, const JournalledWrite& write, const WriteFailure& failure) {
-  WriteTransaction transaction(database);
-  Insert(database, write, {}, false, JournalText(failure.ToString(), kLongestReason), RefusalText(failure));
+  const Value reason = JournalText(failure.ToString(), kLongestReason);
+  const bool has_key = !write.key.empty();
+  if (!has_key && WasJustRefused(database, write, reason)) return;
+  // Under its key the same request may be stored just now, which is waited for.
+  WriteTransaction transaction(database, has_key ? Writing::kAlone : Writing::kBesideOthers);
+  Insert(database, write, {}, false, reason, RefusalText(failure));
   transaction.Commit();
 }
 

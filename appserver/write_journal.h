@@ -33,7 +33,8 @@ std::optional<WriteOutcome> FindEarlierOutcome(Database& database, const Journal
 /// Journals a write, in the transaction that stores it.
 void JournalStored(Database& database, const JournalledWrite& write, const SentRecordSets& sent,
                    const std::optional<RecordSet>& stored);
-/// Journals a refused write, in a transaction of its own.
+/// Journals a refused write, in a transaction of its own; nothing where it has no key and the same was
+/// journalled within the last minute.
 void JournalRefused(Database& database, const JournalledWrite& write, const WriteFailure& failure);
 
 /// A change of the company's users that its server made, or refused.

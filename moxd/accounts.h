@@ -126,6 +126,8 @@ struct WaitingChange {
   JournalledChange change;
 };
 
+enum class MoveEnd : std::uint8_t { kMoved, kTakenBack };
+
 /// A company on its way to another database, from the beginning until nothing of it is left at the old place.
 struct MoveInfo {
   std::string from;
@@ -199,15 +201,17 @@ class Accounts {
   /// Ends the log-ins of a user of the company. Refused for one who has roles in others, too, since a log-in
   /// is good for all of them.
   void EndLogIns(const UserChange& change, std::string_view user);
-  /// Journals what an administrator asked for and was refused before it came to one of these.
+  /// Journals what a user asked for and was refused before it came to one of these: nothing where the same
+  /// was journalled within the last minute, or where the directory cannot be written now.
   void NoteRefused(const UserChange& change, std::string_view transaction, std::string_view why);
   /// Those of all, the last one first.
   std::vector<JournalledChange> Journal();
   /// Likewise. Attempts that had to wait are not among them: the password was not looked at.
   std::vector<JournalledLogIn> LogIns();
-  /// Those that a company's own journal lacks, the first one first, and that it has got some.
+  /// Those that a company's own journal lacks, the first one first and a thousand at most, and that it has
+  /// got those up to one.
   std::vector<WaitingChange> WaitingFor(std::string_view company);
-  void NoteTaken(const std::vector<WaitingChange>& changes);
+  void NoteTaken(std::string_view company, std::int64_t last);
 
   /// Those that have not expired.
   std::vector<TokenInfo> Tokens();
@@ -230,9 +234,9 @@ class Accounts {
   std::optional<MoveInfo> MoveOf(std::string_view company);
   /// Notes that a company is on its way.
   MoveInfo BeginMove(std::string_view company, std::string_view to);
-  /// Its address is the new one from now on.
+  /// Its address is the new one from now on; nothing where it is so already.
   void NameNewPlace(std::string_view company);
-  void EndMove(std::string_view company);
+  void EndMove(std::string_view company, MoveEnd how);
 
  private:
   struct State;

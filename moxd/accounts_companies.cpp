@@ -177,14 +177,18 @@ MoveInfo Accounts::BeginMove(std::string_view company, std::string_view to) {
 }
 
 void Accounts::NameNewPlace(std::string_view company) {
-  state_->Change(CompanyChange(company, "preseljeno"), [&](Database& database) {
+  state_->Write([&](Database& database) {
     const std::int64_t id = RequireCompany(database, company);
-    if (const auto move = FindMove(database, id)) WriteAddress(database, id, move->to);
+    const auto move = FindMove(database, id);
+    if (!move || AddressOfCompany(database, id) == move->to) return;
+    Note(database, CompanyChange(company, "preseljeno", state_->by), state_->now());
+    WriteAddress(database, id, move->to);
   });
 }
 
-void Accounts::EndMove(std::string_view company) {
-  state_->Change(CompanyChange(company, "selidba završena"), [&](Database& database) {
+void Accounts::EndMove(std::string_view company, MoveEnd how) {
+  const char* const what = how == MoveEnd::kMoved ? "selidba završena" : "selidba vraćena";
+  state_->Change(CompanyChange(company, what), [&](Database& database) {
     database.Execute("DELETE FROM imenik_selidbe WHERE poduzece_id = :id",
                      {RequireCompany(database, company)});
   });

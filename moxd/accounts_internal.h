@@ -28,7 +28,7 @@ struct DirectoryChange {
 
 /// Whether it was made before under its key. Raises the Error that refused it then, and KeyReused.
 bool WasMade(Database& database, const DirectoryChange& change);
-/// Journals one that is made, or why it is refused.
+/// Journals one that is made, or why it is refused, without the passwords of addresses.
 void Note(Database& database, const DirectoryChange& change, UnixSeconds now, std::string_view refused = {});
 
 /// Journals a log-in, a log-out or an attempt, and forgets those that are no longer kept.
@@ -91,7 +91,7 @@ struct Accounts::State {
     } catch (const DatabaseUnavailable&) {
       throw;
     } catch (const Error& error) {
-      Write([&](Database& opened) { Note(opened, change, now(), error.what()); });
+      TryToNote(change, error.what());
       throw;
     }
   }
@@ -116,8 +116,27 @@ struct Accounts::State {
     } catch (const KeyReused&) {
       throw;
     } catch (const Error& error) {
-      if (!change.rehearses) Write([&](Database& opened) { Note(opened, change, now(), error.what()); });
-      throw;
+      if (change.rehearses) throw;
+      if (change.key.empty()) {
+        TryToNote(change, error.what());
+        throw;
+      }
+      // The same request may have been made meanwhile.
+      const UnixSeconds at = now();
+      const bool was_made = Write([&](Database& opened) {
+        if (WasMade(opened, change)) return true;
+        Note(opened, change, at, error.what());
+        return false;
+      });
+      if (!was_made) throw;
+    }
+  }
+  /// Journals what was refused. Where that fails, the refusal is what is to be told.
+  void TryToNote(const DirectoryChange& change, std::string_view why) {
+    try {
+      Write([&](Database& opened) { Note(opened, change, now(), why); });
+    } catch (const DatabaseError&) {
+      return;
     }
   }
 };

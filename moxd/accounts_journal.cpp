@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
+#include "appserver/fold.h"
 #include "appserver/journal_text.h"
 #include "appserver/write_journal.h"
 #include "mox/foundation/digest.h"
+#include "mox/foundation/secrets.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
 #include "moxd/accounts_internal.h"
@@ -18,9 +20,19 @@ constexpr std::size_t kLongestChange = 200;
 constexpr std::size_t kLongestReason = 1000;
 constexpr std::size_t kLongestAddress = 64;
 
+constexpr UnixSeconds kSoonAgain = 60;
+constexpr std::int64_t kMostTaken = 1000;
+
 std::string Shown(std::string_view text, std::size_t longest) {
   const std::string shown = VisibleText(text);
   return std::string(CutToCharacters(shown, longest));
+}
+
+// A text in which there may be the address of a database.
+std::string WithoutPasswords(std::string_view text) {
+  Secrets secrets;
+  secrets.AddThoseOf(text);
+  return secrets.Blanked(text);
 }
 
 // By which a request under its key is told from another one.
@@ -57,23 +69,39 @@ void Note(Database& database, const DirectoryChange& change, UnixSeconds now, st
       "INSERT INTO imenik_dnevnik (vrijeme, tko, poduzece, korisnik, promjena, kljuc, transakcija, sazetak, "
       "odbijeno, za_poduzece) VALUES (:vrijeme, :tko, :poduzece, :korisnik, :promjena, :kljuc, :transakcija, "
       ":sazetak, :odbijeno, :za) ON CONFLICT (kljuc) DO NOTHING",
-      {now, Shown(change.by, kLongestName), Shown(change.company, kLongestCompany),
-       Shown(change.user, kLongestName), Shown(change.change, kLongestChange), text(key),
+      {now, Shown(change.by, kLongestName), Shown(WithoutPasswords(change.company), kLongestCompany),
+       Shown(change.user, kLongestName), Shown(WithoutPasswords(change.change), kLongestChange), text(key),
        text(change.transaction), change.key.empty() ? Value() : Value(RequestDigest(change)),
-       JournalText(refused, kLongestReason), company ? Value(*company) : Value()});
+       JournalText(WithoutPasswords(refused), kLongestReason), company ? Value(*company) : Value()});
 }
+
+namespace {
+
+// Whether one of the last lines, not long ago, says the same.
+bool WasJustRefused(Database& database, const DirectoryChange& change, UnixSeconds now,
+                    std::string_view why) {
+  const RecordSet same = database.Query(
+      "isto", ParseColumns("broj:integer"),
+      "SELECT COUNT(*) FROM (SELECT vrijeme, tko, poduzece, transakcija, odbijeno FROM imenik_dnevnik "
+      "ORDER BY id DESC LIMIT 100) d WHERE d.vrijeme > :od AND d.tko = :tko AND fold(d.poduzece) = :poduzece "
+      "AND d.transakcija = :transakcija AND d.odbijeno = :odbijeno",
+      {now - kSoonAgain, Shown(change.by, kLongestName), FoldKey(Shown(change.company, kLongestCompany)),
+       change.transaction, JournalText(WithoutPasswords(why), kLongestReason)});
+  return same.AsInteger(0) > 0;
+}
+
+}  // namespace
 
 void Accounts::NoteRefused(const UserChange& change, std::string_view transaction, std::string_view why) {
   if (change.rehearses) return;
-  state_->Write([&](Database& database) {
-    // Who is refused for want of a right may be given it, and send the same again.
-    Note(database,
-         {.by = change.by,
-          .company = change.company,
-          .change = std::string(transaction),
-          .transaction = std::string(transaction)},
-         state_->now(), why);
-  });
+  // Without its key: who is refused for want of a right may be given it, and send the same again.
+  const DirectoryChange refused = {.by = change.by,
+                                   .company = change.company,
+                                   .change = std::string(transaction),
+                                   .transaction = std::string(transaction)};
+  const bool is_told =
+      state_->With([&](Database& database) { return WasJustRefused(database, refused, state_->now(), why); });
+  if (!is_told) state_->TryToNote(refused, why);
 }
 
 std::vector<JournalledChange> Accounts::Journal() {
@@ -125,8 +153,8 @@ std::vector<WaitingChange> Accounts::WaitingFor(std::string_view company) {
         "ceka",
         ParseColumns("id:integer,transakcija,kljuc,vrijeme:integer,tko,poduzece,korisnik,promjena,odbijeno"),
         "SELECT id, transakcija, kljuc, vrijeme, tko, poduzece, korisnik, promjena, odbijeno "
-        "FROM imenik_dnevnik WHERE za_poduzece = :poduzece ORDER BY id",
-        {*id});
+        "FROM imenik_dnevnik WHERE za_poduzece = :poduzece ORDER BY id LIMIT :najvise",
+        {*id, kMostTaken});
     changes.reserve(rows.RowCount());
     for (const RecordRow& row : rows.Rows()) {
       changes.push_back(
@@ -139,11 +167,13 @@ std::vector<WaitingChange> Accounts::WaitingFor(std::string_view company) {
   });
 }
 
-void Accounts::NoteTaken(const std::vector<WaitingChange>& changes) {
+void Accounts::NoteTaken(std::string_view company, std::int64_t last) {
   state_->Write([&](Database& database) {
-    for (const WaitingChange& change : changes) {
-      database.Execute("UPDATE imenik_dnevnik SET za_poduzece = NULL WHERE id = :id", {change.id});
-    }
+    const auto id = FindCompany(database, company);
+    if (!id) return;
+    database.Execute(
+        "UPDATE imenik_dnevnik SET za_poduzece = NULL WHERE za_poduzece = :poduzece AND id <= :zadnji",
+        {*id, last});
   });
 }
 

@@ -110,17 +110,18 @@ WriteOutcome WriteToDirectory(Accounts& accounts, const UserChange& change, cons
 
 void TakeOverChanges(Accounts& accounts, const std::string& company, Database& database) {
   const std::vector<WaitingChange> waiting = accounts.WaitingFor(company);
+  if (waiting.empty()) return;
   std::vector<ServerChange> changes;
   changes.reserve(waiting.size());
   for (const WaitingChange& one : waiting) {
     const JournalledChange& change = one.change;
     const std::string what = change.user.empty() ? change.change : change.user + ": " + change.change;
-    // Keys of the directory are others than those of the company's own writes.
+    // Nobody can send such a key, which has a blank.
     changes.push_back(
-        {LocalTimeOf(change.at), change.by, one.transaction, what, change.refused, "posluzitelj/" + one.key});
+        {LocalTimeOf(change.at), change.by, one.transaction, what, change.refused, "posluzitelj " + one.key});
   }
   JournalServerChanges(database, changes);
-  accounts.NoteTaken(waiting);
+  accounts.NoteTaken(company, waiting.back().id);
 }
 
 }  // namespace mox

@@ -50,7 +50,7 @@ void MoveCompanyTo(Accounts& accounts, const std::string& company, const std::st
   if (!running.HasLeft()) running.Copy();
   running.Switch([&] { accounts.NameNewPlace(company); });
   running.Finish();
-  accounts.EndMove(company);
+  accounts.EndMove(company, MoveEnd::kMoved);
 }
 
 void TakeMoveBack(Accounts& accounts, const std::string& company, const MoveWish& wish,
@@ -58,7 +58,7 @@ void TakeMoveBack(Accounts& accounts, const std::string& company, const MoveWish
   const auto move = accounts.MoveOf(company);
   if (!move) throw Error("the company " + InQuotes(company) + " is not being moved");
   CompanyMove(PlanOf(*move, wish), tell).TakeBack();
-  accounts.EndMove(company);
+  accounts.EndMove(company, MoveEnd::kTakenBack);
 }
 
 }  // namespace mox

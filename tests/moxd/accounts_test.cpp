@@ -6,9 +6,11 @@
 #include <functional>
 #include <iterator>
 #include <sstream>
+#include <utility>
 
 #include "appserver/database.h"
 #include "moxd/directory_schema.h"
+#include "moxd/directory_services.h"
 #include "tests/moxd/scratch_accounts.h"
 
 namespace mox {
@@ -234,6 +236,14 @@ TEST_F(AccountsTest, CountAttemptsFromAnAddress) {
 TEST_F(AccountsTest, KeepNoSecrets) {
   const std::string token = LogIn();
   accounts_.LogIn("upisao lozinku u ime", "krivi podatak", kDesk);
+  for (const char* const address :
+       {"postgresql://mox:zaporka@h/db", "postgresql://mox:zaporka@h/db?company=x ",
+        " postgresql://mox:zaporka@h/db?company=x"}) {
+    EXPECT_THROW(accounts_.AddCompany("nova", address), Error);
+    EXPECT_THROW(accounts_.AddCompany(address, "/nova.db"), Error);
+    EXPECT_THROW(accounts_.SetAddress("velika", address), Error);
+    EXPECT_THROW(accounts_.BeginMove("velika", address), Error);
+  }
   std::string bytes;
   for (const char* const end : {"", "-wal"}) {
     std::ifstream file(location_ + end, std::ios::binary);
@@ -241,8 +251,8 @@ TEST_F(AccountsTest, KeepNoSecrets) {
   }
   EXPECT_THAT(bytes, testing::HasSubstr("$argon2id$"));
   EXPECT_THAT(bytes, testing::HasSubstr(std::string(kDesk)));
-  for (const std::string_view secret :
-       {std::string_view(token), kPassword, std::string_view("upisao"), std::string_view("krivi podatak")}) {
+  for (const std::string_view secret : {std::string_view(token), kPassword, std::string_view("upisao"),
+                                        std::string_view("krivi podatak"), std::string_view("zaporka")}) {
     EXPECT_EQ(bytes.find(secret), std::string::npos) << secret;
   }
 }
@@ -368,13 +378,91 @@ TEST_F(AccountsTest, LetAdministratorsChangeTheUsersOfTheirCompany) {
   const std::vector<WaitingChange> waiting = accounts_.WaitingFor("Velika");
   EXPECT_EQ(waiting.size(), 12U);
   EXPECT_EQ(waiting.front().change.user + " " + waiting.front().transaction, "ana.horvat KorisnikUlogeUpis");
-  accounts_.NoteTaken(waiting);
+  accounts_.NoteTaken("velika", waiting.back().id);
   EXPECT_THAT(accounts_.WaitingFor("velika"), testing::IsEmpty());
   // Whoever is shut out does not administer.
   accounts_.Grant("ana.horvat", "velika", {FindRole("administracija")});
   accounts_.SetDisabled("šef", true);
   EXPECT_THAT(MessageOf([&] { accounts_.ChangeRoles(by(), "ana.horvat", reading); }),
               testing::StartsWith("nobody would administer"));
+}
+
+TEST_F(AccountsTest, JournalWhatBecomesOfAMove) {
+  const std::size_t before = accounts_.Journal().size();
+  accounts_.BeginMove("mala_2", "postgresql://mox@db2/mox?company=mala");
+  for (int i = 0; i < 2; ++i) accounts_.NameNewPlace("mala_2");
+  accounts_.EndMove("mala_2", MoveEnd::kMoved);
+  accounts_.BeginMove("mala_2", "postgresql://mox@db3/mox?company=mala");
+  accounts_.EndMove("mala_2", MoveEnd::kTakenBack);
+  accounts_.NameNewPlace("mala_2");
+  std::vector<JournalledChange> journal = accounts_.Journal();
+  journal.resize(journal.size() - before);
+  std::string changes;
+  for (const JournalledChange& change : journal) changes += change.change + "\n";
+  EXPECT_EQ(changes,
+            "selidba vraćena\nselidba na postgresql://mox@db3/mox?company=mala\nselidba završena\n"
+            "preseljeno\nselidba na postgresql://mox@db2/mox?company=mala\n");
+  EXPECT_EQ(accounts_.AddressOf("mala_2"), "postgresql://mox@db2/mox?company=mala");
+}
+
+// While the first attempt was about to be refused, the second one of the same request was made.
+TEST_F(AccountsTest, AnswerWhatBecameOfARequest) {
+  const std::vector<const Role*> reading = {FindRole("citanje")};
+  const std::vector<const Role*> shown = {FindRole("unos")};
+  const UserChange change{"šime", "velika", "k1", false, "r"};
+  accounts_.Grant("šime", "velika", {FindRole("administracija")});
+  bool is_first = true;
+  Accounts slow(location_, settings_, [&] {
+    if (std::exchange(is_first, false)) {
+      accounts_.Grant("ana.horvat", "velika", shown);
+      accounts_.ChangeRoles(change, "ana.horvat", reading, shown);
+    }
+    return *now_;
+  });
+  EXPECT_EQ(MessageOf([&] { slow.ChangeRoles(change, "ana.horvat", reading, shown); }), "(done)");
+  EXPECT_FALSE(is_first);
+  // A refusal is told, whatever becomes of its line in the journal.
+  Database(location_, DirectorySchema()).Execute("DROP TABLE imenik_dnevnik");
+  EXPECT_THAT(MessageOf([&] { accounts_.AddUser("novi", "sedam77"); }), testing::HasSubstr("8 to 1024"));
+  EXPECT_EQ(MessageOf([&] {
+              accounts_.ChangeRoles({"šime", "velika"}, "nitko", reading);
+            }),
+            "there is no user \"nitko\"");
+}
+
+// However often something is refused, and whatever a client calls its own writes.
+TEST_F(AccountsTest, GiveTheCompanyItsJournalBitByBit) {
+  Database::Create(folder_ / "t.db");
+  accounts_.AddCompany("t", folder_ / "t.db");
+  const std::size_t before = accounts_.Journal().size();
+  const auto refuse = [&](const char* company, const char* why) {
+    accounts_.NoteRefused({.by = "ana.horvat", .company = company}, "KorisnikUlogeUpis", why);
+    return accounts_.Journal().size() - before;
+  };
+  EXPECT_EQ(refuse("t", "nema ulogu"), 1U);
+  EXPECT_EQ(refuse("T", "nema ulogu"), 1U);
+  EXPECT_EQ(refuse("velika", "nema ulogu"), 2U);
+  EXPECT_EQ(refuse("t", "nešto drugo"), 3U);
+  *now_ += 60;
+  EXPECT_EQ(refuse("t", "nema ulogu"), 4U);
+  Database(location_, DirectorySchema())
+      .Execute(
+          "INSERT INTO imenik_dnevnik (vrijeme, tko, poduzece, korisnik, promjena, kljuc, transakcija, "
+          "za_poduzece) WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 1000) "
+          "SELECT 0, 'šef', 't', 'ana', 'uloge', 'k' || i, 'KorisnikUlogeUpis', p.id "
+          "FROM n, imenik_poduzeca p WHERE p.naziv = 't'");
+  Database company(folder_ / "t.db");
+  company.Execute(
+      "INSERT INTO dnevnik_upisa (vrijeme, korisnik, transakcija, upisano, kljuc) VALUES "
+      "('2024-03-01T10:00:00', 'ana', 'DokumentInsert', TRUE, 'posluzitelj/k1')");
+  for (const int expected : {1000, 1003, 1003}) {
+    TakeOverChanges(accounts_, "t", company);
+    EXPECT_EQ(company
+                  .Query("n", ParseColumns("n:integer"),
+                         "SELECT COUNT(*) FROM dnevnik_upisa WHERE transakcija = 'KorisnikUlogeUpis'")
+                  .AsInteger(0),
+              expected);
+  }
 }
 
 TEST_F(AccountsTest, GiveNoTwoUsersTheSameCode) {

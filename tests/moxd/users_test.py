@@ -81,8 +81,9 @@ class Users(ServerTest):
         given = [(me, "KorisnikUlogeUpis", f"iva: uloge: {roles}", 1)
                  for roles in ("čitanje", "unos dokumenata, matični podaci, uvoz", "administracija")]
         refused = [("iva", "KorisnikUlogeUpis", "KorisnikUlogeUpis", 0), ("iva", "KorisnikPrijaveKraj", "KorisnikPrijaveKraj", 0)]
+        # What is refused again within a minute stands there once.
         self.assertEqual([row for row in rows if row[0] not in ("", "ana")], [
-            given[0], *refused, given[1], *refused, given[2],
+            given[0], *refused, given[1], given[2],
             ("iva", "KorisnikUlogeUpis", "mate: uloge: unos dokumenata", 1), ("iva", "KorisnikPrijaveKraj", "mate: prijave prekinute", 1),
             ("iva", "KorisnikUlogeUpis", "mate: uloge: -", 0), ("iva", "KorisnikUlogeUpis", "mate: uloge: -", 1),
             ("iva", "KorisnikUlogeUpis", "nitko: uloge: -", 0), ("iva", "KorisnikUlogeUpis", "mate: uloge: -", 1),
