@@ -8,7 +8,7 @@
 #include "appserver/payment_reference.h"
 #include "appserver/stock.h"
 #include "appserver/stored_document.h"
-#include "mox/calculations/supplier_totals.h"
+#include "appserver/supplier_document.h"
 #include "mox/codes/exchange_rates.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/digest.h"
@@ -262,46 +262,6 @@ std::optional<Currency> CheckedTotal(const DocumentKind& kind, const RecordSet& 
   return total;
 }
 
-// By the company's own settings, as its screens have them.
-SupplierTerms TermsOf(const CompanyData& company, std::string supplier_document) {
-  SupplierTerms terms{.supplier_document = std::move(supplier_document)};
-  if (const auto digits = company.Parameter("PdviCalcDigit"))
-    terms.digits = static_cast<int>(ToInteger(*digits));
-  if (const auto allowed = company.Feature(kCostsCountFeature)) {
-    terms.costs_count = *allowed;
-  } else if (const auto setting = company.Parameter(kCostsCountFeature)) {
-    terms.costs_count = ToBoolean(*setting);
-  }
-  return terms;
-}
-
-// What the supplier's document comes to follows from the lines, whether it is sent or not; none of a kind
-// without such a document.
-std::optional<RecordSet> CheckedSupplierTotals(const DocumentKind& kind, const RecordSet& header,
-                                               const SentRecordSets& sent) {
-  const RecordSet* const given = sent.Find("DokDobavljaca");
-  const RecordSet* const lines = sent.Find("Stavke");
-  if (given != nullptr) RequireOneRecord(*given);
-  if (!HasSupplierTotals(kind) || lines == nullptr) return std::nullopt;
-  const bool is_bosnian = given != nullptr && given->FindFieldIndex("roba_17").has_value();
-  RecordSet totals = is_bosnian ? MakeDocDobavljacaBIH() : MakeDocDobavljaca();
-  FillSupplierTotals(totals, *lines, TermsOf(sent.Company(), SupplierDocument(header)));
-  if (given == nullptr) return totals;
-  const auto check = [&](const std::string& field) {
-    const auto value = [&field](const RecordSet& records) {
-      const auto column = records.FindFieldIndex(field);
-      return column ? records.RowAt(0).AsCurrency(*column) : Currency();
-    };
-    if (value(*given) == value(totals)) return;
-    throw WriteRefused(
-        {"", given->Name(), 1, field,
-         value(*given).ToString() + " is not what the lines come to, " + value(totals).ToString()});
-  };
-  for (const DocDobavljacaCaption& known : kDocDobavljacaCaptions) check(std::string(known.field));
-  for (const char* const field : {"roba_17", "pdv_17"}) check(field);
-  return totals;
-}
-
 std::optional<std::int64_t> WarehouseOfHeader(const RecordSet& header) {
   if (!HasValue(header, "skl_id")) return std::nullopt;
   return HeaderValue(header, "skl_id", ToInteger);
@@ -361,7 +321,8 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   AddPayment(database, kind, header, header_rule);
   AddRate(database, header, key, header_rule);
   CheckReference(database, kind, header);
-  const std::optional<RecordSet> supplier_totals = CheckedSupplierTotals(kind, header, sent);
+  const std::optional<RecordSet> supplier_totals =
+      CheckedSupplierTotals(database, kind, SupplierDocument(header), sent);
   if (!digest.empty()) header_rule.constants.emplace_back("kljuc_sazetak", digest);
   const LineArticles articles(database, sent.Find("Stavke"));
   const auto warehouse = WarehouseOf(database, kind, articles, WarehouseOfHeader(header));
