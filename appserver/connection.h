@@ -132,6 +132,7 @@ class DatabaseConnection {
     }
   }
 
+  bool MayBeWritten() const { return access_ == Database::Access::kReadWrite; }
   /// From now on it is a database that was opened: each transaction makes sure that it is still there.
   void SetOpened(Database::Access access) {
     access_ = access;

@@ -199,6 +199,12 @@ std::size_t Database::MostParameters() const { return connection_->dialect().Mos
 
 // --- transactions ---
 
+bool Database::MayBeWritten() const { return connection_->MayBeWritten(); }
+
+void Database::MakeMissingSearchIndex(const SearchIndex& index) {
+  connection_->Run([&] { connection_->dialect().MakeMissingSearchIndex(connection_->session(), index); });
+}
+
 bool Database::WritesBesideOthers() const { return connection_->WritesBesideOthers(); }
 
 void Database::Claim(std::vector<std::string> names) {

@@ -19,6 +19,7 @@ namespace mox {
 class DatabaseConnection;  // what knows the engine, in connection.h
 struct SchemaFamily;       // what a database holds, in migrations.h
 class Dialect;             // what differs between engines, in dialect.h
+struct SearchIndex;        // in which parts of texts are found, in search_index.h
 class RowCopy;             // rows that are stored together, in row_copy.h
 
 /// The columns of an answer: names with their kinds, in order.
@@ -115,6 +116,13 @@ class Database {
   /// Reads the whole file; raises DatabaseError that says what is damaged.
   void Check();
 
+  /// Whether it was opened for writing, too.
+  bool MayBeWritten() const;
+  void MakeMissingSearchIndex(const SearchIndex& index);
+
+  /// Of calls on this object whether it is the first one or another `each` ones on.
+  bool IsTurn(unsigned each) { return turns_++ % each == 0; }
+
   /// Whether others may be storing beside the present write transaction.
   bool WritesBesideOthers() const;
   /// Waits until nobody else has claimed these, and keeps them until the transaction ends. So that no two
@@ -147,6 +155,7 @@ class Database {
   friend class ReadTransaction;
   explicit Database(std::shared_ptr<DatabaseConnection> connection) : connection_(std::move(connection)) {}
   std::shared_ptr<DatabaseConnection> connection_;
+  unsigned turns_ = 0;
 };
 
 /// All queries of its lifetime see the database as it was at the first one, whatever other processes write.

@@ -105,10 +105,9 @@ class Dialect {
   /// Statements that take rows into it, so many new and so many changed ones at most; none for an engine that
   /// does so by itself.
   virtual std::vector<std::string> RefreshSearchIndex(const SearchIndex& index, int most) const = 0;
-  /// Statements that take many rows into an index that has fallen behind, or make one that is missing.
-  virtual std::vector<std::string> CatchUpSearchIndex(const SearchIndex& index, int most) const {
-    return RefreshSearchIndex(index, most);
-  }
+  /// Makes an index that is missing, in no transaction and while others write; nothing where somebody else
+  /// does, and for an engine whose schema has it. Raises soci_error.
+  virtual void MakeMissingSearchIndex(soci::session& /*session*/, const SearchIndex& /*index*/) const {}
   /// A query of how many rows are not in it yet, so many at most.
   virtual std::string CountUnindexed(const SearchIndex& index, int most) const = 0;
   /// A query of the rows, also of those that are not in it yet, that hold the folded text.

@@ -234,18 +234,31 @@ class Postgresql : public Dialect {
   std::vector<std::string> RefreshSearchIndex(const SearchIndex& /*index*/, int /*most*/) const override {
     return {};
   }
-  std::string CountUnindexed(const SearchIndex& index, int most) const override {
-    return "SELECT CASE WHEN EXISTS (SELECT 1 FROM pg_extension WHERE extname = 'pg_trgm') AND "
-           "to_regclass('" +
-           index.name + "') IS NULL THEN " + std::to_string(most) + " ELSE 0 END";
-  }
-  // The extension may be in any schema, which is looked into until the transaction ends.
-  std::vector<std::string> CatchUpSearchIndex(const SearchIndex& index, int /*most*/) const override {
-    return {
-        "SELECT set_config('search_path', current_setting('search_path') || ', ' || quote_ident(n.nspname), "
-        "true) FROM pg_extension e JOIN pg_namespace n ON n.oid = e.extnamespace WHERE e.extname = 'pg_trgm'",
-        "CREATE INDEX IF NOT EXISTS " + index.name + " ON " + index.table + " USING gin ((" +
-            SearchedText(index) + ") gin_trgm_ops)"};
+  std::string CountUnindexed(const SearchIndex& /*index*/, int /*most*/) const override { return "SELECT 0"; }
+  // One program at a time makes it. What another one has left half made is of no use. The extension may be in
+  // any schema.
+  void MakeMissingSearchIndex(soci::session& session, const SearchIndex& index) const override {
+    PGconn* const connection = PostgresqlHandle(session);
+    const auto holds = [&](const std::string& condition) {
+      const PostgresqlResult answer = RunPostgresql(connection, "SELECT " + condition);
+      return *PQgetvalue(answer.get(), 0, 0) == 't';
+    };
+    const std::string known =
+        "EXISTS (SELECT 1 FROM pg_index WHERE indexrelid = to_regclass('" + index.name + "') AND indisvalid";
+    const std::string key = "(hashtextextended(current_schema() || '/" + index.name + "', 0))";
+    if (!holds("EXISTS (SELECT 1 FROM pg_extension WHERE extname = 'pg_trgm') AND NOT " + known + ")") ||
+        !holds("pg_try_advisory_lock" + key))
+      return;
+    const PostgresqlResult path = RunPostgresql(connection, "SHOW search_path");
+    const AtEnd restored{connection, "SELECT pg_advisory_unlock" + key + "; SET search_path TO " +
+                                         PQgetvalue(path.get(), 0, 0)};
+    if (holds(known + " IS FALSE)")) RunPostgresql(connection, "DROP INDEX CONCURRENTLY " + index.name);
+    RunPostgresql(connection,
+                  "SELECT set_config('search_path', current_setting('search_path') || ', ' || "
+                  "quote_ident(n.nspname), false) FROM pg_extension e JOIN pg_namespace n "
+                  "ON n.oid = e.extnamespace WHERE e.extname = 'pg_trgm'");
+    RunPostgresql(connection, "CREATE INDEX CONCURRENTLY IF NOT EXISTS " + index.name + " ON " + index.table +
+                                  " USING gin ((" + Fold(Texts(index)) + ") gin_trgm_ops)");
   }
   SearchQuery FindInSearchIndex(const SearchIndex& index, const std::string& folded,
                                 const std::string& parameter) const override {
@@ -254,8 +267,8 @@ class Postgresql : public Dialect {
       if (c == '%' || c == '_' || c == '!') pattern += '!';
       pattern += c;
     }
-    return {"SELECT t.id FROM " + index.table + " t WHERE " + SearchedText(index) + " LIKE :" + parameter +
-                " ESCAPE '!'",
+    return {"SELECT t.id FROM " + index.table + " t WHERE " + "fold(" + Texts(index) +
+                ") LIKE :" + parameter + " ESCAPE '!'",
             {pattern + '%'}};
   }
 
@@ -347,13 +360,24 @@ class Postgresql : public Dialect {
   }
 
  private:
-  // All texts of a row as one, folded.
-  static std::string SearchedText(const SearchIndex& index) {
+  // What is done whatever comes before, and where the connection is lost needs not be done.
+  struct AtEnd {
+    AtEnd(PGconn* of, std::string what) : connection(of), sql(std::move(what)) {}
+    ~AtEnd() { const PostgresqlResult done(PQexec(connection, sql.c_str())); }
+    AtEnd(const AtEnd&) = delete;
+    AtEnd& operator=(const AtEnd&) = delete;
+
+    PGconn* connection;
+    std::string sql;
+  };
+
+  // All texts of a row as one.
+  static std::string Texts(const SearchIndex& index) {
     std::string texts;
     for (const std::string& column : index.columns) {
       texts += (texts.empty() ? "COALESCE(" : " || chr(31) || COALESCE(") + column + ", '')";
     }
-    return "fold(" + texts + ")";
+    return texts;
   }
   static void MakeSchema(DatabaseConnection& connection,
                          const std::function<void(DatabaseConnection&)>& fill) {

@@ -1,5 +1,8 @@
 #include "appserver/search_index.h"
 
+#include <mutex>
+#include <set>
+
 #include "appserver/codebook.h"
 #include "appserver/dialect.h"
 
@@ -23,6 +26,35 @@ bool IsBehind(Database& database, const SearchIndex& index) {
   return database.Query("n", ParseColumns("n:integer"), sql).AsInteger(0) > kFew;
 }
 
+// Companies in which an index could not be made, as by a role that does not own its table: this program does
+// not try again.
+class Unmade {
+ public:
+  bool Holds(const std::string& location) {
+    const std::lock_guard guard(mutex_);
+    return locations_.contains(location);
+  }
+  void Add(const std::string& location) {
+    const std::lock_guard guard(mutex_);
+    locations_.insert(location);
+  }
+
+ private:
+  std::mutex mutex_;
+  std::set<std::string> locations_;
+};
+
+void MakeMissing(Database& database, const SearchIndex& index) {
+  static Unmade unmade;
+  const std::string location = database.location().ToString();
+  if (unmade.Holds(location)) return;
+  try {
+    database.MakeMissingSearchIndex(index);
+  } catch (const DatabaseError&) {
+    unmade.Add(location);
+  }
+}
+
 void ExecuteAll(Database& database, const std::vector<std::string>& statements) {
   for (const std::string& statement : statements) database.Execute(statement);
 }
@@ -41,11 +73,13 @@ void RefreshSearchIndexes(Database& database, int most) {
 }
 
 void CatchUpSearchIndexes(Database& database) {
+  if (!database.MayBeWritten()) return;
   try {
     for (const SearchIndex& index : AllIndexes(database)) {
+      MakeMissing(database, index);
       while (IsBehind(database, index)) {
         WriteTransaction guard(database);
-        ExecuteAll(database, database.dialect().CatchUpSearchIndex(index, kPortion));
+        ExecuteAll(database, database.dialect().RefreshSearchIndex(index, kPortion));
         guard.Commit();
       }
     }

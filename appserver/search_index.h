@@ -30,8 +30,8 @@ SearchQuery FindInIndex(const Database& database, const SearchIndex& index, cons
 /// Takes at most so many rows into each index, and as many changes. Runs in the caller's transaction.
 void RefreshSearchIndexes(Database& database, int most);
 
-/// Takes all rows into indexes that have fallen behind, in transactions of its own; a few are left to the
-/// next write. Nothing where the database cannot be written now.
+/// Makes indexes that are missing, and takes all rows into those that have fallen behind, in transactions of
+/// its own; a few are left to the next write. Nothing where the database cannot be written now.
 void CatchUpSearchIndexes(Database& database);
 
 }  // namespace mox
