@@ -1,5 +1,7 @@
 #include "appserver/money_transactions.h"
 
+#include <algorithm>
+
 #include "appserver/book_currency.h"
 #include "appserver/stored_document.h"
 #include "mox/codes/exchange_rates.h"
@@ -28,12 +30,12 @@ std::optional<Item> FindItem(Database& database, std::int64_t doc_id) {
 // A sum of rows of an item, without rounding: kunas as long as all of it is in kunas, else euros.
 class ItemSum {
  public:
-  void Add(Currency amount, bool is_in_kunas) {
+  /// `rate` is kunas for one euro, of a debt in euros that stands in kunas; 0 where there is none.
+  void Add(Currency amount, bool is_in_kunas, double rate) {
     (is_in_kunas ? kunas_ : euros_) += amount;
     has_euros_ = has_euros_ || !is_in_kunas;
+    if (is_in_kunas) rate_ = std::max(rate_, rate);
   }
-  /// Kunas for one euro, where a debt in euros stands in kunas.
-  void SetRate(double rate) { rate_ = rate; }
   /// A payment of that day is held against it.
   void NeedOn(Date day) { has_euros_ = has_euros_ || day >= FirstDayOfEuro(); }
   Currency Total() const {
@@ -57,8 +59,7 @@ ItemSum SumOfRows(Database& database, const std::string& amount, const std::stri
                                         values);
   ItemSum sum;
   for (const RecordRow& row : rows.Rows()) {
-    sum.Add(row.AsCurrency(0), row.AsBoolean(1));
-    if (!row.IsNull(2)) sum.SetRate(row.AsFloat(2));
+    sum.Add(row.AsCurrency(0), row.AsBoolean(1), row.AsFloat(2));
   }
   return sum;
 }

@@ -1,7 +1,5 @@
 #include "appserver/partner_balances.h"
 
-#include <atomic>
-
 #include "appserver/book_currency.h"
 
 namespace mox {
@@ -15,6 +13,11 @@ std::string Where(const std::string& condition, const std::string& amount) {
   return "CASE WHEN " + condition + " THEN " + amount + " ELSE 0 END";
 }
 
+// Kunas for one euro, of those of the rows; null where none has a rate.
+std::string RateWhere(const std::string& condition) {
+  return "MAX(CASE WHEN " + condition + " THEN o.kuna_za_euro END)";
+}
+
 struct RowSql {
   std::string in_kunas = IsInKunas("o.datum_pp");
   std::string debt = Whole("o.duguje");
@@ -22,7 +25,7 @@ struct RowSql {
   std::string open = debt + " - " + paid;
 
   std::string InEuros(const std::string& amount) const {
-    return "(" + WholeEurosOfKunas(SumOf(Where(in_kunas, amount)), "MAX(o.kuna_za_euro)") + " + " +
+    return "(" + WholeEurosOfKunas(SumOf(Where(in_kunas, amount)), RateWhere(in_kunas)) + " + " +
            SumOf(Where("NOT " + in_kunas, amount)) + ")";
   }
 };
@@ -39,8 +42,9 @@ std::string DebtInEuros() {
   return row.InEuros(row.debt);
 }
 
-// In kunas each item changes by what it is with these rows less what it is without them. Of that the debts
-// are converted, where there are payments too, and the payments are the rest.
+// In kunas each item changes by what it is with these rows less what it is without them, either at the rate
+// of its own rows. Of that the debts are converted, where there are payments too, and the payments are the
+// rest.
 std::string ChangeOfBalances(const std::string& condition) {
   const RowSql row;
   const std::string is_meant = "(" + condition + ")";
@@ -49,12 +53,13 @@ std::string ChangeOfBalances(const std::string& condition) {
   const std::string sums =
       "SELECT o.par_id, " + SumOf(row.open) + " AS sve, " + SumOf(Where("NOT " + is_meant, row.open)) +
       " AS ostalo, " + SumOf(Where(is_meant, row.debt)) + " AS dug, " + SumOf(Where(is_meant, row.paid)) +
-      " AS placeno, MAX(o.kuna_za_euro) AS tecaj FROM (" + items +
+      " AS placeno, MAX(o.kuna_za_euro) AS tecaj, " + RateWhere("NOT " + is_meant) +
+      " AS tecaj_ostalih FROM (" + items +
       ") t JOIN otvorene_stavke o ON o.par_id = t.par_id AND o.br_dok = t.br_dok WHERE " + row.in_kunas +
       " GROUP BY o.par_id, o.br_dok";
-  const std::string changes = "SELECT x.par_id, x.dug, x.placeno, x.tecaj, " +
-                              WholeEurosOfKunas("x.sve", "x.tecaj") + " - " +
-                              WholeEurosOfKunas("x.ostalo", "x.tecaj") + " AS promjena FROM (" + sums + ") x";
+  const std::string changes =
+      "SELECT x.par_id, x.dug, x.placeno, x.tecaj, " + WholeEurosOfKunas("x.sve", "x.tecaj") + " - " +
+      WholeEurosOfKunas("x.ostalo", "x.tecaj_ostalih") + " AS promjena FROM (" + sums + ") x";
   const std::string debts =
       "CASE WHEN y.placeno = 0 THEN y.promjena ELSE " + WholeEurosOfKunas("y.dug", "y.tecaj") + " END";
   return "SELECT o.par_id, " + row.debt + " AS duguje, " + row.paid +
@@ -77,10 +82,9 @@ void KeepBalances(Database& database) {
 
 void CatchUpBalances(Database& database) {
   constexpr std::int64_t kMany = 1000;
-  // A program that stores again and again looks now and then only.
+  // Who stores again and again looks now and then only.
   constexpr unsigned kLooksEach = 64;
-  static std::atomic<unsigned> writes = 0;
-  if (writes.fetch_add(1, std::memory_order_relaxed) % kLooksEach != 0) return;
+  if (!database.IsTurn(kLooksEach)) return;
   try {
     const RecordSet behind = database.Query(
         "stavke", ParseColumns("n:integer"),

@@ -2,10 +2,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <fstream>
 
 #include "appserver/database_check.h"
+#include "appserver/partner_balances.h"
 #include "mox/foundation/files.h"
 #include "tests/appserver/scratch_database.h"
 
@@ -168,6 +170,32 @@ TEST_P(DatabaseCheck, FindsWhatIsWrong) {
   database.Execute("PRAGMA foreign_keys = OFF");
   database.Execute("INSERT INTO dok_stavke (dok_id, rb, sorta) VALUES (99, 1, 'roba')");
   EXPECT_EQ(found(), "file||a row of dok_stavke refers to one of dok that is not there\n" + numbers + sums);
+}
+
+// Whatever of an item comes first: its debt in euros of 2022, or what was paid of it.
+TEST_P(DatabaseCheck, KeepsTheBalanceOfItsItems) {
+  Database database(path_);
+  const std::string payment = "(1, 'R', '2022-12-15', '2022-12-15', 0, 753, NULL)";
+  const std::string debt = "(1, 'R', '2022-11-30', '2022-11-30', 753, 0, 7.53)";
+  const std::string later = "(1, 'R', '2023-01-31', '2023-01-31', 0, 5, 9)";  // of no kunas
+  for (const auto& rows :
+       {std::array{debt, payment, later}, {payment, debt, later}, {later, payment, debt}}) {
+    database.Execute("DELETE FROM otvorene_stavke");
+    SumBalancesAnew(database);
+    for (const std::string& row : rows) {
+      database.Execute(
+          "INSERT INTO otvorene_stavke (par_id, br_dok, datum_pp, datum_dos, duguje, potrazuje, "
+          "kuna_za_euro) VALUES " +
+          row);
+      KeepBalances(database);
+      EXPECT_THAT(FindFaults(database), testing::IsEmpty()) << row;
+    }
+    EXPECT_EQ(database
+                  .Query("saldo", ParseColumns("saldo:integer"),
+                         "SELECT duguje - potrazuje FROM par_saldo WHERE par_id = 1")
+                  .AsInteger(0),
+              -50'000);
+  }
 }
 
 // All rows of all tables.
