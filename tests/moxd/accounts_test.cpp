@@ -300,12 +300,24 @@ TEST_F(AccountsTest, RenewPasswordsThatWereCheaper) {
   EXPECT_THAT(std::string(kept.RowAt(1).AsTextView(0)), testing::HasSubstr(",t=1,"));
 }
 
+class CompanyUsersTest : public AccountsTest {
+ protected:
+  CompanyUsersTest() {
+    for (const char* const user : {"šef", "tuđi", "gost"}) accounts_.AddUser(user, kPassword);
+    accounts_.Grant("šef", "velika", {FindRole("administracija")});
+    for (const char* const user : {"tuđi", "gost"}) accounts_.Grant(user, "mala_2", {FindRole("unos")});
+  }
+
+  // A change, the last one first.
+  std::string Journalled(std::size_t at) {
+    const JournalledChange change = accounts_.Journal().at(at);
+    return change.by + " " + change.company + " " + change.user + " " + change.change + ": " +
+           change.refused.substr(0, 10);
+  }
+};
+
 // What an administrator changes over the network: roles as they were shown, once under a key, journalled.
-TEST_F(AccountsTest, LetAdministratorsChangeTheUsersOfTheirCompany) {
-  accounts_.AddUser("šef", kPassword);
-  accounts_.AddUser("tuđi", kPassword);
-  accounts_.Grant("šef", "velika", {FindRole("administracija")});
-  accounts_.Grant("tuđi", "mala_2", {FindRole("unos")});
+TEST_F(CompanyUsersTest, AreChangedByAdministrators) {
   const std::string ana = LogIn();
   using Roles = std::vector<const Role*>;
   const Roles none;
@@ -315,8 +327,6 @@ TEST_F(AccountsTest, LetAdministratorsChangeTheUsersOfTheirCompany) {
     return UserChange{"šef", "velika", std::move(key), rehearses, "r"};
   };
   const std::string untold = " has no role here yet; whether there is such a user is told when";
-  accounts_.AddUser("gost", kPassword);
-  accounts_.Grant("gost", "mala_2", {FindRole("unos")});
   const std::string of_others = LogIn("gost");
   const std::size_t before = accounts_.Journal().size();
   struct Row {
@@ -365,15 +375,9 @@ TEST_F(AccountsTest, LetAdministratorsChangeTheUsersOfTheirCompany) {
   const std::vector<CompanyUser> users = accounts_.UsersOf("VELIKA");
   EXPECT_EQ(users[1].name, "gost");
   EXPECT_EQ(users[1].log_ins, std::nullopt) << "what he does elsewhere is not told";
-  const std::vector<JournalledChange> journal = accounts_.Journal();
-  const auto line = [&](std::size_t at) {
-    const JournalledChange& change = journal.at(at);
-    return change.by + " " + change.company + " " + change.user + " " + change.change + ": " +
-           change.refused.substr(0, 10);
-  };
-  EXPECT_EQ(line(2), "šef velika gost uloge: čitanje: ");
-  EXPECT_EQ(line(3), "šef velika tuđi uloge: unos dokumenata, uvoz: ");
-  EXPECT_EQ(line(1), "šef velika gost prijave prekinute: \"gost\" is ");
+  EXPECT_EQ(Journalled(2), "šef velika gost uloge: čitanje: ");
+  EXPECT_EQ(Journalled(3), "šef velika tuđi uloge: unos dokumenata, uvoz: ");
+  EXPECT_EQ(Journalled(1), "šef velika gost prijave prekinute: \"gost\" is ");
   // The company's own journal gets each once, those of the one who set up the users here among them.
   const std::vector<WaitingChange> waiting = accounts_.WaitingFor("Velika");
   EXPECT_EQ(waiting.size(), 12U);
