@@ -19,10 +19,14 @@ std::string JournalMomentText(DateTime moment) {
   return text;
 }
 
-Value JournalText(std::string_view text, std::size_t longest) {
-  if (text.empty()) return {};
+std::string CutForJournal(std::string_view text, std::size_t longest) {
   const std::string shown = VisibleText(text);
   return std::string(CutToCharacters(shown, longest));
+}
+
+Value JournalText(std::string_view text, std::size_t longest) {
+  if (text.empty()) return {};
+  return CutForJournal(text, longest);
 }
 
 }  // namespace mox

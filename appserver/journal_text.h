@@ -14,7 +14,10 @@ namespace mox {
 DateTime JournalMoment();
 std::string JournalMomentText(DateTime moment);
 
-/// A text that somebody sent as a journal shows it, so many characters at most; null where it is empty.
+/// A text that somebody sent as a journal shows it, so many characters at most.
+std::string CutForJournal(std::string_view text, std::size_t longest);
+
+/// The same; null where it is empty.
 Value JournalText(std::string_view text, std::size_t longest);
 
 }  // namespace mox

@@ -9,7 +9,6 @@
 #include "mox/foundation/digest.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
-#include "mox/foundation/visible_text.h"
 
 namespace mox {
 namespace {
@@ -20,10 +19,7 @@ constexpr std::size_t kLongestDocuments = 200;
 constexpr std::size_t kLongestReason = 1000;
 constexpr std::int64_t kLastSecond = 86'399'000;  // of a day, in milliseconds
 
-std::string ShownName(std::string_view name) {
-  const std::string shown = VisibleText(name);
-  return std::string(CutToCharacters(shown, kLongestName));
-}
+std::string ShownName(std::string_view name) { return CutForJournal(name, kLongestName); }
 
 // --- which documents ---
 
