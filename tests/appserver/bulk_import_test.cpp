@@ -5,7 +5,6 @@
 #include "appserver/company_server.h"
 #include "mox/import/import_check.h"
 #include "mox/import/import_profiles.h"
-#include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
 
 namespace mox {
@@ -103,9 +102,8 @@ class BulkImport : public ScratchDatabase {
     return part;
   }
   static std::string Write(CompanyServer& server, const Profile& profile, const RecordSet& records) {
-    const RecordSet* const sent[] = {&records};
     const std::string_view transaction = FindImportProfile(profile.name)->transaction;
-    if (server.WriteDataService(WriteRequest(transaction, sent)) != 0) return {};
+    if (server.WriteDataService(RequestOf(transaction, {&records})) != 0) return {};
     const WriteFailure& failure = *server.LastWrite().failure;
     return std::to_string(failure.row) + ' ' + failure.field + ' ' + failure.message;
   }

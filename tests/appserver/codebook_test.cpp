@@ -9,7 +9,6 @@
 #include "appserver/company_server.h"
 #include "appserver/fold.h"
 #include "mox/foundation/text.h"
-#include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
 #include "tests/fakes/postgresql_server.h"
 
@@ -28,8 +27,7 @@ class CodebookTest : public ScratchDatabase {
 
   // What the server says to record sets: each stored key, with a '+' before a new one.
   std::string Write(std::string_view transaction, const RecordSet& records) {
-    const RecordSet* const sets[] = {&records};
-    server.WriteDataService(WriteRequest(transaction, sets));
+    server.WriteDataService(RequestOf(transaction, {&records}));
     const WriteOutcome& outcome = server.LastWrite();
     if (outcome.failure) return outcome.failure->ToString();
     if (!outcome.stored) return "done";
@@ -108,11 +106,10 @@ TEST_P(CodebookTest, TakesNothingAwayThatIsNamed) {
       {"banke", "Banka", "\"Banka\" is used by dok_veze: racun 7/2024"},
   };
   for (const auto& row : cases) {
-    RecordSet keys(row.codebook);
-    keys.DefineField(std::string(FindCodebook(row.codebook)->key.front()), FieldKind::kText);
-    keys.Open();
-    keys.AppendRecord({std::string(row.key)});
-    EXPECT_THAT(Write("KatalogBrisanje", keys), testing::EndsWith(row.answer)) << row.codebook;
+    const std::string field(FindCodebook(row.codebook)->key.front());
+    EXPECT_THAT(Write("KatalogBrisanje", OneRecord(row.codebook, field, {row.key})),
+                testing::EndsWith(row.answer))
+        << row.codebook;
   }
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <span>
 
 #include "appserver/import_transactions.h"
 #include "appserver/service_info.h"
@@ -12,8 +13,8 @@
 #include "mox/foundation/vocabulary.h"
 #include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
-#include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
+#include "tests/fakes/no_view.h"
 #include "tests/fakes/recording_host.h"
 #include "tests/foundation/case_file.h"
 
@@ -65,14 +66,18 @@ std::string ShowRows(Company& company, const Words& row) {
   return Show(records);
 }
 
+// A request of inputs NAME=TEXT.
+TAstaParamList InputsOf(std::span<const std::string> inputs) {
+  TAstaParamList request;
+  for (const std::string& input : inputs) {
+    const std::size_t equals = input.find('=');
+    request.FastAdd(input.substr(0, equals), Value(input.substr(equals + 1)));
+  }
+  return request;
+}
 // read SERVICE NAME=TEXT...
 std::string Read(Company& company, const Words& row) {
-  TAstaParamList request;
-  for (std::size_t i = 1; i < row.size(); ++i) {
-    const std::size_t equals = row[i].find('=');
-    request.FastAdd(row[i].substr(0, equals), Value(row[i].substr(equals + 1)));
-  }
-  const auto answers = company.server.ReportDataService(request, row.at(0));
+  const auto answers = company.server.ReportDataService(InputsOf(std::span(row).subspan(1)), row.at(0));
   if (answers == nullptr) return "none" + company.TakeLog();
   std::string text;
   for (std::size_t i = 0; i < answers->Count(); ++i) {
@@ -83,20 +88,10 @@ std::string Read(Company& company, const Words& row) {
   return text;
 }
 
-// "kolicina:float,pc:currency" and records "2|3,50", in which ~ is null.
+// "kolicina:float,pc:currency" and records "2|3,50".
 RecordSet MakeRecordSet(const std::string& name, const Words& words, std::size_t& at) {
-  RecordSet records(name);
-  for (const FieldDef& field : ParseColumns(words.at(at++))) records.DefineField(field);
-  records.Open();
-  for (; at < words.size() && !words[at].starts_with('+'); ++at) {
-    std::vector<Value> values;
-    std::string rest = words[at] + '|';
-    for (std::size_t bar; (bar = rest.find('|')) != std::string::npos; rest.erase(0, bar + 1)) {
-      const std::string value = rest.substr(0, bar);
-      values.push_back(value == "~" ? Value() : Value(value));
-    }
-    records.AppendRecord(values);
-  }
+  RecordSet records = EmptySet(name, words.at(at++));
+  for (; at < words.size() && !words[at].starts_with('+'); ++at) AppendTo(records, words[at]);
   return records;
 }
 
@@ -125,7 +120,7 @@ std::string Write(Company& company, const TAstaParamList& request) {
   return Outcome(company, company.server);
 }
 
-TAstaParamList RequestOf(const Words& row, std::size_t at) {
+TAstaParamList RequestOfWords(const Words& row, std::size_t at) {
   const std::string& transaction = row.at(at++);
   std::vector<RecordSet> sets;
   while (at < row.size()) {
@@ -138,7 +133,9 @@ TAstaParamList RequestOf(const Words& row, std::size_t at) {
 }
 
 // write TRANSACTION (+RECORDSET COLUMNS RECORD...)...
-std::string WriteRecordSets(Company& company, const Words& row) { return Write(company, RequestOf(row, 0)); }
+std::string WriteRecordSets(Company& company, const Words& row) {
+  return Write(company, RequestOfWords(row, 0));
+}
 
 // as USER CODE ROLE...
 std::string BeSomebody(Company& company, const Words& row) {
@@ -151,19 +148,14 @@ std::string BeSomebody(Company& company, const Words& row) {
 std::string WriteUnderKey(Company& company, const Words& row) {
   CompanyServer own{Database(company.path()), company.keep};
   own.SetRequester(company.requester);
-  const int answer = own.WriteDataService(RequestOf(row, 1), row.at(0));
+  const int answer = own.WriteDataService(RequestOfWords(row, 1), row.at(0));
   EXPECT_EQ(answer != 0, own.LastWrite().committed);
   return Outcome(company, own);
 }
 
 // journal NAME=TEXT...: the numbers of the writes that the journal answers
 std::string ReadJournal(Company& company, const Words& row) {
-  TAstaParamList request;
-  for (const std::string& input : row) {
-    const std::size_t equals = input.find('=');
-    request.FastAdd(input.substr(0, equals), Value(input.substr(equals + 1)));
-  }
-  const auto answers = company.server.ReportDataService(request, "DnevnikUpisa");
+  const auto answers = company.server.ReportDataService(InputsOf(row), "DnevnikUpisa");
   std::string numbers;
   for (const RecordRow& entry : answers->ParamByName("adsDnevnik").AsDataSet().Rows()) {
     numbers += (numbers.empty() ? "" : " ") + entry.AsText(0);
@@ -178,7 +170,7 @@ std::string RolesOf(Company& company, const Words& row) {
     const bool writes = FindRow(NamedTransactions(), row.at(0)) != nullptr;
     try {
       if (writes) {
-        company.server.WriteDataService(WriteRequest(row.at(0), std::span<const RecordSet* const>()));
+        company.server.WriteDataService(RequestOf(row.at(0), {}));
       } else {
         EXPECT_TRUE(company.server.ReportDataService({}, row.at(0))) << "unknown";
       }
@@ -220,16 +212,10 @@ std::string FindMany(Company& company, const Words& row) {
           .RecordCount()));
 }
 
-class NoView : public ImportGridView {
-  void ShowModal(TfrmImportGrid&) override {}
-};
-
 // import KEY ROW...: what the server says to rows "a|b" of a sheet, or the faults that the grid finds in them
 std::string Import(Company& company, const Words& row) {
   RecordingHost host;
-  AppParts parts = host.Parts();
-  parts.comunication = &company.server;
-  const ScopedApp app(parts);
+  const ScopedApp app(host.PartsOn(company.server));
   NoView view;
   TfrmImportGrid form(view, row.at(0));
   form.OnShow();
@@ -328,8 +314,7 @@ TEST_P(CompanyServerTest, ServesTheImportProfiles) {
   for (const ImportProfile& profile : ImportProfiles()) {
     TfrmImportGrid form(view, profile.key);
     form.OnShow();
-    const RecordSet* const target[] = {&form.AdsForDBSave()};
-    EXPECT_EQ(Write(*this, WriteRequest(profile.transaction, target)), "committed");
+    EXPECT_EQ(Write(*this, RequestOf(profile.transaction, {&form.AdsForDBSave()})), "committed");
     const auto transactions = ImportTransactionTable();
     const auto transaction = std::find_if(transactions.begin(), transactions.end(),
                                           [&](const auto& row) { return row.name == profile.transaction; });

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -10,6 +9,8 @@
 #include "appserver/partner_balances.h"
 #include "mox/foundation/files.h"
 #include "tests/appserver/scratch_database.h"
+#include "tests/fakes/error_of.h"
+#include "tests/fakes/own_process.h"
 
 namespace mox {
 namespace {
@@ -32,7 +33,7 @@ void StoreDocument(Database& database, int number) {
 
 std::int64_t Count(const std::string& path, const std::string& from) {
   Database database(path, Database::Access::kReadOnly);
-  return database.Query("n", ParseColumns("n:integer"), "SELECT COUNT(*) FROM " + from).AsInteger(0);
+  return Number(database, "SELECT COUNT(*) FROM " + from);
 }
 
 class DatabaseCare : public ScratchFile {
@@ -42,11 +43,10 @@ class DatabaseCare : public ScratchFile {
 };
 
 TEST_F(DatabaseCare, CopiesWholeTransactionsWhileAnotherProgramWrites) {
-  const pid_t writer = ::fork();
-  if (writer == 0) {
+  const pid_t writer = Fork([&] {
     Database database(path_);
     for (int number = 1;; ++number) StoreDocument(database, number);
-  }
+  });
   while (Count(path_, "dok") == 0) ::usleep(1000);
   std::int64_t before = 0;
   for (int i = 0; i < 10; ++i) {
@@ -61,7 +61,7 @@ TEST_F(DatabaseCare, CopiesWholeTransactionsWhileAnotherProgramWrites) {
   }
   EXPECT_GT(before, 1);
   ::kill(writer, SIGKILL);
-  ::waitpid(writer, nullptr, 0);
+  EXPECT_TRUE(WIFSIGNALED(StatusOf(writer)));
   const std::string bytes = ReadWholeFile(InFolder("kopija0"));
   EXPECT_THROW(Database(path_).BackUp(InFolder("kopija0")), DatabaseError);
   EXPECT_THROW(Database(path_).BackUp(InFolder("pola.db"), [] { throw Abort(); }), Abort);
@@ -107,14 +107,7 @@ TEST_F(DatabaseCare, PutsACopyInThePlaceOfWhatIsLeft) {
 TEST_F(DatabaseCare, ReplacesNoDatabaseThatIsUsed) {
   const std::string copy = InFolder("kopija.db");
   Database(path_).BackUp(copy);
-  const auto message = [&] {
-    try {
-      Restore(copy);
-    } catch (const DatabaseError& error) {
-      return std::string(error.what());
-    }
-    return std::string("restored");
-  };
+  const auto message = [&] { return ErrorOf<DatabaseError>([&] { Restore(copy); }); };
   {
     Database user(path_);
     StoreDocument(user, 1);
@@ -125,11 +118,11 @@ TEST_F(DatabaseCare, ReplacesNoDatabaseThatIsUsed) {
     Database reader(path_, Database::Access::kReadOnly);
     const ReadTransaction snapshot(reader);
     EXPECT_EQ(reader.TableNames().empty(), false);
-    EXPECT_NE(message(), "restored");
+    EXPECT_NE(message(), "");
   }
   EXPECT_EQ(Count(path_, "dok"), 2);
   fs::resize_file(copy, fs::file_size(copy) / 2);
-  EXPECT_NE(message(), "restored") << "a damaged copy";
+  EXPECT_NE(message(), "") << "a damaged copy";
   EXPECT_EQ(Count(path_, "dok"), 2);
 
   Database(path_).BackUp(InFolder("druga.db"));
@@ -235,12 +228,8 @@ TEST_P(DatabaseCheck, CopiesHoldAllRows) {
   EXPECT_TRUE(FindFaults(*std::make_unique<Database>(server)).empty());
   // A number that files alone keep.
   Database(copy).Execute("UPDATE par SET dani_kasnjenja = 3000000000 WHERE id = 2");
-  try {
-    Database(copy, Database::Access::kReadOnly).Restore(server);
-    ADD_FAILURE() << "was restored";
-  } catch (const DatabaseError& error) {
-    EXPECT_THAT(error.what(), testing::HasSubstr("out of range for type integer (par, id 2)"));
-  }
+  EXPECT_THAT(ErrorOf([&] { Database(copy, Database::Access::kReadOnly).Restore(server); }),
+              testing::HasSubstr("out of range for type integer (par, id 2)"));
   EXPECT_TRUE(Contents(server.ToString()) == contents);
   PostgresqlServer::Run(server, "DROP SCHEMA \"replaced_1_" + server.schema() + "\" CASCADE");
   PostgresqlServer::Drop(server);

@@ -1,8 +1,4 @@
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
-#include <cstdlib>
 #include <random>
 
 #include "tests/appserver/scratch_database.h"
@@ -14,12 +10,8 @@ namespace {
 
 using DatabaseCrashTest = ScratchDatabase;
 
-std::int64_t Number(Database& database, const std::string& sql) {
-  return database.Query("q", ParseColumns("n:integer"), sql).AsInteger(0);
-}
-
 // Writes transactions of five rows without end, and tells which it has committed.
-void WriteForever(const std::string& path, int told) {
+void WriteForever(const std::string& path, const auto& tell) {
   Database database(path);
   for (std::int64_t n = Number(database, "SELECT COALESCE(MAX(t), 0) FROM redak") + 1;; ++n) {
     WriteTransaction transaction(database);
@@ -28,7 +20,7 @@ void WriteForever(const std::string& path, int told) {
       database.Execute("INSERT INTO redak (t, r, tekst) VALUES (:t, :r, :x)", {n, row, text});
     }
     transaction.Commit();
-    if (::write(told, &n, sizeof n) != sizeof n) return;
+    tell(n);
   }
 }
 
@@ -37,19 +29,11 @@ TEST_P(DatabaseCrashTest, KeepsTransactionsWholeWhenItsProcessIsKilled) {
   std::mt19937 random(3);
   std::int64_t committed = 0;
   for (std::int64_t crash = HowMany("MOX_CRASHES", 12); crash > 0; --crash) {
-    int ends[2];
-    ASSERT_EQ(::pipe(ends), 0);
-    const pid_t child = Fork([&] { WriteForever(path_, ends[1]); });
-    ::close(ends[1]);
+    KilledProgram<std::int64_t> program([&](const auto& tell) { WriteForever(path_, tell); });
     // Every other time it is killed while it may still be opening the file.
-    if (crash % 2 == 0) {
-      ASSERT_EQ(::read(ends[0], &committed, sizeof committed), static_cast<ssize_t>(sizeof committed));
-    }
-    ::usleep(static_cast<unsigned>(random() % 60'000));
-    ::kill(child, SIGKILL);
-    EXPECT_TRUE(WIFSIGNALED(StatusOf(child)));
-    for (std::int64_t n = 0; ::read(ends[0], &n, sizeof n) == sizeof n;) committed = n;
-    ::close(ends[0]);
+    if (crash % 2 == 0) committed = program.Next().value();
+    program.KillAfter(random() % 60'000);
+    while (const auto n = program.Next()) committed = *n;
 
     Database database(path_);
     database.Check();

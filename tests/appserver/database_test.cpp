@@ -1,17 +1,13 @@
 #include "appserver/database.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <csignal>
 #include <random>
 
 #include "appserver/book_currency.h"
 #include "appserver/company_server.h"
-#include "appserver/connection.h"
 #include "appserver/fold.h"
 #include "appserver/migrations.h"
 #include "appserver/stock.h"
@@ -20,8 +16,9 @@
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
-#include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
+#include "tests/fakes/error_of.h"
+#include "tests/fakes/own_process.h"
 #include "tests/foundation/case_file.h"
 
 namespace mox {
@@ -31,17 +28,8 @@ namespace fs = std::filesystem;
 using DatabaseTest = ScratchDatabase;
 using DatabaseFileTest = ScratchFile;
 
-// A line of values for each record, "-" for null.
-std::string TextOf(const RecordSet& set) {
-  std::string text;
-  for (const RecordRow& row : set.Rows()) {
-    for (std::size_t i = 0; i < set.FieldCount(); ++i) {
-      text += (i == 0 ? "" : " ") + (row.IsNull(i) ? std::string("-") : ToText(row.AsVariant(i)));
-    }
-    text += '\n';
-  }
-  return text;
-}
+constexpr const char* kInsertXX = "INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')";
+constexpr const char* kFoundXX = "SELECT COUNT(*) FROM drzave WHERE oznaka = 'XX'";
 
 // PostgreSQL stores texts of UTF-8 alone, and no binaries.
 class KindsTest : public ScratchDatabase {
@@ -140,10 +128,7 @@ TEST_P(KindsTest, AnswersTables) {
           database.Execute("INSERT INTO vrste (tekst) VALUES (:t)", {row[0]});
           std::int64_t rows = 0;
           for (const std::string& key : FoldKeys(row[1])) {
-            rows += database
-                        .Query("q", ParseColumns("n:integer"),
-                               "SELECT COUNT(*) FROM vrste WHERE fold(tekst) = :k", {key})
-                        .AsInteger(0);
+            rows += Number(database, "SELECT COUNT(*) FROM vrste WHERE fold(tekst) = :k", {key});
           }
           return std::to_string(rows) + "/" + std::to_string(FoldKeys(row[1]).size());
         }}},
@@ -192,16 +177,13 @@ TEST_F(DatabaseFileTest, RefusesWhatItCannotTrust) {
                    if (row[0] == "text") damaged = "Račun 12\n";
                    fs::remove(path);
                    if (row[0] != "missing") ReplaceFile(path, damaged);
-                   try {
-                     Database database(row[0] == "folder" ? folder_.path().string() : path,
-                                       Database::Access::kReadOnly);
-                     database.Check();
-                   } catch (const DatabaseError& error) {
-                     const std::string message = error.what();
-                     EXPECT_EQ(message.find('\n'), std::string::npos);
-                     return message.substr(message.find(": ") + 2);
-                   }
-                   return std::string("taken");
+                   const std::string message = ErrorOf<DatabaseError>([&] {
+                     Database(row[0] == "folder" ? folder_.path().string() : path,
+                              Database::Access::kReadOnly)
+                         .Check();
+                   });
+                   EXPECT_EQ(message.find('\n'), std::string::npos);
+                   return message.empty() ? "taken" : message.substr(message.find(": ") + 2);
                  }}},
                "appserver");
 }
@@ -209,7 +191,7 @@ TEST_F(DatabaseFileTest, RefusesWhatItCannotTrust) {
 TEST_F(DatabaseFileTest, CreatesWholeFilesOrNone) {
   {
     Database database(path_);
-    database.Execute("INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')");
+    database.Execute(kInsertXX);
     for (const char* const ending : {"", "-wal", "-shm"}) {
       EXPECT_EQ(fs::status(path_ + ending).permissions(), fs::perms(0600)) << ending;
     }
@@ -220,18 +202,12 @@ TEST_F(DatabaseFileTest, CreatesWholeFilesOrNone) {
 
   const std::string path = folder_ / "puna.db";
   const auto limit_and_create = [&] {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{100'000, 100'000};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    try {
-      Database::Create(path);
-    } catch (const DatabaseError& error) {
-      std::fputs(error.what(), stderr);
-      std::exit(std::string_view(error.what()).starts_with(path + ": the file ") ? 1 : 2);
-    }
-    std::exit(0);
+    const FullDisk disk(100'000);
+    const std::string told = ErrorOf<DatabaseError>([&] { Database::Create(path); });
+    std::fputs(told.c_str(), stderr);
+    std::exit(told.starts_with(path + ": the file ") ? 0 : 1);
   };
-  EXPECT_EXIT(limit_and_create(), testing::ExitedWithCode(1), "");
+  EXPECT_EXIT(limit_and_create(), testing::ExitedWithCode(0), "");
   EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 1);  // the one database
 }
 
@@ -241,7 +217,7 @@ TEST_F(DatabaseFileTest, IsReadWhereNothingCanBeWritten) {
   const std::string left = folder_ / "ostatak.db";
   {
     Database database(path_);
-    database.Execute("INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')");
+    database.Execute(kInsertXX);
     for (const char* const ending : {"", "-wal"}) {
       fs::copy_file(path_ + ending, left + ending);
       fs::permissions(left + ending, fs::perms(0666));
@@ -252,15 +228,12 @@ TEST_F(DatabaseFileTest, IsReadWhereNothingCanBeWritten) {
   fs::copy_file(path_, secret);
   fs::permissions(secret, fs::perms(0000));
   const auto can_be_read = [](const std::string& path) {
-    try {
+    const std::string told = ErrorOf([&] {
       Database database(path, Database::Access::kReadOnly);
-      const RecordSet found =
-          database.Query("q", ParseColumns("n:integer"), "SELECT COUNT(*) FROM drzave WHERE oznaka = 'XX'");
-      return found.AsInteger(0) == 1;
-    } catch (const Error& error) {
-      std::fputs(error.what(), stderr);
-      return false;
-    }
+      if (Number(database, kFoundXX) != 1) throw Error("not found");
+    });
+    std::fputs(told.c_str(), stderr);
+    return told.empty();
   };
   const auto as_ordinary_user = [&] {
     constexpr uid_t kNobody = 65534;
@@ -268,9 +241,7 @@ TEST_F(DatabaseFileTest, IsReadWhereNothingCanBeWritten) {
     std::exit(ordinary && can_be_read(path_) && can_be_read(left) && !can_be_read(secret) ? 0 : 1);
   };
   const auto on_a_full_disk = [&] {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{0, 0};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
+    const FullDisk disk(0);
     std::exit(can_be_read(path_) && can_be_read(left) ? 0 : 1);
   };
   fs::permissions(folder_.path(), fs::perms(0555));
@@ -282,16 +253,13 @@ TEST_F(DatabaseFileTest, IsReadWhereNothingCanBeWritten) {
 
 TEST_F(DatabaseFileTest, SaysWhyItCannotWrite) {
   const auto message = [](Database& database) {
-    try {
+    return ErrorOf<DatabaseError>([&] {
       WriteTransaction transaction(database);
       database.Execute("CREATE TABLE pun (tekst TEXT)");
       const std::string text(100'000, 'x');
       for (int i = 0; i < 100; ++i) database.Execute("INSERT INTO pun VALUES (:t)", {text});
       transaction.Commit();
-    } catch (const DatabaseError& error) {
-      return std::string(error.what());
-    }
-    return std::string("written");
+    });
   };
   Database read_only(path_, Database::Access::kReadOnly);
   EXPECT_EQ(message(read_only), path_ + ": cannot be written: the file or its folder is read-only");
@@ -299,23 +267,15 @@ TEST_F(DatabaseFileTest, SaysWhyItCannotWrite) {
   database.Execute("PRAGMA max_page_count = 500");
   EXPECT_EQ(message(database), path_ + ": the disk is full");
   EXPECT_THAT(database.TableColumns("pun"), testing::IsEmpty());
-  database.Execute("INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')");  // and goes on
-
+  database.Execute(kInsertXX);  // and goes on
   const auto where_files_may_not_grow = [&] {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{200'000, 200'000};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
+    const FullDisk disk(200'000);
     const std::string copy = folder_ / "kopija.db";
     const std::string told = message(database);
-    try {
-      database.BackUp(copy);
-    } catch (const DatabaseError& error) {
-      const bool names_the_copy =
-          std::string_view(error.what()).starts_with(copy + ": the copy cannot be written: the ");
-      std::fputs((told + error.what()).c_str(), stderr);
-      std::exit(names_the_copy && told == path_ + ": the disk is full" ? 0 : 1);
-    }
-    std::exit(2);
+    const std::string told_of_copy = ErrorOf<DatabaseError>([&] { database.BackUp(copy); });
+    std::fputs((told + told_of_copy).c_str(), stderr);
+    const bool names_the_copy = told_of_copy.starts_with(copy + ": the copy cannot be written: the ");
+    std::exit(names_the_copy && told == path_ + ": the disk is full" ? 0 : 1);
   };
   EXPECT_EXIT(where_files_may_not_grow(), testing::ExitedWithCode(0), "");
 }
@@ -323,18 +283,10 @@ TEST_F(DatabaseFileTest, SaysWhyItCannotWrite) {
 // Nobody takes a database that cannot be written for one that refuses: a document would count as sent
 // already.
 TEST_P(DatabaseTest, IsUnavailableWhereAnotherProgramKeepsItLocked) {
-  RecordSet document("ads");
-  document.DefineField("VelorFormsID", FieldKind::kInteger);
-  document.Open();
-  document.AppendRecord({std::int64_t{1}});
-  const RecordSet* const sets[] = {&document};
-  const TAstaParamList request = WriteRequest("ERacunVezaSaMojERacunProvjera", sets);
+  const RecordSet document = OneRecord("ads", "VelorFormsID:integer", {std::int64_t{1}});
+  const TAstaParamList request = RequestOf("ERacunVezaSaMojERacunProvjera", {&document});
   const auto failure = [&](CompanyServer& server) {
-    try {
-      return std::to_string(server.WriteDataService(request));
-    } catch (const DatabaseUnavailable& error) {
-      return std::string(error.what());
-    }
+    return ErrorOf<DatabaseUnavailable>([&] { EXPECT_EQ(server.WriteDataService(request), 1); });
   };
   Database other(path_);
   CompanyServer server{Database(path_)};
@@ -344,7 +296,7 @@ TEST_P(DatabaseTest, IsUnavailableWhereAnotherProgramKeepsItLocked) {
     EXPECT_EQ(failure(server),
               path_ + ": another program keeps the database locked; try again when it has finished");
   }
-  EXPECT_EQ(failure(server), "1");
+  EXPECT_EQ(failure(server), "");
   server.SetUnwritable("tvrtka.db: the disk is full");
   EXPECT_EQ(failure(server), "tvrtka.db: the disk is full");
 }
@@ -356,8 +308,7 @@ TEST_P(DatabaseTest, CountsQuantitiesAsTheProgramDoes) {
   for (const double quantity : {0.1270005, 0.5050005, 0.5120005, 2.0100005, 0.0000005, 0.0000015, 1.0 / 3,
                                 123456.7890125, 999999999.9999995, 0.0}) {
     for (const double signed_one : {quantity, -quantity}) {
-      const RecordSet counted = database.Query("n", ParseColumns("n:integer"), sql, {signed_one});
-      EXPECT_EQ(counted.AsInteger(0), CountedQuantity(signed_one)) << signed_one;
+      EXPECT_EQ(Number(database, sql, {signed_one}), CountedQuantity(signed_one)) << signed_one;
     }
   }
 }
@@ -374,9 +325,8 @@ TEST_P(DatabaseTest, ConvertsAmountsAsTheProgramDoes) {
     for (const double rate : {1.6, 0.8, 1.25, 7.064035, 6.4, 1500.0, 0.00032}) {
       for (std::int64_t cents = -1500; cents <= 1500; cents += 4) {
         const Currency amount = Currency::FromScaled(cents * 100);
-        const RecordSet counted = database.Query("n", ParseColumns("n:integer"), sql,
-                                                 std::array<Value, 3>{FormatIsoDate(day), amount, rate});
-        ASSERT_EQ(counted.AsInteger(0), InCurrencyOfDate(amount, day, rate).scaled())
+        ASSERT_EQ(Number(database, sql, {FormatIsoDate(day), amount, rate}),
+                  InCurrencyOfDate(amount, day, rate).scaled())
             << amount.ToString() << " at " << rate << " on " << FormatIsoDate(day);
       }
     }
@@ -384,10 +334,8 @@ TEST_P(DatabaseTest, ConvertsAmountsAsTheProgramDoes) {
   for (const std::int64_t whole :
        {0L, 376L, 377L, 75'345L, 37'672L, 37'673L, 45'207'000L, 123'456'789'012'345L}) {
     for (const std::int64_t kunas : {whole, -whole}) {
-      EXPECT_EQ(
-          database.Query("n", ParseColumns("n:integer"), "SELECT " + WholeEurosOfKunas(":kune"), {kunas})
-              .AsInteger(0),
-          EurosOfKunas(Currency::FromScaled(kunas)).scaled())
+      EXPECT_EQ(Number(database, "SELECT " + WholeEurosOfKunas(":kune"), {kunas}),
+                EurosOfKunas(Currency::FromScaled(kunas)).scaled())
           << kunas;
     }
   }
@@ -396,12 +344,10 @@ TEST_P(DatabaseTest, ConvertsAmountsAsTheProgramDoes) {
 TEST_P(DatabaseTest, ReadsInsideATransactionThatWrites) {
   Database database(path_);
   WriteTransaction transaction(database);
-  database.Execute("INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')");
+  database.Execute(kInsertXX);
   { const ReadTransaction snapshot(database); }
   transaction.Commit();
-  EXPECT_EQ(database.Query("n", ParseColumns("n:integer"), "SELECT COUNT(*) FROM drzave WHERE oznaka = 'XX'")
-                .AsInteger(0),
-            1);
+  EXPECT_EQ(Number(database, kFoundXX), 1);
 }
 
 // The company alone is named, and all else by the surroundings.
@@ -419,10 +365,10 @@ TEST_P(DatabaseTest, GoesOnAfterTheServerHasEndedItsConnection) {
   if (!IsPostgresql()) return;
   Database database(path_);
   const auto end_connection = [&] {
-    const RecordSet process = database.Query("p", ParseColumns("pid:integer"), "SELECT pg_backend_pid()");
-    PostgresqlServer::Run(path_, "SELECT pg_terminate_backend(" + process.AsText(0) + ", 5000)");
+    const std::string process = std::to_string(Number(database, "SELECT pg_backend_pid()"));
+    PostgresqlServer::Run(path_, "SELECT pg_terminate_backend(" + process + ", 5000)");
   };
-  const auto insert = [&] { database.Execute("INSERT INTO drzave (oznaka, naziv) VALUES ('XX', 'x')"); };
+  const auto insert = [&] { database.Execute(kInsertXX); };
   end_connection();
   {
     WriteTransaction transaction(database);
@@ -436,7 +382,6 @@ TEST_P(DatabaseTest, GoesOnAfterTheServerHasEndedItsConnection) {
   transaction.Commit();
 }
 
-// A file whose number a database may have passed already would never run there.
 // What a statement was given, or was answered, is not met again by the next one of the same text.
 TEST_P(DatabaseTest, BeginsEachStatementAnew) {
   Database database(path_);
@@ -451,18 +396,17 @@ TEST_P(DatabaseTest, BeginsEachStatementAnew) {
   };
   const auto rows = [&](std::string_view columns) {
     return TextOf(database.Query("r", ParseColumns(columns),
-                                 "SELECT a, b FROM par_x WHERE id < :id ORDER BY id",
-                                 std::array<Value, 1>{std::int64_t{100}}));
+                                 "SELECT a, b FROM par_x WHERE id < :id ORDER BY id", {std::int64_t{100}}));
   };
   insert(1, std::string("x"), std::int64_t{4});
   insert(2, {}, {});
   EXPECT_THROW(insert(3, std::string("y"), std::int64_t{9}), DatabaseError);
   EXPECT_THROW(insert(2, {}, {}), DatabaseError);
   insert(4, {}, std::int64_t{1});
-  EXPECT_EQ(rows("a:text,b:integer"), "x 4\n- -\n- 1\n");
-  EXPECT_EQ(rows("a:text,b:float"), "x 4\n- -\n- 1\n");
+  EXPECT_EQ(rows("a:text,b:integer"), "x|4;~|~;~|1");
+  EXPECT_EQ(rows("a:text,b:float"), "x|4;~|~;~|1");
   EXPECT_THROW(rows("a:text"), Error);
-  EXPECT_EQ(rows("a:text,b:integer"), "x 4\n- -\n- 1\n");
+  EXPECT_EQ(rows("a:text,b:integer"), "x|4;~|~;~|1");
   {
     // One that is open does not serve another one of the same text.
     Statement first = database.Prepare("INSERT INTO par_x VALUES (:id, :a, :b)", kKinds);
@@ -470,13 +414,14 @@ TEST_P(DatabaseTest, BeginsEachStatementAnew) {
     insert(6, std::string("z"), {});
     first.Execute();
   }
-  EXPECT_EQ(rows("a:text,b:integer"), "x 4\n- -\n- 1\n- -\nz -\n");
+  EXPECT_EQ(rows("a:text,b:integer"), "x|4;~|~;~|1;~|~;z|~");
   database.Execute("DROP TABLE par_x");
   database.Execute("CREATE TABLE par_x (id INTEGER PRIMARY KEY, b INTEGER, a VARCHAR(9))");
   database.Execute("INSERT INTO par_x VALUES (1, 2, 'n')");
-  EXPECT_EQ(rows("a:text,b:integer"), "n 2\n");
+  EXPECT_EQ(rows("a:text,b:integer"), "n|2");
 }
 
+// A file whose number a database may have passed already would never run there.
 TEST(Migrations, HaveEachNumberOnce) {
   std::vector<int> numbers;
   std::vector<int> expected;
@@ -489,10 +434,7 @@ TEST(Migrations, HaveEachNumberOnce) {
 }
 
 TEST_P(DatabaseTest, BringsAnOlderSchemaToTheNewest) {
-  DatabaseConnection connection(path_, [&](soci::session& session) {
-    DatabaseLocation location(path_);
-    DialectOf(location.kind()).Open(session, location, Database::Access::kReadWrite);
-  });
+  DatabaseConnection connection = OpenPlainly(path_);
   const int version = RequireKnownVersion(connection);
   std::vector<SchemaFile> files = SchemaFiles();
   files.push_back(
@@ -507,14 +449,9 @@ TEST_P(DatabaseTest, BringsAnOlderSchemaToTheNewest) {
   MigrateSchema(connection, files);
   MigrateSchema(connection, files);
   EXPECT_EQ(RequireKnownVersion(connection, files), 99);
-  try {
-    Database old_program(path_);
-    ADD_FAILURE();
-  } catch (const DatabaseError& error) {
-    EXPECT_EQ(error.what(), path_ +
-                                ": was written by a newer program (version 99, this program knows up to " +
-                                std::to_string(version) + ")");
-  }
+  EXPECT_EQ(ErrorOf([&] { const Database old_program(path_); }),
+            path_ + ": was written by a newer program (version 99, this program knows up to " +
+                std::to_string(version) + ")");
 }
 
 MOX_ON_EVERY_ENGINE(DatabaseTest);

@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <csignal>
-#include <cstdlib>
 #include <map>
 #include <random>
 #include <set>
@@ -12,9 +10,10 @@
 #include "appserver/company_server.h"
 #include "mox/documents/storno.h"
 #include "mox/host/memory_settings.h"
-#include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
 #include "tests/fakes/how_many.h"
+#include "tests/fakes/own_process.h"
+#include "tests/fakes/shortened.h"
 
 namespace mox {
 namespace {
@@ -47,7 +46,7 @@ class Shop {
  public:
   explicit Shop(Database database) : server_(std::move(database)) {
     Database& own = server_.database();
-    if (!own.Query("n", ParseColumns("n:integer"), "SELECT id FROM skladiste").IsEmpty()) return;
+    if (Number(own, "SELECT COUNT(*) FROM skladiste") > 0) return;
     own.Execute("INSERT INTO skladiste (sifra, naziv) VALUES ('1', 'Trgovina')");
     for (std::int64_t i = 1; i <= kPartners; ++i) {
       const std::string text = std::to_string(i);
@@ -63,8 +62,7 @@ class Shop {
 
   // Whether the server stored it; what it says otherwise.
   bool Write(std::string_view transaction, std::initializer_list<const RecordSet*> sets) {
-    const std::vector<const RecordSet*> all(sets);
-    return server_.WriteDataService(WriteRequest(transaction, all)) != 0;
+    return server_.WriteDataService(RequestOf(transaction, sets)) != 0;
   }
   std::string Refusal() const { return server_.WriteRefusal(); }
 
@@ -83,16 +81,11 @@ class Shop {
     const auto set = [&lines](const char* name, double value) {
       if (const auto field = lines.FindField(name)) lines.SetFloat(*lines.FindFieldIndex(name), value);
     };
-    for (const auto& [name, value] : {std::pair("kolicina", static_cast<double>(pieces)),
-                                      {"pc", 0.04},
-                                      {"nc", 0.02},
-                                      {"vpc", 0.04},
-                                      {"tbr_stp", 25.0},
-                                      {"rbp1", 0.0},
-                                      {"rbp2", 0.0},
-                                      {"rbp3", 0.0}}) {
-      set(name, value);
-    }
+    set("kolicina", static_cast<double>(pieces));
+    for (const char* const price : {"pc", "vpc"}) set(price, 0.04);
+    set("nc", 0.02);
+    set("tbr_stp", 25);
+    for (const char* const discount : {"rbp1", "rbp2", "rbp3"}) set(discount, 0);
     if (article > 0) lines.SetText(*lines.FindFieldIndex("sifra"), std::to_string(article));
     lines.Post();
     return document.Store();
@@ -106,26 +99,26 @@ class Shop {
     return StoreStorno(header);
   }
   bool Pay(std::int64_t id, Currency amount) {
-    RecordSet payment = One("Uplate", "dok_id:integer,iznos:currency,datum:date", {id, amount, kDay});
+    RecordSet payment = OneRecord("Uplate", "dok_id:integer,iznos:currency,datum:date", {id, amount, kDay});
     return Write("UplataInsert", {&payment});
   }
   bool Import(std::int64_t partner, Currency amount) {
     RecordSet rows =
-        One("adsForDBSave",
-            "KONTO:float,SIFRA_RJ,OPIS,DATUM_PP:date,DUGUJE:float,POTRAZUJE:float,PAR_OIB,BR_DOK,"
-            "DATUM_DOK:date,DATUM_DOS:date,POZIV_NA_BR",
-            {Value(), std::string("1"), std::string("Uvoz"), kDay, amount.ToDouble(), 0.0,
-             "1000000000" + std::to_string(partner), "U" + std::to_string(++imported_), kDay, kDay,
-             std::string("1")});
-    RecordSet origin = One("adsUvoz", "profil", {std::string("OTVORENESTAVKE")});
+        OneRecord("adsForDBSave",
+                  "KONTO:float,SIFRA_RJ,OPIS,DATUM_PP:date,DUGUJE:float,POTRAZUJE:float,PAR_OIB,BR_DOK,"
+                  "DATUM_DOK:date,DATUM_DOS:date,POZIV_NA_BR",
+                  {Value(), std::string("1"), std::string("Uvoz"), kDay, amount.ToDouble(), 0.0,
+                   "1000000000" + std::to_string(partner), "U" + std::to_string(++imported_), kDay, kDay,
+                   std::string("1")});
+    RecordSet origin = OneRecord("adsUvoz", "profil", {"OTVORENESTAVKE"});
     return Write("OtvStavkeImportInsert", {&rows, &origin});
   }
   bool Undo(std::int64_t id) {
-    RecordSet request = One("adsUvoz", "id:integer", {id});
+    RecordSet request = OneRecord("adsUvoz", "id:integer", {id});
     return Write("PonistiUvoz", {&request});
   }
   bool SetLimit(std::int64_t partner, Currency limit) {
-    RecordSet row = One("partneri", "sifra,limit_duga:currency", {std::to_string(partner), limit});
+    RecordSet row = OneRecord("partneri", "sifra,limit_duga:currency", {std::to_string(partner), limit});
     return Write("KatalogUpis", {&row});
   }
 
@@ -151,14 +144,6 @@ class Shop {
   }
 
  private:
-  static RecordSet One(std::string_view name, std::string_view columns, std::vector<Value> values) {
-    RecordSet records{std::string(name)};
-    for (FieldDef& column : ParseColumns(columns)) records.DefineField(std::move(column));
-    records.Open();
-    records.AppendRecord(values);
-    return records;
-  }
-
   CompanyServer server_;
   MemorySettings settings_;
   int imported_ = 0;
@@ -360,23 +345,6 @@ std::string Play(const Script& script, std::size_t steps_of_a_day) {
   return {};
 }
 
-// Leaves out what can be left out while it still fails.
-Script Shortened(Script script) {
-  for (std::size_t portion = script.size() / 2; portion > 0; portion /= 2) {
-    for (std::size_t at = 0; at + portion <= script.size();) {
-      Script without = script;
-      without.erase(without.begin() + static_cast<std::ptrdiff_t>(at),
-                    without.begin() + static_cast<std::ptrdiff_t>(at + portion));
-      if (Play(without, 1).empty()) {
-        at += portion;
-      } else {
-        script = std::move(without);
-      }
-    }
-  }
-  return script;
-}
-
 // MOX_DAYS=10000 is a longer run. A company has 50 days, so that its history stays short enough to be
 // compared whole every evening.
 TEST(DayModel, AnyOrderOfWorkKeepsTheSums) {
@@ -388,41 +356,37 @@ TEST(DayModel, AnyOrderOfWorkKeepsTheSums) {
     Script script(kDaysOfCompany * kStepsOfDay);
     for (Step& step : script) step = MakeStep(random);
     if (Play(script, kStepsOfDay).empty()) continue;
-    script = Shortened(std::move(script));
+    script = Shortened(std::move(script), [](const Script& fewer) { return !Play(fewer, 1).empty(); });
     std::string steps;
     for (const Step& step : script) steps += "\n  " + step.ToString();
     FAIL() << "company " << company << ": " << Play(script, 1) << " after" << steps;
   }
 }
 
-// Until it is killed; a status of 1 where it failed.
+// Until it is killed.
 [[noreturn]] void WorkForever(const std::string& path, unsigned seed) {
-  try {
-    std::mt19937 random(seed);  // NOLINT: the same steps in every run
-    Shop shop{Database(path)};
-    for (;;) {
-      const Step step = MakeStep(random);
-      const auto any = static_cast<std::int64_t>(random() % 200 + 1);
-      const Currency amount = Currency::FromScaled(step.much * 500);
-      const char* const pay = step.otherwise ? "Gotovina" : nullptr;
-      if (step.act == Act::kStock) shop.StoreDocument("pocetno-stanje", 0, 1, step.much, nullptr);
-      if (step.act == Act::kCashSale) shop.StoreDocument("gotovinski-racun", 2, 1, step.much, nullptr);
-      if (step.act == Act::kInvoice) shop.StoreDocument("racun-usluga", step.who % 2 + 1, 0, step.much, pay);
-      if (step.act == Act::kStorno) shop.Cancel(any);
-      if (step.act == Act::kPay) shop.Pay(any, amount);
-      if (step.act == Act::kImport) shop.Import(2, amount);
-      if (step.act == Act::kUndo) shop.Undo(any);
-    }
-  } catch (const std::exception& error) {
-    std::fputs(error.what(), stderr);
+  std::mt19937 random(seed);  // NOLINT: the same steps in every run
+  Shop shop{Database(path)};
+  for (;;) {
+    const Step step = MakeStep(random);
+    const auto any = static_cast<std::int64_t>(random() % 200 + 1);
+    const Currency amount = Currency::FromScaled(step.much * 500);
+    const char* const pay = step.otherwise ? "Gotovina" : nullptr;
+    if (step.act == Act::kStock) shop.StoreDocument("pocetno-stanje", 0, 1, step.much, nullptr);
+    if (step.act == Act::kCashSale) shop.StoreDocument("gotovinski-racun", 2, 1, step.much, nullptr);
+    if (step.act == Act::kInvoice) shop.StoreDocument("racun-usluga", step.who % 2 + 1, 0, step.much, pay);
+    if (step.act == Act::kStorno) shop.Cancel(any);
+    if (step.act == Act::kPay) shop.Pay(any, amount);
+    if (step.act == Act::kImport) shop.Import(2, amount);
+    if (step.act == Act::kUndo) shop.Undo(any);
   }
-  std::_Exit(1);
 }
 
 using DayModelTest = ScratchDatabase;
 
-std::int64_t CountDocuments(Database& database) {
-  return database.Query("n", ParseColumns("n:integer"), "SELECT COUNT(*) FROM dok").AsInteger(0);
+std::int64_t CountDocuments(const std::string& path) {
+  Database database(path);
+  return Number(database, "SELECT COUNT(*) FROM dok");
 }
 
 // Several programs work in one database and are killed in the middle of it, again and again.
@@ -431,27 +395,17 @@ TEST_P(DayModelTest, ProgramsAtOnceThatAreKilledKeepTheSums) {
   Database(path_).Execute("UPDATE par SET limit_duga = 3 WHERE id = 1");
   std::mt19937 random(5);  // NOLINT: the same steps in every run
   for (std::int64_t round = HowMany("MOX_CRASHES", 6); round > 0; --round) {
-    const std::int64_t before = [&] {
-      Database database(path_);
-      return CountDocuments(database);
-    }();
+    const std::int64_t before = CountDocuments(path_);
     std::array<pid_t, 3> programs{};
     for (pid_t& program : programs) {
-      const auto seed = static_cast<unsigned>(random());
-      program = ::fork();
-      if (program == 0) WorkForever(path_, seed);
+      program = Fork([&, seed = static_cast<unsigned>(random())] { WorkForever(path_, seed); });
     }
-    {
-      constexpr int kLongest = 6000;
-      Database database(path_);
-      for (int i = 0; i < kLongest && CountDocuments(database) == before; ++i) ::usleep(5000);
-    }
+    constexpr int kLongest = 6000;
+    for (int i = 0; i < kLongest && CountDocuments(path_) == before; ++i) ::usleep(5000);
     ::usleep(static_cast<unsigned>(random() % 200'000));
     for (const pid_t program : programs) ::kill(program, SIGKILL);
     for (const pid_t program : programs) {
-      int status = 0;
-      ::waitpid(program, &status, 0);
-      EXPECT_TRUE(WIFSIGNALED(status)) << "a program ended by itself";
+      EXPECT_TRUE(WIFSIGNALED(StatusOf(program))) << "a program ended by itself";
     }
     Shop shop{Database(path_)};
     shop.database().Check();
@@ -460,8 +414,7 @@ TEST_P(DayModelTest, ProgramsAtOnceThatAreKilledKeepTheSums) {
               Currency::FromScaled(30'000))
         << "the limit";
   }
-  Database database(path_);
-  EXPECT_GE(CountDocuments(database), HowMany("MOX_CRASHES", 6));
+  EXPECT_GE(CountDocuments(path_), HowMany("MOX_CRASHES", 6));
 }
 
 MOX_ON_EVERY_ENGINE(DayModelTest);

@@ -17,12 +17,7 @@ class DocumentTest : public ScratchDatabase {
     const ScopedApp app({.ini = &settings, .comunication = &server});
     Document document("predracun");
     document.SetHeader("datum", *MakeDate(2024, 3, 1));
-    RecordSet& lines = *document.Goods();
-    lines.Append();
-    for (const auto& [name, value] : {std::pair("kolicina", 1), {"pc", 10}, {"tbr_stp", 25}}) {
-      lines.FieldByName(name).SetFloat(value);
-    }
-    lines.Post();
+    EnterLine(*document.Goods(), {{"kolicina", 1}, {"pc", 10}, {"tbr_stp", 25}});
     EXPECT_TRUE(document.Store());
     return server.LastWrite().stored.value().AsInteger(0);
   }
@@ -33,12 +28,7 @@ class DocumentTest : public ScratchDatabase {
     document.SetHeader("datum", *MakeDate(2024, 3, 1));
     document.SetHeader("par_id", partner);
     document.SetHeader("datum_dospijeca", due);
-    RecordSet& lines = *document.Services();
-    lines.Append();
-    for (const auto& [name, value] : {std::pair("kolicina", 1), {"pc", 10}, {"tbr_stp", 25}}) {
-      lines.FieldByName(name).SetFloat(value);
-    }
-    lines.Post();
+    EnterLine(*document.Services(), {{"kolicina", 1}, {"pc", 10}, {"tbr_stp", 25}});
     return document;
   }
   static bool StoreInvoice(CompanyServer& server, const Value& due = {}, std::int64_t partner = 1) {

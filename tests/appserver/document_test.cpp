@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "appserver/company_server.h"
-#include "appserver/connection.h"
 #include "appserver/database_check.h"
 #include "appserver/migrations.h"
 #include "appserver/sql_text.h"
@@ -10,40 +9,24 @@
 #include "mox/host/memory_settings.h"
 #include "mox/server/transactions.h"
 #include "tests/appserver/document_fixture.h"
+#include "tests/fakes/recording_host.h"
 
 namespace mox {
 namespace {
-
-class AnsweringDialogs : public AppDialogs {
- public:
-  explicit AnsweringDialogs(int answer) : answer_(answer) {}
-  int ShowVelorDialog(TVCustomDialogType /*kind*/, std::string_view /*caption*/, std::string_view /*heading*/,
-                      std::string_view /*message*/) override {
-    ++asked;
-    return answer_;
-  }
-  void ShowMessage(std::string_view /*text*/) override {}
-
-  int asked = 0;
-
- private:
-  int answer_;
-};
 
 // Who agreed did so on figures that another program has changed since.
 TEST_P(DocumentTest, ALeaveHoldsForTheBalanceThatItWasGivenFor) {
   Database(path_).Execute("UPDATE par SET limit_duga = 20, fakturiranje_limit_duga = TRUE WHERE id = 1");
   CompanyServer server{Database(path_)};
   CompanyServer other{Database(path_)};
-  MemorySettings settings;
-  AnsweringDialogs yes(kDialogYes);
-  const ScopedApp app({.ini = &settings, .comunication = &server, .dialogs = &yes});
+  RecordingHost host;  // that says yes
+  const ScopedApp app({.ini = &host.settings, .comunication = &server, .dialogs = &host});
   ASSERT_TRUE(StoreInvoice(server));
   Document foreign = Invoice();
   foreign.SetHeader("valuta_id", std::int64_t{1});
   foreign.SetHeader("tecaj", 10.0);
   EXPECT_TRUE(foreign.ConfirmCredit());
-  EXPECT_EQ(yes.asked, 0) << "12.50 of it are 1.25 euros";
+  EXPECT_EQ(host.log.size(), 0U) << "12.50 of it are 1.25 euros";
   Document second = Invoice();
   EXPECT_FALSE(second.Store());
   EXPECT_TRUE(second.ConfirmCredit());
@@ -52,7 +35,7 @@ TEST_P(DocumentTest, ALeaveHoldsForTheBalanceThatItWasGivenFor) {
   EXPECT_FALSE(second.Store());
   EXPECT_TRUE(second.ConfirmCredit());
   EXPECT_TRUE(second.Store());
-  EXPECT_EQ(yes.asked, 2);
+  EXPECT_EQ(host.log.size(), 2U);
 }
 
 // Invoices from before there were open items get those that storing opens now, in the currency of the books
@@ -111,10 +94,7 @@ TEST_P(DocumentTest, InvoicesOfOlderDatabasesGetTheirItems) {
       "UPDATE otvorene_stavke SET duguje = 12.5, kuna_za_euro = NULL WHERE dok_id = 5 AND duguje > 90");
   database.Execute("UPDATE otvorene_stavke SET kuna_za_euro = 4 WHERE br_dok = 'kamata'");
   database.Execute("UPDATE dok SET placeno_odmah = NULL, datum_dospijeca = NULL WHERE id <> 2");
-  DatabaseConnection connection(path_, [&](soci::session& session) {
-    const DatabaseLocation location(path_);
-    DialectOf(location.kind()).Open(session, location, Database::Access::kReadWrite);
-  });
+  DatabaseConnection connection = OpenPlainly(path_);
   std::vector<SchemaFile> files = SchemaFiles();
   for (const SchemaFile& file : SchemaFiles()) {
     const std::size_t update = file.text.find("UPDATE dok SET placeno_odmah");

@@ -1,9 +1,8 @@
 #include "appserver/company_server.h"
-#include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
-#include "mox/server/transactions.h"
 #include "tests/appserver/failing_disk.h"
 #include "tests/appserver/scratch_database.h"
+#include "tests/fakes/no_view.h"
 #include "tests/fakes/recording_host.h"
 
 namespace mox {
@@ -35,10 +34,6 @@ struct FailingWay : TdmComunication {
   int calls = 0;
 };
 
-struct NoView : ImportGridView {
-  void ShowModal(TfrmImportGrid& /*form*/) override {}
-};
-
 using ImportFailure = ScratchFile;
 
 // Six look-ups and the storing of two partners, each of which fails once; then the user presses the button
@@ -46,23 +41,16 @@ using ImportFailure = ScratchFile;
 TEST_F(ImportFailure, IsRaisedAndASecondTryStoresOnce) {
   FailingWay way(path_);
   RecordingHost host;
-  AppParts parts = host.Parts();
-  parts.comunication = &way;
-  const ScopedApp app(parts);
+  const ScopedApp app(host.PartsOn(way));
   NoView view;
   for (int n = 1; n <= 14; ++n) {
     way.answer_is_lost = n % 2 == 0;
     way.failing_call = (n + 1) / 2;
     SCOPED_TRACE(std::to_string(way.failing_call) + (way.answer_is_lost ? ", with its answer" : ", before"));
-    const auto partners = [&] {
-      return way.server.database()
-          .Query("par", ParseColumns("n:integer"), "SELECT count(*) FROM par")
-          .AsInteger(0);
-    };
+    Database& database = way.server.database();
+    const auto partners = [&] { return Number(database, "SELECT count(*) FROM par"); };
     const auto imports = [&] {
-      return way.server.database()
-          .Query("uvoz", ParseColumns("n:integer"), "SELECT count(*) FROM uvoz WHERE ponisteno IS NULL")
-          .AsInteger(0);
+      return Number(database, "SELECT count(*) FROM uvoz WHERE ponisteno IS NULL");
     };
     const std::int64_t before = partners();
     const std::int64_t journalled = imports();
@@ -94,20 +82,14 @@ TEST_F(ImportFailure, OfTakingBackLeavesTheImportOrNothingOfIt) {
   places.Append();
   places.FieldByName("NAZIV").SetText("Selo");
   places.Post();
-  RecordSet request("adsUvoz");
-  request.DefineField("id", FieldKind::kInteger);
-  request.Open();
   for (std::int64_t import = 1; import <= 2; ++import) {
     way.answer_is_lost = import == 2;
     way.failing_call = 2;
     way.calls = 0;
-    request.Clear();
-    request.AppendRecord({import});
+    RecordSet request = OneRecord("adsUvoz", "id:integer", {import});
     ASSERT_TRUE(ExecuteTransaction("MjestaImportInsert", {&places}));
     EXPECT_THROW(ExecuteTransaction("PonistiUvoz", {&request}), Error);
-    const bool stored =
-        !database.Query("q", ParseColumns("id:integer"), "SELECT id FROM mjesto WHERE naziv = 'Selo'")
-             .IsEmpty();
+    const bool stored = Number(database, "SELECT COUNT(*) FROM mjesto WHERE naziv = 'Selo'") > 0;
     EXPECT_NE(stored, way.answer_is_lost);
     EXPECT_EQ(ExecuteTransaction("PonistiUvoz", {&request}), stored);
   }
@@ -123,20 +105,11 @@ TEST_F(ImportFailure, OfTheDiskLeavesTheImportOrNothingOfIt) {
     places.Post();
   }
   const auto write = [&](bool undo) {
-    RecordSet request("adsUvoz");
-    request.DefineField("id", FieldKind::kInteger);
-    request.Open();
     CompanyServer server{Database(path_)};
-    const RecordSet* sent = &places;
-    if (undo) {
-      request.AppendRecord(
-          {server.database()
-               .Query("q", ParseColumns("id:integer"), "SELECT id FROM uvoz WHERE ponisteno IS NULL")
-               .AsInteger(0)});
-      sent = &request;
-    }
-    return server.WriteDataService(WriteRequest(undo ? "PonistiUvoz" : "MjestaImportInsert", {&sent, 1})) !=
-           0;
+    if (!undo) return server.WriteDataService(RequestOf("MjestaImportInsert", {&places})) != 0;
+    const std::int64_t import = Number(server.database(), "SELECT id FROM uvoz WHERE ponisteno IS NULL");
+    const RecordSet request = OneRecord("adsUvoz", "id:integer", {import});
+    return server.WriteDataService(RequestOf("PonistiUvoz", {&request})) != 0;
   };
   const auto is_stored = [&] {
     Database database(path_);

@@ -1,27 +1,20 @@
 #include <gmock/gmock.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
-#include <cstdlib>
 #include <random>
 
 #include "appserver/company_server.h"
 #include "mox/import/import_check.h"
 #include "mox/import/import_profiles.h"
-#include "mox/server/transactions.h"
 #include "tests/appserver/scratch_database.h"
 #include "tests/fakes/how_many.h"
+#include "tests/fakes/own_process.h"
 
 namespace mox {
 namespace {
 
 class ImportJournal : public ScratchDatabase {
  protected:
-  static std::int64_t Number(Database& database, const std::string& sql) {
-    return database.Query("q", ParseColumns("n:integer"), sql).AsInteger(0);
-  }
-
   // A set of the profile's fields in which each row has these values.
   static RecordSet Rows(std::string_view profile, std::initializer_list<std::pair<const char*, Value>> values,
                         const std::vector<std::string>& names, const char* name_field) {
@@ -40,16 +33,11 @@ class ImportJournal : public ScratchDatabase {
 
   // "committed", or why it was refused.
   static std::string Write(CompanyServer& server, std::string_view transaction, const RecordSet& records) {
-    const RecordSet* const sent[] = {&records};
-    const int answer = server.WriteDataService(WriteRequest(transaction, sent));
+    const int answer = server.WriteDataService(RequestOf(transaction, {&records}));
     return answer != 0 ? "committed" : server.LastWrite().failure->message;
   }
   static std::string Undo(CompanyServer& server, std::int64_t import) {
-    RecordSet request("adsUvoz");
-    request.DefineField("id", FieldKind::kInteger);
-    request.Open();
-    request.AppendRecord({import});
-    return Write(server, "PonistiUvoz", request);
+    return Write(server, "PonistiUvoz", OneRecord("adsUvoz", "id:integer", {import}));
   }
 };
 
@@ -202,26 +190,16 @@ TEST_P(ImportJournal, LeavesNothingOfARehearsal) {
   EXPECT_NE(counts(), before);
 }
 
-int Wait(pid_t child) {
-  int status = 0;
-  ::waitpid(child, &status, 0);
-  return status;
-}
-
 TEST_P(ImportJournal, LetsOneOfTwoProcessesStoreASheet) {
   std::vector<std::string> names;
   for (int i = 1; i <= 200; ++i) names.push_back("Selo " + std::to_string(i));
   for (int trial = 0; trial < 3; ++trial) {
     const auto import = [&] {
       CompanyServer server{Database(path_)};
-      std::_Exit(Write(server, "MjestaImportInsert", Places(names)) == "committed" ? 0 : 1);
+      if (Write(server, "MjestaImportInsert", Places(names)) != "committed") throw Error("refused");
     };
-    pid_t children[2];
-    for (pid_t& child : children) {
-      child = ::fork();
-      if (child == 0) import();
-    }
-    EXPECT_EQ(WEXITSTATUS(Wait(children[0])) + WEXITSTATUS(Wait(children[1])), 1);
+    const pid_t children[] = {Fork(import), Fork(import)};
+    EXPECT_EQ(WEXITSTATUS(StatusOf(children[0])) + WEXITSTATUS(StatusOf(children[1])), 1);
     CompanyServer server{Database(path_)};
     EXPECT_EQ(Number(server.database(), "SELECT COUNT(*) FROM mjesto WHERE naziv LIKE 'Selo %'"), 200);
     EXPECT_EQ(Undo(server, trial + 1), "committed");
@@ -236,12 +214,11 @@ TEST_P(ImportJournal, TakesBackOrIsReferredToByAnotherProcess) {
       CompanyServer server{Database(path_)};
       ASSERT_EQ(Write(server, "MjestaImportInsert", Places({"Selo"})), "committed");
     }
-    const pid_t child = ::fork();
-    if (child == 0) {
+    const pid_t child = Fork([&] {
       CompanyServer server{Database(path_)};
       ::usleep(static_cast<unsigned>(trial % 2) * 3000);
-      std::_Exit(Undo(server, trial) == "committed" ? 0 : 1);
-    }
+      if (Undo(server, trial) != "committed") throw Error("refused");
+    });
     Database database(path_);
     ::usleep(static_cast<unsigned>(trial / 2) * 3000);
     {
@@ -250,7 +227,7 @@ TEST_P(ImportJournal, TakesBackOrIsReferredToByAnotherProcess) {
           "INSERT INTO par (naziv, mjesto_id) SELECT 'Ana', id FROM mjesto WHERE naziv = 'Selo'");
       transaction.Commit();
     }
-    const bool undone = WEXITSTATUS(Wait(child)) == 0;
+    const bool undone = WEXITSTATUS(StatusOf(child)) == 0;
     EXPECT_EQ(Number(database, "SELECT COUNT(*) FROM par WHERE naziv = 'Ana'"), undone ? 0 : 1);
     EXPECT_EQ(Number(database, "SELECT COUNT(*) FROM mjesto WHERE naziv = 'Selo'"), undone ? 0 : 1);
     EXPECT_TRUE(database.FindDamages(1).empty());
@@ -267,31 +244,22 @@ TEST_P(ImportJournal, KeepsImportsWholeWhenTheirProcessIsKilled) {
   constexpr std::int64_t kRows = 300;
   std::vector<std::string> names;
   for (std::int64_t i = 1; i <= kRows; ++i) names.push_back("Selo " + std::to_string(i));
-  const auto run = [&](int told) {
-    CompanyServer server{Database(path_)};
-    if (::write(told, "x", 1) != 1) std::_Exit(1);
-    for (;;) {
-      RecordSet left = server.database().Query("q", ParseColumns("id:integer"),
-                                               "SELECT id FROM uvoz WHERE ponisteno IS NULL");
-      const std::string done = left.IsEmpty() ? Write(server, "MjestaImportInsert", Places(names))
-                                              : Undo(server, left.AsInteger(0));
-      if (done != "committed") std::_Exit(1);
-    }
-  };
   std::mt19937 random(5);
   std::size_t found_stored = 0;
   for (std::int64_t crash = HowMany("MOX_CRASHES", 12); crash > 0; --crash) {
-    int ends[2];
-    ASSERT_EQ(::pipe(ends), 0);
-    const pid_t child = ::fork();
-    if (child == 0) run(ends[1]);
-    ::close(ends[1]);
-    char told = 0;
-    ASSERT_EQ(::read(ends[0], &told, 1), 1);
-    ::close(ends[0]);
-    ::usleep(static_cast<unsigned>(random() % 120'000));
-    ::kill(child, SIGKILL);
-    EXPECT_TRUE(WIFSIGNALED(Wait(child)));
+    KilledProgram<char> program([&](const auto& tell) {
+      CompanyServer server{Database(path_)};
+      tell('x');
+      for (;;) {
+        RecordSet left = server.database().Query("q", ParseColumns("id:integer"),
+                                                 "SELECT id FROM uvoz WHERE ponisteno IS NULL");
+        const std::string done = left.IsEmpty() ? Write(server, "MjestaImportInsert", Places(names))
+                                                : Undo(server, left.AsInteger(0));
+        if (done != "committed") throw Error(done);
+      }
+    });
+    program.Next();
+    program.KillAfter(random() % 120'000);
 
     Database database(path_);
     database.Check();

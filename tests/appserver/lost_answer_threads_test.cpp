@@ -10,9 +10,8 @@
 #include <thread>
 
 #include "appserver/company_server.h"
-#include "mox/server/transactions.h"
-#include "tests/fakes/postgresql_server.h"
-#include "tests/fakes/scratch_folder.h"
+#include "tests/appserver/scratch_database.h"
+#include "tests/fakes/error_of.h"
 
 namespace mox {
 namespace {
@@ -84,16 +83,10 @@ class LosingServer {
 
 // Stores one row.
 TAstaParamList Link(std::int64_t document) {
-  RecordSet links("FTransTempVezeDataSet");
-  for (const char* const name : {"parent_table", "parent_column", "child_tip", "user_id"}) {
-    links.DefineField(name, FieldKind::kText);
-  }
-  links.DefineField("parent_doc_id", FieldKind::kInteger);
-  links.Open();
-  links.AppendRecord(
-      {std::string("dok"), std::string("id"), std::string("got-racun"), std::string("ana"), document});
-  const RecordSet* const sets[] = {&links};
-  return WriteRequest("UpisParentFieldForVD", sets);
+  const RecordSet links =
+      OneRecord("FTransTempVezeDataSet", "parent_table,parent_column,child_tip,user_id,parent_doc_id:integer",
+                {"dok", "id", "got-racun", "ana", document});
+  return RequestOf("UpisParentFieldForVD", {&links});
 }
 
 TEST(LostAnswerThreads, IsAskedForUnderTheKeyOfTheWrite) {
@@ -118,19 +111,14 @@ TEST(LostAnswerThreads, IsAskedForUnderTheKeyOfTheWrite) {
   CompanyServer server{Database(way)};
   for (const auto& row : rows) {
     between.Lose(row.loses);
-    std::string told;
-    try {
+    const std::string told = ErrorOf<DatabaseUnavailable>([&] {
       EXPECT_EQ(server.WriteDataService(Link(row.stored)), 1) << server.WriteRefusal();
       EXPECT_EQ(server.LastWrite().transaction, "UpisParentFieldForVD");
-    } catch (const DatabaseUnavailable& error) {
-      told = error.what();
-    }
+    });
     EXPECT_TRUE(row.told.empty() ? told.empty() : told.ends_with(row.told)) << told;
     Database database(path);
     for (const char* const table : {"dok_veze_kasnije", "dnevnik_upisa"}) {
-      const RecordSet count =
-          database.Query("n", ParseColumns("n:integer"), "SELECT COUNT(*) FROM " + std::string(table));
-      EXPECT_EQ(count.AsInteger(0), row.stored) << table;
+      EXPECT_EQ(Number(database, "SELECT COUNT(*) FROM " + std::string(table)), row.stored) << table;
     }
   }
   PostgresqlServer::Drop(path);

@@ -168,12 +168,9 @@ class ReportModel : public ScratchDatabase {
 
   void Pay(const Stored& stored) {
     if (!IsOpened(stored) || stored.cancelled || stored.total.IsZero()) return;
-    RecordSet payment("Uplate");
-    for (const FieldDef& field : ParseColumns("dok_id:integer,iznos:currency,datum:date"))
-      payment.DefineField(field);
-    payment.Open();
     const Currency amount = Currency::FromScaled(Random(1, 5000) * 100);
-    payment.AppendRecord({stored.id, amount, stored.date});
+    RecordSet payment =
+        OneRecord("Uplate", "dok_id:integer,iznos:currency,datum:date", {stored.id, amount, stored.date});
     ASSERT_TRUE(ExecuteTransaction("UplataInsert", {&payment})) << server_.WriteRefusal();
     balances_[stored.partner] -= amount;
   }

@@ -2,13 +2,30 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
 
+#include "appserver/connection.h"
 #include "appserver/database.h"
+#include "appserver/dialect.h"
 #include "tests/fakes/postgresql_server.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/fakes/scratch_folder.h"
 
 namespace mox {
+
+/// The number that a query answers.
+inline std::int64_t Number(Database& database, const std::string& sql,
+                           std::initializer_list<Value> values = {}) {
+  return database.Query("n", ParseColumns("n:integer"), sql, values).AsInteger(0);
+}
+
+/// A connection without the look at the schema's version.
+inline DatabaseConnection OpenPlainly(const std::string& path) {
+  return DatabaseConnection(path, [location = DatabaseLocation(path)](soci::session& session) {
+    DialectOf(location.kind()).Open(session, location, Database::Access::kReadWrite);
+  });
+}
 
 /// A folder of its own with a new company database in it, for what is about files.
 class ScratchFile : public testing::Test {

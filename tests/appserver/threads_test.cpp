@@ -6,7 +6,6 @@
 
 #include "appserver/database_check.h"
 #include "mox/documents/storno.h"
-#include "mox/server/transactions.h"
 #include "tests/appserver/document_fixture.h"
 
 // Programs at the same time, each a thread, which run under the thread sanitizer too.
@@ -36,8 +35,7 @@ class Threads : public DocumentTest {
 TEST_P(Threads, IsCancelledOnceByManyProgramsAtOnce) {
   CompanyServer server{Database(path_)};
   const RecordSet header = MakeStornoHeader(StoreDocument(server));
-  const RecordSet* const sets[] = {&header};
-  const TAstaParamList request = WriteRequest("DokumentStorno", sets);
+  const TAstaParamList request = RequestOf("DokumentStorno", {&header});
   EXPECT_EQ(CommittedByMany([&](CompanyServer& program) { return program.WriteDataService(request) != 0; }),
             1);
   const RecordSet count = server.database().Query("count", ParseColumns("stornos:integer,sum:currency"),
@@ -80,12 +78,9 @@ TEST_P(Threads, NumbersPartnersOfSeveralProgramsOn) {
   const auto add = [this](int program) {
     CompanyServer own{Database(path_)};
     for (int i = 0; i < 20; ++i) {
-      RecordSet partner("partneri");
-      partner.DefineField("naziv", FieldKind::kText);
-      partner.Open();
-      partner.AppendRecord({std::to_string(program) + "/" + std::to_string(i)});
-      const RecordSet* const sets[] = {&partner};
-      own.WriteDataService(WriteRequest("KatalogUpis", sets));
+      const RecordSet partner =
+          OneRecord("partneri", "naziv", {std::to_string(program) + "/" + std::to_string(i)});
+      own.WriteDataService(RequestOf("KatalogUpis", {&partner}));
       EXPECT_TRUE(own.LastWrite().committed);
     }
   };

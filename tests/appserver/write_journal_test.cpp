@@ -1,12 +1,8 @@
 #include "appserver/write_journal.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <random>
 #include <span>
@@ -62,22 +58,12 @@ TEST_P(WriteJournalTest, StoresAKeyOnceHoweverOftenItIsSentAndKilled) {
   std::vector<Told> told;
   std::int64_t next = 1;
   for (std::int64_t crash = HowMany("MOX_CRASHES", 8); crash > 0; --crash) {
-    int ends[2];
-    ASSERT_EQ(::pipe(ends), 0);
-    const pid_t child = Fork([&] {
-      for (std::int64_t key = next;; ++key) {
-        const Told one{key, Send(path_, key)};
-        if (::write(ends[1], &one, sizeof one) != sizeof one) return;
-      }
+    KilledProgram<Told> program([&](const auto& tell) {
+      for (std::int64_t key = next;; ++key) tell({key, Send(path_, key)});
     });
-    ::close(ends[1]);
-    Told one{};
-    ASSERT_EQ(::read(ends[0], &one, sizeof one), static_cast<ssize_t>(sizeof one));
-    ::usleep(static_cast<unsigned>(random() % 60'000));
-    ::kill(child, SIGKILL);
-    EXPECT_TRUE(WIFSIGNALED(StatusOf(child)));
-    for (bool more = true; more; more = ::read(ends[0], &one, sizeof one) == sizeof one) told.push_back(one);
-    ::close(ends[0]);
+    told.push_back(program.Next().value());
+    program.KillAfter(random() % 60'000);
+    while (const auto one = program.Next()) told.push_back(*one);
     // What was answered is sent again, and what was under way when it was killed.
     for (std::int64_t key = next; key <= told.back().key; ++key) {
       EXPECT_EQ(Send(path_, key), told[static_cast<std::size_t>(key - 1)].number);

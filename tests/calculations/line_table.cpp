@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "mox/foundation/files.h"
+#include "tests/fakes/error_of.h"
 #include "tests/source_dir.h"
 
 namespace mox {
@@ -126,17 +127,14 @@ Outcome Run(const LineFunction& function, const Row& row, Way way, std::string_v
   before.First();
 
   Outcome outcome;
-  try {
+  outcome.error = ErrorOf([&] {
     if (way == Way::kCalcFields) {
       line.SetOnCalcFields([&](RecordSet& lines) { function(lines, row.arguments); });
-      line.Refresh();
-    } else {
-      if (way != Way::kBrowse) line.Edit();
-      function(line, row.arguments);
+      return line.Refresh();
     }
-  } catch (const Error& error) {
-    outcome.error = error.what();
-  }
+    if (way != Way::kBrowse) line.Edit();
+    function(line, row.arguments);
+  });
   EXPECT_EQ(line.State(), way == Way::kCalcFields ? DataSetState::kBrowse : DataSetState::kEdit);
 
   for (std::size_t i = 0; i < line.FieldCount(); ++i) {

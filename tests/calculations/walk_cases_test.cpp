@@ -9,6 +9,7 @@
 #include "mox/server/read_services.h"
 #include "tests/calculations/line_table.h"
 #include "tests/calculations/recap_members.h"
+#include "tests/fakes/error_of.h"
 #include "tests/foundation/case_file.h"
 
 // Runs the table of the functions that walk the lines of a document, one test a section.
@@ -98,13 +99,9 @@ void ExpectWalk(const std::string& name, Walk walk) {
   const int listener = goods.AddListener([&](const RecordSet&, const RecordSetChange&) { ++heard; });
 
   TestHost host;
-  bool fails = false;
-  try {
-    walk.Call(name);
-  } catch (const Error& error) {
-    fails = true;
-    host.dialogs.emplace_back(error.what());
-  }
+  const std::string error = ErrorOf([&] { walk.Call(name); });
+  const bool fails = !error.empty();
+  if (fails) host.dialogs.push_back(error);
   goods.RemoveListener(listener);
   EXPECT_FALSE(goods.ControlsDisabled() || services.ControlsDisabled() || walk.recap.ControlsDisabled());
   EXPECT_EQ(goods.State(), goods.FieldCount() == 0 ? DataSetState::kInactive : DataSetState::kBrowse);
@@ -180,12 +177,7 @@ TEST(Recapitulations, LookAtTheirFieldsBeforeTheyChangeAnything) {
       RecordSet recap = Records(row.fields);
       recap.SetName("recap");
       recap.AppendRecord({5.0});
-      std::string error;
-      try {
-        member(recap);
-      } catch (const Error& raised) {
-        error = raised.what();
-      }
+      const std::string error = ErrorOf([&] { member(recap); });
       EXPECT_EQ(error, row.error);
       EXPECT_EQ(recap.AsFloat(0) == 5, !error.empty()) << row.fields;
     }

@@ -14,6 +14,7 @@
 #include "mox/foundation/files.h"
 #include "tests/fakes/postgresql_server.h"
 #include "tests/fakes/scratch_folder.h"
+#include "tests/foundation/case_file.h"
 #include "tests/source_dir.h"
 
 namespace mox {
@@ -39,26 +40,6 @@ struct Result {
   std::string err;
   int status = 0;
 };
-
-std::vector<std::string> SplitWords(const std::string& line) {
-  std::vector<std::string> words;
-  bool in_word = false;
-  bool quoted = false;
-  for (const char c : line) {
-    if (c == '"') {
-      quoted = !quoted;
-      if (!in_word) words.emplace_back();
-      in_word = true;
-    } else if (c == ' ' && !quoted) {
-      in_word = false;
-    } else {
-      if (!in_word) words.emplace_back();
-      in_word = true;
-      words.back() += c;
-    }
-  }
-  return words;
-}
 
 // Companies on a server in the place of files: each "NAME.db" that a transcript names is one.
 class Companies {
@@ -114,7 +95,7 @@ Result RunLine(const std::string& line, Companies* companies) {
     input = out.str();
     arguments.clear();
   };
-  const std::vector<std::string> words = SplitWords(line);
+  const Words words = WordsOf(line);
   for (auto word = words.begin(); word != words.end(); ++word) {
     if (*word == "mox" && arguments.empty()) continue;
     if (*word == "|") {

@@ -8,12 +8,12 @@
 
 #include "appserver/company_server.h"
 #include "appserver/database.h"
-#include "cli/run.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 #include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
+#include "tests/cli/run_with.h"
 #include "tests/fakes/recording_host.h"
 #include "tests/fakes/scratch_folder.h"
 #include "tests/foundation/case_file.h"
@@ -143,9 +143,7 @@ class SlowUser : public RecordingHost, public ImportGridView {
 std::string ImportSlowly(const std::string& database, const Sample& sample, std::function<void()> meanwhile) {
   CompanyServer server{Database(database)};
   SlowUser user(std::move(meanwhile));
-  AppParts parts = user.Parts();
-  parts.comunication = &server;
-  const ScopedApp app(parts);
+  const ScopedApp app(user.PartsOn(server));
   const std::string sheet = ReadWholeFile(SheetOf(sample, ".tsv"));
   user.clipboard = sheet.substr(sheet.find('\n') + 1);
   TfrmImportGrid form(user, sample.key);
@@ -159,10 +157,8 @@ void EnterCodebooks(const std::string& path) {
   std::string name, rows;
   const auto store = [&] {
     if (name.empty()) return;
-    std::istringstream input(rows);
-    std::ostringstream out, err;
-    EXPECT_EQ(mox::Run({"codebook", name, "--store", "-", "--db", path}, input, out, err), 0)
-        << name << ": " << err.str();
+    const Outcome stored = RunWith({"codebook", name, "--store", "-", "--db", path}, rows);
+    EXPECT_EQ(stored.status, 0) << name << ": " << stored.err;
     rows.clear();
   };
   for (std::string line; std::getline(in, line);) {
@@ -197,11 +193,8 @@ TEST_P(ImportSamples, AreStoredAsTheSheetSays) {
     SCOPED_TRACE(sample.key);
     const auto fields = ImportFieldsOf(*FindImportProfile(sample.key));
     const auto import = [&](const std::string& ending) {
-      const Words words = {"import", sample.key, SheetOf(sample, ending), "--yes", "--db", path};
-      std::istringstream in;
-      std::ostringstream out, err;
-      const int status = mox::Run(words, in, out, err);
-      return Text(status) + "\n" + out.str();
+      const Outcome done = RunWith({"import", sample.key, SheetOf(sample, ending), "--yes", "--db", path});
+      return Text(done.status) + "\n" + done.out;
     };
     const Rows sheet = SheetRows(sample, fields);
     ASSERT_GE(sheet.size(), 2U);
@@ -224,12 +217,8 @@ TEST_P(ImportSamples, AreStoredAsTheSheetSays) {
     EXPECT_EQ(Rows(after.end() - static_cast<std::ptrdiff_t>(sheet.size()), after.end()), sheet);
   }
   for (std::size_t import = samples.size(); import > 0; --import) {
-    std::istringstream in;
-    std::ostringstream out, err;
-    EXPECT_EQ(
-        mox::Run({"import", "--undo", Text(static_cast<std::int64_t>(import)), "--db", path}, in, out, err),
-        0)
-        << err.str();
+    const Outcome done = RunWith({"import", "--undo", std::to_string(import), "--db", path});
+    EXPECT_EQ(done.status, 0) << done.err;
   }
   EXPECT_EQ(Dump(path), empty);
 }
@@ -244,16 +233,15 @@ TEST(ImportFaults, OfLargeSheetsAreShownInPartAndWrittenWhole) {
   const std::string place(90, 'x');
   for (int row = 0; row < 30; ++row) sheet << "1\t\t\t\t\tnema\t" << place << "\n";
   sheet.close();
-  std::istringstream in;
-  std::ostringstream out, err;
-  EXPECT_EQ(mox::Run({"import", "PARTNERPTT", folder + "list.tsv", "--check", "--faults",
-                      folder + "greske.txt", "--db", folder + "tvrtka.db"},
-                     in, out, err),
-            1);
-  const std::string shown = out.str();
-  EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 2 + 50);
+  const auto check = [&](const char* option, const char* file) {
+    return RunWith({"import", "PARTNERPTT", folder + "list.tsv", "--check", option, folder + file, "--db",
+                    folder + "tvrtka.db"});
+  };
+  const Outcome checked = check("--faults", "greske.txt");
+  EXPECT_EQ(checked.status, 1);
+  EXPECT_EQ(std::count(checked.out.begin(), checked.out.end(), '\n'), 2 + 50);
   EXPECT_THAT(
-      err.str(),
+      checked.err,
       testing::HasSubstr("30 of 30 rows faulty, nothing was stored; the first 50 of 60 faults are shown (" +
                          folder + "greske.txt has all of them)"));
   std::string expected;
@@ -263,12 +251,9 @@ TEST(ImportFaults, OfLargeSheetsAreShownInPartAndWrittenWhole) {
   // A pipe that nobody serves is not waited for.
   ASSERT_EQ(::mkfifo((folder + "cijev").c_str(), 0600), 0);
   for (const char* const option : {"--map", "--save-map", "--faults"}) {
-    std::ostringstream refusal;
-    EXPECT_EQ(mox::Run({"import", "PARTNERPTT", folder + "list.tsv", "--check", option, folder + "cijev",
-                        "--db", folder + "tvrtka.db"},
-                       in, out, refusal),
-              1);
-    EXPECT_EQ(refusal.str(), "mox: " + folder + "cijev: is a pipe and not a file\n") << option;
+    const Outcome refused = check(option, "cijev");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.err, "mox: " + folder + "cijev: is a pipe and not a file\n") << option;
   }
 }
 

@@ -1,4 +1,3 @@
-#include "cli/run.h"
 
 #include <gtest/gtest.h>
 
@@ -11,25 +10,12 @@
 #include "cli/progress_bar.h"
 #include "mox/foundation/files.h"
 #include "sheets/zip_package.h"
+#include "tests/cli/run_with.h"
 #include "tests/fakes/scratch_folder.h"
 #include "tests/source_dir.h"
 
 namespace mox {
 namespace {
-
-struct Outcome {
-  int status = 0;
-  std::string out;
-  std::string err;
-};
-
-Outcome RunWith(const std::vector<std::string>& arguments, const std::string& input = "") {
-  std::istringstream in(input);
-  std::ostringstream out;
-  std::ostringstream err;
-  const int status = mox::Run(arguments, in, out, err);
-  return {status, out.str(), err.str()};
-}
 
 TEST(Run, FailsWhenItsResultCannotBeWritten) {
   std::istringstream in;

@@ -3,24 +3,17 @@
 #include <gtest/gtest.h>
 
 #include "mox/foundation/text.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/fakes/recording_host.h"
 #include "tests/foundation/case_file.h"
 
 namespace mox {
 namespace {
 
-RecordSet OneNumber(const std::string& name, const std::string& field, const std::vector<Value>& values) {
-  RecordSet set(name);
-  set.DefineField(field, FieldKind::kFloat);
-  set.Open();
-  for (const Value& value : values) set.AppendRecord({value});
-  return set;
-}
-
 std::string Factor(const Words& row) {
   RecordingHost host;
   RecordSet parameters =
-      OneNumber("", "FaktorEura", {row.at(1) == "none" ? Value() : ParseNumber(row.at(1))});
+      OneRecord("", "FaktorEura:float", {row.at(1) == "none" ? Value() : ParseNumber(row.at(1))});
   host.parameters = row.at(1) == "none" ? nullptr : &parameters;
   const ScopedApp app(host.Parts());
   return ShortestNumber(GetFaktor2023KnEur(*ParseIsoDate(row.at(0))));
@@ -41,8 +34,11 @@ std::string Rates(const Words& row) {
   std::vector<Value> rates = {7.5345, 1.0};
   host.services["GetTecaj"] = [&rates](const TAstaParamList&) {
     auto answer = std::make_unique<TAstaParamList>();
-    for (const char* name : {"adsInfoTecaj", "adsTecaj"})
-      answer->FastAdd(name, OneNumber(name, "tecaj", rates));
+    for (const char* name : {"adsInfoTecaj", "adsTecaj"}) {
+      RecordSet set = EmptySet(name, "tecaj:float");
+      for (const Value& rate : rates) set.AppendRecord({rate});
+      answer->FastAdd(name, std::move(set));
+    }
     return answer;
   };
   const auto& function = functions.at(row.at(0));

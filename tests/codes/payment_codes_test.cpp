@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/fakes/record_sets.h"
 #include "tests/fakes/recording_host.h"
 #include "tests/fakes/scratch_folder.h"
 #include "tests/foundation/case_file.h"
@@ -49,16 +50,6 @@ class SenderHost : public RecordingHost {
   ScopedApp app_;
 };
 
-std::unique_ptr<TAstaParamList> OneText(const char* answer, const char* field, const char* value) {
-  RecordSet records;
-  records.DefineField(field, FieldKind::kText);
-  records.Open();
-  records.AppendRecord({std::string(value)});
-  auto answers = std::make_unique<TAstaParamList>();
-  answers->FastAdd(answer, std::move(records));
-  return answers;
-}
-
 TEST(PaymentCodes, AskTheHost) {
   const auto receipt = [](const Words& row) {
     SenderHost host(row.at(0));
@@ -83,9 +74,11 @@ TEST(PaymentCodes, AskTheHost) {
     SenderHost host("missing");
     if (row.at(1) == "answers") {
       host.services["GetTipPozivaNaBrojPutnika"] = [](auto&) {
-        return OneText("adsPozivNaBroj", "poziv_na_br", "HR99");
+        return AnswerOf("adsPozivNaBroj", OneRecord("", "poziv_na_br", {"HR99"}));
       };
-      host.services["GetVirmanData"] = [](auto&) { return OneText("adsVirmanData", "iban", "HR12"); };
+      host.services["GetVirmanData"] = [](auto&) {
+        return AnswerOf("adsVirmanData", OneRecord("", "iban", {"HR12"}));
+      };
     }
     if (row.at(0) == "model") return host.Story(GetTipPozivaNaBrojPutnika());
     auto slip = GetVirmanDataFromDatabase(1, 2, 3, Currency::Parse("12.5"));

@@ -2,63 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "mox/documents/document.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/fakes/recording_host.h"
 
-// Lines of goods against a server that has two articles and three warehouses. A set is written as its
-// records, "1;A1;Sok | ~;B 2;", with the values in the order of the fields and ~ for null.
+// Lines of goods against a server that has two articles and three warehouses.
 
 namespace mox {
 namespace {
-
-std::vector<std::string> SplitAt(const std::string& text, char separator) {
-  std::vector<std::string> parts;
-  std::istringstream in(text);
-  for (std::string part; std::getline(in, part, separator);) parts.push_back(part);
-  return parts;
-}
-
-void Add(RecordSet& set, const std::string& records) {
-  for (const std::string& record : SplitAt(records, '|')) {
-    set.Append();
-    std::size_t field = 0;
-    for (const std::string& value : SplitAt(record, ';')) {
-      if (value != "~") set.SetText(field, value);
-      ++field;
-    }
-    set.Post();
-  }
-}
-
-// Of a set with the named fields, "id:integer sifra vpc:currency".
-RecordSet Set(const std::string& fields, const std::string& records) {
-  RecordSet set;
-  for (const std::string& field : SplitAt(fields, ' ')) {
-    FieldKind kind = FieldKind::kText;
-    const std::size_t colon = std::min(field.find(':'), field.size());
-    if (colon < field.size()) KindFromName(field.substr(colon + 1), kind);
-    set.DefineField(field.substr(0, colon), kind);
-  }
-  set.Open();
-  Add(set, records);
-  return set;
-}
-
-std::string TextOf(const RecordRow& row, std::size_t fields) {
-  std::string text;
-  for (std::size_t i = 0; i < fields; ++i) {
-    text += (i > 0 ? ";" : "") + (row.IsNull(i) ? "~" : row.AsText(i));
-  }
-  return text;
-}
-
-std::string TextOf(const RecordSet& set) {
-  std::string text;
-  for (const RecordRow& row : set.Rows()) text += (text.empty() ? "" : "|") + TextOf(row, set.FieldCount());
-  return text;
-}
 
 std::string TextOf(const std::vector<LineFault>& faults) {
   std::string text;
@@ -68,34 +19,29 @@ std::string TextOf(const std::vector<LineFault>& faults) {
   return text;
 }
 
-constexpr const char* kArticles[] = {"1;A1;Sok;kom;25;10;12,5;7", "2;B 2;Voda;l;13;~;~;~"};
+constexpr const char* kArticles[] = {"1|A1|Sok|kom|25|10|12,5|7", "2|B 2|Voda|l|13|~|~|~"};
 constexpr const char* kLineFields =
-    "art_id:integer sifra naziv jm kolicina:float tbr_stp:float pc:currency rbp1:float";
+    "art_id:integer,sifra,naziv,jm,kolicina:float,tbr_stp:float,pc:currency,rbp1:float";
 
 class ArticleLinesTest : public testing::Test {
  protected:
   ArticleLinesTest() {
     using Answer = std::unique_ptr<TAstaParamList>;
-    const auto answer = [](const char* name, RecordSet records) {
-      auto list = std::make_unique<TAstaParamList>();
-      list->FastAdd(name, std::move(records));
-      return list;
-    };
-    host_.services["ArtiklZaStavku"] = [answer](const TAstaParamList& request) -> Answer {
+    host_.services["ArtiklZaStavku"] = [](const TAstaParamList& request) -> Answer {
       TAstaParamList asked = TAstaParamList::FromTokenizedString(request.AsTokenizedString(false));
       const auto* const key = asked.FindParam("art_id");
       const std::string wanted = key != nullptr ? key->AsString() : asked.ParamByName("sifra").AsString();
       RecordSet found =
-          Set("id:integer sifra naziv jm tbr_stp:float vpc:currency mpc:currency nc:currency", "");
+          SetOf("id:integer,sifra,naziv,jm,tbr_stp:float,vpc:currency,mpc:currency,nc:currency", "");
       for (const std::string article : kArticles) {
-        if (SplitAt(article, ';')[key != nullptr ? 0 : 1] == wanted) Add(found, article);
+        if (Split(article, '|')[key != nullptr ? 0 : 1] == wanted) AppendTo(found, article);
       }
-      return answer("adsArtikl", std::move(found));
+      return AnswerOf("adsArtikl", std::move(found));
     };
-    host_.services["StanjeSkladista"] = [answer](const TAstaParamList& request) -> Answer {
+    host_.services["StanjeSkladista"] = [](const TAstaParamList& request) -> Answer {
       TAstaParamList asked = TAstaParamList::FromTokenizedString(request.AsTokenizedString(false));
       const bool known = asked.ParamByName("art_id").AsString() == "1";
-      return answer("adsStanje", Set("sifra kolicina:float", known ? "A1;4,5" : ""));
+      return AnswerOf("adsStanje", SetOf("sifra,kolicina:float", known ? "A1|4,5" : ""));
     };
   }
 
@@ -135,26 +81,26 @@ TEST_F(ArticleLinesTest, TakeWhatLinesLeaveOutAndTellWhatIsMissing) {
     const char* unknown;  // without the number of the line
     const char* missing;  // "~" stands for what is said of an unknown article
   } rows[] = {
-      {"~;A1;~;~;2", "1;A1;Sok;kom;2;25;10,00;~", "", ""},
-      {"1;~;~;~;2", "1;A1;Sok;kom;2;25;10,00;~", "", ""},
-      {"1;~;Moj; ;2;13;0;5", "1;A1;Moj;kom;2;13;0,00;5", "", ""},
-      {"1;B 2;~;kg;2", "1;B 2;Sok;kg;2;25;10,00;~", "", ""},  // the key counts
-      {"~; B 2 ;~;~;2", "2; B 2 ;Voda;l;2;13;~;~", "", "pc is empty, and no article says it\n"},
-      {"~;ZZ;~;~;2;5", "~;ZZ;~;~;2;5;~;~", "sifra no article has the code \"ZZ\"\n", "pc is empty, and ~"},
-      {"9;A1;~;~;2;~;3", "9;A1;~;~;2;~;3,00;~", "art_id there is no article 9\n", "tbr_stp is empty, and ~"},
-      {"~; ;~;~;2;25", "~; ;~;~;2;25;~;~", "", ""},
-      {"~;~;~;~;2", "~;~;~;~;2;~;~;~", "", ""},
-      {"~;A1;~;~;3", "1;A1;Sok;kom;3;25;10,00;~", "", ""},  // asked once
+      {"~|A1|~|~|2", "1|A1|Sok|kom|2|25|10,00|~", "", ""},
+      {"1|~|~|~|2", "1|A1|Sok|kom|2|25|10,00|~", "", ""},
+      {"1|~|Moj| |2|13|0|5", "1|A1|Moj|kom|2|13|0,00|5", "", ""},
+      {"1|B 2|~|kg|2", "1|B 2|Sok|kg|2|25|10,00|~", "", ""},  // the key counts
+      {"~| B 2 |~|~|2", "2| B 2 |Voda|l|2|13|~|~", "", "pc is empty, and no article says it\n"},
+      {"~|ZZ|~|~|2|5", "~|ZZ|~|~|2|5|~|~", "sifra no article has the code \"ZZ\"\n", "pc is empty, and ~"},
+      {"9|A1|~|~|2|~|3", "9|A1|~|~|2|~|3,00|~", "art_id there is no article 9\n", "tbr_stp is empty, and ~"},
+      {"~| |~|~|2|25", "~| |~|~|2|25|~|~", "", ""},
+      {"~|~|~|~|2", "~|~|~|~|2|~|~|~", "", ""},
+      {"~|A1|~|~|3", "1|A1|Sok|kom|3|25|10,00|~", "", ""},  // asked once
   };
-  RecordSet goods = Set(kLineFields, "");
+  RecordSet goods = SetOf(kLineFields, "");
   std::string taken;
   std::string unknown;
   std::string missing;
   std::string wholly_missing;
   std::size_t number = 0;
   for (const auto& row : rows) {
-    Add(goods, row.line);
-    taken += (taken.empty() ? "" : "|") + std::string(row.taken);
+    AppendTo(goods, row.line);
+    taken += (taken.empty() ? "" : ";") + std::string(row.taken);
     const std::string line = std::to_string(++number) + " ";
     std::string fault = row.unknown;
     if (!fault.empty()) unknown += line + fault;
@@ -176,31 +122,29 @@ TEST_F(ArticleLinesTest, TakeWhatLinesLeaveOutAndTellWhatIsMissing) {
   const std::string all = TextOf(FindMissingOfArticles(kind, goods, {"pc"}, faults));
   EXPECT_NE(all.find("8 pc is empty, and no article says it\n9 pc is empty"), std::string::npos) << all;
   EXPECT_EQ(all.find("9 tbr_stp"), std::string::npos) << all;
-  RecordSet without_rate = Set("sifra pc:currency", "A1");
+  RecordSet without_rate = SetOf("sifra,pc:currency", "A1");
   EXPECT_THROW(TakeFromArticles(kind, without_rate, std::nullopt), FieldNotFound);
 }
 
 TEST_F(ArticleLinesTest, BecomeLinesOfAnotherArticle) {
   const DocumentKind& kind = DocumentKindByName("gotovinski-racun");
-  RecordSet goods = Set(kLineFields, "1;A1;Moj;kg;2;5;3;10");
+  RecordSet goods = SetOf(kLineFields, "1|A1|Moj|kg|2|5|3|10");
   goods.Edit();
   EXPECT_FALSE(BecomeLineOf(kind, goods, "ZZ", std::nullopt));
-  EXPECT_EQ(TextOf(goods), "1;A1;Moj;kg;2;5;3,00;10");
+  EXPECT_EQ(TextOf(goods), "1|A1|Moj|kg|2|5|3,00|10");
   EXPECT_TRUE(BecomeLineOf(kind, goods, "B 2", std::nullopt));
-  EXPECT_EQ(TextOf(goods), "2;B 2;Voda;l;2;13;~;10");
+  EXPECT_EQ(TextOf(goods), "2|B 2|Voda|l|2|13|~|10");
   EXPECT_TRUE(BecomeLineOf(kind, goods, "A1", std::nullopt));
-  EXPECT_EQ(TextOf(goods), "1;A1;Sok;kom;2;25;10,00;10");
+  EXPECT_EQ(TextOf(goods), "1|A1|Sok|kom|2|25|10,00|10");
   EXPECT_EQ(goods.State(), DataSetState::kEdit);
 }
 
 TEST_F(ArticleLinesTest, FindTheOnlyWarehouseInUse) {
   EXPECT_EQ(OnlyWarehouse(), std::nullopt);
   for (const auto& [warehouses, only] :
-       {std::pair("", 0), {"3;true", 3}, {"3;false|4;true", 4}, {"3;true|4;true", 0}, {"3;false", 0}}) {
+       {std::pair("", 0), {"3|true", 3}, {"3|false;4|true", 4}, {"3|true;4|true", 0}, {"3|false", 0}}) {
     host_.services["GetSkladista"] = [records = std::string(warehouses)](const TAstaParamList&) {
-      auto list = std::make_unique<TAstaParamList>();
-      list->FastAdd("adsSkl", Set("id:integer aktivan:boolean", records));
-      return list;
+      return AnswerOf("adsSkl", SetOf("id:integer,aktivan:boolean", records));
     };
     EXPECT_EQ(OnlyWarehouse().value_or(0), only) << warehouses;
   }
@@ -212,22 +156,22 @@ TEST_F(ArticleLinesTest, SumWhatIsTakenFromStock) {
     const char* goods;  // art_id, kolicina
     const char* taken;  // art_id, sifra, kolicina, stanje
   } rows[] = {
-      {"gotovinski-racun", "1;2|2;1|1;3", "1;A1;-5;4,5|2;~;-1;0"},
-      {"gotovinski-racun", "1;0,1|1;0,2", "1;A1;-0,3;4,5"},        // exact
-      {"gotovinski-racun", "1;0,3|1;-0,1|1;-0,2|~;5|2;0", ""},     // comes to nothing, and names nothing
-      {"gotovinski-racun", "1;-2|2;0,000001", "2;~;-0,000001;0"},  // the former comes back
-      {"povratnica-kupca", "1;2|2;-1", "2;~;-1;0"},
-      {"predracun", "1;2", ""},
+      {"gotovinski-racun", "1|2;2|1;1|3", "1|A1|-5|4,5;2|~|-1|0"},
+      {"gotovinski-racun", "1|0,1;1|0,2", "1|A1|-0,3|4,5"},        // exact
+      {"gotovinski-racun", "1|0,3;1|-0,1;1|-0,2;~|5;2|0", ""},     // comes to nothing, and names nothing
+      {"gotovinski-racun", "1|-2;2|0,000001", "2|~|-0,000001|0"},  // the former comes back
+      {"povratnica-kupca", "1|2;2|-1", "2|~|-1|0"},
+      {"predracun", "1|2", ""},
   };
   for (const auto& row : rows) {
     host_.log.clear();
-    const RecordSet goods = Set("art_id:integer kolicina:float", row.goods);
+    const RecordSet goods = SetOf("art_id:integer,kolicina:float", row.goods);
     EXPECT_EQ(TextOf(StockTaken(DocumentKindByName(row.kind), goods, 7)), row.taken) << row.goods;
-    EXPECT_EQ(Reads(), std::string(row.taken).empty() ? 0 : SplitAt(row.taken, '|').size());
+    EXPECT_EQ(Reads(), std::string(row.taken).empty() ? 0 : Split(row.taken, ';').size());
   }
   const DocumentKind& sale = DocumentKindByName("gotovinski-racun");
-  EXPECT_TRUE(StockTaken(sale, Set("kolicina:float", "2"), 7).IsEmpty());
-  EXPECT_TRUE(StockTaken(sale, Set("art_id:integer", "1"), 7).IsEmpty());
+  EXPECT_TRUE(StockTaken(sale, SetOf("kolicina:float", "2"), 7).IsEmpty());
+  EXPECT_TRUE(StockTaken(sale, SetOf("art_id:integer", "1"), 7).IsEmpty());
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "mox/host/company_parameters.h"
 #include "mox/host/memory_settings.h"
 #include "tests/fakes/how_many.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/fakes/recording_host.h"
 
 namespace mox {
@@ -116,15 +117,9 @@ TEST_F(StornoTest, AsksBeforeItSellsAgain) {
   host.dialog_answers = {kDialogNo, kDialogYes};
   const ScopedApp app(host.Parts());
   Document document("storno-gotovinski-racun");
-  const auto add = [&](double quantity) {
-    document.Goods()->Append();
-    document.Goods()->Set(field::kolicina, quantity);
-    document.Goods()->FieldByName("pc").SetFloat(10);
-    document.Goods()->Post();
-  };
-  add(-1);
+  EnterLine(*document.Goods(), {{"kolicina", -1}, {"pc", 10}});
   EXPECT_TRUE(ConfirmQuantities(document));
-  add(1);
+  EnterLine(*document.Goods(), {{"kolicina", 1}, {"pc", 10}});
   EXPECT_FALSE(document.Store());
   EXPECT_EQ(FindPositiveQuantity(document.Kind(), document.Goods()), 2U);
   ASSERT_EQ(host.log.size(), 1U);
@@ -143,12 +138,8 @@ TEST_F(StornoTest, AsksBeforeItSellsAgain) {
 // A quantity of 0 stays 0 and not -0, nothing stays nothing, and a price has the sign that it had. Every
 // decimal of the others stays.
 TEST_F(StornoTest, LeavesWhatHasNoSign) {
-  RecordSet lines;
-  lines.DefineField("kolicina", FieldKind::kFloat);
-  lines.DefineField("mpci", FieldKind::kCurrency);
-  lines.DefineField("mpc", FieldKind::kCurrency);
-  lines.Open();
-  lines.AppendRecord({0.0, Value(), Currency::Parse("2.50")});
+  RecordSet lines =
+      OneRecord("", "kolicina:float,mpci:currency,mpc:currency", {0.0, Value(), Currency::Parse("2.50")});
   lines.AppendRecord({0.123456, Currency::Parse("900000000000000.0001"), Value()});
   EXPECT_EQ(FindPositiveQuantity(DocumentKindByName("storno-gotovinski-racun"), &lines), 2U);
   const RecordSet mirror = MirrorOf(lines);

@@ -3,13 +3,13 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <functional>
 #include <random>
 #include <tuple>
 
 #include "mox/entry/line_screen.h"
 #include "mox/foundation/dates.h"
 #include "mox/foundation/text.h"
+#include "tests/fakes/error_of.h"
 #include "tests/fakes/recording_host.h"
 
 namespace mox {
@@ -37,15 +37,6 @@ std::vector<Value> CellsOf(const RecordSet& lines) {
     for (std::size_t i = 0; i < lines.FieldCount(); ++i) cells.push_back(row.AsVariant(i));
   }
   return cells;
-}
-
-std::string FaultOf(const std::function<void()>& action) {
-  try {
-    action();
-    return {};
-  } catch (const Error& error) {
-    return error.what();
-  }
 }
 
 // What a screen calculates with every key, and takes back before it posts, is what the same lines come to
@@ -77,14 +68,14 @@ TEST_F(DocumentEntryTest, CalculatesWhatIsEnteredAsIfNobodyLooked) {
           if (!adds && random() % 4 == 0) continue;
           shown->SetVariant(field, cell);
           unseen->SetVariant(*unseen->FindFieldIndex(name), cell);
-          FaultOf([&] { watched.PreviewLine(*shown); });  // while a divisor is not there yet
+          ErrorOf([&] { watched.PreviewLine(*shown); });  // while a divisor is not there yet
         }
         if (random() % 5 == 0) {
           shown->Cancel();
           unseen->Cancel();
         }
-        const std::string fault = FaultOf([&] { shown->PostPending(); });
-        ASSERT_EQ(FaultOf([&] { unseen->PostPending(); }), fault) << "step " << step;
+        const std::string fault = ErrorOf([&] { shown->PostPending(); });
+        ASSERT_EQ(ErrorOf([&] { unseen->PostPending(); }), fault) << "step " << step;
         for (RecordSet* const lines : {shown, unseen}) {
           if (!fault.empty()) lines->Cancel();
         }

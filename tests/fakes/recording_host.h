@@ -96,6 +96,13 @@ class RecordingHost : public TdmComunication, public AppDialogs, public AppPlatf
             .company = this};
   }
 
+  /// The same in front of another server.
+  AppParts PartsOn(TdmComunication& server) {
+    AppParts parts = Parts();
+    parts.comunication = &server;
+    return parts;
+  }
+
  private:
   class ScriptedProgram : public AppProgram {
    public:

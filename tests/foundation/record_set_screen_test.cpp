@@ -4,6 +4,7 @@
 #include <random>
 
 #include "record_set_script.h"
+#include "tests/fakes/shortened.h"
 #include "tests/foundation/case_file.h"
 
 // A set and a screen that knows of it only what it is told, driven by random operations.
@@ -247,23 +248,6 @@ std::string SettledDifference(const Steps& steps) {
 
 using DifferenceOf = std::string (*)(const Steps&);
 
-// The shortest steps that still differ, found by leaving out ever smaller pieces.
-Steps Shrunk(Steps steps, DifferenceOf difference) {
-  for (std::size_t piece = steps.size() / 2; piece > 0; piece /= 2) {
-    for (std::size_t at = 0; at + piece <= steps.size();) {
-      Steps fewer = steps;
-      fewer.erase(fewer.begin() + static_cast<std::ptrdiff_t>(at),
-                  fewer.begin() + static_cast<std::ptrdiff_t>(at + piece));
-      if (difference(fewer).empty()) {
-        at += piece;
-      } else {
-        steps = std::move(fewer);
-      }
-    }
-  }
-  return steps;
-}
-
 // Of random steps that differ, the shortest ones with what differs; empty where none do.
 std::string FoundDifference(DifferenceOf difference, int runs) {
   constexpr int kStepsARun = 200;
@@ -272,7 +256,7 @@ std::string FoundDifference(DifferenceOf difference, int runs) {
     Steps steps;
     for (int i = 0; i < kStepsARun; ++i) steps.emplace_back(kSteps[random() % std::size(kSteps)]);
     if (difference(steps).empty()) continue;
-    const Steps shrunk = Shrunk(steps, difference);
+    const Steps shrunk = Shortened(steps, [&](const Steps& fewer) { return !difference(fewer).empty(); });
     return Join(shrunk) + "\n" + difference(shrunk);
   }
   return "";

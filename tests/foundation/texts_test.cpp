@@ -9,6 +9,7 @@
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/locale_text.h"
 #include "mox/foundation/text.h"
+#include "tests/fakes/error_of.h"
 
 namespace mox {
 namespace {
@@ -71,11 +72,7 @@ TEST(Text, Tables) {
                                   TextOrError([&] { return Text(ParseInteger(row.at(0))); });
                          }},
                         {"not of Windows-1250", [](auto& row) {
-                           try {
-                             return ToWindows1250(row.at(0));
-                           } catch (const ConversionError& error) {
-                             return std::string(error.what());
-                           }
+                           return ErrorOf<ConversionError>([&] { ToWindows1250(row.at(0)); });
                          }}});
 }
 

@@ -6,6 +6,7 @@
 #include <random>
 #include <string>
 
+#include "tests/fakes/error_of.h"
 #include "tests/fakes/how_many.h"
 
 namespace mox {
@@ -113,11 +114,9 @@ class Cases {
 // What rounding answers, or raises.
 template <typename Rounding>
 std::string Outcome(Rounding round) {
-  try {
-    return round().ToString();
-  } catch (const Error& error) {
-    return error.what();
-  }
+  std::string answer;
+  const std::string error = ErrorOf([&] { answer = round().ToString(); });
+  return answer + error;
 }
 
 std::int64_t CaseCount() { return HowMany("MOX_ROUNDINGS", 10'000); }

@@ -2,11 +2,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -14,6 +12,8 @@
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/files.h"
+#include "tests/fakes/error_of.h"
+#include "tests/fakes/own_process.h"
 #include "tests/fakes/scratch_folder.h"
 #include "tests/foundation/case_file.h"
 
@@ -35,13 +35,8 @@ class SettingsFileTest : public testing::Test {
     const std::ptrdiff_t files = FilesInFolder();
     SettingsFile settings(path_.string());
     const std::string value = settings.ReadString("GENERAL", "KOL_NUM", "none");
-    try {
-      write(settings);
-      ADD_FAILURE() << "not refused: " << reason;
-    } catch (const Error& error) {
-      EXPECT_THAT(error.what(), HasSubstr(path_.string()));
-      EXPECT_THAT(error.what(), HasSubstr(reason));
-    }
+    EXPECT_THAT(ErrorOf([&] { write(settings); }),
+                testing::AllOf(HasSubstr(path_.string()), HasSubstr(reason)));
     EXPECT_EQ(Bytes(), before);
     EXPECT_EQ(FilesInFolder(), files);
     EXPECT_EQ(settings.ReadString("GENERAL", "KOL_NUM", "none"), value);
@@ -107,23 +102,12 @@ TEST_F(SettingsFileTest, RefusesTextsThatTheFileCannotHold) {
 
 TEST_F(SettingsFileTest, KeepsTheOldFileWhenTheDiskRefuses) {
   Write("[GENERAL]\nKOL_NUM=2\n");
-  rlimit old{};
-  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &old), 0);
-  const auto old_handler = std::signal(SIGXFSZ, SIG_IGN);
   ExpectRefusal(
-      [&old](SettingsFile& settings) {
-        const rlimit small{10, old.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &small);
-        try {
-          settings.WriteInteger("GENERAL", "KOL_NUM", 3);
-        } catch (...) {
-          ::setrlimit(RLIMIT_FSIZE, &old);
-          throw;
-        }
+      [](SettingsFile& settings) {
+        const FullDisk disk(10);
+        settings.WriteInteger("GENERAL", "KOL_NUM", 3);
       },
       "File too large");
-  ::setrlimit(RLIMIT_FSIZE, &old);
-  std::signal(SIGXFSZ, old_handler);
 }
 
 TEST_F(SettingsFileTest, RefusesWriteProtectedFilesAndFolders) {

@@ -7,8 +7,8 @@ validations.h), or whose name the source's goes on (param_list_text.cpp, param_l
 """
 
 import re
-import sys
-from pathlib import Path
+
+from house import tell
 
 FOLDERS = ("mox/*", "mox/host/*", "appserver", "cli", "sender", "sheets", "moxd", "connect", "paper", "desktop")
 TYPE = r"^(?!return|using|typedef|static|struct|class|enum|namespace|extern|\s|[#/}])(?:[\w:<>,*&\[\]]+ )+[*&]?"
@@ -47,6 +47,4 @@ def check(root):
 
 
 if __name__ == "__main__":
-    found = check(Path(sys.argv[1] if len(sys.argv) > 1 else "."))
-    print("\n".join(found), end="\n" if found else "")
-    sys.exit(1 if found else 0)
+    tell(check)

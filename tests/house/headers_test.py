@@ -1,11 +1,8 @@
 #!/usr/bin/env python3
 """The rule of the headers: each row is a folder with what is said of it, and this tree keeps the rule."""
 
-import sys
-import tempfile
-from pathlib import Path
-
 import headers
+from house import expect, faults_of
 
 COUNT = "int Count(const Set& set,\n          int from = 0);\n"
 DEFINED = "int Count(const Set& set, int from) {\n  return 1;\n}\n"
@@ -24,24 +21,6 @@ CASES = [
 ]
 
 
-def faults_of(files):
-    with tempfile.TemporaryDirectory() as root:
-        folder = Path(root) / "mox/low"
-        folder.mkdir(parents=True)
-        for name, text in files.items():
-            (folder / name).write_text(text)
-        return headers.check(Path(root))
-
-
-def main(root):
-    failures = [(faults_of(files), wanted) for files, wanted in CASES]
-    failures = [(found, wanted) for found, wanted in failures if found != wanted]
-    for found, wanted in failures:
-        print(f"found {found}\ninstead of {wanted}")
-    of_this_tree = headers.check(Path(root))
-    print("\n".join(of_this_tree))
-    return 1 if failures or of_this_tree else 0
-
-
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1]))
+    in_folders = [({f"mox/low/{name}": text for name, text in files.items()}, wanted) for files, wanted in CASES]
+    expect([(files, faults_of(headers.check, files), wanted) for files, wanted in in_folders], headers.check)

@@ -7,8 +7,8 @@ library that is not ours is known in its home alone.
 """
 
 import re
-import sys
-from pathlib import Path
+
+from house import tell
 
 # Folders that hold no layer.
 OUTSIDE = {"tests", "bench", "fuzz", "examples", "docs", "build", "cmake"}
@@ -125,6 +125,4 @@ def check(root):
 
 
 if __name__ == "__main__":
-    found = check(Path(sys.argv[1] if len(sys.argv) > 1 else "."))
-    print("\n".join(found), end="\n" if found else "")
-    sys.exit(1 if found else 0)
+    tell(check)

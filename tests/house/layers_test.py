@@ -1,11 +1,8 @@
 #!/usr/bin/env python3
 """The layer rule: a sound tree passes, each row spoils one file of it, and this tree keeps the rule."""
 
-import sys
-import tempfile
-from pathlib import Path
-
 import layers
+from house import expect, faults_of
 
 SOUND = {
     "mox/CMakeLists.txt": "add_subdirectory(low)\n",
@@ -47,25 +44,6 @@ SPOILED = [
 ]
 
 
-def faults_of(files):
-    with tempfile.TemporaryDirectory() as folder:
-        for name, text in files.items():
-            path = Path(folder) / name
-            path.parent.mkdir(parents=True, exist_ok=True)
-            path.write_text(text)
-        return layers.check(Path(folder))
-
-
-def main(root):
-    cases = [(SOUND, [])] + [(SOUND | {name: text}, [fault]) for name, text, fault in SPOILED]
-    failures = [(faults_of(files), wanted) for files, wanted in cases]
-    failures = [(found, wanted) for found, wanted in failures if found != wanted]
-    for found, wanted in failures:
-        print(f"found {found}\ninstead of {wanted}")
-    of_this_tree = layers.check(Path(root))
-    print("\n".join(of_this_tree))
-    return 1 if failures or of_this_tree else 0
-
-
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1]))
+    trees = [(SOUND, [])] + [(SOUND | {name: text}, [fault]) for name, text, fault in SPOILED]
+    expect([(wanted, faults_of(layers.check, tree), wanted) for tree, wanted in trees], layers.check)

@@ -6,8 +6,8 @@ constant), and no statement names a table of another schema, which would be anot
 """
 
 import re
-import sys
-from pathlib import Path
+
+from house import tell
 
 LITERAL = re.compile(r'R"(?P<mark>\w*)\((?P<raw>.*?)\)(?P=mark)"|"(?P<text>(?:\\.|[^"\\\n])*)"', re.S)
 CPP_COMMENT = re.compile(r"//[^\n]*")
@@ -75,6 +75,4 @@ def check(root):
 
 
 if __name__ == "__main__":
-    found = check(Path(sys.argv[1] if len(sys.argv) > 1 else "."))
-    print("\n".join(found), end="\n" if found else "")
-    sys.exit(1 if found else 0)
+    tell(check)

@@ -1,11 +1,8 @@
 #!/usr/bin/env python3
 """The rules of the SQL: each row is a text with the faults that are found in it, and this tree keeps the rules."""
 
-import sys
-import tempfile
-from pathlib import Path
-
 import sql_rules
+from house import expect, faults_of
 
 KEY, JOIN = "a table has no primary key", "an INSERT ... SELECT joins tables otherwise than on equal columns"
 INSERT = "INSERT INTO a (b) SELECT x.b FROM "
@@ -22,23 +19,9 @@ CASES = [
 ]
 
 
-def faults_of(name, text):
-    with tempfile.TemporaryDirectory() as root:
-        path = Path(root) / "appserver" / name
-        path.parent.mkdir()
-        path.write_text(text)
-        return [line.split(": ")[1] for line in sql_rules.check(Path(root))]
-
-
-def main(root):
-    failures = [(text, faults_of(name, text), wanted) for name, text, wanted in CASES]
-    failures = [failure for failure in failures if failure[1] != failure[2]]
-    for text, found, wanted in failures:
-        print(f"{text}\nfound {found}\ninstead of {wanted}")
-    of_this_tree = sql_rules.check(Path(root))
-    print("\n".join(of_this_tree))
-    return 1 if failures or of_this_tree else 0
+def rules_broken(name, text):
+    return [line.split(": ")[1] for line in faults_of(sql_rules.check, {f"appserver/{name}": text})]
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1]))
+    expect([(text, rules_broken(name, text), wanted) for name, text, wanted in CASES], sql_rules.check)

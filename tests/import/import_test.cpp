@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <random>
 #include <sstream>
 
+#include "mox/foundation/files.h"
 #include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
+#include "tests/fakes/no_view.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/fakes/recording_host.h"
 #include "tests/foundation/case_file.h"
 #include "tests/source_dir.h"
@@ -44,10 +46,7 @@
 namespace mox {
 namespace {
 
-std::string ReadText(const std::string& path) {
-  std::ifstream in(SourceDir() + "/tests/import/" + path);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
+std::string ReadText(const std::string& path) { return ReadWholeFile(SourceDir() + "/tests/import/" + path); }
 
 std::string Joined(const Words& words, const char* separator) {
   std::string joined;
@@ -181,22 +180,14 @@ class Case : public ImportGridView {
   }
 
   static std::unique_ptr<TAstaParamList> Answer(const Words& words) {
-    auto answer = std::make_unique<TAstaParamList>();
     RecordSet records(words[1]);
-    const auto split = [](const std::string& text) {
-      Words parts;
-      std::istringstream in(text);
-      for (std::string part; std::getline(in, part, ';');) parts.push_back(part);
-      return parts;
-    };
-    for (const std::string& field : split(words[2])) records.DefineField(field, FieldKind::kText);
+    for (const std::string& field : Split(words[2], ';')) records.DefineField(field, FieldKind::kText);
     records.Open();
     for (std::size_t i = 3; i < words.size(); ++i) {
-      const Words row = split(words[i]);
+      const Words row = Split(words[i], ';');
       records.AppendRecord(std::vector<Value>(row.begin(), row.end()));
     }
-    answer->FastAdd(words[1], std::move(records));
-    return answer;
+    return AnswerOf(words[1], std::move(records));
   }
 
   void ShowForm() {
@@ -281,9 +272,8 @@ TEST(Import, Scripts) {
 
 // A user who gives up while the rows are checked: they keep the marks and faults of the check before.
 TEST(Import, KeepsTheFaultsOfTheCheckBeforeWhereOneIsEnded) {
-  class EndingView : public ImportGridView {
+  class EndingView : public NoView {
    public:
-    void ShowModal(TfrmImportGrid&) override {}
     void StatusChanged(const TfrmStatus& status, bool repaint) override {
       const bool moved = std::exchange(position_, status.Position()) != status.Position();
       if (ends && status.Visible() && !repaint && !moved)
@@ -337,10 +327,6 @@ TEST(Import, KeepsTheFaultsOfTheCheckBeforeWhereOneIsEnded) {
   EXPECT_EQ(visited, 0);
 }
 
-class NoView : public ImportGridView {
-  void ShowModal(TfrmImportGrid&) override {}
-};
-
 TEST(Import, AnyTextGivesOneRowForEachLineThatFits) {
   std::vector<std::string> texts = {std::string(1'000'000, '\t'), std::string(100'000, '\n')};
   std::minstd_rand random;
@@ -372,13 +358,12 @@ TEST(Import, AnyTextGivesOneRowForEachLineThatFits) {
 }
 
 // Ends the work when it is told of the status for that time.
-class EndingView : public ImportGridView {
+class EndingView : public NoView {
  public:
   std::size_t looks = 0;
   std::size_t ends_at = 0;
 
  private:
-  void ShowModal(TfrmImportGrid&) override {}
   void StatusChanged(const TfrmStatus& status, bool) override {
     if (status.Visible() && ++looks == ends_at) throw Abort();
   }
@@ -388,15 +373,7 @@ class EndingView : public ImportGridView {
 TEST(Import, ACheckCanBeEndedEverywhere) {
   constexpr std::size_t kRows = 3 * kImportRowsBetween;
   RecordingHost host;
-  host.services["ImportGrid"] = [](auto&) {
-    auto answer = std::make_unique<TAstaParamList>();
-    RecordSet records("adsList");
-    for (const char* const field : {"NAZIV", "DRZAVA"}) records.DefineField(field, FieldKind::kText);
-    records.Open();
-    records.AppendRecord({std::string("Nigdje"), std::string("HR")});
-    answer->FastAdd("adsList", std::move(records));
-    return answer;
-  };
+  host.services["ImportGrid"] = [](auto&) { return AnswerOf("adsList", SetOf("NAZIV,DRZAVA", "Nigdje|HR")); };
   const ScopedApp app(host.Parts());
   for (std::size_t i = 0; i < kRows; ++i)
     host.clipboard += i % 2 == 0 ? "\t10000\tHR\n" : "Zagreb\t10000\tHR\n";

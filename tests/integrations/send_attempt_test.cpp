@@ -7,6 +7,7 @@
 #include "mox/integrations/consumer_e_invoice.h"
 #include "mox/integrations/send_attempt_internal.h"
 #include "mox/server/invoice_files.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/fakes/recording_host.h"
 #include "tests/fakes/scratch_folder.h"
 #include "tests/foundation/case_file.h"
@@ -31,18 +32,6 @@ struct World {
 };
 
 struct Killed {};
-
-RecordSet OneRecord(const std::vector<std::pair<std::string, Value>>& fields) {
-  RecordSet records;
-  std::vector<Value> values;
-  for (const auto& [name, value] : fields) {
-    records.DefineField(name, std::holds_alternative<bool>(value) ? FieldKind::kBoolean : FieldKind::kText);
-    values.push_back(value);
-  }
-  records.Open();
-  records.AppendRecord(values);
-  return records;
-}
 
 // A workstation whose program and request sender are killed together before their n-th step.
 class Workstation : public RecordingHost {
@@ -91,18 +80,18 @@ class Workstation : public RecordingHost {
                                                     std::string_view service) override {
     Step();
     auto answers = std::make_unique<TAstaParamList>();
-    const auto add = [&](const char* name, RecordSet records) { answers->FastAdd(name, std::move(records)); };
+    const auto add = [&](const char* name, const char* fields, std::initializer_list<Value> values) {
+      answers->FastAdd(name, OneRecord(name, fields, values));
+    };
     if (service == "IntegrationsUsersAccounts") {
-      add("adsLoginData",
-          OneRecord(
-              {{"EracunSendB2CBills", true}, {"EracunB2CUrl", std::string(kUrl)}, {"EracunPokusaji", true}}));
+      add("adsLoginData", "EracunSendB2CBills:boolean,EracunB2CUrl,EracunPokusaji:boolean",
+          {true, kUrl, true});
     } else if (service == "MojERacunB2C") {
-      add("adsData", OneRecord({{"jsonData", std::string(kInvoice)}}));
-      add("adsPartner", OneRecord({{"tipTvrtke", std::string("Fizička osoba")}}));
+      add("adsData", "jsonData", {kInvoice});
+      add("adsPartner", "tipTvrtke", {"Fizička osoba"});
     } else if (!world_.attempt.empty()) {
-      add("adsPokusaj", OneRecord({{"pokusaj", world_.attempt},
-                                   {"sazetak", InvoiceAnswerName(kUrl, kInvoice)},
-                                   {"u_tijeku", world_.under_way}}));
+      add("adsPokusaj", "pokusaj,sazetak,u_tijeku:boolean",
+          {world_.attempt, InvoiceAnswerName(kUrl, kInvoice), world_.under_way});
     }
     return answers;
   }
@@ -155,16 +144,16 @@ class Workstation : public RecordingHost {
     const InvoiceFiles files = InvoiceFilesOf(kDocument);
     Step();
     const InvoiceAttempt attempt = ReadAttempt(files.attempt).value();
-    RecordSet answer = OneRecord({{"electronicId", std::string("5")}, {"statusId", std::string("30")}});
+    RecordSet answer = OneRecord("", "electronicId,statusId", {"5", "30"});
     if (attempt.step == AttemptStep::kAsk || attempt.step == AttemptStep::kAskOnly) {
-      answer = OneRecord({{"statusCode", ""}, {"message", ""}, {"mozda_poslan", std::string("1")}});
+      answer = OneRecord("", "statusCode,message,mozda_poslan", {"", "", "1"});
     } else {
       WriteAttempt(files.attempt, {attempt.name, AttemptStep::kAsk});
       Step();
       if (attempt.step == AttemptStep::kPost) ++world_.posted_unasked;
       Step();
       if (world_.drops_answers) return;
-      if (world_.refuses) answer = OneRecord({{"statusCode", std::string("1")}, {"message", ""}});
+      if (world_.refuses) answer = OneRecord("", "statusCode,message", {"1", ""});
     }
     answer.SetName(world_.answers_another ? "adsB2C 0" : InvoiceAnswerName(kUrl, kInvoice));
     answer.SaveToFile(files.answer);
@@ -236,8 +225,7 @@ TEST(SendAttempt, IsPostedUnaskedOnlyAfterARefusal) {
     World world;
     world.attempt = "pokusaj";
     Workstation workstation(world, kNever);
-    RecordSet answer = OneRecord({{*row.field == '\0' ? "x" : row.field, std::string("5")}});
-    answer.SetName(row.name);
+    const RecordSet answer = OneRecord(row.name, *row.field == '\0' ? "x" : row.field, {"5"});
     answer.SaveToFile(workstation.File(".xml"));
     if (*row.field == '\0') std::ofstream(workstation.File(".xml")) << "<xml/>";
     workstation.Try();

@@ -75,6 +75,21 @@ std::vector<std::string> RowOf(const LaidSheet& sheet, const std::string& label)
   return cells;
 }
 
+std::vector<std::string> TextsOf(const LaidSheet& sheet) {
+  std::vector<std::string> texts;
+  for (const LaidText& text : sheet.texts) texts.push_back(text.text);
+  return texts;
+}
+
+// All texts of a document, in their order and without blanks.
+std::string Whole(const LaidDocument& laid) {
+  std::string whole;
+  for (const LaidSheet& sheet : laid.sheets) {
+    for (const std::string& text : TextsOf(sheet)) whole += WithoutBlanks(text);
+  }
+  return whole;
+}
+
 TEST_F(LayoutTest, LosesNoLineAndLeavesNoColumn) {
   for (const DocumentKind& kind : DocumentKinds()) {
     for (const std::int64_t lines : {1, 23, kind.name == "gotovinski-racun" ? 5000 : 130}) {
@@ -140,11 +155,7 @@ TEST_F(LayoutTest, MakesPdfsThatAreReadBack) {
     EXPECT_EQ(pdf, PdfOf(laid)) << name;
     const std::string file = folder / "a.pdf";
     std::ofstream(file, std::ios::binary) << pdf;
-    std::string texts;
-    for (const LaidSheet& sheet : laid.sheets) {
-      for (const LaidText& text : sheet.texts) texts += text.text;
-    }
-    EXPECT_EQ(WithoutBlanks(OutputOf("pdftotext -raw '" + file + "' -")), WithoutBlanks(texts)) << name;
+    EXPECT_EQ(WithoutBlanks(OutputOf("pdftotext -raw '" + file + "' -")), Whole(laid)) << name;
     const std::string info = OutputOf("pdfinfo '" + file + "'");
     EXPECT_NE(info.find(laid.title), std::string::npos) << info;
     EXPECT_NE(info.find("Pages:           " + std::to_string(laid.sheets.size()) + "\n"), std::string::npos)
@@ -217,9 +228,7 @@ TEST_F(LayoutTest, PrintsSlipsThatAreReadBack) {
     const ScratchFolder folder;
     const std::string file = folder / "a.pdf";
     std::ofstream(file, std::ios::binary) << PdfOf(laid);
-    std::string texts;
-    for (const LaidText& text : laid.sheets.front().texts) texts += text.text;
-    EXPECT_EQ(WithoutBlanks(OutputOf("pdftotext -raw '" + file + "' -")), WithoutBlanks(texts));
+    EXPECT_EQ(WithoutBlanks(OutputOf("pdftotext -raw '" + file + "' -")), Whole(laid));
     EXPECT_THAT(OutputOf("pdfinfo '" + file + "'"),
                 testing::HasSubstr(width == SlipPaper::k80mm ? "size:       204.2" : "size:       136.1"));
     const std::vector<std::string> codes = ReadCodes(slip.picture);
@@ -280,8 +289,7 @@ TEST_F(LayoutTest, SlipsSayWhatIsPaid) {
     const std::int64_t id = Store(DocumentKindByName(row.kind), 6);
     const DocumentPage page = MakePage(id, paper_);
     const LaidDocument laid = LayOutSlip(page, paper_, painter_, SlipPaper::k80mm);
-    std::vector<std::string> texts;
-    for (const LaidText& text : laid.sheets.front().texts) texts.push_back(text.text);
+    const std::vector<std::string> texts = TextsOf(laid.sheets.front());
     const auto stored = [&](const char* field) {
       const RecordSet lines = server_.database().Query(
           "s", ParseColumns("iznos:currency"),

@@ -1,6 +1,6 @@
 #include "paper/picture.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 // What jpeglib.h needs before it.
 #include <cstdio>
@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <random>
 
-#include "mox/foundation/error.h"
+#include "tests/fakes/error_of.h"
 
 namespace mox {
 namespace {
@@ -44,12 +44,7 @@ constexpr char kGifBytes[] =
 constexpr std::string_view kGif(kGifBytes, sizeof kGifBytes - 1);
 
 std::string FaultOf(std::string_view bytes) {
-  try {
-    DecodePicture(bytes);
-    return {};
-  } catch (const Error& error) {
-    return error.what();
-  }
+  return ErrorOf([&] { DecodePicture(bytes); });
 }
 
 // A picture of one pixel of cyan, magenta, yellow and black, by a program that notes itself or does not.
@@ -148,7 +143,7 @@ TEST(PictureTest, TellsDamagedAndLyingPictures) {
               {png.substr(0, png.size() / 2), "cannot be decoded: it ends early"},
               {flipped, "cannot be decoded: IDAT: "}};
   for (const auto& row : rows) {
-    EXPECT_NE(FaultOf(row.bytes).find(row.says), std::string::npos) << row.says << ": " << FaultOf(row.bytes);
+    EXPECT_THAT(FaultOf(row.bytes), testing::HasSubstr(row.says));
   }
   std::mt19937 random(7);  // NOLINT: the same in every run
   for (const std::string& whole : {png, jpeg, std::string(kGif)}) {

@@ -10,6 +10,7 @@
 #include "mox/documents/storno.h"
 #include "mox/host/memory_settings.h"
 #include "paper/page.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/paper/made_up_seller.h"
 
 namespace mox {

@@ -4,50 +4,17 @@
 
 #include <random>
 
+#include "tests/fakes/record_sets.h"
 #include "tests/foundation/case_file.h"
 
 namespace mox {
 namespace {
 
-std::vector<std::string> Split(const std::string& text, char separator) {
-  std::vector<std::string> parts;
-  std::string rest = text + separator;
-  for (std::size_t at; (at = rest.find(separator)) != std::string::npos; rest.erase(0, at + 1)) {
-    parts.push_back(rest.substr(0, at));
-  }
-  return parts;
-}
-
-// "k:text,v:float" and records "a|1;b|~", where ~ is null; "-" is none.
+// "-" stands for no records.
 RecordSet Parse(const std::string& fields, const std::string& rows) {
-  RecordSet records("rows");
-  for (const std::string& field : Split(fields, ',')) {
-    const auto parts = Split(field, ':');
-    FieldKind kind{};
-    EXPECT_TRUE(KindFromName(parts.at(1), kind));
-    records.DefineField(parts[0], kind);
-  }
-  records.Open();
-  for (const std::string& row : Split(rows, ';')) {
-    if (row == "-") break;
-    std::vector<Value> values;
-    for (const std::string& value : Split(row, '|')) values.push_back(value == "~" ? Value() : Value(value));
-    records.AppendRecord(values);
-  }
-  if (!records.IsEmpty()) records.First();
-  return records;
+  return SetOf(fields, rows == "-" ? "" : rows);
 }
-
-std::string Show(RecordSet& records) {
-  std::string shown;
-  for (records.First(); !records.Eof(); records.Next()) {
-    shown += shown.empty() ? "" : ";";
-    for (std::size_t i = 0; i < records.FieldCount(); ++i) {
-      shown += (i == 0 ? "" : "|") + (records.IsNull(i) ? "~" : records.AsText(i));
-    }
-  }
-  return shown.empty() ? "-" : shown;
-}
+std::string Show(const RecordSet& records) { return records.IsEmpty() ? "-" : TextOf(records); }
 
 std::vector<std::string_view> Views(const std::vector<std::string>& names) {
   std::vector<std::string_view> views;

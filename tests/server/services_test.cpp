@@ -5,21 +5,20 @@
 #include "mox/server/credit_limit.h"
 #include "mox/server/read_services.h"
 #include "mox/server/transactions.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/fakes/recording_host.h"
 #include "tests/foundation/case_file.h"
 
 namespace mox {
 namespace {
 
-// One record with a field for each value; without values, no record.
-RecordSet Answer(const std::string& name, const std::vector<FieldDef>& fields, const Words& values) {
-  RecordSet answer(name);
-  for (const FieldDef& field : fields) answer.DefineField(field);
-  answer.Open();
+// One record with a value for each field, in the form of files; without values, no record.
+RecordSet Answer(const std::string& fields, const Words& values) {
+  RecordSet answer = EmptySet("", fields);
   if (values.empty()) return answer;
   std::vector<Value> record;
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    record.push_back(values.at(i) == "null" ? Value() : ParsePlain(values[i], fields[i].kind));
+  for (std::size_t i = 0; i < answer.FieldCount(); ++i) {
+    record.push_back(values.at(i) == "null" ? Value() : ParsePlain(values[i], answer.Definition(i).kind));
   }
   answer.AppendRecord(record);
   return answer;
@@ -56,11 +55,7 @@ TEST(ReadServices, AskTheirServiceAndTakeItsAnswer) {
     const ScopedApp app(host.Parts());
     const auto& helper = kHelpers.at(row.at(0));
     RecordingHost::Service& service = host.services[row.at(1)];
-    const auto two_records = [] {
-      RecordSet answer = Answer("odgovor", {{.name = "id", .kind = FieldKind::kInteger}}, {"1"});
-      answer.AppendRecord({std::int64_t{2}});
-      return answer;
-    };
+    const auto two_records = [] { return SetOf("id:integer", "1;2"); };
     service = Answering(row.at(2), two_records);
     const std::optional<RecordSet> taken = helper();
     EXPECT_TRUE(taken && taken->RecordCount() == 2 && taken->Position() == 0);
@@ -86,16 +81,13 @@ TEST(ReadServices, AskTheirServiceAndTakeItsAnswer) {
     EXPECT_FALSE(IsAdditionalFeatureAllowed("WEB"));
     if (row.at(0) != "none") {
       host.services["AdditionalFeaturesData"] = Answering("adsAddFeatures", [&row] {
-        return Answer("", {{.name = row.at(0), .kind = FieldKind::kBoolean}}, {row.begin() + 1, row.end()});
+        return Answer(row.at(0) + ":boolean", {row.begin() + 1, row.end()});
       });
     }
     std::string allowed;
     for (const char* setting : {"", "true", "false", "null"}) {
-      RecordSet parameters = Answer("", {{.name = "Web", .kind = FieldKind::kBoolean}}, {"null"});
-      if (*setting != '\0') {
-        parameters = Answer("", {{.name = "Web", .kind = FieldKind::kBoolean}}, {setting});
-        host.parameters = &parameters;
-      }
+      RecordSet parameters = Answer("Web:boolean", {*setting == '\0' ? "null" : setting});
+      host.parameters = *setting == '\0' ? nullptr : &parameters;
       allowed += IsAdditionalFeatureAllowed("WEB") ? "y" : "n";
       host.parameters = nullptr;
     }
@@ -117,8 +109,8 @@ class WritingHost : public RecordingHost {
 TEST(Transactions, SendTheTextsOfTheirRecordSets) {
   WritingHost host;
   const ScopedApp app(host.Parts());
-  RecordSet head = Answer("Zaglavlje", {{.name = "id", .kind = FieldKind::kInteger}}, {"1"});
-  RecordSet lines = Answer("Stavke\n", {{.name = "naziv"}}, {"Čaša"});
+  RecordSet head = OneRecord("Zaglavlje", "id:integer", {std::int64_t{1}});
+  RecordSet lines = OneRecord("Stavke\n", "naziv", {"Čaša"});
   struct Module : TDataModule {
     std::vector<RecordSet*> sets;
     std::span<RecordSet* const> DataSets() const override { return sets; }
@@ -141,8 +133,8 @@ TEST(Transactions, SendTheTextsOfTheirRecordSets) {
 TEST(Transactions, PostTheRecordThatIsBeingEdited) {
   WritingHost host;
   const ScopedApp app(host.Parts());
-  RecordSet head = Answer("Zaglavlje", {{.name = "id", .kind = FieldKind::kInteger}}, {"1"});
-  RecordSet lines = Answer("Stavke", {{.name = "naziv"}}, {"Čaša"});
+  RecordSet head = OneRecord("Zaglavlje", "id:integer", {std::int64_t{1}});
+  RecordSet lines = OneRecord("Stavke", "naziv", {"Čaša"});
   const auto open_both = [&](std::int64_t id) {
     head.Edit();
     head.SetInteger(0, id);
@@ -171,12 +163,9 @@ TEST(Transactions, PostTheRecordThatIsBeingEdited) {
 }
 
 TEST(CreditLimit, AsksRefusesOrLetsGoOn) {
-  const std::vector<FieldDef> fields = {{.name = "limit", .kind = FieldKind::kCurrency},
-                                        {.name = "DaniKasnjenja", .kind = FieldKind::kInteger},
-                                        {.name = "saldo", .kind = FieldKind::kCurrency},
-                                        {.name = "PostojiKasnjenje", .kind = FieldKind::kInteger},
-                                        {.name = "fakturiranje_limit_duga", .kind = FieldKind::kBoolean},
-                                        {.name = "faktur_limit_duga_once", .kind = FieldKind::kBoolean}};
+  const std::string fields =
+      "limit:currency,DaniKasnjenja:integer,saldo:currency,PostojiKasnjenje:integer,"
+      "fakturiranje_limit_duga:boolean,faktur_limit_duga_once:boolean";
   const std::string limit =
       " | Upozorenje! | Prekoračenje kreditnog limita | Kreditni limit partnera je prekoračen.";
   const std::string days =
@@ -199,7 +188,7 @@ TEST(CreditLimit, AsksRefusesOrLetsGoOn) {
     EXPECT_TRUE(check()) << "no answer";
     Words values;
     host.services["KreditniLimitPartnera"] =
-        Answering("KreditniLimit", [&] { return Answer("", fields, values); });
+        Answering("KreditniLimit", [&] { return Answer(fields, values); });
     EXPECT_TRUE(check()) << "no record";
     EXPECT_EQ(std::exchange(host.log, {}).size(), 6U) << "no dialog";
     values = row;
