@@ -161,6 +161,9 @@ class DatabaseConnection {
       if (longest_wait_ > 0) dialect_.SetLongestWait(session_, longest_wait_);
       Execute(sql);
     }
+    if (is_opened_ && dialect_.IsFileGone(session_)) {
+      throw CompanyGone(location_.ToString() + ": the file was moved, replaced or deleted while it was open");
+    }
   }
 
   DatabaseLocation location_;

@@ -77,6 +77,8 @@ class Dialect {
   /// Follows either in a database that was opened, in the same way there and back: fails where the company is
   /// not there any more.
   virtual std::string_view StillThere() const = 0;
+  /// Whether the file that is open is not the one of that name any more.
+  virtual bool IsFileGone(soci::session& session) const = 0;
   /// Whether several can write at once.
   virtual bool LetsOthersWrite() const = 0;
   /// Has these names, which are sorted, for the transaction alone. Raises soci_error.

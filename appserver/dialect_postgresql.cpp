@@ -187,6 +187,7 @@ class Postgresql : public Dialect {
   }
   // By the name of a table: it is looked up anew behind the lock, whatever was waited for there.
   std::string_view StillThere() const override { return "; SELECT verzija FROM mox_verzija"; }
+  bool IsFileGone(soci::session& /*session*/) const override { return false; }
   bool LetsOthersWrite() const override { return true; }
   void Claim(soci::session& session, const std::vector<std::string>& names) const override {
     std::string lines;

@@ -161,6 +161,7 @@ class Sqlite : public Dialect {
   std::string_view BeginRead() const override { return "BEGIN"; }
   std::string_view BeginWrite(Writing /*writing*/) const override { return "BEGIN IMMEDIATE"; }
   std::string_view StillThere() const override { return {}; }
+  bool IsFileGone(soci::session& session) const override { return HasFileMoved(session); }
   bool LetsOthersWrite() const override { return false; }
   void Claim(soci::session& /*session*/, const std::vector<std::string>& /*names*/) const override {}
   void KeepSoFar(soci::session& /*session*/) const override {}

@@ -91,6 +91,13 @@ void WaitAtMost(soci::session& session, const int& milliseconds) {
   sqlite_api::sqlite3_busy_handler(HandleOf(session), WaitForLock, const_cast<int*>(&milliseconds));
 }
 
+bool HasFileMoved(soci::session& session) {
+  int moved = 0;
+  const int result =
+      sqlite_api::sqlite3_file_control(HandleOf(session), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+  return result == SQLITE_OK && moved != 0;
+}
+
 int SystemError(soci::session& session) {
   return session.get_backend() == nullptr ? 0 : sqlite_api::sqlite3_system_errno(HandleOf(session));
 }

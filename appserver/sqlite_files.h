@@ -33,6 +33,10 @@ void ConnectSqliteForReading(soci::session& session, const std::string& path);
 /// For the transaction of another program. The number must outlive the session's use.
 void WaitAtMost(soci::session& session, const int& milliseconds);
 
+/// Whether the file was renamed, replaced or deleted since it was opened: what is stored then is found by
+/// nobody.
+bool HasFileMoved(soci::session& session);
+
 /// The operating system's number of the session's last failure; 0 where there was none.
 int SystemError(soci::session& session);
 
