@@ -59,8 +59,11 @@ struct HttpClient::Handle {
   std::array<char, CURL_ERROR_SIZE> detail{};
 };
 
-HttpClient::HttpClient(std::string server, std::string ca_file)
-    : server_(std::move(server)), ca_file_(std::move(ca_file)), handle_(std::make_unique<Handle>()) {
+HttpClient::HttpClient(std::string server, std::string ca_file, EndFlag ended)
+    : server_(std::move(server)),
+      ca_file_(std::move(ca_file)),
+      handle_(std::make_unique<Handle>()),
+      ended_(std::move(ended)) {
   StartLibraryOnce();
   handle_->curl.reset(::curl_easy_init());
   CURL* const curl = handle_->curl.get();
@@ -79,7 +82,7 @@ HttpClient::HttpClient(std::string server, std::string ca_file)
   if (!ca_file_.empty()) ::curl_easy_setopt(curl, CURLOPT_CAINFO, ca_file_.c_str());
   ::curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, Receive);
   ::curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, IsEnded);
-  ::curl_easy_setopt(curl, CURLOPT_XFERINFODATA, &ended_);
+  ::curl_easy_setopt(curl, CURLOPT_XFERINFODATA, ended_.get());
   ::curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
   ::curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, handle_->detail.data());
 }

@@ -22,26 +22,30 @@ struct HttpFailure {
   std::string reason;
 };
 
+/// Whether nobody waits any more, shared by who waited and who works.
+using EndFlag = std::shared_ptr<std::atomic<bool>>;
+inline EndFlag NewEndFlag() { return std::make_shared<std::atomic<bool>>(false); }
+
 /// Posts to one server, over one connection that is kept.
 class HttpClient {
  public:
   /// `server` is "https://host:port". The server's certificate is checked against `ca_file`, or against the
-  /// authorities of the system where it is empty.
-  HttpClient(std::string server, std::string ca_file);
+  /// authorities of the system where it is empty. While `ended` is set no answer is waited for, also by
+  /// another thread.
+  HttpClient(std::string server, std::string ca_file, EndFlag ended = NewEndFlag());
   ~HttpClient();
 
   /// Headers are "Name: value". False where no answer came.
   bool Post(const std::string& path, const std::vector<std::string>& headers, std::string_view body,
             HttpAnswer& answer, HttpFailure& failure);
-  /// From another thread: no answer is waited for any more, until it is taken back.
-  void End(bool end) { ended_ = end; }
+  void End(bool end) { *ended_ = end; }
 
  private:
   struct Handle;
   std::string server_;
   std::string ca_file_;
   std::unique_ptr<Handle> handle_;
-  std::atomic<bool> ended_ = false;
+  EndFlag ended_;
 };
 
 }  // namespace mox

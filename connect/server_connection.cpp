@@ -89,8 +89,8 @@ ServerConnection::~ServerConnection() = default;
 // --- sessions ---
 
 StoredLogin ServerConnection::LogIn(const ServerAddress& address, const std::string& user,
-                                    const std::string& password, const std::string& ca_file) {
-  HttpClient client(address.server, ca_file);
+                                    const std::string& password, const std::string& ca_file, EndFlag ended) {
+  HttpClient client(address.server, ca_file, std::move(ended));
   const TAstaParamList request{{"user", Value(user)}, {"password", Value(password)}};
   HttpAnswer answer;
   HttpFailure failure;

@@ -42,9 +42,10 @@ class ServerConnection : public CompanyAccess {
   ServerConnection(const ServerAddress& address, const StoredLogin& login, RetryPolicy retries = {});
   ~ServerConnection() override;
 
-  /// Begins a session. Raises Error that says why it was refused or the server cannot be reached.
+  /// Begins a session, which is not waited for any more once `ended` is set. Raises Error that says why it
+  /// was refused or the server cannot be reached.
   static StoredLogin LogIn(const ServerAddress& address, const std::string& user, const std::string& password,
-                           const std::string& ca_file);
+                           const std::string& ca_file, EndFlag ended = NewEndFlag());
   /// Ends it; a session that has ended is none.
   static void LogOut(const ServerAddress& address, const StoredLogin& login);
 

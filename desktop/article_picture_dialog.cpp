@@ -11,6 +11,7 @@
 #include "desktop/dialogs.h"
 #include "desktop/host.h"
 #include "desktop/sheet_view.h"
+#include "desktop/status_window.h"
 #include "mox/foundation/files.h"
 #include "mox/server/transactions.h"
 #include "paper/article_pictures.h"
@@ -89,15 +90,15 @@ void ArticlePictureDialog::Store(std::string_view bytes) {
 }
 
 void ArticlePictureDialog::Load(const std::string& path) {
-  const std::string bytes = ReadRegularFile(path);
-  std::string prepared;
-  try {
-    const Cut& cut = kCuts[static_cast<std::size_t>(cut_.currentIndex())];
-    prepared = PreparedPicture(bytes, {.crop_width = cut.width, .crop_height = cut.height});
-  } catch (const Error& error) {
-    throw Error(path + ": " + error.what());
-  }
-  Store(prepared);
+  const LongRun run(host_, QStringLiteral("Priprema slike"));
+  Store(host_.RunLong([path, cut = kCuts[static_cast<std::size_t>(cut_.currentIndex())]] {
+    const std::string bytes = ReadRegularFile(path);
+    try {
+      return PreparedPicture(bytes, {.crop_width = cut.width, .crop_height = cut.height});
+    } catch (const Error& error) {
+      throw Error(path + ": " + error.what());
+    }
+  }));
 }
 
 void ArticlePictureDialog::SaveTo(const std::string& path) {

@@ -188,6 +188,13 @@ void DocumentEditor::AddSheet(RecordSet* lines, const LineSchema& schema, const 
   sheets_.push_back(std::move(owned));
 }
 
+void DocumentEditor::ReadFormats() {
+  for (const auto& sheet : sheets_) {
+    PrepareLinesForScreen(*sheet->lines);
+    sheet->model->ReadFormats();
+  }
+}
+
 QWidget* DocumentEditor::MakeTotals() {
   auto* const side = new QWidget;
   auto* const layout = new QVBoxLayout(side);

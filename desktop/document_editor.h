@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QLabel>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QTimer>
@@ -12,6 +11,7 @@
 #include "desktop/editing_page.h"
 #include "desktop/field_edit.h"
 #include "desktop/later.h"
+#include "desktop/named_label.h"
 #include "desktop/record_set_view.h"
 #include "mox/documents/document.h"
 
@@ -39,6 +39,8 @@ class DocumentEditor : public QWidget, public EditingPage {
   void SetOnStored(std::function<void()> stored) { on_stored_ = std::move(stored); }
   /// Called with the id of the stored document when the user wants to see it.
   void SetOnShow(std::function<void(std::int64_t id)> show) { on_show_ = std::move(show); }
+  /// The settings of decimals are others now.
+  void ReadFormats();
   /// The document stays, but so that another program may find it again: as when this one ends. False where
   /// that cannot be, which is told beside it.
   bool SaveDraft();
@@ -73,7 +75,6 @@ class DocumentEditor : public QWidget, public EditingPage {
   bool HasSupplierTotals() const;
   void EnterSupplierTotals();
   bool AgreesWithSupplier();
-  void SetKey(const char* field, const Value& value);
 
   DesktopHost& host_;
   Document document_;
@@ -83,9 +84,9 @@ class DocumentEditor : public QWidget, public EditingPage {
   std::unique_ptr<RecordSetModel> recap_model_;
   RecordSetView* recap_view_ = nullptr;
   QTabWidget tabs_;
-  QLabel total_;
-  QLabel words_;
-  QLabel note_;
+  NamedLabel total_;
+  NamedLabel words_;
+  NamedLabel note_;
   QPushButton store_{QStringLiteral("Pohrani (F9)")};
   Later take_article_;
   QTimer recount_;

@@ -180,9 +180,10 @@ std::shared_ptr<CompanyAccess> DesktopHost::Connect(const std::string& address) 
 void DesktopHost::LogIn(const ServerAddress& address, const std::string& user, const std::string& password,
                         const std::string& ca_file) {
   const LongRun run(*this, QStringLiteral("Prijava"));
-  const StoredLogin login = RunLong([log_in = doors_.log_in, address, user, password, ca_file] {
-    return log_in(address, user, password, ca_file);
-  });
+  const StoredLogin login =
+      RunUntilEnded([log_in = doors_.log_in, address, user, password, ca_file](const EndFlag& ended) {
+        return log_in(address, user, password, ca_file, ended);
+      });
   LoginStore(SystemPlatform::UserStateFolder()).Keep(address.server, login);
 }
 

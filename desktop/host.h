@@ -37,7 +37,7 @@ struct KeptImport {
 struct Doors {
   std::function<std::unique_ptr<CompanyAccess>(const std::string& address)> open = OpenCompany;
   std::function<StoredLogin(const ServerAddress& address, const std::string& user,
-                            const std::string& password, const std::string& ca_file)>
+                            const std::string& password, const std::string& ca_file, const EndFlag& ended)>
       log_in = ServerConnection::LogIn;
 };
 
@@ -105,6 +105,18 @@ class DesktopHost : public AppForms {
   template <typename Task>
   auto RunLong(Task task) {
     return others_.Run(WithLocale(std::move(task)), look_);
+  }
+
+  /// The same for a task that looks at the flag it is given, which is set once nobody waits for it any more.
+  template <typename Task>
+  auto RunUntilEnded(Task task) {
+    const EndFlag ended = NewEndFlag();
+    try {
+      return RunLong([task = std::move(task), ended]() mutable { return task(ended); });
+    } catch (const Abort&) {
+      *ended = true;
+      throw;
+    }
   }
 
   /// The same for a task that is waited for in any case, since what it did is to be known: it is told by

@@ -374,7 +374,7 @@ void ImportDialog::OpenSheetFile(const QString& path) {
 ImportDialog::ReadSheet ImportDialog::Read(const std::string& file) {
   status_.Show(QStringLiteral("Čitanje datoteke"));
   return host_.RunLong([file, fields = DataFields(form_)] {
-    const std::string bytes = ReadWholeFile(file);
+    const std::string bytes = ReadRegularFile(file);
     const std::vector<SheetColumn> columns = SheetColumnsOf(fields);
     const SheetChoice choice{{}, columns.size(), TextEncoding::kRecognised};
     const auto rows = OpenSheet({file, bytes}, choice);

@@ -1,13 +1,13 @@
 #pragma once
 
 #include <QDialog>
-#include <QLabel>
 #include <QPushButton>
 #include <QSplitter>
 #include <QTableView>
 
 #include "desktop/fault_list.h"
 #include "desktop/host.h"
+#include "desktop/named_label.h"
 #include "desktop/record_set_view.h"
 #include "desktop/status_window.h"
 #include "mox/import/import_grid.h"
@@ -69,8 +69,8 @@ class ImportDialog : public QDialog {
   FaultListModel faults_;
   QTableView fault_view_;
   StatusForm status_;
-  QLabel indicator_;
-  QLabel summary_;
+  NamedLabel indicator_;
+  NamedLabel summary_;
   QPushButton only_faulty_{QStringLiteral("Samo neispravni (F8)")};
   std::vector<std::pair<const FormButton*, QPushButton*>> buttons_;
   std::optional<ImportOrigin> origin_;

@@ -18,6 +18,7 @@ constexpr KeyRow kRows[] = {
     {"Ctrl+Del", u"briše redak"},
     {"Del", u"prazni ćelije"},
     {"F2", u"mijenja ćeliju"},
+    {"Alt+Up; Alt+Down", u"redoslijed po stupcu ćelije: uzlazno, silazno"},
     {"F4", u"otvara šifarnik ćelije ili polja"},
     {"Ctrl+C; Ctrl+V", u"kopira i lijepi ćelije iz tablica"},
     {"F5", u"čita stranicu iznova"},

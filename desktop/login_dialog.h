@@ -1,11 +1,11 @@
 #pragma once
 
 #include <QDialog>
-#include <QLabel>
 #include <QLineEdit>
 #include <string>
 
 #include "connect/server_address.h"
+#include "desktop/named_label.h"
 
 namespace mox {
 
@@ -26,7 +26,7 @@ class LoginDialog : public QDialog {
   QLineEdit user_;
   QLineEdit password_;
   QLineEdit authority_;
-  QLabel fault_;
+  NamedLabel fault_;
 };
 
 }  // namespace mox

@@ -286,13 +286,18 @@ void MainWindow::LogIn() {
   if (!host_.IsOpen()) return OpenCompany(path);
   host_.Reconnect();
   ShowTitle();
+  ReadPagesAnew();
+  if (tabs_.count() == 0) Guarded([this] { ShowDocuments(); });
+  OfferDrafts();
+}
+
+void MainWindow::ReadPagesAnew() {
   for (int i = 0; i < tabs_.count(); ++i) {
     QWidget* const page = tabs_.widget(i);
     if (auto* const rows = dynamic_cast<RecordPage*>(page)) Guarded([rows] { rows->Reload(); });
     if (auto* const stored = dynamic_cast<StoredDocumentPage*>(page)) Guarded([stored] { stored->Reload(); });
+    if (auto* const editor = dynamic_cast<DocumentEditor*>(page)) editor->ReadFormats();
   }
-  if (tabs_.count() == 0) Guarded([this] { ShowDocuments(); });
-  OfferDrafts();
 }
 
 void MainWindow::OfferDrafts() {
@@ -326,8 +331,17 @@ void MainWindow::ShowRates() {
   AddTab(new RatePage(host_));
 }
 
+// One that the user has ended gets no name.
 void MainWindow::CreateCompany(const QString& path, WithDemo with_demo) {
-  Database::Create(FromQt(path), with_demo);
+  {
+    const LongRun run(host_, QStringLiteral("Nova tvrtka"));
+    host_.RunUntilEnded([file = FromQt(path), with_demo](const EndFlag& ended) {
+      Database::Create(file, with_demo, [&ended](Database&) {
+        if (*ended) throw Abort();
+      });
+      return true;
+    });
+  }
   OpenCompany(FromQt(path));
 }
 
@@ -364,7 +378,9 @@ void MainWindow::BackUpTo(const QString& path) {
   statusBar()->showMessage(QStringLiteral("Sigurnosna kopija je u %1").arg(path));
 }
 
-void MainWindow::ShowSettings() { SettingsDialog(this).exec(); }
+void MainWindow::ShowSettings() {
+  if (SettingsDialog(this).exec() == QDialog::Accepted) ReadPagesAnew();
+}
 
 void MainWindow::ShowUsers() {
   host_.Server();

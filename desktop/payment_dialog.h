@@ -2,9 +2,9 @@
 
 #include <QComboBox>
 #include <QDialog>
-#include <QLabel>
 #include <QLineEdit>
 
+#include "desktop/named_label.h"
 #include "mox/foundation/currency.h"
 
 namespace mox {
@@ -23,7 +23,7 @@ class PaymentDialog : public QDialog {
   Currency total_;
   QComboBox method_;
   QLineEdit received_;
-  QLabel change_;
+  NamedLabel change_;
 };
 
 }  // namespace mox

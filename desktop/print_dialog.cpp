@@ -14,6 +14,7 @@
 #include "desktop/dialogs.h"
 #include "desktop/qt_text.h"
 #include "desktop/sheet_view.h"
+#include "desktop/window_place.h"
 #include "mox/foundation/locale_text.h"
 #include "paper/a4_layout.h"
 #include "paper/esc_pos.h"
@@ -69,7 +70,7 @@ PrintDialog::PrintDialog(std::int64_t id, QWidget* parent)
   scroll->setWidget(paper);
   scroll->setAccessibleName(QStringLiteral("Pregled"));
   layout->addWidget(scroll, 1);
-  warnings_ = new QLabel;
+  warnings_ = new NamedLabel;
   warnings_->setWordWrap(true);
   warnings_->setAccessibleName(QStringLiteral("Upozorenja"));
   layout->addWidget(warnings_);
@@ -86,6 +87,7 @@ PrintDialog::PrintDialog(std::int64_t id, QWidget* parent)
   layout->addLayout(bar);
   ShowSheets();
   resize(790, 820);
+  new WindowPlace(*this, "PRINT");
 }
 
 const std::string& PrintDialog::Font() const {

@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
+#include "desktop/named_label.h"
 #include "paper/page.h"
 #include "paper/text_painter.h"
 
@@ -45,7 +46,7 @@ class PrintDialog : public QDialog {
   QComboBox form_;
   int shown_form_ = 0;
   QVBoxLayout* sheets_ = nullptr;
-  QLabel* warnings_ = nullptr;
+  NamedLabel* warnings_ = nullptr;
   QPushButton* slip_printer_ = nullptr;
 };
 

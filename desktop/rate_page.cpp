@@ -6,6 +6,7 @@
 #include "desktop/croatian.h"
 #include "desktop/dialogs.h"
 #include "desktop/host.h"
+#include "desktop/status_window.h"
 #include "mox/codes/exchange_rates.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/error.h"
@@ -94,7 +95,10 @@ void RatePage::StoreRow(RecordSet& row) {
 
 void RatePage::ReadList(const std::string& path) {
   if (!View().TakeRow()) return;
-  RecordSet rates = ReadRateList(ReadWholeFile(path), path);
+  RecordSet rates = [&] {
+    const LongRun run(Host(), QStringLiteral("Čitanje tečajne liste"));
+    return Host().RunLong([path] { return ReadRateList(ReadRegularFile(path), path); });
+  }();
   if (!SendAsking(rates)) return;
   const RecordSet& counts = Host().Server().LastWrite().stored.value();
   const RecordRow row = counts.RowAt(0);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QVBoxLayout>
 #include <QVariant>
 #include <QWidget>
@@ -12,6 +11,7 @@
 
 #include "desktop/editing_page.h"
 #include "desktop/later.h"
+#include "desktop/named_label.h"
 #include "desktop/record_set_view.h"
 
 class QPushButton;
@@ -66,7 +66,7 @@ class RecordPage : public QWidget, public EditingPage {
   QVBoxLayout* layout_;
   QHBoxLayout filters_;
   QHBoxLayout buttons_;
-  QLabel note_;
+  NamedLabel note_;
   std::vector<QVariant> shown_;  // what the filters were when the rows came
   bool reading_ = false;
   Later read_;

@@ -59,6 +59,11 @@ void RecordSetModel::ShowFields(const std::vector<std::string_view>& fields) {
   if (on_moved_) on_moved_();
 }
 
+void RecordSetModel::ReadFormats() {
+  ReadColumns();
+  TellAll();
+}
+
 void RecordSetModel::SetFieldEditable(std::string_view field, bool editable) {
   std::erase_if(read_only_, [field](const std::string& name) { return SameName(name, field); });
   if (!editable) read_only_.emplace_back(field);

@@ -49,6 +49,8 @@ class RecordSetModel : public QAbstractTableModel {
   /// Shows these fields in this order; those that the set does not have are left out. Number formats and
   /// labels are read anew.
   void ShowFields(const std::vector<std::string_view>& fields);
+  /// The number formats of the set are others now.
+  void ReadFormats();
   void SetEditable(bool editable) { editable_ = editable; }
   void SetFieldEditable(std::string_view field, bool editable);
   void SetFaultOf(FaultOf fault_of);
@@ -130,6 +132,7 @@ class RecordSetModel : public QAbstractTableModel {
   void RebuildOrder();
   void SortOrder();
   void TellCells(int row, int first_column, int last_column);
+  void TellAll();
   void Refuse(Rejected rejected);
   void ForgetRefused();
   bool Attempt(const std::function<void()>& action);

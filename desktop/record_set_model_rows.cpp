@@ -68,6 +68,11 @@ void RecordSetModel::TellCells(int row, int first_column, int last_column) {
   Q_EMIT dataChanged(index(row, first_column), index(row, last_column));
 }
 
+void RecordSetModel::TellAll() {
+  if (row_count_ == 0 || columnCount() == 0) return;
+  Q_EMIT dataChanged(index(0, 0), index(row_count_ - 1, columnCount() - 1));
+}
+
 void RecordSetModel::CameRow(std::size_t set_row) {
   for (std::size_t& row : order_) row += row >= set_row ? 1 : 0;
   const int at = IsIdentity() ? static_cast<int>(set_row) : row_count_;
@@ -195,9 +200,7 @@ void RecordSetModel::SetTextFilter(const QString& text) {
 
 void RecordSetModel::SetFaultOf(FaultOf fault_of) {
   fault_of_ = std::move(fault_of);
-  if (row_count_ > 0 && columnCount() > 0) {
-    Q_EMIT dataChanged(index(0, 0), index(row_count_ - 1, columnCount() - 1));
-  }
+  TellAll();
 }
 
 // --- ranges ---

@@ -199,6 +199,9 @@ bool RecordSetView::HandleKey(const QKeyEvent& event) {
   if (event.matches(QKeySequence::Copy)) return CopySelection(), true;
   if (event.matches(QKeySequence::Paste)) return PasteClipboard(), true;
   if (ctrl && event.key() == Qt::Key_Delete) return DeleteRow(), true;
+  const bool sorts = event.modifiers() == Qt::AltModifier && isSortingEnabled() && at.isValid();
+  if (sorts && event.key() == Qt::Key_Up) return sortByColumn(at.column(), Qt::AscendingOrder), true;
+  if (sorts && event.key() == Qt::Key_Down) return sortByColumn(at.column(), Qt::DescendingOrder), true;
   if (!plain) return false;
   switch (event.key()) {
     case Qt::Key_Escape:

@@ -1,5 +1,6 @@
 #include "desktop/report_page.h"
 
+#include <QAccessibleWidget>
 #include <QPainter>
 #include <algorithm>
 #include <iterator>
@@ -99,8 +100,22 @@ void ShowKindTitles(RecordSet& rows, std::size_t kind) {
 
 }  // namespace
 
-void BarChart::SetBars(std::vector<Bar> bars) {
+BarChart::BarChart() {
+  [[maybe_unused]] static const bool is_chart = [] {
+    QAccessible::installFactory([](const QString&, QObject* object) -> QAccessibleInterface* {
+      auto* const chart = dynamic_cast<BarChart*>(object);
+      return chart == nullptr ? nullptr : new QAccessibleWidget(chart, QAccessible::Chart);
+    });
+    return true;
+  }();
+}
+
+void BarChart::SetBars(const QString& title, std::vector<Bar> bars) {
   bars_ = std::move(bars);
+  QStringList told;
+  for (const Bar& bar : bars_) told.append(bar.name + QStringLiteral(": ") + bar.amount);
+  setAccessibleName(QStringLiteral("Grafikon: ") + title);
+  setAccessibleDescription(told.join(QStringLiteral("; ")));
   update();
 }
 
@@ -120,9 +135,12 @@ void BarChart::paintEvent(QPaintEvent* /*event*/) {
     const double wide = std::clamp(step - 2 * kSpace, 1.0, kWidest);
     const QRectF bar(left + (step - wide) / 2, text + room - high, wide, high);
     painter.fillRect(bar, bars_[i].value < 0 ? QColor(200, 80, 80) : palette().color(QPalette::Highlight));
-    const QRectF below(left, height() - text, step, text);
-    painter.drawText(below, Qt::AlignCenter,
-                     fontMetrics().elidedText(bars_[i].name, Qt::ElideRight, static_cast<int>(step)));
+    const auto write = [&](double top, const QString& what) {
+      painter.drawText(QRectF(left, top, step, text), Qt::AlignCenter,
+                       fontMetrics().elidedText(what, Qt::ElideRight, static_cast<int>(step)));
+    };
+    write(bar.top() - text, bars_[i].amount);
+    write(height() - text, bars_[i].name);
   }
 }
 
@@ -167,20 +185,29 @@ void ReportPage::Read() {
   ShowBars();
 }
 
+// The latest days, or the largest amounts.
 void ReportPage::ShowBars() {
   constexpr std::size_t kMost = 12;
   const Report& report = Reports()[static_cast<std::size_t>(report_.currentIndex())];
   const auto name = Rows().FindFieldIndex(report.name);
   const auto value = Rows().FindFieldIndex(report.value);
+  const auto side = Rows().FindFieldIndex("strana");
   std::vector<BarChart::Bar> bars;
   for (const RecordRow& row : Rows().Rows()) {
-    if (name && value) bars.push_back({ToQt(row.AsText(*name)), row.AsFloat(*value)});
+    if (!name || !value) break;
+    const std::string title = side ? row.AsText(*side) + " " + row.AsText(*name) + " %" : row.AsText(*name);
+    bars.push_back({ToQt(title), ToQt(row.DisplayText(*value)), row.AsFloat(*value)});
   }
-  std::stable_sort(bars.begin(), bars.end(), [&](const BarChart::Bar& a, const BarChart::Bar& b) {
-    return report.name != "datum" && std::abs(a.value) > std::abs(b.value);
-  });
-  if (bars.size() > kMost) bars.resize(kMost);
-  chart_.SetBars(std::move(bars));
+  const bool by_day = report.name == "datum";
+  if (!by_day) {
+    std::stable_sort(bars.begin(), bars.end(), [&](const BarChart::Bar& a, const BarChart::Bar& b) {
+      return std::abs(a.value) > std::abs(b.value);
+    });
+  }
+  const std::size_t surplus = bars.size() - std::min(bars.size(), kMost);
+  const auto from = by_day ? bars.begin() : bars.end() - static_cast<std::ptrdiff_t>(surplus);
+  bars.erase(from, from + static_cast<std::ptrdiff_t>(surplus));
+  chart_.SetBars(QString::fromUtf16(report.title), std::move(bars));
 }
 
 }  // namespace mox

@@ -7,14 +7,16 @@
 
 namespace mox {
 
-/// Bars of amounts with their names, for a look.
+/// Bars of amounts with their names, for a look; who cannot see them is told the same.
 class BarChart : public QWidget {
  public:
   struct Bar {
     QString name;
+    QString amount;
     double value;
   };
-  void SetBars(std::vector<Bar> bars);
+  BarChart();
+  void SetBars(const QString& title, std::vector<Bar> bars);
   QSize sizeHint() const override { return {400, 160}; }
 
  protected:

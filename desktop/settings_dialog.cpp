@@ -7,6 +7,7 @@
 
 #include "desktop/dialog_buttons.h"
 #include "desktop/dialogs.h"
+#include "mox/foundation/app.h"
 #include "mox/foundation/precision.h"
 
 namespace mox {
@@ -19,8 +20,14 @@ struct Digits {
   void (*set_mask)();
 };
 
-constexpr std::array<Digits, 3> kDigits = {
-    {{u"&Nabavne cijene:", GetNcCalcDigit, SetNcCalcDigit, SetNcCalcMask},
+void SetKolDecimalPlaces(int decimals) { App().Ini().WriteInteger("GENERAL", "KOL_NUM", decimals); }
+void SetKolMask() {
+  App().Ini().WriteString("GENERAL", "KOL_MASK", GetFieldDisplayFormat(GetKolDecimalPlaces()));
+}
+
+constexpr std::array<Digits, 4> kDigits = {
+    {{u"&Količine:", GetKolDecimalPlaces, SetKolDecimalPlaces, SetKolMask},
+     {u"&Nabavne cijene:", GetNcCalcDigit, SetNcCalcDigit, SetNcCalcMask},
      {u"&Prodajne cijene:", GetPcCalcDigit, SetPcCalcDigit, SetPcCalcMask},
      {u"&Fakturne cijene:", GetFcCalcDigit, SetFcCalcDigit, SetFcCalcMask}}};
 

@@ -71,10 +71,11 @@ void StatusForm::showEvent(QShowEvent* event) {
   QDialog::showEvent(event);
 }
 
-// A person who types ahead neither ends the work nor loses a key.
+// A person who types ahead neither ends the work nor loses a key. What the work asks takes its keys itself.
 bool StatusForm::eventFilter(QObject* watched, QEvent* event) {
   const bool is_key = event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
-  if (!is_key || !watched->isWindowType()) return QDialog::eventFilter(watched, event);
+  const bool asks = QApplication::activeModalWidget() != this;
+  if (!is_key || asks || !watched->isWindowType()) return QDialog::eventFilter(watched, event);
   const auto& key = static_cast<const QKeyEvent&>(*event);
   if (key.key() == Qt::Key_Escape) {
     if (event->type() == QEvent::KeyPress) reject();

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QGridLayout>
-#include <QLabel>
 #include <QTabWidget>
 #include <QWidget>
 #include <cstdint>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "desktop/field_edit.h"
+#include "desktop/named_label.h"
 #include "desktop/record_set_view.h"
 
 namespace mox {
@@ -56,9 +56,9 @@ class StoredDocumentPage : public QWidget {
   Shown links_;
   QWidget side_;  // before what stands on it, which goes first
   Shown taxes_;
-  QLabel total_;
-  QLabel paid_;
-  QLabel note_;
+  NamedLabel total_;
+  NamedLabel paid_;
+  NamedLabel note_;
 };
 
 }  // namespace mox

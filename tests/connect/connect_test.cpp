@@ -1,9 +1,6 @@
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "appserver/database_location.h"
 #include "connect/login_store.h"
@@ -15,6 +12,7 @@
 #include "mox/foundation/files.h"
 #include "mox/server/param_list.h"
 #include "tests/fakes/scratch_folder.h"
+#include "tests/fakes/silent_server.h"
 
 namespace mox {
 namespace {
@@ -131,17 +129,8 @@ TEST(LoginStore, KeepsSessionsForTheirOwnerAlone) {
 // A server that takes connections and says nothing: what is asked of it is not waited for any more, and of a
 // write it is told that nothing was sent.
 TEST(ServerConnection, EndsWhatItWaitsFor) {
-  const int listener = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof(address);
-  auto* const where = reinterpret_cast<sockaddr*>(&address);
-  ASSERT_EQ(::bind(listener, where, size), 0);
-  ASSERT_EQ(::listen(listener, 8), 0);
-  ASSERT_EQ(::getsockname(listener, where, &size), 0);
-  const auto server =
-      ServerAddress::Parse("https://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/a");
+  const SilentServer silent;
+  const auto server = ServerAddress::Parse("https://" + silent.Address() + "/a");
   const auto hour = std::chrono::hours(1);
   ServerConnection connection(server, {"token", "ana", ""}, {hour, hour, hour, hour});
   connection.EndRequests(true);
@@ -159,7 +148,6 @@ TEST(ServerConnection, EndsWhatItWaitsFor) {
                 connection.WriteDataService({{"UplataInsert", Value()}});
               }),
               testing::HasSubstr("nothing was stored"));
-  ::close(listener);
 }
 
 }  // namespace

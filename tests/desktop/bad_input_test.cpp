@@ -1,10 +1,12 @@
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <QClipboard>
 #include <QDropEvent>
 #include <QMimeData>
 #include <QStyleOptionViewItem>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 
 #include "desktop/croatian.h"
@@ -90,7 +92,9 @@ TEST_F(DesktopTest, TakesDroppedSheetsAndKeepsRowsWhereThereIsNone) {
                         {folder_ / "nema.xlsx", "nema takve datoteke"},
                         {write("pola.xlsx", sheet.substr(0, sheet.size() / 2)), "oštećena"},
                         {write("racun.csv", "%PDF-1.5 ..."), "to je PDF"},
-                        {folder_.path().string(), "to je mapa"}};
+                        {folder_.path().string(), "to je mapa"},
+                        {folder_ / "cijev", "to je cijev"}};
+  ASSERT_EQ(::mkfifo((folder_ / "cijev").c_str(), 0600), 0);
   person_.WillDo([&](QWidget* dialog) {
     RecordSetView* const grid = Lines(dialog, "Redci za uvoz");
     for (const Case& c : cases) {
@@ -245,6 +249,29 @@ TEST_F(DesktopTest, KeepsADocumentWhileTheDiskIsFull) {
   EXPECT_FALSE(editor->IsStored());
   EXPECT_THAT(person_.read, Contains(HasSubstr("Radnja nije izvršena")));
   EXPECT_EQ(Cell(Lines(editor, "Usluge"), 0, "naziv"), "Obuka");
+  Press(editor, Qt::Key_F9);
+  EXPECT_TRUE(editor->IsStored());
+}
+
+// A file that another program takes away or replaces is not written any more, and what is entered stays.
+TEST_F(DesktopTest, KeepsADocumentWhileItsFileIsAway) {
+  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  const std::string away = folder_ / "drugdje.db";
+  const auto refuses = [&] {
+    person_.read.clear();
+    Press(editor, Qt::Key_F9);
+    EXPECT_THAT(person_.read, Contains(HasSubstr("premještena, zamijenjena ili obrisana")));
+    EXPECT_FALSE(editor->IsStored());
+    EXPECT_EQ(Cell(Lines(editor, "Usluge"), 0, "naziv"), "Obuka");
+  };
+  const auto move = [](const std::string& from, const std::string& to) {
+    for (const char* const ending : {"", "-wal", "-shm"}) std::filesystem::rename(from + ending, to + ending);
+  };
+  move(company_, away);
+  refuses();
+  Database::Create(company_, WithDemo::kYes);
+  refuses();
+  move(away, company_);
   Press(editor, Qt::Key_F9);
   EXPECT_TRUE(editor->IsStored());
 }

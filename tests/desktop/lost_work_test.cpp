@@ -4,6 +4,7 @@
 
 #include <QClipboard>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 
 #include "desktop/import_dialog.h"
@@ -74,6 +75,7 @@ TEST_F(LostWorkTest, AFileTakesThePlaceOfRowsOnlyOnAYes) {
     person_.WillPress("Da");
     grid->OpenSheetFile(sheet);
     EXPECT_EQ(Cell(rows, 0, "OPIS"), "Prvi");
+    std::filesystem::remove(FromQt(sheet));  // its rows are here
     // Rows that come from elsewhere are journalled so.
     Paste(grid, 1, "99993\tTreći");
     person_.WillPress("Da");

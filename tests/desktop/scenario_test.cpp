@@ -1,8 +1,13 @@
+#include <QAction>
 #include <QClipboard>
+#include <QComboBox>
+#include <QSpinBox>
+#include <cmath>
 #include <fstream>
 
 #include "desktop/codebook_page.h"
 #include "desktop/import_dialog.h"
+#include "desktop/report_page.h"
 #include "mox/codes/exchange_rates.h"
 #include "mox/entry/document_entry.h"
 #include "mox/foundation/clock.h"
@@ -301,6 +306,11 @@ TEST_F(DesktopTest, StoresRowsOfACodebookAsTheyAreLeft) {
   EXPECT_EQ(rows->Model().rowCount(), before + 1);
   const auto stored = CreateDBDataSet("Kat\\jm", "jm", {{"trazi", Value("vreca")}});
   EXPECT_EQ(stored->RowCount(), 1U);
+  Go(rows, 0, "naziv");
+  for (const auto& [key, first] : {std::pair(Qt::Key_Down, true), {Qt::Key_Up, false}}) {
+    QTest::keyClick(rows, key, Qt::AltModifier);
+    EXPECT_EQ(QString::localeAwareCompare(Cell(rows, 0, "naziv"), Cell(rows, before, "naziv")) > 0, first);
+  }
 }
 
 // F4 in a cell that names a row of another codebook: all cells of that row take what was chosen.
@@ -378,6 +388,122 @@ TEST_F(DesktopTest, ComparesTheSupplierDocumentWithTheLines) {
   EXPECT_EQ(enter("2500"), "");
   Press(editor, Qt::Key_F9);
   EXPECT_TRUE(editor->IsStored());
+}
+
+// What the partner owes beyond his limit is asked about, or refused, before anything is stored.
+TEST_F(DesktopTest, AsksForCreditBeforeItStores) {
+  const struct {
+    bool may_exceed;
+    const char* answer;
+    const char* told;
+    bool stored;
+  } cases[] = {{false, "U redu", "Kreditni limit partnera je prekoračen.", false},
+               {true, "Ne", "Kreditni limit partnera je prekoračen.\r\nNastavak rada?", false},
+               {true, "Da", "Kreditni limit partnera je prekoračen.\r\nNastavak rada?", true}};
+  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  QTest::keyClick(Line(editor, "Partner"), Qt::Key_F4);
+  for (const auto& c : cases) {
+    Database(company_).Execute("UPDATE par SET limit_duga = 359, fakturiranje_limit_duga = :smije",
+                               {c.may_exceed});
+    person_.read.clear();
+    person_.WillPress(c.answer);
+    Press(editor, Qt::Key_F9);
+    EXPECT_THAT(person_.read,
+                ElementsAre("Upozorenje! | Prekoračenje kreditnog limita | " + std::string(c.told)));
+    EXPECT_EQ(editor->IsStored(), c.stored);
+    EXPECT_EQ(StoredDocuments().size(), c.stored ? 1U : 0U);
+  }
+}
+
+// A setting of decimals holds for what is shown, also in pages that are open, and for what is typed.
+TEST_F(DesktopTest, ShowsAsManyDecimalsAsAreSet) {
+  const struct {
+    const char* digits;
+    const char* mask;
+    const char* kind;
+    const char* field;
+  } cases[] = {{"KOL_NUM", "KOL_MASK", "predracun", "kolicina"},
+               {"NC_CALC_DIGIT", "NC_CALC_MASK", "pocetno-stanje", "nc"},
+               {"PC_CALC_DIGIT", "PC_CALC_MASK", "predracun", "pc"},
+               {"FC_CALC_DIGIT", "FC_CALC_MASK", "primka-kalkulacija", "fc"}};
+  const auto set = [this](std::size_t place, const QString& decimals) {
+    person_.WillDo([place, decimals](QWidget* dialog) {
+      auto* const digits = dialog->findChildren<QSpinBox*>()[static_cast<qsizetype>(place)];
+      digits->selectAll();
+      QTest::keyClicks(digits, decimals);
+      PressButton(dialog, "Pohrani");
+    });
+    for (QAction* const action : window_->findChildren<QAction*>()) {
+      if (action->text() == QStringLiteral("&Broj decimala…")) action->trigger();
+    }
+    Settle();
+  };
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    const auto& c = cases[i];
+    SCOPED_TRACE(c.digits);
+    RecordSetView* const lines = Lines(New(c.kind));
+    QTest::keyClick(lines, Qt::Key_Insert);
+    const auto type = [&](const char* text) {
+      Go(lines, 0, c.field);
+      Type(lines, QString::fromUtf8(text));
+      return FromQt(Cell(lines, 0, c.field));
+    };
+    EXPECT_EQ(type("1234,5678"), "1.234,57");
+    set(i, "4");
+    EXPECT_EQ(Cell(lines, 0, c.field), "1.234,5678");
+    EXPECT_EQ(type("0,5"), "0,5000");
+    EXPECT_EQ(App().Ini().ReadInteger("GENERAL", c.digits, 2), 4);
+    EXPECT_EQ(App().Ini().ReadString("GENERAL", c.mask, ""), "#,0.0000;-#,0.0000");
+    set(i, "0");
+    EXPECT_EQ(type("7,4"), "7");
+    set(i, "2");
+  }
+}
+
+// The bars of a report are as high as its amounts, below zero in another colour, and tell the same in words.
+TEST_F(DesktopTest, DrawsTurnoverAndTax) {
+  for (const char* const line :
+       {"\tObuka\tdan\t1\t400\t0\t25\n", "\tKnjiga\tkom\t1\t100\t0\t5\n", "\tPovrat\tkom\t-1\t80\t0\t13\n"}) {
+    Press(Enter("racun-usluga", "Usluge", line), Qt::Key_F9);
+  }
+  Press(Enter("predracun", "Stavke", "\tStol\tkom\t1\t100\t0\t0\t0\t25\n"), Qt::Key_F9);
+  window_->ShowReports();
+  QWidget* const page = window_->Tabs().currentWidget();
+  QWidget* chart = nullptr;
+  for (QWidget* const child : page->findChildren<QWidget*>()) {
+    if (dynamic_cast<BarChart*>(child) != nullptr) chart = child;
+  }
+  ASSERT_NE(chart, nullptr);
+  const struct {
+    const char* report;
+    const char* told;
+    std::vector<double> amounts;
+  } cases[] = {
+      {"Promet po danima", ": 514,60", {514.6}},
+      {"PDV po stopama", "izlazni 25 %: 100,00; izlazni 13 %: -10,40; izlazni 5 %: 5,00", {100, -10.4, 5}}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.report);
+    page->findChild<QComboBox*>()->setCurrentText(QString::fromUtf8(c.report));
+    Settle();
+    EXPECT_EQ(FromQt(chart->accessibleName()), "Grafikon: " + std::string(c.report));
+    EXPECT_THAT(FromQt(chart->accessibleDescription()), testing::EndsWith(c.told));
+    const QImage image = chart->grab().toImage();
+    const double ratio = image.devicePixelRatio();
+    const auto height = [&](std::size_t bar, const QColor& color) {
+      const int x = static_cast<int>(image.width() * (static_cast<double>(bar) + 0.5) /
+                                     static_cast<double>(c.amounts.size()));
+      int rows = 0;
+      for (int y = 0; y < image.height(); ++y) rows += image.pixelColor(x, y) == color ? 1 : 0;
+      return rows / ratio;
+    };
+    const double highest = height(0, chart->palette().color(QPalette::Highlight));
+    EXPECT_GT(highest, 50);
+    for (std::size_t i = 0; i < c.amounts.size(); ++i) {
+      const QColor color =
+          c.amounts[i] < 0 ? QColor(200, 80, 80) : chart->palette().color(QPalette::Highlight);
+      EXPECT_NEAR(height(i, color), highest * std::abs(c.amounts[i]) / c.amounts[0], 2) << i;
+    }
+  }
 }
 
 TEST_F(DesktopTest, AsksForValues) {

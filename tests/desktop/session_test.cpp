@@ -1,10 +1,16 @@
 // Sessions with servers: what is not read without one is read once there is one.
 
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <filesystem>
+
 #include "desktop/croatian.h"
 #include "mox/server/read_services.h"
 #include "moxd/error_reply.h"
 #include "tests/desktop/desktop_fixture.h"
 #include "tests/desktop/servers.h"
+#include "tests/fakes/postgresql_server.h"
+#include "tests/fakes/silent_server.h"
 
 namespace mox {
 namespace {
@@ -46,19 +52,18 @@ class SessionTest : public DesktopTest {
   }
   ~SessionTest() override { qunsetenv("XDG_STATE_HOME"); }
   void SetDoors() {
-    host_->SetDoors({.open = [this](const std::string& address) -> std::unique_ptr<CompanyAccess> {
-                       if (!address.starts_with("https://")) return OpenCompany(address);
-                       if (away_)
-                         throw DatabaseUnavailable(address + ": cannot be reached: Connection refused");
-                       return std::make_unique<GuardedServer>(company_, session_);
-                     },
-                     .log_in = [this](const ServerAddress&, const std::string& user,
-                                      const std::string& password, const std::string&) -> StoredLogin {
-                       if (password != "tajna")
-                         throw Error("https://posluzitelj: the user or the password is wrong");
-                       session_ = true;
-                       return {"znak", user, {}};
-                     }});
+    host_->SetDoors(
+        {.open = [this](const std::string& address) -> std::unique_ptr<CompanyAccess> {
+           if (!address.starts_with("https://")) return OpenCompany(address);
+           if (away_) throw DatabaseUnavailable(address + ": cannot be reached: Connection refused");
+           return std::make_unique<GuardedServer>(company_, session_);
+         },
+         .log_in = [this](const ServerAddress&, const std::string& user, const std::string& password,
+                          const std::string&, const EndFlag&) -> StoredLogin {
+           if (password != "tajna") throw Error("https://posluzitelj: the user or the password is wrong");
+           session_ = true;
+           return {"znak", user, {}};
+         }});
   }
   void WillLogIn() {
     person_.WillDo([](QWidget* dialog) {
@@ -143,6 +148,79 @@ TEST_F(SessionTest, LosesNothingForACompanyThatDoesNotAnswer) {
   person_.WillPress("Da");
   window_->OpenCompany(company_);
   stays();
+}
+
+// Who ends what does not answer goes on at once, and nothing of it is left, nor keeps the program from
+// ending.
+TEST_F(DesktopTest, EndsWhatDoesNotAnswer) {
+  const SilentServer silent;
+  const std::string postgresql = "postgresql://ana@" + silent.Address() + "/x?company=a&connect_timeout=2";
+  const std::function<void()> cases[] = {
+      [&] {
+        host_->LogIn(ServerAddress::Parse("https://" + silent.Address() + "/firma"), "ana", "tajna", {});
+      },
+      [&] { window_->OpenCompany(postgresql); },
+      [&] { window_->CreateCompany(ToQt(postgresql), WithDemo::kYes); },
+  };
+  QElapsedTimer since;
+  qint64 waited = 0;
+  person_.on_status = [&](QWidget* status) {
+    since.start();
+    static_cast<QDialog*>(status)->reject();
+  };
+  for (const auto& ask : cases) {
+    EXPECT_THROW(ask(), Abort);
+    waited = std::max(waited, since.elapsed());
+    EXPECT_EQ(App().Company().CompanyPath(), company_);
+  }
+  person_.on_status = nullptr;
+  EXPECT_LT(waited, 1000);
+  since.start();
+  Stop();
+  EXPECT_LT(since.elapsed(), 10'000);
+}
+
+// A company on PostgreSQL is chosen by its address, remembered, worked in and copied into a file.
+TEST_F(DesktopTest, WorksInACompanyOnPostgresql) {
+  const DatabaseLocation place = PostgresqlServer::NewCompany();
+  Database::Create(place, WithDemo::kYes);
+  person_.WillDo([&](QWidget* dialog) {
+    auto* const address = dialog->findChild<QComboBox*>()->lineEdit();
+    Fill(address, ToQt(place.ToString()));
+    QTest::keyClick(address, Qt::Key_Return);
+  });
+  Press(window_.get(), Qt::Key_O, Qt::ControlModifier);
+  EXPECT_EQ(App().Company().CompanyPath(), place.ToString());
+  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  Press(editor, Qt::Key_F9);
+  EXPECT_TRUE(editor->IsStored());
+  Stop();
+  host_ = std::make_unique<DesktopHost>(folder_ / "mox.ini", folder_ / "");
+  window_ = std::make_unique<MainWindow>(*host_);
+  window_->show();
+  window_->OpenCompany(host_->LastCompany());
+  EXPECT_EQ(App().Company().CompanyPath(), place.ToString());
+  EXPECT_EQ(CreateDBDataSet("Dokumenti", "adsList", {})->RowCount(), 1U);
+
+  // One that waits for others is ended, and leaves nothing behind.
+  const std::string copy = folder_ / "kopija.db";
+  Database database(place);
+  auto alone = std::make_unique<WriteTransaction>(database);
+  database.Execute("LOCK TABLE dok IN ACCESS EXCLUSIVE MODE");
+  person_.on_status = [&](QWidget* status) {
+    static_cast<QDialog*>(status)->reject();
+    alone.reset();
+  };
+  EXPECT_FALSE(Guarded([&] { window_->BackUpTo(ToQt(copy)); }));
+  person_.on_status = nullptr;
+  for (const auto& file : std::filesystem::directory_iterator(folder_.path())) {
+    EXPECT_THAT(file.path().filename().string(), Not(HasSubstr("kopija")));
+  }
+  window_->BackUpTo(ToQt(copy));
+  window_->OpenCompany(copy);
+  EXPECT_EQ(CreateDBDataSet("Dokumenti", "adsList", {})->RowCount(), 1U);
+  Stop();
+  PostgresqlServer::Drop(place);
 }
 
 // Whatever a server answers is said in Croatian.

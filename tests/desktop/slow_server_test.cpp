@@ -4,6 +4,7 @@
 #include <QComboBox>
 
 #include "desktop/import_dialog.h"
+#include "desktop/status_window.h"
 #include "mox/codes/exchange_rates.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/locale_text.h"
@@ -203,6 +204,25 @@ TEST_F(SlowServerTest, KeepsWhatIsTypedMeanwhile) {
   EXPECT_TRUE(typed);
   EXPECT_EQ(search->text(), "kg ");
   EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("Redaka: "));
+}
+
+// What is asked while the status form is there is answered by the keyboard.
+TEST_F(SlowServerTest, AsksInTheMiddleOfLongWork) {
+  const LongRun run(*host_, QStringLiteral("Posao"));
+  bool shown = false;
+  person_.on_status = [&](QWidget*) {
+    if (std::exchange(shown, true)) return;
+    server_->answers.release();
+  };
+  server_->slow = "Kat\\jm";
+  CreateDBDataSet("Kat\\jm", "jm", {});
+  ASSERT_TRUE(shown);
+  person_.WillDo([](QWidget* question) {
+    QTest::keyClick(question->windowHandle(), Qt::Key_Return);
+    EXPECT_FALSE(question->isVisible());
+    static_cast<QDialog*>(question)->reject();
+  });
+  EXPECT_TRUE(Ask("Naslov", "Pitanje?"));
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "mox/foundation/files.h"
 #include "mox/server/transactions.h"
 #include "tests/desktop/desktop_fixture.h"
+#include "tests/fakes/silent_server.h"
 
 namespace mox {
 namespace {
@@ -25,9 +26,10 @@ using testing::StartsWith;
 class StoredDocumentTest : public DesktopTest {
  protected:
   // An invoice of two services that is paid later, opened from the list.
-  StoredDocumentPage* Open() {
+  StoredDocumentPage* Open(const char16_t* partner = u"") {
     DocumentEditor* const editor =
         Enter("racun-usluga", "Usluge", "\tSavjetovanje\tsat\t3\t60\t0\t25\n\tObuka\tdan\t1\t320\t10\t25\n");
+    Fill(Line(editor, "Partner"), QString::fromUtf16(partner));
     QTest::keyClick(Line(editor, "Partner"), Qt::Key_F4);  // the first one
     Press(editor, Qt::Key_F9);
     window_->ShowDocuments();
@@ -237,6 +239,28 @@ TEST_F(StoredDocumentTest, ShowsTheCodeOfAFiscalReceipt) {
                        LocalNow()});  // the document is of today
   ASSERT_TRUE(ExecuteTransaction("FiskalniPodaciUpis", {&fiscal})) << host_->Server().WriteRefusal();
   EXPECT_THAT(shown(), HasSubstr("zki=0123456789abcdef0123456789abcdef"));
+}
+
+// An e-invoice that is ended on its way may have arrived: so it is said, and asked before it goes once more.
+TEST_F(StoredDocumentTest, TellsWhatIsKnownOfAnEInvoiceThatWasEnded) {
+  const SilentServer intermediary;
+  StoredDocumentPage* const page = Open(u"Ana");
+  RecordSet account("Parametri");
+  for (const char* const field : {"naziv", "vrijednost"}) account.DefineField(field, FieldKind::kText);
+  account.Open();
+  for (const auto& [name, value] : std::initializer_list<std::pair<const char*, std::string>>{
+           {"EracunSendB2CBills", "true"},
+           {"EracunB2CUrl", "http://" + intermediary.Address() + "/b2c"},
+           {"EracunUserName", "ana"},
+           {"EracunKey", "tajna"}}) {
+    account.AppendRecord({std::string(name), value});
+  }
+  ASSERT_TRUE(ExecuteTransaction("ParametriPoduzecaUpdate", {&account})) << host_->Server().WriteRefusal();
+  person_.on_status = [](QWidget* status) { static_cast<QDialog*>(status)->reject(); };
+  Press(page, Qt::Key_E, Qt::ControlModifier);
+  person_.on_status = nullptr;
+  EXPECT_THAT(person_.read.back(), HasSubstr("eRačun je možda poslan, a odgovor nije stigao."));
+  EXPECT_THAT(FromQt(Label(page, "Napomena")->text()), testing::Not(HasSubstr("eRačun je poslan")));
 }
 
 }  // namespace
