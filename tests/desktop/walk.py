@@ -34,7 +34,8 @@ def find(node, role, name, depth=14, whole=False, showing=False):
             named = child.name == name if whole else name in child.name
             if is_role == role and named and (not showing or child.getState().contains(pyatspi.STATE_SHOWING)):
                 return child
-            if is_role == "table":  # its cells are many, and nothing stands in them
+            # Cells are many, and nothing stands in them; in menus stand items alone.
+            if is_role == "table" or (is_role == "menu bar" and role != "menu item"):
                 continue
         except Exception:
             continue
