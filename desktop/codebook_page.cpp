@@ -127,6 +127,7 @@ RecordSet CodebookPage::CurrentRow() const {
 
 // A field that names a row of another codebook: all fields that name the same row take what was chosen.
 bool CodebookPage::LookUpCell(std::string_view field) {
+  if (IsStale()) return false;
   const Codebook* const own = FindCodebook(name_);
   const CodebookField* const asked = own == nullptr ? nullptr : FindRow(own->fields, field);
   if (asked == nullptr || asked->reference.empty()) return false;
@@ -170,11 +171,12 @@ void CodebookPage::ShowPicture() {
 
 void CodebookPage::DeleteRow() {
   if (Rows().State() == DataSetState::kInsert) return Model().revert();
+  if (IsStale()) throw Error("Redci nisu ponovo pročitani; osvježite ih (F5).");
   if (Model().CurrentTableRow() < 0 || !AskToLose("Brisanje", "Obrisati odabrani redak?")) return;
   Model().revert();
   RecordSet row = CurrentRow();
   Send("KatalogBrisanje", row);
-  Reload();
+  ReadAgain(QStringLiteral("Redak je obrisan."));
 }
 
 }  // namespace mox

@@ -73,13 +73,11 @@ constexpr Message kMessages[] = {
     {"the request waited too long for its turn, and nothing was done",
      "zahtjev je predugo čekao na red i ništa nije napravljeno; pokušajte ponovo"},
     {"{}: cannot be reached: {}; nothing was stored",
-     "{}: poslužitelj nije dostupan ({}). Ništa nije pohranjeno; upisano je i dalje na zaslonu."},
+     "{}: poslužitelj nije dostupan ({}). Ništa nije pohranjeno."},
     {"{}; it is not known whether the request was stored: look before you store it again{}",
-     "{}. Ne zna se je li pohranjeno: provjerite popis prije ponovne pohrane. Upisano je i dalje na "
-     "zaslonu."},
+     "{}. Ne zna se je li pohranjeno: provjerite popis prije ponovne pohrane."},
     {"{}: it is not known whether the request was stored: look before you store it again{}",
-     "{}: ne zna se je li pohranjeno: provjerite popis prije ponovne pohrane. Upisano je i dalje na "
-     "zaslonu."},
+     "{}: ne zna se je li pohranjeno: provjerite popis prije ponovne pohrane."},
     {"the request was ended by the user", "Čekanje odgovora je prekinuto"},
     {"{}: the connection to the server was lost", "{}: veza s bazom je prekinuta"},
     {"{}; nothing was stored", "{}. Ništa nije pohranjeno."},

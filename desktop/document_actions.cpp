@@ -8,6 +8,7 @@
 #include "desktop/mail_page.h"
 #include "desktop/print_dialog.h"
 #include "desktop/status_window.h"
+#include "desktop/storing.h"
 #include "mox/documents/storno.h"
 #include "mox/entry/document_entry.h"
 #include "mox/foundation/clock.h"
@@ -22,6 +23,10 @@ void RequireStored(DesktopHost& host, bool stored) {
   if (!stored) throw Error(FromQt(RefusalOf(host.Server())));
 }
 
+void ShowChanged(const DocumentActions& actions, const char16_t* done) {
+  ReadAfter(QString::fromUtf16(done), actions.changed, actions.note);
+}
+
 void Cancel(const DocumentActions& actions) {
   const std::int64_t id = actions.document();
   if (!Ask("Storno", "Stornirati odabrani dokument? Nastaje njegov protudokument.")) return;
@@ -33,7 +38,7 @@ void Cancel(const DocumentActions& actions) {
   header.Post();
   AllowNegativeStock(header);
   RequireStored(actions.host, StoreStorno(header));
-  actions.changed();
+  ShowChanged(actions, u"Dokument je storniran.");
 }
 
 void Pay(const DocumentActions& actions) {
@@ -47,7 +52,7 @@ void Pay(const DocumentActions& actions) {
   const auto day = dialogs.InputDate("Uplata", "Datum uplate:", Today());
   if (!day) return;
   RequireStored(actions.host, StorePayment(id, Currency::FromReal(*amount), *day));
-  actions.changed();
+  ShowChanged(actions, u"Uplata je upisana.");
 }
 
 void Print(const DocumentActions& actions) { PrintDialog(actions.document(), actions.page).exec(); }

@@ -59,12 +59,10 @@ class DesktopHost::Request {
       try {
         host_.look_();
       } catch (const Abort&) {
-        if (!since_ended.isValid()) {
-          End();
-          since_ended.start();
-        }
-        if (since_ended.elapsed() > kToTell) throw DatabaseUnavailable(NotAwaited());
+        End();
+        if (!since_ended.isValid()) since_ended.start();
       }
+      if (since_ended.isValid() && since_ended.elapsed() > kToTell) throw DatabaseUnavailable(NotAwaited());
     });
   }
 

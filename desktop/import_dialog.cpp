@@ -21,6 +21,7 @@
 #include "desktop/host.h"
 #include "desktop/import_window.h"
 #include "desktop/keys.h"
+#include "desktop/storing.h"
 #include "desktop/window_place.h"
 #include "mox/foundation/files.h"
 #include "mox/foundation/text.h"
@@ -323,7 +324,7 @@ void ImportDialog::TakeUp(const KeptImport& kept) {
 void ImportDialog::Check() {
   Run([this] {
     host_.Server().SetRehearsing(false);
-    form_.ProvjeraIUvozClick();
+    StoreWhatIsShown([this] { form_.ProvjeraIUvozClick(); });
     if (form_.Outcome() != ImportOutcome::kRefused) return;
     ShowRefusedCells();
     ShowVelorDialog(TVCustomDialogType::kError, "Upozorenje", "Ništa nije pohranjeno.",

@@ -44,8 +44,7 @@ void ImportJournalPage::TakeBack() {
       throw Error(FromQt(RefusalOf(Host().Server())));
     }
   }
-  Reload();
-  SetNote(QStringLiteral("Uvoz je poništen."));
+  ReadAgain(QStringLiteral("Uvoz je poništen."));
 }
 
 }  // namespace mox

@@ -80,10 +80,10 @@ QString MailDocument(DesktopHost& host, std::int64_t id) {
   const auto to = App().Dialogs().InputBox("Pošta", "E-mail adresa primatelja:", known);
   if (!to) return {};
   const OutboxMail mail = sender.Box().Put(id, FromQt(ToQt(*to).trimmed()));
+  const bool keeps_template = sender.Box().HasOtherTemplate(mail);
   const QString told = sender.SendAgreed(mail);
-  return sender.Box().HasOtherTemplate(mail)
-             ? told + QStringLiteral(" Ostaje joj predložak s kojim je prvi put zatražena.")
-             : told;
+  return keeps_template ? told + QStringLiteral(" Ostaje joj predložak s kojim je prvi put zatražena.")
+                        : told;
 }
 
 MailPage::MailPage(DesktopHost& host)
@@ -128,8 +128,7 @@ std::int64_t MailPage::CurrentId() const {
 void MailPage::Send() {
   MailSender sender(Host());
   const QString told = sender.SendAgreed(sender.Box().Find(CurrentId()));
-  Reload();
-  SetNote(told);
+  ReadAgain(told);
 }
 
 // What the user knows of a mail: that nobody is to get it, or that it has come.
@@ -140,7 +139,7 @@ void MailPage::Settle(MailEnd end) {
   const char* const question = end == MailEnd::kSent ? "Upisati da je stigla?" : "Povući je?";
   if (!AskToLose(what, question)) return;
   sender.Box().Settle(mail, end);
-  Reload();
+  ReadAgain(QStringLiteral("Upisano je."));
 }
 
 MailAccountDialog::MailAccountDialog(DesktopHost& host, QWidget* parent) : QDialog(parent), host_(host) {

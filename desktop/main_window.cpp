@@ -31,6 +31,7 @@
 #include "desktop/stored_document.h"
 #include "desktop/users_page.h"
 #include "desktop/window_place.h"
+#include "mox/host/system_platform.h"
 #include "mox/import/import_grid.h"
 #include "mox/import/import_profiles.h"
 
@@ -225,7 +226,7 @@ bool MainWindow::CloseTab(int index) {
   auto* const editing = dynamic_cast<EditingPage*>(page);
   if (editing != nullptr && !editing->MayClose()) return false;
   tabs_.removeTab(index);
-  delete page;
+  page->deleteLater();  // it may be at work
   if (tabs_.currentWidget() != nullptr) tabs_.currentWidget()->setFocus();
   return true;
 }
@@ -282,20 +283,31 @@ std::shared_ptr<CompanyAccess> MainWindow::Connect(const std::string& location) 
 void MainWindow::LogIn() {
   const std::string path = host_.IsOpen() ? App().Company().CompanyPath() : host_.LastCompany();
   if (!IsServerAddress(path)) throw Error("Prijava je potrebna samo za tvrtku na poslužitelju.");
-  if (LoginDialog(host_, ServerAddress::Parse(path), LoginName(), this).exec() != QDialog::Accepted) return;
+  const ServerAddress address = ServerAddress::Parse(path);
+  const auto user = [&address] {
+    const auto login = LoginStore(SystemPlatform::UserStateFolder()).Find(address.server);
+    return login ? login->user : std::string();
+  };
+  const std::string before = user();
+  if (LoginDialog(host_, address, LoginName(), this).exec() != QDialog::Accepted) return;
   if (!host_.IsOpen()) return OpenCompany(path);
   host_.Reconnect();
   ShowTitle();
-  ReadPagesAnew();
+  ReadPagesAnew(user() != before);
   if (tabs_.count() == 0) Guarded([this] { ShowDocuments(); });
   OfferDrafts();
 }
 
-void MainWindow::ReadPagesAnew() {
-  for (int i = 0; i < tabs_.count(); ++i) {
+// What another user may not read is not left on the screen.
+void MainWindow::ReadPagesAnew(bool by_another) {
+  for (int i = tabs_.count(); i-- > 0;) {
     QWidget* const page = tabs_.widget(i);
-    if (auto* const rows = dynamic_cast<RecordPage*>(page)) Guarded([rows] { rows->Reload(); });
-    if (auto* const stored = dynamic_cast<StoredDocumentPage*>(page)) Guarded([stored] { stored->Reload(); });
+    if (auto* const rows = dynamic_cast<RecordPage*>(page)) {
+      if (by_another) rows->Clear();
+      Guarded([rows] { rows->Reload(); });
+    }
+    auto* const stored = dynamic_cast<StoredDocumentPage*>(page);
+    if (stored != nullptr && !Guarded([stored] { stored->Reload(); }) && by_another) CloseTab(i);
     if (auto* const editor = dynamic_cast<DocumentEditor*>(page)) editor->ReadFormats();
   }
 }

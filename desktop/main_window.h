@@ -52,7 +52,7 @@ class MainWindow : public QMainWindow, public TMainForm {
   QAction* Add(QMenu* menu, const QString& text, const QKeySequence& key, void (MainWindow::*action)());
   void Import(const std::string& key);
   void OfferDrafts();
-  void ReadPagesAnew();
+  void ReadPagesAnew(bool by_another = false);
   DocumentEditor* AddEditor(Document document, Draft draft);
   int AddTab(QWidget* page);
   bool CloseTab(int index);

@@ -105,8 +105,7 @@ void RatePage::ReadList(const std::string& path) {
   const auto count = [&row](const char* field) { return ToQt(row.AsText(row.IndexOf(field))); };
   const QString told = QStringLiteral("Novih tečajeva: %1, izmijenjenih: %2, istih: %3")
                            .arg(count("novi"), count("izmijenjeni"), count("isti"));
-  Reload();
-  SetNote(told);
+  ReadAgain(told);
 }
 
 void RatePage::ChooseList() {

@@ -11,6 +11,7 @@
 #include "desktop/keys.h"
 #include "desktop/qt_text.h"
 #include "desktop/status_window.h"
+#include "desktop/storing.h"
 
 namespace mox {
 
@@ -33,7 +34,12 @@ RecordPage::RecordPage(DesktopHost& host, const QString& title, RecordSet empty,
   note_.setAccessibleName(QStringLiteral("Napomena"));
   buttons_.addWidget(&note_, 1);
   MakeShortcut(this, Qt::Key_F5, [this] { Reload(); });
+  listener_ = rows_.AddListener([this](const RecordSet& rows, const RecordSetChange& /*change*/) {
+    if (waits_ && rows.State() == DataSetState::kBrowse) ReadSoon();
+  });
 }
+
+RecordPage::~RecordPage() { rows_.RemoveListener(listener_); }
 
 bool RecordPage::Reload() {
   if (!view_.TakeRow()) return false;
@@ -46,6 +52,10 @@ bool RecordPage::Reload() {
   return true;
 }
 
+void RecordPage::Clear() {
+  if (rows_.IsActive() && view_.TakeRow()) rows_.Clear();
+}
+
 void RecordPage::ReadNow() {
   if (reading_) return;
   reading_ = true;
@@ -53,6 +63,7 @@ void RecordPage::ReadNow() {
     const LongRun run(host_, QStringLiteral("Čitanje podataka"));
     Read();
     KeepFilters();
+    if (std::exchange(stale_, false)) model_.SetEditable(true);
     reading_ = false;
   } catch (...) {
     PutFiltersBack();
@@ -108,8 +119,22 @@ void RecordPage::ReadSoon() {
     if (QGuiApplication::mouseButtons() != Qt::NoButton) {
       return QTimer::singleShot(kAgain, this, [this] { ReadSoon(); });
     }
-    if (rows_.State() == DataSetState::kBrowse && !view_.IsTyping()) Guarded([this] { ReadNow(); });
+    waits_ = rows_.State() != DataSetState::kBrowse || view_.IsTyping();
+    if (waits_) return;
+    stale_ = true;
+    model_.SetEditable(false);
+    Guarded([this] { Reload(); });
+    if (stale_) SetNote(QStringLiteral("Pohranjeno je, ali nije ponovo pročitano; osvježite (F5)."));
   });
+}
+
+void RecordPage::ReadAgain(const QString& done) {
+  const auto note = [this](const QString& text) { SetNote(text); };
+  const auto read = [&] {
+    Reload();
+    SetNote(done);
+  };
+  ReadAfter(done, read, note);
 }
 
 QPushButton* RecordPage::AddButton(const QString& text, const std::function<void()>& action,

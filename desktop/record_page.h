@@ -25,11 +25,14 @@ class DesktopHost;
 class RecordPage : public QWidget, public EditingPage {
  public:
   RecordPage(DesktopHost& host, const QString& title, RecordSet empty, QWidget* parent = nullptr);
+  ~RecordPage() override;
 
   /// Asks for the rows anew; the current one stays current. A row that is being typed is stored before; false
   /// where that was refused, and the row stays. Where the user ends it, or it fails, rows and filters are
   /// those that were there.
   bool Reload();
+  /// Shows no rows until they are read, as another user may not see them. A row that is refused stays.
+  void Clear();
   bool MayClose() override;
 
  protected:
@@ -37,8 +40,13 @@ class RecordPage : public QWidget, public EditingPage {
   virtual void Read() = 0;
   /// The answer's rows, fields and labels take the place of those that are shown.
   void Show(RecordSet answer, const std::vector<std::string_view>& fields);
-  /// After a row was stored, which is another one now: reads it anew, unless the next one is being typed.
+  /// After a row was stored, which is another one now: reads it anew, or once the next one that is being
+  /// typed is left. Until that is read nothing else is edited, as others' changes would be overwritten
+  /// unnoticed.
   void ReadSoon();
+  bool IsStale() const { return stale_; }
+  /// After something was done, which is told: reads the rows anew.
+  void ReadAgain(const QString& done);
   QPushButton* AddButton(const QString& text, const std::function<void()>& action,
                          const QKeySequence& key = {});
   QHBoxLayout* Filters() { return &filters_; }
@@ -69,6 +77,9 @@ class RecordPage : public QWidget, public EditingPage {
   NamedLabel note_;
   std::vector<QVariant> shown_;  // what the filters were when the rows came
   bool reading_ = false;
+  bool waits_ = false;  // for the row that is being typed
+  bool stale_ = false;  // what was stored is not read yet
+  int listener_ = 0;
   Later read_;
 };
 

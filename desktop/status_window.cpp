@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "desktop/qt_text.h"
+#include "desktop/typed_ahead.h"
 #include "mox/foundation/error.h"
 
 namespace mox {
@@ -15,11 +16,16 @@ constexpr qint64 kBetweenPaints = 40;  // milliseconds
 constexpr int kWidth = 460;
 constexpr std::string_view kStoring = "Pohrana";
 
+// Of the whole application.
+TypedAhead& Typed() {
+  static const QPointer<TypedAhead> typed(new TypedAhead(QCoreApplication::instance()));
+  return *typed;
+}
+
 }  // namespace
 
 StatusForm::StatusForm(QWidget* owner) : QDialog(owner) {
   setWindowTitle(QStringLiteral("Status"));
-  setModal(true);
   auto* const layout = new QVBoxLayout(this);
   layout->addWidget(&text_);
   layout->addWidget(&bar_);
@@ -45,7 +51,7 @@ void StatusForm::Show(const TfrmStatus& status, bool repaint) {
   bar_.setValue(static_cast<int>(std::min<std::int64_t>(status.Position(), maximum)));
   if (opens) show();
   if (opens || since_painted_.elapsed() >= kBetweenPaints) Paint();
-  if (ended_ && !stores) throw Abort();
+  if (!stores && std::exchange(ends_, false)) throw Abort();
 }
 
 void StatusForm::Show(const QString& text) {
@@ -62,34 +68,62 @@ void StatusForm::Paint() {
 
 void StatusForm::Look() {
   Paint();
-  if (ended_) throw Abort();
+  if (std::exchange(ends_, false)) throw Abort();
 }
 
 void StatusForm::showEvent(QShowEvent* event) {
-  typed_in_ = QGuiApplication::focusWindow();
-  QCoreApplication::instance()->installEventFilter(this);
+  if (!event->spontaneous()) {
+    Typed().Hold(parentWidget());
+    QCoreApplication::instance()->installEventFilter(this);
+  }
   QDialog::showEvent(event);
 }
 
-// A person who types ahead neither ends the work nor loses a key. What the work asks takes its keys itself.
+// What reaches a window that is blocked by a modal one is gone, or a shortcut there takes effect all the same
+// until the other window is the active one. So this one is not modal: it takes what comes to the others, and
+// a person who types ahead neither ends the work nor loses a key.
 bool StatusForm::eventFilter(QObject* watched, QEvent* event) {
-  const bool is_key = event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
-  const bool asks = QApplication::activeModalWidget() != this;
-  if (!is_key || asks || !watched->isWindowType()) return QDialog::eventFilter(watched, event);
-  const auto& key = static_cast<const QKeyEvent&>(*event);
-  if (key.key() == Qt::Key_Escape) {
-    if (event->type() == QEvent::KeyPress) reject();
-  } else {
-    if (typed_in_ == nullptr && watched != windowHandle()) typed_in_ = static_cast<QWindow*>(watched);
-    typed_.emplace_back(key.clone());
+  if (!watched->isWindowType() || Typed().IsBehindADialog()) return QDialog::eventFilter(watched, event);
+  switch (event->type()) {
+    case QEvent::ShortcutOverride:
+      event->accept();
+      return true;
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+      if (const auto& key = static_cast<const QKeyEvent&>(*event); key.key() != Qt::Key_Escape) {
+        Typed().Keep(key);
+      } else if (event->type() == QEvent::KeyPress) {
+        reject();
+      }
+      return true;
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseMove:
+    case QEvent::Wheel:
+    case QEvent::TouchBegin:
+    case QEvent::TouchUpdate:
+    case QEvent::TouchEnd:
+    case QEvent::TabletPress:
+    case QEvent::TabletRelease:
+    case QEvent::TabletMove:
+    case QEvent::DragEnter:
+    case QEvent::DragMove:
+    case QEvent::Drop:
+    case QEvent::Close:
+      if (watched == windowHandle()) break;
+      event->ignore();
+      return true;
+    default:
+      break;
   }
-  return true;
+  return QDialog::eventFilter(watched, event);
 }
 
 void StatusForm::hideEvent(QHideEvent* event) {
-  QCoreApplication::instance()->removeEventFilter(this);
-  for (auto& key : std::exchange(typed_, {})) {
-    if (typed_in_ != nullptr) QCoreApplication::postEvent(typed_in_, key.release());
+  if (!event->spontaneous()) {
+    QCoreApplication::instance()->removeEventFilter(this);
+    Typed().LetGo();
   }
   QDialog::hideEvent(event);
 }
@@ -101,7 +135,8 @@ LongRun::LongRun(DesktopHost& host, QString text) : text_(std::move(text)), work
 void LongRun::Look() {
   if (status_ != nullptr) return status_->Look();
   if (since_.elapsed() < kTakesLong) return;
-  status_ = std::make_unique<StatusForm>(QApplication::activeWindow());
+  QWidget* const dialog = QApplication::activeModalWidget();
+  status_ = std::make_unique<StatusForm>(dialog != nullptr ? dialog : QApplication::activeWindow());
   status_->Show(text_);
 }
 

@@ -3,18 +3,12 @@
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QLabel>
-#include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QWindow>
 #include <memory>
-#include <utility>
-#include <vector>
 
 #include "desktop/host.h"
 #include "mox/import/import_view.h"
-
-class QKeyEvent;
 
 namespace mox {
 
@@ -22,24 +16,24 @@ namespace mox {
 inline constexpr qint64 kTakesLong = 300;
 
 /// The status form of long work: a line of text, a progress bar, and a button, or Escape, that ends it. While
-/// it is shown nothing else takes clicks; keys that are typed meanwhile go on to where they were typed
-/// afterwards.
+/// it is shown no other window takes keys, clicks and the like, but dialogs that the work opens; keys that
+/// are typed meanwhile go on to where they were typed afterwards.
 class StatusForm : public QDialog {
  public:
   explicit StatusForm(QWidget* owner);
   ~StatusForm() override;
 
-  /// Shows what the status says. Raises Abort once the user has ended the work, but where it is being stored:
-  /// whoever waits for the answer learns of it by Look().
+  /// Shows what the status says. Where the user has ended the work, raises Abort, once, for what went on when
+  /// he did; but not where it is being stored: whoever waits for the answer learns of it by Look().
   void Show(const TfrmStatus& status, bool repaint);
   /// For work that does not say how far it is.
   void Show(const QString& text);
-  /// While something else works: paints, takes the button, and raises Abort once the user has ended the work.
+  /// While something else works: paints, takes the button, and raises Abort in the same way.
   void Look();
   bool WasEnded() const { return ended_; }
   /// New work may be ended again.
-  void Begin() { ended_ = false; }
-  void reject() override { ended_ = true; }
+  void Begin() { ended_ = ends_ = false; }
+  void reject() override { ended_ = ends_ = true; }
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
@@ -54,8 +48,7 @@ class StatusForm : public QDialog {
   QPushButton end_{QStringLiteral("&Prekini")};
   QElapsedTimer since_painted_;
   bool ended_ = false;
-  QPointer<QWindow> typed_in_;
-  std::vector<std::unique_ptr<QKeyEvent>> typed_;  // meanwhile
+  bool ends_ = false;  // what goes on does not know of it yet
 };
 
 /// Work that may take long, for this object's lifetime: requests to the server, and what the host is given to

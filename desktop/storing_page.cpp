@@ -2,6 +2,7 @@
 
 #include "desktop/croatian.h"
 #include "desktop/host.h"
+#include "desktop/storing.h"
 #include "mox/foundation/error.h"
 #include "mox/server/transactions.h"
 
@@ -20,7 +21,9 @@ void StoringPage::Begin() {
 }
 
 void StoringPage::Send(std::string_view transaction, RecordSet& records) {
-  if (!ExecuteTransaction(transaction, {&records})) throw Error(FromQt(RefusalOf(Host().Server())));
+  StoreWhatIsShown([&] {
+    if (!ExecuteTransaction(transaction, {&records})) throw Error(FromQt(RefusalOf(Host().Server())));
+  });
 }
 
 }  // namespace mox

@@ -83,7 +83,7 @@ void UsersPage::Add() {
   user.FieldByName(Roles().front().code).SetBoolean(true);
   user.Post();
   Send("KorisnikUlogeUpis", user);
-  Reload();
+  ReadAgain(QStringLiteral("Korisnik %1 je dodan.").arg(ToQt(name)));
 }
 
 void UsersPage::EndLogIns() {
@@ -93,8 +93,7 @@ void UsersPage::EndLogIns() {
   if (!AskToLose("Prekid prijava", who + " će se morati ponovo prijaviti. Prekinuti?")) return;
   RecordSet user = MakeUser(who, {});
   Send("KorisnikPrijaveKraj", user);
-  Reload();
-  SetNote(QStringLiteral("Prijave korisnika %1 prekinute su.").arg(ToQt(who)));
+  ReadAgain(QStringLiteral("Prijave korisnika %1 prekinute su.").arg(ToQt(who)));
 }
 
 }  // namespace mox

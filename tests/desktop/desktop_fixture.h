@@ -51,12 +51,7 @@ class Person {
   }
   void Look() {
     QWidget* const dialog = QApplication::activeModalWidget();
-    if (dialog == nullptr || dialog == handled_) return;
-    if (dialog->windowTitle() == QStringLiteral("Status")) {
-      if (on_status) on_status(dialog);
-      if (ends_work) static_cast<QDialog*>(dialog)->reject();
-      return;
-    }
+    if (dialog == nullptr || dialog == handled_) return LookAtStatus();
     const auto* const box = qobject_cast<QMessageBox*>(dialog);
     read.push_back(FromQt(box == nullptr ? dialog->windowTitle()
                                          : box->windowTitle() + QStringLiteral(" | ") + box->text() +
@@ -70,6 +65,14 @@ class Person {
     QWidget* const before = std::exchange(handled_, dialog);
     answer(dialog);
     handled_ = before;
+  }
+
+  void LookAtStatus() {
+    for (QWidget* const window : QApplication::topLevelWidgets()) {
+      if (!window->isVisible() || window->windowTitle() != QStringLiteral("Status")) continue;
+      if (on_status) on_status(window);
+      if (ends_work) static_cast<QDialog*>(window)->reject();
+    }
   }
 
   QObject here_;

@@ -55,18 +55,22 @@ class SlowServer : public LostServer {
     const int stored = LostServer::WriteDataService(request);
     if (slow != kWrites) return stored;
     answers.acquire();
-    if (ends)
+    if (ended_)
       throw DatabaseUnavailable("https://posluzitelj: cannot be reached: ended by the user; " +
                                 NotKnownUnder("k"));
     return stored;
   }
   void EndRequests(bool end) override {
-    if (end && ends) answers.release();
+    ended_ = end && ends;
+    if (ended_) answers.release();
   }
   static constexpr std::string_view kWrites = "writes";
   std::string_view slow;  // a service, or kWrites
   bool ends = true;       // a request that is not waited for any more
   std::counting_semaphore<> answers{0};
+
+ private:
+  bool ended_ = false;
 };
 
 /// A company on a server that answers for its users, too.

@@ -24,7 +24,8 @@ constexpr const char* kFirma = "https://posluzitelj/firma";
 // A company on a server that asks who it is.
 class GuardedServer : public LostServer {
  public:
-  GuardedServer(const std::string& path, const bool& session) : LostServer(path), session_(session) {}
+  GuardedServer(const std::string& path, const bool& session, const bool& may_read)
+      : LostServer(path), session_(session), may_read_(may_read) {}
   RecordSet* CompanyParameters() override {
     Check();
     return LostServer::CompanyParameters();
@@ -32,6 +33,7 @@ class GuardedServer : public LostServer {
   std::unique_ptr<TAstaParamList> ReportDataService(const TAstaParamList& request,
                                                     std::string_view service) override {
     Check();
+    if (!may_read_) throw Error(server_ + ": the user may not do this in this company");
     return LostServer::ReportDataService(request, service);
   }
 
@@ -42,6 +44,7 @@ class GuardedServer : public LostServer {
   }
   const std::string server_ = "https://posluzitelj";
   const bool& session_;
+  const bool& may_read_;
 };
 
 class SessionTest : public DesktopTest {
@@ -56,7 +59,7 @@ class SessionTest : public DesktopTest {
         {.open = [this](const std::string& address) -> std::unique_ptr<CompanyAccess> {
            if (!address.starts_with("https://")) return OpenCompany(address);
            if (away_) throw DatabaseUnavailable(address + ": cannot be reached: Connection refused");
-           return std::make_unique<GuardedServer>(company_, session_);
+           return std::make_unique<GuardedServer>(company_, session_, may_read_);
          },
          .log_in = [this](const ServerAddress&, const std::string& user, const std::string& password,
                           const std::string&, const EndFlag&) -> StoredLogin {
@@ -65,10 +68,10 @@ class SessionTest : public DesktopTest {
            return {"znak", user, {}};
          }});
   }
-  void WillLogIn() {
-    person_.WillDo([](QWidget* dialog) {
+  void WillLogIn(const char* user = "ana") {
+    person_.WillDo([user](QWidget* dialog) {
       EXPECT_EQ(FromQt(dialog->windowTitle()), "Prijava");
-      Fill(Line(dialog, "Korisnik"), "ana");
+      Fill(Line(dialog, "Korisnik"), user);
       Fill(Line(dialog, "Lozinka"), "kriva");
       PressButton(dialog, "Prijavi se");
       EXPECT_THAT(FromQt(Label(dialog, "Zašto prijava nije uspjela")->text()), HasSubstr("nisu ispravni"));
@@ -79,6 +82,7 @@ class SessionTest : public DesktopTest {
   QWidget* Page() { return window_->Tabs().currentWidget(); }
 
   bool session_ = false;
+  bool may_read_ = true;
   bool away_ = false;
 };
 
@@ -119,6 +123,19 @@ TEST_F(SessionTest, ReadsAndOffersWhatWaitedForALogIn) {
   window_->Tabs().setCurrentIndex(1);
   Press(Page(), Qt::Key_F9);
   EXPECT_TRUE(dynamic_cast<DocumentEditor*>(Page())->IsStored());
+
+  // What another user may not read does not stay for him.
+  window_->ShowDocument(1);
+  window_->Tabs().setCurrentIndex(0);
+  Press(Page(), Qt::Key_F5);
+  EXPECT_EQ(Lines(Page(), "Dokumenti")->Model().rowCount(), 1);
+  may_read_ = false;
+  for (const auto& [user, rows, tabs] : {std::tuple("ana", 1, 3), {"ivo", 0, 2}}) {
+    WillLogIn(user);
+    window_->LogIn();
+    EXPECT_EQ(Lines(window_->Tabs().widget(0), "Dokumenti")->Model().rowCount(), rows) << user;
+    EXPECT_EQ(window_->Tabs().count(), tabs) << user;
+  }
 }
 
 // The company that is open stays, with what is typed in it, until the other one has answered; what is not

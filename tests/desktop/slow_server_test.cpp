@@ -2,6 +2,7 @@
 
 #include <QClipboard>
 #include <QComboBox>
+#include <thread>
 
 #include "desktop/import_dialog.h"
 #include "desktop/status_window.h"
@@ -9,6 +10,7 @@
 #include "mox/foundation/clock.h"
 #include "mox/foundation/locale_text.h"
 #include "mox/server/read_services.h"
+#include "mox/server/transactions.h"
 #include "tests/desktop/desktop_fixture.h"
 #include "tests/desktop/servers.h"
 
@@ -17,6 +19,7 @@ namespace {
 
 using testing::Contains;
 using testing::HasSubstr;
+using testing::Not;
 
 class SlowServerTest : public DesktopTest {
  protected:
@@ -115,7 +118,8 @@ TEST_F(SlowServerTest, TellsThatItIsNotKnownWhatBecameOfAStore) {
     server_->ends = ends;
     const std::size_t before = Documents();
     DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
-    EXPECT_THAT(unknown([&] { Press(editor, Qt::Key_F9); }), HasSubstr("Ne zna se je li pohranjeno"));
+    EXPECT_THAT(unknown([&] { Press(editor, Qt::Key_F9); }),
+                AllOf(HasSubstr("Ne zna se je li pohranjeno"), HasSubstr("i dalje na zaslonu")));
     EXPECT_FALSE(editor->IsStored());
     EXPECT_EQ(Cell(Lines(editor, "Usluge"), 0, "naziv"), "Obuka");
     if (!ends) server_->answers.release();
@@ -129,7 +133,7 @@ TEST_F(SlowServerTest, TellsThatItIsNotKnownWhatBecameOfAStore) {
   EXPECT_THAT(unknown([&] { PressButton(Page(), "Uplata (Ctrl+U)"); }),
               HasSubstr("Ne zna se je li pohranjeno"));
   EXPECT_THAT(unknown([&] { PressButton(Page(), "Storno (Ctrl+T)"); }),
-              HasSubstr("Ne zna se je li pohranjeno"));
+              AllOf(HasSubstr("Ne zna se je li pohranjeno"), Not(HasSubstr("na zaslonu"))));
 
   window_->ShowCodebook("jm");
   RecordSetView* const units = Lines(Page(), "Jedinice mjere");
@@ -146,10 +150,65 @@ TEST_F(SlowServerTest, TellsThatItIsNotKnownWhatBecameOfAStore) {
     EXPECT_THAT(unknown([&] { PressButton(grid, "Provjera i uvoz podataka"); }),
                 HasSubstr("Ne zna se je li pohranjeno"));
     EXPECT_EQ(Cell(Lines(grid, "Redci za uvoz"), 0, "OPIS"), "Prvi");
-    EXPECT_THAT(FromQt(Label(grid, "Sažetak")->text()), testing::Not(HasSubstr("ništa nije pohranjeno")));
+    EXPECT_THAT(FromQt(Label(grid, "Sažetak")->text()), Not(HasSubstr("ništa nije pohranjeno")));
     static_cast<QDialog*>(grid)->reject();
   });
   CallImportGrid("KONTNIPLAN");
+}
+
+// What was stored is told as stored also where the screen cannot be read anew, so that nobody does it again.
+TEST_F(SlowServerTest, TellsWhatWasDoneAndIsNotShown) {
+  Press(Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n"), Qt::Key_F9);
+  window_->ShowDocuments();
+  person_.WillDo([](QWidget* amount) { QTest::keyClick(amount, Qt::Key_Return); });
+  person_.WillDo([this](QWidget* day) {
+    server_->Lose(LostServer::Lost::kReads);
+    QTest::keyClick(day, Qt::Key_Return);
+  });
+  PressButton(Page(), "Uplata (Ctrl+U)");
+  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()),
+              AllOf(HasSubstr("Uplata je upisana. Prikaz nije osvježen: "), HasSubstr("nije dostupan")));
+  EXPECT_THAT(person_.read, Not(Contains(HasSubstr("Radnja nije izvršena"))));
+
+  // Without what was stored nobody could tell whether another one has changed it since.
+  server_->Lose(LostServer::Lost::kNo);
+  window_->ShowCodebook("jm");
+  RecordSetView* const units = Lines(Page(), "Jedinice mjere");
+  const auto is_editable = [&] {
+    return (units->Model().flags(units->currentIndex()) & Qt::ItemIsEditable) != 0;
+  };
+  Go(units, 0, "naziv");
+  Type(units, "kutija");
+  Ended("Kat\\jm", [&] {
+    EXPECT_TRUE(units->TakeRow());
+    Settle();
+  });
+  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("osvježite (F5)"));
+  EXPECT_FALSE(is_editable());
+  Press(Page(), Qt::Key_F5);
+  EXPECT_TRUE(is_editable());
+}
+
+// The user ends what goes on when he presses the button; what became of it is stored all the same.
+TEST_F(SlowServerTest, StoresWhatBecameOfWhatWasEnded) {
+  const LongRun run(*host_, QStringLiteral("Slanje"));
+  bool pressed = false;
+  bool sent = false;
+  person_.on_status = [&](QWidget* status) {
+    if (sent) server_->answers.release();
+    if (!std::exchange(pressed, true)) static_cast<QDialog*>(status)->reject();
+  };
+  sent = host_->RunToEnd([](const std::atomic<bool>& ended) {
+    while (!ended) std::this_thread::yield();
+    return true;
+  });
+  server_->slow = SlowServer::kWrites;
+  RecordSet unit("jm");
+  unit.DefineField("naziv", FieldKind::kText);
+  unit.Open();
+  unit.AppendRecord({std::string("vreca")});
+  EXPECT_TRUE(ExecuteTransaction("KatalogUpis", {&unit}));
+  person_.on_status = nullptr;
 }
 
 // Whatever asks the server is ended where it takes long, and the next request does not wait for it.
@@ -184,26 +243,47 @@ TEST_F(SlowServerTest, EndsWhateverItAsks) {
   CallImportGrid("UPDATEARTLUNARI");
 }
 
-// A person who types ahead neither ends the work nor loses a key, and is not taken into an error's dialog.
+// A person who types ahead neither ends the work nor loses a key or a shortcut, wherever the keys go until
+// the status form has them, and is not taken into an error's dialog.
 TEST_F(SlowServerTest, KeepsWhatIsTypedMeanwhile) {
-  window_->ShowCodebook("jm");
-  QLineEdit* const search = Line(Page(), "Traži");
-  search->setFocus();
-  Press(search, Qt::Key_K);
-  server_->slow = "Kat\\jm";
-  bool typed = false;
-  person_.on_status = [&](QWidget* status) {
-    if (std::exchange(typed, true)) return;
-    for (const char key : {'g', ' ', '\r'}) QTest::keyClick(status->windowHandle(), key);
-    EXPECT_TRUE(status->isVisible());
-    server_->answers.release(10);
-  };
-  Press(Page(), Qt::Key_F5);
-  person_.on_status = nullptr;
-  Settle();
-  EXPECT_TRUE(typed);
-  EXPECT_EQ(search->text(), "kg ");
-  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("Redaka: "));
+  for (const bool to_status : {true, false}) {
+    SCOPED_TRACE(to_status);
+    window_->ShowCodebook("jm");
+    const int tabs = window_->Tabs().count();
+    QLineEdit* const search = Line(Page(), "Traži");
+    search->setFocus();
+    Press(search, Qt::Key_K);
+    QString text;
+    QObject::connect(search, &QLineEdit::textChanged, search, [&text](const QString& now) { text = now; });
+    server_->slow = "Kat\\jm";
+    bool typed = false;
+    person_.on_status = [&](QWidget* status) {
+      if (std::exchange(typed, true)) return;
+      QWindow* const into = (to_status ? status : window_.get())->windowHandle();
+      for (const char key : {'g', ' ', '\r'}) QTest::keyClick(into, key);
+      QTest::keyClick(into, Qt::Key_W, Qt::ControlModifier);
+      EXPECT_TRUE(status->isVisible());
+      EXPECT_EQ(window_->Tabs().count(), tabs) << "the page that reads is there";
+      EXPECT_FALSE(window_->windowHandle()->close());
+      server_->Lose(LostServer::Lost::kReads);
+      server_->answers.release(10);
+    };
+    person_.WillDo([&](QWidget* box) {
+      Settle();
+      EXPECT_EQ(text, "");
+      server_->Lose(LostServer::Lost::kNo);
+      QTest::keyClick(box->windowHandle(), Qt::Key_Return);
+    });
+    Press(Page(), Qt::Key_F5);
+    person_.on_status = nullptr;
+    Settle();
+    server_->slow = {};
+    while (server_->answers.try_acquire()) {
+    }
+    EXPECT_TRUE(typed);
+    EXPECT_EQ(text, "kg ");
+    EXPECT_EQ(window_->Tabs().count(), tabs - 1);
+  }
 }
 
 // What is asked while the status form is there is answered by the keyboard.
