@@ -12,6 +12,7 @@
 #include "desktop/host.h"
 #include "desktop/keys.h"
 #include "desktop/payment_dialog.h"
+#include "desktop/storing.h"
 #include "desktop/supplier_dialog.h"
 #include "desktop/window_place.h"
 #include "mox/calculations/supplier_totals.h"
@@ -287,18 +288,20 @@ void DocumentEditor::TakeArticle(Sheet& sheet) {
 }
 
 bool DocumentEditor::LookUpLine(Sheet& sheet, std::string_view field) {
-  if (field != "sifra" && field != "naziv") return false;
+  if (stored_ || (field != "sifra" && field != "naziv")) return false;
   return Guarded([&] {
     RecordSet& lines = *sheet.lines;
     const bool goods = sheet.lines == document_.Goods();
     // What is being typed is looked for.
     const bool typing = sheet.view->IsTyping();
     sheet.view->TakeCell();
-    take_article_.Forget();
     const QString typed = typing ? sheet.view->currentIndex().data(Qt::EditRole).toString() : QString();
-    const auto chosen =
-        App().LookUps().LookUp(goods ? LookUpForm::kArticle : LookUpForm::kService, FromQt(typed));
+    const auto chosen = [&] {
+      const Later::Pause pause(take_article_);  // a code that was typed names its article all the same
+      return App().LookUps().LookUp(goods ? LookUpForm::kArticle : LookUpForm::kService, FromQt(typed));
+    }();
     if (!chosen) return;
+    take_article_.Forget();
     if (lines.State() == DataSetState::kBrowse && lines.RowCount() == 0) lines.Append();
     if (lines.State() == DataSetState::kBrowse) lines.Edit();
     if (goods) {
@@ -384,18 +387,10 @@ bool DocumentEditor::TakeAll() {
 
 // Lines of a draft were not checked when it was written. The first one that lacks something becomes current.
 bool DocumentEditor::CheckLines() {
-  const auto lacks = [](const RecordSet& lines, std::size_t row) {
-    const RecordRow line = lines.RowAt(row);
-    for (std::size_t i = 0; i < lines.FieldCount(); ++i) {
-      if (lines.Definition(i).required && line.AsText(i).empty()) return true;
-    }
-    const auto quantity = lines.FindFieldIndex("kolicina");
-    return quantity && line.AsFloat(*quantity) == 0;
-  };
   for (const auto& sheet : sheets_) {
     for (std::size_t row = 0; row < sheet->lines->RowCount(); ++row) {
       const auto shown = sheet->model->TableRow(row);
-      if (!shown || !lacks(*sheet->lines, row)) continue;
+      if (!shown || LineIsComplete(*sheet->lines, row)) continue;
       tabs_.setCurrentWidget(sheet->view);
       sheet->view->setCurrentIndex(sheet->model->index(*shown, 0));
       sheet->view->setFocus();
@@ -436,8 +431,11 @@ bool DocumentEditor::SendToServer() {
     const auto& failure = server.LastWrite().failure;
     return failure && failure->record_set == kConfirmations;
   };
-  if (StoreAskingForCredit(document_, lacks_credit, [this] { return document_.ConfirmCredit(); }))
-    return true;
+  bool stored = false;
+  StoreWhatIsShown([&] {
+    stored = StoreAskingForCredit(document_, lacks_credit, [this] { return document_.ConfirmCredit(); });
+  });
+  if (stored) return true;
   const QString reason = RefusalOf(server);
   if (!reason.isEmpty() && !lacks_credit()) {
     ShowVelorDialog(TVCustomDialogType::kError, "Upozorenje", "Dokument nije pohranjen.", FromQt(reason));

@@ -15,6 +15,20 @@ class Later : public QObject {
     action_ = std::move(action);
     QCoreApplication::postEvent(this, new QEvent(QEvent::User));
   }
+  /// For its lifetime what was asked for before does not run; afterwards it does.
+  class Pause {
+   public:
+    explicit Pause(Later& later) : later_(later), action_(std::exchange(later.action_, nullptr)) {}
+    ~Pause() {
+      if (action_) later_.Run(std::move(action_));
+    }
+    Pause(const Pause&) = delete;
+    Pause& operator=(const Pause&) = delete;
+
+   private:
+    Later& later_;
+    std::function<void()> action_;
+  };
   /// What was asked for is not wanted any more.
   void Forget() { action_ = nullptr; }
   /// Runs at once what was asked for.

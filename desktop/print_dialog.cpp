@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QPainter>
 #include <QPrintDialog>
 #include <QPrinter>
@@ -28,7 +29,7 @@ constexpr double kPagePixels = 1.2;  // a point
 constexpr double kSlipPixels = 0.6;  // a dot
 constexpr double kPointsPerInch = 72;
 constexpr const char* kSection = "DESKTOP";
-constexpr const char* kPrinter = "ISJECAK";  // of slips
+constexpr const char* kPrinter = "PISAC_ISJECAKA";
 
 struct Form {
   const char16_t* title;
@@ -75,7 +76,9 @@ PrintDialog::PrintDialog(std::int64_t id, QWidget* parent)
   warnings_->setAccessibleName(QStringLiteral("Upozorenja"));
   layout->addWidget(warnings_);
   auto* const bar = new QHBoxLayout;
-  bar->addStretch(1);
+  note_ = new NamedLabel;
+  note_->setAccessibleName(QStringLiteral("Napomena"));
+  bar->addWidget(note_, 1);
   AddActionButton(
       this, *bar, QStringLiteral("Ispiši…"), [this] { Print(); }, QKeySequence::Print);
   slip_printer_ = AddActionButton(this, *bar, QStringLiteral("Pisač…"), [this] { ChoosePrinter(); });
@@ -163,7 +166,13 @@ bool PrintDialog::ChoosePrinter() {
 
 void PrintDialog::PrintSlip() {
   if (App().Ini().ReadString(kSection, kPrinter, "").empty() && !ChoosePrinter()) return;
-  SaveTo(App().Ini().ReadString(kSection, kPrinter, ""));
+  const std::string printer = App().Ini().ReadString(kSection, kPrinter, "");
+  if (QFileInfo(ToQt(printer)).isFile() &&
+      !AskToLose("Pisač isječaka je datoteka " + printer + ".", "Zamijeniti je ovim isječkom?")) {
+    return;
+  }
+  SaveTo(printer);
+  note_->setText(QStringLiteral("Isječak je poslan na %1").arg(ToQt(printer)));
   KeepForm();
 }
 

@@ -47,6 +47,7 @@ class PrintDialog : public QDialog {
   int shown_form_ = 0;
   QVBoxLayout* sheets_ = nullptr;
   NamedLabel* warnings_ = nullptr;
+  NamedLabel* note_ = nullptr;
   QPushButton* slip_printer_ = nullptr;
 };
 

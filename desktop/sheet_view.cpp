@@ -5,6 +5,7 @@
 #include <QPainter>
 #include <cmath>
 
+#include "desktop/croatian.h"
 #include "desktop/qt_text.h"
 #include "paper/text_painter.h"
 
@@ -29,11 +30,20 @@ SheetView::SheetView(const LaidDocument& document, std::size_t sheet, double zoo
   setFixedSize(Pixels(document.width * zoom), Pixels(document.height * zoom));
 }
 
+// What is raised out of a paint event ends the program.
 void SheetView::paintEvent(QPaintEvent* event) {
+  try {
+    Paint(event->rect());
+  } catch (const std::exception& error) {
+    QPainter(this).drawText(rect(), Qt::AlignCenter | Qt::TextWordWrap, InCroatian(error.what()));
+  }
+}
+
+void SheetView::Paint(const QRect& part) {
   if (!parts_) parts_.emplace(document_.sheets[sheet_], painter_);
   const double ratio = devicePixelRatioF();
-  const int top = static_cast<int>(event->rect().top() * ratio);
-  const int rows = Pixels((event->rect().bottom() + 1) * ratio) - top;
+  const int top = static_cast<int>(part.top() * ratio);
+  const int rows = Pixels((part.bottom() + 1) * ratio) - top;
   QImage image = ToQtImage(DrawRows(*parts_, document_.width, zoom_ * ratio, top, rows, painter_));
   image.setDevicePixelRatio(ratio);
   QPainter(this).drawImage(QPointF(0, top / ratio), image);

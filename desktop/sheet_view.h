@@ -26,6 +26,8 @@ class SheetView : public QWidget {
   void paintEvent(QPaintEvent* event) override;
 
  private:
+  void Paint(const QRect& part);
+
   const LaidDocument& document_;
   std::size_t sheet_;
   double zoom_;

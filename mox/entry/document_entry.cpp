@@ -13,6 +13,7 @@ namespace mox {
 namespace {
 
 constexpr std::int64_t kMostFound = 2;
+constexpr std::string_view kQuantity = "kolicina";
 
 std::optional<std::string> TextOf(const RecordSet& rows, std::size_t row, std::string_view field) {
   const auto index = rows.FindFieldIndex(field);
@@ -64,8 +65,17 @@ std::optional<std::string> FindArticleCode(std::string_view text) {
 
 bool CheckLine(const RecordSet& lines) {
   if (!CheckRequiredFields(lines)) return false;
-  const auto quantity = lines.FindField("kolicina");
+  const auto quantity = lines.FindField(kQuantity);
   return !quantity || CheckIfZero({&*quantity, 1});
+}
+
+bool LineIsComplete(const RecordSet& lines, std::size_t row) {
+  const RecordRow line = lines.RowAt(row);
+  for (std::size_t i = 0; i < lines.FieldCount(); ++i) {
+    if (lines.Definition(i).required && line.AsText(i).empty()) return false;
+  }
+  const auto quantity = lines.FindFieldIndex(kQuantity);
+  return !quantity || line.AsFloat(*quantity) != 0;
 }
 
 bool CheckDocument(const Document& document) {

@@ -21,6 +21,8 @@ std::optional<std::string> FindArticleCode(std::string_view text);
 /// The checks of a line before it is posted, with their dialogs: required fields are filled, and a quantity
 /// is not 0. False at the first that fails.
 bool CheckLine(const RecordSet& lines);
+/// Whether a line passes them, without a dialog.
+bool LineIsComplete(const RecordSet& lines, std::size_t row);
 
 /// The checks of a document before it is stored, with their dialogs: its date lies in the working year and
 /// not in the future; of a receipt the supplier's dates go with it, and no other document has the supplier's

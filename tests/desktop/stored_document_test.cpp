@@ -93,10 +93,19 @@ TEST_F(StoredDocumentTest, GoesOnPaper) {
     print->findChild<QComboBox*>()->setCurrentIndex(2);
     EXPECT_THAT(print->Bytes(), StartsWith("\x1B@"));
     EXPECT_THROW(print->SaveTo(path), Error) << "a slip in the place of a page";
-    // It goes where slips go.
-    App().Ini().WriteString("DESKTOP", "ISJECAK", printer);
-    PressButton(print, "Ispiši… (Ctrl+P)");
+    // It goes where slips go, and over a file only on a yes.
+    App().Ini().WriteString("DESKTOP", "ISJECAK", path);
+    App().Ini().WriteString("DESKTOP", "PISAC_ISJECAKA", printer);
+    const auto print_slip = [&] { PressButton(print, "Ispiši… (Ctrl+P)"); };
+    print_slip();
     ASSERT_TRUE(std::filesystem::exists(printer));
+    EXPECT_EQ(ReadWholeFile(printer), print->Bytes());
+    EXPECT_EQ(FromQt(Label(print, "Napomena")->text()), "Isječak je poslan na " + printer);
+    ReplaceFile(printer, "\x1B@ drugi");
+    print_slip();  // Enter says no
+    EXPECT_EQ(ReadWholeFile(printer), "\x1B@ drugi");
+    person_.WillPress("Da");
+    print_slip();
     EXPECT_EQ(ReadWholeFile(printer), print->Bytes());
     print->accept();
   });
