@@ -30,7 +30,7 @@ constexpr Message kMessages[] = {
     {"{}: the file was moved, replaced or deleted while it was open",
      "{}: datoteka je u međuvremenu premještena, zamijenjena ili obrisana i ništa nije pohranjeno; vratite "
      "je "
-     "ili otvorite tvrtku ponovo (Ctrl+O). Upisano je i dalje na zaslonu."},
+     "ili otvorite tvrtku ponovo (Ctrl+O)."},
     {"{}: other programs are using it; nothing was changed",
      "{}: koriste je drugi programi; ništa nije promijenjeno"},
     {"{}: another program keeps the database locked; try again when it has finished",

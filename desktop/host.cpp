@@ -179,8 +179,10 @@ void DesktopHost::LogIn(const ServerAddress& address, const std::string& user, c
                         const std::string& ca_file) {
   const LongRun run(*this, QStringLiteral("Prijava"));
   const StoredLogin login =
-      RunUntilEnded([log_in = doors_.log_in, address, user, password, ca_file](const EndFlag& ended) {
-        return log_in(address, user, password, ca_file, ended);
+      RunUntilEnded([doors = doors_, address, user, password, ca_file](const EndFlag& ended) {
+        StoredLogin begun = doors.log_in(address, user, password, ca_file, ended);
+        if (*ended) doors.log_out(address, begun);  // nobody keeps it
+        return begun;
       });
   LoginStore(SystemPlatform::UserStateFolder()).Keep(address.server, login);
 }

@@ -39,6 +39,8 @@ struct Doors {
   std::function<StoredLogin(const ServerAddress& address, const std::string& user,
                             const std::string& password, const std::string& ca_file, const EndFlag& ended)>
       log_in = ServerConnection::LogIn;
+  std::function<void(const ServerAddress& address, const StoredLogin& login)> log_out =
+      ServerConnection::LogOut;
 };
 
 /// The window's host program, behind App() for the object's lifetime: settings in the same file as the

@@ -10,7 +10,7 @@ namespace mox {
 void StoreWhatIsShown(const std::function<void()>& store) {
   try {
     store();
-  } catch (const DatabaseUnavailable& error) {
+  } catch (const DatabaseError& error) {
     throw Error(FromQt(InCroatian(error.what()) + QStringLiteral(" Upisano je i dalje na zaslonu.")));
   }
 }

@@ -5,7 +5,7 @@
 
 namespace mox {
 
-/// Runs what stores what is on the screen. Where the server is lost meanwhile, the error says that it is
+/// Runs what stores what is on the screen. Where the company's database fails, the error says that it is
 /// there still.
 void StoreWhatIsShown(const std::function<void()>& store);
 
