@@ -4,18 +4,20 @@
 
 QT_BEGIN_NAMESPACE
 // Of Qt's library, as its test helpers declare it: a key as it comes from the screen.
-Q_GUI_EXPORT void qt_handleKeyEvent(QWindow* window, QEvent::Type type, int key, Qt::KeyboardModifiers modifiers,
-                                    const QString& text, bool repeats, ushort count);
+Q_GUI_EXPORT void qt_handleKeyEvent(QWindow* window, QEvent::Type type, int key,
+                                    Qt::KeyboardModifiers modifiers, const QString& text, bool repeats,
+                                    ushort count);
 QT_END_NAMESPACE
 
 namespace mox {
 
 void TypedAhead::Hold(const QWidget* owner) {
-  if (holders_++ > 0 || (!keys_.empty() && window_ != nullptr)) return;
+  if (holders_++ > 0) return;
+  dialog_ = QApplication::activeModalWidget();
+  if (!keys_.empty() && window_ != nullptr) return;
   keys_.clear();
   QWindow* const into = QGuiApplication::focusWindow();
   window_ = into != nullptr || owner == nullptr ? into : owner->window()->windowHandle();
-  dialog_ = QApplication::activeModalWidget();
 }
 
 void TypedAhead::LetGo() {

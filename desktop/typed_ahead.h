@@ -11,13 +11,14 @@
 
 namespace mox {
 
-/// What is typed while the program works. It goes on to where it was typed afterwards, as if it were typed only
-/// then: shortcuts among it take effect, each key comes once the work of the one before is done, and none is
-/// taken into a dialog that has opened since.
+/// What is typed while the program works. It goes on to where it was typed afterwards, as if it were typed
+/// only then: shortcuts among it take effect, each key comes once the work of the one before is done, and
+/// none is taken into a dialog that has opened since.
 class TypedAhead : public QObject {
  public:
   using QObject::QObject;
-  /// Until it is let go, as often as it is held, it waits. The owner's window gets it where none has the keys.
+  /// Until it is let go, as often as it is held, it waits. The owner's window gets it where none has the
+  /// keys.
   void Hold(const QWidget* owner);
   void LetGo();
   void Keep(const QKeyEvent& key) { keys_.emplace_back(key.clone()); }

@@ -31,7 +31,7 @@ class LostServer : public CompanyAccess {
   int WriteDataService(const TAstaParamList& request) override {
     if (lost_ == Lost::kBefore) throw DatabaseUnavailable(told + "; " + std::string(kNothingStored));
     const int stored = server_.WriteDataService(request);
-    if (lost_ == Lost::kNo) return stored;
+    if (lost_ != Lost::kAfter) return stored;
     throw DatabaseUnavailable(told + "; " + NotKnownUnder("k"));
   }
 

@@ -1,9 +1,9 @@
 // Sessions with servers: what is not read without one is read once there is one.
 
-#include <thread>
 #include <QComboBox>
 #include <QElapsedTimer>
 #include <filesystem>
+#include <thread>
 
 #include "desktop/croatian.h"
 #include "mox/server/read_services.h"
@@ -244,12 +244,13 @@ TEST_F(DesktopTest, WorksInACompanyOnPostgresql) {
 // A session that begins once nobody waits for it any more is ended.
 TEST_F(SessionTest, LeavesNoSessionThatNobodyHas) {
   std::string ended_session;
-  host_->SetDoors({.log_in = [](const ServerAddress&, const std::string& user, const std::string&,
-                                const std::string&, const EndFlag& ended) -> StoredLogin {
-                     while (!*ended) std::this_thread::yield();
-                     return {"znak", user, {}};
-                   },
-                   .log_out = [&](const ServerAddress&, const StoredLogin& login) { ended_session = login.token; }});
+  host_->SetDoors(
+      {.log_in = [](const ServerAddress&, const std::string& user, const std::string&, const std::string&,
+                    const EndFlag& ended) -> StoredLogin {
+         while (!*ended) std::this_thread::yield();
+         return {"znak", user, {}};
+       },
+       .log_out = [&](const ServerAddress&, const StoredLogin& login) { ended_session = login.token; }});
   person_.ends_work = true;
   EXPECT_THROW(host_->LogIn(ServerAddress::Parse(kFirma), "ana", "tajna", {}), Abort);
   Stop();

@@ -158,7 +158,9 @@ TEST_F(SlowServerTest, TellsThatItIsNotKnownWhatBecameOfAStore) {
 
 // What was stored is told as stored also where the screen cannot be read anew, so that nobody does it again.
 TEST_F(SlowServerTest, TellsWhatWasDoneAndIsNotShown) {
-  Press(Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n"), Qt::Key_F9);
+  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  QTest::keyClick(Line(editor, "Partner"), Qt::Key_F4);  // the first one, who pays later
+  Press(editor, Qt::Key_F9);
   window_->ShowDocuments();
   person_.WillDo([](QWidget* amount) { QTest::keyClick(amount, Qt::Key_Return); });
   person_.WillDo([this](QWidget* day) {
@@ -177,8 +179,8 @@ TEST_F(SlowServerTest, TellsWhatWasDoneAndIsNotShown) {
   const auto is_editable = [&] {
     return (units->Model().flags(units->currentIndex()) & Qt::ItemIsEditable) != 0;
   };
-  Go(units, 0, "naziv");
-  Type(units, "kutija");
+  Go(units, 0, "oznaka");
+  Type(units, "kut", false);
   Ended("Kat\\jm", [&] {
     EXPECT_TRUE(units->TakeRow());
     Settle();
@@ -243,8 +245,8 @@ TEST_F(SlowServerTest, EndsWhateverItAsks) {
   CallImportGrid("UPDATEARTLUNARI");
 }
 
-// A person who types ahead neither ends the work nor loses a key or a shortcut, wherever the keys go until
-// the status form has them, and is not taken into an error's dialog.
+// A person who types ahead neither ends the work nor loses a key, and closes no page that reads, wherever the
+// keys go until the status form has them, and is not taken into an error's dialog.
 TEST_F(SlowServerTest, KeepsWhatIsTypedMeanwhile) {
   for (const bool to_status : {true, false}) {
     SCOPED_TRACE(to_status);
@@ -282,7 +284,6 @@ TEST_F(SlowServerTest, KeepsWhatIsTypedMeanwhile) {
     }
     EXPECT_TRUE(typed);
     EXPECT_EQ(text, "kg ");
-    EXPECT_EQ(window_->Tabs().count(), tabs - 1);
   }
 }
 
