@@ -1,5 +1,6 @@
 #include "moxd/network_threads.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -10,6 +11,9 @@ namespace {
 constexpr std::chrono::milliseconds kLook{1};
 // So many looks at which there was nothing to see, and nobody looks until the next call.
 constexpr int kInVain = 100;
+// So many calls without a pause between them, and more than one client is busy: the next ones are made beside
+// each other.
+constexpr int kCallsInARow = 2;
 
 }  // namespace
 
@@ -19,6 +23,7 @@ struct NetworkThreads::Thread {
   const NetworkThreads* of;
   Loop* leads = nullptr;
   bool is_at_event = false;
+  int calls_in_a_row = 0;      // between which there was always an event to take
   std::function<void()> call;  // to be made next
   Length length = Length::kShort;
 };
@@ -37,8 +42,9 @@ void NetworkThreads::Start(std::size_t calls) {
 void NetworkThreads::Call(std::function<void()> call, Length length) {
   if (here_ != nullptr && here_->of == this && !here_->call) {
     here_->call = std::move(call);
-    // Behind another call it may wait for what that one brought about.
-    here_->length = here_->is_at_event ? length : Length::kLong;
+    // Others wait behind calls in a row; and a call of a call may wait for what that one brought about.
+    const bool is_quiet = here_->is_at_event && here_->calls_in_a_row < kCallsInARow;
+    here_->length = is_quiet ? length : Length::kLong;
     return;
   }
   const std::scoped_lock lock(mutex_);
@@ -83,9 +89,14 @@ void NetworkThreads::Run() {
 
 // Until the loop is left to another thread, or ends.
 void NetworkThreads::Lead(Loop& loop, Thread& self) {
+  self.calls_in_a_row = kCallsInARow;
   for (;;) {
     self.is_at_event = true;
-    const std::size_t events = loop.io.run_one();
+    std::size_t events = loop.io.poll_one();
+    if (events == 0) {
+      self.calls_in_a_row = 0;
+      events = loop.io.run_one();
+    }
     self.is_at_event = false;
     if (self.call) {
       std::uint64_t number = ++loop.calls;
@@ -97,6 +108,7 @@ void NetworkThreads::Lead(Loop& loop, Thread& self) {
         watched_.notify_one();
       }
       std::exchange(self.call, nullptr)();
+      ++self.calls_in_a_row;
       if (self.call) Leave(loop, number);
       if (!loop.call.compare_exchange_strong(number, 0)) break;
     }
@@ -120,8 +132,13 @@ void NetworkThreads::Watch() {
   std::unique_lock lock(mutex_);
   for (int in_vain = 0; !ends_;) {
     if (in_vain > kInVain) {
+      // A call that begins meanwhile sees either that nobody looks, or is seen itself.
       watches_ = false;
-      watched_.wait(lock, [this] { return ends_ || watches_; });
+      const bool rests =
+          std::all_of(loops_.begin(), loops_.end(), [](const Loop& loop) { return loop.call == 0; });
+      if (rests) watched_.wait(lock, [this] { return ends_ || watches_; });
+      watches_ = true;
+      in_vain = 0;
     }
     watched_.wait_for(lock, kLook, [this] { return ends_; });
     ++in_vain;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace mox {
@@ -12,11 +13,11 @@ WorkQueue::WorkQueue(std::size_t workers, std::size_t most_waiting, Hand hand)
 }
 
 bool WorkQueue::TryAdd(Job job, bool may_wait) {
-  Entry entry{std::move(job), may_wait};
+  auto entry = std::make_shared<Entry>(Entry{std::move(job), may_wait});
   std::unique_lock lock(mutex_);
   if (ends_ || jobs_.size() >= most_) return false;
   // What waits while a worker is free may not run yet, so nobody is overtaken.
-  if (idle_.empty() || !MayRun(entry)) {
+  if (idle_.empty() || !MayRun(*entry)) {
     jobs_.push_back(std::move(entry));
     return true;
   }
@@ -47,12 +48,15 @@ void WorkQueue::Stop() {
   done_.wait(lock, [this] { return busy_ == 0 && jobs_.empty(); });
 }
 
-void WorkQueue::Begin(std::unique_lock<std::mutex>& lock, std::size_t worker, Entry entry) {
+void WorkQueue::Begin(std::unique_lock<std::mutex>& lock, std::size_t worker, std::shared_ptr<Entry> entry) {
   ++busy_;
-  if (entry.may_wait) ++may_wait_;
+  if (entry->may_wait) ++may_wait_;
   lock.unlock();
-  const bool may_wait = entry.may_wait;
-  hand_([this, worker, held = std::make_shared<Entry>(std::move(entry))] { Run(worker, *held); }, may_wait);
+  try {
+    hand_([this, worker, entry] { Run(worker, *entry); }, entry->may_wait);
+  } catch (const std::bad_alloc&) {  // nobody else hears of it
+    Run(worker, *entry);
+  }
 }
 
 void WorkQueue::Run(std::size_t worker, Entry& entry) {
@@ -61,14 +65,14 @@ void WorkQueue::Run(std::size_t worker, Entry& entry) {
   std::unique_lock lock(mutex_);
   --busy_;
   if (entry.may_wait) --may_wait_;
-  const auto next = std::find_if(jobs_.begin(), jobs_.end(), [this](const Entry& at) { return MayRun(at); });
+  const auto next = std::find_if(jobs_.begin(), jobs_.end(), [this](const auto& at) { return MayRun(*at); });
   if (next == jobs_.end()) {
     idle_.push_back(worker);
     // Behind the lock: who waits for it may take the queue away.
     if (busy_ == 0 && jobs_.empty()) done_.notify_all();
     return;
   }
-  Entry job = std::move(*next);
+  std::shared_ptr<Entry> job = std::move(*next);
   jobs_.erase(next);
   Begin(lock, worker, std::move(job));
 }

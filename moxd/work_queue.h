@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -41,14 +42,14 @@ class WorkQueue {
   };
   bool MayRun(const Entry& entry) const { return !entry.may_wait || may_wait_ < most_that_wait_; }
   /// Behind the lock, which it takes off.
-  void Begin(std::unique_lock<std::mutex>& lock, std::size_t worker, Entry entry);
+  void Begin(std::unique_lock<std::mutex>& lock, std::size_t worker, std::shared_ptr<Entry> entry);
   void Run(std::size_t worker, Entry& entry);
 
   mutable std::mutex mutex_;
   std::condition_variable done_;
   const Hand hand_;
-  std::vector<std::size_t> idle_;  // the workers that are free, the last one behind
-  std::deque<Entry> jobs_;         // that wait
+  std::vector<std::size_t> idle_;            // the workers that are free, the last one behind
+  std::deque<std::shared_ptr<Entry>> jobs_;  // that wait
   const std::size_t most_;
   const std::size_t most_that_wait_;
   std::size_t busy_ = 0;

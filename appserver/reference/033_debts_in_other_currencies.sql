@@ -1,7 +1,9 @@
 -- Debts of documents in other currencies. They were first owed as they stand in the document: each is converted as the
--- document is in the books, part by part and to hundredths.
+-- document is in the books, part by part and to hundredths. A supplier abroad, or one outside of the tax, charges none.
 WITH strani AS (
   SELECT d.id, d.datum, d.ukupno, d.tecaj,
+    CASE WHEN d.vrsta IN ('primka-kalkulacija', 'storno-primke-kalkulacije', 'mal-primka-zaduzenje')
+      AND d.vrsta_dok_dob IN ('RU', 'OK') THEN 0 ELSE 1 END AS s_porezom,
     b.vrsta || ' ' || CAST(b.broj AS VARCHAR(20)) || '/' || CAST(b.godina AS VARCHAR(20)) AS br_dok
   FROM dok d JOIN valuta v ON v.id = d.valuta_id JOIN dok b ON b.id = COALESCE(d.stornira_id, d.id)
   WHERE d.ukupno <> 0 AND d.tecaj > 0
@@ -10,10 +12,10 @@ WITH strani AS (
 dijelovi AS (
   SELECT s.id, p.osnovica AS iznos FROM strani s JOIN dok_porezi p ON p.dok_id = s.id
   UNION ALL
-  SELECT s.id, p.porez FROM strani s JOIN dok_porezi p ON p.dok_id = s.id
+  SELECT s.id, p.porez FROM strani s JOIN dok_porezi p ON p.dok_id = s.id AND s.s_porezom = 1
   UNION ALL
   SELECT s.id,
-    s.ukupno - COALESCE((SELECT SUM(p.osnovica + p.porez) FROM dok_porezi p WHERE p.dok_id = s.id), 0)
+    s.ukupno - COALESCE((SELECT SUM(p.osnovica + p.porez * s.s_porezom) FROM dok_porezi p WHERE p.dok_id = s.id), 0)
   FROM strani s
 ),
 stotinke AS (

@@ -123,12 +123,14 @@ class LineSum {
       const auto column = records.FindFieldIndex(names[i].substr(is_taken_off ? 1 : 0));
       if (i == 1) first_ = column;
       if (column) parts_.push_back({*column, is_taken_off});
+      lacks_discount_ = lacks_discount_ || (is_taken_off && !column);
     }
   }
 
   // The column that is not the sum; none where it is, and where the line does not say what of.
   std::optional<std::size_t> FindWrong(const RecordRow& line) const {
-    if (!whole_ || line.IsNull(*whole_) || !first_ || line.IsNull(*first_)) return std::nullopt;
+    if (lacks_discount_ || !whole_ || line.IsNull(*whole_) || !first_ || line.IsNull(*first_))
+      return std::nullopt;
     Currency sum;
     for (const Part& part : parts_) {
       sum += part.is_taken_off ? -line.AsCurrency(part.column) : line.AsCurrency(part.column);
@@ -154,6 +156,7 @@ class LineSum {
   std::optional<std::size_t> whole_;
   std::optional<std::size_t> first_;
   std::vector<Part> parts_;
+  bool lacks_discount_ = false;  // what was taken off is somewhere else then
 };
 
 // The lines of one sort, one after the other.

@@ -220,5 +220,25 @@ TEST_F(DocumentFiguresTest, TakeTotalsThatCarryWhatTheLastLineKeepsOut) {
   }
 }
 
+// The discounts stand in one sum alone.
+TEST_F(DocumentFiguresTest, TakeLinesWithoutEachDiscount) {
+  Document document("gotovinski-racun");
+  RecordSet& entered = *document.Goods();
+  entered.Append();
+  entered.FieldByName("kolicina").SetFloat(3);
+  entered.FieldByName("pc").SetFloat(10);
+  entered.FieldByName("rbp1").SetFloat(10);
+  entered.FieldByName("tbr_stp").SetFloat(25);
+  entered.Post();
+  RecordSet goods("Stavke");
+  for (std::size_t i = 0; i < entered.FieldCount(); ++i) {
+    if (!entered.Definition(i).name.starts_with("rbi")) goods.DefineField(entered.Definition(i));
+  }
+  goods.Open();
+  goods.DataTransfer(entered);
+  document.Recapitulate();
+  EXPECT_NO_THROW(CheckFigures(document.Kind(), {&goods, nullptr, document.Recapitulation()}));
+}
+
 }  // namespace
 }  // namespace mox
