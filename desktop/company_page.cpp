@@ -2,6 +2,7 @@
 
 #include "desktop/host.h"
 #include "desktop/qt_text.h"
+#include "desktop/storing.h"
 #include "mox/foundation/text.h"
 #include "mox/server/read_services.h"
 
@@ -64,7 +65,9 @@ void CompanyPage::AddIban() {
   sent.Open();
   sent.AppendRecord({*iban});
   Send("PoduzeceIbanInsert", sent);
-  Reload();
+  ReadAfter(  // the note that is read names all accounts
+      QStringLiteral("Račun je dodan."), [this] { ReadAnew(); },
+      [this](const QString& note) { SetNote(note); });
 }
 
 void CompanyPage::StoreRow(RecordSet& row) {

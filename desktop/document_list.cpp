@@ -115,7 +115,7 @@ DocumentList::DocumentList(DesktopHost& host, std::function<void(std::int64_t)> 
   View().SetOnChosen([this] { Guarded([this] { open_(CurrentId()); }); });
   AddButton(
       QStringLiteral("Otvori"), [this] { open_(CurrentId()); }, Qt::CTRL | Qt::Key_Return);
-  AddDocumentButtons(Buttons(), {host, this, [this] { return CurrentId(); }, [this] { Reload(); },
+  AddDocumentButtons(Buttons(), {host, this, [this] { return CurrentId(); }, [this] { ReadAnew(); },
                                  [this](const QString& note) { SetNote(note); }});
   Reload();
 }

@@ -43,11 +43,12 @@ class MailSender : public RecordStore {
   }
 
   Outbox& Box() { return outbox_; }
-  QString SendAgreed(const OutboxMail& mail) {
+  QString SendAgreed(const OutboxMail& mail, bool keeps_template = false) {
     const QString what = QStringLiteral("Pošta za %1").arg(ToQt(mail.to));
     QString known = what + u' ' + StateOf(mail.state);
     if (mail.storno_id) known += QStringLiteral(", a njezin je dokument storniran");
-    if (mail.NeedsLeave() &&
+    if (keeps_template) known += QStringLiteral("; ostaje joj predložak s kojim je prvi put zatražena");
+    if ((mail.NeedsLeave() || keeps_template) &&
         !AskToLose(FromQt(known), mail.Waits() ? "Poslati je ipak?" : "Poslati je ponovo?")) {
       return known + u'.';
     }
@@ -80,10 +81,7 @@ QString MailDocument(DesktopHost& host, std::int64_t id) {
   const auto to = App().Dialogs().InputBox("Pošta", "E-mail adresa primatelja:", known);
   if (!to) return {};
   const OutboxMail mail = sender.Box().Put(id, FromQt(ToQt(*to).trimmed()));
-  const bool keeps_template = sender.Box().HasOtherTemplate(mail);
-  const QString told = sender.SendAgreed(mail);
-  return keeps_template ? told + QStringLiteral(" Ostaje joj predložak s kojim je prvi put zatražena.")
-                        : told;
+  return sender.SendAgreed(mail, sender.Box().HasOtherTemplate(mail));
 }
 
 MailPage::MailPage(DesktopHost& host)

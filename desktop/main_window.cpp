@@ -45,6 +45,14 @@ struct ClassTitle {
   const char16_t* title;
 };
 
+// Who is logged in at the company's server; nobody for a file.
+std::string UserOf(const std::string& location) {
+  if (!IsServerAddress(location)) return {};
+  const auto login =
+      LoginStore(SystemPlatform::UserStateFolder()).Find(ServerAddress::Parse(location).server);
+  return login ? login->user : std::string();
+}
+
 constexpr ClassTitle kClasses[] = {
     {DocumentClass::kInvoice, u"Računi"},     {DocumentClass::kProForma, u"Predračuni"},
     {DocumentClass::kOrder, u"Radni nalozi"}, {DocumentClass::kGoodsReceipt, u"Primke"},
@@ -226,6 +234,7 @@ bool MainWindow::CloseTab(int index) {
   auto* const editing = dynamic_cast<EditingPage*>(page);
   if (editing != nullptr && !editing->MayClose()) return false;
   tabs_.removeTab(index);
+  if (auto* const rows = dynamic_cast<RecordPage*>(page)) rows->Forget();
   page->deleteLater();  // it may be at work
   if (tabs_.currentWidget() != nullptr) tabs_.currentWidget()->setFocus();
   return true;
@@ -261,6 +270,7 @@ void MainWindow::OpenCompany(const std::string& location) {
   if (server == nullptr || !MayEnd()) return;
   while (tabs_.count() > 0) delete tabs_.widget(0);
   Guarded([&] { host_.Open(location, std::move(server)); });  // open, also where that cannot be remembered
+  user_ = UserOf(location);
   ShowTitle();
   Guarded([this] { ShowDocuments(); });
   OfferDrafts();
@@ -284,28 +294,37 @@ void MainWindow::LogIn() {
   const std::string path = host_.IsOpen() ? App().Company().CompanyPath() : host_.LastCompany();
   if (!IsServerAddress(path)) throw Error("Prijava je potrebna samo za tvrtku na poslužitelju.");
   const ServerAddress address = ServerAddress::Parse(path);
-  const auto user = [&address] {
-    const auto login = LoginStore(SystemPlatform::UserStateFolder()).Find(address.server);
-    return login ? login->user : std::string();
-  };
-  const std::string before = user();
   if (LoginDialog(host_, address, LoginName(), this).exec() != QDialog::Accepted) return;
   if (!host_.IsOpen()) return OpenCompany(path);
+  const std::string user = UserOf(path);
+  const bool by_another = user != user_;
+  if (by_another && !MayLeaveRows()) return;
   host_.Reconnect();
+  user_ = user;
   ShowTitle();
-  ReadPagesAnew(user() != before);
+  ReadPagesAnew(by_another);
   if (tabs_.count() == 0) Guarded([this] { ShowDocuments(); });
   OfferDrafts();
 }
 
-// What another user may not read is not left on the screen.
+// What one user has typed is not stored in another one's name, and what he has read is not left on the
+// screen. False where a row that is not stored is to stay: then so does his session.
+bool MainWindow::MayLeaveRows() {
+  std::vector<RecordPage*> pages;
+  for (int i = 0; i < tabs_.count(); ++i) {
+    auto* const rows = dynamic_cast<RecordPage*>(tabs_.widget(i));
+    if (rows == nullptr) continue;
+    if (!rows->MayClose()) return false;
+    pages.push_back(rows);
+  }
+  for (RecordPage* const rows : pages) rows->Clear();
+  return true;
+}
+
 void MainWindow::ReadPagesAnew(bool by_another) {
   for (int i = tabs_.count(); i-- > 0;) {
     QWidget* const page = tabs_.widget(i);
-    if (auto* const rows = dynamic_cast<RecordPage*>(page)) {
-      if (by_another) rows->Clear();
-      Guarded([rows] { rows->Reload(); });
-    }
+    if (auto* const rows = dynamic_cast<RecordPage*>(page)) Guarded([rows] { rows->Reload(); });
     auto* const stored = dynamic_cast<StoredDocumentPage*>(page);
     if (stored != nullptr && !Guarded([stored] { stored->Reload(); }) && by_another) CloseTab(i);
     if (auto* const editor = dynamic_cast<DocumentEditor*>(page)) editor->ReadFormats();

@@ -52,6 +52,7 @@ class MainWindow : public QMainWindow, public TMainForm {
   QAction* Add(QMenu* menu, const QString& text, const QKeySequence& key, void (MainWindow::*action)());
   void Import(const std::string& key);
   void OfferDrafts();
+  bool MayLeaveRows();
   void ReadPagesAnew(bool by_another = false);
   DocumentEditor* AddEditor(Document document, Draft draft);
   int AddTab(QWidget* page);
@@ -75,6 +76,7 @@ class MainWindow : public QMainWindow, public TMainForm {
   DesktopHost& host_;
   QTabWidget tabs_;
   QLabel company_;
+  std::string user_;  // in whose name the company's server is asked
 };
 
 }  // namespace mox

@@ -3,7 +3,6 @@
 #include <QGuiApplication>
 #include <QMetaProperty>
 #include <QSignalBlocker>
-#include <QTimer>
 #include <algorithm>
 
 #include "desktop/action_button.h"
@@ -34,6 +33,8 @@ RecordPage::RecordPage(DesktopHost& host, const QString& title, RecordSet empty,
   note_.setAccessibleName(QStringLiteral("Napomena"));
   buttons_.addWidget(&note_, 1);
   MakeShortcut(this, Qt::Key_F5, [this] { Reload(); });
+  read_soon_.setSingleShot(true);
+  connect(&read_soon_, &QTimer::timeout, this, [this] { ReadSoon(); });
   listener_ = rows_.AddListener([this](const RecordSet& rows, const RecordSetChange& /*change*/) {
     if (waits_ && rows.State() == DataSetState::kBrowse) ReadSoon();
   });
@@ -42,18 +43,32 @@ RecordPage::RecordPage(DesktopHost& host, const QString& title, RecordSet empty,
 RecordPage::~RecordPage() { rows_.RemoveListener(listener_); }
 
 bool RecordPage::Reload() {
-  if (!view_.TakeRow()) return false;
-  read_.Forget();
   try {
-    ReadNow();
+    return ReadAnew();
   } catch (const Abort&) {
     SetNote(QStringLiteral("Čitanje je prekinuto."));
   }
   return true;
 }
 
+bool RecordPage::ReadAnew() {
+  if (!view_.TakeRow()) return false;
+  read_.Forget();
+  ReadNow();
+  return true;
+}
+
 void RecordPage::Clear() {
-  if (rows_.IsActive() && view_.TakeRow()) rows_.Clear();
+  Forget();
+  model_.revert();
+  if (rows_.IsActive()) rows_.Clear();
+  note_.clear();
+}
+
+void RecordPage::Forget() {
+  read_.Forget();
+  read_soon_.stop();
+  waits_ = false;
 }
 
 void RecordPage::ReadNow() {
@@ -117,7 +132,7 @@ void RecordPage::ReadSoon() {
   constexpr int kAgain = 50;  // milliseconds
   read_.Run([this] {
     if (QGuiApplication::mouseButtons() != Qt::NoButton) {
-      return QTimer::singleShot(kAgain, this, [this] { ReadSoon(); });
+      return read_soon_.start(kAgain);
     }
     waits_ = rows_.State() != DataSetState::kBrowse || view_.IsTyping();
     if (waits_) return;
@@ -131,7 +146,7 @@ void RecordPage::ReadSoon() {
 void RecordPage::ReadAgain(const QString& done) {
   const auto note = [this](const QString& text) { SetNote(text); };
   const auto read = [&] {
-    Reload();
+    ReadAnew();
     SetNote(done);
   };
   ReadAfter(done, read, note);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QHBoxLayout>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <QVariant>
 #include <QWidget>
@@ -31,8 +32,11 @@ class RecordPage : public QWidget, public EditingPage {
   /// where that was refused, and the row stays. Where the user ends it, or it fails, rows and filters are
   /// those that were there.
   bool Reload();
-  /// Shows no rows until they are read, as another user may not see them. A row that is refused stays.
-  void Clear();
+  /// Shows nothing until it is read, as another user may not see it. A row that is being typed is thrown
+  /// away.
+  virtual void Clear();
+  /// What was to be read is not wanted any more, as the page closes.
+  void Forget();
   bool MayClose() override;
 
  protected:
@@ -45,6 +49,8 @@ class RecordPage : public QWidget, public EditingPage {
   /// unnoticed.
   void ReadSoon();
   bool IsStale() const { return stale_; }
+  /// As Reload(), but raises Abort where the user ends it.
+  bool ReadAnew();
   /// After something was done, which is told: reads the rows anew.
   void ReadAgain(const QString& done);
   QPushButton* AddButton(const QString& text, const std::function<void()>& action,
@@ -81,6 +87,7 @@ class RecordPage : public QWidget, public EditingPage {
   bool stale_ = false;  // what was stored is not read yet
   int listener_ = 0;
   Later read_;
+  QTimer read_soon_;  // until no mouse button is pressed
 };
 
 }  // namespace mox

@@ -169,6 +169,11 @@ ReportPage::ReportPage(DesktopHost& host)
   Reload();
 }
 
+void ReportPage::Clear() {
+  RecordPage::Clear();
+  chart_.SetBars({}, {});
+}
+
 void ReportPage::Read() {
   const Report& report = Reports()[static_cast<std::size_t>(report_.currentIndex())];
   TAstaParamList request;

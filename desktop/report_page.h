@@ -30,6 +30,7 @@ class BarChart : public QWidget {
 class ReportPage : public RecordPage {
  public:
   explicit ReportPage(DesktopHost& host);
+  void Clear() override;
 
  private:
   void Read() override;

@@ -32,6 +32,7 @@ StatusForm::StatusForm(QWidget* owner) : QDialog(owner) {
   layout->addWidget(&end_, 0, Qt::AlignRight);
   bar_.setAccessibleName(QStringLiteral("Napredak"));
   end_.setAutoDefault(false);
+  end_.setFocusPolicy(Qt::NoFocus);  // keys go to the window behind
   connect(&end_, &QPushButton::clicked, this, &QDialog::reject);
   setFixedWidth(kWidth);
   since_painted_.start();

@@ -45,7 +45,7 @@ class StatusForm : public QDialog {
 
   QLabel text_;
   QProgressBar bar_;
-  QPushButton end_{QStringLiteral("&Prekini")};
+  QPushButton end_{QStringLiteral("Prekini (Esc)")};
   QElapsedTimer since_painted_;
   bool ended_ = false;
   bool ends_ = false;  // what goes on does not know of it yet

@@ -11,7 +11,9 @@ void StoreWhatIsShown(const std::function<void()>& store) {
   try {
     store();
   } catch (const DatabaseError& error) {
-    throw Error(FromQt(InCroatian(error.what()) + QStringLiteral(" Upisano je i dalje na zaslonu.")));
+    QString told = InCroatian(error.what());
+    if (!told.endsWith(u'.')) told += u'.';
+    throw Error(FromQt(told + QStringLiteral(" Upisano je i dalje na zaslonu.")));
   }
 }
 

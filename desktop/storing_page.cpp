@@ -17,13 +17,11 @@ StoringPage::StoringPage(DesktopHost& host, const QString& title, RecordSet empt
 
 void StoringPage::Begin() {
   Reload();
-  Rows().SetOnBeforePost([this](RecordSet& row) { StoreRow(row); });
+  Rows().SetOnBeforePost([this](RecordSet& row) { StoreWhatIsShown([&] { StoreRow(row); }); });
 }
 
 void StoringPage::Send(std::string_view transaction, RecordSet& records) {
-  StoreWhatIsShown([&] {
-    if (!ExecuteTransaction(transaction, {&records})) throw Error(FromQt(RefusalOf(Host().Server())));
-  });
+  if (!ExecuteTransaction(transaction, {&records})) throw Error(FromQt(RefusalOf(Host().Server())));
 }
 
 }  // namespace mox

@@ -12,8 +12,8 @@
 namespace mox {
 
 /// What is typed while the program works. It goes on to where it was typed afterwards, as if it were typed
-/// only then: shortcuts among it take effect, each key comes once the work of the one before is done, and
-/// none is taken into a dialog that has opened since.
+/// only then: each key comes once the work of the one before is done, and none is taken into a dialog that
+/// has opened since. Keys that type are given back; shortcuts among them are dropped.
 class TypedAhead : public QObject {
  public:
   using QObject::QObject;

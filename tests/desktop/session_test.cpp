@@ -130,12 +130,27 @@ TEST_F(SessionTest, ReadsAndOffersWhatWaitedForALogIn) {
   window_->Tabs().setCurrentIndex(0);
   Press(Page(), Qt::Key_F5);
   EXPECT_EQ(Lines(Page(), "Dokumenti")->Model().rowCount(), 1);
+  window_->ShowReports();
+  const auto charts = [this] {
+    std::vector<QString> told;
+    for (const QWidget* const widget : Page()->findChildren<QWidget*>()) {
+      if (widget->accessibleName().startsWith(QStringLiteral("Grafikon"))) {
+        told.push_back(widget->accessibleDescription());
+      }
+    }
+    return told;
+  };
+  ASSERT_EQ(charts().size(), 1U);
   may_read_ = false;
-  for (const auto& [user, rows, tabs] : {std::tuple("ana", 1, 3), {"ivo", 0, 2}}) {
+  for (const auto& [user, rows, tabs] : {std::tuple("ana", 1, 4), {"ivo", 0, 3}}) {
     WillLogIn(user);
     window_->LogIn();
     EXPECT_EQ(Lines(window_->Tabs().widget(0), "Dokumenti")->Model().rowCount(), rows) << user;
     EXPECT_EQ(window_->Tabs().count(), tabs) << user;
+    EXPECT_EQ(charts().front().isEmpty(), rows == 0) << user;
+    for (const int page : {0, tabs - 1}) {
+      EXPECT_EQ(Label(window_->Tabs().widget(page), "Napomena")->text().isEmpty(), rows == 0) << user;
+    }
   }
 }
 

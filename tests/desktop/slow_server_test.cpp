@@ -137,11 +137,15 @@ TEST_F(SlowServerTest, TellsThatItIsNotKnownWhatBecameOfAStore) {
 
   window_->ShowCodebook("jm");
   RecordSetView* const units = Lines(Page(), "Jedinice mjere");
+  person_.WillPress("Da");
+  EXPECT_THAT(unknown([&] { PressButton(Page(), "Obriši"); }),
+              AllOf(HasSubstr("Ne zna se je li pohranjeno"), Not(HasSubstr("na zaslonu"))));
   QTest::keyClick(units, Qt::Key_Insert);
   Go(units, units->Model().rowCount() - 1, "naziv");
   Type(units, "vreca", false);
   unknown([&] { EXPECT_FALSE(units->TakeRow()); });
-  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("Ne zna se je li pohranjeno"));
+  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()),
+              AllOf(HasSubstr("Ne zna se je li pohranjeno"), HasSubstr(". Upisano je i dalje na zaslonu.")));
 
   person_.WillDo([&](QWidget* grid) {
     QApplication::clipboard()->setText(QStringLiteral("99991\tPrvi"));
@@ -162,18 +166,27 @@ TEST_F(SlowServerTest, TellsWhatWasDoneAndIsNotShown) {
   QTest::keyClick(Line(editor, "Partner"), Qt::Key_F4);  // the first one, who pays later
   Press(editor, Qt::Key_F9);
   window_->ShowDocuments();
-  person_.WillDo([](QWidget* amount) { QTest::keyClick(amount, Qt::Key_Return); });
-  person_.WillDo([this](QWidget* day) {
-    server_->Lose(LostServer::Lost::kReads);
-    QTest::keyClick(day, Qt::Key_Return);
-  });
-  PressButton(Page(), "Uplata (Ctrl+U)");
-  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()),
+  const auto pay = [this](const std::function<void()>& before_it_reads) {
+    person_.WillDo([](QWidget* amount) {
+      Fill(amount->findChild<QLineEdit*>(), "10");
+      QTest::keyClick(amount->findChild<QLineEdit*>(), Qt::Key_Return);
+    });
+    person_.WillDo([before_it_reads](QWidget* day) {
+      before_it_reads();
+      QTest::keyClick(day, Qt::Key_Return);
+    });
+    PressButton(Page(), "Uplata (Ctrl+U)");
+    return FromQt(Label(Page(), "Napomena")->text());
+  };
+  EXPECT_THAT(pay([this] { server_->Lose(LostServer::Lost::kReads); }),
               AllOf(HasSubstr("Uplata je upisana. Prikaz nije osvježen: "), HasSubstr("nije dostupan")));
+  server_->Lose(LostServer::Lost::kNo);
+  Ended("", [&] {
+    EXPECT_EQ(pay([this] { server_->slow = "Dokumenti"; }), "Uplata je upisana. Čitanje je prekinuto.");
+  });
   EXPECT_THAT(person_.read, Not(Contains(HasSubstr("Radnja nije izvršena"))));
 
   // Without what was stored nobody could tell whether another one has changed it since.
-  server_->Lose(LostServer::Lost::kNo);
   window_->ShowCodebook("jm");
   RecordSetView* const units = Lines(Page(), "Jedinice mjere");
   const auto is_editable = [&] {
@@ -189,6 +202,20 @@ TEST_F(SlowServerTest, TellsWhatWasDoneAndIsNotShown) {
   EXPECT_FALSE(is_editable());
   Press(Page(), Qt::Key_F5);
   EXPECT_TRUE(is_editable());
+
+  // A page that is closed is not read any more.
+  Type(units, "pak", false);
+  server_->slow = "Kat\\jm";
+  bool reads = false;
+  person_.on_status = [&](QWidget* status) {
+    reads = true;
+    static_cast<QDialog*>(status)->reject();
+  };
+  window_->Tabs().tabCloseRequested(window_->Tabs().currentIndex());
+  Settle();
+  EXPECT_FALSE(reads);
+  person_.on_status = nullptr;
+  server_->slow = {};
 }
 
 // The user ends what goes on when he presses the button; what became of it is stored all the same.
@@ -284,6 +311,7 @@ TEST_F(SlowServerTest, KeepsWhatIsTypedMeanwhile) {
     }
     EXPECT_TRUE(typed);
     EXPECT_EQ(text, "kg ");
+    EXPECT_EQ(window_->Tabs().count(), tabs) << "shortcuts are dropped";
   }
 }
 
