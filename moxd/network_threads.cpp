@@ -78,13 +78,14 @@ void NetworkThreads::Run() {
       self.call = std::move(calls_.front());
       calls_.pop_front();
     } else {
-      return;
+      break;
     }
     lock.unlock();
     if (self.leads != nullptr) Lead(*self.leads, self);
     MakeCalls(self);
     lock.lock();
   }
+  here_ = nullptr;
 }
 
 // Until the loop is left to another thread, or ends.

@@ -23,7 +23,7 @@ bool WorkQueue::TryAdd(Job job, bool may_wait) {
   }
   const std::size_t worker = idle_.back();
   idle_.pop_back();
-  Begin(lock, worker, std::move(entry));
+  Begin(lock, worker, entry);
   return true;
 }
 
@@ -48,7 +48,8 @@ void WorkQueue::Stop() {
   done_.wait(lock, [this] { return busy_ == 0 && jobs_.empty(); });
 }
 
-void WorkQueue::Begin(std::unique_lock<std::mutex>& lock, std::size_t worker, std::shared_ptr<Entry> entry) {
+void WorkQueue::Begin(std::unique_lock<std::mutex>& lock, std::size_t worker,
+                      const std::shared_ptr<Entry>& entry) {
   ++busy_;
   if (entry->may_wait) ++may_wait_;
   lock.unlock();
@@ -72,9 +73,9 @@ void WorkQueue::Run(std::size_t worker, Entry& entry) {
     if (busy_ == 0 && jobs_.empty()) done_.notify_all();
     return;
   }
-  std::shared_ptr<Entry> job = std::move(*next);
+  const std::shared_ptr<Entry> job = std::move(*next);
   jobs_.erase(next);
-  Begin(lock, worker, std::move(job));
+  Begin(lock, worker, job);
 }
 
 }  // namespace mox

@@ -42,7 +42,7 @@ class WorkQueue {
   };
   bool MayRun(const Entry& entry) const { return !entry.may_wait || may_wait_ < most_that_wait_; }
   /// Behind the lock, which it takes off.
-  void Begin(std::unique_lock<std::mutex>& lock, std::size_t worker, std::shared_ptr<Entry> entry);
+  void Begin(std::unique_lock<std::mutex>& lock, std::size_t worker, const std::shared_ptr<Entry>& entry);
   void Run(std::size_t worker, Entry& entry);
 
   mutable std::mutex mutex_;
