@@ -231,9 +231,10 @@ void MainWindow::ShowPage(int on) {
 
 bool MainWindow::CloseTab(int index) {
   QWidget* const page = tabs_.widget(index);
+  if (page == nullptr) return true;
   auto* const editing = dynamic_cast<EditingPage*>(page);
   if (editing != nullptr && !editing->MayClose()) return false;
-  tabs_.removeTab(index);
+  tabs_.removeTab(tabs_.indexOf(page));
   if (auto* const rows = dynamic_cast<RecordPage*>(page)) rows->Forget();
   page->deleteLater();  // it may be at work
   if (tabs_.currentWidget() != nullptr) tabs_.currentWidget()->setFocus();

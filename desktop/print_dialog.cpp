@@ -57,11 +57,7 @@ PrintDialog::PrintDialog(std::int64_t id, QWidget* parent)
     if (last == form.name) form_.setCurrentIndex(form_.count() - 1);
   }
   form_.setAccessibleName(QStringLiteral("Oblik ispisa"));
-  connect(&form_, &QComboBox::currentIndexChanged, this, [this] {
-    if (Guarded([this] { ShowSheets(); })) return;
-    const QSignalBlocker quiet(&form_);
-    form_.setCurrentIndex(shown_form_);
-  });
+  connect(&form_, &QComboBox::currentIndexChanged, this, &PrintDialog::ShowChosenForm);
   layout->addWidget(&form_);
   auto* const paper = new QWidget;
   sheets_ = new QVBoxLayout(paper);
@@ -95,6 +91,13 @@ PrintDialog::PrintDialog(std::int64_t id, QWidget* parent)
 
 const std::string& PrintDialog::Font() const {
   return paper_.Text(IsSlip() ? "isjecak" : "stranica", "font");
+}
+
+// A form that cannot be shown leaves the one before it chosen.
+void PrintDialog::ShowChosenForm() {
+  if (Guarded([this] { ShowSheets(); })) return;
+  const QSignalBlocker quiet(&form_);
+  form_.setCurrentIndex(shown_form_);
 }
 
 void PrintDialog::ShowSheets() {

@@ -28,6 +28,7 @@ class PrintDialog : public QDialog {
   void PrintSheets(QPrinter& printer);
 
  private:
+  void ShowChosenForm();
   void ShowSheets();
   bool IsSlip() const { return form_.currentIndex() > 0; }
   const std::string& Font() const;

@@ -30,7 +30,7 @@ struct AccountSettings {
   /// the longest one. After a day without one they are forgotten; a success forgets those of its account.
   std::int64_t free_attempts_of_account = 5;
   std::int64_t free_attempts_of_address = 50;
-  std::int64_t longest_wait = 15 * 60;
+  std::int64_t longest_wait = std::int64_t{15} * 60;
   /// Of log-ins and log-outs the journal keeps the last ones, and none that are older; seconds.
   std::int64_t kept_log_ins = 100'000;
   std::int64_t kept_log_in_time = std::int64_t{366} * 24 * 3600;

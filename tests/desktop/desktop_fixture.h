@@ -6,7 +6,7 @@
 #include <QClipboard>
 #include <QMessageBox>
 #include <QTest>
-#include <QTimer>
+#include <QTimerEvent>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -24,9 +24,9 @@ namespace mox {
 
 /// A person before dialogs: what a message says is written down, and each dialog gets the next answer, the
 /// caption of a button or something to do with it. Where answers end, the default button is pressed.
-class Person {
+class Person : private QObject {
  public:
-  Person() { LookAgain(); }
+  Person() { startTimer(1); }
   void WillPress(const char* button) {
     answers_.emplace_back([name = QString::fromUtf8(button)](QWidget* dialog) {
       for (QAbstractButton* const candidate : dialog->findChildren<QAbstractButton*>()) {
@@ -42,12 +42,12 @@ class Person {
   std::vector<std::string> read;  ///< "caption | heading | message" of messages, the title of other dialogs
 
  private:
-  // Always by a timer of its own, as one does not run again while what it has called opens further dialogs.
-  void LookAgain() {
-    QTimer::singleShot(1, &here_, [this] {
-      LookAgain();
-      Look();
-    });
+  // Each time by a timer of its own, as one does not run again while what it has called opens further
+  // dialogs.
+  void timerEvent(QTimerEvent* event) override {
+    killTimer(event->timerId());
+    startTimer(1);
+    Look();
   }
   void Look() {
     QWidget* const dialog = QApplication::activeModalWidget();
@@ -75,7 +75,6 @@ class Person {
     }
   }
 
-  QObject here_;
   std::deque<std::function<void(QWidget*)>> answers_;
   QWidget* handled_ = nullptr;  // what an answer works on, which may open others
 };
