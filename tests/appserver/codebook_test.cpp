@@ -79,40 +79,6 @@ TEST_P(CodebookTest, HasAFieldForEveryColumn) {
   }
 }
 
-// What a line or a link names without a reference of the database is in use, too.
-TEST_P(CodebookTest, TakesNothingAwayThatIsNamed) {
-  Database& database = server.database();
-  database.Execute("INSERT INTO dok (vrsta, godina, broj, datum) VALUES ('racun', 2024, 7, '2024-03-01')");
-  database.Execute(
-      "INSERT INTO usluge (sifra, aktivna, konto_id, naziv_hrv, pc) "
-      "SELECT 'S-1', TRUE, MIN(id), 'Popravak', 40 FROM fin_kto");
-  database.Execute(
-      "INSERT INTO dok_stavke (dok_id, rb, sorta, sifra, jm) SELECT id, 1, 'usluga', 's-1', 'Smjena' FROM "
-      "dok");
-  database.Execute("INSERT INTO jm (naziv) VALUES ('smjena')");
-  database.Execute("INSERT INTO jm (naziv) VALUES ('turnus')");
-  database.Execute("INSERT INTO art (sifra, naziv) VALUES ('S-1', 'Svijeća')");
-  database.Execute("INSERT INTO banke (naziv) VALUES ('Banka')");
-  database.Execute(
-      "INSERT INTO dok_veze (parent_table, parent_column, parent_doc_id, child_tip, child_doc_id) "
-      "SELECT 'banke', 'id', b.id, 'x', d.id FROM banke b, dok d WHERE b.naziv = 'Banka'");
-  const struct {
-    const char* codebook;
-    const char* key;
-    const char* answer;
-  } cases[] = {
-      {"usluge", "S-1", "\"S-1\" is used by dok_stavke: racun 7/2024"},   {"artikli", "S-1", "done"},
-      {"jm", "smjena", "\"smjena\" is used by dok_stavke: racun 7/2024"}, {"jm", "turnus", "done"},
-      {"banke", "Banka", "\"Banka\" is used by dok_veze: racun 7/2024"},
-  };
-  for (const auto& row : cases) {
-    const std::string field(FindCodebook(row.codebook)->key.front());
-    EXPECT_THAT(Write("KatalogBrisanje", OneRecord(row.codebook, field, {row.key})),
-                testing::EndsWith(row.answer))
-        << row.codebook;
-  }
-}
-
 // What a part of a text finds is what reading every text of every row finds: rows that the index has, rows
 // that were stored, changed and taken away since, and rows found by a text that they refer to.
 TEST_P(CodebookTest, FindsByItsIndexWhatReadingAllRowsFinds) {

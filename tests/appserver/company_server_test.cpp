@@ -306,6 +306,10 @@ TEST_P(CompanyServerTest, StoresImports) {
   ExpectCases("imports", {"sql", "import", "write", "rows", "last", "sizes"});
 }
 
+TEST_P(CompanyServerTest, TakesImportsBack) {
+  ExpectCases("import_undo", {"sql", "import", "write", "rows"});
+}
+
 // The server runs every text of the profiles and answers under the name that the grid asks for; the profile's
 // transaction takes every field, in a column that is wide enough.
 TEST_P(CompanyServerTest, ServesTheImportProfiles) {

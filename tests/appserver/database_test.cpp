@@ -138,9 +138,7 @@ TEST_P(KindsTest, AnswersTables) {
 TEST_P(DatabaseTest, FoldsAsItsSqlDoes) {
   Database database(path_);
   Statement fold = database.Prepare("SELECT fold(:t)", {FieldKind::kText});
-  RecordSet folded("q");
-  folded.DefineField("t", FieldKind::kText);
-  folded.Open();
+  RecordSet folded = EmptySet("q", "t");
   std::vector<std::string> texts;
   for (char32_t c = 1; c < 0x10000; ++c) {
     std::string letter;

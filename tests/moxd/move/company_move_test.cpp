@@ -10,6 +10,7 @@
 #include "moxd/move_company.h"
 #include "tests/fakes/error_of.h"
 #include "tests/fakes/own_process.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/moxd/scratch_accounts.h"
 #include "tests/source_dir.h"
 
@@ -151,9 +152,7 @@ TEST_F(CompanyMoveTest, IsOnOneSideWhereverItWasKilled) {
   EXPECT_EQ(Remains(), "");
   EXPECT_THROW(const WriteTransaction write(stale), CompanyGone);
   EXPECT_THROW(const ReadTransaction read(stale), CompanyGone);
-  RecordSet rows("r");
-  rows.DefineField("id", FieldKind::kInteger);
-  rows.Open();
+  RecordSet rows = EmptySet("r", "id:integer");
   look.Bind(0, Value(std::int64_t{1}));
   EXPECT_THROW(look.ExecuteInto(rows), CompanyGone);
   const std::int64_t key = NextKey(1);
