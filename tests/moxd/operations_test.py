@@ -13,7 +13,7 @@ import tempfile
 import time
 import unittest
 
-from running_server import code_of, link, links_stored, make_certificate, values_of
+from running_server import link, links_stored, make_certificate, values_of
 from server_case import MOXD, READ, ServerTest, WRITE
 
 
@@ -106,17 +106,6 @@ class Operations(ServerTest):
             with self.server.connect() as after:
                 self.assertEqual(after.getpeercert()["subject"], ((("commonName", "two"),),))
             self.assertEqual(self.server.ask(READ, token=self.token, connection=before)[0], 200)
-
-    def test_retried_writes_are_stored_once(self):
-        key = "5f3a9c"
-        first = self.server.ask(WRITE, link(1), self.token, Idempotency_Key=key)
-        self.assertEqual(first[0], 200)
-        self.assertEqual(self.server.ask(WRITE, link(1), self.token, Idempotency_Key=key)[2], first[2])
-        self.server.end(signal.SIGKILL)
-        self.server.start()
-        self.assertEqual(self.server.ask(WRITE, link(1), self.token, Idempotency_Key=key)[2], first[2])
-        self.assertEqual(code_of(self.server.ask(WRITE, link(2), self.token, Idempotency_Key=key)), (422, "key_reused"))
-        self.assertEqual(links_stored(self.company), [1])
 
 
 class Check(unittest.TestCase):
