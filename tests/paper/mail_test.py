@@ -173,18 +173,25 @@ def states():
     return [row["stanje"] for row in mails()]
 
 
+# What is asked for ends with the status, and says so; the mails are in these states then, and the handler has so many.
+def ask(what, *words, status=0, says="", left=None, received=None, stdin=None):
+    result = mox("mail", *words, stdin=stdin)
+    expect(what, result.returncode == status and says in result.stderr, result.stderr)
+    expect(what + ", states", left is None or states() == left, result.stderr)
+    expect(what + ", received", received is None or len(received[0].mails) == received[1], result.stderr)
+    return result
+
+
 # What waits is withdrawn, so that nothing of it goes out later.
 def forget():
     for mail in mails():
         FORGOTTEN.add(mail["id"])
         if mail["stanje"] == "ceka":
-            result = mox("mail", "--withdraw", mail["id"])
-            expect("withdrawn", result.returncode == 0 and "is withdrawn" in result.stderr, result.stderr)
+            ask("withdrawn", "--withdraw", mail["id"], says="is withdrawn")
 
 
 def account(url, *words, stdin=None):
-    result = mox("mail", "--account", url, "--sender", "racuni@zito.hr", *words, stdin=stdin)
-    expect("account", result.returncode == 0, result.stderr)
+    ask("account", "--account", url, "--sender", "racuni@zito.hr", *words, stdin=stdin)
 
 
 def prepare(stack):
@@ -226,8 +233,7 @@ def check_contents(handler):
         database.execute("UPDATE par SET naziv = ? WHERE id = 1", ("Zli kupac\r\nBcc: napad@x.hr",))
         database.commit()
     Path("p.txt").write_text("[posta]\npredmet = Račun {broj}\\nBcc: napad@y.hr\\n\\n za {kupac}\n")
-    result = mox("mail", "1", "--to", "kupac@primjer.hr", "--template", "p.txt")
-    expect("sent", result.returncode == 0 and states() == ["poslano"], result.stderr)
+    ask("sent", "1", "--to", "kupac@primjer.hr", "--template", "p.txt", left=["poslano"])
     to, content = handler.mails.pop()
     message = email.message_from_bytes(content, policy=email.policy.default)
     expect("one receiver", to == ["kupac@primjer.hr"] and message["Bcc"] is None and message["To"] == "kupac@primjer.hr", to)
@@ -242,10 +248,8 @@ def check_contents(handler):
     with sqlite3.connect("t.db") as database:
         database.execute("INSERT INTO eracun_veze (dok_id, electronic_id) VALUES (1, 7)")
     # A second one only where the user has agreed, and the e-invoice with it, without the account.
-    again = mox("mail", "1", "--to", "kupac@primjer.hr")
-    expect("again", again.returncode == 1 and "was sent already" in again.stderr and not handler.mails, again.stderr)
-    again = mox("mail", "1", "--to", "kupac@primjer.hr", "--yes")
-    expect("agreed", again.returncode == 0 and len(handler.mails) == 1, again.stderr)
+    ask("again", "1", "--to", "kupac@primjer.hr", status=1, says="was sent already", received=(handler, 0))
+    ask("agreed", "1", "--to", "kupac@primjer.hr", "--yes", received=(handler, 1))
     message = email.message_from_bytes(handler.mails.pop()[1], policy=email.policy.default)
     page, invoice = message.iter_attachments()
     expect("names", (page.get_filename(), invoice.get_filename()) == ("racun-usluga-1-2024.pdf", "racun-usluga-1-2024.json"))
@@ -253,8 +257,7 @@ def check_contents(handler):
     expect("e-invoice", "prijava" not in invoice and "23.75" in str(invoice), invoice)
     for address in ("a@b.hr\r\nBcc: c@d.hr", "a@b.hr,c@d.hr", "Ana <a@b.hr>", "a b@c.hr", "a@", "@b.hr", "č@b.hr", "a..b@c.hr",
                     "a@b.hr\n.\nMAIL FROM:<x@y.hr>"):
-        result = mox("mail", "1", "--to", address)
-        expect(f"address {address!r}", result.returncode == 2 and "is no address" in result.stderr, result.stderr)
+        ask(f"address {address!r}", "1", "--to", address, status=2, says="is no address")
     expect("nothing sent", not handler.mails and states() == ["poslano"], states())
     forget()
 
@@ -273,17 +276,16 @@ def check_steps(context):
     before = mox("query", "Posta", "--part", "adsSlanja").stdout.count("\n")
     with Server(handler, starttls=context, login=True) as server:
         account(server.address, "--user", "ana", "--password", "-", stdin="kriva-lozinka\n")
-        result = mox("mail", "1", "--to", "k@primjer.hr")
-        expect("wrong password", result.returncode == 1 and states()[-1] == "ceka" and not handler.mails, result.stderr)
+        ask("wrong password", "1", "--to", "k@primjer.hr", status=1, received=(handler, 0))
+        expect("waits", states()[-1] == "ceka", states())
         account(server.address, "--password", "-", stdin="tajna-lozinka\n")
-        expect("right password", mox("mail", "--send").returncode == 0 and len(handler.mails) == 1, states())
+        ask("right password", "--send", received=(handler, 1))
         for number, (step, how, state, received) in enumerate(STEPS):
             what = f"{step} {how}"
             handler.step, handler.how, handler.mails = step, how, []
-            result = mox("mail", "1", "--to", f"k{number}@primjer.hr")
-            expect(what + " in words", how != "silent" or "no answer within 3 seconds" in result.stderr, result.stderr)
-            expect(what, (result.returncode == 0) == (state == "poslano") and states()[-1] == state and
-                   len(handler.mails) == received, f"{states()[-1]} {len(handler.mails)} {result.stderr}")
+            ask(what, "1", "--to", f"k{number}@primjer.hr", status=int(state != "poslano"), received=(handler, received),
+                says="no answer within 3 seconds" if how == "silent" else "")
+            expect(what, states()[-1] == state, states()[-1])
             first += handler.mails
         # What waits goes out, what is in doubt is asked about and goes out on a yes.
         doubtful = sum(state == "nepoznato" for _, _, state, _ in STEPS)
@@ -293,7 +295,7 @@ def check_steps(context):
         copies = collections.Counter(to[0] for to, _ in handler.mails)
         expect("waits for a yes", all(copies[f"k{number}@primjer.hr"] == received + (state == "ceka")
                                       for number, (_, _, state, received) in enumerate(STEPS)), copies)
-        expect("agreed", mox("mail", "--send", "--yes").returncode == 0)
+        ask("agreed", "--send", "--yes")
         names = collections.defaultdict(list)
         for to, mail in handler.mails:
             names[to[0]].append(re.search(b"Message-ID: (.*)", mail).group(1))
@@ -316,9 +318,9 @@ def check_tls(right, wrong):
         handler = Handler()
         with Server(handler, **named) as server:
             account(server.address)
-            result = mox("mail", "1", "--to", what.replace(" ", "-") + "@primjer.hr", "--ini", ini + ".ini")
-            expect(what, (result.returncode == 0) == sent and len(handler.mails) == int(sent) and
-                   states()[-1] == ("poslano" if sent else "ceka"), result.stderr)
+            ask(what, "1", "--to", what.replace(" ", "-") + "@primjer.hr", "--ini", ini + ".ini", status=int(not sent),
+                received=(handler, int(sent)))
+            expect(what, states()[-1] == ("poslano" if sent else "ceka"))
     forget()
 
 
@@ -326,8 +328,7 @@ def check_tls(right, wrong):
 def check_silence():
     with socket.create_server(("127.0.0.1", 0)) as silent:
         account(f"smtp://127.0.0.1:{silent.getsockname()[1]}")
-        result = mox("mail", "1", "--to", "tiho@primjer.hr")
-        expect("silent server", result.returncode == 1 and states() == ["ceka"] and "no answer within" in result.stderr, result.stderr)
+        ask("silent server", "1", "--to", "tiho@primjer.hr", status=1, says="no answer within", left=["ceka"])
     forget()
 
 
@@ -338,8 +339,7 @@ def check_at_once(handler):
     expect("one mail", states() == ["poslano"] and len(handler.mails) == 1, (states(), told))
     expect("the others told", sorted(status for _, status in told) == [0, 1, 1, 1] and
            all("mail " in text and "Posta" not in text for text, _ in told), told)
-    again = mox("mail", "1", "--to", "jednom@PRIMJER.hr")
-    expect("one for all letters", again.returncode == 1 and "was sent already" in again.stderr and len(states()) == 1, again.stderr)
+    ask("one for all letters", "1", "--to", "jednom@PRIMJER.hr", status=1, says="was sent already", left=["poslano"])
     handler.step, handler.how, handler.mails = "RCPT", "451 later", []
     for number in range(5):
         mox("mail", "1", "--to", f"w{number}@primjer.hr")
@@ -361,19 +361,15 @@ def check_settled(handler):
     a, b, c = (mail["id"] for mail in mails())
     for words, told in ((("--withdraw", a), "is withdrawn, though it may have been sent"), (("--was-sent", b), "is noted as sent"),
                         (("--withdraw", c), "is withdrawn")):
-        result = mox("mail", *words)
-        expect(f"settled {words}", result.returncode == 0 and told in result.stderr, result.stderr)
+        ask(f"settled {words}", *words, says=told)
     received = len(handler.mails)
     for words in (("--withdraw", b), ("--was-sent", c), ("--withdraw", "12345"), ("--withdraw", ""), ("--was-sent", "x")):
         result = mox("mail", *words)
         expect(f"refused {words}", result.returncode in (1, 2) and result.stderr.count("\n") == 1, result.stderr)
-    result = mox("mail", "--send")
-    expect("nothing left", result.returncode == 0 and states() == ["odbijeno", "poslano", "odbijeno"] and
-           len(handler.mails) == received, (states(), result.stderr))
+    ask("nothing left", "--send", left=["odbijeno", "poslano", "odbijeno"], received=(handler, received))
     sendings = mox("query", "Posta", "--part", "adsSlanja").stdout
     expect("settling journalled", sendings.count("povučeno") >= 2 and "potvrđeno da je poslano" in sendings, sendings)
-    result = mox("mail", "1", "--to", "c@primjer.hr")
-    expect("a new one", result.returncode == 0 and states()[3:] == ["poslano"], result.stderr)
+    ask("a new one", "1", "--to", "c@primjer.hr", left=["odbijeno", "poslano", "odbijeno", "poslano"])
     forget()
 
 
@@ -394,34 +390,30 @@ def check_waiting(handler):
     mox("mail", number, "--to", "storno@primjer.hr")
     cancelled = mox("document", "storno", number, "--header", "datum=2024-03-02")
     handler.step = ""
-    result = mox("mail", "--send")
-    expect("cancelled is told", result.returncode == 1 and not handler.mails and states() == ["ceka", "ceka"] and
-           result.stderr.count("was cancelled by document") >= 2, (cancelled.stderr, result.stderr))
-    result = mox("mail", number, "--to", "predlozak@primjer.hr", "--yes")
-    expect("agreed", result.returncode == 0 and "Poseban račun 2/2024" in page_of(handler.mails[0][1]) and
-           "STORNIRANO" in page_of(handler.mails[0][1]), result.stderr)
+    result = ask("cancelled is told", "--send", status=1, left=["ceka", "ceka"], received=(handler, 0))
+    expect("each is told", result.stderr.count("was cancelled by document") >= 2, (cancelled.stderr, result.stderr))
+    ask("agreed", number, "--to", "predlozak@primjer.hr", "--yes")
+    page = page_of(handler.mails[0][1])
+    expect("as asked for", "Poseban račun 2/2024" in page and "STORNIRANO" in page, page)
     # Without one it keeps the one that holds, whatever sends it.
     handler.mails, handler.step = [], "RCPT"
     mox("mail", "1", "--to", "bez@primjer.hr")
     handler.step = ""
     Path("poseban.txt").write_text("[naslovi]\nracun-usluga = Poseban račun\n")
-    other = ("mail", "1", "--to", "bez@primjer.hr", "--template", "poseban.txt")
-    result = mox(*other)
-    expect("other template is told", result.returncode == 1 and not handler.mails and "--withdraw" in result.stderr and
-           "with the template that it was asked for with first" in result.stderr, result.stderr)
-    result = mox(*other, "--yes")
-    expect("kept", result.returncode == 0 and "Račun usluga 1/2024" in page_of(handler.mails[0][1]), result.stderr)
-    result = mox(*other)
-    expect("sent with another", result.returncode == 1 and len(handler.mails) == 1 and "no other mail" in result.stderr and
-           "--withdraw" not in result.stderr, result.stderr)
+    other = ("1", "--to", "bez@primjer.hr", "--template", "poseban.txt")
+    result = ask("other template is told", *other, status=1, received=(handler, 0),
+                 says="with the template that it was asked for with first")
+    expect("withdrawing is told", "--withdraw" in result.stderr, result.stderr)
+    ask("kept", *other, "--yes")
+    expect("page is kept", "Račun usluga 1/2024" in page_of(handler.mails[0][1]))
+    result = ask("sent with another", *other, status=1, says="no other mail", received=(handler, 1))
+    expect("nothing to be withdrawn", "--withdraw" not in result.stderr, result.stderr)
     expect("agreeing journalled", ",stornirano" in mox("query", "Posta", "--part", "adsSlanja").stdout)
     forget()
-    result = mox("mail", "1", "--to", "upozorenje@primjer.hr", "--template", "virman.txt")
-    expect("no template", result.returncode == 1 and "virman.txt" in result.stderr and states() == [], result.stderr)
+    slip = ("1", "--to", "upozorenje@primjer.hr", "--template", "virman.txt")
+    ask("no template", *slip, status=1, says="virman.txt", left=[])
     Path("virman.txt").write_text("[placanje]\nvirman = nema ga\n")
-    result = mox("mail", "1", "--to", "upozorenje@primjer.hr", "--template", "virman.txt")
-    expect("warned", result.returncode == 0 and 'document 1: no payment code: there is no payment slip "nema ga"' in result.stderr,
-           result.stderr)
+    ask("warned", *slip, says='document 1: no payment code: there is no payment slip "nema ga"')
     forget()
 
 
@@ -461,9 +453,8 @@ def check_kills(handler):
 
 
 def check_secrets(address):
-    result = mox("mail", "--account", address.replace("//", "//ana:tajna-u-adresi@"), "--user", "ana", "--password", "-",
-                 stdin="tajna-lozinka\n")
-    expect("password set", result.returncode == 0, result.stderr)
+    ask("password set", "--account", address.replace("//", "//ana:tajna-u-adresi@"), "--user", "ana", "--password", "-",
+        stdin="tajna-lozinka\n")
     shown = [mox("query", "PostaRacun"), mox("mail", "--outbox"), mox("company", "show"), mox("query", "DnevnikUpisa")]
     text = "".join(result.stdout + result.stderr for result in shown)
     expect("shown without its secret", "ana" in text and "tajna" not in text, text)
@@ -474,8 +465,8 @@ def check_account():
     for words in (("--account", "ftp://posta.hr"), ("--account", "smtp://"), ("--account", "smtps://posta.hr:0"),
                   ("--account", "smtp://a b.hr"), ("--account", "smtp://u:p@127.0.0.1@zlo.hr"), ("--account", "smtp://127.0.0.1/@zlo.hr"),
                   ("--account", "smtp://127.0.0.1?@zlo.hr"), ("--account", "smtp://u\\@zlo.hr"), ("--account", ""), ("--sender", "Ana <a@b.hr>"), ("--sender", ""), ("1", "--to=")):
-        result = mox("mail", *words)
-        expect(f"account {words}", result.returncode == 2 and result.stderr.count("\n") == 1, result.stderr)
+        result = ask(f"account {words}", *words, status=2)
+        expect(f"account {words} on a line", result.stderr.count("\n") == 1, result.stderr)
 
 
 # With the company behind a server the page is that of its database.
@@ -496,12 +487,9 @@ def check_same_page():
 
 
 def check_unsent():
-    result = mox("mail", "1", "--to", "a@b.hr")
-    expect("no account", result.returncode == 1 and "no account of mails" in result.stderr and states() == ["ceka"],
-           result.stderr)
+    ask("no account", "1", "--to", "a@b.hr", status=1, says="no account of mails", left=["ceka"])
     account("smtp://127.0.0.1:1")
-    result = mox("mail", "1", "--to", "a@b.hr")
-    expect("no server", result.returncode == 1 and states() == ["ceka"], result.stderr)
+    ask("no server", "1", "--to", "a@b.hr", status=1, left=["ceka"])
     forget()
 
 
