@@ -5,6 +5,7 @@
 #include "mox/documents/document.h"
 #include "tests/fakes/record_sets.h"
 #include "tests/fakes/recording_host.h"
+#include "tests/foundation/case_file.h"
 
 // Lines of goods against a server that has two articles and three warehouses.
 
@@ -55,23 +56,6 @@ class ArticleLinesTest : public testing::Test {
   RecordingHost host_;
   ScopedApp app_{host_.Parts()};
 };
-
-TEST_F(ArticleLinesTest, TellWhatLinesOfEachKindMayLeaveOut) {
-  for (const auto& [kind, fields] : {std::pair("gotovinski-racun", "tbr_stp pc "),
-                                     {"mal-gotovinski-racun", "tbr_stp mpc "},
-                                     {"predracun", "tbr_stp pc vpc "},
-                                     {"razduzenje-otpis", "vpc nc "},
-                                     {"pocetno-stanje", "vpc "},
-                                     {"izmjena-cijena", "vpc "},
-                                     {"povratnica-kupca", "tbr_stp pc vpc "},
-                                     {"racun-usluga", ""}}) {
-    std::string text;
-    for (const std::string_view field : FieldsOfArticles(DocumentKindByName(kind))) {
-      text += std::string(field) + " ";
-    }
-    EXPECT_EQ(text, fields) << kind;
-  }
-}
 
 TEST_F(ArticleLinesTest, TakeWhatLinesLeaveOutAndTellWhatIsMissing) {
   const DocumentKind& kind = DocumentKindByName("gotovinski-racun");
@@ -139,39 +123,32 @@ TEST_F(ArticleLinesTest, BecomeLinesOfAnotherArticle) {
   EXPECT_EQ(goods.State(), DataSetState::kEdit);
 }
 
-TEST_F(ArticleLinesTest, FindTheOnlyWarehouseInUse) {
-  EXPECT_EQ(OnlyWarehouse(), std::nullopt);
-  for (const auto& [warehouses, only] :
-       {std::pair("", 0), {"3|true", 3}, {"3|false;4|true", 4}, {"3|true;4|true", 0}, {"3|false", 0}}) {
-    host_.services["GetSkladista"] = [records = std::string(warehouses)](const TAstaParamList&) {
-      return AnswerOf("adsSkl", SetOf("id:integer,aktivan:boolean", records));
-    };
-    EXPECT_EQ(OnlyWarehouse().value_or(0), only) << warehouses;
-  }
-}
-
-TEST_F(ArticleLinesTest, SumWhatIsTakenFromStock) {
-  const struct {
-    const char* kind;
-    const char* goods;  // art_id, kolicina
-    const char* taken;  // art_id, sifra, kolicina, stanje
-  } rows[] = {
-      {"gotovinski-racun", "1|2;2|1;1|3", "1|A1|-5|4,5;2|~|-1|0"},
-      {"gotovinski-racun", "1|0,1;1|0,2", "1|A1|-0,3|4,5"},        // exact
-      {"gotovinski-racun", "1|0,3;1|-0,1;1|-0,2;~|5;2|0", ""},     // comes to nothing, and names nothing
-      {"gotovinski-racun", "1|-2;2|0,000001", "2|~|-0,000001|0"},  // the former comes back
-      {"povratnica-kupca", "1|2;2|-1", "2|~|-1|0"},
-      {"predracun", "1|2", ""},
+TEST_F(ArticleLinesTest, FollowTheirTables) {
+  const auto left_out = [](const Words& row) {
+    std::string text;
+    for (const std::string_view field : FieldsOfArticles(DocumentKindByName(row.at(0)))) {
+      text += (text.empty() ? "" : " ") + std::string(field);
+    }
+    return text;
   };
-  for (const auto& row : rows) {
+  const auto only_warehouse = [this](const Words& row) {
+    host_.services["GetSkladista"] = [&row](const TAstaParamList&) {
+      return AnswerOf("adsSkl", SetOf("id:integer,aktivan:boolean", row.at(0)));
+    };
+    const auto only = OnlyWarehouse();
+    return only ? Text(*only) : "none";
+  };
+  const auto taken = [this](const Words& row) {
     host_.log.clear();
-    const RecordSet goods = SetOf("art_id:integer,kolicina:float", row.goods);
-    EXPECT_EQ(TextOf(StockTaken(DocumentKindByName(row.kind), goods, 7)), row.taken) << row.goods;
-    EXPECT_EQ(Reads(), std::string(row.taken).empty() ? 0 : Split(row.taken, ';').size());
-  }
-  const DocumentKind& sale = DocumentKindByName("gotovinski-racun");
-  EXPECT_TRUE(StockTaken(sale, SetOf("kolicina:float", "2"), 7).IsEmpty());
-  EXPECT_TRUE(StockTaken(sale, SetOf("art_id:integer", "1"), 7).IsEmpty());
+    const RecordSet goods = SetOf(row.at(1), row.at(2));
+    const std::string text = TextOf(StockTaken(DocumentKindByName(row.at(0)), goods, 7));
+    EXPECT_EQ(Reads(), text.empty() ? 0 : Split(text, ';').size());
+    return text;
+  };
+  EXPECT_EQ(OnlyWarehouse(), std::nullopt);
+  ExpectTables("article_lines",
+               {{"left out", left_out}, {"only warehouse", only_warehouse}, {"stock taken", taken}},
+               "documents");
 }
 
 }  // namespace

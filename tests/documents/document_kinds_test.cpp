@@ -13,6 +13,8 @@
 #include "mox/host/company_parameters.h"
 #include "mox/host/memory_settings.h"
 #include "tests/documents/counted_kind.h"
+#include "tests/fakes/error_of.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/fakes/recording_host.h"
 #include "tests/foundation/case_file.h"
 
@@ -96,25 +98,16 @@ std::string FaultAfter(Document& document, const std::string& change) {
     field.SetFloat(field.Name() == "stopa" ? value : field.AsFloat() + value);
     recap.Post();
   }
-  try {
+  return ErrorOf([&] {
     CheckFigures(document.Kind(), {document.Goods() != nullptr ? &goods : nullptr,
                                    document.Services() != nullptr ? &services : nullptr, &recap});
-  } catch (const Error& error) {
-    return error.what();
-  }
-  return {};
+  });
 }
 
 void Enter(RecordSet& lines, int count) {
-  for (int i = 0; i < count; ++i) {
-    lines.Append();
-    for (std::size_t f = 0; f < lines.FieldCount(); ++f) {
-      const FieldDef& field = lines.Definition(f);
-      if (field.calculated || FindVocabularyEntry(field.name) == nullptr) continue;
-      lines.SetFloat(f, field.name == "tbr_stp" ? 25 : field.name.starts_with("po") ? 0.07 : 3.36);
-    }
-    lines.Post();
-  }
+  EnterLines(lines, count, [](const VocabularyEntry& entry) {
+    return entry.name == "tbr_stp" ? 25 : entry.name.starts_with("po") ? 0.07 : 3.36;
+  });
 }
 
 std::size_t InputOf(const LineSchema& schema, const RecordSet& lines) {
@@ -387,10 +380,7 @@ TEST_F(DocumentKindsTest, CancelTheLineThatCannotBeCalculated) {
   Document document("storno-gotovinski-racun");
   RecordSet& goods = *document.Goods();
   for (const double quantity : {-1.0, -2.0}) {
-    goods.Append();
-    goods.Set(field::kolicina, quantity);
-    goods.FieldByName("pc").SetFloat(10);
-    goods.Post();
+    EnterLine(goods, {{"kolicina", quantity}, {"pc", 10}});
   }
   const std::string before = goods.SaveToString();
   goods.SetOnBeforePost([](RecordSet&) { throw mox::Abort(); });
@@ -418,9 +408,7 @@ TEST_F(DocumentKindsTest, RefuseLinesAndTaxThatTheyDoNotHave) {
   EXPECT_ERROR(Document(DocumentKindByName("racun-usluga"), RecordSet("Stavke")),
                "! Stavke: racun-usluga has no such lines");
   Document document(stock);
-  RecordSet recap("Rekapitulacija");
-  recap.DefineField("osnovica", FieldKind::kCurrency);
-  recap.Open();
+  RecordSet recap = EmptySet("Rekapitulacija", "osnovica:currency");
   EXPECT_NO_THROW(CheckFigures(stock, {document.Goods(), nullptr, &recap}));
   Document receipt(DocumentKindByName("primka-kalkulacija"), std::nullopt);
   receipt.FillSupplierTotals();

@@ -39,19 +39,6 @@ class Random {
   std::mt19937_64 engine_{20'240'301};  // NOLINT: the same documents in every run
 };
 
-void FillLines(RecordSet& lines, Random& random) {
-  const std::int64_t count = random.Between(1, 6);
-  for (std::int64_t line = 0; line < count; ++line) {
-    lines.Append();
-    for (std::size_t i = 0; i < lines.FieldCount(); ++i) {
-      const FieldDef& field = lines.Definition(i);
-      const VocabularyEntry* const entry = FindVocabularyEntry(field.name);
-      if (entry != nullptr && !field.calculated) lines.SetFloat(i, random.ValueOf(*entry));
-    }
-    lines.Post();
-  }
-}
-
 // Every amount and quantity of both together is 0, and everything else is the same.
 void ExpectCancelled(const RecordSet& original, const RecordSet& storno, std::string_view kind) {
   ASSERT_EQ(original.RecordCount(), storno.RecordCount()) << kind;
@@ -89,7 +76,8 @@ TEST_F(StornoTest, CancelsEveryAmountOfRandomDocumentsOfEveryKind) {
       App().Ini().WriteInteger("GENERAL", "PC_CALC_DIGIT", static_cast<int>(i / 3 % 5));
       Document document(kind);
       for (RecordSet* const lines : {document.Goods(), document.Services()}) {
-        if (lines != nullptr) FillLines(*lines, random);
+        if (lines == nullptr) continue;
+        EnterLines(*lines, random.Between(1, 6), [&](const auto& entry) { return random.ValueOf(entry); });
       }
       ASSERT_NO_THROW(document.StoreRequest()) << kind.name;
       std::optional<RecordSet> mirrors[3];

@@ -12,6 +12,7 @@
 
 #include "mox/foundation/error.h"
 #include "mox/foundation/record_set.h"
+#include "mox/foundation/vocabulary.h"
 #include "mox/server/param_list.h"
 #include "mox/server/transactions.h"
 
@@ -50,6 +51,20 @@ inline void EnterLine(RecordSet& lines, std::initializer_list<std::pair<const ch
   lines.Append();
   for (const auto& [field, number] : numbers) lines.FieldByName(field).SetFloat(number);
   lines.Post();
+}
+
+/// So many lines; each number that is entered in a field of the vocabulary is what `value_of` says of that.
+template <typename ValueOf>
+void EnterLines(RecordSet& lines, std::int64_t count, const ValueOf& value_of) {
+  for (std::int64_t line = 0; line < count; ++line) {
+    lines.Append();
+    for (std::size_t i = 0; i < lines.FieldCount(); ++i) {
+      const FieldDef& field = lines.Definition(i);
+      const VocabularyEntry* const entry = FindVocabularyEntry(field.name);
+      if (entry != nullptr && !field.calculated) lines.SetFloat(i, value_of(*entry));
+    }
+    lines.Post();
+  }
 }
 
 /// A record "a|1|~", in which ~ is null.
