@@ -10,6 +10,7 @@
 #include "tests/calculations/line_table.h"
 #include "tests/calculations/recap_members.h"
 #include "tests/fakes/error_of.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/foundation/case_file.h"
 
 // Runs the table of the functions that walk the lines of a document, one test a section.
@@ -17,7 +18,7 @@
 namespace mox {
 namespace {
 
-std::vector<std::string> Split(const std::string& text, const std::string& separator) {
+std::vector<std::string> SplitBy(const std::string& text, const std::string& separator) {
   std::vector<std::string> parts(1);
   for (std::size_t at = 0; at < text.size();) {
     const bool ends = text.compare(at, separator.size(), separator) == 0;
@@ -38,9 +39,9 @@ RecordSet LinesOrNone(const std::string& text) { return text.empty() ? RecordSet
 struct Walk {
   Walk(const std::string& row, const std::string& recap_before) : recap(LinesOrNone(recap_before)) {
     const std::size_t end = row.front() == '(' ? row.find(')') : 0;
-    if (end != 0) arguments = Split(row.substr(1, end - 1), ",");
-    expected = Split(end == 0 ? row : row.substr(end + 1), "->");
-    std::vector<std::string> lines = Split(expected.front(), "|");
+    if (end != 0) arguments = SplitBy(row.substr(1, end - 1), ",");
+    expected = SplitBy(end == 0 ? row : row.substr(end + 1), "->");
+    std::vector<std::string> lines = SplitBy(expected.front(), "|");
     expected.erase(expected.begin());
     if (expected.front().empty()) expected.clear();
     goods = LinesOrNone(lines.front());
@@ -117,7 +118,7 @@ void ExpectWalk(const std::string& name, Walk walk) {
     EXPECT_EQ(heard, 1);
   }
 
-  std::vector<std::string> outcome = Split(Show(name == "PonistiCarinuPdv" ? goods : walk.recap), ";");
+  std::vector<std::string> outcome = SplitBy(Show(name == "PonistiCarinuPdv" ? goods : walk.recap), ";");
   if (outcome.front().empty()) outcome.clear();
   for (const std::string& text : host.dialogs) outcome.push_back("! " + text);
   EXPECT_EQ(outcome, walk.expected);
@@ -128,7 +129,7 @@ class WalkCases : public testing::TestWithParam<Section> {};
 TEST_P(WalkCases, Hold) {
   const std::string& title = GetParam().title;
   const std::size_t end = std::min(title.find(' '), title.size());
-  for (const std::string& name : Split(title.substr(0, end), ",")) {
+  for (const std::string& name : SplitBy(title.substr(0, end), ",")) {
     for (const std::string& row : RowsOf(GetParam().rows)) {
       SCOPED_TRACE(name + ": " + row);
       ExpectWalk(name, Walk(row, title.substr(end)));
@@ -187,14 +188,10 @@ TEST(Recapitulations, LookAtTheirFieldsBeforeTheyChangeAnything) {
 TEST(Recapitulations, LeaveNoHalfWrittenRow) {
   // the text of the kind does not fit a number, and a sum the range of a currency
   RecordSet lines = Records("ukupno=1 nci=0 tbr_stp=25 KIND=OPO shown=OPO");
-  RecordSet recap;
-  for (const char* name : {"osnovica", "porez", "ukupno", "neoporezivo"}) {
-    recap.DefineField(name, FieldKind::kCurrency);
-  }
-  recap.DefineField("stopa", FieldKind::kFloat);
-  recap.DefineField("vrsta", FieldKind::kText);
-  recap.DefineField("oznaka_stope", FieldKind::kFloat);
-  recap.Open();
+  RecordSet recap =
+      EmptySet("",
+               "osnovica:currency,porez:currency,ukupno:currency,neoporezivo:currency,stopa:float,vrsta,"
+               "oznaka_stope:float");
   EXPECT_THROW(Fill(Member::kMargin, lines, lines, recap, 2), ConversionError);
   EXPECT_EQ(recap.State(), DataSetState::kBrowse);
   EXPECT_TRUE(recap.IsEmpty());

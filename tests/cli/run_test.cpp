@@ -140,17 +140,6 @@ TEST(Run, ListsWhatItKnows) {
     ++count;
   }
   EXPECT_EQ(count, 69U);
-  EXPECT_NE(
-      RunWith({"import", "--list"})
-          .out.find(
-              "\nKONTNIPLAN            chart of accounts                         KontniPlanImportInsert\n"),
-      std::string::npos);
-  EXPECT_EQ(RunWith({"document", "--list", "izmjena-cijena"}).out,
-            "izmjena-cijena: Izmjena cijena (price change)\n"
-            "  tip         izmjena-cijena\n"
-            "  goods       kolicina vpc nvpc\n"
-            "  calculates  vpci nvpci razlika\n"
-            "  recap       none\n");
 }
 
 // What is listed can be asked for by its name.

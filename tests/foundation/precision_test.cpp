@@ -5,6 +5,7 @@
 #include <climits>
 
 #include "mox/foundation/error.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/fakes/recording_host.h"
 #include "tests/foundation/case_file.h"
 
@@ -115,11 +116,8 @@ TEST_F(Precision, GivesDisplayFormats) {
     for (const int digits : {0, -3}) EXPECT_EQ(get(digits), "#,0.;-#,0.");
   }
   SetPcCalcDigit(4);
-  RecordSet set;
-  set.DefineField("kolicina", FieldKind::kFloat);
-  for (const char* name : {"pc", "ukupno"}) set.DefineField(name, FieldKind::kCurrency);
+  RecordSet set = EmptySet("", "kolicina:float,pc:currency,ukupno:currency");
   for (const char* name : {"kolicina", "pc"}) set.FieldByName(name).SetDisplayFormat("0.000");
-  set.Open();
   set.AppendRecord({-2.5, -1234.5, Value()});
   SetCurrencyFieldFormat(set);
   EXPECT_EQ(set.FieldByName("kolicina").DisplayText(), "-2,500") << "no currency, left alone";

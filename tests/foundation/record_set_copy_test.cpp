@@ -6,6 +6,7 @@
 #include "mox/foundation/error.h"
 #include "record_set_kinds.h"
 #include "record_set_script.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/foundation/case_file.h"
 
 namespace mox {
@@ -81,10 +82,7 @@ TEST(Copying, LeavesAPendingChangeOut) {
 }
 
 TEST(DataTransfer, AppendsRecordsByFieldName) {
-  RecordSet source("izvor");
-  source.DefineField("SIFRA", FieldKind::kInteger);
-  for (const char* name : {"naziv", "iznos", "visak"}) source.DefineField(name, FieldKind::kText);
-  source.Open();
+  RecordSet source = EmptySet("izvor", "SIFRA:integer,naziv,iznos,visak");
   source.AppendRecord({std::int64_t{7}, "Čašica", "12,5"});
   source.AppendRecord({Value(), "", " ", "y"});
   source.AppendRecord({std::int64_t{9}, Value(), Value(), "z"});

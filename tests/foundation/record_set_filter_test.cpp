@@ -4,6 +4,7 @@
 
 #include "case_file.h"
 #include "record_set_kinds.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/foundation/case_file.h"
 
 namespace mox {
@@ -11,14 +12,7 @@ namespace {
 
 // Articles with fields of several kinds; "Opis robe" has a name with a blank.
 RecordSet Articles() {
-  RecordSet set("artikli");
-  set.DefineField("id", FieldKind::kInteger);
-  set.DefineField("naziv", FieldKind::kText);
-  set.DefineField("kolicina", FieldKind::kFloat);
-  set.DefineField("pc", FieldKind::kCurrency);
-  set.DefineField("datum", FieldKind::kDate);
-  set.DefineField("Opis robe", FieldKind::kText);
-  set.Open();
+  RecordSet set = EmptySet("artikli", "id:integer,naziv,kolicina:float,pc:currency,datum:date,Opis robe");
   for (const Values& record :
        {Values{"0", "Čaša", 1.5, 12.5, "01.03.2024", "O'Neil"},
         Values{"1", "ČAŠA", 2.0, 12.5, "02.03.2024", "50% popusta"},

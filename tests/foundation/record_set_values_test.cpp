@@ -5,6 +5,7 @@
 #include "mox/foundation/rounding.h"
 #include "record_set_kinds.h"
 #include "record_set_script.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/foundation/case_file.h"
 
 namespace mox {
@@ -137,10 +138,7 @@ TEST(RecordSetValues, ManyFields) {
 }
 
 TEST(RecordSetValues, ManyRecords) {
-  RecordSet set;
-  set.DefineField("redbr", FieldKind::kInteger);
-  set.DefineField("naziv", FieldKind::kText);
-  set.Open();
+  RecordSet set = EmptySet("", "redbr:integer,naziv");
   const auto name = [](std::int64_t number) { return "naziv " + std::to_string(number % 1000); };
   for (std::int64_t i = 0; i < 100'100; ++i) set.AppendRecord({i, name(i)});
   for (std::int64_t number = 1000; number < 100'100; number += 1001) {

@@ -9,6 +9,7 @@
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/locale_text.h"
 #include "mox/foundation/text.h"
+#include "mox/foundation/visible_text.h"
 #include "tests/fakes/error_of.h"
 
 namespace mox {
@@ -21,19 +22,6 @@ std::string TextOf(const std::optional<T>& value, const Write& write) {
 }
 
 double Number(const std::string& text) { return std::strtod(text.c_str(), nullptr); }
-
-TEST(Base64, ReadsBackWhatItWrites) {
-  const std::pair<std::string, std::string> rows[] = {
-      {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {{"\xFF\xFE\x00\x3F", 4}, "//4APw=="}};
-  for (const auto& [bytes, text] : rows) {
-    EXPECT_EQ(ToBase64(bytes), text);
-    EXPECT_EQ(FromBase64(text), bytes) << text;
-  }
-  EXPECT_EQ(FromBase64("Zm\r\n9v"), "foo");
-  for (const char* const text : {"Zg=", "Zg", "Zg=a", "Z===", "====", "Zm9-", "=Zm9", "Zg==Zg=="}) {
-    EXPECT_EQ(FromBase64(text), std::nullopt) << text;
-  }
-}
 
 TEST(Text, Tables) {
   ExpectTables("text", {{"characters",
@@ -71,6 +59,13 @@ TEST(Text, Tables) {
                            return TextOrError([&] { return ShortestNumber(ParseNumber(row.at(0))); }) + " " +
                                   TextOrError([&] { return Text(ParseInteger(row.at(0))); });
                          }},
+                        {"base64",
+                         [](auto& row) {
+                           EXPECT_EQ(FromBase64(ToBase64(row.at(0))), row.at(0));
+                           return ToBase64(row.at(0));
+                         }},
+                        {"of base64", [](auto& row) { return FromBase64(row.at(0)).value_or("none"); }},
+                        {"visible", [](auto& row) { return VisibleText(row.at(0)); }},
                         {"not of Windows-1250", [](auto& row) {
                            return ErrorOf<ConversionError>([&] { ToWindows1250(row.at(0)); });
                          }}});
