@@ -1,11 +1,8 @@
 #!/usr/bin/env python3
 """The measure of functions: each row is a source with the lengths found in it, and this tree has no longer ones."""
 
-import sys
-import tempfile
-from pathlib import Path
-
 import functions
+from house import expect, faults_of
 
 TABLE = "  Expect({{\"a\", 1},\n          {\"b\",\n           [](int a) {\n             return a;\n           }}});\n"
 
@@ -20,37 +17,14 @@ CASES = [
 ]
 
 
-def faults_of(lines, exceptions):
-    with tempfile.TemporaryDirectory() as folder:
-        path = Path(folder) / "mox" / "a.cpp"
-        path.parent.mkdir()
-        path.write_text("void A() {\n" + "  b();\n" * (lines - 2) + "}\n")
-        functions.EXCEPTIONS, kept = exceptions, functions.EXCEPTIONS
-        found = functions.check(Path(folder), ["mox", "gone"])
-        functions.EXCEPTIONS = kept
-        return sorted(found)
-
-
-def main(root):
-    failures = [(text, [length for _, _, length in functions.functions_of(text)], wanted) for text, wanted in CASES]
-    excepted = {("mox/a.cpp", "void A() {")}
-    too_long, stale = "mox/a.cpp:1: 70 lines with statements: void A() {", "mox/a.cpp: is no exception any more: void A() {"
-    lost = ("mox/lost.cpp", "void A() {")
-    for lines, exceptions, wanted in (
-        (69, set(), []),
-        (70, set(), [too_long]),
-        (70, excepted, []),
-        (69, excepted, [stale]),
-        (70, {*excepted, lost}, [f"{lost[0]}: is no exception any more: {lost[1]}"]),
-    ):
-        failures.append((f"{lines} lines", faults_of(lines, exceptions), sorted(["gone: has no source", *wanted])))
-    failures = [failure for failure in failures if failure[1] != failure[2]]
-    for text, found, wanted in failures:
-        print(f"{text}\nfound {found}\ninstead of {wanted}")
-    of_this_tree = functions.check(Path(root))
-    print("\n".join(of_this_tree))
-    return 1 if failures or of_this_tree else 0
+def of_length(lines):
+    return {"mox/a.cpp": "void A() {\n" + "  b();\n" * (lines - 2) + "}\n"}
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1]))
+    found = [(text, [length for _, _, length in functions.functions_of(text)], wanted) for text, wanted in CASES]
+    too_long = "mox/a.cpp:1: 70 lines with statements: void A() {"
+    for lines, wanted in ((69, []), (70, [too_long])):
+        faults = faults_of(lambda root: functions.check(root, ["mox", "gone"]), of_length(lines))
+        found.append((f"{lines} lines", faults, [*wanted, "gone: has no source"]))
+    expect(found, functions.check)
