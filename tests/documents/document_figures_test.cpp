@@ -9,10 +9,9 @@
 #include "mox/calculations/vat_recapitulation.h"
 #include "mox/documents/document.h"
 #include "mox/foundation/error.h"
-#include "mox/host/company_parameters.h"
-#include "mox/host/memory_settings.h"
 #include "tests/fakes/error_of.h"
 #include "tests/fakes/record_sets.h"
+#include "tests/fakes/with_parameters.h"
 #include "tests/foundation/case_file.h"
 
 namespace mox {
@@ -20,14 +19,7 @@ namespace {
 
 using Names = std::vector<std::string_view>;
 
-class DocumentFiguresTest : public testing::Test {
- protected:
-  CompanyParameterModule parameters_;
-
- private:
-  MemorySettings settings_;
-  ScopedApp app_{{.ini = &settings_, .comunication = &parameters_}};
-};
+using DocumentFiguresTest = WithParameters;
 
 using Changes = std::vector<std::pair<std::string_view, Value>>;
 

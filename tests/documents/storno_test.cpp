@@ -5,11 +5,10 @@
 #include <cmath>
 #include <random>
 
-#include "mox/host/company_parameters.h"
-#include "mox/host/memory_settings.h"
 #include "tests/fakes/how_many.h"
 #include "tests/fakes/record_sets.h"
 #include "tests/fakes/recording_host.h"
+#include "tests/fakes/with_parameters.h"
 
 namespace mox {
 namespace {
@@ -58,14 +57,7 @@ void ExpectCancelled(const RecordSet& original, const RecordSet& storno, std::st
   }
 }
 
-class StornoTest : public testing::Test {
- protected:
-  CompanyParameterModule parameters_;
-
- private:
-  MemorySettings settings_;
-  ScopedApp app_{{.ini = &settings_, .comunication = &parameters_}};
-};
+using StornoTest = WithParameters;
 
 TEST_F(StornoTest, CancelsEveryAmountOfRandomDocumentsOfEveryKind) {
   Random random;
