@@ -25,32 +25,21 @@ bool IsIn(const Names& names, std::string_view name) {
 }
 
 // What the books say of kinds, written down a second time.
-const Names kSold = {"gotovinski-racun",
-                     "otpremnica-racun",
-                     "racun-usluga",
-                     "racun-usluga-inozemstvo",
-                     "bez-gotovinski-racun-servis",
-                     "gotovinski-racun-usluga",
-                     "gotovinski-racun-usluga-marina",
-                     "gotovinski-racun-servis",
-                     "mal-gotovinski-racun"};
-const Names kPaidLater = {"otpremnica-racun", "racun-usluga", "racun-usluga-inozemstvo",
-                          "bez-gotovinski-racun-servis"};
-const Names kTaxedBesides = {"racun-vlastite-potrebe", "razduzenje-manjak"};
-const Names kReturnedToUs = {"povratnica-kupca"};
-const Names kBought = {"primka-kalkulacija"};
-const Names kReturnedByUs = {"povratnica-dobavljacu", "mal-povratnica-dobavljacu",
-                             "mat-povratnica-dobavljacu"};
-const Names kComesIn = {"primka-kalkulacija", "mal-primka-zaduzenje", "meduskladisnica-ulaz",
-                        "pocetno-stanje", "povratnica-kupca"};
-const Names kStays = {"predracun",
-                      "racun-usluga",
-                      "racun-usluga-inozemstvo",
-                      "gotovinski-racun-usluga",
-                      "gotovinski-racun-usluga-marina",
-                      "radni-nalog",
-                      "mal-dnevni-izv-blag",
-                      "izmjena-cijena"};
+const Names kSold = SplitNames(
+    "gotovinski-racun otpremnica-racun racun-usluga racun-usluga-inozemstvo bez-gotovinski-racun-servis "
+    "gotovinski-racun-usluga gotovinski-racun-usluga-marina gotovinski-racun-servis mal-gotovinski-racun");
+const Names kPaidLater =
+    SplitNames("otpremnica-racun racun-usluga racun-usluga-inozemstvo bez-gotovinski-racun-servis");
+const Names kTaxedBesides = SplitNames("racun-vlastite-potrebe razduzenje-manjak");
+const Names kReturnedToUs = SplitNames("povratnica-kupca");
+const Names kBought = SplitNames("primka-kalkulacija");
+const Names kReturnedByUs =
+    SplitNames("povratnica-dobavljacu mal-povratnica-dobavljacu mat-povratnica-dobavljacu");
+const Names kComesIn = SplitNames(
+    "primka-kalkulacija mal-primka-zaduzenje meduskladisnica-ulaz pocetno-stanje povratnica-kupca");
+const Names kStays = SplitNames(
+    "predracun racun-usluga racun-usluga-inozemstvo gotovinski-racun-usluga gotovinski-racun-usluga-marina "
+    "radni-nalog mal-dnevni-izv-blag izmjena-cijena");
 
 // A document as its lines and its recapitulation had it when it was stored, and its storno.
 struct Stored {

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "mox/foundation/record_set.h"
+#include "tests/fakes/record_sets.h"
 #include "tests/foundation/case_file.h"
 
 namespace mox {
@@ -12,25 +13,12 @@ namespace {
 
 // A slip that fits; one field of it changed a row.
 std::string CodeWith(std::string_view field, const Value& value) {
-  constexpr std::pair<const char*, const char*> kTexts[] = {{"platitelj_naziv", "Ana Horvat"},
-                                                            {"platitelj_adresa", "Korzo 2"},
-                                                            {"platitelj_mjesto", "51000 Rijeka"},
-                                                            {"primatelj_naziv", "Žito i sinovi d.o.o."},
-                                                            {"primatelj_adresa", "Ilica 10"},
-                                                            {"primatelj_mjesto", "10000 Zagreb"},
-                                                            {"primatelj_iban", "HR1210010051863000160"},
-                                                            {"model", "HR00"},
-                                                            {"poziv_na_br", "1-2026"},
-                                                            {"valuta", "EUR"},
-                                                            {"sifra_namjene", "COST"},
-                                                            {"opis_placanja", "Plaćanje računa"}};
-  RecordSet slip("adsVirmanData");
-  for (const auto& text : kTexts) slip.DefineField(text.first, FieldKind::kText);
-  slip.DefineField("iznos", FieldKind::kCurrency);
-  slip.Open();
-  slip.Append();
-  for (const auto& [name, text] : kTexts) slip.FieldByName(name).SetText(text);
-  slip.FieldByName("iznos").SetCurrency(Currency::Parse("1234.56"));
+  RecordSet slip = SetOf(
+      "platitelj_naziv,platitelj_adresa,platitelj_mjesto,primatelj_naziv,primatelj_adresa,primatelj_mjesto,"
+      "primatelj_iban,model,poziv_na_br,valuta,sifra_namjene,opis_placanja,iznos:currency",
+      "Ana Horvat|Korzo 2|51000 Rijeka|Žito i sinovi d.o.o.|Ilica 10|10000 Zagreb|HR1210010051863000160|HR00|"
+      "1-2026|EUR|COST|Plaćanje računa|1234,56");
+  slip.Edit();
   if (!field.empty()) slip.FieldByName(field).SetVariant(value);
   slip.Post();
   const SlipCode code = PaymentSlipCode(slip.RowAt(0));

@@ -137,16 +137,5 @@ TEST(PrecisionOfNoHost, SaysWhatIsMissing) {
   EXPECT_ERROR(App().Dialogs(), "! the host supplies no message dialogs");
 }
 
-TEST(DataSetStateNames, FollowTheEnumeration) {
-  const char* const names[] = {"dsInactive",   "dsBrowse",       "dsEdit",     "dsInsert",   "dsSetKey",
-                               "dsCalcFields", "dsFilter",       "dsNewValue", "dsOldValue", "dsCurValue",
-                               "dsBlockRead",  "dsInternalCalc", "dsOpening",  "Unknown"};
-  for (std::size_t i = 0; i < std::size(names); ++i) {
-    EXPECT_EQ(DataSetStateToStr(static_cast<DataSetState>(i)), names[i]);
-  }
-  EXPECT_EQ(DataSetStateToStr(DataSetState::kCalcFields), "dsCalcFields");
-  EXPECT_EQ(DataSetStateToStr(static_cast<DataSetState>(255)), "Unknown");
-}
-
 }  // namespace
 }  // namespace mox

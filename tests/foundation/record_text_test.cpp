@@ -6,9 +6,11 @@
 #include <random>
 
 #include "case_file.h"
+#include "mox/foundation/files.h"
 #include "record_set_kinds.h"
 #include "record_set_script.h"
 #include "tests/fakes/scratch_folder.h"
+#include "tests/source_dir.h"
 
 namespace mox {
 namespace {
@@ -16,20 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // A small text with everything that the form has.
-const std::string kLines =
-    "moxrs 1\n"
-    "name 6:stavke\n"
-    "fields 5\n"
-    "field 5:naziv text 3 rc 11:Naziv\nrobe: 0:\n"
-    "field 2:pc currency 0 - 0: 14:#,0.00;-#,0.00\n"
-    "field 4:uzet boolean 0 - 0: 0:\n"
-    "field 8:kolicina float 0 r 0: 0:\n"
-    "field 4:kraj datetime 0 c 0: 0:\n"
-    "records 3\n"
-    "5:čaš 12.50 true 0.1 2024-03-01T09:05:00\n"
-    "0: -0.0001 false 1e+300 1969-12-31T23:59:59.999\n"
-    "~ ~ ~ ~ ~\n"
-    "end\n";
+const std::string kLines = ReadWholeFile(SourceDir() + "/tests/foundation/cases/lines.moxrs");
 
 std::string Replaced(std::string text, const std::string& from, const std::string& to) {
   const std::size_t at = text.find(from);

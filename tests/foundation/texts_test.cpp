@@ -8,6 +8,7 @@
 #include "mox/foundation/dates.h"
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/locale_text.h"
+#include "mox/foundation/precision.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
 #include "tests/fakes/error_of.h"
@@ -24,51 +25,56 @@ std::string TextOf(const std::optional<T>& value, const Write& write) {
 double Number(const std::string& text) { return std::strtod(text.c_str(), nullptr); }
 
 TEST(Text, Tables) {
-  ExpectTables("text", {{"characters",
-                         [](auto& row) {
-                           const std::string& text = row.at(0);
-                           EXPECT_EQ(CutToCharacters(text, 0), "");
-                           EXPECT_EQ(CutToCharacters(text, CountCharacters(text)), text);
-                           return std::to_string(CountCharacters(text)) + " " +
-                                  std::string(CutToCharacters(text, 2)) +
-                                  (IsValidUtf8(text) ? " valid" : " invalid");
-                         }},
-                        {"folded",
-                         [](auto& row) {
-                           const std::string folded = FoldCase(row.at(0));
-                           EXPECT_TRUE(EqualsIgnoringCase(row.at(0), folded));
-                           EXPECT_EQ(FoldCase(folded), folded);
-                           return folded;
-                         }},
-                        {"compared",
-                         [](auto& row) {
-                           const bool equal = EqualsIgnoringCase(row.at(0), row.at(1));
-                           EXPECT_EQ(EqualsIgnoringCase(row.at(1), row.at(0)), equal);
-                           return std::string(equal ? "equal" : "different") +
-                                  (SameName(row.at(0), row.at(1)) ? " same" : " other");
-                         }},
-                        {"trimmed", [](auto& row) { return std::string(TrimBlanks(row.at(0))); }},
-                        {"shortest numbers",
-                         [](auto& row) {
-                           const std::string shown = ShortestNumber(Number(row.at(0)));
-                           EXPECT_EQ(ParseNumber(shown), Number(row.at(0)));
-                           return shown;
-                         }},
-                        {"read numbers",
-                         [](auto& row) {
-                           return TextOrError([&] { return ShortestNumber(ParseNumber(row.at(0))); }) + " " +
-                                  TextOrError([&] { return Text(ParseInteger(row.at(0))); });
-                         }},
-                        {"base64",
-                         [](auto& row) {
-                           EXPECT_EQ(FromBase64(ToBase64(row.at(0))), row.at(0));
-                           return ToBase64(row.at(0));
-                         }},
-                        {"of base64", [](auto& row) { return FromBase64(row.at(0)).value_or("none"); }},
-                        {"visible", [](auto& row) { return VisibleText(row.at(0)); }},
-                        {"not of Windows-1250", [](auto& row) {
-                           return ErrorOf<ConversionError>([&] { ToWindows1250(row.at(0)); });
-                         }}});
+  ExpectTables(
+      "text", {{"characters",
+                [](auto& row) {
+                  const std::string& text = row.at(0);
+                  EXPECT_EQ(CutToCharacters(text, 0), "");
+                  EXPECT_EQ(CutToCharacters(text, CountCharacters(text)), text);
+                  return std::to_string(CountCharacters(text)) + " " + std::string(CutToCharacters(text, 2)) +
+                         (IsValidUtf8(text) ? " valid" : " invalid");
+                }},
+               {"folded",
+                [](auto& row) {
+                  const std::string folded = FoldCase(row.at(0));
+                  EXPECT_TRUE(EqualsIgnoringCase(row.at(0), folded));
+                  EXPECT_EQ(FoldCase(folded), folded);
+                  return folded;
+                }},
+               {"compared",
+                [](auto& row) {
+                  const bool equal = EqualsIgnoringCase(row.at(0), row.at(1));
+                  EXPECT_EQ(EqualsIgnoringCase(row.at(1), row.at(0)), equal);
+                  return std::string(equal ? "equal" : "different") +
+                         (SameName(row.at(0), row.at(1)) ? " same" : " other");
+                }},
+               {"trimmed", [](auto& row) { return std::string(TrimBlanks(row.at(0))); }},
+               {"shortest numbers",
+                [](auto& row) {
+                  const std::string shown = ShortestNumber(Number(row.at(0)));
+                  EXPECT_EQ(ParseNumber(shown), Number(row.at(0)));
+                  return shown;
+                }},
+               {"read numbers",
+                [](auto& row) {
+                  return TextOrError([&] { return ShortestNumber(ParseNumber(row.at(0))); }) + " " +
+                         TextOrError([&] { return Text(ParseInteger(row.at(0))); });
+                }},
+               {"base64",
+                [](auto& row) {
+                  EXPECT_EQ(FromBase64(ToBase64(row.at(0))), row.at(0));
+                  return ToBase64(row.at(0));
+                }},
+               {"of base64", [](auto& row) { return FromBase64(row.at(0)).value_or("none"); }},
+               {"states",
+                [](auto& row) { return DataSetStateToStr(static_cast<DataSetState>(std::stoi(row.at(0)))); }},
+               {"visible", [](auto& row) { return VisibleText(row.at(0)); }},
+               {"not of Windows-1250",
+                [](auto& row) { return ErrorOf<ConversionError>([&] { ToWindows1250(row.at(0)); }); }}});
+}
+
+TEST(Text, NamesTheStateOfAnEvent) {
+  EXPECT_EQ(DataSetStateToStr(DataSetState::kCalcFields), "dsCalcFields");
 }
 
 TEST(Text, ConvertsEveryByteOfWindows1250) {

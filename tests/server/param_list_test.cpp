@@ -3,30 +3,17 @@
 #include <gtest/gtest.h>
 
 #include "mox/foundation/error.h"
+#include "mox/foundation/files.h"
 #include "tests/fakes/error_of.h"
 #include "tests/fakes/record_sets.h"
 #include "tests/foundation/case_file.h"
+#include "tests/source_dir.h"
 
 namespace mox {
 namespace {
 
 // A small text with everything that the form has; docs/FORMATS.md shows it too.
-const std::string kRequest =
-    "moxpl 1\n"
-    "items 11\n"
-    "item 7:val_ozn text 3:EUR\n"
-    "item 5:datum date 2024-03-01\n"
-    "item 5:naziv text 14:Čaša\nza vino\n"
-    "item 2:rb integer -1\n"
-    "item 8:kolicina float 2.5\n"
-    "item 2:pc currency 9.99\n"
-    "item 6:akcija boolean true\n"
-    "item 7:izmjena datetime 2024-03-01T09:05:00\n"
-    "item 6:par_id null ~\n"
-    "item 5:uvjet list 44:moxpl 1\nitems 1\nitem 6:skl_id integer 1\nend\n\n"
-    "item 6:stavke dataset 76:moxrs 1\nname 6:stavke\nfields 1\nfield 2:rb integer 0 - 0: 0:\nrecords "
-    "1\n7\nend\n"
-    "\nend\n";
+const std::string kRequest = ReadWholeFile(SourceDir() + "/tests/server/cases/request.moxpl");
 
 // What is refused says where; what is taken can be written and read again, and asked for all that it may
 // hold.
