@@ -13,7 +13,7 @@ import tempfile
 import time
 import unittest
 
-from running_server import link, links_stored, make_certificate, values_of
+from running_server import code_of, link, links_stored, make_certificate, values_of
 from server_case import MOXD, READ, ServerTest, WRITE
 
 
