@@ -52,10 +52,23 @@ std::string TextOf(HttpAnswer& answer) {
 // A server that has no time, or one on the way to it that gets no answer.
 bool IsPassing(long status) { return status == 502 || status == 503 || status == 504; }
 
+// Who stands before the server may answer in its place, with anything.
+bool IsOfServer(const HttpAnswer& answer) {
+  if (answer.status >= kServerFailed) return true;
+  if (answer.status != kOk) return !FaultOf(answer).code.empty();
+  try {
+    HttpAnswer copy = answer;
+    ReadOutcome(TextOf(copy));
+    return true;
+  } catch (const Error&) {
+    return false;
+  }
+}
+
 // Whether the request may have been carried out although it is answered by an error. Who stands before the
 // server does not say so, and it does not know itself where its database failed.
 bool MayBeDone(const HttpAnswer& answer) {
-  constexpr std::string_view kUndone[] = {"queue_full", "waited_too_long", "stopping"};
+  constexpr std::string_view kUndone[] = {"queue_full", "waited_too_long", "stopping", "company_moving"};
   if (answer.status < kServerFailed) return false;
   const std::string code = FaultOf(answer).code;
   return std::find(std::begin(kUndone), std::end(kUndone), code) == std::end(kUndone);
@@ -142,8 +155,9 @@ HttpAnswer ServerConnection::Ask(const Purpose& purpose, const std::string& text
     HttpAnswer answer;
     HttpFailure failure;
     const bool answered = client_.Post(purpose.path, headers, body, answer, failure);
-    const bool busy = answered && IsPassing(answer.status);
-    may_be_done = may_be_done || (answered ? MayBeDone(answer) : failure.was_sent);
+    const bool is_foreign = answered && stores && !IsOfServer(answer);
+    const bool busy = answered && (IsPassing(answer.status) || is_foreign);
+    may_be_done = may_be_done || is_foreign || (answered ? MayBeDone(answer) : failure.was_sent);
     const bool is_final = answered && !busy;
     if (is_final && (answer.status == kOk || !may_be_done)) return answer;
     const auto most = busy || may_be_done ? retries_.while_unknown : retries_.while_unreachable;

@@ -152,7 +152,7 @@ class BadGateway(Client):
                     status, headers, body = read_answer(server)
                     if b"/write" in read.split(b"\r\n", 1)[0] and instead:
                         status, headers = instead.pop(0), {}
-                        body = b"{}" if status == 403 else b""
+                        body = {401: b'{"code": "not_logged_in"}', 403: b'{"code": "forbidden", "message": "no"}'}.get(status, b"")
                     lines = [f"HTTP/1.1 {status} x", f"Content-Length: {len(body)}",
                              *(f"{name}: {value}" for name, value in headers.items() if name == "content-encoding")]
                     client.sendall("\r\n".join(lines).encode() + b"\r\n\r\n" + body)
@@ -161,7 +161,8 @@ class BadGateway(Client):
         (self.folder / "links.csv").write_text("parent_table,parent_column,parent_doc_id,child_tip,user_id\ndok,id,5,got-racun,ana\n")
         unknown = "it is not known whether the request was stored: look before you store it again (DnevnikUpisa has the key "
         for at, (instead, status, told) in enumerate((([504], 0, ""), ([502, 502], 0, ""), ([503], 0, ""), ([500], 1, unknown),
-                                                      ([504, 401], 1, unknown), ([403], 1, "answers with status 403\n"))):
+                                                      ([504, 401], 1, unknown), ([403], 1, ": no\n"),
+                                                      ([200], 0, ""), ([404, 302], 0, ""))):
             with self.subTest(instead=instead), socket.create_server(("127.0.0.1", 0)) as listener:
                 thread = threading.Thread(target=self.pass_on, args=(listener, instead))
                 thread.start()
