@@ -1,6 +1,8 @@
 #pragma once
 
+#include <exception>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,6 +19,7 @@ namespace mox {
 class DatabaseConnection {
  public:
   using Open = std::function<void(soci::session& session)>;
+  using Refused = Statement::Refused;
 
   DatabaseConnection(DatabaseLocation location, const Open& open)
       : location_(std::move(location)), dialect_(DialectOf(location_.kind())) {
@@ -28,18 +31,46 @@ class DatabaseConnection {
   const Dialect& dialect() const { return dialect_; }
   KeptStatements& kept() { return kept_; }
 
-  /// Runs an action that talks to the database.
+  /// Runs an action that talks to the database, behind all that was sent ahead.
   template <typename Action>
   auto Run(const Action& action) -> decltype(action()) {
+    Settle();
+    return Attempt(action);
+  }
+  /// Whether statements may be sent without waiting for what the engine says to each.
+  bool SendsAhead() const { return depth_ > 0 && dialect_.SendsAhead(); }
+  /// Notes one that the action sends so, and who says why it is refused; that may be nobody.
+  template <typename Action>
+  void SendAhead(Refused refused, const Action& action) {
+    constexpr std::size_t kMost = 250;
+    if (unanswered_.size() >= kMost) Settle();
+    Attempt(action);
+    unanswered_.push_back(std::move(refused));
+  }
+  /// Waits for the answers to all that was sent so. Raises what the first refused one is refused with; behind
+  /// it nothing was done.
+  void Settle() {
+    Drain();
+    if (!refused_) return;
+    const RefusedAhead first = *std::exchange(refused_, std::nullopt);
+    const Refused say = std::exchange(says_, nullptr);
     try {
-      return action();
-    } catch (const soci::soci_error& error) {
-      const std::string reason = dialect_.Explain(error, session_, location_);
-      undone_ = dialect_.Recover(session_) || undone_;
-      if (dialect_.IsGone(error)) throw CompanyGone(location_.ToString() + ": " + reason);
-      if (dialect_.IsFailure(error)) throw DatabaseUnavailable(location_.ToString() + ": " + reason);
-      Refuse(reason);
+      Attempt([&] { std::rethrow_exception(first.error); });
+    } catch (const DatabaseUnavailable&) {
+      throw;
+    } catch (const DatabaseError& error) {
+      if (say) say(error);
+      throw;
     }
+  }
+  /// The same, but that what is refused is raised by the next call.
+  void Drain() noexcept {
+    if (unanswered_.empty()) return;
+    const std::vector<Refused> unanswered = std::exchange(unanswered_, {});
+    auto first = dialect_.ReadAnswers(session_);
+    if (!first || refused_) return;
+    if (first->at < unanswered.size()) says_ = unanswered[first->at];
+    refused_ = std::move(first);
   }
   /// Runs one statement without values.
   void Execute(std::string_view sql) {
@@ -61,7 +92,7 @@ class DatabaseConnection {
 
   void WaitAtMost(int milliseconds) {
     longest_wait_ = milliseconds;
-    dialect_.SetLongestWait(session_, longest_wait_);
+    Run([&] { dialect_.SetLongestWait(session_, longest_wait_); });
   }
   void BeginRead() {
     try {
@@ -98,6 +129,8 @@ class DatabaseConnection {
       undone_ = true;
       return;
     }
+    Drain();
+    refused_.reset();
     try {
       session_ << "ROLLBACK";
     } catch (const soci::soci_error&) {
@@ -132,6 +165,10 @@ class DatabaseConnection {
     }
   }
 
+  void RequireThere() {
+    if (!is_opened_ || !dialect_.IsFileGone(session_)) return;
+    throw CompanyGone(location_.ToString() + ": the file was moved, replaced or deleted while it was open");
+  }
   bool MayBeWritten() const { return access_ == Database::Access::kReadWrite; }
   /// From now on it is a database that was opened: each transaction makes sure that it is still there.
   void SetOpened(Database::Access access) {
@@ -140,10 +177,31 @@ class DatabaseConnection {
   }
 
  private:
+  template <typename Action>
+  auto Attempt(const Action& action) -> decltype(action()) {
+    try {
+      return action();
+    } catch (const soci::soci_error& error) {
+      const std::string reason = dialect_.Explain(error, session_, location_);
+      undone_ = dialect_.Recover(session_) || undone_;
+      if (dialect_.IsGone(error)) throw CompanyGone(location_.ToString() + ": " + reason);
+      if (dialect_.IsFailure(error)) {
+        if (dialect_.IsLost(session_)) throw ServerUnreachable(location_.ToString() + ": " + reason);
+        throw DatabaseUnavailable(location_.ToString() + ": " + reason);
+      }
+      Refuse(reason);
+    }
+  }
+
   void CommitAll() {
     const bool was_lost = dialect_.IsLost(session_);
     try {
-      Execute("COMMIT");
+      if (unanswered_.empty()) {
+        Execute("COMMIT");
+      } else {
+        SendAhead({}, [this] { dialect_.SendAhead(session_, "COMMIT"); });
+        Settle();
+      }
     } catch (const DatabaseUnavailable& error) {
       if (was_lost || !dialect_.IsLost(session_)) throw;
       throw CommitLost(std::string(error.what()) + "; " + std::string(kNotKnown));
@@ -161,9 +219,7 @@ class DatabaseConnection {
       if (longest_wait_ > 0) dialect_.SetLongestWait(session_, longest_wait_);
       Execute(sql);
     }
-    if (is_opened_ && dialect_.IsFileGone(session_)) {
-      throw CompanyGone(location_.ToString() + ": the file was moved, replaced or deleted while it was open");
-    }
+    RequireThere();
   }
 
   DatabaseLocation location_;
@@ -176,6 +232,9 @@ class DatabaseConnection {
   int reads_inside_ = 0;  // the write transaction
   int longest_wait_ = 0;  // milliseconds, where it was set
   std::vector<TableDescription> tables_;
+  std::vector<Refused> unanswered_;      // of what was sent ahead
+  std::optional<RefusedAhead> refused_;  // the first of it, which nobody has been told yet
+  Refused says_;                         // why
   soci::session session_;
   KeptStatements kept_;  // of the session
 };

@@ -71,12 +71,14 @@ void Database::Create(const DatabaseLocation& location, const SchemaFamily& fami
   });
 }
 
-Database::Database(const DatabaseLocation& location, Access access)
-    : Database(location, CompanySchema(), access) {}
+Database::Database(const DatabaseLocation& location, Access access, const std::function<void()>& connected)
+    : Database(location, CompanySchema(), access, connected) {}
 
-Database::Database(const DatabaseLocation& location, const SchemaFamily& family, Access access)
+Database::Database(const DatabaseLocation& location, const SchemaFamily& family, Access access,
+                   const std::function<void()>& connected)
     : connection_(std::make_shared<DatabaseConnection>(location, [&](soci::session& session) {
         DialectOf(location.kind()).Open(session, location, access);
+        if (connected) connected();
       })) {
   RequireFamily(*connection_, family);
   connection_->SetOpened(access);
@@ -93,6 +95,8 @@ Database& Database::operator=(Database&& other) noexcept = default;
 
 const DatabaseLocation& Database::location() const { return connection_->location(); }
 const Dialect& Database::dialect() const { return connection_->dialect(); }
+void Database::Settle() { connection_->Settle(); }
+void Database::RequireThere() { connection_->RequireThere(); }
 void Database::WaitAtMost(int milliseconds) { connection_->WaitAtMost(milliseconds); }
 int Database::SchemaVersion() { return RequireKnownVersion(*connection_); }
 
@@ -116,6 +120,10 @@ Statement Database::PrepareWith(std::string_view sql, std::span<const Value> val
 
 std::int64_t Database::Execute(std::string_view sql, std::initializer_list<Value> values) {
   return PrepareWith(sql, std::span(values.begin(), values.size())).Execute();
+}
+
+void Database::ExecuteAhead(std::string_view sql, std::initializer_list<Value> values) {
+  PrepareWith(sql, std::span(values.begin(), values.size())).ExecuteAhead();
 }
 
 RecordSet Database::Query(std::string_view name, const Columns& columns, std::string_view sql,

@@ -63,10 +63,12 @@ class Database {
   static Database InMemory();
   /// Opens an existing file. With kReadWrite an older schema is brought to the newest one in one transaction.
   /// Raises DatabaseError for a file that does not exist, is no company database, is damaged, or was written
-  /// by a newer program.
-  explicit Database(const DatabaseLocation& location, Access access = Access::kReadWrite);
+  /// by a newer program. `connected` is called once the database is reached.
+  explicit Database(const DatabaseLocation& location, Access access = Access::kReadWrite,
+                    const std::function<void()>& connected = {});
   /// The same for databases of another schema than a company's, and without reference data.
-  Database(const DatabaseLocation& location, const SchemaFamily& family, Access access = Access::kReadWrite);
+  Database(const DatabaseLocation& location, const SchemaFamily& family, Access access = Access::kReadWrite,
+           const std::function<void()>& connected = {});
   static void Create(const DatabaseLocation& location, const SchemaFamily& family);
   ~Database();
   Database(Database&& other) noexcept;
@@ -75,8 +77,14 @@ class Database {
   const DatabaseLocation& location() const;
   const Dialect& dialect() const;
   int SchemaVersion();
-  /// For the transaction of another program; half a minute where nothing is said.
+  /// For the transaction of another program; kLongestWait where nothing is said.
+  static constexpr int kLongestWait = 30'000;
   void WaitAtMost(int milliseconds);
+  /// Each transaction does so by itself: raises CompanyGone where the file is not the one of its name any
+  /// more.
+  void RequireThere();
+  /// Waits for what the engine says to statements that were executed ahead.
+  void Settle();
 
   /// Portable SQL; `fold(column)` stands for the column without regard to letter case and to blanks at its
   /// ends, as the indexes on such columns have it. Raises DatabaseError.
@@ -86,6 +94,8 @@ class Database {
   Statement PrepareWith(std::string_view sql, std::span<const Value> values);
   /// Prepares, binds and executes once. The kinds of the parameters are those of the values.
   std::int64_t Execute(std::string_view sql, std::initializer_list<Value> values = {});
+  /// As Statement::ExecuteAhead.
+  void ExecuteAhead(std::string_view sql, std::initializer_list<Value> values);
   /// The rows as a record set of that name, its first record current.
   RecordSet Query(std::string_view name, const Columns& columns, std::string_view sql,
                   std::span<const Value> values = {});

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "mox/foundation/text.h"
 
@@ -10,7 +12,14 @@ namespace {
 
 constexpr std::string_view kSchemes[] = {"postgresql://", "postgres://"};
 constexpr std::string_view kCompany = "company";
-constexpr std::string_view kConnectTimeout = "connect_timeout";
+// How long it is waited for a connection, and for the machine at the other end of one to say that it has got
+// what was sent, or that it is there still. Of libpq, which waits for as long as the machine is silent.
+constexpr std::pair<std::string_view, std::string_view> kTimes[] = {
+    {"connect_timeout", "10"},
+    {"tcp_user_timeout", "10000"},
+    {"keepalives_idle", "10"},
+    {"keepalives_interval", "5"},
+};
 constexpr std::string_view kSchemaPrefix = "mox_";
 constexpr std::size_t kLongestName = 50;
 constexpr std::string_view kBlanked = "***";
@@ -81,8 +90,7 @@ DatabaseLocation::DatabaseLocation(std::string_view text) {
 DatabaseLocation::DatabaseLocation(const std::string& text) : DatabaseLocation(std::string_view(text)) {}
 DatabaseLocation::DatabaseLocation(const char* text) : DatabaseLocation(std::string_view(text)) {}
 
-// libpq knows no parameter "company", which is taken out of the query. It waits for a silent machine for as
-// long as the machine is silent, where nothing else is said.
+// libpq knows no parameter "company", which is taken out of the query.
 void DatabaseLocation::ParseAddress(std::string_view text) {
   kind_ = Kind::kPostgresql;
   shown_ = WithoutPasswords(text);
@@ -91,12 +99,12 @@ void DatabaseLocation::ParseAddress(std::string_view text) {
   std::string_view query = text.substr(std::min(question + 1, text.size()));
   std::optional<std::string_view> company;
   char before = '?';
-  bool is_timed = false;
+  std::vector<std::string_view> given;
   while (!query.empty()) {
     const std::string_view parameter = TakeParameter(query);
     const std::string_view name = parameter.substr(0, parameter.find('='));
     if (name != kCompany) {
-      is_timed = is_timed || name == kConnectTimeout;
+      given.push_back(name);
       connection_ += before + std::string(parameter);
       before = '&';
       continue;
@@ -106,7 +114,10 @@ void DatabaseLocation::ParseAddress(std::string_view text) {
   }
   if (!company) throw DatabaseError(shown_ + ": the company is not named; company=NAME behind '?' does");
   company_ = CompanyName(*company, shown_);
-  if (!is_timed) connection_ += before + std::string(kConnectTimeout) + "=10";
+  for (const auto& [name, time] : kTimes) {
+    if (std::find(given.begin(), given.end(), name) != given.end()) continue;
+    connection_.append(1, std::exchange(before, '&')).append(name).append("=").append(time);
+  }
 }
 
 std::string DatabaseLocation::schema() const {

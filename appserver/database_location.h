@@ -28,6 +28,12 @@ class CompanyGone : public DatabaseUnavailable {
   using DatabaseUnavailable::DatabaseUnavailable;
 };
 
+/// The same where the database's server does not answer, or the connection to it was lost.
+class ServerUnreachable : public DatabaseUnavailable {
+ public:
+  using DatabaseUnavailable::DatabaseUnavailable;
+};
+
 /// Where a company's database is: in a file, or in a schema of a PostgreSQL database.
 class DatabaseLocation {
  public:
@@ -49,7 +55,7 @@ class DatabaseLocation {
   /// Of a file; empty otherwise.
   const std::string& path() const { return path_; }
   /// Of a PostgreSQL database, for libpq, which may hold a password; empty otherwise. Where it does not say
-  /// how long to wait for a connection that is ten seconds.
+  /// how long to wait for a connection, or for a machine that is silent since, that is ten seconds.
   const std::string& connection() const { return connection_; }
   /// In small letters; empty for a file.
   const std::string& company() const { return company_; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <optional>
 #include <span>
@@ -35,6 +36,12 @@ struct TableDescription {
 struct Executed {
   std::int64_t changed = 0;                 ///< rows that the last change of the connection was about
   std::optional<std::int64_t> answer = {};  ///< the first value that it answered, of an integer
+};
+
+/// Of statements that were sent ahead the first that is refused, and by which soci_error.
+struct RefusedAhead {
+  std::size_t at = 0;
+  std::exception_ptr error;
 };
 
 /// All that differs between database engines. Everything else is portable SQL through SOCI.
@@ -141,6 +148,13 @@ class Dialect {
   /// answers but for its first value. For a row of an insert the exchange of values that SOCI makes of each
   /// parameter would cost half as much as the insert itself. Raises soci_error.
   virtual Executed Execute(soci::statement& statement, std::span<const ValueSlot> parameters) const = 0;
+  /// Whether statements can be sent whose answers are read later, together. Behind one that is refused the
+  /// engine passes over the rest.
+  virtual bool SendsAhead() const { return false; }
+  /// Sends one so. Raises soci_error.
+  virtual void SendAhead(soci::statement& /*statement*/, std::span<const ValueSlot> /*parameters*/) const {}
+  virtual void SendAhead(soci::session& /*session*/, const char* /*sql*/) const {}
+  virtual std::optional<RefusedAhead> ReadAnswers(soci::session& /*session*/) const { return std::nullopt; }
   /// How many columns a prepared statement answers; none where the engine tells it of executed ones only.
   virtual std::optional<std::size_t> ColumnCount(soci::statement& statement, bool is_executed) const = 0;
   /// Ends a statement, of which not all rows may be fetched, and frees what it answered.

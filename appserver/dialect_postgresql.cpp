@@ -14,15 +14,13 @@
 namespace mox {
 namespace {
 
-constexpr int kLongestWaitForLock = 30'000;  // milliseconds, for the transaction of another program
-
 // The names of a connection are those of the company's schema.
 void SetUp(PGconn* connection, const DatabaseLocation& location, Database::Access access) {
   RunPostgresql(
       connection,
       "SET client_encoding = 'UTF8'; SET client_min_messages = warning; SET DateStyle = 'ISO, YMD'; "
       "SET standard_conforming_strings = on; SET extra_float_digits = 3; SET lock_timeout = " +
-          std::to_string(kLongestWaitForLock) + "; SET search_path TO " + QuotedName(location.schema()) +
+          std::to_string(Database::kLongestWait) + "; SET search_path TO " + QuotedName(location.schema()) +
           (access == Database::Access::kReadOnly ? "; SET default_transaction_read_only = on" : ""));
 }
 
@@ -222,7 +220,7 @@ class Postgresql : public Dialect {
     return PQtransactionStatus(PostgresqlHandle(session)) == PQTRANS_INERROR;
   }
   bool IsLost(soci::session& session) const override {
-    return PQstatus(PostgresqlHandle(session)) != CONNECTION_OK;
+    return session.get_backend() == nullptr || PQstatus(PostgresqlHandle(session)) != CONNECTION_OK;
   }
   std::size_t MostParameters() const override { return 65'535; }
 
@@ -339,6 +337,27 @@ class Postgresql : public Dialect {
     if (PQntuples(result.get()) > 0 && PQgetisnull(result.get(), 0, 0) == 0)
       executed.answer = NumberOf(PQgetvalue(result.get(), 0, 0));
     return executed;
+  }
+
+  bool SendsAhead() const override { return true; }
+  void SendAhead(soci::statement& statement, std::span<const ValueSlot> parameters) const override {
+    const soci::postgresql_statement_backend& backend = Backend(statement);
+    PGconn* const connection = backend.session_.conn_;
+    const SentParameters sent(parameters, backend.names_);
+    PQenterPipelineMode(connection);
+    const int is_sent = PQsendQueryPrepared(connection, backend.statementName_.c_str(), sent.Count(),
+                                            sent.Values(), nullptr, nullptr, 0);
+    if (is_sent == 0) throw LostConnection(connection);
+  }
+  void SendAhead(soci::session& session, const char* sql) const override {
+    PGconn* const connection = PostgresqlHandle(session);
+    PQenterPipelineMode(connection);
+    if (PQsendQueryParams(connection, sql, 0, nullptr, nullptr, nullptr, nullptr, 0) == 0) {
+      throw LostConnection(connection);
+    }
+  }
+  std::optional<RefusedAhead> ReadAnswers(soci::session& session) const override {
+    return ReadPostgresqlAnswers(PostgresqlHandle(session));
   }
 
   // Asking beforehand would be one more way to the server and back.

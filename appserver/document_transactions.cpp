@@ -28,6 +28,7 @@ struct DocumentKey {
   std::int64_t broj = 0;
   Date datum;
   std::optional<Date> due = {};  // of what is paid later
+  bool links_wait = false;
 };
 
 [[noreturn]] void RefuseHeader(const RecordSet& header, std::string_view field, std::string message) {
@@ -81,16 +82,26 @@ const DocumentKind& ReadKind(const RecordSet& header) {
   RefuseHeader(header, "vrsta", '"' + name + "\" is no kind of document");
 }
 
-// The first of a kind and year goes on behind the documents that are there, whoever stored them.
-std::int64_t NextNumber(Database& database, const DocumentKey& key) {
-  const Value values[] = {std::string(key.kind->name), key.godina};
-  return database
-      .PrepareWith(
-          "INSERT INTO dok_brojac (vrsta, godina, zadnji) VALUES (:vrsta, :godina, 1 + COALESCE("
-          "(SELECT MAX(broj) FROM dok WHERE vrsta = :vrsta AND godina = :godina), 0)) "
-          "ON CONFLICT (vrsta, godina) DO UPDATE SET zadnji = dok_brojac.zadnji + 1 RETURNING zadnji",
-          values)
-      .ExecuteForKey();
+// The first of a kind and year goes on behind the documents that are there, whoever stored them. Asked at the
+// same time is whether links wait for the document.
+void TakeNumber(Database& database, const std::string& user, DocumentKey& key) {
+  const RecordSet taken = database.Query(
+      "broj", ParseColumns("zadnji:integer,ceka:boolean"),
+      "INSERT INTO dok_brojac (vrsta, godina, zadnji) VALUES (:vrsta, :godina, 1 + COALESCE("
+      "(SELECT MAX(broj) FROM dok WHERE vrsta = :vrsta AND godina = :godina), 0)) "
+      "ON CONFLICT (vrsta, godina) DO UPDATE SET zadnji = dok_brojac.zadnji + 1 RETURNING zadnji, "
+      "CASE WHEN EXISTS (SELECT 1 FROM dok_veze_kasnije WHERE user_id = :user_id AND child_tip = :child_tip) "
+      "THEN 1 ELSE 0 END",
+      {std::string(key.kind->name), key.godina, user, std::string(key.kind->tip)});
+  key.broj = taken.AsInteger(0);
+  key.links_wait = taken.AsBoolean(1);
+}
+
+// Whose links wait for the document.
+std::string UserOf(const RecordSet& header, const Requester& who) {
+  if (who.HasLoggedIn()) return who.code;
+  const auto field = header.FindFieldIndex("user_id");
+  return field ? header.AsText(*field) : std::string();
 }
 
 // Until the document is stored an attempt under the same key waits. Without a key the row that counts is
@@ -104,7 +115,7 @@ void ClaimNumbers(Database& database, const DocumentKey& key, const std::string&
 void InsertHeader(Database& database, const RecordSet& header, TableRule rule, const Requester& who,
                   DocumentKey& key) {
   if (who.HasLoggedIn()) rule.constants.emplace_back("user_id", who.code);
-  key.broj = NextNumber(database, key);
+  TakeNumber(database, UserOf(header, who), key);
   rule.constants.emplace_back("vrsta", std::string(key.kind->name));
   rule.constants.emplace_back("godina", key.godina);
   rule.constants.emplace_back("broj", key.broj);
@@ -114,16 +125,10 @@ void InsertHeader(Database& database, const RecordSet& header, TableRule rule, c
 // The links that the user asked for before he made this document.
 void MakePendingLinks(Database& database, const DocumentKey& key, const RecordSet& header,
                       const Requester& who) {
-  const auto user_field = header.FindFieldIndex("user_id");
-  if (!who.HasLoggedIn() && (!user_field || header.IsNull(*user_field))) return;
-  const std::string user = who.HasLoggedIn() ? who.code : header.AsText(*user_field);
-  const std::string tip(key.kind->tip);
   // Hardly ever are there any, and documents of one user are not to wait for each other for nothing.
-  const RecordSet waiting = database.Query(
-      "ceka", ParseColumns("id:integer"),
-      "SELECT id FROM dok_veze_kasnije WHERE user_id = :user_id AND child_tip = :child_tip LIMIT 1",
-      {user, tip});
-  if (waiting.IsEmpty()) return;
+  if (!key.links_wait) return;
+  const std::string user = UserOf(header, who);
+  const std::string tip(key.kind->tip);
   database.Claim({"veze/" + user});
   database.Execute(
       "INSERT INTO dok_veze (parent_table, parent_column, parent_doc_id, child_tip, child_doc_id) "
@@ -339,7 +344,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
     const RecordSet* const records = sent.Find(name);
     if (records == nullptr) continue;
     rule.first_row_number = rule.table == "dok_stavke" ? next_line : 1;
-    StoreRecords(database, *records, rule);
+    StoreRecordsAhead(database, *records, rule);
     if (rule.table == "dok_stavke") next_line += static_cast<std::int64_t>(records->RecordCount());
   }
   articles.StoreKeys(database, key.id);
@@ -419,7 +424,7 @@ void StoreMirror(Database& database, std::string_view table, const RecordSet& mi
   if (mirror.IsEmpty()) return;
   TableRule rule{.table = table};
   rule.constants = {{"dok_id", doc_id}};
-  StoreRecords(database, mirror, rule);
+  StoreRecordsAhead(database, mirror, rule);
 }
 
 std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Database& database,

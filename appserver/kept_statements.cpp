@@ -27,7 +27,10 @@ std::unique_ptr<Statement::Impl> KeptStatements::Take(std::string_view sql,
 }
 
 void KeptStatements::Keep(std::unique_ptr<Statement::Impl> statement) noexcept {
-  if (!statement->Empty()) return;
+  // To give one up the engine is told so, behind what was sent ahead.
+  const bool is_kept = statement->Empty();
+  if (!is_kept || statements_.size() == kMost) statement->connection.Drain();
+  if (!is_kept) return;
   if (statements_.size() == kMost) statements_.erase(statements_.begin());
   statements_.push_back(std::move(statement));
 }

@@ -38,6 +38,15 @@ void RefuseFields(const RecordSetRule& rule, const RecordSet& records) {
   }
 }
 
+std::optional<RecordSet> Store(const NamedTransaction& transaction, Database& database,
+                               const SentRecordSets& sent) {
+  if (transaction.handler != nullptr) return transaction.handler(transaction, database, sent);
+  for (const RecordSet& records : sent.All()) {
+    StoreRecords(database, records, transaction.FindRule(records.Name())->table);
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 SentRecordSets::SentRecordSets(std::string_view inner, const WriteContext& context) : context_(context) {
@@ -86,18 +95,21 @@ std::optional<RecordSet> RunNamedTransaction(const NamedTransaction& transaction
   {
     WriteTransaction guard(database, transaction.writing);
     beside_others = database.WritesBesideOthers();
-    if (transaction.handler != nullptr) {
-      stored = transaction.handler(transaction, database, sent);
-    } else {
-      for (const RecordSet& records : sent.All()) {
-        StoreRecords(database, records, transaction.FindRule(records.Name())->table);
-      }
+    try {
+      stored = Store(transaction, database, sent);
+    } catch (const WriteRefused&) {
+      database.Settle();  // what was sent before may be refused, too, and is told then
+      throw;
     }
     // Items of others may get lower keys and appear later, so that sums up to a key wait for a moment without
     // others.
     if (!beside_others) KeepBalances(database);
     beside(stored);
-    if (ending == Ending::kCommit) guard.Commit();
+    if (ending == Ending::kCommit) {
+      guard.Commit();
+    } else {
+      database.Settle();
+    }
   }
   if (beside_others && ending == Ending::kCommit) CatchUpBalances(database);
   return stored;

@@ -225,4 +225,33 @@ std::string ExplainPostgresql(const soci::soci_error& error, const DatabaseLocat
   return reason != nullptr && !reason->text.empty() ? std::string(reason->text) : EngineMessage(error);
 }
 
+soci::postgresql_soci_error LostConnection(PGconn* connection) {
+  return {PQerrorMessage(connection), "     "};
+}
+
+std::optional<RefusedAhead> ReadPostgresqlAnswers(PGconn* connection) {
+  std::optional<RefusedAhead> refused;
+  PQpipelineSync(connection);
+  std::size_t at = 0;
+  for (int nothing = 0; nothing < 2;) {
+    const PostgresqlResult result(PQgetResult(connection));
+    if (result == nullptr) {
+      ++nothing;  // behind each answer; twice where the connection is lost
+      continue;
+    }
+    nothing = 0;
+    const ExecStatusType status = PQresultStatus(result.get());
+    if (status == PGRES_PIPELINE_SYNC) break;
+    if (status == PGRES_FATAL_ERROR && !refused) {
+      refused = RefusedAhead{at, std::make_exception_ptr(PostgresqlError(result.get()))};
+    }
+    ++at;
+  }
+  PQexitPipelineMode(connection);
+  if (!refused && PQstatus(connection) != CONNECTION_OK) {
+    refused = RefusedAhead{at, std::make_exception_ptr(LostConnection(connection))};
+  }
+  return refused;
+}
+
 }  // namespace mox

@@ -3,10 +3,12 @@
 #include <soci/postgresql/soci-postgresql.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "appserver/database_location.h"
+#include "appserver/dialect.h"
 #include "appserver/soci_headers.h"
 
 namespace mox {
@@ -67,5 +69,10 @@ bool IsPostgresqlGone(const soci::soci_error& error);
 bool IsPostgresqlFailure(const soci::soci_error& error);
 /// What went wrong there, for people, on one line, in the words that other engines have for it too.
 std::string ExplainPostgresql(const soci::soci_error& error, const DatabaseLocation& location);
+
+/// Where something could not be sent.
+soci::postgresql_soci_error LostConnection(PGconn* connection);
+/// Waits for the answers to all that was sent in pipeline mode, and ends it.
+std::optional<RefusedAhead> ReadPostgresqlAnswers(PGconn* connection);
 
 }  // namespace mox

@@ -77,7 +77,7 @@ bool HasLog(const fs::path& path) {
 void ConnectSqlite(soci::session& session, const fs::path& path, std::string_view mode, Locking locking) {
   [[maybe_unused]] static const int uris = sqlite_api::sqlite3_config(SQLITE_CONFIG_URI, 1);
   session.open(soci::sqlite3, ConnectString(path, mode));
-  WaitAtMost(session, kLongestWait);
+  WaitAtMost(session, Database::kLongestWait);
   session << "PRAGMA foreign_keys = ON";
   if (locking == Locking::kExclusive) {
     constexpr int kMilliseconds = 1000;

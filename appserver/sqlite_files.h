@@ -17,7 +17,6 @@ namespace mox {
 // What the SQLite dialect does with files: connecting, creating, copying and putting back.
 
 inline constexpr int kApplicationId = 0x6D6F7864;  // "moxd", in the head of each company database
-inline constexpr int kLongestWait = 30'000;        // milliseconds, for the transaction of another program
 
 enum class Locking : bool { kShared, kExclusive };
 

@@ -333,6 +333,23 @@ std::int64_t Statement::Execute() {
   return impl_->changes_rows ? executed.changed : 0;
 }
 
+void Statement::ExecuteAhead(Refused refused) {
+  DatabaseConnection& connection = impl_->connection;
+  if (connection.SendsAhead()) {
+    return connection.SendAhead(std::move(refused), [this, &connection] {
+      connection.dialect().SendAhead(*impl_->statement, impl_->parameters);
+    });
+  }
+  try {
+    impl_->Run();
+  } catch (const DatabaseUnavailable&) {
+    throw;
+  } catch (const DatabaseError& error) {
+    if (refused) refused(error);
+    throw;
+  }
+}
+
 std::int64_t Statement::ExecuteForKey() {
   const Executed executed = impl_->Run();
   if (!executed.answer) impl_->connection.Refuse("the statement answered no key: " + impl_->sql);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string_view>
 
@@ -9,6 +10,7 @@
 
 namespace mox {
 
+class DatabaseError;
 class RowCopy;
 
 /// One prepared SQL statement. Its parameters are `:name`s in the SQL; they are bound by position, in the
@@ -30,6 +32,11 @@ class Statement {
 
   /// Rows changed.
   std::int64_t Execute();
+  /// The same where nobody asks how many: over a connection on which that is worth it the engine's answer is
+  /// waited for later, by the next statement that needs one, or the end of the transaction. `refused` is
+  /// called then, to raise something better than what it is given.
+  using Refused = std::function<void(const DatabaseError& error)>;
+  void ExecuteAhead(Refused refused = {});
   /// Executes an INSERT ... RETURNING of one integer, and answers it.
   std::int64_t ExecuteForKey();
   /// Adds the values that are bound, as those of a row, to rows that are stored together.

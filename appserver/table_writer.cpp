@@ -76,6 +76,21 @@ class TableWriter {
     if (refused_) throw WriteRefused(std::move(*refused_));
   }
 
+  /// What says why a row is refused, with all that it needs for that, is kept until the engine has answered.
+  void StoreAhead(const std::shared_ptr<const TableWriter>& kept) {
+    for (std::size_t row = 1; row <= records_.RowCount(); ++row) {
+      const auto refused = [kept, row](const DatabaseError& error) {
+        kept->Explain(kept->records_.RowAt(row - 1), row, error.what());
+      };
+      Run(records_.RowAt(row - 1), row, [&] {
+        statement_->ExecuteAhead(refused);
+        return std::int64_t{1};
+      });
+    }
+    statement_.reset();  // for others
+  }
+  bool MayBeAhead() const { return !update_field_ && records_.RowCount() < kManyRows; }
+
   std::int64_t InsertOne() {
     return Run(records_.RowAt(0), 1, [this] { return statement_->ExecuteForKey(); });
   }
@@ -357,10 +372,14 @@ class TableWriter {
       throw;  // the engine may have ended the transaction: no further row is to be tried
     } catch (const Error& error) {
       if (binding != nullptr) Refuse(row, NameOf(*binding), error.what());
-      RefuseBrokenReference(record, row);
-      RefuseDouble(record, row, error.what());
-      Refuse(row, FieldIn(error.what()), error.what());
+      Explain(record, row, error.what());
     }
+  }
+
+  [[noreturn]] void Explain(const RecordRow& record, std::size_t row, const char* why) const {
+    RefuseBrokenReference(record, row);
+    RefuseDouble(record, row, why);
+    Refuse(row, FieldIn(why), why);
   }
 
   // Answers the code of the row, empty in a table without.
@@ -494,7 +513,29 @@ class TableWriter {
   std::optional<WriteFailure> refused_;
 };
 
+RecordSet CloneOf(const RecordSet& given) {
+  RecordSet clone(given.Name());
+  clone.CleanClone(given);
+  return clone;
+}
+
+// A writer that outlives what it was given.
+struct OwnWriter {
+  OwnWriter(Database& database, const RecordSet& given, const TableRule& by)
+      : records(CloneOf(given)), rule(by), writer(database, records, rule) {}
+
+  RecordSet records;
+  TableRule rule;
+  TableWriter writer;
+};
+
 }  // namespace
+
+void StoreRecordsAhead(Database& database, const RecordSet& records, const TableRule& rule) {
+  const auto own = std::make_shared<OwnWriter>(database, records, rule);
+  if (!own->writer.MayBeAhead()) return own->writer.StoreAll(1);
+  own->writer.StoreAhead({own, &own->writer});
+}
 
 void StoreRecords(Database& database, const RecordSet& records, const TableRule& rule,
                   std::size_t most_refused) {

@@ -59,6 +59,10 @@ struct TableRule {
 void StoreRecords(Database& database, const RecordSet& records, const TableRule& rule,
                   std::size_t most_refused = 1);
 
+/// The same of rows that nobody needs before the transaction ends: what is refused may be told by whatever
+/// asks the database next, at the latest by the end of the transaction.
+void StoreRecordsAhead(Database& database, const RecordSet& records, const TableRule& rule);
+
 /// Raises WriteRefused for a set that has none or more.
 void RequireOneRecord(const RecordSet& records);
 

@@ -107,7 +107,7 @@ WriteFailure RefusalFrom(const std::string& text, const std::string& transaction
 void Insert(Database& database, const JournalledWrite& write, const WrittenDocuments& documents,
             bool is_stored, Value reason, const std::string& answer) {
   const bool has_key = !write.key.empty();
-  database.Execute(
+  database.ExecuteAhead(
       "INSERT INTO dnevnik_upisa (vrijeme, korisnik, transakcija, dok_id, dokumenti, upisano, razlog, kljuc, "
       "sazetak, odgovor) VALUES (:vrijeme, :korisnik, :transakcija, :dok_id, :dokumenti, :upisano, :razlog, "
       ":kljuc, :sazetak, :odgovor)",
