@@ -18,6 +18,8 @@ namespace {
 constexpr std::int64_t kDay = std::int64_t{24} * 3600;
 constexpr std::int64_t kShortestWait = 2;
 constexpr std::int64_t kUseNotedEach = 60;  // seconds
+// What is later than now by more is of a clock that was wrong, and counts for nothing.
+constexpr std::int64_t kClockFault = 300;
 
 // --- failed attempts ---
 
@@ -52,10 +54,10 @@ struct Attempts {
 };
 
 Attempts ReadAttempts(Database& database, const std::string& key, UnixSeconds now) {
-  const RecordSet found = database.Query(
-      "pokusaji", ParseColumns("neuspjelih:integer,ceka_do:integer"),
-      "SELECT neuspjelih, ceka_do FROM imenik_pokusaji WHERE sazetak = :sazetak AND zadnji > :od",
-      {key, now - kDay});
+  const RecordSet found = database.Query("pokusaji", ParseColumns("neuspjelih:integer,ceka_do:integer"),
+                                         "SELECT neuspjelih, ceka_do FROM imenik_pokusaji "
+                                         "WHERE sazetak = :sazetak AND zadnji > :od AND zadnji <= :do",
+                                         {key, now - kDay, now + kClockFault});
   return found.IsEmpty() ? Attempts{} : Attempts{found.AsInteger(0), found.AsInteger(1)};
 }
 
@@ -110,7 +112,8 @@ FROM imenik_tokeni t
 JOIN imenik_korisnici k ON k.id = t.korisnik_id
 LEFT JOIN imenik_poduzeca p ON fold(p.naziv) = :poduzece
 LEFT JOIN imenik_uloge u ON u.korisnik_id = k.id AND u.poduzece_id = p.id
-WHERE t.sazetak = :sazetak AND t.vrijedi_do > :sada AND t.koristen > :koristen AND NOT k.iskljucen)";
+WHERE t.sazetak = :sazetak AND t.vrijedi_do > :sada AND t.koristen > :koristen AND t.koristen <= :najkasnije
+  AND t.izdan <= :najkasnije AND NOT k.iskljucen)";
 
 RecordSet SessionRows() {
   RecordSet rows("sesija");
@@ -119,6 +122,26 @@ RecordSet SessionRows() {
   }
   rows.Open();
   return rows;
+}
+
+// Nobody's request waits for it, or fails with it: false where it is to be tried again later.
+bool NoteUse(Database& database, std::int64_t token, UnixSeconds now) {
+  constexpr int kMilliseconds = 20;
+  const auto note = [&] {
+    database.WaitAtMost(kMilliseconds);
+    database.Execute("UPDATE imenik_tokeni SET koristen = :sada WHERE id = :id AND koristen < :sada",
+                     {now, token});
+    return true;
+  };
+  const auto noted = [&] {
+    try {
+      return note();
+    } catch (const DatabaseError&) {
+      return false;
+    }
+  }();
+  database.WaitAtMost(Database::kLongestWait);
+  return noted;
 }
 
 // A name as databases compare it; empty for what none of them holds.
@@ -139,6 +162,10 @@ std::optional<std::int64_t> FindKey(Database& database, std::string_view sql, st
 UnixSeconds SystemSeconds() {
   return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
       .count();
+}
+
+void ForgetAttempts(Database& database, std::string_view user) {
+  database.Execute("DELETE FROM imenik_pokusaji WHERE sazetak = :sazetak", {AccountKey(user)});
 }
 
 std::optional<std::int64_t> FindAccount(Database& database, std::string_view name) {
@@ -201,7 +228,7 @@ LogInResult Accounts::LogIn(std::string_view user, std::string_view password,
       database.Execute("UPDATE imenik_korisnici SET lozinka = :lozinka WHERE id = :id",
                        {renewed, account.id});
     }
-    database.Execute("DELETE FROM imenik_pokusaji WHERE sazetak = :sazetak", {account_key});
+    ForgetAttempts(database, user);
     database.Execute("DELETE FROM imenik_tokeni WHERE vrijedi_do <= :sada OR koristen <= :koristen",
                      {now, now - settings.idle_time});
     const UnixSeconds expires = now + settings.longest_time;
@@ -218,8 +245,9 @@ std::optional<AccountSession> Accounts::SessionOf(std::string_view token, std::s
   return state_->With([&](Database& database) -> std::optional<AccountSession> {
     const UnixSeconds now = state_->now();
     if (!state_->find_session) {
-      state_->find_session = database.Prepare(
-          kFindSession, {FieldKind::kText, FieldKind::kText, FieldKind::kInteger, FieldKind::kInteger});
+      state_->find_session =
+          database.Prepare(kFindSession, {FieldKind::kText, FieldKind::kText, FieldKind::kInteger,
+                                          FieldKind::kInteger, FieldKind::kInteger});
       state_->found_sessions = SessionRows();
     }
     Statement& find = *state_->find_session;
@@ -227,6 +255,8 @@ std::optional<AccountSession> Accounts::SessionOf(std::string_view token, std::s
     find.BindText(1, DigestOf(token));
     find.Bind(2, now);
     find.Bind(3, now - state_->settings.idle_time);
+    find.Bind(4, now + kClockFault);
+    database.RequireThere();
     RecordSet& rows = state_->found_sessions;
     rows.Clear();
     find.ExecuteInto(rows);
@@ -241,9 +271,8 @@ std::optional<AccountSession> Accounts::SessionOf(std::string_view token, std::s
     if (!session.rights.Empty()) session.address = first.AsTextView(4);
     session.journal_waits = first.AsInteger(6) != 0;
     const std::int64_t noted_each = std::min(kUseNotedEach, state_->settings.idle_time / 10);
-    if (now - first.AsInteger(1) > noted_each) {
-      database.Execute("UPDATE imenik_tokeni SET koristen = :sada WHERE id = :id AND koristen < :sada",
-                       {now, first.AsInteger(0)});
+    if (now - first.AsInteger(1) > noted_each && now >= state_->notes_use_from) {
+      state_->notes_use_from = NoteUse(database, first.AsInteger(0), now) ? now : now + kUseNotedEach;
     }
     return session;
   });

@@ -97,6 +97,7 @@ void Accounts::SetPassword(std::string_view name, std::string_view password) {
     const std::int64_t id = RequireAccount(database, name);
     database.Execute("UPDATE imenik_korisnici SET lozinka = :lozinka WHERE id = :id", {kept, id});
     EndTokens(database, id);
+    ForgetAttempts(database, name);
   });
 }
 
@@ -106,6 +107,7 @@ void Accounts::SetDisabled(std::string_view name, bool disabled) {
     const std::int64_t id = RequireAccount(database, name);
     database.Execute("UPDATE imenik_korisnici SET iskljucen = :iskljucen WHERE id = :id", {disabled, id});
     if (disabled) EndTokens(database, id);
+    ForgetAttempts(database, name);
   });
 }
 

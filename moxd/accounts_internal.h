@@ -43,6 +43,7 @@ struct Accounts::State {
   std::optional<Database> database;
   std::optional<Statement> find_session;  // of `database`
   RecordSet found_sessions;               // of the last one who asked
+  UnixSeconds notes_use_from = 0;         // when a token was used, after that could not be noted
 
   PasswordCost Cost() const { return {settings.password_passes, settings.password_memory}; }
 
@@ -141,6 +142,8 @@ struct Accounts::State {
   }
 };
 
+/// Failed attempts under a name of an account.
+void ForgetAttempts(Database& database, std::string_view user);
 /// The key of the account of that name; nothing where there is none, whatever the text.
 std::optional<std::int64_t> FindAccount(Database& database, std::string_view name);
 /// The same; raises Error where there is none.

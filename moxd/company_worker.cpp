@@ -18,6 +18,7 @@ namespace {
 constexpr std::size_t kMostOpen = 64;  // databases of a worker
 constexpr std::chrono::seconds kLongestMove{2};
 constexpr std::chrono::milliseconds kAskAgain{20};
+constexpr std::chrono::seconds kSilence{1};  // a lost connection is told sooner
 
 bool IsZstd(std::string_view encoding) { return SameName(TrimBlanks(encoding), kZstd); }
 
@@ -39,8 +40,8 @@ Reply Sendable(Reply reply, const RequestHead& head) {
 }  // namespace
 
 CompanyWorker::CompanyWorker(const ServerSettings& settings, ByteBudget& budget, RequestLog& log,
-                             const std::atomic<unsigned>& reloads)
-    : settings_(settings), budget_(budget), log_(log), reloads_(reloads) {}
+                             SilentServers& silent, const std::atomic<unsigned>& reloads)
+    : settings_(settings), budget_(budget), log_(log), silent_(silent), reloads_(reloads) {}
 
 CompanyWorker::~CompanyWorker() = default;
 
@@ -56,10 +57,30 @@ CompanyServer& CompanyWorker::ServerAt(const std::string& address) {
     open_.splice(open_.begin(), open_, found);
     return *open_.front().server;
   }
-  auto server = std::make_unique<CompanyServer>(Database(address, Database::Access::kReadWrite));
+  auto server = Open(address);
   if (open_.size() >= kMostOpen) open_.pop_back();
   open_.push_front({address, std::move(server)});
   return *open_.front().server;
+}
+
+std::unique_ptr<CompanyServer> CompanyWorker::Open(const std::string& address) {
+  const DatabaseLocation location(address);
+  constexpr auto kAccess = Database::Access::kReadWrite;
+  if (location.IsFile()) return std::make_unique<CompanyServer>(Database(location, kAccess));
+  std::optional<SilentServers::Turn> turn = silent_.TurnTo(location.connection());
+  if (!turn) {
+    throw DatabaseUnavailable(location.ToString() + ": another request waits for its server already");
+  }
+  return std::make_unique<CompanyServer>(Database(location, kAccess, [&turn] { turn->Reached(); }));
+}
+
+// How long the server of the present company is left alone. What is connected to one that was silent is made
+// anew.
+int CompanyWorker::SecondsAlone() {
+  const DatabaseLocation location(asked_);
+  if (location.IsFile() || !silent_.WasSilent(location.connection())) return 0;
+  Forget(asked_);
+  return silent_.SecondsOf(location.connection());
 }
 
 void CompanyWorker::Forget(const std::string& address) {
@@ -68,6 +89,7 @@ void CompanyWorker::Forget(const std::string& address) {
 
 template <typename Work>
 Reply CompanyWorker::Guarded(const std::string& company, const Work& work) {
+  const auto begin = std::chrono::steady_clock::now();
   try {
     if (std::exchange(known_reloads_, reloads_.load()) != reloads_.load()) {
       open_.clear();
@@ -79,6 +101,9 @@ Reply CompanyWorker::Guarded(const std::string& company, const Work& work) {
     // What is open may be what fails: the next request opens it anew. Other companies are elsewhere.
     if (asked_.empty()) directory_.reset();
     Forget(asked_);
+    const bool is_silent = dynamic_cast<const ServerUnreachable*>(&error) != nullptr &&
+                           std::chrono::steady_clock::now() - begin > kSilence;
+    if (is_silent && !asked_.empty()) silent_.NoteSilent(DatabaseLocation(asked_).connection());
     log_.Event("database", (company.empty() ? "" : company + ": ") + error.what());
     return ErrorReply("database_unavailable");
   } catch (const std::bad_alloc&) {
@@ -283,10 +308,11 @@ Reply CompanyWorker::Attempt(HttpRequest& request, const RequestRoute& route,
     }
   }
   asked_ = session->address;
+  if (const int seconds = SecondsAlone(); seconds > 0) return ErrorReply("database_unavailable", {}, seconds);
   // Parameters of one request are nobody else's.
   std::unique_ptr<CompanyServer> own;
   if (!request.head.parameters.empty()) {
-    own = std::make_unique<CompanyServer>(Database(session->address, Database::Access::kReadWrite));
+    own = Open(session->address);
     try {
       for (const std::string& parameter : request.head.parameters) {
         const auto text_of = DecodedPart(parameter);

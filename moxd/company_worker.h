@@ -14,6 +14,7 @@
 #include "moxd/request_log.h"
 #include "moxd/request_route.h"
 #include "moxd/settings.h"
+#include "moxd/silent_servers.h"
 
 namespace mox {
 
@@ -22,7 +23,7 @@ namespace mox {
 class CompanyWorker {
  public:
   /// Where `reloads` has changed everything is opened anew before the next request.
-  CompanyWorker(const ServerSettings& settings, ByteBudget& budget, RequestLog& log,
+  CompanyWorker(const ServerSettings& settings, ByteBudget& budget, RequestLog& log, SilentServers& silent,
                 const std::atomic<unsigned>& reloads);
   ~CompanyWorker();
 
@@ -43,6 +44,8 @@ class CompanyWorker {
   };
   Accounts& Directory();
   CompanyServer& ServerAt(const std::string& address);
+  std::unique_ptr<CompanyServer> Open(const std::string& address);
+  int SecondsAlone();
   void Forget(const std::string& address);
   Reply Attempt(HttpRequest& request, const RequestRoute& route, std::optional<std::string>& text);
   std::optional<Reply> Check(const RequestHead& head, const RequestRoute& route,
@@ -60,6 +63,7 @@ class CompanyWorker {
   const ServerSettings& settings_;
   ByteBudget& budget_;
   RequestLog& log_;
+  SilentServers& silent_;
   const std::atomic<unsigned>& reloads_;
   unsigned known_reloads_ = 0;
   std::string asked_;  // the address of the company of the present request; empty before that is known

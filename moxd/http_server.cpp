@@ -15,8 +15,8 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
-#include <boost/beast/ssl.hpp>
 #include <condition_variable>
+#include <deque>
 #include <list>
 #include <mutex>
 #include <set>
@@ -33,13 +33,21 @@ namespace beast = boost::beast;
 namespace http = beast::http;
 using asio::ip::tcp;
 using std::chrono::steady_clock;
-using TlsStream = beast::ssl_stream<beast::tcp_stream>;
+// Of one kind of executor, since one that may be of any costs more than a small request is read with.
+using Executor = asio::io_context::executor_type;
+using Socket = asio::basic_stream_socket<tcp, Executor>;
+using TlsStream = asio::ssl::stream<Socket>;
+using Token = asio::use_awaitable_t<Executor>;
+template <typename T>
+using Awaitable = asio::awaitable<T, Executor>;
 
-constexpr auto kTuple = asio::as_tuple(asio::use_awaitable);
+constexpr auto kTuple = asio::as_tuple(Token());
 constexpr std::size_t kPiece = 256U << 10U;
 // How long, and how much, a client that was refused may go on sending until it reads why.
 constexpr std::chrono::seconds kLinger{2};
 constexpr std::size_t kLingerBytes = 1U << 20U;
+// How often it is looked for connections whose time has passed.
+constexpr std::chrono::milliseconds kLook{200};
 
 std::string TlsFault() {
   char text[256] = "unknown";
@@ -55,6 +63,13 @@ std::shared_ptr<asio::ssl::context> MakeTls(const TlsFiles& files) {
   if (::SSL_CTX_use_certificate_chain_file(native, files.certificate.c_str()) != 1) {
     throw Error(files.certificate + ": no certificate can be read: " + TlsFault());
   }
+  const X509* const certificate = ::SSL_CTX_get0_certificate(native);
+  if (::X509_cmp_current_time(::X509_get0_notAfter(certificate)) < 0) {
+    throw Error(files.certificate + ": has expired");
+  }
+  if (::X509_cmp_current_time(::X509_get0_notBefore(certificate)) > 0) {
+    throw Error(files.certificate + ": is not valid yet");
+  }
   if (::SSL_CTX_use_PrivateKey_file(native, files.key.c_str(), SSL_FILETYPE_PEM) != 1) {
     throw Error(files.key + ": no key of that certificate can be read: " + TlsFault());
   }
@@ -69,9 +84,16 @@ std::shared_ptr<asio::ssl::context> MakeTls(const TlsFiles& files) {
 
 // A connection as others see it; touched by its loop's thread alone.
 struct Slot {
-  asio::any_io_executor executor;
-  beast::tcp_stream* stream = nullptr;
+  explicit Slot(std::size_t of_loop) : loop(of_loop) {}
+
+  void EndsAfter(std::chrono::seconds time) { ends = steady_clock::now() + time; }
+  void EndsNever() { ends = steady_clock::time_point::max(); }
+
+  std::size_t loop;
+  Socket* socket = nullptr;
   bool waits = false;  // for a request
+  // When it is closed, whatever it is at: a timer for each step would cost more than the step.
+  steady_clock::time_point ends = steady_clock::time_point::max();
 };
 
 // A listener's part in each of its connections.
@@ -83,8 +105,8 @@ struct Shared {
 
 // Waits on the connection's loop for what is decided outside of it.
 template <typename T, typename Begin>
-asio::awaitable<T> Await(Begin begin) {
-  return asio::async_initiate<const asio::use_awaitable_t<>&, void(T)>(
+Awaitable<T> Await(Begin begin) {
+  return asio::async_initiate<const Token&, void(T)>(
       [begin = std::move(begin)](auto completion) mutable {
         auto held = std::make_shared<decltype(completion)>(std::move(completion));
         auto executor =
@@ -93,7 +115,30 @@ asio::awaitable<T> Await(Begin begin) {
           asio::post(executor, [held, result = std::move(result)]() mutable { (*held)(std::move(result)); });
         });
       },
-      asio::use_awaitable);
+      Token());
+}
+
+// Answers up to here go out as one piece with their header.
+constexpr std::size_t kTogether = 8U << 10U;
+
+std::string ReplyHead(const Reply& reply, unsigned version, bool keeps) {
+  const auto reason = http::obsolete_reason(http::int_to_status(reply.status));
+  const bool is_old = version < 11;
+  std::string text = is_old ? "HTTP/1.0 " : "HTTP/1.1 ";
+  text.reserve(256 + (reply.body.size() <= kTogether ? reply.body.size() : 0));
+  text.append(std::to_string(reply.status)).append(" ").append(reason.data(), reason.size());
+  const auto add = [&text](std::string_view name, std::string_view value) {
+    text.append("\r\n").append(name).append(": ").append(value);
+  };
+  add("Mox-Protocol", "1");
+  add("Content-Type", reply.content_type);
+  add("Cache-Control", "no-store");
+  if (reply.content_encoding != nullptr) add("Content-Encoding", reply.content_encoding);
+  if (reply.retry_after > 0) add("Retry-After", std::to_string(reply.retry_after));
+  if (reply.status == 401) add("WWW-Authenticate", "Bearer");
+  if (keeps == is_old) add("Connection", keeps ? "keep-alive" : "close");
+  add("Content-Length", std::to_string(reply.body.size()));
+  return text.append("\r\n\r\n");
 }
 
 // One client's requests, one after the other.
@@ -109,7 +154,7 @@ class Connection {
         remote_(std::move(remote)),
         buffer_(shared.limits.header_bytes + kPiece) {}
 
-  asio::awaitable<void> Run() {
+  Awaitable<void> Run() {
     for (;;) {  // awaited on lines of their own: g++ 12 mistakes what is awaited in conditions
       const bool has_request = co_await WaitForRequest();
       if (!has_request) co_return;
@@ -119,18 +164,17 @@ class Connection {
   }
 
  private:
-  beast::tcp_stream& Lowest() { return beast::get_lowest_layer(stream_); }
   std::chrono::seconds TimeFor(std::chrono::seconds base, std::uint64_t bytes) const {
     return base + std::chrono::seconds(bytes / limits_.slowest_bytes_per_second);
   }
 
   // An idle connection costs its own buffers and may be closed at any time.
-  asio::awaitable<bool> WaitForRequest() {
+  Awaitable<bool> WaitForRequest() {
     if (buffer_.size() > 0) co_return true;
     buffer_.shrink_to_fit();
     slot_.waits = true;
     if (shared_.stopping) co_return false;
-    Lowest().expires_after(limits_.idle);
+    slot_.EndsAfter(limits_.idle);
     constexpr std::size_t kFirst = 4096;
     auto [error, count] = co_await stream_.async_read_some(buffer_.prepare(kFirst), kTuple);
     slot_.waits = false;
@@ -140,17 +184,17 @@ class Connection {
   }
 
   // False where the connection is to be closed.
-  asio::awaitable<bool> ServeRequest() {
+  Awaitable<bool> ServeRequest() {
     const auto begin = steady_clock::now();
     RequestParser parser(limits_.header_bytes, limits_.body_bytes);
-    Lowest().expires_after(limits_.header);
-    auto [error, count] = co_await http::async_read_header(stream_, buffer_, parser, kTuple);
-    const RequestHead head = parser.Head(remote_);
+    slot_.EndsAfter(limits_.header);
+    const beast::error_code error = co_await ReadHeader(parser);
+    RequestHead head = parser.Head(remote_);
     if (error) {
       const char* const code = RefusalOf(error);
       if (code == nullptr) co_return false;
       const Reply reply = handler_.Refuse(code);
-      co_await RefuseAndClose(reply, head, begin);
+      co_await RefuseAndClose(reply, head.length, begin);
       co_return false;
     }
     Admission refused = co_await Admit(head);
@@ -162,25 +206,35 @@ class Connection {
     if (refused) {
       const bool is_read = parser.EndsWithItsHeader();
       bool goes_on = false;
-      if (is_read) goes_on = co_await Send(*refused, head, parser, begin);
-      if (!is_read) co_await RefuseAndClose(*refused, head, begin);
+      if (is_read) goes_on = co_await Send(*refused, head.length, parser, begin);
+      if (!is_read) co_await RefuseAndClose(*refused, head.length, begin);
       co_return goes_on;
     }
     std::string body;
     const bool has_body = co_await ReadBody(parser, head.length, body);
     if (!has_body) co_return false;
+    const std::uint64_t length = head.length;
     const auto held = std::make_shared<HttpRequest>();
-    held->head = head;
+    held->head = std::move(head);
     held->body = std::move(body);
     held->leases.push_back(std::move(*lease));
-    Lowest().expires_never();
+    slot_.EndsNever();
     auto ask = [this, held](AnswerWith answer) { handler_.Answer(std::move(*held), std::move(answer)); };
     Reply reply = co_await Await<Reply>(std::move(ask));
     // An answer takes memory until its client has read it. Of a write it is asked for again under its key.
     lease = LeaseFor(reply);
     if (!lease) reply = InPlaceOf(reply, handler_.Refuse("busy"));
-    const bool goes_on = co_await Send(reply, head, parser, begin);
+    const bool goes_on = co_await Send(reply, length, parser, begin);
     co_return goes_on;
+  }
+
+  // Most headers have come whole.
+  Awaitable<beast::error_code> ReadHeader(RequestParser& parser) {
+    beast::error_code fault;
+    buffer_.consume(parser.put(buffer_.data(), fault));
+    if (fault != http::error::need_more) co_return fault;
+    auto [error, count] = co_await http::async_read_header(stream_, buffer_, parser, kTuple);
+    co_return error;
   }
 
   // One that is larger than the whole budget waits for all of it.
@@ -199,10 +253,10 @@ class Connection {
     return other;
   }
 
-  asio::awaitable<Admission> Admit(const RequestHead& head) {
+  Awaitable<Admission> Admit(const RequestHead& head) {
     Admission refused = handler_.Admit(head);
     if (refused || head.length <= limits_.small_body_bytes) co_return refused;
-    Lowest().expires_never();
+    slot_.EndsNever();
     auto ask = [this, &head](std::function<void(Admission)> decide) {
       handler_.AdmitLarge(head, std::move(decide));
     };
@@ -210,9 +264,9 @@ class Connection {
     co_return refused;
   }
 
-  asio::awaitable<bool> ReadBody(RequestParser& parser, std::uint64_t length, std::string& body) {
+  Awaitable<bool> ReadBody(RequestParser& parser, std::uint64_t length, std::string& body) {
     if (parser.is_done()) co_return true;
-    Lowest().expires_after(TimeFor(limits_.body, length));
+    slot_.EndsAfter(TimeFor(limits_.body, length));
     if (beast::iequals(parser.get()[http::field::expect], "100-continue")) {
       http::response<http::empty_body> go_on{http::status::continue_, parser.get().version()};
       auto [error, count] = co_await http::async_write(stream_, go_on, kTuple);
@@ -221,6 +275,10 @@ class Connection {
     body.reserve(length);
     while (!parser.is_done()) {
       parser.MakeRoom(body);
+      if (parser.TakeHere(buffer_)) {
+        parser.KeepFilled(body);
+        continue;
+      }
       auto [error, count] = co_await http::async_read(stream_, buffer_, parser, kTuple);
       parser.KeepFilled(body);
       if (error && error != http::error::need_buffer) co_return false;
@@ -229,40 +287,32 @@ class Connection {
   }
 
   // True where the connection may be used again.
-  asio::awaitable<bool> Send(const Reply& reply, const RequestHead& head, const RequestParser& parser,
-                             steady_clock::time_point begin) {
+  Awaitable<bool> Send(const Reply& reply, std::uint64_t length, const RequestParser& parser,
+                       steady_clock::time_point begin) {
     const bool keeps = parser.keep_alive() && !reply.is_last && !shared_.stopping;
     const bool sent = co_await Write(reply, parser.get().version(), keeps);
-    handler_.Done(head, reply, steady_clock::now() - begin, sent);
+    handler_.Done(length, reply, steady_clock::now() - begin, sent);
     co_return sent&& keeps;
   }
 
-  asio::awaitable<bool> Write(const Reply& reply, unsigned version, bool keeps) {
-    http::response<http::span_body<const char>> answer{http::int_to_status(reply.status), version};
-    answer.set("Mox-Protocol", "1");
-    answer.set(http::field::content_type, reply.content_type);
-    answer.set(http::field::cache_control, "no-store");
-    if (reply.content_encoding != nullptr) {
-      answer.set(http::field::content_encoding, reply.content_encoding);
-    }
-    if (reply.retry_after > 0) answer.set(http::field::retry_after, std::to_string(reply.retry_after));
-    if (reply.status == 401) answer.set(http::field::www_authenticate, "Bearer");
-    answer.body() = beast::span<const char>(reply.body.data(), reply.body.size());
-    answer.keep_alive(keeps);
-    answer.prepare_payload();
-    Lowest().expires_after(TimeFor(limits_.reply, reply.body.size()));
-    auto [error, count] = co_await http::async_write(stream_, answer, kTuple);
-    co_return !error;
+  Awaitable<bool> Write(const Reply& reply, unsigned version, bool keeps) {
+    std::string text = ReplyHead(reply, version, keeps);
+    slot_.EndsAfter(TimeFor(limits_.reply, reply.body.size()));
+    const bool is_small = reply.body.size() <= kTogether;
+    if (is_small) text += reply.body;
+    auto [error, count] = co_await asio::async_write(stream_, asio::buffer(text), kTuple);
+    if (error || is_small) co_return !error;
+    auto [fault, rest] = co_await asio::async_write(stream_, asio::buffer(reply.body), kTuple);
+    co_return !fault;
   }
 
   // A client that is still sending would not see the answer if the connection were just closed.
-  asio::awaitable<void> RefuseAndClose(const Reply& reply, const RequestHead& head,
-                                       steady_clock::time_point begin) {
+  Awaitable<void> RefuseAndClose(const Reply& reply, std::uint64_t length, steady_clock::time_point begin) {
     constexpr unsigned kVersion = 11;
     const bool sent = co_await Write(reply, kVersion, false);
-    handler_.Done(head, reply, steady_clock::now() - begin, sent);
+    handler_.Done(length, reply, steady_clock::now() - begin, sent);
     if (!sent) co_return;
-    Lowest().expires_after(kLinger);
+    slot_.EndsAfter(kLinger);
     std::size_t left = kLingerBytes;
     std::vector<char> dropped(4096);
     for (;;) {
@@ -285,7 +335,9 @@ class Connection {
 
 struct HttpServer::State {
   State(const HttpLimits& of, std::size_t loops)
-      : limits(of), budget(of.bytes_in_flight), shared{limits, budget, stopping}, threads(loops) {}
+      : limits(of), budget(of.bytes_in_flight), shared{limits, budget, stopping}, threads(loops) {
+    for (std::size_t loop = 0; loop < threads.Loops(); ++loop) loop_slots.emplace_back(threads.Io(loop));
+  }
 
   HttpLimits limits;
   ByteBudget budget;
@@ -294,6 +346,14 @@ struct HttpServer::State {
   NetworkThreads threads;
   asio::io_context& io = threads.Io(0);  // of what is no client's
   std::size_t next_loop = 0;
+  // The connections of a loop, touched by its thread alone.
+  struct LoopSlots {
+    explicit LoopSlots(asio::io_context& io) : look(io) {}
+
+    std::set<Slot*> slots;
+    asio::steady_timer look;
+  };
+  std::deque<LoopSlots> loop_slots;
   std::list<tcp::acceptor> acceptors;
   std::list<asio::signal_set> signals;
   std::list<asio::steady_timer> timers;
@@ -305,14 +365,27 @@ struct HttpServer::State {
   HttpCounts counts;
 
   std::uint16_t Begin(tcp::acceptor acceptor, bool with_tls, RequestHandler& handler);
-  asio::awaitable<void> Accept(tcp::acceptor& acceptor, bool with_tls, RequestHandler& handler);
-  asio::awaitable<void> Serve(tcp::socket socket, bool with_tls, RequestHandler& handler,
-                              std::shared_ptr<Slot> slot);
-  asio::awaitable<void> ServeTls(tcp::socket socket, RequestHandler& handler, std::shared_ptr<Slot> slot,
-                                 std::string remote);
+  Awaitable<void> Accept(tcp::acceptor& acceptor, bool with_tls, RequestHandler& handler);
+  Awaitable<void> Serve(Socket socket, bool with_tls, RequestHandler& handler, std::shared_ptr<Slot> slot);
+  Awaitable<void> ServeTls(Socket socket, RequestHandler& handler, Slot& slot, std::string remote);
   bool Enter(const std::shared_ptr<Slot>& slot);
   void Leave(const std::shared_ptr<Slot>& slot);
+  void Look(LoopSlots& loop);
 };
+
+// While there are connections.
+void HttpServer::State::Look(LoopSlots& loop) {
+  loop.look.expires_after(kLook);
+  loop.look.async_wait([this, &loop](const beast::error_code& error) {
+    if (error) return;
+    const auto now = steady_clock::now();
+    for (Slot* const slot : loop.slots) {
+      beast::error_code ignored;
+      if (slot->socket != nullptr && slot->ends <= now) slot->socket->close(ignored);
+    }
+    if (!loop.slots.empty()) Look(loop);
+  });
+}
 
 bool HttpServer::State::Enter(const std::shared_ptr<Slot>& slot) {
   const std::scoped_lock lock(mutex);
@@ -325,18 +398,18 @@ bool HttpServer::State::Enter(const std::shared_ptr<Slot>& slot) {
 }
 
 void HttpServer::State::Leave(const std::shared_ptr<Slot>& slot) {
-  slot->stream = nullptr;
+  slot->socket = nullptr;
+  loop_slots[slot->loop].slots.erase(slot.get());
   const std::scoped_lock lock(mutex);
   slots.erase(slot);
   if (slots.empty()) changed.notify_all();
 }
 
-asio::awaitable<void> HttpServer::State::Accept(tcp::acceptor& acceptor, bool with_tls,
-                                                RequestHandler& handler) {
+Awaitable<void> HttpServer::State::Accept(tcp::acceptor& acceptor, bool with_tls, RequestHandler& handler) {
   while (!stopping) {
-    auto slot = std::make_shared<Slot>();
-    slot->executor = threads.Io(next_loop++ % threads.Loops()).get_executor();
-    auto [error, socket] = co_await acceptor.async_accept(slot->executor, kTuple);
+    auto slot = std::make_shared<Slot>(next_loop++ % threads.Loops());
+    const Executor executor = threads.Io(slot->loop).get_executor();
+    auto [error, socket] = co_await acceptor.async_accept(executor, kTuple);
     if (error == asio::error::operation_aborted || error == asio::error::bad_descriptor) co_return;
     if (error) {  // such as too many open files: others have to end first
       asio::steady_timer pause(io, std::chrono::milliseconds(100));
@@ -344,25 +417,25 @@ asio::awaitable<void> HttpServer::State::Accept(tcp::acceptor& acceptor, bool wi
       continue;
     }
     if (!Enter(slot)) continue;
-    asio::co_spawn(slot->executor, Serve(std::move(socket), with_tls, handler, slot), asio::detached);
+    asio::co_spawn(executor, Serve(std::move(socket), with_tls, handler, slot), asio::detached);
   }
 }
 
-asio::awaitable<void> HttpServer::State::Serve(tcp::socket socket, bool with_tls, RequestHandler& handler,
-                                               std::shared_ptr<Slot> slot) {
+Awaitable<void> HttpServer::State::Serve(Socket socket, bool with_tls, RequestHandler& handler,
+                                         std::shared_ptr<Slot> slot) {
+  LoopSlots& loop = loop_slots[slot->loop];
+  if (loop.slots.insert(slot.get()).second && loop.slots.size() == 1) Look(loop);
   try {
     beast::error_code error;
     const auto endpoint = socket.remote_endpoint(error);
     std::string remote = error ? "" : endpoint.address().to_string();
     socket.set_option(tcp::no_delay(true), error);
     if (with_tls) {
-      co_await ServeTls(std::move(socket), handler, slot, std::move(remote));
+      co_await ServeTls(std::move(socket), handler, *slot, std::move(remote));
     } else {
-      beast::tcp_stream stream(std::move(socket));
-      slot->stream = &stream;
-      Connection connection(shared, stream, handler, *slot, std::move(remote));
+      slot->socket = &socket;
+      Connection connection(shared, socket, handler, *slot, std::move(remote));
       co_await connection.Run();
-      slot->stream = nullptr;
     }
   } catch (const std::exception&) {
     // Memory ran out, or the client did something that ends its connection; others go on.
@@ -370,28 +443,32 @@ asio::awaitable<void> HttpServer::State::Serve(tcp::socket socket, bool with_tls
   Leave(slot);
 }
 
-asio::awaitable<void> HttpServer::State::ServeTls(tcp::socket socket, RequestHandler& handler,
-                                                  std::shared_ptr<Slot> slot, std::string remote) {
+Awaitable<void> HttpServer::State::ServeTls(Socket socket, RequestHandler& handler, Slot& slot,
+                                            std::string remote) {
   std::shared_ptr<asio::ssl::context> context;
   {
     const std::scoped_lock lock(mutex);
     context = tls;
   }
-  TlsStream stream(beast::tcp_stream(std::move(socket)), *context);
-  beast::tcp_stream& lowest = beast::get_lowest_layer(stream);
-  slot->stream = &lowest;
-  lowest.expires_after(limits.handshake);
+  TlsStream stream(std::move(socket), *context);
+  const struct Watched {  // as long as there is the socket
+    Watched(Slot& of, Socket& socket) : slot(of) { slot.socket = &socket; }
+    ~Watched() { slot.socket = nullptr; }
+    Watched(const Watched&) = delete;
+    Watched& operator=(const Watched&) = delete;
+    Slot& slot;
+  } watched(slot, stream.next_layer());
+  slot.EndsAfter(limits.handshake);
   auto [failed] = co_await stream.async_handshake(asio::ssl::stream_base::server, kTuple);
   if (failed) {
     const std::scoped_lock lock(mutex);
     ++counts.failed_handshakes;
-  } else {
-    Connection connection(shared, stream, handler, *slot, std::move(remote));
-    co_await connection.Run();
-    lowest.expires_after(kLinger);
-    co_await stream.async_shutdown(kTuple);
+    co_return;
   }
-  slot->stream = nullptr;
+  Connection connection(shared, stream, handler, slot, std::move(remote));
+  co_await connection.Run();
+  slot.EndsAfter(kLinger);
+  co_await stream.async_shutdown(kTuple);
 }
 
 std::uint16_t HttpServer::State::Begin(tcp::acceptor acceptor, bool with_tls, RequestHandler& handler) {
@@ -442,7 +519,7 @@ void HttpServer::OnSignal(int signal, std::function<void()> call) {
   asio::signal_set& set = state_->signals.emplace_back(state_->io, signal);
   asio::co_spawn(
       state_->io,
-      [&set, call = std::move(call)]() -> asio::awaitable<void> {
+      [&set, call = std::move(call)]() -> Awaitable<void> {
         for (;;) {
           auto [error, number] = co_await set.async_wait(kTuple);
           if (error) co_return;
@@ -456,7 +533,7 @@ void HttpServer::Every(std::chrono::milliseconds period, std::function<void()> c
   asio::steady_timer& timer = state_->timers.emplace_back(state_->io);
   asio::co_spawn(
       state_->io,
-      [&timer, period, call = std::move(call)]() -> asio::awaitable<void> {
+      [&timer, period, call = std::move(call)]() -> Awaitable<void> {
         for (;;) {
           timer.expires_after(period);
           co_await timer.async_wait(kTuple);
@@ -482,8 +559,9 @@ void HttpServer::StopAccepting() {
     for (tcp::acceptor& acceptor : state_->acceptors) acceptor.close(ignored);
   });
   for (const std::shared_ptr<Slot>& slot : slots) {
-    asio::post(slot->executor, [slot] {
-      if (slot->stream != nullptr && slot->waits) slot->stream->cancel();
+    asio::post(state_->threads.Io(slot->loop), [slot] {
+      beast::error_code ignored;
+      if (slot->socket != nullptr && slot->waits) slot->socket->cancel(ignored);
     });
   }
 }

@@ -105,8 +105,8 @@ class RequestHandler {
   virtual void Answer(HttpRequest request, AnswerWith answer) = 0;
   /// An answer where no request could be read: "bad_request" and the like.
   virtual Reply Refuse(const char* code) = 0;
-  /// The answer was sent, or could not be.
-  virtual void Done(const RequestHead& head, const Reply& reply, std::chrono::steady_clock::duration took,
+  /// The answer to a request with a body of that length was sent, or could not be.
+  virtual void Done(std::uint64_t length, const Reply& reply, std::chrono::steady_clock::duration took,
                     bool sent) = 0;
 };
 

@@ -53,7 +53,7 @@ class MoxServer::Operations : public RequestHandler {
     decide(ErrorReply("bad_request"));
   }
   Reply Refuse(const char* code) override { return ErrorReply(code); }
-  void Done(const RequestHead& /*head*/, const Reply& /*reply*/, steady_clock::duration /*took*/,
+  void Done(std::uint64_t /*length*/, const Reply& /*reply*/, steady_clock::duration /*took*/,
             bool /*sent*/) override {}
 
   void Answer(HttpRequest request, AnswerWith answer) override {
@@ -114,7 +114,7 @@ MoxServer::MoxServer(ServerSettings settings, std::FILE* log, const std::vector<
   operations_port_ = http_.Listen(settings_.operations, false, *operations_);
   const auto make = [this](std::size_t count, std::vector<std::unique_ptr<CompanyWorker>>& workers) {
     for (std::size_t i = 0; i < count; ++i) {
-      workers.push_back(std::make_unique<CompanyWorker>(settings_, http_.budget(), log_, reloads_));
+      workers.push_back(std::make_unique<CompanyWorker>(settings_, http_.budget(), log_, silent_, reloads_));
     }
   };
   make(settings_.workers, workers_);
@@ -225,10 +225,10 @@ void MoxServer::Answer(HttpRequest request, AnswerWith answer) {
 
 Reply MoxServer::Refuse(const char* code) { return ErrorReply(code); }
 
-void MoxServer::Done(const RequestHead& head, const Reply& reply, steady_clock::duration took, bool sent) {
+void MoxServer::Done(std::uint64_t length, const Reply& reply, steady_clock::duration took, bool sent) {
   const double seconds = std::chrono::duration<double>(took).count();
   metrics_.Count(reply.route, reply.status, reply.code, seconds);
-  log_.Request(head, reply, seconds, sent);
+  log_.Request(length, reply, seconds, sent);
 }
 
 }  // namespace mox

@@ -13,6 +13,7 @@
 #include "moxd/metrics.h"
 #include "moxd/request_log.h"
 #include "moxd/settings.h"
+#include "moxd/silent_servers.h"
 #include "moxd/work_queue.h"
 
 namespace mox {
@@ -45,7 +46,7 @@ class MoxServer : private RequestHandler {
   void AdmitLarge(const RequestHead& head, std::function<void(Admission)> decide) override;
   void Answer(HttpRequest request, AnswerWith answer) override;
   Reply Refuse(const char* code) override;
-  void Done(const RequestHead& head, const Reply& reply, std::chrono::steady_clock::duration took,
+  void Done(std::uint64_t length, const Reply& reply, std::chrono::steady_clock::duration took,
             bool sent) override;
 
   using Task = std::function<Reply(CompanyWorker& worker)>;
@@ -59,6 +60,7 @@ class MoxServer : private RequestHandler {
   Metrics metrics_;
   HttpServer http_;
   std::atomic<unsigned> reloads_ = 0;  // of the directory
+  SilentServers silent_;
   std::unique_ptr<Operations> operations_;
   std::vector<std::unique_ptr<CompanyWorker>> workers_;
   std::vector<std::unique_ptr<CompanyWorker>> login_workers_;

@@ -34,6 +34,8 @@ class NetworkThreads {
   void Start(std::size_t calls);
   /// Makes a call on a thread of these, soon and outside of any event of a loop.
   void Call(std::function<void()> call, Length length);
+  /// Whether it is looked at how long calls last: not where there were none for some time.
+  bool IsWatched() const { return watches_; }
   /// Ends the loops, and the threads after the calls that were begun.
   void Stop();
 

@@ -69,6 +69,14 @@ void RequestParser::MakeRoom(std::string& body) {
   get().body().size = body.size() - had;
 }
 
+bool RequestParser::TakeHere(beast::flat_buffer& buffer) {
+  if (buffer.size() == 0) return false;
+  beast::error_code fault;  // that more is needed, or more room
+  const std::size_t taken = put(buffer.data(), fault);
+  buffer.consume(taken);
+  return taken > 0;
+}
+
 void RequestParser::KeepFilled(std::string& body) { body.resize(body.size() - get().body().size); }
 
 const char* RefusalOf(const beast::error_code& error) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/beast/core/error.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/buffer_body.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <cstddef>
@@ -24,6 +25,8 @@ class RequestParser : public boost::beast::http::request_parser<boost::beast::ht
   /// Room for the next piece of the body, which goes behind what there is of it. Memory is taken as the bytes
   /// come, not as they are announced.
   void MakeRoom(std::string& body);
+  /// Fills it with what was read of the body already. False where that is nothing more.
+  bool TakeHere(boost::beast::flat_buffer& buffer);
   /// Cuts off what of the room was not filled.
   void KeepFilled(std::string& body);
 };

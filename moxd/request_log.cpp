@@ -76,14 +76,14 @@ void RequestLog::Write(const std::string& line) {
   std::fflush(stream_);
 }
 
-void RequestLog::Request(const RequestHead& head, const Reply& reply, double seconds, bool sent) {
+void RequestLog::Request(std::uint64_t length, const Reply& reply, double seconds, bool sent) {
   Line line("request");
   line.Text("route", reply.route);
   line.TextIfAny("company", reply.company);
   line.TextIfAny("service", reply.service);
   line.Number("status", static_cast<std::uint64_t>(reply.status));
   line.TextIfAny("code", reply.code);
-  line.Number("bytes_in", head.length);
+  line.Number("bytes_in", length);
   line.Number("bytes_out", reply.body.size());
   line.Milliseconds("ms", seconds);
   line.Milliseconds("ms_waited", reply.seconds_waited);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
 #include <mutex>
 #include <string_view>
@@ -15,7 +16,8 @@ class RequestLog {
   /// The stream stays the caller's.
   explicit RequestLog(std::FILE* stream) : stream_(stream) {}
 
-  void Request(const RequestHead& head, const Reply& reply, double seconds, bool sent);
+  /// Of a request with a body of that length.
+  void Request(std::uint64_t length, const Reply& reply, double seconds, bool sent);
   /// Something that an operator has to know: "stopping", "database", with what an engine said.
   void Event(std::string_view event, std::string_view detail = {});
 

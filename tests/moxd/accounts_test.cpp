@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <filesystem>
 #include <functional>
 #include <utility>
 
@@ -197,6 +199,41 @@ TEST_F(AccountsTest, MakeGuessesWait) {
   EXPECT_EQ(guess("nitko", "203.0.113.9").outcome, Outcome::kWait);
   *now_ += kDay;
   EXPECT_EQ(guess("nitko", "203.0.113.9").outcome, Outcome::kRefused);
+  // An administrator's new password, or enabling, forgets them too.
+  for (int i = 0; i < 6; ++i) guess("ana.horvat", kDesk);
+  accounts_.SetPassword("ana.horvat", kPassword);
+  LogIn();
+}
+
+TEST_F(AccountsTest, BelieveNothingOfAClockThatRanAhead) {
+  constexpr std::int64_t kAhead = 365 * kDay;
+  *now_ += kAhead;
+  const std::string token = LogIn();
+  for (int i = 0; i < 6; ++i) accounts_.LogIn("ana.horvat", "kriva lozinka", kDesk);
+  *now_ -= kAhead;
+  EXPECT_FALSE(Lives(token));
+  EXPECT_TRUE(Lives(LogIn()));
+}
+
+TEST_F(AccountsTest, LetNobodyWaitWhereAUseCannotBeNoted) {
+  const std::string token = LogIn();
+  Database other(location_, DirectorySchema());
+  const WriteTransaction writes(other);
+  *now_ += 100;
+  const auto begin = std::chrono::steady_clock::now();
+  for (int i = 0; i < 50; ++i) EXPECT_TRUE(Lives(token));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+}
+
+TEST_F(AccountsTest, LookWhetherTheirFileIsThere) {
+  const std::string token = LogIn();
+  EXPECT_TRUE(Lives(token));
+  for (const std::string ending : {"", "-wal", "-shm"}) {
+    std::filesystem::rename(location_ + ending, location_ + ".former" + ending);
+  }
+  Accounts::Create(location_);
+  EXPECT_THROW(Lives(token), DatabaseUnavailable);
+  EXPECT_FALSE(Lives(token));
 }
 
 TEST_F(AccountsTest, CountAttemptsFromAnAddress) {

@@ -17,6 +17,17 @@ from running_server import code_of, link, links_stored, make_certificate, values
 from server_case import MOXD, READ, ServerTest, WRITE
 
 
+def make_expired(folder):
+    """Puts a certificate of the same key that ended long ago in the place of the one that is there."""
+    (folder / "ca.cnf").write_text("[ca]\ndefault_ca=a\n[a]\ndatabase=index\nnew_certs_dir=.\nrand_serial=yes\npolicy=p\n"
+                                   "default_md=sha256\n[p]\ncommonName=supplied\n")
+    (folder / "index").touch()
+    for words in (("req", "-new", "-key", "key.pem", "-subj", "/CN=old", "-out", "old.csr"),
+                  ("ca", "-batch", "-selfsign", "-config", "ca.cnf", "-keyfile", "key.pem", "-in", "old.csr", "-out", "certificate.pem",
+                   "-startdate", "20200101000000Z", "-enddate", "20200102000000Z")):
+        subprocess.run(["openssl", *words], cwd=folder, check=True, capture_output=True)
+
+
 class Managed(ServerTest):
     def test_its_unit_and_its_settings_are_taken_as_they_are_shipped(self):
         system = pathlib.Path(__file__).resolve().parents[2] / "moxd" / "system"
@@ -50,6 +61,29 @@ class Managed(ServerTest):
                 while True:
                     told.append(manager.recv(100))
             self.assertIn(b"STOPPING=1", told)
+
+
+class SilentDatabase(ServerTest):
+    settings = "workers = 4\n"
+
+    def test_holds_up_one_worker_and_nobody_else(self):
+        with socket.create_server(("127.0.0.1", 0), backlog=64) as silent:
+            for words in (("company", "add", "tiha", f"postgresql://mox@127.0.0.1:{silent.getsockname()[1]}/x?company=tiha"),
+                          ("grant", "ana", "tiha", "citanje")):
+                subprocess.run([MOXD, *words, "--config", self.folder / "moxd.ini"], check=True)
+            waits = [self.later("/v1/tiha/service/GetSkladista", token=self.token) for _ in range(12)]
+            begin = time.monotonic()
+            for _ in range(5):
+                self.assertEqual(self.server.ask(READ, token=self.token)[0], 200)
+            self.assertLess(time.monotonic() - begin, 1)
+            # All but the one who waits for it know already.
+            self.until("moxd_workers_busy", 1)
+            begin = time.monotonic()
+            refused = self.server.ask("/v1/tiha/service/GetSkladista", token=self.token)
+            self.assertLess(time.monotonic() - begin, 0.2)
+            self.assertEqual((*code_of(refused), refused[1]["retry-after"]), (503, "database_unavailable", "2"))
+            silent.shutdown(socket.SHUT_RDWR)
+        self.assertEqual({code_of(wait()) for wait in waits}, {(503, "database_unavailable")})
 
 
 class Operations(ServerTest):
@@ -95,14 +129,23 @@ class Operations(ServerTest):
         self.assertEqual(self.server.process.wait(30), 0)
         self.assertEqual(links_stored(self.company), [1])
 
+    def read_certificate_again(self, told):
+        self.server.process.send_signal(signal.SIGHUP)
+        for _ in range(500):
+            if any('"certificate"' in line and told in line for line in self.server.log):
+                return
+            time.sleep(0.02)
+        self.fail("".join(self.server.log))
+
     def test_reads_its_certificate_again(self):
         with self.server.connect() as before:
             make_certificate(self.folder, "two")
-            self.server.process.send_signal(signal.SIGHUP)
-            for _ in range(200):
-                if any('"certificate"' in line for line in self.server.log):
-                    break
-                time.sleep(0.02)
+            self.read_certificate_again("read again")
+            good = self.folder / "good.pem"
+            shutil.copy(self.folder / "certificate.pem", good)
+            make_expired(self.folder)
+            self.read_certificate_again("has expired")
+            good.replace(self.folder / "certificate.pem")
             with self.server.connect() as after:
                 self.assertEqual(after.getpeercert()["subject"], ((("commonName", "two"),),))
             self.assertEqual(self.server.ask(READ, token=self.token, connection=before)[0], 200)
