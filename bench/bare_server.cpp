@@ -33,6 +33,9 @@ asio::awaitable<void> Echo(tcp::socket socket, asio::ssl::context& tls) {
     auto [unread, read] = co_await http::async_read(stream, buffer, request, kTuple);
     if (unread) co_return;
     http::response<http::string_body> answer{http::status::ok, request.version()};
+    answer.set("Mox-Protocol", "1");
+    answer.set(http::field::content_type, request[http::field::content_type]);
+    answer.set(http::field::cache_control, "no-store");
     answer.body() = std::move(request.body());
     answer.prepare_payload();
     auto [unsent, sent] = co_await http::async_write(stream, answer, kTuple);

@@ -6,8 +6,8 @@
 
 namespace mox::bench {
 
-/// The least that the library of the server program can do: answers each POST with its body, over TLS and one
-/// connection after the other's requests, on one thread.
+/// The least that the library of the server program can do: answers each POST with its body, under the header
+/// fields that an answer has, over TLS and one connection after the other's requests, on one thread.
 class BareServer {
  public:
   /// Of PEM files; at a free port of this computer.
