@@ -37,6 +37,20 @@ if(TARGET mox_server_program)
           "${PROJECT_SOURCE_DIR}/moxd/system/moxd.ini"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/mox"
   )
+  # The service names the program where it is installed, which is known only then.
+  set(MOX_PROGRAMS "${CMAKE_INSTALL_BINDIR}")
+  set(MOX_SERVICE "${CMAKE_INSTALL_DATADIR}/mox/moxd.service")
+  string(
+    CONFIGURE
+      [[
+file(READ "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/@MOX_SERVICE@" service)
+string(REPLACE "/usr/bin/moxd" "${CMAKE_INSTALL_PREFIX}/@MOX_PROGRAMS@/moxd" service "${service}")
+file(WRITE "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/@MOX_SERVICE@" "${service}")
+]]
+      name_the_program
+    @ONLY
+  )
+  install(CODE "${name_the_program}")
   install(FILES "${PROJECT_SOURCE_DIR}/docs/OPERATIONS.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 endif()
 if(TARGET mox_desktop_program)
