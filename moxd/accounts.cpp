@@ -6,6 +6,7 @@
 #include <array>
 #include <chrono>
 #include <cstring>
+#include <utility>
 
 #include "appserver/fold.h"
 #include "mox/foundation/text.h"
@@ -106,7 +107,7 @@ const char* WhyRefused(const Account& account) {
 }
 
 constexpr std::string_view kFindSession = R"(
-SELECT t.id, t.koristen, k.ime, k.oznaka, p.adresa, u.uloga,
+SELECT t.id, t.koristen, t.vrijedi_do, k.ime, k.oznaka, p.adresa, u.uloga,
   CASE WHEN EXISTS (SELECT 1 FROM imenik_dnevnik d WHERE d.za_poduzece = p.id) THEN 1 ELSE 0 END
 FROM imenik_tokeni t
 JOIN imenik_korisnici k ON k.id = t.korisnik_id
@@ -117,7 +118,8 @@ WHERE t.sazetak = :sazetak AND t.vrijedi_do > :sada AND t.koristen > :koristen A
 
 RecordSet SessionRows() {
   RecordSet rows("sesija");
-  for (FieldDef& column : ParseColumns("id:integer,koristen:integer,ime,oznaka,adresa,uloga,ceka:integer")) {
+  for (FieldDef& column :
+       ParseColumns("id:integer,koristen:integer,vrijedi_do:integer,ime,oznaka,adresa,uloga,ceka:integer")) {
     rows.DefineField(std::move(column));
   }
   rows.Open();
@@ -142,6 +144,15 @@ bool NoteUse(Database& database, std::int64_t token, UnixSeconds now) {
   }();
   database.WaitAtMost(Database::kLongestWait);
   return noted;
+}
+
+// Whether they are those of now. A connection to a file hears from the engine when others have changed it.
+bool KeepsSessions(Database& database, KnownSessions& known) {
+  if (!database.location().IsFile()) return false;
+  if (!known.ask_version) known.ask_version = database.Prepare("PRAGMA data_version", {});
+  const std::int64_t version = known.ask_version->ExecuteForKey();
+  if (std::exchange(known.version, version) != version) known.sessions.clear();
+  return true;
 }
 
 // A name as databases compare it; empty for what none of them holds.
@@ -242,40 +253,61 @@ LogInResult Accounts::LogIn(std::string_view user, std::string_view password,
 }
 
 std::optional<AccountSession> Accounts::SessionOf(std::string_view token, std::string_view company) {
-  return state_->With([&](Database& database) -> std::optional<AccountSession> {
-    const UnixSeconds now = state_->now();
-    if (!state_->find_session) {
-      state_->find_session =
-          database.Prepare(kFindSession, {FieldKind::kText, FieldKind::kText, FieldKind::kInteger,
-                                          FieldKind::kInteger, FieldKind::kInteger});
-      state_->found_sessions = SessionRows();
-    }
-    Statement& find = *state_->find_session;
-    find.BindText(0, NameKey(company));
-    find.BindText(1, DigestOf(token));
-    find.Bind(2, now);
-    find.Bind(3, now - state_->settings.idle_time);
-    find.Bind(4, now + kClockFault);
+  return state_->Look([&](Database& database) -> std::optional<AccountSession> {
     database.RequireThere();
-    RecordSet& rows = state_->found_sessions;
-    rows.Clear();
-    find.ExecuteInto(rows);
-    if (rows.IsEmpty()) return std::nullopt;
-
-    const RecordRow first = rows.RowAt(0);
-    AccountSession session{.user = std::string(first.AsTextView(2)),
-                           .code = std::string(first.AsTextView(3))};
-    for (const RecordRow& row : rows.Rows()) {
-      if (const Role* const role = FindRole(row.AsTextView(5))) session.rights.Add(role->rights);
+    const UnixSeconds now = state_->now();
+    const std::string digest = DigestOf(token);
+    const std::string name = NameKey(company);
+    const std::string key = digest + name;
+    KnownSessions& known = state_->known;
+    if (KeepsSessions(database, known)) {
+      const auto found = known.sessions.find(key);
+      if (found != known.sessions.end() && found->second.from <= now && now < found->second.to) {
+        return found->second.session;
+      }
     }
-    if (!session.rights.Empty()) session.address = first.AsTextView(4);
-    session.journal_waits = first.AsInteger(6) != 0;
-    const std::int64_t noted_each = std::min(kUseNotedEach, state_->settings.idle_time / 10);
-    if (now - first.AsInteger(1) > noted_each && now >= state_->notes_use_from) {
-      state_->notes_use_from = NoteUse(database, first.AsInteger(0), now) ? now : now + kUseNotedEach;
+    std::optional<KnownSession> found = state_->FindSession(database, digest, name, now);
+    if (!found) return std::nullopt;
+    if (known.ask_version && found->to > now) {
+      constexpr std::size_t kMost = 256;
+      if (known.sessions.size() >= kMost) known.sessions.clear();
+      known.sessions.insert_or_assign(key, *found);
     }
-    return session;
+    return std::move(found->session);
   });
+}
+
+std::optional<KnownSession> Accounts::State::FindSession(Database& opened, const std::string& digest,
+                                                         const std::string& company, UnixSeconds at) {
+  if (!find_session) {
+    find_session = opened.Prepare(kFindSession, {FieldKind::kText, FieldKind::kText, FieldKind::kInteger,
+                                                 FieldKind::kInteger, FieldKind::kInteger});
+    found_sessions = SessionRows();
+  }
+  find_session->BindText(0, company);
+  find_session->BindText(1, digest);
+  find_session->Bind(2, at);
+  find_session->Bind(3, at - settings.idle_time);
+  find_session->Bind(4, at + kClockFault);
+  found_sessions.Clear();
+  find_session->ExecuteInto(found_sessions);
+  if (found_sessions.IsEmpty()) return std::nullopt;
+
+  const RecordRow first = found_sessions.RowAt(0);
+  KnownSession found{{.user = std::string(first.AsTextView(3)), .code = std::string(first.AsTextView(4))},
+                     at};
+  AccountSession& session = found.session;
+  for (const RecordRow& row : found_sessions.Rows()) {
+    if (const Role* const role = FindRole(row.AsTextView(6))) session.rights.Add(role->rights);
+  }
+  if (!session.rights.Empty()) session.address = first.AsTextView(5);
+  session.journal_waits = first.AsInteger(7) != 0;
+  const std::int64_t noted_each = std::min(kUseNotedEach, settings.idle_time / 10);
+  found.to = std::min(first.AsInteger(1) + noted_each, first.AsInteger(2));
+  if (at - first.AsInteger(1) > noted_each && at >= notes_use_from) {
+    notes_use_from = NoteUse(opened, first.AsInteger(0), at) ? at : at + kUseNotedEach;
+  }
+  return found;
 }
 
 bool Accounts::LogOut(std::string_view token, std::string_view remote_address) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,6 +36,19 @@ void Note(Database& database, const DirectoryChange& change, UnixSeconds now, st
 /// Journals a log-in, a log-out or an attempt, and forgets those that are no longer kept.
 void NoteLogIn(Database& database, const JournalledLogIn& log_in, const AccountSettings& settings);
 
+/// Sessions as they were found in a directory that is a file, while nobody changes it: to find one costs more
+/// than a small read.
+struct KnownSession {
+  AccountSession session;
+  UnixSeconds from = 0;  ///< and to: when it need not be looked up
+  UnixSeconds to = 0;
+};
+struct KnownSessions {
+  std::optional<Statement> ask_version;
+  std::int64_t version = 0;  ///< that others change
+  std::map<std::string, KnownSession, std::less<>> sessions;
+};
+
 struct Accounts::State {
   std::string location;
   AccountSettings settings;
@@ -44,17 +59,27 @@ struct Accounts::State {
   std::optional<Statement> find_session;  // of `database`
   RecordSet found_sessions;               // of the last one who asked
   UnixSeconds notes_use_from = 0;         // when a token was used, after that could not be noted
+  KnownSessions known;                    // of `database`
 
+  std::optional<KnownSession> FindSession(Database& opened, const std::string& digest,
+                                          const std::string& company, UnixSeconds at);
   PasswordCost Cost() const { return {settings.password_passes, settings.password_memory}; }
 
   /// Runs an action with the open database. One that failed is opened anew by the next call, as after a
   /// restart of the database server.
   template <typename Action>
   auto With(const Action& action) -> decltype(action(std::declval<Database&>())) {
+    known.sessions.clear();  // which the action may change
+    return Look(action);
+  }
+  /// The same for one that changes nothing.
+  template <typename Action>
+  auto Look(const Action& action) -> decltype(action(std::declval<Database&>())) {
     try {
       if (!database) database.emplace(location, DirectorySchema());
       return action(*database);
     } catch (const DatabaseUnavailable&) {
+      known = {};
       find_session.reset();
       database.reset();
       throw;

@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <exception>
+#include <functional>
 #include <future>
 #include <iostream>
 #include <memory>
@@ -49,7 +50,9 @@ int Serve(const ServerSettings& settings, const DemoCompany* demo) {
   };
   server.http().OnSignal(SIGTERM, end);
   server.http().OnSignal(SIGINT, end);
-  server.http().OnSignal(SIGHUP, [&server] { server.Reload(); });
+  // Of a server to try it, its terminal is closed then.
+  server.http().OnSignal(
+      SIGHUP, demo != nullptr ? std::function<void()>(end) : [&server] { server.Reload(); });
   if (const auto period = WatchdogPeriod()) {
     server.http().Every(*period, [] { TellManager("WATCHDOG=1"); });
   }

@@ -1,5 +1,7 @@
 #include "moxd/settings.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
@@ -73,12 +75,11 @@ bool IsAddress(std::string_view text) {
   const std::size_t colon = text.rfind(':');
   if (colon == std::string_view::npos) return false;
   const auto port = WholeNumber(text.substr(colon + 1));
-  const std::string_view host = text.substr(0, colon);
-  const auto allowed = [&](std::string_view letters) {
-    return !host.empty() && host.find_first_not_of(letters) == std::string_view::npos;
-  };
-  const bool is_v6 = host.starts_with('[') && host.ends_with(']') && allowed("0123456789abcdefABCDEF:.[]");
-  return port && *port <= 65535 && (is_v6 || allowed("0123456789."));
+  std::string host(text.substr(0, colon));
+  const bool is_v6 = host.starts_with('[') && host.ends_with(']');
+  if (is_v6) host = host.substr(1, host.size() - 2);
+  in6_addr address{};
+  return port && *port <= 65535 && ::inet_pton(is_v6 ? AF_INET6 : AF_INET, host.c_str(), &address) == 1;
 }
 
 std::string SetListen(ServerSettings& settings, std::string_view value) {
@@ -192,6 +193,17 @@ class Reader {
     if (read_.settings.http.body_bytes > read_.settings.http.bytes_in_flight) {
       read_.faults.push_back(
           label_ + ": limits.in_flight is less than limits.body, so that the largest request never passes");
+    }
+    const ServerSettings& settings = read_.settings;
+    if (settings.unpacked_bytes < settings.http.body_bytes) {
+      read_.faults.push_back(
+          label_ + ": limits.unpacked is less than limits.body, so that the largest request is refused");
+    }
+    if (settings.accounts.idle_time > settings.accounts.longest_time) {
+      read_.faults.push_back(label_ + ": accounts.idle is more than accounts.longest");
+    }
+    if (settings.listen == settings.operations && !settings.listen.ends_with(":0")) {
+      read_.faults.push_back(label_ + ": server.listen and server.operations are the same");
     }
     for (std::string* const path :
          {&read_.settings.tls.certificate, &read_.settings.tls.key, &read_.settings.directory}) {

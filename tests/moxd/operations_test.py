@@ -168,6 +168,11 @@ class Check(unittest.TestCase):
                              ["1", "3", "4", "5", "6", "7", "8", "9", "11", "12", "14", "15"], done.stderr)
             self.assertIn("stands before the first section", lines[0])
             self.assertTrue(all("is missing" in line for line in lines[12:]) and len(lines) >= 14, done.stderr)
+            path.write_text("[server]\nlisten = 999.1.1.1:80\noperations = 127.0.0.1.:9443\ncertificate = c\nkey = k\ndirectory = d\n"
+                            "[limits]\nunpacked = 1 MB\n[accounts]\nidle = 99999\nlongest = 60\n")
+            done = subprocess.run([MOXD, "check", "--config", path], capture_output=True, text=True, check=False)
+            for told in (":2: ", ":3: ", "unpacked is less", "idle is more"):
+                self.assertIn(told, done.stderr)
 
 
 if __name__ == "__main__":
