@@ -18,4 +18,9 @@ std::string WriteFailure::ToString() const {
   return VisibleText(text);
 }
 
+const RecordSet& WriteOutcome::Stored() const {
+  if (!stored) throw Error("it was stored, but the server does not tell under which keys and numbers");
+  return *stored;
+}
+
 }  // namespace mox

@@ -42,6 +42,9 @@ struct WriteOutcome {
   std::optional<WriteFailure> failure;
   /// Keys and numbers that the server gave, where the transaction gives any.
   std::optional<RecordSet> stored;
+
+  /// Those of a transaction that gives some. Raises Error where they are not told.
+  const RecordSet& Stored() const;
 };
 
 /// A rule or the database refused a row of a write request.

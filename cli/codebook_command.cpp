@@ -73,7 +73,7 @@ void Store(const CodebookArguments& arguments, Session& session) {
   RequireStored(server, ExecuteTransaction("KatalogUpis", {&file.records}));
   session.stored = "the rows were stored";
   RecordSet stored;
-  stored.CleanClone(server.LastWrite().stored.value());
+  stored.CleanClone(server.LastWrite().Stored());
   AppendTableOrFile(stored, arguments.table, session.out);
 }
 

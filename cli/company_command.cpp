@@ -35,11 +35,9 @@ RecordSet TextSet(const char* name, std::initializer_list<const char*> fields) {
 void Show(const CompanyArguments& arguments, Session& session) {
   if (!arguments.words.empty()) throw UsageError("show takes no further words");
   ServerOf(session);
-  auto parameters = CreateDBDataSet("Kat\\ParametriPoduzeca", "adsList", {});
-  auto ibans = GetCompanyIbans();
-  AppendTableOrFile(parameters.value(), arguments.table, session.out);
+  AppendTableOrFile(AnswerOf("Kat\\ParametriPoduzeca", "adsList", {}), arguments.table, session.out);
   session.out += "\n";
-  AppendTableOrFile(ibans.value(), arguments.table, session.out);
+  AppendTableOrFile(AnswerOf("GetCompanyIban", "adsIbani", {}), arguments.table, session.out);
 }
 
 void Set(const CompanyArguments& arguments, Session& session) {

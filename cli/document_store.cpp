@@ -44,7 +44,7 @@ bool IsAny(std::string_view name, std::initializer_list<std::string_view> names)
 RecordSet Stored(CompanyAccess& server, bool committed) {
   RequireStored(server, committed);
   RecordSet stored;
-  stored.CleanClone(server.LastWrite().stored.value());
+  stored.CleanClone(server.LastWrite().Stored());
   return stored;
 }
 

@@ -40,10 +40,13 @@ std::string ReadPassword(const LoginArguments& arguments, Session& session) {
     session.err << "Password: " << std::flush;
     std::getline(session.in, password);
     session.err << std::endl;
+  } else if (arguments.password_file.empty()) {
+    std::getline(session.in, password);
+    password = FirstLine(password);
   } else {
-    password = ReadSecret(arguments.password_file.empty() ? "-" : arguments.password_file, session);
+    password = ReadSecret(arguments.password_file, session);
   }
-  if (password.empty()) throw Error("the password is empty");
+  if (password.empty()) throw Error("the password is missing");
   session.secrets.Add(password);
   return password;
 }

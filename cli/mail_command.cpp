@@ -184,8 +184,7 @@ void RunMail(const MailArguments& arguments, Session& session) {
   if (sets) return SetAccount(arguments, session);
   if (arguments.outbox) {
     ServerOf(session);
-    auto mails = CreateDBDataSet("Posta", "adsPosta", {});
-    return AppendTableOrFile(mails.value(), arguments.table, session.out);
+    return AppendTableOrFile(AnswerOf("Posta", "adsPosta", {}), arguments.table, session.out);
   }
   const std::string fault = arguments.document.empty() ? std::string() : AddressFault(arguments.to);
   if (!fault.empty()) throw UsageError("--to: " + fault);

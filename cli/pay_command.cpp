@@ -27,7 +27,7 @@ void RunPay(const PayArguments& arguments, Session& session) {
   const Date paid = std::holds_alternative<Date>(given) ? std::get<Date>(given) : Today();
   RequireStored(server, StorePayment(id, amount, paid));
   RecordSet stored;
-  stored.CleanClone(server.LastWrite().stored.value());
+  stored.CleanClone(server.LastWrite().Stored());
   WriteRecordSet(stored, session.out);
   const RecordRow payment = stored.RowAt(0);
   const Currency open = payment.AsCurrency(payment.IndexOf("preostalo"));

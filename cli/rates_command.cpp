@@ -22,7 +22,7 @@ void RunRates(const RatesArguments& arguments, Session& session) {
   RequireStored(
       server, ExecuteTransaction(arguments.replace ? "TecajnaListaReplace" : "TecajnaListaInsert", {&rates}));
   RecordSet counts;
-  counts.CleanClone(server.LastWrite().stored.value());
+  counts.CleanClone(server.LastWrite().Stored());
   WriteRecordSet(counts, session.out);
 }
 

@@ -140,8 +140,7 @@ void RunReport(const ReportArguments& arguments, Session& session) {
   request.FastAdd("do", report.needs_period && arguments.to.empty() ? Value(Today())
                                                                     : DateArgument("--to", arguments.to));
   if (report.groupings.size() > 1) request.FastAdd("po", Value(std::string(grouping.service_name)));
-  const std::optional<RecordSet> answer = CreateDBDataSet(report.service, report.answer, request);
-  const RecordSet shown = ColumnsOf(answer.value(), report, grouping);
+  const RecordSet shown = ColumnsOf(AnswerOf(report.service, report.answer, request), report, grouping);
   AppendTableOrFile(shown, arguments.table, session.out,
                     {.hide_empty = arguments.table && !report.needs_period});
   if (!arguments.table || shown.IsEmpty()) return;

@@ -183,6 +183,8 @@ void Report(const std::string& message, std::ostream& err) {
 // A company is in one place, and what is done with its database is done where that is.
 void CheckServer(const Parsed& parsed) {
   const HostOptions& options = parsed.options;
+  if (IsServerAddress(options.database))
+    throw UsageError("--db: " + options.database + " is on a server: --server names it");
   if (options.server.empty()) return;
   if (!options.database.empty()) throw UsageError("--server and --db exclude each other");
   if (!IsServerAddress(options.server)) throw UsageError("--server: the address is https://HOST/COMPANY");

@@ -1,6 +1,7 @@
 #include "cli/service_request.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "cli/suggestions.h"
 #include "mox/foundation/exchange_text.h"
@@ -71,6 +72,11 @@ Columns TransactionFields(std::string_view transaction, std::string_view record_
     if (row.AsText(row.IndexOf("skup")) == record_set) fields.push_back(FieldOf(row, "polje"));
   }
   return fields;
+}
+
+RecordSet AnswerOf(std::string_view service, std::string_view answer_name, const TAstaParamList& request) {
+  if (auto records = CreateDBDataSet(service, answer_name, request)) return std::move(*records);
+  throw Error(std::string(service) + ": the answer does not hold " + std::string(answer_name));
 }
 
 void ListServices(std::span<const ServiceInfo> services, std::string_view value, std::string& out) {

@@ -45,6 +45,9 @@ std::vector<NamedValue> NamedValues(std::span<const std::string> words);
 /// missing.
 std::vector<NamedValue> ValuesFor(const ServiceInfo& service, std::span<const std::string> words);
 
+/// The record set of a service's answer. Raises Error where the answer does not hold it.
+RecordSet AnswerOf(std::string_view service, std::string_view answer_name, const TAstaParamList& request);
+
 /// Raises Error that says why the server's last write request was refused.
 void RequireStored(const CompanyAccess& server, bool stored);
 

@@ -13,17 +13,31 @@ namespace mox {
 namespace {
 
 constexpr long kConnectSeconds = 10;
-// A server that says nothing for so long is gone; a large import takes its time.
+// A server that says nothing for so long is gone; a large import takes its time. Less than so much a second
+// is nothing.
 constexpr long kSilenceSeconds = 300;
+constexpr long kSilenceBytes = 1024;
+// What is larger is answered in zstd.
+constexpr std::size_t kMostReceived = 256U << 20U;
 
 struct FreeCurl {
   void operator()(CURL* handle) const { ::curl_easy_cleanup(handle); }
   void operator()(curl_slist* list) const { ::curl_slist_free_all(list); }
 };
 
+// Where it takes less than it is given the transfer ends.
 std::size_t Receive(const char* data, std::size_t size, std::size_t count, void* to) {
-  static_cast<std::string*>(to)->append(data, size * count);
+  HttpAnswer& answer = *static_cast<HttpAnswer*>(to);
+  answer.is_cut = answer.body.size() + size * count > kMostReceived;
+  if (answer.is_cut) return 0;
+  answer.body.append(data, size * count);
   return size * count;
+}
+
+// The header of an answer; empty where it has none of that name.
+std::string HeaderOf(CURL* curl, const char* name) {
+  curl_header* header = nullptr;
+  return ::curl_easy_header(curl, name, 0, CURLH_HEADER, -1, &header) == CURLHE_OK ? header->value : "";
 }
 
 // Asked every second or so while nothing arrives, and with whatever does.
@@ -74,7 +88,7 @@ HttpClient::HttpClient(std::string server, std::string ca_file, EndFlag ended)
   ::curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
   ::curl_easy_setopt(curl, CURLOPT_TCP_NODELAY, 1L);
   ::curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, kConnectSeconds);
-  ::curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
+  ::curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, kSilenceBytes);
   ::curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, kSilenceSeconds);
   ::curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 1L);
   ::curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 2L);
@@ -107,11 +121,11 @@ bool HttpClient::Post(const std::string& path, const std::vector<std::string>& h
   ::curl_easy_setopt(curl, CURLOPT_POST, 1L);
   ::curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
   ::curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.data());
-  ::curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer.body);
+  ::curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer);
   const CURLcode code = ::curl_easy_perform(curl);
   ::curl_easy_setopt(curl, CURLOPT_HTTPHEADER, nullptr);
   ::curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &answer.status);
-  if (code != CURLE_OK) {
+  if (code != CURLE_OK && !answer.is_cut) {
     failure.was_sent = !NothingWasSent(code, curl);
     failure.reason = code == CURLE_ABORTED_BY_CALLBACK ? "ended by the user"
                      : handle_->detail[0] != '\0'      ? handle_->detail.data()
@@ -121,10 +135,10 @@ bool HttpClient::Post(const std::string& path, const std::vector<std::string>& h
   curl_off_t retry_after = 0;
   ::curl_easy_getinfo(curl, CURLINFO_RETRY_AFTER, &retry_after);
   answer.retry_after = static_cast<int>(retry_after);
-  curl_header* encoding = nullptr;
-  if (::curl_easy_header(curl, "Content-Encoding", 0, CURLH_HEADER, -1, &encoding) == CURLHE_OK) {
-    answer.encoding = FoldCase(encoding->value);
-  }
+  answer.encoding = FoldCase(HeaderOf(curl, "Content-Encoding"));
+  const std::string type = HeaderOf(curl, "Content-Type");
+  answer.type = FoldCase(TrimBlanks(std::string_view(type).substr(0, type.find(';'))));
+  answer.protocol = HeaderOf(curl, "Mox-Protocol");
   return true;
 }
 

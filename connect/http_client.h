@@ -13,7 +13,10 @@ struct HttpAnswer {
   long status = 0;
   int retry_after = 0;  ///< seconds; 0 where none was told
   std::string encoding;
+  std::string type;      ///< of the body, in small letters and without what stands behind ';'
+  std::string protocol;  ///< "Mox-Protocol"; empty where somebody else has answered
   std::string body;
+  bool is_cut = false;  ///< since it is larger than any answer is
 };
 
 /// No answer came. Either nothing of the request was sent, or what became of it is not known.
@@ -26,7 +29,8 @@ struct HttpFailure {
 using EndFlag = std::shared_ptr<std::atomic<bool>>;
 inline EndFlag NewEndFlag() { return std::make_shared<std::atomic<bool>>(false); }
 
-/// Posts to one server, over one connection that is kept.
+/// Posts to one server, over one connection that is kept. However much is answered, and however slowly, it
+/// ends.
 class HttpClient {
  public:
   /// `server` is "https://host:port". The server's certificate is checked against `ca_file`, or against the

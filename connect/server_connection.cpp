@@ -12,6 +12,7 @@
 #include "connect/zstd_text.h"
 #include "mox/foundation/secrets.h"
 #include "mox/foundation/text.h"
+#include "mox/foundation/visible_text.h"
 #include "mox/server/param_list.h"
 
 namespace mox {
@@ -44,31 +45,40 @@ std::string TextOf(HttpAnswer& answer) {
   std::string text;
   const auto may_grow = [](std::size_t) { return true; };
   if (Unpack(answer.body, kMostUnpacked, may_grow, text) != UnpackFault::kNone) {
-    throw DatabaseUnavailable("the answer of the server cannot be unpacked");
+    throw Error("it cannot be unpacked");
   }
   return text;
+}
+
+// Why an answer is none that the server itself gave, whole; empty where it is, and then its text is taken.
+// Whoever stands before the server may answer in its place, whatever it has done.
+std::string WhyNotRead(HttpAnswer& answer, const std::function<void(const std::string& text)>& take) {
+  if (answer.is_cut) return "the answer is too large";
+  if (answer.status != kOk) {
+    const std::string code = answer.protocol.empty() ? std::string() : FaultOf(answer).code;
+    const bool is_own = answer.protocol == kProtocol ? !code.empty() : code == "unknown_protocol";
+    return is_own ? "" : "answers with status " + std::to_string(answer.status);
+  }
+  if (answer.protocol.empty()) return "the answer is not one of an application server";
+  if (answer.protocol != kProtocol) {
+    return "answers in version " + InQuotes(answer.protocol) + " of the protocol, which is not known here";
+  }
+  if (answer.type != kWireType) return "the answer is of the kind " + InQuotes(answer.type);
+  try {
+    take(TextOf(answer));
+    return {};
+  } catch (const std::exception& error) {
+    return "the answer cannot be read: " + std::string(error.what());
+  }
 }
 
 // A server that has no time, or one on the way to it that gets no answer.
 bool IsPassing(long status) { return status == 502 || status == 503 || status == 504; }
 
-// Who stands before the server may answer in its place, with anything.
-bool IsOfServer(const HttpAnswer& answer) {
-  if (answer.status >= kServerFailed) return true;
-  if (answer.status != kOk) return !FaultOf(answer).code.empty();
-  try {
-    HttpAnswer copy = answer;
-    ReadOutcome(TextOf(copy));
-    return true;
-  } catch (const Error&) {
-    return false;
-  }
-}
-
-// Whether the request may have been carried out although it is answered by an error. Who stands before the
-// server does not say so, and it does not know itself where its database failed.
+// Whether the request may have been carried out although the server answers it by an error: it does not know
+// that itself where its database failed.
 bool MayBeDone(const HttpAnswer& answer) {
-  constexpr std::string_view kUndone[] = {"queue_full", "waited_too_long", "stopping", "company_moving"};
+  constexpr std::string_view kUndone[] = {"queue_full", "waited_too_long", "company_moving", "stopping"};
   if (answer.status < kServerFailed) return false;
   const std::string code = FaultOf(answer).code;
   return std::find(std::begin(kUndone), std::end(kUndone), code) == std::end(kUndone);
@@ -91,6 +101,11 @@ std::string NoSession(const std::string& server) {
   throw Error(message);
 }
 
+void RequireRead(const std::string& server, HttpAnswer& answer,
+                 const std::function<void(const std::string& text)>& take) {
+  if (const std::string why = WhyNotRead(answer, take); !why.empty()) throw Error(server + ": " + why);
+}
+
 }  // namespace
 
 ServerConnection::ServerConnection(const ServerAddress& address, const StoredLogin& login,
@@ -111,9 +126,13 @@ StoredLogin ServerConnection::LogIn(const ServerAddress& address, const std::str
   if (!client.Post("/v1/login", {protocol}, request.AsTokenizedString(false), answer, failure)) {
     throw Error(address.server + ": cannot be reached: " + failure.reason);
   }
+  std::string token;
+  const auto take = [&token](const std::string& text) {
+    token = TAstaParamList::FromTokenizedString(text).ParamByName("token").AsString();
+  };
+  RequireRead(address.server, answer, take);
   if (answer.status != kOk) RaiseFaultOf(address.server, answer);
-  const TAstaParamList list = TAstaParamList::FromTokenizedString(TextOf(answer));
-  return {list.ParamByName("token").AsString(), user, ca_file};
+  return {token, user, ca_file};
 }
 
 void ServerConnection::LogOut(const ServerAddress& address, const StoredLogin& login) {
@@ -124,6 +143,7 @@ void ServerConnection::LogOut(const ServerAddress& address, const StoredLogin& l
   if (!client.Post("/v1/logout", {"Authorization: Bearer " + login.token}, text, answer, failure)) {
     throw Error(address.server + ": cannot be reached: " + failure.reason);
   }
+  RequireRead(address.server, answer, [](const std::string&) {});
   if (answer.status != kOk && FaultOf(answer).code != "not_logged_in") RaiseFaultOf(address.server, answer);
 }
 
@@ -142,7 +162,7 @@ std::vector<std::string> ServerConnection::Headers(const Purpose& purpose, bool 
   return headers;
 }
 
-HttpAnswer ServerConnection::Ask(const Purpose& purpose, const std::string& text) {
+HttpAnswer ServerConnection::Ask(const Purpose& purpose, const std::string& text, const TakeText& take) {
   const bool packs = text.size() >= kWorthPacking;
   const std::string packed = packs ? Packed(text) : std::string();
   const std::string_view body = packs ? std::string_view(packed) : std::string_view(text);
@@ -155,20 +175,20 @@ HttpAnswer ServerConnection::Ask(const Purpose& purpose, const std::string& text
     HttpAnswer answer;
     HttpFailure failure;
     const bool answered = client_.Post(purpose.path, headers, body, answer, failure);
-    const bool is_foreign = answered && stores && !IsOfServer(answer);
-    const bool busy = answered && (IsPassing(answer.status) || is_foreign);
-    may_be_done = may_be_done || is_foreign || (answered ? MayBeDone(answer) : failure.was_sent);
-    const bool is_final = answered && !busy;
-    if (is_final && (answer.status == kOk || !may_be_done)) return answer;
+    const bool busy = answered && IsPassing(answer.status);
+    const std::string unread = answered ? WhyNotRead(answer, take) : "cannot be reached: " + failure.reason;
+    const bool is_read = unread.empty();
+    may_be_done = may_be_done || (is_read ? MayBeDone(answer) : answered || failure.was_sent);
+    // Of a write that was answered by somebody else the server itself can say what became of it.
+    const bool is_final = answered && !busy && (is_read || !stores);
+    if (is_final && is_read && (answer.status == kOk || !may_be_done)) return answer;
     const auto most = busy || may_be_done ? retries_.while_unknown : retries_.while_unreachable;
     const auto next = busy ? std::max<std::chrono::milliseconds>(
                                  pause, std::chrono::seconds(std::min(answer.retry_after, 10)))
                            : pause;
     if (is_final || steady_clock::now() - begin + pause > most || !Pause(next)) {
-      if (answered && (!may_be_done || !stores)) return answer;
-      std::string told =
-          address_.server + ": " +
-          (answered ? TextOf(FaultOf(answer), answer) : "cannot be reached: " + failure.reason);
+      if (is_read && (!may_be_done || !stores)) return answer;
+      std::string told = address_.server + ": " + (is_read ? TextOf(FaultOf(answer), answer) : unread);
       if (stores) told.append("; ").append(may_be_done ? NotKnownUnder(purpose.key) : kNothingStored);
       throw DatabaseUnavailable(told);
     }
@@ -193,22 +213,23 @@ void ServerConnection::RaiseFault(const HttpAnswer& answer) const { RaiseFaultOf
 std::unique_ptr<TAstaParamList> ServerConnection::ReportDataService(const TAstaParamList& request,
                                                                     std::string_view service) {
   const std::string path = "/v1/" + address_.company + "/service/" + EncodedPart(service);
-  HttpAnswer answer = Ask({path, {}}, request.AsTokenizedString(false));
-  if (answer.status == kOk) {
-    auto list = std::make_unique<TAstaParamList>(TAstaParamList::FromTokenizedString(TextOf(answer)));
+  std::unique_ptr<TAstaParamList> list;
+  const auto take = [&](const std::string& text) {
+    list = std::make_unique<TAstaParamList>(TAstaParamList::FromTokenizedString(text));
     if (secrets_ != nullptr) LearnSecrets(*list, service);
-    return list;
-  }
+  };
+  const HttpAnswer answer = Ask({path, {}}, request.AsTokenizedString(false), take);
+  if (answer.status == kOk) return list;
   if (FaultOf(answer).code == "unknown_service") return nullptr;
   RaiseFault(answer);
 }
 
 int ServerConnection::WriteDataService(const TAstaParamList& request) {
   last_write_ = {};
-  HttpAnswer answer =
-      Ask({"/v1/" + address_.company + "/write", NewWriteKey()}, request.AsTokenizedString(false));
+  const auto take = [this](const std::string& text) { last_write_ = ReadOutcome(text); };
+  const HttpAnswer answer =
+      Ask({"/v1/" + address_.company + "/write", NewWriteKey()}, request.AsTokenizedString(false), take);
   if (answer.status != kOk) RaiseFault(answer);
-  last_write_ = ReadOutcome(TextOf(answer));
   if (last_write_.committed && has_parameters_) has_parameters_ = false;
   return last_write_.committed ? 1 : 0;
 }
@@ -232,7 +253,9 @@ RecordSet* ServerConnection::CompanyParameters() {
     const auto answer = ReportDataService({}, "Kat\\ParametriPoduzeca");
     if (answer == nullptr) return nullptr;
     parameters_ = {};
-    const RecordSet& rows = answer->ParamByName("adsList").AsDataSet();
+    TAstaParam* const list = answer->FindParam("adsList");
+    if (list == nullptr) throw Error(address_.server + ": the company's parameters are not answered");
+    const RecordSet& rows = list->AsDataSet();
     for (const RecordRow& row : rows.Rows()) {
       if (row.AsText(row.IndexOf("skupina")) != kCompanyGroup) continue;
       parameters_.Set(row.AsText(row.IndexOf("naziv")), row.AsText(row.IndexOf("vrijednost")));

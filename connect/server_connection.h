@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -34,8 +35,9 @@ class NotLoggedIn : public Error {
 /// the database is opened here.
 ///
 /// Every write has a key, under which the server stores it once however often it is asked. A request whose
-/// answer was lost is sent again with the same key, so that its outcome becomes known; where the server stays
-/// away, DatabaseUnavailable says whether it is known that nothing was stored.
+/// answer was lost, or is not one that the server gave whole, is sent again with the same key, so that its
+/// outcome becomes known; where the server stays away, DatabaseUnavailable says whether it is known that
+/// nothing was stored.
 class ServerConnection : public CompanyAccess {
  public:
   /// A session that was begun by LogIn. Nothing is asked yet.
@@ -68,7 +70,10 @@ class ServerConnection : public CompanyAccess {
     std::string path;
     std::string key;  ///< of a write
   };
-  HttpAnswer Ask(const Purpose& purpose, const std::string& text);
+  /// Takes the text of what was answered. Raises Error where it is not what is answered to that.
+  using TakeText = std::function<void(const std::string& text)>;
+  /// Answers what the server itself has said, or raises DatabaseUnavailable.
+  HttpAnswer Ask(const Purpose& purpose, const std::string& text, const TakeText& take);
   /// False where it was ended.
   bool Pause(std::chrono::milliseconds pause);
   std::vector<std::string> Headers(const Purpose& purpose, bool packed) const;

@@ -457,7 +457,7 @@ bool DocumentEditor::Store() {
   AllowNegativeStock(document_.Header());
   if (!SendToServer()) return false;
   RecordSet stored;
-  stored.CleanClone(host_.Server().LastWrite().stored.value());
+  stored.CleanClone(host_.Server().LastWrite().Stored());
   ShowStored(stored);
   return true;
 }

@@ -100,7 +100,7 @@ void RatePage::ReadList(const std::string& path) {
     return Host().RunLong([path] { return ReadRateList(ReadRegularFile(path), path); });
   }();
   if (!SendAsking(rates)) return;
-  const RecordSet& counts = Host().Server().LastWrite().stored.value();
+  const RecordSet& counts = Host().Server().LastWrite().Stored();
   const RecordRow row = counts.RowAt(0);
   const auto count = [&row](const char* field) { return ToQt(row.AsText(row.IndexOf(field))); };
   const QString told = QStringLiteral("Novih tečajeva: %1, izmijenjenih: %2, istih: %3")

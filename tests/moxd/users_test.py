@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Who may do what, and what the command says while the server comes and goes: users_test.py MOX MOXD DIRECTORY_TOOL"""
 import contextlib
+import json
 import os
 import pwd
 import signal
@@ -131,6 +132,37 @@ class Client(ServerTest):
         shown = self.mox("query", "IntegrationsUsersAccounts", *at)
         self.assertEqual((stored.returncode, shown.returncode), (0, 0), stored.stderr + shown.stderr)
         self.assertIn("https://b2c.hr/?key=***", shown.stdout)
+        missing = self.mox("login", self.server.address(), "--user", "ana", text="")
+        self.assertEqual((missing.returncode, missing.stderr), (1, "mox: the password is missing\n"))
+
+
+def answered(status, code="", kind="application/json", body=b"", **headers):
+    """An answer in the place of the server's own; with a code it is one of an application server."""
+    told = {"Content-Type": kind, **({"Mox-Protocol": "1"} if code else {}), **headers}
+    body = json.dumps({"code": code, "message": code}).encode() if code else body
+    return lambda *_: (status, told, body)
+
+
+PAGE = answered(200, kind="text/html", body=b"<html>")
+MOVED = answered(302, Location="https://localhost/")
+LOGGED_OUT = answered(401, "not_logged_in")
+
+
+def changed(**headers):
+    """The server's own answer, with other headers."""
+    return lambda status, told, body: (status, {**told, **{name.replace("_", "-").lower(): value for name, value in headers.items()}}, body)
+
+
+def cut(status, told, body):
+    return status, told, body[:14]
+
+
+def empty(status, told, _):
+    return status, {name: value for name, value in told.items() if name != "content-encoding"}, NOTHING
+
+
+def endless(status, told, _):
+    return status, {**told, "content-length": str(2**40)}, b""
 
 
 class BadGateway(Client):
@@ -146,36 +178,82 @@ class BadGateway(Client):
                 plain, _ = listener.accept()
             except OSError:
                 return
-            with context.wrap_socket(plain, server_side=True) as client, self.server.connect() as server:
+            with contextlib.suppress(OSError), context.wrap_socket(plain, server_side=True) as client, \
+                    self.server.connect() as server:
                 while read := read_request(client):
                     server.sendall(read)
                     status, headers, body = read_answer(server)
-                    if b"/write" in read.split(b"\r\n", 1)[0] and instead:
-                        status, headers = instead.pop(0), {}
-                        body = {401: b'{"code": "not_logged_in"}', 403: b'{"code": "forbidden", "message": "no"}'}.get(status, b"")
-                    lines = [f"HTTP/1.1 {status} x", f"Content-Length: {len(body)}",
-                             *(f"{name}: {value}" for name, value in headers.items() if name == "content-encoding")]
+                    headers = {name: value for name, value in headers.items() if name not in ("content-length", "connection")}
+                    if instead and instead[0][0] in read.split(b"\r\n", 1)[0]:
+                        status, headers, body = instead.pop(0)[1](status, headers, body)
+                    headers = {"content-length": len(body), **headers}
+                    lines = [f"HTTP/1.1 {status} x", *(f"{name}: {value}" for name, value in headers.items())]
                     client.sendall("\r\n".join(lines).encode() + b"\r\n\r\n" + body)
+                    if len(body) < int(headers["content-length"]):
+                        while True:
+                            client.sendall(bytes(2**20))
+
+    @contextlib.contextmanager
+    def gateway(self):
+        """Its address, and a list of what it answers in place of the server: in which request, and how."""
+        instead = []
+        with socket.create_server(("127.0.0.1", 0)) as listener:
+            thread = threading.Thread(target=self.pass_on, args=(listener, instead))
+            thread.start()
+            try:
+                yield f"https://localhost:{listener.getsockname()[1]}/", instead
+            finally:
+                listener.shutdown(socket.SHUT_RDWR)
+                thread.join(60)
+
+    def log_in_at(self, address):
+        return self.mox("login", address, "--user", "ana", "--ca", str(self.folder / "certificate.pem"), text=PASSWORD + "\n")
 
     def test_asks_again_under_the_same_key(self):
         (self.folder / "links.csv").write_text("parent_table,parent_column,parent_doc_id,child_tip,user_id\ndok,id,5,got-racun,ana\n")
         unknown = "it is not known whether the request was stored: look before you store it again (DnevnikUpisa has the key "
-        for at, (instead, status, told) in enumerate((([504], 0, ""), ([502, 502], 0, ""), ([503], 0, ""), ([500], 1, unknown),
-                                                      ([504, 401], 1, unknown), ([403], 1, ": no\n"),
-                                                      ([200], 0, ""), ([404, 302], 0, ""))):
-            with self.subTest(instead=instead), socket.create_server(("127.0.0.1", 0)) as listener:
-                thread = threading.Thread(target=self.pass_on, args=(listener, instead))
-                thread.start()
-                address = f"https://localhost:{listener.getsockname()[1]}/"
-                login = self.mox("login", address, "--user", "ana", "--ca", str(self.folder / "certificate.pem"), text=PASSWORD + "\n")
-                self.assertEqual(login.returncode, 0, login.stderr)
+        known = "not logged in, or the session has ended: mox login "
+        # What is not the server's own, or not whole, is asked again.
+        again = ([answered(504)], [answered(502)] * 2, [answered(503)], [answered(500)], [PAGE], [cut], [empty], [endless],
+                 [changed(content_encoding="zstd")], [changed(content_type="text/plain")], [changed(mox_protocol="7")], [answered(201)],
+                 [answered(204)], [MOVED], [answered(403, body=b"{}")], [answered(408)])
+        rows = [(instead, 0, "") for instead in again]
+        rows += [([answered(500, "internal")], 1, unknown), ([PAGE, LOGGED_OUT], 1, unknown), ([answered(504), LOGGED_OUT], 1, unknown),
+                 ([LOGGED_OUT], 1, known), ([answered(503, "company_moving"), LOGGED_OUT], 1, known)]
+        with self.gateway() as (address, instead):
+            login = self.log_in_at(address)
+            self.assertEqual(login.returncode, 0, login.stderr)
+            for at, (answers, status, told) in enumerate(rows):
+                instead[:] = [(b"/write", answer) for answer in answers]
                 done = self.mox("store", "UpisParentFieldForVD", f"FTransTempVezeDataSet={self.folder}/links.csv", "--server",
                                 address + "firma")
-                self.assertEqual(done.returncode, status, done.stderr)
-                self.assertIn(told, done.stderr)
-                self.assertEqual(links_stored(self.company), [5] * (at + 1))
-                listener.shutdown(socket.SHUT_RDWR)
-                thread.join(60)
+                with self.subTest(at=at):
+                    self.assertEqual(done.returncode, status, done.stderr)
+                    self.assertIn(told, done.stderr)
+                    self.assertEqual("it is not known" in done.stderr, told == unknown)
+                    self.assertEqual((links_stored(self.company), instead), ([5] * (at + 1), []))
+
+    def test_tells_which_server_was_not_understood(self):
+        show = ["company", "show"]
+        store = ["codebook", "mjesta", "--store", self.folder / "mjesta.csv"]
+        (self.folder / "mjesta.csv").write_text("ptt,naziv\n99999,Novo Mjesto\n")
+        without_keys = form(("committed", ""), ("transaction", "KatalogUpis")).replace(b"committed text 0:", b"committed boolean true")
+        rows = ((show, b"/service/", PAGE, "HOST: the answer is not one of an application server\n"),
+                (show, b"/service/", cut, "HOST: the answer cannot be read: "), (show, b"/service/", endless, "HOST: the answer is too large\n"),
+                (show, b"ParametriPoduzeca", empty, "ParametriPoduzeca: the answer does not hold adsList\n"),
+                (store, b"/write", lambda status, headers, _: (status, headers, without_keys),
+                 "it was stored, but the server does not tell under which keys"),
+                ([], b"/login", PAGE, "HOST: the answer is not one of an application server\n"),
+                ([], b"/login", empty, "HOST: the answer cannot be read: "))
+        with self.gateway() as (address, instead):
+            self.assertEqual(self.log_in_at(address).returncode, 0)
+            for words, where, answer, told in rows:
+                instead[:] = [(where, answer)]
+                done = self.mox(*words, "--server", address + "firma") if words else self.log_in_at(address)
+                with self.subTest(told=told):
+                    self.assertEqual(done.returncode, 1)
+                    self.assertIn(told.replace("HOST", address[:-1]), done.stderr)
+                    self.assertEqual(instead, [])
 
 
 class Rights(ServerTest):
