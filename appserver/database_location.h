@@ -28,6 +28,12 @@ class CompanyGone : public DatabaseUnavailable {
   using DatabaseUnavailable::DatabaseUnavailable;
 };
 
+/// The same where nothing says that it has ever been there.
+class NoSuchCompany : public CompanyGone {
+ public:
+  using CompanyGone::CompanyGone;
+};
+
 /// The same where the database's server does not answer, or the connection to it was lost.
 class ServerUnreachable : public DatabaseUnavailable {
  public:

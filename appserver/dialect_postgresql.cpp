@@ -54,7 +54,7 @@ void RequireHere(soci::session& session, const DatabaseLocation& location) {
       soci::use(moved), soci::into(mark);
   const std::size_t left =
       session.got_data() && mark.starts_with(kMoveMark) ? mark.find(kMarkFor) : std::string::npos;
-  if (left == std::string::npos) throw CompanyGone(location.ToString() + ": there is no such company");
+  if (left == std::string::npos) throw NoSuchCompany(location.ToString() + ": there is no such company");
   throw CompanyGone(location.ToString() + ": the company was moved to " +
                     mark.substr(left + std::string_view(kMarkFor).size()));
 }

@@ -63,6 +63,20 @@ struct Accounts::State {
 
   std::optional<KnownSession> FindSession(Database& opened, const std::string& digest,
                                           const std::string& company, UnixSeconds at);
+  void Close() {
+    known = {};
+    find_session.reset();
+    database.reset();
+  }
+  /// A file that another one has taken the place of, as where it was restored, is the directory no more.
+  void CloseWhatIsGone() {
+    try {
+      if (database) database->RequireThere();
+    } catch (const CompanyGone&) {
+      Close();
+    }
+  }
+
   PasswordCost Cost() const { return {settings.password_passes, settings.password_memory}; }
 
   /// Runs an action with the open database. One that failed is opened anew by the next call, as after a
@@ -76,12 +90,14 @@ struct Accounts::State {
   template <typename Action>
   auto Look(const Action& action) -> decltype(action(std::declval<Database&>())) {
     try {
+      CloseWhatIsGone();
       if (!database) database.emplace(location, DirectorySchema());
       return action(*database);
+    } catch (const CompanyGone& error) {
+      Close();
+      throw DatabaseUnavailable(error.what());  // a directory is not moved while it is in use
     } catch (const DatabaseUnavailable&) {
-      known = {};
-      find_session.reset();
-      database.reset();
+      Close();
       throw;
     }
   }

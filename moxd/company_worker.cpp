@@ -99,7 +99,13 @@ Reply CompanyWorker::Guarded(const std::string& company, const Work& work) {
     return work();
   } catch (const DatabaseError& error) {
     // What is open may be what fails: the next request opens it anew. Other companies are elsewhere.
-    if (asked_.empty()) directory_.reset();
+    if (asked_.empty()) {
+      directory_.reset();
+      log_.Event("directory", error.what());
+      return ErrorReply(
+          "database_unavailable",
+          "the directory of the server's companies cannot be used now; the server's log says why");
+    }
     Forget(asked_);
     const bool is_silent = dynamic_cast<const ServerUnreachable*>(&error) != nullptr &&
                            std::chrono::steady_clock::now() - begin > kSilence;
@@ -286,6 +292,7 @@ Reply CompanyWorker::Write(CompanyServer& server, const RequestHead& head, const
 
 Reply CompanyWorker::Attempt(HttpRequest& request, const RequestRoute& route,
                              std::optional<std::string>& text) {
+  asked_.clear();
   std::optional<AccountSession> session;
   if (auto refused = Check(request.head, route, session)) return std::move(*refused);
   if (!text) {
@@ -334,13 +341,17 @@ Reply CompanyWorker::Attempt(HttpRequest& request, const RequestRoute& route,
 }
 
 // A company that is being moved is somewhere else in a moment: the directory is asked again. One that was
-// waited for in vain is not waited for again until it is there.
+// waited for in vain is not waited for again until it is there, and what was never there is not waited for.
 Reply CompanyWorker::Answer(HttpRequest& request, const RequestRoute& route) {
   std::optional<std::string> text;
+  std::string missing;
   Reply reply = Guarded(route.company, [&] {
     for (const auto begin = std::chrono::steady_clock::now();;) {
       try {
         return Attempt(request, route, text);
+      } catch (const NoSuchCompany&) {
+        if (std::exchange(missing, asked_) == asked_) throw;
+        Forget(asked_);
       } catch (const CompanyGone& error) {
         Forget(asked_);
         const bool in_vain = std::chrono::steady_clock::now() - begin > kLongestMove;
@@ -349,8 +360,8 @@ Reply CompanyWorker::Answer(HttpRequest& request, const RequestRoute& route) {
           log_.Event("moving", route.company + ": " + error.what());
           return ErrorReply("company_moving");
         }
-        std::this_thread::sleep_for(kAskAgain);
       }
+      std::this_thread::sleep_for(kAskAgain);
     }
   });
   reply.company = route.company;

@@ -94,6 +94,12 @@ class MoveTest(unittest.TestCase):
                 self.fail("".join(one.log))
             self.assertEqual(one.ask("/v1/firma/service/GetSkladista", NOTHING, self.token)[0], 200)
 
+        # Where a company has never been it is not waited for.
+        self.administer("company", "add", "nema", self.places[0] + "_nema")
+        self.administer("grant", "ana", "nema", "citanje")
+        self.assertEqual(code_of(one.ask("/v1/nema/service/GetSkladista", NOTHING, self.token)), (503, "database_unavailable"))
+        self.assertIn("there is no such company", self.administer("check").stderr)
+
         # Failed attempts count wherever they were made: the sixth of five that cost nothing has to wait.
         wrong = form(("user", "ana"), ("password", "kriva lozinka"))
         answers = [code_of(self.servers[attempt % 2].ask("/v1/login", wrong)) for attempt in range(7)]
