@@ -130,7 +130,7 @@ std::string DemoCompany::HowToReach(unsigned port) const {
          "  mox company show --table --server " +
          address + "/" + kCompany +
          "\n"
-         "  mox report stock --table --server " +
+         "  mox codebook partneri --table --server " +
          address + "/" + kCompany +
          "\n"
          "  mox logout " +

@@ -498,6 +498,8 @@ std::uint16_t HttpServer::Listen(const std::string& address, bool with_tls, Requ
     const int port = std::stoi(address.substr(colon + 1));
     const tcp::endpoint endpoint(asio::ip::make_address(host), static_cast<std::uint16_t>(port));
     return state_->Begin(tcp::acceptor(state_->io, endpoint), with_tls, handler);
+  } catch (const boost::system::system_error& error) {
+    throw Error("it is not possible to listen at " + address + ": " + error.code().message());
   } catch (const std::exception& error) {
     throw Error("it is not possible to listen at " + address + ": " + error.what());
   }

@@ -2,7 +2,6 @@
 
 #include <csignal>
 #include <exception>
-#include <functional>
 #include <future>
 #include <iostream>
 #include <memory>
@@ -16,6 +15,7 @@
 #include "moxd/mox_server.h"
 #include "moxd/service_manager.h"
 #include "moxd/settings.h"
+#include "moxd/settings_check.h"
 
 namespace mox {
 namespace {
@@ -42,7 +42,14 @@ int Fail(const std::vector<std::string>& faults) {
 
 // Serves until a signal ends it.
 int Serve(const ServerSettings& settings, const DemoCompany* demo) {
+  std::string away;  // a directory that may come back
+  try {
+    RequireDirectory(settings.directory);
+  } catch (const DatabaseUnavailable& error) {
+    away = error.what();
+  }
   MoxServer server(settings, stderr, SocketsOfManager());
+  if (!away.empty()) server.log().Event("directory", away);
   std::promise<void> stop;
   bool stops = false;  // touched on one thread alone
   const auto end = [&] {
@@ -50,9 +57,8 @@ int Serve(const ServerSettings& settings, const DemoCompany* demo) {
   };
   server.http().OnSignal(SIGTERM, end);
   server.http().OnSignal(SIGINT, end);
-  // Of a server to try it, its terminal is closed then.
-  server.http().OnSignal(
-      SIGHUP, demo != nullptr ? std::function<void()>(end) : [&server] { server.Reload(); });
+  // The demonstration ends with the window in which it was begun.
+  server.http().OnSignal(SIGHUP, [&server, &end, demo] { demo == nullptr ? server.Reload() : end(); });
   if (const auto period = WatchdogPeriod()) {
     server.http().Every(*period, [] { TellManager("WATCHDOG=1"); });
   }
@@ -70,28 +76,11 @@ int Serve(const ServerSettings& settings, const DemoCompany* demo) {
 // Everything that is wrong, not only what is found first.
 int Check(const std::string& path) {
   ReadSettings read = ReadConfig(path);
-  std::vector<std::string>& faults = read.faults;
-  const auto attempt = [&faults](const auto& work) {
-    try {
-      work();
-    } catch (const std::exception& error) {
-      faults.emplace_back(error.what());
-    }
-  };
-  const ServerSettings& settings = read.settings;
-  if (!settings.tls.certificate.empty() && !settings.tls.key.empty()) {
-    attempt([&] { HttpServer(settings.http).UseTls(settings.tls); });
-  }
-  std::vector<CompanyInfo> companies;
-  if (!settings.directory.empty()) {
-    attempt([&] { companies = Accounts(settings.directory, settings.accounts).Companies(); });
-  }
-  for (const CompanyInfo& company : companies) {
-    attempt([&] { static_cast<void>(Database(company.address, Database::Access::kReadOnly)); });
-  }
-  if (!faults.empty()) return Fail(faults);
-  std::cout << path << " is in order; " << companies.size()
-            << (companies.size() == 1 ? " company\n" : " companies\n");
+  const CheckedSettings checked = CheckThingsNamed(read.settings);
+  read.faults.insert(read.faults.end(), checked.faults.begin(), checked.faults.end());
+  if (!read.faults.empty()) return Fail(read.faults);
+  std::cout << path << " is in order; " << checked.companies
+            << (checked.companies == 1 ? " company\n" : " companies\n");
   return kDone;
 }
 

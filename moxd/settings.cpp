@@ -1,7 +1,5 @@
 #include "moxd/settings.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
@@ -12,6 +10,7 @@
 
 #include "mox/foundation/text.h"
 #include "mox/foundation/visible_text.h"
+#include "moxd/listen_address.h"
 
 namespace mox {
 namespace {
@@ -70,28 +69,17 @@ std::string SetPath(ServerSettings& settings, std::string_view value) {
   return {};
 }
 
-// "127.0.0.1:8443" or "[::1]:8443".
-bool IsAddress(std::string_view text) {
-  const std::size_t colon = text.rfind(':');
-  if (colon == std::string_view::npos) return false;
-  const auto port = WholeNumber(text.substr(colon + 1));
-  std::string host(text.substr(0, colon));
-  const bool is_v6 = host.starts_with('[') && host.ends_with(']');
-  if (is_v6) host = host.substr(1, host.size() - 2);
-  in6_addr address{};
-  return port && *port <= 65535 && ::inet_pton(is_v6 ? AF_INET6 : AF_INET, host.c_str(), &address) == 1;
-}
-
 std::string SetListen(ServerSettings& settings, std::string_view value) {
   settings.listen = value;
-  return IsAddress(value) ? ""
-                          : InQuotes(value) + " is not an address and port such as 0.0.0.0:8443 or [::]:8443";
+  return ListenAddress::Parse(value)
+             ? ""
+             : InQuotes(value) + " is not an address and port such as 0.0.0.0:8443 or [::]:8443";
 }
 
 std::string SetOperations(ServerSettings& settings, std::string_view value) {
   settings.operations = value;
-  const bool is_loopback = value.starts_with("127.") || value.starts_with("[::1]:");
-  return IsAddress(value) && is_loopback
+  const auto address = ListenAddress::Parse(value);
+  return address && address->IsLoopback()
              ? ""
              : InQuotes(value) + " is not a loopback address and port such as 127.0.0.1:9443";
 }
@@ -190,21 +178,7 @@ class Reader {
         read_.faults.push_back(label_ + ": section server: " + std::string(key) + " is missing");
       }
     }
-    if (read_.settings.http.body_bytes > read_.settings.http.bytes_in_flight) {
-      read_.faults.push_back(
-          label_ + ": limits.in_flight is less than limits.body, so that the largest request never passes");
-    }
-    const ServerSettings& settings = read_.settings;
-    if (settings.unpacked_bytes < settings.http.body_bytes) {
-      read_.faults.push_back(
-          label_ + ": limits.unpacked is less than limits.body, so that the largest request is refused");
-    }
-    if (settings.accounts.idle_time > settings.accounts.longest_time) {
-      read_.faults.push_back(label_ + ": accounts.idle is more than accounts.longest");
-    }
-    if (settings.listen == settings.operations && !settings.listen.ends_with(":0")) {
-      read_.faults.push_back(label_ + ": server.listen and server.operations are the same");
-    }
+    CheckTogether();
     for (std::string* const path :
          {&read_.settings.tls.certificate, &read_.settings.tls.key, &read_.settings.directory}) {
       MakeAbsolute(*path);
@@ -213,6 +187,24 @@ class Reader {
   }
 
  private:
+  // What one setting makes of another one.
+  void CheckTogether() {
+    const ServerSettings& settings = read_.settings;
+    const auto fault = [this](bool is_one, const char* what) {
+      if (is_one) read_.faults.push_back(label_ + ": " + what);
+    };
+    fault(settings.http.body_bytes > settings.http.bytes_in_flight,
+          "limits.in_flight is less than limits.body, so that the largest request never passes");
+    fault(settings.http.body_bytes > settings.unpacked_bytes,
+          "limits.unpacked is less than limits.body, so that the largest request never passes in zstd");
+    fault(given_.contains("accounts.idle") && settings.accounts.idle_time > settings.accounts.longest_time,
+          "accounts.idle is more than accounts.longest, so that no log-in ever lasts so long");
+    const auto listen = ListenAddress::Parse(settings.listen);
+    const auto operations = ListenAddress::Parse(settings.operations);
+    fault(listen && operations && listen->Overlaps(*operations),
+          "server.operations is where server.listen is; it needs a port of its own");
+  }
+
   void Fault(const std::string& what) {
     read_.faults.push_back(label_ + ":" + std::to_string(number_) + ": " + what);
   }

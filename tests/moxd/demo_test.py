@@ -24,15 +24,16 @@ def main():
         commands = re.findall(r"^  (mox .*)$", printed, re.M)
         answers = [subprocess.run([mox, *shlex.split(command)[1:]], capture_output=True, text=True, check=False)
                    for command in commands]
-        server.send_signal(signal.SIGTERM)
+        server.send_signal(signal.SIGHUP)  # as by who closes its window
         status = server.wait(60)
         left = [path.name for path in pathlib.Path(folder).iterdir() if path.name.startswith("moxd-demo")]
         for command, answer in zip(commands, answers):
             if answer.returncode != 0:
                 raise SystemExit(f"{command}: {answer.stderr}")
         logins = pathlib.Path(folder, "state/mox/logins.json")
-        if "Demo poduzeće d.o.o." not in answers[1].stdout or status != 0 or left:
-            raise SystemExit(f"status {status}, left {left}, printed {answers[1].stdout}")
+        shown = "Demo poduzeće d.o.o." in answers[1].stdout and "Demo kupac d.o.o." in answers[2].stdout
+        if not shown or status != 0 or left:
+            raise SystemExit(f"status {status}, left {left}, printed {answers[1].stdout + answers[2].stdout}")
         if logins.stat().st_mode & 0o077 or "token" in logins.read_text():
             raise SystemExit("sessions are read by others, or stay after logout")
 

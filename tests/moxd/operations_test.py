@@ -21,7 +21,7 @@ def make_expired(folder):
     """Puts a certificate of the same key that ended long ago in the place of the one that is there."""
     (folder / "ca.cnf").write_text("[ca]\ndefault_ca=a\n[a]\ndatabase=index\nnew_certs_dir=.\nrand_serial=yes\npolicy=p\n"
                                    "default_md=sha256\n[p]\ncommonName=supplied\n")
-    (folder / "index").touch()
+    (folder / "index").write_text("")
     for words in (("req", "-new", "-key", "key.pem", "-subj", "/CN=old", "-out", "old.csr"),
                   ("ca", "-batch", "-selfsign", "-config", "ca.cnf", "-keyfile", "key.pem", "-in", "old.csr", "-out", "certificate.pem",
                    "-startdate", "20200101000000Z", "-enddate", "20200102000000Z")):
@@ -149,6 +149,43 @@ class Operations(ServerTest):
             with self.server.connect() as after:
                 self.assertEqual(after.getpeercert()["subject"], ((("commonName", "two"),),))
             self.assertEqual(self.server.ask(READ, token=self.token, connection=before)[0], 200)
+        make_expired(self.folder)
+        check = [MOXD, "check", "--config", self.folder / "moxd.ini"]
+        for words in (check, check[:1] + check[2:]):
+            done = subprocess.run(words, capture_output=True, text=True, check=False)
+            self.assertEqual((done.returncode, done.stderr),
+                             (1, f"moxd: {self.folder}/certificate.pem: has expired\n"))
+
+    def test_asks_the_directory_that_is_there(self):
+        directory = self.folder / "directory.db"
+        self.assertEqual(self.server.ask(READ, token=self.token)[0], 200)
+        for name in self.folder.glob("directory.db*"):
+            name.rename(self.folder / ("old-" + name.name))
+        for expected in ((503, "database_unavailable"), (401, "not_logged_in")):
+            answer = self.server.ask(READ, token=self.token)
+            self.assertEqual(code_of(answer), expected)
+            if expected[0] == 503:
+                self.assertIn(b"the directory", answer[2])
+                subprocess.run([MOXD, "init", "--config", self.folder / "moxd.ini"], check=True, capture_output=True)
+        self.server.end()
+        # What is none does not become one while the server runs.
+        for wrong, said in ((self.company, "is not a directory of companies"), (None, "there is no such directory of companies")):
+            for name in self.folder.glob("directory.db*"):
+                name.unlink()
+            if wrong:
+                shutil.copy(wrong, directory)
+            for words in ([], ["check"]):
+                done = subprocess.run([MOXD, *words, "--config", self.folder / "moxd.ini"], capture_output=True, text=True, check=False,
+                                      timeout=60)
+                self.assertEqual((done.returncode, done.stderr.count("\n")), (1, 1), done.stderr)
+                self.assertIn(f"{directory}: {said}", done.stderr)
+
+    def test_tells_that_its_address_is_taken(self):
+        text = (self.folder / "moxd.ini").read_text().replace("127.0.0.1:0\ncert", f"127.0.0.1:{self.server.operations}\ncert", 1)
+        (self.folder / "moxd.ini").write_text(text)
+        done = subprocess.run([MOXD, "--config", self.folder / "moxd.ini"], capture_output=True, text=True, check=False, timeout=60)
+        self.assertEqual((done.returncode, done.stderr),
+                         (1, f"moxd: it is not possible to listen at 127.0.0.1:{self.server.operations}: Address already in use\n"))
 
 
 class Check(unittest.TestCase):
@@ -168,11 +205,29 @@ class Check(unittest.TestCase):
                              ["1", "3", "4", "5", "6", "7", "8", "9", "11", "12", "14", "15"], done.stderr)
             self.assertIn("stands before the first section", lines[0])
             self.assertTrue(all("is missing" in line for line in lines[12:]) and len(lines) >= 14, done.stderr)
-            path.write_text("[server]\nlisten = 999.1.1.1:80\noperations = 127.0.0.1.:9443\ncertificate = c\nkey = k\ndirectory = d\n"
-                            "[limits]\nunpacked = 1 MB\n[accounts]\nidle = 99999\nlongest = 60\n")
-            done = subprocess.run([MOXD, "check", "--config", path], capture_output=True, text=True, check=False)
-            for told in (":2: ", ":3: ", "unpacked is less", "idle is more"):
-                self.assertIn(told, done.stderr)
+
+    def test_tells_addresses_and_limits_that_do_not_do(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder, "moxd.ini")
+            server = "[server]\ncertificate = c\nkey = k\ndirectory = d\n"
+            for settings, said in (("listen = 999.1.1.1:80\n", "is not an address and port"),
+                                   ("listen = 127.0.0.1:65536\n", "is not an address and port"),
+                                   ("listen = [127.0.0.1]:80\n", "is not an address and port"),
+                                   ("operations = 127.0.0.1.:9443\n", "is not a loopback address"),
+                                   ("listen = 127.0.0.1:9443\n", "server.operations is where server.listen is"),
+                                   ("listen = [::]:9443\n", "server.operations is where server.listen is"),
+                                   ("listen = 127.0.0.2:9443\n", ""), ("listen = 127.0.0.1:0\noperations = 127.0.0.1:0\n", ""),
+                                   ("listen = 192.0.2.1:8443\n", "listen at 192.0.2.1: Cannot assign requested address"),
+                                   ("[limits]\nunpacked = 32 MB\n", "limits.unpacked is less than limits.body"),
+                                   ("[limits]\nin_flight = 32 MB\n", "limits.in_flight is less than limits.body"),
+                                   ("[accounts]\nidle = 99999\nlongest = 60\n", "accounts.idle is more than accounts.longest"),
+                                   ("[accounts]\nlongest = 60\n", "")):
+                path.write_text(server + settings)
+                done = subprocess.run([MOXD, "check", "--config", path], capture_output=True, text=True, check=False)
+                faults = [line for line in done.stderr.splitlines() if f"{folder}/c:" not in line and f"{folder}/d:" not in line]
+                with self.subTest(settings=settings):
+                    self.assertEqual(len(faults), 1 if said else 0, done.stderr)
+                    self.assertIn(said, "".join(faults))
 
 
 if __name__ == "__main__":

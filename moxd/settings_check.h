@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "moxd/settings.h"
+
+namespace mox {
+
+/// What of the things that settings name would keep a server from serving; everything, a line each.
+struct CheckedSettings {
+  std::vector<std::string> faults;
+  std::size_t companies = 0;  ///< that the directory has
+};
+CheckedSettings CheckThingsNamed(const ServerSettings& settings);
+
+/// Raises Error where there is no directory of companies, and DatabaseUnavailable where it is only away.
+void RequireDirectory(const std::string& location);
+
+}  // namespace mox
