@@ -10,6 +10,7 @@
 #include "appserver/commit_lost.h"
 #include "appserver/database.h"
 #include "appserver/dialect.h"
+#include "appserver/kept_file.h"
 #include "appserver/kept_statements.h"
 #include "appserver/soci_headers.h"
 
@@ -174,6 +175,9 @@ class DatabaseConnection {
   void SetOpened(Database::Access access) {
     access_ = access;
     is_opened_ = true;
+    if (!location_.IsFile()) return;
+    file_.emplace(location_.path());
+    locks_.emplace(*file_);
   }
 
  private:
@@ -225,6 +229,7 @@ class DatabaseConnection {
   DatabaseLocation location_;
   Database::Access access_ = Database::Access::kReadWrite;
   bool is_opened_ = false;
+  std::optional<KeptFile> file_;  // until the session is closed
   const Dialect& dialect_;
   int depth_ = 0;        // of write transactions
   bool undone_ = false;  // something that the transaction stored
@@ -237,6 +242,7 @@ class DatabaseConnection {
   Refused says_;                         // why
   soci::session session_;
   KeptStatements kept_;  // of the session
+  std::optional<KeptFile::Locks> locks_;
 };
 
 }  // namespace mox

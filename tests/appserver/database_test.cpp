@@ -209,6 +209,29 @@ TEST_F(DatabaseFileTest, CreatesWholeFilesOrNone) {
   EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 1);  // the one database
 }
 
+// A process loses the engine's locks on a file when it closes any descriptor of it; others are not to take
+// the file for one that nobody uses, and to delete its log.
+TEST_F(DatabaseFileTest, IsInUseAlsoWhereItsFilesWereLookedAt) {
+  int ends[2] = {};
+  ASSERT_EQ(::pipe(ends), 0);
+  const pid_t other = Fork([&] {
+    char go = 0;
+    if (::read(ends[0], &go, 1) != 1 || Number(*std::make_unique<Database>(path_), kFoundXX) != 1)
+      std::_Exit(1);
+  });
+  {
+    Database database(path_);
+    database.Execute(kInsertXX);
+    for (const char* const ending : {"", "-wal", "-shm"}) ReadWholeFile(path_ + ending);
+    EXPECT_EQ(::write(ends[1], "x", 1), 1);
+    EXPECT_EQ(StatusOf(other), 0);
+    EXPECT_TRUE(fs::exists(path_ + "-wal"));
+    database.Execute("UPDATE drzave SET naziv = 'y' WHERE oznaka = 'XX'");
+  }
+  EXPECT_FALSE(fs::exists(path_ + "-wal")) << "the last one tidies up";
+  for (const int end : ends) ::close(end);
+}
+
 // A user who may not write the folder, with and without a log that is left over, and a disk that takes
 // nothing.
 TEST_F(DatabaseFileTest, IsReadWhereNothingCanBeWritten) {
