@@ -2,7 +2,6 @@
 
 #include "desktop/host.h"
 #include "desktop/qt_text.h"
-#include "desktop/storing.h"
 #include "mox/foundation/text.h"
 #include "mox/server/read_services.h"
 
@@ -65,9 +64,7 @@ void CompanyPage::AddIban() {
   sent.Open();
   sent.AppendRecord({*iban});
   Send("PoduzeceIbanInsert", sent);
-  ReadAfter(  // the note that is read names all accounts
-      QStringLiteral("Račun je dodan."), [this] { ReadAnew(); },
-      [this](const QString& note) { SetNote(note); });
+  ReadAgain(QStringLiteral("Račun %1 je dodan.").arg(ToQt(*iban)));
 }
 
 void CompanyPage::StoreRow(RecordSet& row) {

@@ -13,6 +13,7 @@
 #include "desktop/contrast.h"
 #include "desktop/croatian.h"
 #include "desktop/dialog_buttons.h"
+#include "desktop/money.h"
 #include "mox/foundation/error.h"
 #include "mox/foundation/locale_text.h"
 
@@ -39,7 +40,7 @@ class InputDialog : public QDialog {
   using Check = std::function<QString()>;
 
   InputDialog(std::string_view title, std::string_view prompt, QWidget* editor, Check check = nullptr)
-      : QDialog(QApplication::activeWindow()), check_(std::move(check)), fault_(new QLabel) {
+      : QDialog(FrontWindow()), check_(std::move(check)), fault_(new QLabel) {
     setWindowTitle(ToQt(title));
     auto* const layout = new QVBoxLayout(this);
     auto* const label = new QLabel(ToQt(prompt));
@@ -79,8 +80,7 @@ std::optional<QString> InputLine(std::string_view title, std::string_view prompt
 // Answers whether yes was pressed, which a message has none of.
 bool ShowBox(TVCustomDialogType kind, std::string_view caption, std::string_view heading,
              std::string_view message, bool yes_by_default = true) {
-  QMessageBox box(IconOf(kind), ToQt(caption), ToQt(heading), QMessageBox::NoButton,
-                  QApplication::activeWindow());
+  QMessageBox box(IconOf(kind), ToQt(caption), ToQt(heading), QMessageBox::NoButton, FrontWindow());
   box.setTextFormat(Qt::PlainText);
   box.setInformativeText(ToQt(message));
   if (kind != TVCustomDialogType::kConfirmation) {
@@ -106,8 +106,8 @@ int QtDialogs::ShowVelorDialog(TVCustomDialogType kind, std::string_view caption
 }
 
 void QtDialogs::ShowMessage(std::string_view text) {
-  QMessageBox box(QMessageBox::NoIcon, QApplication::applicationDisplayName(), ToQt(text),
-                  QMessageBox::NoButton, QApplication::activeWindow());
+  QMessageBox box(QMessageBox::NoIcon, QStringLiteral("Mox"), ToQt(text), QMessageBox::NoButton,
+                  FrontWindow());
   box.setTextFormat(Qt::PlainText);
   box.addButton(QStringLiteral("U redu"), QMessageBox::AcceptRole);
   box.exec();
@@ -132,9 +132,9 @@ std::optional<double> QtDialogs::InputNumber(std::string_view title, std::string
   const LocaleSettings& locale = CurrentLocale();
   const auto text =
       InputLine(title, prompt, ToQt(NumberToText(default_value, locale)), [&](const QString& typed) {
-        return ParseLocaleNumber(FromQt(typed), locale) ? QString() : QStringLiteral("To nije broj.");
+        return ParseLocaleNumber(WithoutGroups(typed), locale) ? QString() : QStringLiteral("To nije broj.");
       });
-  return text ? ParseLocaleNumber(FromQt(*text), locale) : std::nullopt;
+  return text ? ParseLocaleNumber(WithoutGroups(*text), locale) : std::nullopt;
 }
 
 std::optional<Date> QtDialogs::InputDate(std::string_view title, std::string_view prompt, Date default_date) {
@@ -146,6 +146,13 @@ std::optional<Date> QtDialogs::InputDate(std::string_view title, std::string_vie
                    : QStringLiteral("To nije datum (%1).").arg(ToQt(locale.short_date));
       });
   return text ? ParseLocaleDate(FromQt(*text), locale) : std::nullopt;
+}
+
+QWidget* FrontWindow() {
+  if (QWidget* const dialog = QApplication::activeModalWidget()) return dialog;
+  QWidget* const active = QApplication::activeWindow();
+  if (active != nullptr && active->isVisible()) return active;
+  return dynamic_cast<QWidget*>(App().Forms().MainForm());
 }
 
 bool Guarded(const std::function<void()>& action) {

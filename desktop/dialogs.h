@@ -9,7 +9,7 @@ class QWidget;
 
 namespace mox {
 
-/// The message dialogs and input boxes, owned by the window that is active. Enter takes the default button:
+/// The message dialogs and input boxes, owned by the window in front. Enter takes the default button:
 /// yes of a question, the only one of a message. Escape means no, and cancels an input box.
 class QtDialogs : public AppDialogs {
  public:
@@ -25,6 +25,11 @@ class QtDialogs : public AppDialogs {
                                     double default_value) override;
   std::optional<Date> InputDate(std::string_view title, std::string_view prompt, Date default_date) override;
 };
+
+/// Where the user works, which owns what opens: the dialog that waits for an answer, the active window, or
+/// the main one where none is active, as until a window manager has seen that a dialog has closed. May be
+/// null.
+QWidget* FrontWindow();
 
 /// Runs what a user asked for; an error is told in a dialog, the silent abort not again. False where it ended
 /// so.

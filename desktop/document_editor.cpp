@@ -11,6 +11,7 @@
 #include "desktop/croatian.h"
 #include "desktop/host.h"
 #include "desktop/keys.h"
+#include "desktop/money.h"
 #include "desktop/payment_dialog.h"
 #include "desktop/storing.h"
 #include "desktop/supplier_dialog.h"
@@ -170,8 +171,11 @@ void DocumentEditor::AddSheet(RecordSet* lines, const LineSchema& schema, const 
   sheet.view->setAccessibleName(title);
   sheet.view->SetEmptyText(QStringLiteral("Tipkom Insert ili strelicom dolje dodajte novi redak"));
   sheet.view->FitColumns();
-  sheet.view->SetElastic("naziv", "ukupno");
+  sheet.view->SetElastic("naziv", sheet.model->ColumnOf("ukupno") ? "ukupno" : fields.back());
   sheet.model->SetOnCellWritten([this, &sheet](std::size_t field) { Wrote(sheet, field); });
+  sheet.model->SetOnAppending([this] {
+    if (recount_.isActive()) Recount();  // before another line is open
+  });
   sheet.model->SetOnRefused([this](const QString& reason) { note_.setText(reason); });
   sheet.view->SetOnLookUp([this, &sheet](std::string_view field) { return LookUpLine(sheet, field); });
   sheet.view->SetConfirmDelete([] { return AskToLose("Brisanje", "Obrisati redak?"); });
@@ -216,12 +220,7 @@ QWidget* DocumentEditor::MakeTotals() {
   } else {
     layout->addStretch(1);
   }
-  QFont large = total_.font();
-  large.setPointSizeF(large.pointSizeF() * 1.6);
-  large.setBold(true);
-  total_.setFont(large);
-  total_.setAlignment(Qt::AlignRight);
-  total_.setAccessibleName(QStringLiteral("Za platiti"));
+  ShowLarge(total_, QStringLiteral("Za platiti"));
   words_.setAccessibleName(QStringLiteral("Slovima"));
   words_.setWordWrap(true);
   words_.setAlignment(Qt::AlignRight);
@@ -235,6 +234,7 @@ QWidget* DocumentEditor::MakeButtons() {
   auto* const layout = new QHBoxLayout(bar);
   layout->setContentsMargins(0, 0, 0, 0);
   note_.setAccessibleName(QStringLiteral("Napomena"));
+  note_.setWordWrap(true);
   layout->addWidget(&note_, 1);
   if (document_.SupplierTotals() != nullptr) {
     auto* const supplier = new QPushButton(ToQt(kDocDobavljacaTitle) + QStringLiteral("…"));
@@ -356,7 +356,7 @@ void DocumentEditor::ShowTotal() {
     const RecordRow header = document_.Header().RowAt(0);
     const std::size_t date = header.IndexOf("datum");
     const std::string currency(GetValutaOznakaByDate(header.AsDate(date)));
-    total_.setText(ToQt(FormatFloat("#,0.00;-#,0.00", *total, CurrentLocale()) + " " + currency));
+    total_.setText(MoneyText(*total) + u' ' + ToQt(currency));
     const bool negative = *total < Currency();
     const std::string words = BrojSlovima(negative ? -*total : *total, currency);
     words_.setText(words.empty() ? QString() : ToQt((negative ? "minus " : "") + words));
@@ -450,16 +450,35 @@ bool DocumentEditor::Store() {
     return false;
   }
   SaveDraft();
-  if (!CheckLines() || !CheckDocument(document_) || CheckStock(document_, WarehouseOf(document_)) ||
-      !AgreesWithSupplier() || !AskForPayment()) {
+  if (!CheckLines() || !CheckDocument(document_)) return false;
+  if (const auto shortage = CheckStock(document_, WarehouseOf(document_))) {
+    ShowShortage(*shortage);
     return false;
   }
+  if (!AgreesWithSupplier() || !AskForPayment()) return false;
   AllowNegativeStock(document_.Header());
   if (!SendToServer()) return false;
   RecordSet stored;
   stored.CleanClone(host_.Server().LastWrite().Stored());
   ShowStored(stored);
   return true;
+}
+
+// The line of the article becomes current.
+void DocumentEditor::ShowShortage(const StockShortage& shortage) {
+  const auto quantity = [](double value) {
+    return ToQt(FormatFloat("#,0.###;-#,0.###", value, CurrentLocale()));
+  };
+  note_.setText(QStringLiteral("Artikla %1 na lageru je %2, a upisano je %3.")
+                    .arg(ToQt(shortage.article), quantity(shortage.stands), quantity(shortage.taken)));
+  Sheet& sheet = *sheets_.front();
+  const auto row = sheet.lines->FindRow("sifra", {{Value(shortage.article)}});
+  const auto shown = row ? sheet.model->TableRow(*row) : std::nullopt;
+  const auto column = sheet.model->ColumnOf("kolicina");
+  if (!shown || !column) return;
+  tabs_.setCurrentWidget(sheet.view);
+  sheet.view->setCurrentIndex(sheet.model->index(*shown, *column));
+  sheet.view->setFocus();
 }
 
 void DocumentEditor::StoreOrShow() {
@@ -537,15 +556,21 @@ bool DocumentEditor::HasSupplierTotals() const {
 }
 
 void DocumentEditor::EnterSupplierTotals() {
-  if (!TakeAll()) return;
+  if (!stored_ && !TakeAll()) return;
   const RecordSet calculated = TotalsOfLines();
   RecordSet& entered = *document_.SupplierTotals();
+  if (stored_) {
+    RecordSet shown("DokDobavljaca");
+    shown.CleanClone(HasSupplierTotals() ? entered : calculated);
+    SupplierDialog(shown, calculated, false, this).exec();
+    return;
+  }
   if (!HasSupplierTotals()) entered.CleanClone(calculated);
-  const bool accepted = SupplierDialog(entered, calculated, this).exec() == QDialog::Accepted;
+  const bool accepted = SupplierDialog(entered, calculated, true, this).exec() == QDialog::Accepted;
   const QString differences = SupplierDifferences(entered, calculated);
   if (!accepted || differences.isEmpty()) {
     // The same as the lines: they are followed as long as they change.
-    if (accepted || stored_) note_.clear();
+    if (accepted) note_.clear();
     if (accepted) entered.CleanClone(MakeDocDobavljaca());
   } else {
     note_.setText(QStringLiteral("Dokument dobavljača se razlikuje: %1").arg(differences));

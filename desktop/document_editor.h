@@ -18,6 +18,7 @@
 namespace mox {
 
 class DesktopHost;
+struct StockShortage;
 
 /// A document that is being entered: header, lines of goods and of services, tax by rate and total beside
 /// them. Every line shows its amounts while it is typed. F9 stores it.
@@ -69,6 +70,7 @@ class DocumentEditor : public QWidget, public EditingPage {
   QString TakeTyped();
   bool AskForPayment();
   bool SendToServer();
+  void ShowShortage(const StockShortage& shortage);
   void StoreOrShow();
   void ShowStored(const RecordSet& stored);
   RecordSet TotalsOfLines();

@@ -1,14 +1,17 @@
 #include "desktop/document_list.h"
 
 #include <QHeaderView>
+#include <QShowEvent>
 #include <unordered_map>
 #include <utility>
 
 #include "desktop/dialogs.h"
 #include "desktop/document_actions.h"
+#include "desktop/host.h"
+#include "desktop/money.h"
+#include "desktop/storing.h"
 #include "mox/documents/document_kinds.h"
 #include "mox/entry/line_screen.h"
-#include "mox/foundation/display_format.h"
 #include "mox/foundation/locale_text.h"
 #include "mox/server/read_services.h"
 
@@ -88,9 +91,7 @@ void AddDay(TAstaParamList& request, const char* name, const QLineEdit& line) {
 
 DocumentList::DocumentList(DesktopHost& host, std::function<void(std::int64_t)> open)
     : RecordPage(host, QStringLiteral("Dokumenti"), RecordSet("adsList")), open_(std::move(open)) {
-  Model().SetEditable(false);
-  View().SetAppending(false);
-  View().setSelectionBehavior(QAbstractItemView::SelectRows);
+  OnlyShow();
   View().horizontalHeader()->setStretchLastSection(true);
   kind_.addItem(QStringLiteral("Sve vrste"));
   for (const DocumentKind& kind : DocumentKinds()) {
@@ -116,11 +117,31 @@ DocumentList::DocumentList(DesktopHost& host, std::function<void(std::int64_t)> 
   AddButton(
       QStringLiteral("Otvori"), [this] { open_(CurrentId()); }, Qt::CTRL | Qt::Key_Return);
   AddDocumentButtons(Buttons(), {host, this, [this] { return CurrentId(); }, [this] { ReadAnew(); },
-                                 [this](const QString& note) { SetNote(note); }});
+                                 [this](const QString& note) { ShowNote(note); }});
   Reload();
 }
 
+// Beside the sums, where they are those of now.
+void DocumentList::ShowNote(const QString& note) {
+  SetNote(read_at_ == Host().Writes() ? note + QStringLiteral("   ") + sums_ : note);
+}
+
+// What was stored meanwhile is in it.
+void DocumentList::showEvent(QShowEvent* event) {
+  RecordPage::showEvent(event);
+  if (event->spontaneous()) return;
+  read_anew_.Run([this] {
+    if (read_at_ == Host().Writes()) return;
+    ReadAfter(
+        {}, [this] { ReadAnew(); },
+        [this](const QString& note) {
+          if (!note.isEmpty()) SetNote(note.trimmed());
+        });
+  });
+}
+
 void DocumentList::Read() {
+  const int writes = Host().Writes();
   TAstaParamList request;
   const QString kind = kind_.currentData().toString();
   if (!kind.isEmpty()) request.FastAdd("vrsta", Value(FromQt(kind)));
@@ -134,11 +155,10 @@ void DocumentList::Read() {
   PrepareLinesForScreen(list);
   list.SetDisplayName(*list.FindFieldIndex("storno"), "Storno");
   Show(std::move(list), kShown);
-  const auto money = [](Currency amount) {
-    return ToQt(FormatFloat("#,0.00;-#,0.00", amount, CurrentLocale()));
-  };
-  SetNote(QStringLiteral("Dokumenata: %1   Ukupno: %2   Otvoreno: %3")
-              .arg(QString::number(Model().rowCount()), money(Sum("ukupno")), money(Sum("otvoreno"))));
+  read_at_ = writes;
+  sums_ = QStringLiteral("Dokumenata: %1   Ukupno: %2   Otvoreno: %3")
+              .arg(QString::number(Model().rowCount()), MoneyText(Sum("ukupno")), MoneyText(Sum("otvoreno")));
+  SetNote(sums_);
 }
 
 std::int64_t DocumentList::CurrentId() const {

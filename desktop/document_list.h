@@ -16,10 +16,15 @@ class DocumentList : public RecordPage {
   DocumentList(DesktopHost& host, std::function<void(std::int64_t id)> open);
 
  private:
+  void showEvent(QShowEvent* event) override;
   void Read() override;
+  void ShowNote(const QString& note);
   std::int64_t CurrentId() const;
 
   std::function<void(std::int64_t)> open_;
+  QString sums_;
+  int read_at_ = 0;  // of what was stored
+  Later read_anew_;
   QComboBox kind_;
   QLineEdit from_;
   QLineEdit to_;

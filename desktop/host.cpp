@@ -103,6 +103,7 @@ class DesktopHost::Comunication : public TdmComunication {
   int WriteDataService(const TAstaParamList& request) override {
     Request sent(host_, QStringLiteral("Pohrana podataka"));
     host_.knows_parameters_ = false;
+    ++host_.writes_;
     return sent.Store([server = Now(), copy = CopyOf(request)] { return server->WriteDataService(*copy); });
   }
   std::string WriteRefusal() const override {
@@ -175,16 +176,36 @@ std::shared_ptr<CompanyAccess> DesktopHost::Connect(const std::string& address) 
   return server;
 }
 
+void DesktopHost::Create(const std::string& address, WithDemo demo) {
+  const LongRun run(*this, QStringLiteral("Nova tvrtka"));
+  RunUntilEnded([create = doors_.create, address, demo](const EndFlag& ended) {
+    create(address, demo, [&ended](Database&) {
+      if (*ended) throw Abort();
+    });
+    return true;
+  });
+}
+
+// Either the session has begun before the user ended the wait, and is his, or it is ended once it begins.
 void DesktopHost::LogIn(const ServerAddress& address, const std::string& user, const std::string& password,
                         const std::string& ca_file) {
   const LongRun run(*this, QStringLiteral("Prijava"));
-  const StoredLogin login =
-      RunUntilEnded([doors = doors_, address, user, password, ca_file](const EndFlag& ended) {
-        StoredLogin begun = doors.log_in(address, user, password, ca_file, ended);
-        if (*ended) doors.log_out(address, begun);  // nobody keeps it
-        return begun;
-      });
-  LoginStore(SystemPlatform::UserStateFolder()).Keep(address.server, login);
+  const EndFlag ended = NewEndFlag();
+  const EndFlag settled = NewEndFlag();
+  const auto login = std::make_shared<StoredLogin>();
+  try {
+    RunLong([=, doors = doors_] {
+      *login = doors.log_in(address, user, password, ca_file, ended);
+      if (settled->exchange(true)) doors.log_out(address, *login);
+      return true;
+    });
+  } catch (const Abort&) {
+    if (!settled->exchange(true)) {
+      *ended = true;
+      throw;
+    }
+  }
+  LoginStore(SystemPlatform::UserStateFolder()).Keep(address.server, *login);
 }
 
 void DesktopHost::Reconnect() { Exchange(Connect(company_.CompanyPath())); }

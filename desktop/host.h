@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "appserver/company_access.h"
+#include "appserver/database.h"
 #include "connect/login_store.h"
 #include "connect/open_company.h"
 #include "connect/server_address.h"
@@ -35,7 +36,12 @@ struct KeptImport {
 
 /// How companies are reached: as every program does, or as a test wants it.
 struct Doors {
+  using Fill = std::function<void(Database& created)>;
   std::function<std::unique_ptr<CompanyAccess>(const std::string& address)> open = OpenCompany;
+  std::function<void(const std::string& address, WithDemo demo, const Fill& fill)> create =
+      [](const std::string& address, WithDemo demo, const Fill& fill) {
+        Database::Create(address, demo, fill);
+      };
   std::function<StoredLogin(const ServerAddress& address, const std::string& user,
                             const std::string& password, const std::string& ca_file, const EndFlag& ended)>
       log_in = ServerConnection::LogIn;
@@ -62,6 +68,8 @@ class DesktopHost : public AppForms {
   /// A connection to a company that has answered; nothing is open by that. Raises Error, DatabaseError,
   /// NotLoggedIn.
   std::shared_ptr<CompanyAccess> Connect(const std::string& address);
+  /// Makes a company at an address; one that the user ends is not there. Raises Error, DatabaseError, Abort.
+  void Create(const std::string& address, WithDemo demo);
   /// Begins a session with a server, which is kept for this computer's user. Raises Error.
   void LogIn(const ServerAddress& address, const std::string& user, const std::string& password,
              const std::string& ca_file);
@@ -70,6 +78,8 @@ class DesktopHost : public AppForms {
   void Close();
   void SetDoors(Doors doors) { doors_ = std::move(doors); }
   bool IsOpen() const { return server_ != nullptr; }
+  /// How often something was sent to be stored.
+  int Writes() const { return writes_; }
   /// Once it has answered what it was asked before. Raises Error where no company is open.
   CompanyAccess& Server();
   /// The company that was open last; empty where there was none.
@@ -159,6 +169,7 @@ class DesktopHost : public AppForms {
   std::unique_ptr<TAppIni> settings_;
   std::shared_ptr<CompanyAccess> server_;
   bool knows_parameters_ = false;  // of the company that is open
+  int writes_ = 0;
   CompanyParameterModule nobody_;  // without a company
   std::unique_ptr<Comunication> comunication_;
   WorkingCompany company_;

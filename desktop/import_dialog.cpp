@@ -75,7 +75,6 @@ ImportDialog::ImportDialog(TfrmImportGrid& form, DesktopHost& host)
   setFixedSize(TfrmImportGrid::kClientWidth, TfrmImportGrid::kClientHeight);
   new WindowPlace(*this, "IMPORT_GRID");
   FormChanged();
-  ShowFaults();
   listener_ = form_.AdsForImport().AddListener([this](const RecordSet&, const RecordSetChange& change) {
     if (!busy_ && change.kind != RecordSetChange::kMoved) has_work_ = true;
   });
@@ -93,6 +92,7 @@ void ImportDialog::Build() {
   view_.horizontalHeader()->setSectionsMovable(TfrmImportGrid::kColumnMoving);
   view_.horizontalHeader()->setStyleSheet(StyleOfHeader());
   view_.installEventFilter(this);
+  view_.viewport()->installEventFilter(this);
   model_.SetFaultOf([this](std::size_t row, std::size_t field) { return FaultOfCell(row, field); });
   model_.SetRowColor([this](std::size_t row) -> QVariant {
     const GridStyle* const style = form_.RowStyle(row);
@@ -187,6 +187,7 @@ void ImportDialog::FormChanged() {
   for (std::size_t i = 0; i < columns.size() && i < model_.Columns().size(); ++i) {
     view_.setColumnHidden(static_cast<int>(i), !columns[i].visible);
   }
+  ShowFaults();
 }
 
 void ImportDialog::ShowColumns() {
@@ -265,7 +266,6 @@ void ImportDialog::Run(const std::function<void()>& action) {
   busy_ = false;
   status_.hide();
   FormChanged();
-  ShowFaults();
   const ImportOutcome outcome = form_.Outcome();
   if (outcome == ImportOutcome::kStored || outcome == ImportOutcome::kUnknown) return;
   if (status_.WasEnded()) summary_.setText(QStringLiteral("Prekinuto, ništa nije pohranjeno."));
@@ -391,14 +391,19 @@ void ImportDialog::reject() {
 }
 
 bool ImportDialog::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == view_.viewport() && event->type() == QEvent::ChildPolished) {
+    static_cast<QChildEvent*>(event)->child()->installEventFilter(this);  // what a cell is typed in
+  }
   if (event->type() != QEvent::KeyPress) return QDialog::eventFilter(watched, event);
   const auto& key = static_cast<const QKeyEvent&>(*event);
   if (watched == &fault_view_ && (key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter)) {
     GoToFault(fault_view_.currentIndex().row());
     return true;
   }
-  const bool pastes = watched == &view_ && key.modifiers() == Qt::AltModifier && key.key() == Qt::Key_E;
+  const bool in_rows = watched == &view_ || watched->parent() == view_.viewport();
+  const bool pastes = in_rows && key.modifiers() == Qt::AltModifier && key.key() == Qt::Key_E;
   if (!pastes) return QDialog::eventFilter(watched, event);
+  view_.TakeCell();
   const QString fault = FaultOfPasted(ClipboardText(QApplication::clipboard()->mimeData()), kMostPastedRows);
   if (!fault.isEmpty()) return summary_.setText(fault), true;
   Run([this] { Paste(); });

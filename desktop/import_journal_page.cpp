@@ -13,9 +13,7 @@ namespace mox {
 
 ImportJournalPage::ImportJournalPage(DesktopHost& host)
     : RecordPage(host, QStringLiteral("Dnevnik uvoza"), RecordSet("adsUvoz")) {
-  Model().SetEditable(false);
-  View().SetAppending(false);
-  View().setSelectionBehavior(QAbstractItemView::SelectRows);
+  OnlyShow();
   AddButton(QStringLiteral("Poništi uvoz"), [this] { TakeBack(); });
   Reload();
 }

@@ -72,11 +72,7 @@ const std::vector<LookUpSource>& Sources() {
 class LookUpDialog : public QDialog {
  public:
   LookUpDialog(const LookUpSource& source, const QString& text)
-      : QDialog(QApplication::activeWindow()),
-        source_(source),
-        rows_(Ask(text)),
-        model_(rows_),
-        view_(model_) {
+      : QDialog(FrontWindow()), source_(source), rows_(Ask(text)), model_(rows_), view_(model_) {
     setWindowTitle(source.title);
     auto* const layout = new QVBoxLayout(this);
     auto* const buttons = MakeDialogButtons(*this, QStringLiteral("Odaberi"));

@@ -43,7 +43,9 @@ class MailSender : public RecordStore {
   }
 
   Outbox& Box() { return outbox_; }
-  QString SendAgreed(const OutboxMail& mail, bool keeps_template = false) {
+  // Another copy, and what keeps a template that is not the installed one, goes on a yes.
+  QString SendAgreed(const OutboxMail& mail) {
+    const bool keeps_template = outbox_.HasOtherTemplate(mail);
     const QString what = QStringLiteral("Pošta za %1").arg(ToQt(mail.to));
     QString known = what + u' ' + StateOf(mail.state);
     if (mail.storno_id) known += QStringLiteral(", a njezin je dokument storniran");
@@ -81,14 +83,12 @@ QString MailDocument(DesktopHost& host, std::int64_t id) {
   const auto to = App().Dialogs().InputBox("Pošta", "E-mail adresa primatelja:", known);
   if (!to) return {};
   const OutboxMail mail = sender.Box().Put(id, FromQt(ToQt(*to).trimmed()));
-  return sender.SendAgreed(mail, sender.Box().HasOtherTemplate(mail));
+  return sender.SendAgreed(mail);
 }
 
 MailPage::MailPage(DesktopHost& host)
     : RecordPage(host, QStringLiteral("Odlazna pošta"), RecordSet("adsPosta")) {
-  Model().SetEditable(false);
-  View().SetAppending(false);
-  View().setSelectionBehavior(QAbstractItemView::SelectRows);
+  OnlyShow();
   AddButton(
       QStringLiteral("Pošalji"), [this] { Send(); }, Qt::CTRL | Qt::Key_M);
   AddButton(QStringLiteral("Povuci"), [this] { Settle(MailEnd::kRefused); });

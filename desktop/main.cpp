@@ -8,6 +8,7 @@
 #include "desktop/croatian.h"
 #include "desktop/host.h"
 #include "desktop/main_window.h"
+#include "desktop/qt_words.h"
 
 namespace {
 
@@ -39,8 +40,9 @@ int main(int argc, char** argv) {
     return 1;
   }
   QApplication application(argc, argv);
+  mox::QtWords words;
+  QApplication::installTranslator(&words);
   QApplication::setApplicationName(QStringLiteral("mox-desktop"));
-  QApplication::setApplicationDisplayName(QStringLiteral("Mox"));
   QApplication::setApplicationVersion(QStringLiteral(MOX_VERSION));
   QApplication::setDesktopFileName(QStringLiteral("mox-desktop"));
 

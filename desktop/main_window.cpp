@@ -5,6 +5,7 @@
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QMenuBar>
+#include <QScreen>
 #include <QStatusBar>
 #include <QTextBrowser>
 #include <QVBoxLayout>
@@ -70,7 +71,7 @@ MainWindow::MainWindow(DesktopHost& host) : host_(host) {
   statusBar()->addPermanentWidget(&company_);
   BuildMenus();
   host_.SetMainForm(this);
-  resize(1180, 760);
+  resize(QSize(1180, 760).boundedTo(screen()->availableSize()));
   new WindowPlace(*this, "GEOMETRY");
   ShowTitle();
 }
@@ -180,6 +181,13 @@ void MainWindow::ChooseDocument() {
 
 void MainWindow::ShowDocuments() {
   host_.Server();
+  for (int i = 0; i < tabs_.count(); ++i) {
+    auto* const list = dynamic_cast<DocumentList*>(tabs_.widget(i));
+    if (list == nullptr) continue;
+    list->Reload();
+    tabs_.setCurrentIndex(i);
+    return list->setFocus();
+  }
   AddTab(new DocumentList(host_, [this](std::int64_t id) { ShowDocument(id); }));
 }
 
@@ -363,37 +371,32 @@ void MainWindow::ShowRates() {
   AddTab(new RatePage(host_));
 }
 
-// One that the user has ended gets no name.
 void MainWindow::CreateCompany(const QString& path, WithDemo with_demo) {
-  {
-    const LongRun run(host_, QStringLiteral("Nova tvrtka"));
-    host_.RunUntilEnded([file = FromQt(path), with_demo](const EndFlag& ended) {
-      Database::Create(file, with_demo, [&ended](Database&) {
-        if (*ended) throw Abort();
-      });
-      return true;
-    });
-  }
+  host_.Create(FromQt(path), with_demo);
   OpenCompany(FromQt(path));
 }
 
+// The name of a file that is not there yet; empty where the user chose none.
+QString MainWindow::ChooseNewFile(const QString& title, const QString& name) {
+  const QString path = QFileDialog::getSaveFileName(this, title, name, kCompanyFiles, nullptr,
+                                                    QFileDialog::DontConfirmOverwrite);
+  return path.isEmpty() || !QFileInfo(path).suffix().isEmpty() ? path : path + QStringLiteral(".db");
+}
+
 void MainWindow::NewCompany() {
-  const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Nova tvrtka"),
-                                                    QStringLiteral("tvrtka.db"), kCompanyFiles);
+  const QString path = ChooseNewFile(QStringLiteral("Nova tvrtka"), QStringLiteral("tvrtka.db"));
   if (path.isEmpty()) return;
   CreateCompany(path, WithDemo::kNo);
   ShowCompanyData();
 }
 
 void MainWindow::NewDemo() {
-  const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Nova pokazna tvrtka"),
-                                                    QStringLiteral("pokazna.db"), kCompanyFiles);
+  const QString path = ChooseNewFile(QStringLiteral("Nova pokazna tvrtka"), QStringLiteral("pokazna.db"));
   if (!path.isEmpty()) CreateCompany(path, WithDemo::kYes);
 }
 
 void MainWindow::BackUp() {
-  const QString path =
-      QFileDialog::getSaveFileName(this, QStringLiteral("Sigurnosna kopija"), {}, kCompanyFiles);
+  const QString path = ChooseNewFile(QStringLiteral("Sigurnosna kopija"), {});
   if (!path.isEmpty()) BackUpTo(path);
 }
 

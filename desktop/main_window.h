@@ -65,6 +65,7 @@ class MainWindow : public QMainWindow, public TMainForm {
   void ChooseDocument();
   void ChooseCompany();
   std::shared_ptr<CompanyAccess> Connect(const std::string& location);
+  QString ChooseNewFile(const QString& title, const QString& name);
   void NewCompany();
   void NewDemo();
   void BackUp();

@@ -15,4 +15,14 @@ class NamedLabel : public QLabel {
   void clear() { setText({}); }
 };
 
+/// The amount that a page is about: large, to the right, with a name.
+inline void ShowLarge(QLabel& amount, const QString& name) {
+  QFont large = amount.font();
+  large.setPointSizeF(large.pointSizeF() * 1.6);
+  large.setBold(true);
+  amount.setFont(large);
+  amount.setAlignment(Qt::AlignRight);
+  amount.setAccessibleName(name);
+}
+
 }  // namespace mox

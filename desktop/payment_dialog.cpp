@@ -5,26 +5,11 @@
 #include <QPushButton>
 
 #include "desktop/dialog_buttons.h"
+#include "desktop/money.h"
 #include "desktop/qt_text.h"
-#include "mox/foundation/display_format.h"
-#include "mox/foundation/error.h"
-#include "mox/foundation/locale_text.h"
 #include "mox/server/read_services.h"
 
 namespace mox {
-namespace {
-
-QString Money(Currency amount) { return ToQt(FormatFloat("#,0.00;-#,0.00", amount, CurrentLocale())); }
-
-std::optional<Currency> ReadMoney(const QString& text) {
-  try {
-    return ParseLocaleCurrency(FromQt(text), CurrentLocale());
-  } catch (const Error&) {
-    return std::nullopt;
-  }
-}
-
-}  // namespace
 
 PaymentDialog::PaymentDialog(Currency total, const QString& method, QWidget* parent)
     : QDialog(parent), total_(total) {
@@ -38,13 +23,13 @@ PaymentDialog::PaymentDialog(Currency total, const QString& method, QWidget* par
   const int cash =
       method_.findText(method.isEmpty() ? QStringLiteral("Gotovina") : method, Qt::MatchFixedString);
   if (cash >= 0) method_.setCurrentIndex(cash);
-  auto* const to_pay = new QLabel(Money(total));
+  auto* const to_pay = new QLabel(MoneyText(total));
   QFont large = to_pay->font();
   large.setPointSizeF(large.pointSizeF() * 1.6);
   large.setBold(true);
   to_pay->setFont(large);
   change_.setFont(large);
-  received_.setText(Money(total).remove(ToQt(CurrentLocale().thousands_separator)));
+  received_.setText(MoneyText(total));
   received_.selectAll();
   received_.setAccessibleName(QStringLiteral("Primljeno"));
   method_.setAccessibleName(QStringLiteral("Način plaćanja"));
@@ -63,8 +48,8 @@ PaymentDialog::PaymentDialog(Currency total, const QString& method, QWidget* par
 void PaymentDialog::ShowChange() {
   const auto received = ReadMoney(received_.text());
   if (!received) return change_.setText(QStringLiteral("to nije iznos"));
-  change_.setText(*received < total_ ? QStringLiteral("nedostaje ") + Money(total_ - *received)
-                                     : Money(*received - total_));
+  change_.setText(*received < total_ ? QStringLiteral("nedostaje ") + MoneyText(total_ - *received)
+                                     : MoneyText(*received - total_));
 }
 
 void PaymentDialog::accept() {

@@ -22,7 +22,8 @@ RecordSet EmptyRates(const char* name) {
   RecordSet rates(name);
   rates.DefineField({.name = "datum", .kind = FieldKind::kDate, .display_name = "Od dana"});
   rates.DefineField({.name = "val_ozn", .display_name = "Valuta"});
-  rates.DefineField({.name = "tecaj", .kind = FieldKind::kFloat, .display_name = "Tečaj"});
+  rates.DefineField(
+      {.name = "tecaj", .kind = FieldKind::kFloat, .display_name = "Tečaj", .display_format = "0.000000"});
   return rates;
 }
 

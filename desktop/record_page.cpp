@@ -31,6 +31,7 @@ RecordPage::RecordPage(DesktopHost& host, const QString& title, RecordSet empty,
   layout_->addWidget(&view_, 1);
   layout_->addLayout(&buttons_);
   note_.setAccessibleName(QStringLiteral("Napomena"));
+  note_.setWordWrap(true);
   buttons_.addWidget(&note_, 1);
   MakeShortcut(this, Qt::Key_F5, [this] { Reload(); });
   read_soon_.setSingleShot(true);
@@ -124,7 +125,8 @@ void RecordPage::Show(RecordSet answer, const std::vector<std::string_view>& fie
     if (row < rows_.RowCount()) rows_.GoToRow(row);
   }
   model_.ShowFields(fields);
-  if (first) view_.FitColumns();
+  if (first || !fits_) view_.FitColumns();
+  fits_ = fits_ || rows_.RowCount() > 0;
 }
 
 // What a mouse button was pressed on is still there when it is let go.
@@ -144,12 +146,14 @@ void RecordPage::ReadSoon() {
 }
 
 void RecordPage::ReadAgain(const QString& done) {
-  const auto note = [this](const QString& text) { SetNote(text); };
-  const auto read = [&] {
-    ReadAnew();
-    SetNote(done);
-  };
-  ReadAfter(done, read, note);
+  ReadAfter(
+      done, [this] { ReadAnew(); }, [this](const QString& note) { SetNote(note); });
+}
+
+void RecordPage::OnlyShow() {
+  model_.SetEditable(false);
+  view_.SetAppending(false);
+  view_.setSelectionBehavior(QAbstractItemView::SelectRows);
 }
 
 QPushButton* RecordPage::AddButton(const QString& text, const std::function<void()>& action,

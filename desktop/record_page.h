@@ -59,6 +59,8 @@ class RecordPage : public QWidget, public EditingPage {
   DesktopHost& Host() const { return host_; }
   QBoxLayout& Buttons() { return buttons_; }
   void SetNote(const QString& note) { note_.setText(note); }
+  /// Rows are chosen whole, and nothing is changed in them.
+  void OnlyShow();
   RecordSet& Rows() { return rows_; }
   RecordSetModel& Model() { return model_; }
   RecordSetView& View() { return view_; }
@@ -82,6 +84,7 @@ class RecordPage : public QWidget, public EditingPage {
   QHBoxLayout buttons_;
   NamedLabel note_;
   std::vector<QVariant> shown_;  // what the filters were when the rows came
+  bool fits_ = false;            // the columns, to rows
   bool reading_ = false;
   bool waits_ = false;  // for the row that is being typed
   bool stale_ = false;  // what was stored is not read yet

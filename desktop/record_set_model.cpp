@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "desktop/croatian.h"
+#include "desktop/money.h"
 #include "desktop/qt_text.h"
 #include "mox/foundation/app.h"
 #include "mox/foundation/text.h"
@@ -230,7 +231,10 @@ void RecordSetModel::SetCell(std::size_t field, const QString& text) {
   if (text.isEmpty()) {
     set_.SetNull(field);
   } else {
-    set_.SetText(field, FromQt(text));
+    const FieldKind kind = set_.Definition(field).kind;
+    const bool is_number =
+        kind == FieldKind::kFloat || kind == FieldKind::kCurrency || kind == FieldKind::kInteger;
+    set_.SetText(field, is_number ? WithoutGroups(text) : FromQt(text));
   }
 }
 
@@ -310,6 +314,7 @@ bool RecordSetModel::MoveTo(int row) {
 
 bool RecordSetModel::Append() {
   if (!editable_ || IsOffLimits() || !submit()) return false;
+  if (on_appending_) on_appending_();
   return Attempt([this] { set_.Append(); });
 }
 

@@ -65,6 +65,8 @@ class RecordSetModel : public QAbstractTableModel {
     if (on_refused_) on_refused_(reason);
   }
   /// Called when another row of the set became current.
+  /// Called before a row is appended, once the one before is posted.
+  void SetOnAppending(std::function<void()> appending) { on_appending_ = std::move(appending); }
   void SetOnMoved(std::function<void()> moved) { on_moved_ = std::move(moved); }
 
   const std::vector<Column>& Columns() const { return columns_; }
@@ -167,6 +169,7 @@ class RecordSetModel : public QAbstractTableModel {
   std::function<QVariant(std::size_t)> row_color_;
   std::function<void(std::size_t)> on_written_;
   std::function<void(const QString&)> on_refused_;
+  std::function<void()> on_appending_;
   std::function<void()> on_moved_;
 };
 

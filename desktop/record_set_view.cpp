@@ -80,7 +80,9 @@ void RecordSetView::FollowSet() {
   const int row = model_.CurrentTableRow();
   if (row < 0 || (currentIndex().isValid() && currentIndex().row() == row)) return;
   following_ = true;
-  setCurrentIndex(model_.index(row, std::min(column_, model_.columnCount() - 1)));
+  int column = std::min(column_, model_.columnCount() - 1);
+  while (isColumnHidden(column) && column + 1 < model_.columnCount()) ++column;
+  setCurrentIndex(model_.index(row, column));
   following_ = false;
 }
 
@@ -281,7 +283,8 @@ void RecordSetView::Stretch() {
   stretching_ = false;
 }
 
-// Titles of several words stand one below the other, rather than to push columns off the screen.
+// Titles of several words stand one below the other, rather than to push columns off the screen. An amount is
+// never cut to what reads as another one: its column is there for usual ones before there are any.
 void RecordSetView::FitColumns() {
   constexpr int kNarrowest = 48;
   constexpr int kAround = 16;
@@ -296,7 +299,10 @@ void RecordSetView::FitColumns() {
     const QFontMetrics letters(bold);
     int word = 0;
     for (const QString& part : title.split(u' ')) word = std::max(word, letters.horizontalAdvance(part));
-    const int wanted = std::max(sizeHintForColumn(column), word + kAround);
+    const auto field = model_.Columns()[static_cast<std::size_t>(column)].field;
+    const bool is_amount = model_.Set().Definition(field).kind == FieldKind::kCurrency;
+    const int usual = is_amount ? fontMetrics().horizontalAdvance(QStringLiteral("00.000,00")) : 0;
+    const int wanted = std::max({sizeHintForColumn(column), word + kAround, usual + kAround});
     setColumnWidth(column, std::clamp(wanted + 4, kNarrowest, kMostWidth));
     const QRect text = letters.boundingRect(QRect(0, 0, columnWidth(column) - 8, 1000),
                                             Qt::AlignCenter | Qt::TextWordWrap, title);

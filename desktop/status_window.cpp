@@ -5,6 +5,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "desktop/dialogs.h"
 #include "desktop/qt_text.h"
 #include "desktop/typed_ahead.h"
 #include "mox/foundation/error.h"
@@ -74,7 +75,7 @@ void StatusForm::Look() {
 
 void StatusForm::showEvent(QShowEvent* event) {
   if (!event->spontaneous()) {
-    Typed().Hold(parentWidget());
+    Typed().Hold();
     QCoreApplication::instance()->installEventFilter(this);
   }
   QDialog::showEvent(event);
@@ -86,16 +87,10 @@ void StatusForm::showEvent(QShowEvent* event) {
 bool StatusForm::eventFilter(QObject* watched, QEvent* event) {
   if (!watched->isWindowType() || Typed().IsBehindADialog()) return QDialog::eventFilter(watched, event);
   switch (event->type()) {
-    case QEvent::ShortcutOverride:
-      event->accept();
-      return true;
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
-      if (const auto& key = static_cast<const QKeyEvent&>(*event); key.key() != Qt::Key_Escape) {
-        Typed().Keep(key);
-      } else if (event->type() == QEvent::KeyPress) {
-        reject();
-      }
+      if (static_cast<const QKeyEvent&>(*event).key() != Qt::Key_Escape) break;
+      if (event->type() == QEvent::KeyPress) reject();
       return true;
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonRelease:
@@ -124,7 +119,7 @@ bool StatusForm::eventFilter(QObject* watched, QEvent* event) {
 void StatusForm::hideEvent(QHideEvent* event) {
   if (!event->spontaneous()) {
     QCoreApplication::instance()->removeEventFilter(this);
-    Typed().LetGo();
+    Typed().LetGo(windowHandle());
   }
   QDialog::hideEvent(event);
 }
@@ -136,8 +131,7 @@ LongRun::LongRun(DesktopHost& host, QString text) : text_(std::move(text)), work
 void LongRun::Look() {
   if (status_ != nullptr) return status_->Look();
   if (since_.elapsed() < kTakesLong) return;
-  QWidget* const dialog = QApplication::activeModalWidget();
-  status_ = std::make_unique<StatusForm>(dialog != nullptr ? dialog : QApplication::activeWindow());
+  status_ = std::make_unique<StatusForm>(FrontWindow());
   status_->Show(text_);
 }
 

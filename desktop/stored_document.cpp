@@ -9,10 +9,10 @@
 #include "desktop/document_actions.h"
 #include "desktop/host.h"
 #include "desktop/keys.h"
+#include "desktop/money.h"
 #include "desktop/status_window.h"
+#include "mox/codes/exchange_rates.h"
 #include "mox/entry/line_screen.h"
-#include "mox/foundation/display_format.h"
-#include "mox/foundation/locale_text.h"
 #include "mox/server/read_services.h"
 #include "paper/page_source.h"
 
@@ -26,8 +26,6 @@ const std::vector<std::string_view> kFacts = {
     "datum",          "datum_dospijeca", "par_naziv",    "skl_naziv",
     "nacin_placanja", "poziv_na_br",     "broj_dok_dob", "datum_dok_dob",
     "vrsta_dok_dob",  "user_id",         "opis"};
-
-QString Money(Currency amount) { return ToQt(FormatFloat("#,0.00;-#,0.00", amount, CurrentLocale())); }
 
 bool IsAllNull(const RecordSet& rows, std::size_t field) {
   for (const RecordRow& row : rows.Rows()) {
@@ -139,12 +137,7 @@ QWidget* StoredDocumentPage::MakeSide() {
   taxes_.view.horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
   layout->addWidget(new QLabel(QStringLiteral("Rekapitulacija PDV-a")));
   layout->addWidget(&taxes_.view, 1);
-  QFont large = total_.font();
-  large.setPointSizeF(large.pointSizeF() * 1.6);
-  large.setBold(true);
-  total_.setFont(large);
-  total_.setAlignment(Qt::AlignRight);
-  total_.setAccessibleName(QStringLiteral("Ukupno"));
+  ShowLarge(total_, QStringLiteral("Ukupno"));
   paid_.setAlignment(Qt::AlignRight);
   paid_.setAccessibleName(QStringLiteral("Plaćeno"));
   layout->addWidget(&total_);
@@ -222,14 +215,16 @@ void StoredDocumentPage::ShowTotals(const PageSource& source, const std::optiona
   taxes_.Show(std::move(taxes), {"oznaka_stope", "osnovica", "porez", "ukupno"});
   const RecordRow header = source.header.RowAt(0);
   const std::size_t total = header.IndexOf("ukupno");
-  total_.setText(header.IsNull(total) ? QString() : Money(header.AsCurrency(total)));
+  const std::string_view currency = GetValutaOznakaByDate(header.AsDate(header.IndexOf("datum")));
+  total_.setText(header.IsNull(total) ? QString()
+                                      : MoneyText(header.AsCurrency(total)) + u' ' + ToQt(currency));
   paid_.clear();
   if (!listed) return;
   const RecordRow row = listed->RowAt(0);
   const std::size_t open = row.IndexOf("otvoreno");
   if (row.IsNull(open)) return;
   paid_.setText(QStringLiteral("Plaćeno: %1   Otvoreno: %2")
-                    .arg(Money(row.AsCurrency(row.IndexOf("placeno"))), Money(row.AsCurrency(open))));
+                    .arg(MoneyText(row.AsCurrency(row.IndexOf("placeno"))), MoneyText(row.AsCurrency(open))));
 }
 
 void StoredDocumentPage::OpenLink() {

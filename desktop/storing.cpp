@@ -21,6 +21,7 @@ void ReadAfter(const QString& done, const std::function<void()>& read,
                const std::function<void(const QString&)>& note) {
   try {
     read();
+    note(done);
   } catch (const Abort&) {
     note(done + QStringLiteral(" Čitanje je prekinuto."));
   } catch (const Error& error) {

@@ -9,8 +9,8 @@ namespace mox {
 /// there still.
 void StoreWhatIsShown(const std::function<void()>& store);
 
-/// After something was done: reads what it changed. Where that cannot be, tells in `note` what was done and
-/// why the screen does not show it, so that nobody does it again.
+/// After something was done: reads what it changed, and tells in `note` what was done. Where that cannot be
+/// read, it tells also why the screen does not show it, so that nobody does it again.
 void ReadAfter(const QString& done, const std::function<void()>& read,
                const std::function<void(const QString&)>& note);
 

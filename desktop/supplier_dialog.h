@@ -15,7 +15,7 @@ namespace mox {
 class SupplierDialog : public QDialog {
  public:
   /// Records of the fields of CalcDocDobavljaca; `entered` is changed when the dialog is accepted.
-  SupplierDialog(RecordSet& entered, const RecordSet& calculated, QWidget* parent);
+  SupplierDialog(RecordSet& entered, const RecordSet& calculated, bool editable, QWidget* parent);
   void accept() override;
 
  private:

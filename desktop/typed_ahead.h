@@ -4,39 +4,45 @@
 #include <QKeyEvent>
 #include <QObject>
 #include <QPointer>
-#include <QWidget>
 #include <QWindow>
 #include <deque>
 #include <memory>
+#include <vector>
 
 namespace mox {
 
-/// What is typed while the program works. It goes on to where it was typed afterwards, as if it were typed
-/// only then: each key comes once the work of the one before is done, and none is taken into a dialog that
-/// has opened since. Keys that type are given back; shortcuts among them are dropped.
+/// What is typed while the program works. It goes on to the window where it was typed afterwards, as if it
+/// were typed only then, shortcuts too: each key comes once the work of the one before is done, the window is
+/// the active one and no dialog is before it. What was typed for a window that has closed is dropped.
 class TypedAhead : public QObject {
  public:
   using QObject::QObject;
-  /// Until it is let go, as often as it is held, it waits. The owner's window gets it where none has the
-  /// keys.
-  void Hold(const QWidget* owner);
-  void LetGo();
-  void Keep(const QKeyEvent& key) { keys_.emplace_back(key.clone()); }
+  /// Until it is let go, keys wait for the window in front.
+  void Hold();
+  /// What was held last goes on. Where `status` had the keys meanwhile, they return to that window.
+  void LetGo(const QWindow* status);
   /// A dialog that has opened since takes its keys itself.
-  bool IsBehindADialog() const;
+  bool IsBehindADialog() const { return !held_.empty() && IsBlocked(held_.back()); }
 
  protected:
   bool event(QEvent* event) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
+  struct Typed {
+    QPointer<QWindow> into;
+    std::unique_ptr<QKeyEvent> key;
+  };
+  static bool IsBlocked(const QWindow* window);
+  QWindow* WaitingFor(QWindow* window) const;
+  bool Takes(const QWindow* window) const;
+  void Give(const Typed& typed);
   void Go();
 
-  int holders_ = 0;
+  std::vector<QPointer<QWindow>> held_;  // the innermost work's last
+  std::deque<Typed> keys_;
   bool goes_ = false;
-  QPointer<QWindow> window_;  // it was typed into
-  QPointer<QWidget> dialog_;  // that was open then
-  std::deque<std::unique_ptr<QKeyEvent>> keys_;
+  QEvent::Type gives_ = QEvent::None;  // up to this event the next ones are of these keys
 };
 
 }  // namespace mox

@@ -1,16 +1,14 @@
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <QClipboard>
 #include <QDropEvent>
 #include <QMimeData>
 #include <QStyleOptionViewItem>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 
 #include "desktop/croatian.h"
-#include "desktop/import_dialog.h"
+#include "desktop/money.h"
 #include "desktop/platform.h"
 #include "mox/foundation/display_format.h"
 #include "mox/foundation/files.h"
@@ -18,6 +16,7 @@
 #include "mox/server/read_services.h"
 #include "tests/desktop/desktop_fixture.h"
 #include "tests/desktop/servers.h"
+#include "tests/fakes/own_process.h"
 #include "tests/source_dir.h"
 
 namespace mox {
@@ -56,21 +55,18 @@ TEST_F(DesktopTest, TellsWhatIsNoTableOnTheClipboard) {
     RecordSetView* const lines = Lines(editor);
     lines->setCurrentIndex(QModelIndex());
     QTest::keyClick(lines, Qt::Key_V, Qt::ControlModifier);
-    EXPECT_THAT(FromQt(Label(editor, "Napomena")->text()), HasSubstr(c.told));
+    EXPECT_THAT(Told(editor), HasSubstr(c.told));
     EXPECT_EQ(lines->Model().rowCount(), c.rows);
     EXPECT_EQ(c.rows > 0 ? FromQt(Cell(lines, 1, "naziv")) : "Stolac", "Stolac");
     if (c.rows > 0) person_.WillPress("Da");
     editor->MayClose();
     // The rows of the first one are offered to the others.
     if (&c != cases) person_.WillPress("Ne");
-    person_.WillDo([&](QWidget* dialog) {
-      RecordSetView* const rows = Lines(dialog, "Redci za uvoz");
-      QTest::keyClick(rows, Qt::Key_E, Qt::AltModifier);
-      const bool told = c.rows > 0 || Label(dialog, "Sažetak")->text().contains(QString::fromUtf8(c.told));
-      EXPECT_TRUE(told) << FromQt(Label(dialog, "Sažetak")->text());
-      static_cast<QDialog*>(dialog)->reject();
+    InGrid([&](QWidget* grid) {
+      QTest::keyClick(Lines(grid, "Redci za uvoz"), Qt::Key_E, Qt::AltModifier);
+      if (c.rows > 0) return;
+      EXPECT_THAT(Told(grid, "Sažetak"), HasSubstr(c.told));
     });
-    CallImportGrid("KONTNIPLAN");
   }
 }
 
@@ -95,29 +91,27 @@ TEST_F(DesktopTest, TakesDroppedSheetsAndKeepsRowsWhereThereIsNone) {
                         {folder_.path().string(), "to je mapa"},
                         {folder_ / "cijev", "to je cijev"}};
   ASSERT_EQ(::mkfifo((folder_ / "cijev").c_str(), 0600), 0);
-  person_.WillDo([&](QWidget* dialog) {
-    RecordSetView* const grid = Lines(dialog, "Redci za uvoz");
+  InGrid([&](QWidget* grid) {
+    RecordSetView* const rows = Lines(grid, "Redci za uvoz");
     for (const Case& c : cases) {
       SCOPED_TRACE(c.path);
-      const QString before = Label(dialog, "Redak")->text();
+      const std::string before = Told(grid, "Redak");
       QMimeData mime;
       mime.setUrls({QUrl::fromLocalFile(ToQt(c.path))});
       QDragEnterEvent enter(QPoint(9, 9), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
-      QApplication::sendEvent(dialog, &enter);
+      QApplication::sendEvent(grid, &enter);
       EXPECT_TRUE(enter.isAccepted());
       QDropEvent drop(QPointF(9, 9), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
       person_.read.clear();
-      QApplication::sendEvent(dialog, &drop);
+      QApplication::sendEvent(grid, &drop);
       if (*c.told == '\0') {
-        EXPECT_GT(grid->Model().rowCount(), 3);
+        EXPECT_GT(rows->Model().rowCount(), 3);
         continue;
       }
       EXPECT_THAT(person_.read, Contains(HasSubstr(c.told)));
-      EXPECT_EQ(Label(dialog, "Redak")->text(), before);
+      EXPECT_EQ(Told(grid, "Redak"), before);
     }
-    static_cast<QDialog*>(dialog)->reject();
   });
-  CallImportGrid("KONTNIPLAN");
 }
 
 // Nothing that was typed is lost, what is known of it is told, and storing again stores it once.
@@ -128,7 +122,7 @@ TEST_F(DesktopTest, KeepsADocumentWhileItsServerIsAway) {
   host_->Open(company_, std::move(opened));
   for (const auto& [how, told] :
        {std::pair(kBefore, "Ništa nije pohranjeno"), {kAfter, "Ne zna se je li pohranjeno"}}) {
-    DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+    DocumentEditor* const editor = EnterService();
     server.Lose(how);
     person_.read.clear();
     Press(editor, Qt::Key_F9);
@@ -152,15 +146,12 @@ TEST_F(DesktopTest, KeepsADocumentWhileItsServerIsAway) {
   EXPECT_EQ(Cell(Lines(editor), 0, "sifra"), "Demo");
   server.Lose(kNo);
   window_->ShowCodebook("jm");
-  QWidget* const page = window_->Tabs().currentWidget();
+  QWidget* const page = Page();
   RecordSetView* const units = Lines(page, "Jedinice mjere");
-  QTest::keyClick(units, Qt::Key_Insert);
-  const int row = units->currentIndex().row();
-  Go(units, row, "naziv");
-  Type(units, "vreca", false);
+  const int row = Append(units, "naziv", "vreca", false);
   server.Lose(kBefore);
   EXPECT_FALSE(units->TakeRow());
-  EXPECT_THAT(FromQt(Label(page, "Napomena")->text()), HasSubstr("Ništa nije pohranjeno"));
+  EXPECT_THAT(Told(page), HasSubstr("Ništa nije pohranjeno"));
   EXPECT_EQ(Cell(units, row, "naziv"), "vreca");
   server.Lose(kNo);
   EXPECT_TRUE(units->TakeRow());
@@ -175,7 +166,7 @@ TEST_F(DesktopTest, ChangesUsersWhereThereIsAServer) {
   accounts.Grant("ana", "firma", {FindRole("administracija")});
   host_->Open(company_, std::make_unique<UsersServer>(company_, accounts));
   window_->ShowUsers();
-  QWidget* const page = window_->Tabs().currentWidget();
+  QWidget* const page = Page();
   RecordSetView* const users = Lines(page, "Korisnici i ovlasti");
   const auto toggle = [&](int row, const char* role) {
     Go(users, row, role);
@@ -186,10 +177,7 @@ TEST_F(DesktopTest, ChangesUsersWhereThereIsAServer) {
   };
   const auto roles = [&] { return accounts.UsersOf("firma").back().roles; };
   const auto add = [&](const char* name) {
-    person_.WillDo([name](QWidget* dialog) {
-      Fill(dialog->findChild<QLineEdit*>(), name);
-      QTest::keyClick(dialog->findChild<QLineEdit*>(), Qt::Key_Return);
-    });
+    person_.WillEnter(name);
     PressButton(page, "Dodaj korisnika…");
   };
   add("nitko");
@@ -218,7 +206,7 @@ TEST_F(DesktopTest, ChangesUsersWhereThereIsAServer) {
   Settle();
   EXPECT_THAT(roles(), Contains(FindRole("maticni")));
   EXPECT_FALSE(toggle(0, "administracija"));
-  EXPECT_THAT(FromQt(Label(page, "Napomena")->text()), HasSubstr("bez korisnika s administracijom"));
+  EXPECT_THAT(Told(page), HasSubstr("bez korisnika s administracijom"));
   QTest::keyClick(users, Qt::Key_Escape);
 
   accounts.LogIn("iva", "tajna lozinka", "192.0.2.1");
@@ -233,19 +221,13 @@ TEST_F(DesktopTest, ChangesUsersWhereThereIsAServer) {
 }
 
 TEST_F(DesktopTest, KeepsADocumentWhileTheDiskIsFull) {
-  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
-  const auto most = [](rlim_t bytes) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit limit{};
-    ::getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = bytes;
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-  };
-  most(16);
-  editor->SaveDraft();
-  EXPECT_THAT(FromQt(Label(editor, "Napomena")->text()), HasSubstr("Nacrt nije spremljen"));
-  Press(editor, Qt::Key_F9);
-  most(RLIM_INFINITY);
+  DocumentEditor* const editor = EnterService();
+  {
+    const FullDisk full(16);
+    editor->SaveDraft();
+    EXPECT_THAT(Told(editor), HasSubstr("Nacrt nije spremljen"));
+    Press(editor, Qt::Key_F9);
+  }
   EXPECT_FALSE(editor->IsStored());
   EXPECT_THAT(person_.read, Contains(HasSubstr("Radnja nije izvršena")));
   EXPECT_EQ(Cell(Lines(editor, "Usluge"), 0, "naziv"), "Obuka");
@@ -255,7 +237,7 @@ TEST_F(DesktopTest, KeepsADocumentWhileTheDiskIsFull) {
 
 // A file that another program takes away or replaces is not written any more, and what is entered stays.
 TEST_F(DesktopTest, KeepsADocumentWhileItsFileIsAway) {
-  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  DocumentEditor* const editor = EnterService();
   const std::string away = folder_ / "drugdje.db";
   const auto refuses = [&] {
     person_.read.clear();
@@ -313,13 +295,24 @@ TEST(SystemLocale, ReadsWhatItWrites) {
   }
 }
 
+TEST_F(DesktopTest, TakesNumbersInGroups) {
+  for (const auto& [typed, read] : {std::pair(u"1.250,00", "1250,00"),
+                                    {u"-12.345.678", "-12345678"},
+                                    {u"1.250", "1.250"},
+                                    {u"12.50,00", "12.50,00"},
+                                    {u"1.3.2026", "1.3.2026"}}) {
+    EXPECT_EQ(WithoutGroups(QString::fromUtf16(typed)), read);
+  }
+  EXPECT_EQ(ReadMoney(QStringLiteral("1.250,50")), Currency::Parse("1250.5"));
+  EXPECT_EQ(ReadMoney(QStringLiteral("0,007")), std::nullopt);
+}
+
 TEST_F(DesktopTest, TellsWhyALoginWasRefused) {
   person_.WillDo([](QWidget* dialog) {
     Fill(Line(dialog, "Korisnik"), "ana");
     Fill(Line(dialog, "Lozinka"), "tajna");
     PressButton(dialog, "Prijavi se");
-    EXPECT_THAT(FromQt(Label(dialog, "Zašto prijava nije uspjela")->text()),
-                HasSubstr("poslužitelj nije dostupan"));
+    EXPECT_THAT(Told(dialog, "Zašto prijava nije uspjela"), HasSubstr("poslužitelj nije dostupan"));
     PressButton(dialog, "Odustani");
   });
   window_->OpenCompany("https://127.0.0.1:1/tvrtka");

@@ -16,11 +16,24 @@
 #include "appserver/database.h"
 #include "desktop/document_editor.h"
 #include "desktop/host.h"
+#include "desktop/import_dialog.h"
 #include "desktop/main_window.h"
 #include "desktop/qt_text.h"
 #include "tests/fakes/scratch_folder.h"
 
 namespace mox {
+
+/// In the place of what is there, as a person types.
+inline void Fill(QLineEdit* line, const QString& text) {
+  line->selectAll();
+  QTest::keyClicks(line, text);
+}
+inline void FillIn(QLineEdit* line, const QString& text) {
+  Fill(line, text);
+  QTest::keyClick(line, Qt::Key_Return);
+}
+/// By Escape, as it were, whatever has the keys.
+inline void Leave(QWidget* dialog) { static_cast<QDialog*>(dialog)->reject(); }
 
 /// A person before dialogs: what a message says is written down, and each dialog gets the next answer, the
 /// caption of a button or something to do with it. Where answers end, the default button is pressed.
@@ -36,6 +49,10 @@ class Person : private QObject {
     });
   }
   void WillDo(std::function<void(QWidget* dialog)> action) { answers_.push_back(std::move(action)); }
+  // Into the line that a dialog asks for.
+  void WillEnter(const QString& text) {
+    WillDo([text](QWidget* dialog) { FillIn(dialog->findChild<QLineEdit*>(), text); });
+  }
 
   bool ends_work = false;  ///< as soon as it shows how far it is
   std::function<void(QWidget* status)> on_status;
@@ -71,7 +88,7 @@ class Person : private QObject {
     for (QWidget* const window : QApplication::topLevelWidgets()) {
       if (!window->isVisible() || window->windowTitle() != QStringLiteral("Status")) continue;
       if (on_status) on_status(window);
-      if (ends_work) static_cast<QDialog*>(window)->reject();
+      if (ends_work) Leave(window);
     }
   }
 
@@ -108,6 +125,21 @@ class DesktopTest : public testing::Test {
     Settle();
     return editor;
   }
+  DocumentEditor* EnterService() { return Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n"); }
+  // The import grid, until it is left.
+  bool InGrid(const std::function<void(ImportDialog* grid)>& action, const char* profile = "KONTNIPLAN") {
+    person_.WillDo([action](QWidget* dialog) {
+      auto* const grid = dynamic_cast<ImportDialog*>(dialog);
+      ASSERT_NE(grid, nullptr);
+      action(grid);
+      if (grid->isVisible()) Leave(grid);
+    });
+    return CallImportGrid(profile);
+  }
+  static void PasteRows(QWidget* grid, const QString& text) {
+    QApplication::clipboard()->setText(text);
+    QTest::keyClick(Lines(grid, "Redci za uvoz"), Qt::Key_E, Qt::AltModifier);
+  }
   static void Settle() {
     for (int i = 0; i < 4; ++i) {
       QCoreApplication::processEvents();
@@ -126,26 +158,43 @@ class DesktopTest : public testing::Test {
     }
     ADD_FAILURE() << "no button " << caption;
   }
+  template <typename Widget>
+  static Widget* Named(QWidget* page, const char* name) {
+    for (Widget* const widget : page->findChildren<Widget*>()) {
+      if (widget->accessibleName() == QString::fromUtf8(name)) return widget;
+    }
+    return nullptr;
+  }
   static RecordSetView* Lines(QWidget* page, const char* name = "Stavke") {
-    for (RecordSetView* const view : page->findChildren<RecordSetView*>()) {
-      if (view->accessibleName() == QString::fromUtf8(name)) return view;
-    }
-    return nullptr;
+    return Named<RecordSetView>(page, name);
   }
-  static QLabel* Label(QWidget* page, const char* name) {
-    for (QLabel* const label : page->findChildren<QLabel*>()) {
-      if (label->accessibleName() == QString::fromUtf8(name)) return label;
-    }
-    return nullptr;
+  static QLabel* Label(QWidget* page, const char* name) { return Named<QLabel>(page, name); }
+  static QLineEdit* Line(QWidget* page, const char* name) { return Named<QLineEdit>(page, name); }
+  static std::string Told(QWidget* page, const char* label = "Napomena") {
+    return FromQt(Label(page, label)->text());
   }
-  static QLineEdit* Line(QWidget* page, const char* name) {
-    for (QLineEdit* const line : page->findChildren<QLineEdit*>()) {
-      if (line->accessibleName() == QString::fromUtf8(name)) return line;
-    }
-    return nullptr;
-  }
+  QWidget* Page() { return window_->Tabs().currentWidget(); }
+  void ClosePage() { Q_EMIT window_->Tabs().tabCloseRequested(window_->Tabs().currentIndex()); }
   static void Go(RecordSetView* view, int row, const char* field) {
     view->setCurrentIndex(view->Model().index(row, view->Model().ColumnOf(field).value()));
+  }
+  static int RowOf(RecordSetView* view, const char* field, const QString& text) {
+    for (int row = 0; row < view->Model().rowCount(); ++row) {
+      if (Cell(view, row, field) == text) return row;
+    }
+    ADD_FAILURE() << "no row of " << FromQt(text);
+    return -1;
+  }
+  // Begins a row by the text of a field, and answers its number.
+  static int Append(RecordSetView* view, const char* field, const QString& text, bool enter = true) {
+    QTest::keyClick(view, Qt::Key_Insert);
+    const int row = view->Model().rowCount() - 1;
+    Put(view, row, field, text, enter);
+    return row;
+  }
+  static void Put(RecordSetView* view, int row, const char* field, const QString& text, bool enter = true) {
+    Go(view, row, field);
+    Type(view, text, enter);
   }
   // Into the current cell of a table, as a person types, Enter behind it.
   static void Type(RecordSetView* view, const QString& text, bool enter = true) {
@@ -156,10 +205,6 @@ class DesktopTest : public testing::Test {
     }
     if (enter) QTest::keyClick(target, Qt::Key_Return);
     if (enter) Settle();
-  }
-  static void Fill(QLineEdit* line, const QString& text) {
-    line->selectAll();
-    QTest::keyClicks(line, text);
   }
   static QString Cell(RecordSetView* view, int row, const char* field) {
     return view->Model().index(row, view->Model().ColumnOf(field).value()).data().toString();

@@ -39,13 +39,13 @@ struct Command {
   }
 };
 
-struct Page {
+struct Script {
   std::map<std::string, std::string> files;
   std::vector<Command> commands;
 };
 
 // By the reader of the page that the command is led by.
-Page ReadPage() {
+Script ReadScript() {
   QProcess reader;
   reader.start(QStringLiteral("python3"),
                {ToQt(SourceDir() + "/tests/cli/first_day.py"), QStringLiteral("--json"),
@@ -57,7 +57,7 @@ Page ReadPage() {
     for (const QJsonValue& text : list.toArray()) texts.push_back(FromQt(text.toString()));
     return texts;
   };
-  Page page;
+  Script page;
   const QJsonObject files = json["files"].toObject();
   for (const QString& name : files.keys()) page.files[FromQt(name)] = FromQt(files[name].toString());
   for (const QJsonValue& command : json["commands"].toArray()) {
@@ -106,7 +106,6 @@ std::string Rounded(const std::string& cell) {
 
 class FirstDayTest : public DesktopTest {
  protected:
-  QWidget* Current() { return window_->Tabs().currentWidget(); }
   static QString Local(const std::string& value) {
     if (const auto day = ParseIsoDate(value)) return ToQt(DateToText(*day, CurrentLocale()));
     const bool is_number = value.find_first_not_of("0123456789.") == std::string::npos;
@@ -128,23 +127,10 @@ class FirstDayTest : public DesktopTest {
     }
   }
   void SetParameter(const std::string& name, const std::string& value) {
-    RecordSetView* const rows = Lines(Current(), "Podaci tvrtke");
-    for (int row = 0; row < rows->Model().rowCount(); ++row) {
-      if (Cell(rows, row, "naziv") != ToQt(name)) continue;
-      Go(rows, row, "vrijednost");
-      rows->Model().setData(rows->currentIndex(), ToQt(value));
-      EXPECT_TRUE(rows->Model().submit()) << name;
-      return;
-    }
-    ADD_FAILURE() << name;
-  }
-  void Answer(const std::vector<QString>& texts) {
-    for (const QString& text : texts) {
-      person_.WillDo([text](QWidget* dialog) {
-        Fill(dialog->findChild<QLineEdit*>(), text);
-        QTest::keyClick(dialog->findChild<QLineEdit*>(), Qt::Key_Return);
-      });
-    }
+    RecordSetView* const rows = Lines(Page(), "Podaci tvrtke");
+    Go(rows, RowOf(rows, "naziv", ToQt(name)), "vrijednost");
+    rows->Model().setData(rows->currentIndex(), ToQt(value));
+    EXPECT_TRUE(rows->Model().submit()) << name;
   }
   // Each printed row, by its headings, against the row of the window at the same place.
   static void Compare(RecordSetView* view, const Command& command) {
@@ -170,8 +156,8 @@ class FirstDayTest : public DesktopTest {
     window_->ShowCompanyData();
     for (std::size_t i = 3; i + 1 < command.words.size(); i += 2) {
       if (command.words[i] == "--IBAN") {
-        Answer({ToQt(command.words[i + 1])});
-        PressButton(Current(), "Dodaj IBAN…");
+        person_.WillEnter(ToQt(command.words[i + 1]));
+        PressButton(Page(), "Dodaj IBAN…");
       } else {
         SetParameter(command.words[i].substr(2), command.words[i + 1]);
       }
@@ -182,7 +168,7 @@ class FirstDayTest : public DesktopTest {
     window_->ShowCompanyData();
     if (command.words[1] == "show") {
       EXPECT_EQ(host_->CompanyName(), QStringLiteral("Žito i sinovi d.o.o."));
-      EXPECT_TRUE(Label(Current(), "Napomena")->text().endsWith(QStringLiteral("HR1210010051863000160")));
+      EXPECT_TRUE(Told(Page()).ends_with("HR1210010051863000160"));
       return;
     }
     for (const std::string& word : command.words) {
@@ -195,9 +181,9 @@ class FirstDayTest : public DesktopTest {
   }
   void Codebook(const Command& command) {
     window_->ShowCodebook(command.words[1]);
-    RecordSetView* const rows = Lines(Current(), FromQt(Current()->windowTitle()).c_str());
+    RecordSetView* const rows = Lines(Page(), FromQt(Page()->windowTitle()).c_str());
     if (const std::string found = command.After("--find"); !found.empty()) {
-      Fill(Line(Current(), "Traži"), ToQt(found));
+      Fill(Line(Page(), "Traži"), ToQt(found));
       return Compare(rows, command);
     }
     const int before = rows->Model().rowCount();
@@ -208,9 +194,7 @@ class FirstDayTest : public DesktopTest {
   void Choose(const std::string& code) {
     person_.WillDo([code](QWidget* dialog) {
       auto* const view = dialog->findChild<RecordSetView*>();
-      for (int row = 0; row < view->Model().rowCount(); ++row) {
-        if (Cell(view, row, "sifra") == ToQt(code)) Go(view, row, "sifra");
-      }
+      Go(view, RowOf(view, "sifra", ToQt(code)), "sifra");
       QTest::keyClick(view, Qt::Key_Return);
     });
   }
@@ -224,8 +208,7 @@ class FirstDayTest : public DesktopTest {
       QLineEdit* const line = Line(editor, std::string(CaptionOf(name)).c_str());
       ASSERT_NE(line, nullptr) << name;
       if (name == "par_id") Choose(header.substr(at + 1));
-      Fill(line, Local(header.substr(at + 1)));
-      QTest::keyClick(line, Qt::Key_Return);
+      FillIn(line, Local(header.substr(at + 1)));
     }
     TypeRows(Lines(editor), ReadCsv(page_.files[command.words[2]]));
     Settle();
@@ -233,9 +216,7 @@ class FirstDayTest : public DesktopTest {
     ASSERT_TRUE(editor->IsStored()) << testing::PrintToString(person_.read);
     for (const std::string& line : command.printed) {
       if (line.starts_with("Slovima (")) {
-        EXPECT_EQ("Slovima (" + FromQt(Label(editor, "Za platiti")->text()) +
-                      "): " + FromQt(Label(editor, "Slovima")->text()),
-                  line);
+        EXPECT_EQ("Slovima (" + Told(editor, "Za platiti") + "): " + Told(editor, "Slovima"), line);
       }
       if (line.starts_with("Pohranjeno: ")) {
         EXPECT_THAT(line, HasSubstr(' ' + FromQt(editor->Title().split(u' ').last()) + " (id "));
@@ -250,16 +231,15 @@ class FirstDayTest : public DesktopTest {
     window_->ShowReports();
     for (const auto& [field, option] : {std::pair("Od datuma", "--from"), {"Do datuma", "--to"}}) {
       const std::string day = command.After(option);
-      Fill(Line(Current(), field), Local(day.empty() ? "2026-03-02" : day));
-      QTest::keyClick(Line(Current(), field), Qt::Key_Return);
+      FillIn(Line(Page(), field), Local(day.empty() ? "2026-03-02" : day));
     }
-    Current()->findChild<QComboBox*>()->setCurrentText(QString::fromUtf8(titles.at(command.words[1])));
-    Compare(Lines(Current(), "Izvještaji"), command);
+    Page()->findChild<QComboBox*>()->setCurrentText(QString::fromUtf8(titles.at(command.words[1])));
+    Compare(Lines(Page(), "Izvještaji"), command);
   }
   // On the page of a stored document.
   StoredDocumentPage* Open(const std::string& id) {
     window_->ShowDocument(std::stoll(id));
-    return dynamic_cast<StoredDocumentPage*>(Current());
+    return dynamic_cast<StoredDocumentPage*>(Page());
   }
   void Print(const Command& command) {
     const std::string pdf = command.After("--pdf");
@@ -274,17 +254,17 @@ class FirstDayTest : public DesktopTest {
     EXPECT_TRUE(std::filesystem::exists(folder_ / (slip + pdf + ".ispis")));
   }
   void Pay(const Command& command) {
-    Answer({Local(command.words[2]), Local(command.After("--date"))});
+    for (const std::string& text : {command.words[2], command.After("--date")})
+      person_.WillEnter(Local(text));
     StoredDocumentPage* const page = Open(command.words[1]);
     Press(page, Qt::Key_U, Qt::ControlModifier);
     const std::string row = command.printed[1].substr(0, command.printed[1].rfind(','));  // and its currency
     const std::string open = row.substr(row.rfind(',') + 1);
-    EXPECT_THAT(FromQt(Label(page, "Plaćeno")->text()),
-                testing::EndsWith("Otvoreno: " + FromQt(Local(open))));
+    EXPECT_THAT(Told(page, "Plaćeno"), testing::EndsWith("Otvoreno: " + FromQt(Local(open))));
   }
   void Cancel(const Command& command) {
     person_.WillPress("Da");
-    Answer({Local(command.After("--header").substr(std::string_view("datum=").size()))});
+    person_.WillEnter(Local(command.After("--header").substr(std::string_view("datum=").size())));
     StoredDocumentPage* const page = Open(command.words[2]);
     Press(page, Qt::Key_T, Qt::ControlModifier);
     EXPECT_EQ(Lines(page, "Veze")->Model().rowCount(), 1);
@@ -306,7 +286,7 @@ class FirstDayTest : public DesktopTest {
     const std::string& printed = command.printed[0];
     const char* const told =
         printed.find("sent before") == std::string::npos ? "eRačun je poslan: " : "eRačun je već poslan: ";
-    EXPECT_EQ(FromQt(Label(page, "Napomena")->text()), told + printed.substr(printed.rfind(' ') + 1))
+    EXPECT_EQ(Told(page), told + printed.substr(printed.rfind(' ') + 1))
         << testing::PrintToString(person_.read);
   }
   void Lead(const Command& command) {
@@ -330,7 +310,7 @@ class FirstDayTest : public DesktopTest {
   }
 
   QProcess intermediary_;
-  Page page_ = ReadPage();
+  Script page_ = ReadScript();
   std::set<std::string> left_out_;
 };
 

@@ -3,7 +3,6 @@
 #include <QShortcut>
 #include <QTextBrowser>
 
-#include "desktop/import_dialog.h"
 #include "desktop/print_dialog.h"
 #include "mox/server/read_services.h"
 #include "mox/server/transactions.h"
@@ -15,13 +14,6 @@ namespace {
 TEST_F(DesktopTest, ShowsWindowsWhereTheyWere) {
   const QPoint there(10, 20);
   const QSize other(740, 580);
-  const auto in_grid = [this](const std::function<void(QWidget*)>& action) {
-    person_.WillDo([action](QWidget* grid) {
-      action(grid);
-      static_cast<QDialog*>(grid)->reject();
-    });
-    CallImportGrid("KONTNIPLAN");
-  };
   const auto editor = [this] {
     auto made = std::make_unique<DocumentEditor>(*host_, Document("predracun"), Draft::Begin());
     made->show();
@@ -30,7 +22,7 @@ TEST_F(DesktopTest, ShowsWindowsWhereTheyWere) {
   window_->resize(760, 590);  // the screen has 800; as far as it goes
   const QSize size = window_->size();
   window_->move(there);
-  in_grid([&](QWidget* grid) { grid->move(there); });
+  InGrid([&](QWidget* grid) { grid->move(there); });
   {
     const auto shown = editor();
     shown->resize(other);
@@ -40,7 +32,7 @@ TEST_F(DesktopTest, ShowsWindowsWhereTheyWere) {
   Start();
   EXPECT_EQ(window_->size(), size);
   EXPECT_EQ(window_->pos(), there);
-  in_grid([&](QWidget* grid) {
+  InGrid([&](QWidget* grid) {
     EXPECT_EQ(grid->pos(), there);
     EXPECT_EQ(grid->size(), QSize(1008, 696));
   });
@@ -54,7 +46,7 @@ TEST_F(DesktopTest, ListsEveryKey) {
   QString listed;
   person_.WillDo([&](QWidget* dialog) {
     listed = dialog->findChild<QTextBrowser*>()->toPlainText();
-    static_cast<QDialog*>(dialog)->reject();
+    Leave(dialog);
   });
   Press(window_.get(), Qt::Key_F1);
   int keys = 0;
@@ -65,7 +57,7 @@ TEST_F(DesktopTest, ListsEveryKey) {
           << FromQt(shortcut->key().toString()) << " in " << FromQt(window->windowTitle());
     }
   };
-  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  DocumentEditor* const editor = EnterService();
   Press(editor, Qt::Key_F9);
   Press(editor, Qt::Key_F9);  // shows it
   window_->ShowRates();
@@ -74,11 +66,7 @@ TEST_F(DesktopTest, ListsEveryKey) {
   window_->ShowCodebook("artikli");
   look(window_.get());
   EXPECT_GT(keys, 20);
-  person_.WillDo([&](QWidget* grid) {
-    look(grid);
-    static_cast<QDialog*>(grid)->reject();
-  });
-  CallImportGrid("KONTNIPLAN");
+  InGrid(look);
   look(std::make_unique<PrintDialog>(1, window_.get()).get());
 }
 
@@ -92,25 +80,20 @@ TEST_F(DesktopTest, KnowsTheHabitsOfTyping) {
   ASSERT_TRUE(ExecuteTransaction("KatalogUpis", {&article})) << host_->Server().WriteRefusal();
   DocumentEditor* const editor = New("predracun");
   RecordSetView* const lines = Lines(editor);
-  QTest::keyClick(lines, Qt::Key_Insert);
-  Go(lines, 0, "naziv");
-  Type(lines, "Stol", false);
+  Append(lines, "naziv", "Stol", false);
   auto* const cell = lines->viewport()->findChild<QLineEdit*>();
   QTest::keyClick(cell, Qt::Key_Backspace);
   QTest::keyClick(cell, Qt::Key_Z, Qt::ControlModifier);
   EXPECT_EQ(cell->text(), "Stol");
   QTest::keyClick(cell, Qt::Key_Escape);
   Settle();
-  QTest::keyClick(lines, Qt::Key_Insert);
-  Go(lines, 0, "sifra");
-  Type(lines, "3850001234567");
+  Append(lines, "sifra", "3850001234567");
   EXPECT_EQ(Cell(lines, 0, "naziv"), "Demo artikl");
   const auto look_up = [&](int row, const char* typed, Qt::Key key) {
     ASSERT_TRUE(lines->Model().submit());
     QTest::keyClick(lines, Qt::Key_Insert);
     Settle();
-    Go(lines, row, "sifra");
-    Type(lines, typed, false);
+    Put(lines, row, "sifra", typed, false);
     person_.WillDo([=](QWidget* dialog) {
       EXPECT_EQ(Line(dialog, "Traži")->text(), typed);
       QTest::keyClick(Line(dialog, "Traži"), key);

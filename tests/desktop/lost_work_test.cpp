@@ -1,19 +1,19 @@
 // Nothing that was typed goes away because a page, a file or the window came in its place.
 
-#include <sys/resource.h>
+#include <fcntl.h>
 
 #include <QClipboard>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 
-#include "desktop/import_dialog.h"
 #include "desktop/rate_page.h"
 #include "mox/codes/exchange_rates.h"
 #include "mox/foundation/clock.h"
 #include "mox/foundation/locale_text.h"
 #include "mox/server/read_services.h"
 #include "tests/desktop/desktop_fixture.h"
+#include "tests/fakes/own_process.h"
 
 namespace mox {
 namespace {
@@ -23,7 +23,6 @@ using testing::HasSubstr;
 
 class LostWorkTest : public DesktopTest {
  protected:
-  QWidget* Page() { return window_->Tabs().currentWidget(); }
   static std::size_t Stored(const char* codebook, const char* text) {
     return CreateDBDataSet(std::string("Kat\\") + codebook, codebook, {{"trazi", Value(text)}})->RowCount();
   }
@@ -35,8 +34,7 @@ class LostWorkTest : public DesktopTest {
   static void Paste(QWidget* grid, int row, const char* text) {
     RecordSetView* const rows = Lines(grid, "Redci za uvoz");
     if (row < rows->Model().rowCount()) Go(rows, row, "KONTO");
-    QApplication::clipboard()->setText(QString::fromUtf8(text));
-    QTest::keyClick(rows, Qt::Key_E, Qt::AltModifier);
+    PasteRows(grid, QString::fromUtf8(text));
   }
   // The row's text is longer than a cell: it is told in the list, and the cell has its colour and reason.
   static void ExpectCut(QWidget* grid, int row) {
@@ -44,18 +42,8 @@ class LostWorkTest : public DesktopTest {
     const QModelIndex cell = rows.index(row, rows.ColumnOf("OPIS").value());
     EXPECT_THAT(FromQt(cell.data(Qt::ToolTipRole).toString()), HasSubstr("100"));
     EXPECT_TRUE(cell.data(Qt::BackgroundRole).isValid());
-    EXPECT_EQ(Label(grid, "Sažetak")->text(), "Grešaka: 1");
+    EXPECT_EQ(Told(grid, "Sažetak"), "Grešaka: 1");
     EXPECT_FALSE(Lines(grid, "Redci za uvoz")->isColumnHidden(static_cast<int>(kErrMsgPosition)));
-  }
-  // Closes the grid by Escape at the end of what is done in it.
-  void InGrid(const std::function<void(ImportDialog*)>& action) {
-    person_.WillDo([action](QWidget* dialog) {
-      auto* const grid = dynamic_cast<ImportDialog*>(dialog);
-      ASSERT_NE(grid, nullptr);
-      action(grid);
-      if (grid->isVisible()) QTest::keyClick(grid, Qt::Key_Escape);
-    });
-    CallImportGrid("KONTNIPLAN");
   }
 };
 
@@ -67,8 +55,7 @@ TEST_F(LostWorkTest, AFileTakesThePlaceOfRowsOnlyOnAYes) {
     grid->OpenSheetFile(sheet);
     grid->OpenSheetFile(sheet);
     EXPECT_TRUE(person_.read.empty()) << "what a file has is no work";
-    Go(rows, 0, "OPIS");
-    Type(rows, "Mended", false);
+    Put(rows, 0, "OPIS", "Mended", false);
     grid->OpenSheetFile(sheet);  // Enter says no
     EXPECT_THAT(person_.read, Contains(HasSubstr("U tablici su redci koji nisu uvezeni.")));
     EXPECT_EQ(Cell(rows, 0, "OPIS"), "Mended");
@@ -91,6 +78,24 @@ TEST_F(LostWorkTest, AFileTakesThePlaceOfRowsOnlyOnAYes) {
   std::vector<std::string> files;
   for (const RecordRow& row : journal->Rows()) files.push_back(row.AsText(row.IndexOf("datoteka")));
   EXPECT_THAT(files, testing::UnorderedElementsAre("konta.csv + međuspremnik", "međuspremnik"));
+}
+
+// Also out of a cell that is being typed, which takes no letter of the key; the cell is one that is seen.
+TEST_F(LostWorkTest, PastesWhereverTheKeysAre) {
+  InGrid([&](ImportDialog* grid) {
+    RecordSetView* const rows = Lines(grid, "Redci za uvoz");
+    PasteRows(grid, QStringLiteral("99991\tPrvi\n99992\tDrugi"));
+    EXPECT_FALSE(rows->isColumnHidden(rows->currentIndex().column()));
+    Put(rows, 1, "OPIS", "Novi", false);
+    auto* const cell = rows->viewport()->findChild<QLineEdit*>();
+    ASSERT_NE(cell, nullptr);
+    QApplication::clipboard()->setText(QStringLiteral("99993\tTreći"));
+    QTest::keyClick(cell, Qt::Key_E, Qt::AltModifier);
+    std::vector<std::string> texts;
+    for (int row = 0; row < rows->Model().rowCount(); ++row) texts.push_back(FromQt(Cell(rows, row, "OPIS")));
+    EXPECT_THAT(texts, testing::IsSupersetOf({"Prvi", "Treći"}));
+    EXPECT_THAT(texts, testing::Not(Contains("Novie")));
+  });
 }
 
 TEST_F(LostWorkTest, RowsThatWereNotImportedAreOfferedAgain) {
@@ -160,58 +165,50 @@ TEST_F(LostWorkTest, RowsOfCodebooksAreStoredBeforeTheyGo) {
   const auto begin = [&](const char* text, const char* codebook = "jm", const char* field = "naziv") {
     window_->ShowCodebook(codebook);
     RecordSetView* const rows = Lines(Page(), FromQt(Page()->windowTitle()).c_str());
-    QTest::keyClick(rows, Qt::Key_Insert);
-    Go(rows, rows->Model().rowCount() - 1, field);
-    Type(rows, QString::fromUtf8(text), false);
+    Append(rows, field, QString::fromUtf8(text), false);
     return rows;
   };
-  const auto close_tab = [&] { Q_EMIT window_->Tabs().tabCloseRequested(window_->Tabs().currentIndex()); };
   begin("vreca");
   Press(Page(), Qt::Key_F5);
   EXPECT_EQ(Stored("jm", "vreca"), 1U);
-  close_tab();
+  ClosePage();
   begin("sanduk");
-  close_tab();
+  ClosePage();
   EXPECT_EQ(Stored("jm", "sanduk"), 1U);
   begin("paleta");
   EXPECT_TRUE(window_->close());
   EXPECT_EQ(Stored("jm", "paleta"), 1U);
   window_->show();
-  close_tab();
+  ClosePage();
 
   RecordSetView* const refused = begin("12345", "partneri", "oib");  // without a name, and no such number
   const int row = refused->Model().rowCount() - 1;
   Press(Page(), Qt::Key_F5);
   ASSERT_EQ(refused->Model().rowCount(), row + 1);
   EXPECT_EQ(Cell(refused, row, "oib"), "12345");
-  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("partneri"));
+  EXPECT_THAT(Told(Page()), HasSubstr("partneri"));
   const int tabs = window_->Tabs().count();
-  close_tab();
+  ClosePage();
   EXPECT_THAT(person_.read.back(), HasSubstr("Redak nije pohranjen."));
   EXPECT_EQ(window_->Tabs().count(), tabs) << "Enter says no";
   EXPECT_FALSE(window_->close());
   person_.WillPress("Da");
-  close_tab();
+  ClosePage();
   EXPECT_EQ(window_->Tabs().count(), tabs - 1);
 }
 
 TEST_F(LostWorkTest, CompanyDataAndRatesAreStoredBeforeTheyAreReadAnew) {
   window_->ShowCompanyData();
   RecordSetView* const rows = Lines(Page(), "Podaci tvrtke");
-  for (int row = 0; row < rows->Model().rowCount(); ++row) {
-    if (Cell(rows, row, "naziv") == "MjestoPoduzeca") Go(rows, row, "vrijednost");
-  }
-  const int at = rows->currentIndex().row();
-  Type(rows, "Sisak", false);
+  const int at = RowOf(rows, "naziv", "MjestoPoduzeca");
+  Put(rows, at, "vrijednost", "Sisak", false);
   Press(Page(), Qt::Key_F5);
   EXPECT_EQ(Cell(rows, at, "vrijednost"), "Sisak");
   // What is true or false is so in the words of people, and stored as it was.
-  int truth = 0;
-  while (Cell(rows, truth, "naziv") != "override_constraints") ++truth;
+  const int truth = RowOf(rows, "naziv", "override_constraints");
   EXPECT_EQ(Cell(rows, truth, "vrijednost"), "ne");
   Settle();
-  Go(rows, truth, "vrijednost");
-  Type(rows, "da", false);
+  Put(rows, truth, "vrijednost", "da", false);
   Press(Page(), Qt::Key_F5);
   EXPECT_EQ(Cell(rows, truth, "vrijednost"), "da");
   EXPECT_TRUE(host_->Server().CompanyParameters()->FieldByName("override_constraints").AsBoolean());
@@ -220,8 +217,7 @@ TEST_F(LostWorkTest, CompanyDataAndRatesAreStoredBeforeTheyAreReadAnew) {
   // A rate is of the day for which it was typed, also when another day is chosen before it is left.
   window_->ShowRates();
   RecordSetView* const rates = Lines(Page(), "Tečajevi");
-  int usd = 0;
-  while (Cell(rates, usd, "val_ozn") != "USD") ++usd;
+  const int usd = RowOf(rates, "val_ozn", "USD");
   Go(rates, usd, "tecaj");
   Type(rates, "1,25", false);
   const Date yesterday{Today().days - 1};
@@ -231,12 +227,27 @@ TEST_F(LostWorkTest, CompanyDataAndRatesAreStoredBeforeTheyAreReadAnew) {
   EXPECT_NE(GetTecajByOznakaValute(yesterday, "USD"), 1.25);
 }
 
+// A list is read beside the window: one that another program keeps from being opened is ended.
+TEST_F(LostWorkTest, ARateListThatDoesNotComeIsEnded) {
+  const std::string list = folder_ / "lista.csv";
+  std::ofstream(list) << "datum_primjene;valuta;srednji_tecaj\n01.03.2024.;USD;1,0842\n";
+  std::signal(SIGIO, SIG_IGN);
+  const int lease = ::open(list.c_str(), O_RDWR | O_CLOEXEC);
+  if (::fcntl(lease, F_SETLEASE, F_WRLCK) != 0) GTEST_SKIP() << "the file system has no leases";
+  window_->ShowRates();
+  auto* const page = dynamic_cast<RatePage*>(Page());
+  person_.ends_work = true;
+  EXPECT_THROW(page->ReadList(list), Abort);
+  person_.ends_work = false;
+  ::close(lease);
+  page->ReadList(list);
+  EXPECT_EQ(Told(page), "Novih tečajeva: 1, izmijenjenih: 0, istih: 0");
+}
+
 TEST_F(LostWorkTest, ADocumentIsFoundAgainAsItWasTyped) {
   DocumentEditor* const editor = Enter("predracun", "Stavke", "\tStol\tkom\t2\t99,5\n");
   RecordSetView* const lines = Lines(editor);
-  QTest::keyClick(lines, Qt::Key_Insert);
-  Go(lines, 1, "naziv");
-  Type(lines, "Stolac", false);
+  Append(lines, "naziv", "Stolac", false);
   Fill(Line(editor, "Opis"), QStringLiteral("hitno"));  // without leaving it
   ASSERT_TRUE(window_->close());
   Stop();
@@ -262,14 +273,10 @@ TEST_F(LostWorkTest, ADocumentIsFoundAgainAsItWasTyped) {
   EXPECT_THAT(person_.read.back(), HasSubstr("Dospijeće „31.2.”: To nije datum"));
   QTest::keyClick(Line(again, "Dospijeće"), Qt::Key_Escape);
   Fill(Line(again, "Opis"), QStringLiteral("nije hitno"));
-  std::signal(SIGXFSZ, SIG_IGN);
-  rlimit limit{};
-  ::getrlimit(RLIMIT_FSIZE, &limit);
-  const rlim_t most = std::exchange(limit.rlim_cur, 16);
-  ::setrlimit(RLIMIT_FSIZE, &limit);
-  EXPECT_FALSE(window_->close());
-  limit.rlim_cur = most;
-  ::setrlimit(RLIMIT_FSIZE, &limit);
+  {
+    const FullDisk full(16);
+    EXPECT_FALSE(window_->close());
+  }
   EXPECT_THAT(person_.read, Contains(HasSubstr("Nedovršeni dokument bit će izgubljen.")));
 
   Stop();

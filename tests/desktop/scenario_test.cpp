@@ -6,7 +6,6 @@
 #include <fstream>
 
 #include "desktop/codebook_page.h"
-#include "desktop/import_dialog.h"
 #include "desktop/report_page.h"
 #include "mox/codes/exchange_rates.h"
 #include "mox/entry/document_entry.h"
@@ -35,28 +34,26 @@ std::vector<std::string> StoredDocuments() {
 TEST_F(DesktopTest, TypesACashInvoiceAndStoresIt) {
   DocumentEditor* const editor = New("gotovinski-racun");
   RecordSetView* const lines = Lines(editor);
-  QTest::keyClick(lines, Qt::Key_Insert);
-  Go(lines, 0, "sifra");
-  Type(lines, "Demo art");  // a part of the name that no other article has
+  Append(lines, "sifra", "Demo art");  // a part of the name that no other article has
   EXPECT_EQ(Cell(lines, 0, "sifra"), "1");
   EXPECT_EQ(Cell(lines, 0, "naziv"), "Demo artikl");
   EXPECT_EQ(Cell(lines, 0, "pc"), "80,00");
   EXPECT_EQ(Cell(lines, 0, "ukupno"), "100,00") << "calculated before it is posted";
-  Go(lines, 0, "kolicina");
-  Type(lines, "3", false);
-  EXPECT_EQ(Label(editor, "Za platiti")->text(), "300,00 EUR") << "with every key";
+  Put(lines, 0, "kolicina", "3", false);
+  EXPECT_EQ(Told(editor, "Za platiti"), "300,00 EUR") << "with every key";
   QTest::keyClick(lines->viewport()->findChild<QLineEdit*>(), Qt::Key_Return);
   Settle();
 
   Press(editor, Qt::Key_F9);
   EXPECT_THAT(person_.read, Contains(HasSubstr("Upisana količina je veća od količine na lageru!")));
+  EXPECT_EQ(Told(editor), "Artikla 1 na lageru je 0, a upisano je 3.");
   EXPECT_FALSE(editor->IsStored());
   App().Ini().WriteInteger("GENERAL", "LAGERNEGATIVE", 1);
   person_.WillDo([](QWidget* dialog) {
     Fill(Line(dialog, "Primljeno"), "250");
-    EXPECT_EQ(Label(dialog, "Za vratiti")->text(), "nedostaje 50,00");
+    EXPECT_EQ(Told(dialog, "Za vratiti"), "nedostaje 50,00");
     Fill(Line(dialog, "Primljeno"), "350");
-    EXPECT_EQ(Label(dialog, "Za vratiti")->text(), "50,00");
+    EXPECT_EQ(Told(dialog, "Za vratiti"), "50,00");
     QTest::keyClick(Line(dialog, "Primljeno"), Qt::Key_Return);
   });
   Press(editor, Qt::Key_F9);
@@ -65,14 +62,15 @@ TEST_F(DesktopTest, TypesACashInvoiceAndStoresIt) {
   EXPECT_THAT(StoredDocuments(), ElementsAre("gotovinski-racun 1 300,00"));
   Type(lines, "9");
   EXPECT_EQ(Cell(lines, 0, "kolicina"), "3,00") << "what is stored is not edited";
+  window_->ShowDocuments();
+  EXPECT_EQ(window_->Tabs().count(), 2) << "the list that is there";
+  EXPECT_EQ(Lines(Page(), "Dokumenti")->Model().rowCount(), 1);
 }
 
 TEST_F(DesktopTest, RefusesALineAndKeepsIt) {
   DocumentEditor* const editor = New("predracun");
   RecordSetView* const lines = Lines(editor);
-  QTest::keyClick(lines, Qt::Key_Insert);
-  Go(lines, 0, "kolicina");
-  Type(lines, "2");
+  Append(lines, "kolicina", "2");
   QTest::keyClick(lines, Qt::Key_Down);  // a new line, before this one has a name
   EXPECT_THAT(person_.read, Contains(HasSubstr("Polje 'Naziv' nije popunjeno!")));
   EXPECT_EQ(lines->Model().rowCount(), 1);
@@ -106,7 +104,7 @@ TEST_F(DesktopTest, PutsTheKeysWhereTheWorkIs) {
   Press(window_.get(), Qt::Key_PageDown, Qt::ControlModifier);
   EXPECT_EQ(focused(), "Dokumenti") << "behind the last one is the first";
   Press(window_.get(), Qt::Key_PageUp, Qt::ControlModifier);
-  EXPECT_EQ(window_->Tabs().currentWidget(), later);
+  EXPECT_EQ(Page(), later);
   Press(window_.get(), Qt::Key_W, Qt::ControlModifier);
   EXPECT_EQ(focused(), "Stavke");
 }
@@ -122,7 +120,7 @@ TEST_F(DesktopTest, StoresACashInvoiceOfAThousandLines) {
   QTest::keyClick(lines, Qt::Key_V, Qt::ControlModifier);
   lines->Model().submit();
   Settle();
-  EXPECT_EQ(Label(editor, "Za platiti")->text(), "9.800,00 EUR");
+  EXPECT_EQ(Told(editor, "Za platiti"), "9.800,00 EUR");
   for (int row = kPasted; row < 1000; ++row) {
     QTest::keyClick(lines, Qt::Key_Insert);
     Go(lines, row, "naziv");
@@ -132,7 +130,7 @@ TEST_F(DesktopTest, StoresACashInvoiceOfAThousandLines) {
   }
   EXPECT_EQ(lines->Model().rowCount(), 1000);
   EXPECT_EQ(Cell(lines, 999, "ukupno"), "10,00");
-  EXPECT_EQ(Label(editor, "Za platiti")->text(), "10.000,00 EUR");
+  EXPECT_EQ(Told(editor, "Za platiti"), "10.000,00 EUR");
   Press(editor, Qt::Key_F9);
   EXPECT_EQ(Cell(Lines(editor, "Rekapitulacija PDV-a"), 0, "porez"), "2.000,00");
   EXPECT_THAT(StoredDocuments(), ElementsAre("gotovinski-racun 1 10000,00"));
@@ -163,13 +161,11 @@ TEST_F(DesktopTest, PreviewsWithoutChangingWhatIsCalculated) {
   QTest::keyClick(lines, Qt::Key_Insert);
   for (const auto& [field, text] : std::initializer_list<std::pair<const char*, const char*>>{
            {"naziv", "Lim"}, {"kolicina", "1"}, {"fc", "100"}, {"pot_nak", "3"}, {"tbr_stp", "25"}}) {
-    Go(lines, 0, field);
-    Type(lines, text);
+    Put(lines, 0, field, text);
   }
   QTest::keyClick(lines, Qt::Key_Insert);
   for (const auto& [field, text] : {std::pair("naziv", "Vijak"), {"kolicina", "1"}}) {
-    Go(lines, 1, field);
-    Type(lines, text);
+    Put(lines, 1, field, text);
   }
   ASSERT_TRUE(lines->Model().submit());
   Go(lines, 0, "naziv");
@@ -191,13 +187,9 @@ TEST_F(DesktopTest, PreviewsWithoutChangingWhatIsCalculated) {
 TEST_F(DesktopTest, OffersWhatACrashLeft) {
   DocumentEditor* const editor = New("predracun");
   RecordSetView* const lines = Lines(editor);
-  QTest::keyClick(lines, Qt::Key_Insert);
-  Go(lines, 0, "naziv");
-  Type(lines, "Stol");
-  Go(lines, 0, "pc");
-  Type(lines, "99,5");
-  Go(lines, 0, "kolicina");
-  Type(lines, "2");
+  Append(lines, "naziv", "Stol");
+  Put(lines, 0, "pc", "99,5");
+  Put(lines, 0, "kolicina", "2");
   Fill(Line(editor, "Poziv na broj") != nullptr ? Line(editor, "Poziv na broj") : Line(editor, "Opis"),
        "hitno");
   QTest::keyClick(Line(editor, "Opis"), Qt::Key_Return);
@@ -213,11 +205,11 @@ TEST_F(DesktopTest, OffersWhatACrashLeft) {
   person_.WillPress("Da");
   Start();
   EXPECT_THAT(person_.read, Contains(HasSubstr("nije dovršen")));
-  auto* const again = dynamic_cast<DocumentEditor*>(window_->Tabs().currentWidget());
+  auto* const again = dynamic_cast<DocumentEditor*>(Page());
   ASSERT_NE(again, nullptr);
   EXPECT_EQ(Cell(Lines(again), 0, "naziv"), "Stol");
   EXPECT_EQ(Line(again, "Opis")->text(), "hitno");
-  EXPECT_EQ(Label(again, "Za platiti")->text(), "199,00 EUR");
+  EXPECT_EQ(Told(again, "Za platiti"), "199,00 EUR");
   Press(again, Qt::Key_F9);
   EXPECT_EQ(StoredDocuments().size(), 1U);
   person_.read.clear();
@@ -229,26 +221,19 @@ TEST_F(DesktopTest, OffersWhatACrashLeft) {
 TEST_F(DesktopTest, MendsAFaultySheetAndStoresIt) {
   const std::string sheet = folder_ / "konta.csv";
   std::ofstream(sheet) << "Konto;Opis\n99991;Prvi\n;Bez konta\n99992;Drugi\n";
-  person_.WillDo([&](QWidget* dialog) {
-    auto* const grid = dynamic_cast<ImportDialog*>(dialog);
-    ASSERT_NE(grid, nullptr);
+  EXPECT_TRUE(InGrid([&](ImportDialog* grid) {
     EXPECT_EQ(grid->windowTitle(), "Grid (tablica) za uvoz podataka");
     EXPECT_EQ(grid->size(), QSize(1008, 696));
     grid->OpenSheetFile(ToQt(sheet));
     RecordSetView* const rows = Lines(grid, "Redci za uvoz");
     PressButton(grid, "Provjera i uvoz podataka");
     EXPECT_EQ(person_.read.back(), "Upozorenje | Uvoz podataka | Pronađene su greške u podacima!");
-    auto* const faults = grid->findChild<QTableView*>(QString(), Qt::FindChildrenRecursively);
-    ASSERT_NE(faults, nullptr);
     Press(grid, Qt::Key_F8);
     EXPECT_EQ(rows->Model().rowCount(), 1);
     Press(grid, Qt::Key_F8);
-    for (QTableView* const list : grid->findChildren<QTableView*>()) {
-      if (list->accessibleName() == QStringLiteral("Pronađene greške")) {
-        EXPECT_EQ(list->model()->index(0, 3).data().toString(), "obavezan podatak nije upisan");
-        QTest::keyClick(list, Qt::Key_Return);
-      }
-    }
+    auto* const faults = Named<QTableView>(grid, "Pronađene greške");
+    EXPECT_EQ(faults->model()->index(0, 3).data().toString(), "obavezan podatak nije upisan");
+    QTest::keyClick(faults, Qt::Key_Return);
     EXPECT_EQ(rows->currentIndex().row(), 1);
     EXPECT_EQ(rows->currentIndex().data(Qt::ToolTipRole).toString(), "obavezan podatak nije upisan");
     // Selected cells look as the grid's style has them, in any theme.
@@ -259,8 +244,7 @@ TEST_F(DesktopTest, MendsAFaultySheetAndStoresIt) {
     Type(rows, "99993");
     person_.WillPress("Da");
     PressButton(grid, "Provjera i uvoz podataka");
-  });
-  EXPECT_TRUE(CallImportGrid("KONTNIPLAN"));
+  }));
   EXPECT_EQ(person_.read.back(), "Obavijest | Uvoz podataka | Uvoz podataka uspješno izvršen.");
   const auto found = CreateDBDataSet("Kat\\fin_kto", "fin_kto", {{"trazi", Value("Bez konta")}});
   ASSERT_EQ(found->RowCount(), 1U);
@@ -270,13 +254,11 @@ TEST_F(DesktopTest, MendsAFaultySheetAndStoresIt) {
 TEST_F(DesktopTest, EndsACheckAndTakesAnImportBack) {
   const auto count = [] { return CreateDBDataSet("Kat\\fin_kto", "fin_kto", {})->RowCount(); };
   const std::size_t before = count();
-  person_.WillDo([&](QWidget* dialog) {
+  EXPECT_TRUE(InGrid([&](QWidget* dialog) {
     QString text;
     for (int i = 0; i < 2000; ++i) text += QStringLiteral("9%1\tRedak\n").arg(i, 5, 10, QChar(u'0'));
-    QApplication::clipboard()->setText(text);
-    RecordSetView* const rows = Lines(dialog, "Redci za uvoz");
-    QTest::keyClick(rows, Qt::Key_E, Qt::AltModifier);
-    EXPECT_EQ(Label(dialog, "Redak")->text(), "2000/2000");
+    PasteRows(dialog, text);
+    EXPECT_EQ(Told(dialog, "Redak"), "2000/2000");
     person_.ends_work = true;
     PressButton(dialog, "Provjera i uvoz podataka");
     person_.ends_work = false;
@@ -284,23 +266,20 @@ TEST_F(DesktopTest, EndsACheckAndTakesAnImportBack) {
     EXPECT_EQ(count(), before);
     person_.WillPress("Da");
     PressButton(dialog, "Provjera i uvoz podataka");
-  });
-  EXPECT_TRUE(CallImportGrid("KONTNIPLAN"));
+  }));
   EXPECT_EQ(count(), before + 2000);
   window_->ShowImportJournal();
   person_.WillPress("Da");
-  PressButton(window_->Tabs().currentWidget(), "Poništi uvoz");
+  PressButton(Page(), "Poništi uvoz");
   EXPECT_EQ(count(), before);
 }
 
 TEST_F(DesktopTest, StoresRowsOfACodebookAsTheyAreLeft) {
   window_->ShowCodebook("jm");
-  QWidget* const page = window_->Tabs().currentWidget();
+  QWidget* const page = Page();
   RecordSetView* const rows = Lines(page, "Jedinice mjere");
   const int before = rows->Model().rowCount();
-  QTest::keyClick(rows, Qt::Key_Insert);
-  Go(rows, before, "naziv");
-  Type(rows, "vreca");
+  Append(rows, "naziv", "vreca");
   ASSERT_TRUE(rows->Model().submit());
   Settle();
   EXPECT_EQ(rows->Model().rowCount(), before + 1);
@@ -316,13 +295,11 @@ TEST_F(DesktopTest, StoresRowsOfACodebookAsTheyAreLeft) {
 // F4 in a cell that names a row of another codebook: all cells of that row take what was chosen.
 TEST_F(DesktopTest, LooksUpCellsOfACodebook) {
   window_->ShowCodebook("partneri");
-  QWidget* const page = window_->Tabs().currentWidget();
+  QWidget* const page = Page();
   RecordSetView* const rows = Lines(page, "Partneri");
-  const int row = rows->Model().rowCount();
-  QTest::keyClick(rows, Qt::Key_Insert);
+  const int row = Append(rows, "naziv", "Novi kupac");
   Go(rows, row, "naziv");
   QTest::keyClick(rows, Qt::Key_F4);  // names nothing
-  Type(rows, "Novi kupac");
   QString place;
   person_.WillDo([&](QWidget* dialog) {
     EXPECT_EQ(FromQt(dialog->windowTitle()), "Mjesta");
@@ -339,8 +316,7 @@ TEST_F(DesktopTest, LooksUpCellsOfACodebook) {
     QTest::keyClick(Line(dialog, "Traži"), Qt::Key_Return);
   });
   Settle();
-  Go(rows, row, "drzava");
-  Type(rows, "Hrv", false);
+  Put(rows, row, "drzava", "Hrv", false);
   QTest::keyClick(rows->viewport()->findChild<QLineEdit*>(), Qt::Key_F4);
   EXPECT_EQ(person_.read.back(), "Države");
   EXPECT_EQ(Cell(rows, row, "drzava"), "HR");
@@ -350,18 +326,30 @@ TEST_F(DesktopTest, LooksUpCellsOfACodebook) {
 // A rate that is entered holds from the day; another one in its place is asked about.
 TEST_F(DesktopTest, StoresRatesOfADay) {
   window_->ShowRates();
-  RecordSetView* const rates = Lines(window_->Tabs().currentWidget(), "Tečajevi");
-  int usd = 0;
-  while (usd < rates->Model().rowCount() && Cell(rates, usd, "val_ozn") != "USD") ++usd;
-  ASSERT_LT(usd, rates->Model().rowCount());
+  RecordSetView* const rates = Lines(Page(), "Tečajevi");
+  const int usd = RowOf(rates, "val_ozn", "USD");
   person_.WillPress("Da");  // to the question about the second one
   for (const double rate : {1.0842, 1.0901}) {
-    Go(rates, usd, "tecaj");
-    Type(rates, QString::number(rate).replace(u'.', u','));
+    Put(rates, usd, "tecaj", QString::number(rate).replace(u'.', u','));
     ASSERT_TRUE(rates->Model().submit());
     EXPECT_EQ(GetTecajByOznakaValute(Today(), "USD"), rate);
   }
   EXPECT_THAT(person_.read, ElementsAre(HasSubstr("Već postoji drugi tečaj.")));
+}
+
+// Who goes on from line to line has always one open; the totals are those of the lines before.
+TEST_F(DesktopTest, SumsLinesWhileTheNextOneIsOpen) {
+  DocumentEditor* const editor = New("primka-kalkulacija");
+  RecordSetView* const lines = Lines(editor);
+  Append(lines, "naziv", "Sir");
+  for (const auto& [field, text] : {std::pair("kolicina", "10"), {"fc", "50"}, {"tbr_stp", "25"}}) {
+    Put(lines, 0, field, text);
+  }
+  QTest::keyClick(lines, Qt::Key_Insert);
+  Settle();
+  ASSERT_EQ(lines->Model().rowCount(), 2);
+  EXPECT_EQ(Told(editor, "Za platiti"), "625,00 EUR");
+  EXPECT_EQ(Cell(Lines(editor, "Rekapitulacija PDV-a"), 0, "osnovica"), "500,00");
 }
 
 // What was entered from the supplier's document is compared with the lines, kept in the draft, and asked
@@ -376,7 +364,7 @@ TEST_F(DesktopTest, ComparesTheSupplierDocumentWithTheLines) {
       PressButton(dialog, "U redu");
     });
     PressButton(editor, "PDV dokumenta dobavljača…");
-    return FromQt(Label(editor, "Napomena")->text());
+    return Told(editor);
   };
   EXPECT_THAT(enter("2600"), HasSubstr("PDV (25%): na dokumentu 2.600,00, iz stavaka 2.500,00"));
   EXPECT_EQ(FromDraft(DraftOf(editor->Content())).SupplierTotals()->FieldByName("pdv_25").AsText(),
@@ -388,6 +376,11 @@ TEST_F(DesktopTest, ComparesTheSupplierDocumentWithTheLines) {
   EXPECT_EQ(enter("2500"), "");
   Press(editor, Qt::Key_F9);
   EXPECT_TRUE(editor->IsStored());
+  person_.WillDo([](QWidget* dialog) {
+    EXPECT_TRUE(Line(dialog, "PDV (25%):")->isReadOnly());
+    Leave(dialog);
+  });
+  PressButton(editor, "PDV dokumenta dobavljača…");
 }
 
 // What the partner owes beyond his limit is asked about, or refused, before anything is stored.
@@ -400,7 +393,7 @@ TEST_F(DesktopTest, AsksForCreditBeforeItStores) {
   } cases[] = {{false, "U redu", "Kreditni limit partnera je prekoračen.", false},
                {true, "Ne", "Kreditni limit partnera je prekoračen.\r\nNastavak rada?", false},
                {true, "Da", "Kreditni limit partnera je prekoračen.\r\nNastavak rada?", true}};
-  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  DocumentEditor* const editor = EnterService();
   QTest::keyClick(Line(editor, "Partner"), Qt::Key_F4);
   for (const auto& c : cases) {
     Database(company_).Execute("UPDATE par SET limit_duga = 359, fakturiranje_limit_duga = :smije",
@@ -444,11 +437,10 @@ TEST_F(DesktopTest, ShowsAsManyDecimalsAsAreSet) {
     RecordSetView* const lines = Lines(New(c.kind));
     QTest::keyClick(lines, Qt::Key_Insert);
     const auto type = [&](const char* text) {
-      Go(lines, 0, c.field);
-      Type(lines, QString::fromUtf8(text));
+      Put(lines, 0, c.field, QString::fromUtf8(text));
       return FromQt(Cell(lines, 0, c.field));
     };
-    EXPECT_EQ(type("1234,5678"), "1.234,57");
+    EXPECT_EQ(type("1.234,5678"), "1.234,57");
     set(i, "4");
     EXPECT_EQ(Cell(lines, 0, c.field), "1.234,5678");
     EXPECT_EQ(type("0,5"), "0,5000");
@@ -468,7 +460,7 @@ TEST_F(DesktopTest, DrawsTurnoverAndTax) {
   }
   Press(Enter("predracun", "Stavke", "\tStol\tkom\t1\t100\t0\t0\t0\t25\n"), Qt::Key_F9);
   window_->ShowReports();
-  QWidget* const page = window_->Tabs().currentWidget();
+  QWidget* const page = Page();
   QWidget* chart = nullptr;
   for (QWidget* const child : page->findChildren<QWidget*>()) {
     if (dynamic_cast<BarChart*>(child) != nullptr) chart = child;
@@ -511,8 +503,7 @@ TEST_F(DesktopTest, AsksForValues) {
   const auto entering = [this](const char* text) {
     person_.WillDo([text](QWidget* dialog) {
       auto* const line = dialog->findChild<QLineEdit*>();
-      Fill(line, QString::fromUtf8(text));
-      QTest::keyClick(line, Qt::Key_Return);
+      FillIn(line, QString::fromUtf8(text));
       if (!dialog->isVisible()) return;
       Fill(line, QStringLiteral("1,5"));  // what was refused stays until it is one
       QTest::keyClick(line, Qt::Key_Return);

@@ -2,10 +2,13 @@
 
 #include <QComboBox>
 #include <QElapsedTimer>
+#include <atomic>
 #include <filesystem>
+#include <semaphore>
 #include <thread>
 
 #include "desktop/croatian.h"
+#include "mox/host/system_platform.h"
 #include "mox/server/read_services.h"
 #include "moxd/error_reply.h"
 #include "tests/desktop/desktop_fixture.h"
@@ -25,8 +28,14 @@ constexpr const char* kFirma = "https://posluzitelj/firma";
 // A company on a server that asks who it is.
 class GuardedServer : public LostServer {
  public:
-  GuardedServer(const std::string& path, const bool& session, const bool& may_read)
-      : LostServer(path), session_(session), may_read_(may_read) {}
+  GuardedServer(const std::string& path, std::string by, const bool& session, const bool& may_read)
+      : LostServer(path), user(std::move(by)), session_(session), may_read_(may_read) {}
+  const std::string user;
+  int WriteDataService(const TAstaParamList& request) override {
+    stored_by.push_back(user);
+    return LostServer::WriteDataService(request);
+  }
+  static inline std::vector<std::string> stored_by;
   RecordSet* CompanyParameters() override {
     Check();
     return LostServer::CompanyParameters();
@@ -60,12 +69,13 @@ class SessionTest : public DesktopTest {
         {.open = [this](const std::string& address) -> std::unique_ptr<CompanyAccess> {
            if (!address.starts_with("https://")) return OpenCompany(address);
            if (away_) throw DatabaseUnavailable(address + ": cannot be reached: Connection refused");
-           return std::make_unique<GuardedServer>(company_, session_, may_read_);
+           return std::make_unique<GuardedServer>(company_, user_, session_, may_read_);
          },
          .log_in = [this](const ServerAddress&, const std::string& user, const std::string& password,
                           const std::string&, const EndFlag&) -> StoredLogin {
            if (password != "tajna") throw Error("https://posluzitelj: the user or the password is wrong");
            session_ = true;
+           user_ = user;
            return {"znak", user, {}};
          }});
   }
@@ -75,13 +85,13 @@ class SessionTest : public DesktopTest {
       Fill(Line(dialog, "Korisnik"), user);
       Fill(Line(dialog, "Lozinka"), "kriva");
       PressButton(dialog, "Prijavi se");
-      EXPECT_THAT(FromQt(Label(dialog, "Zašto prijava nije uspjela")->text()), HasSubstr("nisu ispravni"));
+      EXPECT_THAT(Told(dialog, "Zašto prijava nije uspjela"), HasSubstr("nisu ispravni"));
       Fill(Line(dialog, "Lozinka"), "tajna");
       PressButton(dialog, "Prijavi se");
     });
   }
-  QWidget* Page() { return window_->Tabs().currentWidget(); }
 
+  std::string user_;
   bool session_ = false;
   bool may_read_ = true;
   bool away_ = false;
@@ -91,7 +101,7 @@ TEST_F(SessionTest, ReadsAndOffersWhatWaitedForALogIn) {
   WillLogIn();
   window_->OpenCompany(kFirma);
   EXPECT_EQ(App().Company().CompanyPath(), kFirma);
-  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  DocumentEditor* const editor = EnterService();
   editor->SaveDraft();
   Stop();
   session_ = false;
@@ -119,7 +129,7 @@ TEST_F(SessionTest, ReadsAndOffersWhatWaitedForALogIn) {
   EXPECT_THAT(person_.read, Contains(HasSubstr("prijavite se ponovo")));
   WillLogIn();
   window_->LogIn();
-  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("Dokumenata: 0"));
+  EXPECT_THAT(Told(Page()), HasSubstr("Dokumenata: 0"));
   ASSERT_EQ(window_->Tabs().count(), 2) << "a document that is open is not offered";
   window_->Tabs().setCurrentIndex(1);
   Press(Page(), Qt::Key_F9);
@@ -149,15 +159,40 @@ TEST_F(SessionTest, ReadsAndOffersWhatWaitedForALogIn) {
     EXPECT_EQ(window_->Tabs().count(), tabs) << user;
     EXPECT_EQ(charts().front().isEmpty(), rows == 0) << user;
     for (const int page : {0, tabs - 1}) {
-      EXPECT_EQ(Label(window_->Tabs().widget(page), "Napomena")->text().isEmpty(), rows == 0) << user;
+      EXPECT_EQ(Told(window_->Tabs().widget(page)).empty(), rows == 0) << user;
     }
+  }
+}
+
+// What one user has typed is stored in his name, or stays with his session where it cannot be.
+TEST_F(SessionTest, StoresAnOpenRowBeforeAnotherUserLogsIn) {
+  WillLogIn("ana");
+  window_->OpenCompany(kFirma);
+  const auto who = [this] { return dynamic_cast<GuardedServer&>(host_->Server()).user; };
+  window_->ShowCodebook("jm");
+  Append(Lines(Page(), "Jedinice mjere"), "naziv", "vreca", false);
+  GuardedServer::stored_by.clear();
+  WillLogIn("ivo");
+  window_->LogIn();
+  EXPECT_THAT(GuardedServer::stored_by, testing::ElementsAre("ana"));
+  EXPECT_EQ(who(), "ivo");
+  window_->ShowCodebook("partneri");
+  RecordSetView* const partners = Lines(Page(), "Partneri");
+  const int row = Append(partners, "oib", "12345", false);
+  for (const auto& [answer, user, rows] : {std::tuple("Ne", "ivo", row + 1), {"Da", "ana", row}}) {
+    WillLogIn("ana");
+    person_.WillPress(answer);
+    window_->LogIn();
+    EXPECT_THAT(person_.read.back(), HasSubstr("Redak nije pohranjen."));
+    EXPECT_EQ(who(), user);
+    EXPECT_EQ(partners->Model().rowCount(), rows);
   }
 }
 
 // The company that is open stays, with what is typed in it, until the other one has answered; what is not
 // finished in it is offered when it is opened again.
 TEST_F(SessionTest, LosesNothingForACompanyThatDoesNotAnswer) {
-  Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  EnterService();
   const auto stays = [&] {
     EXPECT_EQ(App().Company().CompanyPath(), company_);
     ASSERT_EQ(window_->Tabs().count(), 2);
@@ -199,7 +234,7 @@ TEST_F(DesktopTest, EndsWhatDoesNotAnswer) {
   qint64 waited = 0;
   person_.on_status = [&](QWidget* status) {
     since.start();
-    static_cast<QDialog*>(status)->reject();
+    Leave(status);
   };
   for (const auto& ask : cases) {
     EXPECT_THROW(ask(), Abort);
@@ -219,12 +254,11 @@ TEST_F(DesktopTest, WorksInACompanyOnPostgresql) {
   Database::Create(place, WithDemo::kYes);
   person_.WillDo([&](QWidget* dialog) {
     auto* const address = dialog->findChild<QComboBox*>()->lineEdit();
-    Fill(address, ToQt(place.ToString()));
-    QTest::keyClick(address, Qt::Key_Return);
+    FillIn(address, ToQt(place.ToString()));
   });
   Press(window_.get(), Qt::Key_O, Qt::ControlModifier);
   EXPECT_EQ(App().Company().CompanyPath(), place.ToString());
-  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  DocumentEditor* const editor = EnterService();
   Press(editor, Qt::Key_F9);
   EXPECT_TRUE(editor->IsStored());
   Stop();
@@ -241,7 +275,7 @@ TEST_F(DesktopTest, WorksInACompanyOnPostgresql) {
   auto alone = std::make_unique<WriteTransaction>(database);
   database.Execute("LOCK TABLE dok IN ACCESS EXCLUSIVE MODE");
   person_.on_status = [&](QWidget* status) {
-    static_cast<QDialog*>(status)->reject();
+    Leave(status);
     alone.reset();
   };
   EXPECT_FALSE(Guarded([&] { window_->BackUpTo(ToQt(copy)); }));
@@ -256,20 +290,66 @@ TEST_F(DesktopTest, WorksInACompanyOnPostgresql) {
   PostgresqlServer::Drop(place);
 }
 
-// A session that begins once nobody waits for it any more is ended.
+// Who ends the wait for a session has it where it had begun, else it is ended once it begins.
 TEST_F(SessionTest, LeavesNoSessionThatNobodyHas) {
-  std::string ended_session;
-  host_->SetDoors(
-      {.log_in = [](const ServerAddress&, const std::string& user, const std::string&, const std::string&,
-                    const EndFlag& ended) -> StoredLogin {
-         while (!*ended) std::this_thread::yield();
-         return {"znak", user, {}};
-       },
-       .log_out = [&](const ServerAddress&, const StoredLogin& login) { ended_session = login.token; }});
+  static std::atomic<bool> left;
+  struct Leaving {
+    ~Leaving() { left = true; }
+  };
+  const auto log_in = [&](const std::function<void(const EndFlag& ended)>& wait) {
+    std::string ended_session;
+    host_->SetDoors(
+        {.log_in = [&](const ServerAddress&, const std::string& user, const std::string&, const std::string&,
+                       const EndFlag& ended) -> StoredLogin {
+           wait(ended);
+           return {"znak", user, {}};
+         },
+         .log_out = [&](const ServerAddress&, const StoredLogin& login) { ended_session = login.token; }});
+    const bool begun = Guarded([this] { host_->LogIn(ServerAddress::Parse(kFirma), "ana", "tajna", {}); });
+    Stop();  // waits for what goes on
+    host_ = std::make_unique<DesktopHost>(folder_ / "mox.ini", folder_ / "");
+    const bool kept = LoginStore(SystemPlatform::UserStateFolder()).Find("https://posluzitelj").has_value();
+    EXPECT_EQ(begun, kept);
+    EXPECT_EQ(ended_session, kept ? "" : "znak");
+    return kept;
+  };
   person_.ends_work = true;
-  EXPECT_THROW(host_->LogIn(ServerAddress::Parse(kFirma), "ana", "tajna", {}), Abort);
-  Stop();
-  EXPECT_EQ(ended_session, "znak");
+  EXPECT_FALSE(log_in([](const EndFlag& ended) {
+    while (!*ended) std::this_thread::yield();
+  }));
+  person_.ends_work = false;
+  std::atomic<bool> waited_for = false;
+  person_.on_status = [&](QWidget* status) {
+    waited_for = true;
+    while (!left) std::this_thread::yield();
+    Leave(status);
+  };
+  EXPECT_TRUE(log_in([&](const EndFlag&) {
+    thread_local const Leaving leaving;  // once the thread is done
+    (void)leaving;
+    while (!waited_for) std::this_thread::yield();
+  }));
+  person_.on_status = nullptr;
+}
+
+// Nothing is left of a company whose making is ended.
+TEST_F(DesktopTest, EndsTheMakingOfACompany) {
+  std::binary_semaphore goes_on(0);
+  const auto make = [&](const std::string& address, WithDemo demo, const Doors::Fill& fill) {
+    Database::Create(address, demo, [&](Database& created) {
+      goes_on.acquire();
+      fill(created);
+    });
+  };
+  host_->SetDoors({.create = make});
+  person_.ends_work = true;
+  EXPECT_THROW(window_->CreateCompany(ToQt(folder_ / "nova.db"), WithDemo::kYes), Abort);
+  EXPECT_EQ(App().Company().CompanyPath(), company_);
+  goes_on.release();
+  Stop();  // waits for what goes on
+  for (const auto& file : std::filesystem::directory_iterator(folder_.path())) {
+    EXPECT_THAT(file.path().filename().string(), Not(HasSubstr("nova")));
+  }
 }
 
 // Whatever a server answers is said in Croatian.

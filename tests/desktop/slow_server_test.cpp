@@ -4,7 +4,7 @@
 #include <QComboBox>
 #include <thread>
 
-#include "desktop/import_dialog.h"
+#include "desktop/record_page.h"
 #include "desktop/status_window.h"
 #include "mox/codes/exchange_rates.h"
 #include "mox/foundation/clock.h"
@@ -29,7 +29,6 @@ class SlowServerTest : public DesktopTest {
     host_->Open(company_, std::move(opened));
   }
   ~SlowServerTest() override { server_->answers.release(); }
-  QWidget* Page() { return window_->Tabs().currentWidget(); }
   // What the user ends as soon as it says that it takes long.
   void Ended(std::string_view slow, const std::function<void()>& action) {
     server_->slow = slow;
@@ -38,7 +37,7 @@ class SlowServerTest : public DesktopTest {
       const bool stores = status->findChild<QLabel*>()->text().startsWith(QStringLiteral("Pohrana"));
       if (stores != (slow == SlowServer::kWrites)) return;
       ++ended;
-      static_cast<QDialog*>(status)->reject();
+      Leave(status);
     };
     action();
     EXPECT_GT(ended, 0) << "it is long work";
@@ -54,10 +53,7 @@ TEST_F(SlowServerTest, ShowsByWhatTheRowsWereRead) {
   const Date today = Today();
   const QString yesterday = ToQt(DateToText(Date{today.days - 1}, CurrentLocale()));
   const auto fill = [this](const char* name, const QString& text) {
-    return [this, name, text] {
-      Fill(Line(Page(), name), text);
-      QTest::keyClick(Line(Page(), name), Qt::Key_Return);
-    };
+    return [this, name, text] { FillIn(Line(Page(), name), text); };
   };
   const auto choose = [this] { Page()->findChild<QComboBox*>()->setCurrentIndex(2); };
   const struct {
@@ -89,7 +85,7 @@ TEST_F(SlowServerTest, ShowsByWhatTheRowsWereRead) {
       c.narrow();
     } else {
       Ended(c.slow, c.narrow);
-      EXPECT_EQ(Label(Page(), "Napomena")->text(), "Čitanje je prekinuto.");
+      EXPECT_EQ(Told(Page()), "Čitanje je prekinuto.");
     }
     EXPECT_EQ(filters(), before);
     EXPECT_EQ(Page()->findChild<RecordSetView*>()->Model().rowCount(), rows);
@@ -97,8 +93,7 @@ TEST_F(SlowServerTest, ShowsByWhatTheRowsWereRead) {
   window_->ShowRates();
   Ended("GetTecaj", fill("Na dan", yesterday));
   RecordSetView* const rates = Lines(Page(), "Tečajevi");
-  int usd = 0;
-  while (Cell(rates, usd, "val_ozn") != "USD") ++usd;
+  const int usd = RowOf(rates, "val_ozn", "USD");
   Go(rates, usd, "tecaj");
   Type(rates, "1,25", false);
   EXPECT_TRUE(rates->TakeRow());
@@ -117,7 +112,7 @@ TEST_F(SlowServerTest, TellsThatItIsNotKnownWhatBecameOfAStore) {
     SCOPED_TRACE(ends);
     server_->ends = ends;
     const std::size_t before = Documents();
-    DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+    DocumentEditor* const editor = EnterService();
     EXPECT_THAT(unknown([&] { Press(editor, Qt::Key_F9); }),
                 AllOf(HasSubstr("Ne zna se je li pohranjeno"), HasSubstr("i dalje na zaslonu")));
     EXPECT_FALSE(editor->IsStored());
@@ -140,43 +135,35 @@ TEST_F(SlowServerTest, TellsThatItIsNotKnownWhatBecameOfAStore) {
   person_.WillPress("Da");
   EXPECT_THAT(unknown([&] { PressButton(Page(), "Obriši"); }),
               AllOf(HasSubstr("Ne zna se je li pohranjeno"), Not(HasSubstr("na zaslonu"))));
-  QTest::keyClick(units, Qt::Key_Insert);
-  Go(units, units->Model().rowCount() - 1, "naziv");
-  Type(units, "vreca", false);
+  Append(units, "naziv", "vreca", false);
   unknown([&] { EXPECT_FALSE(units->TakeRow()); });
-  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()),
+  EXPECT_THAT(Told(Page()),
               AllOf(HasSubstr("Ne zna se je li pohranjeno"), HasSubstr(". Upisano je i dalje na zaslonu.")));
 
-  person_.WillDo([&](QWidget* grid) {
-    QApplication::clipboard()->setText(QStringLiteral("99991\tPrvi"));
-    QTest::keyClick(Lines(grid, "Redci za uvoz"), Qt::Key_E, Qt::AltModifier);
+  InGrid([&](QWidget* grid) {
+    PasteRows(grid, QStringLiteral("99991\tPrvi"));
     person_.WillPress("Da");
     EXPECT_THAT(unknown([&] { PressButton(grid, "Provjera i uvoz podataka"); }),
                 HasSubstr("Ne zna se je li pohranjeno"));
     EXPECT_EQ(Cell(Lines(grid, "Redci za uvoz"), 0, "OPIS"), "Prvi");
-    EXPECT_THAT(FromQt(Label(grid, "Sažetak")->text()), Not(HasSubstr("ništa nije pohranjeno")));
-    static_cast<QDialog*>(grid)->reject();
+    EXPECT_THAT(Told(grid, "Sažetak"), Not(HasSubstr("ništa nije pohranjeno")));
   });
-  CallImportGrid("KONTNIPLAN");
 }
 
 // What was stored is told as stored also where the screen cannot be read anew, so that nobody does it again.
 TEST_F(SlowServerTest, TellsWhatWasDoneAndIsNotShown) {
-  DocumentEditor* const editor = Enter("racun-usluga", "Usluge", "\tObuka\tdan\t1\t320\t10\t25\n");
+  DocumentEditor* const editor = EnterService();
   QTest::keyClick(Line(editor, "Partner"), Qt::Key_F4);  // the first one, who pays later
   Press(editor, Qt::Key_F9);
   window_->ShowDocuments();
   const auto pay = [this](const std::function<void()>& before_it_reads) {
-    person_.WillDo([](QWidget* amount) {
-      Fill(amount->findChild<QLineEdit*>(), "10");
-      QTest::keyClick(amount->findChild<QLineEdit*>(), Qt::Key_Return);
-    });
+    person_.WillEnter("10");
     person_.WillDo([before_it_reads](QWidget* day) {
       before_it_reads();
       QTest::keyClick(day, Qt::Key_Return);
     });
     PressButton(Page(), "Uplata (Ctrl+U)");
-    return FromQt(Label(Page(), "Napomena")->text());
+    return Told(Page());
   };
   EXPECT_THAT(pay([this] { server_->Lose(LostServer::Lost::kReads); }),
               AllOf(HasSubstr("Uplata je upisana. Prikaz nije osvježen: "), HasSubstr("nije dostupan")));
@@ -186,19 +173,31 @@ TEST_F(SlowServerTest, TellsWhatWasDoneAndIsNotShown) {
   });
   EXPECT_THAT(person_.read, Not(Contains(HasSubstr("Radnja nije izvršena"))));
 
+  window_->ShowCompanyData();
+  for (const auto& [slow, iban, told] :
+       {std::tuple("Kat\\ParametriPoduzeca", "HR2923400091110000001", " je dodan. Čitanje je prekinuto."),
+        {"", "HR4124840081110000002", " je dodan."}}) {
+    person_.WillEnter(iban);
+    server_->slow = slow;
+    person_.ends_work = *slow != '\0';
+    PressButton(Page(), "Dodaj IBAN…");
+    person_.ends_work = false;
+    EXPECT_EQ(Told(Page()), std::string("Račun ") + iban + told);
+  }
+  server_->slow = {};
+
   // Without what was stored nobody could tell whether another one has changed it since.
   window_->ShowCodebook("jm");
   RecordSetView* const units = Lines(Page(), "Jedinice mjere");
   const auto is_editable = [&] {
     return (units->Model().flags(units->currentIndex()) & Qt::ItemIsEditable) != 0;
   };
-  Go(units, 0, "oznaka");
-  Type(units, "kut", false);
+  Put(units, 0, "oznaka", "kut", false);
   Ended("Kat\\jm", [&] {
     EXPECT_TRUE(units->TakeRow());
     Settle();
   });
-  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("osvježite (F5)"));
+  EXPECT_THAT(Told(Page()), HasSubstr("osvježite (F5)"));
   EXPECT_FALSE(is_editable());
   Press(Page(), Qt::Key_F5);
   EXPECT_TRUE(is_editable());
@@ -209,9 +208,9 @@ TEST_F(SlowServerTest, TellsWhatWasDoneAndIsNotShown) {
   bool reads = false;
   person_.on_status = [&](QWidget* status) {
     reads = true;
-    static_cast<QDialog*>(status)->reject();
+    Leave(status);
   };
-  window_->Tabs().tabCloseRequested(window_->Tabs().currentIndex());
+  ClosePage();
   Settle();
   EXPECT_FALSE(reads);
   person_.on_status = nullptr;
@@ -225,7 +224,7 @@ TEST_F(SlowServerTest, StoresWhatBecameOfWhatWasEnded) {
   bool sent = false;
   person_.on_status = [&](QWidget* status) {
     if (sent) server_->answers.release();
-    if (!std::exchange(pressed, true)) static_cast<QDialog*>(status)->reject();
+    if (!std::exchange(pressed, true)) Leave(status);
   };
   sent = host_->RunToEnd([](const std::atomic<bool>& ended) {
     while (!ended) std::this_thread::yield();
@@ -245,9 +244,9 @@ TEST_F(SlowServerTest, EndsWhateverItAsks) {
   window_->ShowCodebook("partneri");
   RecordSetView* const partners = Lines(Page(), "Partneri");
   Ended("Kat\\partneri", [&] { Press(Page(), Qt::Key_F5); });
-  EXPECT_EQ(Label(Page(), "Napomena")->text(), "Čitanje je prekinuto.");
+  EXPECT_EQ(Told(Page()), "Čitanje je prekinuto.");
   Press(Page(), Qt::Key_F5);
-  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("Redaka: "));
+  EXPECT_THAT(Told(Page()), HasSubstr("Redaka: "));
 
   Go(partners, 0, "ptt");
   Ended("Kat\\mjesta", [&] { QTest::keyClick(partners, Qt::Key_F4); });
@@ -262,21 +261,19 @@ TEST_F(SlowServerTest, EndsWhateverItAsks) {
   QTest::keyClick(partners, Qt::Key_F4);
   QTest::keyClick(partners, Qt::Key_Escape);
 
-  person_.WillDo([&](QWidget* grid) {
-    QApplication::clipboard()->setText(QStringLiteral("100\t\tMajica\t38"));
-    QTest::keyClick(Lines(grid, "Redci za uvoz"), Qt::Key_E, Qt::AltModifier);
+  const auto calculate = [&](QWidget* grid) {
+    PasteRows(grid, QStringLiteral("100\t\tMajica\t38"));
     Ended("Lunari\\KalkulirajVelicine", [&] { PressButton(grid, "Preračun veličina"); });
-    EXPECT_THAT(FromQt(Label(grid, "Sažetak")->text()), HasSubstr("Prekinuto"));
-    static_cast<QDialog*>(grid)->reject();
-  });
-  CallImportGrid("UPDATEARTLUNARI");
+    EXPECT_THAT(Told(grid, "Sažetak"), HasSubstr("Prekinuto"));
+  };
+  InGrid(calculate, "UPDATEARTLUNARI");
 }
 
-// A person who types ahead neither ends the work nor loses a key, and closes no page that reads, wherever the
-// keys go until the status form has them, and is not taken into an error's dialog.
+// A person who types ahead neither ends the work nor loses a key or a shortcut, and closes no page that
+// reads, wherever the keys go until the status form has them. Each goes to the window that it was typed for.
 TEST_F(SlowServerTest, KeepsWhatIsTypedMeanwhile) {
-  for (const bool to_status : {true, false}) {
-    SCOPED_TRACE(to_status);
+  for (const auto& [to_status, after_question] : {std::pair(true, false), {false, false}, {true, true}}) {
+    SCOPED_TRACE(testing::Message() << to_status << after_question);
     window_->ShowCodebook("jm");
     const int tabs = window_->Tabs().count();
     QLineEdit* const search = Line(Page(), "Traži");
@@ -286,9 +283,9 @@ TEST_F(SlowServerTest, KeepsWhatIsTypedMeanwhile) {
     QObject::connect(search, &QLineEdit::textChanged, search, [&text](const QString& now) { text = now; });
     server_->slow = "Kat\\jm";
     bool typed = false;
-    person_.on_status = [&](QWidget* status) {
+    person_.on_status = [&, into_status = to_status](QWidget* status) {
       if (std::exchange(typed, true)) return;
-      QWindow* const into = (to_status ? status : window_.get())->windowHandle();
+      QWindow* const into = (into_status ? status : window_.get())->windowHandle();
       for (const char key : {'g', ' ', '\r'}) QTest::keyClick(into, key);
       QTest::keyClick(into, Qt::Key_W, Qt::ControlModifier);
       EXPECT_TRUE(status->isVisible());
@@ -297,21 +294,35 @@ TEST_F(SlowServerTest, KeepsWhatIsTypedMeanwhile) {
       server_->Lose(LostServer::Lost::kReads);
       server_->answers.release(10);
     };
+    if (after_question) {
+      Ask("Naslov", "Pitanje?");
+      EXPECT_EQ(QApplication::activeWindow(), nullptr) << "no window manager has seen that it closed";
+    }
     person_.WillDo([&](QWidget* box) {
       Settle();
       EXPECT_EQ(text, "");
       server_->Lose(LostServer::Lost::kNo);
-      QTest::keyClick(box->windowHandle(), Qt::Key_Return);
+      while (server_->answers.try_acquire()) {
+      }
+      person_.on_status = [&](QWidget* status) {
+        QTest::keyClick(status->windowHandle(), Qt::Key_Return);
+        server_->answers.release();
+      };
+      CreateDBDataSet("Kat\\jm", "jm", {});
+      Settle();
+      EXPECT_FALSE(box->isVisible()) << "by the key that was typed for it";
+      Leave(box);
     });
-    Press(Page(), Qt::Key_F5);
+    Guarded([this] { dynamic_cast<RecordPage*>(Page())->Reload(); });
     person_.on_status = nullptr;
-    Settle();
     server_->slow = {};
     while (server_->answers.try_acquire()) {
     }
     EXPECT_TRUE(typed);
-    EXPECT_EQ(text, "kg ");
-    EXPECT_EQ(window_->Tabs().count(), tabs) << "shortcuts are dropped";
+    EXPECT_EQ(text, "");
+    window_->activateWindow();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return window_->Tabs().count() < tabs; }));
+    EXPECT_EQ(text, "kg ") << "before the page was closed";
   }
 }
 
@@ -329,7 +340,7 @@ TEST_F(SlowServerTest, AsksInTheMiddleOfLongWork) {
   person_.WillDo([](QWidget* question) {
     QTest::keyClick(question->windowHandle(), Qt::Key_Return);
     EXPECT_FALSE(question->isVisible());
-    static_cast<QDialog*>(question)->reject();
+    Leave(question);
   });
   EXPECT_TRUE(Ask("Naslov", "Pitanje?"));
 }

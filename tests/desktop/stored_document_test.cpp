@@ -38,7 +38,6 @@ class StoredDocumentTest : public DesktopTest {
     QTest::keyClick(list, Qt::Key_Return);
     return dynamic_cast<StoredDocumentPage*>(Page());
   }
-  QWidget* Page() { return window_->Tabs().currentWidget(); }
 };
 
 TEST_F(StoredDocumentTest, ShowsPaysAndCancels) {
@@ -51,13 +50,10 @@ TEST_F(StoredDocumentTest, ShowsPaysAndCancels) {
   Type(lines, "9");
   EXPECT_EQ(Cell(lines, 1, "kolicina"), "1,00");
   EXPECT_EQ(Cell(Lines(page, "Rekapitulacija PDV-a"), 0, "porez"), "117,00");
-  EXPECT_EQ(Label(page, "Plaćeno")->text(), "Plaćeno: 0,00   Otvoreno: 585,00");
-  person_.WillDo([](QWidget* dialog) {
-    Fill(dialog->findChild<QLineEdit*>(), QStringLiteral("500"));
-    QTest::keyClick(dialog->findChild<QLineEdit*>(), Qt::Key_Return);
-  });
+  EXPECT_EQ(Told(page, "Plaćeno"), "Plaćeno: 0,00   Otvoreno: 585,00");
+  person_.WillDo([](QWidget* dialog) { FillIn(dialog->findChild<QLineEdit*>(), QStringLiteral("500")); });
   Press(page, Qt::Key_U, Qt::ControlModifier);  // the day is today
-  EXPECT_EQ(Label(page, "Plaćeno")->text(), "Plaćeno: 500,00   Otvoreno: 85,00");
+  EXPECT_EQ(Told(page, "Plaćeno"), "Plaćeno: 500,00   Otvoreno: 85,00");
   Press(page, Qt::Key_T, Qt::ControlModifier);
   RecordSetView* const links = Lines(page, "Veze");
   ASSERT_EQ(links->Model().rowCount(), 1);
@@ -72,8 +68,7 @@ TEST_F(StoredDocumentTest, ShowsPaysAndCancels) {
   EXPECT_EQ(window_->Tabs().count(), tabs);
   // The list names what cancels what, also where the other document is not in it.
   window_->ShowDocuments();
-  Fill(Line(Page(), "Partner, opis, broj/godina…"), QStringLiteral("1/"));
-  QTest::keyClick(Line(Page(), "Partner, opis, broj/godina…"), Qt::Key_Return);
+  FillIn(Line(Page(), "Partner, opis, broj/godina…"), QStringLiteral("1/"));
   RecordSetView* const list = Lines(Page(), "Dokumenti");
   ASSERT_EQ(list->Model().rowCount(), 1);
   EXPECT_THAT(FromQt(Cell(list, 0, "storno")), StartsWith("stornirano: Račun usluga 2/"));
@@ -100,7 +95,7 @@ TEST_F(StoredDocumentTest, GoesOnPaper) {
     print_slip();
     ASSERT_TRUE(std::filesystem::exists(printer));
     EXPECT_EQ(ReadWholeFile(printer), print->Bytes());
-    EXPECT_EQ(FromQt(Label(print, "Napomena")->text()), "Isječak je poslan na " + printer);
+    EXPECT_EQ(Told(print), "Isječak je poslan na " + printer);
     ReplaceFile(printer, "\x1B@ drugi");
     print_slip();  // Enter says no
     EXPECT_EQ(ReadWholeFile(printer), "\x1B@ drugi");
@@ -160,12 +155,9 @@ TEST_F(StoredDocumentTest, PrintsLetters) {
 TEST_F(StoredDocumentTest, GoesByMail) {
   StoredDocumentPage* const page = Open();
   const auto mail = [&](const char* to) {
-    person_.WillDo([to](QWidget* dialog) {
-      Fill(dialog->findChild<QLineEdit*>(), QString::fromUtf8(to));
-      QTest::keyClick(dialog->findChild<QLineEdit*>(), Qt::Key_Return);
-    });
+    person_.WillEnter(QString::fromUtf8(to));
     Press(page, Qt::Key_M, Qt::ControlModifier);
-    return FromQt(Label(page, "Napomena")->text());
+    return Told(page);
   };
   mail("kupac@");
   EXPECT_THAT(person_.read.back(), HasSubstr("„kupac@” nije e-mail adresa"));
@@ -181,7 +173,17 @@ TEST_F(StoredDocumentTest, GoesByMail) {
   RecordSetView* const mails = Lines(Page(), "Odlazna pošta");
   EXPECT_EQ(Cell(mails, mails->Model().rowCount() - 1, "stanje"), "čeka");
   Press(Page(), Qt::Key_M, Qt::ControlModifier);
-  EXPECT_THAT(FromQt(Label(Page(), "Napomena")->text()), HasSubstr("nije poslana i čeka"));
+  EXPECT_THAT(Told(Page()), HasSubstr("nije poslana i čeka"));
+  // A mail keeps its template; where that is not the installed one, it goes on a yes.
+  ReplaceFile(folder_ / "drugi.txt", "[posta]\npredmet = Drugi {broj}\n");
+  App().Ini().WriteString("GENERAL", "PREDLOZAK", folder_ / "drugi.txt");
+  for (const auto& [answer, told] :
+       {std::pair("Ne", "čeka; ostaje joj predložak"), {"Da", "nije poslana i čeka"}}) {
+    person_.WillPress(answer);
+    Press(Page(), Qt::Key_M, Qt::ControlModifier);
+    EXPECT_THAT(person_.read.back(), HasSubstr("ostaje joj predložak"));
+    EXPECT_THAT(Told(Page()), HasSubstr(told));
+  }
   const auto state = [&] { return FromQt(Cell(mails, mails->Model().rowCount() - 1, "stanje")); };
   PressButton(Page(), "Stigla je");
   EXPECT_EQ(state(), "čeka") << "Enter says no";
@@ -265,11 +267,11 @@ TEST_F(StoredDocumentTest, TellsWhatIsKnownOfAnEInvoiceThatWasEnded) {
     account.AppendRecord({std::string(name), value});
   }
   ASSERT_TRUE(ExecuteTransaction("ParametriPoduzecaUpdate", {&account})) << host_->Server().WriteRefusal();
-  person_.on_status = [](QWidget* status) { static_cast<QDialog*>(status)->reject(); };
+  person_.on_status = [](QWidget* status) { Leave(status); };
   Press(page, Qt::Key_E, Qt::ControlModifier);
   person_.on_status = nullptr;
   EXPECT_THAT(person_.read.back(), HasSubstr("eRačun je možda poslan, a odgovor nije stigao."));
-  EXPECT_THAT(FromQt(Label(page, "Napomena")->text()), testing::Not(HasSubstr("eRačun je poslan")));
+  EXPECT_THAT(Told(page), testing::Not(HasSubstr("eRačun je poslan")));
 }
 
 }  // namespace

@@ -6,8 +6,6 @@
 #include <fstream>
 
 #include "desktop/article_picture_dialog.h"
-#include "desktop/import_dialog.h"
-#include "desktop/import_window.h"
 #include "desktop/mail_page.h"
 #include "desktop/payment_dialog.h"
 #include "desktop/settings_dialog.h"
@@ -51,7 +49,7 @@ TEST_F(Pictures, ListAndReport) {
     Press(Enter("racun-usluga", "Usluge", lines), Qt::Key_F9);
   }
   window_->ShowDocuments();
-  Press(window_->Tabs().currentWidget(), Qt::Key_T, Qt::ControlModifier);  // yes, and today
+  Press(Page(), Qt::Key_T, Qt::ControlModifier);  // yes, and today
   Save(window_.get(), "documents");
   window_->ShowReports();
   Save(window_.get(), "reports");
@@ -63,16 +61,11 @@ TEST_F(Pictures, Import) {
   const std::string sheet = folder_ / "kontni plan.csv";
   std::ofstream(sheet)
       << "Konto;Opis\n10000;Žiro račun\n;Devizni račun\n10200;Blagajna\n1200;Kupci\n10201;\n10300;Čekovi\n";
-  person_.WillDo([&](QWidget* dialog) {
-    auto* const grid = dynamic_cast<ImportDialog*>(dialog);
+  InGrid([&](ImportDialog* grid) {
     grid->OpenSheetFile(ToQt(sheet));
-    for (QPushButton* const button : grid->findChildren<QPushButton*>()) {
-      if (button->text() == QStringLiteral("Provjera i uvoz podataka")) button->click();
-    }
+    PressButton(grid, "Provjera i uvoz podataka");
     Save(grid, "import");
-    grid->reject();
   });
-  CallImportGrid("KONTNIPLAN");
 }
 
 TEST_F(Pictures, StoredDocument) {
@@ -87,7 +80,7 @@ TEST_F(Pictures, StoredDocument) {
     Save(dialog, "print");
     static_cast<QDialog*>(dialog)->accept();
   });
-  Press(window_->Tabs().currentWidget(), Qt::Key_P, Qt::ControlModifier);
+  Press(Page(), Qt::Key_P, Qt::ControlModifier);
 }
 
 TEST_F(Pictures, SupplierDocument) {
@@ -97,7 +90,7 @@ TEST_F(Pictures, SupplierDocument) {
   person_.WillDo([](QWidget* dialog) {
     Fill(Line(dialog, "PDV (25%):"), QStringLiteral("38,10"));
     Save(dialog, "supplier");
-    static_cast<QDialog*>(dialog)->reject();
+    Leave(dialog);
   });
   PressButton(editor, "PDV dokumenta dobavljača…");
 }
@@ -108,14 +101,14 @@ TEST_F(Pictures, Places) {
   drawn.fill(QColor(0x6B, 0x42, 0x26));
   drawn.save(ToQt(file));
   window_->ShowCodebook("artikli");
-  Lines(window_->Tabs().currentWidget(), "Artikli")->selectRow(0);
+  Lines(Page(), "Artikli")->selectRow(0);
   Save(window_.get(), "articles");
   person_.WillDo([&](QWidget* dialog) {
     dynamic_cast<ArticlePictureDialog*>(dialog)->Load(file);
     Save(dialog, "article-picture");
-    static_cast<QDialog*>(dialog)->reject();
+    Leave(dialog);
   });
-  Press(window_->Tabs().currentWidget(), Qt::Key_G, Qt::ControlModifier);
+  Press(Page(), Qt::Key_G, Qt::ControlModifier);
   window_->ShowCompanyData();
   Save(window_.get(), "company");
   window_->ShowRates();
@@ -125,7 +118,7 @@ TEST_F(Pictures, Places) {
   const auto save = [this](const char* name, QDialog&& dialog) {
     person_.WillDo([name](QWidget* shown) {
       Save(shown, name);
-      static_cast<QDialog*>(shown)->reject();
+      Leave(shown);
     });
     dialog.exec();
   };
@@ -134,7 +127,7 @@ TEST_F(Pictures, Places) {
   save("payment", PaymentDialog(Currency::Parse("17.28"), {}, nullptr));
   person_.WillDo([](QWidget* dialog) {
     Save(dialog, "keys");
-    static_cast<QDialog*>(dialog)->reject();
+    Leave(dialog);
   });
   Press(window_.get(), Qt::Key_F1);
 }
@@ -160,7 +153,7 @@ TEST_F(Pictures, Users) {
 TEST_F(Pictures, LookUp) {
   person_.WillDo([&](QWidget* dialog) {
     Save(dialog, "look-up");
-    static_cast<QDialog*>(dialog)->reject();
+    Leave(dialog);
   });
   App().LookUps().LookUp(LookUpForm::kPartner, "");
 }
