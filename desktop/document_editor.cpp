@@ -555,22 +555,26 @@ bool DocumentEditor::HasSupplierTotals() const {
   return false;
 }
 
+void DocumentEditor::ShowSupplierTotals() {
+  const RecordSet calculated = TotalsOfLines();
+  RecordSet shown("DokDobavljaca");
+  shown.CleanClone(HasSupplierTotals() ? *document_.SupplierTotals() : calculated);
+  SupplierDialog dialog(shown, calculated, this);
+  dialog.SetReadOnly();
+  dialog.exec();
+}
+
 void DocumentEditor::EnterSupplierTotals() {
-  if (!stored_ && !TakeAll()) return;
+  if (stored_) return ShowSupplierTotals();
+  if (!TakeAll()) return;
   const RecordSet calculated = TotalsOfLines();
   RecordSet& entered = *document_.SupplierTotals();
-  if (stored_) {
-    RecordSet shown("DokDobavljaca");
-    shown.CleanClone(HasSupplierTotals() ? entered : calculated);
-    SupplierDialog(shown, calculated, false, this).exec();
-    return;
-  }
   if (!HasSupplierTotals()) entered.CleanClone(calculated);
-  const bool accepted = SupplierDialog(entered, calculated, true, this).exec() == QDialog::Accepted;
+  const bool accepted = SupplierDialog(entered, calculated, this).exec() == QDialog::Accepted;
   const QString differences = SupplierDifferences(entered, calculated);
   if (!accepted || differences.isEmpty()) {
     // The same as the lines: they are followed as long as they change.
-    if (accepted) note_.clear();
+    if (accepted || stored_) note_.clear();
     if (accepted) entered.CleanClone(MakeDocDobavljaca());
   } else {
     note_.setText(QStringLiteral("Dokument dobavljača se razlikuje: %1").arg(differences));

@@ -75,6 +75,7 @@ class DocumentEditor : public QWidget, public EditingPage {
   void ShowStored(const RecordSet& stored);
   RecordSet TotalsOfLines();
   bool HasSupplierTotals() const;
+  void ShowSupplierTotals();
   void EnterSupplierTotals();
   bool AgreesWithSupplier();
 

@@ -9,22 +9,29 @@
 #include "desktop/qt_text.h"
 #include "mox/calculations/supplier_totals.h"
 #include "mox/foundation/display_format.h"
+#include "mox/foundation/error.h"
 #include "mox/foundation/locale_text.h"
 
 namespace mox {
 namespace {
 
+QString Money(Currency amount) { return ToQt(FormatFloat("#,0.00;-#,0.00", amount, CurrentLocale())); }
+
 // As it is entered: without what groups thousands.
 QString Typed(Currency amount) { return ToQt(FormatFloat("0.00;-0.00", amount, CurrentLocale())); }
 
 std::optional<Currency> ReadAmount(const QString& text) {
-  return text.trimmed().isEmpty() ? Currency() : ReadMoney(text);
+  if (text.trimmed().isEmpty()) return Currency();
+  try {
+    return ReadMoney(text);
+  } catch (const Error&) {
+    return std::nullopt;
+  }
 }
 
 }  // namespace
 
-SupplierDialog::SupplierDialog(RecordSet& entered, const RecordSet& calculated, bool editable,
-                               QWidget* parent)
+SupplierDialog::SupplierDialog(RecordSet& entered, const RecordSet& calculated, QWidget* parent)
     : QDialog(parent), entered_(entered) {
   setWindowTitle(ToQt(kDocDobavljacaTitle));
   auto* const grid = new QGridLayout(this);
@@ -41,13 +48,12 @@ SupplierDialog::SupplierDialog(RecordSet& entered, const RecordSet& calculated, 
     auto* const difference = new QLabel;
     label->setBuddy(line);
     line->setAlignment(Qt::AlignRight);
-    line->setReadOnly(!editable);
     line->setAccessibleName(ToQt(caption.caption));
     difference->setAccessibleName(QStringLiteral("Razlika, ") + ToQt(caption.caption));
     difference->setMinimumWidth(140);
     grid->addWidget(label, row, 0);
     grid->addWidget(line, row, 1);
-    grid->addWidget(new QLabel(MoneyText(counted)), row, 2, Qt::AlignRight);
+    grid->addWidget(new QLabel(Money(counted)), row, 2, Qt::AlignRight);
     grid->addWidget(difference, row, 3);
     amounts_.push_back({field, line, difference, counted});
     connect(line, &QLineEdit::textChanged, this,
@@ -60,11 +66,15 @@ SupplierDialog::SupplierDialog(RecordSet& entered, const RecordSet& calculated, 
   QPushButton* const take =
       buttons->addButton(QStringLiteral("&Preuzmi iz stavaka"), QDialogButtonBox::ActionRole);
   take->setAutoDefault(false);
-  take->setVisible(editable);
   connect(take, &QPushButton::clicked, this, [this] {
     for (const Amount& amount : amounts_) amount.line->setText(Typed(amount.calculated));
   });
   grid->addWidget(buttons, row, 0, 1, 4);
+}
+
+void SupplierDialog::SetReadOnly() {
+  for (const Amount& amount : amounts_) amount.line->setReadOnly(true);
+  for (QPushButton* const button : findChildren<QPushButton*>()) button->setVisible(button->isDefault());
 }
 
 void SupplierDialog::ShowDifference(const Amount& amount) {
@@ -72,7 +82,7 @@ void SupplierDialog::ShowDifference(const Amount& amount) {
   amount.difference->setText(!entered ? QStringLiteral("to nije iznos")
                              : *entered == amount.calculated
                                  ? QString()
-                                 : QStringLiteral("razlika ") + MoneyText(*entered - amount.calculated));
+                                 : QStringLiteral("razlika ") + Money(*entered - amount.calculated));
 }
 
 void SupplierDialog::accept() {
@@ -94,9 +104,8 @@ QString SupplierDifferences(const RecordSet& entered, const RecordSet& calculate
       return totals.RowAt(0).AsCurrency(*totals.FindFieldIndex(caption.field));
     };
     if (amount(entered) == amount(calculated)) continue;
-    differences.append(
-        QStringLiteral("%1 na dokumentu %2, iz stavaka %3")
-            .arg(ToQt(caption.caption), MoneyText(amount(entered)), MoneyText(amount(calculated))));
+    differences.append(QStringLiteral("%1 na dokumentu %2, iz stavaka %3")
+                           .arg(ToQt(caption.caption), Money(amount(entered)), Money(amount(calculated))));
   }
   return differences.join(u'\n');
 }

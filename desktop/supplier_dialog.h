@@ -15,8 +15,10 @@ namespace mox {
 class SupplierDialog : public QDialog {
  public:
   /// Records of the fields of CalcDocDobavljaca; `entered` is changed when the dialog is accepted.
-  SupplierDialog(RecordSet& entered, const RecordSet& calculated, bool editable, QWidget* parent);
+  SupplierDialog(RecordSet& entered, const RecordSet& calculated, QWidget* parent);
   void accept() override;
+  /// What is stored is only shown.
+  void SetReadOnly();
 
  private:
   struct Amount {
