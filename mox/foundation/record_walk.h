@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <utility>
 
 #include "mox/foundation/record_set.h"
 
@@ -82,11 +83,16 @@ class [[nodiscard]] SavedPosition {
   bool done_ = false;
 };
 
-/// For its own lifetime a set shows all its records, whatever its filter, and its bound controls are
-/// disabled. The position is restored afterwards.
+/// Until Restore(), at the end of the walk, a set shows all its records, whatever its filter, and its bound
+/// controls are disabled for its own lifetime. Then the filter and the position are what they were; in the
+/// destructor where an error left the walk early, which an error of the filter does not cover.
 class [[nodiscard]] WholeSetWalk {
  public:
   explicit WholeSetWalk(RecordSet& set) : controls_(set), position_(set), filter_(set) {}
+  void Restore() {
+    filter_.Restore();
+    position_.Restore();
+  }
 
  private:
   struct FilterPause {
@@ -94,12 +100,14 @@ class [[nodiscard]] WholeSetWalk {
       if (filtered) set.SetFiltered(false);
     }
     ~FilterPause() {
-      if (!filtered) return;
       try {
-        set.SetFiltered(true);
+        Restore();
       } catch (const std::exception&) {
         filtered = false;  // an error left the walk early, and it is the one to report
       }
+    }
+    void Restore() {
+      if (std::exchange(filtered, false)) set.SetFiltered(true);
     }
     FilterPause(const FilterPause&) = delete;
     FilterPause& operator=(const FilterPause&) = delete;

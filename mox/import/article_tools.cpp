@@ -27,7 +27,7 @@ void JoinFields(RecordSet& set, const std::vector<Joined>& joins) {
   for (const auto& [field, first, second] : joins) {
     columns.push_back({set.Table().IndexOf(field), set.Table().IndexOf(first), set.Table().IndexOf(second)});
   }
-  const WholeSetWalk walk(set);
+  WholeSetWalk walk(set);
   for (set.First(); !set.Eof(); set.Next()) {
     set.Edit();
     WriteAndPost(set, [&] {
@@ -36,6 +36,7 @@ void JoinFields(RecordSet& set, const std::vector<Joined>& joins) {
       }
     });
   }
+  walk.Restore();
 }
 
 using SizeColumns = std::array<std::size_t, 4>;
@@ -76,7 +77,7 @@ void TfrmImportGrid::PreracunVelicinaClick() {
   if (!source_.IsActive()) return;
   const SizeColumns asked = ColumnsOf(source_.Table(), kAsked);
   const std::size_t size_column = source_.Table().IndexOf("HR_VEL");
-  const WholeSetWalk walk(source_);
+  WholeSetWalk walk(source_);
   RecordSet articles("adsVelicine");
   for (const std::string_view column : kAnswered) articles.DefineField(column, FieldKind::kText);
   articles.Open();
@@ -88,12 +89,12 @@ void TfrmImportGrid::PreracunVelicinaClick() {
     for (std::size_t i = 0; i < asked.size(); ++i) articles.SetText(i, article.AsText(asked[i]));
     articles.Post();
   }
-  if (articles.IsEmpty()) return;
+  if (articles.IsEmpty()) return walk.Restore();
   TAstaParamList request;
   request.FastAdd("params1", Value(std::string(kSizeColumns)));
   request.FastAdd("params2", std::move(articles));
   const std::optional<RecordSet> answer = CreateDBDataSet(kSizeService, "adsList", request);
-  if (!answer || answer->IsEmpty()) return;
+  if (!answer || answer->IsEmpty()) return walk.Restore();
   sizes.clear();
   const SizeColumns answered = ColumnsOf(answer->Table(), kAnswered);
   const std::size_t answered_size = answer->Table().IndexOf("HR_Vel");
@@ -106,6 +107,7 @@ void TfrmImportGrid::PreracunVelicinaClick() {
     source_.Edit();
     WriteAndPost(source_, [&] { source_.SetText(size_column, size->second); });
   }
+  walk.Restore();
 }
 
 }  // namespace mox

@@ -115,9 +115,12 @@ bool TfrmImportGrid::ExecuteTransaction(std::string_view transaction_name,
 // False where there are no rows.
 bool TfrmImportGrid::CheckAllRows() {
   if (!source_.IsActive()) return false;
-  const WholeSetWalk walk(source_);
+  WholeSetWalk walk(source_);
   source_.First();  // posts a record that was left open, drops one that nobody touched
-  if (source_.IsEmpty()) return false;
+  if (source_.IsEmpty()) {
+    walk.Restore();
+    return false;
+  }
   target_.Clear();
   const auto count = static_cast<std::int64_t>(fields_.size());
   const StatusWindow status(status_, "Provjera podataka", count - 4);
@@ -132,6 +135,7 @@ bool TfrmImportGrid::CheckAllRows() {
     throw;
   }
   TakeFaults(check.Run([this](std::size_t) { LookAtStatus(); }));
+  walk.Restore();
   return true;
 }
 
@@ -246,8 +250,9 @@ void TfrmImportGrid::PaintFaults(const std::function<void()>& reached) {
 
 template <typename Action>
 void TfrmImportGrid::ForEachSourceRow(Action action) {
-  const WholeSetWalk walk(source_);
+  WholeSetWalk walk(source_);
   for (source_.First(); !source_.Eof(); source_.Next()) action();
+  walk.Restore();
 }
 
 void TfrmImportGrid::AddFault(std::string_view fragment) {

@@ -108,7 +108,7 @@ RecordChanges SynchroniseRecords(RecordSet& records, const RecordSet& other, Fie
   RequireKeysOnce(records, keys);
   Wanted wanted(records, other, common, keys);
 
-  const WholeSetWalk walk(records);
+  WholeSetWalk walk(records);
   const std::vector<std::size_t> key_fields = FieldIndexes(records.Table(), keys);
   RecordChanges changes;
   for (records.First(); !records.Eof();) {
@@ -125,6 +125,7 @@ RecordChanges SynchroniseRecords(RecordSet& records, const RecordSet& other, Fie
     records.AppendRecord(*values);
     ++changes.inserted;
   }
+  walk.Restore();
   return changes;
 }
 

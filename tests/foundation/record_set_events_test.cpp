@@ -268,5 +268,28 @@ TEST(SavedPositions, ComeBackOnceAlsoAfterAnError) {
   EXPECT_EQ(set.AsText(0), "c");
 }
 
+// What the filter raises when it comes back reaches who walked to the end, and covers no other error.
+TEST(WholeSetWalks, TellOfTheFilterThatCannotComeBack) {
+  RecordSet set = Letters("a b c");
+  bool fails = false;
+  set.SetOnCalcFields([&](RecordSet&) {
+    if (fails) throw Abort();
+  });
+  set.SetFilter(set.Definition(0).name + " = 'b'");
+  set.SetFiltered(true);
+  const auto walk = [&](bool is_left_early) {
+    WholeSetWalk whole(set);
+    EXPECT_EQ(set.RecordCount(), 3U);
+    set.First();
+    fails = true;
+    if (is_left_early) throw DivisionByZero();
+    whole.Restore();
+  };
+  EXPECT_THROW(walk(false), Abort);
+  EXPECT_FALSE(set.ControlsDisabled());
+  fails = false;
+  EXPECT_THROW(walk(true), DivisionByZero);
+}
+
 }  // namespace
 }  // namespace mox
