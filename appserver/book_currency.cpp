@@ -4,6 +4,7 @@
 #include "mox/codes/exchange_rates.h"
 #include "mox/documents/document_books.h"
 #include "mox/documents/document_figures.h"
+#include "mox/foundation/text.h"
 #include "mox/foundation/value_conversion.h"
 
 namespace mox {
@@ -49,16 +50,21 @@ std::string WholeEurosOfKunas(std::string_view kunas, std::string_view rate) {
 
 const std::string& IsUnchargedSql() {
   static const std::string sql = [] {
-    std::string kinds;
+    const auto listed = [](const auto& names) {
+      std::string list;
+      for (const std::string_view name : names)
+        list += (list.empty() ? "'" : ", '") + std::string(name) + "'";
+      return "(" + list + ")";
+    };
+    std::vector<std::string_view> kinds;
     for (const DocumentKind& kind : DocumentKinds()) {
-      if (IsUncharged(kind, kWithoutInputTax[0]))
-        kinds += (kinds.empty() ? "'" : ", '") + std::string(kind.name) + "'";
+      if (HasSupplierTotals(kind)) kinds.push_back(kind.name);
     }
-    std::string suppliers;
-    for (const std::string_view without_tax : kWithoutInputTax) {
-      suppliers += (suppliers.empty() ? "'" : ", '") + std::string(without_tax) + "'";
-    }
-    return "(d.vrsta IN (" + kinds + ") AND d.vrsta_dok_dob IN (" + suppliers + "))";
+    return "(d.vrsta IN " + listed(kinds) + " AND d.vrsta_dok_dob IN " +
+           listed(KindsWithoutInputTax(SupplierEdition::kDomestic)) + " AND (d.vrsta_dok_dob IN " +
+           listed(KindsWithoutInputTax(SupplierEdition::kBosnian)) +
+           " OR NOT EXISTS (SELECT 1 FROM dok_porezi b WHERE b.dok_id = d.id AND b.stopa = " +
+           ShortestNumber(kBosnianRate) + ")))";
   }();
   return sql;
 }
@@ -106,11 +112,12 @@ Currency AmountInBooks(Database& database, std::int64_t doc_id, Currency amount)
   if (document.IsEmpty()) return amount;
   const Date date = document.AsDate(0);
   if (document.AsTextView(1) == GetValutaOznakaByDate(date)) return amount;
-  const RecordSet taxes =
-      database.Query("porezi", ParseColumns("osnovica:currency,porez:currency"),
-                     "SELECT osnovica, porez FROM dok_porezi WHERE dok_id = :id ORDER BY rb", {doc_id});
+  const RecordSet taxes = database.Query(
+      "porezi", ParseColumns("osnovica:currency,porez:currency,stopa:float"),
+      "SELECT osnovica, porez, stopa FROM dok_porezi WHERE dok_id = :id ORDER BY rb", {doc_id});
   const DocumentKind* const kind = FindDocumentKind(document.AsTextView(3));
-  const bool is_uncharged = kind != nullptr && IsUncharged(*kind, document.AsTextView(4));
+  const bool is_uncharged =
+      kind != nullptr && IsUncharged(*kind, {.recap = &taxes, .supplier_document = document.AsText(4)});
   return TotalInCurrencyOfDate(amount, taxes, !is_uncharged, date, document.AsFloat(2)).total;
 }
 

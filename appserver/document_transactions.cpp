@@ -196,8 +196,8 @@ bool IsSaid(const RecordSet& header, std::string_view name) {
 void CheckQuantities(const DocumentKind& kind, const RecordSet& header, const SentRecordSets& sent) {
   if (IsSaid(header, kConfirmed)) return;
   for (const char* const name : {"Stavke", "Usluge"}) {
-    if (const auto line = FindPositiveQuantity(kind, sent.Find(name))) {
-      throw WriteRefused({"", name, *line, "kolicina",
+    if (const auto line = FindSellingLine(kind, sent.Find(name))) {
+      throw WriteRefused({"", name, line->row, std::string(line->field),
                           "is positive, and " + std::string(kind.name) +
                               " cancels; potvrdeno of Zaglavlje says that it was confirmed"});
     }
@@ -219,6 +219,20 @@ void AddRate(Database& database, const RecordSet& header, const DocumentKey& key
   } catch (const Error& error) {
     RefuseHeader(header, "tecaj", error.what());
   }
+}
+
+// A rate is of another currency than that of the books.
+void CheckRate(Database& database, const RecordSet& header, const DocumentKey& key) {
+  if (!HasValue(header, "tecaj")) return;
+  if (!HasValue(header, "valuta_id"))
+    RefuseHeader(header, "tecaj", "is sent without its currency, valuta_id");
+  const RecordSet currency =
+      database.Query("valuta", ParseColumns("oznaka"), "SELECT oznaka FROM valuta WHERE id = :id",
+                     {HeaderValue(header, "valuta_id", ToInteger)});
+  const std::string_view books = GetValutaOznakaByDate(key.datum);
+  if (currency.IsEmpty() || currency.AsTextView(0) != books) return;
+  if (HeaderValue(header, "tecaj", ToFloat) == 1) return;
+  RefuseHeader(header, "tecaj", "is sent, but the books are kept in " + std::string(books));
 }
 
 // What a customer is to pay by, banks must take.
@@ -324,6 +338,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   const auto total = CheckedTotal(kind, header, sent);
   if (total) header_rule.constants = {{"ukupno", *total}};
   AddPayment(database, kind, header, header_rule);
+  CheckRate(database, header, key);
   AddRate(database, header, key, header_rule);
   CheckReference(database, kind, header);
   const std::optional<RecordSet> supplier_totals =
@@ -372,15 +387,18 @@ void RequireCancellable(Database& database, const StoredDocument& original, cons
                    '/' + storno.AsText(3) + " (id " + storno.AsText(0) + ')');
 }
 
-// The mirror's amounts are those of the document, so they are in its currency, which has to be what amounts
-// of the storno's day are in where none is named.
-void RequireSameCurrency(const StoredDocument& original, const RecordSet& asked, Date day) {
+// A mirror cancels what the document did to its partner, its warehouse and the tax of its supplier. Its
+// amounts are those of the document, so they are in its currency, which has to be what amounts of the
+// storno's day are in where none is named.
+void RequireSameParties(const StoredDocument& original, const RecordSet& asked, Date day) {
   const RecordSet& header = original.header;
-  for (const std::string_view name : {"valuta_id", "tecaj"}) {
-    const auto given = asked.FindFieldIndex(name);
-    if (!given || asked.IsNull(*given)) continue;
+  for (const std::string_view name : {"par_id", "skl_id", "vrsta_dok_dob", "valuta_id", "tecaj"}) {
+    if (!HasValue(asked, name)) continue;
     const std::size_t field = *header.FindFieldIndex(name);
-    if (header.IsNull(field) || HeaderValue(asked, name, ToFloat) != header.AsFloat(field)) {
+    const bool is_same = header.Definition(field).kind == FieldKind::kText
+                             ? HeaderValue(asked, name, ToText) == header.AsText(field)
+                             : HeaderValue(asked, name, ToFloat) == header.AsFloat(field);
+    if (header.IsNull(field) || !is_same) {
       RefuseHeader(asked, name, "is that of the document that is cancelled");
     }
   }
@@ -450,7 +468,7 @@ std::optional<RecordSet> InsertStorno(const NamedTransaction& transaction, Datab
                      original->header.AsText(*original->header.FindFieldIndex("datum")));
   }
 
-  RequireSameCurrency(*original, asked, key.datum);
+  RequireSameParties(*original, asked, key.datum);
 
   TableRule rule = transaction.FindRule("Zaglavlje")->table;
   PayOf(database, asked, rule);

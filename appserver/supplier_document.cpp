@@ -21,17 +21,6 @@ SupplierTerms TermsOf(const CompanyData& company, const std::string& supplier_do
   return terms;
 }
 
-// Whether a receipt is of the Bosnian edition: by the fields that were sent, else by a rate that it alone
-// has.
-bool IsBosnian(const RecordSet* given, const RecordSet& lines) {
-  if (given != nullptr) return given->FindFieldIndex("roba_17").has_value();
-  constexpr double kBosnianRate = 17;
-  for (const RecordRow& line : lines.Rows()) {
-    if (line.Optional(field::tbr_stp) == kBosnianRate) return true;
-  }
-  return false;
-}
-
 }  // namespace
 
 std::optional<RecordSet> CheckedSupplierTotals(Database& database, const DocumentKind& kind,
@@ -41,7 +30,7 @@ std::optional<RecordSet> CheckedSupplierTotals(Database& database, const Documen
   const RecordSet* const lines = sent.Find("Stavke");
   if (given != nullptr) RequireOneRecord(*given);
   if (!HasSupplierTotals(kind) || lines == nullptr) return std::nullopt;
-  RecordSet totals = IsBosnian(given, *lines) ? MakeDocDobavljacaBIH() : MakeDocDobavljaca();
+  RecordSet totals = MakeDocDobavljaca();
   FillSupplierTotals(totals, *lines, TermsOf(sent.Company(), supplier_document));
   if (given == nullptr) return totals;
   const Columns columns = database.TableColumns("dok_dobavljac");

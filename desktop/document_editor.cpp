@@ -570,6 +570,14 @@ void DocumentEditor::EnterSupplierTotals() {
   const RecordSet calculated = TotalsOfLines();
   RecordSet& entered = *document_.SupplierTotals();
   if (!HasSupplierTotals()) entered.CleanClone(calculated);
+  // Lines may have come to be of the other edition since.
+  if (EditionOfTotals(entered) != EditionOfTotals(calculated)) {
+    RecordSet typed("DokDobavljaca");
+    typed.CleanClone(entered);
+    entered.CleanClone(calculated);
+    entered.Clear();
+    entered.DataTransfer(typed);
+  }
   const bool accepted = SupplierDialog(entered, calculated, this).exec() == QDialog::Accepted;
   const QString differences = SupplierDifferences(entered, calculated);
   if (!accepted || differences.isEmpty()) {

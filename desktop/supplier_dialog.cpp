@@ -29,6 +29,12 @@ std::optional<Currency> ReadAmount(const QString& text) {
   }
 }
 
+// 0 where the totals are of the edition that does not have it.
+Currency AmountOf(const RecordSet& totals, const std::string& field) {
+  const auto index = totals.FindFieldIndex(field);
+  return index ? totals.RowAt(0).AsCurrency(*index) : Currency();
+}
+
 }  // namespace
 
 SupplierDialog::SupplierDialog(RecordSet& entered, const RecordSet& calculated, QWidget* parent)
@@ -40,16 +46,16 @@ SupplierDialog::SupplierDialog(RecordSet& entered, const RecordSet& calculated, 
     grid->addWidget(new QLabel(QString::fromUtf16(heading)), 0, row++, Qt::AlignRight);
   }
   row = 1;
-  for (const DocDobavljacaCaption& caption : kDocDobavljacaCaptions) {
-    const std::size_t field = *entered.FindFieldIndex(caption.field);
-    const Currency counted = calculated.RowAt(0).AsCurrency(*calculated.FindFieldIndex(caption.field));
+  for (std::size_t field = 0; field < entered.FieldCount(); ++field) {
+    const Currency counted = AmountOf(calculated, entered.Definition(field).name);
+    const QString caption = ToQt(entered.Definition(field).display_name);
     auto* const line = new QLineEdit(Typed(entered.RowAt(0).AsCurrency(field)));
-    auto* const label = new QLabel(ToQt(caption.caption));
+    auto* const label = new QLabel(caption);
     auto* const difference = new QLabel;
     label->setBuddy(line);
     line->setAlignment(Qt::AlignRight);
-    line->setAccessibleName(ToQt(caption.caption));
-    difference->setAccessibleName(QStringLiteral("Razlika, ") + ToQt(caption.caption));
+    line->setAccessibleName(caption);
+    difference->setAccessibleName(QStringLiteral("Razlika, ") + caption);
     difference->setMinimumWidth(140);
     grid->addWidget(label, row, 0);
     grid->addWidget(line, row, 1);
@@ -99,13 +105,16 @@ void SupplierDialog::accept() {
 
 QString SupplierDifferences(const RecordSet& entered, const RecordSet& calculated) {
   QStringList differences;
-  for (const DocDobavljacaCaption& caption : kDocDobavljacaCaptions) {
-    const auto amount = [&caption](const RecordSet& totals) {
-      return totals.RowAt(0).AsCurrency(*totals.FindFieldIndex(caption.field));
-    };
-    if (amount(entered) == amount(calculated)) continue;
+  const auto compare = [&](const FieldDef& field) {
+    const Currency on_paper = AmountOf(entered, field.name);
+    const Currency of_lines = AmountOf(calculated, field.name);
+    if (on_paper == of_lines) return;
     differences.append(QStringLiteral("%1 na dokumentu %2, iz stavaka %3")
-                           .arg(ToQt(caption.caption), Money(amount(entered)), Money(amount(calculated))));
+                           .arg(ToQt(field.display_name), Money(on_paper), Money(of_lines)));
+  };
+  for (std::size_t i = 0; i < entered.FieldCount(); ++i) compare(entered.Definition(i));
+  for (std::size_t i = 0; i < calculated.FieldCount(); ++i) {
+    if (!entered.FindFieldIndex(calculated.Definition(i).name)) compare(calculated.Definition(i));
   }
   return differences.join(u'\n');
 }

@@ -14,7 +14,7 @@ namespace mox {
 /// lines come to: where they differ either was entered wrongly.
 class SupplierDialog : public QDialog {
  public:
-  /// Records of the fields of CalcDocDobavljaca; `entered` is changed when the dialog is accepted.
+  /// Records as MakeSupplierTotals makes them; `entered` is changed when the dialog is accepted.
   SupplierDialog(RecordSet& entered, const RecordSet& calculated, QWidget* parent);
   void accept() override;
   /// What is stored is only shown.

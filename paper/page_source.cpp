@@ -48,9 +48,7 @@ bool PageSource::IsPaidLater() const {
   return kind->is == DocumentClass::kProForma || figures_kind->is_paid_later;
 }
 
-bool PageSource::IsUncharged() const {
-  return mox::IsUncharged(*figures_kind, TextOf(header, "vrsta_dok_dob"));
-}
+bool PageSource::IsUncharged() const { return mox::IsUncharged(*figures_kind, Sets()); }
 
 PageSource ReadPageSource(std::int64_t id) {
   PageSource source;

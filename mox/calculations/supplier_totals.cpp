@@ -69,11 +69,13 @@ struct Terms {
 };
 
 Terms TermsOf(std::string_view doc_kind, int digits, bool costs_count) {
-  return {.costs_count = costs_count, .taxed = CarriesInputTax(doc_kind), .digits = AtLeast2(digits)};
+  return {.costs_count = costs_count,
+          .taxed = CarriesInputTax(doc_kind, SupplierEdition::kDomestic),
+          .digits = AtLeast2(digits)};
 }
 
 Terms BosnianTermsOf(std::string_view doc_kind) {
-  return {.costs_count = false, .taxed = doc_kind != "RU", .digits = 2};
+  return {.costs_count = false, .taxed = CarriesInputTax(doc_kind, SupplierEdition::kBosnian), .digits = 2};
 }
 
 // An unrounded amount of a line: a currency is taken as it is, another number with all of its decimals.
@@ -118,8 +120,12 @@ void SumLines(Totals totals, RecordSet& lines, const Terms& terms) {
   });
 }
 
-constexpr DocDobavljacaCaption kBosnianFields[] = {{"roba_0", ""}, {"roba_10", ""}, {"roba_17", ""},
-                                                   {"pdv_10", ""}, {"pdv_17", ""},  {"pov_nak", ""}};
+constexpr DocDobavljacaCaption kBosnianFields[] = {{"roba_0", "Vrijednost robe (0%):"},
+                                                   {"roba_10", "Vrijednost robe (10%):"},
+                                                   {"roba_17", "Vrijednost robe (17%):"},
+                                                   {"pdv_10", "PDV (10%):"},
+                                                   {"pdv_17", "PDV (17%):"},
+                                                   {"pov_nak", "Povratna naknada:"}};
 
 RecordSet MakeHeader(std::span<const DocDobavljacaCaption> fields) {
   RecordSet header("DokDobavljaca");
@@ -157,9 +163,23 @@ DocDobavljacaFields DocDobavljacaFieldsOf(RecordSet& header) {
   (std::make_index_sequence<std::size(kDocDobavljacaCaptions)>());
 }
 
-bool CarriesInputTax(std::string_view doc_kind) {
-  return std::find(std::begin(kWithoutInputTax), std::end(kWithoutInputTax), doc_kind) ==
-         std::end(kWithoutInputTax);
+RecordSet MakeSupplierTotals(SupplierEdition edition) {
+  return edition == SupplierEdition::kBosnian ? MakeDocDobavljacaBIH() : MakeDocDobavljaca();
+}
+
+SupplierEdition EditionOfTotals(const RecordSet& header) {
+  const bool is_bosnian = header.FindFieldIndex("roba_17") && !header.FindFieldIndex("roba_25");
+  return is_bosnian ? SupplierEdition::kBosnian : SupplierEdition::kDomestic;
+}
+
+std::span<const std::string_view> KindsWithoutInputTax(SupplierEdition edition) {
+  static constexpr std::string_view kKinds[] = {"RU", "OK"};
+  return std::span(kKinds).first(edition == SupplierEdition::kBosnian ? 1 : std::size(kKinds));
+}
+
+bool CarriesInputTax(std::string_view doc_kind, SupplierEdition edition) {
+  const auto without = KindsWithoutInputTax(edition);
+  return std::find(without.begin(), without.end(), doc_kind) == without.end();
 }
 
 void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
@@ -174,7 +194,7 @@ void CalcDocDobavljacaBIH(const DocDobavljacaBIHFields& header, RecordSet& lines
 
 void SumSupplierDocument(RecordSet& header, const RecordTable& lines, std::string_view doc_kind, int digits,
                          bool costs_count) {
-  const bool bosnian = header.FindField("roba_17").has_value();
+  const bool bosnian = EditionOfTotals(header) == SupplierEdition::kBosnian;
   const Terms terms = bosnian ? BosnianTermsOf(doc_kind) : TermsOf(doc_kind, digits, costs_count);
   const auto net_value = lines.Find(nfci.text);
   const auto costs = terms.costs_count ? lines.Find(zti.text) : std::nullopt;

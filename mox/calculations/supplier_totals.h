@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "mox/foundation/record_set.h"
@@ -17,6 +19,18 @@ namespace mox {
 //
 // Both raise FieldNotFound for a column that is needed and Overflow for sums outside the range of a currency,
 // and then leave the header in edit mode with zeros.
+
+/// Whose rates the documents have: those of the country, or those of Bosnia.
+enum class SupplierEdition : std::uint8_t { kDomestic, kBosnian };
+
+/// The rate that the Bosnian edition alone has: a receipt with a line of exactly that rate is of it.
+inline constexpr double kBosnianRate = 17;
+
+/// The kinds of suppliers' documents that carry neither input tax nor fees: "RU" and "OK", in the Bosnian
+/// edition "RU" alone.
+std::span<const std::string_view> KindsWithoutInputTax(SupplierEdition edition);
+/// Whether a supplier's document of that kind carries input tax and fees.
+bool CarriesInputTax(std::string_view doc_kind, SupplierEdition edition);
 
 /// The header's fields, in the order of the parameters. Tax at 10 % and 13 % stands before tax at 5 %.
 struct DocDobavljacaFields {
@@ -67,15 +81,10 @@ DocDobavljacaFields DocDobavljacaFieldsOf(RecordSet& header);
 
 /// Where the additional feature "PrimkaDocDobInZTI" is allowed, dependent costs, zti, count into the goods
 /// value and so into the tax base. The tax of a line is rounded to digits (at least 2), its fee to
-/// hundredths; the sums of taxes are rounded to hundredths again. Kinds "RU" and "OK" carry no input tax and
-/// no fee.
+/// hundredths; the sums of taxes are rounded to hundredths again.
 void CalcDocDobavljaca(const DocDobavljacaFields& header, RecordSet& lines, std::string_view doc_kind,
                        int digits);
 
-/// The kinds of suppliers' documents that carry neither input tax nor fees.
-inline constexpr std::string_view kWithoutInputTax[] = {"RU", "OK"};
-/// Whether a supplier's document of that kind carries input tax and fees.
-bool CarriesInputTax(std::string_view doc_kind);
 /// The additional feature by which dependent costs count.
 inline constexpr std::string_view kCostsCountFeature = "PrimkaDocDobInZTI";
 
@@ -89,13 +98,17 @@ struct DocDobavljacaBIHFields {
   Field pov_nak;
 };
 
-/// A record of these fields, named "DokDobavljaca", with zeros.
+/// As MakeDocDobavljaca, of these fields.
 RecordSet MakeDocDobavljacaBIH();
 DocDobavljacaBIHFields DocDobavljacaBIHFieldsOf(RecordSet& header);
 
-/// Dependent costs never count, taxes and fees of a line are rounded to hundredths, and only kind "RU"
-/// carries no input tax and no fee.
+/// Dependent costs never count, and taxes and fees of a line are rounded to hundredths.
 void CalcDocDobavljacaBIH(const DocDobavljacaBIHFields& header, RecordSet& lines, std::string_view doc_kind);
+
+/// Either record.
+RecordSet MakeSupplierTotals(SupplierEdition edition);
+/// Whose fields a record of totals has.
+SupplierEdition EditionOfTotals(const RecordSet& header);
 
 /// The same from the rows of the lines, of which nothing moves and nothing is fired, for a header of either
 /// edition (the Bosnian one has its own digits and costs). A column that the lines do not have is null in all

@@ -74,8 +74,9 @@ class Document {
   std::optional<Currency> ToBePaid() const { return mox::ToBePaid(*kind_, Sets()); }
 
   /// What the document of the supplier comes to, of a goods receipt with tax: one record with the fields of
-  /// CalcDocDobavljaca, as it was when the document was last stored; null for other kinds. The header's
-  /// vrsta_dok_dob says which kind of document it is.
+  /// CalcDocDobavljaca, as it was when the document was last stored; null for other kinds. Where a line has
+  /// the rate of the Bosnian edition the fields are those of CalcDocDobavljacaBIH. The header's vrsta_dok_dob
+  /// says which kind of document it is.
   RecordSet* SupplierTotals() { return supplier_totals_ ? &*supplier_totals_ : nullptr; }
   const RecordSet* SupplierTotals() const { return supplier_totals_ ? &*supplier_totals_ : nullptr; }
 

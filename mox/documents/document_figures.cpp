@@ -9,6 +9,7 @@
 #include "mox/calculations/by_rate_internal.h"
 #include "mox/calculations/supplier_totals.h"
 #include "mox/documents/column_sum_internal.h"
+#include "mox/documents/line_ties_internal.h"
 #include "mox/foundation/rounding.h"
 #include "mox/foundation/text.h"
 #include "mox/foundation/write_and_post_internal.h"
@@ -87,9 +88,19 @@ Names FiguresOfLine(const DocumentKind& kind, const Sort& sort) {
 // A unit price, and an amount that is quantity times it.
 struct Product {
   std::string_view price;
+  std::string amount;
   std::size_t price_column;
-  std::size_t amount_column;
+  std::optional<std::size_t> amount_column;
+  bool is_needed;  // as others follow from the amount
 };
+
+// Whether other amounts are sums or percentages of one.
+bool IsFollowed(const LineSchema& schema, std::string_view amount) {
+  return std::any_of(schema.sums.begin(), schema.sums.end(),
+                     [&](std::string_view sum) { return Has(SplitNames(sum), amount); }) ||
+         std::any_of(schema.percents.begin(), schema.percents.end(),
+                     [&](const PercentOf& percent) { return Has(SplitNames(percent.of), amount); });
+}
 
 // Of the prices that were entered, and of those that are calculated and paid by. What goods cost the company
 // is spread over them as finely or coarsely as it likes.
@@ -100,64 +111,22 @@ std::vector<Product> ProductsOf(const Sort& sort, FiguresOf of) {
   const auto add = [&](std::string_view price, std::string_view amount) {
     const auto price_column = sort.records->FindFieldIndex(price);
     const auto amount_column = sort.records->FindFieldIndex(amount);
-    if (!price_column || !amount_column || !Has(calculated, amount)) return;
-    products.push_back({price, *price_column, *amount_column});
+    if (!price_column || !Has(calculated, amount)) return;
+    const bool is_needed = of == FiguresOf::kNew && IsFollowed(schema, amount);
+    if (amount_column || is_needed) {
+      products.push_back({price, std::string(amount), *price_column, amount_column, is_needed});
+    }
   };
   for (const std::string_view price : SplitNames(schema.inputs)) add(price, std::string(price) + 'i');
   if (of == FiguresOf::kStored) return products;
-  for (const std::string_view price : {field::pc.text, field::mpc.text}) {
+  add(field::mpcv.text, field::mpci_v.text);
+  add(field::pc_int.text, field::pci_int.text);
+  for (const std::string_view price : {field::pc.text, field::mpc.text, field::vpc.text}) {
     if (Has(calculated, price)) add(price, std::string(price) + 'i');
   }
   if (Has(calculated, field::mpc.text) && schema.to_be_paid) add(field::mpc.text, schema.to_be_paid->text);
   return products;
 }
-
-// An amount of a line that is the sum of others.
-class LineSum {
- public:
-  LineSum(const RecordSet& records, const Names& names) {
-    if (names.empty()) return;
-    whole_ = records.FindFieldIndex(names[0]);
-    for (std::size_t i = 1; i < names.size(); ++i) {
-      const bool is_taken_off = names[i].starts_with('-');
-      const auto column = records.FindFieldIndex(names[i].substr(is_taken_off ? 1 : 0));
-      if (i == 1) first_ = column;
-      if (column) parts_.push_back({*column, is_taken_off});
-      lacks_discount_ = lacks_discount_ || (is_taken_off && !column);
-    }
-  }
-
-  // The column that is not the sum; none where it is, and where the line does not say what of.
-  std::optional<std::size_t> FindWrong(const RecordRow& line) const {
-    if (lacks_discount_ || !whole_ || line.IsNull(*whole_) || !first_ || line.IsNull(*first_))
-      return std::nullopt;
-    Currency sum;
-    for (const Part& part : parts_) {
-      sum += part.is_taken_off ? -line.AsCurrency(part.column) : line.AsCurrency(part.column);
-    }
-    const Currency whole = line.AsCurrency(*whole_);
-    return whole == sum || whole == R2(sum) ? std::nullopt : whole_;
-  }
-
-  std::string Shown(const RecordRow& line) const {
-    std::string shown;
-    for (const Part& part : parts_) {
-      if (!shown.empty()) shown += part.is_taken_off ? " less " : " and ";
-      shown += line.Definition(part.column).name + ' ' + line.AsCurrency(part.column).ToString();
-    }
-    return shown;
-  }
-
- private:
-  struct Part {
-    std::size_t column;
-    bool is_taken_off;
-  };
-  std::optional<std::size_t> whole_;
-  std::optional<std::size_t> first_;
-  std::vector<Part> parts_;
-  bool lacks_discount_ = false;  // what was taken off is somewhere else then
-};
 
 // The lines of one sort, one after the other.
 class LineChecks {
@@ -167,7 +136,8 @@ class LineChecks {
         of_(of),
         quantity_(sort.records->FindFieldIndex(field::kolicina.text)),
         products_(quantity_ ? ProductsOf(sort, of) : std::vector<Product>()),
-        sum_(*sort.records, of == FiguresOf::kNew ? SplitNames(sort.schema.sum) : Names()) {
+        ties_(of == FiguresOf::kNew ? std::optional<LineTies>(std::in_place, sort.schema, *sort.records)
+                                    : std::nullopt) {
     for (const std::string_view name : FiguresOfLine(kind, sort)) {
       figures_.emplace_back(name, sort.records->FindFieldIndex(name));
     }
@@ -186,11 +156,14 @@ class LineChecks {
     for (const RecordRow& line : sort_.records->Rows()) {
       ++row_;
       const double quantity = quantity_ ? line.AsFloat(*quantity_) : 0;
-      // Some calculators leave a line without quantity as it is.
       if (!quantity_ || quantity != 0) RequireCalculated(line);
-      if (quantity != 0) RequireProducts(line, quantity);
+      // Some calculators leave a line without quantity as it is.
+      const bool stays = sort_.schema.stays_without_quantity && quantity_ && !line.IsNull(*quantity_);
+      if (quantity_ && (quantity != 0 || !stays)) RequireProducts(line, quantity);
       if (rate_) RequireRate(line.AsFloat(*rate_));
-      if (const auto wrong = sum_.FindWrong(line)) Refuse(line, *wrong, sum_.Shown(line));
+      if (ties_) {
+        if (const auto loose = ties_->Find(line, quantity)) Refuse(line, loose->column, loose->as);
+      }
       if (is_taxed_) RequirePaid(line);
     }
   }
@@ -213,17 +186,23 @@ class LineChecks {
   // A price may be shown with fewer decimals than the amount was made of, or than it was made of itself; more
   // than that parts them only in a line that nobody calculated.
   void RequireProducts(const RecordRow& line, double quantity) const {
+    if (of_ == FiguresOf::kNew && quantity == 0 && paid_ && !line.AsCurrency(*paid_).IsZero()) {
+      Refuse(line, *paid_, "0.00, which no quantity costs");
+    }
     for (const Product& product : products_) {
-      if (line.IsNull(product.price_column) || line.IsNull(product.amount_column)) continue;
       const double price = line.AsFloat(product.price_column);
+      if (!product.amount_column || line.IsNull(*product.amount_column)) {
+        if (product.is_needed && price != 0 && quantity != 0) Refuse(product.amount, "is not calculated");
+        continue;
+      }
+      if (line.IsNull(product.price_column)) continue;
       const double product_of_both = price * quantity;
-      const double gap = std::abs(line.AsCurrency(product.amount_column).ToDouble() - product_of_both);
+      const double gap = std::abs(line.AsCurrency(*product.amount_column).ToDouble() - product_of_both);
       if (gap <= kHalfHundredth.ToDouble()) continue;
-      const double half_of_last_decimal = std::nearbyint(price * 100) / 100 == price ? 0.005 : 0.00005;
       const double explained =
-          kHalfHundredth.ToDouble() + std::abs(quantity) * half_of_last_decimal + kNudgeOfRounding;
+          kHalfHundredth.ToDouble() + std::abs(quantity) * HalfOfLastDecimal(price) + kNudgeOfRounding;
       if (gap <= explained + std::abs(product_of_both) * kErrorOfProduct) continue;
-      Refuse(line, product.amount_column,
+      Refuse(line, *product.amount_column,
              "kolicina " + ShortestNumber(quantity) + " times " + std::string(product.price) + ' ' +
                  ShortestNumber(price));
     }
@@ -264,15 +243,12 @@ class LineChecks {
     Refuse(field::tbr_stp.text, ShortestNumber(rate) + " is no rate of tax, which is 0 to 100");
   }
 
-  static constexpr double kErrorOfProduct = 1e-15;  // of factors and product together, as part of it
-  static constexpr double kNudgeOfRounding = 1e-7;
-
   const Sort& sort_;
   FiguresOf of_;
   std::size_t row_ = 0;
   std::optional<std::size_t> quantity_;
   std::vector<Product> products_;
-  LineSum sum_;
+  std::optional<LineTies> ties_;
   std::vector<std::pair<std::string_view, std::optional<std::size_t>>> figures_;
   std::optional<std::size_t> rate_;
   bool is_taxed_ = false;
@@ -414,14 +390,25 @@ void RequireRowOfRate(const RecordRow& row, const std::vector<Currency>& carried
   throw Error(of_rate + "is labelled \"" + row.AsText(*label) + '"');
 }
 
+SupplierEdition EditionOf(const DocumentSets& sets) {
+  const RecordSet* const records = sets.goods != nullptr ? sets.goods : sets.recap;
+  if (records == nullptr) return SupplierEdition::kDomestic;
+  const auto rate = records->FindFieldIndex(records == sets.goods ? field::tbr_stp.text : field::stopa.text);
+  if (!rate) return SupplierEdition::kDomestic;
+  for (const RecordRow& row : records->Rows()) {
+    if (row.AsFloat(*rate) == kBosnianRate) return SupplierEdition::kBosnian;
+  }
+  return SupplierEdition::kDomestic;
+}
+
 }  // namespace
 
 bool HasSupplierTotals(const DocumentKind& kind) {
   return kind.is == DocumentClass::kGoodsReceipt && kind.recap.Exists();
 }
 
-bool IsUncharged(const DocumentKind& kind, std::string_view supplier_document) {
-  return HasSupplierTotals(kind) && !CarriesInputTax(supplier_document);
+bool IsUncharged(const DocumentKind& kind, const DocumentSets& sets) {
+  return HasSupplierTotals(kind) && !CarriesInputTax(sets.supplier_document, EditionOf(sets));
 }
 
 bool HasFees(const LineSchema& schema) { return Has(SplitNames(schema.calculated), field::pov_naki.text); }
@@ -444,7 +431,7 @@ std::optional<Currency> ToBePaid(const DocumentKind& kind, const DocumentSets& s
     return R2(total);
   }
   if (sets.recap != nullptr) total = SumOf(*sets.recap, field::osnovica.text);
-  if (IsUncharged(kind, sets.supplier_document)) return R2(total);
+  if (IsUncharged(kind, sets)) return R2(total);
   if (sets.recap != nullptr) total += SumOf(*sets.recap, field::porez.text);
   return R2(total + Fees(kind, sets));
 }
@@ -471,6 +458,8 @@ void CheckFigures(const DocumentKind& kind, const DocumentSets& sets, FiguresOf 
 }
 
 void FillSupplierTotals(RecordSet& totals, const RecordSet& goods, const SupplierTerms& terms) {
+  const SupplierEdition edition = EditionOf({.goods = &goods});
+  if (EditionOfTotals(totals) != edition) totals.CleanClone(MakeSupplierTotals(edition));
   totals.First();
   WriteAndPost(totals, [&] {
     SumSupplierDocument(totals, goods.Table(), terms.supplier_document, terms.digits, terms.costs_count);

@@ -38,19 +38,21 @@ enum class FiguresOf : std::uint8_t { kNew, kStored };
 
 /// What every document that is stored or sent has to be. Raises Error that says what it is not: every line is
 /// calculated; an amount of a unit price is quantity times it as far as that price was not rounded, amounts
-/// are the sums that the kind says, what is to be paid for a line is its base, tax and fee, and its tax the
-/// rate of its base, which is 0 to 100, as far as the tax was rounded; a kind with tax has a recapitulation,
-/// others have none; and it has one row for each rate of the lines and no other, with the same base and tax.
-/// Only rounding line by line may part these: where taxes of lines are finer than hundredths by half a
-/// hundredth for each line (and one for the tax of the rate), and where the whole base of a rate is taxed the
-/// tax by as much, which is then that of the base to the hundredth.
+/// are the sums and the percentages that the kind says as far as these were not rounded, what is to be paid
+/// for a line is its base, tax and fee, and its tax the rate of its base, which is 0 to 100, as far as the
+/// tax was rounded; a kind with tax has a recapitulation, others have none; and it has one row for each rate
+/// of the lines and no other, with the same base and tax. Only rounding line by line may part these: where
+/// taxes of lines are finer than hundredths by half a hundredth for each line (and one for the tax of the
+/// rate), and where the whole base of a rate is taxed the tax by as much, which is then that of the base to
+/// the hundredth.
 void CheckFigures(const DocumentKind& kind, const DocumentSets& sets, FiguresOf of = FiguresOf::kNew);
 
 /// Whether documents of the kind keep what the document of their supplier comes to: goods receipts with tax.
 bool HasSupplierTotals(const DocumentKind& kind);
 /// Whether the lines of a document carry neither tax nor fees, whatever their rates: a receipt of goods from
-/// a supplier whose document charges none.
-bool IsUncharged(const DocumentKind& kind, std::string_view supplier_document);
+/// a supplier whose document charges none in the edition that the goods are of, or the recapitulation where
+/// these are not at hand.
+bool IsUncharged(const DocumentKind& kind, const DocumentSets& sets);
 
 /// How the document of a supplier is summed, see CalcDocDobavljaca.
 struct SupplierTerms {
@@ -59,8 +61,9 @@ struct SupplierTerms {
   bool costs_count = false;
 };
 
-/// Writes the record of `totals`, as MakeDocDobavljaca or MakeDocDobavljacaBIH makes it. A column that the
-/// goods do not have is null in all of them. Raises Overflow.
+/// Writes the record of `totals`, as MakeSupplierTotals makes it. Where the goods are of the other edition it
+/// is made anew with that one's fields. A column that the goods do not have is null in all of them. Raises
+/// Overflow.
 void FillSupplierTotals(RecordSet& totals, const RecordSet& goods, const SupplierTerms& terms);
 
 /// Whether a currency field of the vocabulary holds amounts, which are summed, and not unit prices.

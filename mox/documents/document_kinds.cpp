@@ -34,15 +34,66 @@ void StornoPrimke(RecordSet& lines, const DocumentDigits& digits) {
 using enum CalcFieldsReads;
 
 // What amounts of a line are the sum of.
-constexpr std::string_view kBaseOfOneDiscount = "osnovica pci -rbi1";
-constexpr std::string_view kBaseOfThreeDiscounts = "osnovica pci -rbi1 -rbi2 -rbi3";
-constexpr std::string_view kGrossLessDiscount = "ukupno mpci -rbi1";
-constexpr std::string_view kGross = "ukupno mpci";
-constexpr std::string_view kNetInvoice = "nfci fci -rbi1 -rbi2 -rbi3 pot_naki";
+using Sums = std::string_view[];
+constexpr Sums kMargin = {"marza vpci -nci"};
+constexpr Sums kBaseOfOneDiscount = {"osnovica pci -rbi1"};
+constexpr Sums kBaseOfThreeDiscounts = {"osnovica pci -rbi1 -rbi2 -rbi3"};
+constexpr Sums kBaseOfRounding = {"osnovica pci -rbi1 -rbi2 -rbi3", "rabatIznos rbi1 rbi2 rbi3"};
+constexpr Sums kGrossLessDiscount = {"ukupno mpci -rbi1"};
+constexpr Sums kMarinaSums = {"ukupno mpci -rbi1", "ukupno_v mpci_v -rbi1_v", "vpci_v ukupno_v -pdvi_v"};
+constexpr Sums kGross = {"ukupno mpci"};
+constexpr Sums kLessDiscount = {"pci mpci -popust_iznos"};
+constexpr Sums kNetInvoice = {"nfci fci -rbi1 -rbi2 -rbi3 pot_naki"};
+constexpr Sums kCancelledReceipt = {"nfci fci -rbi1 -rbi2 -rbi3 pot_naki", "nci nfci zti", "marza vpci -nci"};
+constexpr Sums kReturnSums = {"nfci fci -rbi1 -rbi2 -rbi3 pot_naki", "razlika nci -zti -nfci",
+                              "mari vpci -nci"};
+constexpr Sums kRetailReturn = {"nfci fci -rbi1 -rbi2 -rbi3 pot_naki", "razlika nci -zti -nfci",
+                                "mari mpci -pov_naki -pdvi -nci"};
+constexpr Sums kReturnOfMaterial = {"razlika nci -zti -nfci"};
+constexpr Sums kPriceChange = {"razlika nvpci -vpci"};
+constexpr Sums kUndiscounted = {"osnovica pci"};
+constexpr Sums kOwnUseSums = {"ukupno nci pdvi pov_naki"};
+
+// And what they are percentages of. Where the price to be paid is rounded, a discount takes the difference.
+using Percents = PercentOf[];
+constexpr bool kWithWhole = true;
+constexpr Percents kOneDiscount = {{"rbi1", "rbp1", "pci"}};
+constexpr Percents kThreeDiscounts = {
+    {"rbi1", "rbp1", "pci"}, {"rbi2", "rbp2", "pci -rbi1"}, {"rbi3", "rbp3", "pci -rbi1 -rbi2"}};
+constexpr Percents kThreeAndRounding = {
+    {"rbi1", "rbp1", "pci"}, {"rbi2", "rbp2", "pci -rbi1"}, {"rbi3", "rbp3", "pci -rbi1 -rbi2", "mpc"}};
+constexpr Percents kOneAndRounding = {{"rbi1", "rbp1", "pci", "mpc"}};
+constexpr Percents kDiscountOfGross = {{"rbi1", "rbp1", "mpci"}};
+constexpr Percents kMarinaPercents = {
+    {"rbi1", "rbp1", "mpci"}, {"rbi1_v", "rbp1", "mpci_v"}, {"pdvi_v", "tbr_stp", "ukupno_v -pdvi_v"}};
+constexpr Percents kRetailDiscount = {{"popust_iznos", "popust", "mpci", "pc"}};
+constexpr Percents kLabourPrice = {{"mpci", "tbr_stp", "pci", "pc", kWithWhole}};
+constexpr Percents kWholesalePrice = {{"mpci", "tbr_stp", "vpci", "vpc", kWithWhole}};
+constexpr Percents kMaterialOfOrder = {{"mpci", "tbr_stp", "vpci", "mpc", kWithWhole}};
+constexpr Percents kLabourOfOrder = {{"rbi1", "rbp1", "pci"},
+                                     {"mpci", "tbr_stp", "pci -rbi1", "mpc", kWithWhole}};
+constexpr Percents kDiscountsOfReceipt = {
+    {"rbi1", "rbp1", "fci"}, {"rbi2", "rbp2", "fci -rbi1"}, {"rbi3", "rbp3", "fci -rbi1 -rbi2"}};
+constexpr Percents kCancelledReceiptPercents = {{"rbi1", "rbp1", "fci"},
+                                                {"rbi2", "rbp2", "fci -rbi1"},
+                                                {"rbi3", "rbp3", "fci -rbi1 -rbi2"},
+                                                {"marza", "marp", "nci"}};
+constexpr Percents kReturnPercents = {{"rbi1", "rbp1", "fci"},
+                                      {"rbi2", "rbp2", "fci -rbi1"},
+                                      {"rbi3", "rbp3", "fci -rbi1 -rbi2"},
+                                      {"mari", "marp", "vpci"}};
+constexpr Percents kRetailReturnPercents = {{"rbi1", "rbp1", "fci"},
+                                            {"rbi2", "rbp2", "fci -rbi1"},
+                                            {"rbi3", "rbp3", "fci -rbi1 -rbi2"},
+                                            {"mari", "marp", "nci"},
+                                            {"mpci", "tbr_stp", "vpci", "vpc", kWithWhole},
+                                            {"pdvi", "tbr_stp", "mpci -pov_naki -pdvi"}};
 
 template <auto kCalculator>
 constexpr LineSchema StockLines() {
-  return {"kolicina nc vpc", "nci vpci marza", Plain<kCalculator>, kItsInputs};
+  LineSchema schema = {"kolicina nc vpc", "nci vpci marza", Plain<kCalculator>, kItsInputs};
+  schema.sums = kMargin;
+  return schema;
 }
 
 template <auto kCalculator>
@@ -54,7 +105,8 @@ constexpr LineSchema NetGoods() {
           field::ukupno,
           "osnovica",
           "pdvi",
-          kBaseOfThreeDiscounts};
+          kBaseOfThreeDiscounts,
+          kThreeDiscounts};
 }
 
 template <auto kCalculator>
@@ -66,7 +118,8 @@ constexpr LineSchema NetServices() {
           field::ukupno,
           "osnovica",
           "pdvi",
-          kBaseOfThreeDiscounts};
+          kBaseOfThreeDiscounts,
+          kThreeDiscounts};
 }
 
 template <auto kCalculator>
@@ -78,7 +131,8 @@ constexpr LineSchema ServicesWithOneDiscount() {
           field::ukupno,
           "osnovica",
           "pdvi",
-          kBaseOfOneDiscount};
+          kBaseOfOneDiscount,
+          kOneDiscount};
 }
 
 template <auto kCalculator>
@@ -90,7 +144,8 @@ constexpr LineSchema ServiceJob() {
           field::ukupno,
           "osnovica",
           "pdvi",
-          kBaseOfOneDiscount};
+          kBaseOfOneDiscount,
+          kOneDiscount};
 }
 
 constexpr LineSchema kNone{};
@@ -128,6 +183,7 @@ constexpr StockDirection kIn = StockDirection::kIn;
 constexpr StockDirection kOut = StockDirection::kOut;
 constexpr bool kPaidLater = true;
 constexpr bool kOwnUse = true;
+constexpr bool kStaysWithoutQuantity = true;
 
 // A storno moves stock as the documents that it cancels do: its quantities are negative.
 constexpr auto kKinds = std::to_array<DocumentKind>({
@@ -142,10 +198,10 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
       "pci rbi1 rbi2 rbi3 rabatIznos pov_naki mpc mpci osnovica pdvi ukupno",
       // The decimals of the selling price are asked anew for each line.
       Vat<GotovinskiRacunStavkeCalcFields>, kItsInputsAndSettings, field::ukupno, "osnovica", "pdvi",
-      kBaseOfThreeDiscounts},
+      kBaseOfRounding, kThreeAndRounding, 1, std::nullopt, kStaysWithoutQuantity},
      {"kolicina pc rbp1 rbp2 rbp3 tbr_stp", "pci rbi1 rbi2 rbi3 rabatIznos mpc mpci osnovica pdvi ukupno",
-      Vat<GotovinskiRacunUslugeCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi",
-      kBaseOfThreeDiscounts},
+      Vat<GotovinskiRacunUslugeCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi", kBaseOfRounding,
+      kThreeAndRounding, 1, std::nullopt, kStaysWithoutQuantity},
      kTotalsOfBoth,
      "storno-gotovinski-racun"},
     {"storno-gotovinski-racun",
@@ -156,7 +212,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kOut,
      {"kolicina pc rbp1 rbp2 rbp3 tbr_stp", "pci rbi1 rbi2 rbi3 rabatIznos mpc osnovica pdvi ukupno",
       Vat<StornoGotovinskiRacunStavkeCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi",
-      kBaseOfThreeDiscounts},
+      kBaseOfRounding, kThreeAndRounding},
      kNone,
      kTotals,
      "",
@@ -187,7 +243,8 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kStays,
      kNone,
      {"kolicina pc mpc rbp1 tbr_stp", "pci mpci rbi1 vpc vpci pdvi ukupno",
-      Vat<GotovinskiRacunUslugaCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi", kGrossLessDiscount},
+      Vat<GotovinskiRacunUslugaCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi", kGrossLessDiscount,
+      kDiscountOfGross},
      kTotals},
     {"gotovinski-racun-usluga-marina",
      "got-rac-marina",
@@ -198,8 +255,8 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kNone,
      {"kolicina pc mpc mpcv rbp1 tbr_stp",
       "pci mpci rbi1 vpc vpci pdvi ukupno mpci_v rbi1_v vpci_v pdvi_v ukupno_v",
-      Vat<GotovinskiRacunUslugaMarinaCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi",
-      kGrossLessDiscount},
+      Vat<GotovinskiRacunUslugaMarinaCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi", kMarinaSums,
+      kMarinaPercents},
      kTotals},
     {"gotovinski-racun-servis",
      "got-rac-servis",
@@ -210,9 +267,9 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      // The base of material is taken with the tax that the line had before.
      {"kolicina pc vpc rbp1 tbr_stp", "pci vpci rbi1 mpc mpci osnovica pdvi ukupno",
       Vat<GotovinskiRacunServisMaterijalCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi",
-      kBaseOfOneDiscount, 2},
+      kBaseOfOneDiscount, kOneAndRounding, 2},
      {"kolicina mpc vpc tbr_stp", "pc pci vpci mpci pdvi ukupno", Vat<GotovinskiRacunServisUslugeCalcFields>,
-      kItsInputs, field::ukupno, "", "pdvi", kGross},
+      kItsInputs, field::ukupno, "", "pdvi", kGross, kLabourPrice},
      kTotalsOfBoth},
     {"mal-gotovinski-racun",
      "mal-got-racun",
@@ -221,9 +278,9 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kInvoice,
      kOut,
      {"kolicina mpc popust tbr_stp pov_nak", "pov_naki mpci pc popust_iznos pdvi pci",
-      Vat<MalGotovinskiRacunCalcFields>, kItsInputs, field::pci, "", "pdvi", "pci mpci -popust_iznos"},
+      Vat<MalGotovinskiRacunCalcFields>, kItsInputs, field::pci, "", "pdvi", kLessDiscount, kRetailDiscount},
      {"kolicina mpc pc tbr_stp", "vpc vpci pci mpci pdvi ukupno", Vat<MalGotovinskiRacunCalcUsluge>,
-      kItsInputs, field::ukupno, "", "pdvi", kGross},
+      kItsInputs, field::ukupno, "", "pdvi", kGross, kWholesalePrice},
      {"FillPDVData", ByRate<FillPDVData>, {field::pci, field::tbr_stp}, kUkupno}},
 
     // Work orders are priced gross, without fees; the daily cash report has bases.
@@ -233,10 +290,24 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      "work order: material, labour",
      kOrder,
      kStays,
-     {"kolicina vpc tbr_stp", "vpci mpc mpci pdvi", Vat<RadniNalogStavkeCalcFields>, kItsInputs, field::mpci,
-      "", "pdvi"},
-     {"kolicina pc rbp1 pc_int normativ tbr_stp", "pci rbi1 pci_int normativ_izn mpc mpci pdvi",
-      Vat<RadniNalogUslugeCalcFields>, kItsInputs, field::mpci, "", "pdvi"},
+     {"kolicina vpc tbr_stp",
+      "vpci mpc mpci pdvi",
+      Vat<RadniNalogStavkeCalcFields>,
+      kItsInputs,
+      field::mpci,
+      "",
+      "pdvi",
+      {},
+      kMaterialOfOrder},
+     {"kolicina pc rbp1 pc_int normativ tbr_stp",
+      "pci rbi1 pci_int normativ_izn mpc mpci pdvi",
+      Vat<RadniNalogUslugeCalcFields>,
+      kItsInputs,
+      field::mpci,
+      "",
+      "pdvi",
+      {},
+      kLabourOfOrder},
      {"FillPDVDataPPOM", ByRate<FillPDVDataPPOM>, kMpci, kMpci}},
     {"mal-dnevni-izv-blag",
      "mal-dnevni-izv",
@@ -261,7 +332,8 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kGoodsReceipt,
      kIn,
      {"kolicina fc rbp1 rbp2 rbp3 pov_nak pot_nak tbr_stp", "fci rbi1 rbi2 rbi3 pov_naki pot_naki nfci",
-      Plain<PrimkaKalkulacija01CalcFields>, kItsInputs, std::nullopt, "nfci", "", kNetInvoice},
+      Plain<PrimkaKalkulacija01CalcFields>, kItsInputs, std::nullopt, "nfci", "", kNetInvoice,
+      kDiscountsOfReceipt},
      kNone,
      kNetReceipt,
      "storno-primke-kalkulacije"},
@@ -272,7 +344,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kGoodsReceipt,
      kIn,
      {"kolicina fc rbp1 rbp2 rbp3 pot_naki zti vpc tbr_stp", "fci rbi1 rbi2 rbi3 nfci nci nc vpci marza marp",
-      StornoPrimke, kItsInputs, std::nullopt, "nfci", "", kNetInvoice},
+      StornoPrimke, kItsInputs, std::nullopt, "nfci", "", kCancelledReceipt, kCancelledReceiptPercents},
      kNone,
      kNetReceipt,
      "",
@@ -291,7 +363,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kStock,
      kOut,
      {"kolicina nc vpc pov_nak tbr_stp", "nci vpci marza pov_naki pdvi ukupno",
-      Vat<RazduzenjeManjakStavkeCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi"},
+      Vat<RazduzenjeManjakStavkeCalcFields>, kItsInputs, field::ukupno, "vpci", "pdvi", kMargin},
      kNone,
      kTotals},
     {"meduskladisnica-ulaz", "meduskl-ulaz", "Međuskladišnica, ulaz",
@@ -308,7 +380,8 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      "price change",
      kStock,
      kStays,
-     {"kolicina vpc nvpc", "vpci nvpci razlika", Plain<IzmjenaCijenaStavkeCalcFields>, kItsInputs},
+     {"kolicina vpc nvpc", "vpci nvpci razlika", Plain<IzmjenaCijenaStavkeCalcFields>, kItsInputs,
+      std::nullopt, "", "", kPriceChange},
      kNone,
      kNoTax},
 
@@ -321,7 +394,8 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kOut,
      {"kolicina nc fc rbp1 rbp2 rbp3 vpc zti pov_nak pot_nak tbr_stp",
       "nci fci rbi1 rbi2 rbi3 pov_naki pot_naki nfci vpci razlika mari marp pdvi ukupno",
-      Vat<PovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::ukupno, "nfci", "pdvi", kNetInvoice},
+      Vat<PovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::ukupno, "nfci", "pdvi", kReturnSums,
+      kReturnPercents},
      kNone,
      kNetReturn},
     {"mal-povratnica-dobavljacu",
@@ -333,7 +407,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      {"kolicina nc fc rbp1 rbp2 rbp3 mpc zti pov_nak pot_nak tbr_stp",
       "nci fci rbi1 rbi2 rbi3 pov_naki pot_naki nfci razlika vpc vpci mpci pdvi mari marp pdvi_dob uk_dob",
       Vat<MalPovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::uk_dob, "nfci", "pdvi_dob",
-      kNetInvoice},
+      kRetailReturn, kRetailReturnPercents},
      kNone,
      {"FillPDVDataPovDob", ReturnToSupplier, kNfci, std::nullopt, true, 2}},  // as pdvi_dob always has two
     {"mat-povratnica-dobavljacu",
@@ -345,8 +419,8 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      {"kolicina nc fc rbp1 rbp2 rbp3 zti pov_nak pot_nak tbr_stp",
       "nci fci rbi1 rbi2 rbi3 pov_naki pot_naki nfci razlika pdvi ukupno",
       // The net amount takes the fee of an earlier pass.
-      Vat<MatPovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::ukupno, "nfci", "pdvi", "", 1,
-      field::pot_naki},
+      Vat<MatPovratnicaDobavljacuStavkeCalcFields>, kItsInputs, field::ukupno, "nfci", "pdvi",
+      kReturnOfMaterial, kDiscountsOfReceipt, 1, field::pot_naki},
      kNone,
      kNetReturn},
     {"povratnica-kupca",
@@ -356,7 +430,7 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      kReturn,
      kIn,
      {"kolicina vpc pc tbr_stp", "vpci pci osnovica pdvi ukupno", Vat<PovratnicaKupcaStavkeCalcFields>,
-      kItsInputs, field::ukupno, "osnovica", "pdvi", "osnovica pci"},
+      kItsInputs, field::ukupno, "osnovica", "pdvi", kUndiscounted},
      kNone,
      kTotals},
     {"racun-vlastite-potrebe",
@@ -365,9 +439,18 @@ constexpr auto kKinds = std::to_array<DocumentKind>({
      "invoice for the company's own use",
      kInvoice,
      kOut,
-     {"kolicina nc pov_nak tbr_stp", "nci pov_naki osnovica pdvi ukupno",
-      Vat<RacunVlastitePotrebeStavkeCalcFields>, kItsInputs, field::ukupno, "osnovica", "pdvi",
-      "ukupno nci pdvi pov_naki"},
+     {"kolicina nc pov_nak tbr_stp",
+      "nci pov_naki osnovica pdvi ukupno",
+      Vat<RacunVlastitePotrebeStavkeCalcFields>,
+      kItsInputs,
+      field::ukupno,
+      "osnovica",
+      "pdvi",
+      kOwnUseSums,
+      {},
+      1,
+      std::nullopt,
+      kStaysWithoutQuantity},
      kNone,
      kTotals,
      "",

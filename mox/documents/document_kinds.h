@@ -35,6 +35,18 @@ enum class DocumentClass : std::uint8_t {
 /// In which direction the lines of goods move stock when their quantities are positive.
 enum class StockDirection : std::uint8_t { kNone, kIn, kOut };
 
+/// An amount of a line that is a percentage of others, rounded to hundredths.
+struct PercentOf {
+  std::string_view amount;
+  std::string_view percent;
+  /// What it is of: amounts that are added up, what is taken off has a minus. Where the amount itself is
+  /// among them it is contained in the others.
+  std::string_view of;
+  /// The calculated unit price through whose rounding the amount went; empty where through none.
+  std::string_view price = {};
+  bool is_with_whole = false;  ///< the amount is the whole and the percentage of it
+};
+
 /// How the lines of goods, or those of services, of one kind of document are calculated. Lists of names are
 /// separated by blanks.
 struct LineSchema {
@@ -48,14 +60,17 @@ struct LineSchema {
   /// The taxable base; empty where it is what is recapitulated, less fee and tax. Several fields are added.
   std::string_view base = {};
   std::string_view tax = {};  ///< empty where the lines have none
-  /// An amount of the line and what it is the sum of, to the hundredth where that is finer; what is taken off
-  /// has a minus. Empty where no two amounts are tied so.
-  std::string_view sum = {};
+  /// Amounts of the line and what each is the sum of, to the hundredth where that is finer; what is taken off
+  /// has a minus.
+  std::span<const std::string_view> sums = {};
+  std::span<const PercentOf> percents = {};
   /// How often a line is calculated at a time: twice where the calculator reads what it stored before.
   int passes = 1;
   /// What the calculator takes as an earlier pass left it, for good or ill. A line that is entered has no
   /// earlier pass: however often it is calculated, it begins with 0 there.
   std::optional<CurrencyName> of_earlier_pass = std::nullopt;
+  /// Its calculator leaves a line with quantity 0 as it is.
+  bool stays_without_quantity = false;
 
   bool Exists() const { return calculate != nullptr; }
 };

@@ -68,19 +68,22 @@ bool StoreStorno(std::int64_t doc_id) {
   return StoreStorno(header);
 }
 
-std::optional<std::size_t> FindPositiveQuantity(const DocumentKind& kind, const RecordSet* lines) {
+std::optional<SellingLine> FindSellingLine(const DocumentKind& kind, const RecordSet* lines) {
   if (!kind.is_storno || lines == nullptr) return std::nullopt;
   const auto quantity = lines->FindFieldIndex(field::kolicina.text);
-  for (std::size_t row = 0; quantity && row < lines->RowCount(); ++row) {
-    if (lines->RowAt(row).AsFloat(*quantity) > 0) return row + 1;
+  const std::string_view costs = kind.goods.to_be_paid ? kind.goods.to_be_paid->text : kind.goods.base;
+  const auto cost = lines->FindFieldIndex(costs);
+  for (std::size_t row = 0; row < lines->RowCount(); ++row) {
+    const RecordRow line = lines->RowAt(row);
+    if (quantity && line.AsFloat(*quantity) > 0) return SellingLine{row + 1, field::kolicina.text};
+    if (cost && line.AsCurrency(*cost) > Currency()) return SellingLine{row + 1, costs};
   }
   return std::nullopt;
 }
 
 bool ConfirmQuantities(Document& document) {
   const DocumentKind& kind = document.Kind();
-  const bool asks =
-      FindPositiveQuantity(kind, document.Goods()) || FindPositiveQuantity(kind, document.Services());
+  const bool asks = FindSellingLine(kind, document.Goods()) || FindSellingLine(kind, document.Services());
   if (!asks || document.Header().FieldByName(kConfirmed).AsBoolean()) return true;
   if (App().Dialogs().ShowVelorDialog(
           TVCustomDialogType::kConfirmation, "Upozorenje", "Mogući krivi unos podataka!",

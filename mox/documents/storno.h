@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 
 #include "mox/documents/document.h"
 
@@ -27,9 +28,15 @@ bool StoreStorno(RecordSet& header);
 /// The same with nothing to say about it.
 bool StoreStorno(std::int64_t doc_id);
 
-/// The line, counted from 1, that would be a second sale: lines of a kind that cancels others, entered by
-/// hand, have negative quantities. None where all have, where there are no lines, and for other kinds.
-std::optional<std::size_t> FindPositiveQuantity(const DocumentKind& kind, const RecordSet* lines);
+/// A line, counted from 1, and what of it is above 0.
+struct SellingLine {
+  std::size_t row;
+  std::string_view field;
+};
+
+/// The line that would be a second sale: lines of a kind that cancels others, entered by hand, have negative
+/// quantities and cost less than nothing. None where all do, where there are no lines, and for other kinds.
+std::optional<SellingLine> FindSellingLine(const DocumentKind& kind, const RecordSet* lines);
 
 /// Whether a document may be stored. A positive quantity in a kind that cancels others is asked about (dialog
 /// kind 1); a yes is noted in the header, potvrdeno, which the server wants to see, and nobody asks again.

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "mox/calculations/supplier_totals.h"
 #include "mox/documents/article_lines.h"
 #include "mox/foundation/app.h"
 #include "mox/foundation/text.h"
@@ -173,6 +174,14 @@ void Refill(RecordSet* set, const std::string& text) {
   set->DataTransfer(saved);
 }
 
+// In the edition in which they were saved.
+void RefillTotals(RecordSet* totals, const std::string& text) {
+  RecordSet saved;
+  saved.LoadFromString(text);
+  if (totals != nullptr) totals->CleanClone(MakeSupplierTotals(EditionOfTotals(saved)));
+  Refill(totals, text);
+}
+
 }  // namespace
 
 std::string DraftOf(const Document& document) {
@@ -203,7 +212,7 @@ Document FromDraft(std::string_view text) {
     if (name == "zaglavlje") Refill(&document.Header(), row.AsText(*value));
     if (name == "stavke") Refill(document.Goods(), row.AsText(*value));
     if (name == "usluge") Refill(document.Services(), row.AsText(*value));
-    if (name == "dobavljac") Refill(document.SupplierTotals(), row.AsText(*value));
+    if (name == "dobavljac") RefillTotals(document.SupplierTotals(), row.AsText(*value));
   }
   document.Header().First();
   return document;

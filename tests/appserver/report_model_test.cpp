@@ -87,7 +87,7 @@ class ReportModel : public ScratchDatabase {
       for (const std::string_view name : SplitNames(schema.inputs)) {
         const double value =
             name == "kolicina"  ? 0.001 * static_cast<double>(Random(1, 9000))
-            : name == "tbr_stp" ? std::array{25, 13, 5, 0}[static_cast<std::size_t>(Random(0, 3))]
+            : name == "tbr_stp" ? std::array{25, 13, 5, 0, 17}[static_cast<std::size_t>(Random(0, 4))]
             : name.starts_with("rbp") || name == "popust" ? static_cast<double>(Random(0, 20))
                                                           : 0.01 * static_cast<double>(Random(1, 20000));
         lines.FieldByName(name).SetFloat(value);
@@ -117,12 +117,14 @@ class ReportModel : public ScratchDatabase {
                   .date = Date{first_.days + static_cast<std::int32_t>(Random(0, 9))}};
     stored.partner = Random(0, 2);
     stored.warehouse = Random(1, 2);
-    stored.charges_tax = kind.name != "primka-kalkulacija" || Random(0, 2) != 0;
+    const std::string supplier = kind.name == "primka-kalkulacija"
+                                     ? std::array{"UR", "RU", "OK"}[static_cast<std::size_t>(Random(0, 2))]
+                                     : "";
     document.SetHeader("datum", stored.date);
     document.SetHeader("skl_id", stored.warehouse);
     document.SetHeader("lagernegative", true);
     if (stored.partner != 0) document.SetHeader("par_id", stored.partner);
-    if (!stored.charges_tax) document.SetHeader("vrsta_dok_dob", std::string("RU"));
+    if (!supplier.empty()) document.SetHeader("vrsta_dok_dob", supplier);
     if (document.Goods() != nullptr) FillLines(*document.Goods(), kind.goods, true);
     if (document.Services() != nullptr) FillLines(*document.Services(), kind.services, false);
     ASSERT_TRUE(document.Store()) << kind.name << ": " << server_.WriteRefusal();
@@ -137,6 +139,7 @@ class ReportModel : public ScratchDatabase {
         tax[1] += row.AsCurrency(*recap->FindFieldIndex("porez"));
       }
     }
+    stored.charges_tax = supplier != "RU" && (supplier != "OK" || stored.taxes.contains(17));
     stored_.push_back(std::move(stored));
   }
 

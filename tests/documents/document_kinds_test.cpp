@@ -380,6 +380,54 @@ TEST_F(DocumentKindsTest, RefuseLinesAndTaxThatTheyDoNotHave) {
                "! pocetno-stanje has no tax, but a recapitulation");
 }
 
+// A receipt with a line at exactly 17 % is of the Bosnian edition, in which only "RU" charges neither tax nor
+// fees; its totals follow its lines.
+TEST_F(DocumentKindsTest, TellTheEditionOfAReceiptByItsLines) {
+  struct Case {
+    double rate;
+    const char* supplier;
+    const char* totals;
+    const char* to_be_paid;
+  };
+  const Case cases[] = {{17, "UR", "roba_0=10.00 roba_17=20.00 pdv_17=3.40 pov_nak=1.00", "34.40"},
+                        {17, "OK", "roba_0=10.00 roba_17=20.00 pdv_17=3.40 pov_nak=1.00", "34.40"},
+                        {17, "RU", "roba_0=10.00 roba_17=20.00", "30.00"},
+                        {17.5, "UR", "roba_0=30.00 pov_nak=1.00", "34.50"},
+                        {25, "UR", "roba_0=10.00 roba_25=20.00 pdv_25=5.00 pov_nak=1.00", "36.00"},
+                        {25, "OK", "roba_0=10.00 roba_25=20.00", "30.00"}};
+  Document document("primka-kalkulacija");
+  RecordSet& lines = *document.Goods();
+  for (const double price : {10.0, 20.0}) {
+    lines.Append();
+    lines.FieldByName("kolicina").SetFloat(1);
+    lines.FieldByName("fc").SetFloat(price);
+    lines.FieldByName("pov_nak").SetFloat(0.5);
+    lines.Post();
+  }
+  for (const auto& [rate, supplier, expected, to_be_paid] : cases) {
+    SCOPED_TRACE(std::string(supplier) + " " + std::to_string(rate));
+    document.SetHeader("vrsta_dok_dob", supplier);
+    lines.Last();
+    lines.Edit();
+    lines.FieldByName("tbr_stp").SetFloat(rate);
+    lines.Post();
+    document.StoreRequest();
+    const RecordSet& totals = *document.SupplierTotals();
+    std::string written;
+    for (std::size_t i = 0; i < totals.FieldCount(); ++i) {
+      if (totals.RowAt(0).AsCurrency(i).IsZero()) continue;
+      written += (written.empty() ? "" : " ") + totals.Definition(i).name + '=' +
+                 totals.RowAt(0).AsCurrency(i).ToString();
+    }
+    EXPECT_EQ(written, expected);
+    EXPECT_EQ(document.ToBePaid()->ToString(), to_be_paid);
+    // of its tax by rate alone it is told as well
+    const std::string code = supplier;
+    EXPECT_EQ(IsUncharged(document.Kind(), {.recap = document.Recapitulation(), .supplier_document = code}),
+              IsUncharged(document.Kind(), {.goods = &lines, .supplier_document = code}));
+  }
+}
+
 // Codes are found, and so are names that were cut to a code's length, unless several kinds begin so.
 TEST_F(DocumentKindsTest, AreFoundByTheirCodes) {
   const auto name_of = [](std::string_view tip) {

@@ -101,7 +101,7 @@ TEST_F(StornoTest, AsksBeforeItSellsAgain) {
   EXPECT_TRUE(ConfirmQuantities(document));
   EnterLine(*document.Goods(), {{"kolicina", 1}, {"pc", 10}});
   EXPECT_FALSE(document.Store());
-  EXPECT_EQ(FindPositiveQuantity(document.Kind(), document.Goods()), 2U);
+  EXPECT_EQ(FindSellingLine(document.Kind(), document.Goods())->row, 2U);
   ASSERT_EQ(host.log.size(), 1U);
   EXPECT_EQ(host.log.front(),
             "dialog 1 | Upozorenje | Mogući krivi unos podataka! | Količine storna moraju biti negativne! "
@@ -110,6 +110,11 @@ TEST_F(StornoTest, AsksBeforeItSellsAgain) {
   EXPECT_TRUE(ConfirmQuantities(document));
   EXPECT_EQ(host.log.size(), 2U);
   EXPECT_TRUE(document.Header().FieldByName("potvrdeno").AsBoolean());
+  for (const char* const kind : {"storno-gotovinski-racun", "storno-primke-kalkulacije"}) {
+    Document sale(kind);  // by a price below 0
+    EnterLine(*sale.Goods(), {{"kolicina", -1}, {sale.Goods()->FindField("pc") ? "pc" : "fc", -10}});
+    EXPECT_EQ(FindSellingLine(sale.Kind(), sale.Goods())->row, 1U) << kind;
+  }
   EXPECT_FALSE(MakeStornoHeader(5).FieldByName("datum").IsNull());
   document.SetHeader("par_id", 7);
   EXPECT_TRUE(document.ConfirmCredit()) << "nothing is known of a limit";
@@ -121,7 +126,7 @@ TEST_F(StornoTest, LeavesWhatHasNoSign) {
   RecordSet lines =
       OneRecord("", "kolicina:float,mpci:currency,mpc:currency", {0.0, Value(), Currency::Parse("2.50")});
   lines.AppendRecord({0.123456, Currency::Parse("900000000000000.0001"), Value()});
-  EXPECT_EQ(FindPositiveQuantity(DocumentKindByName("storno-gotovinski-racun"), &lines), 2U);
+  EXPECT_EQ(FindSellingLine(DocumentKindByName("storno-gotovinski-racun"), &lines)->row, 2U);
   const RecordSet mirror = MirrorOf(lines);
   EXPECT_FALSE(std::signbit(mirror.RowAt(0).AsFloat(0)));
   EXPECT_TRUE(mirror.RowAt(0).IsNull(1));

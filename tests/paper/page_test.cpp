@@ -134,7 +134,7 @@ TEST_F(PageTest, ConvertsAsTheBooksDo) {
     for (const double rate : {1.0659, 0.88, 140.66, 7.5345}) {
       const std::int64_t id = Store(kind, 7);
       const bool is_in_kunas = rate == 7.5345;
-      const bool is_uncharged = IsUncharged(kind, "RU");
+      const bool is_uncharged = IsUncharged(kind, {.supplier_document = "RU"});
       database.Execute(
           "UPDATE dok SET tecaj = :tecaj, valuta_id = (SELECT id FROM valuta WHERE oznaka = :valuta) "
           "WHERE id = :id",
