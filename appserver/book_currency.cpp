@@ -61,10 +61,10 @@ const std::string& IsUnchargedSql() {
       if (HasSupplierTotals(kind)) kinds.push_back(kind.name);
     }
     return "(d.vrsta IN " + listed(kinds) + " AND d.vrsta_dok_dob IN " +
-           listed(KindsWithoutInputTax(SupplierEdition::kDomestic)) + " AND (d.vrsta_dok_dob IN " +
-           listed(KindsWithoutInputTax(SupplierEdition::kBosnian)) +
-           " OR NOT EXISTS (SELECT 1 FROM dok_porezi b WHERE b.dok_id = d.id AND b.stopa = " +
-           ShortestNumber(kBosnianRate) + ")))";
+           listed(KindsWithoutInputTax(SupplierEdition::kDomestic)) +
+           " AND d.id NOT IN (SELECT b.dok_id FROM dok_porezi b WHERE b.dok_id = d.id AND b.stopa = " +
+           ShortestNumber(kBosnianRate) + " AND d.vrsta_dok_dob NOT IN " +
+           listed(KindsWithoutInputTax(SupplierEdition::kBosnian)) + "))";
   }();
   return sql;
 }
@@ -92,11 +92,12 @@ std::string WholeTotalInBooks(bool last_in_euros) {
     return "CASE WHEN " + IsUnchargedSql() + " THEN 0 ELSE " + tax + " END";
   };
   const std::string rest = "(" + Whole("d.ukupno") + " - " +
-                           of_taxes(Whole("p.osnovica") + " + " + charged(Whole("p.porez"))) + ") / 10000.0";
+                           of_taxes(Whole("p.osnovica")) + " - " + charged(of_taxes(Whole("p.porez"))) +
+                           ") / 10000.0";
   const std::string is_converted = IsForeign() + (last_in_euros ? " OR " + InKunas() : std::string());
   return "CASE WHEN " + is_converted + " THEN " +
-         of_taxes(WholeInBooks("p.osnovica", last_in_euros) + " + " +
-                  charged(WholeInBooks("p.porez", last_in_euros))) +
+         of_taxes(WholeInBooks("p.osnovica", last_in_euros)) + " + " +
+         charged(of_taxes(WholeInBooks("p.porez", last_in_euros))) +
          " + " + WholeInBooks(rest, last_in_euros) + " ELSE " + Whole("d.ukupno") + " END";
 }
 
