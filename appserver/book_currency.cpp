@@ -91,14 +91,12 @@ std::string WholeTotalInBooks(bool last_in_euros) {
   const auto charged = [](const std::string& tax) {
     return "CASE WHEN " + IsUnchargedSql() + " THEN 0 ELSE " + tax + " END";
   };
-  const std::string rest = "(" + Whole("d.ukupno") + " - " +
-                           of_taxes(Whole("p.osnovica")) + " - " + charged(of_taxes(Whole("p.porez"))) +
-                           ") / 10000.0";
+  const std::string rest = "(" + Whole("d.ukupno") + " - " + of_taxes(Whole("p.osnovica")) + " - " +
+                           charged(of_taxes(Whole("p.porez"))) + ") / 10000.0";
   const std::string is_converted = IsForeign() + (last_in_euros ? " OR " + InKunas() : std::string());
-  return "CASE WHEN " + is_converted + " THEN " +
-         of_taxes(WholeInBooks("p.osnovica", last_in_euros)) + " + " +
-         charged(of_taxes(WholeInBooks("p.porez", last_in_euros))) +
-         " + " + WholeInBooks(rest, last_in_euros) + " ELSE " + Whole("d.ukupno") + " END";
+  return "CASE WHEN " + is_converted + " THEN " + of_taxes(WholeInBooks("p.osnovica", last_in_euros)) +
+         " + " + charged(of_taxes(WholeInBooks("p.porez", last_in_euros))) + " + " +
+         WholeInBooks(rest, last_in_euros) + " ELSE " + Whole("d.ukupno") + " END";
 }
 
 bool HasBothCurrencies(Date first, Date last) { return first < FirstDayOfEuro() && last >= FirstDayOfEuro(); }

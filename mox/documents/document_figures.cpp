@@ -186,7 +186,11 @@ class LineChecks {
   // A price may be shown with fewer decimals than the amount was made of, or than it was made of itself; more
   // than that parts them only in a line that nobody calculated.
   void RequireProducts(const RecordRow& line, double quantity) const {
-    if (of_ == FiguresOf::kNew && quantity == 0 && paid_ && !line.AsCurrency(*paid_).IsZero()) {
+    const auto has_price = [&line](const Product& product) {
+      return line.AsFloat(product.price_column) != 0;
+    };
+    if (of_ == FiguresOf::kNew && quantity == 0 && paid_ && !line.AsCurrency(*paid_).IsZero() &&
+        (!line.IsNull(*quantity_) || std::any_of(products_.begin(), products_.end(), has_price))) {
       Refuse(line, *paid_, "0.00, which no quantity costs");
     }
     for (const Product& product : products_) {

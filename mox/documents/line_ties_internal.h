@@ -9,6 +9,8 @@
 #include "mox/documents/document_kinds.h"
 #include "mox/foundation/currency.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mox {
 
 // How far amounts of floating point may be from what was rounded to them.
@@ -75,3 +77,5 @@ class LineTies {
 };
 
 }  // namespace mox
+
+#pragma GCC visibility pop

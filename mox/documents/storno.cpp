@@ -71,7 +71,7 @@ bool StoreStorno(std::int64_t doc_id) {
 std::optional<SellingLine> FindSellingLine(const DocumentKind& kind, const RecordSet* lines) {
   if (!kind.is_storno || lines == nullptr) return std::nullopt;
   const auto quantity = lines->FindFieldIndex(field::kolicina.text);
-  const std::string_view costs = kind.goods.to_be_paid ? kind.goods.to_be_paid->text : kind.goods.base;
+  const std::string_view costs = kind.goods.to_be_paid ? kind.goods.to_be_paid->text : std::string_view();
   const auto cost = lines->FindFieldIndex(costs);
   for (std::size_t row = 0; row < lines->RowCount(); ++row) {
     const RecordRow line = lines->RowAt(row);
