@@ -80,7 +80,10 @@ SupplierDialog::SupplierDialog(RecordSet& entered, const RecordSet& calculated, 
 
 void SupplierDialog::SetReadOnly() {
   for (const Amount& amount : amounts_) amount.line->setReadOnly(true);
-  for (QPushButton* const button : findChildren<QPushButton*>()) button->setVisible(button->isDefault());
+  auto* const buttons = findChild<QDialogButtonBox*>();
+  for (QAbstractButton* const button : buttons->buttons()) {
+    button->setVisible(buttons->buttonRole(button) == QDialogButtonBox::AcceptRole);
+  }
 }
 
 void SupplierDialog::ShowDifference(const Amount& amount) {
