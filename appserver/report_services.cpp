@@ -5,6 +5,7 @@
 #include "appserver/book_currency.h"
 #include "appserver/partner_balances.h"
 #include "mox/documents/document_books.h"
+#include "mox/documents/document_figures.h"
 #include "mox/documents/storno.h"
 #include "mox/foundation/exchange_text.h"
 #include "mox/foundation/find_row.h"
@@ -201,18 +202,34 @@ std::string TurnoverRows(const Grouping& grouping, bool in_euros) {
          " AS osnovica, " + tax("porez") + " AS porez, " + total + " AS iznos" + from + where;
 }
 
+bool MayHaveFees(const DocumentKind& kind) {
+  const auto kinds = DocumentKinds();
+  return std::any_of(kinds.begin(), kinds.end(), [&kind](const DocumentKind& mirrored) {
+    return (&mirrored == &kind || &StornoKindOf(mirrored) == &kind) && HasFees(mirrored.goods);
+  });
+}
+
+// What the lines of a row's document say of fees. Of most the total is base and tax, and their lines are not
+// looked at; the cents that rounding leaves between them are no fees.
+std::string FeesOfRow(bool in_euros) {
+  return "CASE WHEN osnovica IS NULL THEN NULL WHEN iznos = osnovica + porez THEN 0 ELSE COALESCE((SELECT " +
+         WholeInBooks("(SELECT SUM(f.pov_naki) FROM dok_stavke f WHERE f.dok_id = d.id AND f.sorta = 'roba')",
+                      in_euros) +
+         " FROM dok d WHERE d.id = t.id AND " + KindIs(MayHaveFees) + "), 0) END";
+}
+
 void FillTurnover(Database& database, const ServiceInputs& inputs, RecordSet& answer) {
   RequireDaysInOrder(inputs);
   const Grouping& grouping = GroupingOf(inputs, {"dan", "vrsta", "partner", "artikl", "stopa"});
   const std::string keys = KeyNames(grouping);
+  const bool in_euros = AreInEuros(inputs);
   answer = database.Query(
       answer.Name(), ParseColumns(kTurnoverColumns),
-      "WITH t AS (" + TurnoverRows(grouping, AreInEuros(inputs)) + ") SELECT " +
-          SelectKeys(grouping, kTurnoverKeys) + "SUM(znak * kolicina) / 1000000.0, COUNT(DISTINCT id), " +
-          SumOf("znak * osnovica") + ", " + SumOf("znak * porez") + ", " +
-          SumOf("znak * (iznos - osnovica - porez)") + ", " + SumOf("znak * iznos * odmah") + ", " +
-          SumOf("znak * iznos * (1 - odmah)") + ", " + SumOf("znak * iznos") + " FROM t GROUP BY " + keys +
-          " ORDER BY " + OrderOf(grouping),
+      "WITH t AS (" + TurnoverRows(grouping, in_euros) + ") SELECT " + SelectKeys(grouping, kTurnoverKeys) +
+          "SUM(znak * kolicina) / 1000000.0, COUNT(DISTINCT id), " + SumOf("znak * osnovica") + ", " +
+          SumOf("znak * porez") + ", " + SumOf("znak * " + FeesOfRow(in_euros)) + ", " +
+          SumOf("znak * iznos * odmah") + ", " + SumOf("znak * iznos * (1 - odmah)") + ", " +
+          SumOf("znak * iznos") + " FROM t GROUP BY " + keys + " ORDER BY " + OrderOf(grouping),
       {inputs["od"], inputs["do"]});
 }
 

@@ -169,8 +169,9 @@ const Command kReportCommand = {"report", "REPORT [--from DATE] [--to DATE] [--b
 
 turnover, by day, kind, partner, article or rate: invoices, their stornos, which count below 0, and customers' returns,
 which count against them; not pro-forma invoices, orders, receipts or the company's own use. Base and tax are
-those of the recapitulations, naknade the fees beside them; gotovina was paid at once, in cash or by card,
-bezgotovinski is paid later. By rate the fees, which carry no tax, have a row without a rate.
+those of the recapitulations, naknade the fees of the lines beside them; gotovina was paid at once, in cash or by card,
+bezgotovinski is paid later. By rate the fees, which carry no tax, and what totals were rounded by have a row without
+a rate.
 tax, by rate, and by day, kind or partner: izlazni is what the company charges, of invoices, own use and shortages less
 customers' returns; ulazni what it deducts, of goods receipts less returns to suppliers. A receipt whose supplier
 charges no tax (RU, OK) stands at rate 0.
