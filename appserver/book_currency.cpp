@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::string_view kEuroSince = "'2023-01-01'";
 constexpr std::string_view kKunasForEuro = "7.5345";
+constexpr double kFixedRate = 7.5345;
 
 std::string InKunas() { return IsInKunas("d.datum"); }
 
@@ -118,6 +119,15 @@ Currency AmountInBooks(Database& database, std::int64_t doc_id, Currency amount)
   const bool is_uncharged =
       kind != nullptr && IsUncharged(*kind, {.recap = &taxes, .supplier_document = document.AsText(4)});
   return TotalInCurrencyOfDate(amount, taxes, !is_uncharged, date, document.AsFloat(2)).total;
+}
+
+std::string RateInBooksFault(std::string_view currency, Date date, double rate) {
+  const std::string_view books = GetValutaOznakaByDate(date);
+  if (currency == books) {
+    return rate == 1 ? std::string() : "is sent, but the books are kept in " + std::string(books);
+  }
+  if (date < FirstDayOfEuro() || currency != "HRK" || rate == kFixedRate) return {};
+  return ShortestNumber(rate) + " is not the fixed rate of HRK, " + std::string(kKunasForEuro);
 }
 
 std::optional<double> RateForBooks(Database& database, std::int64_t valuta_id, Date date) {

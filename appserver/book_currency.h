@@ -43,6 +43,10 @@ bool HasBothCurrencies(Date first, Date last);
 /// What a stored document is in the currency of the books.
 Currency AmountInBooks(Database& database, std::int64_t doc_id, Currency amount);
 
+/// What is wrong with the exchange rate of a document in a currency, as a text to go on with behind the
+/// field; empty where nothing is. That of the books has none but 1, kunas beside euros only the fixed one.
+std::string RateInBooksFault(std::string_view currency, Date date, double rate);
+
 /// The exchange rate that a document in a currency has where its header names none: that of the rate list on
 /// its day. None for a document in the currency of the books. Raises Error where there is no such rate.
 std::optional<double> RateForBooks(Database& database, std::int64_t valuta_id, Date date);

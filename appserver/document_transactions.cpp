@@ -64,6 +64,15 @@ void CheckYears(const RecordSet& header) {
   }
 }
 
+// Nobody has to pay before he is asked to; documents of suppliers may have been due before they came.
+void CheckDueDate(const RecordSet& header, const DocumentKey& key) {
+  if (key.kind->is != DocumentClass::kInvoice || !HasValue(header, "datum_dospijeca")) return;
+  const Date due = HeaderValue(header, "datum_dospijeca", ToDate);
+  if (due >= key.datum) return;
+  RefuseHeader(header, "datum_dospijeca",
+               ToText(due) + " is before the date of the document, " + ToText(key.datum));
+}
+
 // The kind, the date and the year of the header, which belong together; numbers are of a kind and year.
 DocumentKey ReadKey(const RecordSet& header, const DocumentKind& kind) {
   CheckYears(header);
@@ -221,7 +230,7 @@ void AddRate(Database& database, const RecordSet& header, const DocumentKey& key
   }
 }
 
-// A rate is of another currency than that of the books.
+// A rate belongs to a currency, and some have but one.
 void CheckRate(Database& database, const RecordSet& header, const DocumentKey& key) {
   if (!HasValue(header, "tecaj")) return;
   if (!HasValue(header, "valuta_id"))
@@ -229,10 +238,10 @@ void CheckRate(Database& database, const RecordSet& header, const DocumentKey& k
   const RecordSet currency =
       database.Query("valuta", ParseColumns("oznaka"), "SELECT oznaka FROM valuta WHERE id = :id",
                      {HeaderValue(header, "valuta_id", ToInteger)});
-  const std::string_view books = GetValutaOznakaByDate(key.datum);
-  if (currency.IsEmpty() || currency.AsTextView(0) != books) return;
-  if (HeaderValue(header, "tecaj", ToFloat) == 1) return;
-  RefuseHeader(header, "tecaj", "is sent, but the books are kept in " + std::string(books));
+  if (currency.IsEmpty()) return;
+  const std::string fault =
+      RateInBooksFault(currency.AsTextView(0), key.datum, HeaderValue(header, "tecaj", ToFloat));
+  if (!fault.empty()) RefuseHeader(header, "tecaj", fault);
 }
 
 // What a customer is to pay by, banks must take.
@@ -328,6 +337,7 @@ std::optional<RecordSet> InsertDocument(const NamedTransaction& transaction, Dat
   RequireOneRecord(header);
   const DocumentKind& kind = ReadKind(header);
   DocumentKey key = ReadKey(header, kind);
+  CheckDueDate(header, key);
   CheckSorts(kind, sent);
   CheckSortsOfLines(sent);
   CheckQuantities(kind, header, sent);
