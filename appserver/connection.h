@@ -190,6 +190,7 @@ class DatabaseConnection {
       undone_ = dialect_.Recover(session_) || undone_;
       if (dialect_.IsGone(error)) throw CompanyGone(location_.ToString() + ": " + reason);
       if (dialect_.IsFailure(error)) {
+        if (dialect_.LacksRoom(error, session_)) throw NoRoomLeft(location_.ToString() + ": " + reason);
         if (dialect_.IsLost(session_)) throw ServerUnreachable(location_.ToString() + ": " + reason);
         throw DatabaseUnavailable(location_.ToString() + ": " + reason);
       }

@@ -40,6 +40,13 @@ class ServerUnreachable : public DatabaseUnavailable {
   using DatabaseUnavailable::DatabaseUnavailable;
 };
 
+/// The same where its server takes no more connections, or this process may not open more files: it can be
+/// had once others are closed.
+class NoRoomLeft : public DatabaseUnavailable {
+ public:
+  using DatabaseUnavailable::DatabaseUnavailable;
+};
+
 /// Where a company's database is: in a file, or in a schema of a PostgreSQL database.
 class DatabaseLocation {
  public:

@@ -163,6 +163,8 @@ class Dialect {
   virtual bool StoresBinaries() const = 0;
   /// Whether the database failed, where otherwise it refused what it was given.
   virtual bool IsFailure(const soci::soci_error& error) const = 0;
+  /// Whether it did because it is one too many: of files for this process, of connections for its server.
+  virtual bool LacksRoom(const soci::soci_error& error, soci::session& session) const = 0;
   /// Whether the company is not there any more.
   virtual bool IsGone(const soci::soci_error& error) const = 0;
   /// What went wrong with the database there, for people, on one line.

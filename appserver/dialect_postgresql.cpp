@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "appserver/connection.h"
+#include "appserver/descriptors.h"
 #include "appserver/dialect.h"
 #include "appserver/fold.h"
 #include "appserver/postgresql.h"
@@ -370,6 +371,9 @@ class Postgresql : public Dialect {
 
   bool StoresBinaries() const override { return false; }
   bool IsFailure(const soci::soci_error& error) const override { return IsPostgresqlFailure(error); }
+  bool LacksRoom(const soci::soci_error& error, soci::session& /*session*/) const override {
+    return IsPostgresqlFull(error) || LacksDescriptors();
+  }
   bool IsGone(const soci::soci_error& error) const override { return IsPostgresqlGone(error); }
   std::string Explain(const soci::soci_error& error, soci::session& /*session*/,
                       const DatabaseLocation& location) const override {

@@ -277,6 +277,11 @@ class Sqlite : public Dialect {
     return std::find(std::begin(kFailures), std::end(kFailures), SqliteResult(error)) != std::end(kFailures);
   }
 
+  bool LacksRoom(const soci::soci_error& error, soci::session& session) const override {
+    const int result = SqliteResult(error);
+    return (result == SQLITE_CANTOPEN || result == SQLITE_IOERR) && LacksFiles(SystemError(session));
+  }
+
   std::string Explain(const soci::soci_error& error, soci::session& session,
                       const DatabaseLocation& location) const override {
     const std::string message = EngineMessage(error);

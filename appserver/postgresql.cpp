@@ -208,6 +208,16 @@ bool IsPostgresqlFailure(const soci::soci_error& error) {
   return reason != nullptr && reason->is_failure;
 }
 
+// Of a connection that is refused there is the server's message alone.
+bool IsPostgresqlFull(const soci::soci_error& error) {
+  constexpr std::string_view kTooMany[] = {
+      "too many clients already", "remaining connection slots are reserved", "too many connections for "};
+  const std::string message = error.get_error_message();
+  return SqlState(error) == "53300" ||
+         std::any_of(std::begin(kTooMany), std::end(kTooMany),
+                     [&](std::string_view text) { return message.find(text) != std::string::npos; });
+}
+
 bool IsPostgresqlGone(const soci::soci_error& error) {
   const std::string state = SqlState(error);
   return state == kNoTable || state == kNoSchema;

@@ -63,6 +63,8 @@ std::string QuotedName(std::string_view name);
 
 /// The five characters of the standard's code; empty where there is none, as when the connection is lost.
 std::string SqlState(const soci::soci_error& error);
+/// Whether the server takes no more connections.
+bool IsPostgresqlFull(const soci::soci_error& error);
 /// Whether the tables are not there: the company was moved, or taken away.
 bool IsPostgresqlGone(const soci::soci_error& error);
 /// Whether the engine failed, where otherwise it refused what it was given.

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "appserver/database.h"
+#include "appserver/descriptors.h"
 #include "mox/foundation/files.h"
 
 namespace mox {
@@ -102,6 +103,11 @@ int SystemError(soci::session& session) {
   return session.get_backend() == nullptr ? 0 : sqlite_api::sqlite3_system_errno(HandleOf(session));
 }
 
+bool LacksFiles(int system_error) {
+  return system_error == static_cast<int>(std::errc::too_many_files_open) ||
+         system_error == static_cast<int>(std::errc::too_many_files_open_in_system) || LacksDescriptors();
+}
+
 // The system's number may be that of a later call, so only those are believed that tell of files; a disk that
 // has no room for a page of the log's index is full.
 std::string ExplainFileFailure(int result, int system_error, const fs::path& path) {
@@ -113,6 +119,8 @@ std::string ExplainFileFailure(int result, int system_error, const fs::path& pat
   if (!error && result == SQLITE_IOERR && room.available < kLeastRoom) return "the disk is full";
   if (is(std::errc::file_too_large)) return "the file may not grow: this user's limit for files is reached";
   if (result == SQLITE_READONLY) return "cannot be written: the file or its folder is read-only";
+  if (LacksFiles(system_error))
+    return "this program has as many files open as the system lets it (ulimit -n)";
   if (fs::exists(path, error) && !std::ifstream(path).is_open()) return "this user may not read the file";
   if (result == SQLITE_CANTOPEN) {
     return "cannot be opened; the program must be allowed to read and write the file and its folder";

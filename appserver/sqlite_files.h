@@ -39,6 +39,9 @@ bool HasFileMoved(soci::session& session);
 /// The operating system's number of the session's last failure; 0 where there was none.
 int SystemError(soci::session& session);
 
+/// Whether that number, or what this process can do now, tells that it may not open more files.
+bool LacksFiles(int system_error);
+
 /// Why a database's file, or what the engine keeps beside it, cannot be read or written, by the engine's code
 /// and the system's number.
 std::string ExplainFileFailure(int result, int system_error, const std::filesystem::path& path);

@@ -15,10 +15,11 @@
 namespace mox {
 namespace {
 
-constexpr std::size_t kMostOpen = 64;  // databases of a worker
 constexpr std::chrono::seconds kLongestMove{2};
 constexpr std::chrono::milliseconds kAskAgain{20};
 constexpr std::chrono::seconds kSilence{1};  // a lost connection is told sooner
+// In which a server of databases notices that connections were closed.
+constexpr std::chrono::milliseconds kUntilClosed{500};
 
 bool IsZstd(std::string_view encoding) { return SameName(TrimBlanks(encoding), kZstd); }
 
@@ -40,27 +41,36 @@ Reply Sendable(Reply reply, const RequestHead& head) {
 }  // namespace
 
 CompanyWorker::CompanyWorker(const ServerSettings& settings, ByteBudget& budget, RequestLog& log,
-                             SilentServers& silent, const std::atomic<unsigned>& reloads)
-    : settings_(settings), budget_(budget), log_(log), silent_(silent), reloads_(reloads) {}
+                             SilentServers& silent, OpenCompanies& companies,
+                             const std::atomic<unsigned>& reloads)
+    : settings_(settings),
+      budget_(budget),
+      log_(log),
+      silent_(silent),
+      companies_(companies),
+      reloads_(reloads) {}
 
 CompanyWorker::~CompanyWorker() = default;
 
 Accounts& CompanyWorker::Directory() {
-  if (!directory_) directory_.emplace(settings_.directory, settings_.accounts);
+  if (!directory_) {
+    WithRoom([this] { return &directory_.emplace(settings_.directory, settings_.accounts); });
+  }
   return *directory_;
 }
 
-CompanyServer& CompanyWorker::ServerAt(const std::string& address) {
-  const auto found = std::find_if(open_.begin(), open_.end(),
-                                  [&](const OpenCompany& open) { return open.address == address; });
-  if (found != open_.end()) {
-    open_.splice(open_.begin(), open_, found);
-    return *open_.front().server;
+// Where there is no room for one more, those that nobody uses are closed for it.
+template <typename Opening>
+auto CompanyWorker::WithRoom(const Opening& opening) -> decltype(opening()) {
+  for (const auto begin = std::chrono::steady_clock::now();;) {
+    try {
+      return opening();
+    } catch (const NoRoomLeft&) {
+      companies_.CloseFree();
+      if (std::chrono::steady_clock::now() - begin > kUntilClosed) throw;
+    }
+    std::this_thread::sleep_for(kAskAgain);
   }
-  auto server = Open(address);
-  if (open_.size() >= kMostOpen) open_.pop_back();
-  open_.push_front({address, std::move(server)});
-  return *open_.front().server;
 }
 
 std::unique_ptr<CompanyServer> CompanyWorker::Open(const std::string& address) {
@@ -79,12 +89,8 @@ std::unique_ptr<CompanyServer> CompanyWorker::Open(const std::string& address) {
 int CompanyWorker::SecondsAlone() {
   const DatabaseLocation location(asked_);
   if (location.IsFile() || !silent_.WasSilent(location.connection())) return 0;
-  Forget(asked_);
+  companies_.Forget(asked_);
   return silent_.SecondsOf(location.connection());
-}
-
-void CompanyWorker::Forget(const std::string& address) {
-  open_.remove_if([&](const OpenCompany& open) { return open.address == address; });
 }
 
 template <typename Work>
@@ -92,12 +98,12 @@ Reply CompanyWorker::Guarded(const std::string& company, const Work& work) {
   const auto begin = std::chrono::steady_clock::now();
   try {
     if (std::exchange(known_reloads_, reloads_.load()) != reloads_.load()) {
-      open_.clear();
       directory_.reset();
     }
     asked_.clear();
     return work();
   } catch (const DatabaseError& error) {
+    if (dynamic_cast<const NoRoomLeft*>(&error) != nullptr) companies_.CloseFree();
     // What is open may be what fails: the next request opens it anew. Other companies are elsewhere.
     if (asked_.empty()) {
       directory_.reset();
@@ -106,7 +112,7 @@ Reply CompanyWorker::Guarded(const std::string& company, const Work& work) {
           "database_unavailable",
           "the directory of the server's companies cannot be used now; the server's log says why");
     }
-    Forget(asked_);
+    companies_.Forget(asked_);
     const bool is_silent = dynamic_cast<const ServerUnreachable*>(&error) != nullptr &&
                            std::chrono::steady_clock::now() - begin > kSilence;
     if (is_silent && !asked_.empty()) silent_.NoteSilent(DatabaseLocation(asked_).connection());
@@ -317,26 +323,28 @@ Reply CompanyWorker::Attempt(HttpRequest& request, const RequestRoute& route,
   asked_ = session->address;
   if (const int seconds = SecondsAlone(); seconds > 0) return ErrorReply("database_unavailable", {}, seconds);
   // Parameters of one request are nobody else's.
-  std::unique_ptr<CompanyServer> own;
-  if (!request.head.parameters.empty()) {
-    own = Open(session->address);
+  const bool is_own = !request.head.parameters.empty();
+  OpenCompanies::Lease lease = is_own ? companies_.TakeOwn() : companies_.Take(asked_);
+  if (lease.server() == nullptr) lease.server() = WithRoom([this] { return Open(asked_); });
+  CompanyServer& server = *lease.server();
+  if (is_own) {
     try {
       for (const std::string& parameter : request.head.parameters) {
         const auto text_of = DecodedPart(parameter);
         if (!text_of) return ErrorReply("bad_parameter");
-        own->SetParameter(*text_of);
+        server.SetParameter(*text_of);
       }
     } catch (const Error& error) {
       return ErrorReply("bad_parameter", error.what());
     }
   }
-  CompanyServer& server = own ? *own : ServerAt(session->address);
   server.SetRequester({session->user, session->code, session->rights});
   if (session->journal_waits && (writes || route.service == WriteJournalService().name)) {
     TakeOver(server, route.company);
   }
   Reply done = writes ? Write(server, request.head, list) : Read(server, route, list);
   if (away_ == asked_) away_.clear();
+  if (!is_own) lease.Keep();
   return Sendable(std::move(done), request.head);
 }
 
@@ -351,9 +359,9 @@ Reply CompanyWorker::Answer(HttpRequest& request, const RequestRoute& route) {
         return Attempt(request, route, text);
       } catch (const NoSuchCompany&) {
         if (std::exchange(missing, asked_) == asked_) throw;
-        Forget(asked_);
+        companies_.Forget(asked_);
       } catch (const CompanyGone& error) {
-        Forget(asked_);
+        companies_.Forget(asked_);
         const bool in_vain = std::chrono::steady_clock::now() - begin > kLongestMove;
         if (in_vain || away_ == asked_) {
           away_ = asked_;

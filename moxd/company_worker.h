@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,6 +10,7 @@
 #include "appserver/service_info.h"
 #include "moxd/accounts.h"
 #include "moxd/http_types.h"
+#include "moxd/open_companies.h"
 #include "moxd/request_log.h"
 #include "moxd/request_route.h"
 #include "moxd/settings.h"
@@ -19,12 +19,12 @@
 namespace mox {
 
 /// What one thread of the server does its requests with: the directory of users and companies, and the
-/// databases of the companies that it was asked for last. It raises nothing.
+/// databases of companies, which it shares with the others. It raises nothing.
 class CompanyWorker {
  public:
-  /// Where `reloads` has changed everything is opened anew before the next request.
+  /// Where `reloads` has changed the directory is opened anew before the next request.
   CompanyWorker(const ServerSettings& settings, ByteBudget& budget, RequestLog& log, SilentServers& silent,
-                const std::atomic<unsigned>& reloads);
+                OpenCompanies& companies, const std::atomic<unsigned>& reloads);
   ~CompanyWorker();
 
   Reply LogIn(HttpRequest& request);
@@ -38,15 +38,11 @@ class CompanyWorker {
   bool CheckDirectory();
 
  private:
-  struct OpenCompany {
-    std::string address;
-    std::unique_ptr<CompanyServer> server;
-  };
   Accounts& Directory();
-  CompanyServer& ServerAt(const std::string& address);
+  template <typename Opening>
+  auto WithRoom(const Opening& opening) -> decltype(opening());
   std::unique_ptr<CompanyServer> Open(const std::string& address);
   int SecondsAlone();
-  void Forget(const std::string& address);
   Reply Attempt(HttpRequest& request, const RequestRoute& route, std::optional<std::string>& text);
   std::optional<Reply> Check(const RequestHead& head, const RequestRoute& route,
                              std::optional<AccountSession>& session);
@@ -64,12 +60,12 @@ class CompanyWorker {
   ByteBudget& budget_;
   RequestLog& log_;
   SilentServers& silent_;
+  OpenCompanies& companies_;
   const std::atomic<unsigned>& reloads_;
   unsigned known_reloads_ = 0;
   std::string asked_;  // the address of the company of the present request; empty before that is known
   std::string away_;   // one that was waited for in vain
   std::optional<Accounts> directory_;
-  std::list<OpenCompany> open_;  // the one that was asked last comes first
 };
 
 }  // namespace mox

@@ -411,7 +411,8 @@ Awaitable<void> HttpServer::State::Accept(tcp::acceptor& acceptor, bool with_tls
     const Executor executor = threads.Io(slot->loop).get_executor();
     auto [error, socket] = co_await acceptor.async_accept(executor, kTuple);
     if (error == asio::error::operation_aborted || error == asio::error::bad_descriptor) co_return;
-    if (error) {  // such as too many open files: others have to end first
+    if (error) {
+      if (error == asio::error::no_descriptors) handler.LacksDescriptors();
       asio::steady_timer pause(io, std::chrono::milliseconds(100));
       co_await pause.async_wait(kTuple);
       continue;

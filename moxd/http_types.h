@@ -108,6 +108,8 @@ class RequestHandler {
   /// The answer to a request with a body of that length was sent, or could not be.
   virtual void Done(std::uint64_t length, const Reply& reply, std::chrono::steady_clock::duration took,
                     bool sent) = 0;
+  /// No connection can be taken, since the process may not open more: others have to end, or be ended.
+  virtual void LacksDescriptors() = 0;
 };
 
 }  // namespace mox

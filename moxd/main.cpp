@@ -48,7 +48,9 @@ int Serve(const ServerSettings& settings, const DemoCompany* demo) {
   } catch (const DatabaseUnavailable& error) {
     away = error.what();
   }
+  const std::string too_few = TakeDescriptors(settings);
   MoxServer server(settings, stderr, SocketsOfManager());
+  if (!too_few.empty()) server.log().Event("limits", too_few);
   if (!away.empty()) server.log().Event("directory", away);
   std::promise<void> stop;
   bool stops = false;  // touched on one thread alone
@@ -79,6 +81,8 @@ int Check(const std::string& path) {
   const CheckedSettings checked = CheckThingsNamed(read.settings);
   read.faults.insert(read.faults.end(), checked.faults.begin(), checked.faults.end());
   if (!read.faults.empty()) return Fail(read.faults);
+  const std::string too_few = TakeDescriptors(read.settings);
+  if (!too_few.empty()) std::cerr << "moxd: warning: " << too_few << "\n";
   std::cout << path << " is in order; " << checked.companies
             << (checked.companies == 1 ? " company\n" : " companies\n");
   return kDone;

@@ -1,6 +1,7 @@
 #include "moxd/mox_server.h"
 
 #include <chrono>
+#include <functional>
 #include <utility>
 
 #include "moxd/error_reply.h"
@@ -55,6 +56,7 @@ class MoxServer::Operations : public RequestHandler {
   Reply Refuse(const char* code) override { return ErrorReply(code); }
   void Done(std::uint64_t /*length*/, const Reply& /*reply*/, steady_clock::duration /*took*/,
             bool /*sent*/) override {}
+  void LacksDescriptors() override { server_.LacksDescriptors(); }
 
   void Answer(HttpRequest request, AnswerWith answer) override {
     const std::string& target = request.head.target;
@@ -95,6 +97,9 @@ class MoxServer::Operations : public RequestHandler {
     add("moxd_bytes_free", "gauge", "bytes that requests may still take", counts.free_bytes);
     add("moxd_queue_waiting", "gauge", "requests that wait for a worker", server_.work_->Waiting());
     add("moxd_workers_busy", "gauge", "workers at a request", server_.work_->Busy());
+    add("moxd_log_lines_dropped_total", "counter", "lines of the log that nobody took",
+        server_.log_.Dropped());
+    add("moxd_databases_open", "gauge", "databases of companies that are open", server_.companies_.Count());
     add("moxd_logins_waiting", "gauge", "log-ins that wait", server_.logins_->Waiting());
     server_.metrics_.Append(out);
     return out;
@@ -107,6 +112,7 @@ MoxServer::MoxServer(ServerSettings settings, std::FILE* log, const std::vector<
     : settings_(std::move(settings)),
       log_(log),
       http_(settings_.http, settings_.io_threads),
+      companies_(settings_.databases, settings_.longest_unused),
       operations_(std::make_unique<Operations>(*this)) {
   http_.UseTls(settings_.tls);
   port_ = sockets.empty() ? http_.Listen(settings_.listen, true, *this)
@@ -114,7 +120,8 @@ MoxServer::MoxServer(ServerSettings settings, std::FILE* log, const std::vector<
   operations_port_ = http_.Listen(settings_.operations, false, *operations_);
   const auto make = [this](std::size_t count, std::vector<std::unique_ptr<CompanyWorker>>& workers) {
     for (std::size_t i = 0; i < count; ++i) {
-      workers.push_back(std::make_unique<CompanyWorker>(settings_, http_.budget(), log_, silent_, reloads_));
+      workers.push_back(
+          std::make_unique<CompanyWorker>(settings_, http_.budget(), log_, silent_, companies_, reloads_));
     }
   };
   make(settings_.workers, workers_);
@@ -135,7 +142,22 @@ MoxServer::~MoxServer() {
   http_.Stop();
 }
 
-void MoxServer::Start() { http_.Start(settings_.workers + kLoginWorkers); }
+void MoxServer::Start() {
+  const auto look = std::chrono::milliseconds(settings_.longest_unused) / 4;
+  http_.Every(look, [this] { CloseCompanies(&OpenCompanies::CloseUnused); });
+  http_.Start(settings_.workers + kLoginWorkers);
+}
+
+// By a worker, since the network waits for no database.
+void MoxServer::CloseCompanies(void (OpenCompanies::*close)()) {
+  const auto task = [this, close](CompanyWorker& /*worker*/) {
+    std::invoke(close, companies_);
+    return Reply();
+  };
+  Enqueue(*work_, workers_, {}, task, [](const Reply&) {});
+}
+
+void MoxServer::LacksDescriptors() { CloseCompanies(&OpenCompanies::CloseFree); }
 
 void MoxServer::ReloadCertificate() {
   try {
@@ -149,7 +171,10 @@ void MoxServer::ReloadCertificate() {
 void MoxServer::Reload() {
   ReloadCertificate();
   const auto read = [this](CompanyWorker& worker) {
-    if (worker.CheckDirectory()) ++reloads_;
+    if (worker.CheckDirectory()) {
+      companies_.Renew();
+      ++reloads_;
+    }
     return Reply();
   };
   Enqueue(*work_, workers_, {}, read, [](const Reply&) {});

@@ -11,6 +11,7 @@
 #include "moxd/company_worker.h"
 #include "moxd/http_server.h"
 #include "moxd/metrics.h"
+#include "moxd/open_companies.h"
 #include "moxd/request_log.h"
 #include "moxd/settings.h"
 #include "moxd/silent_servers.h"
@@ -48,9 +49,11 @@ class MoxServer : private RequestHandler {
   Reply Refuse(const char* code) override;
   void Done(std::uint64_t length, const Reply& reply, std::chrono::steady_clock::duration took,
             bool sent) override;
+  void LacksDescriptors() override;
 
   using Task = std::function<Reply(CompanyWorker& worker)>;
   void ReloadCertificate();
+  void CloseCompanies(void (OpenCompanies::*close)());
   /// Answers with what the task does, or that it did not come to its turn.
   void Enqueue(WorkQueue& queue, std::vector<std::unique_ptr<CompanyWorker>>& workers,
                const RequestRoute& route, Task task, AnswerWith answer);
@@ -61,6 +64,7 @@ class MoxServer : private RequestHandler {
   HttpServer http_;
   std::atomic<unsigned> reloads_ = 0;  // of the directory
   SilentServers silent_;
+  OpenCompanies companies_;
   std::unique_ptr<Operations> operations_;
   std::vector<std::unique_ptr<CompanyWorker>> workers_;
   std::vector<std::unique_ptr<CompanyWorker>> login_workers_;

@@ -1,7 +1,12 @@
 #include "moxd/request_log.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <ctime>
@@ -11,6 +16,10 @@
 
 namespace mox {
 namespace {
+
+constexpr std::size_t kMostWaiting = 4U << 20U;
+constexpr int kLook = 100;      // milliseconds
+constexpr int kLastLooks = 10;  // once the log ends
 
 // "2024-03-01T09:05:00.250Z".
 std::string Moment() {
@@ -70,10 +79,61 @@ class Line {
 
 }  // namespace
 
+RequestLog::RequestLog(std::FILE* stream) : descriptor_(::fileno(stream)), thread_([this] { Run(); }) {}
+
+RequestLog::~RequestLog() {
+  {
+    const std::scoped_lock lock(mutex_);
+    ends_ = true;
+    changed_.notify_one();
+  }
+  thread_.join();
+}
+
 void RequestLog::Write(const std::string& line) {
   const std::scoped_lock lock(mutex_);
-  std::fwrite(line.data(), 1, line.size(), stream_);
-  std::fflush(stream_);
+  if (lines_.size() + line.size() > kMostWaiting) {
+    ++dropped_;
+    return;
+  }
+  lines_ += line;
+  changed_.notify_one();
+}
+
+void RequestLog::Run() {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    changed_.wait(lock, [this] { return ends_ || !lines_.empty(); });
+    if (lines_.empty()) return;
+    std::string text = std::exchange(lines_, {});
+    if (const std::uint64_t dropped = dropped_ - std::exchange(told_, dropped_); dropped > 0) {
+      Line line("log");
+      line.Text("detail", std::to_string(dropped) + " lines were dropped, as nobody took them");
+      text += std::move(line).End();
+    }
+    lock.unlock();
+    Put(text);
+    lock.lock();
+  }
+}
+
+// So much at a time as a pipe with room takes without waiting.
+void RequestLog::Put(std::string_view text) const {
+  for (int looks = 0; !text.empty() && looks < kLastLooks;) {
+    pollfd wanted{descriptor_, POLLOUT, 0};
+    if (::poll(&wanted, 1, kLook) <= 0) {
+      if (ends_) ++looks;
+      continue;
+    }
+    const ssize_t size = ::write(descriptor_, text.data(), std::min<std::size_t>(text.size(), PIPE_BUF));
+    if (size < 0 && errno != EINTR && errno != EAGAIN) return;  // nobody is there who could be told
+    if (size > 0) text.remove_prefix(static_cast<std::size_t>(size));
+  }
+}
+
+std::uint64_t RequestLog::Dropped() const {
+  const std::scoped_lock lock(mutex_);
+  return dropped_;
 }
 
 void RequestLog::Request(std::uint64_t length, const Reply& reply, double seconds, bool sent) {

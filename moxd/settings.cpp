@@ -93,6 +93,8 @@ constexpr auto kWorkers = [](ServerSettings & s) -> auto& { return s.workers; };
 constexpr auto kQueue = [](ServerSettings & s) -> auto& { return s.queue; };
 constexpr auto kLoginQueue = [](ServerSettings & s) -> auto& { return s.login_queue; };
 constexpr auto kHeader = [](ServerSettings & s) -> auto& { return s.http.header_bytes; };
+constexpr auto kDatabases = [](ServerSettings & s) -> auto& { return s.databases; };
+constexpr auto kUnused = [](ServerSettings & s) -> auto& { return s.longest_unused; };
 constexpr auto kBody = [](ServerSettings & s) -> auto& { return s.http.body_bytes; };
 constexpr auto kUnpacked = [](ServerSettings & s) -> auto& { return s.unpacked_bytes; };
 constexpr auto kInFlight = [](ServerSettings & s) -> auto& { return s.http.bytes_in_flight; };
@@ -131,6 +133,8 @@ constexpr Setting kSettings[] = {
     {"server", "workers", SetNumber<kWorkers, Range{1, 256}>, "4", "threads with connections to databases"},
     {"limits", "queue", SetNumber<kQueue, Range{1, 100000}>, "64", "requests that wait for a worker"},
     {"limits", "login_queue", SetNumber<kLoginQueue, Range{1, 1000}>, "16", "log-ins that wait"},
+    {"limits", "databases", SetNumber<kDatabases, Range{1, 100000}>, "64",
+     "of companies that are open at a time, if workers do not use more"},
     {"limits", "connections", SetNumber<kConnections, Range{1, 1000000}>, "4096", "open at a time"},
     {"limits", "header", SetBytes<kHeader, Range{1U << 10U, 1U << 20U}>, "16 KB", "of a request"},
     {"limits", "body", SetBytes<kBody, kBig>, "64 MB", "of a request, as it is sent"},
@@ -144,6 +148,8 @@ constexpr Setting kSettings[] = {
     {"seconds", "body", SetNumber<kBodyTime, kSeconds>, "20",
      "for a body, and what its bytes take at the slowest rate"},
     {"seconds", "reply", SetNumber<kReplyTime, kSeconds>, "30", "for an answer, likewise"},
+    {"seconds", "database", SetNumber<kUnused, kSeconds>, "300",
+     "unused, then a company's database is closed"},
     {"seconds", "wait", SetNumber<kWait, kSeconds>, "30", "in the queue"},
     {"seconds", "stop", SetNumber<kStop, kSeconds>, "30", "for requests under way when the server stops"},
     {"accounts", "idle", SetNumber<kTokenIdle, kLongSeconds>, "43200",

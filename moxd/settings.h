@@ -21,6 +21,8 @@ struct ServerSettings {
   std::size_t workers = 4;
   std::size_t queue = 64;  ///< requests that wait for a worker
   std::size_t login_queue = 16;
+  std::size_t databases = 64;                ///< of companies that are open, beside those in use
+  std::chrono::seconds longest_unused{300};  ///< then one of them is closed
   std::size_t unpacked_bytes = 256U << 20U;  ///< of one request
   std::chrono::seconds longest_wait{30};     ///< of a request in the queue
   std::chrono::seconds stop{30};             ///< for requests under way when the server is stopped

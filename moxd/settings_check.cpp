@@ -1,5 +1,8 @@
 #include "moxd/settings_check.h"
 
+#include <sys/resource.h>
+
+#include <algorithm>
 #include <exception>
 #include <filesystem>
 
@@ -21,6 +24,21 @@ void RequireDirectory(const std::string& location) {
     throw Error(DatabaseLocation(location).ToString() +
                 ": there is no such directory of companies; moxd init makes it");
   }
+}
+
+std::string TakeDescriptors(const ServerSettings& settings) {
+  constexpr std::size_t kOfFile = 5;  // with its log, the log's index, and two that keep locks
+  constexpr std::size_t kOthers = 32;
+  const std::size_t databases =
+      std::max(settings.databases, settings.workers) + settings.workers;  // and each worker's directory
+  const rlim_t wanted = settings.http.connections + databases * kOfFile + kOthers;
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= wanted) return {};
+  limit.rlim_cur = std::min(wanted, limit.rlim_max);
+  if (::setrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur >= wanted) return {};
+  return "limits.connections, limits.databases and server.workers come to " + std::to_string(wanted) +
+         " open files, and the system lets this user have " + std::to_string(limit.rlim_max) +
+         " (ulimit -n, LimitNOFILE)";
 }
 
 CheckedSettings CheckThingsNamed(const ServerSettings& settings) {

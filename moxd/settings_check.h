@@ -15,6 +15,10 @@ struct CheckedSettings {
 };
 CheckedSettings CheckThingsNamed(const ServerSettings& settings);
 
+/// Lets this process open as many files as the settings may come to ask for. Answers what is wrong where the
+/// system does not let it; empty where nothing is.
+std::string TakeDescriptors(const ServerSettings& settings);
+
 /// Raises Error where there is no directory of companies, and DatabaseUnavailable where it is only away.
 void RequireDirectory(const std::string& location);
 

@@ -105,6 +105,21 @@ class MoveTest(unittest.TestCase):
         answers = [code_of(self.servers[attempt % 2].ask("/v1/login", wrong)) for attempt in range(7)]
         self.assertEqual(answers, [(401, "login_refused")] * 6 + [(429, "too_many_attempts")])
 
+    def test_companies_share_few_connections(self):
+        user = f"malo_{os.getpid()}"
+        sql(PLACES[0], f"CREATE ROLE {user} LOGIN CONNECTION LIMIT 2; GRANT CREATE ON DATABASE postgres TO {user}")
+        self.addCleanup(sql, PLACES[0], f"DROP OWNED BY {user} CASCADE; DROP ROLE {user}")
+        self.addCleanup(self.servers[0].end)
+        names = [f"c{number}_{os.getpid()}" for number in range(3)]
+        for name in names:
+            address = f"postgresql://{user}@/postgres?host={PLACES[0]}&company={name}"
+            subprocess.run([MOX, "db", "init", address], check=True)
+            self.administer("company", "add", name, address)
+            self.administer("grant", "ana", name, "citanje")
+        for name in names * 3:
+            answer = self.servers[0].ask(f"/v1/{name}/service/GetSkladista", NOTHING, self.token)
+            self.assertEqual(code_of(answer), (200, ""), "".join(self.servers[0].log))
+
     def test_a_company_is_moved_while_it_is_written(self):
         stored, waits, reads, problems = [], [], [], []
         end = threading.Event()

@@ -86,6 +86,45 @@ class SilentDatabase(ServerTest):
         self.assertEqual({code_of(wait()) for wait in waits}, {(503, "database_unavailable")})
 
 
+class Databases(ServerTest):
+    settings = "workers = 2\n[limits]\ndatabases = 2\n[seconds]\ndatabase = 1\n"
+
+    def add(self, count):
+        lines = []
+        for number in range(count):
+            shutil.copy(self.folder / "tuda.db", self.folder / f"c{number}.db")
+            lines.append(f"c{number} = {self.folder}/c{number}.db\n")
+        (self.folder / "companies").write_text("".join(lines))
+        for words in (["company", "load", self.folder / "companies"], *(["grant", "ana", f"c{number}", "citanje"] for number in range(count))):
+            subprocess.run([MOXD, *words, "--config", self.folder / "moxd.ini"], check=True, capture_output=True)
+        return [f"/v1/c{number}/service/GetSkladista" for number in range(count)]
+
+    def test_those_not_used_for_long_are_closed(self):
+        services = self.add(3)
+        for wait in [self.later(service, token=self.token) for service in services * 4]:
+            self.assertEqual(wait()[0], 200)
+        self.assertLessEqual(values_of(self.server.operation("/metrics")[2].decode())["moxd_databases_open"], 2)
+        self.until("moxd_databases_open", 0)
+        self.assertEqual(self.server.ask(services[0], token=self.token)[0], 200)
+
+    def test_those_not_used_make_room_for_others(self):
+        services = self.add(24)
+        self.server.end()
+        self.server.extra = "workers = 2\n"
+        few = ["bash", "-c", 'ulimit -n 80; exec "$@"', "bash"]
+        self.server.start(*few)
+        for round in range(2):
+            for service in services:
+                self.assertEqual(code_of(self.server.ask(service, token=self.token)), (200, ""), "".join(self.server.log))
+            with contextlib.ExitStack() as clients:
+                for _ in range(100):
+                    clients.enter_context(socket.create_connection(("127.0.0.1", self.server.port), 30))
+        checked = subprocess.run([*few, MOXD, "check", "--config", self.folder / "moxd.ini"], capture_output=True, text=True, check=False)
+        self.assertEqual(checked.returncode, 0, checked.stderr)
+        for said in (checked.stderr, "".join(self.server.log)):
+            self.assertRegex(said, "come to 4[0-9]{3} open files, and the system lets this user have 80 ")
+
+
 class Operations(ServerTest):
     settings = "workers = 1\n[limits]\nqueue = 1\n[seconds]\nstop = 20\n"
 
