@@ -75,6 +75,7 @@ ImportDialog::ImportDialog(TfrmImportGrid& form, DesktopHost& host)
   setFixedSize(TfrmImportGrid::kClientWidth, TfrmImportGrid::kClientHeight);
   new WindowPlace(*this, "IMPORT_GRID");
   FormChanged();
+  ShowFaults();
   listener_ = form_.AdsForImport().AddListener([this](const RecordSet&, const RecordSetChange& change) {
     if (!busy_ && change.kind != RecordSetChange::kMoved) has_work_ = true;
   });
@@ -187,7 +188,7 @@ void ImportDialog::FormChanged() {
   for (std::size_t i = 0; i < columns.size() && i < model_.Columns().size(); ++i) {
     view_.setColumnHidden(static_cast<int>(i), !columns[i].visible);
   }
-  ShowFaults();
+  view_.FollowSet();
 }
 
 void ImportDialog::ShowColumns() {
@@ -266,6 +267,7 @@ void ImportDialog::Run(const std::function<void()>& action) {
   busy_ = false;
   status_.hide();
   FormChanged();
+  ShowFaults();
   const ImportOutcome outcome = form_.Outcome();
   if (outcome == ImportOutcome::kStored || outcome == ImportOutcome::kUnknown) return;
   if (status_.WasEnded()) summary_.setText(QStringLiteral("Prekinuto, ništa nije pohranjeno."));
@@ -447,6 +449,10 @@ void ImportWindow::ShowModal(TfrmImportGrid& form) {
 
 void ImportWindow::FormChanged(const TfrmImportGrid& /*form*/) {
   if (dialog_) dialog_->FormChanged();
+}
+
+void ImportWindow::FaultsChanged(const TfrmImportGrid& /*form*/) {
+  if (dialog_) dialog_->ShowFaults();
 }
 
 void ImportWindow::ModalResultChanged(const TfrmImportGrid& form) {

@@ -24,6 +24,7 @@ class ImportDialog : public QDialog {
   ~ImportDialog() override;
 
   void FormChanged();
+  void ShowFaults();
   void StatusChanged(const TfrmStatus& status, bool repaint);
   /// Puts the rows of a sheet into the grid, from the first record on.
   void OpenSheetFile(const QString& path);
@@ -56,7 +57,6 @@ class ImportDialog : public QDialog {
   void Paste();
   void Check();
   void ShowRefusedCells();
-  void ShowFaults();
   void GoToFault(int row);
   void ShowFaultyRows(bool only);
   QString FaultOfCell(std::size_t row, std::size_t field) const;

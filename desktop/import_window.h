@@ -17,6 +17,7 @@ class ImportWindow : public ImportGridView {
   ~ImportWindow() override;
   void ShowModal(TfrmImportGrid& form) override;
   void FormChanged(const TfrmImportGrid& form) override;
+  void FaultsChanged(const TfrmImportGrid& form) override;
   void ModalResultChanged(const TfrmImportGrid& form) override;
   void StatusChanged(const TfrmStatus& status, bool repaint) override;
 

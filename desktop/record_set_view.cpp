@@ -78,7 +78,8 @@ RecordSetView::RecordSetView(RecordSetModel& model, QWidget* parent) : QTableVie
 void RecordSetView::FollowSet() {
   if (following_) return;
   const int row = model_.CurrentTableRow();
-  if (row < 0 || (currentIndex().isValid() && currentIndex().row() == row)) return;
+  const QModelIndex current = currentIndex();
+  if (row < 0 || (current.isValid() && current.row() == row && !isColumnHidden(current.column()))) return;
   following_ = true;
   int column = std::min(column_, model_.columnCount() - 1);
   while (isColumnHidden(column) && column + 1 < model_.columnCount()) ++column;

@@ -164,6 +164,7 @@ void TfrmImportGrid::TakeFaults(std::vector<ImportFault> found) {
 void TfrmImportGrid::ShowFaultTexts() {
   columns_.at(kErrMsgPosition).visible = true;
   view_.FormChanged(*this);
+  view_.FaultsChanged(*this);
 }
 
 bool TfrmImportGrid::HasValueOf(const ImportFault& fault, const RecordRow& row) const {

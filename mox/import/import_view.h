@@ -20,6 +20,8 @@ class ImportGridView {
   virtual void ShowModal(TfrmImportGrid& form) = 0;
   /// The indicator, a button or a column looks different.
   virtual void FormChanged(const TfrmImportGrid& /*form*/) {}
+  /// There are other faults, which the user is not told of yet.
+  virtual void FaultsChanged(const TfrmImportGrid& /*form*/) {}
   /// The form has another modal result; other than kMrNone it is to be closed.
   virtual void ModalResultChanged(const TfrmImportGrid& /*form*/) {}
   /// The status window came, went or moved on; its text is painted when `repaint` is asked for.

@@ -220,7 +220,7 @@ TEST_F(DesktopTest, OffersWhatACrashLeft) {
 
 TEST_F(DesktopTest, MendsAFaultySheetAndStoresIt) {
   const std::string sheet = folder_ / "konta.csv";
-  std::ofstream(sheet) << "Konto;Opis\n99991;Prvi\n;Bez konta\n99992;Drugi\n";
+  std::ofstream(sheet) << "Konto;Opis\n99991;Prvi\n;Bez konta\n99992;Drugi\n;Ni ovaj\n";
   EXPECT_TRUE(InGrid([&](ImportDialog* grid) {
     EXPECT_EQ(grid->windowTitle(), "Grid (tablica) za uvoz podataka");
     EXPECT_EQ(grid->size(), QSize(1008, 696));
@@ -229,9 +229,15 @@ TEST_F(DesktopTest, MendsAFaultySheetAndStoresIt) {
     PressButton(grid, "Provjera i uvoz podataka");
     EXPECT_EQ(person_.read.back(), "Upozorenje | Uvoz podataka | Pronađene su greške u podacima!");
     Press(grid, Qt::Key_F8);
-    EXPECT_EQ(rows->Model().rowCount(), 1);
+    EXPECT_EQ(rows->Model().rowCount(), 2);
     Press(grid, Qt::Key_F8);
     auto* const faults = Named<QTableView>(grid, "Pronađene greške");
+    faults->setCurrentIndex(faults->model()->index(1, 0));
+    QTest::keyClick(faults, Qt::Key_Return);
+    EXPECT_EQ(rows->currentIndex().row(), 3);
+    EXPECT_EQ(faults->currentIndex().row(), 1) << "going to a row leaves the list as it is";
+    Type(rows, "99994");
+    faults->setCurrentIndex(faults->model()->index(0, 0));
     EXPECT_EQ(faults->model()->index(0, 3).data().toString(), "obavezan podatak nije upisan");
     QTest::keyClick(faults, Qt::Key_Return);
     EXPECT_EQ(rows->currentIndex().row(), 1);
