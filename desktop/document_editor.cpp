@@ -85,8 +85,7 @@ QString NameOfKey(const RecordSet& header, const HeaderField& field) {
   const std::size_t index = *header.FindFieldIndex(field.name);
   if (header.RowAt(0).IsNull(index) || field.name != "skl_id") return {};
   const auto all = GetSkladista();
-  if (!all) return {};
-  const auto row = all->FindRow("id", {{header.RowAt(0).AsVariant(index)}});
+  const auto row = all ? all->FindRow("id", {{header.RowAt(0).AsVariant(index)}}) : std::nullopt;
   return row ? ToQt(all->RowAt(*row).AsText(*all->FindFieldIndex("naziv"))) : QString();
 }
 
