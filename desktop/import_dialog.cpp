@@ -393,7 +393,8 @@ void ImportDialog::reject() {
 }
 
 bool ImportDialog::eventFilter(QObject* watched, QEvent* event) {
-  if (watched == view_.viewport() && event->type() == QEvent::ChildPolished) {
+  // While the dialog goes away its parts are no longer what they were, and send other events.
+  if (event->type() == QEvent::ChildPolished && watched == view_.viewport()) {
     static_cast<QChildEvent*>(event)->child()->installEventFilter(this);  // what a cell is typed in
   }
   if (event->type() != QEvent::KeyPress) return QDialog::eventFilter(watched, event);
